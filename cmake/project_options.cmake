@@ -1,0 +1,24 @@
+# Every target of ours links `project_options`: language level, warnings, and the arithmetic rules.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_package(Threads REQUIRED)
+
+add_library(project_options INTERFACE)
+target_include_directories(project_options INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+  # One rounding per operation on every processor, so that results are the same everywhere.
+  -ffp-contract=off)
+target_link_libraries(project_options INTERFACE Threads::Threads)
+
+# A folder of the tree as a static library: corvanthelis_folder(<name> <files>... LINK <folders>...).
+function(corvanthelis_folder name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PUBLIC project_options ${arg_LINK})
+endfunction()
