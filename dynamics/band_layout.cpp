@@ -1,0 +1,136 @@
+#include "dynamics/band_layout.h"
+
+#include <algorithm>
+#include <bit>
+#include <initializer_list>
+
+namespace {
+
+constexpr double kOrderScale = 2097152.0;  // 2^21: seven band numbers of three bits
+
+}  // namespace
+
+BandLayout::BandLayout() {
+  state[0] = true;
+  isXover.fill(true);
+  frequency.fill(1000.0);
+  xover = {0};
+  off = {1, 2, 3, 4, 5, 6, 7};
+  rebuildOrder();
+}
+
+bool BandLayout::decodeOrder(double value, Order& decoded) noexcept {
+  if (!(value >= 0.0 && value <= 1.0)) return false;
+  auto bits = static_cast<std::uint32_t>(value * kOrderScale);
+  std::uint32_t missing = 0xff;
+  for (std::size_t i = 0; i + 1 < decoded.size(); ++i) {
+    const std::uint32_t digit = bits & 7U;
+    decoded[i] = static_cast<std::int32_t>(digit);
+    missing ^= 1U << digit;
+    bits >>= 3U;
+  }
+  if (!std::has_single_bit(missing)) return false;
+  decoded.back() = std::countr_zero(missing);
+  return true;
+}
+
+bool BandLayout::sortIntoLists(const Order& wanted, Lists& lists) const {
+  int phase = kPreList;
+  for (const std::int32_t band : wanted) {
+    const bool active = state[static_cast<std::size_t>(band)];
+    const bool crossover = active && isXover[static_cast<std::size_t>(band)];
+    const bool dynamicEq = active && !crossover;
+    if (phase == kPreList && !dynamicEq) phase = kXoverList;
+    if (phase == kXoverList && !crossover) phase = kPostList;
+    if (phase == kPostList && !dynamicEq) {
+      if (crossover) return false;
+      phase = kOffList;
+    }
+    if (phase == kOffList && active) return false;
+    (phase == kPreList     ? lists.pre
+     : phase == kXoverList ? lists.xover
+     : phase == kPostList  ? lists.post
+                           : lists.off)
+        .push_back(band);
+  }
+  const auto above = [this](std::int32_t a, std::int32_t b) {
+    return !(frequency[static_cast<std::size_t>(a)] < frequency[static_cast<std::size_t>(b)]);
+  };
+  return std::adjacent_find(lists.xover.begin(), lists.xover.end(), above) == lists.xover.end();
+}
+
+bool BandLayout::applyBandOrder(double value) {
+  Order wanted{};
+  if (!decodeOrder(value, wanted)) return false;
+  const Scope lock(*this);
+  Lists lists;
+  if (!sortIntoLists(wanted, lists)) return false;
+  if (lists.pre == pre && lists.xover == xover && lists.post == post && lists.off == off) {
+    return true;
+  }
+  pre = std::move(lists.pre);
+  xover = std::move(lists.xover);
+  post = std::move(lists.post);
+  off = std::move(lists.off);
+  rebuildOrder();
+  return true;
+}
+
+double BandLayout::bandOrderValue() {
+  const Scope lock(*this);
+  std::uint32_t bits = 0;
+  for (std::size_t i = 0; i + 1 < order.size(); ++i) {
+    bits |= static_cast<std::uint32_t>(order[i]) << (3U * i);
+  }
+  return bits / kOrderScale;
+}
+
+BandLayout::List& BandLayout::listNumber(int list) noexcept {
+  switch (list) {
+    case kPreList:
+      return pre;
+    case kXoverList:
+      return xover;
+    case kPostList:
+      return post;
+    default:
+      return off;
+  }
+}
+
+void BandLayout::moveBand(int band, int list, double newFrequency) {
+  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
+  const auto index = static_cast<std::size_t>(band);
+  const Scope lock(*this);
+  const double hz = newFrequency == 0.0 ? frequency[index] : newFrequency;
+  List& target = listNumber(list);
+  if (std::find(target.begin(), target.end(), band) != target.end()) return;
+  for (List* source : {&pre, &xover, &post, &off}) std::erase(*source, band);
+  const auto place = std::find_if(target.begin(), target.end(), [this, hz](std::int32_t other) {
+    return frequency[static_cast<std::size_t>(other)] >= hz;
+  });
+  target.insert(place, band);
+  isXover[index] = list == kXoverList;
+  state[index] = list != kOffList;
+  frequency[index] = hz;
+  rebuildOrder();
+}
+
+int BandLayout::crossoverIndex(int band) {
+  const Scope lock(*this);
+  const auto found = std::find(xover.begin(), xover.end(), band);
+  return found == xover.end() ? -1 : static_cast<int>(found - xover.begin());
+}
+
+BandLayout::List BandLayout::copyOf(const List& list) {
+  const Scope lock(*this);
+  return list;
+}
+
+void BandLayout::rebuildOrder() {
+  orderList.clear();
+  for (const List* list : {&pre, &xover, &post, &off}) {
+    orderList.insert(orderList.end(), list->begin(), list->end());
+  }
+  std::copy_n(orderList.begin(), kBands, order.begin());
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "platform/plug_base_mutex.h"
+
+/// Number of the four lists of a `BandLayout`.
+enum BandList : int { kPreList = 0, kXoverList = 1, kPostList = 2, kOffList = 3 };
+
+/// The shape of the chain: which bands run before the crossover, inside it, after it, or not at
+/// all. The lists one after the other are `order`; the XOver list ascends by frequency.
+///
+/// Threads: control side only. Operations take the lock themselves; the fields are read and written
+/// under it (`Scope`). The audio thread sees the chain through the engine's packed words alone.
+class BandLayout : public PlugBaseMutex {
+ public:
+  static constexpr int kBands = 8;
+  using List = std::vector<std::int32_t>;
+
+  /// Band 0 in the XOver list, the others off.
+  BandLayout();
+
+  /// Takes a packed order (`bandOrderValue`) and sorts the bands into the four lists by `state`,
+  /// `isXover` and `frequency`. False, with everything as it was, when the value names a band twice
+  /// or the order breaks the chain: Pre, XOver by rising frequency, Post, Off.
+  bool applyBandOrder(double value);
+  /// The present order: the first seven bands, three bits each from the lowest up, times 2^-21.
+  [[nodiscard]] double bandOrderValue();
+  /// Moves a band into a list, before the first band that is not below it in frequency. A frequency
+  /// of 0 keeps the stored one (Hz). Nothing happens when the band is in that list already.
+  void moveBand(int band, int list, double frequency);
+  /// The band's place in the XOver list, or -1.
+  [[nodiscard]] int crossoverIndex(int band);
+  /// Copies of lists, taken under the lock.
+  [[nodiscard]] List copyOf(const List& list);
+
+  std::array<bool, kBands> state{};    ///< the band is active
+  std::array<bool, kBands> isXover{};  ///< the band is a crossover band
+  std::array<std::int32_t, kBands> order{};
+  List pre;
+  List post;
+  List xover;
+  List off;
+  List orderList;                          ///< as `order`
+  std::array<double, kBands> frequency{};  ///< Hz, each band's centre
+
+ private:
+  struct Lists {
+    List pre, xover, post, off;
+  };
+  using Order = std::array<std::int32_t, kBands>;
+
+  [[nodiscard]] static bool decodeOrder(double value, Order& decoded) noexcept;
+  [[nodiscard]] bool sortIntoLists(const Order& wanted, Lists& lists) const;
+  [[nodiscard]] List& listNumber(int list) noexcept;
+  void rebuildOrder();
+};

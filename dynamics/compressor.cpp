@@ -1,0 +1,144 @@
+#include "dynamics/compressor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
+
+// Practically 0: the peak of each block shows alone until an editor asks for a slower decay.
+const double kInstantMeterDecay = std::exp(-2.0 / 0.02);
+
+constexpr bool isBand(int band) noexcept { return band >= 0 && band < compressor::kBands; }
+
+}  // namespace
+
+compressor::compressor() : meterDecay(kInstantMeterDecay) {
+  bands[0].active.store(true, std::memory_order_relaxed);
+  ensureBuffers(kDefaultFrames, WorkBuffers::kChannels);
+  resetEngine();
+}
+
+const compressor::SharedBand& compressor::at(int band) const noexcept {
+  return bands[static_cast<std::size_t>(band)];
+}
+
+void compressor::ensureBuffers(int frames, int channels) {
+  if (frames != 0 && frames <= buffers.capacity() && channels <= WorkBuffers::kChannels) return;
+  buffers.allocate(frames);
+  meters.prepare(frames);
+}
+
+void compressor::setSampleRate(double rate) noexcept { loudness.setSampleRate(rate); }
+
+void compressor::resetEngine() noexcept {
+  buffers.clear();
+  for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
+  meters.reset();
+  meters.resetReaders();
+  for (BandMeters& meter : bandMeters) meter.reset();
+}
+
+void compressor::resetBandState(int band) noexcept {
+  const auto index = static_cast<std::size_t>(band);
+  for (WorkBuffers::BandSet* set : {&buffers.band, &buffers.bandCopy}) {
+    for (auto& channel : *set) std::fill_n(channel[index], buffers.capacity(), 0.0);
+  }
+  bandMeters[index].reset();
+}
+
+void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
+                          double wetDry) noexcept {
+  if (bypass) {
+    inputRamp.setTarget(1.0);
+    wetRamp.setTarget(0.0);
+    dryRamp.setTarget(1.0);
+    listenActive.store(false, std::memory_order_relaxed);
+    return;
+  }
+  const double out = linearGain(outDb);
+  inputRamp.setTarget(linearGain(inDb));
+  wetRamp.setTarget(out * wetDry);
+  dryRamp.setTarget(listen ? -out : 1.0 - wetDry);
+  listenActive.store(listen, std::memory_order_relaxed);
+}
+
+void compressor::setBand(int band, const BandSettings& settings) noexcept {
+  if (!isBand(band)) return;
+  SharedBand& shared = bands[static_cast<std::size_t>(band)];
+  constexpr auto kAlone = std::memory_order_relaxed;
+  shared.active.store(settings.active, kAlone);
+  shared.isXover.store(settings.isXover, kAlone);
+  shared.solo.store(settings.solo, kAlone);
+  shared.bypass.store(settings.bypass, kAlone);
+  shared.leftRight.store(settings.leftRight, kAlone);
+  shared.position.store(settings.position, kAlone);
+  shared.gain.store(settings.gain, kAlone);
+  shared.dry.store(settings.dry, kAlone);
+}
+
+void compressor::setScListen(int band) noexcept {
+  scListen.store(isBand(band) ? band : -1, std::memory_order_relaxed);
+}
+
+void compressor::setAutolistenPassband(bool passband) noexcept {
+  autolistenPassband.store(passband, std::memory_order_relaxed);
+}
+
+void compressor::setMeterDecay(double perSample) noexcept {
+  meterDecay.store(std::clamp(perSample, 0.0, 1.0), std::memory_order_relaxed);
+}
+
+const double* compressor::dryBlock(int channel) const noexcept {
+  return buffers.dry[static_cast<std::size_t>(channel)];
+}
+
+double compressor::getGainReduction(int selector) noexcept {
+  return meters.getGainReduction(selector);
+}
+
+double compressor::getBandGain(int band, int parts, int channel) const noexcept {
+  if (!isBand(band) || channel < 0 || channel > 1) return 0.0;
+  const BandMeters& meter = bandMeters[static_cast<std::size_t>(band)];
+  double decibels = 0.0;
+  if ((parts & 1) != 0) decibels += meter.shownDyn(channel);
+  if ((parts & 2) != 0) decibels += meter.shownTran(channel);
+  return decibels;
+}
+
+double compressor::getBandEnvelope(int band) const noexcept {
+  return isBand(band) ? bandMeters[static_cast<std::size_t>(band)].shownEnv() : 0.0;
+}
+
+double compressor::getBandLamp(int band, bool fast) const noexcept {
+  return isBand(band) ? bandMeters[static_cast<std::size_t>(band)].lamp(fast) : 0.0;
+}
+
+double compressor::getBandGraphGain(int band) const noexcept {
+  if (!isBand(band)) return 1.0;
+  constexpr int kBothParts = 3;
+  const double left = getBandGain(band, kBothParts, 0);
+  const double right = getBandGain(band, kBothParts, 1);
+  const double gain = linearGain(std::abs(right) > std::abs(left) ? right : left);
+  const SharedBand& shared = at(band);
+  const bool unheard = anyBandSoloed() && !shared.solo.load(std::memory_order_relaxed);
+  if (unheard || shared.bypass.load(std::memory_order_relaxed)) return gain;
+  return gain * shared.gain.load(std::memory_order_relaxed) +
+         shared.dry.load(std::memory_order_relaxed);
+}
+
+bool compressor::anyBandSoloed() const noexcept {
+  return std::any_of(bands.begin(), bands.end(), [](const SharedBand& band) {
+    return band.solo.load(std::memory_order_relaxed) && band.active.load(std::memory_order_relaxed);
+  });
+}
+
+std::uint32_t compressor::stagePlanWord() const noexcept {
+  return stagePlan.load(std::memory_order_relaxed);
+}
+
+std::uint32_t compressor::xoverPlanWord() const noexcept {
+  return xoverPlan.load(std::memory_order_relaxed);
+}

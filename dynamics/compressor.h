@@ -1,0 +1,147 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "dynamics/band_layout.h"
+#include "dynamics/band_meters.h"
+#include "dynamics/gain_ramp.h"
+#include "dynamics/loudness_meter.h"
+#include "dynamics/meter_rings.h"
+#include "dynamics/work_buffers.h"
+
+/// Settings of one band as its parameters give them.
+struct BandSettings {
+  bool active = false;
+  bool isXover = true;
+  bool solo = false;
+  bool bypass = false;
+  bool leftRight = false;  ///< false: mid/side
+  double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
+  double gain = 1.0;       ///< linear
+  double dry = 0.0;        ///< linear share of the unprocessed band
+};
+
+/// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
+/// 64-bit floats inside, whatever the host gives.
+///
+/// Threads: setters on the control side, one thread at a time, at any moment; `processBlock` on the
+/// audio thread, where it takes no lock and allocates only for a block longer than any that
+/// `ensureBuffers` was told of; `reset*`, `setSampleRate` and `ensureBuffers` while nothing
+/// processes; getters anywhere.
+class compressor {
+ public:
+  static constexpr int kBands = 8;
+  static constexpr int kDefaultFrames = 4096;
+
+  compressor();
+  compressor(const compressor&) = delete;
+  compressor& operator=(const compressor&) = delete;
+
+  // Set-up.
+  /// Returns at once when blocks of `frames` fit; otherwise all work buffers are made anew,
+  /// cleared. Always two channels, so that `channels` up to 2 fit.
+  void ensureBuffers(int frames, int channels);
+  void setSampleRate(double rate) noexcept;  ///< Hz
+  void resetEngine() noexcept;
+  void resetBandState(int band) noexcept;
+
+  // Control side.
+  /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
+  void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
+  void setMeasuring(bool on) noexcept { loudness.setMeasuring(on); }
+  void setBand(int band, const BandSettings& settings) noexcept;
+  void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
+  /// What a soloed band lets through: false the band itself, true what passes beside it.
+  void setAutolistenPassband(bool passband) noexcept;
+  void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
+  /// Rebuilds the two words by which the audio thread sees the chain; empty until the first call.
+  void makeStagePlan();
+
+  // Audio thread.
+  /// `inputs`: main channels first, then sidechain channels; bad samples in them are replaced by 0.
+  /// `outputs`: one per main channel, may be the inputs themselves. Null channels are allowed: a
+  /// null input is silence, a null output is not written. 1 or 2 main channels, 0 to 2 sidechain
+  /// channels. 0 frames change nothing. `Sample` is float or double.
+  template <typename Sample>
+  void processBlock(Sample* const* inputs, Sample* const* outputs, int frames, int mainChannels,
+                    int sideChannels);
+  /// The block's input after trim and delays; valid until the next block.
+  [[nodiscard]] const double* dryBlock(int channel) const noexcept;
+
+  // Anywhere.
+  [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
+  [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
+  [[nodiscard]] double getGainReduction(int selector) noexcept;
+  /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
+  /// band.
+  [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
+  [[nodiscard]] double getBandEnvelope(int band) const noexcept;  ///< linear
+  [[nodiscard]] double getBandLamp(int band, bool fast) const noexcept;
+  /// Linear gain that the frequency graph draws for a band.
+  [[nodiscard]] double getBandGraphGain(int band) const noexcept;
+  [[nodiscard]] bool anyBandSoloed() const noexcept;
+  [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
+  [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
+
+  BandLayout layout;
+
+ private:
+  /// A band's settings as the audio thread reads them: each stands alone, so order does not matter.
+  struct SharedBand {
+    std::atomic<bool> active{false}, isXover{true}, solo{false}, bypass{false}, leftRight{false};
+    std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
+  };
+  /// What a block reads once and keeps to its end.
+  struct Block {
+    int frames;
+    int channels;
+    int soloCount;
+    int scListen;
+    bool listen;
+    int passband;  // `autolistenPassband`, 0 or 1
+    std::uint32_t stagePlan;
+    std::uint32_t xoverPlan;
+  };
+  static constexpr int kCrossoverStage = -1;
+
+  template <typename Sample>
+  static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
+  template <typename Sample>
+  void copySidechain(Sample* const* side, int channels, int frames) noexcept;
+  template <typename Sample>
+  void takeInput(Sample* const* inputs, const Block& block) noexcept;
+  template <typename Sample>
+  void mixOutput(Sample* const* outputs, const Block& block) noexcept;
+
+  [[nodiscard]] Block readSettings(int frames, int channels) const noexcept;
+  void resetChangedBands(const Block& block) noexcept;
+  void runStages(const Block& block) noexcept;
+  void runBandStage(int band, const Block& block) noexcept;
+  void runCrossoverStage(const Block& block) noexcept;
+  [[nodiscard]] std::array<double, kBands> crossoverWeights(const Block& block) const noexcept;
+  void publishMeters(const Block& block) noexcept;
+  [[nodiscard]] const SharedBand& at(int band) const noexcept;
+
+  WorkBuffers buffers;
+  GainRamp inputRamp{1.0};
+  GainRamp wetRamp{1.0};
+  GainRamp dryRamp{0.0};
+  LoudnessMeter loudness;
+  MeterRings meters;
+  std::array<BandMeters, kBands> bandMeters;
+  std::array<SharedBand, kBands> bands;
+
+  // One control thread at a time writes these, the audio thread reads each once per block.
+  std::atomic<std::uint32_t> stagePlan{
+      0};  // eight 4-bit slots, lowest first: stage + 2, 0 for none
+  std::atomic<std::uint32_t> xoverPlan{
+      0};  // eight 3-bit bands in list order; bits 24..27 the length
+  std::atomic<int> scListen{-1};
+  std::atomic<bool> listenActive{false};
+  std::atomic<bool> autolistenPassband{false};
+  std::atomic<double> meterDecay;
+
+  std::uint32_t activeMask = 0;  // audio thread: the bands in the last block's chain
+};

@@ -1,0 +1,80 @@
+#include "dynamics/meter_rings.h"
+
+#include <algorithm>
+#include <cmath>
+
+void MeterRings::prepare(int frames) {
+  for (auto& channel : gains) channel.assign(static_cast<std::size_t>(frames), 1.0F);
+}
+
+void MeterRings::reset() noexcept {
+  for (auto* rings : {&inputRings, &outputRings, &reductionRings}) {
+    for (Ring& ring : *rings) ring.clear();
+  }
+  meterWrite.store(0, std::memory_order_release);
+}
+
+void MeterRings::resetReaders() noexcept {
+  for (Reader& reader : readers) {
+    reader.position.store(0, std::memory_order_relaxed);
+    reader.result.store(1.0, std::memory_order_relaxed);
+  }
+}
+
+void MeterRings::beginBlock(int frames) noexcept {
+  for (auto& channel : gains) std::fill_n(channel.begin(), frames, 1.0F);
+}
+
+float* MeterRings::reduction(int channel) noexcept {
+  return gains[static_cast<std::size_t>(channel)].data();
+}
+
+void MeterRings::write(Ring& ring, std::uint32_t position, const double* signal,
+                       int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    ring.store(position + static_cast<std::uint32_t>(i), static_cast<float>(signal[i]));
+  }
+}
+
+void MeterRings::writeInput(int channel, const double* signal, int frames) noexcept {
+  write(inputRings[static_cast<std::size_t>(channel)], writePosition(), signal, frames);
+}
+
+void MeterRings::writeOutput(int channel, const double* signal, int frames) noexcept {
+  write(outputRings[static_cast<std::size_t>(channel)], writePosition(), signal, frames);
+}
+
+void MeterRings::endBlock(int frames, int channels) noexcept {
+  const std::uint32_t start = writePosition();
+  for (int c = 0; c < channels; ++c) {
+    const float* gain = reduction(c);
+    Ring& ring = reductionRings[static_cast<std::size_t>(c)];
+    for (int i = 0; i < frames; ++i) {
+      // The logarithm of 1 is 0: the common case costs nothing.
+      const float decibels = gain[i] == 1.0F ? 0.0F : 20.0F * std::log10(gain[i]);
+      ring.store(start + static_cast<std::uint32_t>(i), decibels);
+    }
+  }
+  const auto next = (start + static_cast<std::uint32_t>(frames)) % kSize;
+  meterWrite.store(static_cast<std::uint32_t>(next), std::memory_order_release);
+}
+
+double MeterRings::getGainReduction(int selector) noexcept {
+  if (selector < 0 || selector >= kSelectors) return 1.0;
+  auto& rings = selector < 4 ? reductionRings : selector < 6 ? inputRings : outputRings;
+  const Ring& ring = rings[static_cast<std::size_t>(selector % 2)];
+  Reader& reader = readers[static_cast<std::size_t>(selector)];
+
+  const std::uint32_t end = meterWrite.load(std::memory_order_acquire);
+  std::uint32_t position = reader.position.load(std::memory_order_relaxed);
+  if (position == end) return reader.result.load(std::memory_order_relaxed);
+  float furthest = 0.0F;
+  for (; position != end; position = (position + 1) % kSize) {
+    const float entry = ring.load(position);
+    if (std::abs(entry) > std::abs(furthest)) furthest = entry;
+  }
+  const double result = std::pow(10.0, static_cast<double>(furthest) * 0.05);
+  reader.position.store(end, std::memory_order_relaxed);
+  reader.result.store(result, std::memory_order_relaxed);
+  return result;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <mutex>
+
+/// Base class of objects that carry one lock, and a lock of its own where a member is wanted.
+/// Not recursive: a thread that holds it must not enter again. Never entered on the audio thread.
+class PlugBaseMutex {
+ public:
+  PlugBaseMutex() = default;
+  PlugBaseMutex(const PlugBaseMutex&) = delete;
+  PlugBaseMutex& operator=(const PlugBaseMutex&) = delete;
+
+  void enter() { mutex.lock(); }
+  void leave() { mutex.unlock(); }
+
+  /// Holds the lock for a scope.
+  class Scope {
+   public:
+    explicit Scope(PlugBaseMutex& owner) : held(owner) { held.enter(); }
+    ~Scope() { held.leave(); }
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+   private:
+    PlugBaseMutex& held;
+  };
+
+ private:
+  std::mutex mutex;
+};
