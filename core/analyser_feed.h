@@ -1,0 +1,31 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+
+#include "dynamics/shared_ring.h"
+
+/// The newest samples before and after the effect, for the spectrum in the graph.
+/// Threads: `beginBlock` and `write` on the audio thread; `copyLatest` on one reading thread;
+/// `reset` while nothing processes.
+class AnalyserFeed {
+ public:
+  static constexpr std::size_t kSize = 8192;  ///< samples
+  enum Trace : int { kOutputLeft = 0, kOutputRight = 1, kDryLeft = 2, kDryRight = 3 };
+  static constexpr int kTraces = 4;
+
+  void reset() noexcept;
+  /// Moves the position on by `frames`; the block's samples then go from there.
+  void beginBlock(int frames) noexcept;
+  template <typename Sample>
+  void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
+  /// The samples that end just before the position, oldest first, at most `kSize`. They trail the
+  /// newest block by one block, so that a block being written is not read.
+  void copyLatest(Trace trace, std::span<double> samples) const noexcept;
+
+ private:
+  std::array<SharedRing<double, kSize>, kTraces> rings;
+  std::atomic<std::uint32_t> analyserWrite{0};
+};

@@ -1,0 +1,46 @@
+#include "core/auto_gain.h"
+
+#include <cmath>
+
+#include "core/plug.h"
+
+namespace {
+
+constexpr double kSilence = 0.00000001;  // mean square
+
+/// What a user moves to judge or set levels by ear: Auto Gain keeps out of the way.
+bool takesOver(int index) noexcept {
+  const int row = isBandParameter(index) ? bandOneIdOf(index) : index;
+  return row == kOpTrim || row == kSCListen || row == kListen || row == kB1Solo;
+}
+
+}  // namespace
+
+void AutoGain::beginEdit(int index) {
+  if (!takesOver(index)) {
+    startIfWanted();
+    return;
+  }
+  plug.setMeasuring(false);
+  plug.setParameterAutomated(kAutoGain, 0.0F);
+}
+
+void AutoGain::endEdit() { startIfWanted(); }
+
+void AutoGain::startIfWanted() {
+  const bool undisturbed =
+      !plug.isOn(kListen) && plug.getPlainValue(kSCListen) == -1.0F && !plug.engine.anyBandSoloed();
+  if (plug.isOn(kAutoGain) && undisturbed) plug.setMeasuring(true);
+}
+
+void AutoGain::onIdle() {
+  if (!plug.engine.measuring()) return;
+  const LoudnessMeter::Result found = plug.engine.loudnessResult();
+  const double second = plug.getSampleRate();
+  const bool longEnough = found.dryCount >= second && found.wetCount >= second;
+  if (!longEnough || found.dryMeanSquare <= kSilence || found.wetMeanSquare <= kSilence) return;
+  plug.setMeasuring(false);
+  const double trim =
+      10.0 * std::log10(found.dryMeanSquare) - 10.0 * std::log10(found.wetMeanSquare);
+  plug.setParameterAutomated(kOpTrim, plug.plainToNormalised(kOpTrim, static_cast<float>(trim)));
+}

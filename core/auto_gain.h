@@ -1,0 +1,21 @@
+#pragma once
+
+class Plug;
+
+/// Auto Gain: measures what the chain has done to loudness and sets the output trim to undo it. An
+/// edit starts a measurement, the idle call ends it; touching what the measurement stands on
+/// switches it off. Threads: control side.
+class AutoGain {
+ public:
+  explicit AutoGain(Plug& effect) noexcept : plug(effect) {}
+
+  void beginEdit(int index);
+  void endEdit();
+  /// Ends the measurement when a second of audible signal has gone through.
+  void onIdle();
+
+ private:
+  void startIfWanted();
+
+  Plug& plug;
+};

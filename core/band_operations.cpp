@@ -1,0 +1,98 @@
+#include "core/band_operations.h"
+
+#include <algorithm>
+
+#include "core/plug.h"
+
+namespace {
+
+constexpr double kRoom = 1.1;  // two crossover bands never stand at the same frequency
+
+constexpr int kBands = BandLayout::kBands;
+
+}  // namespace
+
+void BandOperations::automate(int index, double plain) {
+  plug.setParameterAutomated(index, plug.plainToNormalised(index, static_cast<float>(plain)));
+}
+
+void BandOperations::automateOrder(float orderValue) {
+  plug.setParameterAutomated(kBandOrder, plug.plainToNormalised(kBandOrder, orderValue));
+}
+
+void BandOperations::makeRoomAt(double frequency) {
+  BandLayout& layout = plug.getEngine().layout;
+  // As the parameter would hold it.
+  const float taken = plug.normalisedToPlain(
+      kB1Frequency, plug.plainToNormalised(kB1Frequency, static_cast<float>(frequency)));
+  for (const int band : layout.copyOf(layout.xover)) {
+    const int id = bandParameterId(band, kB1Frequency);
+    if (plug.getPlainValue(id) == taken) automate(id, kRoom * frequency);
+  }
+}
+
+void BandOperations::addBand(int list, double frequency) {
+  if (list < kPreList || list > kPostList) return;
+  compressor& engine = plug.getEngine();
+  const BandLayout::List off = engine.layout.copyOf(engine.layout.off);
+  if (off.empty()) return;
+  const int band = off.front();
+  if (list == kXoverList) makeRoomAt(frequency);
+
+  const Plug::UpdateHold hold(plug);
+  engine.layout.moveBand(band, list, frequency);
+  const auto order = static_cast<float>(engine.layout.bandOrderValue());
+  engine.makeStagePlan();
+  automate(bandParameterId(band, kB1State), 1.0);
+  automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
+  automate(bandParameterId(band, kB1Frequency), frequency);
+  automateOrder(order);
+  for (int id = kB1State; id <= kB1SCHFType; ++id) {
+    if (id == kB1State || id == kB1Type || id == kB1Frequency) continue;
+    const int index = bandParameterId(band, id);
+    plug.setParameterAutomated(index, plug.getParameterDefault(index));
+  }
+}
+
+void BandOperations::setBandPosition(int band, int list) {
+  if (list == kOffList) {
+    deleteBand(band);
+    return;
+  }
+  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
+  compressor& engine = plug.getEngine();
+  const Plug::UpdateHold hold(plug);
+  engine.layout.moveBand(band, list, 0.0);
+  const auto order = static_cast<float>(engine.layout.bandOrderValue());
+  engine.makeStagePlan();
+  automate(bandParameterId(band, kB1State), 1.0);
+  automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
+  automateOrder(order);
+  checkSidechainSources();
+  if (list == kXoverList) {
+    const int frequency = bandParameterId(band, kB1Frequency);
+    plug.setParameterAutomated(frequency, plug.getParameter(frequency));
+  }
+}
+
+void BandOperations::deleteBand(int band) {
+  if (band < 0 || band >= kBands) return;
+  compressor& engine = plug.getEngine();
+  const Plug::UpdateHold hold(plug);
+  engine.layout.moveBand(band, kOffList, 0.0);
+  const auto order = static_cast<float>(engine.layout.bandOrderValue());
+  engine.makeStagePlan();
+  automate(bandParameterId(band, kB1State), 0.0);
+  automateOrder(order);
+  checkSidechainSources();
+}
+
+void BandOperations::checkSidechainSources() {
+  for (int band = 0; band < kBands; ++band) {
+    const int id = bandParameterId(band, kB1SCSBand);
+    const int source = static_cast<int>(plug.getPlainValue(id));
+    if (source == -1 || plug.getEngine().layout.crossoverIndex(source) != -1) continue;
+    automate(id, -1.0);
+    automate(bandParameterId(band, kB1SCSrc), kSourceBand);
+  }
+}

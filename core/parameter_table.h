@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "core/parameter_ids.h"
+#include "host/parameter_keys.h"
+#include "host/parameter_record.h"
+
+/// All parameters in number order, with the default in `value`; `normalised` and `group` are filled
+/// by the effect's constructor.
+extern const std::array<ParameterRecord, kNumParams> kParameterTable;
+
+/// The identifiers as one comma-separated text, "kIpTrim=0,kOpTrim,kB1State,...". They are the keys
+/// of stored documents and stay as they are, whatever happens to the names shown.
+[[nodiscard]] std::string_view parameterEnumeration() noexcept;
+
+/// Identifiers and their numbers, split once per process; safe from any thread.
+[[nodiscard]] const ParameterKeys& parameterKeyTable();
+
+/// Texts of `kB1SubType`, by value.
+inline constexpr std::array<std::string_view, 8> kSubTypeNames = {
+    "BPF", "BPF B", "BPF EE", "LPF", "LPF B", "HPF", "HPF B", "FLAT"};
+
+/// Dial stops of the ratio parameters: the normalised positions of 1:2 to Inf:1.
+inline constexpr std::string_view kRatioStops =
+    "0,0.05555555556,0.125,0.2142857143,0.3333333333,0.5, "
+    "0.5833333333,0.6428571429,0.6875,0.75,0.8333333333,0.875,0.9,0.95,0.975,1.0";

@@ -1,0 +1,172 @@
+#include "core/plug.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <exception>
+
+#include "core/parameter_table.h"
+
+namespace {
+
+constexpr int kMainChannels = 2;
+constexpr int kSidechainChannels = 2;
+constexpr std::int32_t kUniqueId = 0x43766e50;  // "CvnP"
+
+void copyName(char* text, const char* name) { std::strcpy(text, name); }
+
+}  // namespace
+
+Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles)
+    : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1), idle(whoIdles) {
+  setNumInputs(kMainChannels + kSidechainChannels);
+  setNumOutputs(kMainChannels);
+  setUniqueID(kUniqueId);
+  abParameter = kABBank;
+  Plug::applyPreferences(preferences);
+  Plug::updateDsp(false);
+  Plug::resume();
+  if (idle == Idle::kTimer) IdleTimer::instance().add(*this);
+}
+
+Plug::~Plug() {
+  if (idle == Idle::kTimer) IdleTimer::instance().remove(*this);
+}
+
+void Plug::processReplacing(float** inputs, float** outputs, std::int32_t frames) {
+  process(inputs, outputs, frames);
+}
+
+void Plug::processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) {
+  process(inputs, outputs, frames);
+}
+
+template <typename Sample>
+void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept {
+  if (inputs == nullptr || outputs == nullptr || frames <= 0) return;
+  try {
+    checkProcessLevel();
+    const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
+    const int channels = kMainChannels - absent;
+    analyser.beginBlock(frames);
+    engine.processBlock(inputs, outputs, frames, channels, kSidechainChannels - absent);
+    feedMeters(outputs, frames, channels);
+  } catch (const std::exception&) {
+    // Only a block longer than the buffers allocates, and only that can fail: silence, and go on.
+    for (int c = 0; c < kMainChannels; ++c) {
+      if (outputs[c] != nullptr) std::fill_n(outputs[c], frames, Sample{0});
+    }
+  }
+  advanceSampleCount(frames);
+}
+
+template <typename Sample>
+void Plug::feedMeters(Sample* const* outputs, int frames, int channels) noexcept {
+  const double dryGain = outTrimLinear.load(std::memory_order_relaxed);
+  for (int c = 0; c < channels; ++c) {
+    const auto dryTrace = static_cast<AnalyserFeed::Trace>(AnalyserFeed::kDryLeft + c);
+    analyser.write(dryTrace, engine.dryBlock(c), frames, dryGain);
+    if (outputs[c] == nullptr) continue;
+    analyser.write(static_cast<AnalyserFeed::Trace>(c), outputs[c], frames, 1.0);
+  }
+  outputPeak.follow(outputs, channels, frames);
+}
+
+void Plug::resume() {
+  wantEvents();
+  applyPreferences(preferences);
+  analyser.reset();
+  outputPeak.reset();
+  engine.setSampleRate(getSampleRate());
+  engine.resetEngine();
+  PlugBaseJSON::resume();
+  checkProcessLevel();
+  wantEvents();
+  updateDsp(true);
+}
+
+void Plug::setSampleRate(float rate) {
+  PlugBaseJSON::setSampleRate(rate);
+  updateDsp(false);
+}
+
+void Plug::setBlockSize(std::int32_t frames) {
+  PlugBaseJSON::setBlockSize(frames);
+  if (frames > 0) engine.ensureBuffers(frames, kMainChannels);
+}
+
+bool Plug::setBypass(bool on) {
+  setParameter(kBypass, on ? 1.0F : 0.0F);
+  return true;
+}
+
+void Plug::beginEdit(std::int32_t index) {
+  PlugBaseJSON::beginEdit(index);
+  autoGain.beginEdit(index);
+}
+
+void Plug::endEdit(std::int32_t index) {
+  PlugBaseJSON::endEdit(index);
+  autoGain.endEdit();
+}
+
+void Plug::onIdle() { autoGain.onIdle(); }
+
+bool Plug::getEffectName(char* text) {
+  copyName(text, "Corvanthelis");
+  return true;
+}
+
+bool Plug::getProductString(char* text) { return getEffectName(text); }
+
+bool Plug::getVendorString(char* text) {
+  copyName(text, "Halvekro");
+  return true;
+}
+
+ValueTextContext Plug::textContext(int index) const {
+  ValueTextContext context;
+  context.extendedRanges = getPlainValue(kExtendedRanges);
+  context.extendedRatios = isOn(kExtendedRatios);
+  context.simpleNumbers = simpleNumbers.load(std::memory_order_relaxed);
+  if (!isBandParameter(index)) return context;
+  const int band = bandOf(index);
+  context.ratioAbove = getPlainValue(bandParameterId(band, kB1Ratio));
+  context.ratioBelow = getPlainValue(bandParameterId(band, kB1RatioB));
+  context.dynamicEq = isOn(bandParameterId(band, kB1Type));
+  context.leftRight = isOn(bandParameterId(band, kB1LR));
+  context.scLeftRight = isOn(bandParameterId(band, kB1SCLR));
+  return context;
+}
+
+void Plug::formatParameterValue(std::int32_t index, float normalised, char* text,
+                                bool showNote) const {
+  if (index < 0 || text == nullptr) return;
+  text[0] = '\0';
+  if (index >= parameterCount()) return;
+  const std::string shown = valueText(index, normalisedToPlain(index, normalised),
+                                      parameterInfo(index), textContext(index), showNote);
+  text[shown.copy(text, kParameterTextCapacity - 1)] = '\0';
+}
+
+void Plug::applyPreferences(const Preferences& newPreferences) {
+  preferences = newPreferences;
+  outputPeak.setBallistic(preferences.meterBallistic, getSampleRate());
+  engine.setAutolistenPassband(preferences.autolistenPassband);
+  simpleNumbers.store(preferences.simpleNumbers, std::memory_order_relaxed);
+  gesturesOff.store(!preferences.gestures, std::memory_order_relaxed);
+}
+
+double Plug::getGainReduction(int selector) noexcept { return engine.getGainReduction(selector); }
+
+double Plug::getBandGain(int band, int parts, int channel) const noexcept {
+  return engine.getBandGain(band, parts, channel);
+}
+
+double Plug::getBandEnvelope(int band) const noexcept { return engine.getBandEnvelope(band); }
+
+double Plug::getBandLamp(int band, bool fast) const noexcept {
+  return engine.getBandLamp(band, fast);
+}
+
+double Plug::getBandGraphGain(int band) const noexcept { return engine.getBandGraphGain(band); }

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "core/analyser_feed.h"
+#include "core/auto_gain.h"
+#include "core/band_operations.h"
+#include "core/parameter_ids.h"
+#include "core/preferences.h"
+#include "core/value_text.h"
+#include "dynamics/compressor.h"
+#include "dynamics/output_peak.h"
+#include "host/idle_timer.h"
+#include "host/plug_base_json.h"
+#include "platform/plug_base_mutex.h"
+
+/// The effect: 422 parameters around one engine.
+///
+/// Channels: `inputs` are two main channels and two sidechain channels, `outputs` two. A null last
+/// output makes the call mono: one main input, then one sidechain input.
+///
+/// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
+/// Two things there leave real time: a block longer than any announced by `setBlockSize` (at least
+/// 4096 frames are always ready), and a switch of the host between real time and offline.
+/// Parameters, edits and band operations from any control thread. `resume`, `setSampleRate` and
+/// `setBlockSize` while nothing processes.
+class Plug : public PlugBaseJSON {
+ public:
+  /// Who calls `onIdle`: the process's 10 ms timer, or whoever made the instance (a renderer, a
+  /// test), so that what happens when is its own decision.
+  enum class Idle { kTimer, kCaller };
+
+  explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer);
+  ~Plug() override;
+
+  void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
+  void processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) override;
+
+  void resume() override;
+  void setSampleRate(float rate) override;
+  void setBlockSize(std::int32_t frames) override;
+  bool setBypass(bool on) override;
+  void beginEdit(std::int32_t index) override;
+  void endEdit(std::int32_t index) override;
+  void updateDsp(bool force) override;
+  void onIdle() override;
+
+  bool getEffectName(char* text) override;
+  bool getProductString(char* text) override;
+  bool getVendorString(char* text) override;
+  void formatParameterValue(std::int32_t index, float normalised, char* text,
+                            bool showNote) const override;
+
+  void applyPreferences(const Preferences& newPreferences);
+
+  // Bands, as the editor's menus use them; `list` is a `BandList`, `frequency` in Hz.
+  void addBand(int list, double frequency) { bandOperations.addBand(list, frequency); }
+  void setBandPosition(int band, int list) { bandOperations.setBandPosition(band, list); }
+  void deleteBand(int band) { bandOperations.deleteBand(band); }
+  void checkSidechainSources() { bandOperations.checkSidechainSources(); }
+
+  // Nodes of the graphs: 0..7 bands, 8..14 crossover points, from 15 sidechain filters.
+  [[nodiscard]] int bandParameter(int kind, int node);
+  [[nodiscard]] float getBandValue(int kind, int node);
+  [[nodiscard]] int getBandFlags(int node, int flags = 0);
+
+  // What the editor shows; any thread.
+  [[nodiscard]] double getOutputPeak(int channel) const noexcept {
+    return outputPeak.peak(channel);
+  }
+  [[nodiscard]] double getGainReduction(int selector) noexcept;
+  [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
+  [[nodiscard]] double getBandEnvelope(int band) const noexcept;
+  [[nodiscard]] double getBandLamp(int band, bool fast) const noexcept;
+  [[nodiscard]] double getBandGraphGain(int band) const noexcept;
+  [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return analyser; }
+
+  [[nodiscard]] compressor& getEngine() noexcept { return engine; }
+
+  /// Holds back `updateDsp` while several parameters change as one; the last hold to end runs it
+  /// once.
+  class UpdateHold {
+   public:
+    explicit UpdateHold(Plug& plug);
+    ~UpdateHold();
+    UpdateHold(const UpdateHold&) = delete;
+    UpdateHold& operator=(const UpdateHold&) = delete;
+
+   private:
+    Plug& held;
+  };
+
+ private:
+  friend class AutoGain;
+
+  template <typename Sample>
+  void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
+  template <typename Sample>
+  void feedMeters(Sample* const* outputs, int frames, int channels) noexcept;
+  void setMeasuring(bool on);
+  void updateGlobals();
+  void updateBand(int band);
+  [[nodiscard]] ValueTextContext textContext(int index) const;
+  [[nodiscard]] bool isOn(int index) const { return getPlainValue(index) != 0.0F; }
+
+  compressor engine;
+  AnalyserFeed analyser;
+  OutputPeak outputPeak;
+  AutoGain autoGain{*this};
+  BandOperations bandOperations{*this};
+  Preferences preferences;
+  std::atomic<bool> simpleNumbers{false};
+  std::atomic<int> updateSuspended{0};     // holds; `updateDsp` runs only at 0
+  std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed
+  PlugBaseMutex updateLock;                // one control thread at a time hands over parameters
+  const Idle idle;
+};

@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "tests/core/plug_rig.h"
+
+namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+double linear(double decibels) { return std::pow(10.0, decibels * 0.05); }
+
+template <typename Sample>
+void expectEqual(const Stereo<Sample>& got, const Stereo<Sample>& wanted) {
+  for (std::size_t c = 0; c < 2; ++c) {
+    for (std::size_t i = 0; i < wanted.channels[c].size(); ++i) {
+      ASSERT_EQ(got.channels[c][i], wanted.channels[c][i]) << "channel " << c << " sample " << i;
+    }
+  }
+}
+
+TEST(BlockDriverTest, WithNothingOnTheOutputIsTheInputBitForBit) {
+  for (const int block : {1, 64, 1000, 8192}) {
+    SCOPED_TRACE(block);
+    PlugRig rig({{"kB1State", 0}});
+    expectEqual(render(rig.plug, noise<double>(9000), block), noise<double>(9000));
+    PlugRig single({{"kB1State", 0}});
+    expectEqual(render(single.plug, noise<float>(9000), block), noise<float>(9000));
+  }
+}
+
+/// The whole gain chain by its definition: three ramps around a chain that changes nothing.
+class PlainGains {
+ public:
+  void set(double in, double wet, double dry) {
+    const double targets[] = {in, wet, dry};
+    for (int r = 0; r < 3; ++r) {
+      if (targets[r] == ramps[r].target) continue;
+      const double now = ramps[r].target - ramps[r].count * ramps[r].step;
+      ramps[r] = {targets[r], (targets[r] - now) / 1000, 1000};
+    }
+  }
+  void jump() {
+    for (Ramp& ramp : ramps) ramp.count = 0;
+  }
+  std::array<double, 3> next() {
+    std::array<double, 3> gains{};
+    for (std::size_t r = 0; r < 3; ++r) {
+      gains[r] = ramps[r].target - ramps[r].count * ramps[r].step;
+      if (ramps[r].count > 0) --ramps[r].count;
+    }
+    return gains;
+  }
+
+ private:
+  struct Ramp {
+    double target, step;
+    int count;
+  };
+  Ramp ramps[3] = {{1, 0, 0}, {1, 0, 0}, {0, 0, 0}};
+};
+
+TEST(BlockDriverTest, TrimsWetDryBypassAndListenFollowTheirFormulas) {
+  struct Change {
+    int frame;
+    const char* identifier;
+    double plain;
+  };
+  const Change changes[] = {{0, "kIpTrim", -6},   {512, "kOpTrim", 4.5}, {1024, "kWetDry", 40},
+                            {2048, "kListen", 1}, {4096, "kBypass", 1},  {4608, "kIpTrim", 12},
+                            {6144, "kBypass", 0}, {8192, "kListen", 0},  {9216, "kWetDry", 0}};
+  for (const int block : {64, 512}) {
+    SCOPED_TRACE(block);
+    PlugRig rig;
+    PlainGains plain;
+    double in = 0, out = 0, wetDry = 1;
+    bool listen = false, bypass = false;
+    std::vector<std::array<double, 3>> gains;
+    const auto input = noise<double>(12000);
+    const auto output = render(rig.plug, input, block, [&](int frame) {
+      for (const Change& change : changes) {
+        if (change.frame != frame) continue;
+        rig.set({{change.identifier, change.plain}});
+        in = rig.get("kIpTrim");
+        out = linear(rig.get("kOpTrim"));
+        wetDry = static_cast<double>(rig.plug.getParameter(kWetDry));
+        listen = rig.get("kListen") == 1;
+        bypass = rig.get("kBypass") == 1;
+        const double dry = listen ? -out : 1 - wetDry;
+        plain.set(bypass ? 1 : linear(in), bypass ? 0 : out * wetDry, bypass ? 1 : dry);
+      }
+      const int frames = std::min(block, input.frames() - frame);
+      for (int i = 0; i < frames; ++i) gains.push_back(plain.next());
+    });
+    for (std::size_t i = 0; i < gains.size(); ++i) {
+      const double x = input.channels[1][i] * gains[i][0];
+      ASSERT_NEAR(output.channels[1][i], x * gains[i][1] + gains[i][2] * x, 1e-14) << i;
+    }
+  }
+}
+
+TEST(BlockDriverTest, ResumeGivesFullGainFromTheFirstSample) {
+  PlugRig rig({{"kIpTrim", -20}, {"kOpTrim", 6}});
+  auto input = noise<double>(4);
+  const auto output = render(rig.plug, input, 4);
+  EXPECT_NEAR(output.channels[0][0], input.channels[0][0] * linear(-14), 1e-8);
+}
+
+TEST(BlockDriverTest, BadSamplesComeOutAsZeros) {
+  PlugRig rig;
+  auto input = noise<double>(64);
+  input.channels[0][3] = kNan;
+  input.channels[0][5] = kInfinity;
+  input.channels[1][0] = -kInfinity;
+  const auto output = render(rig.plug, input, 64);
+  auto wanted = input;
+  wanted.channels[0][3] = wanted.channels[0][5] = wanted.channels[1][0] = 0.0;
+  expectEqual(output, wanted);
+}
+
+TEST(BlockDriverTest, MonoInPlaceAndMissingChannels) {
+  PlugRig rig({{"kIpTrim", 6}});
+  const double gain = linear(6);
+  std::vector<float> main(32, 0.25F);
+  std::vector<float> side(32, std::numeric_limits<float>::quiet_NaN());
+  std::array<float*, 4> in = {main.data(), side.data(), nullptr, nullptr};
+  std::array<float*, 2> out = {main.data(), nullptr};
+  rig.plug.processReplacing(in.data(), out.data(), 32);
+  EXPECT_NEAR(main[31], 0.25 * gain, 1e-6) << "mono, in place";
+  EXPECT_EQ(side[7], 0.0F) << "the sidechain is scrubbed as well";
+
+  std::vector<float> left(32, 1.0F);
+  std::vector<float> right(32, 1.0F);
+  in = {left.data(), nullptr, nullptr, side.data()};
+  out = {left.data(), right.data()};
+  rig.plug.processReplacing(in.data(), out.data(), 32);
+  EXPECT_NEAR(left[0], gain, 1e-6);
+  EXPECT_EQ(right[0], 0.0F) << "a missing input is silence";
+  out = {nullptr, right.data()};
+  rig.plug.processReplacing(in.data(), out.data(), 32);
+  rig.plug.processReplacing(nullptr, nullptr, 32);
+  rig.plug.processReplacing(in.data(), out.data(), 0);
+  rig.plug.processReplacing(in.data(), out.data(), -5);
+  EXPECT_EQ(rig.plug.getSampleCount(), 96) << "only real blocks count";
+}
+
+TEST(BlockDriverTest, ABlockLongerThanAnyAnnouncedStillWorks) {
+  PlugRig rig({{"kIpTrim", 6}});
+  const auto input = noise<double>(300000);
+  const auto output = render(rig.plug, input, 300000);
+  EXPECT_NEAR(output.channels[1][299999], input.channels[1][299999] * linear(6), 1e-6);
+}
+
+// All bands are flat, so a band that works takes the whole signal and leaves nothing beside it.
+TEST(BlockDriverTest, SoloAndListenWeighTheStages) {
+  struct Case {
+    const char* what;
+    PlugRig::Settings settings;
+    bool passband;
+    double gain;
+  };
+  constexpr double kOrder = 0.836735;
+  const Case cases[] = {
+      {"one crossover band", {}, false, 1},
+      {"one dynamic EQ band", {{"kB1Type", 1}}, false, 1},
+      {"the only crossover band soloed", {{"kB1Solo", 1}}, false, 1},
+      {"what passes beside the only band", {{"kB1Solo", 1}}, true, 0},
+      {"an inactive solo is none", {{"kB2Solo", 1}}, true, 1},
+      {"the lower of two crossover bands soloed",
+       {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kB1Solo", 1}},
+       false,
+       1},
+      {"the upper, which carries nothing",
+       {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kB2Solo", 1}},
+       false,
+       0},
+      {"the upper's surroundings",
+       {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kB2Solo", 1}},
+       true,
+       1},
+      {"solo in two stages leaves the crossover alone",
+       {{"kB1Type", 1}, {"kB2State", 1}, {"kB2Solo", 1}, {"kB1Solo", 1}},
+       false,
+       1},
+      {"the sidechain of the band that carries all",
+       {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kSCListen", 0}},
+       false,
+       1},
+      {"the sidechain of the band that carries nothing",
+       {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kSCListen", 1}},
+       false,
+       0},
+      {"the sidechain of a band in front of the crossover",
+       {{"kB1Type", 1}, {"kB2State", 1}, {"kSCListen", 0}},
+       false,
+       1},
+      {"a soloed dynamic EQ band", {{"kB1Type", 1}, {"kB1SubType", 7}, {"kB1Solo", 1}}, false, 1},
+      {"beside a soloed flat band", {{"kB1Type", 1}, {"kB1SubType", 7}, {"kB1Solo", 1}}, true, 0},
+      // The difference is taken against the whole signal: nothing is left of it.
+      {"difference with a soloed band",
+       {{"kB1Type", 1}, {"kB1SubType", 7}, {"kB1Solo", 1}, {"kListen", 1}},
+       true,
+       0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    PlugRig rig({{"kBandOrder", kOrder}});
+    rig.set(c.settings);
+    Preferences preferences;
+    preferences.autolistenPassband = c.passband;
+    rig.plug.applyPreferences(preferences);
+    rig.plug.resume();
+    const auto input = noise<double>(256);
+    const auto output = render(rig.plug, input, 64);
+    for (std::size_t i = 0; i < 256; ++i) {
+      ASSERT_EQ(output.channels[0][i], c.gain * input.channels[0][i]);
+    }
+  }
+}
+
+TEST(BlockDriverTest, ThePlanHoldsTheStagesInTheirOrder) {
+  PlugRig rig;
+  EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0x1U);
+  EXPECT_EQ(rig.plug.getEngine().xoverPlanWord(), 0x1000000U);
+  // Bands 1 and 2 in front, 3 and 4 in the crossover, 5 behind it.
+  rig.set({{"kB1Type", 1}, {"kB2Type", 1}, {"kB5Type", 1}, {"kB3Frequency", 100}});
+  rig.set({{"kB2State", 1}, {"kB3State", 1}, {"kB4State", 1}, {"kB5State", 1}});
+  EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0x6132U);
+  EXPECT_EQ(rig.plug.getEngine().xoverPlanWord(), 0x2000000U | 3U << 3U | 2U);
+  const auto plan = rig.plug.getEngine().stagePlanWord();
+  rig.plug.setParameter(kBandOrder, 1.0F);
+  rig.set({{"kB4Frequency", 100}});
+  EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), plan) << "bad orders keep the last good chain";
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+#include "tests/core/plug_rig.h"
+#include "tests/support/realtime_guard.h"
+#include "tests/support/seccomp_child.h"
+
+namespace {
+
+/// Buffers for one call of the longest block.
+template <typename Sample>
+struct Call {
+  static constexpr int kMost = 4096;
+
+  Call() : main(noise<Sample>(kMost)), side(noise<Sample>(kMost)), out(kMost) {}
+  void operator()(Plug& plug, int frames) {
+    std::array<Sample*, 4> in = {main.channels[0].data(), main.channels[1].data(),
+                                 side.channels[0].data(), side.channels[1].data()};
+    std::array<Sample*, 2> outputs = {out.channels[0].data(), out.channels[1].data()};
+    process(plug, in.data(), outputs.data(), frames);
+  }
+  Stereo<Sample> main, side, out;
+};
+
+/// One parameter somewhere else, by turns of all.
+void turnOne(Plug& plug, int step) {
+  const int index = step * 37 % kNumParams;
+  plug.setParameter(index, static_cast<float>(step * 61 % 101) * 0.01F);
+}
+
+template <typename Sample>
+void expectNoHeapAndNoLocks() {
+  PlugRig rig({{"kAutoGain", 1}});
+  rig.plug.endEdit(kAutoGain);
+  Call<Sample> call;
+  for (int step = 0; step < 800; ++step) {
+    turnOne(rig.plug, step);
+    for (const int frames : {1, 63, 64, Call<Sample>::kMost}) {
+      const RealtimeGuard guard;
+      call(rig.plug, frames);
+      ASSERT_EQ(guard.heapCalls(), 0) << frames << " frames after step " << step;
+      ASSERT_EQ(guard.lockCalls(), 0) << frames << " frames after step " << step;
+    }
+  }
+}
+
+TEST(PlugRealtimeTest, ProcessingNeitherAllocatesNorLocks) {
+  expectNoHeapAndNoLocks<float>();
+  expectNoHeapAndNoLocks<double>();
+}
+
+// The whole list of what may leave real time on the audio thread.
+TEST(PlugRealtimeTest, OnlyALongBlockAndASwitchOfTheHostMayLeaveRealTime) {
+  PlugRig rig;
+  Call<float> call;
+  std::vector<float> longBlock(5000);
+  std::array<float*, 4> in = {longBlock.data(), longBlock.data(), nullptr, nullptr};
+  std::array<float*, 2> out = {longBlock.data(), longBlock.data()};
+  {
+    const RealtimeGuard guard;
+    rig.plug.processReplacing(in.data(), out.data(), 5000);
+    EXPECT_GT(guard.heapCalls(), 0) << "a block longer than the buffers";
+  }
+  PlugRig announced;
+  announced.plug.setBlockSize(5000);
+  {
+    const RealtimeGuard guard;
+    announced.plug.processReplacing(in.data(), out.data(), 5000);
+    EXPECT_EQ(guard.heapCalls(), 0) << "a host that keeps its word never meets it";
+  }
+  rig.processLevel = kProcessLevelOffline;
+  {
+    const RealtimeGuard guard;
+    call(rig.plug, 64);
+    EXPECT_GT(guard.lockCalls(), 0) << "the full update on the way to offline";
+  }
+  const RealtimeGuard guard;
+  call(rig.plug, 64);
+  EXPECT_EQ(guard.lockCalls() + guard.heapCalls(), 0) << "once";
+}
+
+TEST(PlugRealtimeTest, AThousandBlocksNeedNoSystemCall) {
+  std::unique_ptr<PlugRig> rig;
+  std::unique_ptr<Call<float>> call;
+  const SeccompEnd end = runUnderSeccomp(
+      [&] {
+        rig = std::make_unique<PlugRig>();
+        call = std::make_unique<Call<float>>();
+        (*call)(rig->plug, 64);
+      },
+      [&] {
+        for (int block = 0; block < 1000; ++block) (*call)(rig->plug, 64);
+      });
+  if (end.unavailable()) GTEST_SKIP() << "processes cannot be sealed here";
+  EXPECT_TRUE(end.clean()) << end.text();
+}
+
+TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
+  PlugRig rig;
+  std::atomic<bool> done{false};
+  std::thread control([&] {
+    for (int step = 0; step < 3000; ++step) {
+      turnOne(rig.plug, step);
+      if (step % 50 == 0) rig.plug.endEdit(kIpTrim);
+    }
+    done = true;
+  });
+  std::thread message([&] {
+    std::array<double, 512> spectrum{};
+    for (int turn = 0; !done; ++turn) {
+      rig.plug.onIdle();
+      rig.plug.setBandPosition(turn % kNumBands, turn % 3);
+      rig.plug.deleteBand((turn + 3) % kNumBands);
+      double seen = rig.plug.getOutputPeak(0);
+      for (int selector = 0; selector < 8; ++selector) seen += rig.plug.getGainReduction(selector);
+      for (int band = 0; band < kNumBands; ++band) seen += rig.plug.getBandGraphGain(band);
+      rig.plug.analyserFeed().copyLatest(AnalyserFeed::kDryLeft, spectrum);
+      EXPECT_TRUE(std::isfinite(seen));
+    }
+  });
+  Call<float> call;
+  while (!done) {
+    call(rig.plug, 64);
+    for (const float x : call.out.channels[0]) ASSERT_TRUE(std::isfinite(x));
+  }
+  control.join();
+  message.join();
+}
+
+TEST(PlugRealtimeTest, InstancesOfOneProcessShareTheIdleTimer) {
+  Plug first;
+  {
+    const Plug second;
+    const Plug third;
+  }
+  first.setParameter(kAutoGain, 1.0F);
+  first.endEdit(kAutoGain);
+  Call<float> call;
+  for (int block = 0; block < 12; ++block) call(first, Call<float>::kMost);
+  for (int wait = 0; wait < 500 && first.getEngine().measuring(); ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_FALSE(first.getEngine().measuring()) << "the timer ended the measurement";
+}
+
+}  // namespace

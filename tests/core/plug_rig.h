@@ -1,0 +1,115 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/parameter_table.h"
+#include "core/plug.h"
+
+/// An effect whose idle the test calls, and a host that records what it is told.
+class PlugRig {
+ public:
+  struct Message {
+    std::int32_t opcode;
+    std::int32_t index;
+    float value;
+    bool operator==(const Message&) const = default;
+  };
+  using Settings = std::initializer_list<std::pair<const char*, double>>;
+
+  PlugRig() : PlugRig({}) {}
+  explicit PlugRig(const Settings& settings, double rate = 48000.0)
+      : plug(&PlugRig::callback, Plug::Idle::kCaller) {
+    plug.getAeffect()->user = this;
+    plug.setSampleRate(static_cast<float>(rate));
+    set(settings);
+    plug.resume();
+    messages.clear();
+  }
+
+  void set(const Settings& settings) {
+    for (const auto& [identifier, plain] : settings) set(id(identifier), plain);
+  }
+  void set(int index, double plain) {
+    plug.setParameter(index, plug.plainToNormalised(index, static_cast<float>(plain)));
+  }
+  [[nodiscard]] static int id(const char* identifier) {
+    return parameterKeyTable().find(identifier);
+  }
+  [[nodiscard]] double get(const char* identifier) const {
+    return static_cast<double>(plug.getPlainValue(id(identifier)));
+  }
+  [[nodiscard]] int count(std::int32_t opcode, std::int32_t index) const {
+    int found = 0;
+    for (const Message& m : messages) found += m.opcode == opcode && m.index == index ? 1 : 0;
+    return found;
+  }
+
+  Plug plug;
+  std::intptr_t processLevel = 2;
+  std::vector<Message> messages;  // but for process level queries
+
+ private:
+  static std::intptr_t callback(AEffect* effect, std::int32_t opcode, std::int32_t index,
+                                std::intptr_t /*value*/, void* /*ptr*/, float opt) {
+    auto* const rig = static_cast<PlugRig*>(effect->user);
+    if (rig == nullptr) return 0;
+    if (opcode == kHostProcessLevel) return rig->processLevel;
+    rig->messages.push_back({opcode, index, opt});
+    return 0;
+  }
+};
+
+/// Two channels of audio.
+template <typename Sample>
+struct Stereo {
+  explicit Stereo(int frames)
+      : channels{std::vector<Sample>(static_cast<std::size_t>(frames)),
+                 std::vector<Sample>(static_cast<std::size_t>(frames))} {}
+  [[nodiscard]] int frames() const { return static_cast<int>(channels[0].size()); }
+  std::array<std::vector<Sample>, 2> channels;
+};
+
+inline void process(Plug& plug, float** in, float** out, int frames) {
+  plug.processReplacing(in, out, frames);
+}
+inline void process(Plug& plug, double** in, double** out, int frames) {
+  plug.processDoubleReplacing(in, out, frames);
+}
+
+/// Runs `input` through in blocks of `block`, without sidechain; `between(frame)` before each
+/// block.
+template <typename Sample, typename Between>
+Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between between) {
+  Stereo<Sample> output(input.frames());
+  for (int at = 0; at < input.frames(); at += block) {
+    between(at);
+    std::array<Sample*, 4> in = {input.channels[0].data() + at, input.channels[1].data() + at,
+                                 nullptr, nullptr};
+    std::array<Sample*, 2> out = {output.channels[0].data() + at, output.channels[1].data() + at};
+    process(plug, in.data(), out.data(), std::min(block, input.frames() - at));
+  }
+  return output;
+}
+template <typename Sample>
+Stereo<Sample> render(Plug& plug, const Stereo<Sample>& input, int block) {
+  return render(plug, input, block, [](int) {});
+}
+
+/// Noise of a fixed seed in -1..1, the channels different.
+template <typename Sample>
+Stereo<Sample> noise(int frames) {
+  Stereo<Sample> signal(frames);
+  std::uint32_t seed = 12345;
+  for (auto& channel : signal.channels) {
+    for (Sample& x : channel) {
+      seed = seed * 1664525U + 1013904223U;
+      x = static_cast<Sample>(static_cast<double>(seed) / 2147483648.0 - 1.0);
+    }
+  }
+  return signal;
+}
