@@ -1,0 +1,246 @@
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "state/json_detail.h"
+#include "state/json_document.h"
+
+namespace {
+
+// Each level takes a stack frame, and a host may parse on a thread with a small stack.
+constexpr int kDeepestNesting = 512;
+
+// Stands alone, so relaxed; atomic because a host may restore two instances on two threads.
+std::atomic<const char*> lastErrorPosition{nullptr};
+
+// Every reader below answers the position behind what it read, or null: then the parse has failed.
+
+const char* failAt(const char* position) noexcept {
+  lastErrorPosition.store(position, std::memory_order_relaxed);
+  return nullptr;
+}
+
+const char* skipSpace(const char* text) noexcept {
+  while (*text && static_cast<unsigned char>(*text) <= 32) ++text;
+  return text;
+}
+
+bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+const char* readDigits(const char* text, double& value) noexcept {
+  while (isDigit(*text)) value = value * 10.0 + (*text++ - '0');
+  return text;
+}
+
+// Cannot fail: whatever digits are there make the value. Only one leading zero is passed, so "007"
+// is 0 and leaves "07": kept.
+const char* readNumber(JsonNode& node, const char* text) noexcept {
+  double sign = 1.0;
+  double value = 0.0;
+  double scale = 0.0;
+  if (*text == '-') {
+    sign = -1.0;
+    ++text;
+  }
+  if (*text == '0') ++text;
+  if (*text != '0') text = readDigits(text, value);
+  if (*text == '.' && isDigit(text[1])) {
+    const char* const firstPlace = text + 1;
+    text = readDigits(firstPlace, value);
+    scale = -static_cast<double>(text - firstPlace);
+  }
+  // A double for the exponent as well: it cannot overflow, however many digits there are.
+  double exponent = 0.0;
+  double exponentSign = 1.0;
+  if (*text == 'e' || *text == 'E') {
+    ++text;
+    if (*text == '-') exponentSign = -1.0;
+    if (*text == '-' || *text == '+') ++text;
+    text = readDigits(text, exponent);
+  }
+  const double power = scale + exponentSign * exponent;
+  // pow(10, 0) is 1; most whole numbers come this way.
+  json_detail::setNumber(node, (power == 0.0 ? 1.0 : std::pow(10.0, power)) * (sign * value));
+  return text;
+}
+
+int hexDigit(char c) noexcept {
+  if (isDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// Takes four bytes, or those left before `end`; 0 unless they are four hexadecimal digits.
+std::uint32_t readFourHex(const char*& text, const char* end) noexcept {
+  std::uint32_t value = 0;
+  bool valid = true;
+  int count = 0;
+  for (; count < 4 && text != end; ++count) {
+    const int digit = hexDigit(*text++);
+    valid = valid && digit >= 0;
+    value = value * 16 + static_cast<std::uint32_t>(digit);
+  }
+  return valid && count == 4 ? value : 0;
+}
+
+char* writeUtf8(char* out, std::uint32_t code) noexcept {
+  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
+  const auto putTail = [&](unsigned shift) { put(0x80 | ((code >> shift) & 0x3F)); };
+  if (code < 0x80) {
+    put(code);
+  } else if (code < 0x800) {
+    put(0xC0 | (code >> 6));
+    putTail(0);
+  } else if (code < 0x10000) {
+    put(0xE0 | (code >> 12));
+    putTail(6);
+    putTail(0);
+  } else {
+    put(0xF0 | (code >> 18));
+    putTail(12);
+    putTail(6);
+    putTail(0);
+  }
+  return out;
+}
+
+// Decodes what follows `\u` up to its end, the second half of a surrogate pair included. Zero and
+// halves without their partner write nothing.
+char* decodeUnicode(const char*& text, const char* end, char* out) noexcept {
+  const std::uint32_t code = readFourHex(text, end);
+  if (code == 0 || (code >= 0xDC00 && code <= 0xDFFF)) return out;
+  if (code < 0xD800 || code > 0xDFFF) return writeUtf8(out, code);
+  if (end - text < 2 || text[0] != '\\' || text[1] != 'u') return out;
+  text += 2;
+  const std::uint32_t low = readFourHex(text, end);
+  if (low < 0xDC00 || low > 0xDFFF) return out;
+  return writeUtf8(out, 0x10000 + (((code & 0x3FF) << 10) | (low & 0x3FF)));
+}
+
+char unescaped(char c) noexcept {
+  switch (c) {
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return c;
+  }
+}
+
+// Copies the plain runs whole. The output is never longer than the caller's count of it.
+char* decodeString(const char* text, const char* end, char* out) noexcept {
+  while (text != end) {
+    const void* const found = std::memchr(text, '\\', static_cast<std::size_t>(end - text));
+    const char* const runEnd = found ? static_cast<const char*>(found) : end;
+    const auto run = static_cast<std::size_t>(runEnd - text);
+    std::memcpy(out, text, run);
+    out += run;
+    text = runEnd;
+    if (text == end || ++text == end) break;
+    const char escape = *text++;
+    if (escape == 'u') {
+      out = decodeUnicode(text, end, out);
+    } else {
+      *out++ = unescaped(escape);
+    }
+  }
+  return out;
+}
+
+// The end of the text ends a string as well as its quote does.
+const char* readString(char*& result, const char* text) noexcept {
+  if (*text != '"') return failAt(text);
+  const char* const begin = text + 1;
+  const char* end = begin;
+  std::size_t count = 0;
+  for (; *end && *end != '"'; ++end, ++count) {
+    if (*end == '\\' && end[1]) ++end;
+  }
+  result = static_cast<char*>(json_detail::allocate(count + 1));
+  if (!result) return nullptr;
+  *decodeString(begin, end, result) = 0;
+  return *end ? end + 1 : end;
+}
+
+const char* readKey(JsonNode& node, const char* text) noexcept {
+  text = readString(node.key, text);
+  if (!text) return nullptr;
+  text = skipSpace(text);
+  return *text == ':' ? skipSpace(text + 1) : failAt(text);
+}
+
+const char* readValue(JsonNode& node, const char* text, int depth) noexcept;
+
+// An array or object. Each entry is linked before it is read, so that a failure loses none.
+const char* readEntries(JsonNode& node, const char* text, int depth) noexcept {
+  if (depth >= kDeepestNesting) return failAt(text);
+  const bool isObject = *text == '{';
+  const char close = isObject ? '}' : ']';
+  node.type = isObject ? kJsonObject : kJsonArray;
+  text = skipSpace(text + 1);
+  if (*text == close) return text + 1;
+  for (JsonNode* last = nullptr;; text = skipSpace(text + 1)) {
+    JsonNode* const entry = json_detail::createNode(kJsonNull);
+    if (!entry) return nullptr;
+    json_detail::linkBehind(node, last, *entry);
+    last = entry;
+    if (isObject) text = readKey(*entry, text);
+    if (text) text = readValue(*entry, text, depth + 1);
+    if (!text) return nullptr;
+    text = skipSpace(text);
+    if (*text != ',') break;
+  }
+  return *text == close ? text + 1 : failAt(text);
+}
+
+const char* readWord(JsonNode& node, const char* text) noexcept {
+  if (std::strncmp(text, "null", 4) == 0) {
+    node.type = kJsonNull;
+    return text + 4;
+  }
+  if (std::strncmp(text, "false", 5) == 0) {
+    node.type = kJsonFalse;
+    return text + 5;
+  }
+  if (std::strncmp(text, "true", 4) == 0) {
+    node.type = kJsonTrue;
+    node.valueInt = 1;
+    return text + 4;
+  }
+  return failAt(text);
+}
+
+// `depth` counts the brackets around the value.
+const char* readValue(JsonNode& node, const char* text, int depth) noexcept {
+  switch (*text) {
+    case '"':
+      node.type = kJsonString;
+      return readString(node.valueString, text);
+    case '[':
+    case '{':
+      return readEntries(node, text, depth);
+    default:
+      return *text == '-' || isDigit(*text) ? readNumber(node, text) : readWord(node, text);
+  }
+}
+
+}  // namespace
+
+JsonNode* jsonParse(const char* text) noexcept {
+  lastErrorPosition.store(nullptr, std::memory_order_relaxed);
+  if (!text) return nullptr;
+  JsonTree root(json_detail::createNode(kJsonNull));
+  if (!root || !readValue(*root, skipSpace(text), 0)) return nullptr;
+  return root.release();
+}
+
+const char* jsonGetErrorPtr() noexcept { return lastErrorPosition.load(std::memory_order_relaxed); }
