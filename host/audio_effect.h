@@ -1,0 +1,101 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "host/aeffect.h"
+
+class AEffEditor;
+
+/// Base of an effect: owns the record that the adapter holds, answers the calls that come through
+/// it and sends messages back. Operations without a body of their own here do nothing or return 0.
+///
+/// Texts are written with their terminating zero to buffers of at least `kTextCapacity` bytes.
+/// Threads: process calls on the audio thread; all else on the host's control threads or the
+/// message thread. No exception leaves through the record: the call answers 0 instead.
+class AudioEffect {
+ public:
+  static constexpr std::size_t kTextCapacity = 64;
+
+  /// With a null `audioMaster` the messages to the host go nowhere and are answered 0.
+  AudioEffect(AudioMasterCallback audioMaster, std::int32_t numPrograms, std::int32_t numParams);
+  virtual ~AudioEffect();
+  AudioEffect(const AudioEffect&) = delete;
+  AudioEffect& operator=(const AudioEffect&) = delete;
+
+  /// Owned by the effect. Closing through it does not delete the effect: whoever made it does.
+  [[nodiscard]] AEffect* getAeffect() noexcept { return &cEffect; }
+  [[nodiscard]] AEffEditor* getEditor() const noexcept { return ownedEditor.get(); }
+  [[nodiscard]] float getSampleRate() const noexcept { return sampleRate.load(relaxed); }  ///< Hz
+  [[nodiscard]] std::int32_t getBlockSize() const noexcept { return blockSize.load(relaxed); }
+  [[nodiscard]] std::int32_t getInitialDelay() const noexcept;  ///< declared latency, samples
+
+  /// Every call that is neither audio nor a parameter value. An unknown opcode gives 0.
+  virtual std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                                   void* ptr, float opt);
+  virtual void open() {}
+  virtual void close() {}
+  virtual void suspend() {}
+  virtual void resume() {}
+  virtual void setSampleRate(float newRate);             ///< Hz; ignored unless positive and finite
+  virtual void setBlockSize(std::int32_t newBlockSize);  ///< frames; ignored unless positive
+
+  /// `frames` samples of each channel from `inputs` to `outputs`, which may be the same buffers.
+  virtual void processReplacing(float** /*inputs*/, float** /*outputs*/, std::int32_t /*frames*/) {}
+  virtual void processDoubleReplacing(double** /*inputs*/, double** /*outputs*/,
+                                      std::int32_t /*frames*/) {}
+
+  virtual void setParameter(std::int32_t /*index*/, float /*normalised*/) {}
+  virtual float getParameter(std::int32_t /*index*/) { return 0.0f; }
+  /// `setParameter`, and tells the host that the change came from this side.
+  virtual void setParameterAutomated(std::int32_t index, float normalised);
+  virtual void getParameterLabel(std::int32_t /*index*/, char* /*text*/) {}
+  virtual void getParameterDisplay(std::int32_t /*index*/, char* /*text*/) {}
+  virtual void getParameterName(std::int32_t /*index*/, char* /*text*/) {}
+
+  virtual std::int32_t getProgram() { return 0; }
+  virtual void setProgram(std::int32_t /*program*/) {}
+  virtual void setProgramName(const char* /*name*/) {}
+  virtual void getProgramName(char* /*name*/) {}
+
+  /// Points `*data` to the state, owned by the effect until the next call, and returns its size in
+  /// bytes.
+  virtual std::int32_t getChunk(void** /*data*/, bool /*isPreset*/) { return 0; }
+  /// Reads `byteSize` bytes, the caller's. Not 0 when they were taken.
+  virtual std::int32_t setChunk(const void* /*data*/, std::int32_t /*byteSize*/,
+                                bool /*isPreset*/) {
+    return 0;
+  }
+
+ protected:
+  static constexpr auto relaxed = std::memory_order_relaxed;
+
+  // For the constructor of a derived class, before the record is handed out.
+  void setUniqueID(std::int32_t id) noexcept { cEffect.uniqueID = id; }
+  void setNumInputs(std::int32_t count) noexcept { cEffect.numInputs = count; }
+  void setNumOutputs(std::int32_t count) noexcept { cEffect.numOutputs = count; }
+  void canProcessReplacing(bool state = true) noexcept { setFlag(kEffectCanReplacing, state); }
+  void canDoubleReplacing(bool state = true) noexcept { setFlag(kEffectCanDoubleReplacing, state); }
+  void programsAreChunks(bool state = true) noexcept { setFlag(kEffectProgramChunks, state); }
+  /// Null deletes the editor. Only while no other thread can reach the effect: at the end of a
+  /// constructor and at the head of a destructor.
+  void setEditor(std::unique_ptr<AEffEditor> newEditor);
+
+  /// Stores the latency and returns the one before. The host is not told.
+  std::int32_t setInitialDelay(std::int32_t samples) noexcept;
+  std::intptr_t tellHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
+                         void* ptr = nullptr, float opt = 0.0f);
+
+  AEffect cEffect{};
+
+ private:
+  void setFlag(std::int32_t flag, bool state) noexcept;
+  std::intptr_t dispatchEditor(std::int32_t opcode, void* ptr);
+  std::intptr_t dispatchText(std::int32_t opcode, std::int32_t index, char* text);
+
+  const AudioMasterCallback hostCallback;
+  std::unique_ptr<AEffEditor> ownedEditor;
+  std::atomic<float> sampleRate{44100.0f};
+  std::atomic<std::int32_t> blockSize{1024};
+};

@@ -1,0 +1,94 @@
+#include "host/audio_effect_x.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+constexpr std::intptr_t kInterfaceVersion = 2400;
+// Hosts are known to write more than the 64 bytes agreed on.
+constexpr std::size_t kHostTextCapacity = 256;
+}  // namespace
+
+std::intptr_t AudioEffectX::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                                       void* ptr, float opt) {
+  switch (opcode) {
+    case kEffectProcessEvents:
+      return processEvents(static_cast<const VstEvents*>(ptr));
+    case kEffectCanBeAutomated:
+      return canParameterBeAutomated(index) ? 1 : 0;
+    case kEffectStringToParameter:
+      return ptr != nullptr && stringToParameter(index, static_cast<const char*>(ptr)) ? 1 : 0;
+    case kEffectGetProgramNameIndexed:
+      if (ptr == nullptr) return 0;
+      return getProgramNameIndexed(static_cast<std::int32_t>(value), index,
+                                   static_cast<char*>(ptr));
+    case kEffectGetInputProperties:
+    case kEffectGetOutputProperties:
+      return dispatchProperties(opcode, index, ptr);
+    case kEffectSetBypass:
+      return setBypass(value != 0) ? 1 : 0;
+    case kEffectGetVendorVersion:
+      return getVendorVersion();
+    case kEffectVendorSpecific:
+      return vendorSpecific(index, value, ptr, opt);
+    case kEffectGetTailSize:
+      return getTailSize();
+    case kEffectGetInterfaceVersion:
+      return kInterfaceVersion;
+    case kEffectCanDo:
+    case kEffectGetEffectName:
+    case kEffectGetVendorString:
+    case kEffectGetProductString:
+      return dispatchStrings(opcode, static_cast<char*>(ptr));
+    default:
+      return AudioEffect::dispatcher(opcode, index, value, ptr, opt);
+  }
+}
+
+std::intptr_t AudioEffectX::dispatchProperties(std::int32_t opcode, std::int32_t index, void* ptr) {
+  if (ptr == nullptr) return 0;
+  auto* const properties = static_cast<VstPinProperties*>(ptr);
+  const bool known = opcode == kEffectGetInputProperties ? getInputProperties(index, properties)
+                                                         : getOutputProperties(index, properties);
+  return known ? 1 : 0;
+}
+
+std::intptr_t AudioEffectX::dispatchStrings(std::int32_t opcode, char* text) {
+  if (text == nullptr) return 0;
+  switch (opcode) {
+    case kEffectCanDo:
+      return canDo(text);
+    case kEffectGetEffectName:
+      return getEffectName(text) ? 1 : 0;
+    case kEffectGetVendorString:
+      return getVendorString(text) ? 1 : 0;
+    default:
+      return getProductString(text) ? 1 : 0;
+  }
+}
+
+void AudioEffectX::beginEdit(std::int32_t index) { tellHost(kHostBeginEdit, index); }
+
+void AudioEffectX::endEdit(std::int32_t index) { tellHost(kHostEndEdit, index); }
+
+void AudioEffectX::wantEvents() { tellHost(kHostWantMidi, 0, 1); }
+
+void AudioEffectX::ioChanged() { tellHost(kHostIoChanged); }
+
+std::intptr_t AudioEffectX::getProcessLevel() { return tellHost(kHostProcessLevel); }
+
+void AudioEffectX::getHostVendorString(std::span<char> text) {
+  std::array<char, kHostTextCapacity> answer{};
+  tellHost(kHostGetVendor, 0, 0, answer.data());
+  answer.back() = '\0';
+  if (text.empty()) return;
+  const auto end = std::find(answer.begin(), answer.end(), '\0');
+  const std::size_t length =
+      std::min(static_cast<std::size_t>(end - answer.begin()), text.size() - 1);
+  std::copy_n(answer.begin(), length, text.begin());
+  text[length] = '\0';
+}
+
+void AudioEffectX::tellHostVendorSpecific(std::int32_t code, std::intptr_t value) {
+  tellHost(kHostVendorSpecific, code, value);
+}

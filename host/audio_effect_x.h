@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "host/audio_effect.h"
+
+/// The extended calls: events, properties, names, and the messages to the host beyond automation.
+/// Operations without a body of their own here return 0 or false.
+class AudioEffectX : public AudioEffect {
+ public:
+  using AudioEffect::AudioEffect;
+
+  std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value, void* ptr,
+                           float opt) override;
+
+  /// Events for the coming block; audio thread. Null and an empty list are fine.
+  virtual std::int32_t processEvents(const VstEvents* /*events*/) { return 0; }
+
+  virtual bool canParameterBeAutomated(std::int32_t /*index*/) { return false; }
+  virtual bool stringToParameter(std::int32_t /*index*/, const char* /*text*/) { return false; }
+  virtual bool getProgramNameIndexed(std::int32_t /*category*/, std::int32_t /*index*/,
+                                     char* /*text*/) {
+    return false;
+  }
+  /// Fill `properties` whole; false, with nothing written, for a channel that is not there.
+  virtual bool getInputProperties(std::int32_t /*index*/, VstPinProperties* /*properties*/) {
+    return false;
+  }
+  virtual bool getOutputProperties(std::int32_t /*index*/, VstPinProperties* /*properties*/) {
+    return false;
+  }
+
+  /// True from an effect that bypasses by itself.
+  virtual bool setBypass(bool /*on*/) { return false; }
+  virtual bool getEffectName(char* /*text*/) { return false; }
+  virtual bool getVendorString(char* /*text*/) { return false; }
+  virtual bool getProductString(char* /*text*/) { return false; }
+  virtual std::int32_t getVendorVersion() { return 0; }
+  virtual std::intptr_t vendorSpecific(std::int32_t /*index*/, std::intptr_t /*value*/,
+                                       void* /*ptr*/, float /*opt*/) {
+    return 0;
+  }
+  /// 1 yes, -1 no, 0 do not know.
+  virtual std::int32_t canDo(const char* /*text*/) { return 0; }
+  virtual std::int32_t getTailSize() { return 0; }  ///< samples
+
+  /// Frame a change of a parameter by the user.
+  virtual void beginEdit(std::int32_t index);
+  virtual void endEdit(std::int32_t index);
+
+ protected:
+  void wantEvents();  ///< asks the host for MIDI
+  void ioChanged();   ///< latency or channels are new
+  [[nodiscard]] std::intptr_t getProcessLevel();
+  /// Empties `text` when the host does not say.
+  void getHostVendorString(std::span<char> text);
+  void tellHostVendorSpecific(std::int32_t code, std::intptr_t value);
+
+ private:
+  std::intptr_t dispatchProperties(std::int32_t opcode, std::int32_t index, void* ptr);
+  std::intptr_t dispatchStrings(std::int32_t opcode, char* text);
+};

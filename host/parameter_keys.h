@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Identifiers and their numbers, split from an enumeration text such as "kIpTrim=0,kOpTrim,
+/// kB1State".
+///
+/// `name=number` sets the running counter, any other entry takes the next number; a number that
+/// cannot be read is as if it were not there. White space is ignored and an empty entry is none.
+/// Immutable once built: any thread.
+class ParameterKeys {
+ public:
+  struct Entry {
+    std::string name;
+    std::int32_t number;
+  };
+
+  explicit ParameterKeys(std::string_view enumeration);
+
+  /// Empty for a number that no entry has; the first in text order when several have it.
+  [[nodiscard]] const std::string& name(std::int32_t number) const noexcept;
+  /// Exact match; -1 for a name that is not there. Logarithmic in the size.
+  [[nodiscard]] std::int32_t find(std::string_view name) const noexcept;
+
+  // Entries in text order.
+  [[nodiscard]] std::size_t size() const noexcept { return entries.size(); }
+  [[nodiscard]] const Entry& operator[](std::size_t position) const { return entries[position]; }
+  [[nodiscard]] auto begin() const noexcept { return entries.begin(); }
+  [[nodiscard]] auto end() const noexcept { return entries.end(); }
+
+ private:
+  void addEntry(std::string_view text, std::int64_t& next);
+
+  std::vector<Entry> entries;
+  std::vector<std::size_t> byName;  // positions in `entries`
+  std::vector<std::size_t> byNumber;
+};

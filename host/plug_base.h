@@ -1,0 +1,153 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "host/audio_effect_x.h"
+#include "host/idle_timer.h"
+#include "host/parameter_keys.h"
+#include "host/parameter_record.h"
+#include "host/program_record.h"
+
+/// Names of one channel for meters: in left/right and in mid/side form.
+struct ChannelLabel {
+  std::string leftRight;
+  std::string midSide;
+};
+
+/// The generic effect: parameters, programs, banks and the messages to and from the host. It knows
+/// nothing of bands.
+///
+/// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread;
+/// all else on the host's control threads or the message thread. Parameter values are single 32-bit
+/// words, read and written atomically; no operation here takes a lock. Texts (program names,
+/// channel labels) are for one thread at a time.
+class PlugBase : public AudioEffectX, public IdleClient {
+ public:
+  static constexpr int kNumBanks = 8;
+  static constexpr std::size_t kParameterTextCapacity = kTextCapacity;
+
+  /// `table` gives the records with the default in `value`; `keys` must outlive the effect. The
+  /// groups of the records and `bandNames` come from the identifiers: "kB3Ratio" belongs to band 3.
+  PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
+           const ParameterKeys& keys, int numPrograms);
+  ~PlugBase() override;
+
+  /// As the base, but the idle of an editor is none of the host's business: it comes from the
+  /// timer.
+  std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value, void* ptr,
+                           float opt) override;
+
+  // Parameters. `normalised` is 0..1 and clamped; NaN and ids out of range are ignored, and read 0.
+  /// Stores the value in the record, the present program and the live bank, then
+  /// `updateDsp(false)`, then tells the editor.
+  void setParameter(std::int32_t index, float normalised) override;
+  float getParameter(std::int32_t index) override;
+  void setParameterAutomated(std::int32_t index, float normalised) override;
+  /// `beginEdit`, `setParameterAutomated` of the plain value, `endEdit`.
+  void setParameterWithEdit(std::int32_t index, float plain);
+  /// Gestures are told to the host unless `gesturesOff` is set; ids out of range are not.
+  void beginEdit(std::int32_t index) override;
+  void endEdit(std::int32_t index) override;  ///< runs `updateDsp(true)` before the host is told
+  bool canParameterBeAutomated(std::int32_t index) override;
+  // Ids out of range leave the text as it was.
+  void getParameterName(std::int32_t index, char* text) override;
+  void getParameterLabel(std::int32_t index, char* text) override;
+  void getParameterDisplay(std::int32_t index, char* text) override;
+
+  [[nodiscard]] virtual float plainToNormalised(std::int32_t index, float plain) const;
+  [[nodiscard]] virtual float normalisedToPlain(std::int32_t index, float normalised) const;
+  [[nodiscard]] virtual float getPlainValue(std::int32_t index) const;
+  /// Steps from the lowest value to the highest as hosts count them; 0 for a continuous parameter.
+  [[nodiscard]] virtual std::int32_t getStepCount(std::int32_t index) const;
+  /// Width of a step in plain units; 1 also for a continuous parameter.
+  [[nodiscard]] virtual std::int32_t getStepSize(std::int32_t index) const;
+  /// Writes at most `kParameterTextCapacity` bytes. A negative index leaves `text` as it was; one
+  /// at or beyond the last gives an empty text.
+  virtual void formatParameterValue(std::int32_t index, float normalised, char* text,
+                                    bool showNote) const;
+
+  /// For hosts that treat stepped parameters as a count of steps: maps such a value toward the host
+  /// or toward the engine; values of other parameters come back unchanged.
+  [[nodiscard]] float hostStepValue(std::int32_t index, float value, bool toHost) const;
+  [[nodiscard]] float getParameterDefault(std::int32_t index) const noexcept;  ///< normalised
+  [[nodiscard]] std::int32_t parameterCount() const noexcept;
+  /// In range only. `value` and `normalised` of it change under the reader: read them through the
+  /// getters.
+  [[nodiscard]] const ParameterRecord& parameterInfo(std::int32_t index) const;
+  [[nodiscard]] const ParameterKeys& parameterKeys() const noexcept { return keys; }
+  [[nodiscard]] const std::vector<std::string>& getBandNames() const noexcept { return bandNames; }
+
+  // Programs. Names are cut to 63 bytes.
+  std::int32_t getProgram() override;
+  /// Applies the values of a program, but for `abParameter` unless a state is being loaded; clears
+  /// `isLoading` and tells the host. Out of range does nothing.
+  void setProgram(std::int32_t program) override;
+  void setProgramName(const char* name) override;
+  void getProgramName(char* name) override;
+  bool getProgramNameIndexed(std::int32_t category, std::int32_t index, char* text) override;
+
+  bool getInputProperties(std::int32_t index, VstPinProperties* properties) override;
+  bool getOutputProperties(std::int32_t index, VstPinProperties* properties) override;
+  std::int32_t canDo(const char* text) override;
+
+  /// Names of the channels in use, from the adapter, before an editor opens.
+  void setChannelLabels(std::vector<ChannelLabel> labels) { channelLabels = std::move(labels); }
+  [[nodiscard]] const std::vector<ChannelLabel>& getChannelLabels() const noexcept {
+    return channelLabels;
+  }
+
+  /// Hands each MIDI event of the list to `processMidi`; other events and null ones are left out.
+  std::int32_t processEvents(const VstEvents* events) override;
+
+  /// Asks the host for its process level; on a change of the offline state calls `offlineChanged`.
+  virtual void checkProcessLevel();
+  /// `isOffline` holds the new state already. Runs on the audio thread; here: `updateDsp(true)`.
+  virtual void offlineChanged(bool offline);
+  /// Hands all parameters to the engine. `force` also runs what is rate limited.
+  virtual void updateDsp(bool force);
+  /// Called every 10 ms on the message thread, once the instance is in the timer's list.
+  void onIdle() override;
+  void onEditorIdle() override;
+
+  [[nodiscard]] std::int32_t getSampleCount() const noexcept { return sampleCount.load(relaxed); }
+
+ protected:
+  /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
+  virtual void processMidi(const VstMidiEvent& event) noexcept;
+
+  /// Declares the latency in samples; a change is told to the host.
+  void declareLatency(std::int32_t samples);
+  /// Counts processed samples, wrapping around; audio thread.
+  void advanceSampleCount(std::int32_t frames) noexcept { sampleCount.fetch_add(frames, relaxed); }
+  [[nodiscard]] bool isParameter(std::int32_t index) const noexcept;
+
+  std::vector<ParameterRecord> parameters;  // `value` and `normalised` by `host/shared_value.h`
+  const ParameterKeys& keys;
+  std::vector<std::string> bandNames;
+  std::vector<ChannelLabel> channelLabels;
+  std::vector<ProgramRecord>
+      programs;  // never empty; `values` of these and the banks are shared, too
+  std::array<ProgramRecord, kNumBanks> banks;
+  ProgramRecord defaultValues;  // never changed after construction
+  std::atomic<std::int32_t> curProgram{0};
+  std::atomic<std::int32_t> curBank{0};  // the live bank
+  std::int32_t abParameter = -1;         // id of the bank selector
+  std::atomic<bool> isOffline{false};
+  std::atomic<bool> gesturesOff{false};
+  std::atomic<bool> isLoading{false};
+  std::atomic<std::int32_t> sampleCount{0};
+
+ private:
+  void takeGroups();
+  void fillProgram(ProgramRecord& program) const;
+  [[nodiscard]] const ParameterRecord& recordAt(std::int32_t index) const;
+  [[nodiscard]] ProgramRecord& program() {
+    return programs[static_cast<std::size_t>(curProgram.load(relaxed))];
+  }
+  [[nodiscard]] bool hostShowsPinsAsSpeakers();
+};

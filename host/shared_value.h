@@ -1,0 +1,14 @@
+#pragma once
+
+#include <atomic>
+
+/// Access to a plain float of a record that several threads read and write, each value for itself.
+/// Every access to such a word goes through these two, but for those of the constructor.
+[[nodiscard]] inline float loadShared(const float& word) noexcept {
+  // `atomic_ref` of a const object came after C++20; the load writes nothing.
+  return std::atomic_ref<float>(const_cast<float&>(word)).load(std::memory_order_relaxed);
+}
+
+inline void storeShared(float& word, float value) noexcept {
+  std::atomic_ref<float>(word).store(value, std::memory_order_relaxed);
+}

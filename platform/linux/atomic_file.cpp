@@ -1,0 +1,127 @@
+#include "platform/atomic_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <random>
+#include <utility>
+
+namespace {
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+/// Where a chain of symbolic links ends, even if nothing stands there yet.
+std::filesystem::path resolveLinks(std::filesystem::path path) {
+  constexpr int kMostLinks = 40;
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, error); ++i) {
+    const std::filesystem::path next = std::filesystem::read_symlink(path, error);
+    if (error) break;
+    path = next.is_absolute() ? next : path.parent_path() / next;
+  }
+  return path;
+}
+
+/// A name beside `target` that nobody else has. It is cut so that a long name stays a valid one.
+std::string nameBeside(const std::filesystem::path& target) {
+  constexpr std::size_t kKept = 200;
+  std::array<char, 16> digits;
+  std::random_device random;
+  const auto end = std::to_chars(digits.begin(), digits.end(), random(), 36).ptr;
+  const std::string name = target.filename().string().substr(0, kKept);
+  return (target.parent_path() / ("." + name + "." + std::string(digits.data(), end) + ".part"))
+      .string();
+}
+
+}  // namespace
+
+AtomicFile::~AtomicFile() { discard(); }
+
+std::error_code AtomicFile::open(const std::string& target) {
+  discard();
+  finalPath = resolveLinks(target).string();
+  struct stat status {};
+  const bool exists = ::stat(finalPath.c_str(), &status) == 0;
+  if (!exists && errno != ENOENT) return lastError();
+  if (exists && S_ISCHR(status.st_mode)) {
+    descriptor = ::open(finalPath.c_str(), O_WRONLY | O_CLOEXEC);
+    return descriptor < 0 ? lastError() : std::error_code{};
+  }
+  if (exists && S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
+  if (exists && !S_ISREG(status.st_mode)) return std::make_error_code(std::errc::not_supported);
+  // The rename would get round a target that is protected against writing.
+  if (exists && ::access(finalPath.c_str(), W_OK) != 0) return lastError();
+  if (const std::error_code error = openBeside()) return error;
+  if (exists && ::fchmod(descriptor, status.st_mode & 07777) != 0) {
+    const std::error_code error = lastError();
+    discard();
+    return error;
+  }
+  return {};
+}
+
+std::error_code AtomicFile::openBeside() {
+  constexpr int kAttempts = 100;
+  for (int i = 0; i < kAttempts; ++i) {
+    const std::string name = nameBeside(finalPath);
+    descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor >= 0) {
+      temporaryPath = name;
+      return {};
+    }
+    if (errno != EEXIST) break;
+  }
+  return lastError();
+}
+
+std::error_code AtomicFile::write(const void* bytes, std::size_t count, std::int64_t offset) {
+  const char* from = static_cast<const char*>(bytes);
+  while (count > 0) {
+    const ssize_t written = ::pwrite(descriptor, from, count, offset);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return lastError();
+    from += written;
+    offset += written;
+    count -= static_cast<std::size_t>(written);
+  }
+  length = std::max(length, offset);
+  return {};
+}
+
+std::error_code AtomicFile::commit() {
+  std::error_code error;
+  if (!temporaryPath.empty() && ::fsync(descriptor) != 0) error = lastError();
+  if (const std::error_code closing = closeFile(); !error) error = closing;
+  if (!error && !temporaryPath.empty() &&
+      std::rename(temporaryPath.c_str(), finalPath.c_str()) != 0) {
+    error = lastError();
+  }
+  if (!error) temporaryPath.clear();
+  discard();
+  return error;
+}
+
+void AtomicFile::discard() noexcept {
+  static_cast<void>(closeFile());
+  if (!temporaryPath.empty()) ::unlink(temporaryPath.c_str());
+  temporaryPath.clear();
+  length = 0;
+}
+
+std::error_code AtomicFile::closeFile() noexcept {
+  const int closing = std::exchange(descriptor, -1);
+  if (closing >= 0 && ::close(closing) != 0) return lastError();
+  return {};
+}
+
+bool isCharacterDevice(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
+}

@@ -1,0 +1,63 @@
+#include "platform/plug_base_thread.h"
+
+#include <chrono>
+
+namespace {
+thread_local const PlugBaseThread* threadOwner = nullptr;
+}
+
+PlugBaseThread::~PlugBaseThread() {
+  stop();
+  // Reached on the own thread only when the process exits from within `run`, which never returns
+  // then.
+  if (handle.joinable()) handle.detach();
+}
+
+void PlugBaseThread::start() {
+  if (onOwnThread()) return;
+  const std::lock_guard guard(handleMutex);
+  if (handle.joinable()) {
+    if (!stopRequested.load()) return;
+    handle.join();
+  }
+  stopRequested.store(false);
+  handle = std::thread([this] { loop(); });
+}
+
+void PlugBaseThread::stop() {
+  if (onOwnThread()) {
+    requestStop();
+    return;
+  }
+  // Asked for under the lock, or a `start` on a third thread could take the request back unseen.
+  const std::lock_guard guard(handleMutex);
+  requestStop();
+  if (handle.joinable()) handle.join();
+}
+
+void PlugBaseThread::requestStop() {
+  {
+    // Under the lock, or the request could fall between the sleeper's check and its sleep.
+    const std::lock_guard guard(sleepMutex);
+    stopRequested.store(true);
+  }
+  wake.notify_all();
+}
+
+void PlugBaseThread::loop() {
+  threadOwner = this;
+  while (!stopRequested.load()) {
+    run();
+    sleep();
+  }
+}
+
+void PlugBaseThread::sleep() {
+  const std::int32_t milliseconds = interval.load();
+  if (milliseconds <= 0) return;
+  std::unique_lock lock(sleepMutex);
+  wake.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                [this] { return stopRequested.load(); });
+}
+
+bool PlugBaseThread::onOwnThread() const noexcept { return threadOwner == this; }

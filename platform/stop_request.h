@@ -1,0 +1,9 @@
+#pragma once
+
+/// From now on an interrupt, hang-up or termination of the process only raises the flag below, so
+/// that work under way can end in good order. A file past the size limit becomes an error of the
+/// write.
+void catchStopRequests() noexcept;
+
+/// Whether the process was asked to stop since `catchStopRequests`. Any thread.
+[[nodiscard]] bool stopRequested() noexcept;

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/aeff_editor.h"
+#include "host/plug_base_json.h"
+
+/// A host that notes what it is told and answers what it is set to.
+struct HostRecorder {
+  struct Message {
+    std::int32_t opcode;
+    std::int32_t index;
+    std::intptr_t value;
+    float opt;
+    bool operator==(const Message&) const = default;
+  };
+
+  static std::intptr_t callback(AEffect* effect, std::int32_t opcode, std::int32_t index,
+                                std::intptr_t value, void* ptr, float opt) {
+    auto* const host = static_cast<HostRecorder*>(effect->user);
+    if (host == nullptr) return 0;
+    host->messages.push_back({opcode, index, value, opt});
+    if (opcode == kHostProcessLevel) return host->processLevel;
+    if (opcode == kHostGetVendor) std::strcpy(static_cast<char*>(ptr), host->vendor.c_str());
+    return 0;
+  }
+
+  std::vector<Message> take() { return std::exchange(messages, {}); }
+
+  std::vector<Message> messages;
+  std::intptr_t processLevel = 0;
+  std::string vendor;
+};
+
+/// Ids of the test table.
+enum TestParameter : std::int32_t {
+  kGain,
+  kFreq,
+  kB1State,
+  kB1Slope,
+  kB2Mode,
+  kB2Wide,
+  kB2Slope,
+  kBandOrder,
+  kABBank,
+  kNumTestParameters
+};
+
+inline constexpr std::array<ParameterRecord, kNumTestParameters> kTestTable = {{
+    {"Gain", "dB", 6, -24, 24, kCurveLinear, -1, -1},
+    {"Freq", "Hz", 1000, 10, 10000, kCurveExponential, -1, -1},
+    {"Band1 State", "Off/On", 1, 0, 1, kCurveSwitch, -1, -1},
+    {"Band1 Slope", "dB/Oct", 24, 6, 96, kCurveMultipleOf6, -1, -1},
+    {"Band2 Mode", "", -1, -1, 7, kCurveWhole, -1, -1},
+    {"Band2 Wide", "", 12, 12, 96, kCurveMultipleOf12, -1, -1},
+    {"Band2 Slope", "dB/Oct", 24, 6, 96, kCurveWhole, -1, -1},
+    {"Band Order", "", 0.5F, 0, 1, kCurveLinear, -1, -1},
+    {"AB", "", 0, 0, 7, kCurveWhole, -1, -1},
+}};
+
+inline const ParameterKeys& testKeys() {
+  static const ParameterKeys keys(
+      "kGain=0,kFreq, kB1State,kB1Slope, kB2Mode,kB2Wide,kB2Slope, "
+      "kBandOrder,kABBank,kNumParams,kGUIGraph=500");
+  return keys;
+}
+
+/// An effect that notes what reaches it and opens what is protected.
+class TestEffect : public PlugBaseJSON {
+ public:
+  explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback,
+                      int programCount = 2)
+      : PlugBaseJSON(audioMaster, kTestTable, testKeys(), programCount) {
+    setNumInputs(4);
+    setNumOutputs(2);
+    abParameter = kABBank;
+  }
+
+  void updateDsp(bool force) override {
+    updates += force ? 'F' : 'u';
+    if (onUpdate) onUpdate();
+  }
+  void offlineChanged(bool offline) override {
+    updates += offline == isOffline ? '!' : '?';
+    PlugBaseJSON::offlineChanged(offline);
+  }
+  void processMidi(const VstMidiEvent& event) noexcept override { midi.push_back(event); }
+
+  std::string takeUpdates() { return std::exchange(updates, {}); }
+
+  using AudioEffect::setEditor;
+  using AudioEffect::setNumInputs;
+  using AudioEffect::setNumOutputs;
+  using AudioEffectX::wantEvents;
+  using PlugBase::advanceSampleCount;
+  using PlugBase::banks;
+  using PlugBase::curBank;
+  using PlugBase::declareLatency;
+  using PlugBase::gesturesOff;
+  using PlugBase::isLoading;
+  using PlugBase::isOffline;
+  using PlugBase::programs;
+  using PlugBaseJSON::chunkDirty;
+
+  std::vector<VstMidiEvent> midi;
+  std::function<void()> onUpdate;
+
+ private:
+  std::string updates;  // 'u' for each `updateDsp(false)`, 'F' for each `updateDsp(true)`
+};

@@ -1,0 +1,112 @@
+#include "platform/plug_base_thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/clock.h"
+
+namespace {
+
+constexpr std::int32_t kForeverMs = 600000;
+
+class CountingThread : public PlugBaseThread {
+ public:
+  explicit CountingThread(std::int32_t intervalMs, std::function<void()> work = {})
+      : PlugBaseThread(intervalMs), extra(std::move(work)) {}
+  ~CountingThread() override { stop(); }
+
+  void waitForRounds(int wanted) const {
+    while (rounds.load() < wanted) std::this_thread::yield();
+  }
+
+  std::atomic<int> rounds{0};
+  std::function<void()> extra;
+
+ private:
+  void run() override {
+    ++rounds;
+    if (extra) extra();
+  }
+};
+
+TEST(PlugBaseThread, RepeatsUntilStoppedAndNotAfterwards) {
+  CountingThread thread(1);
+  EXPECT_EQ(thread.rounds, 0) << "runs before it was started";
+  for (const int upTo : {5, 10}) {  // the second time after a stop
+    thread.start();
+    thread.start();
+    thread.waitForRounds(upTo);
+    thread.stop();
+    const int stoppedAt = thread.rounds;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(thread.rounds, stoppedAt);
+    thread.stop();
+  }
+}
+
+TEST(PlugBaseThread, SleepsBetweenRoundsAndWakesToStop) {
+  CountingThread slow(20);
+  const auto before = monotonicMilliseconds();
+  slow.start();
+  slow.waitForRounds(4);
+  EXPECT_GE(monotonicMilliseconds() - before, 3 * 20);
+
+  // Without the wake this would last ten minutes.
+  CountingThread asleep(kForeverMs);
+  asleep.start();
+  asleep.waitForRounds(1);
+  asleep.stop();
+  EXPECT_EQ(asleep.rounds, 1);
+}
+
+TEST(PlugBaseThread, StopWaitsForTheRoundUnderWay) {
+  std::atomic<bool> entered{false};
+  std::atomic<bool> done{false};
+  CountingThread thread(kForeverMs, [&] {
+    entered = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    done = true;
+  });
+  thread.start();
+  while (!entered) std::this_thread::yield();
+  thread.stop();
+  EXPECT_TRUE(done);
+}
+
+TEST(PlugBaseThread, CanStopItselfAndBeStartedAgain) {
+  CountingThread* self = nullptr;
+  CountingThread thread(0, [&self] {
+    self->stop();
+    self->start();  // from within it has no effect: the stop stands
+  });
+  self = &thread;
+  for (const int round : {1, 2, 3}) {
+    thread.start();
+    thread.waitForRounds(round);
+    thread.stop();
+    EXPECT_EQ(thread.rounds, round);
+  }
+}
+
+TEST(PlugBaseThread, TakesStartsAndStopsOfManyThreads) {
+  CountingThread thread(kForeverMs);
+  std::vector<std::thread> users;
+  users.reserve(4);
+  for (int user = 0; user < 4; ++user) {
+    users.emplace_back([&thread, user] {
+      for (int i = 0; i < 50; ++i) user % 2 == 0 ? thread.start() : thread.stop();
+    });
+  }
+  for (std::thread& user : users) user.join();
+  thread.stop();
+  const int stoppedAt = thread.rounds;
+  thread.start();
+  thread.waitForRounds(stoppedAt + 1);
+}
+
+}  // namespace
