@@ -157,6 +157,11 @@ void Plug::applyPreferences(const Preferences& newPreferences) {
   gesturesOff.store(!preferences.gestures, std::memory_order_relaxed);
 }
 
+void Plug::setMeterDecay(double percent) {
+  const double samples = (1.0 - percent * 0.01) * static_cast<double>(getSampleRate()) * 4.0;
+  engine.setMeterDecay(std::exp(-2.0 / (samples + 0.02)));
+}
+
 double Plug::getGainReduction(int selector) noexcept { return engine.getGainReduction(selector); }
 
 double Plug::getBandGain(int band, int parts, int channel) const noexcept {

@@ -54,6 +54,8 @@ class Plug : public PlugBaseJSON {
                             bool showNote) const override;
 
   void applyPreferences(const Preferences& newPreferences);
+  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over seconds.
+  void setMeterDecay(double percent);
 
   // Bands, as the editor's menus use them; `list` is a `BandList`, `frequency` in Hz.
   void addBand(int list, double frequency) { bandOperations.addBand(list, frequency); }

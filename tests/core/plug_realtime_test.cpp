@@ -36,7 +36,7 @@ void expectNoHeapAndNoLocks() {
   PlugRig rig({{"kAutoGain", 1}});
   rig.plug.endEdit(kAutoGain);
   Call<Sample> call;
-  for (int step = 0; step < 800; ++step) {
+  for (int step = 0; step < 150; ++step) {
     turnOne(rig.plug, step);
     for (const int frames : {1, 63, 64, Call<Sample>::kMost}) {
       const RealtimeGuard guard;

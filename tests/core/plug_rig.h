@@ -51,14 +51,17 @@ class PlugRig {
 
   Plug plug;
   std::intptr_t processLevel = 2;
-  std::vector<Message> messages;  // but for process level queries
+  std::vector<Message> messages;  // but for process level queries; from any thread
 
  private:
+  PlugBaseMutex recording;
+
   static std::intptr_t callback(AEffect* effect, std::int32_t opcode, std::int32_t index,
                                 std::intptr_t /*value*/, void* /*ptr*/, float opt) {
     auto* const rig = static_cast<PlugRig*>(effect->user);
     if (rig == nullptr) return 0;
     if (opcode == kHostProcessLevel) return rig->processLevel;
+    const PlugBaseMutex::Scope lock(rig->recording);
     rig->messages.push_back({opcode, index, opt});
     return 0;
   }
