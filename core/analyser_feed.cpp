@@ -24,9 +24,10 @@ void AnalyserFeed::write(Trace trace, const Sample* signal, int frames, double g
 template void AnalyserFeed::write(Trace, const float*, int, double) noexcept;
 template void AnalyserFeed::write(Trace, const double*, int, double) noexcept;
 
-void AnalyserFeed::copyLatest(Trace trace, std::span<double> samples) const noexcept {
-  const auto& ring = rings[static_cast<std::size_t>(trace)];
-  const std::size_t end = analyserWrite.load(std::memory_order_acquire);
-  const std::size_t count = samples.size();
-  for (std::size_t i = 0; i < count; ++i) samples[i] = ring.load(end + kSize + i - count);
+void AnalyserFeed::copyLatest(const std::array<std::span<double>, kTraces>& traces) const noexcept {
+  const std::size_t end = analyserWrite.load(std::memory_order_acquire) + kSize;
+  for (std::size_t t = 0; t < traces.size(); ++t) {
+    const std::size_t count = traces[t].size();
+    for (std::size_t i = 0; i < count; ++i) traces[t][i] = rings[t].load(end - count + i);
+  }
 }

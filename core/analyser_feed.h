@@ -21,9 +21,10 @@ class AnalyserFeed {
   void beginBlock(int frames) noexcept;
   template <typename Sample>
   void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
-  /// The samples that end just before the position, oldest first, at most `kSize`. They trail the
-  /// newest block by one block, so that a block being written is not read.
-  void copyLatest(Trace trace, std::span<double> samples) const noexcept;
+  /// Of all traces the samples that end just before the position, oldest first; the four spans are
+  /// of one length, at most `kSize`. They trail the newest block by one block, so that a block
+  /// being written is not read.
+  void copyLatest(const std::array<std::span<double>, kTraces>& traces) const noexcept;
 
  private:
   std::array<SharedRing<double, kSize>, kTraces> rings;

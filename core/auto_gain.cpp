@@ -21,7 +21,7 @@ void AutoGain::beginEdit(int index) {
     startIfWanted();
     return;
   }
-  plug.setMeasuring(false);
+  plug.stopMeasuring();
   plug.setParameterAutomated(kAutoGain, 0.0F);
 }
 
@@ -30,7 +30,7 @@ void AutoGain::endEdit() { startIfWanted(); }
 void AutoGain::startIfWanted() {
   const bool undisturbed =
       !plug.isOn(kListen) && plug.getPlainValue(kSCListen) == -1.0F && !plug.engine.anyBandSoloed();
-  if (plug.isOn(kAutoGain) && undisturbed) plug.setMeasuring(true);
+  if (plug.isOn(kAutoGain) && undisturbed) plug.startMeasuring();
 }
 
 void AutoGain::onIdle() {
@@ -39,7 +39,7 @@ void AutoGain::onIdle() {
   const double second = plug.getSampleRate();
   const bool longEnough = found.dryCount >= second && found.wetCount >= second;
   if (!longEnough || found.dryMeanSquare <= kSilence || found.wetMeanSquare <= kSilence) return;
-  plug.setMeasuring(false);
+  if (!plug.stopMeasuring()) return;  // a user has just taken over
   const double trim =
       10.0 * std::log10(found.dryMeanSquare) - 10.0 * std::log10(found.wetMeanSquare);
   plug.setParameterAutomated(kOpTrim, plug.plainToNormalised(kOpTrim, static_cast<float>(trim)));

@@ -1,7 +1,5 @@
 #include "core/band_operations.h"
 
-#include <algorithm>
-
 #include "core/plug.h"
 
 namespace {
@@ -22,30 +20,28 @@ void BandOperations::automateOrder(float orderValue) {
 
 void BandOperations::makeRoomAt(double frequency) {
   BandLayout& layout = plug.getEngine().layout;
-  // As the parameter would hold it.
-  const float taken = plug.normalisedToPlain(
-      kB1Frequency, plug.plainToNormalised(kB1Frequency, static_cast<float>(frequency)));
   for (const int band : layout.copyOf(layout.xover)) {
     const int id = bandParameterId(band, kB1Frequency);
-    if (plug.getPlainValue(id) == taken) automate(id, kRoom * frequency);
+    if (static_cast<double>(plug.getPlainValue(id)) == frequency) automate(id, kRoom * frequency);
   }
 }
 
-void BandOperations::addBand(int list, double frequency) {
+void BandOperations::addBand(int list, double wanted) {
   if (list < kPreList || list > kPostList) return;
-  compressor& engine = plug.getEngine();
-  const BandLayout::List off = engine.layout.copyOf(engine.layout.off);
+  BandLayout& layout = plug.getEngine().layout;
+  const BandLayout::List off = layout.copyOf(layout.off);
   if (off.empty()) return;
   const int band = off.front();
+  // As the parameter will hold it.
+  const float normalised = plug.plainToNormalised(kB1Frequency, static_cast<float>(wanted));
+  const auto frequency = static_cast<double>(plug.normalisedToPlain(kB1Frequency, normalised));
   if (list == kXoverList) makeRoomAt(frequency);
 
   const Plug::UpdateHold hold(plug);
-  engine.layout.moveBand(band, list, frequency);
-  const auto order = static_cast<float>(engine.layout.bandOrderValue());
-  engine.makeStagePlan();
+  const float order = plug.moveBand(band, list, frequency);
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-  automate(bandParameterId(band, kB1Frequency), frequency);
+  plug.setParameterAutomated(bandParameterId(band, kB1Frequency), normalised);
   automateOrder(order);
   for (int id = kB1State; id <= kB1SCHFType; ++id) {
     if (id == kB1State || id == kB1Type || id == kB1Frequency) continue;
@@ -60,11 +56,8 @@ void BandOperations::setBandPosition(int band, int list) {
     return;
   }
   if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
-  compressor& engine = plug.getEngine();
   const Plug::UpdateHold hold(plug);
-  engine.layout.moveBand(band, list, 0.0);
-  const auto order = static_cast<float>(engine.layout.bandOrderValue());
-  engine.makeStagePlan();
+  const float order = plug.moveBand(band, list, 0.0);
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
   automateOrder(order);
@@ -77,11 +70,8 @@ void BandOperations::setBandPosition(int band, int list) {
 
 void BandOperations::deleteBand(int band) {
   if (band < 0 || band >= kBands) return;
-  compressor& engine = plug.getEngine();
   const Plug::UpdateHold hold(plug);
-  engine.layout.moveBand(band, kOffList, 0.0);
-  const auto order = static_cast<float>(engine.layout.bandOrderValue());
-  engine.makeStagePlan();
+  const float order = plug.moveBand(band, kOffList, 0.0);
   automate(bandParameterId(band, kB1State), 0.0);
   automateOrder(order);
   checkSidechainSources();

@@ -1,7 +1,6 @@
 // The way of a block through the engine, and the plan of stages that it follows.
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 
@@ -70,21 +69,18 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
                               int mainChannels, int sideChannels) {
   if (frames <= 0) return;
   const int channels = std::clamp(mainChannels, 1, WorkBuffers::kChannels);
-  ensureBuffers(frames, channels);
+  ensureBuffers(frames);
   scrub(inputs, channels + sideChannels, frames);
   copySidechain(inputs + channels, sideChannels, frames);
 
   const Block block = readSettings(frames, channels);
   takeInput(inputs, block);
   resetChangedBands(block);
-  meters.beginBlock(frames);
+  for (float* const reduction : buffers->reduction) std::fill_n(reduction, frames, 1.0F);
   runStages(block);
-  for (int c = 0; c < channels; ++c) {
-    meters.writeOutput(c, buffers.wet[static_cast<std::size_t>(c)], frames);
-  }
-  meters.endBlock(frames, channels);
-  loudness.measure(buffers.dry[0], buffers.dry[1], true, frames, channels);
-  loudness.measure(buffers.wet[0], buffers.wet[1], false, frames, channels);
+  storeMeters(block);
+  loudness.measure(buffers->dry[0], buffers->dry[1], true, frames, channels);
+  loudness.measure(buffers->wet[0], buffers->wet[1], false, frames, channels);
   mixOutput(outputs, block);
   publishMeters(block);
 }
@@ -112,7 +108,7 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
   if (usable == 2 && side[1] == nullptr) usable = 1;
   if (usable >= 1 && side[0] == nullptr) usable = 0;
   for (int c = 0; c < usable; ++c) {
-    std::copy_n(side[c], frames, buffers.ext[static_cast<std::size_t>(c)]);
+    std::copy_n(side[c], frames, buffers->ext[static_cast<std::size_t>(c)]);
   }
 }
 
@@ -124,10 +120,11 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
   Block block{};
   block.frames = frames;
   block.channels = channels;
-  block.soloCount = static_cast<int>(std::count_if(bands.begin(), bands.end(), soloed));
-  block.scListen = scListen.load(kAlone);
-  block.listen = listenActive.load(kAlone);
-  block.passband = !block.listen && autolistenPassband.load(kAlone) ? 1 : 0;
+  ListenState& listening = block.listening;
+  listening.soloCount = static_cast<int>(std::count_if(bands.begin(), bands.end(), soloed));
+  listening.scListen = scListen.load(kAlone);
+  listening.listen = listenActive.load(kAlone);
+  listening.passband = !listening.listen && autolistenPassband.load(kAlone);
   block.stagePlan = stagePlan.load(kAlone);
   block.xoverPlan = xoverPlan.load(kAlone);
   return block;
@@ -135,17 +132,17 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
 
 template <typename Sample>
 void compressor::takeInput(Sample* const* inputs, const Block& block) noexcept {
-  double* const gain = buffers.ramp;
+  double* const gain = buffers->ramp;
   inputRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
+    double* const wet = buffers->wet[channel];
     if (const Sample* const input = inputs[c]) {
       for (int i = 0; i < block.frames; ++i) wet[i] = static_cast<double>(input[i]) * gain[i];
     } else {
       std::fill_n(wet, block.frames, 0.0);
     }
-    std::copy_n(wet, block.frames, buffers.dry[channel]);
+    std::copy_n(wet, block.frames, buffers->dry[channel]);
     meters.writeInput(c, wet, block.frames);
   }
 }
@@ -176,69 +173,46 @@ void compressor::runStages(const Block& block) noexcept {
 }
 
 void compressor::runBandStage(int band, const Block& block) noexcept {
-  const bool solo = at(band).solo.load(std::memory_order_relaxed);
-  double bandWeight = 1.0;
-  double restWeight = block.listen || (block.scListen != band && !solo) ? 1.0 : 0.0;
-  if (block.scListen == -1 && solo && block.passband == 1) {
-    bandWeight = 0.0;
-    restWeight = 1.0 - restWeight;
-  }
+  const SoloBand self{band, at(band).solo.load(std::memory_order_relaxed)};
+  const StageWeights weights = dynamicEqWeights(self, block.listening);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
-    double* const lifted = buffers.band[channel][0];
-    double* const rest = buffers.rest[channel];
+    double* const wet = buffers->wet[channel];
+    double* const lifted = buffers->band[channel][0];
+    double* const rest = buffers->rest[channel];
     // The band takes the whole signal with it and leaves silence beside it.
     std::copy_n(wet, block.frames, lifted);
     std::fill_n(rest, block.frames, 0.0);
-    for (int i = 0; i < block.frames; ++i) wet[i] = restWeight * rest[i] + bandWeight * lifted[i];
-  }
-}
-
-std::array<double, compressor::kBands> compressor::crossoverWeights(
-    const Block& block) const noexcept {
-  std::array<double, kBands> weights;
-  weights.fill(1.0);
-  const int length = xoverLength(block.xoverPlan);
-  const auto bandAt = [&block](int place) { return xoverBand(block.xoverPlan, place); };
-  const auto soloAt = [this, &bandAt](int place) {
-    return at(bandAt(place)).solo.load(std::memory_order_relaxed);
-  };
-  int soloed = 0;
-  int heard = -1;  // place of the band whose sidechain is heard
-  for (int place = 0; place < length; ++place) {
-    if (soloAt(place)) ++soloed;
-    if (bandAt(place) == block.scListen) heard = place;
-  }
-  for (int place = 0; place < length; ++place) {
-    double& weight = weights[static_cast<std::size_t>(place)];
-    if (block.scListen != -1) {
-      weight = heard == -1 || place == heard ? 1.0 : 0.0;
-    } else if (soloed == block.soloCount && block.soloCount != 0) {
-      weight = soloAt(place) ? 1 - block.passband : block.passband;
+    for (int i = 0; i < block.frames; ++i) {
+      wet[i] = weights.rest * rest[i] + weights.band * lifted[i];
     }
   }
-  return weights;
 }
 
 void compressor::runCrossoverStage(const Block& block) noexcept {
   const int length = xoverLength(block.xoverPlan);
   if (length == 0) return;  // the list emptied between the two words: the signal passes
-  const std::array<double, kBands> weights = crossoverWeights(block);
+  std::array<SoloBand, kBands> listed{};
+  for (int place = 0; place < length; ++place) {
+    const int band = xoverBand(block.xoverPlan, place);
+    listed[static_cast<std::size_t>(place)] = {band, at(band).solo.load(std::memory_order_relaxed)};
+  }
+  const auto weights =
+      crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
+    double* const wet = buffers->wet[channel];
     // The lowest band carries the whole spectrum, the ones above it silence.
-    std::copy_n(wet, block.frames, buffers.band[channel][0]);
+    std::copy_n(wet, block.frames, buffers->band[channel][0]);
     for (std::size_t i = 1; i < static_cast<std::size_t>(length); ++i) {
-      std::fill_n(buffers.band[channel][i], block.frames, 0.0);
+      std::fill_n(buffers->band[channel][i], block.frames, 0.0);
     }
     for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) {
-      std::copy_n(buffers.band[channel][i], block.frames, buffers.bandCopy[channel][i]);
+      std::copy_n(buffers->band[channel][i], block.frames, buffers->bandCopy[channel][i]);
     }
     std::fill_n(wet, block.frames, 0.0);
     for (std::size_t place = 0; place < static_cast<std::size_t>(length); ++place) {
-      const double* const part = buffers.band[channel][place];
+      const double* const part = buffers->band[channel][place];
       for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * part[i];
     }
   }
@@ -246,21 +220,31 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
 
 template <typename Sample>
 void compressor::mixOutput(Sample* const* outputs, const Block& block) noexcept {
-  double* const gain = buffers.ramp;
+  double* const gain = buffers->ramp;
   wetRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers.wet[static_cast<std::size_t>(c)];
+    double* const wet = buffers->wet[static_cast<std::size_t>(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] *= gain[i];
   }
   dryRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers.wet[static_cast<std::size_t>(c)];
-    const double* const dry = buffers.dry[static_cast<std::size_t>(c)];
+    double* const wet = buffers->wet[static_cast<std::size_t>(c)];
+    const double* const dry = buffers->dry[static_cast<std::size_t>(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] += gain[i] * dry[i];
     if (Sample* const output = outputs[c]) {
       for (int i = 0; i < block.frames; ++i) output[i] = static_cast<Sample>(wet[i]);
     }
   }
+}
+
+void compressor::storeMeters(const Block& block) noexcept {
+  for (int c = 0; c < WorkBuffers::kChannels; ++c) {
+    meters.writeReduction(c, buffers->reduction[static_cast<std::size_t>(c)], block.frames);
+  }
+  for (int c = 0; c < block.channels; ++c) {
+    meters.writeOutput(c, buffers->wet[static_cast<std::size_t>(c)], block.frames);
+  }
+  meters.endBlock(block.frames);
 }
 
 void compressor::publishMeters(const Block& block) noexcept {

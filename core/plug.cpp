@@ -6,12 +6,14 @@
 #include <exception>
 
 #include "core/parameter_table.h"
+#include "host/aeff_editor.h"
 
 namespace {
 
 constexpr int kMainChannels = 2;
 constexpr int kSidechainChannels = 2;
-constexpr std::int32_t kUniqueId = 0x43766e50;  // "CvnP"
+constexpr std::int32_t kLongestAnnounced = 1 << 20;  // frames
+constexpr std::int32_t kUniqueId = 0x43766e50;       // "CvnP"
 
 void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
@@ -23,7 +25,6 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles)
   setNumOutputs(kMainChannels);
   setUniqueID(kUniqueId);
   abParameter = kABBank;
-  Plug::applyPreferences(preferences);
   Plug::updateDsp(false);
   Plug::resume();
   if (idle == Idle::kTimer) IdleTimer::instance().add(*this);
@@ -31,6 +32,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles)
 
 Plug::~Plug() {
   if (idle == Idle::kTimer) IdleTimer::instance().remove(*this);
+  setEditor(nullptr);  // before what it shows
 }
 
 void Plug::processReplacing(float** inputs, float** outputs, std::int32_t frames) {
@@ -74,7 +76,10 @@ void Plug::feedMeters(Sample* const* outputs, int frames, int channels) noexcept
 
 void Plug::resume() {
   wantEvents();
-  applyPreferences(preferences);
+  {
+    const PlugBaseMutex::Scope lock(updateLock);
+    takePreferences();  // the meters' times depend on the rate
+  }
   analyser.reset();
   outputPeak.reset();
   engine.setSampleRate(getSampleRate());
@@ -92,7 +97,10 @@ void Plug::setSampleRate(float rate) {
 
 void Plug::setBlockSize(std::int32_t frames) {
   PlugBaseJSON::setBlockSize(frames);
-  if (frames > 0) engine.ensureBuffers(frames, kMainChannels);
+  // A host that names a length beyond reason gets its buffers when such a block really comes.
+  if (frames <= 0 || frames > kLongestAnnounced) return;
+  const PlugBaseMutex::Scope lock(updateLock);
+  engine.announceBlockSize(frames);
 }
 
 bool Plug::setBypass(bool on) {
@@ -150,7 +158,12 @@ void Plug::formatParameterValue(std::int32_t index, float normalised, char* text
 }
 
 void Plug::applyPreferences(const Preferences& newPreferences) {
+  const PlugBaseMutex::Scope lock(updateLock);
   preferences = newPreferences;
+  takePreferences();
+}
+
+void Plug::takePreferences() {
   outputPeak.setBallistic(preferences.meterBallistic, getSampleRate());
   engine.setAutolistenPassband(preferences.autolistenPassband);
   simpleNumbers.store(preferences.simpleNumbers, std::memory_order_relaxed);

@@ -24,8 +24,8 @@
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
 /// Two things there leave real time: a block longer than any announced by `setBlockSize` (at least
 /// 4096 frames are always ready), and a switch of the host between real time and offline.
-/// Parameters, edits and band operations from any control thread. `resume`, `setSampleRate` and
-/// `setBlockSize` while nothing processes.
+/// Parameters, edits, band operations, `setSampleRate` and `setBlockSize` from any control thread
+/// at any moment; `resume` while nothing processes.
 class Plug : public PlugBaseJSON {
  public:
   /// Who calls `onIdle`: the process's 10 ms timer, or whoever made the instance (a renderer, a
@@ -54,7 +54,8 @@ class Plug : public PlugBaseJSON {
                             bool showNote) const override;
 
   void applyPreferences(const Preferences& newPreferences);
-  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over seconds.
+  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
+  /// seconds.
   void setMeterDecay(double percent);
 
   // Bands, as the editor's menus use them; `list` is a `BandList`, `frequency` in Hz.
@@ -68,7 +69,7 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] float getBandValue(int kind, int node);
   [[nodiscard]] int getBandFlags(int node, int flags = 0);
 
-  // What the editor shows; any thread.
+  // What the editor shows; any thread, but one at a time per selector of `getGainReduction`.
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
@@ -81,8 +82,8 @@ class Plug : public PlugBaseJSON {
 
   [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
-  /// Holds back `updateDsp` while several parameters change as one; the last hold to end runs it
-  /// once.
+  /// Holds back `updateDsp` while several parameters change as one; the last hold to end makes up
+  /// for it.
   class UpdateHold {
    public:
     explicit UpdateHold(Plug& plug);
@@ -93,6 +94,9 @@ class Plug : public PlugBaseJSON {
    private:
     Plug& held;
   };
+  /// Moves a band in the chain at once, ahead of its parameters: for use under an `UpdateHold`.
+  /// Returns the order that results, as `kBandOrder` holds it.
+  float moveBand(int band, int list, double frequency);
 
  private:
   friend class AutoGain;
@@ -101,7 +105,10 @@ class Plug : public PlugBaseJSON {
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   template <typename Sample>
   void feedMeters(Sample* const* outputs, int frames, int channels) noexcept;
-  void setMeasuring(bool on);
+  void startMeasuring();
+  bool stopMeasuring();    // whether one was running
+  void handOver();         // under `updateLock`
+  void takePreferences();  // under `updateLock`
   void updateGlobals();
   void updateBand(int band);
   [[nodiscard]] ValueTextContext textContext(int index) const;
@@ -114,8 +121,8 @@ class Plug : public PlugBaseJSON {
   BandOperations bandOperations{*this};
   Preferences preferences;
   std::atomic<bool> simpleNumbers{false};
-  std::atomic<int> updateSuspended{0};     // holds; `updateDsp` runs only at 0
   std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed
   PlugBaseMutex updateLock;                // one control thread at a time hands over parameters
+  int updateSuspended = 0;                 // holds, under the lock; `updateDsp` runs only at 0
   const Idle idle;
 };

@@ -6,21 +6,40 @@
 #include "core/plug.h"
 
 Plug::UpdateHold::UpdateHold(Plug& plug) : held(plug) {
-  held.updateSuspended.fetch_add(1, std::memory_order_relaxed);
+  const PlugBaseMutex::Scope lock(held.updateLock);
+  ++held.updateSuspended;
 }
 
 Plug::UpdateHold::~UpdateHold() {
-  if (held.updateSuspended.fetch_sub(1, std::memory_order_relaxed) == 1) held.updateDsp(false);
+  const PlugBaseMutex::Scope lock(held.updateLock);
+  if (--held.updateSuspended == 0) held.handOver();
 }
 
-void Plug::setMeasuring(bool on) {
+float Plug::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope lock(updateLock);
-  engine.setMeasuring(on);
+  engine.layout.moveBand(band, list, frequency);
+  engine.makeStagePlan();
+  return static_cast<float>(engine.layout.bandOrderValue());
+}
+
+void Plug::startMeasuring() {
+  const PlugBaseMutex::Scope lock(updateLock);
+  engine.setMeasuring(true);
+}
+
+bool Plug::stopMeasuring() {
+  const PlugBaseMutex::Scope lock(updateLock);
+  const bool running = engine.measuring();
+  engine.setMeasuring(false);
+  return running;
 }
 
 void Plug::updateDsp(bool /*force*/) {
-  if (updateSuspended.load(std::memory_order_relaxed) > 0) return;
   const PlugBaseMutex::Scope lock(updateLock);
+  if (updateSuspended == 0) handOver();
+}
+
+void Plug::handOver() {
   updateGlobals();
   for (int band = 0; band < kNumBands; ++band) updateBand(band);
   // An order that breaks the chain keeps the last valid one.
@@ -44,10 +63,8 @@ void Plug::updateBand(int band) {
   const auto on = [this, band](int row) { return isOn(bandParameterId(band, row)); };
   BandSettings settings;
   settings.active = on(kB1State);
-  settings.isXover = !on(kB1Type);
   settings.solo = on(kB1Solo);
   settings.bypass = on(kB1Bypass);
-  settings.leftRight = on(kB1LR);
   settings.position = std::trunc(plain(kB1Position)) * 0.02 - 1.0;
   settings.gain = std::pow(10.0, plain(kB1Gain) * 0.05);
   settings.dry = plain(kB1DryGain) * 0.01;
@@ -57,6 +74,6 @@ void Plug::updateBand(int band) {
   const BandLayout::Scope lock(layout);
   const auto index = static_cast<std::size_t>(band);
   layout.state[index] = settings.active;
-  layout.isXover[index] = settings.isXover;
+  layout.isXover[index] = !on(kB1Type);
   layout.frequency[index] = plain(kB1Frequency);
 }

@@ -138,9 +138,10 @@ std::string slopeText(double plain, bool multipleOf6, const ParameterRecord& rec
   return genericText(multipleOf6 ? nearestMultipleOf6(plain) : plain, record, false);
 }
 
-/// The text of a parameter that has a rule of its own; empty for all others.
-std::string ownText(int row, double p, const ParameterRecord& record,
-                    const ValueTextContext& context) {
+// Texts of the parameters that have a rule of their own; empty for all others.
+
+std::string bandRowText(int row, double p, const ParameterRecord& record,
+                        const ValueTextContext& context) {
   switch (row) {
     case kB1Type:
       return p >= 0.5 ? "DYN EQ" : "XOVER";
@@ -173,6 +174,13 @@ std::string ownText(int row, double p, const ParameterRecord& record,
       return crestText(p);
     case kB1Shape:
       return shapeText(p);
+    default:
+      return {};
+  }
+}
+
+std::string sidechainRowText(int row, double p) {
+  switch (row) {
     case kB1SCSrc:
       return choice(p, std::array<std::string_view, 3>{"WIDE", "BAND", "EXT"});
     case kB1SCSBand:
@@ -185,6 +193,13 @@ std::string ownText(int row, double p, const ParameterRecord& record,
       return p == 0.0 ? "Peak" : "BPF";
     case kB1SCHFType:
       return p == 0.0 ? "LPF" : "Shelf";
+    default:
+      return {};
+  }
+}
+
+std::string globalText(int row, double p) {
+  switch (row) {
     case kWetDry:
       return percentText(p, "DRY", "", "WET");
     case kABBank:
@@ -203,6 +218,13 @@ std::string ownText(int row, double p, const ParameterRecord& record,
     default:
       return {};
   }
+}
+
+std::string ownText(int row, double p, const ParameterRecord& record,
+                    const ValueTextContext& context) {
+  if (!isBandParameter(row)) return globalText(row, p);
+  return row < kB1SCSrc || row == kB1SCLR || row == kB1SCPos ? bandRowText(row, p, record, context)
+                                                             : sidechainRowText(row, p);
 }
 
 }  // namespace

@@ -35,28 +35,22 @@ bool BandLayout::decodeOrder(double value, Order& decoded) noexcept {
 }
 
 bool BandLayout::sortIntoLists(const Order& wanted, Lists& lists) const {
-  int phase = kPreList;
+  std::size_t list = kPreList;
   for (const std::int32_t band : wanted) {
-    const bool active = state[static_cast<std::size_t>(band)];
-    const bool crossover = active && isXover[static_cast<std::size_t>(band)];
-    const bool dynamicEq = active && !crossover;
-    if (phase == kPreList && !dynamicEq) phase = kXoverList;
-    if (phase == kXoverList && !crossover) phase = kPostList;
-    if (phase == kPostList && !dynamicEq) {
-      if (crossover) return false;
-      phase = kOffList;
-    }
-    if (phase == kOffList && active) return false;
-    (phase == kPreList     ? lists.pre
-     : phase == kXoverList ? lists.xover
-     : phase == kPostList  ? lists.post
-                           : lists.off)
-        .push_back(band);
+    const auto index = static_cast<std::size_t>(band);
+    const auto fits = [active = state[index], crossover = isXover[index]](std::size_t candidate) {
+      if (candidate == kOffList) return !active;
+      return active && crossover == (candidate == kXoverList);
+    };
+    while (list < kOffList && !fits(list)) ++list;
+    if (!fits(list)) return false;
+    lists[list].push_back(band);
   }
-  const auto above = [this](std::int32_t a, std::int32_t b) {
+  const List& rising = lists[kXoverList];
+  const auto notBelow = [this](std::int32_t a, std::int32_t b) {
     return !(frequency[static_cast<std::size_t>(a)] < frequency[static_cast<std::size_t>(b)]);
   };
-  return std::adjacent_find(lists.xover.begin(), lists.xover.end(), above) == lists.xover.end();
+  return std::adjacent_find(rising.begin(), rising.end(), notBelow) == rising.end();
 }
 
 bool BandLayout::applyBandOrder(double value) {
@@ -65,13 +59,11 @@ bool BandLayout::applyBandOrder(double value) {
   const Scope lock(*this);
   Lists lists;
   if (!sortIntoLists(wanted, lists)) return false;
-  if (lists.pre == pre && lists.xover == xover && lists.post == post && lists.off == off) {
-    return true;
-  }
-  pre = std::move(lists.pre);
-  xover = std::move(lists.xover);
-  post = std::move(lists.post);
-  off = std::move(lists.off);
+  if (lists == Lists{pre, xover, post, off}) return true;
+  pre = std::move(lists[kPreList]);
+  xover = std::move(lists[kXoverList]);
+  post = std::move(lists[kPostList]);
+  off = std::move(lists[kOffList]);
   rebuildOrder();
   return true;
 }

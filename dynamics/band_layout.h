@@ -47,9 +47,7 @@ class BandLayout : public PlugBaseMutex {
   std::array<double, kBands> frequency{};  ///< Hz, each band's centre
 
  private:
-  struct Lists {
-    List pre, xover, post, off;
-  };
+  using Lists = std::array<List, 4>;  // by `BandList`
   using Order = std::array<std::int32_t, kBands>;
 
   [[nodiscard]] static bool decodeOrder(double value, Order& decoded) noexcept;

@@ -1,5 +1,6 @@
 #include "dynamics/band_meters.h"
 
+#include <cmath>
 #include <cstddef>
 
 void BandMeters::reset() noexcept {
@@ -22,12 +23,18 @@ void BandMeters::endBlock(const Peaks& weights, double decay) noexcept {
   slow.store(slowLamp, std::memory_order_relaxed);
 }
 
-double BandMeters::shownDyn(int channel) const noexcept {
-  return dyn[static_cast<std::size_t>(channel)].load(std::memory_order_relaxed);
+double BandMeters::shownGain(int parts, int channel) const noexcept {
+  const auto index = static_cast<std::size_t>(channel);
+  double decibels = 0.0;
+  if ((parts & 1) != 0) decibels += dyn[index].load(std::memory_order_relaxed);
+  if ((parts & 2) != 0) decibels += tran[index].load(std::memory_order_relaxed);
+  return decibels;
 }
 
-double BandMeters::shownTran(int channel) const noexcept {
-  return tran[static_cast<std::size_t>(channel)].load(std::memory_order_relaxed);
+double BandMeters::graphGain() const noexcept {
+  const double left = shownGain(3, 0);
+  const double right = shownGain(3, 1);
+  return std::pow(10.0, (std::abs(right) > std::abs(left) ? right : left) * 0.05);
 }
 
 double BandMeters::shownEnv() const noexcept { return env.load(std::memory_order_relaxed); }

@@ -14,9 +14,11 @@ class BandMeters {
   /// Publishes the block's peaks, weighted per channel, and takes `decay` (0..1) off each of them.
   void endBlock(const Peaks& weights, double decay) noexcept;
 
-  /// Decibels, sign kept; `channel` 0 or 1.
-  [[nodiscard]] double shownDyn(int channel) const noexcept;
-  [[nodiscard]] double shownTran(int channel) const noexcept;
+  /// Decibels, sign kept; `parts` adds up 1 for the dynamic and 2 for the transient part. `channel`
+  /// 0 or 1.
+  [[nodiscard]] double shownGain(int parts, int channel) const noexcept;
+  /// Linear gain of both parts together, of the channel where they are larger in size.
+  [[nodiscard]] double graphGain() const noexcept;
   [[nodiscard]] double shownEnv() const noexcept;       ///< linear
   [[nodiscard]] double lamp(bool fast) const noexcept;  ///< 1 at use, decaying
 

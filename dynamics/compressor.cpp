@@ -15,26 +15,46 @@ constexpr bool isBand(int band) noexcept { return band >= 0 && band < compressor
 
 }  // namespace
 
-compressor::compressor() : meterDecay(kInstantMeterDecay) {
+compressor::compressor()
+    : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)), meterDecay(kInstantMeterDecay) {
   bands[0].active.store(true, std::memory_order_relaxed);
-  ensureBuffers(kDefaultFrames, WorkBuffers::kChannels);
   resetEngine();
+}
+
+compressor::~compressor() {
+  delete announced.load(std::memory_order_acquire);
+  delete retired.load(std::memory_order_acquire);
 }
 
 const compressor::SharedBand& compressor::at(int band) const noexcept {
   return bands[static_cast<std::size_t>(band)];
 }
 
-void compressor::ensureBuffers(int frames, int channels) {
-  if (frames != 0 && frames <= buffers.capacity() && channels <= WorkBuffers::kChannels) return;
-  buffers.allocate(frames);
-  meters.prepare(frames);
+void compressor::announceBlockSize(int frames) {
+  if (frames <= announcedFrames) return;
+  auto longer = std::make_unique<WorkBuffers>(frames);
+  delete retired.exchange(nullptr, std::memory_order_acquire);
+  delete announced.exchange(longer.release(), std::memory_order_acq_rel);
+  // Once more, since the one before may have been taken in between.
+  delete retired.exchange(nullptr, std::memory_order_acquire);
+  announcedFrames = frames;
+}
+
+void compressor::ensureBuffers(int frames) {
+  if (retired.load(std::memory_order_relaxed) == nullptr) {
+    if (WorkBuffers* const longer = announced.exchange(nullptr, std::memory_order_acquire)) {
+      retired.store(buffers.release(), std::memory_order_release);  // not freed on this thread
+      buffers.reset(longer);
+    }
+  }
+  // The host has not announced a block of this length.
+  if (frames > buffers->capacity()) buffers = std::make_unique<WorkBuffers>(frames);
 }
 
 void compressor::setSampleRate(double rate) noexcept { loudness.setSampleRate(rate); }
 
 void compressor::resetEngine() noexcept {
-  buffers.clear();
+  buffers->clear();
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
   meters.resetReaders();
@@ -43,8 +63,8 @@ void compressor::resetEngine() noexcept {
 
 void compressor::resetBandState(int band) noexcept {
   const auto index = static_cast<std::size_t>(band);
-  for (WorkBuffers::BandSet* set : {&buffers.band, &buffers.bandCopy}) {
-    for (auto& channel : *set) std::fill_n(channel[index], buffers.capacity(), 0.0);
+  for (WorkBuffers::BandSet* set : {&buffers->band, &buffers->bandCopy}) {
+    for (auto& channel : *set) std::fill_n(channel[index], buffers->capacity(), 0.0);
   }
   bandMeters[index].reset();
 }
@@ -70,10 +90,8 @@ void compressor::setBand(int band, const BandSettings& settings) noexcept {
   SharedBand& shared = bands[static_cast<std::size_t>(band)];
   constexpr auto kAlone = std::memory_order_relaxed;
   shared.active.store(settings.active, kAlone);
-  shared.isXover.store(settings.isXover, kAlone);
   shared.solo.store(settings.solo, kAlone);
   shared.bypass.store(settings.bypass, kAlone);
-  shared.leftRight.store(settings.leftRight, kAlone);
   shared.position.store(settings.position, kAlone);
   shared.gain.store(settings.gain, kAlone);
   shared.dry.store(settings.dry, kAlone);
@@ -92,7 +110,7 @@ void compressor::setMeterDecay(double perSample) noexcept {
 }
 
 const double* compressor::dryBlock(int channel) const noexcept {
-  return buffers.dry[static_cast<std::size_t>(channel)];
+  return buffers->dry[static_cast<std::size_t>(channel)];
 }
 
 double compressor::getGainReduction(int selector) noexcept {
@@ -101,11 +119,7 @@ double compressor::getGainReduction(int selector) noexcept {
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {
   if (!isBand(band) || channel < 0 || channel > 1) return 0.0;
-  const BandMeters& meter = bandMeters[static_cast<std::size_t>(band)];
-  double decibels = 0.0;
-  if ((parts & 1) != 0) decibels += meter.shownDyn(channel);
-  if ((parts & 2) != 0) decibels += meter.shownTran(channel);
-  return decibels;
+  return bandMeters[static_cast<std::size_t>(band)].shownGain(parts, channel);
 }
 
 double compressor::getBandEnvelope(int band) const noexcept {
@@ -118,11 +132,8 @@ double compressor::getBandLamp(int band, bool fast) const noexcept {
 
 double compressor::getBandGraphGain(int band) const noexcept {
   if (!isBand(band)) return 1.0;
-  constexpr int kBothParts = 3;
-  const double left = getBandGain(band, kBothParts, 0);
-  const double right = getBandGain(band, kBothParts, 1);
-  const double gain = linearGain(std::abs(right) > std::abs(left) ? right : left);
   const SharedBand& shared = at(band);
+  const double gain = bandMeters[static_cast<std::size_t>(band)].graphGain();
   const bool unheard = anyBandSoloed() && !shared.solo.load(std::memory_order_relaxed);
   if (unheard || shared.bypass.load(std::memory_order_relaxed)) return gain;
   return gain * shared.gain.load(std::memory_order_relaxed) +

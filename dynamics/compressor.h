@@ -3,51 +3,51 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
 
 /// Settings of one band as its parameters give them.
 struct BandSettings {
   bool active = false;
-  bool isXover = true;
   bool solo = false;
   bool bypass = false;
-  bool leftRight = false;  ///< false: mid/side
-  double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
-  double gain = 1.0;       ///< linear
-  double dry = 0.0;        ///< linear share of the unprocessed band
+  double position = 0.0;  ///< -1 left or mid only .. 0 both .. +1 right or side only
+  double gain = 1.0;      ///< linear
+  double dry = 0.0;       ///< linear share of the unprocessed band
 };
 
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
 /// 64-bit floats inside, whatever the host gives.
 ///
 /// Threads: setters on the control side, one thread at a time, at any moment; `processBlock` on the
-/// audio thread, where it takes no lock and allocates only for a block longer than any that
-/// `ensureBuffers` was told of; `reset*`, `setSampleRate` and `ensureBuffers` while nothing
-/// processes; getters anywhere.
+/// audio thread, where it takes no lock and allocates only for a block longer than any that was
+/// announced; `reset*` and `setSampleRate` while nothing processes; getters anywhere.
 class compressor {
  public:
   static constexpr int kBands = 8;
   static constexpr int kDefaultFrames = 4096;
 
   compressor();
+  ~compressor();
   compressor(const compressor&) = delete;
   compressor& operator=(const compressor&) = delete;
 
   // Set-up.
-  /// Returns at once when blocks of `frames` fit; otherwise all work buffers are made anew,
-  /// cleared. Always two channels, so that `channels` up to 2 fit.
-  void ensureBuffers(int frames, int channels);
   void setSampleRate(double rate) noexcept;  ///< Hz
   void resetEngine() noexcept;
   void resetBandState(int band) noexcept;
 
   // Control side.
+  /// Makes buffers for blocks of up to `frames` ready for the audio thread, so that it need not
+  /// allocate. Throws when memory runs out, with everything as it was.
+  void announceBlockSize(int frames);
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
   void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
   void setMeasuring(bool on) noexcept { loudness.setMeasuring(on); }
@@ -90,22 +90,20 @@ class compressor {
  private:
   /// A band's settings as the audio thread reads them: each stands alone, so order does not matter.
   struct SharedBand {
-    std::atomic<bool> active{false}, isXover{true}, solo{false}, bypass{false}, leftRight{false};
+    std::atomic<bool> active{false}, solo{false}, bypass{false};
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
   };
   /// What a block reads once and keeps to its end.
   struct Block {
     int frames;
     int channels;
-    int soloCount;
-    int scListen;
-    bool listen;
-    int passband;  // `autolistenPassband`, 0 or 1
+    ListenState listening;
     std::uint32_t stagePlan;
     std::uint32_t xoverPlan;
   };
   static constexpr int kCrossoverStage = -1;
 
+  void ensureBuffers(int frames);
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   template <typename Sample>
@@ -120,11 +118,16 @@ class compressor {
   void runStages(const Block& block) noexcept;
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
-  [[nodiscard]] std::array<double, kBands> crossoverWeights(const Block& block) const noexcept;
+  void storeMeters(const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
   [[nodiscard]] const SharedBand& at(int band) const noexcept;
 
-  WorkBuffers buffers;
+  // The audio thread's, and how longer ones reach it: it takes `announced` at its next block and
+  // leaves what it had in `retired`, which the control side empties before it announces again.
+  std::unique_ptr<WorkBuffers> buffers;
+  std::atomic<WorkBuffers*> announced{nullptr};
+  std::atomic<WorkBuffers*> retired{nullptr};
+  int announcedFrames = kDefaultFrames;  // control side
   GainRamp inputRamp{1.0};
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};
@@ -134,10 +137,10 @@ class compressor {
   std::array<SharedBand, kBands> bands;
 
   // One control thread at a time writes these, the audio thread reads each once per block.
-  std::atomic<std::uint32_t> stagePlan{
-      0};  // eight 4-bit slots, lowest first: stage + 2, 0 for none
-  std::atomic<std::uint32_t> xoverPlan{
-      0};  // eight 3-bit bands in list order; bits 24..27 the length
+  // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
+  std::atomic<std::uint32_t> stagePlan{0};
+  // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
+  std::atomic<std::uint32_t> xoverPlan{0};
   std::atomic<int> scListen{-1};
   std::atomic<bool> listenActive{false};
   std::atomic<bool> autolistenPassband{false};

@@ -1,11 +1,6 @@
 #include "dynamics/meter_rings.h"
 
-#include <algorithm>
 #include <cmath>
-
-void MeterRings::prepare(int frames) {
-  for (auto& channel : gains) channel.assign(static_cast<std::size_t>(frames), 1.0F);
-}
 
 void MeterRings::reset() noexcept {
   for (auto* rings : {&inputRings, &outputRings, &reductionRings}) {
@@ -19,14 +14,6 @@ void MeterRings::resetReaders() noexcept {
     reader.position.store(0, std::memory_order_relaxed);
     reader.result.store(1.0, std::memory_order_relaxed);
   }
-}
-
-void MeterRings::beginBlock(int frames) noexcept {
-  for (auto& channel : gains) std::fill_n(channel.begin(), frames, 1.0F);
-}
-
-float* MeterRings::reduction(int channel) noexcept {
-  return gains[static_cast<std::size_t>(channel)].data();
 }
 
 void MeterRings::write(Ring& ring, std::uint32_t position, const double* signal,
@@ -44,18 +31,18 @@ void MeterRings::writeOutput(int channel, const double* signal, int frames) noex
   write(outputRings[static_cast<std::size_t>(channel)], writePosition(), signal, frames);
 }
 
-void MeterRings::endBlock(int frames, int channels) noexcept {
+void MeterRings::writeReduction(int channel, const float* gains, int frames) noexcept {
+  Ring& ring = reductionRings[static_cast<std::size_t>(channel)];
   const std::uint32_t start = writePosition();
-  for (int c = 0; c < channels; ++c) {
-    const float* gain = reduction(c);
-    Ring& ring = reductionRings[static_cast<std::size_t>(c)];
-    for (int i = 0; i < frames; ++i) {
-      // The logarithm of 1 is 0: the common case costs nothing.
-      const float decibels = gain[i] == 1.0F ? 0.0F : 20.0F * std::log10(gain[i]);
-      ring.store(start + static_cast<std::uint32_t>(i), decibels);
-    }
+  for (int i = 0; i < frames; ++i) {
+    // The logarithm of 1 is 0: the common case costs nothing.
+    const float decibels = gains[i] == 1.0F ? 0.0F : 20.0F * std::log10(gains[i]);
+    ring.store(start + static_cast<std::uint32_t>(i), decibels);
   }
-  const auto next = (start + static_cast<std::uint32_t>(frames)) % kSize;
+}
+
+void MeterRings::endBlock(int frames) noexcept {
+  const auto next = (writePosition() + static_cast<std::uint32_t>(frames)) % kSize;
   meterWrite.store(static_cast<std::uint32_t>(next), std::memory_order_release);
 }
 

@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <vector>
 
 #include "dynamics/shared_ring.h"
 
@@ -16,19 +15,15 @@ class MeterRings {
   static constexpr std::size_t kSize = 262144;  ///< samples
   static constexpr int kSelectors = 8;
 
-  /// Room for blocks of up to `frames`; allocates.
-  void prepare(int frames);
   void reset() noexcept;         ///< rings and write position
   void resetReaders() noexcept;  ///< read positions to 0, results to 1
 
-  /// The block's gain reduction starts at 1 for every sample; bands multiply their gains into
-  /// `reduction`.
-  void beginBlock(int frames) noexcept;
-  [[nodiscard]] float* reduction(int channel) noexcept;
   void writeInput(int channel, const double* signal, int frames) noexcept;
   void writeOutput(int channel, const double* signal, int frames) noexcept;
-  /// Turns the reduction into decibels, stores it and publishes the new position.
-  void endBlock(int frames, int channels) noexcept;
+  /// Stores the block's linear gain reduction in decibels.
+  void writeReduction(int channel, const float* gains, int frames) noexcept;
+  /// Publishes the position behind the block.
+  void endBlock(int frames) noexcept;
 
   /// The entry furthest from 0 since the last call with this selector, taken as decibels and made
   /// linear; the last result again where nothing new has come. Selectors 0 to 3: gain reduction
@@ -49,7 +44,6 @@ class MeterRings {
   std::array<Ring, 2> inputRings;
   std::array<Ring, 2> outputRings;
   std::array<Ring, 2> reductionRings;
-  std::array<std::vector<float>, 2> gains;  // audio thread: the block's linear gain reduction
   // Where the next block goes; stored with release once the block's entries stand.
   std::atomic<std::uint32_t> meterWrite{0};
   std::array<Reader, kSelectors> readers;

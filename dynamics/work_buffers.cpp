@@ -2,18 +2,21 @@
 
 #include <algorithm>
 
-void WorkBuffers::allocate(int frames) {
-  constexpr std::size_t kPairs = 4;
-  constexpr std::size_t kBuffers = kChannels * (kPairs + 2 * kBands) + 1;
-  const auto length = static_cast<std::size_t>(frames);
-  std::vector<double>().swap(memory);  // the old block goes before the new one comes
-  memory.assign(kBuffers * length, 0.0);
-  maxFrames = frames;
+namespace {
 
+constexpr std::size_t kPairs = 4;
+constexpr std::size_t kBuffers = WorkBuffers::kChannels * (kPairs + 2 * WorkBuffers::kBands) + 1;
+
+}  // namespace
+
+WorkBuffers::WorkBuffers(int frames)
+    : maxFrames(frames),
+      memory(kBuffers * static_cast<std::size_t>(frames)),
+      meterMemory(kChannels * static_cast<std::size_t>(frames)) {
   double* next = memory.data();
-  const auto take = [&next, length] {
+  const auto take = [&next, frames] {
     double* const buffer = next;
-    next += length;
+    next += frames;
     return buffer;
   };
   for (Pair* pair : {&wet, &dry, &rest, &ext}) {
@@ -25,6 +28,7 @@ void WorkBuffers::allocate(int frames) {
     }
   }
   ramp = take();
+  reduction = {meterMemory.data(), meterMemory.data() + frames};
 }
 
 void WorkBuffers::clear() noexcept { std::fill(memory.begin(), memory.end(), 0.0); }

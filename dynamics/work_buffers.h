@@ -4,8 +4,9 @@
 #include <cstddef>
 #include <vector>
 
-/// The engine's block buffers, all of one length, in one piece of memory.
-/// Two channels always stand; a mono instance leaves the second as it is.
+/// The engine's block buffers, all of one length: whatever is as long as a block is here, so that a
+/// longer block means another one of these and nothing else. Two channels always stand; a mono
+/// instance leaves the second as it is.
 class WorkBuffers {
  public:
   static constexpr int kChannels = 2;
@@ -13,8 +14,11 @@ class WorkBuffers {
   using Pair = std::array<double*, kChannels>;
   using BandSet = std::array<std::array<double*, kBands>, kChannels>;
 
-  /// Frees everything and allocates anew for blocks of `frames`, cleared; 0 only frees.
-  void allocate(int frames);
+  /// For blocks of `frames`, cleared. Throws when memory runs out.
+  explicit WorkBuffers(int frames);
+  WorkBuffers(const WorkBuffers&) = delete;
+  WorkBuffers& operator=(const WorkBuffers&) = delete;
+
   void clear() noexcept;
   [[nodiscard]] int capacity() const noexcept { return maxFrames; }  ///< frames
 
@@ -25,8 +29,10 @@ class WorkBuffers {
   BandSet band{};      ///< crossover bands by list position; entry 0 serves a dynamic EQ stage
   BandSet bandCopy{};  ///< the crossover bands as the split left them, a sidechain source
   double* ramp = nullptr;
+  std::array<float*, kChannels> reduction{};  ///< linear gain of all bands together, for the meters
 
  private:
+  int maxFrames;
   std::vector<double> memory;
-  int maxFrames = 0;
+  std::vector<float> meterMemory;
 };

@@ -145,7 +145,6 @@ class PlugBase : public AudioEffectX, public IdleClient {
  private:
   void takeGroups();
   void fillProgram(ProgramRecord& program) const;
-  [[nodiscard]] const ParameterRecord& recordAt(std::int32_t index) const;
   [[nodiscard]] ProgramRecord& program() {
     return programs[static_cast<std::size_t>(curProgram.load(relaxed))];
   }

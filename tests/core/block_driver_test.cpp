@@ -146,11 +146,43 @@ TEST(BlockDriverTest, MonoInPlaceAndMissingChannels) {
   EXPECT_EQ(rig.plug.getSampleCount(), 96) << "only real blocks count";
 }
 
-TEST(BlockDriverTest, ABlockLongerThanAnyAnnouncedStillWorks) {
-  PlugRig rig({{"kIpTrim", 6}});
-  const auto input = noise<double>(300000);
-  const auto output = render(rig.plug, input, 300000);
-  EXPECT_NEAR(output.channels[1][299999], input.channels[1][299999] * linear(6), 1e-6);
+TEST(BlockDriverTest, AnyBlockLengthWorksWhateverWasAnnounced) {
+  for (const int announced : {0, -1, 64, 300000, std::numeric_limits<int>::max()}) {
+    SCOPED_TRACE(announced);
+    PlugRig rig({{"kIpTrim", 6}});
+    rig.plug.setBlockSize(announced);
+    for (const int frames : {64, 5000, 300000, 64}) {
+      const auto input = noise<double>(frames);
+      const auto output = render(rig.plug, input, frames);
+      const std::size_t last = input.channels[1].size() - 1;
+      EXPECT_NEAR(output.channels[1][last], input.channels[1][last] * linear(6), 1e-6) << frames;
+    }
+  }
+}
+
+TEST(BlockDriverTest, MonoLeavesTheRightGainReductionAtRest) {
+  PlugRig rig;
+  std::vector<float> main(64, 0.5F);
+  std::array<float*, 4> in = {main.data(), nullptr, nullptr, nullptr};
+  std::array<float*, 2> out = {main.data(), nullptr};
+  rig.plug.processReplacing(in.data(), out.data(), 64);
+  for (const int selector : {0, 1}) EXPECT_EQ(rig.plug.getGainReduction(selector), 1.0);
+  EXPECT_GT(rig.plug.getGainReduction(4), 1.0);
+}
+
+// The bypass takes the difference listen's say in soloing away: seen in front of the output mix.
+TEST(BlockDriverTest, UnderBypassTheDifferenceListenIsOff) {
+  PlugRig rig({{"kB1Solo", 1}, {"kListen", 1}});
+  Preferences preferences;
+  preferences.autolistenPassband = true;
+  rig.plug.applyPreferences(preferences);
+  Stereo<float> input(64);
+  for (float& x : input.channels[0]) x = 20.0F;
+  render(rig.plug, input, 64);
+  EXPECT_NEAR(rig.plug.getGainReduction(6), 10.0, 1e-6) << "the difference hears everything";
+  rig.set({{"kBypass", 1}});
+  render(rig.plug, input, 64);
+  EXPECT_EQ(rig.plug.getGainReduction(6), 1.0) << "beside the only band is nothing";
 }
 
 // All bands are flat, so a band that works takes the whole signal and leaves nothing beside it.
@@ -167,7 +199,7 @@ TEST(BlockDriverTest, SoloAndListenWeighTheStages) {
       {"one dynamic EQ band", {{"kB1Type", 1}}, false, 1},
       {"the only crossover band soloed", {{"kB1Solo", 1}}, false, 1},
       {"what passes beside the only band", {{"kB1Solo", 1}}, true, 0},
-      {"an inactive solo is none", {{"kB2Solo", 1}}, true, 1},
+      {"an inactive solo is none", {{"kB1Solo", 1}, {"kB2Solo", 1}}, true, 0},
       {"the lower of two crossover bands soloed",
        {{"kB2State", 1}, {"kB2Frequency", 4000}, {"kB1Solo", 1}},
        false,

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <thread>
@@ -66,6 +67,7 @@ TEST(PlugRealtimeTest, OnlyALongBlockAndASwitchOfTheHostMayLeaveRealTime) {
   }
   PlugRig announced;
   announced.plug.setBlockSize(5000);
+  announced.plug.resume();
   {
     const RealtimeGuard guard;
     announced.plug.processReplacing(in.data(), out.data(), 5000);
@@ -109,7 +111,10 @@ TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
     done = true;
   });
   std::thread message([&] {
-    std::array<double, 512> spectrum{};
+    std::array<double, 2048> traces{};
+    const auto trace = [&traces](std::size_t t) {
+      return std::span<double>(traces).subspan(512 * t, 512);
+    };
     for (int turn = 0; !done; ++turn) {
       rig.plug.onIdle();
       rig.plug.setBandPosition(turn % kNumBands, turn % 3);
@@ -117,7 +122,8 @@ TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
       double seen = rig.plug.getOutputPeak(0);
       for (int selector = 0; selector < 8; ++selector) seen += rig.plug.getGainReduction(selector);
       for (int band = 0; band < kNumBands; ++band) seen += rig.plug.getBandGraphGain(band);
-      rig.plug.analyserFeed().copyLatest(AnalyserFeed::kDryLeft, spectrum);
+      rig.plug.analyserFeed().copyLatest({trace(0), trace(1), trace(2), trace(3)});
+      rig.plug.setBlockSize(64 + turn % 8 * 1024);
       EXPECT_TRUE(std::isfinite(seen));
     }
   });
@@ -128,6 +134,30 @@ TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
   }
   control.join();
   message.join();
+  BandLayout& layout = rig.plug.getEngine().layout;
+  BandLayout::List all = layout.orderList;
+  std::sort(all.begin(), all.end());
+  EXPECT_EQ(all, (BandLayout::List{0, 1, 2, 3, 4, 5, 6, 7}));
+}
+
+// A band operation is not undone by a parameter that comes from another thread at that moment.
+TEST(PlugRealtimeTest, ParametersFromAnotherThreadDoNotDisturbBandOperations) {
+  PlugRig rig;
+  std::atomic<bool> done{false};
+  std::thread control([&] {
+    for (int step = 0; !done; ++step) {
+      rig.plug.setParameter(kIpTrim, static_cast<float>(step % 100) * 0.01F);
+    }
+  });
+  BandLayout& layout = rig.plug.getEngine().layout;
+  for (int turn = 0; turn < 2000; ++turn) {
+    rig.plug.addBand(kPreList, 100.0);
+    ASSERT_EQ(layout.copyOf(layout.pre), BandLayout::List{1}) << "turn " << turn;
+    rig.plug.deleteBand(1);
+    ASSERT_TRUE(layout.copyOf(layout.pre).empty()) << "turn " << turn;
+  }
+  done = true;
+  control.join();
 }
 
 TEST(PlugRealtimeTest, InstancesOfOneProcessShareTheIdleTimer) {

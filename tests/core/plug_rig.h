@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -51,7 +52,8 @@ class PlugRig {
 
   Plug plug;
   std::intptr_t processLevel = 2;
-  std::vector<Message> messages;  // but for process level queries; from any thread
+  std::function<void()> onAutomate;  // called at every automation message
+  std::vector<Message> messages;     // but for process level queries; from any thread
 
  private:
   PlugBaseMutex recording;
@@ -61,6 +63,7 @@ class PlugRig {
     auto* const rig = static_cast<PlugRig*>(effect->user);
     if (rig == nullptr) return 0;
     if (opcode == kHostProcessLevel) return rig->processLevel;
+    if (opcode == kHostAutomate && rig->onAutomate) rig->onAutomate();
     const PlugBaseMutex::Scope lock(rig->recording);
     rig->messages.push_back({opcode, index, opt});
     return 0;

@@ -98,6 +98,29 @@ TEST(PlugTest, BandOperationsKeepParametersOrderAndChainTogether) {
   EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0U);
 }
 
+TEST(PlugTest, ABandOperationShowsItsFinalChainFromItsFirstMessageOn) {
+  PlugRig rig;
+  compressor& engine = rig.plug.getEngine();
+  std::vector<std::uint32_t> seen;
+  rig.onAutomate = [&] { seen.push_back(engine.stagePlanWord()); };
+  const auto expectSteady = [&](const char* what) {
+    SCOPED_TRACE(what);
+    ASSERT_FALSE(seen.empty());
+    for (const std::uint32_t plan : seen) EXPECT_EQ(plan, engine.stagePlanWord());
+    seen.clear();
+  };
+  rig.plug.addBand(kPreList, 0.0);  // the lowest frequency there is
+  expectSteady("add");
+  EXPECT_EQ(rig.get("kB2Frequency"), 10.0);
+  rig.plug.setBandPosition(1, kPostList);
+  expectSteady("to post");
+  rig.plug.setBandPosition(1, kXoverList);
+  expectSteady("to crossover");
+  rig.plug.setBandPosition(1, kOffList);
+  expectSteady("off");
+  EXPECT_EQ(rig.get("kB2State"), 0.0);
+}
+
 TEST(PlugTest, NodesOfTheGraphsFindTheirParameters) {
   PlugRig rig({{"kB2State", 1}, {"kB2Frequency", 200}, {"kBandOrder", 0}});
   rig.plug.setBandPosition(1, kPreList);
@@ -174,7 +197,6 @@ void play(PlugRig& rig, double level, double seconds) {
 }
 
 TEST(AutoGainTest, UndoesWhatTheChainDidToTheLevelAndMeasuresAgainOnTheNextEdit) {
-  // A soloed band that carries nothing would do; the difference is heard through its sidechain.
   PlugRig rig({{"kAutoGain", 1}, {"kOpTrim", 6}});
   rig.plug.endEdit(kAutoGain);
   play(rig, 0.5, 0.99);
@@ -197,6 +219,12 @@ TEST(AutoGainTest, WaitsForSoundAndForAllToBeHeard) {
   rig.plug.endEdit(kIpTrim);
   play(rig, 0.0, 2.0);
   EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6) << "silence";
+  play(rig, 0.0002, 2.0);
+  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6) << "as good as silence";
+  PlugRig faint({{"kAutoGain", 1}, {"kOpTrim", 6}});
+  faint.plug.endEdit(kIpTrim);
+  play(faint, 0.001, 1.1);
+  EXPECT_NEAR(faint.get("kOpTrim"), 0.0, 1e-6) << "faint, but there";
   play(rig, 0.5, 0.1);
   EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6) << "the measurement went on through it";
 
@@ -244,17 +272,18 @@ TEST(PlugTest, FeedsMetersAndAnalyser) {
   EXPECT_EQ(rig.plug.getBandGraphGain(0), 1.0);
 
   // The last block, of 96 frames, is not read yet.
-  std::array<double, 150> latest{};
+  std::array<std::array<double, 150>, AnalyserFeed::kTraces> latest{};
   const AnalyserFeed& feed = rig.plug.analyserFeed();
-  feed.copyLatest(AnalyserFeed::kOutputLeft, latest);
+  feed.copyLatest({latest[0], latest[1], latest[2], latest[3]});
   for (std::size_t i = 0; i < 150; ++i) {
-    ASSERT_EQ(latest[i], static_cast<double>(output.channels[0][234 + i])) << i;
+    ASSERT_EQ(latest[AnalyserFeed::kOutputLeft][i],
+              static_cast<double>(output.channels[0][234 + i]));
   }
-  feed.copyLatest(AnalyserFeed::kDryRight, latest);
-  EXPECT_NEAR(latest[149], -0.5 * std::pow(10.0, 0.3), 1e-6) << "dry comes with the output trim";
+  EXPECT_NEAR(latest[AnalyserFeed::kDryRight][149], -0.5 * std::pow(10.0, 0.3), 1e-6)
+      << "dry comes with the output trim";
   rig.plug.resume();
-  feed.copyLatest(AnalyserFeed::kOutputLeft, latest);
-  EXPECT_EQ(latest[149], 0.0);
+  feed.copyLatest({latest[0], latest[1], latest[2], latest[3]});
+  EXPECT_EQ(latest[AnalyserFeed::kOutputLeft][149], 0.0);
   EXPECT_EQ(rig.plug.getOutputPeak(1), 0.0);
   EXPECT_EQ(rig.plug.getGainReduction(4), 1.0);
 }

@@ -9,42 +9,44 @@
 
 namespace {
 
-void writeBlock(MeterRings& rings, const std::vector<float>& gains, double input, double output) {
-  const int frames = static_cast<int>(gains.size());
-  const std::vector<double> in(gains.size(), input);
-  const std::vector<double> out(gains.size(), output);
+void writeBlock(MeterRings& rings, const std::vector<float>& left, float right, double input,
+                double output) {
+  const int frames = static_cast<int>(left.size());
+  const std::vector<float> rightGains(left.size(), right);
+  const std::vector<double> in(left.size(), input);
+  const std::vector<double> out(left.size(), output);
   rings.writeInput(0, in.data(), frames);
-  rings.beginBlock(frames);
-  for (std::size_t i = 0; i < gains.size(); ++i) rings.reduction(0)[i] *= gains[i];
-  rings.writeOutput(0, out.data(), frames);
-  rings.endBlock(frames, 1);
+  rings.writeReduction(0, left.data(), frames);
+  rings.writeReduction(1, rightGains.data(), frames);
+  rings.writeOutput(1, out.data(), frames);
+  rings.endBlock(frames);
 }
 
 TEST(MeterRingsTest, ReadsTheFurthestValueSinceTheLastCallAndHolds) {
   MeterRings rings;
-  rings.prepare(4);
   EXPECT_EQ(rings.getGainReduction(0), 1.0);
-  writeBlock(rings, {1.0F, 0.5F, 0.9F, 1.2F}, 6.0, -20.0);
+  writeBlock(rings, {1.0F, 0.5F, 0.9F, 1.2F}, 0.7F, 6.0, -20.0);
   EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6);
   EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "nothing new: holds";
   EXPECT_NEAR(rings.getGainReduction(2), 0.5, 1e-6) << "a selector has a position of its own";
-  EXPECT_EQ(rings.getGainReduction(1), 1.0) << "the other channel was not written";
+  EXPECT_NEAR(rings.getGainReduction(1), 0.7, 1e-6);
+  EXPECT_NEAR(rings.getGainReduction(3), 0.7, 1e-6);
   EXPECT_NEAR(rings.getGainReduction(4), std::pow(10.0, 0.3), 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(6), 0.1, 1e-6);
-  writeBlock(rings, {1.0F, 2.0F, 0.6F, 1.0F}, 0.0, 0.0);
+  EXPECT_EQ(rings.getGainReduction(5), 1.0);
+  EXPECT_NEAR(rings.getGainReduction(7), 0.1, 1e-6);
+  writeBlock(rings, {1.0F, 2.0F, 0.6F, 1.0F}, 1.0F, 0.0, 0.0);
   EXPECT_NEAR(rings.getGainReduction(0), 2.0, 1e-6) << "6 dB up is further than 4.4 dB down";
   for (const int bad : {-1, 8}) EXPECT_EQ(rings.getGainReduction(bad), 1.0);
 }
 
 TEST(MeterRingsTest, GoesRoundTheRingAndStartsAfreshOnReset) {
   MeterRings rings;
-  rings.prepare(4096);
   const std::vector<float> quiet(4096, 1.0F);
-  writeBlock(rings, std::vector<float>(4096, 0.25F), 0.0, 0.0);
+  writeBlock(rings, std::vector<float>(4096, 0.25F), 1.0F, 0.0, 0.0);
   EXPECT_NEAR(rings.getGainReduction(0), 0.25, 1e-6);
-  for (int block = 0; block < 63; ++block) writeBlock(rings, quiet, 0.0, 0.0);
+  for (int block = 0; block < 63; ++block) writeBlock(rings, quiet, 1.0F, 0.0, 0.0);
   EXPECT_EQ(rings.getGainReduction(0), 1.0) << "up to the end of the ring";
-  writeBlock(rings, std::vector<float>(4096, 0.5F), 0.0, 0.0);
+  writeBlock(rings, std::vector<float>(4096, 0.5F), 1.0F, 0.0, 0.0);
   EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "the first entries again";
   rings.reset();
   rings.resetReaders();
@@ -58,17 +60,25 @@ TEST(BandMetersTest, ShowsWeightedPeaksAndDecaysThem) {
   meter.envPeak = 0.5;
   meter.fastLamp = 1.0;
   meter.endBlock({1.0, 0.5}, 0.25);
-  EXPECT_EQ(meter.shownDyn(0), -6.0);
-  EXPECT_EQ(meter.shownDyn(1), 1.5);
-  EXPECT_EQ(meter.shownTran(1), 1.0);
+  const struct {
+    int parts, channel;
+    double decibels;
+  } shown[] = {{1, 0, -6.0}, {2, 0, -1.0}, {3, 0, -7.0}, {1, 1, 1.5}, {2, 1, 1.0}, {0, 1, 0.0}};
+  for (const auto& s : shown) {
+    EXPECT_EQ(meter.shownGain(s.parts, s.channel), s.decibels) << s.parts << ", " << s.channel;
+  }
+  EXPECT_NEAR(meter.graphGain(), std::pow(10.0, -7.0 / 20.0), 1e-12) << "7 dB down, 2.5 dB up";
   EXPECT_EQ(meter.shownEnv(), 0.5);
   EXPECT_EQ(meter.lamp(true), 1.0);
   EXPECT_EQ(meter.lamp(false), 0.0);
   EXPECT_EQ(meter.dynPeak[0], -4.5);
   EXPECT_EQ(meter.tranPeak[0], -0.75);
   EXPECT_EQ(meter.envPeak, 0.375);
+  meter.dynPeak[1] = 20.0;
+  meter.endBlock({1.0, 1.0}, 0.0);
+  EXPECT_GT(meter.graphGain(), 10.0) << "the larger is up now";
   meter.reset();
-  EXPECT_EQ(meter.shownDyn(0), 0.0);
+  EXPECT_EQ(meter.graphGain(), 1.0);
   EXPECT_EQ(meter.lamp(true), 0.0);
 }
 
