@@ -1,0 +1,198 @@
+#include "tests/support/realtime_guard.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <semaphore.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <ctime>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define CORVANTHELIS_SANITIZER_HEAP 1
+#else
+#define CORVANTHELIS_SANITIZER_HEAP 0
+#endif
+
+// Takes the place of the C library's function in the whole process, so it must stay visible, and it
+// runs before the sanitizers are ready, so it must not be instrumented.
+#define CORVANTHELIS_INTERPOSED \
+  extern "C" __attribute__((visibility("default"), no_sanitize("address", "thread", "undefined")))
+
+namespace {
+
+// Of the executable itself, so that reaching them never allocates.
+thread_local int heapCallsOfThread = 0;
+thread_local int lockCallsOfThread = 0;
+
+// The next definition after ours: a sanitizer's or the C library's.
+template <typename... Arguments>
+class NextFunction {
+ public:
+  explicit constexpr NextFunction(const char* symbol) noexcept : name(symbol) {}
+
+  __attribute__((no_sanitize("address", "thread", "undefined"))) int operator()(
+      Arguments... arguments) {
+    // Built-ins, because std::atomic's operations would be instrumented.
+    void* found = __atomic_load_n(&address, __ATOMIC_RELAXED);
+    if (found == nullptr) {
+      found = dlsym(RTLD_NEXT, name);
+      if (found == nullptr) std::abort();
+      __atomic_store_n(&address, found, __ATOMIC_RELAXED);
+    }
+    return reinterpret_cast<int (*)(Arguments...)>(found)(arguments...);
+  }
+
+ private:
+  const char* name;
+  void* address = nullptr;
+};
+
+using Mutex = pthread_mutex_t;
+using Condition = pthread_cond_t;
+
+constinit NextFunction<Mutex*> nextMutexLock("pthread_mutex_lock");
+constinit NextFunction<Mutex*, const timespec*> nextMutexTimedLock("pthread_mutex_timedlock");
+constinit NextFunction<Mutex*, clockid_t, const timespec*> nextMutexClockLock(
+    "pthread_mutex_clocklock");
+constinit NextFunction<pthread_rwlock_t*> nextReadLock("pthread_rwlock_rdlock");
+constinit NextFunction<pthread_rwlock_t*> nextWriteLock("pthread_rwlock_wrlock");
+constinit NextFunction<Condition*, Mutex*> nextWait("pthread_cond_wait");
+constinit NextFunction<Condition*, Mutex*, const timespec*> nextTimedWait("pthread_cond_timedwait");
+constinit NextFunction<Condition*, Mutex*, clockid_t, const timespec*> nextClockWait(
+    "pthread_cond_clockwait");
+constinit NextFunction<sem_t*> nextSemaphoreWait("sem_wait");
+
+}  // namespace
+
+CORVANTHELIS_INTERPOSED int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+  ++lockCallsOfThread;
+  return nextMutexLock(mutex);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_mutex_timedlock(pthread_mutex_t* mutex,
+                                                    const timespec* until) noexcept {
+  ++lockCallsOfThread;
+  return nextMutexTimedLock(mutex, until);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_mutex_clocklock(pthread_mutex_t* mutex, clockid_t clock,
+                                                    const timespec* until) noexcept {
+  ++lockCallsOfThread;
+  return nextMutexClockLock(mutex, clock, until);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept {
+  ++lockCallsOfThread;
+  return nextReadLock(lock);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept {
+  ++lockCallsOfThread;
+  return nextWriteLock(lock);
+}
+
+// The waits are cancellation points and may unwind, hence not noexcept.
+CORVANTHELIS_INTERPOSED int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+  ++lockCallsOfThread;
+  return nextWait(condition, mutex);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_cond_timedwait(pthread_cond_t* condition,
+                                                   pthread_mutex_t* mutex, const timespec* until) {
+  ++lockCallsOfThread;
+  return nextTimedWait(condition, mutex, until);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_cond_clockwait(pthread_cond_t* condition,
+                                                   pthread_mutex_t* mutex, clockid_t clock,
+                                                   const timespec* until) {
+  ++lockCallsOfThread;
+  return nextClockWait(condition, mutex, clock, until);
+}
+
+CORVANTHELIS_INTERPOSED int sem_wait(sem_t* semaphore) {
+  ++lockCallsOfThread;
+  return nextSemaphoreWait(semaphore);
+}
+
+#if CORVANTHELIS_SANITIZER_HEAP
+
+// Declared here: the compiler's header of it comes with another package.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onAllocation)(const volatile void*,
+                                                                              std::size_t),
+                                                         void (*onRelease)(const volatile void*));
+
+namespace {
+
+void countAllocation(const volatile void*, std::size_t) { ++heapCallsOfThread; }
+void countRelease(const volatile void*) { ++heapCallsOfThread; }
+
+// The sanitizers own the malloc family and report each call.
+[[maybe_unused]] const int hooksInstalled =
+    __sanitizer_install_malloc_and_free_hooks(countAllocation, countRelease);
+
+}  // namespace
+
+#else
+
+// The C library's own entries, which need no look-up: a look-up would allocate.
+extern "C" {
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* memory, std::size_t bytes);
+void* __libc_memalign(std::size_t alignment, std::size_t bytes);
+void __libc_free(void* memory);
+}
+
+CORVANTHELIS_INTERPOSED void* malloc(std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  return __libc_malloc(bytes);
+}
+
+CORVANTHELIS_INTERPOSED void* calloc(std::size_t count, std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  return __libc_calloc(count, bytes);
+}
+
+CORVANTHELIS_INTERPOSED void* realloc(void* memory, std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  return __libc_realloc(memory, bytes);
+}
+
+CORVANTHELIS_INTERPOSED void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  return __libc_memalign(alignment, bytes);
+}
+
+CORVANTHELIS_INTERPOSED void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  return __libc_memalign(alignment, bytes);
+}
+
+CORVANTHELIS_INTERPOSED int posix_memalign(void** memory, std::size_t alignment,
+                                           std::size_t bytes) noexcept {
+  ++heapCallsOfThread;
+  if (alignment % sizeof(void*) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0) {
+    return EINVAL;
+  }
+  void* const made = __libc_memalign(alignment, bytes);
+  if (made == nullptr) return ENOMEM;
+  *memory = made;
+  return 0;
+}
+
+CORVANTHELIS_INTERPOSED void free(void* memory) noexcept {
+  if (memory != nullptr) ++heapCallsOfThread;
+  __libc_free(memory);
+}
+
+#endif
+
+RealtimeGuard::RealtimeGuard() noexcept
+    : firstHeapCall(heapCallsOfThread), firstLockCall(lockCallsOfThread) {}
+
+int RealtimeGuard::heapCalls() const noexcept { return heapCallsOfThread - firstHeapCall; }
+
+int RealtimeGuard::lockCalls() const noexcept { return lockCallsOfThread - firstLockCall; }
