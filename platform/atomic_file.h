@@ -22,6 +22,8 @@ class AtomicFile {
   [[nodiscard]] std::error_code open(const std::string& target);
   /// Writes `count` bytes at `offset` (>= 0), all of them or an error.
   [[nodiscard]] std::error_code write(const void* bytes, std::size_t count, std::int64_t offset);
+  /// Takes back all that was written; nothing to a device.
+  [[nodiscard]] std::error_code clear();
   /// Flushes to the disk and gives the file its name. On an error nothing is left, and the target
   /// is as it was.
   [[nodiscard]] std::error_code commit();

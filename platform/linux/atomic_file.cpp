@@ -95,6 +95,12 @@ std::error_code AtomicFile::write(const void* bytes, std::size_t count, std::int
   return {};
 }
 
+std::error_code AtomicFile::clear() {
+  length = 0;
+  if (!temporaryPath.empty() && ::ftruncate(descriptor, 0) != 0) return lastError();
+  return {};
+}
+
 std::error_code AtomicFile::commit() {
   std::error_code error;
   if (!temporaryPath.empty() && ::fsync(descriptor) != 0) error = lastError();

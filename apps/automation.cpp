@@ -1,0 +1,104 @@
+#include "apps/automation.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <fstream>
+#include <istream>
+#include <string_view>
+
+#include "apps/failure.h"
+#include "apps/settings.h"
+#include "apps/text.h"
+
+namespace {
+
+using Fields = std::array<std::string_view, 3>;
+
+Fields splitRow(std::string_view row) {
+  if (std::count(row.begin(), row.end(), ',') != 2) {
+    throw WrongArguments("a row should read seconds,ID,PLAIN");
+  }
+  const std::size_t first = row.find(',');
+  const std::size_t second = row.find(',', first + 1);
+  return {trimmed(row.substr(0, first)), trimmed(row.substr(first + 1, second - first - 1)),
+          trimmed(row.substr(second + 1))};
+}
+
+bool isHeading(std::string_view row) { return lowered(row).starts_with("seconds,id,"); }
+
+AutomationPoint parseRow(std::string_view row, std::vector<std::string>& warnings) {
+  const Fields fields = splitRow(row);
+  const auto seconds = finiteNumber(fields[0]);
+  if (!seconds || *seconds < 0.0) {
+    throw WrongArguments("'" + std::string(fields[0]) + "' is not a time in seconds");
+  }
+  const std::int32_t parameter = parameterNumber(fields[1]);
+  const auto plain = finiteNumber(fields[2]);
+  if (!plain) throw WrongArguments("'" + std::string(fields[2]) + "' is not a finite number");
+  return {*seconds, parameter, plainInRange(parameter, *plain, warnings)};
+}
+
+/// `line` without a comment and the blanks around it.
+std::string_view content(std::string_view line, bool isFirst) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (isFirst && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+  return trimmed(line.substr(0, line.find('#')));
+}
+
+}  // namespace
+
+bool Automation::touches(std::int32_t parameter) const noexcept {
+  return std::any_of(points.begin(), points.end(),
+                     [parameter](const auto& point) { return point.parameter == parameter; });
+}
+
+Automation readAutomation(std::istream& text, const std::string& name) {
+  Automation result;
+  bool headingAllowed = true;
+  std::string line;
+  for (int number = 1; std::getline(text, line); ++number) {
+    const std::string_view row = content(line, number == 1);
+    if (row.empty()) continue;
+    if (headingAllowed && isHeading(row)) {
+      headingAllowed = false;
+      continue;
+    }
+    headingAllowed = false;
+    const std::string place = name + ":" + std::to_string(number);
+    std::vector<std::string> told;
+    try {
+      result.points.push_back(parseRow(row, told));
+    } catch (const WrongArguments& fault) {
+      throw Failure(place, fault.what());
+    }
+    for (const std::string& warning : told) result.warnings.push_back(place + ": " + warning);
+  }
+  if (text.bad()) throw Failure(name, "cannot be read");
+  std::stable_sort(result.points.begin(), result.points.end(),
+                   [](const auto& a, const auto& b) { return a.seconds < b.seconds; });
+  return result;
+}
+
+Automation readAutomationFile(const std::string& path) {
+  errno = 0;
+  std::ifstream file(path);
+  if (!file) {
+    throw Failure(path, "cannot be read (" + std::generic_category().message(errno) + ")");
+  }
+  // A directory opens, and fails at the first byte.
+  file.peek();
+  if (file.bad())
+    throw Failure(path, "cannot be read (" + std::generic_category().message(errno) + ")");
+  file.clear();
+  return readAutomation(file, path);
+}
+
+const AutomationPoint* AutomationCursor::nextBefore(std::int64_t end) noexcept {
+  if (next == points.size()) return nullptr;
+  const AutomationPoint& point = points[next];
+  if (std::nearbyint(point.seconds * rate) >= static_cast<double>(end)) return nullptr;
+  ++next;
+  return &point;
+}

@@ -1,0 +1,136 @@
+#include "apps/effect_runner.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "host/aeffect.h"
+
+namespace {
+
+constexpr std::intptr_t kProcessLevelRealtime = 2;
+
+/// A host that tells its process level and has nothing else to say.
+template <std::intptr_t kLevel>
+std::intptr_t answer(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*, float) {
+  return opcode == kHostProcessLevel ? kLevel : 0;
+}
+
+}  // namespace
+
+void applySettings(Plug& plug, std::span<const Setting> settings) {
+  for (const Setting& setting : settings) {
+    plug.setParameter(setting.parameter,
+                      setting.isNormalised
+                          ? setting.value
+                          : plug.plainToNormalised(setting.parameter, setting.value));
+  }
+}
+
+HostedPlug::HostedPlug(bool realtime)
+    : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>,
+           Idle::kCaller) {}
+
+EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainChannels,
+                           int sidechainChannels)
+    : plug(setup.realtime),
+      channels(mainChannels),
+      sideChannels(sidechainChannels),
+      doubles(setup.doubles),
+      realtime(setup.realtime) {
+  plug.setSampleRate(static_cast<float>(sampleRate));
+  plug.setBlockSize(setup.blockFrames);
+  applySettings(plug, setup.settings);
+  plug.resume();
+  // The end of a gesture is what starts a measurement.
+  if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);
+  plug.onIdle();
+  if (doubles) {
+    reserve(doublePlanes, setup.blockFrames);
+  } else {
+    reserve(floatPlanes, setup.blockFrames);
+  }
+}
+
+template <typename Sample>
+void EffectRunner::reserve(Planes<Sample>& planes, int frames) {
+  for (auto& plane : planes.in) plane.resize(static_cast<std::size_t>(frames));
+  for (auto& plane : planes.out) plane.resize(static_cast<std::size_t>(frames));
+}
+
+void EffectRunner::automate(std::int32_t parameter, float plain) {
+  plug.setParameterAutomated(parameter, plug.plainToNormalised(parameter, plain));
+  // A live effect puts redesigns off by the clock; here they have to come at the same frame every
+  // time.
+  if (realtime) plug.updateDsp(true);
+}
+
+void EffectRunner::process(const double* main, const double* side, int frames, double* out) {
+  if (doubles) {
+    processAs(doublePlanes, main, side, frames, out);
+  } else {
+    processAs(floatPlanes, main, side, frames, out);
+  }
+  readGains();
+  plug.onIdle();
+}
+
+template <typename Sample>
+void EffectRunner::processAs(Planes<Sample>& planes, const double* main, const double* side,
+                             int frames, double* out) {
+  const auto stride = static_cast<std::size_t>(channels);
+  const auto count = static_cast<std::size_t>(frames);
+  // Main channels come first, then as many of the sidechain; a mono call is told by the missing
+  // output.
+  std::array<Sample*, 4> inputs{};
+  std::array<Sample*, 2> outputs{};
+  for (std::size_t c = 0; c < stride; ++c) {
+    for (std::size_t i = 0; i < count; ++i) {
+      planes.in[c][i] = static_cast<Sample>(main[i * stride + c]);
+    }
+    inputs[c] = planes.in[c].data();
+    outputs[c] = planes.out[c].data();
+  }
+  if (side != nullptr && sideChannels > 0) {
+    fillSidechain(planes, side, frames);
+    for (std::size_t c = 0; c < stride; ++c) inputs[stride + c] = planes.in[stride + c].data();
+  }
+  if constexpr (std::is_same_v<Sample, double>) {
+    plug.processDoubleReplacing(inputs.data(), outputs.data(), frames);
+  } else {
+    plug.processReplacing(inputs.data(), outputs.data(), frames);
+  }
+  for (std::size_t c = 0; c < stride; ++c) {
+    for (std::size_t i = 0; i < count; ++i) {
+      out[i * stride + c] = static_cast<double>(planes.out[c][i]);
+    }
+  }
+}
+
+template <typename Sample>
+void EffectRunner::fillSidechain(Planes<Sample>& planes, const double* side, int frames) {
+  const auto main = static_cast<std::size_t>(channels);
+  const auto stride = static_cast<std::size_t>(sideChannels);
+  const auto count = static_cast<std::size_t>(frames);
+  for (std::size_t c = 0; c < main; ++c) {
+    std::vector<Sample>& plane = planes.in[main + c];
+    for (std::size_t i = 0; i < count; ++i) {
+      const double* const frame = side + i * stride;
+      // A mono effect has one sidechain input, and hears the middle of a stereo one.
+      const double mixed =
+          main < stride ? 0.5 * (frame[0] + frame[1]) : frame[std::min(c, stride - 1)];
+      plane[i] = static_cast<Sample>(mixed);
+    }
+  }
+}
+
+void EffectRunner::readGains() {
+  constexpr int kBothParts = 3;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) continue;
+    std::optional<double>& lowest = lowestGain[static_cast<std::size_t>(band)];
+    if (!lowest) lowest = 0.0;
+    for (int channel = 0; channel < channels; ++channel) {
+      lowest = std::min(*lowest, plug.getBandGain(band, kBothParts, channel));
+    }
+  }
+}

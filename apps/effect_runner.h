@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "apps/settings.h"
+#include "core/plug.h"
+
+/// How the effect is to be run.
+struct EffectSetup {
+  std::vector<Setting> settings;  ///< set in this order before the first block
+  int blockFrames = 1024;         ///< largest block
+  bool doubles = false;           ///< the 64-bit entry
+  bool realtime = false;          ///< tell the effect that it plays live
+};
+
+/// Sets parameters of `plug` in the order of `settings`.
+void applySettings(Plug& plug, std::span<const Setting> settings);
+
+/// An instance that nobody idles but its owner, whose host renders live or offline.
+class HostedPlug : public Plug {
+ public:
+  explicit HostedPlug(bool realtime);
+};
+
+/// One instance of the effect that is fed interleaved audio block by block, with its idle call
+/// after each: what comes out depends on nothing but what goes in.
+class EffectRunner {
+ public:
+  /// `channels` 1 or 2; `sideChannels` 0 to 2.
+  EffectRunner(const EffectSetup& setup, int sampleRate, int channels, int sideChannels);
+
+  /// From now on, before the next block.
+  void automate(std::int32_t parameter, float plain);
+
+  /// `main` and `out` hold `frames` times `channels` samples, `side` `frames` times `sideChannels`
+  /// (null without sidechain). 1 to `blockFrames` frames.
+  void process(const double* main, const double* side, int frames, double* out);
+
+  [[nodiscard]] std::int32_t latency() const noexcept {
+    return plug.getInitialDelay();
+  }  ///< samples
+  [[nodiscard]] float plainValue(std::int32_t parameter) const {
+    return plug.getPlainValue(parameter);
+  }
+  /// The lowest gain in dB, at most 0, that each band had; empty for bands that were never on.
+  [[nodiscard]] const std::array<std::optional<double>, kNumBands>& reductions() const noexcept {
+    return lowestGain;
+  }
+
+ private:
+  /// Separate channels, as the effect takes them.
+  template <typename Sample>
+  struct Planes {
+    std::array<std::vector<Sample>, 4> in;
+    std::array<std::vector<Sample>, 2> out;
+  };
+
+  template <typename Sample>
+  void reserve(Planes<Sample>& planes, int frames);
+  template <typename Sample>
+  void processAs(Planes<Sample>& planes, const double* main, const double* side, int frames,
+                 double* out);
+  template <typename Sample>
+  void fillSidechain(Planes<Sample>& planes, const double* side, int frames);
+  void readGains();
+
+  HostedPlug plug;
+  const int channels;
+  const int sideChannels;
+  const bool doubles;
+  const bool realtime;
+  Planes<float> floatPlanes;
+  Planes<double> doublePlanes;
+  std::array<std::optional<double>, kNumBands> lowestGain;
+};

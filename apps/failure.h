@@ -1,0 +1,21 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+/// Work that cannot be done: `what()` names the file and the reason in one line.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+  Failure(const std::string& file, const std::string& reason)
+      : std::runtime_error(file + ": " + reason) {}
+};
+
+/// Arguments that make no sense, whatever the files hold.
+class WrongArguments : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The exit statuses of the program.
+enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongArguments = 2 };

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <ebur128.h>
+
+#include <limits>
+#include <memory>
+
+/// Integrated loudness (EBU R 128) and true peak of a signal of one or two channels.
+class Loudness {
+ public:
+  static constexpr double kSilent = -std::numeric_limits<double>::infinity();
+
+  struct Result {
+    double integratedLufs = kSilent;  ///< `kSilent` for what is too quiet or too short to measure
+    double truePeakDb = kSilent;      ///< dBTP, the larger of the channels
+  };
+
+  /// `sampleRate` within `kLowestRate` and `kHighestRate`, Hz.
+  Loudness(int sampleRate, int channels);
+
+  /// `interleaved` must be finite.
+  void add(const double* interleaved, int frames);
+  [[nodiscard]] Result result() const;
+
+  static constexpr int kLowestRate = 16;
+  static constexpr int kHighestRate = 2822400;
+
+ private:
+  struct Destroy {
+    void operator()(ebur128_state* meter) const noexcept { ebur128_destroy(&meter); }
+  };
+  std::unique_ptr<ebur128_state, Destroy> state;
+};

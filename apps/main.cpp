@@ -1,0 +1,71 @@
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "apps/failure.h"
+#include "apps/messages.h"
+#include "apps/render_command.h"
+#include "apps/value_commands.h"
+#include "platform/stop_request.h"
+
+namespace {
+
+constexpr const char* kFooter =
+    "Exit status: 0 done, 1 the work failed, 2 wrong arguments.\n"
+    "\n"
+    "Examples:\n"
+    "  corvanthelis render in.wav out.wav --set kB1Threshold=-20\n"
+    "  corvanthelis params\n"
+    "  corvanthelis render --help";
+
+/// A sentence of the parser as our messages begin.
+std::string parserReason(const CLI::ParseError& fault) {
+  std::string text = fault.what();
+  if (text.starts_with("The ") || text.starts_with("A ")) text.front() += 'a' - 'A';
+  return text;
+}
+
+int runCommand(int argc, char** argv) {
+  CLI::App program("Corvanthelis: an eight-band dynamics processor for audio files",
+                   "corvanthelis");
+  program.set_version_flag("--version", "corvanthelis " CORVANTHELIS_VERSION, "Print the version");
+  program.footer(kFooter);
+  RenderCommand render(program);
+  ParamsCommand params(program);
+  FormatCommand format(program);
+  LatencyCommand latency(program);
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::Success& answered) {  // --help, --version
+    return program.exit(answered);
+  } catch (const CLI::ParseError& fault) {
+    throw WrongArguments(parserReason(fault));
+  }
+  if (render.chosen()) return render.run();
+  if (params.chosen()) return params.run();
+  if (format.chosen()) return format.run();
+  if (latency.chosen()) return latency.run();
+  throw WrongArguments("a command is missing: render, params, format or latency (see --help)");
+}
+
+int runAndReport(int argc, char** argv) {
+  try {
+    const int status = runCommand(argc, argv);
+    if (!(std::cout << std::flush)) throw Failure("standard output", "cannot be written");
+    return status;
+  } catch (const WrongArguments& fault) {
+    printError(fault.what());
+    return kWrongArguments;
+  } catch (const std::exception& fault) {
+    printError(fault.what());
+    return kFailed;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  catchStopRequests();
+  return runAndReport(argc, argv);
+}

@@ -1,0 +1,15 @@
+#include "apps/messages.h"
+
+#include <iostream>
+
+#include "apps/text.h"
+
+std::string messageLine(std::string_view message) { return "corvanthelis: " + oneLine(message); }
+
+std::string warningLine(std::string_view message) {
+  return "corvanthelis: warning: " + oneLine(message);
+}
+
+void printError(std::string_view message) { std::cerr << messageLine(message) + "\n"; }
+
+void printWarning(std::string_view message) { std::cerr << warningLine(message) + "\n"; }

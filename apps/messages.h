@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// A message under the program's name, in one line without its end.
+[[nodiscard]] std::string messageLine(std::string_view message);
+[[nodiscard]] std::string warningLine(std::string_view message);
+
+/// The same, written to the standard error stream.
+void printError(std::string_view message);
+void printWarning(std::string_view message);

@@ -1,0 +1,57 @@
+#include "apps/output_plan.h"
+
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+#include "apps/failure.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isSameFile(const std::string& a, const std::string& b) {
+  std::error_code error;
+  return fs::equivalent(a, b, error) && !error;
+}
+
+}  // namespace
+
+std::vector<RenderItem> planDirectory(const std::vector<std::string>& inputs,
+                                      const std::string& directory) {
+  std::vector<RenderItem> items;
+  std::map<std::string, std::string> inputOf;  // by output
+  for (const std::string& input : inputs) {
+    const std::string output = (fs::path(directory) / fs::path(input).filename()).string();
+    const auto [other, isNew] = inputOf.emplace(output, input);
+    if (!isNew) {
+      throw WrongArguments(other->second + " and " + input + " would both be written to " + output);
+    }
+    items.push_back({input, output});
+  }
+  return items;
+}
+
+void refuseOverwriting(std::span<const RenderItem> items,
+                       const std::vector<std::string>& alsoRead) {
+  std::vector<std::string> read = alsoRead;
+  for (const RenderItem& item : items) read.push_back(item.input);
+  for (const RenderItem& item : items) {
+    std::error_code error;
+    if (!fs::is_regular_file(item.output, error)) continue;
+    for (const std::string& name : read) {
+      if (!isSameFile(item.output, name)) continue;
+      throw WrongArguments(item.output + ": would overwrite " +
+                           (item.output == name ? "what is read" : name + ", which is read"));
+    }
+  }
+}
+
+void makeDirectory(const std::string& directory) {
+  std::error_code error;
+  fs::create_directories(directory, error);
+  if (!error && !fs::is_directory(directory, error)) {
+    error = std::make_error_code(std::errc::not_a_directory);
+  }
+  if (error) throw Failure(directory, "cannot be made a directory (" + error.message() + ")");
+}

@@ -1,0 +1,168 @@
+#include "apps/report.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <iostream>
+#include <new>
+
+#include "apps/text.h"
+
+namespace {
+
+constexpr std::size_t kLabelWidth = 18;
+constexpr std::size_t kNumberWidth = 6;
+
+std::string levelText(double level, const char* unit, const char* silence) {
+  if (!std::isfinite(level)) return silence;
+  return paddedLeft(fixedText(level, 1), kNumberWidth) + " " + unit;
+}
+
+std::string row(const std::string& label, const std::string& text) {
+  return padded(label, kLabelWidth) + text + "\n";
+}
+
+std::string loudnessRows(const RenderReport& report) {
+  const double before = report.before.integratedLufs;
+  const double after = report.after.integratedLufs;
+  std::string change;
+  if (std::isfinite(before) && std::isfinite(after)) {
+    change = " (" + signedText(after - before, 1) + " LU)";
+  }
+  return row("loudness", levelText(before, "LUFS", "silent") + " before, " +
+                             levelText(after, "LUFS", "silent") + " after" + change) +
+         row("true peak", levelText(report.before.truePeakDb, "dBTP", "none") + " before, " +
+                              levelText(report.after.truePeakDb, "dBTP", "none") + " after");
+}
+
+std::string latencyText(const RenderReport& report) {
+  std::string text = std::to_string(report.latency) + " samples";
+  if (report.latency == 0) return text;
+  text += " (" + fixedText(1000.0 * report.latency / report.sampleRate, 1) + " ms), ";
+  return text + (report.latencyKept ? "kept" : "compensated");
+}
+
+std::string reductionRows(const RenderReport& report) {
+  std::string rows;
+  for (std::size_t band = 0; band < report.reductions.size(); ++band) {
+    if (!report.reductions[band]) continue;
+    rows += row(rows.empty() ? "gain reduction" : "",
+                "band " + std::to_string(band + 1) +
+                    paddedLeft(fixedText(-*report.reductions[band], 1), kNumberWidth) + " dB");
+  }
+  return rows.empty() ? row("gain reduction", "no band is on") : rows;
+}
+
+std::string trimText(const RenderReport& report) {
+  std::string text = signedText(report.trimAfter, 2) + " dB";
+  if (report.trimAfter != report.trimBefore) {
+    text += " (" + signedText(report.trimBefore, 2) + " dB at the start)";
+  }
+  return text;
+}
+
+void add(const JsonTree& object, const char* key, JsonNode* item) {
+  if (item == nullptr) throw std::bad_alloc();
+  jsonAddItemToObjectConstKey(object.get(), key, item);
+}
+
+void add(const JsonTree& object, const char* key, double number) {
+  add(object, key, std::isfinite(number) ? jsonCreateNumber(number) : jsonParse("null"));
+}
+
+JsonTree beforeAndAfter(double before, double after) {
+  JsonTree pair(jsonCreateObject());
+  add(pair, "before", before);
+  add(pair, "after", after);
+  return pair;
+}
+
+JsonTree reductionsJson(const RenderReport& report) {
+  JsonTree list(jsonCreateArray());
+  for (std::size_t band = 0; band < report.reductions.size(); ++band) {
+    if (!report.reductions[band]) continue;
+    JsonTree entry(jsonCreateObject());
+    add(entry, "band", static_cast<double>(band + 1));
+    add(entry, "reductionDb", -*report.reductions[band]);
+    jsonAddItemToArray(list.get(), entry.release());
+  }
+  return list;
+}
+
+}  // namespace
+
+double RenderReport::seconds() const noexcept {
+  return sampleRate > 0 ? static_cast<double>(frames) / sampleRate : 0.0;
+}
+
+double RenderReport::speed() const noexcept {
+  // A file so short that the clock saw nothing took at most one tick of it.
+  return seconds() / std::max(elapsedSeconds, 0.001);
+}
+
+std::string reportText(const RenderReport& report) {
+  std::string text = oneLine(report.output) + "\n";
+  text += row("rate", std::to_string(report.sampleRate) + " Hz");
+  text += row("channels", std::to_string(report.channels));
+  text += row("length", durationText(report.seconds()) + " (" + std::to_string(report.frames) +
+                            (report.frames == 1 ? " frame)" : " frames)"));
+  text += row("latency", latencyText(report));
+  text += loudnessRows(report);
+  text += reductionRows(report);
+  text += row("output trim", trimText(report));
+  if (report.passes > 1) text += row("passes", std::to_string(report.passes));
+  if (report.frames == 0) return text;
+  text +=
+      row("speed", fixedText(report.speed(), report.speed() < 10.0 ? 1 : 0) + " times real time");
+  return text;
+}
+
+std::string tableHeading(std::size_t nameWidth) {
+  return padded("file", nameWidth) + paddedLeft("length", 14) + paddedLeft("LUFS before", 13) +
+         paddedLeft("after", 8) + paddedLeft("dBTP before", 13) + paddedLeft("after", 8) +
+         paddedLeft("reduction", 14);
+}
+
+std::string tableLine(const RenderReport& report, std::size_t nameWidth) {
+  const auto level = [](double value, std::size_t width) {
+    return paddedLeft(std::isfinite(value) ? fixedText(value, 1) : "-", width);
+  };
+  double lowest = 0.0;
+  for (const auto& reduction : report.reductions)
+    lowest = std::min(lowest, reduction.value_or(0.0));
+  return padded(oneLine(report.output), nameWidth) +
+         paddedLeft(durationText(report.seconds()), 14) + level(report.before.integratedLufs, 13) +
+         level(report.after.integratedLufs, 8) + level(report.before.truePeakDb, 13) +
+         level(report.after.truePeakDb, 8) + paddedLeft(fixedText(-lowest, 1) + " dB", 14);
+}
+
+JsonTree reportJson(const RenderReport& report) {
+  JsonTree object(jsonCreateObject());
+  add(object, "input", jsonCreateString(report.input.c_str()));
+  add(object, "output", jsonCreateString(report.output.c_str()));
+  add(object, "sampleRate", report.sampleRate);
+  add(object, "channels", report.channels);
+  add(object, "frames", static_cast<double>(report.frames));
+  add(object, "seconds", report.seconds());
+  add(object, "latencySamples", report.latency);
+  add(object, "loudnessLufs",
+      beforeAndAfter(report.before.integratedLufs, report.after.integratedLufs).release());
+  add(object, "truePeakDbtp",
+      beforeAndAfter(report.before.truePeakDb, report.after.truePeakDb).release());
+  add(object, "gainReduction", reductionsJson(report).release());
+  add(object, "outputTrimDb", beforeAndAfter(report.trimBefore, report.trimAfter).release());
+  add(object, "passes", report.passes);
+  add(object, "speed", report.speed());
+  JsonTree warnings(jsonCreateArray());
+  for (const std::string& warning : report.warnings) {
+    jsonAddItemToArray(warnings.get(), jsonCreateString(warning.c_str()));
+  }
+  add(object, "warnings", warnings.release());
+  return object;
+}
+
+void printJson(const JsonNode* document) {
+  const JsonText text(jsonPrintFormatted(document));
+  if (!text) throw std::bad_alloc();
+  std::cout << text.get() << '\n';
+}

@@ -1,0 +1,94 @@
+#include "apps/text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace {
+
+/// Characters of UTF-8 text.
+std::size_t shownWidth(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+  }));
+}
+
+}  // namespace
+
+std::string fixedText(double value, int decimals) {
+  std::array<char, 400> text;
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                 std::chars_format::fixed, decimals);
+  std::string result(text.data(), end.ptr);
+  const bool isZero = result.find_first_not_of("-0.") == std::string::npos;
+  return isZero && result.front() == '-' ? result.substr(1) : result;
+}
+
+std::string signedText(double value, int decimals) {
+  std::string text = fixedText(value, decimals);
+  const bool isPositive = value > 0.0 && text.find_first_not_of("0.") != std::string::npos;
+  return isPositive ? "+" + text : text;
+}
+
+std::string shortestText(float value) {
+  std::array<char, 64> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+std::string durationText(double seconds) {
+  const auto milliseconds = static_cast<std::int64_t>(std::llround(seconds * 1000.0));
+  const auto twoDigits = [](std::int64_t number) {
+    return (number < 10 ? "0" : "") + std::to_string(number);
+  };
+  const std::int64_t minutes = milliseconds / 60000;
+  const std::string head = minutes < 60
+                               ? std::to_string(minutes)
+                               : std::to_string(minutes / 60) + ":" + twoDigits(minutes % 60);
+  const std::string thousandths = std::to_string(1000 + milliseconds % 1000).substr(1);
+  return head + ":" + twoDigits(milliseconds / 1000 % 60) + "." + thousandths;
+}
+
+std::optional<double> finiteNumber(std::string_view text) {
+  text = trimmed(text);
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  double number = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool whole = error == std::errc{} && end == text.data() + text.size();
+  if (!whole || !std::isfinite(number)) return std::nullopt;
+  return number;
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string lowered(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return result;
+}
+
+std::string oneLine(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(),
+      [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; }, '?');
+  return result;
+}
+
+std::string padded(std::string text, std::size_t width) {
+  const std::size_t shown = shownWidth(text);
+  if (shown < width) text.append(width - shown, ' ');
+  return text;
+}
+
+std::string paddedLeft(const std::string& text, std::size_t width) {
+  const std::size_t shown = shownWidth(text);
+  return shown < width ? std::string(width - shown, ' ') + text : text;
+}

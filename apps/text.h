@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Numbers as text, the same in every locale.
+
+/// `value` with `decimals` places; "-0.0" reads "0.0".
+[[nodiscard]] std::string fixedText(double value, int decimals);
+/// As `fixedText`, with a plus before positive values.
+[[nodiscard]] std::string signedText(double value, int decimals);
+/// The shortest text that reads back as the same 32-bit number.
+[[nodiscard]] std::string shortestText(float value);
+/// "m:ss.mmm", or "h:mm:ss.mmm" from an hour on.
+[[nodiscard]] std::string durationText(double seconds);
+
+/// The whole of `text` as a finite number, blanks around it aside; an empty result if it is none.
+[[nodiscard]] std::optional<double> finiteNumber(std::string_view text);
+
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+/// ASCII letters made small.
+[[nodiscard]] std::string lowered(std::string_view text);
+/// Control characters (of a file's name, say) as '?', so that a message stays one line.
+[[nodiscard]] std::string oneLine(std::string_view text);
+/// `text` filled up with blanks to `width` characters.
+[[nodiscard]] std::string padded(std::string text, std::size_t width);
+[[nodiscard]] std::string paddedLeft(const std::string& text, std::size_t width);

@@ -1,0 +1,201 @@
+// How the built program answers: statuses, messages, and what a failure leaves.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include "core/parameter_ids.h"
+#include "state/json_document.h"
+#include "tests/apps/program.h"
+#include "tests/apps/test_files.h"
+
+namespace {
+
+class Command : public testing::Test {
+ protected:
+  void SetUp() override {
+    writeAudio(file("in.wav"), makeSignal(5000, 2, 48000, 1));
+    writeAudio(file("rate.wav"), makeSignal(500, 1, 44100, 1));
+    writeAudio(file("three.wav"), makeSignal(500, 3, 48000, 1));
+    writeBytes(file("text.wav"), "this is no audio\n");
+    const std::string whole = readBytes(file("in.wav"));
+    writeBytes(file("cut.wav"), whole.substr(0, whole.size() / 2));
+    writeBytes(file("bad.csv"), "0,kIpTrim,1\n1,kIpTrm,1\n");
+    std::filesystem::create_directory(file("folder"));
+    std::filesystem::create_symlink("/dev/full", file("full.wav"));
+    std::filesystem::create_hard_link(file("in.wav"), file("hard.wav"));
+    std::filesystem::create_symlink("in.wav", file("soft.wav"));
+    writeBytes(file("out.wav"), "what stood there");
+  }
+
+  [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
+
+  /// Runs `arguments` in which every @name stands for a file of the test.
+  ProgramRun run(std::string arguments) {
+    for (std::size_t at = 0; (at = arguments.find('@', at)) != std::string::npos;) {
+      arguments.replace(at, 1, file(""));
+    }
+    return runProgram(arguments);
+  }
+
+  const TestDirectory directory;
+};
+
+TEST_F(Command, aFailureIsOneLineThatNamesFileAndReasonAndLeavesNothing) {
+  const struct {
+    const char* arguments;
+    int status;
+    const char* named;
+    const char* reason;
+  } cases[] = {
+      {"render @none.wav @out.wav", 1, "none.wav", "no such file"},
+      {"render @text.wav @out.wav", 1, "text.wav", "not an audio file"},
+      {"render @folder @out.wav", 1, "folder", "directory"},
+      {"render @cut.wav @out.wav", 1, "cut.wav", "cut short"},
+      {"render @three.wav @out.wav", 1, "three.wav", "3 channels"},
+      {"render @in.wav @nowhere/out.wav", 1, "nowhere/out.wav", "No such file"},
+      {"render @in.wav @text.wav/out.wav", 1, "text.wav/out.wav", "Not a directory"},
+      {"render @in.wav @full.wav", 1, "full.wav", "No space left"},
+      {"render @in.wav /dev/full", 1, "/dev/full", "No space left"},
+      {"render @in.wav @folder", 1, "folder", "directory"},
+      {"render @in.wav @out.wav --sidechain @rate.wav", 1, "rate.wav", "44100 Hz"},
+      {"render @in.wav @out.wav --sidechain @three.wav", 1, "three.wav", "3 channels"},
+      {"render @in.wav @out.wav --sidechain @cut.wav", 1, "cut.wav", "cut short"},
+      {"render @in.wav @out.wav --sidechain @none.wav", 1, "none.wav", "no such file"},
+      {"render @in.wav @out.wav --automation @bad.csv", 1, "bad.csv:2", "nearest are kIpTrim"},
+      {"render @in.wav @out.wav --automation @folder", 1, "folder", "directory"},
+      {"render @in.wav @out.wav --automation @none.csv", 1, "none.csv", "No such file"},
+      {"render @in.wav --out-dir @text.wav", 1, "text.wav", "cannot be made a directory"},
+      {"render @in.wav @in.wav", 2, "in.wav", "would overwrite"},
+      {"render @in.wav @hard.wav", 2, "hard.wav", "would overwrite"},
+      {"render @soft.wav @in.wav", 2, "in.wav", "would overwrite"},
+      {"render @in.wav @folder/../in.wav", 2, "in.wav", "would overwrite"},
+      {"render @in.wav @rate.wav --sidechain @rate.wav", 2, "rate.wav", "would overwrite"},
+      {"render @rate.wav @in.wav --out-dir @folder/..", 2, "rate.wav", "would overwrite"},
+      {"render @in.wav @folder/../in.wav --out-dir @folder", 2, "in.wav", "both be written"},
+      {"render @in.wav @x.flac --format f32", 2, "x.flac", "cannot hold f32"},
+      {"render @in.wav @x.mp3", 2, "x.mp3", "ending"},
+      {"render @in.wav @out.wav --set kB1Treshold=1", 2, "kB1Treshold", "kB1Threshold"},
+      {"render @in.wav @out.wav --set kIpTrim=nan", 2, "kIpTrim", "finite"},
+      {"render @in.wav @out.wav --setn kIpTrim=", 2, "kIpTrim", "finite"},
+      {"render @in.wav @out.wav --set kIpTrim", 2, "kIpTrim", "ID=VALUE"},
+      {"render @in.wav @out.wav --block 0", 2, "--block", "range"},
+      {"render @in.wav @out.wav --block 1048577", 2, "--block", "range"},
+      {"render @in.wav @out.wav --format f16", 2, "--format", "f16"},
+      {"render @in.wav @out.wav --match-loudness --set kAutoGain=1", 2, "kAutoGain", "kOpTrim"},
+      {"render @in.wav", 2, "", "OUT"},
+      {"render @in.wav @a.wav @b.wav", 2, "", "--out-dir"},
+      {"render", 2, "FILES", "required"},
+      {"", 2, "", "command is missing"},
+      {"rendr", 2, "rendr", "not expected"},
+      {"format kIpTrim nan", 2, "nan", "finite"},
+      {"format kIpTrm 0", 2, "kIpTrm", "kIpTrim"},
+      {"latency --rate nan", 2, "--rate", "Hz"},
+      {"params >/dev/full", 1, "standard output", "cannot be written"},
+  };
+  const std::vector<std::string> before = directory.names();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const ProgramRun result = run(c.arguments);
+    EXPECT_EQ(result.status, c.status);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(lineCount(result.err), 1) << result.err;
+    EXPECT_TRUE(result.err.starts_with("corvanthelis: ")) << result.err;
+    EXPECT_NE(result.err.find(c.named), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(c.reason), std::string::npos) << result.err;
+    EXPECT_EQ(directory.names(), before);
+    EXPECT_EQ(readBytes(file("out.wav")), "what stood there");
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(file("folder")));
+}
+
+TEST_F(Command, valuesOutOfRangeAreToldAndUsedAtTheirEnd) {
+  const ProgramRun result =
+      run("render @in.wav @out.wav --quiet --set kIpTrim=99 --setn kOpTrim=-1");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(lineCount(result.err), 2) << result.err;
+  EXPECT_NE(result.err.find("kIpTrim: 99 is out of range, 24 is used"), std::string::npos);
+}
+
+TEST_F(Command, stoppedInTheMiddleItLeavesNothing) {
+  writeAudio(file("long.wav"), {48000, 1, std::vector<double>(4'000'000)},
+             SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  const std::vector<std::string> before = directory.names();
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+    const std::string input = file("long.wav");
+    const std::string output = file("out.wav");
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::freopen("/dev/null", "w", stderr);
+      ::execl(CORVANTHELIS_PROGRAM, "corvanthelis", "render", input.c_str(), output.c_str(),
+              "--block", "1", nullptr);
+      ::_exit(99);
+    }
+    for (int wait = 0; wait < 1000 && directory.names() == before; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_NE(directory.names(), before) << "it never began to write";
+    ::kill(child, signalNumber);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_EQ(directory.names(), before);
+    EXPECT_EQ(readBytes(output), "what stood there");
+  }
+}
+
+TEST_F(Command, parametersAreListedForPeopleAndMachines) {
+  EXPECT_EQ(lineCount(run("params").out), kNumParams + 1);
+  const JsonTree list(jsonParse(run("params --json").out.c_str()));
+  ASSERT_EQ(jsonGetArraySize(list.get()), kNumParams);
+  std::set<std::string> identifiers;
+  for (int i = 0; i < kNumParams; ++i) {
+    const JsonNode* const entry = jsonGetArrayItem(list.get(), i);
+    EXPECT_EQ(jsonGetArraySize(entry), 9);
+    EXPECT_EQ(jsonGetObjectItem(entry, "number")->valueInt, i);
+    identifiers.insert(jsonGetObjectItem(entry, "id")->valueString);
+  }
+  EXPECT_EQ(identifiers.size(), static_cast<std::size_t>(kNumParams));
+  const JsonNode* const q = jsonGetArrayItem(list.get(), bandParameterId(6, kB1Q));
+  EXPECT_STREQ(jsonGetObjectItem(q, "id")->valueString, "kB7Q");
+  EXPECT_EQ(jsonGetObjectItem(q, "group")->valueInt, 7);
+  EXPECT_NEAR(jsonGetObjectItem(q, "default")->valueDouble, 0.71, 1e-12);
+}
+
+TEST_F(Command, formatPrintsOneTextPerValue) {
+  const struct {
+    const char* arguments;
+    const char* text;
+  } cases[] = {
+      {"format kIpTrim 0 0.5 1 -3 7 -0.5", "-24.0dB\n0.0dB\n24.0dB\n-24.0dB\n24.0dB\n-24.0dB\n"},
+      {"format kB2LR 0 1", "M/S\nL/R\n"},
+      {"format --set kB3LR=1 kB3Position 0", "LEFT\n"},
+      {"format --setn kB3LR=0 kB3Position 0", "MID\n"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(run(c.arguments).out, c.text) << c.arguments;
+  EXPECT_NE(run("format --note kB1Frequency 0.5").out, run("format kB1Frequency 0.5").out);
+}
+
+TEST_F(Command, helpAndVersionSucceed) {
+  for (const char* arguments :
+       {"--help", "render --help", "params --help", "format --help", "latency --help"}) {
+    const ProgramRun result = run(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_NE(result.out.find("Examples:"), std::string::npos) << arguments;
+  }
+  EXPECT_TRUE(run("--version").out.starts_with("corvanthelis "));
+  const ProgramRun latency = run("latency --rate 96000");
+  EXPECT_EQ(latency.status, 0);
+  EXPECT_EQ(lineCount(latency.out), 1);
+}
+
+}  // namespace

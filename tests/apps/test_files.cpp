@@ -1,0 +1,78 @@
+#include "tests/apps/test_files.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+namespace fs = std::filesystem;
+
+TestDirectory::TestDirectory() {
+  std::string pattern = (fs::temp_directory_path() / "corvanthelis-test-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary directory");
+  root = pattern;
+}
+
+TestDirectory::~TestDirectory() {
+  std::error_code ignored;
+  fs::remove_all(root, ignored);
+}
+
+std::vector<std::string> TestDirectory::names() const {
+  std::vector<std::string> found;
+  for (const auto& entry : fs::directory_iterator(root)) found.push_back(entry.path().filename());
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+void writeAudio(const std::string& path, const Audio& audio, int format) {
+  SF_INFO info{};
+  info.samplerate = audio.sampleRate;
+  info.channels = audio.channels;
+  info.format = format;
+  SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
+  ASSERT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
+  const auto count = static_cast<sf_count_t>(audio.samples.size());
+  EXPECT_EQ(sf_write_double(file, audio.samples.data(), count), count);
+  sf_close(file);
+}
+
+Audio readAudio(const std::string& path) {
+  SF_INFO info{};
+  SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
+  EXPECT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
+  if (file == nullptr) return {};
+  Audio audio{info.samplerate, info.channels, {}};
+  // Not by the header, which does not always know.
+  std::vector<double> block(4096);
+  while (const sf_count_t got = sf_read_double(file, block.data(), 4096)) {
+    audio.samples.insert(audio.samples.end(), block.begin(), block.begin() + got);
+  }
+  sf_close(file);
+  return audio;
+}
+
+Audio makeSignal(int frames, int channels, int sampleRate, unsigned seed) {
+  std::mt19937 random(seed);
+  Audio audio{sampleRate, channels, {}};
+  for (int i = 0; i < frames; ++i) {
+    for (int c = 0; c < channels; ++c) {
+      const double noise = static_cast<double>(random()) / 4294967296.0 - 0.5;
+      audio.samples.push_back(0.3 * std::sin(0.05 * (c + 1) * i) + 0.3 * noise);
+    }
+  }
+  return audio;
+}
+
+void writeBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string readBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
