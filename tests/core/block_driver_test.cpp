@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <map>
+#include <utility>
 
 #include "tests/core/plug_rig.h"
 
@@ -42,9 +46,6 @@ class PlainGains {
       ramps[r] = {targets[r], (targets[r] - now) / 1000, 1000};
     }
   }
-  void jump() {
-    for (Ramp& ramp : ramps) ramp.count = 0;
-  }
   std::array<double, 3> next() {
     std::array<double, 3> gains{};
     for (std::size_t r = 0; r < 3; ++r) {
@@ -62,37 +63,34 @@ class PlainGains {
   Ramp ramps[3] = {{1, 0, 0}, {1, 0, 0}, {0, 0, 0}};
 };
 
+/// The targets of the three gains for the parameters as they stand.
+void setTargets(PlugRig& rig, PlainGains& gains) {
+  if (rig.get("kBypass") == 1) {
+    gains.set(1, 0, 1);
+    return;
+  }
+  const double out = linear(rig.get("kOpTrim"));
+  const auto wetDry = static_cast<double>(rig.plug.getParameter(kWetDry));
+  gains.set(linear(rig.get("kIpTrim")), out * wetDry, rig.get("kListen") == 1 ? -out : 1 - wetDry);
+}
+
 TEST(BlockDriverTest, TrimsWetDryBypassAndListenFollowTheirFormulas) {
-  struct Change {
-    int frame;
-    const char* identifier;
-    double plain;
-  };
-  const Change changes[] = {{0, "kIpTrim", -6},   {512, "kOpTrim", 4.5}, {1024, "kWetDry", 40},
-                            {2048, "kListen", 1}, {4096, "kBypass", 1},  {4608, "kIpTrim", 12},
-                            {6144, "kBypass", 0}, {8192, "kListen", 0},  {9216, "kWetDry", 0}};
+  const std::map<int, std::pair<const char*, double>> changes = {
+      {0, {"kIpTrim", -6}},   {512, {"kOpTrim", 4.5}}, {1024, {"kWetDry", 40}},
+      {2048, {"kListen", 1}}, {4096, {"kBypass", 1}},  {4608, {"kIpTrim", 12}},
+      {6144, {"kBypass", 0}}, {8192, {"kListen", 0}},  {9216, {"kWetDry", 0}}};
   for (const int block : {64, 512}) {
     SCOPED_TRACE(block);
     PlugRig rig;
     PlainGains plain;
-    double in = 0, out = 0, wetDry = 1;
-    bool listen = false, bypass = false;
     std::vector<std::array<double, 3>> gains;
     const auto input = noise<double>(12000);
     const auto output = render(rig.plug, input, block, [&](int frame) {
-      for (const Change& change : changes) {
-        if (change.frame != frame) continue;
-        rig.set({{change.identifier, change.plain}});
-        in = rig.get("kIpTrim");
-        out = linear(rig.get("kOpTrim"));
-        wetDry = static_cast<double>(rig.plug.getParameter(kWetDry));
-        listen = rig.get("kListen") == 1;
-        bypass = rig.get("kBypass") == 1;
-        const double dry = listen ? -out : 1 - wetDry;
-        plain.set(bypass ? 1 : linear(in), bypass ? 0 : out * wetDry, bypass ? 1 : dry);
-      }
-      const int frames = std::min(block, input.frames() - frame);
-      for (int i = 0; i < frames; ++i) gains.push_back(plain.next());
+      const auto change = changes.find(frame);
+      if (change != changes.end()) rig.set({change->second});
+      setTargets(rig, plain);
+      std::generate_n(std::back_inserter(gains), std::min(block, 12000 - frame),
+                      [&plain] { return plain.next(); });
     });
     for (std::size_t i = 0; i < gains.size(); ++i) {
       const double x = input.channels[1][i] * gains[i][0];
