@@ -44,6 +44,7 @@ EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainCha
   // The end of a gesture is what starts a measurement.
   if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);
   plug.onIdle();
+  readGains();  // the bands that are on from the start, also where no block follows
   if (doubles) {
     reserve(doublePlanes, setup.blockFrames);
   } else {
