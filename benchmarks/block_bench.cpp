@@ -35,8 +35,8 @@ struct Buffers {
 };
 
 void countFrames(benchmark::State& state, std::int64_t frames) {
-  state.counters["ns/frame"] =
-      benchmark::Counter(static_cast<double>(state.iterations() * frames) * 1e-9,
+  state.counters["per frame"] =
+      benchmark::Counter(static_cast<double>(state.iterations() * frames),
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   state.counters["x real time"] = benchmark::Counter(
       static_cast<double>(state.iterations() * frames) / 48000.0, benchmark::Counter::kIsRate);
