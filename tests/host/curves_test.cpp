@@ -17,88 +17,54 @@ TEST(Curves, GiveTheirPlainValues) {
   const struct {
     std::int32_t curve;
     float min, max, normalised, plain;
-  } cases[] = {
-      {kCurveLinear, -24, 24, 0.25F, -12},
-      {kCurveExponential, 20, 20000, 0.5F, 632.45553F},
-      {kCurveExponential, 20, 20000, 0.25F, 112.46827F},
-      {kCurveExponential, 0.1F, 100, 0.75F, 17.782794F},
-      {kCurveSquare, 10, 110, 0.3F, 19},
-      {kCurveCube, 10, 110, 0.3F, 12.7F},
-      {kCurveFourthPower, 10, 110, 0.3F, 10.81F},
-      {kCurveCentredCube, -12, 12, 0.25F, -1.5F},
-      {kCurveCentredCube, -12, 12, 0.75F, 1.5F},
-      // Nine whole numbers from -1 to 7: each owns a ninth, counted from its lower edge.
-      {kCurveWhole, -1, 7, 0.0F, -1},
-      {kCurveWhole, -1, 7, 0.1110F, -1},
-      {kCurveWhole, -1, 7, 0.1112F, 0},
-      {kCurveWhole, -1, 7, 0.8888F, 6},
-      {kCurveWhole, -1, 7, 0.8890F, 7},
-      {kCurveWhole, -1, 7, 1.0F, 7},
-      // Where the ninth of 91 slices begins, less than the nudge below it and more.
-      {kCurveWhole, 6, 96, 9.0F / 91.0F - 5e-8F, 15},
-      {kCurveWhole, 6, 96, 9.0F / 91.0F - 5e-7F, 14},
-      {kCurveMultipleOf6, 6, 96, 0.0F, 6},
-      {kCurveMultipleOf6, 6, 96, 5.4F / 91.0F, 6},
-      {kCurveMultipleOf6, 6, 96, 5.6F / 91.0F, 12},
-      {kCurveMultipleOf6, 6, 96, 0.5F, 48},
-      {kCurveMultipleOf6, 6, 96, 1.0F, 96},
-      {kCurveMultipleOf12, 12, 96, 11.9F / 85.0F, 12},
-      {kCurveMultipleOf12, 12, 96, 12.1F / 85.0F, 24},
-      {kCurveMultipleOf12, 12, 96, 1.0F, 96},
-      {kCurveSwitch, 0, 1, 0.99F, 0},
-      {kCurveSwitch, 0, 1, 1.0F, 1},
-      {kCurveFloor, 0, 8, 0.49F, 3},
-      {kCurveFloor, 0, 8, 0.5F, 4},
-      {kCurveOctaves, 32, 1024, 0.19F, 32},
-      {kCurveOctaves, 32, 1024, 0.5F, 128},
-      {kCurveOctaves, 32, 1024, 0.99F, 512},
-      {kUnknown, -5, 5, 0.9F, 0},
-      {kUnknown, 2, 5, 0.9F, 2},
-  };
+  } cases[] = {{kCurveLinear, -24, 24, 0.25F, -12},
+               {kCurveExponential, 20, 20000, 0.5F, 632.45553F},
+               {kCurveExponential, 0.1F, 100, 0.75F, 17.782794F},
+               {kCurveSquare, 10, 110, 0.3F, 19},
+               {kCurveCube, 10, 110, 0.3F, 12.7F},
+               {kCurveFourthPower, 10, 110, 0.3F, 10.81F},
+               {kCurveCentredCube, -12, 12, 0.25F, -1.5F},
+               // Nine whole numbers from -1 to 7: each owns a ninth, counted from its lower edge.
+               {kCurveWhole, -1, 7, 0.0F, -1},
+               {kCurveWhole, -1, 7, 0.1110F, -1},
+               {kCurveWhole, -1, 7, 0.1112F, 0},
+               {kCurveWhole, -1, 7, 0.8888F, 6},
+               {kCurveWhole, -1, 7, 0.8890F, 7},
+               {kCurveWhole, -1, 7, 1.0F, 7},
+               // Where the ninth of 91 slices begins, less than the nudge below it and more.
+               {kCurveWhole, 6, 96, 9.0F / 91.0F - 5e-8F, 15},
+               {kCurveWhole, 6, 96, 9.0F / 91.0F - 5e-7F, 14},
+               {kCurveMultipleOf6, 6, 96, 5.4F / 91.0F, 6},
+               {kCurveMultipleOf6, 6, 96, 5.6F / 91.0F, 12},
+               {kCurveMultipleOf6, 6, 96, 0.5F, 48},
+               {kCurveMultipleOf6, 6, 96, 1.0F, 96},
+               {kCurveMultipleOf12, 12, 96, 11.9F / 85.0F, 12},
+               {kCurveMultipleOf12, 12, 96, 12.1F / 85.0F, 24},
+               {kCurveSwitch, 0, 1, 0.99F, 0},
+               {kCurveSwitch, 0, 1, 1.0F, 1},
+               {kCurveFloor, 0, 8, 0.49F, 3},
+               {kCurveFloor, 0, 8, 0.5F, 4},
+               {kCurveOctaves, 32, 1024, 0.19F, 32},
+               {kCurveOctaves, 32, 1024, 0.99F, 512},
+               {kUnknown, -5, 5, 0.9F, 0},
+               {kUnknown, 2, 5, 0.9F, 2}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "curve " << c.curve << " at " << c.normalised);
-    EXPECT_FLOAT_EQ(normalisedToPlain(c.normalised, c.min, c.max, c.curve), c.plain);
+    EXPECT_FLOAT_EQ(normalisedToPlain(c.normalised, c.min, c.max, c.curve), c.plain)
+        << "curve " << c.curve << " at " << c.normalised;
   }
-}
-
-TEST(Curves, GiveTheirNormalisedValues) {
-  const struct {
-    std::int32_t curve;
-    float min, max, plain, normalised;
-  } cases[] = {
-      {kCurveLinear, -24, 24, 12, 0.75F},
-      {kCurveExponential, 20, 20000, 200, 0.33333333F},
-      {kCurveSquare, 10, 110, 35, 0.5F},
-      {kCurveCube, 10, 110, 22.5F, 0.5F},
-      {kCurveFourthPower, 10, 110, 16.25F, 0.5F},
-      {kCurveWhole, -1, 7, 2, 0.33333333F},
-      {kCurveWhole, -1, 7, 7, 0.88888889F},  // not 1: the top slice begins below it
-      {kCurveMultipleOf6, 6, 96, 24, 18.0F / 91.0F},
-      {kCurveMultipleOf12, 12, 96, 24, 12.0F / 85.0F},
-      {kCurveSwitch, 0, 1, 1, 1},
-      {kCurveFloor, 0, 8, 6, 0.75F},
-      {kCurveCentredCube, -12, 12, -1.5F, 0.25F},
-      // Floors the natural logarithm of 128 / 32, 1.386, although the other way counts octaves:
-      // kept.
-      {kCurveOctaves, 32, 1024, 128, 0.28853901F},
-      {kUnknown, -5, 5, 3, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "curve " << c.curve << " of " << c.plain);
-    EXPECT_FLOAT_EQ(plainToNormalised(c.plain, c.min, c.max, c.curve), c.normalised);
-  }
+  EXPECT_FLOAT_EQ(plainToNormalised(7, -1, 7, kCurveWhole), 8.0F / 9.0F) << "its lower edge";
+  // Floors the natural logarithm of 128 / 32, 1.386, although the other way counts octaves: kept.
+  EXPECT_FLOAT_EQ(plainToNormalised(128, 32, 1024, kCurveOctaves), 0.28853901F);
+  EXPECT_EQ(plainToNormalised(3, -5, 5, kUnknown), 0);
 }
 
 TEST(Curves, InvertContinuousValues) {
   const struct {
     std::int32_t curve;
     float min, max;
-  } cases[] = {{kCurveLinear, -60, 6},        {kCurveExponential, 10, 30000},
-               {kCurveSquare, 1, 50},         {kCurveCube, -3, 3},
-               {kCurveCentredCube, -24, 24},  {kCurveFourthPower, 0, 9},
-               {kCurveExponential, 0.1F, 100}};
+  } cases[] = {{kCurveLinear, -60, 6}, {kCurveExponential, 10, 30000}, {kCurveSquare, 1, 50},
+               {kCurveCube, -3, 3},    {kCurveCentredCube, -24, 24},   {kCurveFourthPower, 0, 9}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "curve " << c.curve);
     for (int i = 0; i <= 1000; ++i) {
       const float plain = c.min + (c.max - c.min) * static_cast<float>(i) / 1000.0F;
       const float there = plainToNormalised(plain, c.min, c.max, c.curve);
@@ -111,24 +77,19 @@ TEST(Curves, InvertContinuousValues) {
 TEST(Curves, InvertEveryWholeValueExactly) {
   const struct {
     std::int32_t curve;
-    int min, max, step;
+    float min, max, step;
   } cases[] = {{kCurveWhole, -1, 7, 1},
-               {kCurveWhole, 0, 2, 1},
                {kCurveWhole, 6, 96, 1},
                {kCurveWhole, 0, 100, 1},
                {kCurveMultipleOf6, 6, 96, 6},
                {kCurveSwitch, 0, 1, 1},
+               {kCurveFloor, 0, 64, 1},
                // Without a nudge only a division without remainder leads back.
-               {kCurveMultipleOf12, 12, 75, 12},
-               {kCurveFloor, 0, 64, 1}};
+               {kCurveMultipleOf12, 12, 75, 12}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "curve " << c.curve << " to " << c.max);
-    const auto min = static_cast<float>(c.min);
-    const auto max = static_cast<float>(c.max);
-    for (int whole = c.min; whole <= c.max; whole += c.step) {
-      const auto plain = static_cast<float>(whole);
-      const float there = plainToNormalised(plain, min, max, c.curve);
-      ASSERT_EQ(normalisedToPlain(there, min, max, c.curve), plain);
+    for (float plain = c.min; plain <= c.max; plain += c.step) {
+      const float there = plainToNormalised(plain, c.min, c.max, c.curve);
+      ASSERT_EQ(normalisedToPlain(there, c.min, c.max, c.curve), plain) << "curve " << c.curve;
     }
   }
 }
@@ -143,7 +104,6 @@ TEST(Curves, ClampWhatIsOutOfRangeAndNeverGiveNan) {
     EXPECT_EQ(normalisedToPlain(kInfinity, 6, 96, curve), highest);
     EXPECT_EQ(plainToNormalised(5.0F, 6, 96, curve), plainToNormalised(6.0F, 6, 96, curve));
     EXPECT_EQ(plainToNormalised(kNan, 6, 96, curve), plainToNormalised(6.0F, 6, 96, curve));
-    EXPECT_EQ(plainToNormalised(kInfinity, 6, 96, curve), plainToNormalised(96, 6, 96, curve));
     // Ranges that no table holds: empty, and with a logarithm that does not exist.
     for (const float min : {3.0F, 0.0F, -3.0F}) {
       for (const float x : {0.0F, 0.5F, 1.0F}) {

@@ -26,9 +26,8 @@ struct HostRecorder {
     auto* const host = static_cast<HostRecorder*>(effect->user);
     if (host == nullptr) return 0;
     host->messages.push_back({opcode, index, value, opt});
-    if (opcode == kHostProcessLevel) return host->processLevel;
     if (opcode == kHostGetVendor) std::strcpy(static_cast<char*>(ptr), host->vendor.c_str());
-    return 0;
+    return opcode == kHostProcessLevel ? host->processLevel : 0;
   }
 
   std::vector<Message> take() { return std::exchange(messages, {}); }
@@ -41,42 +40,30 @@ struct HostRecorder {
 /// Ids of the test table.
 enum TestParameter : std::int32_t {
   kGain,
-  kFreq,
   kB1State,
   kB1Slope,
   kB2Mode,
   kB2Wide,
   kB2Slope,
-  kBandOrder,
   kABBank,
-  kNumTestParameters
+  kNumIds
 };
 
-inline constexpr std::array<ParameterRecord, kNumTestParameters> kTestTable = {{
+inline constexpr std::array<ParameterRecord, kNumIds> kTestTable = {{
     {"Gain", "dB", 6, -24, 24, kCurveLinear, -1, -1},
-    {"Freq", "Hz", 1000, 10, 10000, kCurveExponential, -1, -1},
     {"Band1 State", "Off/On", 1, 0, 1, kCurveSwitch, -1, -1},
     {"Band1 Slope", "dB/Oct", 24, 6, 96, kCurveMultipleOf6, -1, -1},
     {"Band2 Mode", "", -1, -1, 7, kCurveWhole, -1, -1},
     {"Band2 Wide", "", 12, 12, 96, kCurveMultipleOf12, -1, -1},
     {"Band2 Slope", "dB/Oct", 24, 6, 96, kCurveWhole, -1, -1},
-    {"Band Order", "", 0.5F, 0, 1, kCurveLinear, -1, -1},
     {"AB", "", 0, 0, 7, kCurveWhole, -1, -1},
 }};
-
-inline const ParameterKeys& testKeys() {
-  static const ParameterKeys keys(
-      "kGain=0,kFreq, kB1State,kB1Slope, kB2Mode,kB2Wide,kB2Slope, "
-      "kBandOrder,kABBank,kNumParams,kGUIGraph=500");
-  return keys;
-}
 
 /// An effect that notes what reaches it and opens what is protected.
 class TestEffect : public PlugBaseJSON {
  public:
-  explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback,
-                      int programCount = 2)
-      : PlugBaseJSON(audioMaster, kTestTable, testKeys(), programCount) {
+  explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback)
+      : PlugBaseJSON(audioMaster, kTestTable, testKeys(), 2) {
     setNumInputs(4);
     setNumOutputs(2);
     abParameter = kABBank;
@@ -112,5 +99,10 @@ class TestEffect : public PlugBaseJSON {
   std::function<void()> onUpdate;
 
  private:
+  static const ParameterKeys& testKeys() {
+    static const ParameterKeys keys("kGain=0,kB1State,kB1Slope,kB2Mode,kB2Wide,kB2Slope,kABBank");
+    return keys;
+  }
+
   std::string updates;  // 'u' for each `updateDsp(false)`, 'F' for each `updateDsp(true)`
 };
