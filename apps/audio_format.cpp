@@ -61,13 +61,19 @@ std::string knownEndings() {
   return list;
 }
 
-const Container& containerFor(const std::string& path) {
+/// Null for an ending that names no container of ours.
+const Container* findContainer(const std::string& path) {
   std::string ending = lowered(std::filesystem::path(path).extension().string());
-  if (ending.empty() && isCharacterDevice(path)) return kContainers.front();
+  if (ending.empty() && isCharacterDevice(path)) return &kContainers.front();
   if (!ending.empty()) ending.erase(0, 1);
   const auto found = std::find_if(kContainers.begin(), kContainers.end(),
                                   [&ending](const auto& row) { return row.ending == ending; });
-  if (found == kContainers.end()) {
+  return found == kContainers.end() ? nullptr : &*found;
+}
+
+const Container& containerFor(const std::string& path) {
+  const Container* const found = findContainer(path);
+  if (found == nullptr) {
     throw WrongArguments(path + ": the name's ending says how to write it: " + knownEndings());
   }
   return *found;
@@ -89,6 +95,8 @@ std::optional<SampleFormat> sampleFormatNamed(const std::string& text) {
   }
   return std::nullopt;
 }
+
+bool hasWritableEnding(const std::string& path) { return findContainer(path) != nullptr; }
 
 AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> wanted) {
   const Container& container = containerFor(path);

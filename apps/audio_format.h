@@ -17,6 +17,9 @@ struct AudioFormat {
 /// "f32", "f64", "s24" or "s16"; empty for anything else.
 [[nodiscard]] std::optional<SampleFormat> sampleFormatNamed(const std::string& text);
 
+/// Whether `audioFormatFor` knows the ending of `path`.
+[[nodiscard]] bool hasWritableEnding(const std::string& path);
+
 /// The format of a file called `path`, by its ending; a device without one takes WAV. Without
 /// `wanted` the samples are 32-bit floats, or 24-bit integers where the container holds no floats.
 /// Throws `WrongArguments` for an unknown ending and for samples that the container cannot hold.

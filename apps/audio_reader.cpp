@@ -84,7 +84,17 @@ void AudioReader::checkLength() {
                             " bytes of audio, only " + std::to_string(extent->present) +
                             " are there");
   }
+  if (extent->promised == 0) {
+    // A recorder that was cut off never told the length. A little may be chunks of another kind.
+    constexpr std::uint64_t kOtherChunks = 4096;
+    if (info.frames == 0 && extent->present > kOtherChunks) {
+      throw Failure(path, "its header promises no audio, but " + std::to_string(extent->present) +
+                              " bytes follow it: never closed by what recorded it?");
+    }
+    return;
+  }
   // The library takes chunks behind the audio of a W64 file for more of it.
+  if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_W64) return;
   const int frameBytes = storedBytes(info.format) * info.channels;
   if (frameBytes == 0) return;
   const auto held = static_cast<sf_count_t>(extent->promised / static_cast<unsigned>(frameBytes));

@@ -98,7 +98,9 @@ Automation readAutomationFile(const std::string& path) {
 const AutomationPoint* AutomationCursor::nextBefore(std::int64_t end) noexcept {
   if (next == points.size()) return nullptr;
   const AutomationPoint& point = points[next];
-  if (std::nearbyint(point.seconds * rate) >= static_cast<double>(end)) return nullptr;
+  // A time written with six places for a frame must not fall short of it by its last place.
+  constexpr double kRounding = 1e-6;  // frames
+  if (std::floor(point.seconds * rate + kRounding) >= static_cast<double>(end)) return nullptr;
   ++next;
   return &point;
 }

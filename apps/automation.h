@@ -33,7 +33,7 @@ class AutomationCursor {
   AutomationCursor(const Automation& automation, double sampleRate) noexcept
       : points(automation.points), rate(sampleRate) {}
 
-  /// The next point whose nearest frame lies before frame `end`; null if there is none.
+  /// The next point whose time lies in a frame before `end`; null if there is none.
   [[nodiscard]] const AutomationPoint* nextBefore(std::int64_t end) noexcept;
   [[nodiscard]] std::size_t remaining() const noexcept { return points.size() - next; }
 

@@ -22,7 +22,8 @@ class Loudness {
   void add(const double* interleaved, int frames);
   [[nodiscard]] Result result() const;
 
-  static constexpr int kLowestRate = 16;
+  /// The meter behind this overruns its memory at rates of a few Hz, which no audio has.
+  static constexpr int kLowestRate = 1000;
   static constexpr int kHighestRate = 2822400;
 
  private:

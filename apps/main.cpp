@@ -7,7 +7,7 @@
 #include "apps/messages.h"
 #include "apps/render_command.h"
 #include "apps/value_commands.h"
-#include "platform/stop_request.h"
+#include "platform/standard_streams.h"
 
 namespace {
 
@@ -66,6 +66,6 @@ int runAndReport(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  catchStopRequests();
+  holdClosedStandardStreams();
   return runAndReport(argc, argv);
 }

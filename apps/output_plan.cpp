@@ -4,6 +4,7 @@
 #include <map>
 #include <system_error>
 
+#include "apps/audio_format.h"
 #include "apps/failure.h"
 
 namespace {
@@ -15,6 +16,13 @@ bool isSameFile(const std::string& a, const std::string& b) {
   return fs::equivalent(a, b, error) && !error;
 }
 
+std::string outputFor(const std::string& input, const std::string& directory) {
+  fs::path output = fs::path(directory) / fs::path(input).filename();
+  // What can be read but not written comes out as WAV.
+  if (!hasWritableEnding(output.string())) output.replace_extension(".wav");
+  return output.string();
+}
+
 }  // namespace
 
 std::vector<RenderItem> planDirectory(const std::vector<std::string>& inputs,
@@ -22,7 +30,7 @@ std::vector<RenderItem> planDirectory(const std::vector<std::string>& inputs,
   std::vector<RenderItem> items;
   std::map<std::string, std::string> inputOf;  // by output
   for (const std::string& input : inputs) {
-    const std::string output = (fs::path(directory) / fs::path(input).filename()).string();
+    const std::string output = outputFor(input, directory);
     const auto [other, isNew] = inputOf.emplace(output, input);
     if (!isNew) {
       throw WrongArguments(other->second + " and " + input + " would both be written to " + output);
@@ -36,8 +44,14 @@ void refuseOverwriting(std::span<const RenderItem> items,
                        const std::vector<std::string>& alsoRead) {
   std::vector<std::string> read = alsoRead;
   for (const RenderItem& item : items) read.push_back(item.input);
+  std::map<fs::path, std::string> outputs;  // by what a link leads to
   for (const RenderItem& item : items) {
     std::error_code error;
+    const auto [other, isNew] =
+        outputs.emplace(fs::weakly_canonical(item.output, error), item.output);
+    if (!isNew && !error) {
+      throw WrongArguments(other->second + " and " + item.output + " are one file");
+    }
     if (!fs::is_regular_file(item.output, error)) continue;
     for (const std::string& name : read) {
       if (!isSameFile(item.output, name)) continue;

@@ -15,6 +15,7 @@
 #include "apps/report.h"
 #include "apps/text.h"
 #include "platform/clock.h"
+#include "platform/stop_request.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -60,9 +61,10 @@ void printReportsJson(const std::vector<RenderItem>& items,
       continue;
     }
     JsonTree failed(jsonCreateObject());
-    jsonAddItemToObjectConstKey(failed.get(), "input", jsonCreateString(items[i].input.c_str()));
+    jsonAddItemToObjectConstKey(failed.get(), "input",
+                                jsonCreateString(validUtf8(items[i].input).c_str()));
     jsonAddItemToObjectConstKey(failed.get(), "error",
-                                jsonCreateString(outcomes[i].failure.c_str()));
+                                jsonCreateString(validUtf8(outcomes[i].failure).c_str()));
     jsonAddItemToArray(list.get(), failed.release());
   }
   printJson(list.get());
@@ -166,7 +168,20 @@ int RenderCommand::jobCount() const {
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
 }
 
+void RenderCommand::refuseEmptyNames() const {
+  // Most likely a variable of a script that was not set.
+  for (const char* const option : {"--out-dir", "--sidechain", "--automation"}) {
+    if (app.count(option) > 0 && app.get_option(option)->as<std::string>().empty()) {
+      throw WrongArguments(std::string(option) + ": the name is empty");
+    }
+  }
+  if (std::find(files.begin(), files.end(), "") != files.end()) {
+    throw WrongArguments("the name of a file is empty");
+  }
+}
+
 RenderCommand::Plan RenderCommand::plan() const {
+  refuseEmptyNames();
   Plan result;
   result.options = options(result.warnings);
   result.items = items();
@@ -188,6 +203,7 @@ RenderCommand::Plan RenderCommand::plan() const {
 }
 
 int RenderCommand::run() {
+  catchStopRequests();
   const Plan work = plan();
   if (isBatch()) makeDirectory(outDirectory);
   const std::int64_t start = monotonicMilliseconds();
@@ -206,6 +222,12 @@ int RenderCommand::run() {
   if (allDone || isBatch()) {
     for (const std::string& warning : work.warnings) printWarning(warning);
     printWarnings(outcomes);
+    // In JSON each report tells them all.
+    for (RenderOutcome& outcome : outcomes) {
+      if (!outcome.report) continue;
+      std::vector<std::string>& told = outcome.report->warnings;
+      told.insert(told.begin(), work.warnings.begin(), work.warnings.end());
+    }
     print(work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
   }
   return allDone ? kDone : kFailed;

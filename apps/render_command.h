@@ -31,6 +31,7 @@ class RenderCommand {
   void addReportOptions();
   [[nodiscard]] RenderOptions options(std::vector<std::string>& warnings) const;
   [[nodiscard]] std::vector<RenderItem> items() const;
+  void refuseEmptyNames() const;
   [[nodiscard]] Plan plan() const;
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
   void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,

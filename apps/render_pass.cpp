@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "apps/failure.h"
 #include "platform/stop_request.h"
@@ -86,7 +87,10 @@ void RenderPass::applyAutomation(std::int64_t end) {
 void RenderPass::measureInput(int frames) {
   const auto samples =
       static_cast<std::size_t>(frames) * static_cast<std::size_t>(reader.channels());
-  const auto isBad = [](double sample) { return !std::isfinite(sample); };
+  // What the effect's entry cannot hold reaches it as an infinity.
+  const auto most = options.effect.doubles ? std::numeric_limits<double>::max()
+                                           : static_cast<double>(std::numeric_limits<float>::max());
+  const auto isBad = [most](double sample) { return !(std::abs(sample) <= most); };
   badSamples += std::count_if(input.data(), input.data() + samples, isBad);
   if (!before) return;
   std::replace_copy_if(input.data(), input.data() + samples, finite.data(), isBad, 0.0);

@@ -138,8 +138,8 @@ std::string tableLine(const RenderReport& report, std::size_t nameWidth) {
 
 JsonTree reportJson(const RenderReport& report) {
   JsonTree object(jsonCreateObject());
-  add(object, "input", jsonCreateString(report.input.c_str()));
-  add(object, "output", jsonCreateString(report.output.c_str()));
+  add(object, "input", jsonCreateString(validUtf8(report.input).c_str()));
+  add(object, "output", jsonCreateString(validUtf8(report.output).c_str()));
   add(object, "sampleRate", report.sampleRate);
   add(object, "channels", report.channels);
   add(object, "frames", static_cast<double>(report.frames));
@@ -155,7 +155,7 @@ JsonTree reportJson(const RenderReport& report) {
   add(object, "speed", report.speed());
   JsonTree warnings(jsonCreateArray());
   for (const std::string& warning : report.warnings) {
-    jsonAddItemToArray(warnings.get(), jsonCreateString(warning.c_str()));
+    jsonAddItemToArray(warnings.get(), jsonCreateString(validUtf8(warning).c_str()));
   }
   add(object, "warnings", warnings.release());
   return object;

@@ -32,10 +32,9 @@ float clampWithWarning(std::int32_t parameter, double value, float min, float ma
   const double clamped = std::clamp(value, static_cast<double>(min), static_cast<double>(max));
   const auto result = static_cast<float>(clamped);
   if (clamped != value) {
-    warnings.push_back(parameterIdentifier(parameter) + ": " +
-                       shortestText(static_cast<float>(value)) + " is out of range, " +
-                       shortestText(result) + " is used (" + shortestText(min) + " to " +
-                       shortestText(max) + ")");
+    warnings.push_back(parameterIdentifier(parameter) + ": " + shortestText(value) +
+                       " is out of range, " + shortestText(result) + " is used (" +
+                       shortestText(min) + " to " + shortestText(max) + ")");
   }
   return result;
 }

@@ -15,6 +15,28 @@ std::size_t shownWidth(std::string_view text) {
   }));
 }
 
+template <typename Number>
+std::string shortest(Number value) {
+  std::array<char, 64> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+/// Bytes of the UTF-8 character at the head of `text`; 0 if there is none.
+std::size_t utf8Length(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  const std::size_t length = lead < 0x80                   ? 1
+                             : lead >= 0xC2 && lead < 0xE0 ? 2
+                             : lead >= 0xE0 && lead < 0xF0 ? 3
+                             : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                           : 0;
+  if (length == 0 || length > text.size()) return 0;
+  const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; };
+  return std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length),
+                     continues)
+             ? length
+             : 0;
+}
+
 }  // namespace
 
 std::string fixedText(double value, int decimals) {
@@ -32,10 +54,9 @@ std::string signedText(double value, int decimals) {
   return isPositive ? "+" + text : text;
 }
 
-std::string shortestText(float value) {
-  std::array<char, 64> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
-}
+std::string shortestText(float value) { return shortest(value); }
+
+std::string shortestText(double value) { return shortest(value); }
 
 std::string durationText(double seconds) {
   const auto milliseconds = static_cast<std::int64_t>(std::llround(seconds * 1000.0));
@@ -91,4 +112,14 @@ std::string padded(std::string text, std::size_t width) {
 std::string paddedLeft(const std::string& text, std::size_t width) {
   const std::size_t shown = shownWidth(text);
   return shown < width ? std::string(width - shown, ' ') + text : text;
+}
+
+std::string validUtf8(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t length = utf8Length(text);
+    result += length == 0 ? std::string_view("\xEF\xBF\xBD") : text.substr(0, length);
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
 }

@@ -11,8 +11,9 @@
 [[nodiscard]] std::string fixedText(double value, int decimals);
 /// As `fixedText`, with a plus before positive values.
 [[nodiscard]] std::string signedText(double value, int decimals);
-/// The shortest text that reads back as the same 32-bit number.
+/// The shortest text that reads back as the same number of that width.
 [[nodiscard]] std::string shortestText(float value);
+[[nodiscard]] std::string shortestText(double value);
 /// "m:ss.mmm", or "h:mm:ss.mmm" from an hour on.
 [[nodiscard]] std::string durationText(double seconds);
 
@@ -24,6 +25,8 @@
 [[nodiscard]] std::string lowered(std::string_view text);
 /// Control characters (of a file's name, say) as '?', so that a message stays one line.
 [[nodiscard]] std::string oneLine(std::string_view text);
+/// `text` with U+FFFD for every byte that is not part of a UTF-8 character.
+[[nodiscard]] std::string validUtf8(std::string_view text);
 /// `text` filled up with blanks to `width` characters.
 [[nodiscard]] std::string padded(std::string text, std::size_t width);
 [[nodiscard]] std::string paddedLeft(const std::string& text, std::size_t width);

@@ -1,8 +1,8 @@
 #pragma once
 
 /// From now on an interrupt, hang-up or termination of the process only raises the flag below, so
-/// that work under way can end in good order. A file past the size limit becomes an error of the
-/// write.
+/// that work under way can end in good order. A file past the size limit, or a pipe that nobody
+/// reads, becomes an error of the write.
 void catchStopRequests() noexcept;
 
 /// Whether the process was asked to stop since `catchStopRequests`. Any thread.

@@ -25,6 +25,7 @@ void catchStopRequests() noexcept {
     sigaction(number, &action, nullptr);
   }
   signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
 }
 
 bool stopRequested() noexcept { return requested.load(std::memory_order_relaxed); }

@@ -33,6 +33,10 @@ class Command : public testing::Test {
     std::filesystem::create_hard_link(file("in.wav"), file("hard.wav"));
     std::filesystem::create_symlink("in.wav", file("soft.wav"));
     writeBytes(file("out.wav"), "what stood there");
+    writeAudio(file("low.wav"), makeSignal(500, 1, 16, 1));
+    std::string unclosed = whole;
+    unclosed.replace(unclosed.find("data") + 4, 4, 4, '\0');
+    writeBytes(file("unclosed.wav"), unclosed);
   }
 
   [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
@@ -58,6 +62,10 @@ TEST_F(Command, aFailureIsOneLineThatNamesFileAndReasonAndLeavesNothing) {
       {"render @none.wav @out.wav", 1, "none.wav", "no such file"},
       {"render @text.wav @out.wav", 1, "text.wav", "not an audio file"},
       {"render @folder @out.wav", 1, "folder", "directory"},
+      {"render @low.wav @out.wav", 1, "low.wav", "16 Hz cannot be processed"},
+      {"render @unclosed.wav @out.wav", 1, "unclosed.wav", "promises no audio"},
+      {"render @in.wav @out.wav --sidechain ''", 2, "--sidechain", "empty"},
+      {"render @in.wav @rate.wav --out-dir ''", 2, "--out-dir", "empty"},
       {"render @cut.wav @out.wav", 1, "cut.wav", "cut short"},
       {"render @three.wav @out.wav", 1, "three.wav", "3 channels"},
       {"render @in.wav @nowhere/out.wav", 1, "nowhere/out.wav", "No such file"},
@@ -149,6 +157,44 @@ TEST_F(Command, stoppedInTheMiddleItLeavesNothing) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
     EXPECT_EQ(directory.names(), before);
     EXPECT_EQ(readBytes(output), "what stood there");
+  }
+}
+
+TEST_F(Command, jsonTellsEveryWarningAndIsAlwaysText) {
+  std::filesystem::copy_file(file("in.wav"), file("\xff.wav"));
+  const ProgramRun result = run("render '@\xff.wav' @new.wav --json --set kIpTrim=1e300");
+  const JsonTree report(jsonParse(result.out.c_str()));
+  const JsonNode* const warnings = jsonGetObjectItem(report.get(), "warnings");
+  ASSERT_EQ(jsonGetArraySize(warnings), 1);
+  EXPECT_NE(std::string(jsonGetArrayItem(warnings, 0)->valueString).find("1e+300"),
+            std::string::npos);
+  EXPECT_TRUE(std::string(jsonGetObjectItem(report.get(), "input")->valueString)
+                  .ends_with("/\xEF\xBF\xBD.wav"));
+}
+
+TEST_F(Command, aBatchTakesWhatItCanReadAndFailsFileByFile) {
+  std::filesystem::copy_file(file("in.wav"), file("other.voc"));
+  const ProgramRun result = run("render @in.wav @other.voc @text.wav --out-dir @folder");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(lineCount(result.err), 1) << result.err;
+  EXPECT_EQ(readBytes(file("folder/other.wav")), readBytes(file("folder/in.wav")));
+
+  std::filesystem::create_symlink("in.wav", file("folder/twin.wav"));
+  std::filesystem::copy_file(file("in.wav"), file("twin.wav"));
+  EXPECT_EQ(run("render @in.wav @twin.wav --out-dir @folder").status, 2) << "one file twice";
+}
+
+TEST_F(Command, messagesNeverReachAFileOrEndTheWork) {
+  const ProgramRun whole = run("render @in.wav @rate.wav --out-dir @folder --quiet");
+  ASSERT_EQ(whole.status, 0);
+  const std::string wanted = readBytes(file("folder/in.wav"));
+  for (const char* streams : {">&- 2>&-", "<&- >&- 2>&-", "2>&1 | true"}) {
+    SCOPED_TRACE(streams);
+    std::filesystem::remove_all(file("folder"));
+    run("render @text.wav @in.wav --out-dir @folder --jobs 2 --block 8 --quiet " +
+        std::string(streams) + "; true");
+    EXPECT_EQ(readBytes(file("folder/in.wav")), wanted);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file("folder")), {}), 1);
   }
 }
 

@@ -186,6 +186,7 @@ TEST_F(IdleTimerTest, ClientsComeAndGoWhileTicksRun) {
     while (!ending) bench.tick();
   });
   std::vector<std::thread> owners;
+  owners.reserve(3);
   for (int owner = 0; owner < 3; ++owner) {
     owners.emplace_back([this] {
       for (int i = 0; i < 300; ++i) {

@@ -83,6 +83,7 @@ TEST(PlugBaseThread, CanStopItselfAndBeStartedAgain) {
 TEST(PlugBaseThread, TakesStartsAndStopsOfManyThreads) {
   CountingThread thread(kForeverMs);
   std::vector<std::thread> users;
+  users.reserve(4);
   for (int user = 0; user < 4; ++user) {
     users.emplace_back([&thread, user] {
       for (int i = 0; i < 50; ++i) user % 2 == 0 ? thread.start() : thread.stop();

@@ -1,0 +1,16 @@
+#include "platform/standard_streams.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <initializer_list>
+
+void holdClosedStandardStreams() noexcept {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) != -1) continue;
+    // The lowest free number is this very one. The input cannot be read from, the outputs not
+    // written to.
+    const int held = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (held != stream && held != -1) close(held);
+  }
+}
