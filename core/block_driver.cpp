@@ -44,24 +44,27 @@ constexpr std::uint32_t bandBit(int band) noexcept { return 1U << band; }
 
 void compressor::makeStagePlan() {
   BandLayout::List stages;
-  BandLayout::List crossover;
+  BandLayout::List listed;
   {
     const BandLayout::Scope lock(layout);
     stages = layout.pre;
     if (!layout.xover.empty()) stages.push_back(kCrossoverStage);
     stages.insert(stages.end(), layout.post.begin(), layout.post.end());
-    crossover = layout.xover;
+    listed = layout.xover;
   }
   std::uint32_t plan = 0;
   for (std::size_t slot = 0; slot < stages.size(); ++slot) {
     plan |= static_cast<std::uint32_t>(stages[slot] + 2) << (4 * slot);
   }
-  auto bandPlan = static_cast<std::uint32_t>(crossover.size()) << kXoverLengthShift;
-  for (std::size_t place = 0; place < crossover.size(); ++place) {
-    bandPlan |= static_cast<std::uint32_t>(crossover[place]) << (3 * place);
+  auto bandPlan = static_cast<std::uint32_t>(listed.size()) << kXoverLengthShift;
+  for (std::size_t place = 0; place < listed.size(); ++place) {
+    bandPlan |= static_cast<std::uint32_t>(listed[place]) << (3 * place);
   }
+  int longest = 0;
+  for (const std::int32_t band : listed) longest = std::max(longest, lookahead(band));
   stagePlan.store(plan, std::memory_order_relaxed);
   xoverPlan.store(bandPlan, std::memory_order_relaxed);
+  xoverMaxLookahead.store(longest, std::memory_order_relaxed);
 }
 
 template <typename Sample>
@@ -78,6 +81,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   resetChangedBands(block);
   for (float* const reduction : buffers->reduction) std::fill_n(reduction, frames, 1.0F);
   runStages(block);
+  delays.advance(frames);
   storeMeters(block);
   loudness.measure(buffers->dry[0], buffers->dry[1], true, frames, channels);
   loudness.measure(buffers->wet[0], buffers->wet[1], false, frames, channels);
@@ -127,6 +131,7 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
   listening.passband = !listening.listen && autolistenPassband.load(kAlone);
   block.stagePlan = stagePlan.load(kAlone);
   block.xoverPlan = xoverPlan.load(kAlone);
+  block.xoverMaxLookahead = xoverMaxLookahead.load(kAlone);
   return block;
 }
 
@@ -175,18 +180,26 @@ void compressor::runStages(const Block& block) noexcept {
 void compressor::runBandStage(int band, const Block& block) noexcept {
   const SoloBand self{band, at(band).solo.load(std::memory_order_relaxed)};
   const StageWeights weights = dynamicEqWeights(self, block.listening);
+  const WorkBuffers::Pair lifted = {buffers->band[0][0], buffers->band[1][0]};
+  for (int c = 0; c < block.channels; ++c) {
+    const auto channel = static_cast<std::size_t>(c);
+    std::copy_n(buffers->wet[channel], block.frames, lifted[channel]);
+  }
+  const int filterDelay = subbands[static_cast<std::size_t>(band)].filter(
+      lifted.data(), buffers->rest.data(), block.frames, block.channels);
+  delayPair(buffers->ext, DelayRings::kExtBefore, band, block, filterDelay);
+  delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
+  delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
+  const int bandDelay = processBand(band, block, lifted, kDynamicEq);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
-    double* const lifted = buffers->band[channel][0];
-    double* const rest = buffers->rest[channel];
-    // The band takes the whole signal with it and leaves silence beside it.
-    std::copy_n(wet, block.frames, lifted);
-    std::fill_n(rest, block.frames, 0.0);
-    for (int i = 0; i < block.frames; ++i) {
-      wet[i] = weights.rest * rest[i] + weights.band * lifted[i];
-    }
+    const double* const rest = buffers->rest[channel];
+    const double* const in = lifted[channel];
+    for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
   }
+  delayPair(buffers->ext, DelayRings::kExtAfter, band, block, bandDelay);
+  delayPair(buffers->dry, DelayRings::kDryAfter, band, block, bandDelay);
 }
 
 void compressor::runCrossoverStage(const Block& block) noexcept {
@@ -199,22 +212,48 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   }
   const auto weights =
       crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
+  splitIntoBands(length, block);
+  // The crossover as a whole delays through the rings of its first band.
+  const int first = listed[0].band;
+  const int splitDelay = crossover.latency();
+  delayPair(buffers->ext, DelayRings::kExtBefore, first, block, splitDelay);
+  delayPair(buffers->wet, DelayRings::kWetBefore, first, block, splitDelay);
+  delayPair(buffers->dry, DelayRings::kDryBefore, first, block, splitDelay);
+  for (int place = 0; place < length; ++place) {
+    const auto slot = static_cast<std::size_t>(place);
+    processBand(listed[slot].band, block, {buffers->band[0][slot], buffers->band[1][slot]},
+                block.xoverMaxLookahead);
+  }
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
-    // The lowest band carries the whole spectrum, the ones above it silence.
-    std::copy_n(wet, block.frames, buffers->band[channel][0]);
-    for (std::size_t i = 1; i < static_cast<std::size_t>(length); ++i) {
-      std::fill_n(buffers->band[channel][i], block.frames, 0.0);
-    }
-    for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) {
-      std::copy_n(buffers->band[channel][i], block.frames, buffers->bandCopy[channel][i]);
-    }
     std::fill_n(wet, block.frames, 0.0);
     for (std::size_t place = 0; place < static_cast<std::size_t>(length); ++place) {
-      const double* const part = buffers->band[channel][place];
-      for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * part[i];
+      const double* const band = buffers->band[channel][place];
+      for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * band[i];
     }
+  }
+  delayPair(buffers->ext, DelayRings::kExtAfter, first, block, block.xoverMaxLookahead);
+  delayPair(buffers->dry, DelayRings::kDryAfter, first, block, block.xoverMaxLookahead);
+}
+
+void compressor::splitIntoBands(int length, const Block& block) noexcept {
+  const bool stereo = block.channels == 2;
+  const double* const inputs[] = {buffers->wet[0], stereo ? buffers->wet[1] : nullptr};
+  crossover.processBlock(inputs, buffers->band[0].data(), buffers->band[1].data(), length,
+                         block.frames);
+  for (int c = 0; c < block.channels; ++c) {
+    const auto channel = static_cast<std::size_t>(c);
+    for (std::size_t place = 0; place < static_cast<std::size_t>(length); ++place) {
+      std::copy_n(buffers->band[channel][place], block.frames, buffers->bandCopy[channel][place]);
+    }
+  }
+}
+
+void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band,
+                           const Block& block, int samples) noexcept {
+  for (int c = 0; c < block.channels; ++c) {
+    delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, band, block.frames, samples);
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "filters/band_shape.h"
+
 /// Numbers of the 422 parameters. The eight bands have equal rows, 51 each; only band 1 is spelt
 /// out, and `bandParameterId` gives the same row of another band.
 enum ParameterId : std::int32_t {
@@ -94,16 +96,6 @@ inline constexpr int kBandRows = 51;
   return kB1State + (id - kB1State) % kBandRows;
 }
 
-/// Values of the coded parameters.
-enum SubType : int {
-  kBandPass = 0,
-  kBandPassB = 1,
-  kBandPassEE = 2,
-  kLowPass = 3,
-  kLowPassB = 4,
-  kHighPass = 5,
-  kHighPassB = 6,
-  kFlat = 7,
-};
+/// Values of the coded parameters; those of the bands' shapes are `SubType`.
 enum SidechainSource : int { kSourceWide = 0, kSourceBand = 1, kSourceExternal = 2 };
 enum OversampleMode : int { kOversampleOff = 0, kOversampleOn = 1, kOversampleHq = 2 };

@@ -88,6 +88,7 @@ void Plug::resume() {
   checkProcessLevel();
   wantEvents();
   updateDsp(true);
+  updateLatency();
 }
 
 void Plug::setSampleRate(float rate) {
@@ -118,7 +119,15 @@ void Plug::endEdit(std::int32_t index) {
   autoGain.endEdit();
 }
 
-void Plug::onIdle() { autoGain.onIdle(); }
+void Plug::offlineChanged(bool offline) {
+  PlugBaseJSON::offlineChanged(offline);
+  updateLatency();
+}
+
+void Plug::onIdle() {
+  updateLatency();
+  autoGain.onIdle();
+}
 
 bool Plug::getEffectName(char* text) {
   copyName(text, "Corvanthelis");

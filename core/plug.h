@@ -45,6 +45,9 @@ class Plug : public PlugBaseJSON {
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
   void updateDsp(bool force) override;
+  void offlineChanged(bool offline) override;
+  /// Works out the latency and tells the host when it has changed.
+  void updateLatency();
   void onIdle() override;
 
   bool getEffectName(char* text) override;
@@ -111,6 +114,8 @@ class Plug : public PlugBaseJSON {
   void takePreferences();  // under `updateLock`
   void updateGlobals();
   void updateBand(int band);
+  void configureFilters(int band);
+  void updateSplits();
   [[nodiscard]] ValueTextContext textContext(int index) const;
   [[nodiscard]] bool isOn(int index) const { return getPlainValue(index) != 0.0F; }
 

@@ -1,5 +1,6 @@
 // How parameters reach the engine.
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -39,12 +40,32 @@ void Plug::updateDsp(bool /*force*/) {
   if (updateSuspended == 0) handOver();
 }
 
+void Plug::updateLatency() {
+  std::int32_t samples = 0;
+  {
+    const PlugBaseMutex::Scope lock(updateLock);
+    samples = engine.getLatency();
+  }
+  declareLatency(samples);  // tells the host, which may call back
+}
+
 void Plug::handOver() {
   updateGlobals();
   for (int band = 0; band < kNumBands; ++band) updateBand(band);
   // An order that breaks the chain keeps the last valid one.
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
   engine.makeStagePlan();
+  updateSplits();
+  engine.rebuildKernels();
+}
+
+void Plug::updateSplits() {
+  std::array<double, kNumBands> slopes{};
+  for (int band = 0; band < kNumBands; ++band) {
+    slopes[static_cast<std::size_t>(band)] =
+        static_cast<double>(getPlainValue(bandParameterId(band, kB1Slope)));
+  }
+  engine.setSplits(slopes);
 }
 
 void Plug::updateGlobals() {
@@ -68,12 +89,23 @@ void Plug::updateBand(int band) {
   settings.position = std::trunc(plain(kB1Position)) * 0.02 - 1.0;
   settings.gain = std::pow(10.0, plain(kB1Gain) * 0.05);
   settings.dry = plain(kB1DryGain) * 0.01;
+  settings.lookaheadMs = getPlainValue(bandParameterId(band, kB1Lookahead));
   engine.setBand(band, settings);
+  const bool dynamicEq = on(kB1Type);
 
-  BandLayout& layout = engine.layout;
-  const BandLayout::Scope lock(layout);
-  const auto index = static_cast<std::size_t>(band);
-  layout.state[index] = settings.active;
-  layout.isXover[index] = !on(kB1Type);
-  layout.frequency[index] = plain(kB1Frequency);
+  {
+    BandLayout& layout = engine.layout;
+    const BandLayout::Scope lock(layout);
+    const auto index = static_cast<std::size_t>(band);
+    layout.state[index] = settings.active;
+    layout.isXover[index] = !dynamicEq;
+    layout.frequency[index] = plain(kB1Frequency);
+  }
+  if (settings.active && dynamicEq) configureFilters(band);
+}
+
+void Plug::configureFilters(int band) {
+  const auto plain = [this, band](int row) { return getPlainValue(bandParameterId(band, row)); };
+  engine.configureFilters(band, static_cast<int>(plain(kB1SubType)), plain(kB1Frequency),
+                          plain(kB1Slope), plain(kB1Q), plain(kB1Slope2));
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "dynamics/lookahead_window.h"
+
 namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
@@ -51,7 +53,12 @@ void compressor::ensureBuffers(int frames) {
   if (frames > buffers->capacity()) buffers = std::make_unique<WorkBuffers>(frames);
 }
 
-void compressor::setSampleRate(double rate) noexcept { loudness.setSampleRate(rate); }
+void compressor::setSampleRate(double rate) noexcept {
+  sampleRate = rate;
+  loudness.setSampleRate(rate);
+  for (subband& filter : subbands) filter.setSampleRate(rate);
+  crossover.setSampleRate(rate);
+}
 
 void compressor::resetEngine() noexcept {
   buffers->clear();
@@ -59,6 +66,9 @@ void compressor::resetEngine() noexcept {
   meters.reset();
   meters.resetReaders();
   for (BandMeters& meter : bandMeters) meter.reset();
+  delays.clear();
+  crossover.reset();
+  for (int band = 0; band < kBands; ++band) resetFilter(band);
 }
 
 void compressor::resetBandState(int band) noexcept {
@@ -67,6 +77,14 @@ void compressor::resetBandState(int band) noexcept {
     for (auto& channel : *set) std::fill_n(channel[index], buffers->capacity(), 0.0);
   }
   bandMeters[index].reset();
+  delays.clearBand(band);
+  resetFilter(band);
+}
+
+void compressor::resetFilter(int band) noexcept {
+  // By the engine's clock, so that the eight take turns at the large part of their work.
+  constexpr int kTurn = PartitionedConvolver::kPhases / kBands;
+  subbands[static_cast<std::size_t>(band)].reset(delays.position() + kTurn * band);
 }
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
@@ -95,6 +113,56 @@ void compressor::setBand(int band, const BandSettings& settings) noexcept {
   shared.position.store(settings.position, kAlone);
   shared.gain.store(settings.gain, kAlone);
   shared.dry.store(settings.dry, kAlone);
+  shared.lookaheadSamples.store(lookaheadSamples(settings.lookaheadMs, sampleRate), kAlone);
+}
+
+void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
+                                  float slope2) {
+  if (!isBand(band)) return;
+  subbands[static_cast<std::size_t>(band)].configureFilters(shape, frequency, slope, q, slope2);
+}
+
+void compressor::setSplits(const std::array<double, kBands>& slopes) {
+  std::vector<double> centres;
+  std::vector<double> listedSlopes;
+  {
+    const BandLayout::Scope lock(layout);
+    for (const std::int32_t band : layout.xover) {
+      const auto index = static_cast<std::size_t>(band);
+      centres.push_back(layout.frequency[index]);
+      listedSlopes.push_back(slopes[index]);
+    }
+  }
+  crossover.setSplits(centres, listedSlopes);
+}
+
+void compressor::rebuildKernels() {
+  for (subband& filter : subbands) filter.rebuildKernel();
+  crossover.buildKernels();
+}
+
+int compressor::getLatency() {
+  const BandLayout::Scope lock(layout);
+  int samples = 0;
+  for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
+    for (const std::int32_t band : *list) {
+      samples += lookahead(band) + subbands[static_cast<std::size_t>(band)].latency();
+    }
+  }
+  if (!layout.xover.empty()) samples += crossover.latency();
+  return samples + xoverMaxLookahead.load(std::memory_order_relaxed);
+}
+
+void compressor::bandCurve(int band, const float* frequencies, int n, float* out) {
+  if (isBand(band)) subbands[static_cast<std::size_t>(band)].bandCurve(frequencies, n, out);
+}
+
+void compressor::crossoverCurve(int place, const float* frequencies, int n, float* out) {
+  crossover.crossoverCurve(frequencies, n, out, place);
+}
+
+int compressor::lookahead(int band) const noexcept {
+  return at(band).lookaheadSamples.load(std::memory_order_relaxed);
 }
 
 void compressor::setScListen(int band) noexcept {

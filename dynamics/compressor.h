@@ -7,11 +7,14 @@
 
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
+#include "dynamics/delay_rings.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
+#include "filters/crossover_bank.h"
+#include "filters/subband.h"
 
 /// Settings of one band as its parameters give them.
 struct BandSettings {
@@ -21,6 +24,7 @@ struct BandSettings {
   double position = 0.0;  ///< -1 left or mid only .. 0 both .. +1 right or side only
   double gain = 1.0;      ///< linear
   double dry = 0.0;       ///< linear share of the unprocessed band
+  float lookaheadMs = 0.0F;
 };
 
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
@@ -56,8 +60,17 @@ class compressor {
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
-  /// Rebuilds the two words by which the audio thread sees the chain; empty until the first call.
+  /// Rebuilds the words by which the audio thread sees the chain; empty until the first call.
   void makeStagePlan();
+  /// The filter of a dynamic EQ band, as `subband::configureFilters`.
+  void configureFilters(int band, int shape, float frequency, float slope, float q, float slope2);
+  /// Puts the crossover's splits between the bands of the XOver list; `slopes` by band, in dB per
+  /// octave.
+  void setSplits(const std::array<double, kBands>& slopes);
+  /// Designs the kernels that the filters and splits now want, and hands them to the audio thread.
+  void rebuildKernels();
+  /// Samples by which the output is late.
+  [[nodiscard]] int getLatency();
 
   // Audio thread.
   /// `inputs`: main channels first, then sidechain channels; bad samples in them are replaced by 0.
@@ -85,6 +98,12 @@ class compressor {
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
   [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
+  // Editor's thread: curves as graphs draw them, `n` magnitudes at `frequencies` in Hz.
+  /// The analog filter of a dynamic EQ band.
+  void bandCurve(int band, const float* frequencies, int n, float* out);
+  /// The band at a place of the XOver list.
+  void crossoverCurve(int place, const float* frequencies, int n, float* out);
+
   BandLayout layout;
 
  private:
@@ -92,6 +111,7 @@ class compressor {
   struct SharedBand {
     std::atomic<bool> active{false}, solo{false}, bypass{false};
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
+    std::atomic<int> lookaheadSamples{0};
   };
   /// What a block reads once and keeps to its end.
   struct Block {
@@ -100,10 +120,13 @@ class compressor {
     ListenState listening;
     std::uint32_t stagePlan;
     std::uint32_t xoverPlan;
+    int xoverMaxLookahead;  // samples
   };
   static constexpr int kCrossoverStage = -1;
+  static constexpr int kDynamicEq = -1;
 
   void ensureBuffers(int frames);
+  void resetFilter(int band) noexcept;
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   template <typename Sample>
@@ -118,6 +141,14 @@ class compressor {
   void runStages(const Block& block) noexcept;
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
+  void splitIntoBands(int length, const Block& block) noexcept;
+  /// One band's path over its signal in place. `alignTo`: the lookahead that a crossover band must
+  /// come to, in samples, or `kDynamicEq`. Returns by how many samples the band is then late.
+  int processBand(int band, const Block& block, const WorkBuffers::Pair& signal,
+                  int alignTo) noexcept;
+  void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
+                 int samples) noexcept;
+  [[nodiscard]] int lookahead(int band) const noexcept;
   void storeMeters(const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
   [[nodiscard]] const SharedBand& at(int band) const noexcept;
@@ -135,12 +166,17 @@ class compressor {
   MeterRings meters;
   std::array<BandMeters, kBands> bandMeters;
   std::array<SharedBand, kBands> bands;
+  std::array<subband, kBands> subbands;
+  CrossoverBank crossover;
+  DelayRings delays;
+  double sampleRate = 44100.0;  // Hz
 
   // One control thread at a time writes these, the audio thread reads each once per block.
   // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
   std::atomic<std::uint32_t> stagePlan{0};
   // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
   std::atomic<std::uint32_t> xoverPlan{0};
+  std::atomic<int> xoverMaxLookahead{0};  // samples: the largest of the XOver list
   std::atomic<int> scListen{-1};
   std::atomic<bool> listenActive{false};
   std::atomic<bool> autolistenPassband{false};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <vector>
+
+#include "analysis/vector_kernels.h"
+
+/// Complex transforms of one size on planar arrays (real parts and imaginary parts apart), on the
+/// processor's vector unit. Not scaled; natural order in and out; `in`, `out` and `scratch` are
+/// three different arrays of `points` each, and `in` is kept. Any thread, at once; neither
+/// transform allocates.
+class PlanarFft {
+ public:
+  /// `points`: a power of two.
+  explicit PlanarFft(int points);
+
+  /// The one of this size that the whole process shares. The first call of a size makes it, so
+  /// call it where allocation is allowed and keep the reference, which holds to the end.
+  [[nodiscard]] static const PlanarFft& shared(int points);
+
+  [[nodiscard]] int points() const noexcept { return size; }
+
+  /// out[k] = sum of in[j] * exp(+2 pi i jk / points)
+  void forward(ConstPlanarSpan in, PlanarSpan out, PlanarSpan scratch) const noexcept {
+    forward(vectorKernels(), in, out, scratch);
+  }
+  /// out[k] = sum of in[j] * exp(-2 pi i jk / points)
+  void backward(ConstPlanarSpan in, PlanarSpan out, PlanarSpan scratch) const noexcept {
+    // Exchanging real and imaginary parts on both sides turns the exponent's sign.
+    forward({in.im, in.re}, {out.im, out.re}, scratch);
+  }
+  /// `forward` with the kernels of a given instruction set.
+  void forward(const VectorKernels& kernels, ConstPlanarSpan in, PlanarSpan out,
+               PlanarSpan scratch) const noexcept {
+    kernels.transform({size, twiddles.data()}, in, out, scratch);
+  }
+
+ private:
+  int size;
+  // For each pass but the last, of n points: exp(2 pi i p / n) for p below n / 4, its squares and
+  // its cubes, each as real parts and then imaginary parts.
+  std::vector<double> twiddles;
+};

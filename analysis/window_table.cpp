@@ -1,0 +1,48 @@
+#include "analysis/window_table.h"
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+/// First coefficient first.
+template <std::size_t count>
+double polynomial(const std::array<double, count>& coefficients, double x) noexcept {
+  double sum = 0.0;
+  for (std::size_t i = count; i > 0; --i) sum = sum * x + coefficients[i - 1];
+  return sum;
+}
+
+}  // namespace
+
+// M. Abramowitz, I. Stegun, Handbook of Mathematical Functions, 1964: 9.8.1 and 9.8.2.
+double besselI0(double x) noexcept {
+  constexpr double kBranch = 3.75;
+  const double size = std::abs(x);
+  if (size < kBranch) {
+    constexpr std::array<double, 7> kBelow = {1.0,       3.5156229, 3.0899424, 1.2067492,
+                                              0.2659732, 0.0360768, 0.0045813};
+    const double t = x / kBranch;
+    return polynomial(kBelow, t * t);
+  }
+  constexpr std::array<double, 9> kAbove = {0.39894228,  0.01328592,  0.00225319,
+                                            -0.00157565, 0.00916281,  -0.02057706,
+                                            0.02635537,  -0.01647633, 0.00392377};
+  return std::exp(size) / std::sqrt(size) * polynomial(kAbove, kBranch / size);
+}
+
+void WindowTable::applyWindow(double* data, int n) {
+  if (data == nullptr || n <= 0) return;
+  if (table.size() != static_cast<std::size_t>(n)) make(n);
+  for (std::size_t i = 0; i < table.size(); ++i) data[i] *= table[i];
+}
+
+void WindowTable::make(int n) {
+  table.resize(static_cast<std::size_t>(n));
+  const auto beta = static_cast<double>(parameter);
+  for (int i = 0; i < n; ++i) {
+    const double u = 2.0 * i / n - 1.0;
+    table[static_cast<std::size_t>(i)] = besselI0(beta * std::sqrt(1.0 - u * u)) / besselI0(beta);
+  }
+}

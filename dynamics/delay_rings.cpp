@@ -1,0 +1,58 @@
+#include "dynamics/delay_rings.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace {
+
+constexpr int kMask = DelayRings::kSize - 1;
+
+void writeRing(double* ring, int position, const double* from, int count) noexcept {
+  const int toEnd = std::min(count, DelayRings::kSize - position);
+  std::copy_n(from, toEnd, ring + position);
+  std::copy_n(from + toEnd, count - toEnd, ring);
+}
+
+void readRing(const double* ring, int position, double* to, int count) noexcept {
+  const int toEnd = std::min(count, DelayRings::kSize - position);
+  std::copy_n(ring + position, toEnd, to);
+  std::copy_n(ring, count - toEnd, to + toEnd);
+}
+
+}  // namespace
+
+DelayRings::DelayRings() : memory(static_cast<std::size_t>(kRings) * kBands * kSize) {}
+
+double* DelayRings::slice(int ring, int band) noexcept {
+  assert(ring >= 0 && ring < kRings && band >= 0 && band < kBands);
+  return memory.data() + static_cast<std::size_t>(ring * kBands + band) * kSize;
+}
+
+void DelayRings::delayLine(double* buffer, int ring, int band, int frames, int delay) noexcept {
+  double* const entries = slice(ring, band);
+  const int lag = std::clamp(delay, 0, kMaxDelay);
+  // A piece is written before it is read, as it may reach back into itself: no longer than what
+  // leaves the entries that it needs.
+  const int longest = kSize - lag;
+  int position = delayPosition;
+  for (int done = 0; done < frames;) {
+    const int piece = std::min(longest, frames - done);
+    writeRing(entries, position, buffer + done, piece);
+    if (lag > 0) readRing(entries, (position - lag) & kMask, buffer + done, piece);
+    position = (position + piece) & kMask;
+    done += piece;
+  }
+}
+
+void DelayRings::advance(int frames) noexcept {
+  delayPosition = (delayPosition + (frames & kMask)) & kMask;
+}
+
+void DelayRings::clearBand(int band) noexcept {
+  for (int ring = 0; ring < kRings; ++ring) std::fill_n(slice(ring, band), kSize, 0.0);
+}
+
+void DelayRings::clear() noexcept {
+  std::fill(memory.begin(), memory.end(), 0.0);
+  delayPosition = 0;
+}

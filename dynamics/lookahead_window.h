@@ -1,0 +1,70 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+/// A lookahead in whole samples, cut to 8191, 0 for anything below; `rate` in Hz. Pure; any thread.
+[[nodiscard]] int lookaheadSamples(float ms, double rate) noexcept;
+
+/// Lets a level rise ahead of the audio: the largest of the last n samples, smoothed by two moving
+/// averages of 3n/4 and n/4 samples. Where the audio is delayed by n, the level of a peak is
+/// reached along a ramp when that peak comes out.
+///
+/// One channel, in place. A lookahead of 0 or 1 sample leaves the signal as it is, one of 2 or 3
+/// gives the plain maximum. A change while audio runs takes the averages from the remembered
+/// maxima, not from silence.
+///
+/// Threads: `setLookahead` on one control thread, at any moment; `lookaheadSamples` anywhere;
+/// `process` on the audio thread, where a change applies from the next call; `setSampleRate` on the
+/// control thread and `clear` while nothing processes. Only the constructor allocates.
+class LookaheadWindow {
+ public:
+  static constexpr int kMaxSamples = 8191;
+
+  LookaheadWindow();
+
+  void setSampleRate(double rate) noexcept;  ///< Hz, keeps the milliseconds
+  /// Milliseconds; cut to whole samples and to `kMaxSamples`, 0 for anything below.
+  void setLookahead(float ms) noexcept;
+  /// By how much the audio has to be delayed.
+  [[nodiscard]] int lookaheadSamples() const noexcept {
+    return pendingSamples.load(std::memory_order_relaxed);
+  }
+  /// Forgets the signal, keeps the lookahead.
+  void clear() noexcept;
+  /// At most one comparison per doubling of the lookahead and sample; 0 frames change nothing.
+  void process(double* signal, int frames) noexcept;
+
+ private:
+  static constexpr std::uint32_t kRingSize = 8192;
+
+  void design() noexcept;
+  void adopt(int samples) noexcept;
+  void rebuildAverages() noexcept;
+  void slideMaximum(double* signal, int frames) noexcept;
+  void average(double* signal, int frames) noexcept;
+
+  // Control thread.
+  double sampleRate = 48000.0;  // Hz
+  float lookaheadMs = 0.0F;
+
+  // From control to audio: all else follows from this one word, so no mix of old and new is seen.
+  std::atomic<int> pendingSamples{0};
+
+  // Audio thread. Level k of the tree is a ring of 2^k entries behind those of the levels below it:
+  // the largest of the last 2^k samples, for each of as many samples.
+  std::vector<double> tree;
+  std::uint32_t treePosition = 0;
+  std::uint32_t activeSize = 1;  // smallest power of two that holds the lookahead
+  std::uint32_t activeLevels = 0;
+  std::uint32_t activeExtra = 0;  // by how much the power of two is too long
+  int activeSamples = 0;
+
+  std::vector<double> ring1;  // the maxima, thus what the first average takes in
+  std::vector<double> ring2;  // what the second takes in
+  std::uint32_t write = 0;    // position in both rings; goes on while the averages rest
+  std::uint32_t length1 = 0, length2 = 0;
+  double scale1 = 0.0, scale2 = 0.0;
+  double sum1 = 0.0, sum2 = 0.0;
+};

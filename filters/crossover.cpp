@@ -1,0 +1,125 @@
+#include "filters/crossover.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+std::size_t at(int index) noexcept { return static_cast<std::size_t>(index); }
+
+}  // namespace
+
+Crossover_WithLatency::Crossover_WithLatency() : fft(PlanarFft::shared(2 * kBlock)) {}
+
+void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCount) noexcept {
+  KernelSet& set = exchange.spare();
+  set.lines = std::clamp(bandCount, 1, kBands) - 1;
+  const PlanarSpan padded = loading[0];
+  std::fill_n(padded.im, 2 * kBlock, 0.0);
+  for (int partition = 0; partition < set.lines * kPartitions; ++partition) {
+    const double* const taps = kernels[partition / kPartitions] +
+                               static_cast<std::ptrdiff_t>(partition % kPartitions) * kBlock;
+    constexpr double kScale = 0.5 / kBlock;  // of a forward and a backward transform
+    std::transform(taps, taps + kBlock, padded.re, [](double h) { return h * kScale; });
+    std::fill_n(padded.re + kBlock, kBlock, 0.0);
+    fft.forward(padded, set.spectra[partition], loading[2]);
+  }
+  exchange.publish();
+}
+
+void Crossover_WithLatency::reset() noexcept {
+  input.clear();
+  spectra.clear();
+  for (Lines& block : lines) {
+    block.samples.clear();
+    block.count = 0;
+  }
+  position = 0;
+}
+
+void Crossover_WithLatency::process(const double* left, const double* right,
+                                    double* const* bandLeft, double* const* bandRight,
+                                    int bandCount, int frames) noexcept {
+  const bool mono = right == nullptr;
+  for (int done = 0; done < frames;) {
+    const int chunk = std::min(frames - done, kSpan - position % kSpan);
+    takeInput(left + done, mono ? nullptr : right + done, chunk);
+    emit(bandLeft, bandRight, bandCount, done, chunk, mono);
+    position += chunk;
+    done += chunk;
+    if (position % kSpan == 0) endOfSpan();
+  }
+}
+
+void Crossover_WithLatency::takeInput(const double* left, const double* right,
+                                      int frames) noexcept {
+  const PlanarSpan present = input[0];
+  std::copy_n(left, frames, present.re + kDelay + position);
+  if (right == nullptr) {
+    std::fill_n(present.im + kDelay + position, frames, 0.0);
+  } else {
+    std::copy_n(right, frames, present.im + kDelay + position);
+  }
+}
+
+void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRight, int bandCount,
+                                 int done, int frames, bool mono) noexcept {
+  const Lines& block = lines[at(out)];
+  const int top = std::min(bandCount - 1, block.count);
+  const auto emitChannel = [&](double* const* bands, const double* delayed,
+                               double* PlanarSpan::*part) {
+    double* const rest = bands[top] + done;
+    std::copy_n(delayed, frames, rest);
+    for (int band = 0; band < top; ++band) {
+      const double* const line = block.samples[band].*part + position;
+      double* const to = bands[band] + done;
+      for (int i = 0; i < frames; ++i) {
+        to[i] = line[i];
+        rest[i] -= line[i];
+      }
+    }
+    for (int band = top + 1; band < bandCount; ++band) std::fill_n(bands[band] + done, frames, 0.0);
+  };
+  emitChannel(bandLeft, input[0].re + position, &PlanarSpan::re);
+  if (!mono) emitChannel(bandRight, input[0].im + position, &PlanarSpan::im);
+}
+
+void Crossover_WithLatency::endOfSpan() noexcept {
+  // The first sample of this block completed the input block that is now worked on.
+  const int turn = position / kSpan - 1;
+  if (turn == 0) {
+    transformInput();
+  } else if (turn <= lines[at(out ^ 1)].count) {
+    transformBand(turn - 1);
+  }
+  if (position == kBlock) endOfBlock();
+}
+
+void Crossover_WithLatency::transformInput() noexcept {
+  exchange.take();
+  lines[at(out ^ 1)].count = exchange.active().lines;
+  newest ^= 1;
+  constexpr int kStart = kDelay + 1 - 2 * kBlock;
+  fft.forward({input[0].re + kStart, input[0].im + kStart}, spectra[newest], work[2]);
+}
+
+void Crossover_WithLatency::transformBand(int band) noexcept {
+  // Overlap-save: of two blocks in, the second comes out whole.
+  const std::array<ConstPlanarSpan, kPartitions> x = {spectra[newest], spectra[newest ^ 1]};
+  const PlanarArrays& kernels = exchange.active().spectra;
+  const std::array<ConstPlanarSpan, kPartitions> h = {kernels[band * kPartitions],
+                                                      kernels[band * kPartitions + 1]};
+  vectorKernels().multiplySpectra(x.data(), h.data(), kPartitions, work[0], 2 * kBlock);
+  fft.backward(work[0], work[1], work[2]);
+  const PlanarSpan line = lines[at(out ^ 1)].samples[band];
+  std::copy_n(work[1].re + kBlock, kBlock, line.re);
+  std::copy_n(work[1].im + kBlock, kBlock, line.im);
+}
+
+void Crossover_WithLatency::endOfBlock() noexcept {
+  out ^= 1;
+  for (double* const channel : {input[0].re, input[0].im}) {
+    std::copy_n(channel + kBlock, kDelay, channel);
+  }
+  position = 0;
+}

@@ -1,0 +1,111 @@
+#include "filters/crossover_bank.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+std::size_t at(int index) noexcept { return static_cast<std::size_t>(index); }
+
+/// The low-pass of one split.
+double lowpass(const CrossoverSplits& splits, int split, double frequency) noexcept {
+  const double ratio = frequency / splits.splitFrequency[at(split)];
+  return 1.0 / (std::pow(ratio, splits.splitExponent[at(split)]) + 1.0);
+}
+
+}  // namespace
+
+double bandMagnitude(const CrossoverSplits& splits, int band, double frequency) noexcept {
+  if (band < 0 || band >= splits.bandCount) return 1.0;
+  double magnitude = band < splits.bandCount - 1 ? lowpass(splits, band + 1, frequency) : 1.0;
+  for (int split = 1; split <= band; ++split) magnitude *= 1.0 - lowpass(splits, split, frequency);
+  return magnitude;
+}
+
+void CrossoverBank::setSplits(std::span<const double> centres, std::span<const double> slopes) {
+  CrossoverSplits wanted;
+  wanted.bandCount = std::min(static_cast<int>(centres.size()), kBands);
+  for (int split = 1; split < wanted.bandCount; ++split) {
+    wanted.splitFrequency[at(split)] = std::sqrt(centres[at(split - 1)] * centres[at(split)]);
+    wanted.splitExponent[at(split)] = slopes[at(split - 1)] / 6.0;
+  }
+  const PlugBaseMutex::Scope lock(splitsLock);
+  splits = wanted;
+}
+
+CrossoverSplits CrossoverBank::currentSplits() const {
+  const PlugBaseMutex::Scope lock(splitsLock);
+  return splits;
+}
+
+void CrossoverBank::buildKernels() {
+  const CrossoverSplits wanted = currentSplits();
+  if (wanted.bandCount < 1 || (wanted == builtSplits && sampleRate == builtRate)) return;
+  // From the top: what is above a split is all below the split over it, less its low-pass.
+  Kernel above{};
+  above[kTaps / 2] = 1.0;
+  for (int k = wanted.bandCount - 1; k >= 1; --k) {
+    Kernel& below = kernels[at(k - 1)];
+    lowpassKernel(wanted.splitFrequency[at(k)] / sampleRate, wanted.splitExponent[at(k)], below);
+    for (std::size_t i = 0; i < kTaps; ++i) kernels[at(k)][i] = above[i] - below[i];
+    above = below;
+  }
+  kernels[0] = above;
+  std::array<const double*, kBands> pointers{};
+  for (std::size_t k = 0; k < kBands; ++k) pointers[k] = kernels[k].data();
+  direct.setKernels(pointers.data(), wanted.bandCount);
+  blocked.setKernels(pointers.data(), wanted.bandCount);
+  builtSplits = wanted;
+  builtRate = sampleRate;
+}
+
+void CrossoverBank::lowpassKernel(double relativeFrequency, double exponent, Kernel& kernel) {
+  constexpr std::size_t kHalf = kTaps / 2;
+  spectrum.assign(2 * kTaps, 0.0);
+  for (std::size_t i = 0; i <= kHalf; ++i) {
+    const double ratio = static_cast<double>(i) / (kTaps * relativeFrequency);
+    spectrum[2 * i] = (1.0 / kTaps) / (1.0 + std::pow(ratio, exponent));
+  }
+  for (std::size_t i = 1; i < kHalf; ++i) spectrum[2 * (kTaps - i)] = spectrum[2 * i];
+  complexForward(kTaps, spectrum.data(), fft);
+  // The response is centred on index 0, its wings at both ends: exchange the halves.
+  for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
+  kernelWindow.applyWindow(kernel.data(), kTaps);
+}
+
+void CrossoverBank::processBlock(const double* const inputs[2], double* const* bandLeft,
+                                 double* const* bandRight, int bandCount, int frames) noexcept {
+  if (bandCount < 1) return;
+  if (useBlocked) {
+    blocked.process(inputs[0], inputs[1], bandLeft, bandRight, bandCount, frames);
+  } else {
+    direct.process(inputs[0], inputs[1], bandLeft, bandRight, bandCount, frames);
+  }
+}
+
+void CrossoverBank::reset() noexcept {
+  direct.reset();
+  blocked.reset();
+}
+
+int CrossoverBank::latency() const noexcept {
+  const int blocks = useBlocked ? blocked.blockDelay() : direct.blockDelay();
+  return blocks + kTaps / 2;
+}
+
+double CrossoverBank::bandMagnitude(int band, double frequency) const {
+  return ::bandMagnitude(currentSplits(), band, frequency);
+}
+
+void CrossoverBank::crossoverCurve(const float* frequencies, int n, float* out, int band) {
+  if (n <= 0 || band < 0 || band >= kBands) return;
+  const CrossoverSplits drawn = currentSplits();
+  if (!caches[at(band)].holds(drawn, frequencies, n)) {
+    for (int k = 0; k < kBands; ++k) {
+      caches[at(k)].fill(drawn, frequencies, n,
+                         [&](double f) { return ::bandMagnitude(drawn, k, f); });
+    }
+  }
+  caches[at(band)].copyTo(out);
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <array>
+#include <span>
+#include <vector>
+
+#include "analysis/fft.h"
+#include "analysis/window_table.h"
+#include "filters/crossover.h"
+#include "filters/curve_cache.h"
+#include "platform/plug_base_mutex.h"
+
+/// Where the crossover splits, and how steeply.
+struct CrossoverSplits {
+  static constexpr int kBands = CrossoverEngine::kBands;
+
+  int bandCount = 0;
+  // Index k from 1 is the split between bands k - 1 and k.
+  std::array<double, kBands> splitFrequency{};  ///< Hz
+  std::array<double, kBands> splitExponent{};   ///< slope in units of 6.02 dB per octave, a real
+  bool operator==(const CrossoverSplits&) const = default;
+};
+
+/// The ideal magnitude of a band: the low-pass of the split above it times the high-passes of all
+/// splits below it, each 1 / (1 + (f / split)^exponent) or 1 less that. 1 for a band not in use.
+[[nodiscard]] double bandMagnitude(const CrossoverSplits& splits, int band,
+                                   double frequency) noexcept;
+
+/// The crossover: splits in, kernels designed from them, and the engines that run the kernels.
+/// The kernels are linear-phase, 1024 taps, and add up to an impulse at tap 512, so that the bands
+/// add up to the input delayed by `latency` samples.
+///
+/// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
+/// moment; `processBlock` on the audio thread; `reset` while nothing processes; `bandMagnitude`
+/// anywhere; `crossoverCurve` on the editor's thread.
+class CrossoverBank {
+ public:
+  static constexpr int kBands = CrossoverSplits::kBands;
+  static constexpr int kTaps = CrossoverEngine::kTaps;
+
+  void setSampleRate(double hz) noexcept { sampleRate = hz; }
+  /// Band centres in Hz and slopes in dB per octave, ascending, up to eight: a split lies at the
+  /// geometric mean of two neighbours and has the slope of the lower one.
+  void setSplits(std::span<const double> centres, std::span<const double> slopes);
+  /// Designs the kernels and hands them to the engines; nothing where nothing has changed since.
+  void buildKernels();
+
+  /// Splits `inputs` into `bandCount` bands; a null second channel is mono.
+  void processBlock(const double* const inputs[2], double* const* bandLeft,
+                    double* const* bandRight, int bandCount, int frames) noexcept;
+  void reset() noexcept;
+  /// Samples, where there is a crossover band.
+  [[nodiscard]] int latency() const noexcept;
+
+  [[nodiscard]] double bandMagnitude(int band, double frequency) const;
+  /// `bandMagnitude` at `n` frequencies in Hz, from a cache while neither they (by first, last and
+  /// number) nor the splits have changed.
+  void crossoverCurve(const float* frequencies, int n, float* out, int band);
+
+  bool useBlocked = true;  ///< the engine with less work and 1023 samples more; set before use
+
+ private:
+  using Kernel = std::array<double, kTaps>;
+
+  [[nodiscard]] CrossoverSplits currentSplits() const;
+  void lowpassKernel(double relativeFrequency, double exponent, Kernel& kernel);
+
+  double sampleRate = 44100.0;
+  CrossoverSplits splits;  // written by the control side under the lock
+  mutable PlugBaseMutex splitsLock;
+  CrossoverSplits builtSplits;  // what the kernels were designed from
+  double builtRate = 0.0;
+  std::array<Kernel, kBands> kernels{};  // control side
+  FftTables fft;
+  std::vector<double> spectrum;  // control side: pairs
+  WindowTable kernelWindow{12.0F};
+  Crossover direct;
+  Crossover_WithLatency blocked;
+  std::array<CurveCache<CrossoverSplits>, kBands> caches;
+};

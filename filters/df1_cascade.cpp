@@ -1,0 +1,218 @@
+#include "filters/df1_cascade.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <type_traits>
+
+namespace {
+
+constexpr std::array<double, 5> kUnity{1.0, 0.0, 0.0, 0.0, 0.0};
+using Coefficients = std::array<double, 5>;
+
+Coefficients load(const std::array<std::atomic<double>, 5>& shared) noexcept {
+  Coefficients values{};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] = shared[i].load(std::memory_order_relaxed);
+  }
+  return values;
+}
+
+void store(std::array<std::atomic<double>, 5>& shared, const Coefficients& values) noexcept {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    shared[i].store(values[i], std::memory_order_relaxed);
+  }
+}
+
+// 0 for what is 0, subnormal, or a factor of two from it: a decaying tail must not end in those.
+double flushed(double value) noexcept {
+  const auto exponent = (std::bit_cast<std::uint64_t>(value) >> 52) & 0x7FF;
+  return exponent <= 1 ? 0.0 : value;
+}
+
+// One sample of one section. In single precision small constants keep subnormals out instead, both
+// of the state and of what the next section gets.
+template <typename Sample, typename State>
+Sample advance(const Coefficients& c, State& s, Sample sample) noexcept {
+  const double x = sample;
+  double y = c[0] * x + c[1] * s.x1 + c[2] * s.x2 - c[3] * s.y1 - c[4] * s.y2;
+  if constexpr (std::is_same_v<Sample, float>) y = (y + 1e-30) - 1e-30;
+  s.x2 = s.x1;
+  s.x1 = x;
+  s.y2 = s.y1;
+  s.y1 = y;
+  if constexpr (std::is_same_v<Sample, float>) {
+    const auto raised = static_cast<float>(static_cast<float>(y) + 1e-15);
+    return static_cast<float>(raised - 1e-15);
+  } else {
+    return y;
+  }
+}
+
+// e^(2jw) (b0 + b1 e^(-jw) + b2 e^(-2jw)) and the same of 1, a1, a2.
+struct SectionResponse {
+  std::complex<double> numerator;
+  std::complex<double> denominator;
+};
+
+SectionResponse sectionResponse(const Coefficients& c, double omega) noexcept {
+  const auto z = std::polar(1.0, omega);
+  const auto z2 = std::polar(1.0, 2.0 * omega);
+  return {c[0] * z2 + c[1] * z + c[2], z2 + c[3] * z + c[4]};
+}
+
+}  // namespace
+
+DF1Cascade::DF1Cascade() noexcept { DF1Cascade::resetCoefficients(true); }
+
+void DF1Cascade::resetState() noexcept { stateResetWanted.store(true, std::memory_order_release); }
+
+void DF1Cascade::resetCoefficients(bool immediate) noexcept {
+  if (!immediate) {
+    std::array<double, 5 * kMaxSections> unity{};
+    for (std::size_t i = 0; i < unity.size(); i += 5) unity[i] = 1.0;
+    setCoefficients(unity.data(), sectionsInUse());
+    return;
+  }
+  for (std::size_t i = 0; i < kMaxSections; ++i) {
+    store(coefficients[i], kUnity);
+    store(target[i], kUnity);
+    store(step[i], {});
+  }
+  rampRemaining.store(-1, std::memory_order_release);
+}
+
+void DF1Cascade::setCoefficients(const double* newCoefficients, std::int32_t count) noexcept {
+  const std::int32_t used = std::clamp<std::int32_t>(count, 0, kMaxSections);
+  bool changed = used != sectionsInUse();
+  setSectionCount(used);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(used); ++i) {
+    for (std::size_t k = 0; k < 5; ++k) {
+      const double wanted = newCoefficients[5 * i + k];
+      const double inForce = coefficients[i][k].load(std::memory_order_relaxed);
+      target[i][k].store(wanted, std::memory_order_relaxed);
+      step[i][k].store((wanted - inForce) * 0.001, std::memory_order_relaxed);
+      changed = changed || wanted != inForce;
+    }
+  }
+  if (changed) rampRemaining.store(kRampLength, std::memory_order_release);
+}
+
+void DF1Cascade::setSectionCount(std::int32_t count) noexcept {
+  sectionCount.store(count, std::memory_order_relaxed);
+}
+
+void DF1Cascade::storeFlat(bool isFlat) noexcept {
+  flat.store(isFlat ? 1 : 0, std::memory_order_release);
+}
+
+int DF1Cascade::sectionsInUse() const noexcept {
+  return sectionCount.load(std::memory_order_relaxed);
+}
+
+void DF1Cascade::getCoefficients(double* out) const noexcept {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(sectionsInUse()); ++i) {
+    const Coefficients values = load(coefficients[i]);
+    std::copy(values.begin(), values.end(), out + 5 * i);
+  }
+}
+
+void DF1Cascade::process(double* samples, std::int32_t n) noexcept {
+  if (n < 1) return;
+  // `flat` first: whoever sees it set sees the ramp that leads to it.
+  const bool isFlat = flat.load(std::memory_order_acquire) != 0;
+  if (isFlat && rampRemaining.load(std::memory_order_acquire) <= 0) {
+    if (differenceMode.load(std::memory_order_relaxed)) std::fill(samples, samples + n, 0.0);
+    return;
+  }
+  runCascade(samples, n);
+}
+
+void DF1Cascade::process(float* samples, std::int32_t n) noexcept {
+  if (n < 1) return;
+  // Unlike in double precision bypass counts before `update` has seen it: on purpose.
+  const bool isOut = flat.load(std::memory_order_acquire) != 0 || getBypass() != 0;
+  if (isOut && rampRemaining.load(std::memory_order_acquire) < 1) return;
+  runCascade(samples, n);
+}
+
+// Takes the block off the counter before it is run, and returns what the counter was.
+std::int32_t DF1Cascade::claimRamp(std::int32_t n) noexcept {
+  std::int32_t remaining = rampRemaining.load(std::memory_order_acquire);
+  while (remaining >= 0 &&
+         !rampRemaining.compare_exchange_weak(remaining, remaining - n, std::memory_order_acq_rel,
+                                              std::memory_order_acquire)) {
+  }
+  return remaining;
+}
+
+template <typename Sample>
+void DF1Cascade::runCascade(Sample* samples, std::int32_t n) noexcept {
+  if (stateResetWanted.load(std::memory_order_relaxed) &&
+      stateResetWanted.exchange(false, std::memory_order_acquire)) {
+    state.fill({});
+  }
+  const std::int32_t ramp = claimRamp(n);
+  const auto count = static_cast<std::size_t>(sectionsInUse());
+  for (std::size_t i = 0; i < count; ++i) runSection(samples, n, i, ramp);
+}
+
+template <typename Sample>
+void DF1Cascade::runSection(Sample* samples, std::int32_t n, std::size_t section,
+                            std::int32_t ramp) noexcept {
+  State s = state[section];
+  if constexpr (std::is_same_v<Sample, double>) {
+    s = {flushed(s.x1), flushed(s.x2), flushed(s.y1), flushed(s.y2)};
+  }
+  Coefficients c = load(coefficients[section]);
+  std::int32_t i = 0;
+  if (ramp >= 0) {
+    const Coefficients goal = load(target[section]);
+    const Coefficients slope = load(step[section]);
+    for (const std::int32_t moving = std::min(n, ramp + 1); i < moving; ++i) {
+      for (std::size_t k = 0; k < c.size(); ++k) c[k] = goal[k] - (ramp - i) * slope[k];
+      samples[i] = advance(c, s, samples[i]);
+    }
+    store(coefficients[section], c);
+  }
+  for (; i < n; ++i) samples[i] = advance(c, s, samples[i]);
+  state[section] = s;
+}
+
+double DF1Cascade::magnitudeAt(double hz, double* phase) const noexcept {
+  const double omega = 2.0 * std::numbers::pi * hz / static_cast<double>(sampleRate);
+  double numerators = 1.0;
+  double denominators = 1.0;
+  double angle = 0.0;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(sectionsInUse()); ++i) {
+    const SectionResponse response = sectionResponse(load(target[i]), omega);
+    numerators *= std::norm(response.numerator);
+    denominators *= std::norm(response.denominator);
+    if (phase != nullptr) angle += std::arg(response.numerator * std::conj(response.denominator));
+  }
+  if (phase != nullptr) *phase = angle;
+  if (denominators < 1e-20 && numerators > denominators) return numerators < 1e-20 ? 1.0 : 0.0;
+  return std::sqrt(numerators / denominators);
+}
+
+void DF1Cascade::responseAt(double hz, double* re, double* im) const noexcept {
+  const double omega = 2.0 * std::numbers::pi * hz / static_cast<double>(sampleRate);
+  std::complex<double> numerator = 1.0;
+  std::complex<double> denominator = 1.0;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(sectionsInUse()); ++i) {
+    const SectionResponse response = sectionResponse(load(target[i]), omega);
+    numerator *= response.numerator;
+    denominator *= response.denominator;
+  }
+  const double size = std::norm(denominator);
+  if (size == 0.0) {
+    *re = numerator.real() == 0.0 ? 1.0 : 0.0;
+    *im = numerator.imag() == 0.0 ? 1.0 : 0.0;
+    return;
+  }
+  const std::complex<double> crossed = numerator * std::conj(denominator);
+  *re = crossed.real() / size;
+  *im = crossed.imag() / size;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+/// Hands kernels from a control thread to the audio thread, neither waiting for the other and
+/// nothing copied: of three kernels each side owns one, and the third lies between them. The
+/// control side fills `spare` and publishes it; the audio side takes the newest one published.
+template <typename Kernel>
+class KernelExchange {
+ public:
+  template <typename... Arguments>
+  explicit KernelExchange(const Arguments&... arguments)
+      : kernels{Kernel(arguments...), Kernel(arguments...), Kernel(arguments...)} {}
+
+  // Control side, one thread at a time.
+  [[nodiscard]] Kernel& spare() noexcept { return kernels[spareIndex]; }
+  void publish() noexcept {
+    // Release: the filled kernel; acquire: what the audio thread last read of the one coming back.
+    const std::uint32_t back = middle.exchange(spareIndex | kFresh, std::memory_order_acq_rel);
+    spareIndex = back & kIndex;
+  }
+
+  // Audio thread.
+  [[nodiscard]] const Kernel& active() const noexcept { return kernels[activeIndex]; }
+  /// Makes the newest published kernel the active one.
+  void take() noexcept {
+    if ((middle.load(std::memory_order_relaxed) & kFresh) == 0) return;
+    activeIndex = middle.exchange(activeIndex, std::memory_order_acq_rel) & kIndex;
+  }
+
+ private:
+  static constexpr std::uint32_t kIndex = 3;
+  static constexpr std::uint32_t kFresh = 4;  // published and not yet taken
+
+  std::array<Kernel, 3> kernels;
+  std::uint32_t spareIndex = 0;
+  std::atomic<std::uint32_t> middle{1};
+  std::uint32_t activeIndex = 2;
+};

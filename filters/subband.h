@@ -1,0 +1,99 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstring>
+
+#include "analysis/fft.h"
+#include "analysis/window_table.h"
+#include "filters/band_shape.h"
+#include "filters/blt_eq.h"
+#include "filters/curve_cache.h"
+#include "filters/partitioned_convolver.h"
+#include "platform/plug_base_mutex.h"
+
+/// Half-power edge ratio of a second-order band-pass: its edges lie at f / r and f * r.
+[[nodiscard]] double bandEdgeRatio(double q) noexcept;
+
+/// The filter of a dynamic EQ band: lifts a region of the spectrum out of a signal by a
+/// linear-phase FIR of 2048 taps, and gives what is left beside it, so that both add up to the
+/// delayed input. Analog filters describe the region; their magnitude is sampled into the kernel,
+/// alike for all channels.
+///
+/// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
+/// time, at any moment; `filter` and `reset` on the audio thread, where they neither lock nor
+/// allocate; `bandCurve` on the editor's thread; `latency` anywhere.
+class subband {
+ public:
+  static constexpr int kTaps = 2048;
+  static constexpr int kChannels = 2;
+
+  subband();
+
+  void setSampleRate(double hz);  ///< Hz
+  /// `shape`: a `SubType`. `frequency` in Hz; slopes in dB per octave, of which `slope2` is for
+  /// the lower edge of `kBandPassB`. Marks the kernel for a rebuild when anything has changed.
+  void configureFilters(int shape, float frequency, float slope, float q, float slope2);
+  /// Designs the kernel and hands it over, when marked.
+  void rebuildKernel();
+
+  /// `band`: the input, then the band. `rest` is written. `channels`: 1 or 2. Returns by how many
+  /// samples both are later than the input.
+  int filter(double* const band[kChannels], double* const rest[kChannels], int frames,
+             int channels) noexcept;
+  /// Forgets the past. `newPhase`: when to do the large part of the work, in samples; bands whose
+  /// phases differ by multiples of 32 take turns.
+  void reset(int newPhase) noexcept;
+
+  /// Samples by which the band path is late.
+  [[nodiscard]] int latency() const noexcept {
+    return filtered.load(std::memory_order_relaxed) ? kTaps / 2 : 0;
+  }
+
+  /// The analog magnitude at `n` frequencies in Hz, from a cache while neither they (by first, last
+  /// and number) nor the filters have changed.
+  void bandCurve(const float* frequencies, int n, float* out);
+
+ private:
+  static constexpr int kDelay = kTaps / 2;
+
+  /// The three filters' rows, compared as bytes.
+  struct Sections {
+    AnalogSections high = kFlatSections;
+    AnalogSections low = kFlatSections;
+    AnalogSections band = kFlatSections;
+    bool operator==(const Sections& other) const noexcept {
+      return std::memcmp(this, &other, sizeof(Sections)) == 0;
+    }
+  };
+
+  void configureEdges(int shape, float frequency, float slope, float q, float slope2);
+  void publishSections();
+  [[nodiscard]] Sections currentSections() const;
+  void delay(double* samples, std::size_t channel, int frames) noexcept;
+
+  // Control side. The filters are designed, never run.
+  BLTEQ highPass;
+  BLTEQ lowPass;
+  BLTEQ bandPass;
+  double sampleRate = 44100.0;
+  bool rebuildNeeded = true;
+  FftTables fft;
+  WindowTable kernelWindow{12.0F};
+
+  std::atomic<bool> filtered{true};
+  std::atomic<bool> configured{false};  // until then what is beside the band is the whole input
+
+  // Audio thread.
+  PartitionedConvolver convolver{kTaps, 1};
+  std::array<std::array<double, kDelay>, kChannels> delayLines{};
+  int delayIndex = 0;
+  int phase = 0;
+  bool running = false;  // the last block was filtered
+
+  // Editor's thread, and how the rows reach it.
+  Sections sections;
+  mutable PlugBaseMutex sectionsLock;
+  CurveCache<Sections> curve;
+};
