@@ -32,6 +32,11 @@ double flushed(double value) noexcept {
   return exponent <= 1 ? 0.0 : value;
 }
 
+template <typename State>
+void flush(State& s) noexcept {
+  s = {flushed(s.x1), flushed(s.x2), flushed(s.y1), flushed(s.y2)};
+}
+
 // One sample of one section. In single precision small constants keep subnormals out instead, both
 // of the state and of what the next section gets.
 template <typename Sample, typename State>
@@ -156,29 +161,50 @@ void DF1Cascade::runCascade(Sample* samples, std::int32_t n) noexcept {
   }
   const std::int32_t ramp = claimRamp(n);
   const auto count = static_cast<std::size_t>(sectionsInUse());
-  for (std::size_t i = 0; i < count; ++i) runSection(samples, n, i, ramp);
+  if constexpr (std::is_same_v<Sample, double>) {
+    for (std::size_t i = 0; i < count; ++i) flush(state[i]);
+  }
+  const std::int32_t moving = std::min(n, ramp + 1);
+  if (ramp >= 0) {
+    for (std::size_t i = 0; i < count; ++i) runRamp(samples, moving, i, ramp);
+    samples += moving;
+    n -= moving;
+  }
+  // Each section waits for its own last output: two at a time wait together.
+  std::size_t i = 0;
+  for (; i + 2 <= count; i += 2) runPlain<2>(samples, n, i);
+  if (i < count) runPlain<1>(samples, n, i);
 }
 
 template <typename Sample>
-void DF1Cascade::runSection(Sample* samples, std::int32_t n, std::size_t section,
-                            std::int32_t ramp) noexcept {
+void DF1Cascade::runRamp(Sample* samples, std::int32_t n, std::size_t section,
+                         std::int32_t ramp) noexcept {
   State s = state[section];
-  if constexpr (std::is_same_v<Sample, double>) {
-    s = {flushed(s.x1), flushed(s.x2), flushed(s.y1), flushed(s.y2)};
+  const Coefficients goal = load(target[section]);
+  const Coefficients slope = load(step[section]);
+  Coefficients c{};
+  for (std::int32_t i = 0; i < n; ++i) {
+    for (std::size_t k = 0; k < c.size(); ++k) c[k] = goal[k] - (ramp - i) * slope[k];
+    samples[i] = advance(c, s, samples[i]);
   }
-  Coefficients c = load(coefficients[section]);
-  std::int32_t i = 0;
-  if (ramp >= 0) {
-    const Coefficients goal = load(target[section]);
-    const Coefficients slope = load(step[section]);
-    for (const std::int32_t moving = std::min(n, ramp + 1); i < moving; ++i) {
-      for (std::size_t k = 0; k < c.size(); ++k) c[k] = goal[k] - (ramp - i) * slope[k];
-      samples[i] = advance(c, s, samples[i]);
-    }
-    store(coefficients[section], c);
-  }
-  for (; i < n; ++i) samples[i] = advance(c, s, samples[i]);
+  store(coefficients[section], c);
   state[section] = s;
+}
+
+template <std::size_t kTogether, typename Sample>
+void DF1Cascade::runPlain(Sample* samples, std::int32_t n, std::size_t first) noexcept {
+  std::array<State, kTogether> s;
+  std::array<Coefficients, kTogether> c;
+  for (std::size_t k = 0; k < kTogether; ++k) {
+    s[k] = state[first + k];
+    c[k] = load(coefficients[first + k]);
+  }
+  for (std::int32_t i = 0; i < n; ++i) {
+    Sample sample = samples[i];
+    for (std::size_t k = 0; k < kTogether; ++k) sample = advance(c[k], s[k], sample);
+    samples[i] = sample;
+  }
+  for (std::size_t k = 0; k < kTogether; ++k) state[first + k] = s[k];
 }
 
 double DF1Cascade::magnitudeAt(double hz, double* phase) const noexcept {

@@ -49,7 +49,9 @@ class DF1Cascade : public EQ {
   template <typename Sample>
   void runCascade(Sample* samples, std::int32_t n) noexcept;
   template <typename Sample>
-  void runSection(Sample* samples, std::int32_t n, std::size_t section, std::int32_t ramp) noexcept;
+  void runRamp(Sample* samples, std::int32_t n, std::size_t section, std::int32_t ramp) noexcept;
+  template <std::size_t kTogether, typename Sample>
+  void runPlain(Sample* samples, std::int32_t n, std::size_t first) noexcept;
 
   std::array<State, kMaxSections> state{};  // audio thread
   // In force: written by the audio thread at the end of a block of a ramp, read for the next step.

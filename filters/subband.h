@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <cstring>
 
 #include "analysis/fft.h"
 #include "analysis/window_table.h"
@@ -58,14 +57,12 @@ class subband {
  private:
   static constexpr int kDelay = kTaps / 2;
 
-  /// The three filters' rows, compared as bytes.
+  /// The three filters' rows.
   struct Sections {
     AnalogSections high = kFlatSections;
     AnalogSections low = kFlatSections;
     AnalogSections band = kFlatSections;
-    bool operator==(const Sections& other) const noexcept {
-      return std::memcmp(this, &other, sizeof(Sections)) == 0;
-    }
+    bool operator==(const Sections&) const = default;
   };
 
   void configureEdges(int shape, float frequency, float slope, float q, float slope2);

@@ -259,7 +259,7 @@ TEST(AutoGainTest, GivesWayToTheUser) {
 }
 
 TEST(PlugTest, FeedsMetersAndAnalyser) {
-  PlugRig rig({{"kOpTrim", 6}});
+  PlugRig rig({{"kB1State", 0}, {"kOpTrim", 6}});
   Stereo<float> input(480);
   for (std::size_t i = 0; i < 480; ++i) input.channels[0][i] = static_cast<float>(i) / 1000.0F;
   for (float& x : input.channels[1]) x = -0.5F;

@@ -79,6 +79,11 @@ TEST(BLTEQTest, StartsARampOnlyForNewCoefficients) {
   EXPECT_FALSE(filter.isDirty());
   filter.update();
   EXPECT_TRUE(ramps()) << "rows designed for a curve are taken";
+  filter.update();  // bypass there and back counts as a change
+  filter.process(wide.data(), 600);
+  filter.update();
+  filter.process(wide.data(), 401);
+  EXPECT_FALSE(ramps()) << "nor does the same again start it anew";
   filter.setOrder(0);
   filter.update();
   double c[80];
@@ -88,7 +93,11 @@ TEST(BLTEQTest, StartsARampOnlyForNewCoefficients) {
   wide.assign(1001, 0.25);
   filter.process(wide.data(), 1001);
   EXPECT_EQ(wide, std::vector<double>(1001, 0.25));
+  filter.setType(EQ::kOff);
+  filter.update();
+  EXPECT_EQ(filter.getFlat(), 1);
   // 0 Hz: a low-pass is silence, and nothing that is not a number gets into the state.
+  filter.setType(EQ::kLowPass);
   filter.setOrder(2);
   filter.setFrequency(0);
   filter.update();
