@@ -38,7 +38,7 @@ Complex element(const std::vector<Complex>& signal, std::size_t k, int sign) {
 /// All elements of a short transform, some of a long one.
 std::vector<std::size_t> elementsToCheck(std::size_t points) {
   std::vector<std::size_t> chosen;
-  for (std::size_t k = 0; k < points; k += points > 512 ? 61 : 1) chosen.push_back(k);
+  for (std::size_t k = 0; k<points; k += points> 512 ? 61 : 1) chosen.push_back(k);
   return chosen;
 }
 

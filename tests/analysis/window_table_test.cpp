@@ -19,8 +19,8 @@ TEST(WindowTable, IsAPeriodicKaiserWindowOfTheAskedLength) {
     for (std::size_t i = 0; i < data.size(); ++i) {
       const double u = 2.0 * static_cast<double>(i) / n - 1.0;
       // The polynomials are good to 2e-7 of the function.
-      const double exact = std::cyl_bessel_i(0.0, 12.0 * std::sqrt(1.0 - u * u)) /
-                           std::cyl_bessel_i(0.0, 12.0);
+      const double exact =
+          std::cyl_bessel_i(0.0, 12.0 * std::sqrt(1.0 - u * u)) / std::cyl_bessel_i(0.0, 12.0);
       ASSERT_NEAR(data[i] / 2.0, exact, 4e-7) << n << ", " << i;
     }
   }

@@ -12,6 +12,7 @@
 
 namespace {
 
+using namespace std::string_literals;
 using Setting = std::pair<std::string, double>;
 using Settings = std::vector<Setting>;
 
@@ -23,6 +24,7 @@ std::string row(int band, const char* name) { return "kB" + std::to_string(band)
 void addBand(Settings& settings, int band, double frequency, bool dynamicEq) {
   settings.push_back({row(band, "State"), 1});
   settings.push_back({row(band, "Bypass"), 1});
+  settings.push_back({row(band, "Lookahead"), 0});
   settings.push_back({row(band, "Type"), dynamicEq ? 1.0 : 0.0});
   settings.push_back({row(band, "Frequency"), frequency});
 }
@@ -54,8 +56,7 @@ double deviation(const Stereo<Sample>& input, const Stereo<Sample>& output, std:
   double worst = 0.0;
   for (std::size_t c = 0; c < 2; ++c) {
     for (std::size_t i = 0; i < output.channels[c].size(); ++i) {
-      const double wanted =
-          i < latency ? 0.0 : static_cast<double>(input.channels[c][i - latency]);
+      const double wanted = i < latency ? 0.0 : static_cast<double>(input.channels[c][i - latency]);
       worst = std::max(worst, std::abs(static_cast<double>(output.channels[c][i]) - wanted));
     }
   }
@@ -86,14 +87,16 @@ std::vector<Chain> chains() {
     addBand(alone, 1, 1000, true);
     alone.push_back({"kB1SubType", shape});
     alone.push_back({"kB1Lookahead", 10});
-    all.push_back({"shape " + std::to_string(shape) + " alone, looking ahead", alone, 480 + filter});
+    all.push_back(
+        {"shape " + std::to_string(shape) + " alone, looking ahead", alone, 480 + filter});
   }
-  Settings looking = crossoverBands(2, 3);
-  looking.insert(looking.end(), {{"kB2Lookahead", 1}, {"kB3Lookahead", 10}});
+  Settings looking = crossoverBands(1, 3);
+  looking.insert(looking.end(), {{"kB1Lookahead", 1}, {"kB3Lookahead", 10}});
   all.push_back({"crossover bands of different lookahead", looking, 1535 + 480});
+  looking = crossoverBands(2, 3);
   addBand(looking, 1, 300, true);
   addBand(looking, 5, 3000, true);
-  looking.insert(looking.end(), {{"kB1Lookahead", 10}, {"kB5Lookahead", 10}});
+  for (const char* band : {"kB1", "kB3", "kB5"}) looking.push_back({band + "Lookahead"s, 10});
   all.push_back({"everything", looking, 1535 + 480 + 2 * (1024 + 480)});
   return all;
 }
@@ -178,7 +181,7 @@ TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {
 
 TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {
   PlugRig rig;
-  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535) << "the first band, since the start";
+  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 480) << "the first band, from the start";
   const auto told = [&rig] {
     const int before = rig.count(kHostIoChanged, 0);
     rig.plug.onIdle();
@@ -190,9 +193,10 @@ TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {
     double plain;
     int latency;
     int messages;
-  } steps[] = {{"kB1Lookahead", 10, 1535 + 480, 1}, {"kB1Type", 1, 1024 + 480, 1},
-               {"kB1SubType", 7, 480, 1},           {"kB1Frequency", 500, 480, 0},
-               {"kB1Bypass", 1, 480, 0},            {"kB1State", 0, 0, 1}};
+  } steps[] = {{"kB1Lookahead", 0, 1535, 1},  {"kB1Lookahead", 5, 1535 + 240, 1},
+               {"kB1Type", 1, 1024 + 240, 1}, {"kB1SubType", 7, 240, 1},
+               {"kB1Frequency", 500, 240, 0}, {"kB1Bypass", 1, 240, 0},
+               {"kB1State", 0, 0, 1}};
   for (const auto& step : steps) {
     rig.set({{step.identifier, step.plain}});
     EXPECT_EQ(told(), step.messages) << step.identifier;
