@@ -82,10 +82,10 @@ void EQ::design(AnalogSections* out, bool ignoreBypass) const noexcept {
     case kOff:
       made = kFlatSections;
       break;
-    case kHighPass:
-    case kLowPass:
+    case kHpf:
+    case kLpf:
       made = passDesign(subtype, order, q);
-      if (type == kHighPass) filters::mirrorSections(made);
+      if (type == kHpf) filters::mirrorSections(made);
       filters::applyPassGain(made, order, gain);
       break;
     case kLowShelf:
@@ -100,7 +100,7 @@ void EQ::design(AnalogSections* out, bool ignoreBypass) const noexcept {
     case kHighShelf:
       made.rows[0] = filters::highShelf(gain, q, parameterA);
       break;
-    case kBandPass:
+    case kBpf:
       made.rows[0] = filters::bandPass(gain, effectiveQ());
       break;
     case kAllpass:
@@ -114,14 +114,14 @@ void EQ::design(AnalogSections* out, bool ignoreBypass) const noexcept {
 }
 
 float EQ::effectiveQ() const noexcept {
-  if (type != kPeak && type != kBandPass) return q;
+  if (type != kPeak && type != kBpf) return q;
   return static_cast<float>(filters::peakEffectiveQ(gain, q, parameterA));
 }
 
 std::int32_t EQ::capabilityFlags(bool previous) const noexcept {
   const std::int32_t kind = previous ? previousType : type;
   const bool isShelf = kind == kLowShelf || kind == kHighShelf;
-  const bool isPass = kind == kHighPass || kind == kLowPass;
+  const bool isPass = kind == kHpf || kind == kLpf;
   const bool plain = subtype == 0;
   const bool passHasQ = plain || subtype == 3 || (subtype >= 7 && subtype <= 9);
   const bool hasQ = kind == kPeak || kind == kNotch || (isShelf && plain) ||

@@ -15,13 +15,13 @@ class EQ {
  public:
   enum Type : std::int32_t {
     kOff,
-    kHighPass,
+    kHpf,
     kLowShelf,
     kPeak,
     kNotch,
     kHighShelf,
-    kLowPass,
-    kBandPass,
+    kLpf,
+    kBpf,
     kAllpass
   };
   enum Capability : std::int32_t {

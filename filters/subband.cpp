@@ -71,10 +71,10 @@ void subband::configureEdges(int shape, float frequency, float slope, float q, f
     high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
     low = {true, std::min(centre * ratio, sampleRate / 2.0), slope};
   }
-  setEdge(highPass, EQ::kHighPass, prototype, high);
-  setEdge(lowPass, EQ::kLowPass, prototype, low);
+  setEdge(highPass, EQ::kHpf, prototype, high);
+  setEdge(lowPass, EQ::kLpf, prototype, low);
   bandPass.setBypass(shape == kBandPassEE ? 0 : 1);
-  bandPass.setType(EQ::kBandPass);
+  bandPass.setType(EQ::kBpf);
   if (shape != kBandPassEE) return;
   bandPass.setFrequency(frequency);
   bandPass.setQ(q);

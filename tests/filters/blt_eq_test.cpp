@@ -14,13 +14,13 @@ TEST(BLTEQTest, IsItsAnalogCurveOnTheWarpedAxis) {
     int type, subtype, order;
     float hz, db, q, rate;
   } cases[] = {
-      {EQ::kLowPass, 0, 4, 1000, 0, 0.9F, 44100}, {EQ::kLowPass, 1, 5, 3000, 6, 1, 48000},
-      {EQ::kLowPass, 2, 7, 9000, 0, 1, 48000},    {EQ::kHighPass, 0, 16, 8000, 0, 0.71F, 96000},
-      {EQ::kHighPass, 2, 1, 500, -6, 1, 48000},   {EQ::kLowPass, 2, 3, 23000, 0, 1, 44100},
+      {EQ::kLpf, 0, 4, 1000, 0, 0.9F, 44100},     {EQ::kLpf, 1, 5, 3000, 6, 1, 48000},
+      {EQ::kLpf, 2, 7, 9000, 0, 1, 48000},        {EQ::kHpf, 0, 16, 8000, 0, 0.71F, 96000},
+      {EQ::kHpf, 2, 1, 500, -6, 1, 48000},        {EQ::kLpf, 2, 3, 23000, 0, 1, 44100},
       {EQ::kLowShelf, 0, 2, 300, 9, 1.2F, 44100}, {EQ::kHighShelf, 0, 2, 8000, -9, 0.6F, 44100},
       {EQ::kPeak, 0, 2, 2000, 12, 4, 44100},      {EQ::kPeak, 0, 2, 30000, 12, 1, 44100},
-      {EQ::kBandPass, 0, 2, 700, -3, 2, 192000},  {EQ::kNotch, 0, 2, 50, 0, 8, 48000},
-      {EQ::kAllpass, 0, 2, 5000, 0, 1, 48000},    {EQ::kLowPass, 0, 0, 100, 0, 1, 48000}};
+      {EQ::kBpf, 0, 2, 700, -3, 2, 192000},       {EQ::kNotch, 0, 2, 50, 0, 8, 48000},
+      {EQ::kAllpass, 0, 2, 5000, 0, 1, 48000},    {EQ::kLpf, 0, 0, 100, 0, 1, 48000}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "type " << c.type << " order " << c.order << " at " << c.hz);
     BLTEQ filter;
@@ -54,7 +54,7 @@ TEST(BLTEQTest, IsItsAnalogCurveOnTheWarpedAxis) {
 TEST(BLTEQTest, StartsARampOnlyForNewCoefficients) {
   BLTEQ filter;
   filter.setBypass(0);
-  filter.setType(EQ::kLowPass);
+  filter.setType(EQ::kLpf);
   filter.setOrder(4);
   filter.update();
   std::vector<double> wide(1001, 0.0);
@@ -97,7 +97,7 @@ TEST(BLTEQTest, StartsARampOnlyForNewCoefficients) {
   filter.update();
   EXPECT_EQ(filter.getFlat(), 1);
   // 0 Hz: a low-pass is silence, and nothing that is not a number gets into the state.
-  filter.setType(EQ::kLowPass);
+  filter.setType(EQ::kLpf);
   filter.setOrder(2);
   filter.setFrequency(0);
   filter.update();

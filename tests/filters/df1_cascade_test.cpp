@@ -197,7 +197,7 @@ TEST(DF1CascadeTest, BypassRunsItsRampOutAndThenPasses) {
   for (const bool difference : {false, true}) {
     BLTEQ filter;
     filter.setDifferenceMode(difference);
-    filter.setType(EQ::kHighPass);
+    filter.setType(EQ::kHpf);
     filter.setOrder(1);
     filter.setBypass(0);
     filter.update();
@@ -271,7 +271,7 @@ TEST(DF1CascadeTest, ResponseOnAPoleOfTheUnitCircle) {
 
 TEST(DF1CascadeTest, RunsBesideUpdatesOfAnotherThreadWithoutHeapOrLock) {
   const auto set = [](BLTEQ& filter, int i) {
-    filter.setType(EQ::kHighPass);
+    filter.setType(EQ::kHpf);
     filter.setSubtype(2);
     filter.setBypass(i % 5 == 0);
     filter.setOrder(i % 17);

@@ -62,8 +62,8 @@ TEST(EQTest, PassFiltersMeetTheirClosedForms) {
         SCOPED_TRACE(testing::Message() << shape << " order " << asked << " at " << db);
         const int order = std::clamp(asked, 0, 32);
         const double q = shape == 6 ? 0.6 : 1.5;
-        const Designed low(EQ::kLowPass, db, static_cast<float>(q), 0.5F, shape, asked);
-        const Designed high(EQ::kHighPass, db, static_cast<float>(q), 0.5F, shape, asked);
+        const Designed low(EQ::kLpf, db, static_cast<float>(q), 0.5F, shape, asked);
+        const Designed high(EQ::kHpf, db, static_cast<float>(q), 0.5F, shape, asked);
         ASSERT_EQ(low.activeSections().count, (order + 1) / 2);
         const double height = order == 0 ? 1.0 : std::pow(10.0, db / 20.0);
         for (const double x : kRatios) {
@@ -81,7 +81,7 @@ TEST(EQTest, PassFiltersMeetTheirClosedForms) {
     }
   }
   // -3.01 dB at the corner at every order of the Butterworth shape, whatever Q.
-  EXPECT_NEAR(decibels(Designed(EQ::kHighPass, 0, 9, 0, 2, 5).at(1.0)), -3.0102999566, 1e-9);
+  EXPECT_NEAR(decibels(Designed(EQ::kHpf, 0, 9, 0, 2, 5).at(1.0)), -3.0102999566, 1e-9);
 }
 
 TEST(EQTest, ShelvesReachTheirGainAndTheirShape) {
@@ -122,7 +122,7 @@ TEST(EQTest, PeaksNotchAndAllpassMeetTheirClosedForms) {
     for (const float percent : {0.0F, 0.5F, 40.0F}) {
       SCOPED_TRACE(testing::Message() << db << " dB, " << percent << " %");
       const Designed peak(EQ::kPeak, db, 2.5F, percent);
-      const Designed band(EQ::kBandPass, db, 2.5F, percent);
+      const Designed band(EQ::kBpf, db, 2.5F, percent);
       EXPECT_NEAR(decibels(peak.at(1)), db, 1e-9);
       EXPECT_NEAR(peak.at(0), 1.0, 1e-12);
       EXPECT_NEAR(peak.at(1e8), 1.0, 1e-12);
@@ -151,7 +151,7 @@ TEST(EQTest, PeaksNotchAndAllpassMeetTheirClosedForms) {
 }
 
 TEST(EQTest, BypassFlatAndUnknownTypes) {
-  Designed filter(EQ::kLowPass, 0, 1, 0.5F, 2, 5);
+  Designed filter(EQ::kLpf, 0, 1, 0.5F, 2, 5);
   AnalogSections rows;
   rows.rows.fill({5, 5, 5, 5, 5, 5});
   filter.design(&rows, false);

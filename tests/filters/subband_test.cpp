@@ -77,11 +77,12 @@ double butterworth(double ratio, int order) {
 
 // Stacks of equal sections whose corner is kept where one section has it.
 double stacked(double ratio, int order) {
-  const double w4 =
-      std::pow(2.0 * (order / 2) / (std::sqrt(order % 2 + 4.0 * (order / 2)) - order % 2), 2);
-  const double section = 1 / std::sqrt(1 + std::pow(ratio, 4) / w4);
-  const double single = 1 / std::sqrt(1 + ratio * ratio / std::sqrt(w4));
-  return std::pow(section, order / 2) * (order % 2 == 1 ? single : 1.0);
+  const int pairs = order / 2;
+  const int odd = order % 2;
+  const double w2 = 2.0 * pairs / (std::sqrt(odd + 4.0 * pairs) - odd);
+  const double section = 1 / std::sqrt(1 + std::pow(ratio, 4) / (w2 * w2));
+  const double single = 1 / std::sqrt(1 + ratio * ratio / w2);
+  return std::pow(section, pairs) * (odd == 1 ? single : 1.0);
 }
 
 TEST(Subband, LiftsTheAnalogMagnitudeOutInLinearPhase) {
