@@ -1,6 +1,7 @@
 #include "analysis/vector_kernels.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 
 #include "analysis/vector_kernels_sets.h"
@@ -29,9 +30,18 @@ const Available& available() noexcept {
   return kAvailable;
 }
 
+std::atomic<const VectorKernels*>& inUse() noexcept {
+  static std::atomic<const VectorKernels*> kernels{available().sets[available().count - 1]};
+  return kernels;
+}
+
 }  // namespace
 
-const VectorKernels& vectorKernels() noexcept { return *available().sets[available().count - 1]; }
+const VectorKernels& vectorKernels() noexcept { return *inUse().load(std::memory_order_relaxed); }
+
+void useVectorKernels(const VectorKernels& kernels) noexcept {
+  inUse().store(&kernels, std::memory_order_relaxed);
+}
 
 std::span<const VectorKernels* const> allVectorKernels() noexcept {
   return {available().sets.data(), available().count};

@@ -50,7 +50,9 @@ struct VectorKernels {
               int count) noexcept;
 };
 
-/// The widest kernels that this processor has.
+/// The kernels in use: the widest that this processor has, unless told otherwise.
 [[nodiscard]] const VectorKernels& vectorKernels() noexcept;
 /// All that this processor has, the portable ones first.
 [[nodiscard]] std::span<const VectorKernels* const> allVectorKernels() noexcept;
+/// Puts others of `allVectorKernels` in use, to compare them: while nothing processes.
+void useVectorKernels(const VectorKernels& kernels) noexcept;

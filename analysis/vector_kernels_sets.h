@@ -2,7 +2,8 @@
 
 #include "analysis/vector_kernels.h"
 
-// The tables that exist in this build; `vectorKernels` picks one that the processor can run.
+// The tables of this build; `vectorKernels` picks one that the processor can run.
 extern const VectorKernels kPortableKernels;
+// On x86-64 alone.
 extern const VectorKernels kAvx2Kernels;
 extern const VectorKernels kAvx512Kernels;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/vector_kernels.h"
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -150,6 +151,23 @@ TEST(ChainTest, MonoRunsTheSameBands) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     ASSERT_NEAR(samples[i], wanted.channels[0][i], 1e-14) << i;
   }
+}
+
+TEST(ChainTest, EveryInstructionSetGivesTheSameToRounding) {
+  Settings settings = crossoverBands(2, 7);
+  addBand(settings, 1, 1000, true);
+  settings.insert(settings.end(), {{"kB1Solo", 1}, {"kB3Solo", 1}, {"kB6Solo", 1}});
+  std::vector<Stereo<double>> outputs;
+  const VectorKernels& usual = vectorKernels();
+  for (const VectorKernels* kernels : allVectorKernels()) {
+    useVectorKernels(*kernels);
+    PlugRig rig;
+    setAll(rig, settings);
+    rig.plug.resume();
+    outputs.push_back(render(rig.plug, noise<double>(9000), 64));
+    EXPECT_LT(deviation(outputs.front(), outputs.back(), 0), 3 * kMinus280Db) << kernels->name;
+  }
+  useVectorKernels(usual);
 }
 
 TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {

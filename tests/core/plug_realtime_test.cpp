@@ -89,7 +89,12 @@ TEST(PlugRealtimeTest, AThousandBlocksNeedNoSystemCall) {
   std::unique_ptr<Call<float>> call;
   const SeccompEnd end = runUnderSeccomp(
       [&] {
-        rig = std::make_unique<PlugRig>();
+        rig = std::make_unique<PlugRig>(PlugRig::Settings{{"kB1Type", 1},
+                                                          {"kB2State", 1},
+                                                          {"kB2Frequency", 100},
+                                                          {"kB3State", 1},
+                                                          {"kB4State", 1},
+                                                          {"kB4Type", 1}});
         call = std::make_unique<Call<float>>();
         (*call)(rig->plug, 64);
       },
@@ -121,7 +126,16 @@ TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
       rig.plug.deleteBand((turn + 3) % kNumBands);
       double seen = rig.plug.getOutputPeak(0);
       for (int selector = 0; selector < 8; ++selector) seen += rig.plug.getGainReduction(selector);
-      for (int band = 0; band < kNumBands; ++band) seen += rig.plug.getBandGraphGain(band);
+      const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(turn),
+                                                9000.0F};
+      std::array<float, 3> curve{};
+      for (int band = 0; band < kNumBands; ++band) {
+        seen += rig.plug.getBandGraphGain(band);
+        rig.plug.getEngine().bandCurve(band, frequencies.data(), 3, curve.data());
+        seen += static_cast<double>(curve[1]);
+        rig.plug.getEngine().crossoverCurve(band, frequencies.data(), 3, curve.data());
+        seen += static_cast<double>(curve[1]);
+      }
       rig.plug.analyserFeed().copyLatest({trace(0), trace(1), trace(2), trace(3)});
       rig.plug.setBlockSize(64 + turn % 8 * 1024);
       EXPECT_TRUE(std::isfinite(seen));
@@ -138,6 +152,40 @@ TEST(PlugRealtimeTest, AudioParametersIdleAndReadersRunSideBySide) {
   BandLayout::List all = layout.orderList;
   std::sort(all.begin(), all.end());
   EXPECT_EQ(all, (BandLayout::List{0, 1, 2, 3, 4, 5, 6, 7}));
+}
+
+// Filters and splits are designed anew without a pause while audio runs: every sample of the output
+// is still the delayed input.
+TEST(PlugRealtimeTest, KernelsComeFromAnotherThreadAtFullSpeed) {
+  PlugRig rig({{"kB1Type", 1}, {"kB2Type", 1}, {"kB2State", 1}, {"kB3State", 1}, {"kB4State", 1}});
+  rig.set({{"kB3Frequency", 200}, {"kB4Frequency", 2000}, {"kB5State", 1}, {"kB5Type", 1}});
+  for (int band = 0; band < 5; ++band) rig.set(bandParameterId(band, kB1Bypass), 1);
+  rig.plug.resume();
+  rig.plug.onIdle();
+  const auto latency = static_cast<std::size_t>(rig.plug.getAeffect()->initialDelay);
+  std::atomic<bool> done{false};
+  std::atomic<int> designs{0};
+  std::thread control([&] {
+    constexpr std::array<int, 3> kRows = {kB1Slope, kB1Q, kB1Slope2};
+    for (int step = 0; !done; ++step) {
+      const int row = kRows[static_cast<std::size_t>(step % 3)];
+      rig.plug.setParameter(bandParameterId(step % 5, row),
+                            0.1F + static_cast<float>(step * 61 % 101) * 0.008F);
+      ++designs;
+    }
+  });
+  const auto input = noise<double>(48000);
+  Stereo<double> output(input.frames());
+  while (designs == 0) std::this_thread::yield();
+  output = render(rig.plug, input, 64);
+  done = true;
+  control.join();
+  EXPECT_GT(designs, 20);
+  for (std::size_t c = 0; c < 2; ++c) {
+    for (std::size_t i = latency; i < output.channels[c].size(); ++i) {
+      ASSERT_NEAR(output.channels[c][i], input.channels[c][i - latency], 5e-14) << i;
+    }
+  }
 }
 
 // A band operation is not undone by a parameter that comes from another thread at that moment.
