@@ -113,6 +113,7 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
   if (usable >= 1 && side[0] == nullptr) usable = 0;
   for (int c = 0; c < usable; ++c) {
     std::copy_n(side[c], frames, buffers->ext[static_cast<std::size_t>(c)]);
+    sidechainHeard = true;
   }
 }
 
@@ -187,7 +188,7 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
   }
   const int filterDelay = subbands[static_cast<std::size_t>(band)].filter(
       lifted.data(), buffers->rest.data(), block.frames, block.channels);
-  delayPair(buffers->ext, DelayRings::kExtBefore, band, block, filterDelay);
+  delaySidechain(DelayRings::kExtBefore, band, block, filterDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
   const int bandDelay = processBand(band, block, lifted, kDynamicEq);
@@ -198,7 +199,7 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
     const double* const in = lifted[channel];
     for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
   }
-  delayPair(buffers->ext, DelayRings::kExtAfter, band, block, bandDelay);
+  delaySidechain(DelayRings::kExtAfter, band, block, bandDelay);
   delayPair(buffers->dry, DelayRings::kDryAfter, band, block, bandDelay);
 }
 
@@ -216,7 +217,7 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   // The crossover as a whole delays through the rings of its first band.
   const int first = listed[0].band;
   const int splitDelay = crossover.latency();
-  delayPair(buffers->ext, DelayRings::kExtBefore, first, block, splitDelay);
+  delaySidechain(DelayRings::kExtBefore, first, block, splitDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, first, block, splitDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, first, block, splitDelay);
   for (int place = 0; place < length; ++place) {
@@ -233,7 +234,7 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
       for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * band[i];
     }
   }
-  delayPair(buffers->ext, DelayRings::kExtAfter, first, block, block.xoverMaxLookahead);
+  delaySidechain(DelayRings::kExtAfter, first, block, block.xoverMaxLookahead);
   delayPair(buffers->dry, DelayRings::kDryAfter, first, block, block.xoverMaxLookahead);
 }
 
@@ -248,6 +249,12 @@ void compressor::splitIntoBands(int length, const Block& block) noexcept {
       std::copy_n(buffers->band[channel][place], block.frames, buffers->bandCopy[channel][place]);
     }
   }
+}
+
+void compressor::delaySidechain(DelayRings::Ring ring, int band, const Block& block,
+                                int samples) noexcept {
+  // Without a sidechain there is silence in the buffers and in all their rings.
+  if (sidechainHeard) delayPair(buffers->ext, ring, band, block, samples);
 }
 
 void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band,

@@ -67,6 +67,7 @@ void compressor::resetEngine() noexcept {
   meters.resetReaders();
   for (BandMeters& meter : bandMeters) meter.reset();
   delays.clear();
+  sidechainHeard = false;
   crossover.reset();
   for (int band = 0; band < kBands; ++band) resetFilter(band);
 }

@@ -148,6 +148,7 @@ class compressor {
                   int alignTo) noexcept;
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
                  int samples) noexcept;
+  void delaySidechain(DelayRings::Ring ring, int band, const Block& block, int samples) noexcept;
   [[nodiscard]] int lookahead(int band) const noexcept;
   void storeMeters(const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
@@ -182,5 +183,6 @@ class compressor {
   std::atomic<bool> autolistenPassband{false};
   std::atomic<double> meterDecay;
 
+  bool sidechainHeard = false;   // audio thread: one has come in since the last reset
   std::uint32_t activeMask = 0;  // audio thread: the bands in the last block's chain
 };

@@ -6,6 +6,9 @@
 namespace {
 
 constexpr int kMask = DelayRings::kSize - 1;
+// Rings stand further apart than their size, or all would share the few cache sets of their common
+// position: by what a ring has in use at a time, a filter's delay and a block.
+constexpr int kStride = DelayRings::kSize + 1024 + 72;
 
 void writeRing(double* ring, int position, const double* from, int count) noexcept {
   const int toEnd = std::min(count, DelayRings::kSize - position);
@@ -21,11 +24,11 @@ void readRing(const double* ring, int position, double* to, int count) noexcept 
 
 }  // namespace
 
-DelayRings::DelayRings() : memory(static_cast<std::size_t>(kRings) * kBands * kSize) {}
+DelayRings::DelayRings() : memory(static_cast<std::size_t>(kRings) * kBands * kStride) {}
 
 double* DelayRings::slice(int ring, int band) noexcept {
   assert(ring >= 0 && ring < kRings && band >= 0 && band < kBands);
-  return memory.data() + static_cast<std::size_t>(ring * kBands + band) * kSize;
+  return memory.data() + static_cast<std::size_t>(ring * kBands + band) * kStride;
 }
 
 void DelayRings::delayLine(double* buffer, int ring, int band, int frames, int delay) noexcept {
