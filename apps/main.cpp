@@ -3,6 +3,7 @@
 #include <iostream>
 #include <string>
 
+#include "apps/curve_command.h"
 #include "apps/failure.h"
 #include "apps/messages.h"
 #include "apps/render_command.h"
@@ -35,6 +36,7 @@ int runCommand(int argc, char** argv) {
   ParamsCommand params(program);
   FormatCommand format(program);
   LatencyCommand latency(program);
+  CurveCommand curve(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& answered) {  // --help, --version
@@ -46,7 +48,9 @@ int runCommand(int argc, char** argv) {
   if (params.chosen()) return params.run();
   if (format.chosen()) return format.run();
   if (latency.chosen()) return latency.run();
-  throw WrongArguments("a command is missing: render, params, format or latency (see --help)");
+  if (curve.chosen()) return curve.run();
+  throw WrongArguments(
+      "a command is missing: render, params, format, latency or curve (see --help)");
 }
 
 int runAndReport(int argc, char** argv) {

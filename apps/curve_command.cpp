@@ -1,0 +1,225 @@
+#include "apps/curve_command.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <iostream>
+#include <new>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "apps/effect_runner.h"
+#include "apps/failure.h"
+#include "apps/impulse_response.h"
+#include "apps/loudness.h"
+#include "apps/messages.h"
+#include "apps/report.h"
+#include "apps/text.h"
+#include "dynamics/band_layout.h"
+#include "state/json_document.h"
+
+namespace {
+
+constexpr double kLowestHz = 10.0;
+constexpr double kHighestHz = 24000.0;
+constexpr int kMostPoints = 16384;
+
+std::vector<float> curveFrequencies(int points, double highest) {
+  std::vector<float> frequencies;
+  for (int i = 0; i < points; ++i) {
+    const double share = static_cast<double>(i) / (points - 1);
+    const double hertz = kLowestHz * std::pow(kHighestHz / kLowestHz, share);
+    if (hertz <= highest) frequencies.push_back(static_cast<float>(hertz));
+  }
+  return frequencies;
+}
+
+bool isOn(const Plug& plug, int band, int row) {
+  return plug.getPlainValue(bandParameterId(band, row)) != 0.0F;
+}
+
+/// The `kBandOrder` that takes every band that is on into the chain, dynamic EQ bands last; none
+/// where crossover bands share a frequency.
+std::optional<double> fittingOrder(const Plug& plug) {
+  BandLayout layout;
+  layout.moveBand(0, kOffList, 0.0);
+  for (int band = 0; band < kNumBands; ++band) {
+    if (!isOn(plug, band, kB1State)) continue;
+    const float hertz = plug.getPlainValue(bandParameterId(band, kB1Frequency));
+    layout.moveBand(band, isOn(plug, band, kB1Type) ? kPostList : kXoverList,
+                    static_cast<double>(hertz));
+  }
+  const double order = layout.bandOrderValue();
+  return layout.applyBandOrder(order) ? std::optional(order) : std::nullopt;
+}
+
+/// Throws `Failure` for a band that the signal does not run through as its settings say.
+void checkInChain(Plug& plug, int band) {
+  const std::string number = std::to_string(band + 1);
+  if (!isOn(plug, band, kB1State)) {
+    throw Failure("band " + number + " is off: turn it on with --set kB" + number + "State=1");
+  }
+  BandLayout& layout = plug.getEngine().layout;
+  const BandLayout::List off = layout.copyOf(layout.off);
+  const bool isListed = std::find(off.begin(), off.end(), band) == off.end();
+  const bool isCrossover = layout.crossoverIndex(band) >= 0;
+  if (isListed && isCrossover != isOn(plug, band, kB1Type)) return;
+  const auto order = fittingOrder(plug);
+  throw Failure("band " + number + " is on, but the chain is not as set: " +
+                (order ? "it needs --set kBandOrder=" + shortestText(static_cast<float>(*order))
+                       : "two crossover bands have the same frequency"));
+}
+
+std::vector<double> drawnMagnitudes(Plug& plug, int band, std::span<const float> frequencies) {
+  std::vector<float> magnitudes(frequencies.size());
+  compressor& engine = plug.getEngine();
+  const auto count = static_cast<int>(frequencies.size());
+  const int place = engine.layout.crossoverIndex(band);
+  if (place >= 0) {
+    engine.crossoverCurve(place, frequencies.data(), count, magnitudes.data());
+  } else {
+    engine.bandCurve(band, frequencies.data(), count, magnitudes.data());
+  }
+  return {magnitudes.begin(), magnitudes.end()};
+}
+
+std::vector<double> measuredMagnitudes(std::span<const double> response, double rate,
+                                       std::span<const float> frequencies) {
+  std::vector<double> magnitudes;
+  magnitudes.reserve(frequencies.size());
+  for (const float hertz : frequencies) {
+    magnitudes.push_back(responseMagnitude(response, static_cast<double>(hertz) / rate));
+  }
+  return magnitudes;
+}
+
+CurveCommand::Curve curveOf(std::span<const float> frequencies,
+                            std::span<const double> magnitudes) {
+  CurveCommand::Curve curve;
+  curve.reserve(frequencies.size());
+  for (std::size_t i = 0; i < frequencies.size(); ++i) {
+    curve.push_back({frequencies[i], 20.0 * std::log10(magnitudes[i])});
+  }
+  return curve;
+}
+
+std::string levelText(double level) {
+  // + 0 takes the sign off a zero.
+  return shortestText(static_cast<float>(level) + 0.0F);
+}
+
+void printCurve(const CurveCommand::Curve& curve) {
+  std::string text = "frequency,dB\n";
+  for (const CurveCommand::Point& point : curve) {
+    text += shortestText(point.frequency) + "," + levelText(point.level) + "\n";
+  }
+  std::cout << text;
+}
+
+void printImpulse(std::span<const double> response) {
+  std::string text = "sample,value\n";
+  for (std::size_t i = 0; i < response.size(); ++i) {
+    text += std::to_string(i) + "," + shortestText(response[i] + 0.0) + "\n";
+  }
+  std::cout << text;
+}
+
+void add(const JsonTree& object, const char* key, JsonNode* item) {
+  if (item == nullptr) throw std::bad_alloc();
+  jsonAddItemToObjectConstKey(object.get(), key, item);
+}
+
+/// The number that a text tells; null for an infinity.
+JsonNode* numberJson(const std::string& text) {
+  const auto number = finiteNumber(text);
+  return number ? jsonCreateNumber(*number) : jsonParse("null");
+}
+
+JsonTree curveJson(const CurveCommand::Curve& curve) {
+  JsonTree list(jsonCreateArray());
+  for (const CurveCommand::Point& point : curve) {
+    JsonTree entry(jsonCreateObject());
+    add(entry, "frequency", numberJson(shortestText(point.frequency)));
+    add(entry, "dB", numberJson(levelText(point.level)));
+    jsonAddItemToArray(list.get(), entry.release());
+  }
+  return list;
+}
+
+}  // namespace
+
+CurveCommand::CurveCommand(CLI::App& program)
+    : app(*program.add_subcommand("curve", "Print the frequency response of a band")),
+      settings(app) {
+  app.footer(
+      "Examples:\n"
+      "  corvanthelis curve --band 1 --set kB2State=1 --set kB2Frequency=4000\n"
+      "  corvanthelis curve --band 2 --set kB2State=1 --set kB2Type=1 --set kB2SubType=3\n"
+      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --rate 96000 --points 2000\n"
+      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse");
+  app.add_option("--band", band, "The band, 1 to 8")
+      ->required()
+      ->type_name("N")
+      ->check(CLI::Range(1, kNumBands).description(""));
+  app.add_option("--points", points, "Frequencies from 10 to 24000 Hz")
+      ->capture_default_str()
+      ->type_name("N")
+      ->check(CLI::Range(2, kMostPoints).description(""));
+  app.add_option("--rate", rate, "Sample rate")->capture_default_str()->type_name("HZ");
+  CLI::Option* const asJson = app.add_flag("--json", json, "Print the curve as JSON");
+  CLI::Option* const fromAudio = app.add_flag(
+      "--measured", measured, "Run an impulse through the effect with the band soloed");
+  app.add_flag("--impulse", impulse, "Print what comes out for the impulse, not its spectrum")
+      ->needs(fromAudio)
+      ->excludes(asJson);
+}
+
+void CurveCommand::checkRate() const {
+  const bool inRange = rate >= Loudness::kLowestRate && rate <= Loudness::kHighestRate;
+  if (inRange && std::trunc(rate) == rate) return;
+  throw WrongArguments("--rate: a whole number from " + std::to_string(Loudness::kLowestRate) +
+                       " to " + std::to_string(Loudness::kHighestRate) + " Hz");
+}
+
+int CurveCommand::run() const {
+  checkRate();
+  std::vector<std::string> warnings;
+  const std::vector<Setting> wanted = settings.parse(warnings);
+  HostedPlug plug(false);
+  plug.setSampleRate(static_cast<float>(rate));
+  applySettings(plug, wanted);
+  plug.resume();
+  const int index = band - 1;
+  checkInChain(plug, index);
+  for (const std::string& warning : warnings) printWarning(warning);
+
+  if (!measured) {
+    const std::vector<float> frequencies = curveFrequencies(points, kHighestHz);
+    print(plug, curveOf(frequencies, drawnMagnitudes(plug, index, frequencies)));
+    return kDone;
+  }
+  const std::vector<double> response = soloedImpulseResponse(wanted, index, static_cast<int>(rate));
+  if (impulse) {
+    printImpulse(response);
+    return kDone;
+  }
+  const std::vector<float> frequencies = curveFrequencies(points, rate / 2.0);
+  print(plug, curveOf(frequencies, measuredMagnitudes(response, rate, frequencies)));
+  return kDone;
+}
+
+void CurveCommand::print(Plug& plug, const Curve& curve) const {
+  if (!json) {
+    printCurve(curve);
+    return;
+  }
+  const bool isCrossover = plug.getEngine().layout.crossoverIndex(band - 1) >= 0;
+  JsonTree object(jsonCreateObject());
+  add(object, "band", jsonCreateNumber(band));
+  add(object, "kind", jsonCreateString(isCrossover ? "crossover" : "dynamic EQ"));
+  add(object, "rate", jsonCreateNumber(rate));
+  add(object, "measured", jsonParse(measured ? "true" : "false"));
+  add(object, "points", curveJson(curve).release());
+  printJson(object.get());
+}
