@@ -79,10 +79,10 @@ void Plug::resume() {
   {
     const PlugBaseMutex::Scope lock(updateLock);
     takePreferences();  // the meters' times depend on the rate
+    engine.setSampleRate(getSampleRate());
   }
   analyser.reset();
   outputPeak.reset();
-  engine.setSampleRate(getSampleRate());
   engine.resetEngine();
   PlugBaseJSON::resume();
   checkProcessLevel();

@@ -28,8 +28,7 @@ void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCou
 }
 
 void Crossover_WithLatency::reset() noexcept {
-  input.clear();
-  spectra.clear();
+  for (PlanarArrays* const past : {&input, &carried, &tails}) past->clear();
   for (Lines& block : lines) {
     block.samples.clear();
     block.count = 0;
@@ -97,23 +96,45 @@ void Crossover_WithLatency::endOfSpan() noexcept {
 
 void Crossover_WithLatency::transformInput() noexcept {
   exchange.take();
-  lines[at(out ^ 1)].count = exchange.active().lines;
-  newest ^= 1;
-  constexpr int kStart = kDelay + 1 - 2 * kBlock;
-  fft.forward({input[0].re + kStart, input[0].im + kStart}, spectra[newest], work[2]);
+  const int count = exchange.active().lines;
+  for (int band = lines[at(out)].count; band < count; ++band) forgetBand(band);
+  lines[at(out ^ 1)].count = count;
+  constexpr int kStart = kDelay + 1 - kBlock;
+  const PlanarSpan padded = work[0];
+  std::copy_n(input[0].re + kStart, kBlock, padded.re);
+  std::copy_n(input[0].im + kStart, kBlock, padded.im);
+  std::fill_n(padded.re + kBlock, kBlock, 0.0);
+  std::fill_n(padded.im + kBlock, kBlock, 0.0);
+  fft.forward(padded, spectrum[0], work[2]);
+}
+
+void Crossover_WithLatency::forgetBand(int band) noexcept {
+  for (double* const part : {carried[band].re, carried[band].im})
+    std::fill_n(part, 2 * kBlock, 0.0);
+  for (double* const part : {tails[band].re, tails[band].im}) std::fill_n(part, kBlock, 0.0);
 }
 
 void Crossover_WithLatency::transformBand(int band) noexcept {
-  // Overlap-save: of two blocks in, the second comes out whole.
-  const std::array<ConstPlanarSpan, kPartitions> x = {spectra[newest], spectra[newest ^ 1]};
+  // Overlap-add, and not overlap-save: a block of the input stays with the kernels it met first.
+  const ConstPlanarSpan x = spectrum[0];
   const PlanarArrays& kernels = exchange.active().spectra;
-  const std::array<ConstPlanarSpan, kPartitions> h = {kernels[band * kPartitions],
-                                                      kernels[band * kPartitions + 1]};
-  vectorKernels().multiplySpectra(x.data(), h.data(), kPartitions, work[0], 2 * kBlock);
+  const ConstPlanarSpan near = kernels[band * kPartitions];
+  const ConstPlanarSpan far = kernels[band * kPartitions + 1];
+  vectorKernels().multiplySpectra(&x, &near, 1, work[0], 2 * kBlock);
+  const auto add = [](const double* from, double* to, int count) {
+    for (int i = 0; i < count; ++i) to[i] += from[i];
+  };
+  add(carried[band].re, work[0].re, 2 * kBlock);
+  add(carried[band].im, work[0].im, 2 * kBlock);
+  vectorKernels().multiplySpectra(&x, &far, 1, carried[band], 2 * kBlock);
   fft.backward(work[0], work[1], work[2]);
   const PlanarSpan line = lines[at(out ^ 1)].samples[band];
-  std::copy_n(work[1].re + kBlock, kBlock, line.re);
-  std::copy_n(work[1].im + kBlock, kBlock, line.im);
+  for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
+    const double* const whole = work[1].*part;
+    std::copy_n(whole, kBlock, line.*part);
+    add(tails[band].*part, line.*part, kBlock);
+    std::copy_n(whole + kBlock, kBlock, tails[band].*part);
+  }
 }
 
 void Crossover_WithLatency::endOfBlock() noexcept {

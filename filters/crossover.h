@@ -57,9 +57,10 @@ class Crossover final : public CrossoverEngine {
 /// others, which is what its kernel is, so that all add up to the delayed input whatever the
 /// kernels do.
 ///
-/// New kernels, and a new number of bands, take effect for the first block that is begun with them.
-/// When the caller's number of bands is not that of the block coming out, the topmost band both
-/// know holds all that is above it.
+/// New kernels, and a new number of bands, take effect for the first block taken in with them; what
+/// came before rings out through the old ones, so that no band jumps when a split moves. When the
+/// caller's number of bands is not that of the block coming out, the topmost band both know holds
+/// all that is above it.
 class Crossover_WithLatency final
     : public CrossoverEngine {  // NOLINT(readability-identifier-naming)
  public:
@@ -95,6 +96,7 @@ class Crossover_WithLatency final
   void endOfSpan() noexcept;
   void transformInput() noexcept;
   void transformBand(int band) noexcept;
+  void forgetBand(int band) noexcept;
   void endOfBlock() noexcept;
 
   KernelExchange<KernelSet> exchange;
@@ -102,10 +104,11 @@ class Crossover_WithLatency final
   PlanarArrays loading{3, 2 * kBlock};  // control side
   // The last `kDelay` samples, then those of the present block.
   PlanarArrays input{1, kDelay + kBlock};
-  PlanarArrays spectra{kPartitions, 2 * kBlock};  // of the last blocks, in turn
+  PlanarArrays spectrum{1, 2 * kBlock};      // of the block being worked on
+  PlanarArrays carried{kLines, 2 * kBlock};  // spectra: its part, per band, in the next block's
+  PlanarArrays tails{kLines, kBlock};        // what of a band's last block rings on
   PlanarArrays work{3, 2 * kBlock};
   std::array<Lines, 2> lines;  // coming out, being worked on
-  int newest = 0;              // of `spectra`
   int out = 0;                 // of `lines`
   int position = 0;            // in the block coming out
 };

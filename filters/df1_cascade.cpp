@@ -81,28 +81,48 @@ void DF1Cascade::resetCoefficients(bool immediate) noexcept {
     setCoefficients(unity.data(), sectionsInUse());
     return;
   }
+  takeCoefficients();
   for (std::size_t i = 0; i < kMaxSections; ++i) {
     store(coefficients[i], kUnity);
     store(target[i], kUnity);
-    store(step[i], {});
   }
-  rampRemaining.store(-1, std::memory_order_release);
+  goal.fill(kUnity);
+  step.fill({});
+  rampRemaining = -1;
 }
 
 void DF1Cascade::setCoefficients(const double* newCoefficients, std::int32_t count) noexcept {
   const std::int32_t used = std::clamp<std::int32_t>(count, 0, kMaxSections);
   bool changed = used != sectionsInUse();
   setSectionCount(used);
+  CoefficientSet& set = exchange.spare();
   for (std::size_t i = 0; i < static_cast<std::size_t>(used); ++i) {
-    for (std::size_t k = 0; k < 5; ++k) {
-      const double wanted = newCoefficients[5 * i + k];
-      const double inForce = coefficients[i][k].load(std::memory_order_relaxed);
-      target[i][k].store(wanted, std::memory_order_relaxed);
-      step[i][k].store((wanted - inForce) * 0.001, std::memory_order_relaxed);
-      changed = changed || wanted != inForce;
-    }
+    std::copy_n(newCoefficients + 5 * i, 5, set.target[i].begin());
+    store(target[i], set.target[i]);
+    changed = changed || set.target[i] != load(coefficients[i]);
   }
-  if (changed) rampRemaining.store(kRampLength, std::memory_order_release);
+  if (changed) ++rampsWanted;
+  set.count = used;
+  set.serial = ++serial;
+  set.rampsWanted = rampsWanted;
+  exchange.publish();
+}
+
+void DF1Cascade::takeCoefficients() noexcept {
+  exchange.take();
+  const CoefficientSet& set = exchange.active();
+  if (set.serial == serialTaken) return;
+  bool changed = set.rampsWanted != rampsTaken;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(set.count); ++i) {
+    const Coefficients inForce = load(coefficients[i]);
+    goal[i] = set.target[i];
+    for (std::size_t k = 0; k < 5; ++k) step[i][k] = (goal[i][k] - inForce[k]) * 0.001;
+    changed = changed || goal[i] != inForce;
+  }
+  if (changed) rampRemaining = kRampLength;
+  sectionsRun = set.count;
+  serialTaken = set.serial;
+  rampsTaken = set.rampsWanted;
 }
 
 void DF1Cascade::setSectionCount(std::int32_t count) noexcept {
@@ -128,7 +148,8 @@ void DF1Cascade::process(double* samples, std::int32_t n) noexcept {
   if (n < 1) return;
   // `flat` first: whoever sees it set sees the ramp that leads to it.
   const bool isFlat = flat.load(std::memory_order_acquire) != 0;
-  if (isFlat && rampRemaining.load(std::memory_order_acquire) <= 0) {
+  takeCoefficients();
+  if (isFlat && rampRemaining <= 0) {
     if (differenceMode.load(std::memory_order_relaxed)) std::fill(samples, samples + n, 0.0);
     return;
   }
@@ -139,18 +160,9 @@ void DF1Cascade::process(float* samples, std::int32_t n) noexcept {
   if (n < 1) return;
   // Unlike in double precision bypass counts before `update` has seen it: on purpose.
   const bool isOut = flat.load(std::memory_order_acquire) != 0 || getBypass() != 0;
-  if (isOut && rampRemaining.load(std::memory_order_acquire) < 1) return;
+  takeCoefficients();
+  if (isOut && rampRemaining < 1) return;
   runCascade(samples, n);
-}
-
-// Takes the block off the counter before it is run, and returns what the counter was.
-std::int32_t DF1Cascade::claimRamp(std::int32_t n) noexcept {
-  std::int32_t remaining = rampRemaining.load(std::memory_order_acquire);
-  while (remaining >= 0 &&
-         !rampRemaining.compare_exchange_weak(remaining, remaining - n, std::memory_order_acq_rel,
-                                              std::memory_order_acquire)) {
-  }
-  return remaining;
 }
 
 template <typename Sample>
@@ -159,14 +171,14 @@ void DF1Cascade::runCascade(Sample* samples, std::int32_t n) noexcept {
       stateResetWanted.exchange(false, std::memory_order_acquire)) {
     state.fill({});
   }
-  const std::int32_t ramp = claimRamp(n);
-  const auto count = static_cast<std::size_t>(sectionsInUse());
+  const auto count = static_cast<std::size_t>(sectionsRun);
   if constexpr (std::is_same_v<Sample, double>) {
     for (std::size_t i = 0; i < count; ++i) flush(state[i]);
   }
-  const std::int32_t moving = std::min(n, ramp + 1);
-  if (ramp >= 0) {
-    for (std::size_t i = 0; i < count; ++i) runRamp(samples, moving, i, ramp);
+  if (rampRemaining >= 0) {
+    const std::int32_t moving = std::min(n, rampRemaining + 1);
+    for (std::size_t i = 0; i < count; ++i) runRamp(samples, moving, i);
+    rampRemaining -= n;
     samples += moving;
     n -= moving;
   }
@@ -177,14 +189,14 @@ void DF1Cascade::runCascade(Sample* samples, std::int32_t n) noexcept {
 }
 
 template <typename Sample>
-void DF1Cascade::runRamp(Sample* samples, std::int32_t n, std::size_t section,
-                         std::int32_t ramp) noexcept {
+void DF1Cascade::runRamp(Sample* samples, std::int32_t n, std::size_t section) noexcept {
   State s = state[section];
-  const Coefficients goal = load(target[section]);
-  const Coefficients slope = load(step[section]);
+  const Coefficients end = goal[section];
+  const Coefficients slope = step[section];
+  const std::int32_t ramp = rampRemaining;
   Coefficients c{};
   for (std::int32_t i = 0; i < n; ++i) {
-    for (std::size_t k = 0; k < c.size(); ++k) c[k] = goal[k] - (ramp - i) * slope[k];
+    for (std::size_t k = 0; k < c.size(); ++k) c[k] = end[k] - (ramp - i) * slope[k];
     samples[i] = advance(c, s, samples[i]);
   }
   store(coefficients[section], c);

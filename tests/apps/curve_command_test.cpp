@@ -74,6 +74,14 @@ TEST(CurveCommand, drawsTheClosedForms) {
        [](double f) { return butterworth(f / 300.0, 36.0); }},
       {"--band 2 --rate 22050 --setn kB2SubType=0.857142857 --set kB2Slope=12" + kBehind,
        [](double f) { return butterworth(1000.0 / f, 12.0); }},
+      // Its upper edge would lie at 1.93 times the frequency, past half the rate.
+      {"--band 2 --rate 20000 --set kB2SubType=1 --set kB2Frequency=8000 --set kB2Slope2=12" +
+           kBehind,
+       [](double f) {
+         const double ratio =
+             std::sqrt(1.0 + (0.5 + std::sqrt(0.71 * 0.71 + 0.25)) / (0.71 * 0.71));
+         return butterworth(8000.0 / ratio / f, 12.0) * butterworth(f / 10000.0, 24.0);
+       }},
       {"--band 2 --set kB2SubType=7" + kBehind, [](double) { return 1.0; }},
   };
   for (const auto& c : cases) {
@@ -113,6 +121,7 @@ TEST(CurveCommand, whatIsHeardIsWhatIsDrawn) {
     const std::string arguments = c.arguments + " --rate " + std::to_string(c.rate);
     const std::vector<Row> drawn = curve(arguments);
     const std::vector<Row> measured = curve(arguments + " --measured");
+    ASSERT_FALSE(measured.empty());
     ASSERT_LE(measured.size(), drawn.size());
     EXPECT_LE(measured.back().x, c.rate / 2.0);
     if (measured.size() < drawn.size()) {
@@ -189,13 +198,16 @@ TEST(CurveCommand, jsonHoldsTheSameCurve) {
 
 TEST(CurveCommand, aBandOutsideTheChainIsToldHowToGetIn) {
   const std::string on = " --set kB3State=1 --set kB3Frequency=3000";
-  for (const std::string& settings : {on, on + " --set kB3Type=1"}) {
+  for (const std::string& settings :
+       {on, on + " --set kB3Type=1", on + " --set kB3Type=1 --set kB1State=0"}) {
     const ProgramRun refused = runProgram("curve --band 3" + settings);
     EXPECT_EQ(refused.status, 1);
     const std::size_t hint = refused.err.find("--set kBandOrder=");
     ASSERT_NE(hint, std::string::npos) << refused.err;
     const std::string order = refused.err.substr(hint, refused.err.find('\n') - hint);
-    EXPECT_LT(curve("--band 3 " + order + settings).front().y, -10.0);
+    const std::vector<Row> rows = curve("--band 3 " + order + settings);
+    ASSERT_FALSE(rows.empty());
+    EXPECT_LT(rows.front().y, -10.0);
   }
 }
 

@@ -208,6 +208,25 @@ TEST(PlugRealtimeTest, ParametersFromAnotherThreadDoNotDisturbBandOperations) {
   control.join();
 }
 
+// A parameter that comes while the host changes the rate is designed at one rate, not at a mix.
+TEST(PlugRealtimeTest, ParametersFromAnotherThreadMayMeetAResume) {
+  PlugRig rig({{"kB1State", 1}, {"kB1Type", 1}, {"kB1Lookahead", 50}});
+  std::atomic<bool> done{false};
+  std::thread control([&] {
+    for (int step = 0; !done; ++step) {
+      rig.plug.setParameter(PlugRig::id("kB1Frequency"), static_cast<float>(step % 100) * 0.01F);
+    }
+  });
+  for (int turn = 0; turn < 40; ++turn) {
+    const double rate = turn % 2 == 0 ? 96000.0 : 48000.0;
+    rig.plug.setSampleRate(static_cast<float>(rate));
+    rig.plug.resume();
+    ASSERT_EQ(rig.plug.getEngine().getLatency(), static_cast<int>(0.05 * rate) + 1024);
+  }
+  done = true;
+  control.join();
+}
+
 TEST(PlugRealtimeTest, InstancesOfOneProcessShareTheIdleTimer) {
   Plug first;
   {

@@ -170,6 +170,34 @@ TEST(Crossover, SumsToTheDelayedInputWhileSplitsAndBandsChange) {
   EXPECT_LT(bank.deviation(right, 1), kMinus280Db);
 }
 
+TEST(Crossover, WhatCameBeforeAChangeRingsOutThroughTheOldKernels) {
+  // The change falls between blocks, and no band jumps: each input sample goes through one kernel.
+  const Splits before{{200, 1000, 4000}, {24, 12, 48}};
+  const Splits after{{300, 2500, 9000}, {48, 6, 24}};
+  const Signal left = noiseOf(6 * 512, 7);
+  const std::size_t change = 3 * 512;
+  Bank bank;
+  bank.set(before.centres, before.slopes);
+  // The first sample of a block completes the one before, which still takes the old kernels.
+  bank.run(left, left, 0, 3, static_cast<int>(change) + 64);
+  bank.set(after.centres, after.slopes);
+  bank.run(left, left, change + 64, 3, static_cast<int>(left.size() - change) - 64);
+  Signal old = left;
+  std::fill(old.begin() + static_cast<std::ptrdiff_t>(change) + 1, old.end(), 0.0);
+  Signal young = left;
+  std::fill_n(young.begin(), change + 1, 0.0);
+  for (std::size_t b = 0; b < 3; ++b) {
+    const Signal oldKernel = kernelsOf(before)[b];
+    const Signal newKernel = kernelsOf(after)[b];
+    for (std::size_t n = 1023; n < left.size(); n += 7) {
+      const double expected =
+          convolvedAt(oldKernel, old, n - 1023) + convolvedAt(newKernel, young, n - 1023);
+      ASSERT_NEAR(bank.out[2 * b][n], expected, 1e-6) << n << ", band " << b;
+    }
+  }
+  EXPECT_LT(bank.deviation(left, 0), kMinus280Db);
+}
+
 /// Magnitude of a band at `hz`, from its impulse response.
 std::vector<double> magnitudes(const Splits& splits, double hz) {
   Bank bank;

@@ -306,4 +306,36 @@ TEST(DF1CascadeTest, RunsBesideUpdatesOfAnotherThreadWithoutHeapOrLock) {
   for (int i = 0; i < 5 * ((kChanges % 17 + 1) / 2); ++i) EXPECT_EQ(inForce[i], expected[i]) << i;
 }
 
+// Every set is stable; the a1 of one beside the a2 of another grows by a factor per sample.
+TEST(DF1CascadeTest, NeverMixesTheSetsOfAnotherThread) {
+  BLTEQ filter;
+  filter.setBypass(0);
+  filter.setType(EQ::kHpf);
+  filter.setSubtype(2);
+  filter.setOrder(4);
+  filter.setFrequency(20.0F);
+  filter.update();
+  std::atomic<bool> done{false};
+  std::thread control([&] {
+    std::mt19937 random(2);
+    std::uniform_real_distribution<float> hz(20.0F, 400.0F);
+    while (!done) {
+      filter.setFrequency(hz(random));
+      filter.update();
+    }
+  });
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> unit(-1.0, 1.0);
+  std::vector<double> samples(512);
+  long tooLarge = 0;
+  for (int block = 0; block < 10000; ++block) {
+    for (double& sample : samples) sample = unit(random);
+    filter.process(samples.data(), 512);
+    for (const double sample : samples) tooLarge += std::abs(sample) < 20.0 ? 0 : 1;  // or NaN
+  }
+  done = true;
+  control.join();
+  EXPECT_EQ(tooLarge, 0);
+}
+
 }  // namespace
