@@ -99,7 +99,11 @@ double CrossoverBank::bandMagnitude(int band, double frequency) const {
 }
 
 void CrossoverBank::crossoverCurve(const float* frequencies, int n, float* out, int band) {
-  if (n <= 0 || band < 0 || band >= kBands) return;
+  if (n <= 0) return;
+  if (band < 0 || band >= kBands) {
+    std::fill_n(out, n, 1.0F);
+    return;
+  }
   const CrossoverSplits drawn = currentSplits();
   if (!caches[at(band)].holds(drawn, frequencies, n)) {
     for (int k = 0; k < kBands; ++k) {
