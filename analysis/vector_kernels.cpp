@@ -14,7 +14,8 @@ struct Available {
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx2") == 0 || __builtin_cpu_supports("fma") == 0) return;
     add(kAvx2Kernels);
-    if (__builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0) {
+    if (__builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
+        __builtin_cpu_supports("avx512vl") != 0) {
       add(kAvx512Kernels);
     }
 #endif

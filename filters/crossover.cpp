@@ -19,7 +19,6 @@ void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCou
   for (int partition = 0; partition < set.lines * kPartitions; ++partition) {
     const double* const taps = kernels[partition / kPartitions] +
                                static_cast<std::ptrdiff_t>(partition % kPartitions) * kBlock;
-    constexpr double kScale = 0.5 / kBlock;  // of a forward and a backward transform
     std::transform(taps, taps + kBlock, padded.re, [](double h) { return h * kScale; });
     std::fill_n(padded.re + kBlock, kBlock, 0.0);
     fft.forward(padded, set.spectra[partition], loading[2]);
@@ -28,7 +27,7 @@ void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCou
 }
 
 void Crossover_WithLatency::reset() noexcept {
-  for (PlanarArrays* const past : {&input, &carried, &tails}) past->clear();
+  for (PlanarArrays* const past : {&input, &spectrum, &carried, &tails}) past->clear();
   for (Lines& block : lines) {
     block.samples.clear();
     block.count = 0;
@@ -97,7 +96,7 @@ void Crossover_WithLatency::endOfSpan() noexcept {
 void Crossover_WithLatency::transformInput() noexcept {
   exchange.take();
   const int count = exchange.active().lines;
-  for (int band = lines[at(out)].count; band < count; ++band) forgetBand(band);
+  addBands(lines[at(out)].count, count);
   lines[at(out ^ 1)].count = count;
   constexpr int kStart = kDelay + 1 - kBlock;
   const PlanarSpan padded = work[0];
@@ -108,10 +107,27 @@ void Crossover_WithLatency::transformInput() noexcept {
   fft.forward(padded, spectrum[0], work[2]);
 }
 
-void Crossover_WithLatency::forgetBand(int band) noexcept {
-  for (double* const part : {carried[band].re, carried[band].im})
-    std::fill_n(part, 2 * kBlock, 0.0);
-  for (double* const part : {tails[band].re, tails[band].im}) std::fill_n(part, kBlock, 0.0);
+void Crossover_WithLatency::addBands(int before, int count) noexcept {
+  const auto take = [](const double* from, double* to, int points) {
+    for (int i = 0; i < points; ++i) to[i] -= from[i];
+  };
+  for (int band = before; band < count; ++band) {
+    for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
+      double* const next = carried[band].*part;
+      double* const tail = tails[band].*part;
+      std::fill_n(next, 2 * kBlock, 0.0);
+      std::fill_n(tail, kBlock, 0.0);
+      if (band != before) continue;
+      // So far this was the top band: what it still rings with is the rest of the last blocks, the
+      // impulse at the middle tap being the first tap of the second partition.
+      std::transform(spectrum[0].*part, spectrum[0].*part + 2 * kBlock, next,
+                     [](double x) { return x * kScale; });
+      for (int below = 0; below < before; ++below) {
+        take(carried[below].*part, next, 2 * kBlock);
+        take(tails[below].*part, tail, kBlock);
+      }
+    }
+  }
 }
 
 void Crossover_WithLatency::transformBand(int band) noexcept {

@@ -79,6 +79,7 @@ class Crossover_WithLatency final
   static constexpr int kSpan = kBlock / kBands;  // of one transform's turn
   static constexpr int kLines = kBands - 1;      // bands that are convolved
   static constexpr int kDelay = kBlockDelay + kTaps / 2;
+  static constexpr double kScale = 0.5 / kBlock;  // of a forward and a backward transform
 
   struct KernelSet {
     PlanarArrays spectra{kLines * kPartitions, 2 * kBlock};
@@ -96,7 +97,7 @@ class Crossover_WithLatency final
   void endOfSpan() noexcept;
   void transformInput() noexcept;
   void transformBand(int band) noexcept;
-  void forgetBand(int band) noexcept;
+  void addBands(int before, int count) noexcept;
   void endOfBlock() noexcept;
 
   KernelExchange<KernelSet> exchange;
