@@ -23,12 +23,15 @@ struct FftPlan {
   const double* twiddles = nullptr;
 };
 
+enum class InstructionSet { kPortable, kAvx2, kAvx512 };
+
 /// The arithmetic that is worth the processor's widest vectors, one table per instruction set. All
 /// sets give the same results to rounding, and each gives the same result for an element wherever
 /// it stands in its array. Arrays need no alignment. Any thread; nothing locks, allocates or
 /// throws.
 struct VectorKernels {
   const char* name;
+  InstructionSet set;  ///< for kernels of other folders, which go along
   /// out[k] = sum of in[j] * exp(+2 pi i jk / points), in natural order, not scaled. `in`, `out`
   /// and `scratch` are three different arrays; `in` is kept. To change the sign of the exponent,
   /// swap `re` and `im` of `in` and of `out`.

@@ -1,39 +1,13 @@
 #pragma once
 
 #include "analysis/vector_kernels.h"
+#include "analysis/vector_types.h"
 
 // One text for all instruction sets: each of vector_kernels_*.cpp compiles it with its own options
 // and vector width. Everything is in an unnamed namespace and nothing of the standard library is
 // used, so that no function compiled for a wide processor can reach another file.
 
 namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
-
-/// `lanes` doubles, loaded and stored at any address.
-template <int lanes>
-struct VectorOf {
-  typedef double Type
-      __attribute__((vector_size(sizeof(double) * lanes),
-                     aligned(8)));  // NOLINT(modernize-use-using): an alias drops the attributes
-};
-template <>
-struct VectorOf<1> {
-  using Type = double;
-};
-template <int lanes>
-using Vector = typename VectorOf<lanes>::Type;
-
-template <int lanes>
-inline Vector<lanes> load(const double* from) noexcept {
-  return *reinterpret_cast<const Vector<lanes>*>(from);
-}
-template <int lanes>
-inline void store(double* to, Vector<lanes> x) noexcept {
-  *reinterpret_cast<Vector<lanes>*>(to) = x;
-}
-template <int lanes>
-inline Vector<lanes> broadcast(double x) noexcept {
-  return Vector<lanes>{} + x;
-}
 
 template <int lanes>
 struct Complex {
@@ -392,8 +366,9 @@ void fir(const double* taps, int tapCount, const double* newest, double* out, in
 }
 
 template <int lanes>
-constexpr VectorKernels kernelsOf(const char* name) noexcept {
+constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept {
   return {name,
+          set,
           transform<lanes>,
           deinterleave<lanes>,
           interleave<lanes>,

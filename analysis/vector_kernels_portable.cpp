@@ -1,4 +1,5 @@
 #include "analysis/vector_kernels_impl.h"
 #include "analysis/vector_kernels_sets.h"
 
-constinit const VectorKernels kPortableKernels = kernelsOf<2>("portable");
+constinit const VectorKernels kPortableKernels =
+    kernelsOf<2>("portable", InstructionSet::kPortable);

@@ -1,38 +1,21 @@
 #include "dynamics/lookahead_window.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <utility>
+#include <cstddef>
+
+#include "dynamics/detector_kernels.h"
 
 namespace {
 
-constexpr int kChunk = 512;    // samples that go through the tree's levels at once
 constexpr int kPlainUpTo = 3;  // samples that are too few for two averages
-constexpr double kFlush = 1e-30;
+constexpr unsigned kRing = WindowLane::kRingSize;
+constexpr unsigned kMask = WindowLane::kRingMask;
+// Vectors may read beyond the tree's end.
+constexpr std::size_t kTreeSize = kRing + 8;
 
-void maximumOf(const double* a, const double* b, double* out, int count) noexcept {
-  for (int i = 0; i < count; ++i) out[i] = std::max(a[i], b[i]);
-}
-
-/// One level of the tree: `out` gets the larger of `in` and of `in` `lag` samples before, which
-/// stands in the ring of `size` entries up to where the chunk itself reaches back far enough.
-void maximumWithEarlier(double* ring, int size, int position, int lag, const double* in,
-                        double* out, int frames) noexcept {
-  const int fromRing = std::min(lag, frames);
-  const int read = (position + size - lag) & (size - 1);
-  const int toEnd = std::min(fromRing, size - read);
-  maximumOf(ring + read, in, out, toEnd);
-  maximumOf(ring, in + toEnd, out + toEnd, fromRing - toEnd);
-  maximumOf(in, in + fromRing, out + fromRing, frames - fromRing);
-
-  const int kept = std::min(frames, size);
-  const double* const newest = in + (frames - kept);
-  const int write = (position + frames - kept) & (size - 1);
-  const int before = std::min(kept, size - write);
-  std::copy_n(newest, before, ring + write);
-  std::copy_n(newest + before, kept - before, ring);
-}
+// A running sum keeps the rounding of the loudest level that went through it: from +120 dB on,
+// which no audio reaches, that is not below all levels that count.
+constexpr double kLoud = 1e6;
 
 }  // namespace
 
@@ -42,7 +25,11 @@ int lookaheadSamples(float ms, double rate) noexcept {
   return static_cast<int>(std::min<double>(samples, LookaheadWindow::kMaxSamples));
 }
 
-LookaheadWindow::LookaheadWindow() : tree(kRingSize), ring1(kRingSize), ring2(kRingSize) {}
+LookaheadWindow::LookaheadWindow() : memory(kTreeSize + 2 * std::size_t{kRing}) {
+  window.tree = memory.data();
+  window.maxima = window.tree + kTreeSize;
+  window.means = window.maxima + kRing;
+}
 
 void LookaheadWindow::setSampleRate(double rate) noexcept {
   sampleRate = rate;
@@ -59,90 +46,76 @@ void LookaheadWindow::design() noexcept {
 }
 
 void LookaheadWindow::clear() noexcept {
-  for (auto* ring : {&tree, &ring1, &ring2}) std::fill(ring->begin(), ring->end(), 0.0);
-  treePosition = 0;
-  write = 0;
+  std::fill(memory.begin(), memory.end(), 0.0);
+  window.treePosition = 0;
+  window.write = 0;
+  window.loudest = 0.0;
+  loudSamples = 0;
   // The next block takes up the lookahead anew, and with it the sums.
   activeSamples = 0;
-  activeSize = 1;
-  activeLevels = 0;
-  activeExtra = 0;
+  window.levels = 0;
+  window.averaging = false;
+}
+
+/// The tree's small levels between how they are kept in use and the rings that they are.
+void LookaheadWindow::rotateTree(bool toOldestFirst) noexcept {
+  for (unsigned level = 0; level < std::min(window.levels, WindowLane::kUnrolled); ++level) {
+    const unsigned size = 1U << level;
+    const unsigned oldest = window.treePosition & (size - 1);
+    double* const ring = window.tree + (size - 1);
+    std::rotate(ring, ring + (toOldestFirst ? oldest : size - oldest), ring + size);
+  }
 }
 
 void LookaheadWindow::adopt(int samples) noexcept {
   if (samples == activeSamples) return;
+  rotateTree(false);
   activeSamples = samples;
-  activeSize = 1;
-  activeLevels = 0;
-  for (; activeSize < static_cast<std::uint32_t>(samples); activeSize *= 2) ++activeLevels;
-  activeExtra = activeLevels > 0 ? activeSize - static_cast<std::uint32_t>(samples) : 0;
-  if (samples > kPlainUpTo) rebuildAverages();
+  unsigned size = 1;
+  window.levels = 0;
+  for (; size < static_cast<unsigned>(samples); size *= 2) ++window.levels;
+  // Half of the window's span, less what its power of two is too long.
+  window.lastLag = size / 2 - (size - static_cast<unsigned>(std::max(samples, 1)));
+  rotateTree(true);
+  window.averaging = samples > kPlainUpTo;
+  if (window.averaging) rebuildAverages();
 }
 
 void LookaheadWindow::rebuildAverages() noexcept {
-  constexpr std::uint32_t mask = kRingSize - 1;
-  const auto n = static_cast<std::uint32_t>(activeSamples);
-  length1 = 3 * n / 4;
-  length2 = n / 4;
-  scale1 = 1.0 / length1;
-  scale2 = 1.0 / length2;
+  const auto n = static_cast<unsigned>(activeSamples);
+  WindowLane& w = window;
+  w.length1 = 3 * n / 4;
+  w.length2 = n / 4;
+  w.scale1 = 1.0 / w.length1;
+  w.scale2 = 1.0 / w.length2;
 
-  sum1 = 0.0;
-  for (std::uint32_t j = 1; j <= length1; ++j) sum1 += ring1[(write - j) & mask];
-  sum2 = 0.0;
-  double earlier = sum1;  // the first sum as it was j samples ago
-  for (std::uint32_t j = 1; j <= length2; ++j) {
-    const double y = scale1 * earlier;
-    ring2[(write - j) & mask] = y;
-    sum2 += y;
-    earlier += ring1[(write - j - length1) & mask] - ring1[(write - j) & mask];
+  w.sum1 = 0.0;
+  for (unsigned j = 1; j <= w.length1; ++j) w.sum1 += w.maxima[(w.write - j) & kMask];
+  w.sum2 = 0.0;
+  double earlier = w.sum1;  // the first sum as it was j samples ago
+  for (unsigned j = 1; j <= w.length2; ++j) {
+    const double y = w.scale1 * earlier;
+    w.means[(w.write - j) & kMask] = y;
+    w.sum2 += y;
+    earlier += w.maxima[(w.write - j - w.length1) & kMask] - w.maxima[(w.write - j) & kMask];
   }
+}
+
+void LookaheadWindow::beginBlock(int frames) noexcept {
+  adopt(pendingSamples.load(std::memory_order_relaxed));
+  if (window.loudest > kLoud) loudSamples = 2 * kMaxSamples;
+  window.loudest = 0.0;
+  if (loudSamples <= 0) return;
+  if (window.averaging) rebuildAverages();
+  loudSamples -= frames;
 }
 
 void LookaheadWindow::process(double* signal, int frames) noexcept {
   if (frames <= 0) return;
-  adopt(pendingSamples.load(std::memory_order_relaxed));
-  for (int done = 0; done < frames; done += kChunk) {
-    slideMaximum(signal + done, std::min(kChunk, frames - done));
+  beginBlock(frames);
+  WindowLane* const lanes[] = {&window};
+  for (int done = 0; done < frames; done += DetectorKernels::kChunk) {
+    double* const signals[] = {signal + done};
+    detectorKernels().window(lanes, signals, 1, std::min(DetectorKernels::kChunk, frames - done));
   }
-  if (activeSamples > kPlainUpTo) average(signal, frames);
-  write = (write + static_cast<std::uint32_t>(frames)) & (kRingSize - 1);
-}
-
-void LookaheadWindow::slideMaximum(double* signal, int frames) noexcept {
-  std::array<double, kChunk> other;
-  double* in = signal;
-  double* out = other.data();
-  const auto position = static_cast<int>(treePosition);
-  for (std::uint32_t level = 0; level < activeLevels; ++level) {
-    const int size = 1 << level;
-    const bool last = level + 1 == activeLevels;
-    const int lag = size - static_cast<int>(last ? activeExtra : 0);
-    maximumWithEarlier(tree.data() + (size - 1), size, position, lag, in, out, frames);
-    std::swap(in, out);
-  }
-  if (in != signal) std::copy_n(in, frames, signal);
-  treePosition = (treePosition + static_cast<std::uint32_t>(frames)) & (activeSize - 1);
-}
-
-void LookaheadWindow::average(double* signal, int frames) noexcept {
-  constexpr std::uint32_t mask = kRingSize - 1;
-  double* const history1 = ring1.data();
-  double* const history2 = ring2.data();
-  double first = sum1;
-  double second = sum2;
-  std::uint32_t position = write;
-  for (int i = 0; i < frames; ++i, ++position) {
-    const double x = signal[i];
-    first += x - history1[(position - length1) & mask];
-    first = (first + kFlush) - kFlush;
-    history1[position & mask] = x;
-    const double y = scale1 * first;
-    second += y - history2[(position - length2) & mask];
-    second = (second + kFlush) - kFlush;
-    history2[position & mask] = y;
-    signal[i] = scale2 * second;
-  }
-  sum1 = first;
-  sum2 = second;
 }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "dynamics/detector_lane.h"
+
 /// A lookahead in whole samples, cut to 8191, 0 for anything below; `rate` in Hz. Pure; any thread.
 [[nodiscard]] int lookaheadSamples(float ms, double rate) noexcept;
 
@@ -36,14 +38,16 @@ class LookaheadWindow {
   /// At most one comparison per doubling of the lookahead and sample; 0 frames change nothing.
   void process(double* signal, int frames) noexcept;
 
- private:
-  static constexpr std::uint32_t kRingSize = 8192;
+  // For the detectors, which run many windows side by side.
+  /// Applies a change of the lookahead; in front of each block of `frames`.
+  void beginBlock(int frames) noexcept;
+  [[nodiscard]] WindowLane& lane() noexcept { return window; }
 
+ private:
   void design() noexcept;
   void adopt(int samples) noexcept;
   void rebuildAverages() noexcept;
-  void slideMaximum(double* signal, int frames) noexcept;
-  void average(double* signal, int frames) noexcept;
+  void rotateTree(bool toOldestFirst) noexcept;
 
   // Control thread.
   double sampleRate = 48000.0;  // Hz
@@ -52,19 +56,10 @@ class LookaheadWindow {
   // From control to audio: all else follows from this one word, so no mix of old and new is seen.
   std::atomic<int> pendingSamples{0};
 
-  // Audio thread. Level k of the tree is a ring of 2^k entries behind those of the levels below it:
-  // the largest of the last 2^k samples, for each of as many samples.
-  std::vector<double> tree;
-  std::uint32_t treePosition = 0;
-  std::uint32_t activeSize = 1;  // smallest power of two that holds the lookahead
-  std::uint32_t activeLevels = 0;
-  std::uint32_t activeExtra = 0;  // by how much the power of two is too long
+  // Audio thread. Level k of the tree holds the largest of the last 2^k samples, for each of as
+  // many samples.
+  std::vector<double> memory;  // the tree and both rings
+  WindowLane window;
   int activeSamples = 0;
-
-  std::vector<double> ring1;  // the maxima, thus what the first average takes in
-  std::vector<double> ring2;  // what the second takes in
-  std::uint32_t write = 0;    // position in both rings; goes on while the averages rest
-  std::uint32_t length1 = 0, length2 = 0;
-  double scale1 = 0.0, scale2 = 0.0;
-  double sum1 = 0.0, sum2 = 0.0;
+  int loudSamples = 0;  // to go until what was too loud for the running sums is out of the rings
 };

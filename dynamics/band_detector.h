@@ -1,0 +1,77 @@
+#pragma once
+
+#include <span>
+
+#include "dynamics/detector_lane.h"
+#include "dynamics/lookahead_window.h"
+#include "filters/kernel_exchange.h"
+
+/// How soon a detector follows, from times in ms at `sampleRate`; a time of 0 follows at once. All
+/// steps cover 1 - exp(-2), 86 %, of their way in their time; hold is 0.8 ms.
+/// `crest` is a power ratio although its knob says dB: kept.
+[[nodiscard]] BallisticsCoefficients ballisticsCoefficients(double attackMs, double relFastMs,
+                                                            double relSlowMs, double rmsMs,
+                                                            double crest,
+                                                            double sampleRate) noexcept;
+
+/// Turns the sidechain signal of one channel of a band into the gain that the band wants: a
+/// lookahead window, ballistics on the level, the static curve, ballistics on the gain in decibels,
+/// and a split into what is smooth (dynamic) and what goes beyond it (transient).
+///
+/// Threads: setters on one control thread at a time, at any moment; what they set takes effect, as
+/// a whole, at the next block. `process` and `reset` on the audio thread, where they neither lock
+/// nor allocate. `setSampleRate` while nothing processes.
+class BandDetector {
+ public:
+  /// One detector's part in a block: its sidechain signal, which becomes the linear gain, and the
+  /// meters of its band and channel, read, raised and written back.
+  struct Job {
+    BandDetector* detector;
+    double* signal;
+    double* envPeak;   ///< linear
+    double* dynPeak;   ///< dB, sign kept
+    double* tranPeak;  ///< dB, sign kept
+    double* fastLamp;  ///< 1 at use, decaying
+    double* slowLamp;
+  };
+
+  void setSampleRate(double rate) noexcept;  ///< Hz; times follow at their next setting
+  void setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,
+                double floor, double deadband, double knee) noexcept;
+  /// As `ballisticsCoefficients`.
+  void setTimes(double attackMs, double relFastMs, double relSlowMs, double rmsMs,
+                double crest) noexcept;
+  void setLookahead(float ms) noexcept { window.setLookahead(ms); }
+  /// 0: ballistics behind the curve, 1: in front of it, else in proportion.
+  void setShape(double shape) noexcept;
+  void setWeights(double dynWeight, double tranWeight) noexcept;  ///< 0..1
+  /// Attack follows rising gain, not rising level.
+  void setExpandMode(bool on) noexcept;
+
+  [[nodiscard]] int lookaheadSamples() const noexcept { return window.lookaheadSamples(); }
+
+  /// Forgets the signal; settings stay.
+  void reset() noexcept;
+  /// Whether it is the one that lets its band's lamps decay.
+  void setOwnsLamps(bool on) noexcept { ownsLamps = on; }
+  void process(double* signal, int frames, double& envPeak, double& dynPeak, double& tranPeak,
+               double& fastLamp, double& slowLamp) noexcept;
+  /// The same for several detectors, at most 16, faster than one after the other. 0 frames change
+  /// nothing.
+  static void processTogether(std::span<const Job> jobs, int frames) noexcept;
+
+ private:
+  void publish() noexcept;
+  void begin(const Job& job, DetectorLane& lane, int frames) noexcept;
+
+  // Control side.
+  double sampleRate = 44100.0;  // Hz
+  DetectorSettings settings;
+
+  KernelExchange<DetectorSettings> exchange;
+
+  // Audio thread.
+  LookaheadWindow window;
+  BallisticsState state;
+  bool ownsLamps = false;
+};

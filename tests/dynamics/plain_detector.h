@@ -1,0 +1,85 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+
+#include "dynamics/band_detector.h"
+#include "tests/dynamics/plain_window.h"
+
+/// The detector's law one sample at a time, with the library's logarithm and power.
+class PlainDetector {
+ public:
+  struct Meters {
+    double envPeak = 0.0, dynPeak = 0.0, tranPeak = 0.0;
+    bool fast = false, slow = false;
+  };
+
+  void change(const DetectorSettings& newSettings, int lookahead) {
+    settings = newSettings;
+    window.change(static_cast<std::size_t>(lookahead));
+  }
+
+  /// Linear gain.
+  double next(double sidechain) {
+    const DetectorSettings& s = settings;
+    double x = window.next(std::abs(sidechain));
+    const double instant = s.curve.gainDb(x);
+    const double envelope = followLevel(x);
+    meters.envPeak = std::max(meters.envPeak, envelope);
+    x = s.shape == 1.0 ? envelope : x + (envelope - x) * s.shape;
+    x = s.curve.gainDb(x);
+    const double smoothed = followGain(x);
+    double y = s.shape == 0.0 ? smoothed : x + (smoothed - x) * (1.0 - s.shape);
+    const double d = instant - y;
+    double transient = y > 0.0 ? std::max(d, 0.0) : std::min(d, 0.0);
+    y *= s.dynWeight;
+    transient *= s.tranWeight;
+    if (std::abs(y) > std::abs(meters.dynPeak)) meters.dynPeak = y;
+    if (std::abs(transient) > std::abs(meters.tranPeak)) meters.tranPeak = transient;
+    return std::pow(10.0, (y + transient) * 0.05);
+  }
+
+  Meters meters;
+
+ private:
+  double followLevel(double in) {
+    const BallisticsCoefficients& c = settings.times;
+    meanSquare += (in * in - meanSquare) * c.rmsCoef;
+    const bool slow = value * value <= meanSquare * c.crestRatio;
+    phase = slow ? 3 : 2;
+    if (in < value) {
+      if (holdLeft == 0.0) {
+        value *= slow ? c.relSlowCoef : c.relFastCoef;
+      } else {
+        holdLeft -= 1.0;
+        phase = 1;
+      }
+    } else {
+      holdLeft = c.holdSamples;
+      value += (in - value) * c.attackCoef;
+      if (!settings.expandMode) phase = 0;
+    }
+    return value = (value + 1e-30) - 1e-30;
+  }
+
+  void release(bool fast, double target) {
+    (fast ? meters.fast : meters.slow) = true;
+    const BallisticsCoefficients& c = settings.times;
+    gain += (target - gain) * (1.0 - (fast ? c.relFastCoef : c.relSlowCoef));
+  }
+
+  double followGain(double g) {
+    const bool attacks = settings.expandMode ? g >= gain : phase == 0;
+    if (attacks) {
+      gain += (g - gain) * settings.times.attackCoef;
+    } else if (phase != 1) {
+      release(phase == 2, g);
+    }
+    return gain = (gain + 1e-30) - 1e-30;
+  }
+
+  DetectorSettings settings;
+  PlainWindow window;
+  double meanSquare = 0.0, value = 0.0, holdLeft = 0.0, gain = 0.0;
+  int phase = 0;
+};
