@@ -51,6 +51,14 @@ struct VectorKernels {
   /// reads `newest`, up to the next multiple of 8 beyond `count`.
   void (*fir)(const double* taps, int tapCount, const double* newest, double* out,
               int count) noexcept;
+  /// The two phases of a half-band filter at twice the rate, for `count` inputs: out[2i] = sum of
+  /// taps[j] * oldest[i + j], out[2i + 1] = oldest[i + tapCount / 2].
+  void (*raise)(const double* taps, int tapCount, const double* oldest, double* out,
+                int count) noexcept;
+  /// Back to half the rate, from the even and the odd samples: out[i] = half of
+  /// odd[i + tapCount / 2 - 1] + sum of taps[j] * even[i + j].
+  void (*lower)(const double* taps, int tapCount, const double* even, const double* odd,
+                double* out, int count) noexcept;
 };
 
 /// The kernels in use: the widest that this processor has, unless told otherwise.

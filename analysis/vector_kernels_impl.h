@@ -82,6 +82,18 @@ inline Complex<lanes> reversed(Complex<lanes> a) noexcept {
   return {reversed<lanes>(a.re), reversed<lanes>(a.im)};
 }
 
+/// Stores a[0], b[0], a[1], b[1], ...
+template <int lanes>
+inline void storePairs(double* to, Vector<lanes> a, Vector<lanes> b) noexcept {
+  if constexpr (lanes == 1) {
+    to[0] = a;
+    to[1] = b;
+  } else {
+    store<lanes>(to, zipLow<lanes>(a, b));
+    store<lanes>(to + lanes, zipHigh<lanes>(a, b));
+  }
+}
+
 /// Stores a[0], b[0], c[0], d[0], a[1], b[1], ...
 template <int lanes>
 inline void storeInTurn(double* to, Vector<lanes> a, Vector<lanes> b, Vector<lanes> c,
@@ -293,8 +305,7 @@ void interleave(ConstPlanarSpan in, double* pairs, int points) noexcept {
   int k = 0;
   for (; k + lanes <= points; k += lanes) {
     const auto x = load<lanes>(in, k);
-    store<lanes>(pairs + 2 * k, zipLow<lanes>(x.re, x.im));
-    store<lanes>(pairs + 2 * k + lanes, zipHigh<lanes>(x.re, x.im));
+    storePairs<lanes>(pairs + 2 * k, x.re, x.im);
   }
   for (; k < points; ++k) {
     pairs[2 * k] = in.re[k];
@@ -365,6 +376,89 @@ void fir(const double* taps, int tapCount, const double* newest, double* out, in
   for (; i < count; i += 8) firStep<lanes, 8 / lanes>(taps, tapCount, newest + i, out + i);
 }
 
+/// Covers `count` outputs in groups of eight vectors, so that as many sums hide the latency of an
+/// addition, and then in ever smaller ones. What is left over is done once more with some of what
+/// came before, or one by one, so that nothing beyond the arrays is touched.
+template <int lanes, typename Group>
+inline void inGroups(int count, Group group) noexcept {
+  int i = 0;
+  for (; i + 8 * lanes <= count; i += 8 * lanes) group.template operator()<lanes, 8>(i);
+  if (i + 4 * lanes <= count) {
+    group.template operator()<lanes, 4>(i);
+    i += 4 * lanes;
+  }
+  if (i + 2 * lanes <= count) {
+    group.template operator()<lanes, 2>(i);
+    i += 2 * lanes;
+  }
+  for (; i + lanes <= count; i += lanes) group.template operator()<lanes, 1>(i);
+  if (i == count) return;
+  if (count >= lanes) return group.template operator()<lanes, 1>(count - lanes);
+  for (; i < count; ++i) group.template operator()<1, 1>(i);
+}
+
+/// sum[v] += taps[t * lanes] * oldest[(v + t) * lanes] for `joined` values of t: a vector is loaded
+/// once for all sums that it is a term of.
+template <int lanes, int vectors, int joined>
+inline void addTaps(const double* taps, const double* oldest,
+                    Vector<lanes> (&sum)[vectors]) noexcept {
+  Vector<lanes> tap[joined];
+  for (int t = 0; t < joined; ++t) tap[t] = broadcast<lanes>(taps[t * lanes]);
+  for (int m = 0; m < vectors + joined - 1; ++m) {
+    const auto x = load<lanes>(oldest + m * lanes);
+    for (int t = 0; t < joined; ++t) {
+      if (m >= t && m - t < vectors) sum[m - t] += tap[t] * x;
+    }
+  }
+}
+
+/// sum[v] = sum of taps[j] * oldest[v * width + j]. The order of the terms hangs on `lanes` alone:
+/// every `lanes`-th tap, then the taps one further on, and so forth.
+template <int lanes, int width, int vectors>
+inline void correlate(const double* taps, int tapCount, const double* oldest,
+                      Vector<width> (&sum)[vectors]) noexcept {
+  for (int first = 0; first < lanes; ++first) {
+    int j = first;
+    if constexpr (width == lanes) {
+      constexpr int kJoined = 4;
+      for (; j + (kJoined - 1) * lanes < tapCount; j += kJoined * lanes) {
+        addTaps<lanes, vectors, kJoined>(taps + j, oldest + j, sum);
+      }
+      for (; j < tapCount; j += lanes) addTaps<lanes, vectors, 1>(taps + j, oldest + j, sum);
+    } else {
+      for (; j < tapCount; j += lanes) addTaps<width, vectors, 1>(taps + j, oldest + j, sum);
+    }
+  }
+}
+
+template <int lanes>
+void raise(const double* taps, int tapCount, const double* oldest, double* out,
+           int count) noexcept {
+  const double* const middle = oldest + tapCount / 2;
+  inGroups<lanes>(count, [&]<int width, int vectors>(int i) {
+    Vector<width> sum[vectors]{};
+    correlate<lanes, width, vectors>(taps, tapCount, oldest + i, sum);
+    for (int v = 0; v < vectors; ++v) {
+      const int at = i + v * width;
+      storePairs<width>(out + 2 * at, sum[v], load<width>(middle + at));
+    }
+  });
+}
+
+template <int lanes>
+void lower(const double* taps, int tapCount, const double* even, const double* odd, double* out,
+           int count) noexcept {
+  const double* const middle = odd + tapCount / 2 - 1;
+  inGroups<lanes>(count, [&]<int width, int vectors>(int i) {
+    Vector<width> sum[vectors]{};
+    correlate<lanes, width, vectors>(taps, tapCount, even + i, sum);
+    for (int v = 0; v < vectors; ++v) {
+      const int at = i + v * width;
+      store<width>(out + at, (load<width>(middle + at) + sum[v]) * 0.5);
+    }
+  });
+}
+
 template <int lanes>
 constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept {
   return {name,
@@ -374,7 +468,9 @@ constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept
           interleave<lanes>,
           splitReal<lanes>,
           multiplySpectra<lanes>,
-          fir<lanes>};
+          fir<lanes>,
+          raise<lanes>,
+          lower<lanes>};
 }
 
 }  // namespace

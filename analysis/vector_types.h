@@ -30,7 +30,11 @@ inline void store(double* to, Vector<lanes> x) noexcept {
 }
 template <int lanes>
 inline Vector<lanes> broadcast(double x) noexcept {
-  return Vector<lanes>{} + x;
+  // Not a sum with zeros, which would turn -0 and cost an addition.
+  if constexpr (lanes == 1) return x;
+  if constexpr (lanes == 2) return Vector<2>{x, x};
+  if constexpr (lanes == 4) return Vector<4>{x, x, x, x};
+  if constexpr (lanes == 8) return Vector<8>{x, x, x, x, x, x, x, x};
 }
 
 template <int lanes>

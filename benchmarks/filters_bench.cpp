@@ -6,10 +6,12 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <vector>
 
 #include "benchmarks/callback_times.h"
 #include "filters/crossover_bank.h"
+#include "filters/resampler.h"
 #include "filters/subband.h"
 #include "tests/support/plain_convolution.h"
 
@@ -136,6 +138,73 @@ void oneBandDirectly(benchmark::State& state) {
   times.report(state, static_cast<int>(frames), kRate);
 }
 
+/// Eight bands' products with their gains, two channels, at twice the rate.
+/// `Unit`: as `OversampledGain`; range: frames, whether the steep kernel, instruction set.
+template <typename Unit>
+void oversampledGain(benchmark::State& state) {
+  const auto frames = static_cast<int>(state.range(0));
+  const Using set(state, state.range(2));
+  std::vector<std::unique_ptr<Unit>> units;
+  for (int c = 0; c < 2 * kBands; ++c) {
+    units.push_back(std::make_unique<Unit>());
+    units.back()->setHighQuality(state.range(1) != 0);
+  }
+  Buffers buffers(frames);
+  Signal upSignal(2 * buffers.left.size());
+  Signal upGain(upSignal.size());
+  CallbackTimes times(frames);
+  for (auto _ : state) {
+    for (Signal& signal : buffers.memory) signal = buffers.right;
+    times.time([&] {
+      for (std::size_t c = 0; c < units.size(); ++c) {
+        units[c]->process(buffers.memory[c].data(), buffers.left.data(), frames, upSignal.data(),
+                          upGain.data());
+      }
+    });
+    benchmark::ClobberMemory();
+  }
+  times.report(state, frames, kRate);
+}
+
+/// The same by its definition, term by term.
+class PlainGain {
+ public:
+  void setHighQuality(bool on) { kernel = noiseOf(on ? 128 : 34, 6); }
+  void process(double* signal, const double* gain, int frames, double* upSignal, double* upGain) {
+    raise(signal, frames, upSignal, pasts[0].data());
+    raise(gain, frames, upGain, pasts[1].data());
+    for (int i = 0; i < 2 * frames; ++i) upSignal[i] *= upGain[i];
+    lower(upSignal, frames, signal);
+  }
+
+ private:
+  void raise(const double* in, int frames, double* out, double* past) const {
+    const auto taps = static_cast<std::ptrdiff_t>(kernel.size());
+    std::copy_n(in, frames, past + taps - 1);
+    for (int i = 0; i < frames; ++i) {
+      out[2 * i] = std::inner_product(kernel.begin(), kernel.end(), past + i, 0.0);
+      out[2 * i + 1] = past[i + taps / 2];
+    }
+    std::copy_n(past + frames, taps - 1, past);
+  }
+  void lower(const double* in, int frames, double* out) {
+    const auto taps = static_cast<std::ptrdiff_t>(kernel.size());
+    double* const past = pasts[2].data();
+    std::copy_n(in, 2 * frames, past + 2 * (taps - 1));
+    for (std::ptrdiff_t i = 0; i < 2 * frames; i += 2) {
+      double sum = past[i + taps - 1];
+      for (std::ptrdiff_t j = 0; j < taps; ++j) {
+        sum += past[i + 2 * j] * kernel[static_cast<std::size_t>(j)];
+      }
+      out[i / 2] = 0.5 * sum;
+    }
+    std::copy_n(past + 2 * static_cast<std::ptrdiff_t>(frames), 2 * (taps - 1), past);
+  }
+
+  Signal kernel;
+  std::array<Signal, 3> pasts = {Signal(9000), Signal(9000), Signal(9000)};
+};
+
 std::vector<std::int64_t> sets() {
   return benchmark::CreateDenseRange(0, static_cast<int>(allVectorKernels().size()) - 1, 1);
 }
@@ -144,5 +213,10 @@ BENCHMARK(crossover)->ArgsProduct({{64, 512, 4096}, sets(), {1}})->Args({64, set
 BENCHMARK(crossoverOneBurst)->Arg(64);
 BENCHMARK(bandFilters)->ArgsProduct({{64, 512, 4096}, sets()});
 BENCHMARK(oneBandDirectly)->Arg(64);
+BENCHMARK(oversampledGain<OversampledGain>)
+    ->ArgsProduct({{64}, {0, 1}, sets()})
+    ->Args({512, 0, sets().back()})
+    ->Args({4096, 0, sets().back()});
+BENCHMARK(oversampledGain<PlainGain>)->ArgsProduct({{64}, {0, 1}, {0}});
 
 }  // namespace

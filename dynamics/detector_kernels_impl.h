@@ -298,7 +298,7 @@ struct Group {
 
   /// `StaticCurve::gainDb`.
   static V gainDb(V level, const Curves& c, int n) noexcept {
-    const V silent = V{} + StaticCurve::kSilenceDb;
+    const V silent = broadcast<W>(StaticCurve::kSilenceDb);
     const V decibels = level < StaticCurve::kSilence ? silent : toDecibels<W>(level);
     const auto above = decibels >= c.high.v[n];
     const auto below = decibels <= c.low.v[n];
@@ -306,7 +306,7 @@ struct Group {
     const V way = above ? (decibels - c.high.v[n]) * c.slopeAbove.v[n] : lower;
     const V range = above ? c.rangeAbove.v[n] : c.rangeBelow.v[n];
     const V up = larger<W>(way, V{});
-    const V t = up < 1.0 ? up : V{} + 1.0;
+    const V t = up < 1.0 ? up : broadcast<W>(1.0);
     return (t - (2.0 * t * t * (t - 1.5) + t) * c.knee.v[n]) * range;
   }
 
@@ -373,21 +373,21 @@ struct Group {
 
   /// One step of the level's ballistics: moves the envelope to `x` and tells the phase.
   static V followLevel(V x, const Settings& s, State& state, int n) noexcept {
-    const V one = V{} + 1.0;
+    const V one = broadcast<W>(1.0);
     V& envelope = state.envelope.v[n];
     V& mean = state.meanSquare.v[n];
     V& hold = state.holdLeft.v[n];
     mean = mean + (x * x - mean) * s.rms.v[n];
     const auto slow = envelope * envelope <= mean * s.crest.v[n];
-    const V release = slow ? V{} + double{kSlow} : V{} + double{kFast};
+    const V release = slow ? broadcast<W>(kSlow) : broadcast<W>(kFast);
     const auto falls = x < envelope;
     const auto held = hold > 0.0;
     const V released = slow ? envelope * s.relSlow.v[n] : envelope * s.relFast.v[n];
     const V fallen = held ? envelope : released;
     const V risen = envelope + (x - envelope) * s.attack.v[n];
     const V left = held ? hold - one : hold;
-    const V whileFalling = held ? V{} + double{kHold} : release;
-    const V whileRising = s.expand.v[n] > 0.0 ? release : V{} + double{kAttack};
+    const V whileFalling = held ? broadcast<W>(kHold) : release;
+    const V whileRising = s.expand.v[n] > 0.0 ? release : broadcast<W>(kAttack);
     hold = falls ? left : s.hold.v[n];
     envelope = ((falls ? fallen : risen) + kFlush) - kFlush;
     return falls ? whileFalling : whileRising;
@@ -395,7 +395,7 @@ struct Group {
 
   /// One step of the gain's ballistics towards `g`, dB.
   static V followGain(V g, V phase, const Settings& s, State& state, int n) noexcept {
-    const V one = V{} + 1.0;
+    const V one = broadcast<W>(1.0);
     V& y = state.smoothedGain.v[n];
     const auto expand = s.expand.v[n] > 0.0;
     const auto rises = expand & (g >= y);
@@ -447,7 +447,7 @@ struct Group {
   /// From gains to their smoothed parts, weighted; all in dB.
   static void followGains(const Settings& s, State& state, Rows& gains, Rows& instant, Rows& phases,
                           int frames) noexcept {
-    const V one = V{} + 1.0;
+    const V one = broadcast<W>(1.0);
     for (int i = 0; i < frames; ++i) {
       Row gain = get(gains.row(i));
       const Row phase = get(phases.row(i));
