@@ -133,6 +133,7 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
   block.stagePlan = stagePlan.load(kAlone);
   block.xoverPlan = xoverPlan.load(kAlone);
   block.xoverMaxLookahead = xoverMaxLookahead.load(kAlone);
+  block.oversampleLatency = oversampleLatency.load(kAlone);
   return block;
 }
 
@@ -191,7 +192,9 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
   delaySidechain(DelayRings::kExtBefore, band, block, filterDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
-  const int bandDelay = processBand(band, block, lifted, kDynamicEq);
+  const BandRun run = beginBand(band, 0, block);
+  processBands({&run, 1}, block, 0);
+  const int bandDelay = run.lookahead + block.oversampleLatency;
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
@@ -220,11 +223,12 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   delaySidechain(DelayRings::kExtBefore, first, block, splitDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, first, block, splitDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, first, block, splitDelay);
-  for (int place = 0; place < length; ++place) {
-    const auto slot = static_cast<std::size_t>(place);
-    processBand(listed[slot].band, block, {buffers->band[0][slot], buffers->band[1][slot]},
-                block.xoverMaxLookahead);
+  std::array<BandRun, kBands> runs;
+  const auto count = static_cast<std::size_t>(length);
+  for (std::size_t place = 0; place < count; ++place) {
+    runs[place] = beginBand(listed[place].band, place, block);
   }
+  processBands({runs.data(), count}, block, block.xoverMaxLookahead);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
@@ -234,8 +238,9 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
       for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * band[i];
     }
   }
-  delaySidechain(DelayRings::kExtAfter, first, block, block.xoverMaxLookahead);
-  delayPair(buffers->dry, DelayRings::kDryAfter, first, block, block.xoverMaxLookahead);
+  const int bandDelay = block.xoverMaxLookahead + block.oversampleLatency;
+  delaySidechain(DelayRings::kExtAfter, first, block, bandDelay);
+  delayPair(buffers->dry, DelayRings::kDryAfter, first, block, bandDelay);
 }
 
 void compressor::splitIntoBands(int length, const Block& block) noexcept {

@@ -1,15 +1,176 @@
-// The way of one band's signal.
+// The way of one band's signal: sidechain, detectors, gain.
+
+#include <algorithm>
+#include <cstddef>
 
 #include "dynamics/compressor.h"
 
-int compressor::processBand(int band, const Block& block, const WorkBuffers::Pair& signal,
-                            int alignTo) noexcept {
-  const int ahead = lookahead(band);
-  const bool dynamicEq = alignTo == kDynamicEq;
-  if (dynamicEq) delayPair(buffers->rest, DelayRings::kAlign, band, block, ahead);
-  delayPair(signal, DelayRings::kLook, band, block, ahead);
-  if (dynamicEq) return ahead;
-  // All crossover bands come out as late as the one that looks ahead furthest.
-  delayPair(signal, DelayRings::kAlign, band, block, alignTo - ahead);
-  return alignTo;
+namespace {
+
+constexpr auto kAlone = std::memory_order_relaxed;
+
+/// How much of its gain each of a band's two channels takes.
+struct PositionWeights {
+  PositionWeights(double position, int channels) noexcept
+      : first(channels == 1 ? 1.0 : std::min(1.0, 1.0 - position)),
+        second(std::min(1.0, 1.0 + position)) {}
+  double first;
+  double second;
+};
+
+void encodeMidSide(double* left, double* right, int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    const double l = left[i];
+    const double r = right[i];
+    left[i] = l + r;
+    right[i] = l - r;
+  }
+}
+
+void decodeMidSide(double* mid, double* side, int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    const double m = mid[i];
+    const double s = side[i];
+    mid[i] = (m + s) * 0.5;
+    side[i] = (m - s) * 0.5;
+  }
+}
+
+void multiplyReduction(float* reduction, const double* gain, double weight, int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    reduction[i] =
+        static_cast<float>(static_cast<double>(reduction[i]) * ((gain[i] - 1.0) * weight + 1.0));
+  }
+}
+
+}  // namespace
+
+compressor::BandRun compressor::beginBand(int band, std::size_t place,
+                                          const Block& block) noexcept {
+  const SharedBand& shared = at(band);
+  const ListenState& listening = block.listening;
+  const bool unheard = listening.soloCount != 0 && !shared.solo.load(kAlone);
+  BandRun run{};
+  run.band = band;
+  run.isXover = shared.isXover.load(kAlone);
+  // While a sidechain is listened to, no band changes what it passes.
+  run.passive = shared.bypass.load(kAlone) || unheard || listening.scListen != -1;
+  run.lookahead = lookahead(band);
+  run.signal = {buffers->band[0][place], buffers->band[1][place]};
+  run.side = {buffers->side[0][place], buffers->side[1][place]};
+  return run;
+}
+
+void compressor::processBands(std::span<const BandRun> runs, const Block& block,
+                              int alignTo) noexcept {
+  for (const BandRun& run : runs) makeSidechain(run, block);
+  detect(runs, block);
+  for (const BandRun& run : runs) {
+    if (!run.isXover) {
+      // The band itself gets as late by its oversampled product.
+      delayPair(buffers->rest, DelayRings::kAlign, run.band, block,
+                run.lookahead + block.oversampleLatency);
+    }
+    delayPair(run.signal, DelayRings::kLook, run.band, block, run.lookahead);
+    applyGain(run, block);
+    // All crossover bands come out as late as the one that looks ahead furthest.
+    if (run.isXover) {
+      delayPair(run.signal, DelayRings::kAlign, run.band, block, alignTo - run.lookahead);
+    }
+  }
+}
+
+void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept {
+  const SharedBand& shared = at(run.band);
+  const int source = shared.scSource.load(kAlone);
+  const int bandIndex = shared.scBandIndex.load(kAlone);
+  for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+    const double* from = nullptr;
+    if (source == SidechainSource::kWide) from = buffers->wet[c];
+    if (source == SidechainSource::kBand) from = run.signal[c];
+    if (source == SidechainSource::kExternal) from = buffers->ext[c];
+    if (run.isXover && bandIndex >= 0) {
+      from = buffers->bandCopy[c][static_cast<std::size_t>(bandIndex)];
+    }
+    if (from != nullptr) std::copy_n(from, block.frames, run.side[c]);
+  }
+  SidechainFilters& filters = sidechains[static_cast<std::size_t>(run.band)];
+  const bool stereo = block.channels == 2;
+  filters.process(run.side[0], stereo ? run.side[1] : nullptr, block.frames);
+  if (block.listening.scListen == run.band) {
+    for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+      std::copy_n(run.side[c], block.frames, run.signal[c]);
+    }
+  } else if (stereo) {
+    filters.link(run.side[0], run.side[1], block.frames);
+  }
+}
+
+void compressor::detect(std::span<const BandRun> runs, const Block& block) noexcept {
+  std::array<BandDetector::Job, kBands * WorkBuffers::kChannels> jobs{};
+  std::size_t count = 0;
+  for (const BandRun& run : runs) {
+    const auto band = static_cast<std::size_t>(run.band);
+    BandMeters& meter = bandMeters[band];
+    for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+      jobs[count++] = {&detectors[band][c], run.side[c],     &meter.envPeak, &meter.dynPeak[c],
+                       &meter.tranPeak[c],  &meter.fastLamp, &meter.slowLamp};
+    }
+  }
+  BandDetector::processTogether({jobs.data(), count}, block.frames);
+  for (const BandRun& run : runs) {
+    if (!run.passive) continue;
+    BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
+    meter.dynPeak.fill(0.0);
+    meter.tranPeak.fill(0.0);
+    for (double* const gain : run.side) std::fill_n(gain, block.frames, 1.0);
+  }
+}
+
+void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
+  const bool midSide = block.channels == 2 && !at(run.band).leftRight.load(kAlone);
+  if (!run.passive) {
+    recordReduction(run, block);
+    finishGain(run, block);
+  }
+  if (midSide) encodeMidSide(run.signal[0], run.signal[1], block.frames);
+  for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+    double* const signal = run.signal[c];
+    const double* const gain = run.side[c];
+    if (block.oversampleLatency > 0) {
+      oversampled[static_cast<std::size_t>(run.band)][c].process(
+          signal, gain, block.frames, buffers->upSignal, buffers->upGain);
+    } else if (!run.passive) {
+      for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
+    }
+  }
+  if (midSide) decodeMidSide(run.signal[0], run.signal[1], block.frames);
+}
+
+/// Multiplies the detectors' gain into what the meters show of all bands together.
+void compressor::recordReduction(const BandRun& run, const Block& block) noexcept {
+  const SharedBand& shared = at(run.band);
+  const PositionWeights weight(shared.position.load(kAlone), block.channels);
+  multiplyReduction(buffers->reduction[0], run.side[0], weight.first, block.frames);
+  if (block.channels == 1) return;
+  if (shared.leftRight.load(kAlone)) {
+    multiplyReduction(buffers->reduction[1], run.side[1], weight.second, block.frames);
+  } else {
+    multiplyReduction(buffers->reduction[1], run.side[0], weight.first, block.frames);
+  }
+}
+
+/// From the detectors' gain to that which the signal gets.
+void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
+  const SharedBand& shared = at(run.band);
+  const double bandGain = shared.gain.load(kAlone);
+  const double bandDry = shared.dry.load(kAlone);
+  const PositionWeights weight(shared.position.load(kAlone), block.channels);
+  for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+    const double share = c == 0 ? weight.first : weight.second;
+    double* const gain = run.side[c];
+    for (int i = 0; i < block.frames; ++i) {
+      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * share + 1.0;
+    }
+  }
 }

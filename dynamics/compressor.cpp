@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstddef>
 
-#include "dynamics/lookahead_window.h"
-
 namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
@@ -57,6 +55,10 @@ void compressor::setSampleRate(double rate) noexcept {
   sampleRate = rate;
   loudness.setSampleRate(rate);
   for (subband& filter : subbands) filter.setSampleRate(rate);
+  for (SidechainFilters& filters : sidechains) filters.setSampleRate(static_cast<float>(rate));
+  for (auto& pair : detectors) {
+    for (BandDetector& detector : pair) detector.setSampleRate(rate);
+  }
   crossover.setSampleRate(rate);
 }
 
@@ -69,7 +71,7 @@ void compressor::resetEngine() noexcept {
   delays.clear();
   sidechainHeard = false;
   crossover.reset();
-  for (int band = 0; band < kBands; ++band) resetFilter(band);
+  for (int band = 0; band < kBands; ++band) resetPath(band);
 }
 
 void compressor::resetBandState(int band) noexcept {
@@ -79,13 +81,18 @@ void compressor::resetBandState(int band) noexcept {
   }
   bandMeters[index].reset();
   delays.clearBand(band);
-  resetFilter(band);
+  resetPath(band);
 }
 
-void compressor::resetFilter(int band) noexcept {
+void compressor::resetPath(int band) noexcept {
+  const auto index = static_cast<std::size_t>(band);
+  sidechains[index].reset();
+  for (OversampledGain& product : oversampled[index]) product.reset();
+  for (BandDetector& detector : detectors[index]) detector.reset();
+  detectors[index][0].setOwnsLamps(true);
   // By the engine's clock, so that the eight take turns at the large part of their work.
   constexpr int kTurn = PartitionedConvolver::kPhases / kBands;
-  subbands[static_cast<std::size_t>(band)].reset(delays.position() + kTurn * band);
+  subbands[index].reset(delays.position() + kTurn * band);
 }
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
@@ -111,10 +118,62 @@ void compressor::setBand(int band, const BandSettings& settings) noexcept {
   shared.active.store(settings.active, kAlone);
   shared.solo.store(settings.solo, kAlone);
   shared.bypass.store(settings.bypass, kAlone);
+  shared.isXover.store(settings.isXover, kAlone);
+  shared.leftRight.store(settings.leftRight, kAlone);
   shared.position.store(settings.position, kAlone);
   shared.gain.store(settings.gain, kAlone);
   shared.dry.store(settings.dry, kAlone);
-  shared.lookaheadSamples.store(lookaheadSamples(settings.lookaheadMs, sampleRate), kAlone);
+}
+
+void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
+  if (!isBand(band)) return;
+  for (BandDetector& detector : detectors[static_cast<std::size_t>(band)]) {
+    detector.setCurve(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor, d.deadband,
+                      d.knee);
+    detector.setTimes(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest);
+    detector.setLookahead(d.lookaheadMs);
+    detector.setShape(d.shape);
+    detector.setWeights(d.dynWeight, d.tranWeight);
+  }
+}
+
+void compressor::setExpandMode(bool on) noexcept {
+  for (auto& pair : detectors) {
+    for (BandDetector& detector : pair) detector.setExpandMode(on);
+  }
+}
+
+void compressor::setSidechainSource(int band, const SidechainSource& source) noexcept {
+  if (!isBand(band)) return;
+  SharedBand& shared = bands[static_cast<std::size_t>(band)];
+  shared.scSource.store(source.source, std::memory_order_relaxed);
+  shared.scBandIndex.store(source.bandIndex, std::memory_order_relaxed);
+}
+
+void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
+                                     double unlink) noexcept {
+  if (!isBand(band)) return;
+  SidechainFilters& filters = sidechains[static_cast<std::size_t>(band)];
+  filters.setPosition(leftRight, percent);
+  filters.setUnlink(unlink);
+}
+
+void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) noexcept {
+  if (isBand(band)) sidechains[static_cast<std::size_t>(band)].set(settings);
+}
+
+void compressor::setOversampling(Oversampling mode) noexcept {
+  int latency = 0;
+  if (mode != Oversampling::kOff) {
+    // Off leaves the quality as it was.
+    for (auto& pair : oversampled) {
+      for (OversampledGain& product : pair) {
+        product.setHighQuality(mode == Oversampling::kHighQuality);
+      }
+    }
+    latency = oversampled[0][0].latency();
+  }
+  oversampleLatency.store(latency, std::memory_order_relaxed);
 }
 
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
@@ -144,13 +203,14 @@ void compressor::rebuildKernels() {
 
 int compressor::getLatency() {
   const BandLayout::Scope lock(layout);
+  const int perStage = oversampleLatency.load(std::memory_order_relaxed);
   int samples = 0;
   for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
     for (const std::int32_t band : *list) {
-      samples += lookahead(band) + subbands[static_cast<std::size_t>(band)].latency();
+      samples += lookahead(band) + perStage + subbands[static_cast<std::size_t>(band)].latency();
     }
   }
-  if (!layout.xover.empty()) samples += crossover.latency();
+  if (!layout.xover.empty()) samples += crossover.latency() + perStage;
   return samples + xoverMaxLookahead.load(std::memory_order_relaxed);
 }
 
@@ -163,7 +223,7 @@ void compressor::crossoverCurve(int place, const float* frequencies, int n, floa
 }
 
 int compressor::lookahead(int band) const noexcept {
-  return at(band).lookaheadSamples.load(std::memory_order_relaxed);
+  return detectors[static_cast<std::size_t>(band)][0].lookaheadSamples();
 }
 
 void compressor::setScListen(int band) noexcept {

@@ -4,16 +4,20 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <span>
 
+#include "dynamics/band_detector.h"
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/delay_rings.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
 #include "filters/crossover_bank.h"
+#include "filters/resampler.h"
 #include "filters/subband.h"
 
 /// Settings of one band as its parameters give them.
@@ -21,11 +25,43 @@ struct BandSettings {
   bool active = false;
   bool solo = false;
   bool bypass = false;
-  double position = 0.0;  ///< -1 left or mid only .. 0 both .. +1 right or side only
-  double gain = 1.0;      ///< linear
-  double dry = 0.0;       ///< linear share of the unprocessed band
+  bool isXover = true;
+  bool leftRight = false;  ///< the two gains act on left and right, else on mid and side
+  double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
+  double gain = 1.0;       ///< linear
+  double dry = 0.0;        ///< linear share of the unprocessed band
+};
+
+/// Where a band's sidechain comes from.
+struct SidechainSource {
+  enum Source : int { kWide, kBand, kExternal };  ///< any other leaves what there was
+  int source = kBand;
+  /// Place in the XOver list of the band that a crossover band hears instead, or -1.
+  int bandIndex = -1;
+};
+
+/// What a band's two detectors do; decibels and ms, see `BandDetector`.
+struct BandDynamics {
+  double threshold = 0.0;
+  double ratioAbove = 0.0;
+  double ceiling = 24.0;
+  double ratioBelow = 0.0;
+  double floor = 24.0;
+  double deadband = 0.0;
+  double knee = 0.0;
+  double attackMs = 3.15;
+  double relFastMs = 20.0;
+  double relSlowMs = 200.0;
+  double rmsMs = 50.0;
+  double crest = 6.0;
+  double shape = 1.0;
+  double dynWeight = 1.0;
+  double tranWeight = 0.0;
   float lookaheadMs = 0.0F;
 };
+
+/// How the product of a band and its gain is formed.
+enum class Oversampling { kOff, kStandard, kHighQuality };
 
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
 /// 64-bit floats inside, whatever the host gives.
@@ -56,6 +92,14 @@ class compressor {
   void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
   void setMeasuring(bool on) noexcept { loudness.setMeasuring(on); }
   void setBand(int band, const BandSettings& settings) noexcept;
+  void setDynamics(int band, const BandDynamics& dynamics) noexcept;
+  void setExpandMode(bool on) noexcept;  ///< of all detectors
+  void setSidechainSource(int band, const SidechainSource& source) noexcept;
+  /// As `SidechainFilters::setPosition` and `setUnlink`.
+  void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
+  /// Designs filters.
+  void setSidechainFilters(int band, const SidechainFilterSettings& settings) noexcept;
+  void setOversampling(Oversampling mode) noexcept;
   void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
@@ -109,9 +153,9 @@ class compressor {
  private:
   /// A band's settings as the audio thread reads them: each stands alone, so order does not matter.
   struct SharedBand {
-    std::atomic<bool> active{false}, solo{false}, bypass{false};
+    std::atomic<bool> active{false}, solo{false}, bypass{false}, isXover{true}, leftRight{false};
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
-    std::atomic<int> lookaheadSamples{0};
+    std::atomic<int> scSource{SidechainSource::kBand}, scBandIndex{-1};
   };
   /// What a block reads once and keeps to its end.
   struct Block {
@@ -121,12 +165,21 @@ class compressor {
     std::uint32_t stagePlan;
     std::uint32_t xoverPlan;
     int xoverMaxLookahead;  // samples
+    int oversampleLatency;  // samples, 0 where nothing is oversampled
+  };
+  /// One band on its way through a block.
+  struct BandRun {
+    int band;
+    bool isXover;
+    bool passive;
+    int lookahead;             // samples
+    WorkBuffers::Pair signal;  // in place
+    WorkBuffers::Pair side;    // sidechain, then linear gain
   };
   static constexpr int kCrossoverStage = -1;
-  static constexpr int kDynamicEq = -1;
 
   void ensureBuffers(int frames);
-  void resetFilter(int band) noexcept;
+  void resetPath(int band) noexcept;
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   template <typename Sample>
@@ -142,10 +195,15 @@ class compressor {
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
   void splitIntoBands(int length, const Block& block) noexcept;
-  /// One band's path over its signal in place. `alignTo`: the lookahead that a crossover band must
-  /// come to, in samples, or `kDynamicEq`. Returns by how many samples the band is then late.
-  int processBand(int band, const Block& block, const WorkBuffers::Pair& signal,
-                  int alignTo) noexcept;
+  /// The paths of bands that do not hear each other's output, over their signals in place.
+  /// `alignTo`: the lookahead that crossover bands come to, in samples.
+  void processBands(std::span<const BandRun> runs, const Block& block, int alignTo) noexcept;
+  [[nodiscard]] BandRun beginBand(int band, std::size_t place, const Block& block) noexcept;
+  void makeSidechain(const BandRun& run, const Block& block) noexcept;
+  void detect(std::span<const BandRun> runs, const Block& block) noexcept;
+  void applyGain(const BandRun& run, const Block& block) noexcept;
+  void recordReduction(const BandRun& run, const Block& block) noexcept;
+  void finishGain(const BandRun& run, const Block& block) noexcept;
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
                  int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int band, const Block& block, int samples) noexcept;
@@ -168,6 +226,9 @@ class compressor {
   std::array<BandMeters, kBands> bandMeters;
   std::array<SharedBand, kBands> bands;
   std::array<subband, kBands> subbands;
+  std::array<std::array<BandDetector, WorkBuffers::kChannels>, kBands> detectors;
+  std::array<SidechainFilters, kBands> sidechains;
+  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kBands> oversampled;
   CrossoverBank crossover;
   DelayRings delays;
   double sampleRate = 44100.0;  // Hz
@@ -178,6 +239,7 @@ class compressor {
   // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
   std::atomic<std::uint32_t> xoverPlan{0};
   std::atomic<int> xoverMaxLookahead{0};  // samples: the largest of the XOver list
+  std::atomic<int> oversampleLatency{0};  // samples, 0 where nothing is oversampled
   std::atomic<int> scListen{-1};
   std::atomic<bool> listenActive{false};
   std::atomic<bool> autolistenPassband{false};

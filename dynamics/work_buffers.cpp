@@ -1,11 +1,15 @@
 #include "dynamics/work_buffers.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace {
 
 constexpr std::size_t kPairs = 4;
-constexpr std::size_t kBuffers = WorkBuffers::kChannels * (kPairs + 2 * WorkBuffers::kBands) + 1;
+constexpr std::size_t kBandSets = 3;
+constexpr std::size_t kSingle = 1 + 2 * 2;  // the ramp, and two of twice the length
+constexpr std::size_t kBuffers =
+    WorkBuffers::kChannels * (kPairs + kBandSets * WorkBuffers::kBands) + kSingle;
 
 }  // namespace
 
@@ -14,20 +18,22 @@ WorkBuffers::WorkBuffers(int frames)
       memory(kBuffers * static_cast<std::size_t>(frames)),
       meterMemory(kChannels * static_cast<std::size_t>(frames)) {
   double* next = memory.data();
-  const auto take = [&next, frames] {
+  const auto take = [&next, frames](int times = 1) {
     double* const buffer = next;
-    next += frames;
+    next += static_cast<std::ptrdiff_t>(times) * frames;
     return buffer;
   };
   for (Pair* pair : {&wet, &dry, &rest, &ext}) {
     for (double*& channel : *pair) channel = take();
   }
-  for (BandSet* set : {&band, &bandCopy}) {
+  for (BandSet* set : {&band, &bandCopy, &side}) {
     for (auto& channel : *set) {
       for (double*& slot : channel) slot = take();
     }
   }
   ramp = take();
+  upSignal = take(2);
+  upGain = take(2);
   reduction = {meterMemory.data(), meterMemory.data() + frames};
 }
 

@@ -28,7 +28,10 @@ class WorkBuffers {
   Pair ext{};          ///< external sidechain input
   BandSet band{};      ///< crossover bands by list position; entry 0 serves a dynamic EQ stage
   BandSet bandCopy{};  ///< the crossover bands as the split left them, a sidechain source
+  BandSet side{};      ///< each band's sidechain, then its linear gain
   double* ramp = nullptr;
+  double* upSignal = nullptr;                 ///< 2 * capacity: scratch of the oversampled product
+  double* upGain = nullptr;                   ///< likewise
   std::array<float*, kChannels> reduction{};  ///< linear gain of all bands together, for the meters
 
  private:

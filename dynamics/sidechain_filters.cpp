@@ -1,0 +1,89 @@
+#include "dynamics/sidechain_filters.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+
+constexpr auto kAlone = std::memory_order_relaxed;
+
+/// A filter at one end: a pass filter of a slope, or a shelf of order 2 with a gain.
+void setEnd(LanthornEQ& filter, const SidechainFilterSettings::Filter& settings, int passType,
+            int shelfType) noexcept {
+  filter.setBypass(settings.on ? 0 : 1);
+  filter.setFrequency(settings.frequency);
+  filter.setGain(settings.second ? settings.gain : 0.0F);
+  filter.setOrder(settings.second ? 2 : settings.slope / 6);
+  filter.setQ(settings.q);
+  filter.setType(settings.second ? shelfType : passType);
+}
+
+void setMiddle(LanthornEQ& filter, const SidechainFilterSettings::Filter& settings) noexcept {
+  filter.setBypass(settings.on ? 0 : 1);
+  filter.setFrequency(settings.frequency);
+  filter.setGain(settings.gain);
+  filter.setQ(settings.q);
+  filter.setType(settings.second ? EQ::kBpf : EQ::kPeak);
+}
+
+}  // namespace
+
+void SidechainFilters::setSampleRate(float hz) noexcept {
+  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
+    for (LanthornEQ& filter : *filters) filter.setSampleRate(hz);
+  }
+}
+
+void SidechainFilters::set(const SidechainFilterSettings& settings) noexcept {
+  trim.store(std::pow(10.0, settings.trimDb * 0.05), kAlone);
+  for (std::size_t c = 0; c < kChannels; ++c) {
+    setEnd(lowFilter[c], settings.low, EQ::kHpf, EQ::kLowShelf);
+    setMiddle(midFilter[c], settings.mid);
+    setEnd(highFilter[c], settings.high, EQ::kLpf, EQ::kHighShelf);
+    for (LanthornEQ* filter : {&lowFilter[c], &midFilter[c], &highFilter[c]}) filter->update();
+  }
+}
+
+void SidechainFilters::setPosition(bool leftRight, int percent) noexcept {
+  const double p = percent * 0.01;
+  const double q = 1.0 - p;
+  const std::array<double, 4> factors =
+      leftRight
+          ? std::array{std::min(1.0, 2.0 * q), 0.0, 0.0, std::min(1.0, 2.0 * p)}
+          : std::array{std::min(0.5, q), std::min(0.5, q), std::min(0.5, p), -std::min(0.5, p)};
+  for (std::size_t i = 0; i < factors.size(); ++i) positionFactors[i].store(factors[i], kAlone);
+}
+
+void SidechainFilters::reset() noexcept {
+  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
+    for (LanthornEQ& filter : *filters) filter.resetState();
+  }
+}
+
+void SidechainFilters::process(double* left, double* right, int frames) noexcept {
+  const double gain = trim.load(kAlone);
+  const std::array<double*, kChannels> channels = {left, right};
+  for (std::size_t c = 0; c < kChannels && channels[c] != nullptr; ++c) {
+    double* const samples = channels[c];
+    for (int i = 0; i < frames; ++i) samples[i] *= gain;
+    for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
+      (*filters)[c].process(samples, frames);
+    }
+  }
+}
+
+void SidechainFilters::link(double* left, double* right, int frames) const noexcept {
+  const double c0 = positionFactors[0].load(kAlone);
+  const double c1 = positionFactors[1].load(kAlone);
+  const double c2 = positionFactors[2].load(kAlone);
+  const double c3 = positionFactors[3].load(kAlone);
+  const double unlink = scUnlink.load(kAlone);
+  for (int i = 0; i < frames; ++i) {
+    const double a = std::abs(c0 * left[i] + c1 * right[i]);
+    const double b = std::abs(c2 * left[i] + c3 * right[i]);
+    const double louder = a > b ? a : b;
+    left[i] = (a - louder) * unlink + louder;
+    right[i] = (b - louder) * unlink + louder;
+  }
+}

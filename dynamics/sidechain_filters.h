@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+
+#include "filters/lanthorn_eq.h"
+
+/// The three filters of a sidechain as its parameters give them: Hz, dB and whole dB per octave.
+struct SidechainFilterSettings {
+  struct Filter {
+    bool on = false;
+    float frequency = 1000.0F;
+    float gain = 0.0F;
+    float q = 0.71F;
+    int slope = 24;  // of a pass filter; the middle filter has none
+    /// The second of the filter's types: a shelf at the ends, a band-pass in the middle.
+    bool second = false;
+  };
+  double trimDb = 0.0;
+  Filter low, mid, high;
+};
+
+/// What a band's detectors hear of their source: trim, a low, a middle and a high filter per
+/// channel, and how the channels become what the two detectors get.
+///
+/// Threads: setters on one control thread at a time, at any moment; `process`, `link` and `reset`
+/// on the audio thread; `setSampleRate` while nothing processes.
+class SidechainFilters {
+ public:
+  void setSampleRate(float hz) noexcept;
+  /// Designs what has changed, which may take some hundred microseconds per filter.
+  void set(const SidechainFilterSettings& settings) noexcept;
+  /// Left/right or mid/side, and which of the two is heard: 0 the first alone .. 100 the second
+  /// alone.
+  void setPosition(bool leftRight, int percent) noexcept;
+  /// 0: both detectors hear the louder channel .. 1: each hears its own.
+  void setUnlink(double share) noexcept { scUnlink.store(share, std::memory_order_relaxed); }
+
+  /// Clears the filters' past; coefficients in force stay.
+  void reset() noexcept;
+  /// In place; a null `right` is mono.
+  void process(double* left, double* right, int frames) noexcept;
+  /// Makes left and right, in place, into what the two detectors hear.
+  void link(double* left, double* right, int frames) const noexcept;
+
+ private:
+  static constexpr std::size_t kChannels = 2;
+  using Filters = std::array<LanthornEQ, kChannels>;
+
+  Filters lowFilter;
+  Filters midFilter;
+  Filters highFilter;
+  // By which left and right become the first channel (0, 1) and the second (2, 3).
+  std::array<std::atomic<double>, 4> positionFactors{};
+  std::atomic<double> scUnlink{0.0};
+  std::atomic<double> trim{1.0};  // linear
+};
