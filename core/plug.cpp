@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
@@ -19,8 +20,10 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
 }  // namespace
 
-Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles)
-    : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1), idle(whoIdles) {
+Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime)
+    : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1),
+      clock(std::move(whatTime)),
+      idle(whoIdles) {
   setNumInputs(kMainChannels + kSidechainChannels);
   setNumOutputs(kMainChannels);
   setUniqueID(kUniqueId);
@@ -60,6 +63,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     }
   }
   advanceSampleCount(frames);
+  gate.addSamples(frames);
 }
 
 template <typename Sample>
@@ -79,10 +83,10 @@ void Plug::resume() {
   {
     const PlugBaseMutex::Scope lock(updateLock);
     takePreferences();  // the meters' times depend on the rate
+    analyser.reset();
+    outputPeak.reset();
     engine.setSampleRate(getSampleRate());
   }
-  analyser.reset();
-  outputPeak.reset();
   engine.resetEngine();
   PlugBaseJSON::resume();
   checkProcessLevel();
@@ -126,6 +130,7 @@ void Plug::offlineChanged(bool offline) {
 
 void Plug::onIdle() {
   updateLatency();
+  if (gate.isOwed()) updateDsp(false);
   autoGain.onIdle();
 }
 

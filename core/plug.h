@@ -3,17 +3,20 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 #include "core/analyser_feed.h"
 #include "core/auto_gain.h"
 #include "core/band_operations.h"
 #include "core/parameter_ids.h"
 #include "core/preferences.h"
+#include "core/update_gate.h"
 #include "core/value_text.h"
 #include "dynamics/compressor.h"
 #include "dynamics/output_peak.h"
 #include "host/idle_timer.h"
 #include "host/plug_base_json.h"
+#include "platform/clock.h"
 #include "platform/plug_base_mutex.h"
 
 /// The effect: 422 parameters around one engine.
@@ -32,18 +35,25 @@ class Plug : public PlugBaseJSON {
   /// test), so that what happens when is its own decision.
   enum class Idle { kTimer, kCaller };
 
-  explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer);
+  /// Milliseconds of a clock that never runs backwards; asked on any thread, must not lock.
+  using Clock = std::function<std::int64_t()>;
+
+  explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
+                Clock clock = &monotonicMilliseconds);
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
   void processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) override;
 
   void resume() override;
+  /// The engine goes on at the rate it had until `resume`.
   void setSampleRate(float rate) override;
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
+  /// Settings reach the engine at once, new filters as often as `UpdateGate` lets them; what it
+  /// keeps back `onIdle` makes up for.
   void updateDsp(bool force) override;
   void offlineChanged(bool offline) override;
   /// Works out the latency and tells the host when it has changed.
@@ -111,6 +121,7 @@ class Plug : public PlugBaseJSON {
   void startMeasuring();
   bool stopMeasuring();    // whether one was running
   void handOver();         // under `updateLock`
+  void redesign();         // under `updateLock`
   void takePreferences();  // under `updateLock`
   void updateGlobals();
   void updateBand(int band);
@@ -129,5 +140,7 @@ class Plug : public PlugBaseJSON {
   std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed
   PlugBaseMutex updateLock;                // one control thread at a time hands over parameters
   int updateSuspended = 0;                 // holds, under the lock; `updateDsp` runs only at 0
+  UpdateGate gate;                         // under the lock, but for its other threads' parts
+  const Clock clock;
   const Idle idle;
 };

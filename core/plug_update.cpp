@@ -35,8 +35,9 @@ bool Plug::stopMeasuring() {
   return running;
 }
 
-void Plug::updateDsp(bool /*force*/) {
+void Plug::updateDsp(bool force) {
   const PlugBaseMutex::Scope lock(updateLock);
+  if (force) gate.force();  // holds for the end of a hold, too
   if (updateSuspended == 0) handOver();
 }
 
@@ -56,8 +57,10 @@ void Plug::handOver() {
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
   engine.makeStagePlan();
   updateSplits();
-  engine.rebuildKernels();
+  if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
 }
+
+void Plug::redesign() { engine.rebuildKernels(); }
 
 void Plug::updateSplits() {
   std::array<double, kNumBands> slopes{};

@@ -170,7 +170,9 @@ TEST(ChainTest, EveryInstructionSetGivesTheSameToRounding) {
   useVectorKernels(usual);
 }
 
-TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {
+/// Moves one setting before each block; `clockStep` of the rig says how many redesigns have to
+/// wait.
+void expectExactSums(std::int64_t clockStep) {
   Settings settings = crossoverBands(3, 4);
   addBand(settings, 1, 100, true);
   addBand(settings, 2, 1000, true);
@@ -178,10 +180,12 @@ TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {
   PlugRig rig;
   setAll(rig, settings);
   rig.plug.resume();
+  rig.clockStep = clockStep;
   const std::size_t latency = latencyOf(rig);
   const auto input = noise<double>(96000);
   std::mt19937 random(7);
   const auto output = render(rig.plug, input, 96, [&](int /*frame*/) {
+    rig.plug.onIdle();
     const char* const rows[] = {"Frequency", "Slope", "Q", "Slope2"};
     const auto below = [&random](unsigned end) { return static_cast<int>(random() % end); };
     const int band = std::vector<int>{1, 2, 3, 4, 5, 6, 8}[random() % 7];
@@ -195,6 +199,13 @@ TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {
   });
   EXPECT_EQ(latencyOf(rig), latency);
   EXPECT_LT(deviation(input, output, latency), 5 * kMinus280Db);
+}
+
+TEST(ChainTest, SumsStayExactWhileFiltersAndSplitsMove) {
+  for (const std::int64_t clockStep : {100, 15, 0}) {
+    SCOPED_TRACE(clockStep);
+    expectExactSums(clockStep);
+  }
 }
 
 TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -24,7 +25,7 @@ class PlugRig {
 
   PlugRig() : PlugRig({}) {}
   explicit PlugRig(const Settings& settings, double rate = 48000.0)
-      : plug(&PlugRig::callback, Plug::Idle::kCaller) {
+      : plug(&PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }) {
     plug.getAeffect()->user = this;
     plug.setSampleRate(static_cast<float>(rate));
     set(settings);
@@ -50,6 +51,9 @@ class PlugRig {
     return found;
   }
 
+  // Milliseconds that pass at each look at the clock. At a tick of 100, redesigns never wait.
+  std::atomic<std::int64_t> clockStep{100};
+  std::atomic<std::int64_t> now{0};
   Plug plug;
   std::intptr_t processLevel = 2;
   std::function<void()> onAutomate;  // called at every automation message
