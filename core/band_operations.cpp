@@ -56,16 +56,18 @@ void BandOperations::setBandPosition(int band, int list) {
     return;
   }
   if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
-  const Plug::UpdateHold hold(plug);
-  const float order = plug.moveBand(band, list, 0.0);
-  automate(bandParameterId(band, kB1State), 1.0);
-  automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-  automateOrder(order);
-  checkSidechainSources();
-  if (list == kXoverList) {
-    const int frequency = bandParameterId(band, kB1Frequency);
-    plug.setParameterAutomated(frequency, plug.getParameter(frequency));
+  {
+    const Plug::UpdateHold hold(plug);
+    const float order = plug.moveBand(band, list, 0.0);
+    automate(bandParameterId(band, kB1State), 1.0);
+    automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
+    automateOrder(order);
+    checkSidechainSources();
   }
+  if (list != kXoverList) return;
+  // Once the chain stands, so that the other crossover bands make room.
+  const int frequency = bandParameterId(band, kB1Frequency);
+  plug.setParameterAutomated(frequency, plug.getParameter(frequency));
 }
 
 void BandOperations::deleteBand(int band) {

@@ -113,13 +113,19 @@ bool Plug::setBypass(bool on) {
   return true;
 }
 
+void Plug::setParameterAutomated(std::int32_t index, float normalised) {
+  crossoverEdits.automate(index, normalised);
+}
+
 void Plug::beginEdit(std::int32_t index) {
   PlugBaseJSON::beginEdit(index);
+  crossoverEdits.beginEdit(index);
   autoGain.beginEdit(index);
 }
 
 void Plug::endEdit(std::int32_t index) {
   PlugBaseJSON::endEdit(index);
+  crossoverEdits.endEdit(index);
   autoGain.endEdit();
 }
 

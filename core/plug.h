@@ -8,6 +8,7 @@
 #include "core/analyser_feed.h"
 #include "core/auto_gain.h"
 #include "core/band_operations.h"
+#include "core/crossover_edits.h"
 #include "core/parameter_ids.h"
 #include "core/preferences.h"
 #include "core/update_gate.h"
@@ -50,6 +51,8 @@ class Plug : public PlugBaseJSON {
   void setSampleRate(float rate) override;
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
+  /// As the base, but crossover bands make room for one that moves: `CrossoverEdits`.
+  void setParameterAutomated(std::int32_t index, float normalised) override;
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
   /// Settings reach the engine at once, new filters as often as `UpdateGate` lets them; what it
@@ -113,6 +116,7 @@ class Plug : public PlugBaseJSON {
 
  private:
   friend class AutoGain;
+  friend class CrossoverEdits;
 
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
@@ -127,6 +131,7 @@ class Plug : public PlugBaseJSON {
   void updateBand(int band);
   void configureFilters(int band);
   void updateSplits();
+  [[nodiscard]] bool updatesHeld();
   [[nodiscard]] ValueTextContext textContext(int index) const;
   [[nodiscard]] bool isOn(int index) const { return getPlainValue(index) != 0.0F; }
 
@@ -135,6 +140,7 @@ class Plug : public PlugBaseJSON {
   OutputPeak outputPeak;
   AutoGain autoGain{*this};
   BandOperations bandOperations{*this};
+  CrossoverEdits crossoverEdits{*this};
   Preferences preferences;
   std::atomic<bool> simpleNumbers{false};
   std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed

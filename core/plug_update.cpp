@@ -41,6 +41,11 @@ void Plug::updateDsp(bool force) {
   if (updateSuspended == 0) handOver();
 }
 
+bool Plug::updatesHeld() {
+  const PlugBaseMutex::Scope lock(updateLock);
+  return updateSuspended > 0;
+}
+
 void Plug::updateLatency() {
   std::int32_t samples = 0;
   {

@@ -1,0 +1,86 @@
+#include "core/crossover_edits.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "core/crossover_spacing.h"
+#include "core/plug.h"
+
+namespace {
+
+bool isBandFrequency(int index) noexcept {
+  return isBandParameter(index) && bandOneIdOf(index) == kB1Frequency;
+}
+
+}  // namespace
+
+CrossoverEdits::Crossover CrossoverEdits::crossoverOf(int index) {
+  Crossover found;
+  if (!isBandFrequency(index)) return found;
+  BandLayout& layout = plug.engine.layout;
+  const BandLayout::Scope lock(layout);
+  const auto band = std::ranges::find(layout.xover, bandOf(index));
+  if (band == layout.xover.end()) return found;
+  found.bands = layout.xover;
+  found.place = static_cast<std::size_t>(band - layout.xover.begin());
+  for (const std::int32_t listed : layout.xover) {
+    found.centres.push_back(layout.frequency[static_cast<std::size_t>(listed)]);
+  }
+  return found;
+}
+
+void CrossoverEdits::automate(int index, float normalised) {
+  const Crossover crossover = crossoverOf(index);
+  const bool alone = crossover.bands.empty() || std::isnan(normalised) || plug.isLoading.load() ||
+                     plug.updatesHeld();
+  if (alone) {
+    plug.PlugBaseJSON::setParameterAutomated(index, normalised);
+    return;
+  }
+  const auto wanted =
+      static_cast<double>(plug.normalisedToPlain(index, std::clamp(normalised, 0.0F, 1.0F)));
+  const auto spaced = spacedCrossover(crossover.centres, crossover.place, wanted);
+  std::optional<Plug::UpdateHold> hold;
+  for (std::size_t i = 0; i < spaced.size(); ++i) {
+    if (i == crossover.place || spaced[i] == crossover.centres[i]) continue;
+    if (!hold) hold.emplace(plug);
+    moveNeighbour(bandParameterId(crossover.bands[i], kB1Frequency), spaced[i]);
+  }
+  const double own = spaced[crossover.place];
+  if (own != wanted) normalised = plug.plainToNormalised(index, static_cast<float>(own));
+  plug.PlugBaseJSON::setParameterAutomated(index, normalised);
+}
+
+void CrossoverEdits::moveNeighbour(int index, double centre) {
+  const float normalised = plug.plainToNormalised(index, static_cast<float>(centre));
+  // The messages alone: this is no edit of the user's that Auto Gain should follow.
+  const bool told = gesturesTold();
+  if (told) plug.AudioEffectX::beginEdit(index);
+  plug.PlugBaseJSON::setParameterAutomated(index, normalised);
+  if (told) plug.AudioEffectX::endEdit(index);
+}
+
+void CrossoverEdits::beginEdit(int index) {
+  const Crossover crossover = crossoverOf(index);
+  std::uint32_t joining = 0;
+  for (const std::int32_t band : crossover.bands) {
+    if (band == bandOf(index)) continue;
+    joining |= 1U << band;
+    if (gesturesTold()) plug.AudioEffectX::beginEdit(bandParameterId(band, kB1Frequency));
+  }
+  if (isBandFrequency(index)) companions[static_cast<std::size_t>(bandOf(index))] = joining;
+}
+
+void CrossoverEdits::endEdit(int index) {
+  if (!isBandFrequency(index)) return;
+  const std::uint32_t leaving = companions[static_cast<std::size_t>(bandOf(index))].exchange(0);
+  for (int band = 0; band < kNumBands; ++band) {
+    if ((leaving >> band & 1U) == 0 || !gesturesTold()) continue;
+    plug.AudioEffectX::endEdit(bandParameterId(band, kB1Frequency));
+  }
+}
+
+bool CrossoverEdits::gesturesTold() const {
+  return !plug.gesturesOff.load(std::memory_order_relaxed);
+}
