@@ -59,7 +59,8 @@ void EffectRunner::reserve(Planes<Sample>& planes, int frames) {
 }
 
 void EffectRunner::automate(std::int32_t parameter, float plain) {
-  plug.setParameterAutomated(parameter, plug.plainToNormalised(parameter, plain));
+  // As a host plays automation: no other parameter gives way to it, as to the user's hand.
+  plug.setParameter(parameter, plug.plainToNormalised(parameter, plain));
   // A live effect puts redesigns off by the clock; here they have to come at the same frame every
   // time.
   if (realtime) plug.updateDsp(true);

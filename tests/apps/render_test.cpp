@@ -116,6 +116,33 @@ TEST_F(Render, automationTakesEffectAtTheBlockThatHoldsIt) {
   }
 }
 
+// A live effect puts new filters off by the clock; a render must not depend on it.
+TEST_F(Render, automatedFiltersMoveAtOnceLiveAndOffline) {
+  writeInput(makeSignal(9600, 2, 48000, 16));
+  std::string moves;
+  for (int i = 1; i < 40; ++i) {
+    moves += std::to_string(i * 0.005) + ",kB1Frequency," + std::to_string(150 * i) + "\n";
+  }
+  writeBytes(directory.path("moves.csv"), moves);
+  const std::string options =
+      "--double --format f64 --block 240 --set kB1Type=1 --set kB1Solo=1 --set kB1Bypass=1 ";
+  const Audio offline = render(options + "--automation " + quoted("moves.csv"));
+  const Audio live = render(options + "--realtime --automation " + quoted("moves.csv"));
+  EXPECT_EQ(live.samples, offline.samples);
+  EXPECT_NE(live.samples, render(options + "--set kB1Frequency=5850").samples);
+}
+
+// The file says where each band is; unlike under a hand, none makes room for another.
+TEST_F(Render, automationMovesNothingButWhatItNames) {
+  writeInput(makeSignal(4800, 1, 48000, 17));
+  const std::string bands =
+      "--double --format f64 --set kB1Solo=1 --set kB1Bypass=1 --set kB2State=1 "
+      "--set kB2Frequency=2000 --set kBandOrder=0.836735 ";
+  writeBytes(directory.path("moves.csv"), "0,kB1Frequency,1900\n");
+  const Audio moved = render(bands + "--automation " + quoted("moves.csv"));
+  EXPECT_EQ(moved.samples, render(bands + "--set kB1Frequency=1900").samples);
+}
+
 TEST_F(Render, whatIsNoNumberComesOutAsZero) {
   Audio audio = makeSignal(48000, 2, 48000, 15);
   std::vector<double> expected = audio.samples;
