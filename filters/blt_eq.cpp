@@ -31,22 +31,14 @@ std::array<double, 5> bilinear(const AnalogRow& row, double warpHz, double sampl
 }  // namespace
 
 void BLTEQ::update() noexcept {
-  if (type == kOff || getBypass() != 0) {
+  if (isOut()) {
     setSectionCount(1);
     resetCoefficients(false);
     storeFlat(true);
     return;
   }
-  if (dirty) {
-    design(&sections, false);
-    dirty = false;
-  } else if (!sectionsChanged) {
-    return;
-  }
-  sectionsChanged = false;
-  AnalogSections radian = sections;
-  setSectionCount(radian.count);
-  scaleSections(radian.rows.data(), radian.count, kTwoPi);
+  AnalogSections radian;
+  if (!takeRows(radian)) return;
   const double rate = sampleRate;
   std::array<double, 5 * kMaxSections> result{};
   for (std::size_t i = 0; i < static_cast<std::size_t>(radian.count); ++i) {
