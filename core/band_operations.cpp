@@ -85,6 +85,6 @@ void BandOperations::checkSidechainSources() {
     const int source = static_cast<int>(plug.getPlainValue(id));
     if (source == -1 || plug.getEngine().layout.crossoverIndex(source) != -1) continue;
     automate(id, -1.0);
-    automate(bandParameterId(band, kB1SCSrc), kSourceBand);
+    automate(bandParameterId(band, kB1SCSrc), SidechainRoute::kBand);
   }
 }

@@ -95,7 +95,3 @@ inline constexpr int kBandRows = 51;
 [[nodiscard]] constexpr int bandOneIdOf(int id) noexcept {
   return kB1State + (id - kB1State) % kBandRows;
 }
-
-/// Values of the coded parameters; those of the bands' shapes are `SubType`.
-enum SidechainSource : int { kSourceWide = 0, kSourceBand = 1, kSourceExternal = 2 };
-enum OversampleMode : int { kOversampleOff = 0, kOversampleOn = 1, kOversampleHq = 2 };

@@ -129,7 +129,8 @@ class Plug : public PlugBaseJSON {
   void takePreferences();  // under `updateLock`
   void updateGlobals();
   void updateBand(int band);
-  void configureFilters(int band);
+  void updateSidechainRoute(int band);
+  void updateOversampling();
   void updateSplits();
   [[nodiscard]] bool updatesHeld();
   [[nodiscard]] ValueTextContext textContext(int index) const;

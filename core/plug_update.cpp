@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "core/band_parameters.h"
 #include "core/plug.h"
 
 Plug::UpdateHold::UpdateHold(Plug& plug) : held(plug) {
@@ -61,11 +62,17 @@ void Plug::handOver() {
   // An order that breaks the chain keeps the last valid one.
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
   engine.makeStagePlan();
+  for (int band = 0; band < kNumBands; ++band) updateSidechainRoute(band);
   updateSplits();
   if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
 }
 
-void Plug::redesign() { engine.rebuildKernels(); }
+void Plug::redesign() {
+  for (int band = 0; band < kNumBands; ++band) {
+    engine.setSidechainFilters(band, bandSidechainFilters(*this, band));
+  }
+  engine.rebuildKernels();
+}
 
 void Plug::updateSplits() {
   std::array<double, kNumBands> slopes{};
@@ -81,39 +88,45 @@ void Plug::updateGlobals() {
   const auto outTrim = static_cast<double>(getPlainValue(kOpTrim));
   engine.setGains(static_cast<double>(getPlainValue(kIpTrim)), outTrim, isOn(kBypass),
                   isOn(kListen), static_cast<double>(getParameter(kWetDry)));
+  updateOversampling();
   engine.setScListen(static_cast<int>(getPlainValue(kSCListen)));
+  engine.setExpandMode(isOn(kLogBehaviour));
   outTrimLinear.store(std::pow(10.0, outTrim * 0.05), std::memory_order_relaxed);
 }
 
 void Plug::updateBand(int band) {
-  const auto plain = [this, band](int row) {
-    return static_cast<double>(getPlainValue(bandParameterId(band, row)));
-  };
-  const auto on = [this, band](int row) { return isOn(bandParameterId(band, row)); };
-  BandSettings settings;
-  settings.active = on(kB1State);
-  settings.solo = on(kB1Solo);
-  settings.bypass = on(kB1Bypass);
-  settings.position = std::trunc(plain(kB1Position)) * 0.02 - 1.0;
-  settings.gain = std::pow(10.0, plain(kB1Gain) * 0.05);
-  settings.dry = plain(kB1DryGain) * 0.01;
-  settings.lookaheadMs = getPlainValue(bandParameterId(band, kB1Lookahead));
+  const auto plain = [this, band](int row) { return getPlainValue(bandParameterId(band, row)); };
+  const BandSettings settings = bandSettings(*this, band);
+  engine.setDynamics(band,
+                     bandDynamics(*this, band, rangeMultiplier(getPlainValue(kExtendedRanges)),
+                                  isOn(kExtendedRatios) ? 2.0 : 1.0));
   engine.setBand(band, settings);
-  const bool dynamicEq = on(kB1Type);
-
   {
     BandLayout& layout = engine.layout;
     const BandLayout::Scope lock(layout);
     const auto index = static_cast<std::size_t>(band);
     layout.state[index] = settings.active;
-    layout.isXover[index] = !dynamicEq;
-    layout.frequency[index] = plain(kB1Frequency);
+    layout.isXover[index] = settings.isXover;
+    layout.frequency[index] = static_cast<double>(plain(kB1Frequency));
   }
-  if (settings.active && dynamicEq) configureFilters(band);
+  engine.setSidechainLinkage(band, plain(kB1SCLR) != 0.0F, static_cast<int>(plain(kB1SCPos)),
+                             1.0 - static_cast<double>(plain(kB1SCLink)) * 0.01);
+  if (settings.active && !settings.isXover) {
+    engine.configureFilters(band, static_cast<int>(plain(kB1SubType)), plain(kB1Frequency),
+                            plain(kB1Slope), plain(kB1Q), plain(kB1Slope2));
+  }
 }
 
-void Plug::configureFilters(int band) {
-  const auto plain = [this, band](int row) { return getPlainValue(bandParameterId(band, row)); };
-  engine.configureFilters(band, static_cast<int>(plain(kB1SubType)), plain(kB1Frequency),
-                          plain(kB1Slope), plain(kB1Q), plain(kB1Slope2));
+/// Behind the order of bands, which the places in the XOver list follow.
+void Plug::updateSidechainRoute(int band) {
+  const auto whole = [this, band](int row) {
+    return static_cast<int>(getPlainValue(bandParameterId(band, row)));
+  };
+  engine.setSidechainRoute(band,
+                           {whole(kB1SCSrc), engine.layout.crossoverIndex(whole(kB1SCSBand))});
+}
+
+void Plug::updateOversampling() {
+  const int row = isOffline.load(relaxed) ? kOversampleOL : kOversample;
+  engine.setOversampling(static_cast<Oversampling>(static_cast<int>(getPlainValue(row))));
 }

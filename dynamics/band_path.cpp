@@ -86,9 +86,9 @@ void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept 
   const int bandIndex = shared.scBandIndex.load(kAlone);
   for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
     const double* from = nullptr;
-    if (source == SidechainSource::kWide) from = buffers->wet[c];
-    if (source == SidechainSource::kBand) from = run.signal[c];
-    if (source == SidechainSource::kExternal) from = buffers->ext[c];
+    if (source == SidechainRoute::kWide) from = buffers->wet[c];
+    if (source == SidechainRoute::kBand) from = run.signal[c];
+    if (source == SidechainRoute::kExternal) from = buffers->ext[c];
     if (run.isXover && bandIndex >= 0) {
       from = buffers->bandCopy[c][static_cast<std::size_t>(bandIndex)];
     }

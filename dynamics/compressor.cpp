@@ -143,11 +143,11 @@ void compressor::setExpandMode(bool on) noexcept {
   }
 }
 
-void compressor::setSidechainSource(int band, const SidechainSource& source) noexcept {
+void compressor::setSidechainRoute(int band, const SidechainRoute& route) noexcept {
   if (!isBand(band)) return;
   SharedBand& shared = bands[static_cast<std::size_t>(band)];
-  shared.scSource.store(source.source, std::memory_order_relaxed);
-  shared.scBandIndex.store(source.bandIndex, std::memory_order_relaxed);
+  shared.scSource.store(route.source, std::memory_order_relaxed);
+  shared.scBandIndex.store(route.bandIndex, std::memory_order_relaxed);
 }
 
 void compressor::setSidechainLinkage(int band, bool leftRight, int percent,

@@ -33,7 +33,7 @@ struct BandSettings {
 };
 
 /// Where a band's sidechain comes from.
-struct SidechainSource {
+struct SidechainRoute {
   enum Source : int { kWide, kBand, kExternal };  ///< any other leaves what there was
   int source = kBand;
   /// Place in the XOver list of the band that a crossover band hears instead, or -1.
@@ -94,7 +94,7 @@ class compressor {
   void setBand(int band, const BandSettings& settings) noexcept;
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
-  void setSidechainSource(int band, const SidechainSource& source) noexcept;
+  void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
   /// As `SidechainFilters::setPosition` and `setUnlink`.
   void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
   /// Designs filters.
@@ -155,7 +155,7 @@ class compressor {
   struct SharedBand {
     std::atomic<bool> active{false}, solo{false}, bypass{false}, isXover{true}, leftRight{false};
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
-    std::atomic<int> scSource{SidechainSource::kBand}, scBandIndex{-1};
+    std::atomic<int> scSource{SidechainRoute::kBand}, scBandIndex{-1};
   };
   /// What a block reads once and keeps to its end.
   struct Block {
