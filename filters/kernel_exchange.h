@@ -25,9 +25,13 @@ class KernelExchange {
 
   // Audio thread.
   [[nodiscard]] const Kernel& active() const noexcept { return kernels[activeIndex]; }
+  /// Whether `take` would change the active kernel.
+  [[nodiscard]] bool waiting() const noexcept {
+    return (middle.load(std::memory_order_relaxed) & kFresh) != 0;
+  }
   /// Makes the newest published kernel the active one.
   void take() noexcept {
-    if ((middle.load(std::memory_order_relaxed) & kFresh) == 0) return;
+    if (!waiting()) return;
     activeIndex = middle.exchange(activeIndex, std::memory_order_acq_rel) & kIndex;
   }
 

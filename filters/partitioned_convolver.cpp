@@ -2,12 +2,22 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 
 namespace {
 
 constexpr int kVectorSlack = 8;  // what the vector kernels may read or write beyond a count
 
 PlanarSpan offset(PlanarSpan span, int by) noexcept { return {span.re + by, span.im + by}; }
+
+void addTo(double* sum, const double* x, int count) noexcept {
+  for (int i = 0; i < count; ++i) sum[i] += x[i];
+}
+
+void addTo(PlanarSpan sum, ConstPlanarSpan x, int count) noexcept {
+  addTo(sum.re, x.re, count);
+  addTo(sum.im, x.im, count);
+}
 
 }  // namespace
 
@@ -16,31 +26,70 @@ PartitionedConvolver::Stage::Stage(int block, int partitions, int kernelCount)
       count(partitions),
       fft(PlanarFft::shared(2 * block)),
       inputs(partitions, 2 * block),
-      work(3, 2 * block),
-      outputs(kernelCount, block) {}
+      work(2, 2 * block),
+      parts(2 * kernelCount, 2 * block),
+      retired(kernelCount * partitions, 2 * block),
+      ringing(static_cast<std::size_t>(kernelCount)) {}
+
+PlanarSpan PartitionedConvolver::Stage::tail(int kernel) const noexcept {
+  return offset(parts[2 * kernel + (turn ^ 1)], blockSize);
+}
 
 void PartitionedConvolver::Stage::clear() noexcept {
-  inputs.clear();
-  outputs.clear();
+  parts.clear();
+  retired.clear();
+  std::fill(ringing.begin(), ringing.end(), 0);
+  known = 0;
 }
 
 template <typename SpectraOf>
-void PartitionedConvolver::Stage::run(ConstPlanarSpan end, int kernels,
+void PartitionedConvolver::Stage::run(ConstPlanarSpan padded, int kernels,
                                       SpectraOf spectraOf) noexcept {
-  // Overlap-save: of two blocks in, the second comes out whole.
   newest = (newest + count - 1) % count;
-  fft.forward({end.re - 2 * blockSize, end.im - 2 * blockSize}, inputs[newest], work[2]);
+  known = std::min(known + 1, count);
+  turn ^= 1;
+  fft.forward(padded, inputs[newest], work[1]);
   std::array<ConstPlanarSpan, kMaxPartitions> x;
   std::array<ConstPlanarSpan, kMaxPartitions> h;
-  for (int j = 0; j < count; ++j) x[static_cast<std::size_t>(j)] = inputs[(newest + j) % count];
-  for (int kernel = 0; kernel < kernels; ++kernel) {
-    const PlanarArrays& spectra = spectraOf(kernel);
-    for (int j = 0; j < count; ++j) h[static_cast<std::size_t>(j)] = spectra[j];
-    vectorKernels().multiplySpectra(x.data(), h.data(), count, work[0], 2 * blockSize);
-    fft.backward(work[0], work[1], work[2]);
-    std::copy_n(work[1].re + blockSize, blockSize, outputs[kernel].re);
-    std::copy_n(work[1].im + blockSize, blockSize, outputs[kernel].im);
+  for (int j = 0; j < known; ++j) x[static_cast<std::size_t>(j)] = inputs[(newest + j) % count];
+  for (int kernel = 0; kernel < static_cast<int>(ringing.size()); ++kernel) {
+    const bool former = ringing[static_cast<std::size_t>(kernel)] > 0;
+    if (kernel >= kernels && !former) continue;
+    const int terms = kernel < kernels ? known : 0;
+    for (int j = 0; j < terms; ++j) h[static_cast<std::size_t>(j)] = spectraOf(kernel)[j];
+    vectorKernels().multiplySpectra(x.data(), h.data(), terms, work[0], 2 * blockSize);
+    if (former) addRetired(kernel, work[0]);
+    fft.backward(work[0], fresh(kernel), work[1]);
   }
+  due = (due + 1) % count;
+}
+
+void PartitionedConvolver::Stage::addRetired(int kernel, PlanarSpan sum) noexcept {
+  --ringing[static_cast<std::size_t>(kernel)];
+  const PlanarSpan part = retired[kernel * count + due];
+  addTo(sum, part, 2 * blockSize);
+  std::fill_n(part.re, 2 * blockSize, 0.0);
+  std::fill_n(part.im, 2 * blockSize, 0.0);
+}
+
+template <typename SpectraOf>
+void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexcept {
+  std::array<ConstPlanarSpan, kMaxPartitions> x;
+  std::array<ConstPlanarSpan, kMaxPartitions> h;
+  for (int j = 0; j < known; ++j) x[static_cast<std::size_t>(j)] = inputs[(newest + j) % count];
+  for (int kernel = 0; kernel < kernels; ++kernel) {
+    for (int j = 0; j < count; ++j) h[static_cast<std::size_t>(j)] = spectraOf(kernel)[j];
+    // The next run is the turn of the newest block's partition 1, and so forth.
+    for (int ahead = 0; ahead + 1 < count; ++ahead) {
+      const int terms = std::min(known, count - 1 - ahead);
+      vectorKernels().multiplySpectra(x.data(), h.data() + ahead + 1, terms, work[0],
+                                      2 * blockSize);
+      addTo(retired[kernel * count + (due + ahead) % count], work[0], 2 * blockSize);
+    }
+    // The partitions' turns, and two more to leave silence in both of its parts.
+    ringing[static_cast<std::size_t>(kernel)] = count + 1;
+  }
+  known = 0;
 }
 
 PartitionedConvolver::KernelSet::KernelSet(int smallPartitions, int largePartitions,
@@ -56,7 +105,8 @@ PartitionedConvolver::PartitionedConvolver(int tapCount, int kernelCount)
     : small(kSmall, kLarge / kSmall - 1, kernelCount),
       large(kLarge, tapCount / kLarge - 1, kernelCount),
       exchange(small.count, large.count, kernelCount),
-      past(1, 2 * kLarge + kVectorSlack),
+      past(1, kHead + 2 * kLarge),
+      smallBlock(1, 2 * kSmall),
       loading(3, 2 * kLarge) {}
 
 void PartitionedConvolver::setKernels(const double* const* kernels, int count) noexcept {
@@ -118,18 +168,17 @@ void PartitionedConvolver::process(const double* left, const double* right, doub
 void PartitionedConvolver::processChunk(const double* left, const double* right,
                                         double* const* outLeft, double* const* outRight,
                                         int outputs, int frames) noexcept {
-  const PlanarSpan newest = offset(past[0], kLarge + position);
+  const PlanarSpan newest = offset(past[0], kHead + position);
   std::copy_n(left, frames, newest.re);
   if (right == nullptr) {
     std::fill_n(newest.im, frames, 0.0);
   } else {
     std::copy_n(right, frames, newest.im);
   }
-  const KernelSet& set = exchange.active();
+  const int kernelCount = static_cast<int>(exchange.active().kernels.size());
   for (int k = 0; k < outputs; ++k) {
-    if (k < set.count) {
-      convolveChunk(k, set.kernels[static_cast<std::size_t>(k)].head.data(), outLeft[k],
-                    outRight[k], frames);
+    if (k < kernelCount) {
+      convolveChunk(k, outLeft[k], outRight[k], frames);
     } else {
       std::fill_n(outLeft[k], frames, 0.0);
       if (outRight[k] != nullptr) std::fill_n(outRight[k], frames, 0.0);
@@ -139,37 +188,62 @@ void PartitionedConvolver::processChunk(const double* left, const double* right,
   if (position % kSmall == 0) endOfBlock();
 }
 
-void PartitionedConvolver::convolveChunk(int kernel, const double* taps, double* left,
-                                         double* right, int frames) noexcept {
-  std::array<double, kSmall + kVectorSlack> head;
-  const PlanarSpan newest = offset(past[0], kLarge + position);
-  const PlanarSpan nearPart = offset(small.outputs[kernel], position % kSmall);
-  const PlanarSpan farPart = offset(large.outputs[kernel], position);
-  vectorKernels().fir(taps, kHead, newest.re, head.data(), frames);
-  for (int i = 0; i < frames; ++i) {
-    left[i] = head[static_cast<std::size_t>(i)] + nearPart.re[i] + farPart.re[i];
-  }
-  if (right == nullptr) return;
-  vectorKernels().fir(taps, kHead, newest.im, head.data(), frames);
-  for (int i = 0; i < frames; ++i) {
-    right[i] = head[static_cast<std::size_t>(i)] + nearPart.im[i] + farPart.im[i];
-  }
+void PartitionedConvolver::convolveChunk(int kernel, double* left, double* right,
+                                         int frames) noexcept {
+  const KernelSet& set = exchange.active();
+  const PlanarSpan newest = offset(past[0], kHead + position);
+  const int inSmall = position % kSmall;
+  const auto convolve = [&](double* PlanarSpan::*part, double* out) {
+    std::array<double, kSmall + kVectorSlack> head;
+    if (kernel < set.count) {
+      const double* const taps = set.kernels[static_cast<std::size_t>(kernel)].head.data();
+      vectorKernels().fir(taps, kHead, newest.*part, head.data(), frames);
+    } else {
+      head.fill(0.0);
+    }
+    const double* const near = small.fresh(kernel).*part + inSmall;
+    const double* const nearTail = small.tail(kernel).*part + inSmall;
+    const double* const far = large.fresh(kernel).*part + position;
+    const double* const farTail = large.tail(kernel).*part + position;
+    for (int i = 0; i < frames; ++i) {
+      out[i] = head[static_cast<std::size_t>(i)] + near[i] + nearTail[i] + far[i] + farTail[i];
+    }
+  };
+  convolve(&PlanarSpan::re, left);
+  if (right != nullptr) convolve(&PlanarSpan::im, right);
 }
 
 void PartitionedConvolver::endOfBlock() noexcept {
-  const bool endOfLarge = position == kLarge;
-  // Only here all partitions start afresh together.
-  if (endOfLarge) exchange.take();
   const KernelSet& set = exchange.active();
-  const PlanarSpan end = offset(past[0], kLarge + position);
-  const auto spectra = [&set](int k) -> const Spectra& {
-    return set.kernels[static_cast<std::size_t>(k)];
-  };
-  small.run(end, set.count, [&](int k) -> const PlanarArrays& { return spectra(k).small; });
-  if (!endOfLarge) return;
-  large.run(end, set.count, [&](int k) -> const PlanarArrays& { return spectra(k).large; });
+  const PlanarSpan present = offset(past[0], kHead);
+  std::copy_n(present.re + position - kSmall, kSmall, smallBlock[0].re);
+  std::copy_n(present.im + position - kSmall, kSmall, smallBlock[0].im);
+  small.run(smallBlock[0], set.count, set.smallSpectra());
+  if (position != kLarge) return;
+  large.run(present, set.count, set.largeSpectra());
   for (double* const channel : {past[0].re, past[0].im}) {
-    std::copy_n(channel + kLarge, kLarge, channel);
+    std::copy_n(channel + kLarge, kHead, channel);
   }
   position = 0;
+  // Only here do blocks of both sizes begin, each of which meets one set of kernels.
+  if (exchange.waiting()) changeKernels();
+}
+
+void PartitionedConvolver::changeKernels() noexcept {
+  const KernelSet& old = exchange.active();
+  small.retire(old.count, old.smallSpectra());
+  large.retire(old.count, old.largeSpectra());
+  for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
+    // The direct taps look back: what they would still find goes out with the next small block.
+    double* const samples = past[0].*part;
+    std::fill_n(samples + kHead, kHead + kVectorSlack, 0.0);
+    for (int k = 0; k < old.count; ++k) {
+      std::array<double, kHead + kVectorSlack> rest;
+      const double* const taps = old.kernels[static_cast<std::size_t>(k)].head.data();
+      vectorKernels().fir(taps, kHead, samples + kHead, rest.data(), kHead);
+      addTo(small.fresh(k).*part, rest.data(), kHead);
+    }
+    std::fill_n(samples, kHead, 0.0);
+  }
+  exchange.take();
 }
