@@ -41,7 +41,7 @@ struct Bidiagonal {
     return std::abs(e) <= std::numeric_limits<double>::epsilon() * (std::abs(d0) + std::abs(d1));
   }
 
-  // One implicit QR step, shifted by the eigenvalue of B'B that lies next to its last element.
+  // One implicit QR step, shifted by the smaller eigenvalue of B'B: of two it is known beforehand.
   // G. H. Golub, C. Reinsch: Singular Value Decomposition and Least Squares Solutions, 1970
   void sweep() noexcept {
     if (d0 == 0.0) {  // the row of e alone goes into the other
@@ -51,10 +51,10 @@ struct Bidiagonal {
       e = 0.0;
       return;
     }
-    const double last = d1 * d1 + e * e;
-    const double half = 0.5 * (d0 * d0 - last);
     const double side = d0 * e;
-    const double shift = last - side * side / (half + std::copysign(std::hypot(half, side), half));
+    const double sum = d0 * d0 + d1 * d1 + e * e;
+    const double larger = 0.5 * sum + std::hypot(0.5 * (d0 * d0 - d1 * d1 - e * e), side);
+    const double shift = d0 * d1 * (d0 * d1 / larger);
     const auto [c, s] = onto(d0 * d0 - shift, side);
     turn(d0, e, c, s);
     double bulge = 0.0;

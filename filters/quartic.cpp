@@ -28,16 +28,17 @@ std::array<Quadratic, 2> splitQuartic(double a, double b, double c, double d) no
   const double p = b - 6.0 * h * h;
   const double q = c - 2.0 * b * h + 8.0 * h * h * h;
   const double r = d - c * h + b * h * h - 3.0 * h * h * h * h;
-  const double m = largestCubicRoot(p, 0.25 * p * p - r, -0.125 * q * q);
-  double slope = 0.0;
-  double apart = 0.0;
-  if (m > 0.0) {
-    slope = std::sqrt(2.0 * m);
+  const double m = std::max(0.0, largestCubicRoot(p, 0.25 * p * p - r, -0.125 * q * q));
+  const double middle = 0.5 * p + m;
+  // The factors are y^2 +- slope y + middle -+ apart. Of slope = sqrt(2 m), apart^2 = middle^2 - r
+  // and 2 slope apart = q, take the two that have not cancelled.
+  double slope = std::sqrt(2.0 * m);
+  double apart = std::copysign(std::sqrt(std::max(0.0, middle * middle - r)), q);
+  if (m * (std::abs(p) + std::abs(middle)) > apart * apart) {
     apart = 0.5 * q / slope;
-  } else {  // biquadratic
-    apart = std::sqrt(std::max(0.0, 0.25 * p * p - r));
+  } else if (apart != 0.0) {
+    slope = 0.5 * q / apart;
   }
-  const double middle = 0.5 * p + std::max(m, 0.0);
   // y = x + h
   const auto shifted = [h](double linear, double constant) {
     return Quadratic{2.0 * h + linear, h * h + linear * h + constant};
