@@ -412,6 +412,13 @@ inline void addTaps(const double* taps, const double* oldest,
   }
 }
 
+/// The same address, as one that the compiler knows nothing of: it would otherwise keep vectors
+/// from one turn of a loop for the next and push the sums out of the registers.
+inline const double* opaque(const double* address) noexcept {
+  asm("" : "+r"(address));  // NOLINT(hicpp-no-assembler): no instruction
+  return address;
+}
+
 /// sum[v] = sum of taps[j] * oldest[v * width + j]. The order of the terms hangs on `lanes` alone:
 /// every `lanes`-th tap, then the taps one further on, and so forth.
 template <int lanes, int width, int vectors>
@@ -422,7 +429,7 @@ inline void correlate(const double* taps, int tapCount, const double* oldest,
     if constexpr (width == lanes) {
       constexpr int kJoined = 4;
       for (; j + (kJoined - 1) * lanes < tapCount; j += kJoined * lanes) {
-        addTaps<lanes, vectors, kJoined>(taps + j, oldest + j, sum);
+        addTaps<lanes, vectors, kJoined>(taps + j, opaque(oldest + j), sum);
       }
       for (; j < tapCount; j += lanes) addTaps<lanes, vectors, 1>(taps + j, oldest + j, sum);
     } else {
