@@ -41,23 +41,6 @@ inline Complex<lanes> turned(Complex<lanes> a) noexcept {
 }
 
 // Orders of elements.
-template <int... index, typename V>
-inline V pick(V a, V b) noexcept {
-  return __builtin_shufflevector(a, b, index...);
-}
-/// The first halves of `a` and `b`, element by element in turn; `zipHigh` their second halves.
-template <int lanes>
-inline Vector<lanes> zipLow(Vector<lanes> a, Vector<lanes> b) noexcept {
-  if constexpr (lanes == 2) return pick<0, 2>(a, b);
-  if constexpr (lanes == 4) return pick<0, 4, 1, 5>(a, b);
-  if constexpr (lanes == 8) return pick<0, 8, 1, 9, 2, 10, 3, 11>(a, b);
-}
-template <int lanes>
-inline Vector<lanes> zipHigh(Vector<lanes> a, Vector<lanes> b) noexcept {
-  if constexpr (lanes == 2) return pick<1, 3>(a, b);
-  if constexpr (lanes == 4) return pick<2, 6, 3, 7>(a, b);
-  if constexpr (lanes == 8) return pick<4, 12, 5, 13, 6, 14, 7, 15>(a, b);
-}
 template <int lanes>
 inline Vector<lanes> evens(Vector<lanes> a, Vector<lanes> b) noexcept {
   if constexpr (lanes == 2) return pick<0, 2>(a, b);

@@ -37,6 +37,60 @@ inline Vector<lanes> broadcast(double x) noexcept {
   if constexpr (lanes == 8) return Vector<8>{x, x, x, x, x, x, x, x};
 }
 
+// Orders of elements.
+template <int... index, typename V>
+inline V pick(V a, V b) noexcept {
+  return __builtin_shufflevector(a, b, index...);
+}
+/// The first halves of `a` and `b`, element by element in turn; `zipHigh` their second halves.
+template <int lanes>
+inline Vector<lanes> zipLow(Vector<lanes> a, Vector<lanes> b) noexcept {
+  if constexpr (lanes == 2) return pick<0, 2>(a, b);
+  if constexpr (lanes == 4) return pick<0, 4, 1, 5>(a, b);
+  if constexpr (lanes == 8) return pick<0, 8, 1, 9, 2, 10, 3, 11>(a, b);
+}
+template <int lanes>
+inline Vector<lanes> zipHigh(Vector<lanes> a, Vector<lanes> b) noexcept {
+  if constexpr (lanes == 2) return pick<1, 3>(a, b);
+  if constexpr (lanes == 4) return pick<2, 6, 3, 7>(a, b);
+  if constexpr (lanes == 8) return pick<4, 12, 5, 13, 6, 14, 7, 15>(a, b);
+}
+
+/// The blocks of `half` by `half` elements of two rows that a transposition exchanges.
+template <int lanes, int half>
+inline void exchangeBlocks(Vector<lanes>& a, Vector<lanes>& b) noexcept {
+  const Vector<lanes> x = a;
+  const Vector<lanes> y = b;
+  if constexpr (lanes == 2) {
+    a = pick<0, 2>(x, y);
+    b = pick<1, 3>(x, y);
+  } else if constexpr (lanes == 4 && half == 1) {
+    a = pick<0, 4, 2, 6>(x, y);
+    b = pick<1, 5, 3, 7>(x, y);
+  } else if constexpr (lanes == 4) {
+    a = pick<0, 1, 4, 5>(x, y);
+    b = pick<2, 3, 6, 7>(x, y);
+  } else if constexpr (half == 1) {
+    a = pick<0, 8, 2, 10, 4, 12, 6, 14>(x, y);
+    b = pick<1, 9, 3, 11, 5, 13, 7, 15>(x, y);
+  } else if constexpr (half == 2) {
+    a = pick<0, 1, 8, 9, 4, 5, 12, 13>(x, y);
+    b = pick<2, 3, 10, 11, 6, 7, 14, 15>(x, y);
+  } else {
+    a = pick<0, 1, 2, 3, 8, 9, 10, 11>(x, y);
+    b = pick<4, 5, 6, 7, 12, 13, 14, 15>(x, y);
+  }
+}
+
+/// A square of `lanes` rows becomes its columns.
+template <int lanes, int half = 1>
+inline void transpose(Vector<lanes> (&rows)[lanes]) noexcept {
+  for (int i = 0; i < lanes; ++i) {
+    if ((i & half) == 0) exchangeBlocks<lanes, half>(rows[i], rows[i + half]);
+  }
+  if constexpr (2 * half < lanes) transpose<lanes, 2 * half>(rows);
+}
+
 template <int lanes>
 inline Vector<lanes> larger(Vector<lanes> a, Vector<lanes> b) noexcept {
   return a > b ? a : b;

@@ -17,99 +17,145 @@ constexpr int kSlack = 8;  // what a vector may read or write beyond a chunk
 constexpr double kFlush = 1e-30;
 constexpr double kNoLevel = 1e150;  // from here on (its square overflows) a level is none
 
+/// A chunk of one detector along time; vectors may run into the slack.
+struct TimeChunk {
+  double samples[kChunk + kSlack];
+};
+
+template <int T>
 inline void copy(const double* from, int count, double* to) noexcept {
-  __builtin_memcpy(to, from, sizeof(double) * static_cast<unsigned>(count));
+  int i = 0;
+  for (; i + T <= count; i += T) store<T>(to + i, load<T>(from + i));
+  for (; i < count; ++i) to[i] = from[i];
 }
 
 // The sliding maximum, along time.
 
 /// A chunk with the samples before it in front.
 struct WindowChunk {
-  static constexpr int kBefore = 1 << (WindowLane::kUnrolled - 1);
-  double memory[kBefore + kChunk + kSlack] = {};
-  [[nodiscard]] double* samples() noexcept { return memory + kBefore; }
+  double memory[WindowLane::kRecent + kChunk + kSlack];
+  [[nodiscard]] double* samples() noexcept { return memory + WindowLane::kRecent; }
 };
 
-/// The size of a signal in place, 0 for what is no number; returns the largest.
-template <int W>
-inline double rectify(double* samples, int frames) noexcept {
-  Vector<W> loudest = {};
-  for (int i = 0; i < frames; i += W) {
-    const auto x = load<W>(samples + i);
-    const auto size = larger<W>(x, -x);
-    const auto level = size < kNoLevel ? size : Vector<W>{};
-    loudest = larger<W>(loudest, level);
-    store<W>(samples + i, level);
+/// The size of a sample, 0 for what is no number.
+template <int T>
+inline Vector<T> sizeOf(Vector<T> x) noexcept {
+  const auto size = larger<T>(x, -x);
+  return size < kNoLevel ? size : Vector<T>{};
+}
+
+/// Levels of a signal; returns the largest.
+template <int T>
+inline double rectify(const double* from, int frames, double* to) noexcept {
+  Vector<T> loudest = {};
+  int i = 0;
+  for (; i + T <= frames; i += T) {
+    const auto level = sizeOf<T>(load<T>(from + i));
+    loudest = larger<T>(loudest, level);
+    store<T>(to + i, level);
+  }
+  if (i < frames) {
+    double rest[T] = {};
+    for (int j = 0; i + j < frames; ++j) rest[j] = from[i + j];
+    const auto level = sizeOf<T>(load<T>(rest));
+    loudest = larger<T>(loudest, level);
+    store<T>(to + i, level);
   }
   double largest = 0.0;
-  for (int j = 0; j < W; ++j) largest = loudest[j] > largest ? loudest[j] : largest;
+  for (int j = 0; j < T; ++j) largest = loudest[j] > largest ? loudest[j] : largest;
   return largest;
 }
 
-template <int W>
+template <int T>
 inline void maximumOf(const double* a, const double* b, double* out, int count) noexcept {
-  for (int i = 0; i < count; i += W) {
-    store<W>(out + i, larger<W>(load<W>(a + i), load<W>(b + i)));
+  for (int i = 0; i < count; i += T) {
+    store<T>(out + i, larger<T>(load<T>(a + i), load<T>(b + i)));
   }
 }
 
+inline int least(int x, unsigned y) noexcept {
+  return x < static_cast<int>(y) ? x : static_cast<int>(y);
+}
+
+/// One of the tree's small levels: `entries` come in front of the chunk and leave behind it.
+template <int T>
+inline void maximumOfRecent(double* entriesEnd, unsigned size, unsigned lag, double* in,
+                            double* out, int frames) noexcept {
+  const int kept = size < T ? T : static_cast<int>(size);
+  copy<T>(entriesEnd - kept, kept, in - kept);
+  maximumOf<T>(in - lag, in, out, frames);
+  copy<T>(in + (frames - kept), kept, entriesEnd - kept);
+}
+
 /// One of the tree's large levels, a ring: it gives what lies before the chunk.
-template <int W>
-void maximumThroughRing(double* ring, unsigned size, unsigned position, unsigned lag,
-                        const double* in, double* out, int frames) noexcept {
-  const auto least = [](int x, unsigned y) {
-    return x < static_cast<int>(y) ? x : static_cast<int>(y);
-  };
+template <int T>
+inline void maximumThroughRing(double* ring, unsigned size, unsigned position, unsigned lag,
+                               const double* in, double* out, int frames) noexcept {
   const unsigned write = position & (size - 1);
   const unsigned read = (write - lag) & (size - 1);
   const int fromRing = least(frames, lag);
   const int beforeEnd = least(fromRing, size - read);
-  maximumOf<W>(ring + read, in, out, beforeEnd);
-  maximumOf<W>(ring, in + beforeEnd, out + beforeEnd, fromRing - beforeEnd);
-  maximumOf<W>(in, in + fromRing, out + fromRing, frames - fromRing);
+  maximumOf<T>(ring + read, in, out, beforeEnd);
+  maximumOf<T>(ring, in + beforeEnd, out + beforeEnd, fromRing - beforeEnd);
+  maximumOf<T>(in, in + fromRing, out + fromRing, frames - fromRing);
   const int upToEnd = least(frames, size - write);
-  copy(in, upToEnd, ring + write);
-  copy(in + upToEnd, frames - upToEnd, ring);
+  copy<T>(in, upToEnd, ring + write);
+  copy<T>(in + upToEnd, frames - upToEnd, ring);
 }
 
 /// The largest of the last samples of `from`, a level of any sign; the result stands in `a` or `b`.
-template <int W>
+template <int T>
 double* slideMaximum(WindowLane& window, const double* from, int frames, WindowChunk& a,
                      WindowChunk& b) noexcept {
   double* in = a.samples();
   double* out = b.samples();
-  copy(from, frames, in);
-  for (int i = 0; i < kSlack; ++i) in[frames + i] = 0.0;
-  const double loudest = rectify<W>(in, frames);
+  const double loudest = rectify<T>(from, frames, in);
   window.loudest = loudest > window.loudest ? loudest : window.loudest;
+  double* recentEnd = window.recent;
   for (unsigned level = 0; level < window.levels; ++level) {
     const unsigned size = 1U << level;
     const unsigned lag = level + 1 == window.levels ? window.lastLag : size;
-    double* const history = window.tree + (size - 1);
+    recentEnd += WindowLane::kRecent;
     if (level < WindowLane::kUnrolled) {
-      const int kept = static_cast<int>(size);
-      copy(history, kept, in - kept);
-      maximumOf<W>(in - lag, in, out, frames);
-      copy(in + (frames - kept), kept, history);
+      maximumOfRecent<T>(recentEnd, size, lag, in, out, frames);
     } else {
-      maximumThroughRing<W>(history, size, window.treePosition, lag, in, out, frames);
+      maximumThroughRing<T>(window.tree + (size - 1), size, window.treePosition, lag, in, out,
+                            frames);
     }
     double* const next = in;
     in = out;
     out = next;
   }
-  if (window.levels > 0) {
-    const unsigned mask = (1U << window.levels) - 1;
-    window.treePosition = (window.treePosition + static_cast<unsigned>(frames)) & mask;
-  } else {
-    window.treePosition = 0;
-  }
+  const unsigned mask = (1U << window.levels) - 1;
+  window.treePosition = (window.treePosition + static_cast<unsigned>(frames)) & mask;
   return in;
 }
 
-// A group of detectors, in rows.
+// The moving averages, along time but for their sums.
 
-template <int W, int N>
+/// What a sum over `length` samples changes by at each of `in`, which its ring takes in from
+/// `write` on.
+template <int T>
+inline void takeIn(double* ring, unsigned write, unsigned length, const double* in, double* out,
+                   int frames) noexcept {
+  constexpr unsigned size = WindowLane::kRingSize;
+  const int upToEnd = least(frames, size - write);
+  copy<T>(in, upToEnd, ring + write);
+  copy<T>(in + upToEnd, frames - upToEnd, ring);
+  const unsigned read = (write - length) & WindowLane::kRingMask;
+  const int beforeEnd = least(frames, size - read);
+  const auto difference = [&](int from, int to, const double* before) {
+    for (int i = from; i < to; i += T) {
+      store<T>(out + i, load<T>(in + i) - load<T>(before + (i - from)));
+    }
+  };
+  difference(0, beforeEnd, ring + read);
+  difference(beforeEnd, frames, ring);
+}
+
+// A group of detectors, in rows of W * N; T is the width for what needs no rows.
+
+template <int W, int N, int T>
 struct Group {
   static constexpr int kLanes = W * N;
   using V = Vector<W>;
@@ -119,7 +165,7 @@ struct Group {
   };
   /// A chunk of rows.
   struct Rows {
-    double memory[kChunk * kLanes];
+    double memory[(kChunk + kSlack) * kLanes];
     [[nodiscard]] double* row(int i) noexcept { return memory + i * kLanes; }
   };
 
@@ -147,16 +193,32 @@ struct Group {
 
   // The moving averages of the lookahead windows.
 
-  /// What a sum over `length` samples changes by, as the ring takes in `samples` from `write` on.
-  /// `stride` apart in `in`, and in rows in `out`.
-  static void takeIn(double* ring, unsigned write, unsigned length, const double* in, int stride,
-                     double* out, int frames) noexcept {
-    constexpr unsigned mask = WindowLane::kRingMask;
-    for (int i = 0; i < frames; ++i) {
-      const unsigned at = write + static_cast<unsigned>(i);
-      const double x = in[i * stride];
-      ring[at & mask] = x;
-      out[i * kLanes] = x - ring[(at - length) & mask];
+  /// From one array along time per lane to rows, and back.
+  static void toRows(const TimeChunk* lanes, Rows& rows, int frames) noexcept {
+    for (int lane = 0; lane < kLanes; lane += W) {
+      for (int i = 0; i < frames; i += W) {
+        V square[W];
+        for (int j = 0; j < W; ++j) square[j] = load<W>(lanes[lane + j].samples + i);
+        transpose<W>(square);
+        for (int j = 0; j < W; ++j) store<W>(rows.row(i + j) + lane, square[j]);
+      }
+    }
+  }
+  static void toTime(Rows& rows, TimeChunk* lanes, int frames) noexcept {
+    for (int lane = 0; lane < kLanes; lane += W) {
+      for (int i = 0; i < frames; i += W) {
+        V square[W];
+        for (int j = 0; j < W; ++j) square[j] = load<W>(rows.row(i + j) + lane);
+        transpose<W>(square);
+        for (int j = 0; j < W; ++j) store<W>(lanes[lane + j].samples + i, square[j]);
+      }
+    }
+  }
+  static void toSignals(Rows& rows, double* const* signals, int count, int frames) noexcept {
+    TimeChunk lanes[kLanes];
+    toTime(rows, lanes, frames);
+    for (int lane = 0; lane < count; ++lane) {
+      copy<T>(lanes[lane].samples, frames, signals[lane]);
     }
   }
 
@@ -195,19 +257,18 @@ struct Group {
                          Averages& averages, Rows& rows) noexcept {
     WindowChunk a;
     WindowChunk b;
+    TimeChunk lanes[kLanes];
     for (int lane = 0; lane < count; ++lane) {
       WindowLane& window = *windows[lane];
-      const double* const maxima = slideMaximum<W>(window, signals[lane], frames, a, b);
-      double* const out = rows.memory + lane;
+      const double* const maxima = slideMaximum<T>(window, signals[lane], frames, a, b);
       if (window.averaging) {
-        takeIn(window.maxima, window.write, window.length1, maxima, 1, out, frames);
+        takeIn<T>(window.maxima, window.write, window.length1, maxima, lanes[lane].samples, frames);
       } else {
-        for (int i = 0; i < frames; ++i) out[i * kLanes] = maxima[i];
+        copy<T>(maxima, frames, lanes[lane].samples);
       }
     }
-    for (int lane = count; lane < kLanes; ++lane) {
-      for (int i = 0; i < frames; ++i) rows.memory[i * kLanes + lane] = 0.0;
-    }
+    for (int lane = count; lane < kLanes; ++lane) lanes[lane] = {};
+    toRows(lanes, rows, frames);
     for (int i = 0; i < frames; ++i) {
       Row row = get(rows.row(i));
       for (int n = 0; n < N; ++n) {
@@ -215,14 +276,17 @@ struct Group {
       }
       put(rows.row(i), row);
     }
+    toTime(rows, lanes, frames);
     for (int lane = 0; lane < count; ++lane) {
       WindowLane& window = *windows[lane];
-      double* const in = rows.memory + lane;
       if (window.averaging) {
-        takeIn(window.means, window.write, window.length2, in, kLanes, in, frames);
+        double* const means = a.samples();
+        copy<T>(lanes[lane].samples, frames, means);
+        takeIn<T>(window.means, window.write, window.length2, means, lanes[lane].samples, frames);
       }
       window.write = (window.write + static_cast<unsigned>(frames)) & WindowLane::kRingMask;
     }
+    toRows(lanes, rows, frames);
   }
 
   static void window(WindowLane* const* windows, double* const* signals, int count,
@@ -238,9 +302,7 @@ struct Group {
       put(rows.row(i), row);
     }
     storeSums(averages, windows, count);
-    for (int lane = 0; lane < count; ++lane) {
-      for (int i = 0; i < frames; ++i) signals[lane][i] = rows.memory[i * kLanes + lane];
-    }
+    toSignals(rows, signals, count, frames);
   }
 
   // The detectors.
@@ -249,7 +311,6 @@ struct Group {
 
   struct Settings {
     Row attack, relSlow, relFast, rms, crest, hold, expand;
-    StaticCurve curves[kLanes];
     Row shape, dynWeight, tranWeight;
     bool transients = false;  // some detector wants them
     bool flat = true;         // no detector's curve does anything
@@ -268,7 +329,7 @@ struct Group {
     s.expand = gather(count, [&](int l) { return lanes[l]->settings->expandMode ? 1.0 : 0.0; });
   }
 
-  static void readCurves(DetectorLane* const* lanes, int count, Settings& s) noexcept {
+  static void readWeights(DetectorLane* const* lanes, int count, Settings& s) noexcept {
     const auto of = [&](auto field) {
       return gather(count, [&](int l) { return lanes[l]->settings->*field; });
     };
@@ -277,51 +338,95 @@ struct Group {
     s.tranWeight = of(&DetectorSettings::tranWeight);
     for (int lane = 0; lane < count; ++lane) {
       const StaticCurve& curve = lanes[lane]->settings->curve;
-      s.curves[lane] = curve;
       if (curve.slopeAbove != 0.0 || curve.slopeBelow != 0.0) s.flat = false;
       if (lanes[lane]->settings->tranWeight != 0.0) s.transients = true;
     }
   }
 
-  struct Curves {
-    Row high, low, rangeAbove, rangeBelow, slopeAbove, slopeBelow, knee;
+  /// `a` and `b` in the proportion `share` of `b`; exactly `b` where that is 1.
+  template <typename Values>
+  static Values blend(Values a, Values b, Values share) noexcept {
+    return share == 1.0 ? b : a + (b - a) * share;
+  }
+
+  // What takes each value alone goes over rows as one array, a lane every `kLanes` values.
+
+  using Wide = Vector<T>;
+  static constexpr int kWides = kLanes > T ? kLanes / T : 1;
+  /// One value per lane, at each of its places in `kWides` vectors.
+  struct LaneValues {
+    Wide v[kWides];
   };
-  static Curves curvesOf(const Settings& s) noexcept {
+  template <typename Of>
+  static LaneValues spread(int count, Of of) noexcept {
+    double values[kWides * T] = {};
+    for (int i = 0; i < kWides * T; ++i) {
+      if (i % kLanes < count) values[i] = of(i % kLanes);
+    }
+    LaneValues spread;
+    for (int n = 0; n < kWides; ++n) spread.v[n] = load<T>(values + n * T);
+    return spread;
+  }
+  /// Calls `each` with every vector's place in `frames` rows and in a `LaneValues`.
+  template <typename Each>
+  static void forEachValue(int frames, Each each) noexcept {
+    for (int i = 0; i < frames * kLanes; i += kWides * T) {
+      for (int n = 0; n < kWides; ++n) each(i + n * T, n);
+    }
+  }
+
+  struct Curves {
+    LaneValues high, low, rangeAbove, rangeBelow, slopeAbove, slopeBelow, knee, shape;
+  };
+  static Curves curvesOf(DetectorLane* const* lanes, int count) noexcept {
     const auto of = [&](auto field) {
-      return gather(kLanes, [&](int l) { return s.curves[l].*field; });
+      return spread(count, [&](int l) { return lanes[l]->settings->curve.*field; });
     };
-    return {of(&StaticCurve::thresholdHigh), of(&StaticCurve::thresholdLow),
-            of(&StaticCurve::rangeAbove),    of(&StaticCurve::rangeBelow),
-            of(&StaticCurve::slopeAbove),    of(&StaticCurve::slopeBelow),
-            of(&StaticCurve::knee)};
+    return {of(&StaticCurve::thresholdHigh),
+            of(&StaticCurve::thresholdLow),
+            of(&StaticCurve::rangeAbove),
+            of(&StaticCurve::rangeBelow),
+            of(&StaticCurve::slopeAbove),
+            of(&StaticCurve::slopeBelow),
+            of(&StaticCurve::knee),
+            spread(count, [&](int l) { return lanes[l]->settings->shape; })};
   }
 
   /// `StaticCurve::gainDb`.
-  static V gainDb(V level, const Curves& c, int n) noexcept {
-    const V silent = broadcast<W>(StaticCurve::kSilenceDb);
-    const V decibels = level < StaticCurve::kSilence ? silent : toDecibels<W>(level);
+  static Wide gainDb(Wide level, const Curves& c, int n) noexcept {
+    const Wide silent = broadcast<T>(StaticCurve::kSilenceDb);
+    const Wide decibels = level < StaticCurve::kSilence ? silent : toDecibels<T>(level);
     const auto above = decibels >= c.high.v[n];
     const auto below = decibels <= c.low.v[n];
-    const V lower = below ? (c.low.v[n] - decibels) * c.slopeBelow.v[n] : V{};
-    const V way = above ? (decibels - c.high.v[n]) * c.slopeAbove.v[n] : lower;
-    const V range = above ? c.rangeAbove.v[n] : c.rangeBelow.v[n];
-    const V up = larger<W>(way, V{});
-    const V t = up < 1.0 ? up : broadcast<W>(1.0);
+    const Wide lower = below ? (c.low.v[n] - decibels) * c.slopeBelow.v[n] : Wide{};
+    const Wide way = above ? (decibels - c.high.v[n]) * c.slopeAbove.v[n] : lower;
+    const Wide range = above ? c.rangeAbove.v[n] : c.rangeBelow.v[n];
+    const Wide up = larger<T>(way, Wide{});
+    const Wide t = up < 1.0 ? up : broadcast<T>(1.0);
     return (t - (2.0 * t * t * (t - 1.5) + t) * c.knee.v[n]) * range;
   }
 
-  /// The curves' gains of the levels in `in`; `out` may be the same.
-  static void curveRows(Rows& in, const Settings& s, Rows& out, int frames) noexcept {
-    if (s.flat) {
-      for (int i = 0; i < frames * kLanes; i += W) store<W>(out.memory + i, V{});
-      return;
-    }
-    const Curves curves = curvesOf(s);
-    for (int i = 0; i < frames; ++i) {
-      Row row = get(in.row(i));
-      for (int n = 0; n < N; ++n) row.v[n] = gainDb(row.v[n], curves, n);
-      put(out.row(i), row);
-    }
+  /// The gains that the levels want at once.
+  static void instantGains(Rows& levels, const Curves& curves, Rows& gains, int frames) noexcept {
+    forEachValue(frames, [&](int i, int n) {
+      store<T>(gains.memory + i, gainDb(load<T>(levels.memory + i), curves, n));
+    });
+  }
+
+  /// The levels become the gains that they and their envelopes want in the proportion of the shape.
+  static void blendedGains(Rows& levels, Rows& envelopes, const Curves& curves,
+                           int frames) noexcept {
+    forEachValue(frames, [&](int i, int n) {
+      const auto level =
+          blend<Wide>(load<T>(levels.memory + i), load<T>(envelopes.memory + i), curves.shape.v[n]);
+      store<T>(levels.memory + i, gainDb(level, curves, n));
+    });
+  }
+
+  static void toLinear(Rows& gains, int frames) noexcept {
+    forEachValue(frames, [&](int i, int) {
+      store<T>(gains.memory + i, fromDecibels<T>(load<T>(gains.memory + i)));
+    });
   }
 
   struct State {
@@ -431,19 +536,6 @@ struct Group {
     }
   }
 
-  /// `a` and `b` in the proportion `share` of `b`; exactly `b` where that is 1.
-  static V blend(V a, V b, V share) noexcept { return share == 1.0 ? b : a + (b - a) * share; }
-
-  static void blendLevels(const Settings& s, Rows& levels, Rows& smoothed, Rows& out,
-                          int frames) noexcept {
-    for (int i = 0; i < frames; ++i) {
-      const Row x = get(levels.row(i));
-      Row y = get(smoothed.row(i));
-      for (int n = 0; n < N; ++n) y.v[n] = blend(x.v[n], y.v[n], s.shape.v[n]);
-      put(out.row(i), y);
-    }
-  }
-
   /// From gains to their smoothed parts, weighted; all in dB.
   static void followGains(const Settings& s, State& state, Rows& gains, Rows& instant, Rows& phases,
                           int frames) noexcept {
@@ -454,7 +546,7 @@ struct Group {
       for (int n = 0; n < N; ++n) {
         const V x = gain.v[n];
         const V smoothed = followGain(x, phase.v[n], s, state, n);
-        const V y = blend(x, smoothed, one - s.shape.v[n]);
+        const V y = blend<V>(x, smoothed, one - s.shape.v[n]);
         const V dynamic = y * s.dynWeight.v[n];
         V& dynPeak = state.dynPeak.v[n];
         dynPeak = larger<W>(dynamic, -dynamic) > larger<W>(dynPeak, -dynPeak) ? dynamic : dynPeak;
@@ -472,12 +564,6 @@ struct Group {
     }
   }
 
-  static void toLinear(Rows& gains, int frames) noexcept {
-    for (int i = 0; i < frames * kLanes; i += W) {
-      store<W>(gains.memory + i, fromDecibels<W>(load<W>(gains.memory + i)));
-    }
-  }
-
   static void detect(DetectorLane* const* lanes, int count, int frames) noexcept {
     WindowLane* windows[kLanes];
     double* signals[kLanes];
@@ -487,7 +573,8 @@ struct Group {
     }
     Settings settings;
     readTimes(lanes, count, settings);
-    readCurves(lanes, count, settings);
+    readWeights(lanes, count, settings);
+    const Curves curves = curvesOf(lanes, count);
     State state = stateOf(lanes, count);
     Averages averages = averagesOf(windows, count);
     Rows levels;
@@ -497,15 +584,16 @@ struct Group {
     windowRows(windows, signals, count, frames, averages, levels);
     followLevels(settings, averages, state, levels, smoothed, phases, frames);
     storeSums(averages, windows, count);
-    if (settings.transients) curveRows(levels, settings, instant, frames);
-    blendLevels(settings, levels, smoothed, levels, frames);
-    curveRows(levels, settings, levels, frames);
+    if (settings.transients) instantGains(levels, curves, instant, frames);
+    if (settings.flat) {
+      levels = {};
+    } else {
+      blendedGains(levels, smoothed, curves, frames);
+    }
     followGains(settings, state, levels, instant, phases, frames);
     storeState(state, lanes, count);
     toLinear(levels, frames);
-    for (int lane = 0; lane < count; ++lane) {
-      for (int i = 0; i < frames; ++i) signals[lane][i] = levels.memory[i * kLanes + lane];
-    }
+    toSignals(levels, signals, count, frames);
   }
 };
 
@@ -519,11 +607,11 @@ void windowAll(WindowLane* const* windows, double* const* signals, int count, in
   for (int first = 0; first < count;) {
     const int left = count - first;
     if (left <= kPair) {
-      Group<kPair, 1>::window(windows + first, signals + first, left, frames);
+      Group<kPair, 1, W>::window(windows + first, signals + first, left, frames);
       return;
     }
     const int taken = left < kMany ? left : kMany;
-    Group<W, kMany / W>::window(windows + first, signals + first, taken, frames);
+    Group<W, kMany / W, W>::window(windows + first, signals + first, taken, frames);
     first += taken;
   }
 }
@@ -533,11 +621,11 @@ void detectAll(DetectorLane* const* lanes, int count, int frames) noexcept {
   for (int first = 0; first < count;) {
     const int left = count - first;
     if (left <= kPair) {
-      Group<kPair, 1>::detect(lanes + first, left, frames);
+      Group<kPair, 1, W>::detect(lanes + first, left, frames);
       return;
     }
     const int taken = left < kMany ? left : kMany;
-    Group<W, kMany / W>::detect(lanes + first, taken, frames);
+    Group<W, kMany / W, W>::detect(lanes + first, taken, frames);
     first += taken;
   }
 }

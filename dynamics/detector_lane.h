@@ -4,15 +4,17 @@
 
 // What the kernels of the detectors work on: plain records, one of each per detector.
 
-/// A lookahead window (see `LookaheadWindow`, which owns the memory). Level k of the tree starts at
-/// entry 2^k - 1: for k below `kUnrolled` the last 2^k samples that it took in, oldest first;
-/// above, a ring of 2^k entries with the write position `treePosition`.
+/// A lookahead window (see `LookaheadWindow`, which owns the memory). Level k of the tree, from
+/// entry 2^k - 1 on, is a ring of 2^k entries with the write position `treePosition`; while a level
+/// below `kUnrolled` is in use, its entries stand in `recent` instead, oldest first.
 struct WindowLane {
   static constexpr unsigned kUnrolled = 6;
   static constexpr unsigned kRingSize = 8192;
   static constexpr unsigned kRingMask = kRingSize - 1;
+  static constexpr int kRecent = 1 << (kUnrolled - 1);  // entries of a level, the last in use
 
   double* tree = nullptr;
+  double* recent = nullptr;  // `kRecent` for each small level
   unsigned treePosition = 0;
   unsigned levels = 0;   // in use
   unsigned lastLag = 0;  // samples by which the last of them looks back

@@ -10,8 +10,8 @@ namespace {
 constexpr int kPlainUpTo = 3;  // samples that are too few for two averages
 constexpr unsigned kRing = WindowLane::kRingSize;
 constexpr unsigned kMask = WindowLane::kRingMask;
-// Vectors may read beyond the tree's end.
-constexpr std::size_t kTreeSize = kRing + 8;
+constexpr std::size_t kRecentSize = std::size_t{WindowLane::kUnrolled} * WindowLane::kRecent;
+constexpr std::size_t kSlack = 8;  // vectors may read beyond the last ring's end
 
 // A running sum keeps the rounding of the loudest level that went through it: from +120 dB on,
 // which no audio reaches, that is not below all levels that count.
@@ -25,9 +25,10 @@ int lookaheadSamples(float ms, double rate) noexcept {
   return static_cast<int>(std::min<double>(samples, LookaheadWindow::kMaxSamples));
 }
 
-LookaheadWindow::LookaheadWindow() : memory(kTreeSize + 2 * std::size_t{kRing}) {
-  window.tree = memory.data();
-  window.maxima = window.tree + kTreeSize;
+LookaheadWindow::LookaheadWindow() : memory(kRecentSize + 3 * std::size_t{kRing} + kSlack) {
+  window.recent = memory.data();
+  window.tree = window.recent + kRecentSize;
+  window.maxima = window.tree + kRing;
   window.means = window.maxima + kRing;
 }
 
@@ -57,26 +58,37 @@ void LookaheadWindow::clear() noexcept {
   window.averaging = false;
 }
 
-/// The tree's small levels between how they are kept in use and the rings that they are.
-void LookaheadWindow::rotateTree(bool toOldestFirst) noexcept {
+void LookaheadWindow::rollUp() noexcept {
+  forEachSmallLevel([this](double* ring, double* entries, unsigned size) {
+    for (unsigned i = 0; i < size; ++i) ring[(window.treePosition + i) & (size - 1)] = entries[i];
+  });
+}
+
+void LookaheadWindow::unroll() noexcept {
+  forEachSmallLevel([this](const double* ring, double* entries, unsigned size) {
+    for (unsigned i = 0; i < size; ++i) entries[i] = ring[(window.treePosition + i) & (size - 1)];
+  });
+}
+
+template <typename Visit>
+void LookaheadWindow::forEachSmallLevel(Visit visit) noexcept {
   for (unsigned level = 0; level < std::min(window.levels, WindowLane::kUnrolled); ++level) {
     const unsigned size = 1U << level;
-    const unsigned oldest = window.treePosition & (size - 1);
-    double* const ring = window.tree + (size - 1);
-    std::rotate(ring, ring + (toOldestFirst ? oldest : size - oldest), ring + size);
+    double* const end = window.recent + std::size_t{WindowLane::kRecent} * (level + 1);
+    visit(window.tree + (size - 1), end - size, size);
   }
 }
 
 void LookaheadWindow::adopt(int samples) noexcept {
   if (samples == activeSamples) return;
-  rotateTree(false);
+  rollUp();
   activeSamples = samples;
   unsigned size = 1;
   window.levels = 0;
   for (; size < static_cast<unsigned>(samples); size *= 2) ++window.levels;
   // Half of the window's span, less what its power of two is too long.
   window.lastLag = size / 2 - (size - static_cast<unsigned>(std::max(samples, 1)));
-  rotateTree(true);
+  unroll();
   window.averaging = samples > kPlainUpTo;
   if (window.averaging) rebuildAverages();
 }

@@ -47,7 +47,11 @@ class LookaheadWindow {
   void design() noexcept;
   void adopt(int samples) noexcept;
   void rebuildAverages() noexcept;
-  void rotateTree(bool toOldestFirst) noexcept;
+  // The tree's small levels from how they are kept in use to the rings that they are, and back.
+  void rollUp() noexcept;
+  void unroll() noexcept;
+  template <typename Visit>
+  void forEachSmallLevel(Visit visit) noexcept;
 
   // Control thread.
   double sampleRate = 48000.0;  // Hz
@@ -58,7 +62,7 @@ class LookaheadWindow {
 
   // Audio thread. Level k of the tree holds the largest of the last 2^k samples, for each of as
   // many samples.
-  std::vector<double> memory;  // the tree and both rings
+  std::vector<double> memory;  // the tree, its small levels unrolled, and both rings
   WindowLane window;
   int activeSamples = 0;
   int loudSamples = 0;  // to go until what was too loud for the running sums is out of the rings
