@@ -59,6 +59,9 @@ struct VectorKernels {
   /// odd[i + tapCount / 2 - 1] + sum of taps[j] * even[i + j].
   void (*lower)(const double* taps, int tapCount, const double* even, const double* odd,
                 double* out, int count) noexcept;
+  /// 20 log10 of normal numbers > 0 to 1e-11 dB, in place. Reads and writes up to the next multiple
+  /// of 8 beyond `count`.
+  void (*toDecibels)(double* values, int count) noexcept;
 };
 
 /// The kernels in use: the widest that this processor has, unless told otherwise.

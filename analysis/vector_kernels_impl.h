@@ -1,7 +1,7 @@
 #pragma once
 
 #include "analysis/vector_kernels.h"
-#include "analysis/vector_types.h"
+#include "analysis/vector_math.h"
 
 // One text for all instruction sets: each of vector_kernels_*.cpp compiles it with its own options
 // and vector width. Everything is in an unnamed namespace and nothing of the standard library is
@@ -450,6 +450,13 @@ void lower(const double* taps, int tapCount, const double* even, const double* o
 }
 
 template <int lanes>
+void arrayToDecibels(double* values, int count) noexcept {
+  for (int i = 0; i < count; i += lanes) {
+    store<lanes>(values + i, toDecibels<lanes>(load<lanes>(values + i)));
+  }
+}
+
+template <int lanes>
 constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept {
   return {name,
           set,
@@ -460,7 +467,8 @@ constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept
           multiplySpectra<lanes>,
           fir<lanes>,
           raise<lanes>,
-          lower<lanes>};
+          lower<lanes>,
+          arrayToDecibels<lanes>};
 }
 
 }  // namespace

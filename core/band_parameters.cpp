@@ -80,8 +80,8 @@ SidechainFilterSettings bandSidechainFilters(PlugBase& plug, int band) {
   s.trimDb = rows.plain(kB1SCTrim);
   s.low = {rows.on(kB1SCLF),     rows.value(kB1SCLFF),     rows.value(kB1SCLFG),
            rows.value(kB1SCLFQ), rows.whole(kB1SCLFSlope), rows.on(kB1SCLFType)};
-  s.mid = {rows.on(kB1SCMF),     rows.value(kB1SCMFF), rows.value(kB1SCMFG),
-           rows.value(kB1SCMFQ), 0,                    rows.on(kB1SCMFType)};
+  s.mid = {rows.on(kB1SCMF),    rows.value(kB1SCMFF), rows.value(kB1SCMFG), rows.value(kB1SCMFQ), 0,
+           rows.on(kB1SCMFType)};
   s.high = {rows.on(kB1SCHF),     rows.value(kB1SCHFF),     rows.value(kB1SCHFG),
             rows.value(kB1SCHFQ), rows.whole(kB1SCHFSlope), rows.on(kB1SCHFType)};
   return s;

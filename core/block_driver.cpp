@@ -216,24 +216,24 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   }
   const auto weights =
       crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
-  splitIntoBands(length, block);
+  std::array<BandRun, kBands> bandRuns;
+  const std::span<const BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
+  for (std::size_t place = 0; place < runs.size(); ++place) {
+    bandRuns[place] = beginBand(listed[place].band, place, block);
+  }
+  splitIntoBands(runs, block);
   // The crossover as a whole delays through the rings of its first band.
   const int first = listed[0].band;
   const int splitDelay = crossover.latency();
   delaySidechain(DelayRings::kExtBefore, first, block, splitDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, first, block, splitDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, first, block, splitDelay);
-  std::array<BandRun, kBands> runs;
-  const auto count = static_cast<std::size_t>(length);
-  for (std::size_t place = 0; place < count; ++place) {
-    runs[place] = beginBand(listed[place].band, place, block);
-  }
-  processBands({runs.data(), count}, block, block.xoverMaxLookahead);
+  processBands(runs, block, block.xoverMaxLookahead);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
     std::fill_n(wet, block.frames, 0.0);
-    for (std::size_t place = 0; place < static_cast<std::size_t>(length); ++place) {
+    for (std::size_t place = 0; place < runs.size(); ++place) {
       const double* const band = buffers->band[channel][place];
       for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * band[i];
     }
@@ -243,15 +243,17 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   delayPair(buffers->dry, DelayRings::kDryAfter, first, block, bandDelay);
 }
 
-void compressor::splitIntoBands(int length, const Block& block) noexcept {
+void compressor::splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept {
   const bool stereo = block.channels == 2;
   const double* const inputs[] = {buffers->wet[0], stereo ? buffers->wet[1] : nullptr};
-  crossover.processBlock(inputs, buffers->band[0].data(), buffers->band[1].data(), length,
-                         block.frames);
-  for (int c = 0; c < block.channels; ++c) {
-    const auto channel = static_cast<std::size_t>(c);
-    for (std::size_t place = 0; place < static_cast<std::size_t>(length); ++place) {
-      std::copy_n(buffers->band[channel][place], block.frames, buffers->bandCopy[channel][place]);
+  crossover.processBlock(inputs, buffers->band[0].data(), buffers->band[1].data(),
+                         static_cast<int>(runs.size()), block.frames);
+  // The bands as they are now, where one of them is a sidechain.
+  for (const BandRun& run : runs) {
+    if (run.heardPlace < 0) continue;
+    for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+      const auto place = static_cast<std::size_t>(run.heardPlace);
+      std::copy_n(buffers->band[c][place], block.frames, buffers->bandCopy[c][place]);
     }
   }
 }

@@ -36,12 +36,26 @@ void decodeMidSide(double* mid, double* side, int frames) noexcept {
   }
 }
 
-void multiplyReduction(float* reduction, const double* gain, double weight, int frames) noexcept {
-  for (int i = 0; i < frames; ++i) {
-    reduction[i] =
-        static_cast<float>(static_cast<double>(reduction[i]) * ((gain[i] - 1.0) * weight + 1.0));
+/// From the detectors' gain in `gain` to that which the signal gets; the detectors' share goes into
+/// the `count` meters, which show all bands together.
+struct GainStage {
+  double bandGain;
+  double bandDry;
+  double weight;  // 0..1, how much of the gain the channel takes
+
+  void apply(double* gain, float* const* reductions, int count, int frames) const noexcept {
+    for (int m = 0; m < count; ++m) {
+      float* const reduction = reductions[m];
+      for (int i = 0; i < frames; ++i) {
+        reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) *
+                                          ((gain[i] - 1.0) * weight + 1.0));
+      }
+    }
+    for (int i = 0; i < frames; ++i) {
+      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * weight + 1.0;
+    }
   }
-}
+};
 
 }  // namespace
 
@@ -56,6 +70,7 @@ compressor::BandRun compressor::beginBand(int band, std::size_t place,
   // While a sidechain is listened to, no band changes what it passes.
   run.passive = shared.bypass.load(kAlone) || unheard || listening.scListen != -1;
   run.lookahead = lookahead(band);
+  run.heardPlace = run.isXover ? shared.scBandIndex.load(kAlone) : -1;
   run.signal = {buffers->band[0][place], buffers->band[1][place]};
   run.side = {buffers->side[0][place], buffers->side[1][place]};
   return run;
@@ -80,28 +95,35 @@ void compressor::processBands(std::span<const BandRun> runs, const Block& block,
   }
 }
 
-void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept {
-  const SharedBand& shared = at(run.band);
-  const int source = shared.scSource.load(kAlone);
-  const int bandIndex = shared.scBandIndex.load(kAlone);
-  for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
-    const double* from = nullptr;
-    if (source == SidechainRoute::kWide) from = buffers->wet[c];
-    if (source == SidechainRoute::kBand) from = run.signal[c];
-    if (source == SidechainRoute::kExternal) from = buffers->ext[c];
-    if (run.isXover && bandIndex >= 0) {
-      from = buffers->bandCopy[c][static_cast<std::size_t>(bandIndex)];
-    }
-    if (from != nullptr) std::copy_n(from, block.frames, run.side[c]);
+/// What a channel of a band's sidechain is made from; null: what is there already.
+const double* compressor::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
+  if (run.heardPlace >= 0) {
+    return buffers->bandCopy[channel][static_cast<std::size_t>(run.heardPlace)];
   }
+  switch (at(run.band).scSource.load(kAlone)) {
+    case SidechainRoute::kWide:
+      return buffers->wet[channel];
+    case SidechainRoute::kBand:
+      return run.signal[channel];
+    case SidechainRoute::kExternal:
+      return buffers->ext[channel];
+    default:
+      return nullptr;
+  }
+}
+
+void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept {
   SidechainFilters& filters = sidechains[static_cast<std::size_t>(run.band)];
-  const bool stereo = block.channels == 2;
-  filters.process(run.side[0], stereo ? run.side[1] : nullptr, block.frames);
+  const auto channels = static_cast<std::size_t>(block.channels);
+  for (std::size_t c = 0; c < channels; ++c) {
+    const double* const source = sidechainSource(run, c);
+    filters.process(c, source != nullptr ? source : run.side[c], run.side[c], block.frames);
+  }
   if (block.listening.scListen == run.band) {
-    for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+    for (std::size_t c = 0; c < channels; ++c) {
       std::copy_n(run.side[c], block.frames, run.signal[c]);
     }
-  } else if (stereo) {
+  } else if (channels == 2) {
     filters.link(run.side[0], run.side[1], block.frames);
   }
 }
@@ -129,10 +151,7 @@ void compressor::detect(std::span<const BandRun> runs, const Block& block) noexc
 
 void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   const bool midSide = block.channels == 2 && !at(run.band).leftRight.load(kAlone);
-  if (!run.passive) {
-    recordReduction(run, block);
-    finishGain(run, block);
-  }
+  if (!run.passive) finishGain(run, block);
   if (midSide) encodeMidSide(run.signal[0], run.signal[1], block.frames);
   for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
     double* const signal = run.signal[c];
@@ -147,30 +166,18 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   if (midSide) decodeMidSide(run.signal[0], run.signal[1], block.frames);
 }
 
-/// Multiplies the detectors' gain into what the meters show of all bands together.
-void compressor::recordReduction(const BandRun& run, const Block& block) noexcept {
-  const SharedBand& shared = at(run.band);
-  const PositionWeights weight(shared.position.load(kAlone), block.channels);
-  multiplyReduction(buffers->reduction[0], run.side[0], weight.first, block.frames);
-  if (block.channels == 1) return;
-  if (shared.leftRight.load(kAlone)) {
-    multiplyReduction(buffers->reduction[1], run.side[1], weight.second, block.frames);
-  } else {
-    multiplyReduction(buffers->reduction[1], run.side[0], weight.first, block.frames);
-  }
-}
-
-/// From the detectors' gain to that which the signal gets.
 void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
   const SharedBand& shared = at(run.band);
-  const double bandGain = shared.gain.load(kAlone);
-  const double bandDry = shared.dry.load(kAlone);
   const PositionWeights weight(shared.position.load(kAlone), block.channels);
-  for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
-    const double share = c == 0 ? weight.first : weight.second;
-    double* const gain = run.side[c];
-    for (int i = 0; i < block.frames; ++i) {
-      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * share + 1.0;
-    }
-  }
+  const double gain = shared.gain.load(kAlone);
+  const double dry = shared.dry.load(kAlone);
+  const bool stereo = block.channels == 2;
+  const bool leftRight = shared.leftRight.load(kAlone);
+  // Both meters of a mid/side band show its mid.
+  const int firstMeters = stereo && !leftRight ? 2 : 1;
+  const GainStage first{gain, dry, weight.first};
+  first.apply(run.side[0], buffers->reduction.data(), firstMeters, block.frames);
+  if (!stereo) return;
+  const GainStage second{gain, dry, weight.second};
+  second.apply(run.side[1], buffers->reduction.data() + 1, leftRight ? 1 : 0, block.frames);
 }

@@ -173,6 +173,7 @@ class compressor {
     bool isXover;
     bool passive;
     int lookahead;             // samples
+    int heardPlace;            // of the crossover band that is its sidechain, or -1
     WorkBuffers::Pair signal;  // in place
     WorkBuffers::Pair side;    // sidechain, then linear gain
   };
@@ -194,15 +195,16 @@ class compressor {
   void runStages(const Block& block) noexcept;
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
-  void splitIntoBands(int length, const Block& block) noexcept;
+  void splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept;
   /// The paths of bands that do not hear each other's output, over their signals in place.
   /// `alignTo`: the lookahead that crossover bands come to, in samples.
   void processBands(std::span<const BandRun> runs, const Block& block, int alignTo) noexcept;
   [[nodiscard]] BandRun beginBand(int band, std::size_t place, const Block& block) noexcept;
+  [[nodiscard]] const double* sidechainSource(const BandRun& run,
+                                              std::size_t channel) const noexcept;
   void makeSidechain(const BandRun& run, const Block& block) noexcept;
   void detect(std::span<const BandRun> runs, const Block& block) noexcept;
   void applyGain(const BandRun& run, const Block& block) noexcept;
-  void recordReduction(const BandRun& run, const Block& block) noexcept;
   void finishGain(const BandRun& run, const Block& block) noexcept;
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
                  int samples) noexcept;

@@ -1,6 +1,11 @@
 #include "dynamics/meter_rings.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+
+#include "analysis/vector_kernels.h"
 
 void MeterRings::reset() noexcept {
   for (auto* rings : {&inputRings, &outputRings, &reductionRings}) {
@@ -34,10 +39,17 @@ void MeterRings::writeOutput(int channel, const double* signal, int frames) noex
 void MeterRings::writeReduction(int channel, const float* gains, int frames) noexcept {
   Ring& ring = reductionRings[static_cast<std::size_t>(channel)];
   const std::uint32_t start = writePosition();
-  for (int i = 0; i < frames; ++i) {
-    // The logarithm of 1 is 0: the common case costs nothing.
-    const float decibels = gains[i] == 1.0F ? 0.0F : 20.0F * std::log10(gains[i]);
-    ring.store(start + static_cast<std::uint32_t>(i), decibels);
+  constexpr int kChunk = 64;
+  constexpr double kSmallest = 1e-300;  // of what has a logarithm; as good as 0
+  std::array<double, kChunk> decibels{};
+  for (int done = 0; done < frames; done += kChunk) {
+    const int chunk = std::min(kChunk, frames - done);
+    for (int i = 0; i < chunk; ++i) {
+      const auto gain = static_cast<double>(gains[done + i]);
+      decibels[static_cast<std::size_t>(i)] = std::max(gain, kSmallest);
+    }
+    vectorKernels().toDecibels(decibels.data(), chunk);
+    write(ring, start + static_cast<std::uint32_t>(done), decibels.data(), chunk);
   }
 }
 

@@ -61,15 +61,12 @@ void SidechainFilters::reset() noexcept {
   }
 }
 
-void SidechainFilters::process(double* left, double* right, int frames) noexcept {
+void SidechainFilters::process(std::size_t channel, const double* in, double* out,
+                               int frames) noexcept {
   const double gain = trim.load(kAlone);
-  const std::array<double*, kChannels> channels = {left, right};
-  for (std::size_t c = 0; c < kChannels && channels[c] != nullptr; ++c) {
-    double* const samples = channels[c];
-    for (int i = 0; i < frames; ++i) samples[i] *= gain;
-    for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
-      (*filters)[c].process(samples, frames);
-    }
+  for (int i = 0; i < frames; ++i) out[i] = in[i] * gain;
+  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
+    (*filters)[channel].process(out, frames);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 
 #include "filters/lanthorn_eq.h"
 
@@ -38,8 +39,8 @@ class SidechainFilters {
 
   /// Clears the filters' past; coefficients in force stay.
   void reset() noexcept;
-  /// In place; a null `right` is mono.
-  void process(double* left, double* right, int frames) noexcept;
+  /// One channel, 0 or 1, from `in` to `out`, which may be the same.
+  void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
   /// Makes left and right, in place, into what the two detectors hear.
   void link(double* left, double* right, int frames) const noexcept;
 
