@@ -83,13 +83,11 @@ void MatchFit::reflectPoles() noexcept {
     const double root = std::sqrt(discriminant);
     double r1 = 0.5 * (-a1 + root);
     double r2 = 0.5 * (-a1 - root);
-    // Poles within the circle are left alone, to the last bit.
-    if (std::abs(r1) > 1.0 || std::abs(r2) > 1.0) {
-      if (std::abs(r1) > 1.0) r1 = 1.0 / r1;
-      if (std::abs(r2) > 1.0) r2 = 1.0 / r2;
-      a1 = -r1 - r2;
-      a2 = r1 * r2;
-    }
+    if (std::abs(r1) > 1.0) r1 = 1.0 / r1;
+    if (std::abs(r2) > 1.0) r2 = 1.0 / r2;
+    // Formed anew even where they stay: see `step`.
+    a1 = -r1 - r2;
+    a2 = r1 * r2;
   }
   if (std::abs(a2) > 1.0) {
     a2 = 1.0 / a2;
@@ -163,14 +161,16 @@ bool MatchFit::step() noexcept {
   const double scale = size > maxStep ? -maxStep / size : -1.0;
   for (double& d : direction) d *= scale;
   const Vector from = x;
-  if (!backtrack(from)) {
+  const bool progress = backtrack(from);
+  if (!progress) {
     x = from;
     error = errorOf();
-    return false;
   }
+  // After a lost step, too: the last places of the poles then turn the next direction, which now
+  // and then frees a fit that has come to a halt.
   sumGradient();
   updateHessian({x[0] - from[0], x[1] - from[1], x[2] - from[2], x[3] - from[3]});
-  return true;
+  return progress;
 }
 
 double MatchFit::errorAt(const Vector& from, double alpha) noexcept {
