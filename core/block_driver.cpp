@@ -167,6 +167,10 @@ void compressor::resetChangedBands(const Block& block) noexcept {
     if (((mask ^ activeMask) & bandBit(band)) != 0) resetBandState(band);
   }
   activeMask = mask;
+  const bool split = xoverLength(block.xoverPlan) > 0;
+  // Nor does the crossover come back with what it held when it stopped.
+  if (split && !crossoverRan) crossover.reset();
+  crossoverRan = split;
 }
 
 void compressor::runStages(const Block& block) noexcept {

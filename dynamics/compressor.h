@@ -249,4 +249,5 @@ class compressor {
 
   bool sidechainHeard = false;   // audio thread: one has come in since the last reset
   std::uint32_t activeMask = 0;  // audio thread: the bands in the last block's chain
+  bool crossoverRan = false;     // audio thread: in the last block
 };

@@ -28,7 +28,8 @@ double factor(const Time& time, double sampleRate) noexcept {
 }
 
 double step(double env, double x, double up, double down) noexcept {
-  const double distance = std::abs(x) - env;
+  // A sample that is no number moves nothing: it would stay for ever.
+  const double distance = x * 0.0 == 0.0 ? std::abs(x) - env : 0.0;
   const double next = env + (distance > 0.0 ? up : down) * distance;
   return (next + 1.0) - 1.0;  // flushes small values; coarse below 2^-52, which no meter shows
 }

@@ -26,10 +26,11 @@ void store(std::array<std::atomic<double>, 5>& shared, const Coefficients& value
   }
 }
 
-// 0 for what is 0, subnormal, or a factor of two from it: a decaying tail must not end in those.
+// 0 for what is 0, subnormal, or a factor of two from it, in which a decaying tail must not end; and
+// for what is no number, which would stay for ever.
 double flushed(double value) noexcept {
   const auto exponent = (std::bit_cast<std::uint64_t>(value) >> 52) & 0x7FF;
-  return exponent <= 1 ? 0.0 : value;
+  return exponent <= 1 || exponent == 0x7FF ? 0.0 : value;
 }
 
 template <typename State>
