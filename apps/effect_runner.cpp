@@ -129,10 +129,11 @@ void EffectRunner::readGains() {
   constexpr int kBothParts = 3;
   for (int band = 0; band < kNumBands; ++band) {
     if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) continue;
-    std::optional<double>& lowest = lowestGain[static_cast<std::size_t>(band)];
-    if (!lowest) lowest = 0.0;
+    std::optional<GainRange>& range = bandGains[static_cast<std::size_t>(band)];
+    if (!range) range = GainRange{};
     for (int channel = 0; channel < channels; ++channel) {
-      lowest = std::min(*lowest, plug.getBandGain(band, kBothParts, channel));
+      const double gain = plug.getBandGain(band, kBothParts, channel);
+      *range = {std::min(range->lowest, gain), std::max(range->highest, gain)};
     }
   }
 }

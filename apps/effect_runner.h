@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "apps/gain_range.h"
 #include "apps/settings.h"
 #include "core/plug.h"
 
@@ -46,9 +47,9 @@ class EffectRunner {
   [[nodiscard]] float plainValue(std::int32_t parameter) const {
     return plug.getPlainValue(parameter);
   }
-  /// The lowest gain in dB, at most 0, that each band had; empty for bands that were never on.
-  [[nodiscard]] const std::array<std::optional<double>, kNumBands>& reductions() const noexcept {
-    return lowestGain;
+  /// The gain that each band had; empty for bands that were never on.
+  [[nodiscard]] const std::array<std::optional<GainRange>, kNumBands>& gains() const noexcept {
+    return bandGains;
   }
 
  private:
@@ -75,5 +76,5 @@ class EffectRunner {
   const bool realtime;
   Planes<float> floatPlanes;
   Planes<double> doublePlanes;
-  std::array<std::optional<double>, kNumBands> lowestGain;
+  std::array<std::optional<GainRange>, kNumBands> bandGains;
 };

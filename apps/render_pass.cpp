@@ -127,7 +127,7 @@ RenderReport RenderPass::report() const {
   result.latencyKept = options.keepLatency;
   if (before) result.before = before->result();
   if (after) result.after = after->result();
-  result.reductions = runner.reductions();
+  result.gains = runner.gains();
   result.trimBefore = startTrim;
   result.trimAfter = static_cast<double>(runner.plainValue(kOpTrim));
   std::vector<std::string>& warnings = result.warnings;

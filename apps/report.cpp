@@ -42,13 +42,18 @@ std::string latencyText(const RenderReport& report) {
   return text + (report.latencyKept ? "kept" : "compensated");
 }
 
-std::string reductionRows(const RenderReport& report) {
+std::string gainText(const GainRange& gain) {
+  constexpr double kShown = 0.05;  // dB
+  const std::string text = paddedLeft(fixedText(-gain.lowest, 1), kNumberWidth) + " dB";
+  return gain.highest < kShown ? text : text + ", boost " + fixedText(gain.highest, 1) + " dB";
+}
+
+std::string gainRows(const RenderReport& report) {
   std::string rows;
-  for (std::size_t band = 0; band < report.reductions.size(); ++band) {
-    if (!report.reductions[band]) continue;
+  for (std::size_t band = 0; band < report.gains.size(); ++band) {
+    if (!report.gains[band]) continue;
     rows += row(rows.empty() ? "gain reduction" : "",
-                "band " + std::to_string(band + 1) +
-                    paddedLeft(fixedText(-*report.reductions[band], 1), kNumberWidth) + " dB");
+                "band " + std::to_string(band + 1) + gainText(*report.gains[band]));
   }
   return rows.empty() ? row("gain reduction", "no band is on") : rows;
 }
@@ -77,13 +82,14 @@ JsonTree beforeAndAfter(double before, double after) {
   return pair;
 }
 
-JsonTree reductionsJson(const RenderReport& report) {
+JsonTree gainsJson(const RenderReport& report) {
   JsonTree list(jsonCreateArray());
-  for (std::size_t band = 0; band < report.reductions.size(); ++band) {
-    if (!report.reductions[band]) continue;
+  for (std::size_t band = 0; band < report.gains.size(); ++band) {
+    if (!report.gains[band]) continue;
     JsonTree entry(jsonCreateObject());
     add(entry, "band", static_cast<double>(band + 1));
-    add(entry, "reductionDb", -*report.reductions[band]);
+    add(entry, "reductionDb", -report.gains[band]->lowest);
+    add(entry, "boostDb", report.gains[band]->highest);
     jsonAddItemToArray(list.get(), entry.release());
   }
   return list;
@@ -108,7 +114,7 @@ std::string reportText(const RenderReport& report) {
                             (report.frames == 1 ? " frame)" : " frames)"));
   text += row("latency", latencyText(report));
   text += loudnessRows(report);
-  text += reductionRows(report);
+  text += gainRows(report);
   text += row("output trim", trimText(report));
   if (report.passes > 1) text += row("passes", std::to_string(report.passes));
   if (report.frames == 0) return text;
@@ -128,8 +134,9 @@ std::string tableLine(const RenderReport& report, std::size_t nameWidth) {
     return paddedLeft(std::isfinite(value) ? fixedText(value, 1) : "-", width);
   };
   double lowest = 0.0;
-  for (const auto& reduction : report.reductions)
-    lowest = std::min(lowest, reduction.value_or(0.0));
+  for (const auto& gain : report.gains) {
+    if (gain) lowest = std::min(lowest, gain->lowest);
+  }
   return padded(oneLine(report.output), nameWidth) +
          paddedLeft(durationText(report.seconds()), 14) + level(report.before.integratedLufs, 13) +
          level(report.after.integratedLufs, 8) + level(report.before.truePeakDb, 13) +
@@ -149,7 +156,7 @@ JsonTree reportJson(const RenderReport& report) {
       beforeAndAfter(report.before.integratedLufs, report.after.integratedLufs).release());
   add(object, "truePeakDbtp",
       beforeAndAfter(report.before.truePeakDb, report.after.truePeakDb).release());
-  add(object, "gainReduction", reductionsJson(report).release());
+  add(object, "gainReduction", gainsJson(report).release());
   add(object, "outputTrimDb", beforeAndAfter(report.trimBefore, report.trimAfter).release());
   add(object, "passes", report.passes);
   add(object, "speed", report.speed());

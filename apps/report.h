@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/gain_range.h"
 #include "apps/loudness.h"
 #include "core/parameter_ids.h"
 #include "state/json_document.h"
@@ -21,8 +22,8 @@ struct RenderReport {
   bool latencyKept = false;
   Loudness::Result before;
   Loudness::Result after;
-  /// Lowest gain in dB, at most 0, of each band that was on.
-  std::array<std::optional<double>, kNumBands> reductions;
+  /// Of each band that was on.
+  std::array<std::optional<GainRange>, kNumBands> gains;
   double trimBefore = 0.0;  ///< `kOpTrim` as the user set it, dB
   double trimAfter = 0.0;   ///< and as it stood at the end
   int passes = 1;

@@ -43,10 +43,12 @@ TEST(Report, columnsStandUnderEachOtherAndSilenceHasNoNumber) {
   report.frames = 96000;
   report.elapsedSeconds = 0.5;
   report.before.integratedLufs = -20.0;
-  report.reductions[2] = -6.25;
+  report.gains[2] = GainRange{-6.25, 0.0};
+  report.gains[4] = GainRange{0.0, 3.1};
   const std::string text = reportText(report);
   EXPECT_NE(text.find("-20.0 LUFS before, silent after\n"), std::string::npos) << text;
   EXPECT_NE(text.find("band 3   6.2 dB\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("band 5   0.0 dB, boost 3.1 dB\n"), std::string::npos) << text;
   EXPECT_NE(text.find("4.0 times real time\n"), std::string::npos) << text;
   std::istringstream lines(text);
   std::string line;
