@@ -10,7 +10,7 @@
 
 #include "analysis/vector_kernels.h"
 #include "tests/dynamics/plain_detector.h"
-#include "tests/support/realtime_guard.h"
+#include "tests/support/real_time.h"
 
 namespace {
 
@@ -138,7 +138,7 @@ TEST(BandDetectorTest, FollowsTheLawSampleBySampleHoweverManyRunTogether) {
           jobs.push_back({&pair.detector, pair.signal.data(), &pair.peaks[0], &pair.peaks[1],
                           &pair.peaks[2], &pair.lamps[0], &pair.lamps[1]});
         }
-        BandDetector::processTogether(jobs, frames);
+        inRealTime([&] { BandDetector::processTogether(jobs, frames); });
         for (std::size_t i = 0; i < count; ++i) expectSameBlock(pairs[i], inputs[i]);
       }
     }
@@ -157,7 +157,7 @@ TEST(BandDetectorTest, TurnsLevelsIntoDecibelsAndBackOverTheWholeRange) {
       double x = std::pow(10.0, level / 20.0);
       const double linear = x;
       double meters[5] = {};
-      detector.process(&x, 1, meters[0], meters[1], meters[2], meters[3], meters[4]);
+      processInRealTime(detector, &x, 1, meters[0], meters[1], meters[2], meters[3], meters[4]);
       worst = std::max(worst, std::abs(20.0 * std::log10(x * linear) + 200.0));
     }
     EXPECT_LT(worst, kToDecibels);
@@ -165,7 +165,7 @@ TEST(BandDetectorTest, TurnsLevelsIntoDecibelsAndBackOverTheWholeRange) {
       detector.reset();
       double x = level;
       double meters[5] = {};
-      detector.process(&x, 1, meters[0], meters[1], meters[2], meters[3], meters[4]);
+      processInRealTime(detector, &x, 1, meters[0], meters[1], meters[2], meters[3], meters[4]);
       EXPECT_EQ(x, 1.0) << "-200 dB at " << level;
     }
   });
@@ -185,7 +185,7 @@ Played playStep(BandDetector& detector, double before, double after) {
   }
   auto& m = played.meters;
   for (std::size_t at = 0; at < played.gain.size(); at += 240) {
-    detector.process(played.gain.data() + at, 240, m[0], m[1], m[2], m[3], m[4]);
+    processInRealTime(detector, played.gain.data() + at, 240, m[0], m[1], m[2], m[3], m[4]);
   }
   for (double& x : played.gain) x = decibels(x);
   return played;
@@ -278,7 +278,7 @@ TEST(BandDetectorTest, RecoversFromAbsurdLevels) {
     signal[100] = absurd;
     std::array<double, 5> m{};
     for (std::size_t at = 0; at < signal.size(); at += 64) {
-      detector.process(signal.data() + at, 64, m[0], m[1], m[2], m[3], m[4]);
+      processInRealTime(detector, signal.data() + at, 64, m[0], m[1], m[2], m[3], m[4]);
     }
     EXPECT_NEAR(decibels(signal.back()), 0.0, kHundredthDb) << absurd;
   }
@@ -291,10 +291,9 @@ TEST(BandDetectorTest, WorksInRealTimeWhileItsKnobsMove) {
   for (const int frames : {1, 63, 64, 4096}) {
     detector.setLookahead(static_cast<float>(frames) / 100.0F);
     detector.setCurve(-20, 0.5, 24, 0.5, 24, frames, 0);
-    const RealtimeGuard guard;
+    const RealTimeCheck check;
     detector.process(signal.data(), frames, m[0], m[1], m[2], m[3], m[4]);
     detector.reset();
-    EXPECT_EQ(guard.heapCalls() + guard.lockCalls(), 0);
   }
 }
 

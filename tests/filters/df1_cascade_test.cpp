@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "filters/blt_eq.h"
-#include "tests/support/realtime_guard.h"
+#include "tests/support/real_time.h"
 
 namespace {
 
@@ -108,8 +108,8 @@ void compareWithDefinition(unsigned seed) {
     samples.assign(static_cast<std::size_t>(block.frames), Sample{0});
     for (Sample& sample : samples) sample = static_cast<Sample>(tail ? 1e-307 : unit(random));
     const std::vector<Sample> input = samples;
-    filter.process(samples.data(), 0);
-    filter.process(samples.data(), block.frames);
+    processInRealTime(filter, samples.data(), 0);
+    processInRealTime(filter, samples.data(), block.frames);
     if (std::is_same_v<Sample, double>) slow.flush();
     for (std::size_t i = 0; i < input.size(); ++i) {
       ASSERT_EQ(samples[i], slow.next(input[i])) << "block of " << block.frames << " at " << i;
@@ -130,21 +130,21 @@ TEST(DF1CascadeTest, ResetsAtOnceAndNewRatesClearTheState) {
   const double memory[] = {0.0, 1.0, 0.0, -0.5, 0.0};
   filter.setCoefficients(memory, 1);
   std::vector<double> samples(1001, 1.0);
-  filter.process(samples.data(), 1001);
+  processInRealTime(filter, samples.data(), 1001);
   EXPECT_NE(samples[999], samples[1000]);
   double inForce[5];
   filter.getCoefficients(inForce);
   EXPECT_TRUE(std::equal(memory, memory + 5, inForce)) << "after 1001 samples, not before";
   filter.setSampleRate(44100);
   samples.assign(1001, 0.0);
-  filter.process(samples.data(), 1001);
+  processInRealTime(filter, samples.data(), 1001);
   EXPECT_EQ(samples, std::vector<double>(1001, 0.0));
 
   // In single precision bypass lets only a ramp go on, and what is processed loses its last digits.
   filter.setBypass(1);
   const auto ramps = [&] {
     float probe = 1e-20F;
-    filter.process(&probe, 1);
+    processInRealTime(filter, &probe, 1);
     return probe != 1e-20F;
   };
   filter.resetCoefficients(true);
@@ -154,13 +154,13 @@ TEST(DF1CascadeTest, ResetsAtOnceAndNewRatesClearTheState) {
   EXPECT_FALSE(ramps());
   filter.setCoefficients(unity, 2);
   EXPECT_TRUE(ramps()) << "for the number alone";
-  filter.process(samples.data(), 999);
+  processInRealTime(filter, samples.data(), 999);
   EXPECT_FALSE(ramps()) << "at counter 0";
   filter.setCoefficients(unity, 1);
   filter.resetCoefficients(true);
   EXPECT_FALSE(ramps()) << "ended";
   samples.assign(1001, 0.5);
-  filter.process(samples.data(), 1001);
+  processInRealTime(filter, samples.data(), 1001);
   EXPECT_EQ(samples, std::vector<double>(1001, 0.5));
 }
 
@@ -169,11 +169,11 @@ TEST(DF1CascadeTest, TailsEndInSilenceBeforeTheSubnormalRange) {
   const double decay[] = {1.0, 0.0, 0.0, -0.5, 0.0};
   filter.setCoefficients(decay, 1);
   std::vector<double> wide(1100, 1e-290);
-  filter.process(wide.data(), 1100);
+  processInRealTime(filter, wide.data(), 1100);
   double last = wide.back();
   for (int block = 0; block < 100; ++block) {
     double silence = 0.0;
-    filter.process(&silence, 1);
+    processInRealTime(filter, &silence, 1);
     // Halved by each block until the state is a factor of two above the subnormal range.
     last = last < 2 * std::numeric_limits<double>::min() ? 0.0 : 0.5 * last;
     ASSERT_EQ(silence, last) << block;
@@ -181,15 +181,15 @@ TEST(DF1CascadeTest, TailsEndInSilenceBeforeTheSubnormalRange) {
   EXPECT_EQ(last, 0.0);
   // In single precision all that is far below 1e-15 becomes what that number is rounded by.
   std::vector<float> narrow(1100, 1e-30F);
-  filter.process(narrow.data(), 1100);
+  processInRealTime(filter, narrow.data(), 1100);
   for (const float sample : narrow) ASSERT_EQ(sample, static_cast<float>(double{1e-15F} - 1e-15));
   narrow.assign(1100, 0.0F);
   narrow.back() = 1e-45F;
   const double small[] = {1e-3, 0.0, 0.0, -0.5, 0.0};
   filter.setCoefficients(small, 1);
-  filter.process(narrow.data(), 1100);
+  processInRealTime(filter, narrow.data(), 1100);
   double silence = 0.0;
-  filter.process(&silence, 1);
+  processInRealTime(filter, &silence, 1);
   EXPECT_EQ(silence, 0.0) << "what is far below 1e-30 does not stay in the state";
 }
 
@@ -202,21 +202,21 @@ TEST(DF1CascadeTest, BypassRunsItsRampOutAndThenPasses) {
     filter.setBypass(0);
     filter.update();
     std::vector<double> samples(2000, 1.0);
-    filter.process(samples.data(), 500);
+    processInRealTime(filter, samples.data(), 500);
     filter.setBypass(1);
     filter.update();
     EXPECT_EQ(filter.getFlat(), 1);
-    filter.process(samples.data() + 500, 250);
-    filter.process(samples.data() + 750, 750);
+    processInRealTime(filter, samples.data() + 500, 250);
+    processInRealTime(filter, samples.data() + 750, 750);
     // The constant comes back as the ramp goes; counter 0 is where the block is let through.
     EXPECT_LT(samples[510], 0.99);
     EXPECT_NE(samples[1499], 1.0);
     EXPECT_NEAR(samples[1499], 1.0, 0.02);
-    filter.process(samples.data() + 1500, 500);
+    processInRealTime(filter, samples.data() + 1500, 500);
     const std::vector<double> passed(500, difference ? 0.0 : 1.0);
     EXPECT_TRUE(std::equal(passed.begin(), passed.end(), samples.begin() + 1500));
     std::vector<float> narrow(10, 0.3F);
-    filter.process(narrow.data(), 10);
+    processInRealTime(filter, narrow.data(), 10);
     EXPECT_EQ(narrow, std::vector<float>(10, 0.3F));
     filter.setBypass(0);
     filter.update();
@@ -232,9 +232,9 @@ TEST(DF1CascadeTest, ResponseIsTheTransformOfTheImpulse) {
     const auto wanted = randomSections(random, count);
     filter.setCoefficients(wanted.data(), count);
     std::vector<double> impulse(6000, 0.0);
-    filter.process(impulse.data(), 1001);  // the ramp, over silence
+    processInRealTime(filter, impulse.data(), 1001);  // the ramp, over silence
     impulse[0] = 1.0;
-    filter.process(impulse.data(), 6000);
+    processInRealTime(filter, impulse.data(), 6000);
     for (const double hz : {0.0, 37.5, 1000.0, 12345.0, 24000.0}) {
       SCOPED_TRACE(testing::Message() << count << " sections at " << hz);
       std::complex<double> sum = 0.0;
@@ -290,16 +290,14 @@ TEST(DF1CascadeTest, RunsBesideUpdatesOfAnotherThreadWithoutHeapOrLock) {
   std::vector<float> narrow(64, 1.0F);
   for (bool last = false; !last;) {
     last = done;  // once more after it, for the last ramp
-    const RealtimeGuard guard;
-    filter.process(narrow.data(), 64);
-    for (const int frames : {1, 63, 64, 4096}) filter.process(wide.data(), frames);
-    ASSERT_EQ(guard.heapCalls() + guard.lockCalls(), 0);
+    processInRealTime(filter, narrow.data(), 64);
+    for (const int frames : {1, 63, 64, 4096}) processInRealTime(filter, wide.data(), frames);
   }
   control.join();
   BLTEQ fresh;
   fresh.setSampleRate(44100.0F);
   set(fresh, kChanges);
-  fresh.process(wide.data(), 4096);
+  processInRealTime(fresh, wide.data(), 4096);
   double inForce[80], expected[80];
   filter.getCoefficients(inForce);
   fresh.getCoefficients(expected);
@@ -330,7 +328,7 @@ TEST(DF1CascadeTest, NeverMixesTheSetsOfAnotherThread) {
   long tooLarge = 0;
   for (int block = 0; block < 10000; ++block) {
     for (double& sample : samples) sample = unit(random);
-    filter.process(samples.data(), 512);
+    processInRealTime(filter, samples.data(), 512);
     for (const double sample : samples) tooLarge += std::abs(sample) < 20.0 ? 0 : 1;  // or NaN
   }
   done = true;

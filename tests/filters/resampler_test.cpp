@@ -14,7 +14,7 @@
 #include "analysis/vector_kernels.h"
 #include "analysis/window_table.h"
 #include "tests/support/plain_convolution.h"
-#include "tests/support/realtime_guard.h"
+#include "tests/support/real_time.h"
 
 namespace {
 
@@ -83,9 +83,7 @@ Signal product(OversampledGain& unit, Signal signal, const Signal& gain, std::si
   std::vector<double> upGain(2 * block);
   for (std::size_t at = 0; at < signal.size(); at += block) {
     const auto frames = static_cast<int>(std::min(block, signal.size() - at));
-    const RealtimeGuard guard;
-    unit.process(&signal[at], &gain[at], frames, upSignal.data(), upGain.data());
-    EXPECT_EQ(guard.heapCalls() + guard.lockCalls(), 0);
+    processInRealTime(unit, &signal[at], &gain[at], frames, upSignal.data(), upGain.data());
   }
   return signal;
 }
@@ -107,7 +105,7 @@ void compareWithDefinition(double only) {
     const int n = ratio > 1 ? lengthFrom(random) : lengthFrom(random) / 2 * 2;
     const Signal input = noiseOf(n, seedFrom(random));
     Signal out(static_cast<std::size_t>(ratio * n) + 8, 7.0);
-    fast.process(ratio, input.data(), n, out.data());
+    processInRealTime(fast, ratio, input.data(), n, out.data());
     ASSERT_EQ(Signal(out.end() - 8, out.end()), Signal(8, 7.0)) << "beyond the end";
     out.resize(out.size() - 8);
     const Signal wanted = plain.run(ratio, input, fast.highQuality ? high : standard);
@@ -137,8 +135,10 @@ TEST(Resampler, TakesAnyKernelOfAnEvenNumberOfTapsAndLeavesTheCellsAsDefined) {
     const int n = lengthFrom(random) / 2 * 2;
     const Signal input = noiseOf(n, seedFrom(random));
     Signal out(static_cast<std::size_t>(ratio * n));
-    Resampler::resample(ratio, input.data(), n, out.data(), kernel.data(),
-                        static_cast<int>(kernel.size()), history.data());
+    inRealTime([&] {
+      Resampler::resample(ratio, input.data(), n, out.data(), kernel.data(),
+                          static_cast<int>(kernel.size()), history.data());
+    });
     ASSERT_LT(distance(out, plain.run(ratio, input, kernel)), 10 * kRounding) << call;
     ASSERT_EQ(history, plain.history) << "call " << call << ", " << n << " at " << ratio;
   }
@@ -162,8 +162,8 @@ TEST(OversampledGain, ReturnsDcAndAnImpulseAsLateAsItSays) {
       down.fillHistory(0.0);
       Signal raised(2 * input.size());
       Signal out(input.size());
-      up.process(2.0, input.data(), static_cast<int>(input.size()), raised.data());
-      down.process(0.5, raised.data(), static_cast<int>(raised.size()), out.data());
+      processInRealTime(up, 2.0, input.data(), static_cast<int>(input.size()), raised.data());
+      processInRealTime(down, 0.5, raised.data(), static_cast<int>(raised.size()), out.data());
       return out;
     };
     OversampledGain unit;
