@@ -76,6 +76,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   scrub(inputs, channels + sideChannels, frames);
   copySidechain(inputs + channels, sideChannels, frames);
 
+  takeGains();
   const Block block = readSettings(frames, channels);
   takeInput(inputs, block);
   resetChangedBands(block);
@@ -128,7 +129,7 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
   ListenState& listening = block.listening;
   listening.soloCount = static_cast<int>(std::count_if(bands.begin(), bands.end(), soloed));
   listening.scListen = scListen.load(kAlone);
-  listening.listen = listenActive.load(kAlone);
+  listening.listen = gainTargets.active().listen;
   listening.passband = !listening.listen && autolistenPassband.load(kAlone);
   block.stagePlan = stagePlan.load(kAlone);
   block.xoverPlan = xoverPlan.load(kAlone);

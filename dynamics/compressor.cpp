@@ -64,6 +64,7 @@ void compressor::setSampleRate(double rate) noexcept {
 
 void compressor::resetEngine() noexcept {
   buffers->clear();
+  takeGains();
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
   meters.resetReaders();
@@ -97,18 +98,24 @@ void compressor::resetPath(int band) noexcept {
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
                           double wetDry) noexcept {
+  GainTargets& targets = gainTargets.spare();
+  targets = {};
   if (bypass) {
-    inputRamp.setTarget(1.0);
-    wetRamp.setTarget(0.0);
-    dryRamp.setTarget(1.0);
-    listenActive.store(false, std::memory_order_relaxed);
-    return;
+    targets.wet = 0.0;
+    targets.dry = 1.0;
+  } else {
+    const double out = linearGain(outDb);
+    targets = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
   }
-  const double out = linearGain(outDb);
-  inputRamp.setTarget(linearGain(inDb));
-  wetRamp.setTarget(out * wetDry);
-  dryRamp.setTarget(listen ? -out : 1.0 - wetDry);
-  listenActive.store(listen, std::memory_order_relaxed);
+  gainTargets.publish();
+}
+
+void compressor::takeGains() noexcept {
+  gainTargets.take();
+  const GainTargets& targets = gainTargets.active();
+  inputRamp.setTarget(targets.in);
+  wetRamp.setTarget(targets.wet);
+  dryRamp.setTarget(targets.dry);
 }
 
 void compressor::setBand(int band, const BandSettings& settings) noexcept {

@@ -17,6 +17,7 @@
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
 #include "filters/crossover_bank.h"
+#include "filters/kernel_exchange.h"
 #include "filters/resampler.h"
 #include "filters/subband.h"
 
@@ -157,6 +158,14 @@ class compressor {
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
     std::atomic<int> scSource{SidechainRoute::kBand}, scBandIndex{-1};
   };
+  /// The gains around the chain, linear. They change hands together: wet and dry that ramp a block
+  /// apart would not add up.
+  struct GainTargets {
+    double in = 1.0;
+    double wet = 1.0;
+    double dry = 0.0;
+    bool listen = false;  // to the difference of wet and dry
+  };
   /// What a block reads once and keeps to its end.
   struct Block {
     int frames;
@@ -180,6 +189,7 @@ class compressor {
   static constexpr int kCrossoverStage = -1;
 
   void ensureBuffers(int frames);
+  void takeGains() noexcept;
   void resetPath(int band) noexcept;
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
@@ -220,6 +230,7 @@ class compressor {
   std::atomic<WorkBuffers*> announced{nullptr};
   std::atomic<WorkBuffers*> retired{nullptr};
   int announcedFrames = kDefaultFrames;  // control side
+  KernelExchange<GainTargets> gainTargets;
   GainRamp inputRamp{1.0};
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};
@@ -243,7 +254,6 @@ class compressor {
   std::atomic<int> xoverMaxLookahead{0};  // samples: the largest of the XOver list
   std::atomic<int> oversampleLatency{0};  // samples, 0 where nothing is oversampled
   std::atomic<int> scListen{-1};
-  std::atomic<bool> listenActive{false};
   std::atomic<bool> autolistenPassband{false};
   std::atomic<double> meterDecay;
 
