@@ -146,7 +146,7 @@ TEST(ChainTest, MonoRunsTheSameBands) {
   for (std::size_t at = 0; at < samples.size(); at += 1000) {
     std::array<double*, 4> in = {&samples[at], nullptr, nullptr, nullptr};
     std::array<double*, 2> out = {&samples[at], nullptr};
-    mono.plug.processDoubleReplacing(in.data(), out.data(), 1000);
+    process(mono.plug, in.data(), out.data(), 1000);
   }
   for (std::size_t i = 0; i < samples.size(); ++i) {
     ASSERT_NEAR(samples[i], wanted.channels[0][i], 1e-14) << i;

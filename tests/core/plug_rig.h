@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -11,6 +12,7 @@
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
+#include "tests/support/real_time.h"
 
 /// An effect whose idle the test calls, and a host that records what it is told.
 class PlugRig {
@@ -55,7 +57,7 @@ class PlugRig {
   std::atomic<std::int64_t> clockStep{100};
   std::atomic<std::int64_t> now{0};
   Plug plug;
-  std::intptr_t processLevel = 2;
+  std::atomic<std::intptr_t> processLevel{2};
   std::function<void()> onAutomate;  // called at every automation message
   std::vector<Message> messages;     // but for process level queries; from any thread
 
@@ -84,10 +86,13 @@ struct Stereo {
   std::array<std::vector<Sample>, 2> channels;
 };
 
+/// What a host's audio thread calls: fails the test if it leaves real time.
 inline void process(Plug& plug, float** in, float** out, int frames) {
+  const RealTimeCheck check;
   plug.processReplacing(in, out, frames);
 }
 inline void process(Plug& plug, double** in, double** out, int frames) {
+  const RealTimeCheck check;
   plug.processDoubleReplacing(in, out, frames);
 }
 

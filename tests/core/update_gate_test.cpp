@@ -39,7 +39,7 @@ Sound soundOf(PlugRig& rig) {
   engine.resetEngine();
   Sound sound = noise<double>(4000).channels;
   std::array<double*, 2> inOut = {sound[0].data(), sound[1].data()};
-  engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0);
+  inRealTime([&] { engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0); });
   return sound;
 }
 
@@ -54,6 +54,11 @@ struct GatedRig : PlugRig {
   void advance(int frames) {
     Stereo<float> silence(frames);
     render(plug, silence, frames);
+  }
+  void switchHostTo(std::intptr_t level) {
+    const RealTimeCheck::Exception whileItSwitches;
+    processLevel = level;
+    advance(64);
   }
 };
 
@@ -124,8 +129,7 @@ TEST(PlugUpdateTest, OfflineNothingWaitsAndNothingElseChanges) {
   for (std::size_t id = 0; id < before.size(); ++id) {
     before[id] = rig.plug.getParameter(static_cast<int>(id));
   }
-  rig.processLevel = kProcessLevelOffline;
-  rig.advance(64);
+  rig.switchHostTo(kProcessLevelOffline);
   expectFilterAt(rig, 2000, "the switch itself");
   rig.move(4000);
   expectFilterAt(rig, 4000, "each change");
@@ -135,8 +139,7 @@ TEST(PlugUpdateTest, OfflineNothingWaitsAndNothingElseChanges) {
     if (id == kB1Frequency) continue;
     EXPECT_EQ(rig.plug.getParameter(id), before[static_cast<std::size_t>(id)]) << id;
   }
-  rig.processLevel = 2;
-  rig.advance(64);
+  rig.switchHostTo(2);
   rig.move(1000);
   expectFilterAt(rig, 2000, "live again");
 }
