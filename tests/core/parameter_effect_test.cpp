@@ -354,6 +354,7 @@ class Stage {
   /// The sidechain filters' coefficients glide to where they were set, also across `resume`.
   void settle() {
     constexpr int kLongerThanRamps = 1100;
+    const RealTimeCheck::Exception mayGoOffline;
     render(rig.plug, Stereo<double>(kLongerThanRamps), kLongerThanRamps);
   }
   [[nodiscard]] double plain(double value) const {
