@@ -38,6 +38,23 @@ void forEachStage(std::uint32_t plan, Run run) {
   }
 }
 
+/// The weighted bands one after the other, two in a pass.
+void sumBands(const std::array<double*, compressor::kBands>& bands,
+              const std::array<double, compressor::kBands>& weights, std::size_t count, double* out,
+              int frames) noexcept {
+  std::fill_n(out, frames, 0.0);
+  std::size_t place = 0;
+  for (; place + 2 <= count; place += 2) {
+    const double* const first = bands[place];
+    const double* const second = bands[place + 1];
+    for (int i = 0; i < frames; ++i) {
+      out[i] = (out[i] + weights[place] * first[i]) + weights[place + 1] * second[i];
+    }
+  }
+  if (place == count) return;
+  for (int i = 0; i < frames; ++i) out[i] += weights[place] * bands[place][i];
+}
+
 constexpr std::uint32_t bandBit(int band) noexcept { return 1U << band; }
 
 }  // namespace
@@ -236,12 +253,7 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   processBands(runs, block, block.xoverMaxLookahead);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers->wet[channel];
-    std::fill_n(wet, block.frames, 0.0);
-    for (std::size_t place = 0; place < runs.size(); ++place) {
-      const double* const band = buffers->band[channel][place];
-      for (int i = 0; i < block.frames; ++i) wet[i] += weights[place] * band[i];
-    }
+    sumBands(buffers->band[channel], weights, runs.size(), buffers->wet[channel], block.frames);
   }
   const int bandDelay = block.xoverMaxLookahead + block.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, first, block, bandDelay);

@@ -86,8 +86,11 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.dynPeak = *job.dynPeak;
   lane.tranPeak = *job.tranPeak;
   if (!ownsLamps) return;
-  *job.fastLamp *= std::pow(lane.settings->times.relFastCoef, frames);
-  *job.slowLamp *= std::pow(lane.settings->times.relSlowCoef, frames);
+  const auto decay = [frames](double& lamp, double perSample) {
+    if (lamp != 0.0) lamp *= std::pow(perSample, frames);
+  };
+  decay(*job.fastLamp, lane.settings->times.relFastCoef);
+  decay(*job.slowLamp, lane.settings->times.relSlowCoef);
 }
 
 void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexcept {

@@ -36,6 +36,17 @@ void decodeMidSide(double* mid, double* side, int frames) noexcept {
   }
 }
 
+/// Encoded, multiplied by the gains of mid and side, and decoded in one pass.
+void multiplyMidSide(double* left, double* right, const double* midGain, const double* sideGain,
+                     int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    const double m = (left[i] + right[i]) * midGain[i];
+    const double s = (left[i] - right[i]) * sideGain[i];
+    left[i] = (m + s) * 0.5;
+    right[i] = (m - s) * 0.5;
+  }
+}
+
 /// From the detectors' gain in `gain` to that which the signal gets; the detectors' share goes into
 /// the `count` meters, which show all bands together.
 struct GainStage {
@@ -44,16 +55,30 @@ struct GainStage {
   double weight;  // 0..1, how much of the gain the channel takes
 
   void apply(double* gain, float* const* reductions, int count, int frames) const noexcept {
-    for (int m = 0; m < count; ++m) {
-      float* const reduction = reductions[m];
+    if (count == 2) {
+      float* const both = reductions[0];
+      float* const other = reductions[1];
       for (int i = 0; i < frames; ++i) {
-        reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) *
-                                          ((gain[i] - 1.0) * weight + 1.0));
+        const double own = shown(gain[i]);
+        both[i] = static_cast<float>(static_cast<double>(both[i]) * own);
+        other[i] = static_cast<float>(static_cast<double>(other[i]) * own);
+        gain[i] = finished(gain[i]);
       }
+    } else {
+      for (int m = 0; m < count; ++m) {
+        float* const reduction = reductions[m];
+        for (int i = 0; i < frames; ++i) {
+          reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) * shown(gain[i]));
+        }
+      }
+      for (int i = 0; i < frames; ++i) gain[i] = finished(gain[i]);
     }
-    for (int i = 0; i < frames; ++i) {
-      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * weight + 1.0;
-    }
+  }
+
+ private:
+  [[nodiscard]] double shown(double gain) const noexcept { return (gain - 1.0) * weight + 1.0; }
+  [[nodiscard]] double finished(double gain) const noexcept {
+    return ((gain * bandGain + bandDry) - 1.0) * weight + 1.0;
   }
 };
 
@@ -150,8 +175,12 @@ void compressor::detect(std::span<const BandRun> runs, const Block& block) noexc
 }
 
 void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
-  const bool midSide = block.channels == 2 && !at(run.band).leftRight.load(kAlone);
   if (!run.passive) finishGain(run, block);
+  const bool midSide = block.channels == 2 && !at(run.band).leftRight.load(kAlone);
+  if (block.oversampleLatency == 0 && midSide) {
+    multiplyMidSide(run.signal[0], run.signal[1], run.side[0], run.side[1], block.frames);
+    return;
+  }
   if (midSide) encodeMidSide(run.signal[0], run.signal[1], block.frames);
   for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
     double* const signal = run.signal[c];
@@ -159,7 +188,7 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
     if (block.oversampleLatency > 0) {
       oversampled[static_cast<std::size_t>(run.band)][c].process(
           signal, gain, block.frames, buffers->upSignal, buffers->upGain);
-    } else if (!run.passive) {
+    } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }
   }

@@ -16,6 +16,16 @@ void writeRing(double* ring, int position, const double* from, int count) noexce
   std::copy_n(from + toEnd, count - toEnd, ring);
 }
 
+/// Fetches what the next block of this length will overwrite: with so many long rings taking turns,
+/// it has left the near caches since it was written.
+void fetchAhead(const double* ring, int position, int count) noexcept {
+  constexpr int kLine = 8;     // samples
+  constexpr int kMost = 1024;  // a longer block has time enough on its own
+  for (int i = 0; i < std::min(count, kMost); i += kLine) {
+    __builtin_prefetch(ring + ((position + i) & kMask), 1, 2);
+  }
+}
+
 void readRing(const double* ring, int position, double* to, int count) noexcept {
   const int toEnd = std::min(count, DelayRings::kSize - position);
   std::copy_n(ring + position, toEnd, to);
@@ -45,6 +55,7 @@ void DelayRings::delayLine(double* buffer, int ring, int band, int frames, int d
     position = (position + piece) & kMask;
     done += piece;
   }
+  fetchAhead(entries, position, frames);
 }
 
 void DelayRings::advance(int frames) noexcept {

@@ -142,6 +142,10 @@ inline void takeIn(double* ring, unsigned write, unsigned length, const double* 
   const int upToEnd = least(frames, size - write);
   copy<T>(in, upToEnd, ring + write);
   copy<T>(in + upToEnd, frames - upToEnd, ring);
+  // The entries that the next chunk overwrites have left the near caches long ago.
+  for (unsigned ahead = write + kChunk; ahead < write + 2 * kChunk; ahead += kSlack) {
+    __builtin_prefetch(ring + (ahead & WindowLane::kRingMask), 1, 2);
+  }
   const unsigned read = (write - length) & WindowLane::kRingMask;
   const int beforeEnd = least(frames, size - read);
   const auto difference = [&](int from, int to, const double* before) {
