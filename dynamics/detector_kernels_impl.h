@@ -318,6 +318,7 @@ struct Group {
     Row shape, dynWeight, tranWeight;
     bool transients = false;  // some detector wants them
     bool flat = true;         // no detector's curve does anything
+    bool bent = false;        // some detector's curve has a knee
   };
 
   static void readTimes(DetectorLane* const* lanes, int count, Settings& s) noexcept {
@@ -343,6 +344,7 @@ struct Group {
     for (int lane = 0; lane < count; ++lane) {
       const StaticCurve& curve = lanes[lane]->settings->curve;
       if (curve.slopeAbove != 0.0 || curve.slopeBelow != 0.0) s.flat = false;
+      if (curve.knee != 0.0) s.bent = true;
       if (lanes[lane]->settings->tranWeight != 0.0) s.transients = true;
     }
   }
@@ -396,7 +398,8 @@ struct Group {
             spread(count, [&](int l) { return lanes[l]->settings->shape; })};
   }
 
-  /// `StaticCurve::gainDb`.
+  /// `StaticCurve::gainDb`; `bent`: not all knees are 0.
+  template <bool bent>
   static Wide gainDb(Wide level, const Curves& c, int n) noexcept {
     const Wide silent = broadcast<T>(StaticCurve::kSilenceDb);
     const Wide decibels = level < StaticCurve::kSilence ? silent : toDecibels<T>(level);
@@ -407,24 +410,38 @@ struct Group {
     const Wide range = above ? c.rangeAbove.v[n] : c.rangeBelow.v[n];
     const Wide up = larger<T>(way, Wide{});
     const Wide t = up < 1.0 ? up : broadcast<T>(1.0);
+    if constexpr (!bent) return t * range;
     return (t - (2.0 * t * t * (t - 1.5) + t) * c.knee.v[n]) * range;
   }
 
   /// The gains that the levels want at once.
+  template <bool bent>
   static void instantGains(Rows& levels, const Curves& curves, Rows& gains, int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
-      store<T>(gains.memory + i, gainDb(load<T>(levels.memory + i), curves, n));
+      store<T>(gains.memory + i, gainDb<bent>(load<T>(levels.memory + i), curves, n));
     });
   }
 
   /// The levels become the gains that they and their envelopes want in the proportion of the shape.
+  template <bool bent>
   static void blendedGains(Rows& levels, Rows& envelopes, const Curves& curves,
                            int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
       const auto level =
           blend<Wide>(load<T>(levels.memory + i), load<T>(envelopes.memory + i), curves.shape.v[n]);
-      store<T>(levels.memory + i, gainDb(level, curves, n));
+      store<T>(levels.memory + i, gainDb<bent>(level, curves, n));
     });
+  }
+
+  template <bool bent>
+  static void wantedGains(const Settings& s, const Curves& curves, Rows& levels, Rows& envelopes,
+                          Rows& instant, int frames) noexcept {
+    if (s.transients) instantGains<bent>(levels, curves, instant, frames);
+    if (s.flat) {
+      levels = {};
+    } else {
+      blendedGains<bent>(levels, envelopes, curves, frames);
+    }
   }
 
   static void toLinear(Rows& gains, int frames) noexcept {
@@ -588,11 +605,10 @@ struct Group {
     windowRows(windows, signals, count, frames, averages, levels);
     followLevels(settings, averages, state, levels, smoothed, phases, frames);
     storeSums(averages, windows, count);
-    if (settings.transients) instantGains(levels, curves, instant, frames);
-    if (settings.flat) {
-      levels = {};
+    if (settings.bent) {
+      wantedGains<true>(settings, curves, levels, smoothed, instant, frames);
     } else {
-      blendedGains(levels, smoothed, curves, frames);
+      wantedGains<false>(settings, curves, levels, smoothed, instant, frames);
     }
     followGains(settings, state, levels, instant, phases, frames);
     storeState(state, lanes, count);
