@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 
+#include "apps/chain_fault.h"
 #include "apps/effect_runner.h"
 #include "apps/failure.h"
 #include "apps/impulse_response.h"
@@ -16,7 +17,6 @@
 #include "apps/messages.h"
 #include "apps/report.h"
 #include "apps/text.h"
-#include "dynamics/band_layout.h"
 #include "state/json_document.h"
 
 namespace {
@@ -35,40 +35,13 @@ std::vector<float> curveFrequencies(int points, double highest) {
   return frequencies;
 }
 
-bool isOn(const Plug& plug, int band, int row) {
-  return plug.getPlainValue(bandParameterId(band, row)) != 0.0F;
-}
-
-/// The `kBandOrder` that takes every band that is on into the chain, dynamic EQ bands last; none
-/// where crossover bands share a frequency.
-std::optional<double> fittingOrder(const Plug& plug) {
-  BandLayout layout;
-  layout.moveBand(0, kOffList, 0.0);
-  for (int band = 0; band < kNumBands; ++band) {
-    if (!isOn(plug, band, kB1State)) continue;
-    const float hertz = plug.getPlainValue(bandParameterId(band, kB1Frequency));
-    layout.moveBand(band, isOn(plug, band, kB1Type) ? kPostList : kXoverList,
-                    static_cast<double>(hertz));
-  }
-  const double order = layout.bandOrderValue();
-  return layout.applyBandOrder(order) ? std::optional(order) : std::nullopt;
-}
-
 /// Throws `Failure` for a band that the signal does not run through as its settings say.
 void checkInChain(Plug& plug, int band) {
   const std::string number = std::to_string(band + 1);
-  if (!isOn(plug, band, kB1State)) {
+  if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) {
     throw Failure("band " + number + " is off: turn it on with --set kB" + number + "State=1");
   }
-  BandLayout& layout = plug.getEngine().layout;
-  const BandLayout::List off = layout.copyOf(layout.off);
-  const bool isListed = std::find(off.begin(), off.end(), band) == off.end();
-  const bool isCrossover = layout.crossoverIndex(band) >= 0;
-  if (isListed && isCrossover != isOn(plug, band, kB1Type)) return;
-  const auto order = fittingOrder(plug);
-  throw Failure("band " + number + " is on, but the chain is not as set: " +
-                (order ? "it needs --set kBandOrder=" + shortestText(static_cast<float>(*order))
-                       : "two crossover bands have the same frequency"));
+  if (const auto fault = chainFault(plug, band)) throw Failure(*fault);
 }
 
 std::vector<double> drawnMagnitudes(Plug& plug, int band, std::span<const float> frequencies) {

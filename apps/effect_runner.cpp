@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
+#include "apps/chain_fault.h"
 #include "host/aeffect.h"
 
 namespace {
@@ -123,6 +125,14 @@ void EffectRunner::fillSidechain(Planes<Sample>& planes, const double* side, int
       plane[i] = static_cast<Sample>(mixed);
     }
   }
+}
+
+std::vector<std::string> EffectRunner::chainFaults() {
+  std::vector<std::string> faults;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (auto fault = chainFault(plug, band)) faults.push_back(std::move(*fault));
+  }
+  return faults;
 }
 
 void EffectRunner::readGains() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "apps/gain_range.h"
@@ -47,6 +48,8 @@ class EffectRunner {
   [[nodiscard]] float plainValue(std::int32_t parameter) const {
     return plug.getPlainValue(parameter);
   }
+  /// Of bands that are on but not in the chain as set, one sentence each.
+  [[nodiscard]] std::vector<std::string> chainFaults();
   /// The gain that each band had; empty for bands that were never on.
   [[nodiscard]] const std::array<std::optional<GainRange>, kNumBands>& gains() const noexcept {
     return bandGains;

@@ -36,6 +36,7 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
              sideReader ? sideReader->channels() : 0),
       startTrim(static_cast<double>(runner.plainValue(kOpTrim))),
       startLatency(runner.latency()),
+      startFaults(runner.chainFaults()),
       aligner(options.keepLatency ? 0 : startLatency),
       automation(options.automation, reader.sampleRate()) {
   const auto block = static_cast<std::size_t>(blockFrames);
@@ -131,13 +132,14 @@ RenderReport RenderPass::report() const {
   result.trimBefore = startTrim;
   result.trimAfter = static_cast<double>(runner.plainValue(kOpTrim));
   std::vector<std::string>& warnings = result.warnings;
+  warnings = startFaults;
   if (badSamples > 0) {
     warnings.push_back(countOf(badSamples, "sample was", "samples were") +
                        " not a finite number and became 0");
   }
   if (writer.clippedSamples() > 0) {
     warnings.push_back(countOf(writer.clippedSamples(), "sample", "samples") +
-                       " beyond full scale clipped");
+                       " of the output beyond full scale clipped");
   }
   if (automation.remaining() > 0) {
     warnings.push_back(countOf(static_cast<std::int64_t>(automation.remaining()),

@@ -50,6 +50,7 @@ class RenderPass {
   EffectRunner runner;
   const double startTrim;           // dB
   const std::int32_t startLatency;  // samples
+  const std::vector<std::string> startFaults;
   LatencyAligner aligner;
   AutomationCursor automation;
   std::optional<Loudness> before;

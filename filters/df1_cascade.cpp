@@ -26,8 +26,8 @@ void store(std::array<std::atomic<double>, 5>& shared, const Coefficients& value
   }
 }
 
-// 0 for what is 0, subnormal, or a factor of two from it, in which a decaying tail must not end; and
-// for what is no number, which would stay for ever.
+// 0 for what is 0, subnormal, or a factor of two from it, in which a decaying tail must not end;
+// and for what is no number, which would stay for ever.
 double flushed(double value) noexcept {
   const auto exponent = (std::bit_cast<std::uint64_t>(value) >> 52) & 0x7FF;
   return exponent <= 1 || exponent == 0x7FF ? 0.0 : value;
