@@ -1,0 +1,144 @@
+// Detectors beside their plain form, one sample after the other with the library's mathematics.
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "analysis/vector_kernels.h"
+#include "dynamics/band_detector.h"
+#include "tests/dynamics/plain_detector.h"
+
+namespace {
+
+constexpr double kRate = 48000.0;
+constexpr int kFrames = 64;
+constexpr std::size_t kDetectors = 16;
+
+struct Knobs {
+  double transients = 0.0;
+  int lookahead = 480;  // samples
+};
+
+DetectorSettings settingsOf(const Knobs& knobs) {
+  DetectorSettings s;
+  s.curve = StaticCurve::make(-30.0, 0.5, 24.0, 0.2, 24.0, 0.0, 0.0);
+  s.times = ballisticsCoefficients(3.15, 20.0, 200.0, 50.0, 6.0, kRate);
+  s.tranWeight = knobs.transients;
+  return s;
+}
+
+void turn(BandDetector& detector, const Knobs& knobs) {
+  detector.setSampleRate(kRate);
+  detector.setCurve(-30.0, 0.5, 24.0, 0.2, 24.0, 0.0, 0.0);
+  detector.setTimes(3.15, 20.0, 200.0, 50.0, 6.0);
+  detector.setWeights(1.0, knobs.transients);
+  detector.setLookahead(static_cast<float>((knobs.lookahead + 0.25) * 1000.0 / kRate));
+}
+
+std::vector<double> noise(std::size_t count) {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> level(-0.3, 0.3);
+  std::vector<double> samples(count);
+  for (double& x : samples) x = level(random);
+  return samples;
+}
+
+void report(benchmark::State& state) {
+  const double seconds = static_cast<double>(state.iterations()) * kFrames / kRate;
+  state.counters["% of core"] = benchmark::Counter(
+      seconds / 100.0, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.SetItemsProcessed(state.iterations() * kFrames * static_cast<std::int64_t>(kDetectors));
+}
+
+/// All sixteen, `together` at a time. Range: together, transients, lookahead, instruction set.
+void detectors(benchmark::State& state) {
+  const VectorKernels& usual = vectorKernels();
+  useVectorKernels(*allVectorKernels()[static_cast<std::size_t>(state.range(3))]);
+  state.SetLabel(vectorKernels().name);
+  const auto together = static_cast<std::size_t>(state.range(0));
+  std::array<BandDetector, kDetectors> all;
+  for (BandDetector& detector : all) {
+    turn(detector, {static_cast<double>(state.range(1)), static_cast<int>(state.range(2))});
+  }
+  const std::vector<double> input = noise(kFrames * kDetectors);
+  std::vector<double> signals = input;
+  std::array<double, 5> meters{};
+  std::array<BandDetector::Job, kDetectors> jobs{};
+  for (std::size_t i = 0; i < kDetectors; ++i) {
+    jobs[i] = {
+        &all[i],   signals.data() + i * kFrames, &meters[0], &meters[1], &meters[2], &meters[3],
+        &meters[4]};
+  }
+  for (auto _ : state) {
+    signals = input;
+    for (std::size_t i = 0; i < kDetectors; i += together) {
+      BandDetector::processTogether({jobs.data() + i, together}, kFrames);
+    }
+    benchmark::ClobberMemory();
+  }
+  report(state);
+  useVectorKernels(usual);
+}
+
+/// Range: transients.
+void plainDetectors(benchmark::State& state) {
+  const Knobs knobs{static_cast<double>(state.range(0))};
+  std::array<PlainDetector, kDetectors> all;
+  for (PlainDetector& detector : all) {
+    detector.change(settingsOf(knobs), static_cast<std::size_t>(knobs.lookahead));
+  }
+  const std::vector<double> input = noise(kFrames * kDetectors);
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < input.size(); ++i) {
+      benchmark::DoNotOptimize(all[i / kFrames].next(input[i]));
+    }
+  }
+  report(state);
+}
+
+/// Levels of all detectors to decibels. Range: instruction set, or below 0 for the library's.
+void decibels(benchmark::State& state) {
+  std::vector<double> levels = noise(kFrames * kDetectors);
+  for (double& level : levels) level = std::abs(level) + 1e-6;
+  std::vector<double> work = levels;
+  const auto set = state.range(0);
+  for (auto _ : state) {
+    work = levels;
+    if (set < 0) {
+      for (double& x : work) x = 20.0 * std::log10(x);
+    } else {
+      allVectorKernels()[static_cast<std::size_t>(set)]->toDecibels(work.data(),
+                                                                    static_cast<int>(work.size()));
+    }
+    benchmark::ClobberMemory();
+  }
+  if (std::abs(work[0] - 20.0 * std::log10(levels[0])) > 1e-9) state.SkipWithError("wrong");
+  report(state);
+}
+
+void everySet(benchmark::internal::Benchmark* wanted) {
+  wanted->ArgNames({"together", "transients", "lookahead", "set"});
+  const auto sets = static_cast<std::int64_t>(allVectorKernels().size());
+  for (std::int64_t set = 0; set < sets; ++set) {
+    for (const std::int64_t together : {16, 2, 1}) {
+      for (const std::int64_t transients : {0, 1}) {
+        wanted->Args({together, transients, 480, set});
+      }
+    }
+  }
+  for (const std::int64_t lookahead : {0, 16, 64, 2400}) {
+    wanted->Args({16, 0, lookahead, sets - 1});
+  }
+}
+
+BENCHMARK(detectors)->Apply(everySet);
+BENCHMARK(plainDetectors)->ArgName("transients")->Arg(0)->Arg(1);
+BENCHMARK(decibels)->ArgName("set")->DenseRange(
+    -1, static_cast<std::int64_t>(allVectorKernels().size()) - 1);
+
+}  // namespace
