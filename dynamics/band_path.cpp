@@ -1,6 +1,7 @@
 // The way of one band's signal: sidechain, detectors, gain.
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "dynamics/compressor.h"
@@ -47,38 +48,22 @@ void multiplyMidSide(double* left, double* right, const double* midGain, const d
   }
 }
 
-/// From the detectors' gain in `gain` to that which the signal gets; the detectors' share goes into
-/// the `count` meters, which show all bands together.
+/// From the detectors' gain to that which the signal gets.
 struct GainStage {
   double bandGain;
   double bandDry;
   double weight;  // 0..1, how much of the gain the channel takes
 
-  void apply(double* gain, float* const* reductions, int count, int frames) const noexcept {
-    if (count == 2) {
-      float* const both = reductions[0];
-      float* const other = reductions[1];
-      for (int i = 0; i < frames; ++i) {
-        const double own = shown(gain[i]);
-        both[i] = static_cast<float>(static_cast<double>(both[i]) * own);
-        other[i] = static_cast<float>(static_cast<double>(other[i]) * own);
-        gain[i] = finished(gain[i]);
+  /// In place; the detectors' share goes into `count` meters, which show all bands together.
+  template <std::size_t count>
+  void apply(double* gain, const std::array<float*, count>& reductions, int frames) const noexcept {
+    for (int i = 0; i < frames; ++i) {
+      const double shown = (gain[i] - 1.0) * weight + 1.0;
+      for (float* const reduction : reductions) {
+        reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) * shown);
       }
-    } else {
-      for (int m = 0; m < count; ++m) {
-        float* const reduction = reductions[m];
-        for (int i = 0; i < frames; ++i) {
-          reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) * shown(gain[i]));
-        }
-      }
-      for (int i = 0; i < frames; ++i) gain[i] = finished(gain[i]);
+      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * weight + 1.0;
     }
-  }
-
- private:
-  [[nodiscard]] double shown(double gain) const noexcept { return (gain - 1.0) * weight + 1.0; }
-  [[nodiscard]] double finished(double gain) const noexcept {
-    return ((gain * bandGain + bandDry) - 1.0) * weight + 1.0;
   }
 };
 
@@ -198,15 +183,16 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
 void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
   const SharedBand& shared = at(run.band);
   const PositionWeights weight(shared.position.load(kAlone), block.channels);
-  const double gain = shared.gain.load(kAlone);
-  const double dry = shared.dry.load(kAlone);
-  const bool stereo = block.channels == 2;
-  const bool leftRight = shared.leftRight.load(kAlone);
-  // Both meters of a mid/side band show its mid.
-  const int firstMeters = stereo && !leftRight ? 2 : 1;
-  const GainStage first{gain, dry, weight.first};
-  first.apply(run.side[0], buffers->reduction.data(), firstMeters, block.frames);
-  if (!stereo) return;
-  const GainStage second{gain, dry, weight.second};
-  second.apply(run.side[1], buffers->reduction.data() + 1, leftRight ? 1 : 0, block.frames);
+  const GainStage first{shared.gain.load(kAlone), shared.dry.load(kAlone), weight.first};
+  const GainStage second{first.bandGain, first.bandDry, weight.second};
+  const auto& [left, right] = buffers->reduction;
+  if (block.channels == 1) {
+    first.apply<1>(run.side[0], {left}, block.frames);
+  } else if (shared.leftRight.load(kAlone)) {
+    first.apply<1>(run.side[0], {left}, block.frames);
+    second.apply<1>(run.side[1], {right}, block.frames);
+  } else {  // both meters of a mid/side band show its mid
+    first.apply<2>(run.side[0], {left, right}, block.frames);
+    second.apply<0>(run.side[1], {}, block.frames);
+  }
 }
