@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstddef>
 #include <iostream>
-#include <new>
-#include <optional>
 #include <span>
 #include <string>
 
@@ -13,6 +11,7 @@
 #include "apps/effect_runner.h"
 #include "apps/failure.h"
 #include "apps/impulse_response.h"
+#include "apps/json_members.h"
 #include "apps/loudness.h"
 #include "apps/messages.h"
 #include "apps/report.h"
@@ -98,11 +97,6 @@ void printImpulse(std::span<const double> response) {
   std::cout << text;
 }
 
-void add(const JsonTree& object, const char* key, JsonNode* item) {
-  if (item == nullptr) throw std::bad_alloc();
-  jsonAddItemToObjectConstKey(object.get(), key, item);
-}
-
 /// The number that a text tells; null for an infinity.
 JsonNode* numberJson(const std::string& text) {
   const auto number = finiteNumber(text);
@@ -113,8 +107,8 @@ JsonTree curveJson(const CurveCommand::Curve& curve) {
   JsonTree list(jsonCreateArray());
   for (const CurveCommand::Point& point : curve) {
     JsonTree entry(jsonCreateObject());
-    add(entry, "frequency", numberJson(shortestText(point.frequency)));
-    add(entry, "dB", numberJson(levelText(point.level)));
+    addMember(entry, "frequency", numberJson(shortestText(point.frequency)));
+    addMember(entry, "dB", numberJson(levelText(point.level)));
     jsonAddItemToArray(list.get(), entry.release());
   }
   return list;
@@ -189,10 +183,10 @@ void CurveCommand::print(Plug& plug, const Curve& curve) const {
   }
   const bool isCrossover = plug.getEngine().layout.crossoverIndex(band - 1) >= 0;
   JsonTree object(jsonCreateObject());
-  add(object, "band", jsonCreateNumber(band));
-  add(object, "kind", jsonCreateString(isCrossover ? "crossover" : "dynamic EQ"));
-  add(object, "rate", jsonCreateNumber(rate));
-  add(object, "measured", jsonParse(measured ? "true" : "false"));
-  add(object, "points", curveJson(curve).release());
+  addMember(object, "band", jsonCreateNumber(band));
+  addMember(object, "kind", jsonCreateString(isCrossover ? "crossover" : "dynamic EQ"));
+  addMember(object, "rate", jsonCreateNumber(rate));
+  addMember(object, "measured", jsonParse(measured ? "true" : "false"));
+  addMember(object, "points", curveJson(curve).release());
   printJson(object.get());
 }

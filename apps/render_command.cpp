@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "apps/failure.h"
+#include "apps/json_members.h"
 #include "apps/messages.h"
 #include "apps/progress_bar.h"
 #include "apps/render_job.h"
@@ -61,10 +62,8 @@ void printReportsJson(const std::vector<RenderItem>& items,
       continue;
     }
     JsonTree failed(jsonCreateObject());
-    jsonAddItemToObjectConstKey(failed.get(), "input",
-                                jsonCreateString(validUtf8(items[i].input).c_str()));
-    jsonAddItemToObjectConstKey(failed.get(), "error",
-                                jsonCreateString(validUtf8(outcomes[i].failure).c_str()));
+    addMember(failed, "input", jsonCreateString(validUtf8(items[i].input).c_str()));
+    addMember(failed, "error", jsonCreateString(validUtf8(outcomes[i].failure).c_str()));
     jsonAddItemToArray(list.get(), failed.release());
   }
   printJson(list.get());

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <iostream>
-#include <new>
 
+#include "apps/json_members.h"
 #include "apps/text.h"
 
 namespace {
@@ -66,19 +66,10 @@ std::string trimText(const RenderReport& report) {
   return text;
 }
 
-void add(const JsonTree& object, const char* key, JsonNode* item) {
-  if (item == nullptr) throw std::bad_alloc();
-  jsonAddItemToObjectConstKey(object.get(), key, item);
-}
-
-void add(const JsonTree& object, const char* key, double number) {
-  add(object, key, std::isfinite(number) ? jsonCreateNumber(number) : jsonParse("null"));
-}
-
 JsonTree beforeAndAfter(double before, double after) {
   JsonTree pair(jsonCreateObject());
-  add(pair, "before", before);
-  add(pair, "after", after);
+  addMember(pair, "before", before);
+  addMember(pair, "after", after);
   return pair;
 }
 
@@ -87,9 +78,9 @@ JsonTree gainsJson(const RenderReport& report) {
   for (std::size_t band = 0; band < report.gains.size(); ++band) {
     if (!report.gains[band]) continue;
     JsonTree entry(jsonCreateObject());
-    add(entry, "band", static_cast<double>(band + 1));
-    add(entry, "reductionDb", -report.gains[band]->lowest);
-    add(entry, "boostDb", report.gains[band]->highest);
+    addMember(entry, "band", static_cast<double>(band + 1));
+    addMember(entry, "reductionDb", -report.gains[band]->lowest);
+    addMember(entry, "boostDb", report.gains[band]->highest);
     jsonAddItemToArray(list.get(), entry.release());
   }
   return list;
@@ -145,26 +136,26 @@ std::string tableLine(const RenderReport& report, std::size_t nameWidth) {
 
 JsonTree reportJson(const RenderReport& report) {
   JsonTree object(jsonCreateObject());
-  add(object, "input", jsonCreateString(validUtf8(report.input).c_str()));
-  add(object, "output", jsonCreateString(validUtf8(report.output).c_str()));
-  add(object, "sampleRate", report.sampleRate);
-  add(object, "channels", report.channels);
-  add(object, "frames", static_cast<double>(report.frames));
-  add(object, "seconds", report.seconds());
-  add(object, "latencySamples", report.latency);
-  add(object, "loudnessLufs",
-      beforeAndAfter(report.before.integratedLufs, report.after.integratedLufs).release());
-  add(object, "truePeakDbtp",
-      beforeAndAfter(report.before.truePeakDb, report.after.truePeakDb).release());
-  add(object, "gainReduction", gainsJson(report).release());
-  add(object, "outputTrimDb", beforeAndAfter(report.trimBefore, report.trimAfter).release());
-  add(object, "passes", report.passes);
-  add(object, "speed", report.speed());
+  addMember(object, "input", jsonCreateString(validUtf8(report.input).c_str()));
+  addMember(object, "output", jsonCreateString(validUtf8(report.output).c_str()));
+  addMember(object, "sampleRate", report.sampleRate);
+  addMember(object, "channels", report.channels);
+  addMember(object, "frames", static_cast<double>(report.frames));
+  addMember(object, "seconds", report.seconds());
+  addMember(object, "latencySamples", report.latency);
+  addMember(object, "loudnessLufs",
+            beforeAndAfter(report.before.integratedLufs, report.after.integratedLufs).release());
+  addMember(object, "truePeakDbtp",
+            beforeAndAfter(report.before.truePeakDb, report.after.truePeakDb).release());
+  addMember(object, "gainReduction", gainsJson(report).release());
+  addMember(object, "outputTrimDb", beforeAndAfter(report.trimBefore, report.trimAfter).release());
+  addMember(object, "passes", report.passes);
+  addMember(object, "speed", report.speed());
   JsonTree warnings(jsonCreateArray());
   for (const std::string& warning : report.warnings) {
     jsonAddItemToArray(warnings.get(), jsonCreateString(validUtf8(warning).c_str()));
   }
-  add(object, "warnings", warnings.release());
+  addMember(object, "warnings", warnings.release());
   return object;
 }
 

@@ -9,6 +9,7 @@
 
 #include "apps/effect_runner.h"
 #include "apps/failure.h"
+#include "apps/json_members.h"
 #include "apps/loudness.h"
 #include "apps/messages.h"
 #include "apps/report.h"
@@ -29,9 +30,7 @@ JsonNode* decimalJson(float value) {
 
 JsonTree parameterJson(std::int32_t number, const ParameterRecord& record) {
   JsonTree entry(jsonCreateObject());
-  const auto add = [&entry](const char* key, JsonNode* item) {
-    jsonAddItemToObjectConstKey(entry.get(), key, item);
-  };
+  const auto add = [&entry](const char* key, JsonNode* item) { addMember(entry, key, item); };
   add("number", jsonCreateNumber(number));
   add("id", jsonCreateString(parameterIdentifier(number).c_str()));
   add("name", jsonCreateString(record.name));

@@ -112,6 +112,16 @@ struct Group {
     return scale > 0.0 ? scale * sum : change;
   }
 
+  static void averageRows(Row& sums, const Row& scales, Rows& rows, int frames) noexcept {
+    Row sum = sums;
+    for (int i = 0; i < frames; ++i) {
+      Row row = get(rows.row(i));
+      for (int n = 0; n < N; ++n) row.v[n] = average(sum.v[n], scales.v[n], row.v[n]);
+      put(rows.row(i), row);
+    }
+    sums = sum;
+  }
+
   /// The windows up to the changes of the second average's sum, in rows.
   static void windowRows(WindowLane* const* windows, double* const* signals, int count, int frames,
                          Averages& averages, Rows& rows) noexcept {
@@ -129,13 +139,7 @@ struct Group {
     }
     for (int lane = count; lane < kLanes; ++lane) lanes[lane] = {};
     toRows(lanes, rows, frames);
-    for (int i = 0; i < frames; ++i) {
-      Row row = get(rows.row(i));
-      for (int n = 0; n < N; ++n) {
-        row.v[n] = average(averages.sum1.v[n], averages.scale1.v[n], row.v[n]);
-      }
-      put(rows.row(i), row);
-    }
+    averageRows(averages.sum1, averages.scale1, rows, frames);
     toTime(rows, lanes, frames);
     for (int lane = 0; lane < count; ++lane) {
       WindowLane& window = *windows[lane];
@@ -154,13 +158,7 @@ struct Group {
     Rows rows;
     Averages averages = averagesOf(windows, count);
     windowRows(windows, signals, count, frames, averages, rows);
-    for (int i = 0; i < frames; ++i) {
-      Row row = get(rows.row(i));
-      for (int n = 0; n < N; ++n) {
-        row.v[n] = average(averages.sum2.v[n], averages.scale2.v[n], row.v[n]);
-      }
-      put(rows.row(i), row);
-    }
+    averageRows(averages.sum2, averages.scale2, rows, frames);
     storeSums(averages, windows, count);
     toSignals(rows, signals, count, frames);
   }

@@ -219,39 +219,4 @@ TEST(CurveCommand, aBandOutsideTheChainIsToldHowToGetIn) {
   }
 }
 
-TEST(CurveCommand, wrongArgumentsAndBandsThatAreOff) {
-  const struct {
-    const char* arguments;
-    int status;
-    const char* named;
-    const char* reason;
-  } cases[] = {
-      {"", 2, "--band", "required"},
-      {"--band 0", 2, "--band", "range"},
-      {"--band 9", 2, "--band", "range"},
-      {"--band 1.5", 2, "--band", "range"},
-      {"--band 1 --points 1", 2, "--points", "range"},
-      {"--band 1 --points 16385", 2, "--points", "range"},
-      {"--band 1 --rate nan", 2, "--rate", "Hz"},
-      {"--band 1 --rate 999", 2, "--rate", "Hz"},
-      {"--band 1 --rate 44100.5", 2, "--rate", "whole"},
-      {"--band 1 --impulse", 2, "--impulse", "--measured"},
-      {"--band 1 --impulse --measured --json", 2, "--impulse", "--json"},
-      {"--band 1 --set kB1Slop=6", 2, "kB1Slop", "kB1Slope"},
-      {"--band 1 --set kB1State=0", 1, "band 1 is off", "--set kB1State=1"},
-      {"--band 3", 1, "band 3 is off", "--set kB3State=1"},
-      {"--band 2 --set kB2State=1", 1, "band 2", "same frequency"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    const ProgramRun result = runProgram(std::string("curve ") + c.arguments);
-    EXPECT_EQ(result.status, c.status);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(lineCount(result.err), 1) << result.err;
-    EXPECT_NE(result.err.find(c.named), std::string::npos) << result.err;
-    EXPECT_NE(result.err.find(c.reason), std::string::npos) << result.err;
-  }
-  EXPECT_NE(runProgram("curve --help").out.find("Examples:"), std::string::npos);
-}
-
 }  // namespace
