@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+#include "state/json_document.h"
+#include "state/user_store.h"
+
+/// The machine-wide preferences: a number each, chosen among texts. Threads: any but the audio
+/// thread; takes a lock of its own.
+class Globals {
+ public:
+  /// Reads the stored choices. `store` must outlive it.
+  explicit Globals(UserStore& store);
+
+  /// Takes the table of all preferences; the first time on a machine their defaults are stored.
+  /// A text that does not parse changes nothing.
+  void initGlobals(const char* text);
+
+  /// The stored choice, or else the table's default. Without a table 0, for a key that is not in
+  /// it -2, for an entry without a default -3.
+  [[nodiscard]] std::int32_t getGlobal(const char* key) const;
+  /// As `getGlobal`, but `absent` when there are no choices at all.
+  [[nodiscard]] std::int32_t getGlobal(const char* key, std::int32_t absent) const;
+  /// Stores a choice at once; choices that other processes have made meanwhile are kept and taken.
+  void setGlobal(const char* key, std::int32_t value);
+
+  // The table, for the setup page, by the order of its entries; out of range "" or 0.
+  [[nodiscard]] int getGroupCount() const;
+  [[nodiscard]] std::string getGroupName(int index) const;
+  [[nodiscard]] int getGroupValueCount(int index) const;
+  [[nodiscard]] std::string getGroupValue(int index, int value) const;
+  [[nodiscard]] int getGroupPage(int index) const;
+
+ private:
+  UserStore& store;
+  mutable std::mutex mutex;
+  JsonTree values;    // object of key to number; null for none
+  JsonTree defaults;  // the table; null before `initGlobals`
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <optional>
+
+#include "state/user_store.h"
+
+/// Which parameter each MIDI controller moves: one table for all instances of the machine.
+///
+/// Threads: `process` on audio threads, lock-free, any number of them; all else on any other
+/// thread. What is learnt by `process` is in force at once and stored by the next `saveChanges`.
+class MIDIMap {
+ public:
+  static constexpr int kControllers = 128;
+
+  /// A parameter to be set, 0..1.
+  struct Move {
+    std::int32_t id;
+    float normalised;
+  };
+
+  /// Reads the stored table. `store` must outlive it.
+  explicit MIDIMap(UserStore& store);
+
+  /// The first controller that moves `id`; -1 for none.
+  [[nodiscard]] std::int32_t controllerOf(std::int32_t id) const noexcept;
+  /// What controller 0..127 moves; -1 for nothing and out of range.
+  [[nodiscard]] std::int32_t parameterOf(std::int32_t controller) const noexcept;
+  /// The parameter that takes the next controller that comes; -1 for none.
+  void setLearnTarget(std::int32_t id) noexcept;
+  [[nodiscard]] std::int32_t getLearnTarget() const noexcept;
+  /// Takes `id` from all controllers, gives it to this one (seven bits of it) and stores that.
+  void learn(std::int32_t id, std::int32_t controller);
+  void unlearn(std::int32_t id);
+
+  /// One MIDI message of at least three bytes: learns if that was asked for, and tells what to set.
+  /// Only controller messages, on any channel, do anything.
+  [[nodiscard]] std::optional<Move> process(const std::uint8_t* message) noexcept;
+
+  /// Stores what has changed, into the table as other processes have left it. Returns whether there
+  /// was anything. Never on the audio thread.
+  bool saveChanges();
+
+ private:
+  void learnLive(std::int32_t id, std::int32_t controller) noexcept;
+
+  UserStore& store;
+  std::array<std::atomic<std::int32_t>, kControllers> controllers;
+  std::array<std::atomic<bool>, kControllers> changed{};  // since it was stored
+  std::atomic<std::int32_t> learnTarget{-1};
+};

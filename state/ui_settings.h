@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "state/json_document.h"
+
+/// The graph options of one instance: groups of entries, each with its value, its texts or its
+/// limits. Threads: message thread, and the host's state calls, one at a time.
+class UiSettings {
+ public:
+  /// `text`: the table of the program. One that does not parse leaves no options, and the standard
+  /// error stream tells where it gave up.
+  explicit UiSettings(const char* text);
+
+  /// The value of an entry, names in any case; 0 if it is missing.
+  [[nodiscard]] double getUiValue(std::string_view group, std::string_view key) const;
+  /// Sets both number forms of an entry's value; unknown names do nothing.
+  void setUiValue(std::string_view group, std::string_view key, double value);
+
+  /// The table with its values as a document's member, for the caller; null without options.
+  [[nodiscard]] JsonTree save() const;
+  /// Takes the values of those entries of a document's member that this table has too; texts and
+  /// limits stay its own.
+  void merge(const JsonNode* uiprefs);
+
+ private:
+  JsonTree table;
+};

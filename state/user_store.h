@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// A user's settings outside any session: texts by name, shared by all instances and processes.
+/// Threads: any but the audio thread.
+class UserStore {
+ public:
+  /// Gets the text that stands there (null for none) and gives the one to put in its place; null
+  /// leaves it as it is.
+  using Change = std::function<std::optional<std::string>(const std::optional<std::string>&)>;
+
+  UserStore() = default;
+  virtual ~UserStore() = default;
+  UserStore(const UserStore&) = delete;
+  UserStore& operator=(const UserStore&) = delete;
+
+  /// The text under `name`; an empty text counts as missing.
+  [[nodiscard]] virtual std::optional<std::string> read(std::string_view name) = 0;
+  /// Reads, asks `change` and writes, as one step that no other process comes between. False when
+  /// it could not be written.
+  virtual bool update(std::string_view name, const Change& change) = 0;
+  bool write(std::string_view name, std::string text);
+
+  /// What went wrong since the last call, a sentence for the user; empty for nothing.
+  [[nodiscard]] virtual std::string takeNotice() { return {}; }
+};
+
+/// Forgotten with the object: for renderers and tests.
+class MemoryStore : public UserStore {
+ public:
+  [[nodiscard]] std::optional<std::string> read(std::string_view name) override;
+  bool update(std::string_view name, const Change& change) override;
+
+ private:
+  std::mutex mutex;
+  std::map<std::string, std::string, std::less<>> texts;
+};
