@@ -28,9 +28,19 @@ void AutoGain::beginEdit(int index) {
 void AutoGain::endEdit() { startIfWanted(); }
 
 void AutoGain::startIfWanted() {
+  if (isWanted()) plug.startMeasuring();
+}
+
+void AutoGain::startAfresh() {
+  if (!isWanted()) return;
+  plug.stopMeasuring();
+  plug.startMeasuring();
+}
+
+bool AutoGain::isWanted() const {
   const bool undisturbed =
       !plug.isOn(kListen) && plug.getPlainValue(kSCListen) == -1.0F && !plug.engine.anyBandSoloed();
-  if (plug.isOn(kAutoGain) && undisturbed) plug.startMeasuring();
+  return plug.isOn(kAutoGain) && undisturbed;
 }
 
 void AutoGain::onIdle() {

@@ -11,11 +11,14 @@ class AutoGain {
 
   void beginEdit(int index);
   void endEdit();
+  /// A state was loaded: what was measured of another one does not count.
+  void startAfresh();
   /// Ends the measurement when a second of audible signal has gone through.
   void onIdle();
 
  private:
   void startIfWanted();
+  [[nodiscard]] bool isWanted() const;
 
   Plug& plug;
 };

@@ -10,12 +10,34 @@ constexpr int kBands = BandLayout::kBands;
 
 }  // namespace
 
+// Frequencies from the start, since crossover bands move when others do.
+BandOperations::Step::Step(Plug& effect) : plug(effect) {
+  plug.beginHistoryGroup();
+  for (int band = 0; band < kBands; ++band) {
+    plug.beginRecording(bandParameterId(band, kB1Frequency));
+  }
+}
+
+BandOperations::Step::~Step() {
+  for (int band = 0; band < kBands; ++band) {
+    plug.endRecording(bandParameterId(band, kB1Frequency));
+  }
+  plug.endHistoryGroup();
+}
+
+void BandOperations::set(int index, float normalised) {
+  const bool isFrequency = isBandParameter(index) && bandOneIdOf(index) == kB1Frequency;
+  if (!isFrequency) plug.beginRecording(index);
+  plug.setParameterAutomated(index, normalised);
+  if (!isFrequency) plug.endRecording(index);
+}
+
 void BandOperations::automate(int index, double plain) {
-  plug.setParameterAutomated(index, plug.plainToNormalised(index, static_cast<float>(plain)));
+  set(index, plug.plainToNormalised(index, static_cast<float>(plain)));
 }
 
 void BandOperations::automateOrder(float orderValue) {
-  plug.setParameterAutomated(kBandOrder, plug.plainToNormalised(kBandOrder, orderValue));
+  set(kBandOrder, plug.plainToNormalised(kBandOrder, orderValue));
 }
 
 void BandOperations::makeRoomAt(double frequency) {
@@ -35,18 +57,20 @@ void BandOperations::addBand(int list, double wanted) {
   // As the parameter will hold it.
   const float normalised = plug.plainToNormalised(kB1Frequency, static_cast<float>(wanted));
   const auto frequency = static_cast<double>(plug.normalisedToPlain(kB1Frequency, normalised));
+  const Step step(plug);
   if (list == kXoverList) makeRoomAt(frequency);
 
   const Plug::UpdateHold hold(plug);
   const float order = plug.moveBand(band, list, frequency);
+  plug.clearBandFlags(band);
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-  plug.setParameterAutomated(bandParameterId(band, kB1Frequency), normalised);
+  set(bandParameterId(band, kB1Frequency), normalised);
   automateOrder(order);
   for (int id = kB1State; id <= kB1SCHFType; ++id) {
     if (id == kB1State || id == kB1Type || id == kB1Frequency) continue;
     const int index = bandParameterId(band, id);
-    plug.setParameterAutomated(index, plug.getParameterDefault(index));
+    set(index, plug.getParameterDefault(index));
   }
 }
 
@@ -56,6 +80,8 @@ void BandOperations::setBandPosition(int band, int list) {
     return;
   }
   if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
+  const Step step(plug);
+  plug.clearBandFlags(band);
   {
     const Plug::UpdateHold hold(plug);
     const float order = plug.moveBand(band, list, 0.0);
@@ -67,11 +93,13 @@ void BandOperations::setBandPosition(int band, int list) {
   if (list != kXoverList) return;
   // Once the chain stands, so that the other crossover bands make room.
   const int frequency = bandParameterId(band, kB1Frequency);
-  plug.setParameterAutomated(frequency, plug.getParameter(frequency));
+  set(frequency, plug.getParameter(frequency));
 }
 
 void BandOperations::deleteBand(int band) {
   if (band < 0 || band >= kBands) return;
+  const Step step(plug);
+  plug.clearBandFlags(band);
   const Plug::UpdateHold hold(plug);
   const float order = plug.moveBand(band, kOffList, 0.0);
   automate(bandParameterId(band, kB1State), 0.0);

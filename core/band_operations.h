@@ -2,8 +2,9 @@
 
 class Plug;
 
-/// Adding, moving and deleting bands, each as one change: the order is taken right after the move,
-/// and the engine hears of it when all parameters stand. Threads: message thread.
+/// Adding, moving and deleting bands, each as one change and one step of the history: the order is
+/// taken right after the move, and the engine hears of it when all parameters stand. The band's
+/// locks and links end. Threads: message thread.
 class BandOperations {
  public:
   explicit BandOperations(Plug& effect) noexcept : plug(effect) {}
@@ -17,6 +18,19 @@ class BandOperations {
   void checkSidechainSources();
 
  private:
+  /// Notes for the history what an operation changes while this lives.
+  class Step {
+   public:
+    explicit Step(Plug& effect);
+    ~Step();
+    Step(const Step&) = delete;
+    Step& operator=(const Step&) = delete;
+
+   private:
+    Plug& plug;
+  };
+
+  void set(int index, float normalised);
   void automate(int index, double plain);
   void automateOrder(float orderValue);
   void makeRoomAt(double frequency);

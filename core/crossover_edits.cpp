@@ -33,7 +33,7 @@ CrossoverEdits::Crossover CrossoverEdits::crossoverOf(int index) {
 void CrossoverEdits::automate(int index, float normalised) {
   const Crossover crossover = crossoverOf(index);
   const bool alone = crossover.bands.empty() || std::isnan(normalised) || plug.isLoading.load() ||
-                     plug.updatesHeld();
+                     plug.inHistoryStep.load() || plug.updatesHeld();
   if (alone) {
     plug.PlugBaseJSON::setParameterAutomated(index, normalised);
     return;
@@ -61,24 +61,39 @@ void CrossoverEdits::moveNeighbour(int index, double centre) {
   if (told) plug.AudioEffectX::endEdit(index);
 }
 
-void CrossoverEdits::beginEdit(int index) {
-  const Crossover crossover = crossoverOf(index);
-  std::uint32_t joining = 0;
-  for (const std::int32_t band : crossover.bands) {
-    if (band == bandOf(index)) continue;
-    joining |= 1U << band;
-    if (gesturesTold()) plug.AudioEffectX::beginEdit(bandParameterId(band, kB1Frequency));
+template <typename Each>
+void CrossoverEdits::forCompanions(std::uint32_t bands, const Each& each) {
+  for (int band = 0; band < kNumBands; ++band) {
+    if ((bands >> band & 1U) != 0) each(bandParameterId(band, kB1Frequency));
   }
-  if (isBandFrequency(index)) companions[static_cast<std::size_t>(bandOf(index))] = joining;
+}
+
+void CrossoverEdits::beginRecording(int index) {
+  if (!isBandFrequency(index)) return;
+  std::uint32_t joining = 0;
+  for (const std::int32_t band : crossoverOf(index).bands) joining |= 1U << band;
+  joining &= ~(1U << bandOf(index));
+  companions[static_cast<std::size_t>(bandOf(index))] = joining;
+  if (joining == 0) return;
+  plug.beginHistoryGroup();
+  forCompanions(joining, [this](int id) { plug.beginRecording(id); });
+}
+
+void CrossoverEdits::beginEdit(int index) {
+  if (!isBandFrequency(index) || !gesturesTold()) return;
+  forCompanions(companions[static_cast<std::size_t>(bandOf(index))],
+                [this](int id) { plug.AudioEffectX::beginEdit(id); });
 }
 
 void CrossoverEdits::endEdit(int index) {
   if (!isBandFrequency(index)) return;
   const std::uint32_t leaving = companions[static_cast<std::size_t>(bandOf(index))].exchange(0);
-  for (int band = 0; band < kNumBands; ++band) {
-    if ((leaving >> band & 1U) == 0 || !gesturesTold()) continue;
-    plug.AudioEffectX::endEdit(bandParameterId(band, kB1Frequency));
-  }
+  if (leaving == 0) return;
+  forCompanions(leaving, [this](int id) {
+    plug.endRecording(id);
+    if (gesturesTold()) plug.AudioEffectX::endEdit(id);
+  });
+  plug.endHistoryGroup();
 }
 
 bool CrossoverEdits::gesturesTold() const {

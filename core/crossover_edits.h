@@ -21,9 +21,10 @@ class CrossoverEdits {
   /// where it was wanted; the engine hears of all at once. While a state is loaded, or several
   /// parameters change as one, nothing gives way.
   void automate(int index, float normalised);
-  /// The other bands' share of a gesture, which the host has been told of already. The end is for
-  /// those who were in at the beginning.
-  void beginEdit(int index);
+  // The other bands' share of a gesture; the end is for those who were in at the beginning. What
+  // is undone as one begins before the gesture and ends behind it.
+  void beginRecording(int index);
+  void beginEdit(int index);  ///< once the host has been told of the gesture itself
   void endEdit(int index);
 
  private:
@@ -37,6 +38,8 @@ class CrossoverEdits {
   [[nodiscard]] Crossover crossoverOf(int index);
   void moveNeighbour(int index, double centre);
   [[nodiscard]] bool gesturesTold() const;
+  template <typename Each>
+  void forCompanions(std::uint32_t bands, const Each& each);
 
   Plug& plug;
   std::array<std::atomic<std::uint32_t>, BandLayout::kBands> companions{};  // bits by band

@@ -8,6 +8,8 @@
 
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
+#include "platform/resources.h"
+#include "platform/whole_file.h"
 
 namespace {
 
@@ -20,15 +22,24 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
 }  // namespace
 
-Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime)
+Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose)
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1),
+      ownMachine(whose),
+      uiOptions(findResource("json", "uisettings").data()),
+      bandTemplate(defaultValues),
       clock(std::move(whatTime)),
       idle(whoIdles) {
   setNumInputs(kMainChannels + kSidechainChannels);
   setNumOutputs(kMainChannels);
   setUniqueID(kUniqueId);
   abParameter = kABBank;
+  chunkCacheEnabled = true;
+  ownMachine.globals().initGlobals(findResource("json", "defaults").data());
+  Plug::applyGlobalPreferences();
   Plug::updateDsp(false);
+  Plug::loadDefaultBanks();
+  // Where there is no such folder, saving tells.
+  static_cast<void>(makeFolders(ownMachine.folders().install));
   Plug::resume();
   if (idle == Idle::kTimer) IdleTimer::instance().add(*this);
 }
@@ -80,9 +91,9 @@ void Plug::feedMeters(Sample* const* outputs, int frames, int channels) noexcept
 
 void Plug::resume() {
   wantEvents();
+  applyGlobalPreferences();
   {
     const PlugBaseMutex::Scope lock(updateLock);
-    takePreferences();  // the meters' times depend on the rate
     analyser.reset();
     outputPeak.reset();
     engine.setSampleRate(getSampleRate());
@@ -113,11 +124,41 @@ bool Plug::setBypass(bool on) {
   return true;
 }
 
+/// Calls `set` for every parameter that a change of `index` changes, itself last.
+template <typename Set>
+void Plug::spread(std::int32_t index, const Set& set) {
+  if (locked.get(index)) return;
+  if (linked.get(index) && isBandParameter(index)) {
+    for (int band = 0; band < kNumBands; ++band) {
+      const int other = bandParameterId(band, bandOneIdOf(index));
+      if (other != index && linked.get(other) && !locked.get(other)) set(other);
+    }
+  }
+  set(index);
+}
+
+void Plug::setParameter(std::int32_t index, float normalised) {
+  spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
+}
+
+void Plug::setParameterFromAudio(std::int32_t index, float normalised) noexcept {
+  spread(index,
+         [this, normalised](int each) { PlugBaseJSON::setParameterFromAudio(each, normalised); });
+}
+
+void Plug::processMidi(const VstMidiEvent& event) noexcept {
+  const auto* const message = reinterpret_cast<const std::uint8_t*>(event.midiData);
+  if (const auto move = ownMachine.midiMap().process(message)) {
+    setParameterFromAudio(move->id, move->normalised);
+  }
+}
+
 void Plug::setParameterAutomated(std::int32_t index, float normalised) {
-  crossoverEdits.automate(index, normalised);
+  if (!locked.get(index)) crossoverEdits.automate(index, normalised);
 }
 
 void Plug::beginEdit(std::int32_t index) {
+  crossoverEdits.beginRecording(index);
   PlugBaseJSON::beginEdit(index);
   crossoverEdits.beginEdit(index);
   autoGain.beginEdit(index);
@@ -135,6 +176,8 @@ void Plug::offlineChanged(bool offline) {
 }
 
 void Plug::onIdle() {
+  PlugBaseJSON::onIdle();
+  ownMachine.midiMap().saveChanges();
   updateLatency();
   if (gate.isOwed()) updateDsp(false);
   autoGain.onIdle();
@@ -188,6 +231,7 @@ void Plug::takePreferences() {
   engine.setAutolistenPassband(preferences.autolistenPassband);
   simpleNumbers.store(preferences.simpleNumbers, std::memory_order_relaxed);
   gesturesOff.store(!preferences.gestures, std::memory_order_relaxed);
+  notifyAllOnBankSwitch.store(preferences.automateBanks, std::memory_order_relaxed);
 }
 
 void Plug::setMeterDecay(double percent) {

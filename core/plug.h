@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <span>
+#include <string>
 
 #include "core/analyser_feed.h"
 #include "core/auto_gain.h"
@@ -15,10 +17,14 @@
 #include "core/value_text.h"
 #include "dynamics/compressor.h"
 #include "dynamics/output_peak.h"
+#include "host/editor_state.h"
 #include "host/idle_timer.h"
 #include "host/plug_base_json.h"
 #include "platform/clock.h"
 #include "platform/plug_base_mutex.h"
+#include "state/machine.h"
+#include "state/parameter_flags.h"
+#include "state/ui_settings.h"
 
 /// The effect: 422 parameters around one engine.
 ///
@@ -39,8 +45,10 @@ class Plug : public PlugBaseJSON {
   /// Milliseconds of a clock that never runs backwards; asked on any thread, must not lock.
   using Clock = std::function<std::int64_t()>;
 
+  /// Takes preferences, the band template and the default banks of `machine`, which must outlive
+  /// it.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
-                Clock clock = &monotonicMilliseconds);
+                Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess());
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
@@ -51,7 +59,11 @@ class Plug : public PlugBaseJSON {
   void setSampleRate(float rate) override;
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
-  /// As the base, but crossover bands make room for one that moves: `CrossoverEdits`.
+  /// As the base, but a locked parameter stays as it is, and a linked one takes the same row of all
+  /// other bands that are linked, too, and not locked, with it.
+  void setParameter(std::int32_t index, float normalised) override;
+  /// As the base, but crossover bands make room for one that moves: `CrossoverEdits`. A locked
+  /// parameter is not told to the host either.
   void setParameterAutomated(std::int32_t index, float normalised) override;
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
@@ -69,7 +81,37 @@ class Plug : public PlugBaseJSON {
   void formatParameterValue(std::int32_t index, float normalised, char* text,
                             bool showNote) const override;
 
-  void applyPreferences(const Preferences& newPreferences);
+  /// Takes the machine's preferences as they are now.
+  void applyGlobalPreferences();
+
+  // Flags of parameters; ids out of range read false and are ignored. Words hold 32 flags each,
+  // parameter 0 in the lowest bit of the first; what lies beyond the words given stays.
+  using Flags = ParameterFlags<kNumParams>;
+  using FlagWords = std::array<std::int32_t, Flags::kWords>;
+  [[nodiscard]] bool isLocked(std::int32_t id) const noexcept { return locked.get(id); }
+  [[nodiscard]] bool isLinked(std::int32_t id) const noexcept { return linked.get(id); }
+  void setLocked(std::int32_t id, bool on) noexcept;
+  void setLinked(std::int32_t id, bool on) noexcept;
+  [[nodiscard]] FlagWords getLockWords() const noexcept { return locked.words(); }
+  [[nodiscard]] FlagWords getLinkWords() const noexcept { return linked.words(); }
+  void setLockWords(std::span<const std::int32_t> words) noexcept;
+  void setLinkWords(std::span<const std::int32_t> words) noexcept;
+  /// Of all rows of a band.
+  void clearBandFlags(int band) noexcept;
+
+  /// Bit 0: preset files carry and restore the editor's part. Stored for the machine.
+  [[nodiscard]] std::int32_t getLoadingFlags();
+  void setLoadingFlags(std::int32_t flags);
+
+  /// The value that double clicks and new bands go to: of the band template, 0..1.
+  [[nodiscard]] float getParameterDefault(std::int32_t index) const noexcept override;
+  /// The template of one parameter, 0..1.
+  void setParameterDefault(std::int32_t index, float normalised) noexcept;
+
+  // What the editor will show; the message thread's.
+  [[nodiscard]] EditorState& editorState() noexcept { return editor; }
+  [[nodiscard]] UiSettings& uiSettings() noexcept { return uiOptions; }
+  [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
   /// seconds.
   void setMeterDecay(double percent);
@@ -98,25 +140,30 @@ class Plug : public PlugBaseJSON {
 
   [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
-  /// Holds back `updateDsp` while several parameters change as one; the last hold to end makes up
-  /// for it.
-  class UpdateHold {
-   public:
-    explicit UpdateHold(Plug& plug);
-    ~UpdateHold();
-    UpdateHold(const UpdateHold&) = delete;
-    UpdateHold& operator=(const UpdateHold&) = delete;
-
-   private:
-    Plug& held;
-  };
+  /// Several parameters change as one: the engine hears of them when the last hold ends.
+  using UpdateHold = UpdateBatch;
   /// Moves a band in the chain at once, ahead of its parameters: for use under an `UpdateHold`.
   /// Returns the order that results, as `kBandOrder` holds it.
   float moveBand(int band, int list, double frequency);
 
+ protected:
+  JsonTree saveState(bool isPreset) override;
+  JsonTree loadState(const char* text, bool isPreset) override;
+  void setParameterFromAudio(std::int32_t index, float normalised) noexcept override;
+  void processMidi(const VstMidiEvent& event) noexcept override;
+  void holdUpdates() override;
+  void releaseUpdates() override;
+
  private:
   friend class AutoGain;
+  friend class BandOperations;
   friend class CrossoverEdits;
+
+  template <typename Set>
+  void spread(std::int32_t index, const Set& set);
+  void keepOldLogBehaviour(bool isPreset);
+  void loadDefaultBanks();
+  void applyPreferences(const Preferences& newPreferences);
 
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
@@ -142,6 +189,14 @@ class Plug : public PlugBaseJSON {
   AutoGain autoGain{*this};
   BandOperations bandOperations{*this};
   CrossoverEdits crossoverEdits{*this};
+  Machine& ownMachine;
+  EditorState editor;
+  UiSettings uiOptions;
+  Flags locked;
+  Flags linked;
+  std::atomic<std::int32_t> loadingFlags{-1};
+  ProgramRecord bandTemplate;
+  std::string defaultBankPath;  // where "Save As Default" goes
   Preferences preferences;
   std::atomic<bool> simpleNumbers{false};
   std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed

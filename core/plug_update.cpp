@@ -7,14 +7,14 @@
 #include "core/band_parameters.h"
 #include "core/plug.h"
 
-Plug::UpdateHold::UpdateHold(Plug& plug) : held(plug) {
-  const PlugBaseMutex::Scope lock(held.updateLock);
-  ++held.updateSuspended;
+void Plug::holdUpdates() {
+  const PlugBaseMutex::Scope lock(updateLock);
+  ++updateSuspended;
 }
 
-Plug::UpdateHold::~UpdateHold() {
-  const PlugBaseMutex::Scope lock(held.updateLock);
-  if (--held.updateSuspended == 0) held.handOver();
+void Plug::releaseUpdates() {
+  const PlugBaseMutex::Scope lock(updateLock);
+  if (--updateSuspended == 0) handOver();
 }
 
 float Plug::moveBand(int band, int list, double frequency) {

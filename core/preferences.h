@@ -8,4 +8,5 @@ struct Preferences {
   bool autolistenPassband = false;  ///< "Autolisten": "Passband"
   bool simpleNumbers = false;       ///< "Number Format": "Simple"
   bool gestures = true;             ///< "VST Gestures"
+  bool automateBanks = false;       ///< "A/B Automation": "All"
 };

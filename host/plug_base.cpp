@@ -62,7 +62,8 @@ PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRec
     : AudioEffectX(audioMaster, std::max(numPrograms, 1), static_cast<std::int32_t>(table.size())),
       parameters(table.begin(), table.end()),
       keys(parameterKeys),
-      programs(at(std::max(numPrograms, 1))) {
+      programs(at(std::max(numPrograms, 1))),
+      audioChanged(table.size()) {
   canProcessReplacing();
   canDoubleReplacing();
   for (ParameterRecord& record : parameters) {
@@ -113,16 +114,54 @@ const ParameterRecord& PlugBase::parameterInfo(std::int32_t index) const {
 void PlugBase::setParameter(std::int32_t index, float normalised) {
   if (!isParameter(index) || std::isnan(normalised)) return;
   const float clamped = std::clamp(normalised, 0.0F, 1.0F);
-  const auto bank = at(curBank.load(relaxed));
-  storeShared(parameters[at(index)].normalised, clamped);
-  storeShared(program().values[at(index)], clamped);
-  storeShared(banks[bank].values[at(index)], clamped);
-  storeShared(parameters[at(index)].value, normalisedToPlain(index, clamped));
-  updateDsp(false);
+  if (isBankSwitch(index, clamped)) {
+    switchBank(takeBankParameter(clamped));
+  } else {
+    storeParameter(index, clamped);
+    updateDsp(false);
+  }
   if (AEffEditor* const editor = getEditor()) editor->setParameter(index, clamped);
 }
 
-float PlugBase::getParameter(std::int32_t index) {
+void PlugBase::storeParameter(std::int32_t index, float normalised) noexcept {
+  const auto bank = at(curBank.load(relaxed));
+  storeShared(parameters[at(index)].normalised, normalised);
+  storeShared(program().values[at(index)], normalised);
+  storeShared(banks[bank].values[at(index)], normalised);
+  storeShared(parameters[at(index)].value, normalisedToPlain(index, normalised));
+}
+
+void PlugBase::setParameterFromAudio(std::int32_t index, float normalised) noexcept {
+  if (!isParameter(index) || std::isnan(normalised)) return;
+  const float clamped = std::clamp(normalised, 0.0F, 1.0F);
+  if (isBankSwitch(index, clamped)) {
+    switchBankFromAudio(takeBankParameter(clamped));
+  } else {
+    storeParameter(index, clamped);
+  }
+  audioChanged[at(index)].store(true, relaxed);
+  audioChangedValues.store(true, std::memory_order_release);
+}
+
+void PlugBase::makeUpForAudio() {
+  if (!audioChangedValues.exchange(false, std::memory_order_acquire)) return;
+  updateDsp(false);
+  const bool tellsHost = audioBankSwitch.exchange(-1) >= 0 && notifyAllOnBankSwitch.load(relaxed);
+  for (std::int32_t i = 0; i < parameterCount(); ++i) {
+    if (!audioChanged[at(i)].exchange(false, relaxed)) continue;
+    const float normalised = getParameter(i);
+    if (tellsHost && i != abParameter) {
+      tellGesture(i, true);
+      AudioEffectX::tellHost(kHostAutomate, i, 0, nullptr, normalised);
+      tellGesture(i, false);
+    }
+    if (AEffEditor* const editor = getEditor()) editor->setParameter(i, normalised);
+  }
+}
+
+float PlugBase::getParameter(std::int32_t index) { return normalisedValue(index); }
+
+float PlugBase::normalisedValue(std::int32_t index) const noexcept {
   return isParameter(index) ? loadShared(parameters[at(index)].normalised) : 0.0F;
 }
 
@@ -140,12 +179,23 @@ void PlugBase::setParameterWithEdit(std::int32_t index, float plain) {
 }
 
 void PlugBase::beginEdit(std::int32_t index) {
-  if (isParameter(index) && !gesturesOff.load(relaxed)) AudioEffectX::beginEdit(index);
+  beginRecording(index);
+  tellGesture(index, true);
 }
 
 void PlugBase::endEdit(std::int32_t index) {
+  endRecording(index);
   updateDsp(true);
-  if (isParameter(index) && !gesturesOff.load(relaxed)) AudioEffectX::endEdit(index);
+  tellGesture(index, false);
+}
+
+void PlugBase::tellGesture(std::int32_t index, bool begins) {
+  if (!isParameter(index) || gesturesOff.load(relaxed)) return;
+  if (begins) {
+    AudioEffectX::beginEdit(index);
+  } else {
+    AudioEffectX::endEdit(index);
+  }
 }
 
 bool PlugBase::canParameterBeAutomated(std::int32_t index) { return isParameter(index); }
@@ -227,9 +277,12 @@ void PlugBase::setProgram(std::int32_t newProgram) {
   if (newProgram < 0 || at(newProgram) >= programs.size()) return;
   const bool wasLoading = isLoading.exchange(true);
   curProgram.store(newProgram, relaxed);
-  for (std::int32_t i = 0; i < parameterCount(); ++i) {
-    if (i == abParameter && !wasLoading) continue;
-    setParameter(i, loadShared(program().values[at(i)]));
+  {
+    const UpdateBatch batch(*this);
+    for (std::int32_t i = 0; i < parameterCount(); ++i) {
+      if (i == abParameter && !wasLoading) continue;
+      setParameter(i, loadShared(program().values[at(i)]));
+    }
   }
   isLoading.store(false);
   tellHostVendorSpecific(kProgramChanged, 0);
@@ -301,7 +354,7 @@ void PlugBase::offlineChanged(bool /*offline*/) { updateDsp(true); }
 
 void PlugBase::updateDsp(bool /*force*/) {}
 
-void PlugBase::onIdle() {}
+void PlugBase::onIdle() { makeUpForAudio(); }
 
 void PlugBase::onEditorIdle() {
   if (AEffEditor* const editor = getEditor()) editor->idle();

@@ -12,6 +12,7 @@
 #include "host/parameter_keys.h"
 #include "host/parameter_record.h"
 #include "host/program_record.h"
+#include "state/history.h"
 
 /// Names of one channel for meters: in left/right and in mid/side form.
 struct ChannelLabel {
@@ -24,8 +25,8 @@ struct ChannelLabel {
 ///
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread;
 /// all else on the host's control threads or the message thread. Parameter values are single 32-bit
-/// words, read and written atomically; no operation here takes a lock. Texts (program names,
-/// channel labels) are for one thread at a time.
+/// words, read and written atomically. Texts (program names, channel labels) are for one thread at
+/// a time; so are `undo` and `redo`.
 class PlugBase : public AudioEffectX, public IdleClient {
  public:
   static constexpr int kNumBanks = 8;
@@ -44,15 +45,19 @@ class PlugBase : public AudioEffectX, public IdleClient {
 
   // Parameters. `normalised` is 0..1 and clamped; NaN and ids out of range are ignored, and read 0.
   /// Stores the value in the record, the present program and the live bank, then
-  /// `updateDsp(false)`, then tells the editor.
+  /// `updateDsp(false)`, then tells the editor. Another bank than the live one as value of
+  /// `abParameter` is switched to, unless a state is being loaded.
   void setParameter(std::int32_t index, float normalised) override;
   float getParameter(std::int32_t index) override;
   void setParameterAutomated(std::int32_t index, float normalised) override;
   /// `beginEdit`, `setParameterAutomated` of the plain value, `endEdit`.
   void setParameterWithEdit(std::int32_t index, float plain);
-  /// Gestures are told to the host unless `gesturesOff` is set; ids out of range are not.
+  // Frame an edit by the user, which `undo` takes back as one; also the ids of loaded states. Told
+  // to the host for parameters, unless `gesturesOff` is set.
   void beginEdit(std::int32_t index) override;
-  void endEdit(std::int32_t index) override;  ///< runs `updateDsp(true)` before the host is told
+  /// Forgets an edit that changed nothing, and what could be redone after one that did; runs
+  /// `updateDsp(true)` before the host is told.
+  void endEdit(std::int32_t index) override;
   bool canParameterBeAutomated(std::int32_t index) override;
   // Ids out of range leave the text as it was.
   void getParameterName(std::int32_t index, char* text) override;
@@ -74,13 +79,33 @@ class PlugBase : public AudioEffectX, public IdleClient {
   /// For hosts that treat stepped parameters as a count of steps: maps such a value toward the host
   /// or toward the engine; values of other parameters come back unchanged.
   [[nodiscard]] float hostStepValue(std::int32_t index, float value, bool toHost) const;
-  [[nodiscard]] float getParameterDefault(std::int32_t index) const noexcept;  ///< normalised
+  [[nodiscard]] virtual float getParameterDefault(std::int32_t index) const noexcept;  ///< 0..1
+  [[nodiscard]] float normalisedValue(std::int32_t index) const noexcept;  ///< 0 out of range
   [[nodiscard]] std::int32_t parameterCount() const noexcept;
   /// In range only. `value` and `normalised` of it change under the reader: read them through the
   /// getters.
   [[nodiscard]] const ParameterRecord& parameterInfo(std::int32_t index) const;
   [[nodiscard]] const ParameterKeys& parameterKeys() const noexcept { return keys; }
   [[nodiscard]] const std::vector<std::string>& getBandNames() const noexcept { return bandNames; }
+
+  // Banks A to H, each a set of values; the live one follows every change. Out of range does
+  // nothing.
+  virtual void switchBank(std::int32_t bank);
+  virtual void copyToBank(std::int32_t bank);  ///< the present values; the live bank stays
+  [[nodiscard]] virtual std::int32_t getCurrentBank() const noexcept {
+    return curBank.load(relaxed);
+  }
+  virtual void setAbParameter(std::int32_t id) noexcept { abParameter = id; }
+
+  // History. Edits between the two marks are undone as one; marks with nothing between leave none,
+  // and those of a group within a group are left out.
+  virtual void beginHistoryGroup();
+  virtual void endHistoryGroup();
+  virtual void undo();
+  virtual void redo();
+  [[nodiscard]] virtual bool canUndo() { return !undoStack.empty(); }
+  [[nodiscard]] virtual bool canRedo() { return !redoStack.empty(); }
+  virtual void clearHistory();
 
   // Programs. Names are cut to 63 bytes.
   std::int32_t getProgram() override;
@@ -110,15 +135,43 @@ class PlugBase : public AudioEffectX, public IdleClient {
   virtual void offlineChanged(bool offline);
   /// Hands all parameters to the engine. `force` also runs what is rate limited.
   virtual void updateDsp(bool force);
-  /// Called every 10 ms on the message thread, once the instance is in the timer's list.
+  /// Called every 10 ms on the message thread, once the instance is in the timer's list. Makes up
+  /// for what `setParameterFromAudio` leaves open.
   void onIdle() override;
   void onEditorIdle() override;
+
+  /// While a batch lives, `updateDsp` waits; its end makes up for it.
+  class UpdateBatch {
+   public:
+    explicit UpdateBatch(PlugBase& plug) : held(plug) { held.holdUpdates(); }
+    ~UpdateBatch() { held.releaseUpdates(); }
+    UpdateBatch(const UpdateBatch&) = delete;
+    UpdateBatch& operator=(const UpdateBatch&) = delete;
+
+   private:
+    PlugBase& held;
+  };
 
   [[nodiscard]] std::int32_t getSampleCount() const noexcept { return sampleCount.load(relaxed); }
 
  protected:
   /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
   virtual void processMidi(const VstMidiEvent& event) noexcept;
+
+  /// As `setParameter`, without lock or allocation: the values stand at once, engine, editor and
+  /// host hear of them at the next `onIdle`. A bank is switched to here, too.
+  virtual void setParameterFromAudio(std::int32_t index, float normalised) noexcept;
+
+  // What `UpdateBatch` does; they count.
+  virtual void holdUpdates() {}
+  virtual void releaseUpdates() {}
+
+  /// The state that a load has replaced is to come back, or go again: `marker` as in the history.
+  virtual void restoreLoadedState(std::int32_t marker, bool towardsRedo);
+  /// Notes the present value of a parameter for `undo`, as `beginEdit` does, and forgets it again
+  /// if it is the same at the end.
+  void beginRecording(std::int32_t index);
+  void endRecording(std::int32_t index);
 
   /// Declares the latency in samples; a change is told to the host.
   void declareLatency(std::int32_t samples);
@@ -140,13 +193,34 @@ class PlugBase : public AudioEffectX, public IdleClient {
   std::atomic<bool> isOffline{false};
   std::atomic<bool> gesturesOff{false};
   std::atomic<bool> isLoading{false};
+  std::atomic<bool> inHistoryStep{false};          // an undo or redo is being carried out
+  std::atomic<bool> notifyAllOnBankSwitch{false};  // the host hears of every parameter
   std::atomic<std::int32_t> sampleCount{0};
+  HistoryStack undoStack;
+  HistoryStack redoStack;
 
  private:
   void takeGroups();
+  [[nodiscard]] bool isBankSwitch(std::int32_t index, float normalised) const noexcept;
+  [[nodiscard]] std::int32_t takeBankParameter(float normalised) noexcept;
+  void snapBank(std::int32_t bank) noexcept;
+  [[nodiscard]] float bankValue(std::int32_t bank, std::int32_t index) const noexcept;
+  void applyFromBank(std::int32_t index, float normalised, bool tellHost);
+  void storeParameter(std::int32_t index, float normalised) noexcept;
+  void switchBankFromAudio(std::int32_t bank) noexcept;
+  void tellGesture(std::int32_t index, bool begins);
+  [[nodiscard]] float historyValue(std::int32_t id) const noexcept;
+  void stepHistory(bool towardsRedo);
+  void restoreParameter(HistoryEntry entry, bool towardsRedo);
+  void makeUpForAudio();
   void fillProgram(ProgramRecord& program) const;
   [[nodiscard]] ProgramRecord& program() {
     return programs[static_cast<std::size_t>(curProgram.load(relaxed))];
   }
   [[nodiscard]] bool hostShowsPinsAsSpeakers();
+
+  std::atomic<bool> audioChangedValues{false};
+  std::atomic<int> historyGroups{0};              // open ones; a group within a group is part of it
+  std::atomic<std::int32_t> audioBankSwitch{-1};  // the bank that the audio thread switched to
+  std::vector<std::atomic<bool>> audioChanged;    // by parameter
 };

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +28,8 @@ class PlugRig {
 
   PlugRig() : PlugRig({}) {}
   explicit PlugRig(const Settings& settings, double rate = 48000.0)
-      : plug(&PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }) {
+      : plug(
+            &PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }, machine) {
     plug.getAeffect()->user = this;
     plug.setSampleRate(static_cast<float>(rate));
     set(settings);
@@ -56,6 +58,7 @@ class PlugRig {
   // Milliseconds that pass at each look at the clock. At a tick of 100, redesigns never wait.
   std::atomic<std::int64_t> clockStep{100};
   std::atomic<std::int64_t> now{0};
+  Machine machine{std::make_unique<MemoryStore>(), {}};  // nobody else's
   Plug plug;
   std::atomic<std::intptr_t> processLevel{2};
   std::function<void()> onAutomate;  // called at every automation message

@@ -1,0 +1,146 @@
+#include "core/editor_document.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "core/plug.h"
+#include "state/json_writer.h"
+
+namespace {
+
+constexpr const char* kSettings = "settings";
+constexpr const char* kUiPrefs = "uiprefs";
+constexpr const char* kModeKey = "uimode";
+constexpr const char* kCurrentAB = "currentAB";
+constexpr const char* kLastAB = "lastAB";
+constexpr const char* kFreeWidth = "freeWidth";
+constexpr const char* kCurrentBand = "currentBand";
+constexpr const char* kMeterRange = "meterRange";
+constexpr const char* kFolder = "lastPresetFolder";
+constexpr const char* kLocks = "parameterLocks";
+constexpr const char* kLinks = "parameterLinks";
+
+struct Number {
+  const char* key;
+  int EditorState::*field;
+};
+
+// Whole numbers that are taken as they stand, in the order of the document.
+constexpr std::array<Number, 3> kBeforeWidth = {{
+    {"lastListen", &EditorState::lastListen},
+    {"linkPage", &EditorState::linkPage},
+    {"zoomState", &EditorState::zoomState},
+}};
+constexpr std::array<Number, 4> kBehindBand = {{
+    {"bandGraph", &EditorState::bandGraph},
+    {"meterChannel", &EditorState::meterChannel},
+    {"meterShow", &EditorState::meterShow},
+    {"meterZoom", &EditorState::meterZoom},
+}};
+constexpr Number kLastPreset = {"lastPreset", &EditorState::lastPreset};
+
+void addNumbers(JsonWriter& members, const EditorState& state, std::span<const Number> numbers) {
+  for (const Number& number : numbers) {
+    members.add(number.key, jsonCreateNumber(state.*number.field));
+  }
+}
+
+template <std::size_t kCount>
+void addWords(JsonWriter& members, const char* key, const std::array<std::int32_t, kCount>& words) {
+  members.add(key, jsonCreateIntArray(words.data(), static_cast<int>(kCount)));
+}
+
+void takeNumber(const JsonNode* settings, const char* key, int& field) {
+  if (const JsonNode* const node = jsonGetObjectItem(settings, key)) field = node->valueInt;
+}
+
+void takeNumbers(const JsonNode* settings, EditorState& state, std::span<const Number> numbers) {
+  for (const Number& number : numbers) takeNumber(settings, number.key, state.*number.field);
+}
+
+std::vector<std::int32_t> wordsOf(const JsonNode* list) {
+  std::vector<std::int32_t> words;
+  const JsonNode* item = list != nullptr ? list->child : nullptr;
+  for (; item != nullptr; item = item->next) words.push_back(item->valueInt);
+  return words;
+}
+
+void takeBanks(Plug& plug, const JsonNode* settings) {
+  takeNumber(settings, kLastAB, plug.editorState().lastAB);
+  const JsonNode* const bank = jsonGetObjectItem(settings, kCurrentAB);
+  if (bank == nullptr) return;
+  plug.switchBank(bank->valueInt);
+  plug.editorState().bankStale = true;
+}
+
+/// The mode is in force at once while there is no window; the width of another mode follows from
+/// the zoom unless the document gives it.
+void takeMode(const JsonNode* settings, EditorState& state) {
+  takeNumber(settings, kModeKey, state.wantedUimode);
+  const JsonNode* const width = jsonGetObjectItem(settings, kFreeWidth);
+  if (width != nullptr && !state.loadingFile && width->valueInt > 0) {
+    state.freeWidth = width->valueInt;
+    state.zoom = static_cast<double>(state.freeWidth) / EditorState::widthOf(state.wantedUimode);
+  } else if (state.uimode != state.wantedUimode) {
+    state.freeWidth = static_cast<int>(state.zoom * EditorState::widthOf(state.wantedUimode));
+  }
+  state.uimode = state.wantedUimode;
+}
+
+void takeBand(const JsonNode* settings, EditorState& state) {
+  int band = state.currentBand;
+  takeNumber(settings, kCurrentBand, band);
+  if (jsonGetObjectItem(settings, kCurrentBand) == nullptr || band < 0 || band >= kNumBands) return;
+  state.currentBand = band;
+  state.selectedBands = 1U << band;
+  state.shownBands = 1U << band;
+}
+
+}  // namespace
+
+void saveEditorState(Plug& plug, JsonNode* root) {
+  const EditorState& state = plug.editorState();
+  JsonWriter document(root);
+  JsonWriter members(document.add(kSettings, jsonCreateObject()));
+  members.add(kModeKey, jsonCreateNumber(state.uimode));
+  members.add(kCurrentAB, jsonCreateNumber(plug.getCurrentBank()));
+  members.add(kLastAB, jsonCreateNumber(state.lastAB));
+  addNumbers(members, state, kBeforeWidth);
+  members.add(kFreeWidth, jsonCreateNumber(state.freeWidth));
+  members.add(kCurrentBand, jsonCreateNumber(state.currentBand));
+  addNumbers(members, state, kBehindBand);
+  members.add(kMeterRange, jsonCreateNumber(static_cast<double>(state.meterRange)));
+  addNumbers(members, state, {&kLastPreset, 1});
+  members.add(kFolder, jsonCreateString(state.lastPresetFolder.c_str()));
+  addWords(members, kLocks, plug.getLockWords());
+  addWords(members, kLinks, plug.getLinkWords());
+  if (JsonTree options = plug.uiSettings().save()) document.add(kUiPrefs, options.release());
+}
+
+void loadEditorState(Plug& plug, const JsonNode* root) {
+  const JsonNode* const settings = jsonGetObjectItem(root, kSettings);
+  if (settings == nullptr) return;
+  EditorState& state = plug.editorState();
+  if (jsonGetObjectItem(root, "presets") != nullptr) takeBanks(plug, settings);
+  takeMode(settings, state);
+  takeNumbers(settings, state, kBeforeWidth);
+  takeBand(settings, state);
+  takeNumbers(settings, state, kBehindBand);
+  if (const JsonNode* const range = jsonGetObjectItem(settings, kMeterRange)) {
+    const auto wanted = static_cast<float>(range->valueDouble);
+    if (std::isfinite(wanted)) state.meterRange = wanted;
+  }
+  takeNumbers(settings, state, {&kLastPreset, 1});
+  if (const JsonNode* const folder = jsonGetObjectItem(settings, kFolder)) {
+    state.lastPresetFolder = folder->valueString != nullptr ? folder->valueString : "";
+  }
+  plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
+  plug.setLinkWords(wordsOf(jsonGetObjectItem(settings, kLinks)));
+  state.layoutWanted = true;
+  if (const JsonNode* const options = jsonGetObjectItem(root, kUiPrefs)) {
+    plug.uiSettings().merge(options);
+  }
+}

@@ -1,0 +1,132 @@
+// What an instance stores, and what it takes from the machine.
+
+#include <charconv>
+
+#include "core/editor_document.h"
+#include "core/plug.h"
+#include "host/alerts.h"
+#include "host/shared_value.h"
+#include "state/json_writer.h"
+
+namespace {
+
+constexpr const char* kVersionMark = "v101";
+constexpr const char* kLoadingFlags = "loadingFlags";
+constexpr std::int32_t kCarriesEditor = 1;  // bit of the loading flags
+constexpr std::int32_t kNoTable = -1;       // stands for every preference then
+
+std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
+
+}  // namespace
+
+JsonTree Plug::saveState(bool isPreset) {
+  JsonTree root = PlugBaseJSON::saveState(isPreset);
+  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) saveEditorState(*this, root.get());
+  JsonWriter(root.get()).add(kVersionMark, jsonCreateTrue());
+  return root;
+}
+
+JsonTree Plug::loadState(const char* text, bool isPreset) {
+  locked.clear();
+  linked.clear();
+  editor.flagsStale = true;
+  JsonTree root = PlugBaseJSON::loadState(text, isPreset);
+  if (root == nullptr) return root;
+  const bool isOld = jsonGetObjectItem(root.get(), kVersionMark) == nullptr;
+  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) loadEditorState(*this, root.get());
+  if (isOld) keepOldLogBehaviour(isPreset);
+  autoGain.startAfresh();
+  return root;
+}
+
+/// Documents of the first version know no other behaviour than the logarithmic one.
+void Plug::keepOldLogBehaviour(bool isPreset) {
+  setParameter(kLogBehaviour, 1.0F);
+  if (isPreset) return;
+  for (ProgramRecord& bank : banks) storeShared(bank.values[kLogBehaviour], 1.0F);
+}
+
+std::int32_t Plug::getLoadingFlags() {
+  if (const auto text = ownMachine.store().read(kLoadingFlags)) {
+    std::int64_t stored = 0;
+    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), stored);
+    if (error == std::errc()) loadingFlags.store(static_cast<std::int32_t>(stored), relaxed);
+  }
+  return loadingFlags.load(relaxed);
+}
+
+void Plug::setLoadingFlags(std::int32_t flags) {
+  loadingFlags.store(flags, relaxed);
+  ownMachine.store().write(kLoadingFlags, std::to_string(flags));
+  markChanged();
+}
+
+void Plug::setLocked(std::int32_t id, bool on) noexcept {
+  locked.set(id, on);
+  editor.flagsStale = true;
+  markChanged();
+}
+
+void Plug::setLinked(std::int32_t id, bool on) noexcept {
+  linked.set(id, on);
+  editor.flagsStale = true;
+  markChanged();
+}
+
+void Plug::setLockWords(std::span<const std::int32_t> words) noexcept {
+  locked.setWords(words);
+  editor.flagsStale = true;
+  markChanged();
+}
+
+void Plug::setLinkWords(std::span<const std::int32_t> words) noexcept {
+  linked.setWords(words);
+  editor.flagsStale = true;
+  markChanged();
+}
+
+void Plug::clearBandFlags(int band) noexcept {
+  for (int row = kB1State; row <= kB1SCHFType; ++row) {
+    setLocked(bandParameterId(band, row), false);
+    setLinked(bandParameterId(band, row), false);
+  }
+}
+
+float Plug::getParameterDefault(std::int32_t index) const noexcept {
+  return isParameter(index) ? loadShared(bandTemplate.values[at(index)]) : 0.0F;
+}
+
+void Plug::setParameterDefault(std::int32_t index, float normalised) noexcept {
+  if (!isParameter(index)) return;
+  storeShared(bandTemplate.values[at(index)], normalised);
+  editor.defaultsStale = true;
+}
+
+void Plug::applyGlobalPreferences() {
+  const Globals& globals = ownMachine.globals();
+  const auto choice = [&globals](const char* key) { return globals.getGlobal(key, kNoTable); };
+  Preferences wanted;
+  wanted.meterBallistic = choice("Meter Ballistic");
+  wanted.autolistenPassband = choice("Autolisten") != 0;
+  wanted.simpleNumbers = choice("Number Format") != 0;
+  wanted.gestures = choice("VST Gestures") != 0;
+  wanted.automateBanks = choice("A/B Automation") != 0;
+  applyPreferences(wanted);
+  setCompressionLevel(9);
+}
+
+void Plug::loadDefaultBanks() {
+  const InstallFolders& folders = ownMachine.folders();
+  const auto load = [&](const std::string& extension, std::string& path) {
+    const std::string bytes =
+        loadInstallFile(folders, "Default Bank." + extension, "Factory Bank." + extension, path);
+    if (bytes.empty()) return;
+    setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
+    if (!chunkRefused()) return;
+    Alerts::instance().add("Halvekro : File Access Error",
+                           path + " holds no bank\nThe settings are the program's own");
+  };
+  std::string oldPath;
+  load(kOldBankExtension, oldPath);
+  load(kBankExtension, defaultBankPath);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The bytes "ZIP " that tell a packed chunk from plain text.
+inline constexpr std::string_view kPackedMark = "ZIP ";
+
+/// Texts beyond this are taken for damage: a document has some hundred kilobytes at most.
+inline constexpr std::size_t kLongestChunkText = std::size_t{64} << 20;
+
+[[nodiscard]] bool isPackedChunk(std::string_view bytes) noexcept;
+
+/// The mark and a zlib stream of `text`, at `level` 1 (fast) to 9 (small). Empty when the
+/// compressor does not start; a fault of its stream is told on the standard error stream, too.
+[[nodiscard]] std::optional<std::string> packChunk(std::string_view text, int level);
+
+/// The text of a packed chunk. A stream that ends too soon gives what it holds; null for one that
+/// is damaged, that wants a dictionary or holds more than `kLongestChunkText`.
+[[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);

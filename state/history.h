@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/plug_base_mutex.h"
+
+/// Entries of the history that are no parameter, as its ids.
+enum HistoryMarker : std::int32_t {
+  historyGroupBegin = -1000,
+  historyGroupEnd = -1001,
+  historyPresetLoad = -1002,  ///< the newest of the kept states belongs to it
+  historyBankLoad = -1003,
+};
+
+[[nodiscard]] constexpr bool isLoadMarker(std::int32_t id) noexcept {
+  return id == historyPresetLoad || id == historyBankLoad;
+}
+
+/// What to restore: a parameter and its normalised value, or a marker.
+struct HistoryEntry {
+  std::int32_t id;
+  float value;
+};
+
+/// One direction of the history, newest last. Each operation locks for itself: edits come from the
+/// editor, and from hosts' threads through control surfaces.
+class HistoryStack {
+ public:
+  void push(HistoryEntry entry);
+  [[nodiscard]] std::optional<HistoryEntry> pop();
+  void clear();
+  [[nodiscard]] bool empty();
+  /// Takes off the newest entry if it is this marker.
+  bool popMarker(HistoryMarker marker);
+  /// Takes out the newest entry of `id` if it holds exactly `value`; false when it does not, and
+  /// when there is no such entry.
+  bool removeUnchanged(std::int32_t id, float value);
+
+ private:
+  PlugBaseMutex lock;
+  std::vector<HistoryEntry> entries;
+};
