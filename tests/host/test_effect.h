@@ -92,7 +92,10 @@ class TestEffect : public PlugBaseJSON {
   using PlugBase::gesturesOff;
   using PlugBase::isLoading;
   using PlugBase::isOffline;
+  using PlugBase::notifyAllOnBankSwitch;
   using PlugBase::programs;
+  using PlugBase::setParameterFromAudio;
+  using PlugBaseJSON::chunkCacheEnabled;
   using PlugBaseJSON::chunkDirty;
 
   std::vector<VstMidiEvent> midi;
