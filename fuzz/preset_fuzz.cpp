@@ -1,0 +1,56 @@
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "core/plug.h"
+
+namespace {
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+std::string textOf(Plug& plug, bool isPreset) {
+  void* data = nullptr;
+  plug.setCompressionLevel(0);
+  const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
+  return {static_cast<const char*>(data), size};
+}
+
+void load(Plug& plug, const std::string& bytes, bool isPreset) {
+  const auto size = static_cast<std::int32_t>(bytes.size());
+  require(plug.setChunk(bytes.data(), size, isPreset) == size);
+}
+
+/// An instance whose engine never hears of anything: documents are what is looked at.
+struct Rig {
+  Machine machine{std::make_unique<MemoryStore>(), {}};
+  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
+  Plug::UpdateHold hold{plug};
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Rig first;
+  static Rig second;
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  Plug& plug = first.plug;
+  load(plug, "{\"v101\":true,\"presets\":[],\"settings\":{\"freeWidth\":844,\"meterRange\":24}}",
+       false);
+  plug.setParameter(kB1Threshold, 0.25F);
+  const std::string before = textOf(plug, true);
+  load(plug, bytes, size % 2 == 0);
+  // Locks and links go with every attempt.
+  if (plug.chunkRefused()) require(textOf(plug, true) == before);
+  const EditorState& editor = plug.editorState();
+  require(editor.currentBand >= 0 && editor.currentBand < kNumBands);
+  require(editor.freeWidth > 0 && std::isfinite(editor.zoom) && std::isfinite(editor.meterRange));
+  const std::string after = textOf(plug, true);
+  load(second.plug, after, true);
+  require(!second.plug.chunkRefused() && textOf(second.plug, true) == after);
+  return 0;
+}
