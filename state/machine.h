@@ -8,8 +8,10 @@
 #include "state/user_store.h"
 
 /// What all instances on a machine share: the user's store, preferences, MIDI map, folders.
+/// Threads: any but the audio thread, save for what a member allows there.
 class Machine {
  public:
+  /// `userStore` is not null.
   Machine(std::unique_ptr<UserStore> userStore, InstallFolders installFolders);
 
   /// This machine's, made at first use on whatever thread, found by the environment.

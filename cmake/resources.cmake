@@ -1,0 +1,31 @@
+# A library that holds files for `findResource` (platform/resources.h):
+# corvanthelis_resources(<target> [<type> <name> <file>]...). A changed file is taken in anew.
+function(corvanthelis_resources target)
+  set(symbols "")
+  set(entries "")
+  set(paths "")
+  set(known "")
+  set(index 0)
+  while(ARGN)
+    list(POP_FRONT ARGN type name file)
+    if("${file}" STREQUAL "")
+      message(FATAL_ERROR "${target}: a resource is given by type, name and file")
+    endif()
+    if("${type}/${name}" IN_LIST known)
+      message(FATAL_ERROR "${target}: resource \"${type}\" \"${name}\" is there twice")
+    endif()
+    cmake_path(ABSOLUTE_PATH file NORMALIZE OUTPUT_VARIABLE path)
+    string(APPEND symbols "RESOURCE(${index}, \"${path}\")\n")
+    string(APPEND entries
+      "    {\"${type}\", \"${name}\", resource${index}Begin, resource${index}End},\n")
+    list(APPEND paths "${path}")
+    list(APPEND known "${type}/${name}")
+    math(EXPR index "${index} + 1")
+  endwhile()
+
+  set(source "${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp")
+  configure_file("${CMAKE_SOURCE_DIR}/cmake/resources.cpp.in" "${source}" @ONLY)
+  # The compiler does not see what the assembler reads.
+  set_source_files_properties("${source}" PROPERTIES OBJECT_DEPENDS "${paths}")
+  corvanthelis_folder(${target} "${CMAKE_SOURCE_DIR}/platform/linux/resources.cpp" "${source}")
+endfunction()

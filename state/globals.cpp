@@ -1,0 +1,152 @@
+#include "state/globals.h"
+
+#include <utility>
+
+namespace {
+
+constexpr const char* kStoreName = "globals";
+
+JsonTree parseObject(const char* text) {
+  JsonTree tree(jsonParse(text));
+  if (tree && (tree->type & kJsonTypeMask) != kJsonObject) tree.reset();
+  return tree;
+}
+
+JsonTree parseObject(const std::optional<std::string>& text) {
+  return text ? parseObject(text->c_str()) : nullptr;
+}
+
+std::optional<std::string> printed(const JsonTree& tree) {
+  const JsonText text(jsonPrintUnformatted(tree.get()));
+  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+}
+
+void setNumber(JsonNode& object, const char* key, std::int32_t value) {
+  JsonNode* const member = jsonGetObjectItem(&object, key);
+  if (!member) return jsonAddItemToObject(&object, key, jsonCreateNumber(value));
+  member->type = (member->type & ~kJsonTypeMask) | kJsonNumber;
+  member->valueInt = value;
+  member->valueDouble = value;
+}
+
+JsonTree defaultChoices(const JsonNode* table) {
+  JsonTree choices(jsonCreateObject());
+  for (const JsonNode* entry = table ? table->child : nullptr; entry; entry = entry->next) {
+    const JsonNode* const value = jsonGetObjectItem(entry, "value");
+    if (value) jsonAddItemToObject(choices.get(), entry->key, jsonCreateNumber(value->valueInt));
+  }
+  return choices;
+}
+
+const JsonNode* memberOfItem(const JsonTree& table, int index, const char* name) {
+  return jsonGetObjectItem(jsonGetArrayItem(table.get(), index), name);
+}
+
+std::string textOf(const char* text) { return text ? text : ""; }
+
+}  // namespace
+
+Globals::Globals(UserStore& userStore)
+    : store(userStore), values(parseObject(userStore.read(kStoreName))) {}
+
+void Globals::initGlobals(const char* text) {
+  JsonTree table = parseObject(text);
+  if (!table) return;
+  {
+    const std::lock_guard lock(mutex);
+    defaults = std::move(table);
+    if (values) return;
+  }
+  store.update(kStoreName, [this](const auto& stored) { return storeDefaults(stored); });
+  const std::lock_guard lock(mutex);
+  // A store that cannot be opened does not ask.
+  if (!values) values = defaultChoices(defaults.get());
+}
+
+std::optional<std::string> Globals::storeDefaults(const std::optional<std::string>& stored) {
+  JsonTree choices = parseObject(stored);
+  const std::lock_guard lock(mutex);
+  const bool meanwhileStored = choices != nullptr;
+  values = meanwhileStored ? std::move(choices) : defaultChoices(defaults.get());
+  return meanwhileStored ? std::nullopt : printed(values);
+}
+
+std::int32_t Globals::getGlobal(const char* key) const {
+  const std::lock_guard lock(mutex);
+  return find(key);
+}
+
+std::int32_t Globals::getGlobal(const char* key, std::int32_t absent) const {
+  const std::lock_guard lock(mutex);
+  return values ? find(key) : absent;
+}
+
+std::int32_t Globals::find(const char* key) const {
+  if (const JsonNode* const choice = jsonGetObjectItem(values.get(), key)) return choice->valueInt;
+  if (!defaults) return 0;
+  const JsonNode* const entry = jsonGetObjectItem(defaults.get(), key);
+  if (!entry) return -2;
+  const JsonNode* const value = jsonGetObjectItem(entry, "value");
+  return value ? value->valueInt : -3;
+}
+
+void Globals::setGlobal(const char* key, std::int32_t value) {
+  if (!key) return;
+  {
+    const std::lock_guard lock(mutex);
+    unsaved[key] = value;
+  }
+  Choices taken;
+  if (store.update(kStoreName, [&](const auto& stored) { return storeChoices(stored, taken); })) {
+    return;
+  }
+  const std::lock_guard lock(mutex);
+  unsaved.merge(taken);
+  apply(unsaved);
+}
+
+// Under the store's lock, so that threads take their results in the order these are stored in.
+std::optional<std::string> Globals::storeChoices(const std::optional<std::string>& stored,
+                                                 Choices& taken) {
+  JsonTree merged = parseObject(stored);
+  const std::lock_guard lock(mutex);
+  unsaved.merge(taken);  // a store may ask twice
+  taken = std::exchange(unsaved, {});
+  if (merged) values = std::move(merged);
+  apply(taken);
+  return printed(values);
+}
+
+void Globals::apply(const Choices& choices) {
+  if (!values) values.reset(jsonCreateObject());
+  if (!values) return;
+  for (const auto& [key, value] : choices) setNumber(*values, key.c_str(), value);
+}
+
+int Globals::getGroupCount() const {
+  const std::lock_guard lock(mutex);
+  return jsonGetArraySize(defaults.get());
+}
+
+std::string Globals::getGroupName(int index) const {
+  const std::lock_guard lock(mutex);
+  const JsonNode* const entry = jsonGetArrayItem(defaults.get(), index);
+  return entry ? textOf(entry->key) : "";
+}
+
+int Globals::getGroupValueCount(int index) const {
+  const std::lock_guard lock(mutex);
+  return jsonGetArraySize(memberOfItem(defaults, index, "values"));
+}
+
+std::string Globals::getGroupValue(int index, int value) const {
+  const std::lock_guard lock(mutex);
+  const JsonNode* const text = jsonGetArrayItem(memberOfItem(defaults, index, "values"), value);
+  return text ? textOf(text->valueString) : "";
+}
+
+int Globals::getGroupPage(int index) const {
+  const std::lock_guard lock(mutex);
+  const JsonNode* const page = memberOfItem(defaults, index, "page");
+  return page ? page->valueInt : 0;
+}

@@ -1,0 +1,42 @@
+#include "state/machine.h"
+
+#include <utility>
+
+#include "platform/user_folders.h"
+#include "state/file_store.h"
+
+namespace {
+
+// Empty without a place for settings: a store that reads nothing and refuses to write.
+std::string settingsPath() {
+  const std::string folder = userConfigFolder();
+  return folder.empty() ? folder : folder + "/Halvekro/Corvanthelis/settings.json";
+}
+
+Machine machineOfUser() {
+  auto store = std::make_unique<FileStore>(settingsPath());
+  InstallFolders folders = findInstallFolders(*store);
+  return {std::move(store), std::move(folders)};
+}
+
+}  // namespace
+
+Machine::Machine(std::unique_ptr<UserStore> userStore, InstallFolders installFolders)
+    : ownedStore(std::move(userStore)),
+      ownedFolders(std::move(installFolders)),
+      ownedGlobals(*ownedStore),
+      ownedMidiMap(*ownedStore) {}
+
+Machine& Machine::ofProcess() {
+  static Machine machine = machineOfUser();
+  return machine;
+}
+
+Machine& Machine::detached() {
+  static Machine machine(std::make_unique<MemoryStore>(), {});
+  return machine;
+}
+
+Globals& getGlobals() { return Machine::ofProcess().globals(); }
+
+MIDIMap& getMidiMap() { return Machine::ofProcess().midiMap(); }

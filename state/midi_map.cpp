@@ -1,0 +1,135 @@
+#include "state/midi_map.h"
+
+#include <algorithm>
+
+#include "state/json_document.h"
+
+namespace {
+
+constexpr const char* kStoreName = "MIDIMap";
+constexpr std::uint8_t kControlChange = 0xB0;
+constexpr auto kRelaxed = std::memory_order_relaxed;
+
+}  // namespace
+
+MIDIMap::MIDIMap(UserStore& userStore) : store(userStore) {
+  Table table;
+  table.fill(-1);
+  readTable(store.read(kStoreName), table);
+  for (std::size_t i = 0; i < table.size(); ++i) entries[i].store({table[i], 0}, kRelaxed);
+}
+
+// Leaves the table as it is if the text is no array.
+void MIDIMap::readTable(const std::optional<std::string>& text, Table& table) {
+  const JsonTree array(text ? jsonParse(text->c_str()) : nullptr);
+  if (!array || (array->type & kJsonTypeMask) != kJsonArray) return;
+  const JsonNode* item = array->child;
+  for (std::int32_t& id : table) {
+    const bool isNumber = item && (item->type & kJsonTypeMask) == kJsonNumber;
+    id = isNumber ? std::max(item->valueInt, -1) : -1;
+    if (item) item = item->next;
+  }
+}
+
+std::int32_t MIDIMap::controllerOf(std::int32_t id) const noexcept {
+  if (id < 0) return -1;
+  for (std::int32_t i = 0; i < kControllers; ++i) {
+    if (parameterOf(i) == id) return i;
+  }
+  return -1;
+}
+
+std::int32_t MIDIMap::parameterOf(std::int32_t controller) const noexcept {
+  if (controller < 0 || controller >= kControllers) return -1;
+  return entries[static_cast<std::size_t>(controller)].load(kRelaxed).id;
+}
+
+void MIDIMap::setLearnTarget(std::int32_t id) noexcept {
+  learnTarget.store(std::max(id, -1), kRelaxed);
+}
+
+std::int32_t MIDIMap::getLearnTarget() const noexcept { return learnTarget.load(kRelaxed); }
+
+void MIDIMap::learn(std::int32_t id, std::int32_t controller) {
+  learnLive(id, controller);
+  saveChanges();
+}
+
+void MIDIMap::unlearn(std::int32_t id) {
+  release(id);
+  saveChanges();
+}
+
+void MIDIMap::release(std::int32_t id) noexcept {
+  if (id < 0) return;
+  for (std::atomic<Entry>& entry : entries) {
+    Entry old = entry.load(kRelaxed);
+    while (old.id == id && !entry.compare_exchange_weak(old, {-1, old.edits + 1}, kRelaxed)) {
+    }
+  }
+}
+
+void MIDIMap::learnLive(std::int32_t id, std::int32_t controller) noexcept {
+  if (id < 0) return;
+  release(id);
+  auto& entry = entries[static_cast<std::size_t>(controller & (kControllers - 1))];
+  Entry old = entry.load(kRelaxed);
+  while (!entry.compare_exchange_weak(old, {id, old.edits + 1}, kRelaxed)) {
+  }
+}
+
+std::optional<MIDIMap::Move> MIDIMap::process(const std::uint8_t* message) noexcept {
+  if ((message[0] & 0xF0) != kControlChange) return std::nullopt;
+  const std::int32_t controller = message[1] & 0x7F;
+  // Of two audio threads with a controller each only one may learn.
+  if (getLearnTarget() != -1) {
+    learnLive(learnTarget.exchange(-1, kRelaxed), controller);
+  }
+  const std::int32_t id = parameterOf(controller);
+  if (id == -1) return std::nullopt;
+  return Move{id, static_cast<float>((message[2] & 0x7F) / 127.0)};
+}
+
+bool MIDIMap::isChanged(std::size_t index, const Entry& entry) const noexcept {
+  return entry.edits != storedEdits[index].load(kRelaxed);
+}
+
+bool MIDIMap::saveChanges() {
+  bool anyChanged = false;
+  for (std::size_t i = 0; i < entries.size() && !anyChanged; ++i) {
+    anyChanged = isChanged(i, entries[i].load(kRelaxed));
+  }
+  if (!anyChanged) return false;
+  Entries seen;
+  if (store.update(kStoreName, [&](const auto& stored) { return mergeInto(stored, seen); })) {
+    for (std::size_t i = 0; i < seen.size(); ++i) storedEdits[i].store(seen[i].edits, kRelaxed);
+  }
+  return true;
+}
+
+// Under the store's lock, so that of two threads the later one stores what is newer. Without a
+// readable table it starts from the live one.
+std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& stored,
+                                              Entries& seen) {
+  Table merged;
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    seen[i] = entries[i].load(kRelaxed);
+    merged[i] = seen[i].id;
+  }
+  readTable(stored, merged);
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    if (seen[i].id == -1 || !isChanged(i, seen[i])) continue;
+    std::replace(merged.begin(), merged.end(), seen[i].id, -1);
+  }
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    if (isChanged(i, seen[i])) {
+      merged[i] = seen[i].id;
+    } else if (Entry expected = seen[i]; expected.id != merged[i]) {
+      // Fails if it was edited since: that edit counts, and is stored by the next call.
+      entries[i].compare_exchange_strong(expected, {merged[i], expected.edits}, kRelaxed);
+    }
+  }
+  const JsonTree array(jsonCreateIntArray(merged.data(), kControllers));
+  const JsonText text(jsonPrintUnformatted(array.get()));
+  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+}

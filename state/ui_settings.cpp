@@ -1,0 +1,83 @@
+#include "state/ui_settings.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+JsonTree copyOf(const JsonNode& node) {
+  JsonTree copy(node.valueString ? jsonCreateString(node.valueString) : jsonCreateObject());
+  if (!copy) return nullptr;
+  copy->type = node.type & kJsonTypeMask;
+  copy->valueInt = node.valueInt;
+  copy->valueDouble = node.valueDouble;
+  for (const JsonNode* child = node.child; child; child = child->next) {
+    JsonTree item = copyOf(*child);
+    if (!item) return nullptr;
+    if (child->key) {
+      jsonAddItemToObject(copy.get(), child->key, item.release());
+    } else {
+      jsonAddItemToArray(copy.get(), item.release());
+    }
+  }
+  return copy;
+}
+
+// Documents are written in the order of the table, so that the first look mostly finds.
+const JsonNode* findMember(const JsonNode* object, int expectedIndex, const char* name) {
+  if (!name) return nullptr;
+  const JsonNode* const expected = jsonGetArrayItem(object, expectedIndex);
+  if (expected && expected->key && std::strcmp(expected->key, name) == 0) return expected;
+  return jsonGetObjectItem(object, name);
+}
+
+void setNumber(JsonNode& node, std::int32_t valueInt, double valueDouble) {
+  node.type = (node.type & ~kJsonTypeMask) | kJsonNumber;
+  node.valueInt = valueInt;
+  node.valueDouble = valueDouble;
+}
+
+void mergeGroup(const JsonNode& group, const JsonNode* stored) {
+  int index = 0;
+  for (const JsonNode* entry = group.child; entry; entry = entry->next, ++index) {
+    JsonNode* const target = jsonGetObjectItem(entry, "value");
+    const JsonNode* const source =
+        jsonGetObjectItem(findMember(stored, index, entry->key), "value");
+    if (!target || !source) continue;
+    const bool isNumber = (source->type & kJsonTypeMask) == kJsonNumber;
+    setNumber(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);
+  }
+}
+
+JsonNode* findValue(const JsonTree& table, std::string_view group, std::string_view key) {
+  const JsonNode* const entries = jsonGetObjectItem(table.get(), std::string(group).c_str());
+  return jsonGetObjectItem(jsonGetObjectItem(entries, std::string(key).c_str()), "value");
+}
+
+}  // namespace
+
+UiSettings::UiSettings(const char* text) : table(jsonParse(text)) {
+  if (table) return;
+  const char* const rest = jsonGetErrorPtr();
+  std::fprintf(stderr, "uiprefs error ptr:\n\n%s\n", rest ? rest : "");
+}
+
+double UiSettings::getUiValue(std::string_view group, std::string_view key) const {
+  const JsonNode* const value = findValue(table, group, key);
+  return value ? value->valueDouble : 0.0;
+}
+
+void UiSettings::setUiValue(std::string_view group, std::string_view key, double value) {
+  JsonNode* const target = findValue(table, group, key);
+  const JsonTree number(jsonCreateNumber(value));
+  if (target && number) setNumber(*target, number->valueInt, number->valueDouble);
+}
+
+JsonTree UiSettings::save() const { return table ? copyOf(*table) : nullptr; }
+
+void UiSettings::merge(const JsonNode* uiprefs) {
+  int index = 0;
+  for (const JsonNode* group = table ? table->child : nullptr; group; group = group->next) {
+    mergeGroup(*group, findMember(uiprefs, index++, group->key));
+  }
+}
