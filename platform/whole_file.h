@@ -9,7 +9,8 @@
 [[nodiscard]] std::error_code readWholeFile(const std::string& path, std::string& bytes,
                                             std::size_t mostBytes = std::size_t{256} << 20);
 
-/// Replaces the file as a whole; on an error the old one stands as it was.
+/// Replaces the file as a whole; on an error the old one stands as it was. What has been written
+/// lasts through a crash of the machine: two waits for the disk.
 [[nodiscard]] std::error_code writeWholeFile(const std::string& path, const std::string& bytes);
 
 /// Makes the folder with all its parents; no error when it is there.

@@ -4,12 +4,15 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "state/json_document.h"
 #include "state/user_store.h"
 
+class FileLock;
+
 /// A store in one JSON file: an object of strings by name; members that are no strings are not
-/// ours and stay as they are.
+/// ours and stay as they are, numbers to ten decimal places. Names match with their case.
 ///
 /// Each update locks the store against other processes (a lock file beside it), reads it again and
 /// replaces the file as a whole. A file that cannot be read as a store is moved aside, under a name
@@ -20,15 +23,32 @@ class FileStore : public UserStore {
   /// refuses to write.
   explicit FileStore(std::string path);
 
+  /// Nothing, too, of a file that is no store. Never changes or waits for anything.
   [[nodiscard]] std::optional<std::string> read(std::string_view name) override;
+  /// On the disk when it returns true; false, after at most five seconds of waiting for other
+  /// processes, leaves everything as it was and a notice. A text that is already there is not
+  /// written again. `change` runs under the lock and calls no update of this store.
   bool update(std::string_view name, const Change& change) override;
   [[nodiscard]] std::string takeNotice() override;
 
-  /// The text of a store file as an object; null when it is none. For `fuzz/`, too.
+  /// The text of a store file as an object; null when it is none: no JSON, no object, something
+  /// behind it, or numbers that cannot be written again.
   [[nodiscard]] static JsonTree parse(const std::string& text);
+  /// The string member `name` of a parsed store; an empty one counts as missing.
+  [[nodiscard]] static std::optional<std::string> find(const JsonNode& root, std::string_view name);
+  /// Puts `text` under `name` of a parsed store and gives the file's new text; empty if memory runs
+  /// out or name or text hold a zero byte.
+  [[nodiscard]] static std::string printWith(JsonNode& root, const std::string& name,
+                                             const std::string& text);
 
  private:
+  [[nodiscard]] std::error_code lockOut(FileLock& others) const;
+  [[nodiscard]] bool replace(const std::string& text, const std::string& foreignReason);
+  bool refuse(const std::string& reason);
+  void addNotice(const std::string& sentence);
+
   const std::string path;
-  std::mutex mutex;    // threads of this process
-  std::string notice;  // under the lock
+  std::mutex mutex;  // one update of this process at a time
+  std::mutex noticeMutex;
+  std::string notice;
 };

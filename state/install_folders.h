@@ -26,8 +26,14 @@ inline constexpr const char* kBandExtension = "cvb";
 /// to its folder.
 [[nodiscard]] InstallFolders findInstallFolders(UserStore& store);
 
+/// The first folder of factory content that exists: around the absolute `codeFolder`, then in the
+/// `dataFolders`, absolute ones with colons between them (empty for the system's). Empty if none.
+[[nodiscard]] std::string findFactoryFolder(const std::string& codeFolder,
+                                            const std::string& dataFolders);
+
 /// Reads the file `first` of the install folder or else `second` of the install or else of the
 /// factory folder. `pathOut` gets the path of `first` in the install folder, whether it is there or
-/// not: the place to write it to. Empty when neither could be read.
+/// not: the place to write it to; empty without an install folder. The result is empty when none
+/// could be read; an empty file and one above 64 MiB count as such.
 [[nodiscard]] std::string loadInstallFile(const InstallFolders& folders, const std::string& first,
                                           const std::string& second, std::string& pathOut);

@@ -1,33 +1,9 @@
 #include "tests/apps/test_files.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <random>
-
-namespace fs = std::filesystem;
-
-TestDirectory::TestDirectory() {
-  std::string pattern = (fs::temp_directory_path() / "corvanthelis-test-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary directory");
-  root = pattern;
-}
-
-TestDirectory::~TestDirectory() {
-  std::error_code ignored;
-  fs::remove_all(root, ignored);
-}
-
-std::vector<std::string> TestDirectory::names() const {
-  std::vector<std::string> found;
-  for (const auto& entry : fs::directory_iterator(root)) found.push_back(entry.path().filename());
-  std::sort(found.begin(), found.end());
-  return found;
-}
 
 void writeAudio(const std::string& path, const Audio& audio, int format) {
   SF_INFO info{};
@@ -66,13 +42,4 @@ Audio makeSignal(int frames, int channels, int sampleRate, unsigned seed) {
     }
   }
   return audio;
-}
-
-void writeBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string readBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }

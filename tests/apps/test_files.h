@@ -2,26 +2,10 @@
 
 #include <sndfile.h>
 
-#include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-/// A directory of its own for the files of one test, gone with it.
-class TestDirectory {
- public:
-  TestDirectory();
-  ~TestDirectory();
-  TestDirectory(const TestDirectory&) = delete;
-  TestDirectory& operator=(const TestDirectory&) = delete;
-
-  [[nodiscard]] std::string path(const std::string& name) const { return (root / name).string(); }
-  /// Names of everything in it, sorted, hidden files too.
-  [[nodiscard]] std::vector<std::string> names() const;
-
- private:
-  std::filesystem::path root;
-};
+#include "tests/support/test_directory.h"
 
 /// Interleaved samples with what a file says about them.
 struct Audio {
@@ -36,6 +20,3 @@ void writeAudio(const std::string& path, const Audio& audio,
 
 /// A tone with noise, the same for the same seed; within -0.5..0.5.
 [[nodiscard]] Audio makeSignal(int frames, int channels, int sampleRate, unsigned seed);
-
-void writeBytes(const std::string& path, const std::string& bytes);
-[[nodiscard]] std::string readBytes(const std::string& path);

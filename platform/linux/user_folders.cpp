@@ -1,0 +1,75 @@
+#include "platform/user_folders.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace {
+
+struct Free {
+  void operator()(char* text) const noexcept { std::free(text); }
+};
+
+// The rules of the XDG base folders ask to ignore relative ones.
+bool isAbsolute(const std::string& path) { return !path.empty() && path.front() == '/'; }
+
+std::string homeByPasswordDatabase() {
+  constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+  passwd entry{};
+  passwd* found = nullptr;
+  for (std::vector<char> texts(4096); texts.size() <= kMostBytes; texts.resize(2 * texts.size())) {
+    const int error = ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
+    if (error == ERANGE) continue;
+    return error == 0 && found && found->pw_dir ? found->pw_dir : "";
+  }
+  return {};
+}
+
+std::string homeFolder() {
+  const std::string told = environmentText("HOME");
+  const std::string home = isAbsolute(told) ? told : homeByPasswordDatabase();
+  return isAbsolute(home) ? home : "";
+}
+
+std::string withoutSlashes(std::string path, std::size_t leastSize) {
+  while (path.size() > leastSize && path.back() == '/') path.pop_back();
+  return path;
+}
+
+std::string baseFolder(const char* variable, const char* belowHome) {
+  const std::string told = environmentText(variable);
+  if (isAbsolute(told)) return withoutSlashes(told, 1);
+  const std::string home = homeFolder();
+  return home.empty() ? "" : withoutSlashes(home, 0) + belowHome;
+}
+
+}  // namespace
+
+std::string userConfigFolder() { return baseFolder("XDG_CONFIG_HOME", "/.config"); }
+
+std::string userDataFolder() { return baseFolder("XDG_DATA_HOME", "/.local/share"); }
+
+std::string codeFolder() {
+  Dl_info info{};
+  link_map* module = nullptr;
+  const auto address = reinterpret_cast<const void*>(&codeFolder);
+  if (::dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return {};
+  // The program itself has no name here; the one it was started by may be relative.
+  const bool isProgram = !module || !module->l_name || *module->l_name == 0;
+  const char* const name = isProgram ? "/proc/self/exe" : module->l_name;
+  const std::unique_ptr<char, Free> real(::realpath(name, nullptr));
+  if (!real) return {};
+  const std::string path = real.get();
+  return path.substr(0, path.rfind('/'));
+}
+
+std::string environmentText(const char* name) {
+  const char* const text = std::getenv(name);
+  return text ? text : "";
+}

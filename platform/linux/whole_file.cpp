@@ -1,0 +1,94 @@
+#include "platform/whole_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <utility>
+
+#include "platform/atomic_file.h"
+
+namespace {
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+class Descriptor {
+ public:
+  Descriptor(const std::string& path, int flags)
+      : number(::open(path.c_str(), flags | O_CLOEXEC)) {}
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  const int number;
+};
+
+/// `expected` bytes are likely, but the file may grow, and some in `/proc` say 0.
+std::error_code readToEnd(int descriptor, std::size_t expected, std::size_t mostBytes,
+                          std::string& bytes) {
+  constexpr std::size_t kLeastRoom = 4096;
+  // One byte more than expected shows the end without another allocation.
+  std::string found(std::max(expected + 1, kLeastRoom), '\0');
+  std::size_t length = 0;
+  for (;;) {
+    if (length == found.size()) found.resize(2 * length);
+    const ssize_t got = ::read(descriptor, found.data() + length, found.size() - length);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return lastError();
+    if (got == 0) break;
+    length += static_cast<std::size_t>(got);
+    if (length > mostBytes) return std::make_error_code(std::errc::file_too_large);
+  }
+  found.resize(length);
+  bytes = std::move(found);
+  return {};
+}
+
+/// Makes a new name in the folder last through a power cut. Not every file system can do that.
+void flushFolderOf(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path real = std::filesystem::canonical(path, error);
+  if (error) return;
+  const Descriptor folder(real.parent_path().string(), O_RDONLY | O_DIRECTORY);
+  if (folder.number >= 0) ::fsync(folder.number);
+}
+
+}  // namespace
+
+std::error_code readWholeFile(const std::string& path, std::string& bytes, std::size_t mostBytes) {
+  // A pipe without a writer would hold up the opening.
+  const Descriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+  if (file.number < 0) return lastError();
+  struct stat status {};
+  if (::fstat(file.number, &status) != 0) return lastError();
+  if (S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
+  if (!S_ISREG(status.st_mode)) return std::make_error_code(std::errc::not_supported);
+  const auto size = static_cast<std::size_t>(status.st_size);
+  if (size > mostBytes) return std::make_error_code(std::errc::file_too_large);
+  try {
+    return readToEnd(file.number, size, mostBytes, bytes);
+  } catch (const std::bad_alloc&) {
+    return std::make_error_code(std::errc::not_enough_memory);
+  }
+}
+
+std::error_code writeWholeFile(const std::string& path, const std::string& bytes) {
+  AtomicFile file;
+  if (const std::error_code error = file.open(path)) return error;
+  if (const std::error_code error = file.write(bytes.data(), bytes.size(), 0)) return error;
+  if (const std::error_code error = file.commit()) return error;
+  if (!isCharacterDevice(path)) flushFolderOf(path);
+  return {};
+}
+
+std::error_code makeFolders(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  return error;
+}

@@ -1,0 +1,198 @@
+#include "state/file_store.h"
+
+#include <cmath>
+#include <cstddef>
+#include <filesystem>
+#include <utility>
+
+#include "platform/file_lock.h"
+#include "platform/whole_file.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kMostBytes = std::size_t{16} << 20;
+
+/// What lies at the place of a store; one of the three is set.
+struct Contents {
+  JsonTree root;
+  std::string foreignReason;  // why it is no store
+  std::error_code error;      // why it is not known what it is
+};
+
+/// Whether the file itself is at fault, rather than what the machine lacks at the moment.
+bool isFaultOfFile(const std::error_code& error) {
+  for (const std::errc fault :
+       {std::errc::permission_denied, std::errc::is_a_directory, std::errc::not_supported,
+        std::errc::file_too_large, std::errc::too_many_symbolic_link_levels}) {
+    if (error == fault) return true;
+  }
+  return false;
+}
+
+Contents load(const std::string& path) {
+  std::string text;
+  const std::error_code error = readWholeFile(path, text, kMostBytes);
+  if (error && isFaultOfFile(error)) return {nullptr, error.message(), {}};
+  if (error && error != std::errc::no_such_file_or_directory) return {nullptr, {}, error};
+  // An empty file holds nothing that could be lost.
+  JsonTree root = text.empty() ? JsonTree(jsonCreateObject()) : FileStore::parse(text);
+  if (root) return {std::move(root), {}, {}};
+  return {nullptr, "it does not hold what this program writes", {}};
+}
+
+/// The byte behind the object that a readable text begins with.
+std::size_t endOfObject(const std::string& text) {
+  int depth = 0;
+  bool inString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (inString && c == '\\') {
+      ++i;
+    } else if (c == '"') {
+      inString = !inString;
+    } else if (!inString && (c == '{' || c == '[')) {
+      ++depth;
+    } else if (!inString && (c == '}' || c == ']') && --depth == 0) {
+      return i + 1;
+    }
+  }
+  return text.size();
+}
+
+// What the reader takes for white space.
+bool isBlank(const std::string& text, std::size_t begin) {
+  for (std::size_t i = begin; i < text.size(); ++i) {
+    if (static_cast<unsigned char>(text[i]) > 32) return false;
+  }
+  return true;
+}
+
+// 1e999 reads as infinity, whose printed form no reader takes.
+bool hasOnlyFiniteNumbers(const JsonNode* list) {
+  for (; list; list = list->next) {
+    if (!std::isfinite(list->valueDouble) || !hasOnlyFiniteNumbers(list->child)) return false;
+  }
+  return true;
+}
+
+/// Unlike `jsonGetObjectItem` by the exact name, and past what is no string.
+JsonNode* findString(const JsonNode& root, std::string_view name) {
+  for (JsonNode* item = root.child; item; item = item->next) {
+    if ((item->type & kJsonTypeMask) == kJsonString && name == item->key) return item;
+  }
+  return nullptr;
+}
+
+bool hasZero(const std::string& text) { return text.find('\0') != std::string::npos; }
+
+/// A name beside `path` at which nothing stands, not even a link to nowhere.
+std::string nameForKept(const std::string& path) {
+  std::string name = path + ".kept";
+  std::error_code error;
+  for (int i = 2; fs::exists(fs::symlink_status(name, error)); ++i) {
+    name = path + ".kept-" + std::to_string(i);
+  }
+  return name;
+}
+
+}  // namespace
+
+FileStore::FileStore(std::string storePath) : path(std::move(storePath)) {}
+
+std::optional<std::string> FileStore::read(std::string_view name) {
+  const Contents contents = load(path);
+  return contents.root ? find(*contents.root, name) : std::nullopt;
+}
+
+bool FileStore::update(std::string_view name, const Change& change) {
+  const std::scoped_lock threads(mutex);
+  if (path.empty()) return refuse("there is no folder for settings");
+  FileLock others;
+  if (const std::error_code error = lockOut(others)) {
+    const bool late = error == std::errc::timed_out;
+    return refuse(late ? "another program is keeping it locked" : error.message());
+  }
+  Contents contents = load(path);
+  if (contents.error) return refuse(contents.error.message());
+  const auto old = contents.root ? find(*contents.root, name) : std::nullopt;
+  const std::optional<std::string> text = change(old);
+  if (!text || text == old) return true;
+  if (!contents.root) contents.root.reset(jsonCreateObject());
+  if (!contents.root) return refuse("memory has run out");
+  const std::string printed = printWith(*contents.root, std::string(name), *text);
+  if (printed.empty()) return refuse("the text for it cannot be stored");
+  if (printed.size() > kMostBytes) return refuse("it would become larger than 16 MiB");
+  return replace(printed, contents.foreignReason);
+}
+
+std::error_code FileStore::lockOut(FileLock& others) const {
+  const std::string folder = fs::path(path).parent_path().string();
+  if (const std::error_code error = folder.empty() ? std::error_code{} : makeFolders(folder)) {
+    return error;
+  }
+  return others.lock(path + ".lock");
+}
+
+bool FileStore::replace(const std::string& text, const std::string& foreignReason) {
+  const bool isForeign = !foreignReason.empty();
+  const std::string kept = isForeign ? nameForKept(path) : "";
+  const std::string told = "The settings file " + path + " could not be used (" + foreignReason +
+                           "). It was moved to " + kept;
+  std::error_code moving;
+  if (isForeign) fs::rename(path, kept, moving);
+  if (moving) return refuse(foreignReason + "; moving it aside: " + moving.message());
+  if (const std::error_code error = writeWholeFile(path, text)) {
+    if (isForeign) fs::rename(kept, path, moving);
+    if (moving) addNotice(told + '.');
+    return refuse(error.message());
+  }
+  if (isForeign) addNotice(told + ", and a new one was begun.");
+  return true;
+}
+
+bool FileStore::refuse(const std::string& reason) {
+  addNotice("The settings file " + path + " could not be written: " + reason + '.');
+  return false;
+}
+
+// One line each; what fails again and again is told once.
+void FileStore::addNotice(const std::string& sentence) {
+  const std::scoped_lock lock(noticeMutex);
+  if (notice.find(sentence) != std::string::npos) return;
+  if (!notice.empty()) notice += '\n';
+  notice += sentence;
+}
+
+std::string FileStore::takeNotice() {
+  const std::scoped_lock lock(noticeMutex);
+  return std::exchange(notice, {});
+}
+
+JsonTree FileStore::parse(const std::string& text) {
+  if (hasZero(text)) return nullptr;
+  JsonTree root(jsonParse(text.c_str()));
+  if (!root || root->type != kJsonObject || !hasOnlyFiniteNumbers(root.get())) return nullptr;
+  // The reader stops behind the first value; what follows would be lost with the next write.
+  return isBlank(text, endOfObject(text)) ? std::move(root) : nullptr;
+}
+
+std::optional<std::string> FileStore::find(const JsonNode& root, std::string_view name) {
+  const JsonNode* const item = findString(root, name);
+  if (!item || *item->valueString == 0) return std::nullopt;
+  return item->valueString;
+}
+
+std::string FileStore::printWith(JsonNode& root, const std::string& name, const std::string& text) {
+  if (hasZero(name) || hasZero(text)) return {};
+  JsonTree item(jsonCreateString(text.c_str()));
+  if (!item) return {};
+  if (JsonNode* const old = findString(root, name)) {
+    std::swap(old->valueString, item->valueString);
+  } else {
+    jsonAddItemToObject(&root, name.c_str(), item.release());
+  }
+  const JsonText printed(jsonPrintFormatted(&root));
+  return printed ? printed.get() + std::string("\n") : "";
+}
