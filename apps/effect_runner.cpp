@@ -29,8 +29,8 @@ void applySettings(Plug& plug, std::span<const Setting> settings) {
 }
 
 HostedPlug::HostedPlug(bool realtime)
-    : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>,
-           Idle::kCaller) {}
+    : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>, Idle::kCaller,
+           &monotonicMilliseconds, Machine::detached()) {}
 
 EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainChannels,
                            int sidechainChannels)

@@ -45,7 +45,7 @@ void countFrames(benchmark::State& state, std::int64_t frames) {
 template <typename Sample>
 void noBands(benchmark::State& state) {
   const auto frames = static_cast<int>(state.range(0));
-  Plug plug(nullptr, Plug::Idle::kCaller);
+  Plug plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached());
   plug.setSampleRate(48000.0F);
   plug.setBlockSize(frames);
   plug.setParameter(kB1State, 0.0F);

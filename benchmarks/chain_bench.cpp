@@ -33,7 +33,8 @@ void setPlain(Plug& plug, int index, double plain) {
 
 /// Bands that compress 2:1 above -30 dB and expand below, with detectors that never rest.
 std::unique_ptr<Plug> workingBands(const Chain& chain) {
-  auto plug = std::make_unique<Plug>(nullptr, Plug::Idle::kCaller);
+  auto plug = std::make_unique<Plug>(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds,
+                                     Machine::detached());
   plug->setSampleRate(static_cast<float>(chain.rate));
   setPlain(*plug, kOversample, chain.oversampling);
   for (int band = 0; band < chain.bands; ++band) {

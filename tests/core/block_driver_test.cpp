@@ -174,9 +174,7 @@ TEST(BlockDriverTest, MonoLeavesTheRightGainReductionAtRest) {
 // The bypass takes the difference listen's say in soloing away: seen in front of the output mix.
 TEST(BlockDriverTest, UnderBypassTheDifferenceListenIsOff) {
   PlugRig rig({{"kB1Solo", 1}, {"kListen", 1}});
-  Preferences preferences;
-  preferences.autolistenPassband = true;
-  rig.plug.applyPreferences(preferences);
+  rig.prefer("Autolisten", 1);
   Stereo<float> input(4096);  // longer than the crossover is late
   for (float& x : input.channels[0]) x = 20.0F;
   render(rig.plug, input, 64);
@@ -236,9 +234,7 @@ TEST(BlockDriverTest, SoloAndListenWeighTheStages) {
     SCOPED_TRACE(c.what);
     PlugRig rig({{"kBandOrder", kOrder}});
     rig.set(c.settings);
-    Preferences preferences;
-    preferences.autolistenPassband = c.passband;
-    rig.plug.applyPreferences(preferences);
+    rig.prefer("Autolisten", c.passband ? 1 : 0);
     rig.plug.resume();
     Stereo<double> input(8192);
     for (auto& channel : input.channels) std::fill(channel.begin(), channel.end(), 0.5);

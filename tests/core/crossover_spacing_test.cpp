@@ -217,9 +217,7 @@ TEST(CrossoverEditsTest, TheHostHearsOfThoseThatGiveWayAndThenOfTheBand) {
     drag(rig, 0, 34);
   }
   EXPECT_EQ(told(rig), "set 13 34") << "one of several that change as one";
-  Preferences silent;
-  silent.gestures = false;
-  rig.plug.applyPreferences(silent);
+  rig.prefer("VST Gestures", 0);
   drag(rig, 2, 20000);
   drag(rig, 0, 20000);
   EXPECT_EQ(told(rig), "set 13 30, set 64 51, set 115 20000, set 64 13333, set 13 34");
@@ -257,9 +255,7 @@ TEST(CrossoverEditsTest, AGestureTakesTheWholeCrossoverAlong) {
     rig.plug.endEdit(alone);
     EXPECT_EQ(told(rig), "begin " + std::to_string(alone) + ", end " + std::to_string(alone));
   }
-  Preferences silent;
-  silent.gestures = false;
-  rig.plug.applyPreferences(silent);
+  rig.prefer("VST Gestures", 0);
   rig.plug.beginEdit(frequencyOf(1));
   rig.plug.endEdit(frequencyOf(1));
   EXPECT_EQ(told(rig), "");

@@ -312,10 +312,15 @@ TEST(PlugRealtimeTest, ParametersFromAnotherThreadMayMeetAResume) {
 }
 
 TEST(PlugRealtimeTest, InstancesOfOneProcessShareTheIdleTimer) {
-  Plug first;
+  const auto timed = [] {
+    return std::make_unique<Plug>(nullptr, Plug::Idle::kTimer, &monotonicMilliseconds,
+                                  Machine::detached());
+  };
+  const auto owner = timed();
+  Plug& first = *owner;
   {
-    const Plug second;
-    const Plug third;
+    const auto second = timed();
+    const auto third = timed();
   }
   first.setParameter(kAutoGain, 1.0F);
   first.endEdit(kAutoGain);

@@ -46,6 +46,11 @@ class PlugRig {
   [[nodiscard]] static int id(const char* identifier) {
     return parameterKeyTable().find(identifier);
   }
+  /// A choice of the machine's, taken by the effect.
+  void prefer(const char* preference, std::int32_t choice) {
+    machine.globals().setGlobal(preference, choice);
+    plug.applyGlobalPreferences();
+  }
   [[nodiscard]] double get(const char* identifier) const {
     return static_cast<double>(plug.getPlainValue(id(identifier)));
   }

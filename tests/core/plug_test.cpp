@@ -54,9 +54,7 @@ TEST(PlugTest, TextsFollowTheBandAndThePreferences) {
   char untouched[64] = "before";
   rig.plug.formatParameterValue(-1, 0, untouched, false);
   EXPECT_STREQ(untouched, "before");
-  Preferences simple;
-  simple.simpleNumbers = true;
-  rig.plug.applyPreferences(simple);
+  rig.prefer("Number Format", 1);
   EXPECT_EQ(text("kB1Ratio", 0.75F), "2.0:1");
 }
 
