@@ -327,6 +327,8 @@ class Stage {
     }
     rig.processLevel = scene.offline ? kProcessLevelOffline : 2;
     applyScene();
+    // Banks that hold the same sound the same.
+    for (int bank = 0; bank < Plug::kNumBanks; ++bank) rig.plug.copyToBank(bank);
   }
 
   /// From silence, with a parameter moved as a user would.

@@ -186,7 +186,8 @@ void expectAsNew(PlugRig& rig) {
     PlugRig& each = i == 0 ? rig : fresh;
     const RealTimeCheck::Exception mayBeOffline;
     each.processLevel = 2;
-    for (int id = 0; id < kNumParams; ++id) {
+    each.plug.switchBank(0);
+    for (int id = 0; id < kABBank; ++id) {
       each.plug.setParameter(id, each.plug.getParameterDefault(id));
     }
     each.set({{"kB2Type", 1}, {"kB2State", 1}, {"kB2Threshold", -20}, {"kB2Ratio", 0.5}});
