@@ -48,7 +48,7 @@ class FileStore : public UserStore {
   void addNotice(const std::string& sentence);
 
   const std::string path;
-  std::mutex mutex;  // one update of this process at a time
+  std::mutex mutex;  // threads queue here instead of asking for the lock file by turns
   std::mutex noticeMutex;
   std::string notice;
 };

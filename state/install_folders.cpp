@@ -1,5 +1,6 @@
 #include "state/install_folders.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <optional>

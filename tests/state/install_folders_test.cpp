@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -162,6 +163,8 @@ TEST(InstallFolders, LoadsTheFirstFileOrElseTheSecondOrTheFactorys) {
   // Without an install folder the root of the disk is not meant.
   EXPECT_EQ(load({"", folders.factory}), bytes);
   EXPECT_EQ(path, "");
+  const std::string fromRoot = (folders.install + "/second").substr(1);
+  EXPECT_EQ(loadInstallFile({}, fromRoot, fromRoot, path), "");
 }
 
 }  // namespace

@@ -73,6 +73,13 @@ TEST(PresetMenu, TakesFilesWithExactlyTheExtension) {
   EXPECT_EQ(listed(directory, "CVB"), "Case|folder()|v1()|v1()");
 }
 
+TEST(PresetMenu, FoldersWithOneTextKeepTheOrderOfTheirNames) {
+  const TestDirectory directory;
+  makeAll(directory, {"v.7/g.cvb", "v.3/c.cvb", "v.5/e.cvb", "v.1/a.cvb", "v.6/f.cvb", "v.2/b.cvb",
+                      "v.4/d.cvb", "v.8/h.cvb"});
+  EXPECT_EQ(listed(directory), "v(a)|v(b)|v(c)|v(d)|v(e)|v(f)|v(g)|v(h)");
+}
+
 TEST(PresetMenu, PathsKeepTheFullNameAndFindTheirMenu) {
   const TestDirectory directory;
   makeAll(directory, {"v1.5/deep/x.cvb", "other/"});
