@@ -8,6 +8,7 @@
 
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
+#include "host/alerts.h"
 #include "platform/resources.h"
 #include "platform/whole_file.h"
 
@@ -178,6 +179,9 @@ void Plug::offlineChanged(bool offline) {
 void Plug::onIdle() {
   PlugBaseJSON::onIdle();
   ownMachine.midiMap().saveChanges();
+  if (std::string notice = ownMachine.store().takeNotice(); !notice.empty()) {
+    Alerts::instance().add("Halvekro : Settings Error", std::move(notice));
+  }
   updateLatency();
   if (gate.isOwed()) updateDsp(false);
   autoGain.onIdle();

@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* kStoreName = "MIDIMap";
 constexpr std::uint8_t kControlChange = 0xB0;
+constexpr int kCallsAfterFailure = 500;  // five seconds of idle calls
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
 }  // namespace
@@ -52,11 +53,13 @@ std::int32_t MIDIMap::getLearnTarget() const noexcept { return learnTarget.load(
 
 void MIDIMap::learn(std::int32_t id, std::int32_t controller) {
   learnLive(id, controller);
+  callsToWait.store(0, kRelaxed);
   saveChanges();
 }
 
 void MIDIMap::unlearn(std::int32_t id) {
   release(id);
+  callsToWait.store(0, kRelaxed);
   saveChanges();
 }
 
@@ -100,9 +103,13 @@ bool MIDIMap::saveChanges() {
     anyChanged = isChanged(i, entries[i].load(kRelaxed));
   }
   if (!anyChanged) return false;
+  // A store that cannot be written is not asked again with every idle call.
+  if (callsToWait.load(kRelaxed) > 0 && callsToWait.fetch_sub(1, kRelaxed) > 0) return true;
   Entries seen;
   if (store.update(kStoreName, [&](const auto& stored) { return mergeInto(stored, seen); })) {
     for (std::size_t i = 0; i < seen.size(); ++i) storedEdits[i].store(seen[i].edits, kRelaxed);
+  } else {
+    callsToWait.store(kCallsAfterFailure, kRelaxed);
   }
   return true;
 }

@@ -43,7 +43,7 @@ class MIDIMap {
 
   /// Stores what has changed, into the table as other processes have left it, and takes over what
   /// they have changed. Returns whether there was anything; what could not be written is tried
-  /// again by the next call. Never on the audio thread.
+  /// again some hundred calls later. Never on the audio thread.
   bool saveChanges();
 
  private:
@@ -69,4 +69,5 @@ class MIDIMap {
   std::array<std::atomic<Entry>, kControllers> entries{};
   std::array<std::atomic<std::uint32_t>, kControllers> storedEdits{};  // the count last stored
   std::atomic<std::int32_t> learnTarget{-1};
+  std::atomic<int> callsToWait{0};  // of `saveChanges`, after a failure
 };

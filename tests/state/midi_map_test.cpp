@@ -158,19 +158,20 @@ TEST(MIDIMap, TwoMapsOverOneStoreMerge) {
   EXPECT_EQ(store.text("MIDIMap"), tableText({{2, 20}, {5, 50}, {9, 40}}));
 }
 
-TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainOncePerCall) {
+TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainNowAndThen) {
   for (const auto mode : {TestStore::Mode::kDoesNotWrite, TestStore::Mode::kDoesNotEvenAsk}) {
     TestStore store;
     store.mode = mode;
     MIDIMap map(store);
     map.learn(10, 1);
-    EXPECT_TRUE(map.saveChanges());
+    for (int idleCall = 0; idleCall < 1000; ++idleCall) EXPECT_TRUE(map.saveChanges());
     EXPECT_EQ(store.updates, 2);
     EXPECT_EQ(map.controllerOf(10), 1);
     store.mode = TestStore::Mode::kWorks;
     store.put("MIDIMap", tableText({{2, 20}}));
-    EXPECT_TRUE(map.saveChanges());
-    EXPECT_FALSE(map.saveChanges());
+    int calls = 1;
+    while (map.saveChanges() && calls < 1000) ++calls;
+    EXPECT_LT(calls, 600);
     EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 10}, {2, 20}}));
   }
 }
