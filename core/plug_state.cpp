@@ -128,5 +128,11 @@ void Plug::loadDefaultBanks() {
   };
   std::string oldPath;
   load(kOldBankExtension, oldPath);
-  load(kBankExtension, defaultBankPath);
+  std::string defaultPath;
+  load(kBankExtension, defaultPath);
+  files.setDefaultBankPath(defaultPath);
+}
+
+void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {
+  files.restoreSnapshot(marker == historyPresetLoad, towardsRedo);
 }
