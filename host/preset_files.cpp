@@ -75,8 +75,7 @@ void PresetFiles::buildPresetMenu() {
 }
 
 const PresetMenu* PresetFiles::findMenu(std::string_view path) const {
-  if (menu == nullptr || path.empty()) return nullptr;
-  return menu->path == path ? menu.get() : menu->findSubmenu(path);
+  return menu == nullptr || path.empty() ? nullptr : menu->findSubmenu(path);
 }
 
 const PresetMenu* PresetFiles::currentPresetMenu() const {
