@@ -120,11 +120,12 @@ void saveEditorState(Plug& plug, JsonNode* root) {
   if (JsonTree options = plug.uiSettings().save()) document.add(kUiPrefs, options.release());
 }
 
-void loadEditorState(Plug& plug, const JsonNode* root) {
+void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   const JsonNode* const settings = jsonGetObjectItem(root, kSettings);
   if (settings == nullptr) return;
   EditorState& state = plug.editorState();
-  if (jsonGetObjectItem(root, "presets") != nullptr) takeBanks(plug, settings);
+  const bool holdsBanks = jsonGetObjectItem(root, "presets") != nullptr;
+  if (holdsBanks && !isPreset) takeBanks(plug, settings);
   takeMode(settings, state);
   takeNumbers(settings, state, kBeforeWidth);
   takeBand(settings, state);

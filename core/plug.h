@@ -20,6 +20,7 @@
 #include "host/editor_state.h"
 #include "host/idle_timer.h"
 #include "host/plug_base_json.h"
+#include "host/preset_files.h"
 #include "platform/clock.h"
 #include "platform/plug_base_mutex.h"
 #include "state/machine.h"
@@ -112,6 +113,7 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] EditorState& editorState() noexcept { return editor; }
   [[nodiscard]] UiSettings& uiSettings() noexcept { return uiOptions; }
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
+  [[nodiscard]] PresetFiles& presetFiles() noexcept { return files; }
   /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
   /// seconds.
   void setMeterDecay(double percent);
@@ -153,6 +155,7 @@ class Plug : public PlugBaseJSON {
   void processMidi(const VstMidiEvent& event) noexcept override;
   void holdUpdates() override;
   void releaseUpdates() override;
+  void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 
  private:
   friend class AutoGain;
@@ -191,12 +194,12 @@ class Plug : public PlugBaseJSON {
   CrossoverEdits crossoverEdits{*this};
   Machine& ownMachine;
   EditorState editor;
+  PresetFiles files{*this, editor, ownMachine};
   UiSettings uiOptions;
   Flags locked;
   Flags linked;
   std::atomic<std::int32_t> loadingFlags{-1};
   ProgramRecord bandTemplate;
-  std::string defaultBankPath;  // where "Save As Default" goes
   Preferences preferences;
   std::atomic<bool> simpleNumbers{false};
   std::atomic<double> outTrimLinear{1.0};  // for the analyser's dry feed

@@ -33,7 +33,8 @@ JsonTree Plug::loadState(const char* text, bool isPreset) {
   JsonTree root = PlugBaseJSON::loadState(text, isPreset);
   if (root == nullptr) return root;
   const bool isOld = jsonGetObjectItem(root.get(), kVersionMark) == nullptr;
-  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) loadEditorState(*this, root.get());
+  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0)
+    loadEditorState(*this, root.get(), isPreset);
   if (isOld) keepOldLogBehaviour(isPreset);
   autoGain.startAfresh();
   return root;
@@ -128,5 +129,11 @@ void Plug::loadDefaultBanks() {
   };
   std::string oldPath;
   load(kOldBankExtension, oldPath);
-  load(kBankExtension, defaultBankPath);
+  std::string defaultPath;
+  load(kBankExtension, defaultPath);
+  files.setDefaultBankPath(defaultPath);
+}
+
+void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {
+  files.restoreSnapshot(marker == historyPresetLoad, towardsRedo);
 }

@@ -35,6 +35,10 @@ class PlugBaseJSON : public PlugBase {
   /// 0 none to 9 smallest; clamped.
   void setCompressionLevel(std::int32_t level) noexcept;
 
+  /// The state is another one than the document that was handed out last. For what is stored but
+  /// is no parameter; parameters, banks and names tell by themselves.
+  void markChanged() noexcept { chunkDirty.store(true, std::memory_order_release); }
+
  protected:
   /// The document. Throws std::bad_alloc.
   [[nodiscard]] virtual JsonTree saveState(bool isPreset);
@@ -54,7 +58,6 @@ class PlugBaseJSON : public PlugBase {
   [[nodiscard]] virtual float convertLoadedValue(std::int32_t index, double value) const;
 
   void setParameterFromAudio(std::int32_t index, float normalised) noexcept override;
-  void markChanged() noexcept { chunkDirty.store(true, std::memory_order_release); }
 
   std::atomic<bool> chunkDirty{true};
   std::atomic<std::int32_t> chunkLevel{9};

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdio>
 
+#include "state/json_document.h"
+
 namespace {
 
 constexpr std::size_t kBlock = 8192;  // bytes in and out at a time
@@ -79,4 +81,12 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
     if (!goesOn) return std::nullopt;
   }
   return text;
+}
+
+bool holdsDocument(std::string_view bytes) {
+  std::optional<std::string> text;
+  if (isPackedChunk(bytes)) text = unpackChunk(bytes);
+  if (!text) text = std::string(bytes);
+  const JsonTree root(jsonParse(text->c_str()));
+  return root != nullptr && (root->type & kJsonTypeMask) == kJsonObject;
 }

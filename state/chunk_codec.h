@@ -20,3 +20,6 @@ inline constexpr std::size_t kLongestChunkText = std::size_t{64} << 20;
 /// The text of a packed chunk. A stream that ends too soon gives what it holds; null for one that
 /// is damaged, that wants a dictionary or holds more than `kLongestChunkText`.
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
+
+/// Whether `bytes`, packed or plain, are a document: text that holds an object.
+[[nodiscard]] bool holdsDocument(std::string_view bytes);

@@ -17,6 +17,12 @@ class RecordingDialogs : public Dialogs {
     shown.push_back(caption + ": " + message);
     if (inside) inside();
   }
+  bool confirm(const std::string& /*caption*/, const std::string& /*message*/) override {
+    return false;
+  }
+  bool openFileDialog(const FileDialog& /*dialog*/, std::string& /*resultPath*/) override {
+    return false;
+  }
 
   std::vector<std::string> shown;
   std::function<void()> inside;
