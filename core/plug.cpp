@@ -38,6 +38,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   ownMachine.globals().initGlobals(findResource("json", "defaults").data());
   Plug::applyGlobalPreferences();
   Plug::updateDsp(false);
+  bandFiles.loadBandTemplate();
   Plug::loadDefaultBanks();
   // Where there is no such folder, saving tells.
   static_cast<void>(makeFolders(ownMachine.folders().install));
@@ -129,7 +130,7 @@ bool Plug::setBypass(bool on) {
 template <typename Set>
 void Plug::spread(std::int32_t index, const Set& set) {
   if (locked.get(index)) return;
-  if (linked.get(index) && isBandParameter(index)) {
+  if (linked.get(index) && isBandParameter(index) && !inHistoryStep.load()) {
     for (int band = 0; band < kNumBands; ++band) {
       const int other = bandParameterId(band, bandOneIdOf(index));
       if (other != index && linked.get(other) && !locked.get(other)) set(other);
@@ -160,6 +161,7 @@ void Plug::setParameterAutomated(std::int32_t index, float normalised) {
 
 void Plug::beginEdit(std::int32_t index) {
   crossoverEdits.beginRecording(index);
+  linkedEdits.beginRecording(index);
   PlugBaseJSON::beginEdit(index);
   crossoverEdits.beginEdit(index);
   autoGain.beginEdit(index);
@@ -167,6 +169,7 @@ void Plug::beginEdit(std::int32_t index) {
 
 void Plug::endEdit(std::int32_t index) {
   PlugBaseJSON::endEdit(index);
+  linkedEdits.endRecording(index);
   crossoverEdits.endEdit(index);
   autoGain.endEdit();
 }

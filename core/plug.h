@@ -9,8 +9,10 @@
 
 #include "core/analyser_feed.h"
 #include "core/auto_gain.h"
+#include "core/band_files.h"
 #include "core/band_operations.h"
 #include "core/crossover_edits.h"
+#include "core/linked_edits.h"
 #include "core/parameter_ids.h"
 #include "core/preferences.h"
 #include "core/update_gate.h"
@@ -61,7 +63,8 @@ class Plug : public PlugBaseJSON {
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
   /// As the base, but a locked parameter stays as it is, and a linked one takes the same row of all
-  /// other bands that are linked, too, and not locked, with it.
+  /// other bands that are linked, too, and not locked, with it; not in a step of the history, which
+  /// knows the others' own values.
   void setParameter(std::int32_t index, float normalised) override;
   /// As the base, but crossover bands make room for one that moves: `CrossoverEdits`. A locked
   /// parameter is not told to the host either.
@@ -124,6 +127,23 @@ class Plug : public PlugBaseJSON {
   void deleteBand(int band) { bandOperations.deleteBand(band); }
   void checkSidechainSources() { bandOperations.checkSidechainSources(); }
 
+  // Band files and the band template: `BandFiles`.
+  std::int32_t saveBand(std::string& text, int band) const {
+    return bandFiles.saveBand(text, band);
+  }
+  void saveDefaultBand(int band) { bandFiles.saveDefaultBand(band); }
+  bool loadBandFromText(const char* text, std::size_t size, int band) {
+    return bandFiles.loadBandFromText(text, size, band);
+  }
+  void resetBand(int band) { bandFiles.resetBand(band); }
+  void loadBandTemplate() { bandFiles.loadBandTemplate(); }
+  bool saveBandFile(const std::string& path, int band) const {
+    return bandFiles.saveBandFile(path, band);
+  }
+  bool loadBandFile(const std::string& path, int band) {
+    return bandFiles.loadBandFile(path, band);
+  }
+
   // Nodes of the graphs: 0..7 bands, 8..14 crossover points, from 15 sidechain filters.
   [[nodiscard]] int bandParameter(int kind, int node);
   [[nodiscard]] float getBandValue(int kind, int node);
@@ -159,8 +179,10 @@ class Plug : public PlugBaseJSON {
 
  private:
   friend class AutoGain;
+  friend class BandActions;
   friend class BandOperations;
   friend class CrossoverEdits;
+  friend class LinkedEdits;
 
   template <typename Set>
   void spread(std::int32_t index, const Set& set);
@@ -190,8 +212,10 @@ class Plug : public PlugBaseJSON {
   AnalyserFeed analyser;
   OutputPeak outputPeak;
   AutoGain autoGain{*this};
+  BandFiles bandFiles{*this};
   BandOperations bandOperations{*this};
   CrossoverEdits crossoverEdits{*this};
+  LinkedEdits linkedEdits{*this};
   Machine& ownMachine;
   EditorState editor;
   PresetFiles files{*this, editor, ownMachine};

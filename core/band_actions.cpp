@@ -1,0 +1,224 @@
+#include "core/band_actions.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "core/plug.h"
+
+namespace {
+
+constexpr double kOrderScale = 2097152.0;        // see `BandLayout::bandOrderValue`
+constexpr std::int32_t kNeutralOrder = 1754760;  // 0 to 7
+constexpr float kNeutralNormalised = 0.8367348F;
+
+constexpr bool isBand(int band) noexcept { return band >= 0 && band < kNumBands; }
+
+bool isRunning(const Plug& plug, int band) {
+  return plug.getPlainValue(bandParameterId(band, kB1State)) != 0.0F;
+}
+
+constexpr bool staysWithBand(int row) noexcept {
+  return row <= kB1Solo || row == kB1Frequency || row == kB1Slope || row == kB1Slope2;
+}
+
+/// A place in the order for what names a band by its number.
+template <typename Order>
+float renamed(float plainBand, const Order& order) {
+  const auto* const found = std::find(order.begin(), order.end(), static_cast<int>(plainBand));
+  return found == order.end() ? plainBand : static_cast<float>(found - order.begin());
+}
+
+/// While it lives, parameters are taken as they come: no crossover band gives way to another.
+class LoadingScope {
+ public:
+  explicit LoadingScope(std::atomic<bool>& mark) : isLoading(mark), before(mark.exchange(true)) {}
+  ~LoadingScope() { isLoading.store(before); }
+  LoadingScope(const LoadingScope&) = delete;
+  LoadingScope& operator=(const LoadingScope&) = delete;
+
+ private:
+  std::atomic<bool>& isLoading;
+  const bool before;
+};
+
+/// Takes all locks and links off parameters; puts others on at its end.
+class FlagMove {
+ public:
+  FlagMove(Plug& effect, std::vector<int> from)
+      : plug(effect), orderLocked(effect.isLocked(kBandOrder)), sources(std::move(from)) {
+    for (const int source : sources) {
+      locks.push_back(plug.isLocked(source));
+      links.push_back(plug.isLinked(source));
+    }
+    for (int band = 0; band < kNumBands; ++band) plug.clearBandFlags(band);
+    plug.setLocked(kBandOrder, false);
+  }
+  ~FlagMove() {
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+      plug.setLocked(kB1State + static_cast<int>(i), locks[i]);
+      plug.setLinked(kB1State + static_cast<int>(i), links[i]);
+    }
+    plug.setLocked(kBandOrder, orderLocked);
+  }
+  FlagMove(const FlagMove&) = delete;
+  FlagMove& operator=(const FlagMove&) = delete;
+
+ private:
+  Plug& plug;
+  const bool orderLocked;
+  const std::vector<int> sources;  // of each band parameter
+  std::vector<bool> locks;
+  std::vector<bool> links;
+};
+
+/// Whether the lists hold what the bands' parameters say they should.
+bool chainStands(const BandLayout& layout) {
+  const auto all = [&layout](const BandLayout::List& list, bool running, bool crossover) {
+    return std::ranges::all_of(list, [&](std::int32_t band) {
+      const auto i = static_cast<std::size_t>(band);
+      return layout.state[i] == running && (!running || layout.isXover[i] == crossover);
+    });
+  };
+  const auto notBelow = [&layout](std::int32_t a, std::int32_t b) {
+    return layout.frequency[static_cast<std::size_t>(a)] >=
+           layout.frequency[static_cast<std::size_t>(b)];
+  };
+  return all(layout.pre, true, false) && all(layout.xover, true, true) &&
+         all(layout.post, true, false) && all(layout.off, false, false) &&
+         std::ranges::adjacent_find(layout.xover, notBelow) == layout.xover.end();
+}
+
+}  // namespace
+
+BandMask BandActions::bandsIn(int band, int scope, BandMask selected) const {
+  if (!isBand(band)) return 0;
+  BandMask running = 0;
+  BandMask crossover = 0;
+  for (int each = 0; each < kNumBands; ++each) {
+    if (isRunning(plug, each)) running |= 1U << each;
+    if (plug.getPlainValue(bandParameterId(each, kB1Type)) == 0.0F) crossover |= 1U << each;
+  }
+  switch (scope) {
+    case kThisBand:
+      return running & 1U << band;
+    case kOtherBands:
+      return running & ~(1U << band);
+    case kAllBands:
+      return running;
+    case kCrossoverBands:
+      return running & crossover;
+    case kDynamicBands:
+      return running & ~crossover;
+    case kSelectedBands:
+      return running & selected;
+    default:
+      return 0;
+  }
+}
+
+void BandActions::setLocks(int band, int scope, BandMask selected, bool on) {
+  const BandMask bands = bandsIn(band, scope, selected);
+  for (int each = 0; each < kNumBands; ++each) {
+    for (int row = kB1Threshold; isIn(bands, each) && row <= kB1SCHFType; ++row) {
+      plug.setLocked(bandParameterId(each, row), on);
+    }
+  }
+}
+
+void BandActions::setLinks(int band, int scope, BandMask selected, bool on) {
+  const BandMask bands = bandsIn(band, scope, selected);
+  if (bands == 0) return;
+  const Plug::UpdateHold hold(plug);
+  plug.beginHistoryGroup();
+  for (int each = 0; each < kNumBands; ++each) {
+    for (int row = kB1Threshold; isIn(bands, each) && row <= kB1SCHFType; ++row) {
+      const int target = bandParameterId(each, row);
+      if (row == kB1Frequency || row == kB1Gain || (!on && !plug.isLinked(target))) continue;
+      plug.setLinked(target, on);
+      plug.beginEdit(target);
+      plug.setParameterAutomated(target, plug.getParameter(bandParameterId(band, row)));
+      plug.endEdit(target);
+    }
+  }
+  plug.endHistoryGroup();
+}
+
+void BandActions::copyRow(int from, int to) {
+  plug.setLocked(to, false);
+  plug.setLinked(to, false);
+  const float normalised = plug.getParameter(from);
+  if (plug.getParameter(to) != normalised) {
+    plug.beginEdit(to);
+    plug.setParameterAutomated(to, normalised);
+    plug.endEdit(to);
+  }
+  plug.setLocked(to, plug.isLocked(from));
+  plug.setLinked(to, plug.isLinked(from));
+}
+
+void BandActions::copyBand(int source, int target) {
+  if (!isBand(source) || (target != kEveryTarget && !isBand(target))) return;
+  const Plug::UpdateHold hold(plug);
+  plug.beginHistoryGroup();
+  for (int band = 0; band < kNumBands; ++band) {
+    const bool meant = target == kEveryTarget ? isRunning(plug, band) : band == target;
+    if (!meant || band == source) continue;
+    for (int row = kB1State; row <= kB1SCHFType; ++row) {
+      if (!staysWithBand(row)) copyRow(bandParameterId(source, row), bandParameterId(band, row));
+    }
+  }
+  plug.endHistoryGroup();
+}
+
+/// False when there is nothing to sort, or no chain to sort by.
+bool BandActions::findOrder(Order& order) {
+  BandLayout& layout = plug.getEngine().layout;
+  const BandLayout::Scope lock(layout);
+  if (!chainStands(layout)) return false;
+  std::copy(layout.order.begin(), layout.order.end(), order.begin());
+  const auto stored = static_cast<double>(plug.getPlainValue(kBandOrder));
+  return !std::ranges::is_sorted(order) ||
+         static_cast<std::int32_t>(stored * kOrderScale) != kNeutralOrder;
+}
+
+bool BandActions::sortBands() {
+  Order order{};
+  if (!findOrder(order)) return false;
+  const Plug::UpdateHold hold(plug);
+  const LoadingScope loading(plug.isLoading);
+  plug.beginHistoryGroup();
+  moveRows(order);
+  plug.endHistoryGroup();
+  return true;
+}
+
+void BandActions::moveRows(const Order& order) {
+  std::vector<int> sources;
+  std::vector<float> values;  // normalised
+  for (const int band : order) {
+    for (int row = kB1State; row <= kB1SCHFType; ++row) {
+      const int source = bandParameterId(band, row);
+      sources.push_back(source);
+      values.push_back(row == kB1SCSBand ? plug.plainToNormalised(
+                                               source, renamed(plug.getPlainValue(source), order))
+                                         : plug.getParameter(source));
+    }
+  }
+  const FlagMove flags(plug, std::move(sources));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    change(kB1State + static_cast<int>(i), values[i]);
+  }
+  change(kSCListen,
+         plug.plainToNormalised(kSCListen, renamed(plug.getPlainValue(kSCListen), order)));
+  change(kBandOrder, kNeutralNormalised);
+}
+
+/// An edit, but none of the user's that Auto Gain should give way to.
+void BandActions::change(int index, float normalised) {
+  if (plug.getParameter(index) == normalised) return;
+  plug.PlugBaseJSON::beginEdit(index);
+  plug.setParameterAutomated(index, normalised);
+  plug.PlugBaseJSON::endEdit(index);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "core/parameter_ids.h"
+
+class Plug;
+
+/// The part of linked parameters in the edit of one of them: they follow it, and are undone with
+/// it. Threads: control side.
+class LinkedEdits {
+ public:
+  explicit LinkedEdits(Plug& effect) noexcept : plug(effect) {}
+
+  // What is undone as one begins before the edit and ends behind it; the end is for those that
+  // followed at the beginning.
+  void beginRecording(int index);
+  void endRecording(int index);
+
+ private:
+  Plug& plug;
+  std::array<std::atomic<std::uint32_t>, kNumParams> followers{};  // bits by band
+};
