@@ -114,7 +114,7 @@ void GroupEdit::spread(Plug& plug, int id, float normalised) {
   const SpreadRule rule = spreadRuleOf(id);
   if (rule == SpreadRule::kNone) return;
   const Gesture& gesture = gestures.at(rowOf(id));
-  BandMask bands = gesture.followers & followersOf(plug, id);
+  BandMask bands = gesture.followers;
   if (bands == 0) return;
   const bool plain = rule == SpreadRule::kRatio;
   const float wanted = plain ? plug.normalisedToPlain(id, normalised) : normalised;

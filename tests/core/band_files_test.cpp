@@ -119,7 +119,7 @@ TEST(BandFiles, TextHoldsThePlainValuesOfOneBandUnderTheKeysOfTheFirst) {
   EXPECT_EQ(text, kSomeRows);
   for (const int slope : {23, 24, 27, 29, 30}) {
     SCOPED_TRACE(slope);
-    const auto slopeText = [slope](int shown) {
+    const auto slopeText = [](int shown) {
       return "\"kB1Slope\":\t" + std::to_string(shown) + ",";
     };
     rig.set(PlugRig::id("kB5Slope"), slope);

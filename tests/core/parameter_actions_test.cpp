@@ -483,10 +483,11 @@ struct Group : PlugRig {
       const float from = plug.getParameter(id);
       const float to = plug.plainToNormalised(id, static_cast<float>(plain));
       // One more at the end, for who gives way a step late.
-      for (int i = 1; i <= steps + 1; ++i) {
+      for (int i = 1; i <= steps + (steps > 1 ? 1 : 0); ++i) {
         const float share = static_cast<float>(std::min(i, steps)) / static_cast<float>(steps);
         const float normalised = i < steps ? from + (to - from) * share : to;
         edit.spread(plug, id, normalised);
+        if (!isRising()) ++timesOutOfOrder;
         plug.setParameterAutomated(id, normalised);
       }
     }
@@ -495,6 +496,7 @@ struct Group : PlugRig {
   }
   [[nodiscard]] std::vector<double> row(int bandOneId) const {
     std::vector<double> values;
+    values.reserve(5);
     for (int band = 0; band < 5; ++band) {
       values.push_back(std::round(100.0 * static_cast<double>(plug.getPlainValue(
                                               bandParameterId(band, bandOneId)))) /
@@ -502,7 +504,14 @@ struct Group : PlugRig {
     }
     return values;
   }
+  [[nodiscard]] bool isRising() {
+    BandLayout& layout = plug.getEngine().layout;
+    return std::ranges::is_sorted(layout.copyOf(layout.xover), {}, [&layout](int band) {
+      return layout.frequency.at(static_cast<std::size_t>(band));
+    });
+  }
   GroupEdit edit;
+  int timesOutOfOrder = 0;  // crossover bands, while only the others have moved
 };
 
 TEST(GroupEdit, SelectedBandsFollowAndComeBackWithOneStep) {
@@ -543,6 +552,16 @@ TEST(GroupEdit, SelectedBandsFollowAndComeBackWithOneStep) {
     }
     expectOneStep(group.plug, before);
   }
+}
+
+TEST(GroupEdit, ACrossoverMovesAsAWhole) {
+  Group group;
+  group.plug.editorState().selectedBands = group.plug.editorState().shownBands = 0x1f;
+  group.drag(kB1Frequency, {300});
+  EXPECT_EQ(group.row(kB1Frequency), (std::vector<double>{300, 900, 3000, 18000, 1500}));
+  group.drag(kB1Frequency, {30});
+  EXPECT_EQ(group.row(kB1Frequency), (std::vector<double>{30, 90, 300, 1800, 150}));
+  EXPECT_EQ(group.timesOutOfOrder, 0);
 }
 
 TEST(GroupEdit, OnlyRunningBandsShownAndSelectedFollow) {
