@@ -2,3 +2,6 @@
 # <name>.cpp here. The includer says what becomes of it: a fuzzer, or a replay of its corpus.
 corvanthelis_fuzzer(json_reader_fuzz corpus/json LINK state)
 corvanthelis_fuzzer(store_fuzz corpus/store LINK state)
+corvanthelis_fuzzer(chunk_fuzz corpus/chunk LINK core)
+corvanthelis_fuzzer(preset_fuzz corpus/preset LINK core)
+corvanthelis_fuzzer(band_fuzz corpus/band LINK core)

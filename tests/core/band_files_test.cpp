@@ -11,6 +11,7 @@
 
 #include "host/alerts.h"
 #include "tests/core/plug_rig.h"
+#include "tests/core/scripted_dialogs.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -32,15 +33,9 @@ bool load(Plug& plug, const std::string& text, int band) {
 
 /// What waits for the user, captions apart.
 std::vector<std::string> takeAlerts() {
-  struct Recorder : Dialogs {
-    void showWarning(const std::string& caption, const std::string& message) override {
-      EXPECT_EQ(caption, "Halvekro : File Access Error");
-      shown.push_back(message);
-    }
-    std::vector<std::string> shown;
-  } recorder;
+  ScriptedDialogs recorder;
   Alerts::instance().show(recorder);
-  return recorder.shown;
+  return recorder.warnings;
 }
 
 /// Two skirts, and one value of every curve, off their defaults.

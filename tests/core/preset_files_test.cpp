@@ -14,6 +14,7 @@
 #include "core/plug.h"
 #include "host/alerts.h"
 #include "state/chunk_codec.h"
+#include "tests/core/scripted_dialogs.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -21,26 +22,6 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// Answers file dialogs with `answer`, an empty one being cancel, and notes all that is shown.
-class ScriptedDialogs : public Dialogs {
- public:
-  void showWarning(const std::string& caption, const std::string& message) override {
-    EXPECT_EQ(caption, "Halvekro : File Access Error");
-    warnings.push_back(message);
-  }
-  bool confirm(const std::string& /*caption*/, const std::string& /*message*/) override {
-    return true;
-  }
-  bool openFileDialog(const FileDialog& dialog, std::string& resultPath) override {
-    asked.push_back(dialog);
-    if (!answer.empty()) resultPath = answer;
-    return !answer.empty();
-  }
-
-  std::string answer;
-  std::vector<FileDialog> asked;
-  Texts warnings;
-};
-
 /// An instance on a machine of its own.
 class FileRig {
  public:
