@@ -85,6 +85,7 @@ const PresetMenu* PresetFiles::currentPresetMenu() const {
 void PresetFiles::setPlace(const Place& wanted) {
   editor.lastPresetFolder = wanted.folder;
   editor.lastPreset = wanted.index;
+  plug.markChanged();
   updatePresetButtons();
 }
 
@@ -102,34 +103,23 @@ void PresetFiles::step(int by) {
 
 void PresetFiles::moveTo(const Place& wanted) {
   const Place before = place();
-  const Place beforeThat = std::exchange(previous, before);
-  plug.markChanged();
   setPlace(wanted);
-  if (loadCurrent()) return;
-  setPlace(before);
-  previous = beforeThat;
-}
-
-void PresetFiles::loadCurrentPreset() {
-  const Place before = place();
-  plug.markChanged();
-  if (!loadCurrent()) setPlace(before);
+  if (!loadCurrent(before)) setPlace(before);
 }
 
 /// False when the place is none that could be loaded; one beyond the ends moves to the end instead.
-bool PresetFiles::loadCurrent() {
+bool PresetFiles::loadCurrent(const Place& comesFrom) {
   if (currentPresetMenu() == nullptr && menu != nullptr) setPlace({menu->path, 0});
   const PresetMenu* const current = currentPresetMenu();
   if (current == nullptr) return false;
   const auto count = static_cast<int>(current->entries.size());
   if (editor.lastPreset < 0 || editor.lastPreset >= count) {
-    editor.lastPreset = editor.lastPreset < 0 ? 0 : std::max(count - 1, 0);
-    updatePresetButtons();
+    setPlace({current->path, editor.lastPreset < 0 ? 0 : std::max(count - 1, 0)});
     return true;
   }
   const PresetMenu::Entry& entry = current->entries[static_cast<std::size_t>(editor.lastPreset)];
   if (entry.submenu != nullptr) return false;
-  return loadFile(current->path + entry.text + "." + kPresetExtension, true, entry.text, previous);
+  return loadFile(current->path + entry.text + "." + kPresetExtension, true, entry.text, comesFrom);
 }
 
 bool PresetFiles::previousEnabled() const { return editor.lastPreset > 0; }
@@ -158,7 +148,6 @@ void PresetFiles::savePresetDialog(Dialogs& dialogs, const std::string& extensio
 bool PresetFiles::savePreset(const std::string& path, const std::string& extension, bool isPreset) {
   const std::string oldName = programName();
   const std::string oldFolder = editor.lastPresetFolder;
-  plug.markChanged();
   if (menu != nullptr && currentPresetMenu() == nullptr) editor.lastPresetFolder.clear();
   const FileName file = splitName(path);
   if (file.extension == extension) plug.setProgramName(file.base.c_str());

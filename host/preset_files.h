@@ -46,7 +46,7 @@ class PresetFiles {
   // submenu. Without a place the first entry of the root is loaded.
   void nextPreset() { step(1); }
   void previousPreset() { step(-1); }
-  void loadCurrentPreset();
+  void loadCurrentPreset() { moveTo(place()); }
   [[nodiscard]] bool previousEnabled() const;
   [[nodiscard]] bool nextEnabled() const;
 
@@ -76,7 +76,7 @@ class PresetFiles {
   void setPlace(const Place& wanted);
   void step(int by);
   void moveTo(const Place& wanted);
-  [[nodiscard]] bool loadCurrent();
+  [[nodiscard]] bool loadCurrent(const Place& comesFrom);
   [[nodiscard]] bool loadFile(const std::string& path, bool isPreset, std::string_view name,
                               const Place& comesFrom);
   [[nodiscard]] StateSnapshot takeSnapshot(bool isPreset, const Place& toReturnTo);
@@ -88,7 +88,6 @@ class PresetFiles {
   EditorState& editor;
   const InstallFolders& folders;
   std::unique_ptr<PresetMenu> menu;
-  Place previous;  // the place before the present one
   std::vector<StateSnapshot> undoStates;
   std::vector<StateSnapshot> redoStates;
   std::string defaultBankPath;

@@ -338,6 +338,8 @@ TEST_F(RefusedFile, LeavesEverythingAsItWasAndSaysSo) {
 }
 
 TEST_F(RefusedFile, ThatCannotBeWrittenLeavesNameAndPlace) {
+  rig.editor.lastPresetFolder = "/a folder that is gone/";
+  before = rig.document();
   for (const std::string name : {"No such folder/New.CorvanthelisPreset", "Sub"}) {
     SCOPED_TRACE(name);
     rig.editor.presetMenuStale = false;
