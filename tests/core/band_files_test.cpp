@@ -37,6 +37,8 @@ std::vector<std::string> takeAlerts() {
       EXPECT_EQ(caption, "Halvekro : File Access Error");
       shown.push_back(message);
     }
+    bool confirm(const std::string&, const std::string&) override { return false; }
+    bool openFileDialog(const FileDialog&, std::string&) override { return false; }
     std::vector<std::string> shown;
   } recorder;
   Alerts::instance().show(recorder);
