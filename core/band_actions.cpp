@@ -135,7 +135,7 @@ void BandActions::setLinks(int band, int scope, BandMask selected, bool on) {
   for (int each = 0; each < kNumBands; ++each) {
     for (int row = kB1Threshold; isIn(bands, each) && row <= kB1SCHFType; ++row) {
       const int target = bandParameterId(each, row);
-      if (row == kB1Frequency || row == kB1Gain || (!on && !plug.isLinked(target))) continue;
+      if (row == kB1Frequency || row == kB1Gain) continue;
       plug.setLinked(target, on);
       plug.beginEdit(target);
       plug.setParameterAutomated(target, plug.getParameter(bandParameterId(band, row)));
@@ -163,8 +163,7 @@ void BandActions::copyBand(int source, int target) {
   const Plug::UpdateHold hold(plug);
   plug.beginHistoryGroup();
   for (int band = 0; band < kNumBands; ++band) {
-    const bool meant = target == kEveryTarget ? isRunning(plug, band) : band == target;
-    if (!meant || band == source) continue;
+    if (band == source || (target != kEveryTarget && band != target)) continue;
     for (int row = kB1State; row <= kB1SCHFType; ++row) {
       if (!staysWithBand(row)) copyRow(bandParameterId(source, row), bandParameterId(band, row));
     }

@@ -37,12 +37,12 @@ class BandActions {
   // band sits, of which kind it is and whether it is heard.
   void lock(int band, int scope, BandMask selected) { setLocks(band, scope, selected, true); }
   void unlock(int band, int scope, BandMask selected) { setLocks(band, scope, selected, false); }
-  /// Frequencies and gains stay alone; the rows linked take the values of `band`.
+  /// Frequencies and gains stay alone; their rows take the values of `band`.
   void link(int band, int scope, BandMask selected) { setLinks(band, scope, selected, true); }
-  /// The rows that were linked take the values of `band` a last time.
+  /// As `link`: the rows take the values of `band` a last time.
   void unlink(int band, int scope, BandMask selected) { setLinks(band, scope, selected, false); }
 
-  /// What `copyBand` takes for all running bands.
+  /// What `copyBand` takes for all bands.
   static constexpr int kEveryTarget = -1;
   /// Copies rows with their locks and links, but for what `lock` leaves out, frequency and slopes.
   /// A lock of the target does not hold this off.
