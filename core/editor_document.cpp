@@ -23,6 +23,9 @@ constexpr const char* kFolder = "lastPresetFolder";
 constexpr const char* kLocks = "parameterLocks";
 constexpr const char* kLinks = "parameterLinks";
 
+// Pixels, of any window system; the width of another mode stays within its type, too.
+constexpr int kWidestWindow = 32767;
+
 struct Number {
   const char* key;
   int EditorState::*field;
@@ -81,7 +84,8 @@ void takeBanks(Plug& plug, const JsonNode* settings) {
 void takeMode(const JsonNode* settings, EditorState& state) {
   takeNumber(settings, kModeKey, state.wantedUimode);
   const JsonNode* const width = jsonGetObjectItem(settings, kFreeWidth);
-  if (width != nullptr && !state.loadingFile && width->valueInt > 0) {
+  const bool isWidth = width != nullptr && width->valueInt > 0 && width->valueInt <= kWidestWindow;
+  if (isWidth && !state.loadingFile) {
     state.freeWidth = width->valueInt;
     state.zoom = static_cast<double>(state.freeWidth) / EditorState::widthOf(state.wantedUimode);
   } else if (state.uimode != state.wantedUimode) {
@@ -124,8 +128,8 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   const JsonNode* const settings = jsonGetObjectItem(root, kSettings);
   if (settings == nullptr) return;
   EditorState& state = plug.editorState();
-  const bool holdsBanks = jsonGetObjectItem(root, "presets") != nullptr;
-  if (holdsBanks && !isPreset) takeBanks(plug, settings);
+  // A bank that is given for a preset holds "presets", too, but loads its first program alone.
+  if (!isPreset && jsonGetObjectItem(root, "presets") != nullptr) takeBanks(plug, settings);
   takeMode(settings, state);
   takeNumbers(settings, state, kBeforeWidth);
   takeBand(settings, state);

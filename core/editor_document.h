@@ -9,6 +9,6 @@ class Plug;
 /// Appends both to the root of a document. Throws std::bad_alloc.
 void saveEditorState(Plug& plug, JsonNode* root);
 
-/// Takes what the root holds of both; what is missing stays as it is, and so do the banks in use
-/// where the document is loaded as a preset. Does nothing without "settings".
+/// Takes what the root holds of both; what is missing stays as it is, and so do the banks where a
+/// preset is loaded. Does nothing without "settings".
 void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset);

@@ -33,8 +33,9 @@ JsonTree Plug::loadState(const char* text, bool isPreset) {
   JsonTree root = PlugBaseJSON::loadState(text, isPreset);
   if (root == nullptr) return root;
   const bool isOld = jsonGetObjectItem(root.get(), kVersionMark) == nullptr;
-  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0)
+  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) {
     loadEditorState(*this, root.get(), isPreset);
+  }
   if (isOld) keepOldLogBehaviour(isPreset);
   autoGain.startAfresh();
   return root;

@@ -1,5 +1,6 @@
 #include "state/ui_settings.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -43,7 +44,8 @@ void mergeGroup(const JsonNode& group, const JsonNode* stored) {
     JsonNode* const target = jsonGetObjectItem(entry, "value");
     const JsonNode* const source =
         jsonGetObjectItem(findMember(stored, index, entry->key), "value");
-    if (!target || !source) continue;
+    // A number beyond all bounds could not be stored again.
+    if (!target || !source || !std::isfinite(source->valueDouble)) continue;
     const bool isNumber = (source->type & kJsonTypeMask) == kJsonNumber;
     setNumber(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);
   }

@@ -150,6 +150,41 @@ TEST(PlugDocumentTest, TheEditorTakesItsPartOfADocument) {
   }
 }
 
+TEST(PlugDocumentTest, ABankGivenAsAPresetLoadsItsFirstProgramAlone) {
+  PlugRig rig;
+  rig.set(kIpTrim, 6.0);
+  rig.plug.copyToBank(3);
+  load(rig.plug,
+       R"({"presets":[{"parameters":{"kIpTrim":0.25}}],"ab":[{},{},{},{}],"v101":true,)"
+       R"("settings":{"currentAB":3,"lastAB":2,"linkPage":4}})",
+       true);
+  EXPECT_EQ(rig.plug.getCurrentBank(), 0);
+  EXPECT_EQ(rig.plug.getParameter(kIpTrim), 0.25F);
+  EXPECT_EQ(rig.plug.editorState().lastAB, 0);
+  EXPECT_EQ(rig.plug.editorState().linkPage, 4) << "the rest of the editor's part is taken";
+  rig.plug.switchBank(3);
+  EXPECT_NEAR(rig.get("kIpTrim"), 6.0, 1e-5);
+}
+
+TEST(PlugDocumentTest, NumbersBeyondBoundsLeaveADocumentThatLoadsAgain) {
+  PlugRig from;
+  load(from.plug,
+       R"({"parameters":{"kIpTrim":1e999,"kOpTrim":-1e999},"settings":{"freeWidth":2147483647,)"
+       R"("meterRange":1e999},"uiprefs":{"Graph":{"Range":{"value":1e999},)"
+       R"("GR Decay":{"value":0e999},"Gradient":{"value":0}}}})");
+  load(from.plug, R"({"settings":{"uimode":1}})");
+  EXPECT_EQ(from.plug.editorState().freeWidth, EditorState::kPanelWidth);
+  from.set(kIpTrim, 3.0);
+  const std::string text = textOf(from.plug);
+  PlugRig to;
+  load(to.plug, text);
+  EXPECT_FALSE(to.plug.chunkRefused());
+  EXPECT_NEAR(to.get("kIpTrim"), 3.0, 1e-5);
+  EXPECT_EQ(to.plug.uiSettings().getUiValue("Graph", "Range"), 4.0);
+  EXPECT_EQ(to.plug.uiSettings().getUiValue("Graph", "GR Decay"), 100.0);
+  EXPECT_EQ(to.plug.uiSettings().getUiValue("Graph", "Gradient"), 0.0);
+}
+
 TEST(PlugDocumentTest, OldDocumentsKeepTheirBehaviourAndFlagsGoWithEveryLoad) {
   PlugRig rig;
   load(rig.plug, R"({"presets":[{}],"ab":[{},{},{},{},{},{},{},{}]})");
