@@ -118,13 +118,14 @@ JsonTree curveJson(const CurveCommand::Curve& curve) {
 
 CurveCommand::CurveCommand(CLI::App& program)
     : app(*program.add_subcommand("curve", "Print the frequency response of a band")),
-      settings(app) {
+      state(app, false) {
   app.footer(
       "Examples:\n"
       "  corvanthelis curve --band 1 --set kB2State=1 --set kB2Frequency=4000\n"
       "  corvanthelis curve --band 2 --set kB2State=1 --set kB2Type=1 --set kB2SubType=3\n"
       "  corvanthelis curve --band 1 --set kB1Type=1 --measured --rate 96000 --points 2000\n"
-      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse");
+      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse\n"
+      "  corvanthelis curve --band 2 --preset Vocals/Soft");
   app.add_option("--band", band, "The band, 1 to 8")
       ->required()
       ->type_name("N")
@@ -152,14 +153,14 @@ void CurveCommand::checkRate() const {
 int CurveCommand::run() const {
   checkRate();
   std::vector<std::string> warnings;
-  const std::vector<Setting> wanted = settings.parse(warnings);
+  const EffectState wanted = state.read(warnings);
   HostedPlug plug(false);
   plug.setSampleRate(static_cast<float>(rate));
-  applySettings(plug, wanted);
+  applyState(plug, wanted);
   plug.resume();
   const int index = band - 1;
   checkInChain(plug, index);
-  for (const std::string& warning : warnings) printWarning(warning);
+  printWarnings(warnings);
 
   if (!measured) {
     const std::vector<float> frequencies = curveFrequencies(points, kHighestHz);

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <vector>
 
-#include "apps/setting_options.h"
+#include "apps/state_options.h"
 #include "core/plug.h"
 
 /// `corvanthelis curve`: the frequency response of one band.
@@ -24,7 +24,7 @@ class CurveCommand {
   void print(Plug& plug, const Curve& curve) const;
 
   CLI::App& app;
-  SettingOptions settings;
+  StateOptions state;
   int band = 1;  // as users count, 1..8
   int points = 512;
   double rate = 48000.0;  // Hz

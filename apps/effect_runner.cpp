@@ -19,15 +19,6 @@ std::intptr_t answer(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t,
 
 }  // namespace
 
-void applySettings(Plug& plug, std::span<const Setting> settings) {
-  for (const Setting& setting : settings) {
-    plug.setParameter(setting.parameter,
-                      setting.isNormalised
-                          ? setting.value
-                          : plug.plainToNormalised(setting.parameter, setting.value));
-  }
-}
-
 HostedPlug::HostedPlug(bool realtime)
     : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>, Idle::kCaller,
            &monotonicMilliseconds, Machine::detached()) {}
@@ -41,7 +32,7 @@ EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainCha
       realtime(setup.realtime) {
   plug.setSampleRate(static_cast<float>(sampleRate));
   plug.setBlockSize(setup.blockFrames);
-  applySettings(plug, setup.settings);
+  applyState(plug, setup.state);
   plug.resume();
   // The end of a gesture is what starts a measurement.
   if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);

@@ -3,26 +3,23 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
+#include "apps/effect_state.h"
 #include "apps/gain_range.h"
-#include "apps/settings.h"
 #include "core/plug.h"
 
 /// How the effect is to be run.
 struct EffectSetup {
-  std::vector<Setting> settings;  ///< set in this order before the first block
-  int blockFrames = 1024;         ///< largest block
-  bool doubles = false;           ///< the 64-bit entry
-  bool realtime = false;          ///< tell the effect that it plays live
+  EffectState state;
+  int blockFrames = 1024;  ///< largest block
+  bool doubles = false;    ///< the 64-bit entry
+  bool realtime = false;   ///< tell the effect that it plays live
 };
 
-/// Sets parameters of `plug` in the order of `settings`.
-void applySettings(Plug& plug, std::span<const Setting> settings);
-
-/// An instance that nobody idles but its owner, whose host renders live or offline.
+/// An instance that nobody idles but its owner, whose host renders live or offline. It knows no
+/// settings of the user: what it does depends on nothing but what it is told.
 class HostedPlug : public Plug {
  public:
   explicit HostedPlug(bool realtime);

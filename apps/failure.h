@@ -11,6 +11,16 @@ class Failure : public std::runtime_error {
       : std::runtime_error(file + ": " + reason) {}
 };
 
+/// Runs `work`; a `Failure` of it tells `consequence`, too.
+template <typename Work>
+auto orElse(const char* consequence, const Work& work) {
+  try {
+    return work();
+  } catch (const Failure& failure) {
+    throw Failure(std::string(failure.what()) + "; " + consequence);
+  }
+}
+
 /// Arguments that make no sense, whatever the files hold.
 class WrongArguments : public std::runtime_error {
  public:

@@ -16,12 +16,12 @@ constexpr int kTail = 4096;  // samples: more than the kernels reach past the la
 
 }  // namespace
 
-std::vector<double> soloedImpulseResponse(std::span<const Setting> settings, int band,
-                                          int sampleRate) {
+std::vector<double> soloedImpulseResponse(const EffectState& state, int band, int sampleRate) {
   EffectSetup setup;
-  setup.settings.assign(settings.begin(), settings.end());
+  setup.state = state;
   for (int other = 0; other < kNumBands; ++other) {
-    setup.settings.push_back({bandParameterId(other, kB1Solo), false, other == band ? 1.0F : 0.0F});
+    setup.state.settings.push_back(
+        {bandParameterId(other, kB1Solo), false, other == band ? 1.0F : 0.0F});
   }
   setup.doubles = true;
   EffectRunner runner(setup, sampleRate, kChannels, 0);

@@ -3,10 +3,13 @@
 #include <iostream>
 #include <string>
 
+#include "apps/band_command.h"
 #include "apps/curve_command.h"
 #include "apps/failure.h"
 #include "apps/messages.h"
+#include "apps/presets_command.h"
 #include "apps/render_command.h"
+#include "apps/state_command.h"
 #include "apps/value_commands.h"
 #include "platform/standard_streams.h"
 
@@ -17,6 +20,7 @@ constexpr const char* kFooter =
     "\n"
     "Examples:\n"
     "  corvanthelis render in.wav out.wav --set kB1Threshold=-20\n"
+    "  corvanthelis render in.wav out.wav --preset Vocals/Soft\n"
     "  corvanthelis params\n"
     "  corvanthelis render --help";
 
@@ -37,6 +41,9 @@ int runCommand(int argc, char** argv) {
   FormatCommand format(program);
   LatencyCommand latency(program);
   CurveCommand curve(program);
+  const StateCommand state(program);
+  const BandCommand band(program);
+  const PresetsCommand presets(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& answered) {  // --help, --version
@@ -49,8 +56,12 @@ int runCommand(int argc, char** argv) {
   if (format.chosen()) return format.run();
   if (latency.chosen()) return latency.run();
   if (curve.chosen()) return curve.run();
+  if (state.chosen()) return state.run();
+  if (band.chosen()) return band.run();
+  if (presets.chosen()) return presets.run();
   throw WrongArguments(
-      "a command is missing: render, params, format, latency or curve (see --help)");
+      "a command is missing: render, params, format, latency, curve, state, band or presets "
+      "(see --help)");
 }
 
 int runAndReport(int argc, char** argv) {

@@ -13,3 +13,7 @@ std::string warningLine(std::string_view message) {
 void printError(std::string_view message) { std::cerr << messageLine(message) + "\n"; }
 
 void printWarning(std::string_view message) { std::cerr << warningLine(message) + "\n"; }
+
+void printWarnings(const std::vector<std::string>& messages) {
+  for (const std::string& message : messages) printWarning(message);
+}

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// A message under the program's name, in one line without its end.
 [[nodiscard]] std::string messageLine(std::string_view message);
@@ -10,3 +11,4 @@
 /// The same, written to the standard error stream.
 void printError(std::string_view message);
 void printWarning(std::string_view message);
+void printWarnings(const std::vector<std::string>& messages);

@@ -30,7 +30,13 @@ constexpr const char* kExamples =
     "  corvanthelis render in.wav out.flac --match-loudness\n"
     "  corvanthelis render music.wav ducked.wav --sidechain voice.wav --set kB1SCSrc=2\n"
     "  corvanthelis render in.wav out.wav --automation moves.csv --json\n"
-    "  corvanthelis render *.wav --out-dir done --jobs 4";
+    "  corvanthelis render *.wav --out-dir done --jobs 4\n"
+    "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
+    "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
+    "\n"
+    "Files set the effect first: a state or bank, then a preset, then bands; then --set and "
+    "--setn\n"
+    "in the order given. Locks and links that a file holds are not in force.";
 
 void printReports(const std::vector<RenderOutcome>& outcomes, double elapsedSeconds) {
   std::size_t nameWidth = 4;
@@ -69,7 +75,7 @@ void printReportsJson(const std::vector<RenderItem>& items,
   printJson(list.get());
 }
 
-void printWarnings(const std::vector<RenderOutcome>& outcomes) {
+void printReportWarnings(const std::vector<RenderOutcome>& outcomes) {
   for (const RenderOutcome& outcome : outcomes) {
     if (!outcome.report) continue;
     for (const std::string& warning : outcome.report->warnings) {
@@ -81,7 +87,7 @@ void printWarnings(const std::vector<RenderOutcome>& outcomes) {
 }  // namespace
 
 RenderCommand::RenderCommand(CLI::App& program)
-    : app(*program.add_subcommand("render", "Run the effect over audio files")), settings(app) {
+    : app(*program.add_subcommand("render", "Run the effect over audio files")), state(app) {
   app.footer(kExamples);
   addFileOptions();
   addEffectOptions();
@@ -125,7 +131,7 @@ void RenderCommand::addReportOptions() {
 
 RenderOptions RenderCommand::options(std::vector<std::string>& warnings) const {
   RenderOptions result;
-  result.effect.settings = settings.parse(warnings);
+  result.effect.state = orElse("nothing was rendered", [&] { return state.read(warnings); });
   result.effect.blockFrames = block;
   result.effect.doubles = doubles;
   result.effect.realtime = realtime;
@@ -153,7 +159,7 @@ std::vector<RenderItem> RenderCommand::items() const {
 void RenderCommand::checkMatch(const RenderOptions& renderOptions) const {
   if (!matchLoudness) return;
   HostedPlug plug(realtime);
-  applySettings(plug, renderOptions.effect.settings);
+  applyState(plug, renderOptions.effect.state);
   if (plug.getPlainValue(kAutoGain) != 0.0F || renderOptions.automation.touches(kAutoGain)) {
     throw WrongArguments("--match-loudness and kAutoGain both set kOpTrim; use one of them");
   }
@@ -191,7 +197,9 @@ RenderCommand::Plan RenderCommand::plan() const {
     }
     static_cast<void>(audioFormatFor(item.output, result.options.format));
   }
-  refuseOverwriting(result.items, {sidechain, automation});
+  std::vector<std::string> alsoRead = {sidechain, automation};
+  for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
+  refuseOverwriting(result.items, alsoRead);
   if (!automation.empty()) {
     result.options.automation = readAutomationFile(automation);
     const std::vector<std::string>& told = result.options.automation.warnings;
@@ -219,8 +227,8 @@ int RenderCommand::run() {
                                    [](const auto& outcome) { return outcome.report.has_value(); });
   // A single file that failed has had its one line.
   if (allDone || isBatch()) {
-    for (const std::string& warning : work.warnings) printWarning(warning);
-    printWarnings(outcomes);
+    printWarnings(work.warnings);
+    printReportWarnings(outcomes);
     // In JSON each report tells them all.
     for (RenderOutcome& outcome : outcomes) {
       if (!outcome.report) continue;

@@ -7,7 +7,7 @@
 #include "apps/batch.h"
 #include "apps/output_plan.h"
 #include "apps/render_options.h"
-#include "apps/setting_options.h"
+#include "apps/state_options.h"
 
 /// `corvanthelis render`.
 class RenderCommand {
@@ -40,7 +40,7 @@ class RenderCommand {
   [[nodiscard]] int jobCount() const;
 
   CLI::App& app;
-  SettingOptions settings;
+  StateOptions state;
   std::vector<std::string> files;
   std::string outDirectory;
   std::string sidechain;

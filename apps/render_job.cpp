@@ -85,7 +85,7 @@ RenderReport renderFile(const std::string& input, const std::string& output,
     if (number == 1) trimOfUser = report.trimBefore;
     const bool isLast = !options.matchLoudness || number == kMostPasses;
     if (const auto trim = isLast ? std::nullopt : search.next(report)) {
-      setup.settings.push_back({kOpTrim, false, *trim});
+      setup.state.settings.push_back({kOpTrim, false, *trim});
       if (number >= kUsualPasses) progress.addTotal(pass.framesRead());
       continue;
     }

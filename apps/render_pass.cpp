@@ -129,6 +129,7 @@ RenderReport RenderPass::report() const {
   if (before) result.before = before->result();
   if (after) result.after = after->result();
   result.gains = runner.gains();
+  for (const StateFile& file : options.effect.state.files) result.loaded.push_back(file.name);
   result.trimBefore = startTrim;
   result.trimAfter = static_cast<double>(runner.plainValue(kOpTrim));
   std::vector<std::string>& warnings = result.warnings;

@@ -86,6 +86,14 @@ JsonTree gainsJson(const RenderReport& report) {
   return list;
 }
 
+JsonTree textsJson(const std::vector<std::string>& texts) {
+  JsonTree list(jsonCreateArray());
+  for (const std::string& text : texts) {
+    jsonAddItemToArray(list.get(), jsonCreateString(validUtf8(text).c_str()));
+  }
+  return list;
+}
+
 }  // namespace
 
 double RenderReport::seconds() const noexcept {
@@ -103,6 +111,9 @@ std::string reportText(const RenderReport& report) {
   text += row("channels", std::to_string(report.channels));
   text += row("length", durationText(report.seconds()) + " (" + std::to_string(report.frames) +
                             (report.frames == 1 ? " frame)" : " frames)"));
+  for (const std::string& file : report.loaded) {
+    text += row(&file == &report.loaded.front() ? "set by" : "", oneLine(file));
+  }
   text += row("latency", latencyText(report));
   text += loudnessRows(report);
   text += gainRows(report);
@@ -151,11 +162,8 @@ JsonTree reportJson(const RenderReport& report) {
   addMember(object, "outputTrimDb", beforeAndAfter(report.trimBefore, report.trimAfter).release());
   addMember(object, "passes", report.passes);
   addMember(object, "speed", report.speed());
-  JsonTree warnings(jsonCreateArray());
-  for (const std::string& warning : report.warnings) {
-    jsonAddItemToArray(warnings.get(), jsonCreateString(validUtf8(warning).c_str()));
-  }
-  addMember(object, "warnings", warnings.release());
+  addMember(object, "loaded", textsJson(report.loaded).release());
+  addMember(object, "warnings", textsJson(report.warnings).release());
   return object;
 }
 

@@ -28,6 +28,7 @@ struct RenderReport {
   double trimAfter = 0.0;   ///< and as it stood at the end
   int passes = 1;
   double elapsedSeconds = 0.0;
+  std::vector<std::string> loaded;  ///< files that set the effect, in their order
   std::vector<std::string> warnings;
 
   [[nodiscard]] double seconds() const noexcept;

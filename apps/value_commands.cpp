@@ -75,10 +75,6 @@ void printTable(const std::vector<Columns>& rows) {
   }
 }
 
-void printWarnings(const std::vector<std::string>& warnings) {
-  for (const std::string& warning : warnings) printWarning(warning);
-}
-
 }  // namespace
 
 ParamsCommand::ParamsCommand(CLI::App& program)
@@ -111,12 +107,13 @@ int ParamsCommand::run() const {
 
 FormatCommand::FormatCommand(CLI::App& program)
     : app(*program.add_subcommand("format", "Print the text that a parameter shows for values")),
-      settings(app) {
+      state(app) {
   app.footer(
       "Examples:\n"
       "  corvanthelis format kB1Threshold 0 0.5 1\n"
       "  corvanthelis format --note kB1Frequency 0.5\n"
-      "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25");
+      "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
+      "  corvanthelis format --preset Vocals/Soft kB1Position 0");
   app.add_flag("--note", note, "Show frequencies as musical notes");
   app.add_option("ID", identifier, "The parameter")->required()->type_name("");
   app.add_option("NORMALISED", values, "Positions; what is beyond 0 to 1 counts as the end")
@@ -126,7 +123,7 @@ FormatCommand::FormatCommand(CLI::App& program)
 
 int FormatCommand::run() const {
   std::vector<std::string> warnings;
-  const std::vector<Setting> wanted = settings.parse(warnings);
+  const EffectState wanted = state.read(warnings);
   const std::int32_t parameter = parameterNumber(identifier);
   std::vector<float> positions;
   for (const std::string& text : values) {
@@ -135,7 +132,7 @@ int FormatCommand::run() const {
     positions.push_back(static_cast<float>(std::clamp(*value, 0.0, 1.0)));
   }
   HostedPlug plug(false);
-  applySettings(plug, wanted);
+  applyState(plug, wanted);
   printWarnings(warnings);
   for (const float position : positions) {
     std::array<char, Plug::kParameterTextCapacity> text{};
@@ -146,13 +143,13 @@ int FormatCommand::run() const {
 }
 
 LatencyCommand::LatencyCommand(CLI::App& program)
-    : app(*program.add_subcommand("latency", "Print the effect's delay in samples")),
-      settings(app) {
+    : app(*program.add_subcommand("latency", "Print the effect's delay in samples")), state(app) {
   app.footer(
       "Examples:\n"
       "  corvanthelis latency\n"
       "  corvanthelis latency --rate 96000 --set kOversample=2\n"
-      "  corvanthelis latency --offline --set kOversampleOL=2");
+      "  corvanthelis latency --offline --set kOversampleOL=2\n"
+      "  corvanthelis latency --state session.json");
   app.add_option("--rate", rate, "Sample rate")->capture_default_str()->type_name("HZ");
   app.add_flag("--offline", offline, "As in a render, where kOversampleOL counts (live)");
 }
@@ -163,10 +160,10 @@ int LatencyCommand::run() const {
                          std::to_string(Loudness::kHighestRate) + " Hz");
   }
   std::vector<std::string> warnings;
-  const std::vector<Setting> wanted = settings.parse(warnings);
+  const EffectState wanted = state.read(warnings);
   HostedPlug plug(!offline);
   plug.setSampleRate(static_cast<float>(rate));
-  applySettings(plug, wanted);
+  applyState(plug, wanted);
   plug.resume();
   plug.onIdle();
   printWarnings(warnings);

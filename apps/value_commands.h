@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/setting_options.h"
+#include "apps/state_options.h"
 
 /// `corvanthelis params`: the list of parameters.
 class ParamsCommand {
@@ -27,7 +27,7 @@ class FormatCommand {
 
  private:
   CLI::App& app;
-  SettingOptions settings;
+  StateOptions state;
   bool note = false;
   std::string identifier;
   std::vector<std::string> values;
@@ -42,7 +42,7 @@ class LatencyCommand {
 
  private:
   CLI::App& app;
-  SettingOptions settings;
+  StateOptions state;
   double rate = 48000.0;  // Hz
   bool offline = false;
 };

@@ -7,12 +7,6 @@
 
 namespace {
 
-// Empty without a place for settings: a store that reads nothing and refuses to write.
-std::string settingsPath() {
-  const std::string folder = userConfigFolder();
-  return folder.empty() ? folder : folder + "/Halvekro/Corvanthelis/settings.json";
-}
-
 Machine machineOfUser() {
   auto store = std::make_unique<FileStore>(settingsPath());
   InstallFolders folders = findInstallFolders(*store);
@@ -20,6 +14,11 @@ Machine machineOfUser() {
 }
 
 }  // namespace
+
+std::string settingsPath() {
+  const std::string folder = userConfigFolder();
+  return folder.empty() ? folder : folder + "/Halvekro/Corvanthelis/settings.json";
+}
 
 Machine::Machine(std::unique_ptr<UserStore> userStore, InstallFolders installFolders)
     : ownedStore(std::move(userStore)),

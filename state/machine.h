@@ -1,11 +1,16 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "state/globals.h"
 #include "state/install_folders.h"
 #include "state/midi_map.h"
 #include "state/user_store.h"
+
+/// The file of the user's store. Empty where the environment names no place for settings: a store
+/// there reads nothing and refuses to write.
+[[nodiscard]] std::string settingsPath();
 
 /// What all instances on a machine share: the user's store, preferences, MIDI map, folders.
 /// Threads: any but the audio thread, save for what a member allows there.

@@ -7,12 +7,12 @@
 
 #include "tests/apps/test_files.h"
 
-ProgramRun runProgram(const std::string& arguments) {
+ProgramRun runProgram(const std::string& arguments, const std::string& program) {
   const TestDirectory directory;
   const std::string out = directory.path("out");
   const std::string err = directory.path("err");
   const std::string command =
-      ">'" + out + "' 2>'" + err + "' </dev/null '" CORVANTHELIS_PROGRAM "' " + arguments;
+      ">'" + out + "' 2>'" + err + "' </dev/null '" + program + "' " + arguments;
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readBytes(out), readBytes(err)};
 }

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+/// `corvanthelis band`: takes bands out of states and presets, and puts them in.
+class BandCommand {
+ public:
+  explicit BandCommand(CLI::App& program);
+  int run() const;  ///< an `ExitStatus`; throws `Failure` and `WrongArguments`
+  [[nodiscard]] bool chosen() const { return app.parsed(); }
+
+ private:
+  [[nodiscard]] CLI::App& addSave();
+  [[nodiscard]] CLI::App& addLoad();
+  void saveBand() const;
+  void loadBand() const;
+
+  CLI::App& app;
+  std::vector<std::string> words;  // what stands behind `save`
+  bool isDefault = false;
+  std::string file;
+  int band = 1;  // as users count, 1..8
+  std::string bandFile;
+  std::string output;
+  const CLI::App& save;
+  const CLI::App& load;
+};

@@ -1,0 +1,57 @@
+#include "apps/effect_state.h"
+
+#include <cstdint>
+
+#include "apps/failure.h"
+
+namespace {
+
+constexpr Plug::FlagWords kNoFlags{};
+
+/// A new effect holds the table's own numbers; once loaded, they have been through 0..1 and may
+/// differ in the last bit. All that is run here has the latter, so that a preset and the same
+/// values one by one give the same bytes.
+void settleDefaults(Plug& plug) {
+  const Plug::UpdateHold hold(plug);
+  for (std::int32_t i = 0; i < kNumParams; ++i) plug.setParameter(i, plug.normalisedValue(i));
+}
+
+void loadBand(Plug& plug, const StateFile& file) {
+  const Plug::FlagWords locks = plug.getLockWords();
+  const Plug::FlagWords links = plug.getLinkWords();
+  plug.setLockWords(kNoFlags);
+  plug.setLinkWords(kNoFlags);
+  const bool isLoaded = plug.loadBandFromText(file.text.c_str(), file.text.size(), file.band);
+  plug.setLockWords(locks);
+  plug.setLinkWords(links);
+  if (!isLoaded) throw Failure(file.name, "holds no band");
+}
+
+}  // namespace
+
+void applySettings(Plug& plug, std::span<const Setting> settings) {
+  for (const Setting& setting : settings) {
+    plug.setParameter(setting.parameter,
+                      setting.isNormalised
+                          ? setting.value
+                          : plug.plainToNormalised(setting.parameter, setting.value));
+  }
+}
+
+void loadStateFile(Plug& plug, const StateFile& file) {
+  if (file.role == StateFile::Role::kBand) {
+    loadBand(plug, file);
+    return;
+  }
+  plug.setChunk(file.text.data(), static_cast<std::int32_t>(file.text.size()),
+                file.role == StateFile::Role::kPreset);
+  if (plug.chunkRefused()) throw Failure(file.name, "holds no document");
+}
+
+void applyState(Plug& plug, const EffectState& state) {
+  settleDefaults(plug);
+  for (const StateFile& file : state.files) loadStateFile(plug, file);
+  plug.setLockWords(kNoFlags);
+  plug.setLinkWords(kNoFlags);
+  applySettings(plug, state.settings);
+}

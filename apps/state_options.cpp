@@ -1,0 +1,86 @@
+#include "apps/state_options.h"
+
+#include "apps/failure.h"
+#include "apps/preset_lookup.h"
+#include "apps/state_document.h"
+#include "state/machine.h"
+
+namespace {
+
+void checkRole(const StateDocument& document, StateFile::Role role) {
+  const bool isBandFile = document.kind == StateKind::kBand;
+  if (role == StateFile::Role::kBand && !isBandFile) {
+    throw Failure(document.name, "is no band file: \"params\" is missing");
+  }
+  if (role != StateFile::Role::kBand && isBandFile) {
+    throw Failure(document.name, "holds a single band; load it with --band N=FILE");
+  }
+  const bool hasBanks = document.kind == StateKind::kFull || storedSets(document).size() > 1;
+  if (role == StateFile::Role::kBank && !hasBanks) {
+    throw Failure(document.name, "is a preset and no bank; load it with --preset");
+  }
+}
+
+}  // namespace
+
+StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(command) {
+  CLI::Option* const stateOption =
+      command.add_option("--state", state, "Load a state as hosts store it, packed or plain")
+          ->type_name("FILE");
+  CLI::Option* const bankOption = command.add_option("--bank", bank, "Load a bank file")
+                                      ->type_name("FILE")
+                                      ->excludes(stateOption);
+  CLI::Option* const presetOption =
+      command
+          .add_option("--preset", preset,
+                      "Load a preset: a file, or a name or Folder/Name of presets list")
+          ->type_name("FILE");
+  CLI::Option* const bandOption =
+      command
+          .add_option(isBandFree ? "--band,--band-file" : "--band-file", bands,
+                      "Load a band file into band N, 1 to 8; repeatable")
+          ->type_name("N=FILE")
+          ->expected(1)
+          ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  options = {stateOption, bankOption, presetOption, bandOption};
+}
+
+EffectState StateOptions::read(std::vector<std::string>& warnings) const {
+  // Most likely a variable of a script that was not set.
+  for (const CLI::Option* const option : options) {
+    for (const std::string& text : option->results()) {
+      if (text.empty()) throw WrongArguments(option->get_name() + ": the name is empty");
+    }
+  }
+  EffectState result;
+  result.settings = settings.parse(warnings);
+  if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);
+  if (!bank.empty()) addFile(bank, StateFile::Role::kBank, 0, result, warnings);
+  if (!preset.empty()) {
+    const std::string path = findPreset(preset, walkPresets(Machine::ofProcess().folders()));
+    addFile(path, StateFile::Role::kPreset, 0, result, warnings);
+  }
+  for (const std::string& text : bands) addBand(text, result, warnings);
+  return result;
+}
+
+void StateOptions::addBand(const std::string& text, EffectState& result,
+                           std::vector<std::string>& warnings) const {
+  const bool isNamed =
+      text.size() > 2 && text[0] >= '1' && text[0] < '1' + kNumBands && text[1] == '=';
+  if (!isNamed) {
+    throw WrongArguments("--band: '" + text + "' should read N=FILE with N from 1 to " +
+                         std::to_string(kNumBands));
+  }
+  addFile(text.substr(2), StateFile::Role::kBand, text[0] - '1', result, warnings);
+}
+
+void StateOptions::addFile(const std::string& path, StateFile::Role role, int band,
+                           EffectState& result, std::vector<std::string>& warnings) const {
+  StateDocument document = readStateDocument(path);
+  checkRole(document, role);
+  for (const std::string& fault : documentFaults(document)) {
+    warnings.push_back(path + ": " + fault);
+  }
+  result.files.push_back({role, path, std::move(document.text), band});
+}
