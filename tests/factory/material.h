@@ -1,0 +1,30 @@
+#pragma once
+
+#include <array>
+#include <vector>
+
+inline constexpr int kMaterialRate = 48000;  // Hz
+inline constexpr double kMaterialSeconds = 10.0;
+
+/// Ten seconds of stereo that a preset is heard with; `key` goes to the sidechain inputs, if it
+/// holds anything.
+struct Material {
+  using Channels = std::array<std::vector<double>, 2>;
+  Channels main;
+  Channels key;
+};
+
+/// The demo piece.
+[[nodiscard]] Material demoMaterial();
+/// The demo piece with a key that sounds from 0 to 2.5 and from 5 to 7.5 s, at -12 dBFS.
+[[nodiscard]] Material keyedMaterial();
+
+/// One voice in the middle, in a room whose noise lies at -62 dB: from 1.5 s loud, from 4.5 s 14 dB
+/// softer, from 7.5 s with a sharp s every 0.4 s, from 8.7 s soft with a thump of breath at 70 Hz
+/// every 0.4 s. The half seconds before 4.5, 7.5 s and the start up to 1.5 s are room alone.
+[[nodiscard]] Material talkMaterial();
+
+/// Plucked notes every half second, loud and 10 dB softer in turn, each begun by the click of a
+/// pick, over a hiss at -75 dB: a guitar from 82 to 247 Hz, or a bass an octave lower.
+[[nodiscard]] Material guitarMaterial();
+[[nodiscard]] Material bassMaterial();
