@@ -138,17 +138,18 @@ std::error_code FileStore::lockOut(FileLock& others) const {
 bool FileStore::replace(const std::string& text, const std::string& foreignReason) {
   const bool isForeign = !foreignReason.empty();
   const std::string kept = isForeign ? nameForKept(path) : "";
-  const std::string told = "The settings file " + path + " could not be used (" + foreignReason +
-                           "). It was moved to " + kept;
+  const std::string moved = "The settings file " + path + " could not be used (" + foreignReason +
+                            "). It was moved to " + kept;
   std::error_code moving;
   if (isForeign) fs::rename(path, kept, moving);
   if (moving) return refuse(foreignReason + "; moving it aside: " + moving.message());
   if (const std::error_code error = writeWholeFile(path, text)) {
     if (isForeign) fs::rename(kept, path, moving);
-    if (moving) addNotice(told + '.');
+    if (moving) addNotice(moved + '.');
     return refuse(error.message());
   }
-  if (isForeign) addNotice(told + ", and a new one was begun.");
+  forgetTold();
+  if (isForeign) addNotice(moved + ", and a new one was begun.");
   return true;
 }
 
@@ -157,12 +158,17 @@ bool FileStore::refuse(const std::string& reason) {
   return false;
 }
 
-// One line each; what fails again and again is told once.
+// One line each. What fails again and again is told once: some callers try for ever.
 void FileStore::addNotice(const std::string& sentence) {
   const std::scoped_lock lock(noticeMutex);
-  if (notice.find(sentence) != std::string::npos) return;
+  if (!told.insert(sentence).second) return;
   if (!notice.empty()) notice += '\n';
   notice += sentence;
+}
+
+void FileStore::forgetTold() {
+  const std::scoped_lock lock(noticeMutex);
+  told.clear();
 }
 
 std::string FileStore::takeNotice() {

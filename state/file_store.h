@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -46,9 +47,11 @@ class FileStore : public UserStore {
   [[nodiscard]] bool replace(const std::string& text, const std::string& foreignReason);
   bool refuse(const std::string& reason);
   void addNotice(const std::string& sentence);
+  void forgetTold();
 
   const std::string path;
   std::mutex mutex;  // threads queue here instead of asking for the lock file by turns
   std::mutex noticeMutex;
   std::string notice;
+  std::set<std::string> told;  // since something was written
 };

@@ -3,7 +3,7 @@
 #include <utility>
 
 bool UserStore::write(std::string_view name, std::string text) {
-  return update(name, [&](const std::optional<std::string>&) { return std::move(text); });
+  return update(name, [&text](const std::optional<std::string>&) { return text; });
 }
 
 std::optional<std::string> MemoryStore::read(std::string_view name) {

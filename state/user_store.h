@@ -27,7 +27,8 @@ class UserStore {
   virtual bool update(std::string_view name, const Change& change) = 0;
   bool write(std::string_view name, std::string text);
 
-  /// What went wrong since the last call, a sentence for the user; empty for nothing.
+  /// What went wrong since the last call, a sentence for the user; empty for nothing, and for what
+  /// was told before and still goes wrong.
   [[nodiscard]] virtual std::string takeNotice() { return {}; }
 };
 

@@ -280,6 +280,21 @@ TEST(FileStore, FailsWithANoticeAndChangesNothing) {
   }
 }
 
+TEST(FileStore, TellsOfAFailureOnceUntilSomethingIsWritten) {
+  const TestDirectory directory;
+  writeBytes(directory.path("folder"), "in the way");
+  FileStore store(directory.path("folder/store.json"));
+  for (int round = 0; round < 2; ++round) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+      EXPECT_FALSE(store.write("a", std::string(1, '\0')));
+      EXPECT_EQ(store.takeNotice().empty(), attempt > 0) << round << ' ' << attempt;
+    }
+    if (round == 0) std::filesystem::remove(directory.path("folder"));
+    EXPECT_TRUE(store.write("a", std::to_string(round)));
+    EXPECT_EQ(store.takeNotice(), "");
+  }
+}
+
 TEST(FileStore, GivesUpOnALockThatNobodyReleases) {
   const TestDirectory directory;
   const std::string path = directory.path("store.json");
