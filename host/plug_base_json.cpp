@@ -101,9 +101,10 @@ std::int32_t PlugBaseJSON::getChunk(void** data, bool isPreset) {
   if (!isPreset && !chunkCache.empty() && !chunkDirty.load(std::memory_order_acquire)) {
     return handOut();
   }
-  // Before the values are read: what changes meanwhile marks the state again.
+  // Before the values are read: what changes meanwhile marks the state again. An exchange, so that
+  // the values behind a mark that it takes away are seen.
   const bool settles = !isPreset && chunkCacheEnabled;
-  if (settles) chunkDirty.store(false);
+  if (settles) chunkDirty.exchange(false);
   try {
     if (!buildChunk(isPreset)) markChanged();
     return handOut();
