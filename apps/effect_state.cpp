@@ -8,14 +8,6 @@ namespace {
 
 constexpr Plug::FlagWords kNoFlags{};
 
-/// A new effect holds the table's own numbers; once loaded, they have been through 0..1 and may
-/// differ in the last bit. All that is run here has the latter, so that a preset and the same
-/// values one by one give the same bytes.
-void settleDefaults(Plug& plug) {
-  const Plug::UpdateHold hold(plug);
-  for (std::int32_t i = 0; i < kNumParams; ++i) plug.setParameter(i, plug.normalisedValue(i));
-}
-
 void loadBand(Plug& plug, const StateFile& file) {
   const Plug::FlagWords locks = plug.getLockWords();
   const Plug::FlagWords links = plug.getLinkWords();
@@ -49,7 +41,6 @@ void loadStateFile(Plug& plug, const StateFile& file) {
 }
 
 void applyState(Plug& plug, const EffectState& state) {
-  settleDefaults(plug);
   for (const StateFile& file : state.files) loadStateFile(plug, file);
   plug.setLockWords(kNoFlags);
   plug.setLinkWords(kNoFlags);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/plug.h"
+#include "host/loading_scope.h"
 
 namespace {
 
@@ -29,19 +30,6 @@ float renamed(float plainBand, const Order& order) {
   const auto* const found = std::find(order.begin(), order.end(), static_cast<int>(plainBand));
   return found == order.end() ? plainBand : static_cast<float>(found - order.begin());
 }
-
-/// While it lives, parameters are taken as they come: no crossover band gives way to another.
-class LoadingScope {
- public:
-  explicit LoadingScope(std::atomic<bool>& mark) : isLoading(mark), before(mark.exchange(true)) {}
-  ~LoadingScope() { isLoading.store(before); }
-  LoadingScope(const LoadingScope&) = delete;
-  LoadingScope& operator=(const LoadingScope&) = delete;
-
- private:
-  std::atomic<bool>& isLoading;
-  const bool before;
-};
 
 /// Takes all locks and links off parameters; puts others on at its end.
 class FlagMove {

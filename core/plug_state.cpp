@@ -1,10 +1,11 @@
 // What an instance stores, and what it takes from the machine.
 
 #include <charconv>
+#include <filesystem>
 
 #include "core/editor_document.h"
 #include "core/plug.h"
-#include "host/alerts.h"
+#include "host/file_errors.h"
 #include "host/shared_value.h"
 #include "state/json_writer.h"
 
@@ -125,8 +126,9 @@ void Plug::loadDefaultBanks() {
     if (bytes.empty()) return;
     setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
     if (!chunkRefused()) return;
-    Alerts::instance().add("Halvekro : File Access Error",
-                           path + " holds no bank\nThe settings are the program's own");
+    const bool isUsers = std::filesystem::exists(path);
+    reportFileContent(isUsers ? path : "Factory Bank." + extension, "holds no bank",
+                      "The settings are the program's own");
   };
   std::string oldPath;
   load(kOldBankExtension, oldPath);

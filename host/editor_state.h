@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -33,12 +34,14 @@ struct EditorState {
   int selectMode = 0;               ///< not 0: several bands can be selected and edited together
   bool loadingFile = false;         ///< a file is being loaded: the window keeps its size
 
-  bool layoutWanted = false;     ///< the view tree is to be laid out again
-  bool defaultsStale = false;    ///< the parameters' defaults have changed
-  bool flagsStale = false;       ///< locks or links have changed
-  bool presetMenuStale = false;  ///< folders have changed
-  bool presetNameStale = false;  ///< name and buttons of the preset are to be drawn again
-  bool bankStale = false;        ///< another bank is live
+  // Marks, raised on any thread and taken down by the editor.
+  std::atomic<bool> layoutWanted{false};     ///< the view tree is to be laid out again
+  std::atomic<bool> defaultsStale{false};    ///< the parameters' defaults have changed
+  std::atomic<bool> flagsStale{false};       ///< locks or links have changed
+  std::atomic<bool> presetMenuStale{false};  ///< folders have changed
+  std::atomic<bool> presetNameStale{
+      false};                          ///< the preset's name and buttons are to be drawn again
+  std::atomic<bool> bankStale{false};  ///< another bank is live
 
   [[nodiscard]] static constexpr int widthOf(int mode) noexcept {
     return mode == 0 ? kPlainWidth : kPanelWidth;

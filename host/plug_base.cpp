@@ -124,11 +124,18 @@ void PlugBase::setParameter(std::int32_t index, float normalised) {
 }
 
 void PlugBase::storeParameter(std::int32_t index, float normalised) noexcept {
-  const auto bank = at(curBank.load(relaxed));
-  storeShared(parameters[at(index)].normalised, normalised);
-  storeShared(program().values[at(index)], normalised);
-  storeShared(banks[bank].values[at(index)], normalised);
-  storeShared(parameters[at(index)].value, normalisedToPlain(index, normalised));
+  constexpr int kMostWriters = 4;
+  float& shown = parameters[at(index)].normalised;
+  storeShared(shown, normalised);
+  // Another thread may set the same parameter meanwhile: all places end with the value of one.
+  for (int turn = 0; turn < kMostWriters; ++turn) {
+    storeShared(program().values[at(index)], normalised);
+    storeShared(banks[at(curBank.load(relaxed))].values[at(index)], normalised);
+    storeShared(parameters[at(index)].value, normalisedToPlain(index, normalised));
+    const float newest = loadShared(shown);
+    if (newest == normalised) return;
+    normalised = newest;
+  }
 }
 
 void PlugBase::setParameterFromAudio(std::int32_t index, float normalised) noexcept {
@@ -145,8 +152,9 @@ void PlugBase::setParameterFromAudio(std::int32_t index, float normalised) noexc
 
 void PlugBase::makeUpForAudio() {
   if (!audioChangedValues.exchange(false, std::memory_order_acquire)) return;
-  updateDsp(false);
-  const bool tellsHost = audioBankSwitch.exchange(-1) >= 0 && notifyAllOnBankSwitch.load(relaxed);
+  const bool bankSwitched = audioBankSwitch.exchange(-1) >= 0;
+  updateDsp(bankSwitched);
+  const bool tellsHost = bankSwitched && notifyAllOnBankSwitch.load(relaxed);
   for (std::int32_t i = 0; i < parameterCount(); ++i) {
     if (!audioChanged[at(i)].exchange(false, relaxed)) continue;
     const float normalised = getParameter(i);

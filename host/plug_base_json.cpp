@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "host/loading_scope.h"
 #include "host/shared_value.h"
 #include "state/chunk_codec.h"
 #include "state/json_writer.h"
@@ -204,7 +205,7 @@ JsonTree PlugBaseJSON::loadState(const char* text, bool isPreset) {
 }
 
 void PlugBaseJSON::loadFull(const JsonNode* root) {
-  isLoading.store(true);
+  const LoadingScope loading(isLoading);  // ends early, with the program
   const JsonNode* const list = jsonGetObjectItem(root, kPresets);
   if (list != nullptr) {
     const int stored = jsonGetArraySize(list);
@@ -226,7 +227,6 @@ void PlugBaseJSON::loadFull(const JsonNode* root) {
   } else if (list != nullptr) {
     for (std::int32_t bank = 0; bank < kNumBanks; ++bank) copyToBank(bank);
   }
-  isLoading.store(false);
 }
 
 void PlugBaseJSON::loadBanks(const JsonNode* list) {

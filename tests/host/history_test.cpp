@@ -216,7 +216,7 @@ TEST_F(HistoryTest, TheAudioThreadSetsValuesAtOnceAndTheRestFollows) {
   EXPECT_EQ(effect.takeUpdates(), "");
   EXPECT_TRUE(told.empty());
   effect.onIdle();
-  EXPECT_EQ(effect.takeUpdates(), "u");
+  EXPECT_EQ(effect.takeUpdates(), "F");
   EXPECT_EQ(told.size(), static_cast<std::size_t>(kNumIds));
   effect.onIdle();
   EXPECT_EQ(effect.takeUpdates(), "");
