@@ -53,6 +53,7 @@ void CrossoverEdits::automate(int index, float normalised) {
 }
 
 void CrossoverEdits::moveNeighbour(int index, double centre) {
+  if (plug.isLocked(index)) return;  // stays, and so there is nothing to tell
   const float normalised = plug.plainToNormalised(index, static_cast<float>(centre));
   // The messages alone: this is no edit of the user's that Auto Gain should follow.
   const bool told = gesturesTold();

@@ -224,6 +224,15 @@ TEST(CrossoverEditsTest, TheHostHearsOfThoseThatGiveWayAndThenOfTheBand) {
   expectCrossover(rig, {0, 1, 2}, {34, 20000 / 1.5, 20000});
 }
 
+TEST(CrossoverEditsTest, ALockedBandStaysAndTheHostHearsNothingOfIt) {
+  PlugRig rig;
+  addBands(rig);
+  rig.plug.setLocked(frequencyOf(1), true);
+  drag(rig, 0, 1200);
+  EXPECT_EQ(told(rig), "set 13 700");
+  expectCrossover(rig, {0, 1, 2}, {700, 1050, 4000});
+}
+
 TEST(CrossoverEditsTest, ABandThatComesFindsRoom) {
   PlugRig added;
   addBands(added);
