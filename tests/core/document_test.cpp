@@ -263,6 +263,23 @@ TEST(PlugHistoryTest, BandOperationsAndCrossoverDragsAreOneStepEach) {
   EXPECT_FALSE(rig.plug.canRedo());
 }
 
+TEST(PlugHistoryTest, LinkedBandsComeBackWithTheOneThatLostItsSource) {
+  PlugRig rig;
+  rig.plug.addBand(kXoverList, 3000);
+  for (const int band : {0, 2, 5}) {
+    rig.set(bandParameterId(band, kB1SCSBand), 1);
+    rig.set(bandParameterId(band, kB1SCSrc), 2);
+    rig.plug.setLinked(bandParameterId(band, kB1SCSBand), true);
+    rig.plug.setLinked(bandParameterId(band, kB1SCSrc), true);
+  }
+  const std::string before = textOf(rig.plug, true);
+  rig.plug.deleteBand(1);
+  EXPECT_EQ(rig.get("kB6SCSBand"), -1.0);
+  EXPECT_EQ(rig.get("kB6SCSrc"), 1.0);
+  rig.plug.undo();
+  EXPECT_EQ(textOf(rig.plug, true), before);
+}
+
 TEST(PlugMidiTest, ALearntControllerMovesItsParameterAtOnceAndIsStoredByTheIdleCall) {
   PlugRig rig;
   MIDIMap& map = rig.machine.midiMap();
