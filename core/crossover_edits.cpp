@@ -71,6 +71,7 @@ void CrossoverEdits::forCompanions(std::uint32_t bands, const Each& each) {
 
 void CrossoverEdits::beginRecording(int index) {
   if (!isBandFrequency(index)) return;
+  endEdit(index);  // of a gesture whose end was lost, or comes after that of this one
   std::uint32_t joining = 0;
   for (const std::int32_t band : crossoverOf(index).bands) joining |= 1U << band;
   joining &= ~(1U << bandOf(index));
