@@ -27,9 +27,15 @@ BandOperations::Step::~Step() {
 
 void BandOperations::set(int index, float normalised) {
   const bool isFrequency = isBandParameter(index) && bandOneIdOf(index) == kB1Frequency;
-  if (!isFrequency) plug.beginRecording(index);
+  if (isFrequency) {
+    plug.setParameterAutomated(index, normalised);
+    return;
+  }
+  plug.linkedEdits.beginRecording(index);
+  plug.beginRecording(index);
   plug.setParameterAutomated(index, normalised);
-  if (!isFrequency) plug.endRecording(index);
+  plug.endRecording(index);
+  plug.linkedEdits.endRecording(index);
 }
 
 void BandOperations::automate(int index, double plain) {
@@ -108,6 +114,7 @@ void BandOperations::deleteBand(int band) {
 }
 
 void BandOperations::checkSidechainSources() {
+  plug.beginHistoryGroup();
   for (int band = 0; band < kBands; ++band) {
     const int id = bandParameterId(band, kB1SCSBand);
     const int source = static_cast<int>(plug.getPlainValue(id));
@@ -115,4 +122,5 @@ void BandOperations::checkSidechainSources() {
     automate(id, -1.0);
     automate(bandParameterId(band, kB1SCSrc), SidechainRoute::kBand);
   }
+  plug.endHistoryGroup();
 }

@@ -53,6 +53,7 @@ void CrossoverEdits::automate(int index, float normalised) {
 }
 
 void CrossoverEdits::moveNeighbour(int index, double centre) {
+  if (plug.isLocked(index)) return;  // stays, and so there is nothing to tell
   const float normalised = plug.plainToNormalised(index, static_cast<float>(centre));
   // The messages alone: this is no edit of the user's that Auto Gain should follow.
   const bool told = gesturesTold();
@@ -70,6 +71,7 @@ void CrossoverEdits::forCompanions(std::uint32_t bands, const Each& each) {
 
 void CrossoverEdits::beginRecording(int index) {
   if (!isBandFrequency(index)) return;
+  endEdit(index);  // of a gesture whose end was lost, or comes after that of this one
   std::uint32_t joining = 0;
   for (const std::int32_t band : crossoverOf(index).bands) joining |= 1U << band;
   joining &= ~(1U << bandOf(index));

@@ -16,6 +16,7 @@ void forRows(int index, std::uint32_t bands, const Each& each) {
 }  // namespace
 
 void LinkedEdits::beginRecording(int index) {
+  endRecording(index);  // of a gesture whose end was lost, or comes after that of this one
   if (!isBandParameter(index) || !plug.isLinked(index) || plug.isLocked(index)) return;
   std::uint32_t following = 0;
   for (int band = 0; band < kNumBands; ++band) {

@@ -224,6 +224,15 @@ TEST(CrossoverEditsTest, TheHostHearsOfThoseThatGiveWayAndThenOfTheBand) {
   expectCrossover(rig, {0, 1, 2}, {34, 20000 / 1.5, 20000});
 }
 
+TEST(CrossoverEditsTest, ALockedBandStaysAndTheHostHearsNothingOfIt) {
+  PlugRig rig;
+  addBands(rig);
+  rig.plug.setLocked(frequencyOf(1), true);
+  drag(rig, 0, 1200);
+  EXPECT_EQ(told(rig), "set 13 700");
+  expectCrossover(rig, {0, 1, 2}, {700, 1050, 4000});
+}
+
 TEST(CrossoverEditsTest, ABandThatComesFindsRoom) {
   PlugRig added;
   addBands(added);
@@ -250,6 +259,13 @@ TEST(CrossoverEditsTest, AGestureTakesTheWholeCrossoverAlong) {
   EXPECT_EQ(told(rig), "end 64, end 13, end 115") << "those that were told to begin";
   rig.plug.endEdit(frequencyOf(1));
   EXPECT_EQ(told(rig), "end 64");
+  rig.plug.beginEdit(frequencyOf(1));
+  told(rig);
+  rig.plug.beginEdit(frequencyOf(1));
+  EXPECT_EQ(told(rig), "end 115, end 166, begin 64, begin 115, begin 166");
+  rig.plug.endEdit(frequencyOf(1));
+  rig.plug.endEdit(frequencyOf(1));
+  EXPECT_EQ(told(rig), "end 64, end 115, end 166, end 64") << "each as often as begun";
   for (const int alone : {bandParameterId(1, kB1Gain), frequencyOf(0), int{kIpTrim}}) {
     rig.plug.beginEdit(alone);
     rig.plug.endEdit(alone);
