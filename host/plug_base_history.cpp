@@ -35,6 +35,7 @@ void PlugBase::endHistoryGroup() {
 }
 
 void PlugBase::clearHistory() {
+  historyGroups.store(0);
   undoStack.clear();
   redoStack.clear();
 }
@@ -44,6 +45,11 @@ void PlugBase::undo() { stepHistory(false); }
 void PlugBase::redo() { stepHistory(true); }
 
 void PlugBase::stepHistory(bool towardsRedo) {
+  // A group still open ends here: its own end must not stand alone behind what is taken back now.
+  if (historyGroups.load() > 0) {
+    historyGroups.store(1);
+    endHistoryGroup();
+  }
   HistoryStack& from = towardsRedo ? redoStack : undoStack;
   HistoryStack& to = towardsRedo ? undoStack : redoStack;
   // The marks of a group come in the order in which it is walked.

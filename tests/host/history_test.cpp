@@ -114,6 +114,25 @@ TEST_F(HistoryTest, AGroupIsOneStepAnEmptyOneIsNone) {
   EXPECT_FALSE(effect.canUndo());
 }
 
+TEST_F(HistoryTest, UndoAndClearEndAnOpenGroup) {
+  edit(kB2Wide, {0.5F});
+  effect.beginHistoryGroup();
+  edit(kGain, {0.1F});
+  edit(kB2Mode, {0.2F});
+  effect.undo();
+  EXPECT_EQ(effect.getParameter(kGain), 0.625F);
+  EXPECT_EQ(effect.getParameter(kB2Mode), 0.0F) << "as one";
+  effect.endHistoryGroup();
+  edit(kGain, {0.3F});
+  effect.undo();
+  EXPECT_EQ(effect.getParameter(kB2Wide), 0.5F) << "no end of a group stands alone";
+
+  effect.beginHistoryGroup();
+  effect.clearHistory();
+  effect.endHistoryGroup();
+  EXPECT_FALSE(effect.canUndo());
+}
+
 TEST_F(HistoryTest, RandomWalksThroughTheHistoryAreExact) {
   std::mt19937 random(3);
   std::vector<std::vector<float>> states = {values()};
