@@ -4,7 +4,7 @@
 
 #include "core/editor_document.h"
 #include "core/plug.h"
-#include "host/alerts.h"
+#include "host/file_errors.h"
 #include "host/shared_value.h"
 #include "state/json_writer.h"
 
@@ -123,9 +123,9 @@ void Plug::loadDefaultBanks() {
         loadInstallFile(folders, "Default Bank." + extension, "Factory Bank." + extension, path);
     if (bytes.empty()) return;
     setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
-    if (!chunkRefused()) return;
-    Alerts::instance().add("Halvekro : File Access Error",
-                           path + " holds no bank\nThe settings are the program's own");
+    if (chunkRefused()) {
+      reportFileContent(path, "holds no bank", "The settings are the program's own");
+    }
   };
   std::string oldPath;
   load(kOldBankExtension, oldPath);
