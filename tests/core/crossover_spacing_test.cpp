@@ -259,6 +259,14 @@ TEST(CrossoverEditsTest, AGestureTakesTheWholeCrossoverAlong) {
   EXPECT_EQ(told(rig), "end 64, end 13, end 115") << "those that were told to begin";
   rig.plug.endEdit(frequencyOf(1));
   EXPECT_EQ(told(rig), "end 64");
+  rig.plug.beginEdit(frequencyOf(1));
+  told(rig);
+  rig.plug.beginEdit(frequencyOf(1));
+  EXPECT_EQ(told(rig), "begin 64, begin 115, begin 166");
+  rig.plug.endEdit(frequencyOf(1));
+  rig.plug.endEdit(frequencyOf(1));
+  EXPECT_EQ(told(rig), "end 64, end 115, end 166, end 64, end 115, end 166")
+      << "each as often as begun";
   for (const int alone : {bandParameterId(1, kB1Gain), frequencyOf(0), int{kIpTrim}}) {
     rig.plug.beginEdit(alone);
     rig.plug.endEdit(alone);

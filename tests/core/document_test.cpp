@@ -280,6 +280,34 @@ TEST(PlugHistoryTest, LinkedBandsComeBackWithTheOneThatLostItsSource) {
   EXPECT_EQ(textOf(rig.plug, true), before);
 }
 
+TEST(PlugHistoryTest, AGestureBegunTwiceLeavesLaterStepsWhole) {
+  PlugRig rig;
+  rig.plug.addBand(kXoverList, 3000);
+  for (const int band : {0, 1}) rig.plug.setLinked(bandParameterId(band, kB1Knee), true);
+  for (const int id : {int{kB1Knee}, int{kB1Frequency}}) {
+    SCOPED_TRACE(id);
+    const std::string start = textOf(rig.plug, true);
+    rig.plug.beginEdit(id);
+    rig.plug.beginEdit(id);
+    rig.plug.endEdit(id);
+    rig.plug.setParameterAutomated(id, 0.75F);
+    rig.plug.endEdit(id);
+    const std::string before = textOf(rig.plug, true);
+    ASSERT_NE(before, start);
+    rig.set(kB1Gain, 6.0);
+    rig.set(kB1Ratio, 0.5);
+    rig.plug.resetBand(0);
+    rig.plug.undo();
+    EXPECT_EQ(rig.get("kB1Gain"), 6.0);
+    EXPECT_EQ(rig.get("kB1Ratio"), 0.5) << "both with one step";
+    rig.set(kB1Gain, 0.0);
+    rig.set(kB1Ratio, 0.0);
+    EXPECT_EQ(textOf(rig.plug, true), before);
+    rig.plug.undo();
+    EXPECT_EQ(textOf(rig.plug, true), start);
+  }
+}
+
 TEST(PlugMidiTest, ALearntControllerMovesItsParameterAtOnceAndIsStoredByTheIdleCall) {
   PlugRig rig;
   MIDIMap& map = rig.machine.midiMap();
