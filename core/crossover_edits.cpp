@@ -62,37 +62,36 @@ void CrossoverEdits::moveNeighbour(int index, double centre) {
   if (told) plug.AudioEffectX::endEdit(index);
 }
 
-template <typename Each>
-void CrossoverEdits::forCompanions(std::uint32_t bands, const Each& each) {
-  for (int band = 0; band < kNumBands; ++band) {
-    if ((bands >> band & 1U) != 0) each(bandParameterId(band, kB1Frequency));
-  }
+GestureBands& CrossoverEdits::companionsOf(int index) {
+  return companions[static_cast<std::size_t>(bandOf(index))];
 }
 
 void CrossoverEdits::beginRecording(int index) {
   if (!isBandFrequency(index)) return;
-  endEdit(index);  // of a gesture whose end was lost, or comes after that of this one
-  std::uint32_t joining = 0;
-  for (const std::int32_t band : crossoverOf(index).bands) joining |= 1U << band;
-  joining &= ~(1U << bandOf(index));
-  companions[static_cast<std::size_t>(bandOf(index))] = joining;
+  std::uint32_t others = 0;
+  for (const std::int32_t band : crossoverOf(index).bands) others |= 1U << band;
+  const std::uint32_t joining = companionsOf(index).begin(others & ~(1U << bandOf(index)));
   if (joining == 0) return;
   plug.beginHistoryGroup();
-  forCompanions(joining, [this](int id) { plug.beginRecording(id); });
+  forRowOfBands(kB1Frequency, joining, [this](int id) {
+    plug.linkedEdits.beginRecording(id);
+    plug.beginRecording(id);
+  });
 }
 
 void CrossoverEdits::beginEdit(int index) {
   if (!isBandFrequency(index) || !gesturesTold()) return;
-  forCompanions(companions[static_cast<std::size_t>(bandOf(index))],
+  forRowOfBands(kB1Frequency, companionsOf(index).open(),
                 [this](int id) { plug.AudioEffectX::beginEdit(id); });
 }
 
 void CrossoverEdits::endEdit(int index) {
   if (!isBandFrequency(index)) return;
-  const std::uint32_t leaving = companions[static_cast<std::size_t>(bandOf(index))].exchange(0);
+  const std::uint32_t leaving = companionsOf(index).end();
   if (leaving == 0) return;
-  forCompanions(leaving, [this](int id) {
+  forRowOfBands(kB1Frequency, leaving, [this](int id) {
     plug.endRecording(id);
+    plug.linkedEdits.endRecording(id);
     if (gesturesTold()) plug.AudioEffectX::endEdit(id);
   });
   plug.endHistoryGroup();

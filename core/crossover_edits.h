@@ -1,11 +1,10 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
+#include "core/gesture_bands.h"
 #include "dynamics/band_layout.h"
 
 class Plug;
@@ -38,9 +37,8 @@ class CrossoverEdits {
   [[nodiscard]] Crossover crossoverOf(int index);
   void moveNeighbour(int index, double centre);
   [[nodiscard]] bool gesturesTold() const;
-  template <typename Each>
-  void forCompanions(std::uint32_t bands, const Each& each);
+  [[nodiscard]] GestureBands& companionsOf(int index);
 
   Plug& plug;
-  std::array<std::atomic<std::uint32_t>, BandLayout::kBands> companions{};  // bits by band
+  std::array<GestureBands, BandLayout::kBands> companions{};
 };

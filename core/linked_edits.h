@@ -1,9 +1,8 @@
 #pragma once
 
 #include <array>
-#include <atomic>
-#include <cstdint>
 
+#include "core/gesture_bands.h"
 #include "core/parameter_ids.h"
 
 class Plug;
@@ -21,5 +20,5 @@ class LinkedEdits {
 
  private:
   Plug& plug;
-  std::array<std::atomic<std::uint32_t>, kNumParams> followers{};  // bits by band
+  std::array<GestureBands, kNumParams> followers{};
 };

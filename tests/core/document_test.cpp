@@ -324,8 +324,8 @@ TEST(PlugHistoryTest, AGestureBegunTwiceLeavesLaterStepsWhole) {
     const std::string start = textOf(rig.plug, true);
     rig.plug.beginEdit(id);
     rig.plug.beginEdit(id);
-    rig.plug.setParameterAutomated(id, 0.75F);
     rig.plug.endEdit(id);
+    rig.plug.setParameterAutomated(id, 0.75F);
     rig.plug.endEdit(id);
     const std::string before = textOf(rig.plug, true);
     ASSERT_NE(before, start);
