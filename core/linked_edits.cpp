@@ -5,7 +5,6 @@
 #include "core/plug.h"
 
 void LinkedEdits::beginRecording(int index) {
-  endRecording(index);  // of a gesture whose end was lost, or comes after that of this one
   if (!isBandParameter(index) || !plug.isLinked(index) || plug.isLocked(index)) return;
   std::uint32_t linked = 0;
   for (int band = 0; band < kNumBands; ++band) {

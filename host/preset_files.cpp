@@ -32,12 +32,12 @@ FileName splitName(const std::string& path) {
 }
 
 /// Marks that a file is being loaded, however the scope is left.
-class LoadingScope {
+class FileLoadingScope {
  public:
-  explicit LoadingScope(EditorState& state) : editor(state) { editor.loadingFile = true; }
-  ~LoadingScope() { editor.loadingFile = false; }
-  LoadingScope(const LoadingScope&) = delete;
-  LoadingScope& operator=(const LoadingScope&) = delete;
+  explicit FileLoadingScope(EditorState& state) : editor(state) { editor.loadingFile = true; }
+  ~FileLoadingScope() { editor.loadingFile = false; }
+  FileLoadingScope(const FileLoadingScope&) = delete;
+  FileLoadingScope& operator=(const FileLoadingScope&) = delete;
 
  private:
   EditorState& editor;
@@ -180,7 +180,7 @@ bool PresetFiles::loadPresetFile(const std::string& path) {
 /// An empty `name` leaves that of the file's document.
 bool PresetFiles::loadFile(const std::string& path, bool isPreset, std::string_view name,
                            const Place& comesFrom) {
-  const LoadingScope loading(editor);
+  const FileLoadingScope loading(editor);
   std::string bytes;
   if (!readDocument(path, bytes)) return false;
   undoStates.push_back(takeSnapshot(isPreset, comesFrom));
@@ -204,7 +204,7 @@ void PresetFiles::restoreSnapshot(bool isPreset, bool towardsRedo) {
   const StateSnapshot wanted = std::move(from.back());
   from.pop_back();
   to.push_back(takeSnapshot(isPreset, place()));
-  const LoadingScope loading(editor);
+  const FileLoadingScope loading(editor);
   const Place here = place();
   plug.setChunk(wanted.data.data(), static_cast<std::int32_t>(wanted.data.size()), wanted.isPreset);
   if (wanted.isPreset) setPlace(here);
