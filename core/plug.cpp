@@ -149,8 +149,7 @@ void Plug::setParameterFromAudio(std::int32_t index, float normalised) noexcept 
 }
 
 void Plug::processMidi(const VstMidiEvent& event) noexcept {
-  const auto* const message = reinterpret_cast<const std::uint8_t*>(event.midiData);
-  if (const auto move = ownMachine.midiMap().process(message)) {
+  if (const auto move = ownMachine.midiMap().process(event.midiData)) {
     setParameterFromAudio(move->id, move->normalised);
   }
 }

@@ -7,6 +7,10 @@
 
 #include "tests/apps/test_files.h"
 
+ProgramRun runProgram(const std::string& arguments) {
+  return runProgram(arguments, CORVANTHELIS_PROGRAM);
+}
+
 ProgramRun runProgram(const std::string& arguments, const std::string& program) {
   const TestDirectory directory;
   const std::string out = directory.path("out");

@@ -350,9 +350,9 @@ TEST(PlugMidiTest, ALearntControllerMovesItsParameterAtOnceAndIsStoredByTheIdleC
     VstMidiEvent event{};
     event.type = kVstMidiType;
     event.byteSize = sizeof event;
-    event.midiData[0] = static_cast<char>(status);
-    event.midiData[1] = static_cast<char>(controller);
-    event.midiData[2] = static_cast<char>(value);
+    event.midiData[0] = static_cast<std::uint8_t>(status);
+    event.midiData[1] = static_cast<std::uint8_t>(controller);
+    event.midiData[2] = static_cast<std::uint8_t>(value);
     VstEvents list{};
     list.numEvents = 1;
     list.events[0] = reinterpret_cast<VstEvent*>(&event);

@@ -37,6 +37,7 @@ class HistoryTest : public testing::Test {
   }
   [[nodiscard]] std::vector<float> values() {
     std::vector<float> all;
+    all.reserve(kNumIds + 1);
     for (std::int32_t i = 0; i < kNumIds; ++i) all.push_back(effect.getParameter(i));
     all.push_back(static_cast<float>(effect.getCurrentBank()));
     return all;
