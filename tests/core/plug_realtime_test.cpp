@@ -149,6 +149,46 @@ void workOnBands(Plug& plug, std::mt19937& random) {
   }
 }
 
+/// What an editor's buttons and a host do to the whole state.
+void workOnStates(Plug& plug, std::mt19937& random) {
+  void* data = nullptr;
+  switch (random() % 8) {
+    case 0:
+      plug.undo();
+      return;
+    case 1:
+      plug.redo();
+      return;
+    case 2:
+      plug.switchBank(static_cast<int>(random() % Plug::kNumBanks));
+      return;
+    case 3: {
+      const auto size = static_cast<std::size_t>(plug.getChunk(&data, random() % 2 == 0));
+      const std::string chunk(static_cast<const char*>(data), size);
+      plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), random() % 2 == 0);
+      return;
+    }
+    default:
+      plug.setLinked(static_cast<int>(random() % kNumParams), random() % 2 == 0);
+      plug.machine().midiMap().setLearnTarget(static_cast<int>(random() % kBandOrder));
+  }
+}
+
+/// A controller on the audio thread, which learns now and then.
+void turnController(Plug& plug, std::mt19937& random) {
+  VstMidiEvent event{};
+  event.type = kVstMidiType;
+  event.byteSize = sizeof event;
+  event.midiData[0] = 0xB0;
+  event.midiData[1] = static_cast<std::uint8_t>(random() % 4);
+  event.midiData[2] = static_cast<std::uint8_t>(random() % 128);
+  VstEvents list{};
+  list.numEvents = 1;
+  list.events[0] = reinterpret_cast<VstEvent*>(&event);
+  const RealTimeCheck check;
+  plug.processEvents(&list);
+}
+
 /// All that an editor shows.
 double look(Plug& plug, std::mt19937& random) {
   double seen = plug.getOutputPeak(0) + plug.getOutputPeak(1);
@@ -186,6 +226,8 @@ void expectAsNew(PlugRig& rig) {
     PlugRig& each = i == 0 ? rig : fresh;
     const RealTimeCheck::Exception mayBeOffline;
     each.processLevel = 2;
+    each.plug.onIdle();
+    each.plug.setLinkWords(Plug::FlagWords{});
     each.plug.switchBank(0);
     for (int id = 0; id < kABBank; ++id) {
       each.plug.setParameter(id, each.plug.getParameterDefault(id));
@@ -210,6 +252,7 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     for (std::mt19937 random(2); !done && !testing::Test::HasFailure();) {
       turnAny(rig.plug, random);
       workOnBands(rig.plug, random);
+      workOnStates(rig.plug, random);
       rig.plug.onIdle();
       EXPECT_TRUE(std::isfinite(look(rig.plug, random)));
     }
@@ -224,6 +267,7 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
       theSwitch.emplace();
     }
     const int frames = std::array{1, 63, 64, 64, 500, call.kMost}[random() % 6];
+    turnController(rig.plug, random);
     call(rig.plug, frames);
     for (const auto& channel : call.out.channels) {
       EXPECT_TRUE(std::all_of(channel.begin(), channel.begin() + frames,
