@@ -121,7 +121,7 @@ void BandCommand::loadBand() const {
   loadStateFile(plug, {StateFile::Role::kBand, bandFile, std::move(bandDocument.text), band - 1});
   // The editor's part is there again only if it was.
   const bool isPreset = isPresetForm(document);
-  const bool hasEditor = jsonGetObjectItem(document.root.get(), "settings") != nullptr;
+  const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
   plug.setLoadingFlags(hasEditor ? -1 : 0);
   plug.setCompressionLevel(0);
   void* data = nullptr;

@@ -27,7 +27,7 @@ class ObjectReader {
  public:
   ObjectReader(const JsonNode* object, std::string file, std::string place)
       : node(object), fileName(std::move(file)), where(std::move(place)) {
-    if (!isType(node, kJsonObject)) fail("should be an object");
+    if (!jsonIsType(node, kJsonObject)) fail("should be an object");
   }
 
   [[noreturn]] void fail(const std::string& reason) const {
@@ -43,7 +43,7 @@ class ObjectReader {
   }
   [[nodiscard]] std::string line(const char* key) const {
     const JsonNode* const item = jsonGetObjectItem(node, key);
-    if (!isType(item, kJsonString)) fail("\"" + std::string(key) + "\" should be a text");
+    if (!jsonIsType(item, kJsonString)) fail("\"" + std::string(key) + "\" should be a text");
     std::string text = item->valueString;
     if (text.empty() || text.find('\n') != std::string::npos) {
       fail("\"" + std::string(key) + "\" should be one line");
@@ -60,10 +60,11 @@ class ObjectReader {
     std::vector<int> result;
     const JsonNode* const item = jsonGetObjectItem(node, key);
     if (item == nullptr) return result;
-    if (!isType(item, kJsonArray)) fail("\"" + std::string(key) + "\" should be an array");
+    if (!jsonIsType(item, kJsonArray)) fail("\"" + std::string(key) + "\" should be an array");
     for (const JsonNode* m = item->child; m != nullptr; m = m->next) {
-      const bool isBand = isType(m, kJsonNumber) && m->valueDouble == std::floor(m->valueDouble) &&
-                          m->valueDouble >= 1.0 && m->valueDouble <= kNumBands;
+      const bool isBand = jsonIsType(m, kJsonNumber) &&
+                          m->valueDouble == std::floor(m->valueDouble) && m->valueDouble >= 1.0 &&
+                          m->valueDouble <= kNumBands;
       if (!isBand) fail("\"" + std::string(key) + "\" should hold band numbers, 1 to 8");
       result.push_back(m->valueInt - 1);
     }
@@ -82,12 +83,9 @@ class ObjectReader {
   }
 
  private:
-  [[nodiscard]] static bool isType(const JsonNode* item, JsonType type) noexcept {
-    return item != nullptr && (item->type & kJsonTypeMask) == type;
-  }
   [[nodiscard]] Setting setting(const JsonNode& member) const {
     const std::string key = member.key;
-    if (!isType(&member, kJsonNumber)) fail(key + " should be a number");
+    if (!jsonIsType(&member, kJsonNumber)) fail(key + " should be a number");
     try {
       const std::int32_t parameter = parameterNumber(key);
       std::vector<std::string> warnings;
@@ -247,8 +245,7 @@ PresetSource readPresetSource(const std::string& file) {
 
 std::vector<PresetSource> readBankSource(const std::string& file) {
   const JsonTree tree = readTree(file);
-  if ((tree->type & kJsonTypeMask) != kJsonArray ||
-      jsonGetArraySize(tree.get()) != PlugBase::kNumBanks) {
+  if (!jsonIsType(tree.get(), kJsonArray) || jsonGetArraySize(tree.get()) != PlugBase::kNumBanks) {
     throw Failure(file, "should be an array of eight");
   }
   std::vector<PresetSource> entries;

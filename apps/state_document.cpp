@@ -17,24 +17,16 @@
 #include "host/curves.h"
 #include "platform/whole_file.h"
 #include "state/chunk_codec.h"
+#include "state/document_keys.h"
 
 namespace {
 
-constexpr const char* kPresets = "presets";
-constexpr const char* kBanks = "ab";
-constexpr const char* kParameters = "parameters";
-constexpr const char* kBandParameters = "params";
-constexpr const char* kAllDefault = "default";
 constexpr int kBankCount = Plug::kNumBanks;
 
 std::size_t at(std::int32_t index) { return static_cast<std::size_t>(index); }
 
-bool isType(const JsonNode* node, JsonType type) {
-  return node != nullptr && (node->type & kJsonTypeMask) == type;
-}
-
 const JsonNode* member(const JsonNode* object, const char* key) {
-  return isType(object, kJsonObject) ? jsonGetObjectItem(object, key) : nullptr;
+  return jsonIsType(object, kJsonObject) ? jsonGetObjectItem(object, key) : nullptr;
 }
 
 /// The text of a file's bytes without what only marks its ends.
@@ -89,13 +81,14 @@ JsonTree parsedWhole(const std::string& path, const std::string& text) {
 }
 
 StateKind kindOf(const std::string& path, const JsonNode* root) {
-  if (!isType(root, kJsonObject)) throw Failure(path, "holds no document, but another JSON value");
+  if (!jsonIsType(root, kJsonObject))
+    throw Failure(path, "holds no document, but another JSON value");
   const auto has = [root](const char* key) { return jsonGetObjectItem(root, key) != nullptr; };
-  if (has(kPresets)) return StateKind::kFull;
-  if (has(kBandParameters) && !has(kParameters)) return StateKind::kBand;
-  if (has(kBanks)) return StateKind::kOld;
-  if (has("v101")) return StateKind::kPreset;
-  if (has(kParameters) || has("name")) return StateKind::kOld;
+  if (has(documentKey::kPresets)) return StateKind::kFull;
+  if (has(documentKey::kBandParameters) && !has(documentKey::kParameters)) return StateKind::kBand;
+  if (has(documentKey::kBanks)) return StateKind::kOld;
+  if (has(documentKey::kVersionMark)) return StateKind::kPreset;
+  if (has(documentKey::kParameters) || has("name")) return StateKind::kOld;
   throw Failure(path, "holds no document: neither \"presets\" nor \"parameters\" nor \"params\"");
 }
 
@@ -122,7 +115,7 @@ std::optional<std::int32_t> keyOf(const JsonNode& entry, const Accepts& accepts,
 /// The number of a member as the effect takes it; empty for what it passes over.
 std::optional<float> valueOf(const JsonNode& entry, float min, float max, StoredValues& result) {
   const std::string key = entry.key;
-  const bool isNumber = isType(&entry, kJsonNumber);
+  const bool isNumber = jsonIsType(&entry, kJsonNumber);
   const float value = isNumber ? static_cast<float>(entry.valueDouble) : 0.0F;
   if (!isNumber) result.faults.push_back(key + " is no number and counts as 0");
   if (!std::isfinite(value)) {
@@ -174,8 +167,9 @@ std::vector<StoredSet> storedSets(const StateDocument& document) {
   if (document.kind == StateKind::kBand) return {{"band", root}};
   std::vector<StoredSet> sets;
   const bool isFull = document.kind == StateKind::kFull;
-  sets.push_back({"program 1", isFull ? jsonGetArrayItem(member(root, kPresets), 0) : root});
-  const JsonNode* const banks = member(root, kBanks);
+  sets.push_back(
+      {"program 1", isFull ? jsonGetArrayItem(member(root, documentKey::kPresets), 0) : root});
+  const JsonNode* const banks = member(root, documentKey::kBanks);
   if (banks == nullptr) return sets;
   for (int bank = 0; bank < kBankCount; ++bank) {
     sets.push_back({bankName(bank), jsonGetArrayItem(banks, bank)});
@@ -189,11 +183,12 @@ StoredValues storedValues(const StoredSet& set) {
     result.values.emplace_back(
         plainToNormalised(record.value, record.min, record.max, record.curve));
   }
-  const JsonNode* const stored = member(set.object, kParameters);
-  if (isType(stored, kJsonString) && std::strcmp(stored->valueString, kAllDefault) == 0) {
+  const JsonNode* const stored = member(set.object, documentKey::kParameters);
+  if (jsonIsType(stored, kJsonString) &&
+      std::strcmp(stored->valueString, documentKey::kAllDefault) == 0) {
     return result;
   }
-  if (!isType(stored, kJsonObject)) {
+  if (!jsonIsType(stored, kJsonObject)) {
     if (set.object != nullptr) {
       result.faults.emplace_back(
           "\"parameters\" is missing or no object: all are at their default");
@@ -212,8 +207,8 @@ StoredValues storedValues(const StoredSet& set) {
 StoredValues storedBandValues(const StateDocument& document) {
   StoredValues result;
   result.values.resize(kNumParams);
-  const JsonNode* const stored = member(document.root.get(), kBandParameters);
-  if (!isType(stored, kJsonObject)) {
+  const JsonNode* const stored = member(document.root.get(), documentKey::kBandParameters);
+  if (!jsonIsType(stored, kJsonObject)) {
     throw Failure(document.name, "holds no band: \"params\" is no object");
   }
   for (const JsonNode* entry = stored->child; entry != nullptr; entry = entry->next) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "state/document_keys.h"
 #include "state/json_document.h"
 
 /// What a stored document is, by the members of its root.
@@ -24,7 +25,9 @@ struct StateDocument {
   std::string text;  ///< unpacked, without byte order mark and final zero
   JsonTree root;     ///< an object
 
-  [[nodiscard]] bool hasVersionMark() const { return jsonGetObjectItem(root.get(), "v101"); }
+  [[nodiscard]] bool hasVersionMark() const {
+    return jsonGetObjectItem(root.get(), documentKey::kVersionMark);
+  }
 };
 
 /// Reads a file. Throws `Failure` when it cannot be read, is damaged or holds no document; with

@@ -79,7 +79,7 @@ std::size_t changedCount(const StoredValues& stored, bool isPlain) {
 
 std::string nameOf(const JsonNode* program) {
   const JsonNode* const name = jsonGetObjectItem(program, "name");
-  const bool isText = name != nullptr && (name->type & kJsonTypeMask) == kJsonString;
+  const bool isText = jsonIsType(name, kJsonString);
   return isText ? "'" + oneLine(name->valueString) + "', " : "";
 }
 
@@ -106,7 +106,7 @@ std::string bodyRows(const StateDocument& document) {
       row("version mark",
           document.hasVersionMark() ? "v101" : "none: kLogBehaviour is on when this is loaded");
   for (const StoredSet& set : storedSets(document)) text += setRow(set);
-  const bool hasEditor = jsonGetObjectItem(document.root.get(), "settings") != nullptr;
+  const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
   return text + row("editor settings", hasEditor ? "yes" : "none");
 }
 

@@ -8,20 +8,16 @@
 #include "core/plug.h"
 #include "host/file_errors.h"
 #include "platform/whole_file.h"
+#include "state/document_keys.h"
 #include "state/json_writer.h"
 
 namespace {
 
-constexpr const char* kParams = "params";
 constexpr const char* kDefaultFile = "Default Band.cvb";
 constexpr const char* kFactoryFile = "Factory Band.cvb";
 constexpr const char* kNoBandFile = "is no band file";
 
 constexpr bool isBand(int band) noexcept { return band >= 0 && band < kNumBands; }
-
-bool isType(const JsonNode* node, JsonType type) noexcept {
-  return node != nullptr && (node->type & kJsonTypeMask) == type;
-}
 
 /// The place in the file's list of rows that has this key: `hint` if that does, since files have
 /// the order of the list. Past the end for a key that is none.
@@ -37,7 +33,7 @@ std::size_t placeOf(const char* key, std::size_t hint) {
 std::int32_t BandFiles::saveBand(std::string& text, int band) const {
   if (!isBand(band)) return 0;
   const JsonTree root(jsonCreateObject());
-  JsonWriter params(JsonWriter(root.get()).add(kParams, jsonCreateObject()));
+  JsonWriter params(JsonWriter(root.get()).add(documentKey::kBandParameters, jsonCreateObject()));
   const bool isDynamicEq = plug.getPlainValue(bandParameterId(band, kB1Type)) != 0.0F;
   for (const std::int32_t row : kBandFileRows) {
     auto plain = static_cast<double>(plug.getPlainValue(bandParameterId(band, row)));
@@ -52,14 +48,15 @@ std::int32_t BandFiles::saveBand(std::string& text, int band) const {
 
 std::optional<BandFiles::Values> BandFiles::parse(const std::string& text) {
   const JsonTree root(jsonParse(text.c_str()));
-  if (!isType(root.get(), kJsonObject)) return std::nullopt;
-  const JsonNode* const params = jsonGetObjectItem(root.get(), kParams);
-  if (!isType(params, kJsonObject)) return std::nullopt;
+  if (!jsonIsType(root.get(), kJsonObject)) return std::nullopt;
+  const JsonNode* const params = jsonGetObjectItem(root.get(), documentKey::kBandParameters);
+  if (!jsonIsType(params, kJsonObject)) return std::nullopt;
   Values values{};
   std::size_t hint = 0;
   for (const JsonNode* member = params->child; member != nullptr; member = member->next, ++hint) {
     const std::size_t place = member->key != nullptr ? placeOf(member->key, hint) : values.size();
-    const auto plain = isType(member, kJsonNumber) ? static_cast<float>(member->valueDouble) : 0.0F;
+    const auto plain =
+        jsonIsType(member, kJsonNumber) ? static_cast<float>(member->valueDouble) : 0.0F;
     if (place < values.size() && std::isfinite(plain)) values.at(place) = plain;
   }
   return values;

@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "core/plug.h"
+#include "state/document_keys.h"
 #include "state/json_writer.h"
 
 namespace {
 
-constexpr const char* kSettings = "settings";
-constexpr const char* kUiPrefs = "uiprefs";
 constexpr const char* kModeKey = "uimode";
 constexpr const char* kCurrentAB = "currentAB";
 constexpr const char* kLastAB = "lastAB";
@@ -108,7 +107,7 @@ void takeBand(const JsonNode* settings, EditorState& state) {
 void saveEditorState(Plug& plug, JsonNode* root) {
   const EditorState& state = plug.editorState();
   JsonWriter document(root);
-  JsonWriter members(document.add(kSettings, jsonCreateObject()));
+  JsonWriter members(document.add(documentKey::kSettings, jsonCreateObject()));
   members.add(kModeKey, jsonCreateNumber(state.uimode));
   members.add(kCurrentAB, jsonCreateNumber(plug.getCurrentBank()));
   members.add(kLastAB, jsonCreateNumber(state.lastAB));
@@ -121,15 +120,17 @@ void saveEditorState(Plug& plug, JsonNode* root) {
   members.add(kFolder, jsonCreateString(state.lastPresetFolder.c_str()));
   addWords(members, kLocks, plug.getLockWords());
   addWords(members, kLinks, plug.getLinkWords());
-  if (JsonTree options = plug.uiSettings().save()) document.add(kUiPrefs, options.release());
+  if (JsonTree options = plug.uiSettings().save())
+    document.add(documentKey::kUiPrefs, options.release());
 }
 
 void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
-  const JsonNode* const settings = jsonGetObjectItem(root, kSettings);
+  const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (settings == nullptr) return;
   EditorState& state = plug.editorState();
   // A bank that is given for a preset holds "presets", too, but loads its first program alone.
-  if (!isPreset && jsonGetObjectItem(root, "presets") != nullptr) takeBanks(plug, settings);
+  if (!isPreset && jsonGetObjectItem(root, documentKey::kPresets) != nullptr)
+    takeBanks(plug, settings);
   takeMode(settings, state);
   takeNumbers(settings, state, kBeforeWidth);
   takeBand(settings, state);
@@ -145,7 +146,7 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
   plug.setLinkWords(wordsOf(jsonGetObjectItem(settings, kLinks)));
   state.layoutWanted = true;
-  if (const JsonNode* const options = jsonGetObjectItem(root, kUiPrefs)) {
+  if (const JsonNode* const options = jsonGetObjectItem(root, documentKey::kUiPrefs)) {
     plug.uiSettings().merge(options);
   }
 }

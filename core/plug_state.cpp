@@ -7,11 +7,11 @@
 #include "core/plug.h"
 #include "host/file_errors.h"
 #include "host/shared_value.h"
+#include "state/document_keys.h"
 #include "state/json_writer.h"
 
 namespace {
 
-constexpr const char* kVersionMark = "v101";
 constexpr const char* kLoadingFlags = "loadingFlags";
 constexpr std::int32_t kCarriesEditor = 1;  // bit of the loading flags
 constexpr std::int32_t kNoTable = -1;       // stands for every preference then
@@ -23,7 +23,7 @@ std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(in
 JsonTree Plug::saveState(bool isPreset) {
   JsonTree root = PlugBaseJSON::saveState(isPreset);
   if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) saveEditorState(*this, root.get());
-  JsonWriter(root.get()).add(kVersionMark, jsonCreateTrue());
+  JsonWriter(root.get()).add(documentKey::kVersionMark, jsonCreateTrue());
   return root;
 }
 
@@ -33,7 +33,7 @@ JsonTree Plug::loadState(const char* text, bool isPreset) {
   editor.flagsStale = true;
   JsonTree root = PlugBaseJSON::loadState(text, isPreset);
   if (root == nullptr) return root;
-  const bool isOld = jsonGetObjectItem(root.get(), kVersionMark) == nullptr;
+  const bool isOld = jsonGetObjectItem(root.get(), documentKey::kVersionMark) == nullptr;
   if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) {
     loadEditorState(*this, root.get(), isPreset);
   }

@@ -2,10 +2,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "core/plug.h"
+#include "fuzz/idle_plug.h"
 
 namespace {
 
@@ -19,17 +19,10 @@ std::string bandText(Plug& plug, int band) {
   return text;
 }
 
-/// An instance whose engine never hears of anything.
-struct Rig {
-  Machine machine{std::make_unique<MemoryStore>(), {}};
-  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
-  Plug::UpdateHold hold{plug};
-};
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static Rig rig;
+  static IdlePlug rig;
   Plug& plug = rig.plug;
   for (int row = kB1State; row <= kB1SCHFType; ++row) {
     const int id = bandParameterId(2, row);

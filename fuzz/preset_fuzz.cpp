@@ -2,10 +2,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "core/plug.h"
+#include "fuzz/idle_plug.h"
 
 namespace {
 
@@ -25,18 +25,11 @@ void load(Plug& plug, const std::string& bytes, bool isPreset) {
   require(plug.setChunk(bytes.data(), size, isPreset) == size);
 }
 
-/// An instance whose engine never hears of anything: documents are what is looked at.
-struct Rig {
-  Machine machine{std::make_unique<MemoryStore>(), {}};
-  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
-  Plug::UpdateHold hold{plug};
-};
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static Rig first;
-  static Rig second;
+  static IdlePlug first;
+  static IdlePlug second;
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   Plug& plug = first.plug;
   load(plug, "{\"v101\":true,\"presets\":[],\"settings\":{\"freeWidth\":844,\"meterRange\":24}}",

@@ -9,15 +9,10 @@
 #include "host/loading_scope.h"
 #include "host/shared_value.h"
 #include "state/chunk_codec.h"
+#include "state/document_keys.h"
 #include "state/json_writer.h"
 
 namespace {
-
-constexpr const char* kParameters = "parameters";
-constexpr const char* kPresets = "presets";
-constexpr const char* kBanks = "ab";
-constexpr const char* kName = "name";
-constexpr const char* kAllDefault = "default";
 
 constexpr double kLeastDifference = 1e-9;
 
@@ -29,10 +24,6 @@ std::vector<float> copyOf(const ProgramRecord& record) {
   values.reserve(record.values.size());
   for (const float& value : record.values) values.push_back(loadShared(value));
   return values;
-}
-
-bool isType(const JsonNode* node, JsonType type) noexcept {
-  return node != nullptr && (node->type & kJsonTypeMask) == type;
 }
 
 /// The key of parameter `hint`, if that is `key`: documents have the order of the table. Else a
@@ -149,11 +140,11 @@ JsonTree PlugBaseJSON::saveState(bool isPreset) {
     saveProgram(root.get(), curProgram.load(relaxed));
     return root;
   }
-  JsonWriter programList(members.add(kPresets, jsonCreateArray()));
+  JsonWriter programList(members.add(documentKey::kPresets, jsonCreateArray()));
   for (std::int32_t i = 0; i < static_cast<std::int32_t>(programs.size()); ++i) {
     saveProgram(programList.add(jsonCreateObject()), i);
   }
-  JsonWriter bankList(members.add(kBanks, jsonCreateArray()));
+  JsonWriter bankList(members.add(documentKey::kBanks, jsonCreateArray()));
   for (std::int32_t i = 0; i < kNumBanks; ++i) {
     JsonNode* const bank = bankList.add(jsonCreateObject());
     saveBankParameters(bank, i);
@@ -165,7 +156,7 @@ JsonTree PlugBaseJSON::saveState(bool isPreset) {
 void PlugBaseJSON::saveProgram(JsonNode* object, std::int32_t index) {
   saveProgramParameters(object, index);
   saveProgramExtras(object, index);
-  JsonWriter(object).add(kName, jsonCreateString(programs[at(index)].name.data()));
+  JsonWriter(object).add(documentKey::kName, jsonCreateString(programs[at(index)].name.data()));
 }
 
 void PlugBaseJSON::saveProgramParameters(JsonNode* object, std::int32_t index) {
@@ -181,10 +172,10 @@ void PlugBaseJSON::saveParameters(JsonNode* object, const ProgramRecord& record)
   const std::vector<float> values = copyOf(record);
   const std::vector<float>& usual = defaultValues.values;
   if (std::memcmp(values.data(), usual.data(), values.size() * sizeof(float)) == 0) {
-    members.add(kParameters, jsonCreateString(kAllDefault));
+    members.add(documentKey::kParameters, jsonCreateString(documentKey::kAllDefault));
     return;
   }
-  JsonWriter writer(members.add(kParameters, jsonCreateObject()));
+  JsonWriter writer(members.add(documentKey::kParameters, jsonCreateObject()));
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (static_cast<double>(std::fabs(values[i] - usual[i])) < kLeastDifference) continue;
     const std::string& key = keys.name(static_cast<std::int32_t>(i));
@@ -194,7 +185,7 @@ void PlugBaseJSON::saveParameters(JsonNode* object, const ProgramRecord& record)
 
 JsonTree PlugBaseJSON::loadState(const char* text, bool isPreset) {
   JsonTree root(jsonParse(text));
-  if (!isType(root.get(), kJsonObject)) return nullptr;
+  if (!jsonIsType(root.get(), kJsonObject)) return nullptr;
   documentLoaded(root.get());
   if (isPreset) {
     loadPreset(root.get());
@@ -206,23 +197,24 @@ JsonTree PlugBaseJSON::loadState(const char* text, bool isPreset) {
 
 void PlugBaseJSON::loadFull(const JsonNode* root) {
   const LoadingScope loading(isLoading);  // ends early, with the program
-  const JsonNode* const list = jsonGetObjectItem(root, kPresets);
+  const JsonNode* const list = jsonGetObjectItem(root, documentKey::kPresets);
   if (list != nullptr) {
     const int stored = jsonGetArraySize(list);
     for (int i = 0; i < stored && at(i) < programs.size(); ++i) {
       const JsonNode* const program = jsonGetArrayItem(list, i);
-      const JsonNode* const name = jsonGetObjectItem(program, kName);
-      if (isType(name, kJsonString)) programs[at(i)].setName(name->valueString);
+      const JsonNode* const name = jsonGetObjectItem(program, documentKey::kName);
+      if (jsonIsType(name, kJsonString)) programs[at(i)].setName(name->valueString);
       loadProgram(program, i);
     }
   } else {
-    if (const JsonNode* const name = jsonGetObjectItem(root, kName); isType(name, kJsonString)) {
+    if (const JsonNode* const name = jsonGetObjectItem(root, documentKey::kName);
+        jsonIsType(name, kJsonString)) {
       setProgramName(name->valueString);
     }
     loadProgram(root, curProgram.load(relaxed));
   }
   setProgram(curProgram.load(relaxed));
-  if (const JsonNode* const bankList = jsonGetObjectItem(root, kBanks)) {
+  if (const JsonNode* const bankList = jsonGetObjectItem(root, documentKey::kBanks)) {
     loadBanks(bankList);
   } else if (list != nullptr) {
     for (std::int32_t bank = 0; bank < kNumBanks; ++bank) copyToBank(bank);
@@ -239,11 +231,12 @@ void PlugBaseJSON::loadBanks(const JsonNode* list) {
 }
 
 void PlugBaseJSON::loadPreset(const JsonNode* root) {
-  if (const JsonNode* const name = jsonGetObjectItem(root, kName); isType(name, kJsonString)) {
+  if (const JsonNode* const name = jsonGetObjectItem(root, documentKey::kName);
+      jsonIsType(name, kJsonString)) {
     setProgramName(name->valueString);
   }
   // A bank where a preset was asked for gives its first program.
-  const JsonNode* const list = jsonGetObjectItem(root, kPresets);
+  const JsonNode* const list = jsonGetObjectItem(root, documentKey::kPresets);
   const JsonNode* const first = jsonGetArrayItem(list, 0);
   loadProgram(first != nullptr ? first : root, curProgram.load(relaxed));
   setProgram(curProgram.load(relaxed));
@@ -264,7 +257,7 @@ void PlugBaseJSON::loadBankParameters(const JsonNode* object, std::int32_t index
 
 void PlugBaseJSON::loadParameters(const JsonNode* object, ProgramRecord& record) const {
   std::vector<float> loaded = defaultValues.values;
-  const JsonNode* const stored = jsonGetObjectItem(object, kParameters);
+  const JsonNode* const stored = jsonGetObjectItem(object, documentKey::kParameters);
   std::int32_t hint = 0;
   for (const JsonNode* member = stored != nullptr ? stored->child : nullptr; member != nullptr;
        member = member->next) {

@@ -88,5 +88,5 @@ bool holdsDocument(std::string_view bytes) {
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);
   const JsonTree root(jsonParse(text->c_str()));
-  return root != nullptr && (root->type & kJsonTypeMask) == kJsonObject;
+  return jsonIsType(root.get(), kJsonObject);
 }

@@ -80,7 +80,7 @@ bool hasOnlyFiniteNumbers(const JsonNode* list) {
 /// Unlike `jsonGetObjectItem` by the exact name, and past what is no string.
 JsonNode* findString(const JsonNode& root, std::string_view name) {
   for (JsonNode* item = root.child; item; item = item->next) {
-    if ((item->type & kJsonTypeMask) == kJsonString && name == item->key) return item;
+    if (jsonIsType(item, kJsonString) && name == item->key) return item;
   }
   return nullptr;
 }

@@ -10,7 +10,7 @@ constexpr const char* kStoreName = "globals";
 /// An object whose numbers can all be stored again; null for a text that is none.
 JsonTree parseObject(const char* text) {
   JsonTree tree(jsonParse(text));
-  if (tree && (tree->type & kJsonTypeMask) != kJsonObject) tree.reset();
+  if (!jsonIsType(tree.get(), kJsonObject)) tree.reset();
   for (JsonNode* member = tree ? tree->child : nullptr; member; member = member->next) {
     if (!std::isfinite(member->valueDouble)) member->valueDouble = member->valueInt;
   }

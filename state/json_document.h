@@ -38,6 +38,11 @@ struct JsonNode {
   char* key;           ///< name inside the parent object; null in arrays and at the root
 };
 
+/// Whether there is a node, and of this type.
+[[nodiscard]] inline bool jsonIsType(const JsonNode* node, JsonType type) noexcept {
+  return node != nullptr && (node->type & kJsonTypeMask) == type;
+}
+
 /// Reads the first complete value of `text`, after leading white space; what follows it is ignored.
 /// `text` is zero-terminated; null gives null. The caller owns the tree. Null on a fault in the
 /// text, on more than 512 brackets inside one another, and when memory runs out; the last leaves no

@@ -23,10 +23,10 @@ MIDIMap::MIDIMap(UserStore& userStore) : store(userStore) {
 // Leaves the table as it is if the text is no array.
 void MIDIMap::readTable(const std::optional<std::string>& text, Table& table) {
   const JsonTree array(text ? jsonParse(text->c_str()) : nullptr);
-  if (!array || (array->type & kJsonTypeMask) != kJsonArray) return;
+  if (!jsonIsType(array.get(), kJsonArray)) return;
   const JsonNode* item = array->child;
   for (std::int32_t& id : table) {
-    const bool isNumber = item && (item->type & kJsonTypeMask) == kJsonNumber;
+    const bool isNumber = jsonIsType(item, kJsonNumber);
     id = isNumber ? std::max(item->valueInt, -1) : -1;
     if (item) item = item->next;
   }

@@ -46,7 +46,7 @@ void mergeGroup(const JsonNode& group, const JsonNode* stored) {
         jsonGetObjectItem(findMember(stored, index, entry->key), "value");
     // A number beyond all bounds could not be stored again.
     if (!target || !source || !std::isfinite(source->valueDouble)) continue;
-    const bool isNumber = (source->type & kJsonTypeMask) == kJsonNumber;
+    const bool isNumber = jsonIsType(source, kJsonNumber);
     setNumber(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);
   }
 }
