@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <filesystem>
+#include <system_error>
 
 #include "core/editor_document.h"
 #include "core/plug.h"
@@ -126,7 +127,8 @@ void Plug::loadDefaultBanks() {
     if (bytes.empty()) return;
     setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
     if (!chunkRefused()) return;
-    const bool isUsers = std::filesystem::exists(path);
+    std::error_code error;  // a folder that cannot be looked into: no throw to the host
+    const bool isUsers = std::filesystem::exists(path, error);
     reportFileContent(isUsers ? path : "Factory Bank." + extension, "holds no bank",
                       "The settings are the program's own");
   };
