@@ -29,7 +29,7 @@ void feed(z_stream& stream, std::string_view& rest) noexcept {
   stream.avail_in = static_cast<uInt>(next.size());
 }
 
-/// Runs `step` until it has taken all input that `feed` gave; false when it fails.
+/// Runs `step` until it has taken all input that `feed` gave, or fails; returns its last answer.
 template <typename Step>
 int drain(z_stream& stream, std::string& out, Step step) {
   Block block;
