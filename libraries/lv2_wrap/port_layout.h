@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "core/parameter_ids.h"
+
+/// The plug-ins of the bundle and the order of their ports. Sessions store port numbers: the order
+/// is fixed for ever, new ports go to the end.
+namespace lv2 {
+
+/// Head of all names of ours.
+inline constexpr std::string_view kBaseUri = "https://halvekro.com/lv2/corvanthelis";
+// Keys of the stored state.
+inline constexpr const char* kChunkUri = "https://halvekro.com/lv2/corvanthelis#chunk";
+inline constexpr const char* kPortValuesUri = "https://halvekro.com/lv2/corvanthelis#ports";
+
+/// Bytes that the event ports ask for.
+inline constexpr int kEventPortBytes = 65536;
+
+/// Audio first (main inputs, outputs, sidechain inputs), then `control` and `notify` (events in and
+/// out), `latency`, `enabled`, `freewheel`, then the parameters: globals, then bands 1 to 8.
+struct PortLayout {
+  const char* uri;       ///< of the plug-in
+  const char* fileStem;  ///< of its Turtle file
+  const char* name;      ///< shown to users
+  int mainChannels;      ///< inputs, and as many outputs
+  int sideChannels;
+
+  [[nodiscard]] constexpr int input(int channel) const noexcept { return channel; }
+  [[nodiscard]] constexpr int output(int channel) const noexcept { return mainChannels + channel; }
+  [[nodiscard]] constexpr int sidechain(int channel) const noexcept {
+    return 2 * mainChannels + channel;
+  }
+  [[nodiscard]] constexpr int control() const noexcept { return 2 * mainChannels + sideChannels; }
+  [[nodiscard]] constexpr int notify() const noexcept { return control() + 1; }
+  [[nodiscard]] constexpr int latency() const noexcept { return control() + 2; }
+  [[nodiscard]] constexpr int enabled() const noexcept { return control() + 3; }
+  [[nodiscard]] constexpr int freewheel() const noexcept { return control() + 4; }
+  /// The port of `parameterInPlace(0)`; the others follow.
+  [[nodiscard]] constexpr int firstParameter() const noexcept { return control() + 5; }
+  [[nodiscard]] constexpr int count() const noexcept { return firstParameter() + kNumParams; }
+};
+
+/// In the order in which the library hands out its descriptors.
+inline constexpr std::array<PortLayout, 3> kPlugins = {{
+    {"https://halvekro.com/lv2/corvanthelis/sidechain", "sidechain", "Corvanthelis Sidechain", 2,
+     2},
+    {"https://halvekro.com/lv2/corvanthelis/stereo", "stereo", "Corvanthelis Stereo", 2, 0},
+    {"https://halvekro.com/lv2/corvanthelis/mono", "mono", "Corvanthelis Mono", 1, 0},
+}};
+
+/// The parameter in `place` 0..421 of the order of ports, and back.
+[[nodiscard]] constexpr int parameterInPlace(int place) noexcept {
+  constexpr int kGlobalsBehind = kNumParams - kBandOrder;
+  if (place < kB1State) return place;
+  if (place < kB1State + kGlobalsBehind) return kBandOrder + place - kB1State;
+  return place - kGlobalsBehind;
+}
+[[nodiscard]] constexpr int placeOfParameter(int id) noexcept {
+  if (id < kB1State) return id;
+  return isBandParameter(id) ? id + (kNumParams - kBandOrder) : id - kBandOrder + kB1State;
+}
+
+}  // namespace lv2
