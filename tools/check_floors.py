@@ -27,7 +27,8 @@ ROWS = [
     (7, ["editor/controls", "editor/layout"], range(0, 7)),
     (8, ["graphs"], range(0, 8)),
     (9, ["editor"], range(0, 9)),
-    (10, ["libraries/aax_wrap"], range(0, 10)),
+    (10, ["libraries/aax"], []),
+    (10, ["libraries/aax_wrap"], [*range(0, 10), "libraries/aax"]),
     (10, ["libraries/lv2_wrap"], range(0, 10)),
     (10, ["apps"], range(0, 10)),
 ]
