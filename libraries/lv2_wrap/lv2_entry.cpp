@@ -1,0 +1,105 @@
+// The function that a host finds the plug-ins by.
+
+#include <lv2/core/lv2.h>
+#include <lv2/state/state.h>
+#include <lv2/worker/worker.h>
+
+#include <array>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "libraries/lv2_wrap/plugin.h"
+
+namespace {
+
+lv2::Plugin& plugin(LV2_Handle instance) noexcept { return *static_cast<lv2::Plugin*>(instance); }
+
+LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char* /*bundle*/,
+                       const LV2_Feature* const* features) {
+  try {
+    lv2::HostFeatures host = lv2::readFeatures(features);
+    for (const lv2::PortLayout& layout : lv2::kPlugins) {
+      if (std::strcmp(layout.uri, descriptor->URI) != 0) continue;
+      if (rate >= 1.0) return new lv2::Plugin(layout, rate, host);
+      lv2_log_error(&host.logger, "Corvanthelis: %g Hz is no sample rate\n", rate);
+    }
+  } catch (const std::exception&) {
+    // Out of memory: the host tells that the plug-in did not start.
+  }
+  return nullptr;
+}
+
+void connectPort(LV2_Handle instance, std::uint32_t port, void* data) {
+  plugin(instance).connectPort(port, data);
+}
+
+void activate(LV2_Handle instance) {
+  try {
+    plugin(instance).activate();
+  } catch (const std::exception&) {
+    // Out of memory: it plays on as it was.
+  }
+}
+
+void run(LV2_Handle instance, std::uint32_t frames) { plugin(instance).run(frames); }
+
+void cleanup(LV2_Handle instance) { delete &plugin(instance); }
+
+LV2_State_Status save(LV2_Handle instance, LV2_State_Store_Function store, LV2_State_Handle handle,
+                      std::uint32_t /*flags*/, const LV2_Feature* const* /*features*/) {
+  try {
+    return plugin(instance).save(store, handle);
+  } catch (const std::exception&) {
+    return LV2_STATE_ERR_UNKNOWN;
+  }
+}
+
+LV2_State_Status restore(LV2_Handle instance, LV2_State_Retrieve_Function retrieve,
+                         LV2_State_Handle handle, std::uint32_t /*flags*/,
+                         const LV2_Feature* const* /*features*/) {
+  try {
+    return plugin(instance).restore(retrieve, handle);
+  } catch (const std::exception&) {
+    return LV2_STATE_ERR_UNKNOWN;
+  }
+}
+
+LV2_Worker_Status work(LV2_Handle instance, LV2_Worker_Respond_Function /*respond*/,
+                       LV2_Worker_Respond_Handle /*handle*/, std::uint32_t /*size*/,
+                       const void* /*data*/) {
+  try {
+    plugin(instance).work();
+    return LV2_WORKER_SUCCESS;
+  } catch (const std::exception&) {
+    return LV2_WORKER_ERR_UNKNOWN;
+  }
+}
+
+/// The effect takes what a job has done by itself.
+LV2_Worker_Status workResponse(LV2_Handle /*instance*/, std::uint32_t /*size*/,
+                               const void* /*body*/) {
+  return LV2_WORKER_SUCCESS;
+}
+
+const void* extensionData(const char* uri) {
+  static constexpr LV2_State_Interface kState = {&save, &restore};
+  static constexpr LV2_Worker_Interface kWorker = {&work, &workResponse, nullptr};
+  if (std::strcmp(uri, LV2_STATE__interface) == 0) return &kState;
+  if (std::strcmp(uri, LV2_WORKER__interface) == 0) return &kWorker;
+  return nullptr;
+}
+
+constexpr LV2_Descriptor describe(const lv2::PortLayout& layout) {
+  return {layout.uri, &instantiate, &connectPort, &activate,
+          &run,       nullptr,      &cleanup,     &extensionData};
+}
+
+constexpr std::array<LV2_Descriptor, lv2::kPlugins.size()> kDescriptors = {
+    describe(lv2::kPlugins[0]), describe(lv2::kPlugins[1]), describe(lv2::kPlugins[2])};
+
+}  // namespace
+
+LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(std::uint32_t index) {
+  return index < kDescriptors.size() ? &kDescriptors[index] : nullptr;
+}

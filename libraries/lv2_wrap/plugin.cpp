@@ -1,0 +1,254 @@
+#include "libraries/lv2_wrap/plugin.h"
+
+#include <lv2/atom/util.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <exception>
+#include <limits>
+
+#include "core/parameter_table.h"
+
+namespace lv2 {
+
+namespace {
+
+constexpr auto kAlone = std::memory_order_relaxed;
+constexpr std::intptr_t kHostInterface = 2400;
+constexpr std::intptr_t kProcessLevelRealtime = 2;
+constexpr double kSecondsBetweenJobs = 0.01;
+constexpr int kPatientTicks = 3;
+constexpr float kNothing = std::numeric_limits<float>::quiet_NaN();
+
+std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
+
+bool isOn(float control) noexcept { return control > 0.5F; }
+
+}  // namespace
+
+Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
+    : layout(ports),
+      features(host),
+      effect(&Plugin::answer),
+      enabledPort(&enabledByDefault),
+      freewheelPort(&freewheelByDefault),
+      framesBetweenJobs(static_cast<std::uint32_t>(rate * kSecondsBetweenJobs)),
+      framesSinceJob(framesBetweenJobs) {
+  effect.getAeffect()->user = this;
+  effect.setSampleRate(static_cast<float>(rate));
+  effect.setBlockSize(kMostFrames);
+  effect.resume();
+  void* chunk = nullptr;
+  const std::int32_t size = effect.getChunk(&chunk, false);
+  newState.assign(static_cast<const char*>(chunk), static_cast<std::size_t>(size));
+  for (int id = 0; id < kNumParams; ++id) {
+    defaults[at(id)] = kParameterTable[at(id)].value;
+    seen[at(id)] = effect.getPlainValue(id);
+    parameterPorts[at(id)] = &defaults[at(id)];
+  }
+  bypassPort = parameterPorts[kBypass];
+  parameterPorts[kBypass] = &bypassInForce;
+  requested.fill(kNothing);
+  if (features.map != nullptr) lv2_atom_forge_init(&forge, features.map);
+  IdleTimer::instance().add(*this);
+}
+
+Plugin::~Plugin() { IdleTimer::instance().remove(*this); }
+
+std::intptr_t Plugin::answer(AEffect* effect, std::int32_t opcode, std::int32_t /*index*/,
+                             std::intptr_t /*value*/, void* /*ptr*/, float /*opt*/) {
+  if (opcode == kHostVersion) return kHostInterface;
+  if (opcode != kHostProcessLevel) return 0;
+  const auto* const plugin = static_cast<const Plugin*>(effect->user);
+  const bool isOffline = plugin != nullptr && plugin->offline.load(kAlone);
+  return isOffline ? kProcessLevelOffline : kProcessLevelRealtime;
+}
+
+void Plugin::connectPort(std::uint32_t port, void* data) noexcept {
+  if (connectControl(port, static_cast<const float*>(data))) return;
+  const int number = static_cast<int>(port);
+  for (int c = 0; c < layout.mainChannels; ++c) {
+    if (number == layout.input(c)) mainPorts[at(c)] = static_cast<const float*>(data);
+    if (number == layout.output(c)) outputPorts[at(c)] = static_cast<float*>(data);
+  }
+  for (int c = 0; c < layout.sideChannels; ++c) {
+    if (number == layout.sidechain(c)) sidePorts[at(c)] = static_cast<const float*>(data);
+  }
+  if (number == layout.control()) controlPort = static_cast<const LV2_Atom_Sequence*>(data);
+  if (number == layout.notify()) notifyPort = static_cast<LV2_Atom_Sequence*>(data);
+  if (number == layout.latency()) latencyPort = static_cast<float*>(data);
+}
+
+bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
+  const int number = static_cast<int>(port);
+  const auto connect = [data](const float*& control, const float& otherwise) {
+    control = data != nullptr ? data : &otherwise;
+    return true;
+  };
+  if (port >= static_cast<std::uint32_t>(layout.count())) return false;
+  if (number == layout.enabled()) return connect(enabledPort, enabledByDefault);
+  if (number == layout.freewheel()) return connect(freewheelPort, freewheelByDefault);
+  if (number < layout.firstParameter()) return false;
+  const int id = parameterInPlace(number - layout.firstParameter());
+  return connect(id == kBypass ? bypassPort : parameterPorts[at(id)], defaults[at(id)]);
+}
+
+void Plugin::activate() {
+  offline.store(isOn(*freewheelPort), kAlone);
+  lookAtPorts();
+  controls.deliver();
+  effect.resume();
+  framesSinceJob = framesBetweenJobs;
+}
+
+void Plugin::run(std::uint32_t frames) noexcept {
+  readEvents();
+  takeControls(frames);
+  for (std::uint32_t from = 0; from < frames; from += kMostFrames) {
+    processPart(from, std::min(frames - from, kMostFrames));
+  }
+  if (latencyPort != nullptr) *latencyPort = static_cast<float>(effect.getInitialDelay());
+  const bool stateHasChanged = controls.hasInsideChanges();
+  requestChanges();
+  writeEvents(stateHasChanged);
+}
+
+void Plugin::takeControls(std::uint32_t frames) noexcept {
+  const bool isOffline = isOn(*freewheelPort);
+  offline.store(isOffline, kAlone);
+  lookAtPorts();
+  if (isOffline) {
+    deliverNow();
+  } else {
+    askForDelivery(frames);
+  }
+}
+
+void Plugin::lookAtPorts() noexcept {
+  if (restored.exchange(false, std::memory_order_acquire)) {
+    for (int id = 0; id < kNumParams; ++id) seen[at(id)] = storedPorts[at(id)].load(kAlone);
+    requested.fill(kNothing);
+    controls.standAlone();
+  }
+  bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
+  for (int id = 0; id < kNumParams; ++id) {
+    const float plain = *parameterPorts[at(id)];
+    if (plain == seen[at(id)] || std::isnan(plain)) continue;
+    seen[at(id)] = plain;
+    const bool isAnswer = plain == requested[at(id)];
+    requested[at(id)] = kNothing;
+    if (!isAnswer) controls.offer(id, plain);
+  }
+}
+
+void Plugin::deliverNow() noexcept {
+  try {
+    controls.deliver();
+  } catch (const std::exception&) {
+    // Out of memory while rendering offline: the sound goes on with what was in force.
+  }
+}
+
+void Plugin::askForDelivery(std::uint32_t frames) noexcept {
+  framesSinceJob = std::min(framesSinceJob, framesBetweenJobs) + frames;
+  if (features.worker == nullptr || framesSinceJob < framesBetweenJobs || !controls.hasNews()) {
+    return;
+  }
+  if (workAsked.exchange(true, kAlone)) return;
+  const std::uint32_t job = 0;  // hosts need not take empty ones
+  const auto status = features.worker->schedule_work(features.worker->handle, sizeof job, &job);
+  if (status == LV2_WORKER_SUCCESS) {
+    framesSinceJob = 0;
+  } else {
+    workAsked.store(false, kAlone);
+  }
+}
+
+void Plugin::work() {
+  workAsked.store(false, kAlone);
+  controls.deliver();
+}
+
+void Plugin::onIdle() {
+  idleTicks = controls.hasNews() ? idleTicks + 1 : 0;
+  // A worker may have lost the job.
+  if (idleTicks > (features.worker == nullptr ? 0 : kPatientTicks)) controls.deliver();
+  controls.findInsideChanges();
+}
+
+void Plugin::readEvents() noexcept {
+  if (controlPort == nullptr || controlPort->atom.type != features.urids.atomSequence ||
+      features.map == nullptr) {
+    return;
+  }
+  LV2_ATOM_SEQUENCE_FOREACH(controlPort, event) {
+    if (event->body.type != features.urids.midiEvent) continue;
+    VstMidiEvent midi{};
+    midi.type = kVstMidiType;
+    midi.byteSize = sizeof midi;
+    midi.deltaFrames = static_cast<std::int32_t>(event->time.frames);
+    const std::size_t size = std::min<std::size_t>(event->body.size, 3);
+    std::memcpy(midi.midiData, event + 1, size);
+    VstEvents list{};
+    list.numEvents = 1;
+    list.events[0] = reinterpret_cast<VstEvent*>(&midi);
+    effect.processEvents(&list);
+  }
+}
+
+void Plugin::processPart(std::uint32_t from, std::uint32_t frames) noexcept {
+  std::array<float*, 4> in{};
+  std::array<float*, 2> out{};
+  const auto copy = [this, &in, from, frames](std::size_t to, const float* port) {
+    if (port == nullptr) return;
+    std::copy_n(port + from, frames, inputs[to].data());
+    in[to] = inputs[to].data();
+  };
+  const auto channels = static_cast<std::size_t>(layout.mainChannels);
+  for (std::size_t c = 0; c < channels; ++c) {
+    copy(c, mainPorts[c]);
+    copy(channels + c, sidePorts[c]);
+  }
+  // A mono call is told by the missing output, which a port left open must not look like.
+  for (std::size_t c = 0; c < channels; ++c) {
+    out[c] = outputPorts[c] != nullptr ? outputPorts[c] + from : inputs[c].data();
+  }
+  effect.processReplacing(in.data(), out.data(), static_cast<std::int32_t>(frames));
+}
+
+void Plugin::requestChanges() noexcept {
+  controls.takeInsideChanges([this](int id, float plain) { requestChange(id, plain); });
+}
+
+void Plugin::requestChange(int id, float plain) noexcept {
+  if (features.changeRequest == nullptr) return;
+  const auto request = [this](int port, float value) {
+    return features.changeRequest->requestChange(features.changeRequest->handle,
+                                                 static_cast<std::uint32_t>(port), value);
+  };
+  const int port = layout.firstParameter() + placeOfParameter(id);
+  if (id == kBypass && plain == 0.0F && !isOn(*enabledPort)) request(layout.enabled(), 1.0F);
+  if (plain != seen[at(id)] && request(port, plain) == kPortChangeSuccess) {
+    requested[at(id)] = plain;
+  }
+}
+
+void Plugin::writeEvents(bool stateHasChanged) noexcept {
+  if (notifyPort == nullptr || features.map == nullptr) return;
+  const std::uint32_t capacity =
+      notifyPort->atom.size + static_cast<std::uint32_t>(sizeof(LV2_Atom));
+  lv2_atom_forge_set_buffer(&forge, reinterpret_cast<std::uint8_t*>(notifyPort), capacity);
+  LV2_Atom_Forge_Frame sequence;
+  if (lv2_atom_forge_sequence_head(&forge, &sequence, 0) == 0) return;
+  if (stateHasChanged) {
+    LV2_Atom_Forge_Frame object;
+    lv2_atom_forge_frame_time(&forge, 0);
+    lv2_atom_forge_object(&forge, &object, 0, features.urids.stateChanged);
+    lv2_atom_forge_pop(&forge, &object);
+  }
+  lv2_atom_forge_pop(&forge, &sequence);
+}
+
+}  // namespace lv2

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+/// An extension of some hosts: the plug-in asks for another value of one of its own input ports,
+/// which it must not write itself. Called within `run`.
+namespace lv2 {
+
+inline constexpr const char* kPortChangeRequestUri =
+    "http://kx.studio/ns/lv2ext/control-input-port-change-request";
+
+enum PortChangeStatus : int {
+  kPortChangeSuccess = 0,
+  kPortChangeUnknownError = 1,
+  kPortChangeInvalidIndex = 2,
+};
+
+struct PortChangeRequest {
+  void* handle;
+  PortChangeStatus (*requestChange)(void* handle, std::uint32_t port, float value);
+};
+
+}  // namespace lv2

@@ -1,0 +1,218 @@
+#pragma once
+
+#include <lv2/atom/atom.h>
+#include <lv2/atom/forge.h>
+#include <lv2/core/lv2.h>
+#include <lv2/midi/midi.h>
+#include <lv2/state/state.h>
+#include <lv2/urid/urid.h>
+#include <lv2/worker/worker.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/parameter_table.h"
+#include "libraries/lv2_wrap/port_change_request.h"
+#include "libraries/lv2_wrap/port_layout.h"
+#include "tests/support/real_time.h"
+
+/// Names and their numbers, the same for all hosts of the process.
+class UridMap {
+ public:
+  static LV2_URID map(const char* uri) {
+    static std::mutex mutex;
+    static std::map<std::string, LV2_URID> known;
+    const std::lock_guard guard(mutex);
+    return known.emplace(uri, static_cast<LV2_URID>(known.size() + 1)).first->second;
+  }
+  static LV2_URID_Map* feature() {
+    static LV2_URID_Map map = {
+        nullptr, [](LV2_URID_Map_Handle, const char* uri) { return UridMap::map(uri); }};
+    return &map;
+  }
+};
+
+/// A stored state.
+struct StoredState {
+  struct Value {
+    std::vector<char> bytes;
+    LV2_URID type;
+  };
+  std::map<LV2_URID, Value> values;
+
+  static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
+                                std::size_t size, std::uint32_t type, std::uint32_t /*flags*/) {
+    const auto* const bytes = static_cast<const char*>(value);
+    static_cast<StoredState*>(handle)->values[key] = {{bytes, bytes + size}, type};
+    return LV2_STATE_SUCCESS;
+  }
+  static const void* retrieve(LV2_State_Handle handle, std::uint32_t key, std::size_t* size,
+                              std::uint32_t* type, std::uint32_t* flags) {
+    auto& values = static_cast<StoredState*>(handle)->values;
+    const auto found = values.find(key);
+    if (found == values.end()) return nullptr;
+    *size = found->second.bytes.size();
+    *type = found->second.type;
+    *flags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
+    return found->second.bytes.empty() ? "" : found->second.bytes.data();
+  }
+};
+
+/// A host of one instance: memory for all ports, a worker that runs when the test says so, and a
+/// record of the changes that the plug-in asks for.
+class Lv2Rig {
+ public:
+  enum Worker { kNoWorker, kWorker };
+  using Settings = std::initializer_list<std::pair<const char*, float>>;
+  static constexpr std::uint32_t kMostFrames = 8192;
+
+  explicit Lv2Rig(const lv2::PortLayout& plugin, double rate = 48000.0, Worker worker = kWorker,
+                  const Settings& settings = {})
+      : layout(plugin), controls(static_cast<std::size_t>(plugin.count())) {
+    const LV2_Feature map = {LV2_URID__map, UridMap::feature()};
+    const LV2_Feature schedule = {LV2_WORKER__schedule, &workerFeature};
+    const LV2_Feature change = {lv2::kPortChangeRequestUri, &changeFeature};
+    const std::array<const LV2_Feature*, 4> features = {
+        &map, &change, worker == kWorker ? &schedule : nullptr, nullptr};
+    for (std::uint32_t i = 0; (descriptor = lv2_descriptor(i)) != nullptr; ++i) {
+      if (std::strcmp(descriptor->URI, layout.uri) == 0) break;
+    }
+    instance = descriptor->instantiate(descriptor, rate, "", features.data());
+    connect();
+    requests.reserve(100000);
+    set(settings);
+    descriptor->activate(instance);
+  }
+  ~Lv2Rig() { descriptor->cleanup(instance); }
+  Lv2Rig(const Lv2Rig&) = delete;
+  Lv2Rig& operator=(const Lv2Rig&) = delete;
+
+  [[nodiscard]] float& control(int port) { return controls[static_cast<std::size_t>(port)]; }
+  [[nodiscard]] float& parameter(int id) {
+    return control(layout.firstParameter() + lv2::placeOfParameter(id));
+  }
+  [[nodiscard]] float& parameter(const char* identifier) {
+    return parameter(parameterKeyTable().find(identifier));
+  }
+  void set(const Settings& settings) {
+    for (const auto& [identifier, plain] : settings) parameter(identifier) = plain;
+  }
+  [[nodiscard]] int latency() { return static_cast<int>(control(layout.latency())); }
+
+  /// One call of the host's audio thread, checked, then what the worker has to do.
+  void run(std::uint32_t frames) {
+    prepareEvents();
+    if (control(layout.freewheel()) > 0.0F) {
+      descriptor->run(instance, frames);
+    } else {
+      const RealTimeCheck check;
+      descriptor->run(instance, frames);
+    }
+    midi.clear();
+  }
+  void work() {
+    if (!std::exchange(workAsked, false)) return;
+    ++jobs;
+    interface<LV2_Worker_Interface>(LV2_WORKER__interface)
+        ->work(instance, nullptr, nullptr, 0, nullptr);
+  }
+  template <typename Interface>
+  [[nodiscard]] const Interface* interface(const char* uri) const {
+    return static_cast<const Interface*>(descriptor->extension_data(uri));
+  }
+  [[nodiscard]] StoredState save() {
+    StoredState state;
+    const auto status = interface<LV2_State_Interface>(LV2_STATE__interface)
+                            ->save(instance, &StoredState::store, &state, 0, nullptr);
+    EXPECT_EQ(status, LV2_STATE_SUCCESS);
+    return state;
+  }
+  LV2_State_Status restore(StoredState state) {
+    return interface<LV2_State_Interface>(LV2_STATE__interface)
+        ->restore(instance, &StoredState::retrieve, &state, 0, nullptr);
+  }
+
+  const lv2::PortLayout& layout;
+  std::array<std::vector<float>, 2> in, out, side;
+  std::vector<std::array<std::uint8_t, 3>> midi;  // for the next run
+  std::vector<std::pair<int, float>> requests;    // parameters, and the plain values asked for
+  int jobs = 0;
+  bool workerAccepts = true;
+  const LV2_Descriptor* descriptor = nullptr;
+  LV2_Handle instance = nullptr;
+
+ private:
+  void connect() {
+    const auto channel = [this](std::vector<float>& buffer, int port) {
+      buffer.assign(kMostFrames, 0.0F);
+      descriptor->connect_port(instance, static_cast<std::uint32_t>(port), buffer.data());
+    };
+    for (std::size_t c = 0; c < static_cast<std::size_t>(layout.mainChannels); ++c) {
+      channel(in[c], layout.input(static_cast<int>(c)));
+      channel(out[c], layout.output(static_cast<int>(c)));
+    }
+    for (std::size_t c = 0; c < static_cast<std::size_t>(layout.sideChannels); ++c) {
+      channel(side[c], layout.sidechain(static_cast<int>(c)));
+    }
+    const auto connectTo = [this](int port, void* data) {
+      descriptor->connect_port(instance, static_cast<std::uint32_t>(port), data);
+    };
+    connectTo(layout.control(), events.data());
+    connectTo(layout.notify(), notes.data());
+    for (int port = layout.latency(); port < layout.count(); ++port) {
+      connectTo(port, &control(port));
+    }
+    control(layout.enabled()) = 1.0F;
+    for (int id = 0; id < kNumParams; ++id) {
+      parameter(id) = kParameterTable[static_cast<std::size_t>(id)].value;
+    }
+  }
+
+  void prepareEvents() {
+    LV2_Atom_Forge forge;
+    lv2_atom_forge_init(&forge, UridMap::feature());
+    lv2_atom_forge_set_buffer(&forge, reinterpret_cast<std::uint8_t*>(events.data()),
+                              sizeof events);
+    LV2_Atom_Forge_Frame frame;
+    lv2_atom_forge_sequence_head(&forge, &frame, 0);
+    for (const auto& message : midi) {
+      lv2_atom_forge_frame_time(&forge, 0);
+      lv2_atom_forge_atom(&forge, 3, UridMap::map(LV2_MIDI__MidiEvent));
+      lv2_atom_forge_write(&forge, message.data(), 3);
+    }
+    lv2_atom_forge_pop(&forge, &frame);
+    auto* const notify = reinterpret_cast<LV2_Atom*>(notes.data());
+    *notify = {sizeof notes - sizeof(LV2_Atom), UridMap::map(LV2_ATOM__Chunk)};
+  }
+
+  static LV2_Worker_Status schedule(LV2_Worker_Schedule_Handle handle, std::uint32_t /*size*/,
+                                    const void* /*data*/) {
+    auto* const rig = static_cast<Lv2Rig*>(handle);
+    if (!rig->workerAccepts) return LV2_WORKER_ERR_NO_SPACE;
+    rig->workAsked = true;
+    return LV2_WORKER_SUCCESS;
+  }
+  static lv2::PortChangeStatus requestChange(void* handle, std::uint32_t port, float value) {
+    auto* const rig = static_cast<Lv2Rig*>(handle);
+    const int place = static_cast<int>(port) - rig->layout.firstParameter();
+    rig->requests.emplace_back(lv2::parameterInPlace(place), value);
+    rig->control(static_cast<int>(port)) = value;
+    return lv2::kPortChangeSuccess;
+  }
+
+  std::vector<float> controls;  // by port
+  alignas(8) std::array<char, 4096> events{};
+  alignas(8) std::array<char, 4096> notes{};
+  LV2_Worker_Schedule workerFeature = {this, &Lv2Rig::schedule};
+  lv2::PortChangeRequest changeFeature = {this, &Lv2Rig::requestChange};
+  bool workAsked = false;
+};

@@ -1,0 +1,69 @@
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+#include "state/machine.h"
+#include "tests/lv2_wrap/lv2_rig.h"
+
+namespace {
+
+bool soundsGood(const Lv2Rig& rig, std::size_t frames) {
+  for (std::size_t i = 0; i < frames; ++i) {
+    if (!(std::abs(rig.out[0][i]) < 100.0F)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+/// Audio with moving controls and MIDI, the worker, a session that stores and restores, and the
+/// message thread, all at once.
+TEST(Lv2Threads, StatesAndControlsMeetTheAudioThread) {
+  Lv2Rig rig(lv2::kPlugins[0], 48000.0, Lv2Rig::kNoWorker,
+             {{"kB2State", 1.0F}, {"kB2Frequency", 5000.0F}, {"kB1Threshold", -30.0F}});
+  Machine::ofProcess().midiMap().learn(parameterKeyTable().find("kB1Ratio"), 20);
+  std::atomic<bool> done{false};
+  std::thread session([&rig, &done] {
+    while (!done) {
+      EXPECT_EQ(rig.restore(rig.save()), LV2_STATE_SUCCESS);
+      rig.interface<LV2_Worker_Interface>(LV2_WORKER__interface)
+          ->work(rig.instance, nullptr, nullptr, 0, nullptr);
+    }
+  });
+  for (auto& channel : rig.in) {
+    for (std::size_t i = 0; i < channel.size(); ++i) channel[i] = i % 97 < 48 ? 0.4F : -0.4F;
+  }
+  for (int block = 0; block < 400; ++block) {
+    const auto step = static_cast<float>(block % 50);
+    rig.set({{"kB1Frequency", 100.0F + 10.0F * step}, {"kABBank", std::floor(step / 10.0F)}});
+    rig.midi.push_back({0xB0, 20, static_cast<std::uint8_t>(block % 128)});
+    rig.run(static_cast<std::uint32_t>(1 + block * 37 % 2000));
+    ASSERT_TRUE(soundsGood(rig, 1));
+    std::this_thread::sleep_for(std::chrono::microseconds(500));
+  }
+  done = true;
+  session.join();
+  Machine::ofProcess().midiMap().unlearn(parameterKeyTable().find("kB1Ratio"));
+}
+
+/// A controller moves a parameter at once; the port's host is asked to follow, and a port that has
+/// not moved does not take the value back.
+TEST(Lv2Threads, LearntControllersHoldAndAreTold) {
+  Lv2Rig rig(lv2::kPlugins[1]);
+  MIDIMap& map = Machine::ofProcess().midiMap();
+  map.learn(kOpTrim, 21);
+  rig.run(64);
+  rig.midi.push_back({0xB0, 21, 0});
+  rig.run(64);
+  for (int turn = 0; turn < 1000 && rig.requests.empty(); ++turn) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    rig.run(64);
+    rig.work();
+  }
+  map.unlearn(kOpTrim);
+  ASSERT_FALSE(rig.requests.empty());
+  EXPECT_EQ(rig.requests.front(), std::pair(static_cast<int>(kOpTrim), -24.0F));
+  for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
+  rig.run(4800);
+  EXPECT_NEAR(rig.out[0][4799], 0.5 * std::pow(10.0, -24.0 / 20.0), 1e-4);
+}
