@@ -214,7 +214,7 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
   delaySidechain(DelayRings::kExtBefore, band, block, filterDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
-  const BandRun run = beginBand(band, 0, block);
+  BandRun run = beginBand(band, 0, block);
   processBands({&run, 1}, block, 0);
   const int bandDelay = run.lookahead + block.oversampleLatency;
   for (int c = 0; c < block.channels; ++c) {
@@ -239,7 +239,7 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   const auto weights =
       crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
   std::array<BandRun, kBands> bandRuns;
-  const std::span<const BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
+  const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
     bandRuns[place] = beginBand(listed[place].band, place, block);
   }

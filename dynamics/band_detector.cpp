@@ -69,6 +69,11 @@ void BandDetector::reset() noexcept {
   window.clear();
 }
 
+void BandDetector::copySignal(const BandDetector& other) noexcept {
+  state = other.state;
+  window.copySignal(other.window);
+}
+
 void BandDetector::process(double* signal, int frames, double& envPeak, double& dynPeak,
                            double& tranPeak, double& fastLamp, double& slowLamp) noexcept {
   const Job job{this, signal, &envPeak, &dynPeak, &tranPeak, &fastLamp, &slowLamp};

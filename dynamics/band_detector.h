@@ -52,6 +52,8 @@ class BandDetector {
 
   /// Forgets the signal; settings stay.
   void reset() noexcept;
+  /// Takes over what `other` has heard; audio thread.
+  void copySignal(const BandDetector& other) noexcept;
   /// Whether it is the one that lets its band's lamps decay.
   void setOwnsLamps(bool on) noexcept { ownsLamps = on; }
   void process(double* signal, int frames, double& envPeak, double& dynPeak, double& tranPeak,

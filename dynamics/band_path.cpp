@@ -86,9 +86,8 @@ compressor::BandRun compressor::beginBand(int band, std::size_t place,
   return run;
 }
 
-void compressor::processBands(std::span<const BandRun> runs, const Block& block,
-                              int alignTo) noexcept {
-  for (const BandRun& run : runs) makeSidechain(run, block);
+void compressor::processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept {
+  for (BandRun& run : runs) makeSidechain(run, block);
   detect(runs, block);
   for (const BandRun& run : runs) {
     if (!run.isXover) {
@@ -122,7 +121,7 @@ const double* compressor::sidechainSource(const BandRun& run, std::size_t channe
   }
 }
 
-void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept {
+void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
   SidechainFilters& filters = sidechains[static_cast<std::size_t>(run.band)];
   const auto channels = static_cast<std::size_t>(block.channels);
   for (std::size_t c = 0; c < channels; ++c) {
@@ -134,28 +133,44 @@ void compressor::makeSidechain(const BandRun& run, const Block& block) noexcept 
       std::copy_n(run.side[c], block.frames, run.signal[c]);
     }
   } else if (channels == 2) {
-    filters.link(run.side[0], run.side[1], block.frames);
+    run.sameSide = filters.link(run.side[0], run.side[1], block.frames);
   }
 }
 
-void compressor::detect(std::span<const BandRun> runs, const Block& block) noexcept {
+void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
   std::array<BandDetector::Job, kBands * WorkBuffers::kChannels> jobs{};
   std::size_t count = 0;
-  for (const BandRun& run : runs) {
+  for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
     BandMeters& meter = bandMeters[band];
-    for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
+    run.sameSide = detectors[band].oneForBoth(run.sameSide);
+    const int detecting = run.sameSide ? 1 : block.channels;
+    for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
       jobs[count++] = {&detectors[band][c], run.side[c],     &meter.envPeak, &meter.dynPeak[c],
                        &meter.tranPeak[c],  &meter.fastLamp, &meter.slowLamp};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
-  for (const BandRun& run : runs) {
+  for (BandRun& run : runs) {
+    if (run.sameSide) shareGain(run, block);
     if (!run.passive) continue;
     BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
     meter.dynPeak.fill(0.0);
     meter.tranPeak.fill(0.0);
     for (double* const gain : run.side) std::fill_n(gain, block.frames, 1.0);
+  }
+}
+
+/// The second channel gets what the detector of the first has found for both.
+void compressor::shareGain(BandRun& run, const Block& block) noexcept {
+  BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
+  meter.dynPeak[1] = meter.dynPeak[0];
+  meter.tranPeak[1] = meter.tranPeak[0];
+  const PositionWeights weight(at(run.band).position.load(kAlone), block.channels);
+  if (weight.first == weight.second) {
+    run.side[1] = run.side[0];
+  } else {
+    std::copy_n(run.side[0], block.frames, run.side[1]);
   }
 }
 
@@ -188,6 +203,8 @@ void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
   const auto& [left, right] = buffers->reduction;
   if (block.channels == 1) {
     first.apply<1>(run.side[0], {left}, block.frames);
+  } else if (run.side[0] == run.side[1]) {
+    first.apply<2>(run.side[0], {left, right}, block.frames);
   } else if (shared.leftRight.load(kAlone)) {
     first.apply<1>(run.side[0], {left}, block.frames);
     second.apply<1>(run.side[1], {right}, block.frames);

@@ -89,7 +89,7 @@ void compressor::resetPath(int band) noexcept {
   const auto index = static_cast<std::size_t>(band);
   sidechains[index].reset();
   for (OversampledGain& product : oversampled[index]) product.reset();
-  for (BandDetector& detector : detectors[index]) detector.reset();
+  detectors[index].reset();
   detectors[index][0].setOwnsLamps(true);
   // By the engine's clock, so that the eight take turns at the large part of their work.
   constexpr int kTurn = PartitionedConvolver::kPhases / kBands;

@@ -6,10 +6,10 @@
 #include <memory>
 #include <span>
 
-#include "dynamics/band_detector.h"
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/delay_rings.h"
+#include "dynamics/detector_pair.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
@@ -184,7 +184,8 @@ class compressor {
     int lookahead;             // samples
     int heardPlace;            // of the crossover band that is its sidechain, or -1
     WorkBuffers::Pair signal;  // in place
-    WorkBuffers::Pair side;    // sidechain, then linear gain
+    WorkBuffers::Pair side;    // sidechain, then linear gain; may become the same buffer
+    bool sameSide;             // both channels hear the same
   };
   static constexpr int kCrossoverStage = -1;
 
@@ -208,12 +209,13 @@ class compressor {
   void splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept;
   /// The paths of bands that do not hear each other's output, over their signals in place.
   /// `alignTo`: the lookahead that crossover bands come to, in samples.
-  void processBands(std::span<const BandRun> runs, const Block& block, int alignTo) noexcept;
+  void processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept;
   [[nodiscard]] BandRun beginBand(int band, std::size_t place, const Block& block) noexcept;
   [[nodiscard]] const double* sidechainSource(const BandRun& run,
                                               std::size_t channel) const noexcept;
-  void makeSidechain(const BandRun& run, const Block& block) noexcept;
-  void detect(std::span<const BandRun> runs, const Block& block) noexcept;
+  void makeSidechain(BandRun& run, const Block& block) noexcept;
+  void detect(std::span<BandRun> runs, const Block& block) noexcept;
+  void shareGain(BandRun& run, const Block& block) noexcept;
   void applyGain(const BandRun& run, const Block& block) noexcept;
   void finishGain(const BandRun& run, const Block& block) noexcept;
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
@@ -239,7 +241,7 @@ class compressor {
   std::array<BandMeters, kBands> bandMeters;
   std::array<SharedBand, kBands> bands;
   std::array<subband, kBands> subbands;
-  std::array<std::array<BandDetector, WorkBuffers::kChannels>, kBands> detectors;
+  std::array<DetectorPair, kBands> detectors;
   std::array<SidechainFilters, kBands> sidechains;
   std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kBands> oversampled;
   CrossoverBank crossover;

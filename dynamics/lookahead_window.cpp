@@ -58,6 +58,18 @@ void LookaheadWindow::clear() noexcept {
   window.averaging = false;
 }
 
+void LookaheadWindow::copySignal(const LookaheadWindow& other) noexcept {
+  std::copy(other.memory.begin(), other.memory.end(), memory.begin());
+  WindowLane own = other.window;
+  own.recent = window.recent;
+  own.tree = window.tree;
+  own.maxima = window.maxima;
+  own.means = window.means;
+  window = own;
+  activeSamples = other.activeSamples;
+  loudSamples = other.loudSamples;
+}
+
 void LookaheadWindow::rollUp() noexcept {
   forEachSmallLevel([this](double* ring, double* entries, unsigned size) {
     for (unsigned i = 0; i < size; ++i) ring[(window.treePosition + i) & (size - 1)] = entries[i];

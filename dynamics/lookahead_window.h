@@ -35,6 +35,8 @@ class LookaheadWindow {
   }
   /// Forgets the signal, keeps the lookahead.
   void clear() noexcept;
+  /// Takes over what `other` has heard; audio thread.
+  void copySignal(const LookaheadWindow& other) noexcept;
   /// At most one comparison per doubling of the lookahead and sample; 0 frames change nothing.
   void process(double* signal, int frames) noexcept;
 

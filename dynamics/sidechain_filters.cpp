@@ -70,17 +70,20 @@ void SidechainFilters::process(std::size_t channel, const double* in, double* ou
   }
 }
 
-void SidechainFilters::link(double* left, double* right, int frames) const noexcept {
+bool SidechainFilters::link(double* left, double* right, int frames) const noexcept {
   const double c0 = positionFactors[0].load(kAlone);
   const double c1 = positionFactors[1].load(kAlone);
   const double c2 = positionFactors[2].load(kAlone);
   const double c3 = positionFactors[3].load(kAlone);
   const double unlink = scUnlink.load(kAlone);
+  bool differ = false;
   for (int i = 0; i < frames; ++i) {
     const double a = std::abs(c0 * left[i] + c1 * right[i]);
     const double b = std::abs(c2 * left[i] + c3 * right[i]);
     const double louder = a > b ? a : b;
     left[i] = (a - louder) * unlink + louder;
     right[i] = (b - louder) * unlink + louder;
+    differ |= left[i] != right[i];
   }
+  return !differ;
 }

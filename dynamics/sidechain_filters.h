@@ -41,8 +41,8 @@ class SidechainFilters {
   void reset() noexcept;
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
   void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
-  /// Makes left and right, in place, into what the two detectors hear.
-  void link(double* left, double* right, int frames) const noexcept;
+  /// Makes left and right, in place, into what the two detectors hear; whether that is the same.
+  bool link(double* left, double* right, int frames) const noexcept;
 
  private:
   static constexpr std::size_t kChannels = 2;

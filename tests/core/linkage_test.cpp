@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+
+#include "tests/core/plug_rig.h"
+
+namespace {
+
+constexpr int kBlock = 96;
+
+/// Linked detectors that hear the same are run as one, unless they ever heard something else: one
+/// block of silence, unlinked, makes an effect run them all its life.
+void runApartFromNowOn(PlugRig& rig) {
+  rig.set({{"kB1SCLink", 50}, {"kB2SCLink", 50}});
+  render(rig.plug, Stereo<double>(kBlock), kBlock);
+  rig.set({{"kB1SCLink", 100}, {"kB2SCLink", 100}});
+}
+
+}  // namespace
+
+/// Bit by bit, through everything that takes the detectors of a band apart.
+TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
+  const PlugRig::Settings settings = {
+      {"kB1Threshold", -30}, {"kB1Ratio", 0.6},      {"kB1Target", 40},  {"kB1Frequency", 300},
+      {"kB2State", 1},       {"kB2Frequency", 4000}, {"kB2RatioB", 0.5}, {"kB2Position", 30},
+      {"kB2Lookahead", 3},   {"kB2Threshold", -20},  {"kB2LR", 1}};
+  const struct {
+    int block;
+    const char* identifier;
+    double plain;
+  } changes[] = {{20, "kB1SCPos", 20},   {30, "kB1Lookahead", 25}, {40, "kB1SCLink", 30},
+                 {60, "kB1SCLink", 100}, {70, "kB2SCLink", 0},     {75, "kB1Lookahead", 2},
+                 {80, "kSCListen", 0},   {85, "kSCListen", -1},    {90, "kB2Bypass", 1},
+                 {95, "kB2Bypass", 0},   {100, "kB2Attack", 30},   {110, "kB2State", 0},
+                 {120, "kB2State", 1},   {150, "kB2SCLink", 70}};
+  PlugRig one(settings);
+  PlugRig two(settings);
+  render(one.plug, Stereo<double>(kBlock), kBlock);
+  runApartFromNowOn(two);
+  const Stereo<double> input = noise<double>(200 * kBlock);
+  const auto play = [&](PlugRig& rig) {
+    return render(rig.plug, input, kBlock, [&](int at) {
+      for (const auto& change : changes) {
+        if (change.block * kBlock == at) rig.set({{change.identifier, change.plain}});
+      }
+    });
+  };
+  const Stereo<double> expected = play(two);
+  EXPECT_EQ(play(one).channels, expected.channels);
+  for (int band = 0; band < 2; ++band) {
+    for (int channel = 0; channel < 2; ++channel) {
+      EXPECT_EQ(one.plug.getBandGain(band, 3, channel), two.plug.getBandGain(band, 3, channel));
+    }
+    EXPECT_EQ(one.plug.getBandEnvelope(band), two.plug.getBandEnvelope(band));
+  }
+  for (int selector = 0; selector < 2; ++selector) {
+    EXPECT_EQ(one.plug.getGainReduction(selector), two.plug.getGainReduction(selector));
+  }
+}
