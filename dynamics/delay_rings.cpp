@@ -13,7 +13,7 @@ constexpr int kStride = DelayRings::kSize + 1024 + 72;
 void writeRing(double* ring, int position, const double* from, int count) noexcept {
   const int toEnd = std::min(count, DelayRings::kSize - position);
   std::copy_n(from, toEnd, ring + position);
-  std::copy_n(from + toEnd, count - toEnd, ring);
+  if (toEnd < count) std::copy_n(from + toEnd, count - toEnd, ring);
 }
 
 /// Fetches what the next block of this length will overwrite: with so many long rings taking turns,
@@ -29,7 +29,7 @@ void fetchAhead(const double* ring, int position, int count) noexcept {
 void readRing(const double* ring, int position, double* to, int count) noexcept {
   const int toEnd = std::min(count, DelayRings::kSize - position);
   std::copy_n(ring + position, toEnd, to);
-  std::copy_n(ring, count - toEnd, to + toEnd);
+  if (toEnd < count) std::copy_n(ring, count - toEnd, to + toEnd);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include "dynamics/sidechain_filters.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 namespace {
 
@@ -25,6 +27,15 @@ void setMiddle(LanthornEQ& filter, const SidechainFilterSettings::Filter& settin
   filter.setGain(settings.gain);
   filter.setQ(settings.q);
   filter.setType(settings.second ? EQ::kBpf : EQ::kPeak);
+}
+
+/// Bit by bit.
+bool areSame(const double* a, const double* b, int count) noexcept {
+  std::uint64_t differences = 0;
+  for (int i = 0; i < count; ++i) {
+    differences |= std::bit_cast<std::uint64_t>(a[i]) ^ std::bit_cast<std::uint64_t>(b[i]);
+  }
+  return differences == 0;
 }
 
 }  // namespace
@@ -76,14 +87,12 @@ bool SidechainFilters::link(double* left, double* right, int frames) const noexc
   const double c2 = positionFactors[2].load(kAlone);
   const double c3 = positionFactors[3].load(kAlone);
   const double unlink = scUnlink.load(kAlone);
-  bool differ = false;
   for (int i = 0; i < frames; ++i) {
     const double a = std::abs(c0 * left[i] + c1 * right[i]);
     const double b = std::abs(c2 * left[i] + c3 * right[i]);
     const double louder = a > b ? a : b;
     left[i] = (a - louder) * unlink + louder;
     right[i] = (b - louder) * unlink + louder;
-    differ |= left[i] != right[i];
   }
-  return !differ;
+  return unlink == 0.0 && areSame(left, right, frames);
 }

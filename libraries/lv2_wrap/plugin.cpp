@@ -133,6 +133,12 @@ void Plugin::lookAtPorts() noexcept {
     controls.standAlone();
   }
   bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
+  // Most blocks bring nothing new: told without a branch per port.
+  unsigned changed = 0;
+  for (int id = 0; id < kNumParams; ++id) {
+    changed |= static_cast<unsigned>(*parameterPorts[at(id)] != seen[at(id)]);
+  }
+  if (changed == 0) return;
   for (int id = 0; id < kNumParams; ++id) {
     const float plain = *parameterPorts[at(id)];
     if (plain == seen[at(id)] || std::isnan(plain)) continue;

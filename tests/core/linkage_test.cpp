@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -7,10 +9,12 @@ namespace {
 constexpr int kBlock = 96;
 
 /// Linked detectors that hear the same are run as one, unless they ever heard something else: one
-/// block of silence, unlinked, makes an effect run them all its life.
+/// block that is far below all levels, unlinked, makes an effect run them all its life.
 void runApartFromNowOn(PlugRig& rig) {
-  rig.set({{"kB1SCLink", 50}, {"kB2SCLink", 50}});
-  render(rig.plug, Stereo<double>(kBlock), kBlock);
+  Stereo<double> faint(kBlock);
+  std::fill(faint.channels[0].begin(), faint.channels[0].end(), 1e-200);
+  rig.set({{"kB1SCLink", 0}, {"kB2SCLink", 0}});
+  for (int block = 0; block < 40; ++block) render(rig.plug, faint, kBlock);
   rig.set({{"kB1SCLink", 100}, {"kB2SCLink", 100}});
 }
 
@@ -33,8 +37,9 @@ TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
                  {120, "kB2State", 1},   {150, "kB2SCLink", 70}};
   PlugRig one(settings);
   PlugRig two(settings);
-  render(one.plug, Stereo<double>(kBlock), kBlock);
   runApartFromNowOn(two);
+  render(two.plug, Stereo<double>(100 * kBlock), kBlock);
+  render(one.plug, Stereo<double>(140 * kBlock), kBlock);
   const Stereo<double> input = noise<double>(200 * kBlock);
   const auto play = [&](PlugRig& rig) {
     return render(rig.plug, input, kBlock, [&](int at) {
