@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <source_location>
 #include <string_view>
 
 #include "libraries/aax/aax_host_services.h"
@@ -62,15 +61,14 @@ constexpr std::array<Configuration, 2> kConfigurations = {
      {AAX_eStemFormat_Stereo, AAX_TypeID("RTST"), AAX_TypeID("ASST"), &aaxRender<2>}}};
 
 /// Logs a call of the host's that failed, with the line it stands in.
-void check(AAX_Result err, std::source_location where = std::source_location::current()) {
+void check(AAX_Result err, std::int32_t line = __builtin_LINE()) {
   if (err == AAX_SUCCESS) return;
-  AAX_CHostServices::HandleAssertFailure(where.file_name(), static_cast<std::int32_t>(where.line()),
-                                         "err == AAX_SUCCESS");
+  AAX_CHostServices::HandleAssertFailure(__FILE__, line, "err == AAX_SUCCESS");
 }
 
 /// Logs the same where the host could not make an object; whether it could.
-bool isThere(const void* object, std::source_location where = std::source_location::current()) {
-  if (object == nullptr) check(AAX_ERROR_NULL_OBJECT, where);
+bool isThere(const void* object, std::int32_t line = __builtin_LINE()) {
+  if (object == nullptr) check(AAX_ERROR_NULL_OBJECT, line);
   return object != nullptr;
 }
 

@@ -134,10 +134,13 @@ float AAXWrap_Parameters::stepShare(std::int32_t index, float plain) const {
   return (plain - lowest) / (plainAt(index, 1.0F) - lowest + 1.0F);
 }
 
-/// The host's value for one of the effect's.
+/// The host's value for one of the effect's. Of parameters with steps it is that of the value the
+/// effect makes of it, since the host's nearest step may be another one.
 float AAXWrap_Parameters::hostValue(std::int32_t index, float normalised) const {
-  const bool wholeSteps = effect->getStepCount(index) > 1 && effect->getStepSize(index) == 1;
-  return wholeSteps ? stepShare(index, plainAt(index, normalised)) : normalised;
+  if (effect->getStepCount(index) <= 1) return normalised;
+  const float plain = plainAt(index, normalised);
+  const bool wholeSteps = effect->getStepSize(index) == 1;
+  return wholeSteps ? stepShare(index, plain) : effect->plainToNormalised(index, plain);
 }
 
 /// The effect's value for the host's: of parameters with steps exactly that of the host's step.

@@ -1,0 +1,275 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <set>
+
+#include "core/parameter_table.h"
+#include "libraries/aax/aax_string.h"
+#include "libraries/aax_wrap/aaxwrap_channel_labels.h"
+#include "libraries/aax_wrap/aaxwrap_render.h"
+#include "tests/aax_wrap/bridge_rig.h"
+#include "tests/support/real_time.h"
+
+namespace {
+
+constexpr AAX_CTypeID kEffectChunk = AAX_TypeID("CvnP");
+constexpr AAX_EUpdateSource kSource = AAX_eUpdateSource_Unspecified;
+
+/// What a parameter's row in the table means for the host.
+struct Expected {
+  explicit Expected(const ParameterRecord& row) : low(row.min), high(row.max) {
+    const bool slope = row.curve == kCurveMultipleOf6;
+    stepped = slope || row.curve == kCurveWhole || row.curve == kCurveSwitch;
+    unit = slope ? 6.0 : 1.0;
+    // Whole numbers have a step above the highest, a quirk that the defaults share.
+    if (stepped) hostSteps = static_cast<int>((high - low) / unit) + 1;
+    if (row.curve == kCurveWhole) ++hostSteps;
+  }
+  double low, high, unit;
+  bool stepped;
+  int hostSteps = 1000;
+};
+
+TEST(AaxBridgeTest, EveryStepOfTheHostIsAStepOfTheEffect) {
+  BridgeRig rig;
+  std::set<std::string> seen;
+  for (int i = 0; i < kNumParams; ++i) {
+    const ParameterRecord& row = kParameterTable[static_cast<std::size_t>(i)];
+    SCOPED_TRACE(parameterKeyTable().name(i));
+    const Expected expected(row);
+    AAX_CString id;
+    ASSERT_EQ(rig.instance->GetParameterIDFromIndex(i, &id), AAX_SUCCESS);
+    const std::uint32_t number = (expected.stepped ? 0x20646420U : 0x206c6420U) + unsigned(i);
+    std::array<char, 5> bytes{};
+    std::memcpy(bytes.data(), &number, sizeof number);
+    EXPECT_STREQ(id.Get(), bytes.data());
+    EXPECT_TRUE(seen.insert(id.Get()).second);
+    std::int32_t steps = 0;
+    AAX_EParameterType type{};
+    double usual = -1.0;
+    rig.instance->GetParameterNumberOfSteps(id.Get(), &steps);
+    rig.instance->GetParameterType(id.Get(), &type);
+    rig.instance->GetParameterDefaultNormalizedValue(id.Get(), &usual);
+    EXPECT_EQ(steps, expected.hostSteps);
+    EXPECT_EQ(type == AAX_eParameterType_Discrete, expected.stepped);
+    const float plain = rig.effect->getPlainValue(i);
+    const double share = (static_cast<double>(plain) - expected.low) /
+                         (expected.high - expected.low + (expected.stepped ? 1.0 : 0.0));
+    const bool isShare = expected.stepped && row.curve != kCurveSwitch;
+    EXPECT_NEAR(usual, isShare ? share : double{rig.effect->getParameter(i)}, 1e-7);
+    if (!expected.stepped) continue;
+    for (int step = 0; step < steps; ++step) {
+      const double value = static_cast<double>(step) / (steps - 1);
+      ASSERT_EQ(rig.instance->UpdateParameterNormalizedValue(id.Get(), value, kSource), 0);
+      const double goal = std::min(expected.low + step * expected.unit, expected.high);
+      EXPECT_EQ(double{rig.effect->getPlainValue(i)}, goal) << "step " << step;
+    }
+    rig.instance->UpdateParameterNormalizedValue(id.Get(), usual, kSource);
+    EXPECT_EQ(rig.effect->getPlainValue(i), plain) << "default";
+  }
+  std::int32_t changes = 0;
+  rig.instance->GetNumberOfChanges(&changes);
+  EXPECT_GT(changes, kNumParams);
+}
+
+TEST(AaxBridgeTest, WhatTheEffectAutomatesComesBackAsTheSameValue) {
+  BridgeRig rig;
+  for (int i = 0; i < kNumParams; ++i) {
+    for (const float normalised : {0.0F, 0.24F, 0.5F, 0.77F, 1.0F}) {
+      rig.effect->setParameter(i, normalised);
+      const float plain = rig.effect->getPlainValue(i);
+      const int before = rig.host.posted;
+      rig.tell(kHostAutomate, i, normalised);
+      EXPECT_EQ(rig.host.posted, before + 1);
+      EXPECT_EQ(rig.effect->getPlainValue(i), plain)
+          << parameterKeyTable().name(i) << " at " << normalised;
+    }
+  }
+  // The bank selector tells of all that its banks hold.
+  const int posted = rig.host.posted;
+  rig.host.gestures.clear();
+  for (const int outside : {-1, int{kNumParams}, 32765}) {
+    for (const auto opcode : {kHostAutomate, kHostBeginEdit, kHostEndEdit}) {
+      rig.tell(opcode, outside, 1.0F);
+    }
+  }
+  EXPECT_EQ(rig.host.gestures, "");
+  EXPECT_EQ(rig.host.posted, posted);
+  rig.effect->beginEdit(kIpTrim);
+  rig.effect->endEdit(kIpTrim);
+  const std::string id = aaxParameterIdentifier(kIpTrim, false).data();
+  EXPECT_EQ(rig.host.gestures, id + "/" + id);
+}
+
+TEST(AaxBridgeTest, NothingIsTakenFromAHostThatIsNone) {
+  BridgeRig rig(false);
+  AAX_IEffectParameters& instance = *rig.instance;
+  rig.tell(kHostAutomate, 0, 1.0F);  // before there is anybody
+  EXPECT_EQ(instance.Initialize(nullptr), AAX_ERROR_NULL_ARGUMENT);
+  rig.host.automates = false;
+  EXPECT_EQ(instance.Initialize(rig.host.unknown()), AAX_ERROR_NULL_OBJECT);
+  rig.host.automates = true;
+  rig.host.rateResult = -12345;
+  EXPECT_EQ(instance.Initialize(rig.host.unknown()), -12345);
+  EXPECT_EQ(rig.host.references, 0U);
+  rig.host.rateResult = AAX_SUCCESS;
+  EXPECT_EQ(instance.Initialize(rig.host.unknown()), AAX_SUCCESS);
+  EXPECT_NE(instance.Initialize(rig.host.unknown()), AAX_SUCCESS);
+  EXPECT_EQ(rig.host.registered, kNumParams + 1);
+  for (const AAX_CParamID id : {static_cast<AAX_CParamID>(nullptr), "none"}) {
+    EXPECT_EQ(instance.UpdateParameterNormalizedValue(id, 0, kSource), -20001);
+    EXPECT_EQ(instance.SetParameterNormalizedValue(id, 0), -20001);
+    EXPECT_EQ(instance.TouchParameter(id), -20001);
+  }
+  instance.UpdateParameterNormalizedValue("bypass", 9.0, kSource);
+  instance.UpdateParameterNormalizedValue("bypass", std::nan(""), kSource);
+  EXPECT_EQ(rig.hostValue("bypass"), 1.0);
+  instance.Uninitialize();
+  rig.tell(kHostAutomate, 0, 0.0F);
+  EXPECT_EQ(rig.host.references, 0U);
+  EXPECT_EQ(rig.host.registered, 0);
+  EXPECT_EQ(rig.host.posted, 0);
+}
+
+TEST(AaxBridgeTest, NotificationsReachTheEffect) {
+  BridgeRig rig;
+  const struct {
+    std::string sent, arrives;
+  } names[] = {{"Vocal", "Vocal"},
+               {"B\xc3\xa4\x7f\xff", "B??\x7f?"},
+               {std::string("a\0b", 3), "a"},
+               {std::string(128, '\x80'), std::string(127, '?')}};
+  for (const auto& name : names) {
+    const auto size = static_cast<std::uint32_t>(name.sent.size());
+    rig.instance->NotificationReceived(AAX_TypeID("AXtn"), name.sent.data(), size);
+    EXPECT_EQ(rig.effect->trackName, name.arrives);
+  }
+  for (const auto& [type, level] : {std::pair{"AXof", 4}, std::pair{"AXox", 2}}) {
+    AAX_CTypeID id = 0;
+    for (int i = 0; i < 4; ++i) id = id << 8 | static_cast<unsigned char>(type[i]);
+    rig.instance->NotificationReceived(id, nullptr, 0);
+    EXPECT_EQ(rig.tell(kHostProcessLevel), level);
+  }
+  ASSERT_EQ(rig.effect->getChannelLabels().size(), 2U);
+  EXPECT_EQ(rig.effect->getChannelLabels()[1].midSide, "Side");
+  EXPECT_EQ(aaxChannelLabels(static_cast<AAX_EStemFormat>(0x70008))[1].midSide, "Mid c");
+  EXPECT_TRUE(aaxChannelLabels(static_cast<AAX_EStemFormat>(0x80009)).empty());
+}
+
+TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
+  BridgeRig source;
+  source.effect->setParameterAutomated(kB1Threshold, 0.3F);
+  source.effect->setParameterAutomated(kB1SubType, 0.7F);
+  source.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
+  for (const AAX_CTypeID id : {kAAX_ControlsChunkID, kEffectChunk}) {
+    SCOPED_TRACE(id);
+    const std::vector<char> whole = source.chunk(id);
+    ASSERT_FALSE(whole.empty());
+    const BridgeRig fresh;
+    const std::vector<char> before = fresh.chunk(id);
+    for (const int cut : {9, 40, 200}) {
+      std::vector<char> damaged = whole;
+      BridgeRig::record(damaged)->fSize -= cut;
+      EXPECT_LT(fresh.restore(id, damaged), 0) << cut << " bytes cut";
+    }
+    std::vector<char> damaged = whole;
+    BridgeRig::record(damaged)->fData[4] ^= 0x55;
+    EXPECT_LT(fresh.restore(id, damaged), 0);
+    EXPECT_EQ(fresh.chunk(id), before);
+    EXPECT_EQ(fresh.restore(id, whole), AAX_SUCCESS);
+    for (int i = 0; i < kNumParams; ++i) {
+      // The document holds numbers of as many digits as 32 bits need, or the default.
+      EXPECT_NEAR(fresh.effect->getParameter(i), source.effect->getParameter(i), 1e-6) << i;
+      AAX_CString name;
+      fresh.instance->GetParameterIDFromIndex(i, &name);
+      EXPECT_NEAR(fresh.hostValue(name.Get()), source.hostValue(name.Get()), 1e-6) << i;
+    }
+    EXPECT_EQ(fresh.hostValue("bypass"), id == kAAX_ControlsChunkID ? 1.0 : 0.0);
+  }
+  const BridgeRig untold;
+  std::vector<char> room(1 << 16);
+  AAX_CTypeID id = 0;
+  EXPECT_EQ(untold.instance->GetChunk(kAAX_ControlsChunkID, BridgeRig::record(room)), -20008);
+  EXPECT_EQ(untold.instance->GetChunk(1, BridgeRig::record(room)), -20007);
+  EXPECT_EQ(untold.instance->GetChunkIDFromIndex(2, &id), -20006);
+  EXPECT_EQ(untold.instance->GetCurveData(AAX_eCurveType_EQ, nullptr, 0, nullptr), -20009);
+  std::vector<char> bytes = source.chunk(kEffectChunk);
+  EXPECT_STREQ(BridgeRig::record(bytes)->fName, "Plugin Chunk");
+}
+
+/// A stream of MIDI and nothing else.
+class MidiNode final : public AAX_IMIDINode {
+ public:
+  AAX_CMidiStream* GetNodeBuffer() override { return &stream; }
+  AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override {
+    return AAX_ERROR_UNIMPLEMENTED;
+  }
+  AAX_ITransport* GetTransport() override { return nullptr; }
+
+  AAX_CMidiPacket packet{7, 2, {0xb0, 0x11, 0x22, 0x33}, 1};
+  AAX_CMidiStream stream{1, &packet};
+};
+
+template <int kChannels>
+void renderCases() {
+  SCOPED_TRACE(kChannels);
+  constexpr int kFrames = 64;
+  BridgeRig rig;
+  std::array<std::array<float, kFrames>, 6> audio{};
+  for (std::size_t c = 0; c < 3; ++c) audio[c].fill(0.25F * static_cast<float>(c + 1));
+  std::array<float*, 3> in = {audio[0].data(), audio[1].data(), audio[2].data()};
+  std::array<float*, 2> out = {audio[3].data(), audio[4].data()};
+  std::array<float, 6> values{};
+  float* const meters = values.data();
+  std::int32_t frames = kFrames;
+  std::int32_t side = 0;
+  const float rate = 44100.0F;
+  const std::int64_t clock = 99;
+  MidiNode midi;
+  SAAXWrap_Alg_Context_Private own{};
+  rig.instance->ResetFieldData(kFieldInstance, &own, sizeof own);
+  const SAAXWrap_Alg_Context_Private nobody{};
+  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &midi,
+                               nullptr,   nullptr,    &own,    &meters, &side};
+  SAAXWrap_Alg_Context skipped = context;
+  skipped.instance = &nobody;
+  const std::array<void*, 2> batch = {&skipped, &context};
+  const auto render = [&] {
+    values.fill(-1.0F);
+    inRealTime([&] { aaxRender<kChannels>(batch.data(), batch.data() + batch.size()); });
+  };
+
+  render();
+  const std::array<float*, 4>& inputs = rig.effect->lastInputs;
+  EXPECT_EQ(rig.effect->calls, 1);
+  EXPECT_EQ(inputs[0], in[0]);
+  EXPECT_EQ(inputs[kChannels], nullptr);
+  EXPECT_EQ(rig.effect->lastOutputs[1], kChannels == 1 ? nullptr : out[1]);
+  EXPECT_EQ(rig.effect->lastMidi.deltaFrames, 7);
+  EXPECT_EQ(rig.effect->lastMidi.flags, 1);
+  const std::array<std::uint8_t, 4> sent = {0xb0, 0x11, 0, 0};
+  EXPECT_TRUE(std::ranges::equal(rig.effect->lastMidi.midiData, sent));
+  EXPECT_EQ(values[4] >= 0.0F, kChannels == 2);
+  EXPECT_EQ(reinterpret_cast<VstTimeInfo*>(rig.tell(kHostGetTime))->nanoSeconds, 99.0);
+  side = kChannels;
+  render();
+  for (int c = 0; c < kChannels; ++c) EXPECT_EQ(inputs[kChannels + c], in[kChannels]);
+  EXPECT_EQ(values[0], static_cast<float>(rig.effect->getOutputPeak(0)));
+
+  EXPECT_EQ(rig.host.latency, rig.effect->getInitialDelay());
+  rig.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
+  EXPECT_EQ(rig.host.latency, 0);
+  render();
+  EXPECT_EQ(rig.effect->calls, 2);
+  for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(audio[3 + c], audio[c]);
+  EXPECT_EQ(std::ranges::count(values, 0.0F), 4 + kChannels);
+}
+
+TEST(AaxBridgeTest, RenderHandsTheContextToTheEffect) {
+  renderCases<1>();
+  renderCases<2>();
+}
+
+}  // namespace
