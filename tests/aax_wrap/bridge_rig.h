@@ -11,8 +11,28 @@
 #include <vector>
 
 #include "core/plug.h"
+#include "host/parameter_record.h"
 #include "libraries/aax_wrap/aaxwrap_host_callback.h"
 #include "libraries/aax_wrap/aaxwrap_parameters.h"
+
+/// What a parameter's row in the table means for the host.
+struct Expected {
+  explicit Expected(const ParameterRecord& row) : low(row.min), high(row.max) {
+    const bool slope = row.curve == kCurveMultipleOf6;
+    stepped = slope || row.curve == kCurveWhole || row.curve == kCurveSwitch;
+    hasShares = stepped && row.curve != kCurveSwitch;
+    unit = slope ? 6.0 : 1.0;
+    if (stepped) hostSteps = static_cast<int>((high - low) / unit) + 1;
+    // Whole numbers have a step above the highest, a quirk that the defaults share.
+    if (row.curve == kCurveWhole) ++hostSteps;
+  }
+  [[nodiscard]] double share(double plain) const { return (plain - low) / (high - low + 1.0); }
+  [[nodiscard]] double plainOf(int step) const { return std::min(low + step * unit, high); }
+
+  double low, high, unit;
+  bool stepped, hasShares;
+  int hostSteps = 1000;
+};
 
 /// An effect that nobody idles and that tells what reached it.
 class ObservedPlug : public Plug {
@@ -89,6 +109,36 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   int registered = 0;
   int posted = 0;
   std::string gestures;  // identifiers touched, and released behind a stroke
+};
+
+/// A stream of one packet, and a position that loops without playing.
+class FixedNode final : public AAX_IMIDINode, public AAX_ITransport {
+ public:
+  AAX_CMidiStream* GetNodeBuffer() override { return &stream; }
+  AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override {
+    return AAX_ERROR_UNIMPLEMENTED;
+  }
+  AAX_ITransport* GetTransport() override { return this; }
+  AAX_Result GetCurrentTempo(double* tempo) const override { return *tempo = 97.0, AAX_SUCCESS; }
+  AAX_Result GetCurrentMeter(std::int32_t* above, std::int32_t* below) const override {
+    return *above = 7, *below = 8, AAX_SUCCESS;
+  }
+  AAX_Result IsTransportPlaying(bool* playing) const override {
+    return *playing = false, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override {
+    return *ticks = 2400000, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* start,
+                                    std::int64_t* end) const override {
+    return *looping = true, *start = 960000, *end = 3840000, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override {
+    return *samples = 123456, AAX_SUCCESS;
+  }
+
+  AAX_CMidiPacket packet{7, 2, {0xb0, 0x11, 0x22, 0x33}, 1};
+  AAX_CMidiStream stream{1, &packet};
 };
 
 /// One instance in its host.

@@ -17,21 +17,6 @@ namespace {
 constexpr AAX_CTypeID kEffectChunk = AAX_TypeID("CvnP");
 constexpr AAX_EUpdateSource kSource = AAX_eUpdateSource_Unspecified;
 
-/// What a parameter's row in the table means for the host.
-struct Expected {
-  explicit Expected(const ParameterRecord& row) : low(row.min), high(row.max) {
-    const bool slope = row.curve == kCurveMultipleOf6;
-    stepped = slope || row.curve == kCurveWhole || row.curve == kCurveSwitch;
-    unit = slope ? 6.0 : 1.0;
-    // Whole numbers have a step above the highest, a quirk that the defaults share.
-    if (stepped) hostSteps = static_cast<int>((high - low) / unit) + 1;
-    if (row.curve == kCurveWhole) ++hostSteps;
-  }
-  double low, high, unit;
-  bool stepped;
-  int hostSteps = 1000;
-};
-
 TEST(AaxBridgeTest, EveryStepOfTheHostIsAStepOfTheEffect) {
   BridgeRig rig;
   std::set<std::string> seen;
@@ -55,16 +40,13 @@ TEST(AaxBridgeTest, EveryStepOfTheHostIsAStepOfTheEffect) {
     EXPECT_EQ(steps, expected.hostSteps);
     EXPECT_EQ(type == AAX_eParameterType_Discrete, expected.stepped);
     const float plain = rig.effect->getPlainValue(i);
-    const double share = (static_cast<double>(plain) - expected.low) /
-                         (expected.high - expected.low + (expected.stepped ? 1.0 : 0.0));
-    const bool isShare = expected.stepped && row.curve != kCurveSwitch;
-    EXPECT_NEAR(usual, isShare ? share : double{rig.effect->getParameter(i)}, 1e-7);
+    const double present = rig.effect->getParameter(i);
+    EXPECT_NEAR(usual, expected.hasShares ? expected.share(plain) : present, 1e-7);
     if (!expected.stepped) continue;
     for (int step = 0; step < steps; ++step) {
       const double value = static_cast<double>(step) / (steps - 1);
       ASSERT_EQ(rig.instance->UpdateParameterNormalizedValue(id.Get(), value, kSource), 0);
-      const double goal = std::min(expected.low + step * expected.unit, expected.high);
-      EXPECT_EQ(double{rig.effect->getPlainValue(i)}, goal) << "step " << step;
+      EXPECT_EQ(double{rig.effect->getPlainValue(i)}, expected.plainOf(step)) << "step " << step;
     }
     rig.instance->UpdateParameterNormalizedValue(id.Get(), usual, kSource);
     EXPECT_EQ(rig.effect->getPlainValue(i), plain) << "default";
@@ -199,19 +181,6 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
   EXPECT_STREQ(BridgeRig::record(bytes)->fName, "Plugin Chunk");
 }
 
-/// A stream of MIDI and nothing else.
-class MidiNode final : public AAX_IMIDINode {
- public:
-  AAX_CMidiStream* GetNodeBuffer() override { return &stream; }
-  AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override {
-    return AAX_ERROR_UNIMPLEMENTED;
-  }
-  AAX_ITransport* GetTransport() override { return nullptr; }
-
-  AAX_CMidiPacket packet{7, 2, {0xb0, 0x11, 0x22, 0x33}, 1};
-  AAX_CMidiStream stream{1, &packet};
-};
-
 template <int kChannels>
 void renderCases() {
   SCOPED_TRACE(kChannels);
@@ -227,12 +196,12 @@ void renderCases() {
   std::int32_t side = 0;
   const float rate = 44100.0F;
   const std::int64_t clock = 99;
-  MidiNode midi;
+  FixedNode node;
   SAAXWrap_Alg_Context_Private own{};
   rig.instance->ResetFieldData(kFieldInstance, &own, sizeof own);
   const SAAXWrap_Alg_Context_Private nobody{};
-  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &midi,
-                               nullptr,   nullptr,    &own,    &meters, &side};
+  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &node,
+                               nullptr,   &node,      &own,    &meters, &side};
   SAAXWrap_Alg_Context skipped = context;
   skipped.instance = &nobody;
   const std::array<void*, 2> batch = {&skipped, &context};
@@ -252,13 +221,26 @@ void renderCases() {
   const std::array<std::uint8_t, 4> sent = {0xb0, 0x11, 0, 0};
   EXPECT_TRUE(std::ranges::equal(rig.effect->lastMidi.midiData, sent));
   EXPECT_EQ(values[4] >= 0.0F, kChannels == 2);
-  EXPECT_EQ(reinterpret_cast<VstTimeInfo*>(rig.tell(kHostGetTime))->nanoSeconds, 99.0);
+  const auto& time = *reinterpret_cast<const VstTimeInfo*>(rig.tell(kHostGetTime));
+  const std::array<double, 7> told = {time.samplePos,  time.sampleRate, time.nanoSeconds,
+                                      time.ppqPos,     time.tempo,      time.cycleStartPos,
+                                      time.cycleEndPos};
+  EXPECT_EQ(told, (std::array<double, 7>{123456, 44100, 99, 2.5, 97, 1, 4}));
+  EXPECT_EQ(time.timeSigNumerator * 10 + time.timeSigDenominator, 78);
+  EXPECT_EQ(time.flags, 0x3704);
+  VstEvents events{1, 0, {reinterpret_cast<VstEvent*>(&rig.effect->lastMidi), nullptr}};
+  inRealTime([&] {
+    for (int i = 0; i < 2000; ++i) rig.tell(kHostProcessEvents, 0, 0.0F, &events);
+  });
   side = kChannels;
   render();
-  for (int c = 0; c < kChannels; ++c) EXPECT_EQ(inputs[kChannels + c], in[kChannels]);
+  for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(inputs[kChannels + c], in[kChannels]);
   EXPECT_EQ(values[0], static_cast<float>(rig.effect->getOutputPeak(0)));
 
+  rig.effect->setParameter(kB1Lookahead, 1.0F);
+  rig.effect->onIdle();
   EXPECT_EQ(rig.host.latency, rig.effect->getInitialDelay());
+  EXPECT_GT(rig.host.latency, 0);
   rig.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
   EXPECT_EQ(rig.host.latency, 0);
   render();
