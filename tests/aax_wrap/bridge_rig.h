@@ -14,6 +14,8 @@
 #include "host/parameter_record.h"
 #include "libraries/aax_wrap/aaxwrap_host_callback.h"
 #include "libraries/aax_wrap/aaxwrap_parameters.h"
+#include "libraries/aax_wrap/aaxwrap_render.h"
+#include "tests/support/real_time.h"
 
 /// What a parameter's row in the table means for the host.
 struct Expected {
@@ -185,4 +187,35 @@ class BridgeRig {
   EchoingHost host;
   ObservedPlug* effect = nullptr;  // the instance's
   AAXWrap_Parameters* instance = nullptr;
+};
+
+/// An instance with a context to render 64 frames, behind one without instance in the same batch.
+template <int kChannels>
+struct RenderRig : BridgeRig {
+  RenderRig() {
+    for (std::size_t c = 0; c < 3; ++c) audio[c].fill(0.25F * static_cast<float>(c + 1));
+    instance->ResetFieldData(kFieldInstance, &own, sizeof own);
+  }
+  void render() {
+    values.fill(-1.0F);
+    inRealTime([this] { aaxRender<kChannels>(batch.data(), batch.data() + batch.size()); });
+  }
+
+  std::array<std::array<float, 64>, 5> audio{};  // two main channels, one of the sidechain, out
+  std::array<float*, 3> in = {audio[0].data(), audio[1].data(), audio[2].data()};
+  std::array<float*, 2> out = {audio[3].data(), audio[4].data()};
+  std::array<float, 6> values{};  // of the meters
+  float* meters = values.data();
+  std::int32_t frames = 64;
+  std::int32_t side = 0;
+  float rate = 44100.0F;
+  std::int64_t clock = 99;
+  FixedNode node;
+  SAAXWrap_Alg_Context_Private own{};
+  SAAXWrap_Alg_Context_Private nobody{};
+  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &node,
+                               nullptr,   &node,      &own,    &meters, &side};
+  SAAXWrap_Alg_Context skipped{in.data(), out.data(), &frames, &rate,   &clock, &node,
+                               nullptr,   &node,      &nobody, &meters, &side};
+  std::array<void*, 2> batch = {&skipped, &context};
 };

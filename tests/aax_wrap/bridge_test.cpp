@@ -8,7 +8,6 @@
 #include "core/parameter_table.h"
 #include "libraries/aax/aax_string.h"
 #include "libraries/aax_wrap/aaxwrap_channel_labels.h"
-#include "libraries/aax_wrap/aaxwrap_render.h"
 #include "tests/aax_wrap/bridge_rig.h"
 #include "tests/support/real_time.h"
 
@@ -182,45 +181,25 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
 }
 
 template <int kChannels>
-void renderCases() {
-  SCOPED_TRACE(kChannels);
-  constexpr int kFrames = 64;
-  BridgeRig rig;
-  std::array<std::array<float, kFrames>, 6> audio{};
-  for (std::size_t c = 0; c < 3; ++c) audio[c].fill(0.25F * static_cast<float>(c + 1));
-  std::array<float*, 3> in = {audio[0].data(), audio[1].data(), audio[2].data()};
-  std::array<float*, 2> out = {audio[3].data(), audio[4].data()};
-  std::array<float, 6> values{};
-  float* const meters = values.data();
-  std::int32_t frames = kFrames;
-  std::int32_t side = 0;
-  const float rate = 44100.0F;
-  const std::int64_t clock = 99;
-  FixedNode node;
-  SAAXWrap_Alg_Context_Private own{};
-  rig.instance->ResetFieldData(kFieldInstance, &own, sizeof own);
-  const SAAXWrap_Alg_Context_Private nobody{};
-  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &node,
-                               nullptr,   &node,      &own,    &meters, &side};
-  SAAXWrap_Alg_Context skipped = context;
-  skipped.instance = &nobody;
-  const std::array<void*, 2> batch = {&skipped, &context};
-  const auto render = [&] {
-    values.fill(-1.0F);
-    inRealTime([&] { aaxRender<kChannels>(batch.data(), batch.data() + batch.size()); });
-  };
-
-  render();
-  const std::array<float*, 4>& inputs = rig.effect->lastInputs;
-  EXPECT_EQ(rig.effect->calls, 1);
-  EXPECT_EQ(inputs[0], in[0]);
-  EXPECT_EQ(inputs[kChannels], nullptr);
-  EXPECT_EQ(rig.effect->lastOutputs[1], kChannels == 1 ? nullptr : out[1]);
-  EXPECT_EQ(rig.effect->lastMidi.deltaFrames, 7);
-  EXPECT_EQ(rig.effect->lastMidi.flags, 1);
+void expectHandedOver(RenderRig<kChannels>& rig) {
+  const ObservedPlug& effect = *rig.effect;
+  rig.render();
+  EXPECT_EQ(effect.calls, 1);
+  EXPECT_EQ(effect.lastInputs[0], rig.in[0]);
+  EXPECT_EQ(effect.lastInputs[kChannels], nullptr);
+  EXPECT_EQ(effect.lastOutputs[1], kChannels == 1 ? nullptr : rig.out[1]);
+  EXPECT_EQ(effect.lastMidi.deltaFrames, 7);
+  EXPECT_EQ(effect.lastMidi.flags, 1);
   const std::array<std::uint8_t, 4> sent = {0xb0, 0x11, 0, 0};
-  EXPECT_TRUE(std::ranges::equal(rig.effect->lastMidi.midiData, sent));
-  EXPECT_EQ(values[4] >= 0.0F, kChannels == 2);
+  EXPECT_TRUE(std::ranges::equal(effect.lastMidi.midiData, sent));
+  EXPECT_EQ(rig.values[4] >= 0.0F, kChannels == 2);
+  rig.side = kChannels;
+  rig.render();
+  for (std::size_t c = 0; c < kChannels; ++c) {
+    EXPECT_EQ(effect.lastInputs[kChannels + c], rig.in[kChannels]);
+  }
+  EXPECT_EQ(rig.values[0], static_cast<float>(effect.getOutputPeak(0)));
+
   const auto& time = *reinterpret_cast<const VstTimeInfo*>(rig.tell(kHostGetTime));
   const std::array<double, 7> told = {time.samplePos,  time.sampleRate, time.nanoSeconds,
                                       time.ppqPos,     time.tempo,      time.cycleStartPos,
@@ -228,30 +207,34 @@ void renderCases() {
   EXPECT_EQ(told, (std::array<double, 7>{123456, 44100, 99, 2.5, 97, 1, 4}));
   EXPECT_EQ(time.timeSigNumerator * 10 + time.timeSigDenominator, 78);
   EXPECT_EQ(time.flags, 0x3704);
-  VstEvents events{1, 0, {reinterpret_cast<VstEvent*>(&rig.effect->lastMidi), nullptr}};
-  inRealTime([&] {
-    for (int i = 0; i < 2000; ++i) rig.tell(kHostProcessEvents, 0, 0.0F, &events);
-  });
-  side = kChannels;
-  render();
-  for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(inputs[kChannels + c], in[kChannels]);
-  EXPECT_EQ(values[0], static_cast<float>(rig.effect->getOutputPeak(0)));
+}
 
+template <int kChannels>
+void expectBypass(RenderRig<kChannels>& rig) {
   rig.effect->setParameter(kB1Lookahead, 1.0F);
   rig.effect->onIdle();
   EXPECT_EQ(rig.host.latency, rig.effect->getInitialDelay());
   EXPECT_GT(rig.host.latency, 0);
   rig.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
   EXPECT_EQ(rig.host.latency, 0);
-  render();
+  rig.render();
   EXPECT_EQ(rig.effect->calls, 2);
-  for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(audio[3 + c], audio[c]);
-  EXPECT_EQ(std::ranges::count(values, 0.0F), 4 + kChannels);
+  for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(rig.audio[3 + c], rig.audio[c]);
+  EXPECT_EQ(std::ranges::count(rig.values, 0.0F), 4 + kChannels);
 }
 
 TEST(AaxBridgeTest, RenderHandsTheContextToTheEffect) {
-  renderCases<1>();
-  renderCases<2>();
+  RenderRig<1> mono;
+  expectHandedOver(mono);
+  expectBypass(mono);
+  RenderRig<2> stereo;
+  expectHandedOver(stereo);
+  expectBypass(stereo);
+  // More than there is room for is dropped.
+  VstEvents events{1, 0, {reinterpret_cast<VstEvent*>(&mono.effect->lastMidi), nullptr}};
+  inRealTime([&] {
+    for (int i = 0; i < 2000; ++i) mono.tell(kHostProcessEvents, 0, 0.0F, &events);
+  });
 }
 
 }  // namespace
