@@ -153,6 +153,9 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
+  [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
+    return getOutputPeak(channel);
+  }
   [[nodiscard]] double getGainReduction(int selector) noexcept;
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
   [[nodiscard]] double getBandEnvelope(int band) const noexcept;

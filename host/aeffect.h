@@ -86,6 +86,9 @@ enum HostOpcode : std::int32_t {
 /// Answer to `kHostProcessLevel` of a host that renders faster or slower than real time.
 inline constexpr std::intptr_t kProcessLevelOffline = 4;
 
+/// Index of the `kHostVendorSpecific` message after every `setProgram`: the letters "prch".
+inline constexpr std::int32_t kProgramChanged = 0x70726368;
+
 /// Host to effect.
 enum EffectOpcode : std::int32_t {
   kEffectOpen = 0,
@@ -159,6 +162,18 @@ struct VstMidiEvent {
   std::uint8_t reserved2;
 };
 
+/// A system exclusive message; its bytes are the sender's and gone after the call's block.
+struct VstMidiSysExEvent {
+  std::int32_t type;  ///< `kVstSysExType`
+  std::int32_t byteSize;
+  std::int32_t deltaFrames;
+  std::int32_t flags;
+  std::int32_t dumpBytes;
+  std::intptr_t reserved1;
+  char* sysexDump;
+  std::intptr_t reserved2;
+};
+
 /// `numEvents` pointers, of which the record declares the first two.
 struct VstEvents {
   std::int32_t numEvents;
@@ -169,6 +184,37 @@ struct VstEvents {
 static_assert(sizeof(VstEvent) == 32 && sizeof(VstMidiEvent) == 32);
 static_assert(offsetof(VstMidiEvent, midiData) == 24);
 static_assert(offsetof(VstEvents, events) == 2 * sizeof(void*));
+
+/// Answer to `kHostGetTime`: position and tempo at the start of the block.
+struct VstTimeInfo {
+  double samplePos;
+  double sampleRate;   ///< Hz
+  double nanoSeconds;  ///< a clock of the host's
+  double ppqPos;       ///< quarter notes, as are bar and cycle positions
+  double tempo;        ///< quarter notes per minute
+  double barStartPos;
+  double cycleStartPos;
+  double cycleEndPos;
+  std::int32_t timeSigNumerator;
+  std::int32_t timeSigDenominator;
+  std::int32_t smpteOffset;
+  std::int32_t smpteFrameRate;
+  std::int32_t samplesToNextClock;
+  std::int32_t flags;  ///< of `VstTimeInfoFlags`
+};
+
+enum VstTimeInfoFlags : std::int32_t {
+  kVstTransportPlaying = 2,
+  kVstTransportCycleActive = 4,
+  // Which fields hold something:
+  kVstNanosValid = 0x100,
+  kVstPpqPosValid = 0x200,
+  kVstTempoValid = 0x400,
+  kVstCyclePosValid = 0x1000,
+  kVstTimeSigValid = 0x2000,
+};
+
+static_assert(sizeof(VstTimeInfo) == 88 && offsetof(VstTimeInfo, timeSigNumerator) == 64);
 
 enum VstPinFlags : std::int32_t { kVstPinActive = 1, kVstPinStereo = 2, kVstPinUseSpeaker = 4 };
 enum VstSpeakerArrangement : std::int32_t { kVstArrangementMono = 0, kVstArrangementStereo = 1 };

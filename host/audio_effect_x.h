@@ -46,6 +46,19 @@ class AudioEffectX : public AudioEffect {
   virtual std::int32_t canDo(const char* /*text*/) { return 0; }
   virtual std::int32_t getTailSize() { return 0; }  ///< samples
 
+  // For adapters whose host knows more than the record has calls for.
+  /// Level of an output channel, linear, 0 and up; the audio thread.
+  [[nodiscard]] virtual double getMeterValue(std::int32_t /*channel*/) const noexcept {
+    return 0.0;
+  }
+  virtual void setTrackName(const char* /*name*/) {}
+  /// Fills `values` with the response at `count` `frequencies`, Hz; false from one that has none.
+  virtual bool getCurve(const float* /*frequencies*/, std::uint32_t /*count*/, float* /*values*/) {
+    return false;
+  }
+  /// Whether the effect would run with as many main inputs and outputs and no others.
+  [[nodiscard]] virtual bool acceptsChannels(std::int32_t /*channels*/) const { return false; }
+
   /// Frame a change of a parameter by the user.
   virtual void beginEdit(std::int32_t index);
   virtual void endEdit(std::int32_t index);

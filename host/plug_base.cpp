@@ -13,9 +13,6 @@
 
 namespace {
 
-/// Told to the host whenever a program was set: the letters "prch".
-constexpr std::int32_t kProgramChanged = 0x70726368;
-
 std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
 
 /// The band 1..9 that an identifier such as "kB3Ratio" belongs to; 0 for a global parameter.

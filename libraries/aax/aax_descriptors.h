@@ -39,7 +39,7 @@ class AAX_IComponentDescriptor {
                                  std::uint32_t channelMask) = 0;
   /// A block of `size` bytes per instance, filled by `ResetFieldData`.
   virtual AAX_Result AddPrivateData(AAX_CFieldIndex field, std::int32_t size) = 0;
-  /// float**: one value per meter, in the order of `ids`.
+  /// float**: points to an array with one value per meter, in the order of `ids`.
   virtual AAX_Result AddMeters(AAX_CFieldIndex field, const AAX_CTypeID* ids,
                                std::uint32_t count) = 0;
   [[nodiscard]] virtual AAX_IPropertyMap* NewPropertyMap() = 0;

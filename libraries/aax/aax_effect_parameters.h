@@ -16,6 +16,7 @@ class AAX_IEffectParameters : public IACFUnknown {
   /// `controller` hands out `AAX_IController` and `AAX_IAutomationDelegate`.
   virtual AAX_Result Initialize(IACFUnknown* controller) = 0;
   virtual AAX_Result Uninitialize() = 0;
+  /// `data` is `size` bytes: the text of a track's name, an int32 for the preview's state.
   virtual AAX_Result NotificationReceived(AAX_CTypeID type, const void* data,
                                           std::uint32_t size) = 0;
 

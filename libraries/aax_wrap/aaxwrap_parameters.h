@@ -1,0 +1,106 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/plug.h"
+#include "host/aeffect.h"
+#include "libraries/aax/aax_c_effect_parameters.h"
+
+/// Number of a parameter and whether it has steps, as the host identifies it: four bytes, the
+/// lowest of the number first, then a zero. Number 224 has a zero in front, thus an empty text:
+/// kept, since sessions hold these texts and no other parameter's is empty.
+[[nodiscard]] std::array<char, 5> aaxParameterIdentifier(std::int32_t index, bool stepped) noexcept;
+
+/// Up to 127 bytes of a track's name, to its first zero; `?` for each byte that is not ASCII.
+[[nodiscard]] std::string aaxTrackName(std::span<const char> name);
+
+/// One instance: owns the effect and translates between it and the host. The host's parameters are
+/// the effect's 422 by number and one for the bypass.
+///
+/// Threads: as the interface says; what the effect sends may come from any thread, before
+/// `Initialize` and after `Uninitialize`, and then reaches no host. The audio thread has a part of
+/// its own below.
+class AAXWrap_Parameters final : public AAX_CEffectParameters {
+ public:
+  AAXWrap_Parameters();
+  /// `newEffect` is not null and sends its messages to `aaxHostCallback`.
+  explicit AAXWrap_Parameters(std::unique_ptr<Plug> newEffect);
+
+  /// Instances that have not been deleted yet.
+  [[nodiscard]] static std::int32_t liveInstances() noexcept;
+
+  AAX_Result NotificationReceived(AAX_CTypeID type, const void* data, std::uint32_t size) override;
+  AAX_Result UpdateParameterNormalizedValue(AAX_CParamID id, double normalised,
+                                            AAX_EUpdateSource source) override;
+  AAX_Result ResetFieldData(AAX_CFieldIndex field, void* data, std::uint32_t size) const override;
+  AAX_Result GetNumberOfChunks(std::int32_t* count) const override;
+  AAX_Result GetChunkIDFromIndex(std::int32_t index, AAX_CTypeID* id) const override;
+  AAX_Result GetChunkSize(AAX_CTypeID id, std::uint32_t* size) const override;
+  /// The effect's state is the one whose size was told last.
+  AAX_Result GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk) const override;
+  AAX_Result SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) override;
+  AAX_Result GetCurveData(AAX_CTypeID type, const float* frequencies, std::uint32_t count,
+                          float* values) const override;
+
+  // From the effect. Parameters out of range do nothing.
+  void automate(std::int32_t index, float normalised);
+  void touch(std::int32_t index);
+  void release(std::int32_t index);
+  void latencyChanged();
+  /// The effect has taken other values without naming them: what the host reads follows.
+  void takeEffectValues();
+  [[nodiscard]] bool isRenderingOffline() const noexcept { return isOfflineRender.load(relaxed); }
+
+  // Audio thread; no locks, no heap.
+  [[nodiscard]] Plug& plug() const noexcept { return *effect; }
+  [[nodiscard]] bool takesMidi() const noexcept { return receivesMidi; }
+  /// The effect is to be left out.
+  [[nodiscard]] bool isBypassed() const noexcept;
+  void markRendered() noexcept { hasRendered.store(1, relaxed); }
+  /// Copies MIDI and system exclusive events; what does not fit any more is lost. Null is fine.
+  void queueMidiOut(const VstEvents* events) noexcept;
+  void clearMidiOut() noexcept;
+
+  VstTimeInfo timeInfo{};  ///< the audio thread's alone
+
+ protected:
+  ~AAXWrap_Parameters() override;
+  AAX_Result EffectInit() override;
+
+ private:
+  static constexpr auto relaxed = std::memory_order_relaxed;
+
+  AAX_Result registerParameters();
+  [[nodiscard]] std::unique_ptr<AAX_IParameter> makeParameter(std::int32_t index) const;
+  [[nodiscard]] float plainAt(std::int32_t index, float normalised) const;
+  [[nodiscard]] float stepShare(std::int32_t index, float plain) const;
+  [[nodiscard]] float hostValue(std::int32_t index, float normalised) const;
+  [[nodiscard]] float effectValue(std::int32_t index, const AAX_IParameter& parameter) const;
+  [[nodiscard]] AAX_IParameter* effectParameter(std::int32_t index) const noexcept;
+  void bypassChanged();
+  AAX_Result reportLatency(bool onlyOnceRendered);
+  [[nodiscard]] AAX_CTypeID effectChunkId() const noexcept;
+  void fetchChunk() const;  // under `chunkLock`
+
+  std::unique_ptr<Plug> effect;
+  // Of the effect's state as last told to the host: a copy, since the effect's own changes whenever
+  // anybody else asks for it.
+  mutable std::vector<char> chunkData;
+  mutable std::mutex chunkLock;  // never held while the host is called
+  AAX_IParameter* bypassParameter = nullptr;
+  std::atomic<bool> bypassOn{false};
+  const bool effectHandlesBypass = false;
+  const bool receivesMidi;
+  std::atomic<bool> isOfflineRender{false};
+  std::atomic<std::int32_t> hasRendered{0};
+  std::vector<VstMidiEvent> midiOutQueue;
+  std::vector<VstMidiSysExEvent> sysexOutQueue;
+};
