@@ -346,7 +346,6 @@ AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* 
   return aaxGuarded([&] {
     const char* const source = chunk->fData;  // longer than declared
     const std::vector<char> block(source, source + chunk->fSize);
-    const std::lock_guard guard(chunkLock);
     effect->setChunk(block.data(), chunk->fSize, false);
     return effect->chunkRefused() ? AAX_ERROR_INCORRECT_CHUNK_SIZE : AAX_SUCCESS;
   });

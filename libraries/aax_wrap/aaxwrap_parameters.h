@@ -94,7 +94,7 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   // Of the effect's state as last told to the host: a copy, since the effect's own changes whenever
   // anybody else asks for it.
   mutable std::vector<char> chunkData;
-  mutable std::mutex chunkLock;
+  mutable std::mutex chunkLock;  // never held while the host is called
   AAX_IParameter* bypassParameter = nullptr;
   std::atomic<bool> bypassOn{false};
   const bool effectHandlesBypass = false;

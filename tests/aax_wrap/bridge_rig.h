@@ -11,8 +11,30 @@
 #include <vector>
 
 #include "core/plug.h"
+#include "host/parameter_record.h"
 #include "libraries/aax_wrap/aaxwrap_host_callback.h"
 #include "libraries/aax_wrap/aaxwrap_parameters.h"
+#include "libraries/aax_wrap/aaxwrap_render.h"
+#include "tests/support/real_time.h"
+
+/// What a parameter's row in the table means for the host.
+struct Expected {
+  explicit Expected(const ParameterRecord& row) : low(row.min), high(row.max) {
+    const bool slope = row.curve == kCurveMultipleOf6;
+    stepped = slope || row.curve == kCurveWhole || row.curve == kCurveSwitch;
+    hasShares = stepped && row.curve != kCurveSwitch;
+    unit = slope ? 6.0 : 1.0;
+    if (stepped) hostSteps = static_cast<int>((high - low) / unit) + 1;
+    // Whole numbers have a step above the highest, a quirk that the defaults share.
+    if (row.curve == kCurveWhole) ++hostSteps;
+  }
+  [[nodiscard]] double share(double plain) const { return (plain - low) / (high - low + 1.0); }
+  [[nodiscard]] double plainOf(int step) const { return std::min(low + step * unit, high); }
+
+  double low, high, unit;
+  bool stepped, hasShares;
+  int hostSteps = 1000;
+};
 
 /// An effect that nobody idles and that tells what reached it.
 class ObservedPlug : public Plug {
@@ -91,6 +113,36 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   std::string gestures;  // identifiers touched, and released behind a stroke
 };
 
+/// A stream of one packet, and a position that loops without playing.
+class FixedNode final : public AAX_IMIDINode, public AAX_ITransport {
+ public:
+  AAX_CMidiStream* GetNodeBuffer() override { return &stream; }
+  AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override {
+    return AAX_ERROR_UNIMPLEMENTED;
+  }
+  AAX_ITransport* GetTransport() override { return this; }
+  AAX_Result GetCurrentTempo(double* tempo) const override { return *tempo = 97.0, AAX_SUCCESS; }
+  AAX_Result GetCurrentMeter(std::int32_t* above, std::int32_t* below) const override {
+    return *above = 7, *below = 8, AAX_SUCCESS;
+  }
+  AAX_Result IsTransportPlaying(bool* playing) const override {
+    return *playing = false, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override {
+    return *ticks = 2400000, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* start,
+                                    std::int64_t* end) const override {
+    return *looping = true, *start = 960000, *end = 3840000, AAX_SUCCESS;
+  }
+  AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override {
+    return *samples = 123456, AAX_SUCCESS;
+  }
+
+  AAX_CMidiPacket packet{7, 2, {0xb0, 0x11, 0x22, 0x33}, 1};
+  AAX_CMidiStream stream{1, &packet};
+};
+
 /// One instance in its host.
 class BridgeRig {
  public:
@@ -135,4 +187,35 @@ class BridgeRig {
   EchoingHost host;
   ObservedPlug* effect = nullptr;  // the instance's
   AAXWrap_Parameters* instance = nullptr;
+};
+
+/// An instance with a context to render 64 frames, behind one without instance in the same batch.
+template <int kChannels>
+struct RenderRig : BridgeRig {
+  RenderRig() {
+    for (std::size_t c = 0; c < 3; ++c) audio[c].fill(0.25F * static_cast<float>(c + 1));
+    instance->ResetFieldData(kFieldInstance, &own, sizeof own);
+  }
+  void render() {
+    values.fill(-1.0F);
+    inRealTime([this] { aaxRender<kChannels>(batch.data(), batch.data() + batch.size()); });
+  }
+
+  std::array<std::array<float, 64>, 5> audio{};  // two main channels, one of the sidechain, out
+  std::array<float*, 3> in = {audio[0].data(), audio[1].data(), audio[2].data()};
+  std::array<float*, 2> out = {audio[3].data(), audio[4].data()};
+  std::array<float, 6> values{};  // of the meters
+  float* meters = values.data();
+  std::int32_t frames = 64;
+  std::int32_t side = 0;
+  float rate = 44100.0F;
+  std::int64_t clock = 99;
+  FixedNode node;
+  SAAXWrap_Alg_Context_Private own{};
+  SAAXWrap_Alg_Context_Private nobody{};
+  SAAXWrap_Alg_Context context{in.data(), out.data(), &frames, &rate,   &clock, &node,
+                               nullptr,   &node,      &own,    &meters, &side};
+  SAAXWrap_Alg_Context skipped{in.data(), out.data(), &frames, &rate,   &clock, &node,
+                               nullptr,   &node,      &nobody, &meters, &side};
+  std::array<void*, 2> batch = {&skipped, &context};
 };
