@@ -1,0 +1,166 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "libraries/aax/aax_effect_parameters.h"
+#include "tests/aax_host/described_plugin.h"
+
+/// Audio by channel and frame.
+using Signal = std::vector<std::vector<float>>;
+
+/// Text that the plug-in sets.
+class HostString final : public AAX_IString {
+ public:
+  std::uint32_t Length() const override { return static_cast<std::uint32_t>(text.size()); }
+  const char* Get() const override { return text.c_str(); }
+  void Set(const char* newText) override { text = newText; }
+  std::string text;
+};
+
+/// A touch 'T', a posted value 'P' or a release 'R'.
+struct AutomationEvent {
+  char kind;
+  std::string id;
+  double normalised;
+};
+
+/// The place of an instance in the host. What it is told may come from any thread.
+class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelegate> {
+ public:
+  InstanceHost(AAX_EStemFormat stemFormat, float sampleRate)
+      : format(stemFormat), rate(sampleRate) {}
+  ACFRESULT QueryInterface(const acfIID& iid, void** object) override;
+  AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override;
+  AAX_Result GetInputStemFormat(AAX_EStemFormat* stemFormat) const override;
+  AAX_Result SetSignalLatency(std::int32_t samples) override;
+  AAX_Result RegisterParameter(AAX_CParamID id) override;
+  AAX_Result UnregisterParameter(AAX_CParamID id) override;
+  AAX_Result PostSetValueRequest(AAX_CParamID id, double normalised) override;
+  AAX_Result PostTouchRequest(AAX_CParamID id) override { return note({'T', id, 0.0}); }
+  AAX_Result PostReleaseRequest(AAX_CParamID id) override { return note({'R', id, 0.0}); }
+
+  [[nodiscard]] int latency() const;                        ///< last reported, samples; -1 before
+  [[nodiscard]] std::vector<AutomationEvent> takeEvents();  ///< since the last call
+
+  std::map<std::string, int> registrations;
+  AAX_IEffectParameters* echo = nullptr;  ///< posted values go back to it at once
+
+ private:
+  AAX_Result note(AutomationEvent event);
+  const AAX_EStemFormat format;
+  const float rate;
+  mutable std::mutex mutex;
+  int lastLatency = -1;
+  std::vector<AutomationEvent> events;
+};
+
+/// A position that stays where it is; counts how often it is asked.
+class FixedTransport final : public AAX_ITransport {
+ public:
+  AAX_Result GetCurrentTempo(double* beatsPerMinute) const override;
+  AAX_Result GetCurrentMeter(std::int32_t* numerator, std::int32_t* denominator) const override;
+  AAX_Result IsTransportPlaying(bool* playing) const override;
+  AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override;
+  AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* startTick,
+                                    std::int64_t* endTick) const override;
+  AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override;
+  mutable std::map<std::string, int> questions;
+};
+
+/// Serves the packets of one block, or a transport.
+class FedMidiNode final : public AAX_IMIDINode {
+ public:
+  AAX_CMidiStream* GetNodeBuffer() override;
+  AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override { return AAX_SUCCESS; }
+  AAX_ITransport* GetTransport() override { return transport; }
+
+  std::vector<AAX_CMidiPacket> packets;
+  AAX_ITransport* transport = nullptr;
+
+ private:
+  AAX_CMidiStream stream{};
+};
+
+/// A chunk as the host keeps it.
+struct StoredChunk {
+  AAX_Result result;  ///< of the first call that failed
+  std::string name;
+  std::string data;
+  bool overrun = false;  ///< more was written than announced
+};
+
+/// One instance, initialised, and the context it is rendered with: its fields lie where the
+/// registration put them. One thread, but for what the plug-in calls.
+class HostedInstance {
+ public:
+  static constexpr float kRate = 48000.0F;
+
+  /// `channels` 1 or 2. Throws std::runtime_error when it cannot be made.
+  HostedInstance(const RecordedEffect& effect, int channels);
+  ~HostedInstance();
+  HostedInstance(const HostedInstance&) = delete;
+  HostedInstance& operator=(const HostedInstance&) = delete;
+
+  /// The identifier of parameter 0..422, by the plug-in's own word.
+  [[nodiscard]] std::string id(int index) const;
+  AAX_Result update(const std::string& parameterId, double normalised);
+  /// A parameter of the effect by its plain value: the value that a host would store for it.
+  void set(int index, double plain);
+  [[nodiscard]] double normalised(const std::string& parameterId) const;
+  void notify(AAX_CTypeID type, std::string_view data = {});
+
+  /// `in` has the main channels and, after them, the sidechain where there is one. Returns the main
+  /// channels.
+  [[nodiscard]] Signal render(Signal in);
+  /// Calls `block(frame, frames)` for blocks of many lengths.
+  template <typename Block>
+  static void forBlocks(int frames, const Block& block) {
+    constexpr std::array kLengths = {512, 1, 1024, 63, 64, 7, 1000, 256, 2};
+    std::size_t turn = 0;
+    for (int at = 0, count = 0; at < frames; at += count) {
+      count = std::min(kLengths[turn++ % kLengths.size()], frames - at);
+      block(at, count);
+    }
+  }
+  /// Sets up the context for a block of `frames` from `frame` on; `in` as in `render`.
+  void prepareBlock(Signal& in, Signal& out, int frame, int frames);
+  [[nodiscard]] void* context() { return fields.data(); }
+  void setPrivatePointer(void* pointer) { *static_cast<void**>(fields[8]) = pointer; }
+  [[nodiscard]] void* privatePointer() const { return *static_cast<void**>(fields[8]); }
+
+  [[nodiscard]] StoredChunk chunk(AAX_CTypeID chunkId) const;
+  AAX_Result restore(AAX_CTypeID chunkId, std::string_view data);
+
+  const int channels;
+  const AAX_EStemFormat format;
+  const RecordedComponent& component;
+  const AAX_CProcessProc proc;
+  InstanceHost host;
+  AAX_IEffectParameters* parameters = nullptr;
+  FixedTransport transport;
+  bool nodesPresent = true;              ///< else the host has no MIDI nodes
+  std::vector<AAX_CMidiPacket> packets;  ///< for the next block
+  std::array<float, 8> meters{};
+
+ private:
+  void layOutContext();
+
+  std::vector<float*> inputs;
+  std::vector<float*> outputs;
+  std::vector<float> decoy;  // stands where a sidechain would
+  std::int32_t length = 0;
+  AAX_CSampleRate rate = kRate;
+  AAX_CTimestamp clock = 0;
+  std::int32_t sideIndex = 0;
+  std::array<float*, 8> meterPointers{};
+  FedMidiNode midiIn;
+  FedMidiNode transportNode;
+  std::map<AAX_CFieldIndex, std::vector<std::uint64_t>> privateData;
+  std::vector<void*> fields;
+};
