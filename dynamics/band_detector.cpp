@@ -91,11 +91,20 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.dynPeak = *job.dynPeak;
   lane.tranPeak = *job.tranPeak;
   if (!ownsLamps) return;
-  const auto decay = [frames](double& lamp, double perSample) {
-    if (lamp != 0.0) lamp *= std::pow(perSample, frames);
+  const auto decay = [frames](double& lamp, LampDecay& kept, double perSample) {
+    if (lamp != 0.0) lamp *= kept.over(perSample, frames);
   };
-  decay(*job.fastLamp, lane.settings->times.relFastCoef);
-  decay(*job.slowLamp, lane.settings->times.relSlowCoef);
+  decay(*job.fastLamp, fastDecay, lane.settings->times.relFastCoef);
+  decay(*job.slowLamp, slowDecay, lane.settings->times.relSlowCoef);
+}
+
+double BandDetector::LampDecay::over(double newPerSample, int newFrames) noexcept {
+  if (newPerSample != perSample || newFrames != frames) {
+    perSample = newPerSample;
+    frames = newFrames;
+    perBlock = std::pow(perSample, frames);
+  }
+  return perBlock;
 }
 
 void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexcept {

@@ -76,4 +76,13 @@ class BandDetector {
   LookaheadWindow window;
   BallisticsState state;
   bool ownsLamps = false;
+  /// What a lamp keeps over a block, worked out anew only when asked for another.
+  struct LampDecay {
+    double perSample = 1.0;
+    int frames = 0;
+    double perBlock = 1.0;
+    double over(double newPerSample, int newFrames) noexcept;
+  };
+  LampDecay fastDecay;
+  LampDecay slowDecay;
 };
