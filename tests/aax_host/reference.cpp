@@ -46,6 +46,7 @@ std::vector<float> Reference::valuesOf(const HostedInstance& instance) {
   setChunk(chunk.data.data(), static_cast<std::int32_t>(chunk.data.size()), false);
   if (chunk.data.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
   std::vector<float> values;
+  values.reserve(kNumParams);
   for (int i = 0; i < kNumParams; ++i) values.push_back(getPlainValue(i));
   return values;
 }
