@@ -99,7 +99,8 @@ AAX_IPropertyMap* RecordedComponent::NewPropertyMap() { return make(maps, log, "
 AAX_Result RecordedComponent::AddProcessProc_Native(AAX_CProcessProc proc,
                                                     AAX_IPropertyMap* properties) {
   AAX_CPropertyValue stem = AAX_eStemFormat_None;
-  if (properties != nullptr) properties->GetProperty(AAX_eProperty_InputStemFormat, &stem);
+  if (properties != nullptr)
+    static_cast<void>(properties->GetProperty(AAX_eProperty_InputStemFormat, &stem));
   procs[stem] = proc;
   processText += "  process:" + propertiesText(properties) + "\n";
   return log.answer("AddProcessProc_Native");

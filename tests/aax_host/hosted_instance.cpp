@@ -134,15 +134,16 @@ HostedInstance::HostedInstance(const RecordedEffect& effect, int mainChannels)
   layOutContext();
 }
 
-HostedInstance::~HostedInstance() {
+void HostedInstance::close() {
+  if (parameters == nullptr) return;
   parameters->Uninitialize();
-  parameters->Release();
+  std::exchange(parameters, nullptr)->Release();
 }
 
 void HostedInstance::layOutContext() {
   inputs.resize(static_cast<std::size_t>(channels) + 1);
-  outputs.resize(static_cast<std::size_t>(channels));
   decoy.assign(kLongestBlock, 0.5F);
+  outputs.assign(static_cast<std::size_t>(channels) + 1, decoy.data());
   transportNode.transport = &transport;
   for (std::size_t i = 0; i < meters.size(); ++i) meterPointers[i] = &meters[i];
   const std::map<FieldKind, void*> storage = {

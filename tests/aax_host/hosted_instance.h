@@ -103,10 +103,11 @@ class HostedInstance {
 
   /// `channels` 1 or 2. Throws std::runtime_error when it cannot be made.
   HostedInstance(const RecordedEffect& effect, int channels);
-  ~HostedInstance();
+  ~HostedInstance() { close(); }
   HostedInstance(const HostedInstance&) = delete;
   HostedInstance& operator=(const HostedInstance&) = delete;
 
+  void close();  ///< ends its life; nothing but `host` may be used any more
   /// The identifier of parameter 0..422, by the plug-in's own word.
   [[nodiscard]] std::string id(int index) const;
   AAX_Result update(const std::string& parameterId, double normalised);
@@ -153,7 +154,7 @@ class HostedInstance {
 
   std::vector<float*> inputs;
   std::vector<float*> outputs;
-  std::vector<float> decoy;  // stands where a sidechain would
+  std::vector<float> decoy;  // stands where a sidechain would, and an output too many
   std::int32_t length = 0;
   AAX_CSampleRate rate = kRate;
   AAX_CTimestamp clock = 0;

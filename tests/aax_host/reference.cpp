@@ -46,17 +46,19 @@ std::vector<float> Reference::valuesOf(const HostedInstance& instance) {
   setChunk(chunk.data.data(), static_cast<std::int32_t>(chunk.data.size()), false);
   if (chunk.data.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
   std::vector<float> values;
+  values.reserve(kNumParams);
   for (int i = 0; i < kNumParams; ++i) values.push_back(getPlainValue(i));
   return values;
 }
 
 Signal noise(int channels, int frames, unsigned seed) {
-  Signal signal(static_cast<std::size_t>(channels));
+  Signal signal(static_cast<std::size_t>(channels),
+                std::vector<float>(static_cast<std::size_t>(frames)));
   std::uint32_t state = seed;
   for (auto& channel : signal) {
-    for (int i = 0; i < frames; ++i) {
+    for (float& sample : channel) {
       state = state * 1664525U + 1013904223U;
-      channel.push_back(static_cast<float>(static_cast<double>(state) / 4294967296.0 - 0.5));
+      sample = static_cast<float>(static_cast<double>(state) / 4294967296.0 - 0.5);
     }
   }
   return signal;

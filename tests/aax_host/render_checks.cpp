@@ -1,6 +1,7 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 #include <limits>
 #include <memory>
 
@@ -19,7 +20,11 @@ std::string channelText(int channels) { return channels == 1 ? "mono: " : "stere
 std::string firstDifference(const Signal& actual, const Signal& expected) {
   for (std::size_t c = 0; c < expected.size(); ++c) {
     for (std::size_t i = 0; i < expected[c].size(); ++i) {
-      if (std::memcmp(&actual[c][i], &expected[c][i], sizeof(float)) == 0) continue;
+      // By bits: a signed zero or no number is a difference, too.
+      if (std::bit_cast<std::uint32_t>(actual[c][i]) ==
+          std::bit_cast<std::uint32_t>(expected[c][i])) {
+        continue;
+      }
       return "channel " + std::to_string(c) + " differs from frame " + std::to_string(i) +
              " on: " + std::to_string(actual[c][i]) + " instead of " +
              std::to_string(expected[c][i]);

@@ -60,11 +60,15 @@ void checkRestore(const Bench& bench, Faults& faults) {
     double bank;
   } rows[] = {{"the effect's chunk", {kEffectChunk}, 0.0},
               {"the controls chunk", {kAAX_ControlsChunkID}, 0.0},
-              {"both chunks", {kAAX_ControlsChunkID, kEffectChunk}, 1.0}};
+              {"both chunks", {kAAX_ControlsChunkID, kEffectChunk}, 1.0}};  // made in bank B
   for (const auto& row : rows) {
     HostedInstance source(bench.effect, 2);
+    source.set(kB1Knee, 50.0);
     source.set(kABBank, row.bank);
     setBusy(source);
+    source.set(kABBank, 1.0 - row.bank);
+    source.set(kB1Gain, -5.0);
+    source.set(kABBank, row.bank);
     HostedInstance target(bench.effect, 2);
     target.set(kB1Gain, 7.0);
     static_cast<void>(target.render(noise(2, 4800)));
@@ -82,6 +86,13 @@ void checkRestore(const Bench& bench, Faults& faults) {
       faults.equal(stepOf(target), stepOf(source),
                    row.name + (": " + std::string(facts.record.name)));
     }
+    if (row.chunks.back() != kEffectChunk) continue;
+    // The effect's chunk holds the other banks as well.
+    for (HostedInstance* const instance : {&source, &target}) {
+      for (const double bank : {1.0, 0.0, 5.0, 1.0 - row.bank}) instance->set(kABBank, bank);
+    }
+    faults.expect(reader.valuesOf(target) == reader.valuesOf(source),
+                  row.name + std::string(": other values of another bank"));
   }
 }
 
@@ -122,6 +133,7 @@ void checkDamaged(const Bench& bench, Faults& faults) {
     for (const std::size_t bytes : {whole.size() / 2, whole.size() - 40, std::size_t{5}}) {
       damaged.push_back(whole.substr(0, bytes));
     }
+    if (id == kAAX_ControlsChunkID) damaged.push_back(whole + '\0');
     for (std::size_t i = 0; i < damaged.size(); ++i) {
       instance.restore(id, damaged[i]);
       const std::string which = "damage " + std::to_string(i) + " of chunk " + std::to_string(id);
