@@ -1,7 +1,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <span>
 #include <vector>
 
 #include "libraries/aax/aax_controls_chunk.h"
