@@ -25,6 +25,7 @@ struct Chain {
   int frames = 64;
   int channels = 2;
   int oversampling = 0;
+  double linkage = 100.0;
 };
 
 void setPlain(Plug& plug, int index, double plain) {
@@ -47,6 +48,7 @@ std::unique_ptr<Plug> workingBands(const Chain& chain) {
     set(kB1Threshold, -30.0);
     set(kB1Ratio, 0.5);
     set(kB1RatioB, 0.2);
+    set(kB1SCLink, chain.linkage);
   }
   plug->resume();
   return plug;
@@ -102,6 +104,13 @@ void variant(benchmark::State& state) {
   useVectorKernels(usual);
 }
 
+/// Range: kind, linkage in per cent. Where the channels are not wholly linked, both detectors of a
+/// band run.
+void linkage(benchmark::State& state) {
+  run(state,
+      {.kind = static_cast<Kind>(state.range(0)), .linkage = static_cast<double>(state.range(1))});
+}
+
 /// What an instance takes of the heap.
 void memory(benchmark::State& state) {
   const auto inUse = [] {
@@ -128,6 +137,9 @@ BENCHMARK(variant)
                    {0, 1, 2},
                    benchmark::CreateDenseRange(
                        0, static_cast<std::int64_t>(allVectorKernels().size()) - 1, 1)});
+BENCHMARK(linkage)
+    ->ArgNames({"dynamicEq", "percent"})
+    ->ArgsProduct({{kCrossoverBands, kDynamicEqBands}, {99, 100}});
 BENCHMARK(memory);
 
 }  // namespace
