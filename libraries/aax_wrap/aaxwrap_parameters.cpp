@@ -58,7 +58,10 @@ AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
 }
 
 AAXWrap_Parameters::~AAXWrap_Parameters() {
-  effect.reset();  // before all that its last messages reach
+  // Before all that its last messages reach. Not by `reset`, which clears the pointer first: a
+  // message under way on another thread still asks the effect for values.
+  std::default_delete<Plug>()(effect.get());
+  static_cast<void>(effect.release());
   instances.fetch_sub(1);
 }
 

@@ -109,6 +109,26 @@ TEST(AaxBridgeTest, NothingIsTakenFromAHostThatIsNone) {
   EXPECT_EQ(rig.host.posted, 0);
 }
 
+TEST(AaxBridgeTest, AnEffectIsHeardUntilItIsGone) {
+  struct FarewellPlug : ObservedPlug {
+    using ObservedPlug::ObservedPlug;
+    ~FarewellPlug() override {
+      for (const auto each : {kHostIoChanged, kHostAutomate}) {
+        aaxHostCallback(getAeffect(), each, kB1SubType, 0, nullptr, 1.0F);
+      }
+    }
+  };
+  Machine machine{std::make_unique<MemoryStore>(), {}};
+  EchoingHost host;
+  auto* const instance = new AAXWrap_Parameters(std::make_unique<FarewellPlug>(machine));
+  host.target = instance;
+  ASSERT_EQ(instance->Initialize(host.unknown()), AAX_SUCCESS);
+  instance->Release();  // by a host that forgets the end
+  EXPECT_EQ(host.posted, 1);
+  EXPECT_EQ(host.references, 0U);
+  EXPECT_EQ(AAXWrap_Parameters::liveInstances(), 0);
+}
+
 TEST(AaxBridgeTest, NotificationsReachTheEffect) {
   BridgeRig rig;
   const struct {
