@@ -345,7 +345,7 @@ AAX_Result AAXWrap_Parameters::GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk)
 
 AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) {
   if (id != effectChunkId() || chunk == nullptr) return AAX_CEffectParameters::SetChunk(id, chunk);
-  if (chunk->fSize < 0) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
+  if (chunk->fSize <= 0) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
   return aaxGuarded([&] {
     const char* const source = chunk->fData;  // longer than declared
     const std::vector<char> block(source, source + chunk->fSize);
