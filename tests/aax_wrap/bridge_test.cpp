@@ -238,6 +238,13 @@ void expectHandedOver(RenderRig<kChannels>& rig) {
   EXPECT_EQ(told, (std::array<double, 7>{123456, 44100, 99, 2.5, 97, 1, 4}));
   EXPECT_EQ(time.timeSigNumerator * 10 + time.timeSigDenominator, 78);
   EXPECT_EQ(time.flags, 0x3704);
+
+  rig.context.audioIn = nullptr;  // silence, too, leaves nothing of what stood in the outputs
+  rig.audio[3].fill(9.0F);
+  rig.render();
+  EXPECT_EQ(effect.lastInputs[0], nullptr);
+  EXPECT_EQ(std::ranges::count(rig.audio[3], 9.0F), 0);
+  rig.context.audioIn = rig.in.data();
 }
 
 template <int kChannels>
@@ -249,7 +256,7 @@ void expectBypass(RenderRig<kChannels>& rig) {
   rig.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
   EXPECT_EQ(rig.host.latency, 0);
   rig.render();
-  EXPECT_EQ(rig.effect->calls, 2);
+  EXPECT_EQ(rig.effect->calls, 3);
   for (std::size_t c = 0; c < kChannels; ++c) EXPECT_EQ(rig.audio[3 + c], rig.audio[c]);
   EXPECT_EQ(std::ranges::count(rig.values, 0.0F), 4 + kChannels);
 }
