@@ -8,6 +8,13 @@
 
 namespace {
 
+// The address sanitizer keeps notes of each library it has seen, and finds leaks by itself.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kMemoryTells = false;
+#else
+constexpr bool kMemoryTells = true;
+#endif
+
 /// Resident memory of this process, kB.
 long residentKilobytes() {
   std::ifstream status("/proc/self/status");
@@ -50,6 +57,6 @@ void checkRounds(const std::string& path, int rounds, Faults& faults) {
   for (int round = 0; round < rounds && faults.sentences.empty(); ++round) liveOnce(path, faults);
   const long grown = residentKilobytes() - before;
   faults.expect(
-      before > 0 && grown < kMostGrown,
+      !kMemoryTells || (before > 0 && grown < kMostGrown),
       "memory grows by " + std::to_string(grown) + " kB in " + std::to_string(rounds) + " rounds");
 }
