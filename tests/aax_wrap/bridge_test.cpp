@@ -149,15 +149,48 @@ TEST(AaxBridgeTest, NotificationsReachTheEffect) {
     rig.instance->NotificationReceived(id, nullptr, 0);
     EXPECT_EQ(rig.tell(kHostProcessLevel), level);
   }
-  ASSERT_EQ(rig.effect->getChannelLabels().size(), 2U);
-  EXPECT_EQ(rig.effect->getChannelLabels()[1].midSide, "Side");
-  EXPECT_EQ(aaxChannelLabels(static_cast<AAX_EStemFormat>(0x70008))[1].midSide, "Mid c");
-  EXPECT_TRUE(aaxChannelLabels(static_cast<AAX_EStemFormat>(0x80009)).empty());
+}
+
+std::string textOf(const std::vector<ChannelLabel>& labels) {
+  std::string text;
+  for (const ChannelLabel& label : labels) text += label.leftRight + '=' + label.midSide + ' ';
+  return text;
+}
+
+TEST(AaxBridgeTest, ChannelsAreNamedByTheStemFormat) {
+  const BridgeRig rig;
+  EXPECT_EQ(textOf(rig.effect->getChannelLabels()), "Left=Mid Right=Side ");
+  const struct {
+    std::int32_t format;
+    const char* labels;
+  } rows[] = {
+      {0x30004, "Left=Mid Center=Center Right=Side Surr=Surr "},
+      {0x60006, "Left=Mid Center=Center Right=Side Ls=Mid s Rs=Side s LFE=LFE "},
+      {0x70008, "Left=Mid Lc=Mid c Center=Center Rc=Side c Right=Side Ls=Mid s Rs=Side s LFE=LFE "},
+      {0, ""},
+      {0x80009, ""}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(textOf(aaxChannelLabels(static_cast<AAX_EStemFormat>(row.format))), row.labels);
+  }
+}
+
+TEST(AaxBridgeTest, LatencyHidesBehindABypassThatIsHeard) {
+  RenderRig<2> rig;
+  const std::int32_t latency = rig.effect->getInitialDelay();
+  EXPECT_EQ(rig.host.latency, latency);
+  rig.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
+  EXPECT_EQ(rig.host.latency, 0);
+  rig.tell(kHostIoChanged);
+  EXPECT_EQ(rig.host.latency, latency) << "before anything was rendered";
+  rig.render();
+  rig.tell(kHostIoChanged);
+  EXPECT_EQ(rig.host.latency, 0);
 }
 
 TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
   BridgeRig source;
   source.effect->setParameterAutomated(kB1Threshold, 0.3F);
+  source.effect->copyToBank(2);
   source.effect->setParameterAutomated(kB1SubType, 0.7F);
   source.instance->UpdateParameterNormalizedValue("bypass", 1.0, kSource);
   for (const AAX_CTypeID id : {kAAX_ControlsChunkID, kEffectChunk}) {
@@ -184,7 +217,11 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
       fresh.instance->GetParameterIDFromIndex(i, &name);
       EXPECT_NEAR(fresh.hostValue(name.Get()), source.hostValue(name.Get()), 1e-6) << i;
     }
-    EXPECT_EQ(fresh.hostValue("bypass"), id == kAAX_ControlsChunkID ? 1.0 : 0.0);
+    const bool isControls = id == kAAX_ControlsChunkID;
+    EXPECT_EQ(fresh.hostValue("bypass"), isControls ? 1.0 : 0.0);
+    const float threshold = fresh.effect->getParameterDefault(kB1Threshold);
+    fresh.effect->switchBank(2);
+    EXPECT_NEAR(fresh.effect->getParameter(kB1Threshold), isControls ? threshold : 0.3F, 1e-6);
   }
   std::vector<char> longer = source.chunk(kAAX_ControlsChunkID);
   BridgeRig::record(longer)->fSize += 2;
@@ -211,18 +248,21 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
   EXPECT_STREQ(BridgeRig::record(room)->fName, "Plugin Chunk");
 }
 
+/// `whole` tells of the packet and of the position what else they can be.
 template <int kChannels>
-void expectHandedOver(RenderRig<kChannels>& rig) {
+void expectHandedOver(RenderRig<kChannels>& rig, bool whole) {
   const ObservedPlug& effect = *rig.effect;
+  rig.node.plays = whole;
+  if (whole) rig.node.packet = {7, 9, {0xb0, 0x11, 0x22, 0x33}, 0};
   rig.render();
   EXPECT_EQ(effect.calls, 1);
   EXPECT_EQ(effect.lastInputs[0], rig.in[0]);
   EXPECT_EQ(effect.lastInputs[kChannels], nullptr);
   EXPECT_EQ(effect.lastOutputs[1], kChannels == 1 ? nullptr : rig.out[1]);
   EXPECT_EQ(effect.lastMidi.deltaFrames, 7);
-  EXPECT_EQ(effect.lastMidi.flags, 1);
-  const std::array<std::uint8_t, 4> sent = {0xb0, 0x11, 0, 0};
-  EXPECT_TRUE(std::ranges::equal(effect.lastMidi.midiData, sent));
+  EXPECT_EQ(effect.lastMidi.flags, whole ? 0 : 1);
+  const auto* const bytes = reinterpret_cast<const char*>(effect.lastMidi.midiData);
+  EXPECT_EQ(std::string(bytes, 4), std::string(whole ? "\xb0\x11\x22\x33" : "\xb0\x11\0\0", 4));
   EXPECT_EQ(rig.values[4] >= 0.0F, kChannels == 2);
   rig.side = kChannels;
   rig.render();
@@ -237,7 +277,7 @@ void expectHandedOver(RenderRig<kChannels>& rig) {
                                       time.cycleEndPos};
   EXPECT_EQ(told, (std::array<double, 7>{123456, 44100, 99, 2.5, 97, 1, 4}));
   EXPECT_EQ(time.timeSigNumerator * 10 + time.timeSigDenominator, 78);
-  EXPECT_EQ(time.flags, 0x3704);
+  EXPECT_EQ(time.flags, whole ? 0x3702 : 0x3704);
 
   rig.context.audioIn = nullptr;  // silence, too, leaves nothing of what stood in the outputs
   rig.audio[3].fill(9.0F);
@@ -264,9 +304,9 @@ void expectBypass(RenderRig<kChannels>& rig) {
 TEST(AaxBridgeTest, RenderHandsTheContextToTheEffect) {
   RenderRig<1> mono;
   RenderRig<2> stereo;
-  expectHandedOver(mono);
+  expectHandedOver(mono, false);
   expectBypass(mono);
-  expectHandedOver(stereo);
+  expectHandedOver(stereo, true);
   expectBypass(stereo);
   // More than there is room for is dropped.
   VstEvents events{1, 0, {reinterpret_cast<VstEvent*>(&mono.effect->lastMidi), nullptr}};
