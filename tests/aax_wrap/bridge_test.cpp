@@ -223,6 +223,11 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
     fresh.effect->switchBank(2);
     EXPECT_NEAR(fresh.effect->getParameter(kB1Threshold), isControls ? threshold : 0.3F, 1e-6);
   }
+}
+
+TEST(AaxBridgeTest, RecordsHoldWhatWasTold) {
+  BridgeRig source;
+  source.effect->setParameterAutomated(kB1Threshold, 0.3F);
   std::vector<char> longer = source.chunk(kAAX_ControlsChunkID);
   BridgeRig::record(longer)->fSize += 2;
   const BridgeRig untold;
