@@ -15,6 +15,8 @@ target_compile_options(project_options INTERFACE
   # GCC 12 at -O3 sees overlapping copies in `"text" + std::string` where there are none (its bug
   # 105651); no code of ours uses `restrict`.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+  # Texts in what is shipped name files of this tree, not of the machine that built it.
+  "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/="
   # One rounding per operation on every processor, so that results are the same everywhere.
   -ffp-contract=off)
 target_link_libraries(project_options INTERFACE Threads::Threads)

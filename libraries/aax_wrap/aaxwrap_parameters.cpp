@@ -58,7 +58,10 @@ AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
 }
 
 AAXWrap_Parameters::~AAXWrap_Parameters() {
-  effect.reset();  // before all that its last messages reach
+  // Before all that its last messages reach. Not by `reset`, which clears the pointer first: a
+  // message under way on another thread still asks the effect for values.
+  std::default_delete<Plug>()(effect.get());
+  static_cast<void>(effect.release());
   instances.fetch_sub(1);
 }
 
@@ -342,7 +345,7 @@ AAX_Result AAXWrap_Parameters::GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk)
 
 AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) {
   if (id != effectChunkId() || chunk == nullptr) return AAX_CEffectParameters::SetChunk(id, chunk);
-  if (chunk->fSize < 0) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
+  if (chunk->fSize <= 0) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
   return aaxGuarded([&] {
     const char* const source = chunk->fData;  // longer than declared
     const std::vector<char> block(source, source + chunk->fSize);

@@ -27,6 +27,8 @@ void takePosition(AAX_IMIDINode* node, VstTimeInfo& time) {
   if (transport->GetCurrentLoopPosition(&looping, &loopStart, &loopEnd) == AAX_SUCCESS) {
     time.cycleStartPos = static_cast<double>(loopStart) / kTicksPerQuarter;
     time.cycleEndPos = static_cast<double>(loopEnd) / kTicksPerQuarter;
+  } else {
+    looping = false;
   }
   std::int64_t ticks = 0;
   if (transport->GetCurrentTickPosition(&ticks) == AAX_SUCCESS) {
@@ -58,10 +60,14 @@ void sendMidi(AAX_IMIDINode* node, Plug& plug) {
   }
 }
 
+float* inputOf(const SAAXWrap_Alg_Context& context, int place) {
+  return context.audioIn != nullptr ? context.audioIn[place] : nullptr;
+}
+
 template <int mainChannels>
 void passThrough(const SAAXWrap_Alg_Context& context, std::int32_t frames) {
   for (int c = 0; c < mainChannels; ++c) {
-    const float* const in = context.audioIn != nullptr ? context.audioIn[c] : nullptr;
+    const float* const in = inputOf(context, c);
     float* const out = context.audioOut[c];
     if (out == nullptr || in == out) continue;
     if (in != nullptr) {
@@ -74,15 +80,15 @@ void passThrough(const SAAXWrap_Alg_Context& context, std::int32_t frames) {
 
 template <int mainChannels>
 void process(const SAAXWrap_Alg_Context& context, Plug& plug, std::int32_t frames) {
-  if (context.audioIn == nullptr) return;
   const std::int32_t sideChain = context.sideChain != nullptr ? *context.sideChain : 0;
   // A mono call is told by the missing output: one main input, then one of the sidechain.
   std::array<float*, 4> inputs{};
   std::array<float*, 2> outputs{};
-  for (std::size_t c = 0; c < mainChannels; ++c) {
-    inputs[c] = context.audioIn[c];
-    inputs[mainChannels + c] = sideChain > 0 ? context.audioIn[sideChain] : nullptr;
-    outputs[c] = context.audioOut[c];
+  for (int c = 0; c < mainChannels; ++c) {
+    const auto at = static_cast<std::size_t>(c);
+    inputs[at] = inputOf(context, c);
+    inputs[at + mainChannels] = sideChain > 0 ? inputOf(context, sideChain) : nullptr;
+    outputs[at] = context.audioOut[c];
   }
   plug.processReplacing(inputs.data(), outputs.data(), frames);
 }

@@ -103,6 +103,15 @@ void checkSteps(const Bench& bench, Faults& faults) {
                    facts.record.name + (" at host step " + std::to_string(step)));
     }
   }
+  for (const ParameterFacts& facts : swept) {
+    const auto standard = static_cast<double>(facts.record.value);
+    instance.update(facts.id, facts.toldValue(standard));
+  }
+  const std::vector<float> plain = reader.valuesOf(instance);
+  for (const ParameterFacts& facts : swept) {
+    faults.equal(plain[static_cast<std::size_t>(facts.index)], facts.record.value,
+                 std::string(facts.record.name) + " at its default");
+  }
 }
 
 /// Expects that the instance framed and told each parameter but the selector of banks once, with

@@ -17,25 +17,6 @@
 #include "libraries/aax_wrap/aaxwrap_render.h"
 #include "tests/support/real_time.h"
 
-/// What a parameter's row in the table means for the host.
-struct Expected {
-  explicit Expected(const ParameterRecord& row) : low(row.min), high(row.max) {
-    const bool slope = row.curve == kCurveMultipleOf6;
-    stepped = slope || row.curve == kCurveWhole || row.curve == kCurveSwitch;
-    hasShares = stepped && row.curve != kCurveSwitch;
-    unit = slope ? 6.0 : 1.0;
-    if (stepped) hostSteps = static_cast<int>((high - low) / unit) + 1;
-    // Whole numbers have a step above the highest, a quirk that the defaults share.
-    if (row.curve == kCurveWhole) ++hostSteps;
-  }
-  [[nodiscard]] double share(double plain) const { return (plain - low) / (high - low + 1.0); }
-  [[nodiscard]] double plainOf(int step) const { return std::min(low + step * unit, high); }
-
-  double low, high, unit;
-  bool stepped, hasShares;
-  int hostSteps = 1000;
-};
-
 /// An effect that nobody idles and that tells what reached it.
 class ObservedPlug : public Plug {
  public:
@@ -80,7 +61,7 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   std::uint32_t AddRef() override { return ++references; }
   std::uint32_t Release() override { return --references; }
   AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override {
-    *hz = 48000.0F;
+    *hz = 44100.0F;  // that of a new effect, which then has no other latency to tell
     return rateResult;
   }
   AAX_Result GetInputStemFormat(AAX_EStemFormat* format) const override {
@@ -113,7 +94,7 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   std::string gestures;  // identifiers touched, and released behind a stroke
 };
 
-/// A stream of one packet, and a position that loops without playing.
+/// A stream of one packet, and a position that plays or loops.
 class FixedNode final : public AAX_IMIDINode, public AAX_ITransport {
  public:
   AAX_CMidiStream* GetNodeBuffer() override { return &stream; }
@@ -126,19 +107,20 @@ class FixedNode final : public AAX_IMIDINode, public AAX_ITransport {
     return *above = 7, *below = 8, AAX_SUCCESS;
   }
   AAX_Result IsTransportPlaying(bool* playing) const override {
-    return *playing = false, AAX_SUCCESS;
+    return *playing = plays, AAX_SUCCESS;
   }
   AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override {
     return *ticks = 2400000, AAX_SUCCESS;
   }
   AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* start,
                                     std::int64_t* end) const override {
-    return *looping = true, *start = 960000, *end = 3840000, AAX_SUCCESS;
+    return *looping = !plays, *start = 960000, *end = 3840000, AAX_SUCCESS;
   }
   AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override {
     return *samples = 123456, AAX_SUCCESS;
   }
 
+  bool plays = false;
   AAX_CMidiPacket packet{7, 2, {0xb0, 0x11, 0x22, 0x33}, 1};
   AAX_CMidiStream stream{1, &packet};
 };
