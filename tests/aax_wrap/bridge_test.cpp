@@ -175,8 +175,8 @@ TEST(AaxBridgeTest, ChunksGiveTheStateBackAndDamagedOnesNothing) {
     for (int i = 0; i < kNumParams; ++i) {
       // The document holds numbers of as many digits as 32 bits need, or the default.
       EXPECT_NEAR(fresh.effect->getParameter(i), source.effect->getParameter(i), 1e-6) << i;
-      const auto id = aaxParameterIdentifier(i, fresh.effect->getStepCount(i) > 0);
-      EXPECT_NEAR(fresh.hostValue(id.data()), source.hostValue(id.data()), 1e-6) << i;
+      const auto name = aaxParameterIdentifier(i, fresh.effect->getStepCount(i) > 0);
+      EXPECT_NEAR(fresh.hostValue(name.data()), source.hostValue(name.data()), 1e-6) << i;
     }
     const bool isControls = id == kAAX_ControlsChunkID;
     EXPECT_EQ(fresh.hostValue("bypass"), isControls ? 1.0 : 0.0);
