@@ -13,7 +13,10 @@ std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
 }  // namespace
 
 ControlExchange::ControlExchange(Plug& whose) : effect(whose) {
-  for (int id = 0; id < kNumParams; ++id) ports[at(id)].store(plainNow(id), kAlone);
+  for (int id = 0; id < kNumParams; ++id) {
+    ports[at(id)].store(plainNow(id), kAlone);
+    held[at(id)].store(plainNow(id), kAlone);
+  }
   rememberAll();
 }
 
@@ -21,6 +24,29 @@ void ControlExchange::offer(int id, float plain) noexcept {
   ports[at(id)].store(plain, kAlone);
   offered.set(id);
 }
+
+void ControlExchange::confirm(int id, float plain) noexcept {
+  ports[at(id)].store(plain, kAlone);
+  confirmed.set(id);
+}
+
+bool ControlExchange::isLoaded() const noexcept {
+  return loads.load(std::memory_order_acquire) != takenLoads.load(std::memory_order_acquire);
+}
+
+void ControlExchange::takeLoading() noexcept {
+  const unsigned newest = loads.load(std::memory_order_acquire);
+  offered.takeAll([](int /*id*/) {});
+  confirmed.takeAll([](int /*id*/) {});
+  alone.store(true, kAlone);
+  takenLoads.store(newest, std::memory_order_release);
+}
+
+void ControlExchange::assumePort(int id, float plain) noexcept {
+  held[at(id)].store(plain, kAlone);
+}
+
+float ControlExchange::heldByPort(int id) const noexcept { return held[at(id)].load(kAlone); }
 
 float ControlExchange::portValue(int id) const noexcept { return ports[at(id)].load(kAlone); }
 
@@ -35,25 +61,40 @@ float ControlExchange::normalisedNow(int id) const noexcept {
 
 void ControlExchange::deliver() {
   const std::lock_guard guard(delivering);
+  deliverNews();
+}
+
+void ControlExchange::deliverNews() {
+  if (isLoaded()) return;
+  confirmed.takeAll([this](int id) { held[at(id)].store(portValue(id), kAlone); });
   if (!offered.any()) return;
-  const bool isAlone = alone.exchange(false, kAlone);
   {
     const Plug::UpdateHold together(effect);
-    // A switch of banks exchanges the values of all others, so it comes before them.
-    if (offered.take(kABBank)) deliverOne(kABBank, isAlone);
-    offered.takeAll([this, isAlone](int id) { deliverOne(id, isAlone); });
+    deliverOffered(alone.exchange(false, kAlone));
     // New filters at once: whoever moves a port has waited for its block already.
     effect.updateDsp(true);
   }
   effect.updateLatency();
-  for (int id = 0; id < kNumParams; ++id) {
-    if (normalisedNow(id) != known[at(id)]) changedInside.set(id);
+  markInsideChanges();
+}
+
+void ControlExchange::deliverOffered(bool isAlone) {
+  // A switch of banks exchanges the values of all others, so it comes before them.
+  if (offered.take(kABBank)) deliverOne(kABBank, isAlone);
+  std::array<int, kNumParams> news;
+  std::size_t count = 0;
+  offered.takeAll([&news, &count](int id) { news[count++] = id; });
+  for (std::size_t i = 0; i < count; ++i) deliverOne(news[i], isAlone);
+  // Where links have spread one port's value over that of another.
+  for (std::size_t i = 0; i < count; ++i) {
+    if (normalisedNow(news[i]) != known[at(news[i])]) deliverOne(news[i], true);
   }
-  rememberAll();
 }
 
 void ControlExchange::deliverOne(int id, bool isAlone) {
-  const float normalised = effect.plainToNormalised(id, portValue(id));
+  const float plain = portValue(id);
+  const float normalised = effect.plainToNormalised(id, plain);
+  held[at(id)].store(plain, kAlone);
   known[at(id)] = normalised;
   if (normalisedNow(id) == normalised) return;
   if (!isAlone) {
@@ -65,6 +106,11 @@ void ControlExchange::deliverOne(int id, bool isAlone) {
 
 void ControlExchange::findInsideChanges() {
   const std::lock_guard guard(delivering);
+  markInsideChanges();
+}
+
+/// Each value is read once: a controller may move it meanwhile.
+void ControlExchange::markInsideChanges() noexcept {
   for (int id = 0; id < kNumParams; ++id) {
     const float now = normalisedNow(id);
     if (now == known[at(id)]) continue;

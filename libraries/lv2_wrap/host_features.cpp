@@ -32,7 +32,8 @@ Urids mapAll(const LV2_URID_Map* map) {
           .midiEvent = urid(LV2_MIDI__MidiEvent),
           .stateChanged = urid(LV2_STATE__StateChanged),
           .chunk = urid(kChunkUri),
-          .portValues = urid(kPortValuesUri)};
+          .portValues = urid(kPortValuesUri),
+          .portsOnly = urid(kPortsOnlyUri)};
 }
 
 }  // namespace

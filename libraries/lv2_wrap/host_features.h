@@ -13,7 +13,7 @@ namespace lv2 {
 struct Urids {
   LV2_URID atomChunk = 0, atomFloat = 0, atomSequence = 0, atomVector = 0;
   LV2_URID midiEvent = 0, stateChanged = 0;
-  LV2_URID chunk = 0, portValues = 0;  // keys of the stored state
+  LV2_URID chunk = 0, portValues = 0, portsOnly = 0;  // keys of the stored state
 };
 
 /// What a host offers to an instance; null where it does not. All is optional: without names there

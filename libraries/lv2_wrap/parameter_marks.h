@@ -23,6 +23,9 @@ class ParameterMarks {
     }
     return false;
   }
+  [[nodiscard]] bool has(int id) const noexcept {
+    return (words[wordOf(id)].load(std::memory_order_relaxed) >> (id % kBits) & 1U) != 0;
+  }
   /// Clears one; whether it was set.
   [[nodiscard]] bool take(int id) noexcept {
     const std::uint32_t bit = std::uint32_t{1} << (id % kBits);

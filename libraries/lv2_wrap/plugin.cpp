@@ -19,12 +19,14 @@ constexpr auto kAlone = std::memory_order_relaxed;
 constexpr std::intptr_t kHostInterface = 2400;
 constexpr std::intptr_t kProcessLevelRealtime = 2;
 constexpr double kSecondsBetweenJobs = 0.01;
+constexpr double kSecondsAfterLoad = 0.1;
 constexpr int kPatientTicks = 3;
 constexpr float kNothing = std::numeric_limits<float>::quiet_NaN();
 
 std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
 
-bool isOn(float control) noexcept { return control > 0.5F; }
+/// As `lv2:toggled` has it.
+bool isOn(float control) noexcept { return control > 0.0F; }
 
 }  // namespace
 
@@ -35,7 +37,8 @@ Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
       enabledPort(&enabledByDefault),
       freewheelPort(&freewheelByDefault),
       framesBetweenJobs(static_cast<std::uint32_t>(rate * kSecondsBetweenJobs)),
-      framesSinceJob(framesBetweenJobs) {
+      framesSinceJob(framesBetweenJobs),
+      framesAfterLoad(static_cast<std::uint32_t>(rate * kSecondsAfterLoad)) {
   effect.getAeffect()->user = this;
   effect.setSampleRate(static_cast<float>(rate));
   effect.setBlockSize(kMostFrames);
@@ -97,7 +100,7 @@ bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
 
 void Plugin::activate() {
   offline.store(isOn(*freewheelPort), kAlone);
-  lookAtPorts();
+  lookAtPorts(controls.isLoaded());
   controls.deliver();
   effect.resume();
   framesSinceJob = framesBetweenJobs;
@@ -118,7 +121,15 @@ void Plugin::run(std::uint32_t frames) noexcept {
 void Plugin::takeControls(std::uint32_t frames) noexcept {
   const bool isOffline = isOn(*freewheelPort);
   offline.store(isOffline, kAlone);
-  lookAtPorts();
+  // While audio runs, hosts restore the state first and set the ports in some later block. What
+  // they hold until then belongs to the sound before, and must not get into the banks of the new
+  // one.
+  const bool isLoaded = controls.isLoaded();
+  if (isLoaded && !isOffline && framesSinceLoad <= framesAfterLoad) {
+    framesSinceLoad += frames;
+    return;
+  }
+  lookAtPorts(isLoaded);
   if (isOffline) {
     deliverNow();
   } else {
@@ -126,11 +137,13 @@ void Plugin::takeControls(std::uint32_t frames) noexcept {
   }
 }
 
-void Plugin::lookAtPorts() noexcept {
-  if (restored.exchange(false, std::memory_order_acquire)) {
-    for (int id = 0; id < kNumParams; ++id) seen[at(id)] = storedPorts[at(id)].load(kAlone);
+/// `isLoaded`: a state was loaded since the last look. Asked for but once in a block.
+void Plugin::lookAtPorts(bool isLoaded) noexcept {
+  if (isLoaded) {
+    controls.takeLoading();
+    for (int id = 0; id < kNumParams; ++id) seen[at(id)] = controls.heldByPort(id);
     requested.fill(kNothing);
-    controls.standAlone();
+    framesSinceLoad = 0;
   }
   bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
   // Most blocks bring nothing new: told without a branch per port.
@@ -145,7 +158,11 @@ void Plugin::lookAtPorts() noexcept {
     seen[at(id)] = plain;
     const bool isAnswer = plain == requested[at(id)];
     requested[at(id)] = kNothing;
-    if (!isAnswer) controls.offer(id, plain);
+    if (isAnswer) {
+      controls.confirm(id, plain);
+    } else {
+      controls.offer(id, plain);
+    }
   }
 }
 
@@ -180,7 +197,7 @@ void Plugin::work() {
 void Plugin::onIdle() {
   idleTicks = controls.hasNews() ? idleTicks + 1 : 0;
   // A worker may have lost the job.
-  if (idleTicks > (features.worker == nullptr ? 0 : kPatientTicks)) controls.deliver();
+  if (idleTicks > (features.worker == nullptr ? 0 : kPatientTicks)) work();
   controls.findInsideChanges();
 }
 
@@ -236,9 +253,10 @@ void Plugin::requestChange(int id, float plain) noexcept {
   };
   const int port = layout.firstParameter() + placeOfParameter(id);
   if (id == kBypass && plain == 0.0F && !isOn(*enabledPort)) request(layout.enabled(), 1.0F);
-  if (plain != seen[at(id)] && request(port, plain) == kPortChangeSuccess) {
-    requested[at(id)] = plain;
-  }
+  // A port may still be on its way to what it was asked for before.
+  const float coming = std::isnan(requested[at(id)]) ? seen[at(id)] : requested[at(id)];
+  if (plain == coming) return;
+  requested[at(id)] = request(port, plain) == kPortChangeSuccess ? plain : kNothing;
 }
 
 void Plugin::writeEvents(bool stateHasChanged) noexcept {
@@ -248,7 +266,8 @@ void Plugin::writeEvents(bool stateHasChanged) noexcept {
   lv2_atom_forge_set_buffer(&forge, reinterpret_cast<std::uint8_t*>(notifyPort), capacity);
   LV2_Atom_Forge_Frame sequence;
   if (lv2_atom_forge_sequence_head(&forge, &sequence, 0) == 0) return;
-  if (stateHasChanged) {
+  constexpr std::uint32_t kEventBytes = sizeof(LV2_Atom_Event) + sizeof(LV2_Atom_Object_Body);
+  if (stateHasChanged && forge.size - forge.offset >= kEventBytes) {
     LV2_Atom_Forge_Frame object;
     lv2_atom_forge_frame_time(&forge, 0);
     lv2_atom_forge_object(&forge, &object, 0, features.urids.stateChanged);

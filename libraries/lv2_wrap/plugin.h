@@ -39,9 +39,9 @@ class Plugin final : private IdleClient {
   void work();
   /// Stores the effect's state and what the ports held.
   LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle);
-  /// Takes a state stored; without one, that of a new instance. The ports have the last word: those
-  /// that hold something else than when the state was stored win over it. A damaged state is
-  /// refused as a whole.
+  /// Takes a state stored; without one, that of a new instance, but a preset of ports alone leaves
+  /// all as it is. The ports have the last word: those that hold something else than when the state
+  /// was stored win over it. A damaged state is refused as a whole.
   LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle);
 
  private:
@@ -56,7 +56,7 @@ class Plugin final : private IdleClient {
   // Audio thread.
   void readEvents() noexcept;
   void takeControls(std::uint32_t frames) noexcept;
-  void lookAtPorts() noexcept;
+  void lookAtPorts(bool isLoaded) noexcept;
   void deliverNow() noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
   void processPart(std::uint32_t from, std::uint32_t frames) noexcept;
@@ -64,7 +64,6 @@ class Plugin final : private IdleClient {
   void requestChange(int id, float plain) noexcept;
   void writeEvents(bool stateHasChanged) noexcept;
 
-  void rememberPorts(const float* plainValues);
   bool connectControl(std::uint32_t port, const float* data) noexcept;
 
   const PortLayout& layout;
@@ -97,12 +96,10 @@ class Plugin final : private IdleClient {
   std::array<float, kNumParams> requested{};  // asked for and not yet come; NaN for none
   std::uint32_t framesBetweenJobs;
   std::uint32_t framesSinceJob;
+  std::uint32_t framesAfterLoad;  // for which ports are left alone
+  std::uint32_t framesSinceLoad = 0;
   LV2_Atom_Forge forge{};
   Planes inputs{};  // copies: the effect clears bad samples in place, and the host's are not ours
-
-  // What the ports held when the state was stored, from `restore` to the audio thread.
-  std::array<std::atomic<float>, kNumParams> storedPorts{};
-  std::atomic<bool> restored{false};
 };
 
 }  // namespace lv2

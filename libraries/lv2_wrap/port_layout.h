@@ -14,6 +14,9 @@ inline constexpr std::string_view kBaseUri = "https://halvekro.com/lv2/corvanthe
 // Keys of the stored state.
 inline constexpr const char* kChunkUri = "https://halvekro.com/lv2/corvanthelis#chunk";
 inline constexpr const char* kPortValuesUri = "https://halvekro.com/lv2/corvanthelis#ports";
+/// Stands in presets that have no state: hosts restore one all the same, and an empty one means
+/// that of a new instance.
+inline constexpr const char* kPortsOnlyUri = "https://halvekro.com/lv2/corvanthelis#portsOnly";
 
 /// Bytes that the event ports ask for.
 inline constexpr int kEventPortBytes = 65536;

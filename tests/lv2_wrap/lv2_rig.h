@@ -147,6 +147,7 @@ class Lv2Rig {
   std::vector<std::pair<int, float>> requests;    // parameters, and the plain values asked for
   int jobs = 0;
   bool workerAccepts = true;
+  bool movesPorts = true;  // when it is asked to; else it says so and leaves them for later
   const LV2_Descriptor* descriptor = nullptr;
   LV2_Handle instance = nullptr;
 
@@ -205,7 +206,7 @@ class Lv2Rig {
     auto* const rig = static_cast<Lv2Rig*>(handle);
     const int place = static_cast<int>(port) - rig->layout.firstParameter();
     rig->requests.emplace_back(lv2::parameterInPlace(place), value);
-    rig->control(static_cast<int>(port)) = value;
+    if (rig->movesPorts) rig->control(static_cast<int>(port)) = value;
     return lv2::kPortChangeSuccess;
   }
 

@@ -98,6 +98,28 @@ float levelAfter(Lv2Rig& rig, int blocks, std::uint32_t frames) {
   return rig.out[0][frames - 1];
 }
 
+std::vector<char> chunkOf(const StoredState& state) {
+  return state.values.at(UridMap::map(lv2::kChunkUri)).bytes;
+}
+
+/// What an effect would store.
+StoredState stateOf(Plug& plug) {
+  void* chunk = nullptr;
+  const auto size = plug.getChunk(&chunk, false);
+  const auto* const bytes = static_cast<const char*>(chunk);
+  StoredState state;
+  state.values[UridMap::map(lv2::kChunkUri)] = {{bytes, bytes + size},
+                                                UridMap::map(LV2_ATOM__Chunk)};
+  return state;
+}
+
+void runAndWork(Lv2Rig& rig, int blocks) {
+  for (int block = 0; block < blocks; ++block) {
+    rig.run(1024);
+    rig.work();
+  }
+}
+
 double decibels(float level) { return 20.0 * std::log10(static_cast<double>(level)); }
 
 }  // namespace
@@ -216,8 +238,10 @@ TEST(Lv2Plugin, StatesBringBanksAndPortsHaveTheLastWord) {
   first.parameter("kABBank") = 2.0F;  // bank C keeps -9, bank A -3
   first.run(4096);
   first.work();
+  // While the host is asked to move this port back.
   first.parameter("kOpTrim") = -9.0F;
   EXPECT_NEAR(runBoth(first), decibels(0.5F) - 9.0, 0.01);
+  EXPECT_EQ(first.parameter("kOpTrim"), -9.0F);
   const StoredState state = first.save();
 
   // A new instance whose ports hold what they held then: as it was.
@@ -243,8 +267,95 @@ TEST(Lv2Plugin, StatesBringBanksAndPortsHaveTheLastWord) {
 
   // Nothing stored: a new instance.
   ASSERT_EQ(same.restore({}), LV2_STATE_SUCCESS);
-  EXPECT_EQ(same.save().values[UridMap::map(lv2::kChunkUri)].bytes,
-            Lv2Rig(kStereo).save().values[UridMap::map(lv2::kChunkUri)].bytes);
+  EXPECT_EQ(chunkOf(same.save()), chunkOf(Lv2Rig(kStereo).save()));
+}
+
+/// The order in which hosts bring ports and state, and whatever runs meanwhile, must not matter.
+TEST(Lv2Plugin, RestoredSessionsAreAsTheyWereStored) {
+  // A switch of banks whose values the host's ports have not followed.
+  const auto play = [](Lv2Rig& rig) {
+    rig.movesPorts = false;
+    runAndWork(rig, 10);
+  };
+  const auto setPorts = [](Lv2Rig& rig) {
+    rig.set({{"kOpTrim", -3.0F}, {"kB1Threshold", -20.0F}, {"kABBank", 1.0F}});
+  };
+  Lv2Rig first(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -3.0F}, {"kB1Threshold", -20.0F}});
+  play(first);
+  setPorts(first);
+  play(first);
+  const StoredState stored = first.save();
+  enum Step { kPorts, kRun, kRunWithoutWorker, kRestore, kSaveAndRestore, kWork };
+  const std::vector<Step> orders[] = {{kPorts, kRun, kRestore},
+                                      {kPorts, kRestore},
+                                      {kRestore, kPorts},
+                                      {kRestore, kSaveAndRestore, kPorts},
+                                      {kRestore, kPorts, kRun, kSaveAndRestore},
+                                      {kRestore, kRun, kPorts},
+                                      {kRunWithoutWorker, kRestore, kWork, kPorts}};
+  for (std::size_t order = 0; order < std::size(orders); ++order) {
+    SCOPED_TRACE(order);
+    // What was in use before: another bank, and other values.
+    Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kABBank", 3.0F}, {"kIpTrim", 5.0F}});
+    play(rig);
+    for (const Step step : orders[order]) {
+      switch (step) {
+        case kPorts:
+          rig.parameter(kIpTrim) = 0.0F;
+          setPorts(rig);
+          break;
+        case kRun:
+          runAndWork(rig, 2);
+          break;
+        case kRunWithoutWorker:
+          rig.parameter("kB1Threshold") = -40.0F;
+          rig.run(1024);
+          break;
+        case kRestore:
+          ASSERT_EQ(rig.restore(stored), LV2_STATE_SUCCESS);
+          break;
+        case kSaveAndRestore:
+          ASSERT_EQ(rig.restore(rig.save()), LV2_STATE_SUCCESS);
+          break;
+        case kWork:
+          rig.work();
+          break;
+      }
+    }
+    play(rig);
+    EXPECT_TRUE(chunkOf(rig.save()) == chunkOf(stored));
+  }
+}
+
+TEST(Lv2Plugin, PresetsOfPortsLeaveTheBanksAlone) {
+  Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -3.0F}, {"kABBank", 4.0F}});
+  rig.run(64);
+  const StoredState before = rig.save();
+  StoredState preset;
+  preset.values[UridMap::map(lv2::kPortsOnlyUri)] = {{1, 0, 0, 0}, UridMap::map(LV2_ATOM__Bool)};
+  ASSERT_EQ(rig.restore(preset), LV2_STATE_SUCCESS);
+  EXPECT_TRUE(chunkOf(rig.save()) == chunkOf(before));
+}
+
+TEST(Lv2Plugin, LinkedPortsThatMoveTogetherKeepTheirOwnValues) {
+  const auto threshold = [](int band) { return bandParameterId(band, kB1Threshold); };
+  PlugRig reference;
+  for (int band = 0; band < 3; ++band) reference.plug.setLinked(threshold(band), true);
+  Lv2Rig rig(kStereo);
+  ASSERT_EQ(rig.restore(stateOf(reference.plug)), LV2_STATE_SUCCESS);
+  runAndWork(rig, 10);
+  const auto valuesAre = [&](float one, float two, float three) {
+    runAndWork(rig, 2);
+    const std::vector<char> chunk = chunkOf(rig.save());
+    reference.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
+    EXPECT_NEAR(reference.plug.getPlainValue(threshold(0)), one, 1e-4);
+    EXPECT_NEAR(reference.plug.getPlainValue(threshold(1)), two, 1e-4);
+    EXPECT_NEAR(reference.plug.getPlainValue(threshold(2)), three, 1e-4);
+  };
+  rig.set({{"kB1Threshold", -10.0F}, {"kB2Threshold", -20.0F}});
+  valuesAre(-10.0F, -20.0F, -20.0F);
+  rig.set({{"kB2Threshold", -30.0F}});
+  valuesAre(-30.0F, -30.0F, -30.0F);
 }
 
 TEST(Lv2Plugin, DamagedStatesChangeNothing) {

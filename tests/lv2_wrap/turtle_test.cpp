@@ -203,6 +203,9 @@ TEST_F(Turtle, PresetsSetPortsToWhatTheirFilesHold) {
       EXPECT_EQ(plug.plainToNormalised(id, value), plug.normalisedValue(id)) << recordOf(id).name;
     }
     EXPECT_EQ(ids.size(), std::size_t{kNumParams - 2});
+    const Nodes states = objects(presets[label], "state:state");
+    EXPECT_TRUE(lilv_world_ask(world.get(), lilv_nodes_get_first(states.get()),
+                               uri(lv2::kPortsOnlyUri), nullptr));
   }
   EXPECT_EQ(files, presets.size());
 }

@@ -184,7 +184,8 @@ void addAbilities(Statements& about) {
   about.add("state:state", "[]");
 }
 
-/// The project with its maker, and a feature that no installed description tells of.
+/// The project with its maker, and what no installed description tells of: a feature, and the mark
+/// of presets.
 std::string sharedDefinitions() {
   Statements maker;
   maker.add("foaf:name", turtleString("Halvekro")).add("foaf:homepage", turtleUri(kMakerUri));
@@ -193,7 +194,10 @@ std::string sharedDefinitions() {
   project.add("doap:maintainer", maker.blankNode());
   Statements feature;
   feature.add("a", "lv2:Feature");
-  return project.about(turtleUri(kBaseUri)) + feature.about(turtleUri(kChangeRequestUri));
+  Statements mark;
+  mark.add("a", "rdf:Property").add("rdfs:label", turtleString("ports only"));
+  return project.about(turtleUri(kBaseUri)) + feature.about(turtleUri(kChangeRequestUri)) +
+         mark.about(turtleUri(kPortsOnlyUri));
 }
 
 }  // namespace

@@ -126,6 +126,9 @@ std::string presetTurtle(const FactoryPreset& preset) {
     port.add("pset:value", turtleDecimal(preset.values[static_cast<std::size_t>(id)]));
     about.add("lv2:port", port.blankNode());
   }
+  Statements state;
+  state.add(turtleUri(kPortsOnlyUri), "true");
+  about.add("state:state", state.blankNode());
   return std::string(turtlePrefixes()) + about.about(turtleUri(preset.uri()));
 }
 

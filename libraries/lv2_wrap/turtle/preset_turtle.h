@@ -9,8 +9,8 @@
 
 namespace lv2 {
 
-/// A factory preset as hosts know it: values of ports and no state, so that it leaves the user's
-/// banks alone.
+/// A factory preset as hosts know it: values of ports and, as its state, that there is none, so
+/// that it leaves the user's banks alone.
 struct FactoryPreset {
   std::string stem;                        ///< of its file in the bundle, and the end of its URI
   std::string folder;                      ///< shown; empty for one that is in none
