@@ -143,8 +143,8 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
   for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
     BandMeters& meter = bandMeters[band];
-    run.sameSide = detectors[band].oneForBoth(run.sameSide);
-    const int detecting = run.sameSide ? 1 : block.channels;
+    run.oneDetector = detectors[band].oneForBoth(run.sameSide);
+    const int detecting = run.oneDetector ? 1 : block.channels;
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
       jobs[count++] = {&detectors[band][c], run.side[c],     &meter.envPeak, &meter.dynPeak[c],
                        &meter.tranPeak[c],  &meter.fastLamp, &meter.slowLamp};
@@ -152,7 +152,7 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
   for (BandRun& run : runs) {
-    if (run.sameSide) shareGain(run, block);
+    if (run.oneDetector) shareGain(run, block);
     if (!run.passive) continue;
     BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
     meter.dynPeak.fill(0.0);

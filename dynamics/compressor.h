@@ -186,6 +186,7 @@ class compressor {
     WorkBuffers::Pair signal;  // in place
     WorkBuffers::Pair side;    // sidechain, then linear gain; may become the same buffer
     bool sameSide;             // both channels hear the same
+    bool oneDetector;          // which has worked for both channels
   };
   static constexpr int kCrossoverStage = -1;
 

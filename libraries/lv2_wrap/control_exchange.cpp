@@ -93,7 +93,10 @@ void ControlExchange::deliverOffered(bool isAlone) {
 
 void ControlExchange::deliverOne(int id, bool isAlone) {
   const float plain = portValue(id);
-  const float normalised = effect.plainToNormalised(id, plain);
+  // Ports of switches are on above 0, the parameters at 1.
+  const bool isSwitch = effect.parameterInfo(id).curve == kCurveSwitch;
+  const float normalised =
+      isSwitch ? (plain > 0.0F ? 1.0F : 0.0F) : effect.plainToNormalised(id, plain);
   held[at(id)].store(plain, kAlone);
   known[at(id)] = normalised;
   if (normalisedNow(id) == normalised) return;

@@ -252,11 +252,17 @@ void Plugin::requestChange(int id, float plain) noexcept {
                                                  static_cast<std::uint32_t>(port), value);
   };
   const int port = layout.firstParameter() + placeOfParameter(id);
-  if (id == kBypass && plain == 0.0F && !isOn(*enabledPort)) request(layout.enabled(), 1.0F);
   // A port may still be on its way to what it was asked for before.
   const float coming = std::isnan(requested[at(id)]) ? seen[at(id)] : requested[at(id)];
   if (plain == coming) return;
-  requested[at(id)] = request(port, plain) == kPortChangeSuccess ? plain : kNothing;
+  PortChangeStatus status = kPortChangeSuccess;
+  if (id == kBypass) {  // of which the host shows its own switch
+    status = request(layout.enabled(), 1.0F - plain);
+    if (plain == 0.0F && isOn(*bypassPort)) status = request(port, plain);
+  } else {
+    status = request(port, plain);
+  }
+  requested[at(id)] = status == kPortChangeSuccess ? plain : kNothing;
 }
 
 void Plugin::writeEvents(bool stateHasChanged) noexcept {

@@ -7,6 +7,7 @@
 #include "filters/crossover_bank.h"
 #include "filters/resampler.h"
 #include "filters/subband.h"
+#include "libraries/lv2_wrap/port_change_request.h"
 #include "libraries/lv2_wrap/turtle/parameter_port.h"
 #include "libraries/lv2_wrap/turtle/turtle_text.h"
 
@@ -14,9 +15,6 @@ namespace lv2 {
 
 namespace {
 
-// Hosts that can move input ports of ours on our request call the feature by this name.
-constexpr std::string_view kChangeRequestUri =
-    "http://kx.studio/ns/lv2ext/control-input-port-change-request";
 constexpr std::string_view kMakerUri = "https://halvekro.com";
 constexpr std::string_view kLicenceUri = "https://halvekro.com/licence";
 constexpr int kMinorVersion = 2;  // odd ones are for trials
@@ -172,13 +170,11 @@ void addIdentity(Statements& about, const PortLayout& plugin) {
 
 void addAbilities(Statements& about) {
   for (const char* feature :
-       {"urid:map", "lv2:hardRTCapable", "work:schedule", "opts:options", "bufs:boundedBlockLength",
+       {"urid:map", "lv2:hardRTCapable", "work:schedule", "bufs:boundedBlockLength",
         "bufs:fixedBlockLength", "state:loadDefaultState", "state:threadSafeRestore"}) {
     about.add("lv2:optionalFeature", feature);
   }
-  about.add("lv2:optionalFeature", turtleUri(kChangeRequestUri));
-  about.add("opts:supportedOption", "bufs:maxBlockLength");
-  about.add("opts:supportedOption", "bufs:nominalBlockLength");
+  about.add("lv2:optionalFeature", turtleUri(kPortChangeRequestUri));
   about.add("lv2:extensionData", "state:interface").add("lv2:extensionData", "work:interface");
   // The state to begin with holds nothing: start as a new instance does.
   about.add("state:state", "[]");
@@ -196,7 +192,7 @@ std::string sharedDefinitions() {
   feature.add("a", "lv2:Feature");
   Statements mark;
   mark.add("a", "rdf:Property").add("rdfs:label", turtleString("ports only"));
-  return project.about(turtleUri(kBaseUri)) + feature.about(turtleUri(kChangeRequestUri)) +
+  return project.about(turtleUri(kBaseUri)) + feature.about(turtleUri(kPortChangeRequestUri)) +
          mark.about(turtleUri(kPortsOnlyUri));
 }
 

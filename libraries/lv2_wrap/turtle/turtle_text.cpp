@@ -14,7 +14,6 @@ std::string_view turtlePrefixes() noexcept {
          "@prefix foaf: <http://xmlns.com/foaf/0.1/> .\n"
          "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
          "@prefix midi: <http://lv2plug.in/ns/ext/midi#> .\n"
-         "@prefix opts: <http://lv2plug.in/ns/ext/options#> .\n"
          "@prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .\n"
          "@prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .\n"
          "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
