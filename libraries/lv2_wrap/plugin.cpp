@@ -146,13 +146,20 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
     framesSinceLoad = 0;
   }
   bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
-  // Most blocks bring nothing new: told without a branch per port.
-  unsigned changed = 0;
-  for (int id = 0; id < kNumParams; ++id) {
-    changed |= static_cast<unsigned>(*parameterPorts[at(id)] != seen[at(id)]);
+  // Most bring nothing new: told without a branch per port.
+  constexpr int kTogether = 32;
+  for (int first = 0; first < kNumParams; first += kTogether) {
+    const int end = std::min(first + kTogether, static_cast<int>(kNumParams));
+    unsigned changed = 0;
+    for (int id = first; id < end; ++id) {
+      changed |= static_cast<unsigned>(*parameterPorts[at(id)] != seen[at(id)]);
+    }
+    if (changed != 0) takeNews(first, end);
   }
-  if (changed == 0) return;
-  for (int id = 0; id < kNumParams; ++id) {
+}
+
+void Plugin::takeNews(int first, int end) noexcept {
+  for (int id = first; id < end; ++id) {
     const float plain = *parameterPorts[at(id)];
     if (plain == seen[at(id)] || std::isnan(plain)) continue;
     seen[at(id)] = plain;

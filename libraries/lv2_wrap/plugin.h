@@ -57,6 +57,7 @@ class Plugin final : private IdleClient {
   void readEvents() noexcept;
   void takeControls(std::uint32_t frames) noexcept;
   void lookAtPorts(bool isLoaded) noexcept;
+  void takeNews(int first, int end) noexcept;
   void deliverNow() noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
   void processPart(std::uint32_t from, std::uint32_t frames) noexcept;
