@@ -18,7 +18,9 @@ namespace {
 constexpr auto kAlone = std::memory_order_relaxed;
 constexpr std::intptr_t kHostInterface = 2400;
 constexpr std::intptr_t kProcessLevelRealtime = 2;
-constexpr double kSecondsBetweenJobs = 0.01;
+// New filters are news to the caches of the audio thread, too: no more often than it takes for
+// moves to be in the sound 20 ms later.
+constexpr double kSecondsBetweenJobs = 0.014;
 constexpr double kSecondsAfterLoad = 0.1;
 constexpr int kPatientTicks = 3;
 constexpr float kNothing = std::numeric_limits<float>::quiet_NaN();
@@ -183,9 +185,8 @@ void Plugin::deliverNow() noexcept {
 
 void Plugin::askForDelivery(std::uint32_t frames) noexcept {
   framesSinceJob = std::min(framesSinceJob, framesBetweenJobs) + frames;
-  if (features.worker == nullptr || framesSinceJob < framesBetweenJobs || !controls.hasNews()) {
-    return;
-  }
+  const bool mayWait = framesSinceJob + frames <= framesBetweenJobs;
+  if (features.worker == nullptr || mayWait || !controls.hasNews()) return;
   if (workAsked.exchange(true, kAlone)) return;
   const std::uint32_t job = 0;  // hosts need not take empty ones
   const auto status = features.worker->schedule_work(features.worker->handle, sizeof job, &job);

@@ -19,7 +19,7 @@ namespace lv2 {
 /// One instance in a host: ports on one side, the effect on the other.
 ///
 /// Control values go to the host's worker or, where it has none, to the message thread, at most
-/// every 10 ms; while the host renders faster or slower than real time they are in force in the
+/// every 14 ms; while the host renders faster or slower than real time they are in force in the
 /// block that brings them.
 ///
 /// Threads: `connectPort` and `run` on the audio thread, `activate` while that rests; `work` on the
