@@ -10,6 +10,10 @@ std::string warningLine(std::string_view message) {
   return "corvanthelis: warning: " + oneLine(message);
 }
 
+void addCountOfMore(std::vector<std::string>& messages, std::size_t more) {
+  if (more > 0) messages.push_back("and " + std::to_string(more) + " more like these");
+}
+
 void printError(std::string_view message) { std::cerr << messageLine(message) + "\n"; }
 
 void printWarning(std::string_view message) { std::cerr << warningLine(message) + "\n"; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,3 +13,8 @@
 void printError(std::string_view message);
 void printWarning(std::string_view message);
 void printWarnings(const std::vector<std::string>& messages);
+
+/// How many faults of one file are told.
+inline constexpr std::size_t kMostTold = 10;
+/// Adds a line that tells how many `more` there are than those in the list; none for 0.
+void addCountOfMore(std::vector<std::string>& messages, std::size_t more);

@@ -4,15 +4,14 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
 #include <string_view>
 
 #include "apps/failure.h"
 #include "apps/text.h"
 #include "core/band_files.h"
 #include "core/parameter_table.h"
+#include "platform/whole_file.h"
 #include "state/json_document.h"
 
 namespace {
@@ -103,9 +102,8 @@ class ObjectReader {
 };
 
 JsonTree readTree(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (!in) throw Failure(file, "cannot be read");
+  std::string text;
+  if (readWholeFile(file, text, kMostDocumentBytes)) throw Failure(file, "cannot be read");
   JsonTree tree(jsonParse(text.c_str()));
   if (tree == nullptr) {
     const char* const fault = jsonGetErrorPtr();

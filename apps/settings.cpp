@@ -44,13 +44,19 @@ float clampWithWarning(std::int32_t parameter, double value, float min, float ma
 std::int32_t parameterNumber(std::string_view identifier) {
   const std::int32_t number = parameterKeyTable().find(identifier);
   if (number >= 0 && number < kNumParams) return number;
-  std::string message = "unknown parameter '" + std::string(identifier) + "'; the nearest are ";
+  throw WrongArguments(unknownParameter(identifier));
+}
+
+std::string unknownParameter(std::string_view identifier) {
+  std::string message = "unknown parameter '" + shownName(identifier) + "'";
+  if (identifier.size() > kLongestShown) return message;
+  message += "; the nearest are ";
   const std::vector<std::string> nearest = nearestIdentifiers(identifier);
   for (std::size_t i = 0; i < nearest.size(); ++i) {
     if (i > 0) message += i + 1 == nearest.size() ? " and " : ", ";
     message += nearest[i];
   }
-  throw WrongArguments(message);
+  return message;
 }
 
 std::string parameterIdentifier(std::int32_t number) {
@@ -81,13 +87,13 @@ float plainInRange(std::int32_t parameter, double plain, std::vector<std::string
 Setting parseSetting(std::string_view text, bool isNormalised, std::vector<std::string>& warnings) {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    throw WrongArguments("'" + std::string(text) + "' should read ID=VALUE");
+    throw WrongArguments("'" + shownName(text) + "' should read ID=VALUE");
   }
   const std::int32_t parameter = parameterNumber(trimmed(text.substr(0, equals)));
   const std::string_view valueText = text.substr(equals + 1);
   const auto value = finiteNumber(valueText);
   if (!value) {
-    throw WrongArguments(parameterIdentifier(parameter) + ": '" + std::string(valueText) +
+    throw WrongArguments(parameterIdentifier(parameter) + ": '" + shownName(valueText) +
                          "' is not a finite number");
   }
   const float inRange = isNormalised ? clampWithWarning(parameter, *value, 0.0F, 1.0F, warnings)

@@ -16,6 +16,10 @@ struct Setting {
 /// the nearest known identifiers if there is none.
 [[nodiscard]] std::int32_t parameterNumber(std::string_view identifier);
 
+/// The sentence about an identifier that no parameter has. Names the nearest ones, but not to what
+/// is far longer than any of them: the comparison would take its time.
+[[nodiscard]] std::string unknownParameter(std::string_view identifier);
+
 /// The identifier of parameter `number`.
 [[nodiscard]] std::string parameterIdentifier(std::int32_t number);
 

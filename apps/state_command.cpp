@@ -110,6 +110,7 @@ int StateCommand::run() const {
 void StateCommand::writePacked() const {
   refuseOverwriting(std::array{RenderItem{first, second}}, {});
   const StateDocument document = readStateDocument(first);
+  const std::string bytes = stateBytes(printedText(document), document.kind != StateKind::kBand);
   printWarnings(documentFaults(document));
-  writeOutput(second, stateBytes(printedText(document), document.kind != StateKind::kBand));
+  writeOutput(second, bytes);
 }

@@ -4,11 +4,13 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "apps/failure.h"
+#include "apps/messages.h"
 #include "apps/settings.h"
 #include "apps/text.h"
 #include "core/band_files.h"
@@ -22,6 +24,7 @@
 namespace {
 
 constexpr int kBankCount = Plug::kNumBanks;
+constexpr const char* kTooMuch = "is damaged: larger than any document, or nested deeper";
 
 std::size_t at(std::int32_t index) { return static_cast<std::size_t>(index); }
 
@@ -65,12 +68,13 @@ Failure faultAt(const std::string& path, const std::string& text, std::size_t of
 /// half of a document with one bracket too many would be gone: so it reads a list of one.
 JsonTree parsedWhole(const std::string& path, const std::string& text) {
   const std::string list = "[" + text + "]";
-  JsonTree values(jsonParse(list.c_str()));
+  JsonFault fault;
+  JsonTree values(jsonParse(list.c_str(), fault));
   if (values == nullptr) {
-    const char* const fault = jsonGetErrorPtr();
-    if (fault == nullptr) throw std::bad_alloc();
+    if (fault.position == nullptr) throw std::bad_alloc();
+    if (fault.isTooMuch) throw Failure(path, kTooMuch);
     const std::size_t offset =
-        std::min(static_cast<std::size_t>(fault - list.c_str()), list.size());
+        std::min(static_cast<std::size_t>(fault.position - list.c_str()), list.size());
     throw faultAt(path, text, std::min(offset - std::min<std::size_t>(offset, 1), text.size()));
   }
   const int count = jsonGetArraySize(values.get());
@@ -102,31 +106,56 @@ bool isBandFileRow(std::int32_t id) {
 template <typename Accepts>
 std::optional<std::int32_t> keyOf(const JsonNode& entry, const Accepts& accepts,
                                   StoredValues& result) {
-  try {
-    const std::int32_t number = parameterNumber(entry.key);
-    if (accepts(number)) return number;
-    result.faults.push_back(std::string(entry.key) + " has no place in a band file");
-  } catch (const WrongArguments& unknown) {
-    result.faults.emplace_back(unknown.what());
-  }
+  const std::int32_t number = parameterKeyTable().find(entry.key);
+  const bool isKnown = number >= 0 && number < kNumParams;
+  if (isKnown && accepts(number)) return number;
+  result.faults.push_back(
+      {isKnown ? StoredFault::Kind::kNoPlace : StoredFault::Kind::kUnknown, entry.key});
   return std::nullopt;
 }
 
 /// The number of a member as the effect takes it; empty for what it passes over.
 std::optional<float> valueOf(const JsonNode& entry, float min, float max, StoredValues& result) {
-  const std::string key = entry.key;
   const bool isNumber = jsonIsType(&entry, kJsonNumber);
   const float value = isNumber ? static_cast<float>(entry.valueDouble) : 0.0F;
-  if (!isNumber) result.faults.push_back(key + " is no number and counts as 0");
+  if (!isNumber) result.faults.push_back({StoredFault::Kind::kNoNumber, entry.key});
   if (!std::isfinite(value)) {
-    result.faults.push_back(key + " is beyond all bounds and is passed over");
+    result.faults.push_back({StoredFault::Kind::kBoundless, entry.key});
     return std::nullopt;
   }
   if (isNumber && (value < min || value > max)) {
-    result.faults.push_back(key + ": " + shortestText(value) + " is out of range (" +
-                            shortestText(min) + " to " + shortestText(max) + ")");
+    result.faults.push_back({StoredFault::Kind::kOutOfRange, entry.key, value, min, max});
   }
   return std::clamp(value, min, max);
+}
+
+std::string sentenceOf(const StoredFault& fault) {
+  const std::string key = shownName(fault.key);
+  switch (fault.kind) {
+    case StoredFault::Kind::kUnknown:
+      return unknownParameter(fault.key);
+    case StoredFault::Kind::kNoPlace:
+      return key + " has no place in a band file";
+    case StoredFault::Kind::kNoNumber:
+      return key + " is no number and counts as 0";
+    case StoredFault::Kind::kBoundless:
+      return key + " is beyond all bounds and is passed over";
+    case StoredFault::Kind::kOutOfRange:
+      return key + ": " + shortestText(fault.value) + " is out of range (" +
+             shortestText(fault.min) + " to " + shortestText(fault.max) + ")";
+    case StoredFault::Kind::kNoParameters:
+      break;
+  }
+  return "\"parameters\" is missing or no object: all are at their default";
+}
+
+/// The first number that no text can hold, in a list and below it; null if there is none.
+const JsonNode* boundlessNumber(const JsonNode* list) {
+  for (; list != nullptr; list = list->next) {
+    if (!std::isfinite(list->valueDouble)) return list;
+    if (const JsonNode* const below = boundlessNumber(list->child)) return below;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -135,7 +164,8 @@ StateDocument readStateDocument(const std::string& path) {
   StateDocument document;
   document.name = path;
   std::string bytes;
-  if (const std::error_code error = readWholeFile(path, bytes)) {
+  if (const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes)) {
+    if (error == std::errc::file_too_large) throw Failure(path, kTooMuch);
     throw Failure(path, "cannot be read (" + error.message() + ")");
   }
   if (bytes.empty()) throw Failure(path, "is empty");
@@ -148,6 +178,10 @@ StateDocument readStateDocument(const std::string& path) {
 }
 
 std::string printedText(const StateDocument& document) {
+  if (const JsonNode* const number = boundlessNumber(document.root.get())) {
+    const std::string name = number->key != nullptr ? shownName(number->key) : "a number";
+    throw Failure(document.name, name + " is beyond all bounds: no text can hold it");
+  }
   const JsonText text(jsonPrintFormatted(document.root.get()));
   if (text == nullptr) throw std::bad_alloc();
   return text.get();
@@ -190,8 +224,7 @@ StoredValues storedValues(const StoredSet& set) {
   }
   if (!jsonIsType(stored, kJsonObject)) {
     if (set.object != nullptr) {
-      result.faults.emplace_back(
-          "\"parameters\" is missing or no object: all are at their default");
+      result.faults.emplace_back();
     }
     return result;
   }
@@ -223,22 +256,26 @@ StoredValues storedBandValues(const StateDocument& document) {
 }
 
 std::vector<std::string> documentFaults(const StateDocument& document) {
-  std::vector<std::pair<std::string, std::string>> found;  // fault and its places
-  for (const StoredSet& set : storedSets(document)) {
+  std::map<StoredFault, std::size_t> places;  // in `found`
+  std::vector<std::pair<StoredFault, std::string>> found;
+  const std::vector<StoredSet> sets = storedSets(document);
+  for (const StoredSet& set : sets) {
     const StoredValues values =
         document.kind == StateKind::kBand ? storedBandValues(document) : storedValues(set);
-    for (const std::string& fault : values.faults) {
-      const auto known = std::find_if(found.begin(), found.end(),
-                                      [&fault](const auto& each) { return each.first == fault; });
-      if (known == found.end()) {
+    for (const StoredFault& fault : values.faults) {
+      const auto [known, isNew] = places.emplace(fault, found.size());
+      if (isNew) {
         found.emplace_back(fault, set.place);
-      } else {
-        known->second += ", " + set.place;
+      } else if (std::string& inSets = found[known->second].second; !inSets.ends_with(set.place)) {
+        inSets += ", " + set.place;
       }
     }
   }
   std::vector<std::string> faults;
-  faults.reserve(found.size());
-  for (const auto& [fault, places] : found) faults.push_back(places + ": " + fault);
+  for (const auto& [fault, inSets] : found) {
+    if (faults.size() == kMostTold) break;
+    faults.push_back(inSets + ": " + sentenceOf(fault));
+  }
+  addCountOfMore(faults, found.size() - faults.size());
   return faults;
 }

@@ -103,6 +103,14 @@ std::string oneLine(std::string_view text) {
   return result;
 }
 
+std::string shownName(std::string_view name) {
+  if (name.size() <= kLongestShown) return oneLine(name);
+  std::size_t end = kLongestShown;
+  // Not within a character.
+  while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) --end;
+  return oneLine(name.substr(0, end)) + "...";
+}
+
 std::string padded(std::string text, std::size_t width) {
   const std::size_t shown = shownWidth(text);
   if (shown < width) text.append(width - shown, ' ');

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,10 @@
 [[nodiscard]] std::string lowered(std::string_view text);
 /// Control characters (of a file's name, say) as '?', so that a message stays one line.
 [[nodiscard]] std::string oneLine(std::string_view text);
+/// A name of unknown origin for a message: one line, and cut where it is longer than
+/// `kLongestShown` bytes.
+[[nodiscard]] std::string shownName(std::string_view name);
+inline constexpr std::size_t kLongestShown = 64;
 /// `text` with U+FFFD for every byte that is not part of a UTF-8 character.
 [[nodiscard]] std::string validUtf8(std::string_view text);
 /// `text` filled up with blanks to `width` characters.

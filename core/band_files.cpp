@@ -92,12 +92,15 @@ void BandFiles::resetBand(int band) {
 void BandFiles::loadBandTemplate() {
   const std::string text =
       loadInstallFile(plug.machine().folders(), kDefaultFile, kFactoryFile, defaultPath);
+  if (isTooLargeToLoad(defaultPath)) {
+    reportFileContent(defaultPath, "is too large for a band", "It has been passed over");
+  }
   if (text.empty()) return;
   const auto values = parse(text);
   if (!values) {
     // Either file may have been the one.
     std::string bytes;
-    const bool isFactory = static_cast<bool>(readWholeFile(defaultPath, bytes));
+    const bool isFactory = static_cast<bool>(readWholeFile(defaultPath, bytes, kMostDocumentBytes));
     reportFileContent(isFactory ? kFactoryFile : defaultPath, kNoBandFile,
                       "New bands begin with the program's own settings");
     return;
@@ -134,11 +137,12 @@ bool BandFiles::saveBandFile(const std::string& path, int band) const {
 bool BandFiles::loadBandFile(const std::string& path, int band) {
   if (!isBand(band)) return false;
   std::string text;
-  if (readWholeFile(path, text)) {
+  const std::error_code error = readWholeFile(path, text, kMostDocumentBytes);
+  if (error && error != std::errc::file_too_large) {
     reportFileError(path, "rb");
     return false;
   }
-  if (loadBandFromText(text.data(), text.size(), band)) return true;
+  if (!error && loadBandFromText(text.data(), text.size(), band)) return true;
   reportFileContent(path, kNoBandFile, "The band has not been changed");
   return false;
 }

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "core/plug.h"
@@ -24,6 +26,8 @@ constexpr const char* kLinks = "parameterLinks";
 
 // Pixels, of any window system; the width of another mode stays within its type, too.
 constexpr int kWidestWindow = 32767;
+
+constexpr std::size_t kLongestPath = 4095;  // bytes
 
 struct Number {
   const char* key;
@@ -141,7 +145,9 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   }
   takeNumbers(settings, state, {&kLastPreset, 1});
   if (const JsonNode* const folder = jsonGetObjectItem(settings, kFolder)) {
-    state.lastPresetFolder = folder->valueString != nullptr ? folder->valueString : "";
+    const std::string_view path = folder->valueString != nullptr ? folder->valueString : "";
+    // What is longer is no path, and every state would carry it on.
+    if (path.size() <= kLongestPath) state.lastPresetFolder = path;
   }
   plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
   plug.setLinkWords(wordsOf(jsonGetObjectItem(settings, kLinks)));

@@ -124,11 +124,13 @@ void Plug::loadDefaultBanks() {
   const auto load = [&](const std::string& extension, std::string& path) {
     const std::string bytes =
         loadInstallFile(folders, "Default Bank." + extension, "Factory Bank." + extension, path);
+    const bool isPassedOver = isTooLargeToLoad(path);
+    if (isPassedOver) reportFileContent(path, "is too large for a bank", "It has been passed over");
     if (bytes.empty()) return;
     setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
     if (!chunkRefused()) return;
     std::error_code error;  // a folder that cannot be looked into: no throw to the host
-    const bool isUsers = std::filesystem::exists(path, error);
+    const bool isUsers = !isPassedOver && std::filesystem::exists(path, error);
     reportFileContent(isUsers ? path : "Factory Bank." + extension, "holds no bank",
                       "The settings are the program's own");
   };

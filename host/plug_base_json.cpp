@@ -123,8 +123,9 @@ bool PlugBaseJSON::buildChunk(bool isPreset) {
 std::int32_t PlugBaseJSON::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
   markChanged();
   if (data == nullptr || byteSize < 0) return 0;
-  std::string text(static_cast<const char*>(data), at(byteSize));
-  // Bytes that do not unpack are no document either.
+  std::string text;
+  // Bytes that do not unpack are no document either, and no more of them than one can have.
+  if (at(byteSize) <= kMostDocumentBytes) text.assign(static_cast<const char*>(data), at(byteSize));
   if (isPackedChunk(text)) {
     if (auto unpacked = unpackChunk(text)) text = std::move(*unpacked);
   }

@@ -9,6 +9,7 @@
 #include "host/file_errors.h"
 #include "platform/whole_file.h"
 #include "state/chunk_codec.h"
+#include "state/json_document.h"
 
 namespace {
 
@@ -45,15 +46,18 @@ class FileLoadingScope {
 
 /// Reads a file that a document is in; else tells the user.
 bool readDocument(const std::string& path, std::string& bytes) {
-  if (readWholeFile(path, bytes)) {
+  const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes);
+  const bool isTooLarge = error == std::errc::file_too_large;
+  if (error && !isTooLarge) {
     reportFileError(path, "rb");
     return false;
   }
-  if (holdsDocument(bytes)) return true;
+  if (!isTooLarge && holdsDocument(bytes)) return true;
   // Before anything is applied: locks and links would go even where a document is refused.
-  reportFileContent(path,
-                    bytes.empty() ? "is empty" : "holds no settings, or they have been damaged",
-                    "Nothing has been changed");
+  reportFileContent(
+      path,
+      bytes.empty() && !isTooLarge ? "is empty" : "holds no settings, or they have been damaged",
+      "Nothing has been changed");
   return false;
 }
 

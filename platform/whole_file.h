@@ -7,7 +7,7 @@
 /// Reads a regular file to its end. Directories, pipes and devices are refused, and so is a file of
 /// more than `mostBytes`. `bytes` is untouched on an error.
 [[nodiscard]] std::error_code readWholeFile(const std::string& path, std::string& bytes,
-                                            std::size_t mostBytes = std::size_t{256} << 20);
+                                            std::size_t mostBytes);
 
 /// Replaces the file as a whole; on an error the old one stands as it was. What has been written
 /// lasts through a crash of the machine: two waits for the disk.

@@ -74,7 +74,7 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
   while (!bytes.empty() && state != Z_STREAM_END) {
     feed(stream, bytes);
     state = drain(stream, text, [&text](z_stream* s) {
-      return text.size() > kLongestChunkText ? Z_MEM_ERROR : inflate(s, Z_NO_FLUSH);
+      return text.size() > kMostDocumentBytes ? Z_MEM_ERROR : inflate(s, Z_NO_FLUSH);
     });
     // Without output left to give the stream only waits for more input.
     const bool goesOn = state == Z_OK || state == Z_BUF_ERROR || state == Z_STREAM_END;
@@ -84,6 +84,7 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
 }
 
 bool holdsDocument(std::string_view bytes) {
+  if (bytes.size() > kMostDocumentBytes) return false;
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 /// The bytes "ZIP " that tell a packed chunk from plain text.
 inline constexpr std::string_view kPackedMark = "ZIP ";
-
-/// Texts beyond this are taken for damage: a document has some hundred kilobytes at most.
-inline constexpr std::size_t kLongestChunkText = std::size_t{64} << 20;
 
 [[nodiscard]] bool isPackedChunk(std::string_view bytes) noexcept;
 
@@ -18,8 +14,9 @@ inline constexpr std::size_t kLongestChunkText = std::size_t{64} << 20;
 [[nodiscard]] std::optional<std::string> packChunk(std::string_view text, int level);
 
 /// The text of a packed chunk. A stream that ends too soon gives what it holds; null for one that
-/// is damaged, that wants a dictionary or holds more than `kLongestChunkText`.
+/// is damaged, that wants a dictionary or holds more than `kMostDocumentBytes`.
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
 
-/// Whether `bytes`, packed or plain, are a document: text that holds an object.
+/// Whether `bytes`, packed or plain, are a document: text that holds an object, of a size that
+/// documents have.
 [[nodiscard]] bool holdsDocument(std::string_view bytes);

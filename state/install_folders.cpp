@@ -1,7 +1,6 @@
 #include "state/install_folders.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -9,6 +8,7 @@
 
 #include "platform/user_folders.h"
 #include "platform/whole_file.h"
+#include "state/json_document.h"
 #include "state/user_store.h"
 
 namespace {
@@ -38,9 +38,8 @@ std::string findInstallFolder(UserStore& store) {
 
 /// The text of a file that holds something, or an empty one.
 std::string readInstallFile(const std::string& folder, const std::string& name) {
-  constexpr std::size_t kMostBytes = std::size_t{64} << 20;
   std::string text;
-  if (folder.empty() || readWholeFile(folder + '/' + name, text, kMostBytes)) return {};
+  if (folder.empty() || readWholeFile(folder + '/' + name, text, kMostDocumentBytes)) return {};
   return text;
 }
 
@@ -75,6 +74,12 @@ std::string findFactoryFolder(const std::string& codeFolder, const std::string& 
     if (fs::is_directory(candidate, error)) return candidate.string();
   }
   return {};
+}
+
+bool isTooLargeToLoad(const std::string& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error) && fs::file_size(path, error) > kMostDocumentBytes &&
+         !error;
 }
 
 InstallFolders findInstallFolders(UserStore& store) {

@@ -21,6 +21,9 @@ inline constexpr const char* kBankExtension = "CorvanthelisBank";
 inline constexpr const char* kOldBankExtension = "bnk";
 inline constexpr const char* kBandExtension = "cvb";
 
+/// Whether a file is there that `loadInstallFile` passes over for its size, without reading it.
+[[nodiscard]] bool isTooLargeToLoad(const std::string& path);
+
 /// The folders of this machine: the environment's `CORVANTHELIS_PATH`, else the store's "Path",
 /// else the user's data folder; factory content lies beside the program or in a `share` folder next
 /// to its folder.
@@ -34,6 +37,6 @@ inline constexpr const char* kBandExtension = "cvb";
 /// Reads the file `first` of the install folder or else `second` of the install or else of the
 /// factory folder. `pathOut` gets the path of `first` in the install folder, whether it is there or
 /// not: the place to write it to; empty without an install folder. The result is empty when none
-/// could be read; an empty file and one above 64 MiB count as such.
+/// could be read; an empty file and one larger than any document count as such.
 [[nodiscard]] std::string loadInstallFile(const InstallFolders& folders, const std::string& first,
                                           const std::string& second, std::string& pathOut);

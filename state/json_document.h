@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -38,6 +39,20 @@ struct JsonNode {
   char* key;           ///< name inside the parent object; null in arrays and at the root
 };
 
+// What the reader takes at most: no document comes near, and what is made to cost memory and time
+// is told from one early. All that is read from files and hosts is held to the same.
+inline constexpr std::size_t kMostDocumentBytes = std::size_t{4}
+                                                  << 20;  ///< of a text, a file or a chunk
+inline constexpr std::size_t kMostDocumentNodes = std::size_t{1} << 18;
+/// Brackets inside one another. Each takes a stack frame, and a host may read on a small stack.
+inline constexpr int kMostDocumentDepth = 512;
+
+/// Where and why a text could not be read.
+struct JsonFault {
+  const char* position = nullptr;  ///< in the text; null if there is no fault in it
+  bool isTooMuch = false;          ///< more than the reader takes, however well it is written
+};
+
 /// Whether there is a node, and of this type.
 [[nodiscard]] inline bool jsonIsType(const JsonNode* node, JsonType type) noexcept {
   return node != nullptr && (node->type & kJsonTypeMask) == type;
@@ -45,9 +60,10 @@ struct JsonNode {
 
 /// Reads the first complete value of `text`, after leading white space; what follows it is ignored.
 /// `text` is zero-terminated; null gives null. The caller owns the tree. Null on a fault in the
-/// text, on more than 512 brackets inside one another, and when memory runs out; the last leaves no
-/// error pointer.
+/// text, on more than the reader takes, and when memory runs out; the last leaves no error pointer.
 [[nodiscard]] JsonNode* jsonParse(const char* text) noexcept;
+/// The same, and tells what was wrong with this very text.
+[[nodiscard]] JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept;
 
 /// Where in its text the last parse of the process, on whatever thread, gave up; null if it did
 /// not. Valid as long as that text.
@@ -56,7 +72,8 @@ struct JsonNode {
 /// The document as text: an object has one member per line, indented by tabs; an array one line.
 /// The caller frees the text by `free` (see `JsonText`). Null for a null node, for a node of
 /// unknown type, for a string without text or a member without key anywhere, and when memory runs
-/// out. Numbers keep ten decimal places, or seven digits where they are very small or large.
+/// out. Numbers keep ten decimal places, or seven digits where they are very small or large; what
+/// is not finite prints as null, since no reader takes the text of it for a number.
 [[nodiscard]] char* jsonPrintFormatted(const JsonNode* node) noexcept;
 
 /// As `jsonPrintFormatted`, without any white space between the values.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -121,10 +122,10 @@ char* writeNumber(char* out, const JsonNode& node) noexcept {
   if (std::fabs(std::floor(d) - d) <= kEpsilon && std::fabs(d) < 1e60) {
     return std::to_chars(out, end, d, std::chars_format::fixed, 0).ptr;  // %.0f
   }
+  if (!std::isfinite(d)) return std::copy_n("null", 4, out);
   if (std::fabs(d) < 1e-6 || std::fabs(d) > 1e9) {
     return std::to_chars(out, end, d, std::chars_format::scientific, 6).ptr;  // %e
   }
-  if (std::isnan(d)) return std::to_chars(out, end, d).ptr;
   return writeTenPlaces(out, d);
 }
 

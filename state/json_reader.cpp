@@ -8,16 +8,19 @@
 
 namespace {
 
-// Each level takes a stack frame, and a host may parse on a thread with a small stack.
-constexpr int kDeepestNesting = 512;
-
 // Stands alone, so relaxed; atomic because a host may restore two instances on two threads.
 std::atomic<const char*> lastErrorPosition{nullptr};
 
+// One parse: what it may still take, and what stopped it.
+struct Reading {
+  std::size_t nodesLeft = kMostDocumentNodes;
+  JsonFault fault;
+};
+
 // Every reader below answers the position behind what it read, or null: then the parse has failed.
 
-const char* failAt(const char* position) noexcept {
-  lastErrorPosition.store(position, std::memory_order_relaxed);
+const char* failAt(Reading& reading, const char* position, bool isTooMuch = false) noexcept {
+  reading.fault = {position, isTooMuch};
   return nullptr;
 }
 
@@ -157,8 +160,8 @@ char* decodeString(const char* text, const char* end, char* out) noexcept {
 }
 
 // The end of the text ends a string as well as its quote does.
-const char* readString(char*& result, const char* text) noexcept {
-  if (*text != '"') return failAt(text);
+const char* readString(Reading& reading, char*& result, const char* text) noexcept {
+  if (*text != '"') return failAt(reading, text);
   const char* const begin = text + 1;
   const char* end = begin;
   std::size_t count = 0;
@@ -171,38 +174,39 @@ const char* readString(char*& result, const char* text) noexcept {
   return *end ? end + 1 : end;
 }
 
-const char* readKey(JsonNode& node, const char* text) noexcept {
-  text = readString(node.key, text);
+const char* readKey(Reading& reading, JsonNode& node, const char* text) noexcept {
+  text = readString(reading, node.key, text);
   if (!text) return nullptr;
   text = skipSpace(text);
-  return *text == ':' ? skipSpace(text + 1) : failAt(text);
+  return *text == ':' ? skipSpace(text + 1) : failAt(reading, text);
 }
 
-const char* readValue(JsonNode& node, const char* text, int depth) noexcept;
+const char* readValue(Reading& reading, JsonNode& node, const char* text, int depth) noexcept;
 
 // An array or object. Each entry is linked before it is read, so that a failure loses none.
-const char* readEntries(JsonNode& node, const char* text, int depth) noexcept {
-  if (depth >= kDeepestNesting) return failAt(text);
+const char* readEntries(Reading& reading, JsonNode& node, const char* text, int depth) noexcept {
+  if (depth >= kMostDocumentDepth) return failAt(reading, text, true);
   const bool isObject = *text == '{';
   const char close = isObject ? '}' : ']';
   node.type = isObject ? kJsonObject : kJsonArray;
   text = skipSpace(text + 1);
   if (*text == close) return text + 1;
   for (JsonNode* last = nullptr;; text = skipSpace(text + 1)) {
+    if (--reading.nodesLeft == 0) return failAt(reading, text, true);
     JsonNode* const entry = json_detail::createNode(kJsonNull);
     if (!entry) return nullptr;
     json_detail::linkBehind(node, last, *entry);
     last = entry;
-    if (isObject) text = readKey(*entry, text);
-    if (text) text = readValue(*entry, text, depth + 1);
+    if (isObject) text = readKey(reading, *entry, text);
+    if (text) text = readValue(reading, *entry, text, depth + 1);
     if (!text) return nullptr;
     text = skipSpace(text);
     if (*text != ',') break;
   }
-  return *text == close ? text + 1 : failAt(text);
+  return *text == close ? text + 1 : failAt(reading, text);
 }
 
-const char* readWord(JsonNode& node, const char* text) noexcept {
+const char* readWord(Reading& reading, JsonNode& node, const char* text) noexcept {
   if (std::strncmp(text, "null", 4) == 0) {
     node.type = kJsonNull;
     return text + 4;
@@ -216,31 +220,46 @@ const char* readWord(JsonNode& node, const char* text) noexcept {
     node.valueInt = 1;
     return text + 4;
   }
-  return failAt(text);
+  return failAt(reading, text);
 }
 
 // `depth` counts the brackets around the value.
-const char* readValue(JsonNode& node, const char* text, int depth) noexcept {
+const char* readValue(Reading& reading, JsonNode& node, const char* text, int depth) noexcept {
   switch (*text) {
     case '"':
       node.type = kJsonString;
-      return readString(node.valueString, text);
+      return readString(reading, node.valueString, text);
     case '[':
     case '{':
-      return readEntries(node, text, depth);
+      return readEntries(reading, node, text, depth);
     default:
-      return *text == '-' || isDigit(*text) ? readNumber(node, text) : readWord(node, text);
+      return *text == '-' || isDigit(*text) ? readNumber(node, text)
+                                            : readWord(reading, node, text);
   }
 }
 
 }  // namespace
 
+JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept {
+  fault = {};
+  if (!text) return nullptr;
+  if (::strnlen(text, kMostDocumentBytes + 1) > kMostDocumentBytes) {
+    fault = {text + kMostDocumentBytes, true};
+    return nullptr;
+  }
+  Reading reading;
+  JsonTree root(json_detail::createNode(kJsonNull));
+  const bool isRead = root && readValue(reading, *root, skipSpace(text), 0);
+  fault = reading.fault;
+  return isRead ? root.release() : nullptr;
+}
+
 JsonNode* jsonParse(const char* text) noexcept {
   lastErrorPosition.store(nullptr, std::memory_order_relaxed);
-  if (!text) return nullptr;
-  JsonTree root(json_detail::createNode(kJsonNull));
-  if (!root || !readValue(*root, skipSpace(text), 0)) return nullptr;
-  return root.release();
+  JsonFault fault;
+  JsonNode* const root = jsonParse(text, fault);
+  lastErrorPosition.store(fault.position, std::memory_order_relaxed);
+  return root;
 }
 
 const char* jsonGetErrorPtr() noexcept { return lastErrorPosition.load(std::memory_order_relaxed); }

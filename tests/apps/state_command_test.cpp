@@ -18,6 +18,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 void replaceAll(std::string& text, const std::string& what, const std::string& with) {
   for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
@@ -190,6 +191,7 @@ TEST_F(StateFiles, whatIsNoDocumentIsRefusedAndNothingIsWritten) {
   std::string flipped = bank;
   flipped[flipped.size() / 2] ^= 0x10;
   const std::string plain = readBytes(file("plain.json"));
+  const std::string large(2 * kMostDocumentBytes, 'x');
   const struct {
     const char* name;
     std::string bytes;
@@ -208,6 +210,10 @@ TEST_F(StateFiles, whatIsNoDocumentIsRefusedAndNothingIsWritten) {
        "@comma:4:1: no JSON from here on: '}}'"},
       {"bracket", "{\n\"parameters\": {\n\"kIpTrim\": 1}}, \"name\": \"x\"}",
        "@bracket:3:23: no JSON"},
+      {"bomb", *packChunk(plain.substr(0, plain.size() - 3) + ",\"x\":\"" + large + "\"}", 9),
+       "@bomb: is damaged: its packed text"},
+      {"large", "{\"name\":\"" + large + "\"}", "@large: is damaged: larger than any document"},
+      {"deep", "{\"name\":" + std::string(600, '['), "@deep: is damaged: larger than any"},
       {"behind", plain + "x", "@behind: is damaged: more bytes lie behind"},
   };
   fs::create_directory(file("folder"));
@@ -246,6 +252,34 @@ TEST_F(StateFiles, whatIsNoDocumentIsRefusedAndNothingIsWritten) {
   }
   EXPECT_EQ(directory.names(), before);
   EXPECT_EQ(readBytes(file("new")), "what stood there");
+}
+
+TEST_F(StateFiles, noFileIsMadeOfNumbersThatNoTextCanHold) {
+  for (const char* const number : {"1e999", "-1e999", "[0, 1e999]"}) {
+    writeBytes(file("odd.json"), R"({"parameters":"default","v101":true,"other":)"s + number + "}");
+    writeBytes(file("new"), "what stood there");
+    for (const char* const command : {"state pack @odd.json @new", "state show @odd.json"}) {
+      const ProgramRun result = run(command);
+      EXPECT_EQ(result.status, 1);
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(result.err.find("corvanthelis: @odd.json: "), 0U) << result.err;
+      EXPECT_NE(result.err.find("beyond all bounds"), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(readBytes(file("new")), "what stood there");
+  }
+}
+
+TEST_F(StateFiles, ofManyFaultsTenAreToldWithNamesThatALineCanHold) {
+  std::string members = "\"" + std::string(1'000'000, 'k') + "\":1,\"a\\nb\":1";
+  for (int i = 0; i < 30'000; ++i) members += ",\"kB1Gain" + std::to_string(i) + "\":1";
+  writeBytes(file("many.json"), R"({"parameters":{)" + members + R"(},"v101":true})");
+  const ProgramRun result = run("state pack @many.json @new");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(lineCount(result.err), 11);
+  EXPECT_LT(result.err.size(), 2000U);
+  for (const char* const part : {"kkk...'\n", "'a?b'; the nearest are", "and 29992 more"}) {
+    EXPECT_NE(result.err.find(part), std::string::npos) << part << result.err;
+  }
 }
 
 TEST_F(StateFiles, filesOfTheWrongKindAndWrongArgumentsAreToldApart) {

@@ -294,6 +294,10 @@ TEST(BandFiles, TheTemplateIsTheUsersDefaultBandOrTheProducts) {
   EXPECT_EQ(installed.defaults(0), Pair(0, 0));
   EXPECT_EQ(takeAlerts(), std::vector<std::string>{installed.own("Default Band.cvb") +
                                                    " is no band file" + kFactoryTail});
+  std::filesystem::resize_file(installed.own("Default Band.cvb"), kMostDocumentBytes + 1);
+  installed.start();
+  EXPECT_EQ(installed.defaults(0), Pair(6, 0));
+  EXPECT_EQ(takeAlerts().at(0).find(installed.own("Default Band.cvb") + " is too large"), 0U);
   // In the way of the file: it can be neither read nor written.
   std::filesystem::remove(installed.own("Default Band.cvb"));
   std::filesystem::create_directory(installed.own("Default Band.cvb"));

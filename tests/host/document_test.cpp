@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/plug_base_json.h"
+#include "state/chunk_codec.h"
 #include "tests/host/test_effect.h"
 
 namespace {
@@ -191,6 +192,15 @@ TEST_F(DocumentTest, WhatIsNoDocumentChangesNothing) {
   const std::string bad[] = {"",     "ZIP ",     "[1]",   "7", "\"parameters\"",
                              "null", "{\"a\":1", "ZIP {}"};
   for (const std::string& bytes : bad) expectRefused(bytes);
+  // Well written, but made to take memory and time.
+  const std::string head = R"({"parameters":{"kGain":1},"x":)";
+  const std::string huge[] = {head + '"' + std::string(2 * kMostDocumentBytes, 'x') + "\"}",
+                              head + '[' + std::string(2 * kMostDocumentNodes + 1, '0') + "]}"};
+  for (std::string text : huge) {
+    for (std::size_t i = 0; (i = text.find("00", i)) != std::string::npos; ++i) text[i + 1] = ',';
+    expectRefused(text);
+    expectRefused(*packChunk(text, 9));
+  }
   // The checksum sees every bit, unless the stream loses its end and with it the checksum.
   std::mt19937 random(5);
   for (int i = 0; i < 2000; ++i) {

@@ -34,14 +34,16 @@ TEST(WholeFile, RefusesWhatIsNoFileAndFilesThatTellNoSize) {
   const TestDirectory directory;
   const std::string pipe = directory.path("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  constexpr std::size_t kMost = 1 << 20;
   std::string bytes = "before";
-  EXPECT_EQ(readWholeFile(pipe, bytes), std::errc::not_supported);
-  EXPECT_EQ(readWholeFile("/dev/zero", bytes), std::errc::not_supported);
-  EXPECT_EQ(readWholeFile(directory.path(""), bytes), std::errc::is_a_directory);
-  EXPECT_EQ(readWholeFile(directory.path("none"), bytes), std::errc::no_such_file_or_directory);
+  EXPECT_EQ(readWholeFile(pipe, bytes, kMost), std::errc::not_supported);
+  EXPECT_EQ(readWholeFile("/dev/zero", bytes, kMost), std::errc::not_supported);
+  EXPECT_EQ(readWholeFile(directory.path(""), bytes, kMost), std::errc::is_a_directory);
+  EXPECT_EQ(readWholeFile(directory.path("none"), bytes, kMost),
+            std::errc::no_such_file_or_directory);
   EXPECT_EQ(readWholeFile("/proc/self/status", bytes, 10), std::errc::file_too_large);
   EXPECT_EQ(bytes, "before");
-  EXPECT_FALSE(readWholeFile("/proc/self/status", bytes));
+  EXPECT_FALSE(readWholeFile("/proc/self/status", bytes, kMost));
   EXPECT_EQ(bytes.substr(0, 5), "Name:");
 }
 

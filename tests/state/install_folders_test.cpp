@@ -11,6 +11,7 @@
 #include <string>
 
 #include "platform/user_folders.h"
+#include "state/json_document.h"
 #include "state/user_store.h"
 #include "tests/support/test_directory.h"
 
@@ -145,13 +146,14 @@ TEST(InstallFolders, LoadsTheFirstFileOrElseTheSecondOrTheFactorys) {
   EXPECT_EQ(load(folders), bytes);
   writeBytes(folders.install + "/second", "second");
   EXPECT_EQ(load(folders), "second");
-  for (const std::uintmax_t unusable : {std::uintmax_t{0}, (std::uintmax_t{64} << 20) + 1}) {
+  for (const std::uintmax_t unusable : {std::uintmax_t{0}, kMostDocumentBytes + 1}) {
     writeBytes(first, "");
     fs::resize_file(first, unusable);
     EXPECT_EQ(load(folders), "second") << unusable;
+    EXPECT_EQ(isTooLargeToLoad(first), unusable > 0);
   }
-  fs::resize_file(first, std::uintmax_t{64} << 20);
-  EXPECT_EQ(load(folders).size(), std::size_t{64} << 20);
+  fs::resize_file(first, kMostDocumentBytes);
+  EXPECT_EQ(load(folders).size(), kMostDocumentBytes);
   writeBytes(first, "first");
   EXPECT_EQ(load(folders), "first");
   EXPECT_EQ(path, first) << "whichever was read";

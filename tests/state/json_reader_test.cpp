@@ -19,11 +19,14 @@ struct Parsed {
   explicit Parsed(std::string_view source) : text(new char[source.size() + 1]) {
     source.copy(text.get(), source.size());
     text[source.size()] = 0;
-    tree.reset(jsonParse(text.get()));
-    if (jsonGetErrorPtr()) errorOffset = jsonGetErrorPtr() - text.get();
+    tree.reset(jsonParse(text.get(), fault));
+    const JsonTree again(jsonParse(text.get()));
+    EXPECT_EQ(jsonGetErrorPtr(), fault.position);
+    if (fault.position) errorOffset = fault.position - text.get();
   }
 
   std::unique_ptr<char[]> text;
+  JsonFault fault;
   JsonTree tree;
   std::ptrdiff_t errorOffset = kNoError;
 };
@@ -143,7 +146,7 @@ TEST(JsonReader, DecodesStrings) {
   EXPECT_STREQ(object.tree->child->next->key, "\xf0\x9f\x98\x80\n");
 }
 
-TEST(JsonReader, RefusesDepthsThatCouldOverflowTheStack) {
+TEST(JsonReader, RefusesDepthsAndSizesThatNoDocumentHas) {
   const struct {
     const char* open;
     std::size_t levels;
@@ -155,12 +158,22 @@ TEST(JsonReader, RefusesDepthsThatCouldOverflowTheStack) {
     const Parsed parsed(text);
     EXPECT_EQ(parsed.tree, nullptr);
     EXPECT_EQ(parsed.errorOffset, c.offset);
+    EXPECT_TRUE(parsed.fault.isTooMuch);
   }
+  EXPECT_FALSE(Parsed("[1").fault.isTooMuch);
   EXPECT_NE(Parsed(std::string(512, '[') + std::string(512, ']')).tree, nullptr);
   // Width is no depth.
   std::string wide = "[[]";
   for (int i = 0; i < 100'000; ++i) wide += ",[{}]";
   EXPECT_EQ(jsonGetArraySize(Parsed(wide + "]").tree.get()), 100'001);
+  // As many values as a document may have, and one more; as many bytes, and one more.
+  std::string values = "[0";
+  while (values.size() < 2 * (kMostDocumentNodes - 1)) values += ",0";
+  EXPECT_NE(Parsed(values + "]").tree, nullptr);
+  EXPECT_TRUE(Parsed(values + ",0]").fault.isTooMuch);
+  const std::string bytes = "\"" + std::string(kMostDocumentBytes - 2, 'x');
+  EXPECT_NE(Parsed(bytes + "\"").tree, nullptr);
+  EXPECT_TRUE(Parsed(bytes + "x\"").fault.isTooMuch);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "platform/clock.h"
 #include "platform/whole_file.h"
 #include "state/install_folders.h"
+#include "state/json_document.h"
 #include "state/machine.h"
 
 namespace lv2 {
@@ -31,7 +32,7 @@ std::runtime_error failure(const fs::path& file, const std::string& reason) {
 
 std::array<float, kNumParams> loadValues(const fs::path& file) {
   std::string bytes;
-  if (const std::error_code error = readWholeFile(file.string(), bytes, std::size_t{64} << 20)) {
+  if (const std::error_code error = readWholeFile(file.string(), bytes, kMostDocumentBytes)) {
     throw failure(file, error.message());
   }
   Plug plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached());
