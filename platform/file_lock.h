@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <system_error>
 
@@ -13,9 +14,10 @@ class FileLock {
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
 
-  /// Makes the file if there is none, not its folder, and waits for the lock, at most five seconds:
-  /// then `std::errc::timed_out`. A lock held before is given up first.
-  [[nodiscard]] std::error_code lock(const std::string& path);
+  /// Makes the file if there is none, not its folder, and waits for the lock, at most as long as
+  /// told (0 tries once): then `std::errc::timed_out`. A lock held before is given up first.
+  [[nodiscard]] std::error_code lock(const std::string& path,
+                                     std::chrono::milliseconds longestWait);
 
  private:
   void release() noexcept;

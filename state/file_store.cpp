@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kMostBytes = std::size_t{16} << 20;
+constexpr std::chrono::milliseconds kNoWait{0};
 
 /// What lies at the place of a store; one of the three is set.
 struct Contents {
@@ -33,7 +33,7 @@ bool isFaultOfFile(const std::error_code& error) {
 
 Contents load(const std::string& path) {
   std::string text;
-  const std::error_code error = readWholeFile(path, text, kMostBytes);
+  const std::error_code error = readWholeFile(path, text, kMostDocumentBytes);
   if (error && isFaultOfFile(error)) return {nullptr, error.message(), {}};
   if (error && error != std::errc::no_such_file_or_directory) return {nullptr, {}, error};
   // An empty file holds nothing that could be lost.
@@ -99,7 +99,8 @@ std::string nameForKept(const std::string& path) {
 
 }  // namespace
 
-FileStore::FileStore(std::string storePath) : path(std::move(storePath)) {}
+FileStore::FileStore(std::string storePath, std::chrono::milliseconds wait)
+    : path(std::move(storePath)), longestWait(wait) {}
 
 std::optional<std::string> FileStore::read(std::string_view name) {
   const Contents contents = load(path);
@@ -107,12 +108,22 @@ std::optional<std::string> FileStore::read(std::string_view name) {
 }
 
 bool FileStore::update(std::string_view name, const Change& change) {
+  return updateWithin(longestWait, name, change);
+}
+
+bool FileStore::updateIfFree(std::string_view name, const Change& change) {
+  return updateWithin(kNoWait, name, change);
+}
+
+bool FileStore::updateWithin(std::chrono::milliseconds wait, std::string_view name,
+                             const Change& change) {
   const std::scoped_lock threads(mutex);
   if (path.empty()) return refuse("there is no folder for settings");
   FileLock others;
-  if (const std::error_code error = lockOut(others)) {
-    const bool late = error == std::errc::timed_out;
-    return refuse(late ? "another program is keeping it locked" : error.message());
+  if (const std::error_code error = lockOut(others, wait)) {
+    const bool isLate = error == std::errc::timed_out;
+    if (isLate && wait == kNoWait) return false;
+    return refuse(isLate ? "another program is keeping it locked" : error.message());
   }
   Contents contents = load(path);
   if (contents.error) return refuse(contents.error.message());
@@ -123,16 +134,16 @@ bool FileStore::update(std::string_view name, const Change& change) {
   if (!contents.root) return refuse("memory has run out");
   const std::string printed = printWith(*contents.root, std::string(name), *text);
   if (printed.empty()) return refuse("the text for it cannot be stored");
-  if (printed.size() > kMostBytes) return refuse("it would become larger than 16 MiB");
+  if (printed.size() > kMostDocumentBytes) return refuse("it would become larger than 4 MiB");
   return replace(printed, contents.foreignReason);
 }
 
-std::error_code FileStore::lockOut(FileLock& others) const {
+std::error_code FileStore::lockOut(FileLock& others, std::chrono::milliseconds wait) const {
   const std::string folder = fs::path(path).parent_path().string();
   if (const std::error_code error = folder.empty() ? std::error_code{} : makeFolders(folder)) {
     return error;
   }
-  return others.lock(path + ".lock");
+  return others.lock(path + ".lock", wait);
 }
 
 bool FileStore::replace(const std::string& text, const std::string& foreignReason) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -20,16 +21,20 @@ class FileLock;
 /// that tells, before a new one is begun, and `takeNotice` tells where it went.
 class FileStore : public UserStore {
  public:
+  /// How long an update may hold up a message thread.
+  static constexpr std::chrono::milliseconds kBriefWait{250};
+
   /// `path` of the file; its folder is made with the first update. An empty path reads nothing and
-  /// refuses to write.
-  explicit FileStore(std::string path);
+  /// refuses to write. An update waits for other processes up to `longestWait`.
+  explicit FileStore(std::string path, std::chrono::milliseconds longestWait = kBriefWait);
 
   /// Nothing, too, of a file that is no store. Never changes or waits for anything.
   [[nodiscard]] std::optional<std::string> read(std::string_view name) override;
-  /// On the disk when it returns true; false, after at most five seconds of waiting for other
-  /// processes, leaves everything as it was and a notice. A text that is already there is not
-  /// written again. `change` runs under the lock and calls no update of this store.
+  /// On the disk when it returns true; false, after at most `longestWait`, leaves everything as it
+  /// was and a notice. A text that is already there is not written again. `change` runs under the
+  /// lock and calls no update of this store.
   bool update(std::string_view name, const Change& change) override;
+  bool updateIfFree(std::string_view name, const Change& change) override;
   [[nodiscard]] std::string takeNotice() override;
 
   /// The text of a store file as an object; null when it is none: no JSON, no object, something
@@ -43,13 +48,15 @@ class FileStore : public UserStore {
                                              const std::string& text);
 
  private:
-  [[nodiscard]] std::error_code lockOut(FileLock& others) const;
+  bool updateWithin(std::chrono::milliseconds wait, std::string_view name, const Change& change);
+  [[nodiscard]] std::error_code lockOut(FileLock& others, std::chrono::milliseconds wait) const;
   [[nodiscard]] bool replace(const std::string& text, const std::string& foreignReason);
   bool refuse(const std::string& reason);
   void addNotice(const std::string& sentence);
   void forgetTold();
 
   const std::string path;
+  const std::chrono::milliseconds longestWait;
   std::mutex mutex;  // threads queue here instead of asking for the lock file by turns
   std::mutex noticeMutex;
   std::string notice;

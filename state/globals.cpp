@@ -62,9 +62,10 @@ void Globals::initGlobals(const char* text) {
     defaults = std::move(table);
     if (values) return;
   }
-  store.update(kStoreName, [this](const auto& stored) { return storeDefaults(stored); });
+  // The first change of a value stores them all, so that no instance has to wait here.
+  store.updateIfFree(kStoreName, [this](const auto& stored) { return storeDefaults(stored); });
   const std::lock_guard lock(mutex);
-  // A store that cannot be opened does not ask.
+  // A store that cannot be opened, or is busy, does not ask.
   if (!values) values = defaultChoices(defaults.get());
 }
 

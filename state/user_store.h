@@ -25,6 +25,11 @@ class UserStore {
   /// Reads, asks `change` and writes, as one step that no other process comes between. False when
   /// it could not be written.
   virtual bool update(std::string_view name, const Change& change) = 0;
+  /// As `update`, but without waiting for other processes: what is only worth storing when that
+  /// costs nothing. While one of them has the store it is false, and nobody is told.
+  virtual bool updateIfFree(std::string_view name, const Change& change) {
+    return update(name, change);
+  }
   bool write(std::string_view name, std::string text);
 
   /// What went wrong since the last call, a sentence for the user; empty for nothing, and for what

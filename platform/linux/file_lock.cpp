@@ -14,7 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kLongestWait{5};
 constexpr std::chrono::microseconds kPause{500};
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
@@ -41,9 +40,9 @@ bool isFileAt(int descriptor, const std::string& path) {
 
 FileLock::~FileLock() { release(); }
 
-std::error_code FileLock::lock(const std::string& path) {
+std::error_code FileLock::lock(const std::string& path, std::chrono::milliseconds longestWait) {
   release();
-  const Clock::time_point deadline = Clock::now() + kLongestWait;
+  const Clock::time_point deadline = Clock::now() + longestWait;
   do {
     descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0) return lastError();
