@@ -12,6 +12,7 @@
 namespace {
 
 Failure cannotWrite(const std::string& path, const std::error_code& fault) {
+  if (fault == std::errc::interrupted) return {path, "interrupted"};
   return {path, "cannot be written (" + fault.message() + ")"};
 }
 

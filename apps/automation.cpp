@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <fstream>
 #include <istream>
+#include <sstream>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 #include "apps/failure.h"
+#include "apps/messages.h"
 #include "apps/settings.h"
 #include "apps/text.h"
+#include "platform/stop_request.h"
+#include "platform/whole_file.h"
 
 namespace {
 
@@ -32,11 +36,11 @@ AutomationPoint parseRow(std::string_view row, std::vector<std::string>& warning
   const Fields fields = splitRow(row);
   const auto seconds = finiteNumber(fields[0]);
   if (!seconds || *seconds < 0.0) {
-    throw WrongArguments("'" + std::string(fields[0]) + "' is not a time in seconds");
+    throw WrongArguments("'" + shownName(fields[0]) + "' is not a time in seconds");
   }
   const std::int32_t parameter = parameterNumber(fields[1]);
   const auto plain = finiteNumber(fields[2]);
-  if (!plain) throw WrongArguments("'" + std::string(fields[2]) + "' is not a finite number");
+  if (!plain) throw WrongArguments("'" + shownName(fields[2]) + "' is not a finite number");
   return {*seconds, parameter, plainInRange(parameter, *plain, warnings)};
 }
 
@@ -58,7 +62,9 @@ Automation readAutomation(std::istream& text, const std::string& name) {
   Automation result;
   bool headingAllowed = true;
   std::string line;
+  std::size_t untold = 0;
   for (int number = 1; std::getline(text, line); ++number) {
+    if (stopRequested()) throw Failure(name, "interrupted");
     const std::string_view row = content(line, number == 1);
     if (row.empty()) continue;
     if (headingAllowed && isHeading(row)) {
@@ -73,26 +79,31 @@ Automation readAutomation(std::istream& text, const std::string& name) {
     } catch (const WrongArguments& fault) {
       throw Failure(place, fault.what());
     }
-    for (const std::string& warning : told) result.warnings.push_back(place + ": " + warning);
+    for (const std::string& warning : told) {
+      if (result.warnings.size() == kMostTold) {
+        ++untold;
+      } else {
+        result.warnings.push_back(place + ": " + warning);
+      }
+    }
   }
   if (text.bad()) throw Failure(name, "cannot be read");
+  addCountOfMore(result.warnings, untold);
   std::stable_sort(result.points.begin(), result.points.end(),
                    [](const auto& a, const auto& b) { return a.seconds < b.seconds; });
   return result;
 }
 
 Automation readAutomationFile(const std::string& path) {
-  errno = 0;
-  std::ifstream file(path);
-  if (!file) {
-    throw Failure(path, "cannot be read (" + std::generic_category().message(errno) + ")");
+  constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+  std::string bytes;
+  if (const std::error_code error = readWholeFile(path, bytes, kMostBytes)) {
+    const bool isTooLarge = error == std::errc::file_too_large;
+    throw Failure(
+        path, isTooLarge ? "is larger than 64 MiB" : "cannot be read (" + error.message() + ")");
   }
-  // A directory opens, and fails at the first byte.
-  file.peek();
-  if (file.bad())
-    throw Failure(path, "cannot be read (" + std::generic_category().message(errno) + ")");
-  file.clear();
-  return readAutomation(file, path);
+  std::istringstream text(std::move(bytes));
+  return readAutomation(text, path);
 }
 
 const AutomationPoint* AutomationCursor::nextBefore(std::int64_t end) noexcept {

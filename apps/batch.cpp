@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <exception>
+#include <system_error>
 #include <thread>
 
 #include "apps/failure.h"
@@ -45,7 +46,12 @@ std::vector<RenderOutcome> renderAll(std::span<const RenderItem> items,
   const std::size_t workers = std::min(static_cast<std::size_t>(std::max(jobs, 1)), items.size());
   {
     std::vector<std::jthread> others;
-    for (std::size_t i = 1; i < workers; ++i) others.emplace_back(work);
+    others.reserve(workers);
+    try {
+      while (others.size() + 1 < workers) others.emplace_back(work);
+    } catch (const std::system_error&) {
+      // No more threads are to be had: those that run, and this one, do the work.
+    }
     work();
   }
   return outcomes;

@@ -6,6 +6,7 @@
 
 #include "apps/audio_format.h"
 #include "apps/failure.h"
+#include "platform/stop_request.h"
 
 namespace {
 
@@ -46,6 +47,8 @@ void refuseOverwriting(std::span<const RenderItem> items,
   for (const RenderItem& item : items) read.push_back(item.input);
   std::map<fs::path, std::string> outputs;  // by what a link leads to
   for (const RenderItem& item : items) {
+    // Many files take a while: each is compared with all.
+    if (stopRequested()) throw Failure(item.input, "interrupted");
     std::error_code error;
     const auto [other, isNew] =
         outputs.emplace(fs::weakly_canonical(item.output, error), item.output);

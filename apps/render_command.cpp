@@ -219,10 +219,12 @@ int RenderCommand::run() {
     const bool showsProgress = !quiet && !json && errorStreamIsTerminal();
     ProgressBar progress(showsProgress);
     for (const RenderItem& item : work.items) {
-      if (showsProgress) progress.addTotal(expectedFrames(item.input, work.options));
+      if (showsProgress && !stopRequested())
+        progress.addTotal(expectedFrames(item.input, work.options));
     }
     outcomes = renderAll(work.items, work.options, jobCount(), progress);
   }
+  releaseStopRequests();
   const bool allDone = std::all_of(outcomes.begin(), outcomes.end(),
                                    [](const auto& outcome) { return outcome.report.has_value(); });
   // A single file that failed has had its one line.

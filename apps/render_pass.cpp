@@ -74,6 +74,10 @@ void RenderPass::run() {
   flush();
 }
 
+void RenderPass::checkStop() const {
+  if (stopRequested()) throw Failure(reader.name(), "interrupted");
+}
+
 void RenderPass::flush() {
   std::fill(input.begin(), input.end(), 0.0);
   while (const int frames = aligner.nextFlush(blockFrames)) step(frames);
@@ -81,6 +85,7 @@ void RenderPass::flush() {
 
 void RenderPass::applyAutomation(std::int64_t end) {
   while (const AutomationPoint* const point = automation.nextBefore(end)) {
+    checkStop();  // a block may hold millions
     runner.automate(point->parameter, point->plain);
   }
 }
@@ -106,7 +111,7 @@ void RenderPass::readSidechain(int frames) {
 }
 
 void RenderPass::step(int frames) {
-  if (stopRequested()) throw Failure(reader.name(), "interrupted");
+  checkStop();
   readSidechain(frames);
   runner.process(input.data(), sideReader ? side.data() : nullptr, frames, output.data());
   const int dropped = aligner.drop(frames);
@@ -115,7 +120,10 @@ void RenderPass::step(int frames) {
   writer.write(kept, frames - dropped);
 }
 
-void RenderPass::commit() { writer.commit(); }
+void RenderPass::commit() {
+  checkStop();
+  writer.commit();
+}
 
 RenderReport RenderPass::report() const {
   RenderReport result;

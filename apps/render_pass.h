@@ -39,6 +39,7 @@ class RenderPass {
   void measureInput(int frames);
   void step(int frames);
   void flush();
+  void checkStop() const;  // throws when the process was asked to stop
 
   const RenderOptions& options;
   ProgressBar& progress;

@@ -25,7 +25,7 @@ class AtomicFile {
   /// Takes back all that was written; nothing to a device.
   [[nodiscard]] std::error_code clear();
   /// Flushes to the disk and gives the file its name. On an error nothing is left, and the target
-  /// is as it was.
+  /// is as it was; a process that was asked to stop gets `std::errc::interrupted`.
   [[nodiscard]] std::error_code commit();
   void discard() noexcept;
 

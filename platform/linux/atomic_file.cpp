@@ -13,6 +13,8 @@
 #include <random>
 #include <utility>
 
+#include "platform/stop_request.h"
+
 namespace {
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
@@ -105,6 +107,7 @@ std::error_code AtomicFile::commit() {
   std::error_code error;
   if (!temporaryPath.empty() && ::fsync(descriptor) != 0) error = lastError();
   if (const std::error_code closing = closeFile(); !error) error = closing;
+  if (!error && stopRequested()) error = std::make_error_code(std::errc::interrupted);
   if (!error && !temporaryPath.empty() &&
       std::rename(temporaryPath.c_str(), finalPath.c_str()) != 0) {
     error = lastError();

@@ -3,6 +3,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <initializer_list>
 
 namespace {
 
@@ -11,21 +12,29 @@ static_assert(std::atomic<bool>::is_always_lock_free);  // a signal handler may 
 
 extern "C" void onStopSignal(int) { requested.store(true, std::memory_order_relaxed); }
 
-}  // namespace
+constexpr std::initializer_list<int> kRequests = {SIGINT, SIGTERM, SIGHUP};
 
-void catchStopRequests() noexcept {
+void handleRequests(void (*handler)(int)) noexcept {
   struct sigaction action {};
-  action.sa_handler = onStopSignal;
+  action.sa_handler = handler;
   sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int number : kRequests) {
     struct sigaction current {};
     // Who was started with a signal ignored (nohup) keeps it ignored.
     if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) continue;
     sigaction(number, &action, nullptr);
   }
+}
+
+}  // namespace
+
+void catchStopRequests() noexcept {
+  handleRequests(onStopSignal);
   signal(SIGXFSZ, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
 }
+
+void releaseStopRequests() noexcept { handleRequests(SIG_DFL); }
 
 bool stopRequested() noexcept { return requested.load(std::memory_order_relaxed); }

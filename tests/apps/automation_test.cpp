@@ -43,6 +43,14 @@ TEST(Automation, rowsComeInOrderOfTimeAndThoseOfOneMomentInOrderOfTheFile) {
   EXPECT_FALSE(automation.touches(kBypass));
 }
 
+TEST(Automation, ofManyValuesOutOfRangeTenAreTold) {
+  std::string rows;
+  for (int i = 0; i < 1000; ++i) rows += "0,kIpTrim,99\n";
+  const std::vector<std::string> told = read(rows).warnings;
+  ASSERT_EQ(told.size(), 11U);
+  EXPECT_EQ(told.back(), "and 990 more like these");
+}
+
 TEST(Automation, faultsNameFileLineAndReason) {
   const struct {
     const char* text;

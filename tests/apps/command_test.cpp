@@ -38,6 +38,9 @@ class Command : public testing::Test {
     std::string unclosed = whole;
     unclosed.replace(unclosed.find("data") + 4, 4, 4, '\0');
     writeBytes(file("unclosed.wav"), unclosed);
+    ASSERT_EQ(mkfifo(file("pipe").c_str(), 0600), 0);
+    writeBytes(file("large.csv"), "");
+    std::filesystem::resize_file(file("large.csv"), (64 << 20) + 1);
   }
 
   [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
@@ -48,6 +51,20 @@ class Command : public testing::Test {
       arguments.replace(at, 1, file(""));
     }
     return runProgram(arguments);
+  }
+
+  /// Begins a run of its own process, whose messages nobody sees.
+  static pid_t start(std::vector<std::string> arguments) {
+    std::vector<char*> words;
+    arguments.insert(arguments.begin(), CORVANTHELIS_PROGRAM);
+    words.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) words.push_back(argument.data());
+    words.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    ::freopen("/dev/null", "w", stderr);
+    ::execv(CORVANTHELIS_PROGRAM, words.data());
+    ::_exit(99);
   }
 
   const TestDirectory directory;
@@ -81,6 +98,10 @@ TEST_F(Command, aFailureIsOneLineThatNamesFileAndReasonAndLeavesNothing) {
       {"render @in.wav @out.wav --automation @bad.csv", 1, "bad.csv:2", "nearest are kIpTrim"},
       {"render @in.wav @out.wav --automation @folder", 1, "folder", "directory"},
       {"render @in.wav @out.wav --automation @none.csv", 1, "none.csv", "No such file"},
+      {"render @in.wav @out.wav --automation @pipe", 1, "pipe", "cannot be read"},
+      {"render @in.wav @out.wav --automation /dev/zero", 1, "/dev/zero", "cannot be read"},
+      {"render @in.wav @out.wav --automation @large.csv", 1, "large.csv", "larger than 64 MiB"},
+      {"render @in.wav @out.wav --sidechain @pipe", 1, "pipe", "not a regular file"},
       {"render @in.wav --out-dir @text.wav", 1, "text.wav", "cannot be made a directory"},
       {"render @in.wav @in.wav", 2, "in.wav", "would overwrite"},
       {"render @in.wav @hard.wav", 2, "hard.wav", "would overwrite"},
@@ -154,15 +175,7 @@ TEST_F(Command, stoppedInTheMiddleItLeavesNothing) {
              SF_FORMAT_WAV | SF_FORMAT_PCM_16);
   const std::vector<std::string> before = directory.names();
   for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
-    const std::string input = file("long.wav");
-    const std::string output = file("out.wav");
-    const pid_t child = ::fork();
-    if (child == 0) {
-      ::freopen("/dev/null", "w", stderr);
-      ::execl(CORVANTHELIS_PROGRAM, "corvanthelis", "render", input.c_str(), output.c_str(),
-              "--block", "1", nullptr);
-      ::_exit(99);
-    }
+    const pid_t child = start({"render", file("long.wav"), file("out.wav"), "--block", "1"});
     for (int wait = 0; wait < 1000 && directory.names() == before; ++wait) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -172,7 +185,29 @@ TEST_F(Command, stoppedInTheMiddleItLeavesNothing) {
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
     EXPECT_EQ(directory.names(), before);
-    EXPECT_EQ(readBytes(output), "what stood there");
+    EXPECT_EQ(readBytes(file("out.wav")), "what stood there");
+  }
+}
+
+TEST_F(Command, whateverWritesLeavesNoPartOfAFileWhenItIsStopped) {
+  writeBytes(file("bank"), R"({"presets":[{"parameters":"default"}],"v101":true})");
+  ASSERT_EQ(run("band save --default @band.cvb").status, 0);
+  const std::vector<std::string> before = directory.names();
+  const std::vector<std::vector<std::string>> commands = {
+      {"state", "pack", file("bank"), file("out.wav")},
+      {"band", "save", "--default", file("out.wav")},
+      {"band", "load", file("bank"), "1", file("band.cvb"), file("out.wav")}};
+  for (std::size_t i = 0; i < 24; ++i) {
+    const pid_t child = start(commands[i % commands.size()]);
+    // In the middle of the writing, if it is seen there.
+    int status = 0;
+    pid_t ended = 0;
+    while (ended == 0 && directory.names() == before) ended = ::waitpid(child, &status, WNOHANG);
+    if (ended == 0) {
+      ::kill(child, std::array{SIGINT, SIGTERM, SIGHUP, SIGPIPE}[i % 4]);
+      ::waitpid(child, &status, 0);
+    }
+    ASSERT_EQ(directory.names(), before) << "round " << i;
   }
 }
 
@@ -202,7 +237,6 @@ TEST_F(Command, aBatchTakesWhatItCanReadAndFailsFileByFile) {
 
 TEST_F(Command, aMessageIntoAPipeThatNobodyReadsDoesNotEndTheBatch) {
   // The first file takes longer than `true`, the second fails into the pipe that it left behind.
-  ASSERT_EQ(mkfifo(file("pipe").c_str(), 0600), 0);
   run("render @in.wav @text.wav @rate.wav --out-dir @folder --jobs 1 --block 1 --quiet 2>@pipe & "
       "true <@pipe; wait");
   EXPECT_TRUE(std::filesystem::exists(file("folder/in.wav")));

@@ -1,10 +1,14 @@
 // What the built program does to audio.
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cmath>
 #include <limits>
+#include <system_error>
+#include <thread>
 
+#include "apps/batch.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
 #include "tests/apps/test_files.h"
@@ -241,6 +245,27 @@ TEST_F(Render, aBatchRendersEveryFileAsItAloneAndTellsOfThoseThatFail) {
     EXPECT_EQ(readBytes(directory.path("done/" + name)), readBytes(directory.path("alone.wav")));
   }
   EXPECT_FALSE(std::filesystem::exists(directory.path("done/text.wav")));
+}
+
+TEST_F(Render, aBatchThatGetsNoThreadGoesOnAlone) {
+  std::vector<RenderItem> items;
+  for (const std::string name : {"1.wav", "2.wav", "3.wav"}) {
+    writeAudio(directory.path(name), makeSignal(4000, 2, 48000, 1));
+    items.push_back({directory.path(name), directory.path("done" + name)});
+  }
+  // A stack that no address space holds.
+  pthread_attr_t usual;
+  pthread_attr_t boundless;
+  ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+  ASSERT_EQ(pthread_getattr_default_np(&boundless), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&boundless, std::size_t{1} << 50), 0);
+  ASSERT_EQ(pthread_setattr_default_np(&boundless), 0);
+  EXPECT_THROW(std::thread([] {}).join(), std::system_error);
+  ProgressBar progress(false);
+  for (const RenderOutcome& outcome : renderAll(items, {}, 3, progress)) {
+    EXPECT_TRUE(outcome.report.has_value()) << outcome.failure;
+  }
+  pthread_setattr_default_np(&usual);
 }
 
 }  // namespace
