@@ -2,22 +2,23 @@
 
 void AnalyserFeed::reset() noexcept {
   for (auto& ring : rings) ring.clear();
-  analyserWrite.store(0, std::memory_order_release);
+  written = 0;
+  traceEnds.fill(0);
+  beginBlock();
 }
 
-void AnalyserFeed::beginBlock(int frames) noexcept {
-  const std::uint32_t position = analyserWrite.load(std::memory_order_relaxed);
-  // The block before this one is complete: released to the reader together with the position.
-  analyserWrite.store((position + static_cast<std::uint32_t>(frames)) % kSize,
-                      std::memory_order_release);
+void AnalyserFeed::beginBlock() noexcept {
+  analyserWrite.store(static_cast<std::uint32_t>(written % kSize), std::memory_order_release);
 }
 
 template <typename Sample>
 void AnalyserFeed::write(Trace trace, const Sample* signal, int frames, double gain) noexcept {
   auto& ring = rings[static_cast<std::size_t>(trace)];
-  const std::uint32_t position = analyserWrite.load(std::memory_order_relaxed);
+  std::uint64_t& end = traceEnds[static_cast<std::size_t>(trace)];
+  if (end != written) ring.clear();
+  end = written + static_cast<std::uint64_t>(frames);
   for (int i = 0; i < frames; ++i) {
-    ring.store(position + static_cast<std::uint32_t>(i), static_cast<double>(signal[i]) * gain);
+    ring.store(written + static_cast<std::uint64_t>(i), static_cast<double>(signal[i]) * gain);
   }
 }
 

@@ -8,7 +8,7 @@
 #include "dynamics/shared_ring.h"
 
 /// The newest samples before and after the effect, for the spectrum in the graph.
-/// Threads: `beginBlock` and `write` on the audio thread; `copyLatest` on one reading thread;
+/// Threads: `beginBlock` to `endBlock` on the audio thread; `copyLatest` on one reading thread;
 /// `reset` while nothing processes.
 class AnalyserFeed {
  public:
@@ -17,10 +17,13 @@ class AnalyserFeed {
   static constexpr int kTraces = 4;
 
   void reset() noexcept;
-  /// Moves the position on by `frames`; the block's samples then go from there.
-  void beginBlock(int frames) noexcept;
+  /// Hands the block before to the reader.
+  void beginBlock() noexcept;
+  /// A trace that is not written in each block starts from silence when it is again.
   template <typename Sample>
   void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
+  /// Moves the position behind the block that has been written.
+  void endBlock(int frames) noexcept { written += static_cast<std::uint64_t>(frames); }
   /// Of all traces the samples that end just before the position, oldest first; the four spans are
   /// of one length, at most `kSize`. They trail the newest block by one block, so that a block
   /// being written is not read.
@@ -29,4 +32,7 @@ class AnalyserFeed {
  private:
   std::array<SharedRing<double, kSize>, kTraces> rings;
   std::atomic<std::uint32_t> analyserWrite{0};
+  // Audio thread: samples since `reset`, of all blocks and up to each trace's last.
+  std::uint64_t written = 0;
+  std::array<std::uint64_t, kTraces> traceEnds{};
 };

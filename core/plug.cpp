@@ -66,7 +66,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     checkProcessLevel();
     const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
     const int channels = kMainChannels - absent;
-    analyser.beginBlock(frames);
+    analyser.beginBlock();
     engine.processBlock(inputs, outputs, frames, channels, kSidechainChannels - absent);
     feedMeters(outputs, frames, channels);
   } catch (const std::exception&) {
@@ -88,6 +88,7 @@ void Plug::feedMeters(Sample* const* outputs, int frames, int channels) noexcept
     if (outputs[c] == nullptr) continue;
     analyser.write(static_cast<AnalyserFeed::Trace>(c), outputs[c], frames, 1.0);
   }
+  analyser.endBlock(frames);
   outputPeak.follow(outputs, channels, frames);
 }
 

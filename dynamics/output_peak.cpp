@@ -79,6 +79,7 @@ void OutputPeak::follow(Sample const* const* signals, int channels, int frames) 
     followBoth(signals[0], signals[1], frames, factors);
     return;
   }
+  if (channels == 1) envelope[1].store(0.0, std::memory_order_relaxed);
   for (int c = 0; c < channels; ++c) {
     if (signals[c] != nullptr) followOne(c, signals[c], frames, factors);
   }

@@ -14,7 +14,8 @@ class OutputPeak {
   /// Designs attack and release for `sampleRate` (Hz, > 0). An unknown choice counts as `kDigital`.
   void setBallistic(int choice, double sampleRate) noexcept;
   void reset() noexcept;
-  /// One signal per channel, 1 or 2; a null signal leaves its channel as it is.
+  /// One signal per channel, 1 or 2; a null signal leaves its channel as it is. What is not a
+  /// channel shows silence.
   template <typename Sample>
   void follow(Sample const* const* signals, int channels, int frames) noexcept;
   [[nodiscard]] double peak(int channel) const noexcept;  ///< linear; 0 for an unknown channel
