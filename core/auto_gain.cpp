@@ -46,6 +46,12 @@ bool AutoGain::isWanted() const {
 void AutoGain::onIdle() {
   if (!plug.engine.measuring()) return;
   const LoudnessMeter::Result found = plug.engine.loudnessResult();
+  if (!std::isfinite(found.dryMeanSquare) || !std::isfinite(found.wetMeanSquare)) {
+    // Nor would it be one later: the trim stays, and another measurement begins.
+    plug.stopMeasuring();
+    startIfWanted();
+    return;
+  }
   const double second = plug.getSampleRate();
   const bool longEnough = found.dryCount >= second && found.wetCount >= second;
   if (!longEnough || found.dryMeanSquare <= kSilence || found.wetMeanSquare <= kSilence) return;

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "dynamics/detector_kernels.h"
+#include "dynamics/flush.h"
 
 BallisticsCoefficients ballisticsCoefficients(double attackMs, double relFastMs, double relSlowMs,
                                               double rmsMs, double crest,
@@ -92,7 +93,7 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.tranPeak = *job.tranPeak;
   if (!ownsLamps) return;
   const auto decay = [frames](double& lamp, LampDecay& kept, double perSample) {
-    if (lamp != 0.0) lamp *= kept.over(perSample, frames);
+    if (lamp != 0.0) lamp = flushed(lamp * kept.over(perSample, frames));
   };
   decay(*job.fastLamp, fastDecay, lane.settings->times.relFastCoef);
   decay(*job.slowLamp, slowDecay, lane.settings->times.relSlowCoef);
@@ -120,7 +121,10 @@ void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexce
   for (int done = 0; done < frames; done += DetectorKernels::kChunk) {
     const int chunk = std::min(DetectorKernels::kChunk, frames - done);
     detectorKernels().detect(pointers.data(), static_cast<int>(count), chunk);
-    for (std::size_t i = 0; i < count; ++i) lanes[i].signal += chunk;
+    for (std::size_t i = 0; i < count; ++i) {
+      lanes[i].signal += chunk;
+      lanes[i].state->meanSquare = flushed(lanes[i].state->meanSquare);
+    }
   }
   for (std::size_t i = 0; i < count; ++i) {
     *jobs[i].envPeak = std::max(*jobs[i].envPeak, lanes[i].envPeak);

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "dynamics/flush.h"
+
 void BandMeters::reset() noexcept {
   dynPeak.fill(0.0);
   tranPeak.fill(0.0);
@@ -14,11 +16,11 @@ void BandMeters::endBlock(const Peaks& weights, double decay) noexcept {
   for (std::size_t c = 0; c < weights.size(); ++c) {
     dyn[c].store(weights[c] * dynPeak[c], std::memory_order_relaxed);
     tran[c].store(weights[c] * tranPeak[c], std::memory_order_relaxed);
-    dynPeak[c] -= dynPeak[c] * decay;
-    tranPeak[c] -= tranPeak[c] * decay;
+    dynPeak[c] = flushed(dynPeak[c] - dynPeak[c] * decay);
+    tranPeak[c] = flushed(tranPeak[c] - tranPeak[c] * decay);
   }
   env.store(envPeak, std::memory_order_relaxed);
-  envPeak -= envPeak * decay;
+  envPeak = flushed(envPeak - envPeak * decay);
   fast.store(fastLamp, std::memory_order_relaxed);
   slow.store(slowLamp, std::memory_order_relaxed);
 }

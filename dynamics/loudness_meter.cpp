@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "dynamics/flush.h"
+
 namespace {
 
 // Keeps decaying filter states out of the denormal range.
@@ -105,6 +107,9 @@ void LoudnessMeter::measure(const double* left, const double* right, bool isDry,
     restart();
   }
   Side& side = isDry ? dry : wet;
+  // A channel that comes back starts from silence.
+  if (channels > side.channels) side.filters[1].reset();
+  side.channels = channels;
   double mean = side.meanSquare;
   for (int i = 0; i < frames; ++i) {
     const double l = side.filters[0].process(left[i]);
@@ -115,7 +120,7 @@ void LoudnessMeter::measure(const double* left, const double* right, bool isDry,
     }
     mean += (energy - mean) * averageCoef;
   }
-  side.meanSquare = mean;
+  side.meanSquare = flushed(mean);
   side.count = addSaturated(side.count, frames);
   if (!isDry) publish();
 }

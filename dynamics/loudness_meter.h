@@ -55,6 +55,7 @@ class LoudnessMeter {
     std::array<KWeighting, 2> filters;
     double meanSquare = 0.0;
     std::int32_t count = 0;
+    int channels = 2;  // of the last block
   };
   void restart() noexcept;
   void publish() noexcept;

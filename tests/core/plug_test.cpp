@@ -240,6 +240,19 @@ TEST(AutoGainTest, WaitsForSoundAndForAllToBeHeard) {
   EXPECT_FALSE(off.plug.getEngine().measuring());
 }
 
+TEST(AutoGainTest, WhatIsNoNumberIsMeasuredAgain) {
+  PlugRig rig({{"kAutoGain", 1}, {"kOpTrim", 6}});
+  rig.plug.endEdit(kAutoGain);
+  play(rig, 0.5, 0.9);
+  Stereo<double> freak(480);
+  freak.channels[0][7] = 1e200;
+  render(rig.plug, freak, 480);
+  play(rig, 0.5, 0.9);
+  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6);
+  play(rig, 0.5, 0.2);
+  EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6);
+}
+
 TEST(AutoGainTest, GivesWayToTheUser) {
   for (const char* touched : {"kOpTrim", "kListen", "kSCListen", "kB5Solo"}) {
     SCOPED_TRACE(touched);

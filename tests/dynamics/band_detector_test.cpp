@@ -284,17 +284,4 @@ TEST(BandDetectorTest, RecoversFromAbsurdLevels) {
   }
 }
 
-TEST(BandDetectorTest, WorksInRealTimeWhileItsKnobsMove) {
-  BandDetector detector;
-  std::vector<double> signal(4096, 0.5);
-  std::array<double, 5> m{};
-  for (const int frames : {1, 63, 64, 4096}) {
-    detector.setLookahead(static_cast<float>(frames) / 100.0F);
-    detector.setCurve(-20, 0.5, 24, 0.5, 24, frames, 0);
-    const RealTimeCheck check;
-    detector.process(signal.data(), frames, m[0], m[1], m[2], m[3], m[4]);
-    detector.reset();
-  }
-}
-
 }  // namespace

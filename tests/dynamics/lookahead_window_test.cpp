@@ -135,27 +135,6 @@ TEST(LookaheadWindowTest, FollowsItsLawToTheLastBitThroughChangesAndClears) {
   }
 }
 
-TEST(LookaheadWindowTest, RampIsCompleteWhenAnImpulseLeavesTheDelayAndClearForgets) {
-  LookaheadWindow window;
-  for (const int n : {4, 7, 8, 480, 4097, 8191}) {
-    SCOPED_TRACE(testing::Message() << n << " samples");
-    setSamples(window, n);
-    window.clear();  // of the impulse before
-    const int length1 = 3 * n / 4;
-    const int length2 = n / 4;
-    std::vector<double> out(static_cast<std::size_t>(3 * n));
-    out[0] = 1.0;
-    processInBlocks(window, out);
-    const auto at = [&out](int sample) { return out[static_cast<std::size_t>(sample)]; };
-    EXPECT_NEAR(at(0), 1.0 / (length1 * length2), 1e-12) << "begins with the impulse";
-    for (int i = 1; i < n; ++i) ASSERT_GE(at(i), at(i - 1) - 1e-12) << "sample " << i;
-    for (int i = length1 + length2 - 2; i < n; ++i) ASSERT_NEAR(at(i), 1.0, 1e-12);
-    // The maximum has just lost the impulse, which leaves one step out of all.
-    EXPECT_NEAR(at(n), 1.0 - 1.0 / (length1 * length2), 1e-12);
-    EXPECT_NEAR(at(2 * n), 0.0, 1e-12);
-  }
-}
-
 TEST(LookaheadWindowTest, TakesChangesFromAnotherThreadWithoutHeapOrLock) {
   LookaheadWindow window;
   std::atomic<bool> done{false};

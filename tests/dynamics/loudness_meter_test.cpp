@@ -92,6 +92,20 @@ TEST(LoudnessMeterTest, StereoAddsPowersAndBlocksDoNotMatter) {
   EXPECT_NEAR(two.dryMeanSquare, 2.0 * one.dryMeanSquare, 1e-15);
 }
 
+TEST(LoudnessMeterTest, SilenceEndsAtZeroAndAChannelComesBackFromIt) {
+  const std::vector<double> silence(4'000'000);
+  LoudnessMeter meter;
+  meter.setSampleRate(4000.0);
+  meter.setMeasuring(true);
+  EXPECT_GT(measured(meter, sine(500.0, 4000.0, 0.1, 1e-40), 64, 2).dryMeanSquare, 0.0);
+  EXPECT_EQ(measured(meter, silence, 4000, 2).dryMeanSquare, 0.0);
+  const std::vector<double> none(64);
+  const std::vector<double> loud(64, 1.0);
+  meter.measure(none.data(), loud.data(), true, 64, 2);
+  const double before = measured(meter, none, 64, 1).dryMeanSquare;
+  EXPECT_LE(measured(meter, none, 64, 2).dryMeanSquare, before) << "its filters held nothing";
+}
+
 TEST(LoudnessMeterTest, EachMeasurementStartsAfreshAndShowsNothingBeforeItsFirstBlock) {
   const auto signal = sine(1000.0, 48000.0, 0.1, 1.0);
   LoudnessMeter meter;
