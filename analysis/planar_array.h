@@ -23,6 +23,14 @@ class PlanarArrays {
   void clear() noexcept {
     for (std::size_t i = 0; i < size(); ++i) memory[i] = 0.0;
   }
+  [[nodiscard]] int count() const noexcept { return arrayCount; }
+  /// Imaginary parts alone.
+  void clearImaginary() noexcept {
+    for (int i = 0; i < arrayCount; ++i) {
+      double* const im = (*this)[i].im;
+      for (int k = 0; k < stride; ++k) im[k] = 0.0;
+    }
+  }
 
  private:
   static constexpr std::size_t kAlignment = 64;

@@ -30,3 +30,13 @@ const PlanarFft& PlanarFft::shared(int points) {
   std::call_once(slot.made, [&] { slot.fft = std::make_unique<const PlanarFft>(points); });
   return *slot.fft;
 }
+
+void PlanarFft::keepRealSignal(PlanarSpan transform) const noexcept {
+  const auto [re, im] = transform;
+  im[0] = 0.0;
+  for (int k = 1, mirrored = size - 1; k <= mirrored; ++k, --mirrored) {
+    re[k] = re[mirrored] = (re[k] + re[mirrored]) * 0.5;
+    im[k] = (im[k] - im[mirrored]) * 0.5;
+    im[mirrored] = -im[k];
+  }
+}

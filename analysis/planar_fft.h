@@ -28,6 +28,8 @@ class PlanarFft {
     // Exchanging real and imaginary parts on both sides turns the exponent's sign.
     forward({in.im, in.re}, {out.im, out.re}, scratch);
   }
+  /// Makes the transform of a signal, in place, that of the signal's real part alone.
+  void keepRealSignal(PlanarSpan transform) const noexcept;
   /// `forward` with the kernels of a given instruction set.
   void forward(const VectorKernels& kernels, ConstPlanarSpan in, PlanarSpan out,
                PlanarSpan scratch) const noexcept {

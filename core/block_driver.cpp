@@ -1,6 +1,7 @@
 // The way of a block through the engine, and the plan of stages that it follows.
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 
@@ -57,6 +58,35 @@ void sumBands(const std::array<double*, compressor::kBands>& bands,
 
 constexpr std::uint32_t bandBit(int band) noexcept { return 1U << band; }
 
+constexpr std::uint32_t stageBit(int stage) noexcept {
+  return bandBit(stage < 0 ? compressor::kBands : stage);
+}
+
+/// The stages of both plans that stand in the same order in both, so many of them that the fewest
+/// are left over. The crossover, with all its bands, is never left over.
+std::uint32_t stagesInOrder(std::uint32_t before, std::uint32_t plan) noexcept {
+  const auto isWorse = [](std::uint32_t a, std::uint32_t b) {
+    const auto worth = [](std::uint32_t stages) {
+      return std::popcount(stages) + ((stages & stageBit(-1)) != 0 ? kSlots : 0);
+    };
+    return worth(a) < worth(b);
+  };
+  // By the slot of before: the best choice so far whose last stage stood there.
+  std::array<std::uint32_t, kSlots> choices{};
+  forEachStage(plan, [&](int stage) {
+    std::uint32_t best = 0;
+    for (int slot = 0; slot < kSlots; ++slot) {
+      std::uint32_t& choice = choices[static_cast<std::size_t>(slot)];
+      if (stageInSlot(before, slot) == stage) {
+        choice = best | stageBit(stage);
+        return;
+      }
+      best = std::max(best, choice, isWorse);
+    }
+  });
+  return *std::max_element(choices.begin(), choices.end(), isWorse);
+}
+
 }  // namespace
 
 void compressor::makeStagePlan() {
@@ -97,9 +127,11 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   const Block block = readSettings(frames, channels);
   takeInput(inputs, block);
   resetChangedBands(block);
+  resetReturning(block);
   for (float* const reduction : buffers->reduction) std::fill_n(reduction, frames, 1.0F);
   runStages(block);
   delays.advance(frames);
+  sidechainLeft = std::max(0, sidechainLeft - frames);
   storeMeters(block);
   loudness.measure(buffers->dry[0], buffers->dry[1], true, frames, channels);
   loudness.measure(buffers->wet[0], buffers->wet[1], false, frames, channels);
@@ -129,10 +161,17 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
   int usable = std::min(channels, WorkBuffers::kChannels);
   if (usable == 2 && side[1] == nullptr) usable = 1;
   if (usable >= 1 && side[0] == nullptr) usable = 0;
-  for (int c = 0; c < usable; ++c) {
-    std::copy_n(side[c], frames, buffers->ext[static_cast<std::size_t>(c)]);
-    sidechainHeard = true;
+  for (int c = 0; c < WorkBuffers::kChannels; ++c) {
+    double* const ext = buffers->ext[static_cast<std::size_t>(c)];
+    if (c < usable) {
+      std::copy_n(side[c], frames, ext);
+    } else {
+      std::fill_n(ext, frames, 0.0);
+    }
   }
+  // More than all the delays of a chain together, whose rings then hold silence.
+  constexpr int kLongestWay = 4 * kBands * DelayRings::kSize;
+  if (usable > 0) sidechainLeft = kLongestWay + frames;
 }
 
 compressor::Block compressor::readSettings(int frames, int channels) const noexcept {
@@ -170,25 +209,52 @@ void compressor::takeInput(Sample* const* inputs, const Block& block) noexcept {
     std::copy_n(wet, block.frames, buffers->dry[channel]);
     meters.writeInput(c, wet, block.frames);
   }
+  if (block.channels == 1) meters.writeInput(1, nullptr, block.frames);
 }
 
+/// A band that joins or leaves the chain, or changes its kind or its place, starts from silence:
+/// what it holds belongs elsewhere. Crossover bands keep what they hold whatever their order.
 void compressor::resetChangedBands(const Block& block) noexcept {
-  std::uint32_t mask = 0;
-  forEachStage(block.stagePlan, [&mask](int stage) {
-    if (stage != kCrossoverStage) mask |= bandBit(stage);
-  });
-  for (int place = 0; place < xoverLength(block.xoverPlan); ++place) {
-    mask |= bandBit(xoverBand(block.xoverPlan, place));
+  ChainSeen chain{block.stagePlan, 0, 0};
+  forEachStage(block.stagePlan, [&chain](int stage) { chain.stages |= stageBit(stage); });
+  const bool split = (chain.stages & stageBit(kCrossoverStage)) != 0;
+  for (int place = 0; split && place < xoverLength(block.xoverPlan); ++place) {
+    chain.listed |= bandBit(xoverBand(block.xoverPlan, place));
+  }
+  std::uint32_t changed = chain.listed ^ chainSeen.listed;
+  if (chain.stagePlan != chainSeen.stagePlan) {
+    changed |=
+        (chain.stages | chainSeen.stages) & ~stagesInOrder(chainSeen.stagePlan, chain.stagePlan);
   }
   for (int band = 0; band < kBands; ++band) {
-    // A band that joins or leaves the chain starts from silence.
-    if (((mask ^ activeMask) & bandBit(band)) != 0) resetBandState(band);
+    if ((changed & bandBit(band)) != 0) resetBandState(band);
   }
-  activeMask = mask;
-  const bool split = xoverLength(block.xoverPlan) > 0;
   // Nor does the crossover come back with what it held when it stopped.
-  if (split && !crossoverRan) crossover.reset();
-  crossoverRan = split;
+  if (chain.listed != 0 && chainSeen.listed == 0) crossover.reset();
+  chainSeen = chain;
+}
+
+/// What did nothing in the last block comes back from silence, too.
+void compressor::resetReturning(const Block& block) noexcept {
+  const bool oversampling = block.oversampleLatency > 0;
+  const bool channelReturns = block.channels > channelsSeen;
+  const bool productReturns = oversampling && !oversampledSeen;
+  channelsSeen = block.channels;
+  oversampledSeen = oversampling;
+  if (channelReturns) crossover.resetRight();
+  const std::uint32_t inUse = chainSeen.stages | chainSeen.listed;
+  for (std::size_t band = 0; band < kBands; ++band) {
+    if ((inUse & bandBit(static_cast<int>(band))) == 0) continue;
+    if (channelReturns) {
+      sidechains[band].resetRight();
+      detectors[band].resetRight();
+      subbands[band].resetRight();
+      oversampled[band][1].reset();
+    }
+    if (productReturns) {
+      for (OversampledGain& product : oversampled[band]) product.reset();
+    }
+  }
 }
 
 void compressor::runStages(const Block& block) noexcept {
@@ -214,7 +280,7 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
   delaySidechain(DelayRings::kExtBefore, band, block, filterDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
-  BandRun run = beginBand(band, 0, block);
+  BandRun run = beginBand(band, false, 0, block);
   processBands({&run, 1}, block, 0);
   const int bandDelay = run.lookahead + block.oversampleLatency;
   for (int c = 0; c < block.channels; ++c) {
@@ -241,23 +307,22 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   std::array<BandRun, kBands> bandRuns;
   const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
-    bandRuns[place] = beginBand(listed[place].band, place, block);
+    bandRuns[place] = beginBand(listed[place].band, true, place, block);
   }
   splitIntoBands(runs, block);
-  // The crossover as a whole delays through the rings of its first band.
-  const int first = listed[0].band;
+  constexpr int kOwner = DelayRings::kCrossover;
   const int splitDelay = crossover.latency();
-  delaySidechain(DelayRings::kExtBefore, first, block, splitDelay);
-  delayPair(buffers->wet, DelayRings::kWetBefore, first, block, splitDelay);
-  delayPair(buffers->dry, DelayRings::kDryBefore, first, block, splitDelay);
+  delaySidechain(DelayRings::kExtBefore, kOwner, block, splitDelay);
+  delayPair(buffers->wet, DelayRings::kWetBefore, kOwner, block, splitDelay);
+  delayPair(buffers->dry, DelayRings::kDryBefore, kOwner, block, splitDelay);
   processBands(runs, block, block.xoverMaxLookahead);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     sumBands(buffers->band[channel], weights, runs.size(), buffers->wet[channel], block.frames);
   }
   const int bandDelay = block.xoverMaxLookahead + block.oversampleLatency;
-  delaySidechain(DelayRings::kExtAfter, first, block, bandDelay);
-  delayPair(buffers->dry, DelayRings::kDryAfter, first, block, bandDelay);
+  delaySidechain(DelayRings::kExtAfter, kOwner, block, bandDelay);
+  delayPair(buffers->dry, DelayRings::kDryAfter, kOwner, block, bandDelay);
 }
 
 void compressor::splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept {
@@ -275,16 +340,16 @@ void compressor::splitIntoBands(std::span<const BandRun> runs, const Block& bloc
   }
 }
 
-void compressor::delaySidechain(DelayRings::Ring ring, int band, const Block& block,
+void compressor::delaySidechain(DelayRings::Ring ring, int owner, const Block& block,
                                 int samples) noexcept {
   // Without a sidechain there is silence in the buffers and in all their rings.
-  if (sidechainHeard) delayPair(buffers->ext, ring, band, block, samples);
+  if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, block, samples);
 }
 
-void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band,
+void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
                            const Block& block, int samples) noexcept {
   for (int c = 0; c < block.channels; ++c) {
-    delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, band, block.frames, samples);
+    delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, owner, block.frames, samples);
   }
 }
 
@@ -311,8 +376,9 @@ void compressor::storeMeters(const Block& block) noexcept {
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
     meters.writeReduction(c, buffers->reduction[static_cast<std::size_t>(c)], block.frames);
   }
-  for (int c = 0; c < block.channels; ++c) {
-    meters.writeOutput(c, buffers->wet[static_cast<std::size_t>(c)], block.frames);
+  for (int c = 0; c < WorkBuffers::kChannels; ++c) {
+    const double* const wet = buffers->wet[static_cast<std::size_t>(c)];
+    meters.writeOutput(c, c < block.channels ? wet : nullptr, block.frames);
   }
   meters.endBlock(block.frames);
 }

@@ -69,14 +69,14 @@ struct GainStage {
 
 }  // namespace
 
-compressor::BandRun compressor::beginBand(int band, std::size_t place,
+compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t place,
                                           const Block& block) noexcept {
   const SharedBand& shared = at(band);
   const ListenState& listening = block.listening;
   const bool unheard = listening.soloCount != 0 && !shared.solo.load(kAlone);
   BandRun run{};
   run.band = band;
-  run.isXover = shared.isXover.load(kAlone);
+  run.isXover = isXover;
   // While a sidechain is listened to, no band changes what it passes.
   run.passive = shared.bypass.load(kAlone) || unheard || listening.scListen != -1;
   run.lookahead = lookahead(band);

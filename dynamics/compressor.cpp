@@ -70,7 +70,8 @@ void compressor::resetEngine() noexcept {
   meters.resetReaders();
   for (BandMeters& meter : bandMeters) meter.reset();
   delays.clear();
-  sidechainHeard = false;
+  sidechainLeft = 0;
+  channelsSeen = WorkBuffers::kChannels;
   crossover.reset();
   for (int band = 0; band < kBands; ++band) resetPath(band);
 }
@@ -81,7 +82,7 @@ void compressor::resetBandState(int band) noexcept {
     for (auto& channel : *set) std::fill_n(channel[index], buffers->capacity(), 0.0);
   }
   bandMeters[index].reset();
-  delays.clearBand(band);
+  delays.forget(band);
   resetPath(band);
 }
 
@@ -125,7 +126,6 @@ void compressor::setBand(int band, const BandSettings& settings) noexcept {
   shared.active.store(settings.active, kAlone);
   shared.solo.store(settings.solo, kAlone);
   shared.bypass.store(settings.bypass, kAlone);
-  shared.isXover.store(settings.isXover, kAlone);
   shared.leftRight.store(settings.leftRight, kAlone);
   shared.position.store(settings.position, kAlone);
   shared.gain.store(settings.gain, kAlone);

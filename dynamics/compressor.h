@@ -154,7 +154,7 @@ class compressor {
  private:
   /// A band's settings as the audio thread reads them: each stands alone, so order does not matter.
   struct SharedBand {
-    std::atomic<bool> active{false}, solo{false}, bypass{false}, isXover{true}, leftRight{false};
+    std::atomic<bool> active{false}, solo{false}, bypass{false}, leftRight{false};
     std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
     std::atomic<int> scSource{SidechainRoute::kBand}, scBandIndex{-1};
   };
@@ -189,6 +189,12 @@ class compressor {
     bool oneDetector;          // which has worked for both channels
   };
   static constexpr int kCrossoverStage = -1;
+  /// Who stood where in a block's chain.
+  struct ChainSeen {
+    std::uint32_t stagePlan = 0;
+    std::uint32_t stages = 0;  // a bit for each band that was one, and one for the crossover
+    std::uint32_t listed = 0;  // a bit for each crossover band
+  };
 
   void ensureBuffers(int frames);
   void takeGains() noexcept;
@@ -204,6 +210,7 @@ class compressor {
 
   [[nodiscard]] Block readSettings(int frames, int channels) const noexcept;
   void resetChangedBands(const Block& block) noexcept;
+  void resetReturning(const Block& block) noexcept;
   void runStages(const Block& block) noexcept;
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
@@ -211,7 +218,9 @@ class compressor {
   /// The paths of bands that do not hear each other's output, over their signals in place.
   /// `alignTo`: the lookahead that crossover bands come to, in samples.
   void processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept;
-  [[nodiscard]] BandRun beginBand(int band, std::size_t place, const Block& block) noexcept;
+  /// `place`: of its signal in the buffers, for a crossover band that in the list.
+  [[nodiscard]] BandRun beginBand(int band, bool isXover, std::size_t place,
+                                  const Block& block) noexcept;
   [[nodiscard]] const double* sidechainSource(const BandRun& run,
                                               std::size_t channel) const noexcept;
   void makeSidechain(BandRun& run, const Block& block) noexcept;
@@ -219,9 +228,10 @@ class compressor {
   void shareGain(BandRun& run, const Block& block) noexcept;
   void applyGain(const BandRun& run, const Block& block) noexcept;
   void finishGain(const BandRun& run, const Block& block) noexcept;
-  void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int band, const Block& block,
-                 int samples) noexcept;
-  void delaySidechain(DelayRings::Ring ring, int band, const Block& block, int samples) noexcept;
+  /// `owner`: of the rings, as `DelayRings` has it.
+  void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
+                 const Block& block, int samples) noexcept;
+  void delaySidechain(DelayRings::Ring ring, int owner, const Block& block, int samples) noexcept;
   [[nodiscard]] int lookahead(int band) const noexcept;
   void storeMeters(const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
@@ -260,7 +270,9 @@ class compressor {
   std::atomic<bool> autolistenPassband{false};
   std::atomic<double> meterDecay;
 
-  bool sidechainHeard = false;   // audio thread: one has come in since the last reset
-  std::uint32_t activeMask = 0;  // audio thread: the bands in the last block's chain
-  bool crossoverRan = false;     // audio thread: in the last block
+  // Audio thread: samples until what last came in as a sidechain is out of the whole chain.
+  int sidechainLeft = 0;
+  ChainSeen chainSeen;                        // audio thread: by the last block
+  int channelsSeen = WorkBuffers::kChannels;  // audio thread: in the last block
+  bool oversampledSeen = false;               // audio thread: in the last block
 };

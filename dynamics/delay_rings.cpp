@@ -34,39 +34,47 @@ void readRing(const double* ring, int position, double* to, int count) noexcept 
 
 }  // namespace
 
-DelayRings::DelayRings() : memory(static_cast<std::size_t>(kRings) * kBands * kStride) {}
+DelayRings::DelayRings() : memory(std::size_t{kLines} * kStride) {}
 
-double* DelayRings::slice(int ring, int band) noexcept {
-  assert(ring >= 0 && ring < kRings && band >= 0 && band < kBands);
-  return memory.data() + static_cast<std::size_t>(ring * kBands + band) * kStride;
+std::size_t DelayRings::lineOf(int ring, int owner) noexcept {
+  assert(ring >= (owner == kCrossover ? kExtBefore : 0) && ring < kRings);
+  assert(owner >= 0 && owner <= kCrossover);
+  // The crossover's lines lie behind those of the bands.
+  return static_cast<std::size_t>(owner == kCrossover ? kRings * kBands + ring - kExtBefore
+                                                      : ring * kBands + owner);
 }
 
-void DelayRings::delayLine(double* buffer, int ring, int band, int frames, int delay) noexcept {
-  double* const entries = slice(ring, band);
+void DelayRings::delayLine(double* buffer, int ring, int owner, int frames, int delay) noexcept {
+  const std::size_t index = lineOf(ring, owner);
+  double* const entries = memory.data() + index * kStride;
+  Line& line = lines[index];
+  if (line.end != now) line.known = 0;
   const int lag = std::clamp(delay, 0, kMaxDelay);
   // A piece is written before it is read, as it may reach back into itself: no longer than what
   // leaves the entries that it needs.
   const int longest = kSize - lag;
-  int position = delayPosition;
+  int at = position();
   for (int done = 0; done < frames;) {
     const int piece = std::min(longest, frames - done);
-    writeRing(entries, position, buffer + done, piece);
-    if (lag > 0) readRing(entries, (position - lag) & kMask, buffer + done, piece);
-    position = (position + piece) & kMask;
+    writeRing(entries, at, buffer + done, piece);
+    if (lag > 0) readRing(entries, (at - lag) & kMask, buffer + done, piece);
+    const int unknown = std::clamp(lag - line.known - done, 0, piece);
+    std::fill_n(buffer + done, unknown, 0.0);
+    at = (at + piece) & kMask;
     done += piece;
   }
-  fetchAhead(entries, position, frames);
+  line.known = std::min(line.known + std::min(frames, kSize), kSize);
+  line.end = now + static_cast<std::uint64_t>(frames);
+  fetchAhead(entries, at, frames);
 }
 
-void DelayRings::advance(int frames) noexcept {
-  delayPosition = (delayPosition + (frames & kMask)) & kMask;
-}
+void DelayRings::advance(int frames) noexcept { now += static_cast<std::uint64_t>(frames); }
 
-void DelayRings::clearBand(int band) noexcept {
-  for (int ring = 0; ring < kRings; ++ring) std::fill_n(slice(ring, band), kSize, 0.0);
+void DelayRings::forget(int band) noexcept {
+  for (int ring = 0; ring < kRings; ++ring) lines[lineOf(ring, band)].known = 0;
 }
 
 void DelayRings::clear() noexcept {
-  std::fill(memory.begin(), memory.end(), 0.0);
-  delayPosition = 0;
+  lines.fill({});
+  now = 0;
 }

@@ -9,7 +9,7 @@
 /// the same since their last reset they would do the same work: then the first does it for both,
 /// and the second learns what it has missed when their ways part.
 ///
-/// Threads: as the detectors; `reset` and `oneForBoth` on the audio thread.
+/// Threads: as the detectors; `reset`, `resetRight` and `oneForBoth` on the audio thread.
 class DetectorPair {
  public:
   [[nodiscard]] BandDetector& operator[](std::size_t channel) noexcept {
@@ -24,6 +24,13 @@ class DetectorPair {
   void reset() noexcept {
     for (BandDetector& detector : detectors) detector.reset();
     alike = true;
+    behind = false;
+  }
+
+  /// The second channel alone.
+  void resetRight() noexcept {
+    detectors[1].reset();
+    alike = false;
     behind = false;
   }
 

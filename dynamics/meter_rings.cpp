@@ -23,6 +23,10 @@ void MeterRings::resetReaders() noexcept {
 
 void MeterRings::write(Ring& ring, std::uint32_t position, const double* signal,
                        int frames) noexcept {
+  if (signal == nullptr) {
+    for (int i = 0; i < frames; ++i) ring.store(position + static_cast<std::uint32_t>(i), 0.0F);
+    return;
+  }
   for (int i = 0; i < frames; ++i) {
     ring.store(position + static_cast<std::uint32_t>(i), static_cast<float>(signal[i]));
   }

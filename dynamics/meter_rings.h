@@ -8,8 +8,8 @@
 
 /// Per-sample history for the meters: what goes into the chain, what comes out of it, and the gain
 /// reduction in decibels, two channels each, under one write position.
-/// Threads: `beginBlock` to `endBlock` on the audio thread; `getGainReduction` on one reading
-/// thread per selector; `prepare`, `reset` and `resetReaders` while nothing processes.
+/// Threads: `writeInput` to `endBlock` on the audio thread; `getGainReduction` on one reading
+/// thread per selector; `reset` and `resetReaders` while nothing processes.
 class MeterRings {
  public:
   static constexpr std::size_t kSize = 262144;  ///< samples
@@ -18,6 +18,7 @@ class MeterRings {
   void reset() noexcept;         ///< rings and write position
   void resetReaders() noexcept;  ///< read positions to 0, results to 1
 
+  /// A null signal is silence.
   void writeInput(int channel, const double* signal, int frames) noexcept;
   void writeOutput(int channel, const double* signal, int frames) noexcept;
   /// Stores the block's linear gain reduction in decibels.

@@ -72,6 +72,10 @@ void SidechainFilters::reset() noexcept {
   }
 }
 
+void SidechainFilters::resetRight() noexcept {
+  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) (*filters)[1].resetState();
+}
+
 void SidechainFilters::process(std::size_t channel, const double* in, double* out,
                                int frames) noexcept {
   const double gain = trim.load(kAlone);

@@ -24,8 +24,8 @@ struct SidechainFilterSettings {
 /// What a band's detectors hear of their source: trim, a low, a middle and a high filter per
 /// channel, and how the channels become what the two detectors get.
 ///
-/// Threads: setters on one control thread at a time, at any moment; `process`, `link` and `reset`
-/// on the audio thread; `setSampleRate` while nothing processes.
+/// Threads: setters on one control thread at a time, at any moment; `process`, `link` and
+/// `reset*` on the audio thread; `setSampleRate` while nothing processes.
 class SidechainFilters {
  public:
   void setSampleRate(float hz) noexcept;
@@ -39,6 +39,7 @@ class SidechainFilters {
 
   /// Clears the filters' past; coefficients in force stay.
   void reset() noexcept;
+  void resetRight() noexcept;  ///< the second channel alone
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
   void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
   /// Makes left and right, in place, into what the two detectors hear; whether that is the same.

@@ -35,6 +35,15 @@ void Crossover_WithLatency::reset() noexcept {
   position = 0;
 }
 
+void Crossover_WithLatency::resetRight() noexcept {
+  for (PlanarArrays* const samples : {&input, &tails, &lines[0].samples, &lines[1].samples}) {
+    samples->clearImaginary();
+  }
+  for (const PlanarArrays* const spectra : {&spectrum, &carried}) {
+    for (int i = 0; i < spectra->count(); ++i) fft.keepRealSignal((*spectra)[i]);
+  }
+}
+
 void Crossover_WithLatency::process(const double* left, const double* right,
                                     double* const* bandLeft, double* const* bandRight,
                                     int bandCount, int frames) noexcept {

@@ -11,7 +11,7 @@
 
 /// Splits a stereo signal into bands, each by an FIR kernel of `kTaps` taps.
 ///
-/// Threads: `setKernels` on a control thread at any moment; `process` and `reset` on the audio
+/// Threads: `setKernels` on a control thread at any moment; `process` and `reset*` on the audio
 /// thread, where they neither lock nor allocate.
 class CrossoverEngine {
  public:
@@ -29,7 +29,8 @@ class CrossoverEngine {
   /// outputs must not be the inputs.
   virtual void process(const double* left, const double* right, double* const* bandLeft,
                        double* const* bandRight, int bandCount, int frames) noexcept = 0;
-  virtual void reset() noexcept = 0;  ///< forgets the past
+  virtual void reset() noexcept = 0;       ///< forgets the past
+  virtual void resetRight() noexcept = 0;  ///< that of the second channel
   /// Samples by which the block scheme delays, beside the kernels' own `kTaps` / 2.
   [[nodiscard]] virtual int blockDelay() const noexcept = 0;
 };
@@ -45,6 +46,7 @@ class Crossover final : public CrossoverEngine {
     convolver.process(left, right, bandLeft, bandRight, bandCount, frames);
   }
   void reset() noexcept override { convolver.reset(); }
+  void resetRight() noexcept override { convolver.resetRight(); }
   [[nodiscard]] int blockDelay() const noexcept override { return 0; }
 
  private:
@@ -70,6 +72,7 @@ class Crossover_WithLatency final
   void process(const double* left, const double* right, double* const* bandLeft,
                double* const* bandRight, int bandCount, int frames) noexcept override;
   void reset() noexcept override;
+  void resetRight() noexcept override;
   [[nodiscard]] int blockDelay() const noexcept override { return kBlockDelay; }
 
  private:

@@ -89,6 +89,10 @@ void CrossoverBank::reset() noexcept {
   blocked.reset();
 }
 
+void CrossoverBank::resetRight() noexcept {
+  useBlocked ? blocked.resetRight() : direct.resetRight();
+}
+
 int CrossoverBank::latency() const noexcept {
   const int blocks = useBlocked ? blocked.blockDelay() : direct.blockDelay();
   return blocks + kTaps / 2;

@@ -31,8 +31,8 @@ struct CrossoverSplits {
 /// add up to the input delayed by `latency` samples.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
-/// moment; `processBlock` on the audio thread; `reset` while nothing processes; `bandMagnitude`
-/// anywhere; `crossoverCurve` on the editor's thread.
+/// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude` anywhere;
+/// `crossoverCurve` on the editor's thread.
 class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;
@@ -49,6 +49,7 @@ class CrossoverBank {
   void processBlock(const double* const inputs[2], double* const* bandLeft,
                     double* const* bandRight, int bandCount, int frames) noexcept;
   void reset() noexcept;
+  void resetRight() noexcept;  ///< the second channel alone
   /// Samples, where there is a crossover band.
   [[nodiscard]] int latency() const noexcept;
 

@@ -42,6 +42,13 @@ void PartitionedConvolver::Stage::clear() noexcept {
   known = 0;
 }
 
+void PartitionedConvolver::Stage::clearRight() noexcept {
+  parts.clearImaginary();
+  for (const PlanarArrays* const spectra : {&inputs, &retired}) {
+    for (int i = 0; i < spectra->count(); ++i) fft.keepRealSignal((*spectra)[i]);
+  }
+}
+
 template <typename SpectraOf>
 void PartitionedConvolver::Stage::run(ConstPlanarSpan padded, int kernels,
                                       SpectraOf spectraOf) noexcept {
@@ -143,6 +150,12 @@ void PartitionedConvolver::reset(int phase) noexcept {
   past.clear();
   position = phase % kLarge / kSmall * kSmall;
   silent = true;
+}
+
+void PartitionedConvolver::resetRight() noexcept {
+  small.clearRight();
+  large.clearRight();
+  past.clearImaginary();
 }
 
 void PartitionedConvolver::process(const double* left, const double* right, double* const* outLeft,

@@ -16,7 +16,7 @@
 /// samples after they were set, at once where nothing has been processed since `reset`. What came
 /// in before rings out through the kernels it met, so that no output steps.
 ///
-/// Threads: `setKernels` on a control thread at any moment; `process` and `reset` on the audio
+/// Threads: `setKernels` on a control thread at any moment; `process` and `reset*` on the audio
 /// thread, where they neither lock nor allocate.
 class PartitionedConvolver {
  public:
@@ -31,6 +31,7 @@ class PartitionedConvolver {
   /// Forgets the past. `phase`: where in the cycle of 256 samples to begin (rounded down to a
   /// multiple of 32), so that several convolvers need not do their large transforms together.
   void reset(int phase = 0) noexcept;
+  void resetRight() noexcept;  ///< forgets the second channel's
 
   /// Kernel k's output to outLeft[k] and outRight[k], which may be the inputs. A null `right` makes
   /// it mono: `outRight` is then not touched. `outputs` pairs, at most 8, are written, with silence
@@ -58,6 +59,7 @@ class PartitionedConvolver {
     void retire(int kernels, SpectraOf spectraOf) noexcept;
     void addRetired(int kernel, PlanarSpan sum) noexcept;
     void clear() noexcept;
+    void clearRight() noexcept;
     /// What is to be added up for the present block: the part that began with it, and the end of
     /// the one before.
     [[nodiscard]] PlanarSpan fresh(int kernel) const noexcept { return parts[2 * kernel + turn]; }

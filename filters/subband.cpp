@@ -152,6 +152,11 @@ void subband::reset(int newPhase) noexcept {
   delayIndex = 0;
 }
 
+void subband::resetRight() noexcept {
+  convolver.resetRight();
+  delayLines[1].fill(0.0);
+}
+
 void subband::publishSections() {
   const PlugBaseMutex::Scope lock(sectionsLock);
   sections = {highPass.activeSections(), lowPass.activeSections(), bandPass.activeSections()};

@@ -21,7 +21,7 @@
 /// alike for all channels.
 ///
 /// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
-/// time, at any moment; `filter` and `reset` on the audio thread, where they neither lock nor
+/// time, at any moment; `filter` and `reset*` on the audio thread, where they neither lock nor
 /// allocate; `bandCurve` on the editor's thread; `latency` anywhere.
 class subband {
  public:
@@ -44,6 +44,7 @@ class subband {
   /// Forgets the past. `newPhase`: when to do the large part of the work, in samples; bands whose
   /// phases differ by multiples of 32 take turns.
   void reset(int newPhase) noexcept;
+  void resetRight() noexcept;  ///< forgets the second channel's past
 
   /// Samples by which the band path is late.
   [[nodiscard]] int latency() const noexcept {

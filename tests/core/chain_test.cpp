@@ -102,7 +102,7 @@ std::vector<Chain> chains() {
   return all;
 }
 
-TEST(ChainTest, GivesTheInputBackAsLateAsTold) {
+TEST(ChainTest, GivesTheInputBackAsLateAsToldAndDryInStepWithIt) {
   for (const Chain& chain : chains()) {
     SCOPED_TRACE(chain.what);
     for (const int block : {64, 1000}) {
@@ -114,19 +114,11 @@ TEST(ChainTest, GivesTheInputBackAsLateAsTold) {
       const auto output = render(rig.plug, input, block);
       // Each filter adds its band and what is beside it: one rounding more.
       EXPECT_LT(deviation(input, output, chain.latency), 3 * kMinus280Db);
+      rig.set({{"kListen", 1}});
+      rig.plug.resume();
+      const auto difference = render(rig.plug, input, block);
+      EXPECT_LT(deviation(Stereo<double>(8000), difference, 0), 3 * kMinus280Db);
     }
-  }
-}
-
-TEST(ChainTest, DryStaysInStepWithWet) {
-  for (const Chain& chain : chains()) {
-    SCOPED_TRACE(chain.what);
-    PlugRig rig({{"kB1State", 0}});
-    setAll(rig, chain.settings);
-    rig.set({{"kListen", 1}});
-    rig.plug.resume();
-    const auto output = render(rig.plug, noise<double>(8000), 128);
-    EXPECT_LT(deviation(Stereo<double>(8000), output, 0), 3 * kMinus280Db) << "wet less dry";
   }
 }
 
@@ -235,23 +227,6 @@ TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {
   rig.plug.setSampleRate(192000.0F);
   rig.plug.resume();
   EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 8191) << "the longest there is";
-}
-
-TEST(ChainTest, ABandThatLeavesAndComesBackStartsFromSilence) {
-  PlugRig rig({{"kB1Type", 1}});
-  const auto loud = noise<double>(4000);
-  render(rig.plug, loud, 128);
-  rig.set({{"kB1State", 0}});
-  const Stereo<double> silence(4000);
-  render(rig.plug, silence, 128);
-  rig.set({{"kB1State", 1}});
-  EXPECT_EQ(deviation(silence, render(rig.plug, silence, 128), 0), 0.0);
-  rig.set({{"kB1SubType", 3}});
-  render(rig.plug, loud, 128);
-  rig.set({{"kB1SubType", 7}});
-  render(rig.plug, silence, 128);
-  rig.set({{"kB1SubType", 3}});
-  EXPECT_LT(deviation(silence, render(rig.plug, silence, 128), 0), 1e-300) << "nor from flat";
 }
 
 }  // namespace

@@ -36,8 +36,8 @@ TEST(DelayRingsTest, DelaysEveryLineOnItsOwnInAnyBlocksAndThroughChanges) {
                 {2, {1, 2, 3}},
                 {33000, {127, 2049, 9000}}};
   const struct {
-    int ring, band;
-  } lines[] = {{DelayRings::kLook, 0}, {DelayRings::kLook + 1, 0}, {DelayRings::kDryAfter + 1, 7}};
+    int ring, owner;
+  } lines[] = {{DelayRings::kLook, 0}, {DelayRings::kLook + 1, 0}, {DelayRings::kDryAfter + 1, 8}};
   DelayRings rings;
   int time = 0;
   for (const auto& block : blocks) {
@@ -47,7 +47,7 @@ TEST(DelayRingsTest, DelaysEveryLineOnItsOwnInAnyBlocksAndThroughChanges) {
       std::vector<double> buffer(static_cast<std::size_t>(block.frames));
       for (int i = 0; double& sample : buffer) sample = sampleOf(line, time + i++);
       inRealTime([&] {
-        rings.delayLine(buffer.data(), lines[line].ring, lines[line].band, block.frames,
+        rings.delayLine(buffer.data(), lines[line].ring, lines[line].owner, block.frames,
                         block.delays[line]);
       });
       const int delay = std::clamp(block.delays[line], 0, 16383);
@@ -60,44 +60,36 @@ TEST(DelayRingsTest, DelaysEveryLineOnItsOwnInAnyBlocksAndThroughChanges) {
   }
 }
 
-TEST(DelayRingsTest, ClearsAllLinesOfOneBandAndNoOther) {
+TEST(DelayRingsTest, ForgetsABandAndWhateverMissedABlockAndNothingElse) {
+  constexpr int kMissing = 7;  // the owner of the ring that misses a block, the first of a stage
   DelayRings rings;
   std::vector<double> block(DelayRings::kSize);
-  const auto record = [&] {
-    for (int line = 0; line < 14 * 8; ++line) {
+  // Feeds all lines with values of their own, and reads from `delay` samples before on.
+  const auto feed = [&](int frames, int delay, bool missing, int silentBand, bool silentLine) {
+    for (int line = 0; line < DelayRings::kRings * 9; ++line) {
+      const int ring = line / 9;
+      const int owner = line % 9;
+      const bool rare = ring == DelayRings::kExtBefore && owner == kMissing;
+      if ((owner == DelayRings::kCrossover && ring < DelayRings::kExtBefore) || (rare && missing)) {
+        continue;
+      }
       std::fill(block.begin(), block.end(), line + 1.0);
-      inRealTime([&] { rings.delayLine(block.data(), line / 8, line % 8, DelayRings::kSize, 0); });
-    }
-  };
-  const auto expectHeld = [&](int clearedBand) {
-    constexpr int frames = DelayRings::kMaxDelay;  // read in one go, all but one entry
-    for (int line = 0; line < 14 * 8; ++line) {
-      std::fill(block.begin(), block.end(), -1.0);
-      inRealTime([&] {
-        rings.delayLine(block.data(), line / 8, line % 8, frames, DelayRings::kMaxDelay);
-      });
-      const bool kept = clearedBand >= 0 && line % 8 != clearedBand;
-      EXPECT_EQ(std::count(block.begin(), block.end(), kept ? line + 1.0 : 0.0), frames)
+      inRealTime([&] { rings.delayLine(block.data(), ring, owner, frames, delay); });
+      const bool silent = owner == silentBand || (rare && silentLine);
+      ASSERT_EQ(std::count(block.begin(), block.begin() + frames, silent ? 0.0 : line + 1.0),
+                frames)
           << "line " << line;
     }
-  };
-  record();
-  rings.clearBand(3);
-  expectHeld(3);
-  record();
-  rings.clear();
-  expectHeld(-1);
-}
-
-TEST(DelayRingsTest, TouchesNeitherHeapNorLocks) {
-  DelayRings rings;
-  std::vector<double> buffer(4096);
-  const RealTimeCheck check;
-  for (const int frames : {1, 63, 64, 4096}) {
-    rings.delayLine(buffer.data(), DelayRings::kAlign, 2, frames, 1535);
     rings.advance(frames);
-  }
-  rings.clearBand(2);
+  };
+  feed(DelayRings::kSize, 0, false, -1, false);
+  feed(100, DelayRings::kMaxDelay, false, -1, false);
+  rings.forget(3);
+  feed(100, DelayRings::kMaxDelay, false, 3, false);
+  feed(DelayRings::kSize, 0, false, -1, false);
+  feed(1, 0, true, -1, false);
+  feed(100, 100, false, -1, true);
+  feed(100, 100, false, -1, false);
 }
 
 }  // namespace

@@ -68,22 +68,6 @@ TEST(PartitionedConvolver, IsTheSumOfTapsWithNoDelayAtAnyPhaseAndBlockLength) {
   }
 }
 
-TEST(PartitionedConvolver, InPlaceMonoIsTheLeftChannelOfStereo) {
-  const Signal kernel = kernelOf(2048, 5);
-  const double* const pointer = kernel.data();
-  PartitionedConvolver convolver(2048, 1);
-  convolver.setKernels(&pointer, 1);
-  Signal left = noiseOf(kFrames, 6);
-  const Signal wanted = run(convolver, left, left, 1, {64})[0];
-  convolver.reset();
-  for (std::size_t done = 0; done < kFrames; done += 100) {
-    double* const samples = left.data() + done;
-    double* none = nullptr;
-    processInRealTime(convolver, samples, nullptr, &samples, &none, 1, 100);
-  }
-  for (std::size_t n = 0; n < kFrames; ++n) ASSERT_NEAR(left[n], wanted[n], kRounding) << n;
-}
-
 using Kernels = std::vector<Signal>;
 
 Kernels kernelsOf(int taps, std::size_t count, std::mt19937& random) {
