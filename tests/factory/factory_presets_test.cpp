@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +14,6 @@
 #include <map>
 #include <memory>
 #include <numeric>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,11 +41,11 @@ std::string bytesOf(const fs::path& path) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// An instance on a machine of its own, at the material's rate.
+/// An instance on a machine of its own.
 class FactoryPlug {
  public:
-  FactoryPlug() {
-    plug.setSampleRate(kMaterialRate);
+  explicit FactoryPlug(int rate = kMaterialRate) {
+    plug.setSampleRate(static_cast<float>(rate));
     plug.setBlockSize(kRunBlock);
   }
   Plug& operator*() noexcept { return plug; }
@@ -129,7 +129,10 @@ class Sounds {
   const Entry& operator[](Sound sound) {
     auto found = entries.find(sound);
     if (found == entries.end()) {
-      Material material = make(sound);
+      constexpr std::array kMakers = {demoMaterial,    keyedMaterial,  talkMaterial,
+                                      guitarMaterial,  bassMaterial,   drumMaterial,
+                                      clippedMaterial, lowToneMaterial};
+      Material material = kMakers.at(static_cast<std::size_t>(sound))();
       PresetRun asItIs;
       asItIs.out = material.main;
       found = entries.emplace(sound, Entry{std::move(material), Outcome(asItIs)}).first;
@@ -138,22 +141,6 @@ class Sounds {
   }
 
  private:
-  static Material make(Sound sound) {
-    switch (sound) {
-      case Sound::kDemo:
-        return demoMaterial();
-      case Sound::kKeyedDemo:
-        return keyedMaterial();
-      case Sound::kTalk:
-        return talkMaterial();
-      case Sound::kGuitar:
-        return guitarMaterial();
-      case Sound::kBass:
-        return bassMaterial();
-    }
-    return {};
-  }
-
   std::map<Sound, Entry> entries;
 };
 
@@ -163,44 +150,69 @@ bool holds(const Claim& claim, const Outcome& before, const Outcome& after) {
 }
 
 /// What comes out when all bands are bypassed: the trim alone.
-PresetRun trimmedRun(const Material& material, double trimDb) {
+Outcome trimmed(const Material& material, const PresetSource& source) {
+  const auto trim = std::ranges::find(source.values, kOpTrim, &Setting::parameter);
+  const double trimDb = trim != source.values.end() ? static_cast<double>(trim->value) : 0.0;
   PresetRun run;
   run.out = material.main;
   for (auto& channel : run.out) {
     for (double& x : channel) x *= std::pow(10.0, 0.05 * trimDb);
   }
-  return run;
+  return Outcome(run);
 }
 
-double trimOf(const PresetSource& source) {
-  for (const Setting& setting : source.values) {
-    if (setting.parameter == kOpTrim) return static_cast<double>(setting.value);
+/// With what holds unless a row says otherwise: no louder or quieter by 1 LU, no higher peaks.
+std::vector<Claim> allClaimsOf(const PresetClaims& row, const Outcome& before) {
+  constexpr double kMostTruePeakGain = 0.5;  // dB
+  std::vector<Claim> claims = row.claims;
+  const auto says = [&](Measure measure) {
+    return std::ranges::find(row.claims, measure, &Claim::measure) != row.claims.end();
+  };
+  if (!says(Measure::kLoudness) && !says(Measure::kLoudnessAfter)) {
+    claims.push_back({Measure::kLoudness, -1.0, 1.0});
   }
-  return 0.0;
+  if (!says(Measure::kTruePeakAfter)) {
+    claims.push_back(
+        {Measure::kTruePeakAfter, -200.0, before.loudness.truePeakDb + kMostTruePeakGain});
+  }
+  return claims;
+}
+
+/// Checks a row with the effect at `factor` times the material's rate.
+void expectDoesWhatItsLineSays(const PresetClaims& row, const Sounds::Entry& sound, int factor) {
+  SCOPED_TRACE(testing::Message() << row.preset << " at " << factor * kMaterialRate << " Hz");
+  FactoryPlug plug(factor * kMaterialRate);
+  loadBuilt(plug, row.preset);
+  expectLoadedAsWritten(*plug, sourceOf(row.preset));
+  PresetRun run = runThrough(*plug, factor == 1 ? sound.material : atTwiceTheRate(sound.material));
+  if (factor == 2) keepEverySecond(run);
+  for (const auto& channel : run.out) {
+    EXPECT_TRUE(std::ranges::all_of(channel, [](double x) { return std::isfinite(x); }));
+  }
+  EXPECT_NEAR(delayBetween(sound.material.main, run.out), 0, 1);
+  const Outcome after(run);
+  const std::vector<Claim> claims = allClaimsOf(row, sound.outcome);
+  for (std::size_t i = 0; i < claims.size(); ++i) {
+    EXPECT_TRUE(holds(claims[i], sound.outcome, after))
+        << "claim " << i + 1 << ": " << measured(claims[i], sound.outcome, after)
+        << " is not within " << claims[i].low << " and " << claims[i].high;
+  }
+}
+
+/// Filters are coarser at 96 kHz: what low bands do has to hold there, too.
+bool hasLowBands(const PresetSource& source) {
+  constexpr float kLow = 250.0F;  // Hz
+  return std::ranges::any_of(source.values, [](const Setting& setting) {
+    return isBandParameter(setting.parameter) && setting.value < kLow &&
+           bandOneIdOf(setting.parameter) == kB1Frequency;
+  });
 }
 
 TEST(FactoryPresets, doWhatTheirLinesSay) {
-  constexpr double kMostTruePeakGain = 0.5;  // dB
   Sounds sounds;
   for (const PresetClaims& row : presetClaims()) {
-    SCOPED_TRACE(row.preset);
-    const Sounds::Entry& sound = sounds[row.sound];
-    FactoryPlug plug;
-    loadBuilt(plug, row.preset);
-    expectLoadedAsWritten(*plug, sourceOf(row.preset));
-    const PresetRun run = runThrough(*plug, sound.material);
-    for (const auto& channel : run.out) {
-      EXPECT_TRUE(std::ranges::all_of(channel, [](double x) { return std::isfinite(x); }));
-    }
-    EXPECT_NEAR(delayBetween(sound.material.main, run.out), 0, 1);
-    const Outcome after(run);
-    EXPECT_LE(after.loudness.truePeakDb, sound.outcome.loudness.truePeakDb + kMostTruePeakGain);
-    for (std::size_t i = 0; i < row.claims.size(); ++i) {
-      const Claim& claim = row.claims[i];
-      EXPECT_TRUE(holds(claim, sound.outcome, after))
-          << "claim " << i + 1 << ": " << measured(claim, sound.outcome, after) << " is not within "
-          << claim.low << " and " << claim.high;
-    }
+    expectDoesWhatItsLineSays(row, sounds[row.sound], 1);
+    if (hasLowBands(sourceOf(row.preset))) expectDoesWhatItsLineSays(row, sounds[row.sound], 2);
   }
 }
 
@@ -209,10 +221,7 @@ TEST(FactoryPresets, noneOfTheirClaimsAllHoldOfUntouchedSound) {
   Sounds sounds;
   for (const PresetClaims& row : presetClaims()) {
     const Sounds::Entry& sound = sounds[row.sound];
-    const double trimDb = trimOf(sourceOf(row.preset));
-    std::optional<Outcome> trimmed;
-    if (trimDb != 0.0) trimmed.emplace(trimmedRun(sound.material, trimDb));
-    const Outcome& untouched = trimmed ? *trimmed : sound.outcome;
+    const Outcome untouched = trimmed(sound.material, sourceOf(row.preset));
     EXPECT_FALSE(std::ranges::all_of(row.claims, [&](const Claim& claim) {
       return holds(claim, sound.outcome, untouched);
     })) << row.preset;

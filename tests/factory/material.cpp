@@ -93,7 +93,7 @@ void addSibilant(std::vector<double>& out, double from) {
   Resonance sharp(7200.0, 2500.0);
   double seconds = 0.0;
   for (double& x : stretch(out, from, kSeconds)) {
-    x += 0.7 * arch(seconds, kSeconds) * sharp(hiss());
+    x += 0.5 * arch(seconds, kSeconds) * sharp(hiss());
     seconds += 1.0 / kMaterialRate;
   }
 }
@@ -102,12 +102,12 @@ void addThump(std::vector<double>& out, double from) {
   constexpr double kSeconds = 0.12;
   double seconds = 0.0;
   for (double& x : stretch(out, from, kSeconds)) {
-    x += 0.7 * arch(seconds, kSeconds) * std::sin(kTau * 70.0 * seconds);
+    x += 0.5 * arch(seconds, kSeconds) * std::sin(kTau * 70.0 * seconds);
     seconds += 1.0 / kMaterialRate;
   }
 }
 
-Material plucked(double lowest) {
+Material plucked(double lowest, double loudest) {
   constexpr std::array kSemitones = {0, 7, 12, 5, 10, 19, 3, 15, 0, 12};
   constexpr int kHarmonics = 14;
   std::vector<double> out(kFrames);
@@ -127,13 +127,26 @@ Material plucked(double lowest) {
     const double attack = std::min(1.0, seconds / 0.002);
     const double end = std::min(1.0, (0.5 - seconds) / 0.01);
     const double noise = 2.0 * click(pick()) * std::exp(-seconds / 0.006);
-    const double level = note % 2 == 0 ? 0.42 : 0.42 * std::pow(10.0, -0.5);
+    const double level = note % 2 == 0 ? loudest : loudest * std::pow(10.0, -0.5);
     out[static_cast<std::size_t>(i)] = level * attack * end * (tone + noise) + 0.0003 * pick();
   }
   return inTheMiddle(std::move(out));
 }
 
 }  // namespace
+
+Material atTwiceTheRate(const Material& material) {
+  Material result = material;
+  for (auto* const channel : {&result.main[0], &result.main[1], &result.key[0], &result.key[1]}) {
+    std::vector<double> doubled;
+    for (const double x : *channel) {
+      const double before = doubled.empty() ? 0.0 : doubled.back();
+      doubled.insert(doubled.end(), {0.5 * (before + x), x});
+    }
+    *channel = std::move(doubled);
+  }
+  return result;
+}
 
 Material demoMaterial() {
   AudioReader reader(CORVANTHELIS_DEMO);
@@ -161,16 +174,59 @@ Material keyedMaterial() {
 
 Material talkMaterial() {
   std::vector<double> out(kFrames);
-  Noise room;
-  for (double& x : out) x = 0.00138 * room();
-  addTalk(out, 1.5, 4.0, 0.35);
-  addTalk(out, 4.5, 7.0, 0.07);
-  addTalk(out, 7.5, 8.7, 0.25);
-  addTalk(out, 8.7, 10.0, 0.07);
+  Noise air;
+  Resonance rumble(80.0, 120.0);
+  for (double& x : out) x = 0.0173 * rumble(air()) + 0.0003 * air();
+  addTalk(out, 1.5, 4.0, 0.25);
+  addTalk(out, 4.5, 7.0, 0.05);
+  addTalk(out, 7.5, 8.7, 0.18);
+  addTalk(out, 8.7, 10.0, 0.05);
   for (const double at : {7.75, 8.15, 8.55}) addSibilant(out, at);
   for (const double at : {8.8, 9.2, 9.6}) addThump(out, at);
   return inTheMiddle(std::move(out));
 }
 
-Material guitarMaterial() { return plucked(82.4); }
-Material bassMaterial() { return plucked(41.2); }
+Material drumMaterial() {
+  constexpr double kPeak = 0.89;
+  std::vector<double> out(kFrames);
+  Noise noise;
+  Resonance rattle(2500.0, 3000.0);
+  Resonance sizzle(9000.0, 4000.0);
+  for (int i = 0; i < kFrames; ++i) {
+    const double seconds = i / static_cast<double>(kMaterialRate);
+    const double kick = std::fmod(seconds, 1.0);
+    const double snare = std::fmod(seconds + 0.5, 1.0);
+    const double hat = std::fmod(seconds, 0.25);
+    out[static_cast<std::size_t>(i)] =
+        std::sin(kTau * (50.0 * kick - 4.0 * std::expm1(-30.0 * kick))) * std::exp(-8.0 * kick) +
+        (0.6 * std::sin(kTau * 190.0 * snare) + 2.5 * rattle(noise())) * std::exp(-16.0 * snare) +
+        0.8 * sizzle(noise()) * std::exp(-50.0 * hat);
+  }
+  const double peak = std::abs(std::ranges::max(out, {}, [](double x) { return std::abs(x); }));
+  for (double& x : out) x *= kPeak / peak;
+  return inTheMiddle(std::move(out));
+}
+
+Material clippedMaterial() {
+  std::vector<double> out = std::move(drumMaterial().main[0]);
+  for (int i = 0; i < kFrames; ++i) {
+    double& x = out[static_cast<std::size_t>(i)];
+    const double tone = i < kFrames / 2 ? 0.0 : std::sin(kTau * 3150.0 * i / kMaterialRate);
+    x = std::clamp(5.0 * (x + tone), -1.0, 1.0);
+  }
+  return inTheMiddle(std::move(out));
+}
+
+Material lowToneMaterial() {
+  std::vector<double> out(kFrames);
+  Noise hiss;
+  for (int i = 0; i < kFrames; ++i) {
+    const double hertz = i < kFrames / 2 ? 41.2 : 130.0;
+    out[static_cast<std::size_t>(i)] =
+        0.5 * std::sin(kTau * hertz * i / kMaterialRate) + 0.0003 * hiss();
+  }
+  return inTheMiddle(std::move(out));
+}
+
+Material guitarMaterial() { return plucked(82.4, 0.3); }
+Material bassMaterial() { return plucked(41.2, 0.34); }

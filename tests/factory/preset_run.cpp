@@ -23,6 +23,13 @@ std::vector<double> prolonged(const std::vector<double>& samples, std::size_t fr
 
 }  // namespace
 
+void keepEverySecond(PresetRun& run) {
+  for (auto& channel : run.out) {
+    for (std::size_t i = 0; 2 * i + 1 < channel.size(); ++i) channel[i] = channel[2 * i + 1];
+    channel.resize(channel.size() / 2);
+  }
+}
+
 PresetRun runThrough(Plug& plug, const Material& material) {
   const auto latency = static_cast<std::size_t>(plug.getInitialDelay());
   const std::size_t frames = material.main[0].size();

@@ -17,5 +17,8 @@ inline constexpr int kRunBlock = 480;  // frames: 10 ms
 /// Runs material through an effect that is set already.
 [[nodiscard]] PresetRun runThrough(Plug& plug, const Material& material);
 
+/// Brings what ran at twice `kMaterialRate` back to it.
+void keepEverySecond(PresetRun& run);
+
 /// dB of the largest sample over the root of the mean square.
 [[nodiscard]] double crestDb(const Material::Channels& signal);
