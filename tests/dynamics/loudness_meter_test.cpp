@@ -100,8 +100,7 @@ TEST(LoudnessMeterTest, SilenceEndsAtZeroAndAChannelComesBackFromIt) {
   EXPECT_GT(measured(meter, sine(500.0, 4000.0, 0.1, 1e-40), 64, 2).dryMeanSquare, 0.0);
   EXPECT_EQ(measured(meter, silence, 4000, 2).dryMeanSquare, 0.0);
   const std::vector<double> none(64);
-  const std::vector<double> loud(64, 1.0);
-  meter.measure(none.data(), loud.data(), true, 64, 2);
+  meter.measure(none.data(), std::vector<double>(64, 1.0).data(), true, 64, 2);
   const double before = measured(meter, none, 64, 1).dryMeanSquare;
   EXPECT_LE(measured(meter, none, 64, 2).dryMeanSquare, before) << "its filters held nothing";
 }
