@@ -25,6 +25,7 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
 Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose)
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1),
+      memory(whoIdles == Idle::kTimer),  // programs end, or soon need it again
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
       bandTemplate(defaultValues),

@@ -24,6 +24,7 @@
 #include "host/plug_base_json.h"
 #include "host/preset_files.h"
 #include "platform/clock.h"
+#include "platform/memory_share.h"
 #include "platform/plug_base_mutex.h"
 #include "state/machine.h"
 #include "state/parameter_flags.h"
@@ -58,7 +59,7 @@ class Plug : public PlugBaseJSON {
   void processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) override;
 
   void resume() override;
-  /// The engine goes on at the rate it had until `resume`.
+  /// What is no rate is ignored. The engine goes on at the rate it had until `resume`.
   void setSampleRate(float rate) override;
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
@@ -211,6 +212,7 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] ValueTextContext textContext(int index) const;
   [[nodiscard]] bool isOn(int index) const { return getPlainValue(index) != 0.0F; }
 
+  const MemoryShare memory;  // first: what it looks after goes before it
   compressor engine;
   AnalyserFeed analyser;
   OutputPeak outputPeak;

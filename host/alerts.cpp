@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstddef>
 
+#include "platform/of_process.h"
+
 namespace {
 
 std::atomic<bool> showing{false};
@@ -23,8 +25,8 @@ class ShowingScope {
 }  // namespace
 
 Alerts& Alerts::instance() {
-  static Alerts alerts;
-  return alerts;
+  static OfProcess<Alerts> queues([] { return Alerts(); });
+  return queues.get();
 }
 
 void Alerts::add(std::string caption, std::string message) {

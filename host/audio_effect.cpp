@@ -1,6 +1,5 @@
 #include "host/audio_effect.h"
 
-#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -101,7 +100,7 @@ std::int32_t AudioEffect::setInitialDelay(std::int32_t samples) noexcept {
 }
 
 void AudioEffect::setSampleRate(float newRate) {
-  if (newRate > 0.0f && std::isfinite(newRate)) sampleRate.store(newRate, relaxed);
+  if (isSampleRate(static_cast<double>(newRate))) sampleRate.store(newRate, relaxed);
 }
 
 void AudioEffect::setBlockSize(std::int32_t newBlockSize) {
@@ -124,7 +123,8 @@ void AudioEffect::setEditor(std::unique_ptr<AEffEditor> newEditor) {
 
 std::intptr_t AudioEffect::tellHost(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                     void* ptr, float opt) {
-  return hostCallback != nullptr ? hostCallback(&cEffect, opcode, index, value, ptr, opt) : 0;
+  if (hostCallback == nullptr || keepsMessage(opcode, index)) return 0;
+  return hostCallback(&cEffect, opcode, index, value, ptr, opt);
 }
 
 std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,

@@ -8,6 +8,9 @@
 
 class AEffEditor;
 
+/// Whether it is one: 1 Hz to 10 MHz.
+[[nodiscard]] constexpr bool isSampleRate(double hz) noexcept { return hz >= 1.0 && hz <= 10e6; }
+
 /// Base of an effect: owns the record that the adapter holds, answers the calls that come through
 /// it and sends messages back. Operations without a body of their own here do nothing or return 0.
 ///
@@ -38,7 +41,7 @@ class AudioEffect {
   virtual void close() {}
   virtual void suspend() {}
   virtual void resume() {}
-  virtual void setSampleRate(float newRate);             ///< Hz; ignored unless positive and finite
+  virtual void setSampleRate(float newRate);             ///< Hz; ignored unless `isSampleRate`
   virtual void setBlockSize(std::int32_t newBlockSize);  ///< frames; ignored unless positive
 
   /// `frames` samples of each channel from `inputs` to `outputs`, which may be the same buffers.
@@ -86,6 +89,11 @@ class AudioEffect {
   std::int32_t setInitialDelay(std::int32_t samples) noexcept;
   std::intptr_t tellHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                          void* ptr = nullptr, float opt = 0.0f);
+  /// Whether a message is not to go out now; the audio thread asks, too.
+  [[nodiscard]] virtual bool keepsMessage(std::int32_t /*opcode*/,
+                                          std::int32_t /*index*/) noexcept {
+    return false;
+  }
 
   AEffect cEffect{};
 

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/of_process.h"
+
 IdleTimer::IdleTimer(TimerFactory factory) : makeTimer(std::move(factory)) {}
 
 IdleTimer& IdleTimer::instance() {
-  static IdleTimer idleTimer(&::makeTimer);
-  return idleTimer;
+  static OfProcess<IdleTimer> timers([] { return IdleTimer(&::makeTimer); });
+  return timers.get();
 }
 
 void IdleTimer::startTimer() {

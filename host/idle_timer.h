@@ -37,7 +37,8 @@ class IdleTimer {
   IdleTimer(const IdleTimer&) = delete;
   IdleTimer& operator=(const IdleTimer&) = delete;
 
-  /// The one of the process, made at first use.
+  /// The one of the process, made at first use. A child of `fork()` has one of its own, without the
+  /// clients that it inherits: those get no ticks there.
   static IdleTimer& instance();
 
   /// Not owned: the client leaves before it dies. Adding it twice is as once. Restarts the timer.

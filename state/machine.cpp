@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/of_process.h"
 #include "platform/user_folders.h"
 #include "state/file_store.h"
 
@@ -27,13 +28,13 @@ Machine::Machine(std::unique_ptr<UserStore> userStore, InstallFolders installFol
       ownedMidiMap(*ownedStore) {}
 
 Machine& Machine::ofProcess() {
-  static Machine machine = machineOfUser();
-  return machine;
+  static OfProcess<Machine> machines(&machineOfUser);
+  return machines.get();
 }
 
 Machine& Machine::detached() {
-  static Machine machine(std::make_unique<MemoryStore>(), {});
-  return machine;
+  static OfProcess<Machine> machines([] { return Machine(std::make_unique<MemoryStore>(), {}); });
+  return machines.get();
 }
 
 Globals& getGlobals() { return Machine::ofProcess().globals(); }

@@ -74,6 +74,7 @@ AAX_Result AAXWrap_Parameters::EffectInit() {
   AAX_Result result = host->GetSampleRate(&rate);
   if (result == AAX_SUCCESS) result = host->GetInputStemFormat(&stem);
   if (result != AAX_SUCCESS) return result;
+  if (!isSampleRate(static_cast<double>(rate))) return ACF_E_UNEXPECTED;
 
   if (const auto channels = AAX_STEM_FORMAT_CHANNEL_COUNT(stem);
       effect->acceptsChannels(channels)) {

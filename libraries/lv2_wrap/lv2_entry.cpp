@@ -21,7 +21,7 @@ LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char
     lv2::HostFeatures host = lv2::readFeatures(features);
     for (const lv2::PortLayout& layout : lv2::kPlugins) {
       if (std::strcmp(layout.uri, descriptor->URI) != 0) continue;
-      if (rate >= 1.0) return new lv2::Plugin(layout, rate, host);
+      if (isSampleRate(rate)) return new lv2::Plugin(layout, rate, host);
       lv2_log_error(&host.logger, "Corvanthelis: %g Hz is no sample rate\n", rate);
     }
   } catch (const std::exception&) {

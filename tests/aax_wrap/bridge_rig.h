@@ -61,7 +61,7 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   std::uint32_t AddRef() override { return ++references; }
   std::uint32_t Release() override { return --references; }
   AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override {
-    *hz = 44100.0F;  // that of a new effect, which then has no other latency to tell
+    *hz = rate;
     return rateResult;
   }
   AAX_Result GetInputStemFormat(AAX_EStemFormat* format) const override {
@@ -87,6 +87,7 @@ class EchoingHost final : public AAX_IController, public AAX_IAutomationDelegate
   AAX_IEffectParameters* target = nullptr;
   bool automates = true;
   AAX_Result rateResult = AAX_SUCCESS;
+  AAX_CSampleRate rate = 44100.0F;  // that of a new effect, which then has no other latency to tell
   std::uint32_t references = 0;
   std::int32_t latency = -1;
   int registered = 0;

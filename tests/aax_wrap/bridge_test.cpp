@@ -54,6 +54,12 @@ TEST(AaxBridgeTest, NothingIsTakenFromAHostThatIsNone) {
   EXPECT_EQ(instance.Initialize(rig.host.unknown()), -12345);
   EXPECT_EQ(rig.host.references, 0U);
   rig.host.rateResult = AAX_SUCCESS;
+  const AAX_CSampleRate usual = rig.host.rate;
+  for (const AAX_CSampleRate rate : {0.0F, -48000.0F, 1.1e7F, std::nanf("")}) {
+    rig.host.rate = rate;
+    EXPECT_NE(instance.Initialize(rig.host.unknown()), AAX_SUCCESS) << rate;
+  }
+  rig.host.rate = usual;
   EXPECT_EQ(instance.Initialize(rig.host.unknown()), AAX_SUCCESS);
   EXPECT_NE(instance.Initialize(rig.host.unknown()), AAX_SUCCESS);
   EXPECT_EQ(rig.host.registered, kNumParams + 1);

@@ -148,7 +148,7 @@ TEST_F(AudioEffectTest, ValuesAndAudioPassThroughTheRecord) {
 }
 
 TEST_F(AudioEffectTest, RateAndBlockSizeTakeOnlySenseful) {
-  for (const float rate : {96000.0F, 0.0F, -1.0F, std::numeric_limits<float>::infinity(),
+  for (const float rate : {96000.0F, 0.0F, -1.0F, 1.1e7F, std::numeric_limits<float>::infinity(),
                            std::numeric_limits<float>::quiet_NaN()}) {
     call(record, kEffectSetSampleRate, 0, 0, nullptr, rate);
   }

@@ -1,0 +1,32 @@
+#include "platform/memory_share.h"
+
+#include <atomic>
+
+#include "platform/process.h"
+
+namespace {
+
+constexpr auto kAlone = std::memory_order_relaxed;
+
+std::atomic<int> alive{0};
+std::atomic<int> most{0};  // since memory was given back
+
+}  // namespace
+
+MemoryShare::MemoryShare(bool counts) noexcept : isCounted(counts) {
+  if (!isCounted) return;
+  const int now = alive.fetch_add(1, kAlone) + 1;
+  int before = most.load(kAlone);
+  while (before < now && !most.compare_exchange_weak(before, now, kAlone)) {
+  }
+}
+
+MemoryShare::~MemoryShare() {
+  if (!isCounted) return;
+  const int left = alive.fetch_sub(1, kAlone) - 1;
+  int before = most.load(kAlone);
+  // Not at every one: it takes a look at the whole heap.
+  if (2 * left <= before && most.compare_exchange_strong(before, left, kAlone)) {
+    returnFreedMemory();
+  }
+}
