@@ -31,7 +31,7 @@ constexpr std::size_t kLongestPath = 4095;  // bytes
 
 struct Number {
   const char* key;
-  int EditorState::*field;
+  std::atomic<int> EditorState::*field;
 };
 
 // Whole numbers that are taken as they stand, in the order of the document.
@@ -59,7 +59,8 @@ void addWords(JsonWriter& members, const char* key, const std::array<std::int32_
   members.add(key, jsonCreateIntArray(words.data(), static_cast<int>(kCount)));
 }
 
-void takeNumber(const JsonNode* settings, const char* key, int& field) {
+template <typename Field>
+void takeNumber(const JsonNode* settings, const char* key, Field& field) {
   if (const JsonNode* const node = jsonGetObjectItem(settings, key)) field = node->valueInt;
 }
 
@@ -94,7 +95,7 @@ void takeMode(const JsonNode* settings, EditorState& state) {
   } else if (state.uimode != state.wantedUimode) {
     state.freeWidth = static_cast<int>(state.zoom * EditorState::widthOf(state.wantedUimode));
   }
-  state.uimode = state.wantedUimode;
+  state.uimode = state.wantedUimode.load();
 }
 
 void takeBand(const JsonNode* settings, EditorState& state) {

@@ -1,6 +1,7 @@
 #include "host/plug_base.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -61,6 +62,7 @@ PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRec
       keys(parameterKeys),
       programs(at(std::max(numPrograms, 1))),
       audioChanged(table.size()) {
+  assert(table.size() <= kMostParameters);
   canProcessReplacing();
   canDoubleReplacing();
   for (ParameterRecord& record : parameters) {
@@ -154,13 +156,8 @@ void PlugBase::makeUpForAudio() {
   const bool tellsHost = bankSwitched && notifyAllOnBankSwitch.load(relaxed);
   for (std::int32_t i = 0; i < parameterCount(); ++i) {
     if (!audioChanged[at(i)].exchange(false, relaxed)) continue;
-    const float normalised = getParameter(i);
-    if (tellsHost && i != abParameter) {
-      tellGesture(i, true);
-      AudioEffectX::tellHost(kHostAutomate, i, 0, nullptr, normalised);
-      tellGesture(i, false);
-    }
-    if (AEffEditor* const editor = getEditor()) editor->setParameter(i, normalised);
+    if (tellsHost && i != abParameter) tellAutomated(i);
+    if (AEffEditor* const editor = getEditor()) editor->setParameter(i, getParameter(i));
   }
 }
 
@@ -280,6 +277,7 @@ std::int32_t PlugBase::getProgram() { return curProgram.load(relaxed); }
 
 void PlugBase::setProgram(std::int32_t newProgram) {
   if (newProgram < 0 || at(newProgram) >= programs.size()) return;
+  const StateScope scope(*this);
   const bool wasLoading = isLoading.exchange(true);
   curProgram.store(newProgram, relaxed);
   {
@@ -294,15 +292,20 @@ void PlugBase::setProgram(std::int32_t newProgram) {
 }
 
 void PlugBase::setProgramName(const char* name) {
-  if (name != nullptr) program().setName(name);
+  if (name == nullptr) return;
+  const StateScope scope(*this);
+  program().setName(name);
 }
 
 void PlugBase::getProgramName(char* name) {
-  if (name != nullptr) copyText(program().name, name);
+  if (name == nullptr) return;
+  const StateScope scope(*this);
+  copyText(program().name, name);
 }
 
 bool PlugBase::getProgramNameIndexed(std::int32_t /*category*/, std::int32_t index, char* text) {
   if (text == nullptr || index < 0 || at(index) >= programs.size()) return false;
+  const StateScope scope(*this);
   copyText(programs[at(index)].name, text);
   return true;
 }

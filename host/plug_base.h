@@ -2,9 +2,12 @@
 
 #include <array>
 #include <atomic>
+#include <bitset>
 #include <cstdint>
+#include <mutex>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/audio_effect_x.h"
@@ -25,11 +28,12 @@ struct ChannelLabel {
 ///
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread;
 /// all else on the host's control threads or the message thread. Parameter values are single 32-bit
-/// words, read and written atomically. Texts (program names, channel labels) are for one thread at
-/// a time; so are `undo` and `redo`.
+/// words, read and written atomically. Program names, programs and banks as a whole: `StateScope`.
+/// `undo` and `redo` are for one thread at a time.
 class PlugBase : public AudioEffectX, public IdleClient {
  public:
   static constexpr int kNumBanks = 8;
+  static constexpr std::size_t kMostParameters = 512;
   static constexpr std::size_t kParameterTextCapacity = kTextCapacity;
 
   /// `table` gives the records with the default in `value`; `keys` must outlive the effect. The
@@ -152,6 +156,32 @@ class PlugBase : public AudioEffectX, public IdleClient {
     PlugBase& held;
   };
 
+  /// While it lives, no other thread reads or replaces the state as a whole, its texts included.
+  /// Scopes nest, since the calls that do so are made of each other. Never on the audio thread.
+  ///
+  /// What the host is to hear meanwhile it hears at the end of the outermost scope, each parameter
+  /// once, when the lock is open: it may answer by asking for the state, or want a lock of its own
+  /// whose holder waits for the state.
+  class StateScope {
+   public:
+    explicit StateScope(PlugBase& plug);
+    ~StateScope();
+    StateScope(const StateScope&) = delete;
+    StateScope& operator=(const StateScope&) = delete;
+
+   private:
+    friend class PlugBase;
+    [[nodiscard]] bool keep(std::int32_t opcode, std::int32_t index) noexcept;
+    void tellHost();
+
+    PlugBase& held;
+    bool isOutermost = false;
+    // Messages that wait.
+    std::bitset<kMostParameters> automated;
+    bool programChanged = false;
+    bool latencyChanged = false;
+  };
+
   [[nodiscard]] std::int32_t getSampleCount() const noexcept { return sampleCount.load(relaxed); }
 
  protected:
@@ -173,6 +203,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   void beginRecording(std::int32_t index);
   void endRecording(std::int32_t index);
 
+  [[nodiscard]] bool keepsMessage(std::int32_t opcode, std::int32_t index) noexcept override;
   /// Declares the latency in samples; a change is told to the host.
   void declareLatency(std::int32_t samples);
   /// Counts processed samples, wrapping around; audio thread.
@@ -205,10 +236,10 @@ class PlugBase : public AudioEffectX, public IdleClient {
   [[nodiscard]] std::int32_t takeBankParameter(float normalised) noexcept;
   void snapBank(std::int32_t bank) noexcept;
   [[nodiscard]] float bankValue(std::int32_t bank, std::int32_t index) const noexcept;
-  void applyFromBank(std::int32_t index, float normalised, bool tellHost);
   void storeParameter(std::int32_t index, float normalised) noexcept;
   void switchBankFromAudio(std::int32_t bank) noexcept;
   void tellGesture(std::int32_t index, bool begins);
+  void tellAutomated(std::int32_t index);  // the present value, in a gesture of its own
   [[nodiscard]] float historyValue(std::int32_t id) const noexcept;
   void stepHistory(bool towardsRedo);
   void restoreParameter(HistoryEntry entry, bool towardsRedo);
@@ -219,6 +250,9 @@ class PlugBase : public AudioEffectX, public IdleClient {
   }
   [[nodiscard]] bool hostShowsPinsAsSpeakers();
 
+  std::recursive_mutex stateMutex;
+  StateScope* outermostScope = nullptr;       // under `stateMutex`
+  std::atomic<std::thread::id> stateOwner{};  // the thread that holds it
   std::atomic<bool> audioChangedValues{false};
   std::atomic<int> historyGroups{0};              // open ones; a group within a group is part of it
   std::atomic<std::int32_t> audioBankSwitch{-1};  // the bank that the audio thread switched to

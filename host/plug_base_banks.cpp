@@ -41,6 +41,7 @@ float PlugBase::bankValue(std::int32_t bank, std::int32_t index) const noexcept 
 
 void PlugBase::switchBank(std::int32_t bank) {
   if (!isBank(bank)) return;
+  const StateScope scope(*this);
   isLoading.store(true);
   curBank.store(bank, relaxed);
   snapBank(bank);
@@ -48,7 +49,9 @@ void PlugBase::switchBank(std::int32_t bank) {
     const UpdateBatch batch(*this);
     const bool tellsHost = notifyAllOnBankSwitch.load(relaxed);
     for (std::int32_t i = 0; i < parameterCount(); ++i) {
-      if (i != abParameter) applyFromBank(i, bankValue(bank, i), tellsHost);
+      if (i == abParameter) continue;
+      setParameter(i, bankValue(bank, i));
+      if (tellsHost) tellAutomated(i);
     }
   }
   if (AEffEditor* const editor = getEditor()) {
@@ -58,14 +61,6 @@ void PlugBase::switchBank(std::int32_t bank) {
   }
   isLoading.store(false);
   updateDsp(true);
-}
-
-void PlugBase::applyFromBank(std::int32_t index, float normalised, bool tellsHost) {
-  if (tellsHost) tellGesture(index, true);
-  setParameter(index, normalised);
-  if (!tellsHost) return;
-  tellHost(kHostAutomate, index, 0, nullptr, normalisedValue(index));
-  tellGesture(index, false);
 }
 
 void PlugBase::switchBankFromAudio(std::int32_t bank) noexcept {
@@ -79,6 +74,7 @@ void PlugBase::switchBankFromAudio(std::int32_t bank) noexcept {
 
 void PlugBase::copyToBank(std::int32_t bank) {
   if (!isBank(bank)) return;
+  const StateScope scope(*this);
   for (std::int32_t i = 0; i < parameterCount(); ++i) {
     storeShared(banks[at(bank)].values[at(i)], getParameter(i));
   }

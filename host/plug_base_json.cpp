@@ -72,7 +72,8 @@ void PlugBaseJSON::setProgramName(const char* name) {
 
 void PlugBaseJSON::resume() {
   PlugBase::resume();
-  std::string().swap(chunkCache);
+  const StateScope scope(*this);
+  chunkCache.reset();
   markChanged();
 }
 
@@ -86,41 +87,61 @@ float PlugBaseJSON::convertLoadedValue(std::int32_t /*index*/, double value) con
 
 std::int32_t PlugBaseJSON::getChunk(void** data, bool isPreset) {
   if (data == nullptr) return 0;
-  const auto handOut = [this, data] {
-    *data = chunkCache.data();
-    return static_cast<std::int32_t>(chunkCache.size());
-  };
-  if (!isPreset && !chunkCache.empty() && !chunkDirty.load(std::memory_order_acquire)) {
-    return handOut();
-  }
-  // Before the values are read: what changes meanwhile marks the state again. An exchange, so that
-  // the values behind a mark that it takes away are seen.
-  const bool settles = !isPreset && chunkCacheEnabled;
-  if (settles) chunkDirty.exchange(false);
+  const StateScope scope(*this);
   try {
-    if (!buildChunk(isPreset)) markChanged();
-    return handOut();
+    if (isPreset || !chunkCache || chunkDirty.load(std::memory_order_acquire)) {
+      // Before the values are read: what changes meanwhile marks the state again. An exchange, so
+      // that the values behind a mark that it takes away are seen.
+      if (!isPreset && chunkCacheEnabled) chunkDirty.exchange(false);
+      bool isPacked = false;
+      chunkCache = std::make_shared<const std::string>(buildChunk(isPreset, isPacked));
+      if (!isPacked) markChanged();
+    }
+    keepFor(std::this_thread::get_id(), chunkCache);
   } catch (const std::bad_alloc&) {
     markChanged();
     *data = nullptr;
     return 0;
   }
+  *data = const_cast<char*>(chunkCache->data());
+  return static_cast<std::int32_t>(chunkCache->size());
 }
 
-/// Fills the cache; false when it could not be packed and holds the plain text.
-bool PlugBaseJSON::buildChunk(bool isPreset) {
+/// A thread may still read what it was handed when another one asks.
+void PlugBaseJSON::keepFor(std::thread::id reader, const Chunk& chunk) {
+  constexpr std::size_t kMostReaders = 16;  // more than hosts have: most threads of old are gone
+  std::erase_if(handedOut, [reader](const auto& entry) { return entry.first == reader; });
+  handedOut.reserve(kMostReaders);
+  if (handedOut.size() == kMostReaders) handedOut.erase(handedOut.begin());
+  handedOut.emplace_back(reader, chunk);
+}
+
+std::string PlugBaseJSON::document(bool isPreset) {
+  const StateScope scope(*this);
+  try {
+    bool isPacked = false;
+    return buildChunk(isPreset, isPacked);
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
+
+/// The plain text, with `isPacked` false, when it could not be packed.
+std::string PlugBaseJSON::buildChunk(bool isPreset, bool& isPacked) {
   const JsonTree tree = saveState(isPreset);
   const JsonText text(jsonPrintFormatted(tree.get()));
   if (text == nullptr) throw std::bad_alloc();
-  chunkCache.assign(text.get(), std::strlen(text.get()) + 1);
+  std::string chunk(text.get(), std::strlen(text.get()) + 1);
+  isPacked = true;
   const std::int32_t level = chunkLevel.load(relaxed);
-  if (level == 0) return true;
-  auto packed = packChunk(chunkCache, level);
-  if (packed) chunkCache = std::move(*packed);
-  return packed.has_value();
+  if (level == 0) return chunk;
+  auto packed = packChunk(chunk, level);
+  isPacked = packed.has_value();
+  return packed ? std::move(*packed) : chunk;
 }
 
 std::int32_t PlugBaseJSON::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
+  const StateScope scope(*this);
   markChanged();
   if (data == nullptr || byteSize < 0) return 0;
   std::string text;

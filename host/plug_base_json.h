@@ -2,7 +2,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "host/plug_base.h"
 #include "state/json_document.h"
@@ -11,7 +15,8 @@
 /// preset form holds the present program alone. A value is stored where it differs from its default
 /// and reads as the default where it is missing.
 ///
-/// Threads: `getChunk` and `setChunk` on any thread but the audio thread, one at a time.
+/// Threads: `getChunk` and `setChunk` on any thread but the audio thread, one after the other by
+/// themselves.
 class PlugBaseJSON : public PlugBase {
  public:
   PlugBaseJSON(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
@@ -24,8 +29,11 @@ class PlugBaseJSON : public PlugBase {
   void resume() override;
 
   /// The document, packed unless the compression level is 0. `*data` is valid until the next call
-  /// and until `resume`. Where nothing has changed since the last full form, that is handed out.
+  /// on the same thread. Where nothing has changed since the last full form, that is handed out.
   std::int32_t getChunk(void** data, bool isPreset) override;
+  /// The same for the product's own use, of this moment; what hosts were handed stays. Empty
+  /// without memory.
+  [[nodiscard]] std::string document(bool isPreset);
   /// Takes a packed or a plain document; one that is none changes no value, and `chunkRefused`
   /// tells. Returns `byteSize`; 0 for null `data` and for less than no bytes.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
@@ -62,10 +70,12 @@ class PlugBaseJSON : public PlugBase {
   std::atomic<bool> chunkDirty{true};
   std::atomic<std::int32_t> chunkLevel{9};
   bool chunkCacheEnabled = false;  // only then a full form is kept for the next request
-  std::string chunkCache;          // what was handed out last
 
  private:
-  [[nodiscard]] bool buildChunk(bool isPreset);
+  using Chunk = std::shared_ptr<const std::string>;
+
+  [[nodiscard]] std::string buildChunk(bool isPreset, bool& isPacked);
+  void keepFor(std::thread::id reader, const Chunk& chunk);
   void saveParameters(JsonNode* object, const ProgramRecord& record) const;
   void loadParameters(const JsonNode* object, ProgramRecord& record) const;
   void saveProgram(JsonNode* object, std::int32_t index);
@@ -75,4 +85,7 @@ class PlugBaseJSON : public PlugBase {
   void loadBanks(const JsonNode* list);
 
   std::atomic<bool> refused{false};
+  // In a `StateScope`.
+  Chunk chunkCache;                                          // what was handed out last
+  std::vector<std::pair<std::thread::id, Chunk>> handedOut;  // to each thread last
 };

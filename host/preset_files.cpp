@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -17,6 +16,7 @@ constexpr const char* kFactoryMenu = "Factory";
 constexpr const char* kOpenTitle = "Select preset file";
 constexpr const char* kOpenFolder = "~/Desktop";
 constexpr const char* kSaveTitle = "Choose destination filename";
+constexpr int kMostTold = 3;  // presets that a step passes over, one by one
 
 /// The last part of a path, cut at its last dot.
 struct FileName {
@@ -44,16 +44,17 @@ class FileLoadingScope {
   EditorState& editor;
 };
 
-/// Reads a file that a document is in; else tells the user.
-bool readDocument(const std::string& path, std::string& bytes) {
+/// Reads a file that a document is in; else tells the user, if `tells`.
+bool readDocument(const std::string& path, std::string& bytes, bool tells = true) {
   const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes);
   const bool isTooLarge = error == std::errc::file_too_large;
   if (error && !isTooLarge) {
-    reportFileError(path, "rb");
+    if (tells) reportFileError(path, "rb");
     return false;
   }
-  if (!isTooLarge && holdsDocument(bytes)) return true;
   // Before anything is applied: locks and links would go even where a document is refused.
+  const bool isDocument = !isTooLarge && holdsDocument(bytes);
+  if (isDocument || !tells) return isDocument;
   reportFileContent(
       path,
       bytes.empty() && !isTooLarge ? "is empty" : "holds no settings, or they have been damaged",
@@ -74,6 +75,7 @@ void PresetFiles::buildPresetMenu() {
     walkPresetFolder(*submenu, factory, kPresetExtension);
     built->entries.push_back({kFactoryMenu, std::move(submenu)});
   }
+  const PlugBase::StateScope scope(plug);
   menu = std::move(built);
   updatePresetButtons();
 }
@@ -82,57 +84,88 @@ const PresetMenu* PresetFiles::findMenu(std::string_view path) const {
   return menu == nullptr || path.empty() ? nullptr : menu->findSubmenu(path);
 }
 
-const PresetMenu* PresetFiles::currentPresetMenu() const {
-  return findMenu(editor.lastPresetFolder);
+const PresetMenu* PresetFiles::currentPresetMenu() const { return findMenu(place().folder); }
+
+PresetFiles::Place PresetFiles::place() const {
+  const PlugBase::StateScope scope(plug);
+  return {editor.lastPresetFolder, editor.lastPreset};
 }
 
 void PresetFiles::setPlace(const Place& wanted) {
+  const PlugBase::StateScope scope(plug);
   editor.lastPresetFolder = wanted.folder;
   editor.lastPreset = wanted.index;
   plug.markChanged();
   updatePresetButtons();
 }
 
+/// Null beyond the ends.
+const PresetMenu::Entry* PresetFiles::Target::entry() const noexcept {
+  const auto count = static_cast<std::int64_t>(menu->entries.size());
+  return index >= 0 && index < count ? &menu->entries[static_cast<std::size_t>(index)] : nullptr;
+}
+
+/// Where a step leads. A document may name any place at all.
+PresetFiles::Target PresetFiles::targetOf(int by) const {
+  const Place here = place();
+  if (const PresetMenu* const current = findMenu(here.folder)) {
+    return {current, std::int64_t{here.index} + by};
+  }
+  return {menu.get(), 0};
+}
+
 void PresetFiles::choosePreset(std::string_view menuPath, int index) {
-  if (findMenu(menuPath) != nullptr) moveTo({std::string(menuPath), index});
+  const PresetMenu* const chosen = findMenu(menuPath);
+  if (chosen != nullptr && clampPlace({chosen, index})) loadEntry({chosen, index});
+}
+
+void PresetFiles::loadCurrentPreset() {
+  const Target here = targetOf(0);
+  if (here.menu != nullptr && clampPlace(here)) loadEntry(here);
 }
 
 void PresetFiles::step(int by) {
-  // A document may name any place at all.
-  const std::int64_t wanted = std::int64_t{editor.lastPreset} + by;
-  constexpr std::int64_t kHighest = std::numeric_limits<int>::max();
-  moveTo(
-      {editor.lastPresetFolder, static_cast<int>(std::clamp(wanted, std::int64_t{-1}, kHighest))});
-}
-
-void PresetFiles::moveTo(const Place& wanted) {
-  const Place before = place();
-  setPlace(wanted);
-  if (!loadCurrent(before)) setPlace(before);
-}
-
-/// False when the place is none that could be loaded; one beyond the ends moves to the end instead.
-bool PresetFiles::loadCurrent(const Place& comesFrom) {
-  if (currentPresetMenu() == nullptr && menu != nullptr) setPlace({menu->path, 0});
-  const PresetMenu* const current = currentPresetMenu();
-  if (current == nullptr) return false;
-  const auto count = static_cast<int>(current->entries.size());
-  if (editor.lastPreset < 0 || editor.lastPreset >= count) {
-    setPlace({current->path, editor.lastPreset < 0 ? 0 : std::max(count - 1, 0)});
-    return true;
+  Target target = targetOf(by);
+  if (target.menu == nullptr || !clampPlace(target)) return;
+  if (target.menu != currentPresetMenu()) by = 1;  // without a place
+  int failures = 0;
+  for (; target.entry() != nullptr; target.index += by) {
+    if (target.entry()->submenu != nullptr || loadEntry(target, failures < kMostTold)) break;
+    ++failures;
   }
-  const PresetMenu::Entry& entry = current->entries[static_cast<std::size_t>(editor.lastPreset)];
+  if (failures <= kMostTold) return;
+  reportFileContent(
+      target.menu->path,
+      "holds " + std::to_string(failures - kMostTold) + " more presets that cannot be loaded",
+      "They have been passed over");
+}
+
+/// False for an index beyond the ends, to which the place then moves.
+bool PresetFiles::clampPlace(const Target& target) {
+  if (target.entry() != nullptr) return true;
+  const auto count = static_cast<int>(target.menu->entries.size());
+  setPlace({target.menu->path, target.index < 0 ? 0 : std::max(count - 1, 0)});
+  return false;
+}
+
+/// False, with nothing changed, when it is none that can be loaded, of which the user is told if
+/// `tells`.
+bool PresetFiles::loadEntry(const Target& target, bool tells) {
+  const PresetMenu::Entry& entry = *target.entry();
   if (entry.submenu != nullptr) return false;
-  return loadFile(current->path + entry.text + "." + kPresetExtension, true, entry.text, comesFrom);
+  std::string bytes;
+  const std::string path = target.menu->path + entry.text + "." + kPresetExtension;
+  if (!readDocument(path, bytes, tells)) return false;
+  const PlugBase::StateScope scope(plug);
+  const Place to = {target.menu->path, static_cast<int>(target.index)};
+  return takeDocument(bytes, true, entry.text, place(), to);
 }
 
 bool PresetFiles::previousEnabled() const { return editor.lastPreset > 0; }
 
 bool PresetFiles::nextEnabled() const {
-  const PresetMenu* const current = currentPresetMenu();
-  if (current == nullptr || editor.lastPreset < 0) return false;
-  const std::size_t next = static_cast<std::size_t>(editor.lastPreset) + 1;
-  return next < current->entries.size() && current->entries[next].submenu == nullptr;
+  const Target next = targetOf(1);
+  return next.menu != nullptr && next.entry() != nullptr && next.entry()->submenu == nullptr;
 }
 
 void PresetFiles::savePresetDialog(Dialogs& dialogs, const std::string& extension, bool isPreset) {
@@ -150,21 +183,33 @@ void PresetFiles::savePresetDialog(Dialogs& dialogs, const std::string& extensio
 }
 
 bool PresetFiles::savePreset(const std::string& path, const std::string& extension, bool isPreset) {
-  const std::string oldName = programName();
-  const std::string oldFolder = editor.lastPresetFolder;
-  if (menu != nullptr && currentPresetMenu() == nullptr) editor.lastPresetFolder.clear();
   const FileName file = splitName(path);
-  if (file.extension == extension) plug.setProgramName(file.base.c_str());
-  const std::string bytes = document(isPreset);
-  if (!bytes.empty() && !writeWholeFile(path, bytes)) {
-    editor.presetMenuStale = true;
-    updatePresetButtons();
-    return true;
+  const bool isNamed = file.extension == extension;
+  const bool isHomeless = menu != nullptr && currentPresetMenu() == nullptr;
+  const auto take = [&](const std::string& name, const std::string& folder) {
+    if (isNamed) plug.setProgramName(name.c_str());
+    if (isHomeless) editor.lastPresetFolder = folder;
+  };
+  std::string bytes;
+  {
+    // The document has them already, the program only once it is written.
+    const PlugBase::StateScope scope(plug);
+    const std::string oldName = programName();
+    const std::string oldFolder = editor.lastPresetFolder;
+    take(file.base, "");
+    bytes = plug.document(isPreset);
+    take(oldName, oldFolder);
   }
-  reportFileError(path, "wb");
-  plug.setProgramName(oldName.c_str());
-  editor.lastPresetFolder = oldFolder;
-  return false;
+  if (bytes.empty() || writeWholeFile(path, bytes)) {
+    reportFileError(path, "wb");
+    return false;
+  }
+  const PlugBase::StateScope scope(plug);
+  take(file.base, "");
+  plug.markChanged();
+  editor.presetMenuStale = true;
+  updatePresetButtons();
+  return true;
 }
 
 void PresetFiles::loadPresetDialog(Dialogs& dialogs, const std::string& extension) {
@@ -178,21 +223,23 @@ bool PresetFiles::loadPresetFile(const std::string& path) {
   const FileName file = splitName(path);
   const bool isPreset = file.extension != kBankExtension;
   const bool isNamed = !isPreset || file.extension == kPresetExtension;
-  return loadFile(path, isPreset, isNamed ? file.base : std::string(), {{}, -1});
-}
-
-/// An empty `name` leaves that of the file's document.
-bool PresetFiles::loadFile(const std::string& path, bool isPreset, std::string_view name,
-                           const Place& comesFrom) {
-  const FileLoadingScope loading(editor);
   std::string bytes;
   if (!readDocument(path, bytes)) return false;
-  undoStates.push_back(takeSnapshot(isPreset, comesFrom));
-  const Place here = place();
+  const PlugBase::StateScope scope(plug);
+  return takeDocument(bytes, isPreset, isNamed ? file.base : std::string(), {{}, -1}, place());
+}
+
+/// In a scope. An empty `name` leaves that of the document. What is undone returns to `from`; a
+/// preset, which may hold the place where it was saved, leads to `to`.
+bool PresetFiles::takeDocument(const std::string& bytes, bool isPreset, const std::string& name,
+                               const Place& from, const Place& to) {
+  const FileLoadingScope loading(editor);
+  StateSnapshot before = takeSnapshot(isPreset, from);
+  if (before.data.empty()) return false;
+  undoStates.push_back(std::move(before));
   plug.setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), isPreset);
-  // A preset may hold the place where it was saved.
-  if (isPreset) setPlace(here);
-  if (!name.empty()) plug.setProgramName(std::string(name).c_str());
+  if (isPreset) setPlace(to);
+  if (!name.empty()) plug.setProgramName(name.c_str());
   updatePresetButtons();
   const std::int32_t marker = isPreset ? historyPresetLoad : historyBankLoad;
   plug.beginEdit(marker);
@@ -202,6 +249,7 @@ bool PresetFiles::loadFile(const std::string& path, bool isPreset, std::string_v
 }
 
 void PresetFiles::restoreSnapshot(bool isPreset, bool towardsRedo) {
+  const PlugBase::StateScope scope(plug);
   std::vector<StateSnapshot>& from = towardsRedo ? redoStates : undoStates;
   std::vector<StateSnapshot>& to = towardsRedo ? undoStates : redoStates;
   if (from.empty()) return;
@@ -219,16 +267,7 @@ void PresetFiles::restoreSnapshot(bool isPreset, bool towardsRedo) {
 }
 
 StateSnapshot PresetFiles::takeSnapshot(bool isPreset, const Place& toReturnTo) {
-  return {document(isPreset), isPreset, toReturnTo.index, toReturnTo.folder};
-}
-
-std::string PresetFiles::document(bool isPreset) {
-  // What was handed out last must not pass for a document of this moment, or for one of this form.
-  plug.markChanged();
-  void* data = nullptr;
-  const std::int32_t size = plug.getChunk(&data, isPreset);
-  if (data == nullptr) return {};
-  return {static_cast<const char*>(data), static_cast<std::size_t>(size)};
+  return {plug.document(isPreset), isPreset, toReturnTo.index, toReturnTo.folder};
 }
 
 std::string PresetFiles::programName() {
@@ -241,6 +280,6 @@ bool PresetFiles::saveAsDefault() {
   if (defaultBankPath.empty()) return false;
   const std::string folder = defaultBankPath.substr(0, defaultBankPath.find_last_of('/'));
   if (makeFolders(folder)) return false;
-  const std::string bytes = document(false);
+  const std::string bytes = plug.document(false);
   return !bytes.empty() && !writeWholeFile(defaultBankPath, bytes);
 }

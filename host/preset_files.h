@@ -25,7 +25,8 @@ struct StateSnapshot {
 ///
 /// The place is `lastPresetFolder` and `lastPreset` of the editor's state, so that documents carry
 /// it. A preset never moves it by what it holds itself. Whatever fails is told by `Alerts` and
-/// leaves everything as it was. Threads: message thread.
+/// leaves everything as it was. Threads: message thread, also while hosts save and load on others;
+/// no dialog and no file holds these up.
 class PresetFiles {
  public:
   /// All three must outlive it.
@@ -43,10 +44,11 @@ class PresetFiles {
   /// Loads an entry of the menu with this `path`, which the place then is.
   void choosePreset(std::string_view menuPath, int index);
   // To the entry before or behind the place, in the same menu and not beyond its ends or into a
-  // submenu. Without a place the first entry of the root is loaded.
+  // submenu; past what cannot be loaded, of which the user is told, to the next that can. Where no
+  // other can, the place stays. Without a place the first entry of the root is loaded.
   void nextPreset() { step(1); }
   void previousPreset() { step(-1); }
-  void loadCurrentPreset() { moveTo(place()); }
+  void loadCurrentPreset();
   [[nodiscard]] bool previousEnabled() const;
   [[nodiscard]] bool nextEnabled() const;
 
@@ -71,16 +73,24 @@ class PresetFiles {
     int index = 0;
   };
 
+  /// An entry of a menu, or what lies beyond its ends.
+  struct Target {
+    [[nodiscard]] const PresetMenu::Entry* entry() const noexcept;
+
+    const PresetMenu* menu = nullptr;
+    std::int64_t index = 0;
+  };
+
   [[nodiscard]] const PresetMenu* findMenu(std::string_view path) const;
-  [[nodiscard]] Place place() const { return {editor.lastPresetFolder, editor.lastPreset}; }
+  [[nodiscard]] Place place() const;
   void setPlace(const Place& wanted);
+  [[nodiscard]] Target targetOf(int by) const;
   void step(int by);
-  void moveTo(const Place& wanted);
-  [[nodiscard]] bool loadCurrent(const Place& comesFrom);
-  [[nodiscard]] bool loadFile(const std::string& path, bool isPreset, std::string_view name,
-                              const Place& comesFrom);
+  [[nodiscard]] bool clampPlace(const Target& target);
+  bool loadEntry(const Target& target, bool tells = true);
+  bool takeDocument(const std::string& bytes, bool isPreset, const std::string& name,
+                    const Place& from, const Place& to);
   [[nodiscard]] StateSnapshot takeSnapshot(bool isPreset, const Place& toReturnTo);
-  [[nodiscard]] std::string document(bool isPreset);
   [[nodiscard]] std::string programName();
   void updatePresetButtons() { editor.presetNameStale = true; }
 

@@ -65,19 +65,25 @@ UiSettings::UiSettings(const char* text) : table(jsonParse(text)) {
 }
 
 double UiSettings::getUiValue(std::string_view group, std::string_view key) const {
+  const PlugBaseMutex::Scope lock(mutex);
   const JsonNode* const value = findValue(table, group, key);
   return value ? value->valueDouble : 0.0;
 }
 
 void UiSettings::setUiValue(std::string_view group, std::string_view key, double value) {
-  JsonNode* const target = findValue(table, group, key);
   const JsonTree number(jsonCreateNumber(value));
+  const PlugBaseMutex::Scope lock(mutex);
+  JsonNode* const target = findValue(table, group, key);
   if (target && number) setNumber(*target, number->valueInt, number->valueDouble);
 }
 
-JsonTree UiSettings::save() const { return table ? copyOf(*table) : nullptr; }
+JsonTree UiSettings::save() const {
+  const PlugBaseMutex::Scope lock(mutex);
+  return table ? copyOf(*table) : nullptr;
+}
 
 void UiSettings::merge(const JsonNode* uiprefs) {
+  const PlugBaseMutex::Scope lock(mutex);
   int index = 0;
   for (const JsonNode* group = table ? table->child : nullptr; group; group = group->next) {
     mergeGroup(*group, findMember(uiprefs, index++, group->key));

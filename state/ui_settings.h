@@ -3,10 +3,11 @@
 #include <string>
 #include <string_view>
 
+#include "platform/plug_base_mutex.h"
 #include "state/json_document.h"
 
 /// The graph options of one instance: groups of entries, each with its value, its texts or its
-/// limits. Threads: message thread, and the host's state calls, one at a time.
+/// limits. Threads: any but the audio thread; takes a lock of its own.
 class UiSettings {
  public:
   /// `text`: the table of the program. One that does not parse leaves no options, and the standard
@@ -25,5 +26,6 @@ class UiSettings {
   void merge(const JsonNode* uiprefs);
 
  private:
-  JsonTree table;
+  JsonTree table;  // under `mutex`; its shape never changes
+  mutable PlugBaseMutex mutex;
 };

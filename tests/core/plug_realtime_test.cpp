@@ -4,13 +4,17 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
+#include <mutex>
 #include <optional>
 #include <random>
 #include <thread>
 
+#include "state/chunk_codec.h"
 #include "tests/core/plug_rig.h"
 #include "tests/support/realtime_guard.h"
 #include "tests/support/seccomp_child.h"
+#include "tests/support/test_directory.h"
 
 namespace {
 
@@ -174,6 +178,50 @@ void workOnStates(Plug& plug, std::mt19937& random) {
   }
 }
 
+/// Preset files, on the message thread, and what they show.
+void workOnFiles(Plug& plug, std::mt19937& random) {
+  PresetFiles& files = plug.presetFiles();
+  EditorState& editor = plug.editorState();
+  const std::string path = plug.machine().folders().presets() + std::to_string(random() % 3);
+  switch (random() % 6) {
+    case 0:
+      EXPECT_TRUE(files.savePreset(path + "." + kPresetExtension, kPresetExtension, true));
+      return;
+    case 1:
+      files.buildPresetMenu();
+      return;
+    case 2:
+      files.nextPreset();
+      return;
+    case 3:
+      files.previousPreset();
+      return;
+    case 4:
+      EXPECT_TRUE(files.savePreset(path + "." + kBankExtension, kBankExtension, false));
+      files.loadPresetFile(path + "." + kBankExtension);
+      return;
+    default:
+      editor.lastListen = editor.currentBand + 1;
+      editor.currentBand = static_cast<int>(random() % kNumBands);
+      plug.uiSettings().setUiValue("Graph", "Range", static_cast<double>(random() % 6));
+  }
+}
+
+/// A host that saves and loads sessions on a thread of its own, as a whole each.
+void keepSession(Plug& plug, std::mt19937& random) {
+  void* data = nullptr;
+  const bool isPreset = random() % 4 == 0;
+  const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
+  const std::string chunk(static_cast<const char*>(data), size);
+  EXPECT_TRUE(holdsDocument(chunk));
+  if (random() % 4 == 0) {
+    plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), isPreset);
+  }
+  std::array<char, 2 * ProgramRecord::kNameCapacity> name{};
+  plug.getProgramName(name.data());
+  plug.setProgramName(random() % 2 == 0 ? "A" : "Another name, longer than any text holds itself");
+}
+
 /// A controller on the audio thread, which learns now and then.
 void turnController(Plug& plug, std::mt19937& random) {
   VstMidiEvent event{};
@@ -241,10 +289,26 @@ void expectAsNew(PlugRig& rig) {
   EXPECT_TRUE(sounds[0].channels == sounds[1].channels);
 }
 
-// Under the thread sanitizer: everything that other threads may do, beside audio at full speed.
+// Under the thread sanitizer: everything that other threads may do, beside audio at full speed. The
+// host has a lock of its own, held when it asks for the state and wanted when it is told of things.
 TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
-  PlugRig rig;
+  const TestDirectory directory;
+  PlugRig rig({}, 48000.0, {directory.path("user"), ""});
+  std::filesystem::create_directories(directory.path("user/Presets"));
+  std::recursive_mutex hostLock;
+  std::atomic<int> told{0};
+  rig.onAutomate = [&] {
+    const std::lock_guard guard(hostLock);
+    void* data = nullptr;
+    EXPECT_TRUE(++told % 1000 != 0 || rig.plug.getChunk(&data, false) > 0);
+  };
   std::atomic<bool> done{false};
+  std::thread session([&] {
+    for (std::mt19937 random(4); !done && !testing::Test::HasFailure();) {
+      const std::lock_guard guard(hostLock);
+      keepSession(rig.plug, random);
+    }
+  });
   std::thread automation([&] {
     for (std::mt19937 random(1); !done;) turnAny(rig.plug, random);
   });
@@ -253,6 +317,7 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
       turnAny(rig.plug, random);
       workOnBands(rig.plug, random);
       workOnStates(rig.plug, random);
+      workOnFiles(rig.plug, random);
       rig.plug.onIdle();
       EXPECT_TRUE(std::isfinite(look(rig.plug, random)));
     }
@@ -275,8 +340,7 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     }
   }
   done = true;
-  automation.join();
-  message.join();
+  for (std::thread* const each : {&automation, &message, &session}) each->join();
   BandLayout::List all = rig.plug.getEngine().layout.orderList;
   std::sort(all.begin(), all.end());
   EXPECT_EQ(all, (BandLayout::List{0, 1, 2, 3, 4, 5, 6, 7}));

@@ -27,8 +27,9 @@ class PlugRig {
   using Settings = std::initializer_list<std::pair<const char*, double>>;
 
   PlugRig() : PlugRig({}) {}
-  explicit PlugRig(const Settings& settings, double rate = 48000.0)
-      : plug(
+  explicit PlugRig(const Settings& settings, double rate = 48000.0, InstallFolders folders = {})
+      : machine(std::make_unique<MemoryStore>(), std::move(folders)),
+        plug(
             &PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }, machine) {
     plug.getAeffect()->user = this;
     plug.setSampleRate(static_cast<float>(rate));
@@ -63,7 +64,7 @@ class PlugRig {
   // Milliseconds that pass at each look at the clock. At a tick of 100, redesigns never wait.
   std::atomic<std::int64_t> clockStep{100};
   std::atomic<std::int64_t> now{0};
-  Machine machine{std::make_unique<MemoryStore>(), {}};  // nobody else's
+  Machine machine;  // nobody else's
   Plug plug;
   std::atomic<std::intptr_t> processLevel{2};
   std::function<void()> onAutomate;  // called at every automation message

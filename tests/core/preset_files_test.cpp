@@ -235,13 +235,53 @@ TEST_F(PresetSteps, GoFromFileToFileAndUndoGoesBackAndOnFromThere) {
   expectAt("2 B.v2", 0.25F, "Presets", 1, true, true);
 }
 
+// Damaged and vanished presets are told of, one by one while they are few, and passed over; where
+// no other can be loaded, all stays.
+TEST_F(PresetSteps, PassOverWhatCannotBeLoaded) {
+  EXPECT_TRUE(rig.files.nextEnabled()) << "on a fresh instance";
+  EXPECT_FALSE(rig.files.previousEnabled());
+  writeBytes(rig.path("1 A.CorvanthelisPreset"), "damaged");
+  rig.files.nextPreset();
+  EXPECT_EQ(rig.takeWarnings().size(), 1U);
+  expectAt("2 B.v2", 0.25F, "Presets", 1, true, true);
+  for (int i = 3; i < 10; ++i) {
+    rig.makePreset(std::to_string(i) + " L.CorvanthelisPreset", 0.75F);
+  }
+  rig.files.buildPresetMenu();
+  rig.files.choosePreset(rig.path(""), 1);
+  for (int i = 3; i < 10; ++i) {
+    std::filesystem::remove(rig.path(std::to_string(i) + " L.CorvanthelisPreset"));
+  }
+  const auto expectTold = [this] {
+    const Texts told = rig.takeWarnings();
+    ASSERT_EQ(told.size(), 4U);
+    EXPECT_NE(told[3].find("holds 4 more presets that cannot be loaded"), std::string::npos);
+  };
+  rig.files.nextPreset();
+  expectTold();
+  expectAt("10 C", 0.375F, "Presets", 9, true, false);
+  rig.files.previousPreset();
+  expectTold();
+  expectAt("2 B.v2", 0.25F, "Presets", 1, true, true);
+  rig.plug.undo();
+  expectAt("10 C", 0.375F, "Presets", 9, true, false);
+  rig.plug.redo();
+  std::filesystem::remove(rig.path("10 C.CorvanthelisPreset"));
+  const std::string before = rig.document();
+  rig.files.nextPreset();
+  rig.files.previousPreset();
+  EXPECT_EQ(rig.takeWarnings().size(), 3U + 1U + 1U);
+  EXPECT_EQ(rig.document(), before);
+  expectAt("2 B.v2", 0.25F, "Presets", 1, true, true);
+}
+
 TEST_F(PresetSteps, OutliveTheMenuAndTheSession) {
   rig.files.choosePreset(rig.path(""), 0);
   rig.files.choosePreset(rig.path("Sub/"), 0);
   std::filesystem::remove_all(rig.path("Sub"));
   rig.files.buildPresetMenu();
   EXPECT_EQ(rig.files.currentPresetMenu(), nullptr);
-  EXPECT_FALSE(rig.files.nextEnabled());
+  EXPECT_TRUE(rig.files.nextEnabled()) << "to the first one of all";
   rig.plug.undo();
   expectAt("1 A", 0.125F, "Presets", 0, false, true);
   rig.plug.redo();
