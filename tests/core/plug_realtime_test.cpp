@@ -153,9 +153,23 @@ void workOnBands(Plug& plug, std::mt19937& random) {
   }
 }
 
+/// A host that saves a session and may load it again.
+void keepSession(Plug& plug, std::mt19937& random) {
+  void* data = nullptr;
+  const bool isPreset = random() % 4 == 0;
+  const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
+  const std::string chunk(static_cast<const char*>(data), size);
+  EXPECT_TRUE(holdsDocument(chunk));
+  if (random() % 4 == 0) {
+    plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), isPreset);
+  }
+  std::array<char, 2 * ProgramRecord::kNameCapacity> name{};
+  plug.getProgramName(name.data());
+  plug.setProgramName(random() % 2 == 0 ? "A" : "Another name, longer than any text holds itself");
+}
+
 /// What an editor's buttons and a host do to the whole state.
 void workOnStates(Plug& plug, std::mt19937& random) {
-  void* data = nullptr;
   switch (random() % 8) {
     case 0:
       plug.undo();
@@ -166,12 +180,9 @@ void workOnStates(Plug& plug, std::mt19937& random) {
     case 2:
       plug.switchBank(static_cast<int>(random() % Plug::kNumBanks));
       return;
-    case 3: {
-      const auto size = static_cast<std::size_t>(plug.getChunk(&data, random() % 2 == 0));
-      const std::string chunk(static_cast<const char*>(data), size);
-      plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), random() % 2 == 0);
+    case 3:
+      keepSession(plug, random);
       return;
-    }
     default:
       plug.setLinked(static_cast<int>(random() % kNumParams), random() % 2 == 0);
       plug.machine().midiMap().setLearnTarget(static_cast<int>(random() % kBandOrder));
@@ -205,21 +216,6 @@ void workOnFiles(Plug& plug, std::mt19937& random) {
       editor.currentBand = static_cast<int>(random() % kNumBands);
       plug.uiSettings().setUiValue("Graph", "Range", static_cast<double>(random() % 6));
   }
-}
-
-/// A host that saves and loads sessions on a thread of its own, as a whole each.
-void keepSession(Plug& plug, std::mt19937& random) {
-  void* data = nullptr;
-  const bool isPreset = random() % 4 == 0;
-  const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
-  const std::string chunk(static_cast<const char*>(data), size);
-  EXPECT_TRUE(holdsDocument(chunk));
-  if (random() % 4 == 0) {
-    plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), isPreset);
-  }
-  std::array<char, 2 * ProgramRecord::kNameCapacity> name{};
-  plug.getProgramName(name.data());
-  plug.setProgramName(random() % 2 == 0 ? "A" : "Another name, longer than any text holds itself");
 }
 
 /// A controller on the audio thread, which learns now and then.

@@ -163,7 +163,8 @@ bool isServed(Instance& instance) {
 TEST(Lv2Bundle, AChildProcessCleansUpPlaysOnAndEnds) {
   const Library library;
   std::vector<std::unique_ptr<Instance>> instances;
-  for (int i = 0; i < 2; ++i) instances.push_back(std::make_unique<Instance>(library, 1, 48000.0));
+  instances.push_back(std::make_unique<Instance>(library, 0, 48000.0));
+  instances.push_back(std::make_unique<Instance>(library, 1, 48000.0));
   for (int turn = 0; turn < 3; ++turn) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
