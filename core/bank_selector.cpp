@@ -22,7 +22,8 @@ bool BankSelector::choose(std::int32_t bank) {
 void BankSelector::toggle(AbToggleMode mode) {
   if (mode == AbToggleMode::kMidiLearn) return;
   EditorState& editor = plug.editorState();
-  const std::int32_t target = mode == AbToggleMode::kVisited ? nextVisited() : editor.lastAB.load();
+  const std::int32_t target =
+      mode == AbToggleMode::kVisited ? nextVisited() : std::int32_t{editor.lastAB};
   // A document may name any bank as the last one.
   if (!isBank(target)) return;
   const std::int32_t current = plug.getCurrentBank();

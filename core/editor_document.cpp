@@ -31,7 +31,7 @@ constexpr std::size_t kLongestPath = 4095;  // bytes
 
 struct Number {
   const char* key;
-  std::atomic<int> EditorState::*field;
+  SharedNumber<int> EditorState::*field;
 };
 
 // Whole numbers that are taken as they stand, in the order of the document.
@@ -95,7 +95,7 @@ void takeMode(const JsonNode* settings, EditorState& state) {
   } else if (state.uimode != state.wantedUimode) {
     state.freeWidth = static_cast<int>(state.zoom * EditorState::widthOf(state.wantedUimode));
   }
-  state.uimode = state.wantedUimode.load();
+  state.uimode = state.wantedUimode;
 }
 
 void takeBand(const JsonNode* settings, EditorState& state) {

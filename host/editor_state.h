@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "host/shared_value.h"
+
 /// What the editor shows of an instance, window or no window: the part of it that documents carry,
 /// and the marks by which state operations ask it to look again.
 ///
@@ -13,28 +15,28 @@ struct EditorState {
   static constexpr int kPlainWidth = 844;  ///< pixels at zoom 1, without a side panel
   static constexpr int kPanelWidth = 989;  ///< pixels at zoom 1, in the other modes
 
-  std::atomic<int> uimode{0};  ///< 0 plain, 1 sidechain panel, 2 advanced panel: the one in force
-  std::atomic<int> wantedUimode{0};  ///< to be in force with the next layout
-  std::atomic<int> lastAB{0};        ///< bank before the present one
-  std::atomic<int> lastListen{0};
-  std::atomic<int> linkPage{0};
-  std::atomic<int> zoomState{0};
-  std::atomic<int> freeWidth{kPlainWidth};  ///< window width, pixels
-  std::atomic<double> zoom{1.0};            ///< `freeWidth` over the width of the mode
-  std::atomic<int> currentBand{0};          ///< 0..7
-  std::atomic<int> bandGraph{0};
-  std::atomic<int> meterChannel{0};
-  std::atomic<int> meterShow{0};
-  std::atomic<int> meterZoom{0};
-  std::atomic<float> meterRange{24.0F};
-  std::atomic<int> lastPreset{0};  ///< place in its menu
-  std::string lastPresetFolder;    ///< `path` of that menu; empty if none
+  SharedNumber<int> uimode = 0;  ///< 0 plain, 1 sidechain panel, 2 advanced panel: the one in force
+  SharedNumber<int> wantedUimode = 0;  ///< to be in force with the next layout
+  SharedNumber<int> lastAB = 0;        ///< bank before the present one
+  SharedNumber<int> lastListen = 0;
+  SharedNumber<int> linkPage = 0;
+  SharedNumber<int> zoomState = 0;
+  SharedNumber<int> freeWidth = kPlainWidth;  ///< window width, pixels
+  SharedNumber<double> zoom = 1.0;            ///< `freeWidth` over the width of the mode
+  SharedNumber<int> currentBand = 0;          ///< 0..7
+  SharedNumber<int> bandGraph = 0;
+  SharedNumber<int> meterChannel = 0;
+  SharedNumber<int> meterShow = 0;
+  SharedNumber<int> meterZoom = 0;
+  SharedNumber<float> meterRange = 24.0F;
+  SharedNumber<int> lastPreset = 0;  ///< place in its menu
+  std::string lastPresetFolder;      ///< `path` of that menu; empty if none
 
-  std::atomic<std::uint32_t> selectedBands{1};  ///< bit per band
-  std::atomic<std::uint32_t> shownBands{1};     ///< bit per band
-  std::uint32_t visitedBanks = 0;               ///< bit per bank
+  SharedNumber<std::uint32_t> selectedBands = 1;  ///< bit per band
+  SharedNumber<std::uint32_t> shownBands = 1;     ///< bit per band
+  std::uint32_t visitedBanks = 0;                 ///< bit per bank
   int selectMode = 0;  ///< not 0: several bands can be selected and edited together
-  std::atomic<bool> loadingFile{false};  ///< a file is being loaded: the window keeps its size
+  SharedNumber<bool> loadingFile = false;  ///< a file is being loaded: the window keeps its size
 
   // Marks, raised on any thread and taken down by the editor.
   std::atomic<bool> layoutWanted{false};     ///< the view tree is to be laid out again

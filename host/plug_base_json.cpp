@@ -118,6 +118,7 @@ void PlugBaseJSON::keepFor(std::thread::id reader, const Chunk& chunk) {
 
 std::string PlugBaseJSON::document(bool isPreset) {
   const StateScope scope(*this);
+  markChanged();  // what was handed out last is no document of this moment
   try {
     bool isPacked = false;
     return buildChunk(isPreset, isPacked);

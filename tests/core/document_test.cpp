@@ -63,7 +63,7 @@ void changeAll(Plug& plug, unsigned seed) {
   }
   EditorState& editor = plug.editorState();
   const auto number = [&random] { return static_cast<int>(random() % 9); };
-  for (std::atomic<int>* const field :
+  for (SharedNumber<int>* const field :
        {&editor.lastAB, &editor.lastListen, &editor.linkPage, &editor.zoomState, &editor.bandGraph,
         &editor.meterChannel, &editor.meterShow, &editor.meterZoom, &editor.lastPreset}) {
     *field = number();
