@@ -17,8 +17,11 @@ JsonTree parseObject(const char* text) {
   return tree;
 }
 
-JsonTree parseObject(const std::optional<std::string>& text) {
-  return text ? parseObject(text->c_str()) : nullptr;
+/// Stored choices; null for a text that holds none.
+JsonTree choicesIn(const std::optional<std::string>& text) {
+  JsonTree choices = text ? parseObject(text->c_str()) : nullptr;
+  if (choices && !choices->child) choices.reset();
+  return choices;
 }
 
 std::optional<std::string> printed(const JsonTree& tree) {
@@ -52,7 +55,7 @@ std::string textOf(const char* text) { return text ? text : ""; }
 }  // namespace
 
 Globals::Globals(UserStore& userStore)
-    : store(userStore), values(parseObject(userStore.read(kStoreName))) {}
+    : store(userStore), values(choicesIn(userStore.read(kStoreName))) {}
 
 void Globals::initGlobals(const char* text) {
   JsonTree table = parseObject(text);
@@ -70,7 +73,7 @@ void Globals::initGlobals(const char* text) {
 }
 
 std::optional<std::string> Globals::storeDefaults(const std::optional<std::string>& stored) {
-  JsonTree choices = parseObject(stored);
+  JsonTree choices = choicesIn(stored);
   const std::lock_guard lock(mutex);
   const bool meanwhileStored = choices != nullptr;
   values = meanwhileStored ? std::move(choices) : defaultChoices(defaults.get());
@@ -114,7 +117,7 @@ void Globals::setGlobal(const char* key, std::int32_t value) {
 // Under the store's lock, so that threads take their results in the order these are stored in.
 std::optional<std::string> Globals::storeChoices(const std::optional<std::string>& stored,
                                                  Choices& taken) {
-  JsonTree merged = parseObject(stored);
+  JsonTree merged = choicesIn(stored);
   const std::lock_guard lock(mutex);
   unsaved.merge(taken);  // a store may ask twice
   taken = std::exchange(unsaved, {});

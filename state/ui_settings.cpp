@@ -32,25 +32,6 @@ const JsonNode* findMember(const JsonNode* object, int expectedIndex, const char
   return jsonGetObjectItem(object, name);
 }
 
-void setNumber(JsonNode& node, std::int32_t valueInt, double valueDouble) {
-  node.type = (node.type & ~kJsonTypeMask) | kJsonNumber;
-  node.valueInt = valueInt;
-  node.valueDouble = valueDouble;
-}
-
-void mergeGroup(const JsonNode& group, const JsonNode* stored) {
-  int index = 0;
-  for (const JsonNode* entry = group.child; entry; entry = entry->next, ++index) {
-    JsonNode* const target = jsonGetObjectItem(entry, "value");
-    const JsonNode* const source =
-        jsonGetObjectItem(findMember(stored, index, entry->key), "value");
-    // A number beyond all bounds could not be stored again.
-    if (!target || !source || !std::isfinite(source->valueDouble)) continue;
-    const bool isNumber = jsonIsType(source, kJsonNumber);
-    setNumber(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);
-  }
-}
-
 JsonNode* findValue(const JsonTree& table, std::string_view group, std::string_view key) {
   const JsonNode* const entries = jsonGetObjectItem(table.get(), std::string(group).c_str());
   return jsonGetObjectItem(jsonGetObjectItem(entries, std::string(key).c_str()), "value");
@@ -64,6 +45,16 @@ UiSettings::UiSettings(const char* text) : table(jsonParse(text)) {
   std::fprintf(stderr, "uiprefs error ptr:\n\n%s\n", rest ? rest : "");
 }
 
+void UiSettings::set(JsonNode& value, std::int32_t valueInt, double valueDouble) {
+  if (!jsonIsType(&value, kJsonNumber) || value.valueInt != valueInt ||
+      value.valueDouble != valueDouble) {
+    changes.fetch_add(1, std::memory_order_relaxed);
+  }
+  value.type = (value.type & ~kJsonTypeMask) | kJsonNumber;
+  value.valueInt = valueInt;
+  value.valueDouble = valueDouble;
+}
+
 double UiSettings::getUiValue(std::string_view group, std::string_view key) const {
   const PlugBaseMutex::Scope lock(mutex);
   const JsonNode* const value = findValue(table, group, key);
@@ -74,7 +65,7 @@ void UiSettings::setUiValue(std::string_view group, std::string_view key, double
   const JsonTree number(jsonCreateNumber(value));
   const PlugBaseMutex::Scope lock(mutex);
   JsonNode* const target = findValue(table, group, key);
-  if (target && number) setNumber(*target, number->valueInt, number->valueDouble);
+  if (target && number) set(*target, number->valueInt, number->valueDouble);
 }
 
 JsonTree UiSettings::save() const {
@@ -87,5 +78,18 @@ void UiSettings::merge(const JsonNode* uiprefs) {
   int index = 0;
   for (const JsonNode* group = table ? table->child : nullptr; group; group = group->next) {
     mergeGroup(*group, findMember(uiprefs, index++, group->key));
+  }
+}
+
+void UiSettings::mergeGroup(const JsonNode& group, const JsonNode* stored) {
+  int index = 0;
+  for (const JsonNode* entry = group.child; entry; entry = entry->next, ++index) {
+    JsonNode* const target = jsonGetObjectItem(entry, "value");
+    const JsonNode* const source =
+        jsonGetObjectItem(findMember(stored, index, entry->key), "value");
+    // A number beyond all bounds could not be stored again.
+    if (!target || !source || !std::isfinite(source->valueDouble)) continue;
+    const bool isNumber = jsonIsType(source, kJsonNumber);
+    set(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);
   }
 }

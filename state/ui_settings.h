@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -19,6 +21,8 @@ class UiSettings {
   /// Sets both number forms of an entry's value; unknown names do nothing.
   void setUiValue(std::string_view group, std::string_view key, double value);
 
+  /// Another number whenever a value has become another one.
+  [[nodiscard]] unsigned revision() const noexcept { return changes.load(std::memory_order_relaxed); }
   /// The table with its values as a document's member, for the caller; null without options.
   [[nodiscard]] JsonTree save() const;
   /// Takes the values of those entries of a document's member that this table has too; texts and
@@ -26,6 +30,11 @@ class UiSettings {
   void merge(const JsonNode* uiprefs);
 
  private:
+  // Both under `mutex`.
+  void set(JsonNode& value, std::int32_t valueInt, double valueDouble);
+  void mergeGroup(const JsonNode& group, const JsonNode* stored);
+
   JsonTree table;  // under `mutex`; its shape never changes
+  std::atomic<unsigned> changes{0};
   mutable PlugBaseMutex mutex;
 };

@@ -96,6 +96,7 @@ TEST(Globals, AnswersWhatIsStoredOrTheDefaultOrWhyThereIsNone) {
       {nullptr, table, 3, -3, 4, -2, 3, rebuilt},
       {"{\"a\":", table, 3, -3, 4, -2, 3, rebuilt},
       {"[1,2]", table, 3, -3, 4, -2, 3, rebuilt},
+      {"{}", table, 3, -3, 4, -2, 3, rebuilt},
       {"{\"A\":7,\"B\":0}", table, 7, 0, 4, -2, 7, "{\"A\":7,\"B\":0}"},
       {"{\"a\":-2.9,\"d\":1}", table, -2, -3, 4, 1, -2, "{\"a\":-2.9,\"d\":1}"},
       {"{\"a\":\"2\"}", nullptr, 0, 0, 0, 0, 0, "{\"a\":\"2\"}"},
