@@ -89,7 +89,7 @@ std::uint32_t stagesInOrder(std::uint32_t before, std::uint32_t plan) noexcept {
 
 }  // namespace
 
-void compressor::makeStagePlan() {
+compressor::StagePlan compressor::planOfLayout() {
   BandLayout::List stages;
   BandLayout::List listed;
   {
@@ -99,19 +99,48 @@ void compressor::makeStagePlan() {
     stages.insert(stages.end(), layout.post.begin(), layout.post.end());
     listed = layout.xover;
   }
-  std::uint32_t plan = 0;
+  StagePlan made;
   for (std::size_t slot = 0; slot < stages.size(); ++slot) {
-    plan |= static_cast<std::uint32_t>(stages[slot] + 2) << (4 * slot);
+    made.stages |= static_cast<std::uint32_t>(stages[slot] + 2) << (4 * slot);
   }
-  auto bandPlan = static_cast<std::uint32_t>(listed.size()) << kXoverLengthShift;
+  made.xover = static_cast<std::uint32_t>(listed.size()) << kXoverLengthShift;
   for (std::size_t place = 0; place < listed.size(); ++place) {
-    bandPlan |= static_cast<std::uint32_t>(listed[place]) << (3 * place);
+    made.xover |= static_cast<std::uint32_t>(listed[place]) << (3 * place);
   }
+  return made;
+}
+
+void compressor::dropLeavingBands() {
+  std::uint32_t leaving = 0;
+  for (const std::int32_t band : layout.copyOf(layout.off)) leaving |= bandBit(band);
+  const StagePlan seen = plan.load(std::memory_order_relaxed);
+  StagePlan left;
+  int length = 0;
+  for (int place = 0; place < xoverLength(seen.xover); ++place) {
+    const int band = xoverBand(seen.xover, place);
+    if ((leaving & bandBit(band)) != 0) continue;
+    left.xover |= static_cast<std::uint32_t>(band) << (3 * length++);
+  }
+  left.xover |= static_cast<std::uint32_t>(length) << kXoverLengthShift;
+  int slot = 0;
+  forEachStage(seen.stages, [&](int stage) {
+    const bool stays = stage == kCrossoverStage ? length > 0 : (leaving & bandBit(stage)) == 0;
+    if (stays) left.stages |= static_cast<std::uint32_t>(stage + 2) << (4 * slot++);
+  });
+  if (left != seen) plan.store(left, std::memory_order_release);
+}
+
+bool compressor::planIsDue() { return planOfLayout() != plan.load(std::memory_order_relaxed); }
+
+void compressor::makeStagePlan() {
+  const StagePlan made = planOfLayout();
   int longest = 0;
-  for (const std::int32_t band : listed) longest = std::max(longest, lookahead(band));
-  stagePlan.store(plan, std::memory_order_relaxed);
-  xoverPlan.store(bandPlan, std::memory_order_relaxed);
+  for (int place = 0; place < xoverLength(made.xover); ++place) {
+    longest = std::max(longest, lookahead(xoverBand(made.xover, place)));
+  }
   xoverMaxLookahead.store(longest, std::memory_order_relaxed);
+  // Release: what the bands are set to stands before they are seen in their places.
+  plan.store(made, std::memory_order_release);
 }
 
 template <typename Sample>
@@ -187,8 +216,9 @@ compressor::Block compressor::readSettings(int frames, int channels) const noexc
   listening.scListen = scListen.load(kAlone);
   listening.listen = gainTargets.active().listen;
   listening.passband = !listening.listen && autolistenPassband.load(kAlone);
-  block.stagePlan = stagePlan.load(kAlone);
-  block.xoverPlan = xoverPlan.load(kAlone);
+  const StagePlan seen = plan.load(std::memory_order_acquire);
+  block.stagePlan = seen.stages;
+  block.xoverPlan = seen.xover;
   block.xoverMaxLookahead = xoverMaxLookahead.load(kAlone);
   block.oversampleLatency = oversampleLatency.load(kAlone);
   return block;
@@ -296,7 +326,6 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
 
 void compressor::runCrossoverStage(const Block& block) noexcept {
   const int length = xoverLength(block.xoverPlan);
-  if (length == 0) return;  // the list emptied between the two words: the signal passes
   std::array<SoloBand, kBands> listed{};
   for (int place = 0; place < length; ++place) {
     const int band = xoverBand(block.xoverPlan, place);

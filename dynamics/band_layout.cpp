@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <initializer_list>
+#include <numeric>
+#include <utility>
 
 namespace {
 
@@ -59,13 +61,37 @@ bool BandLayout::applyBandOrder(double value) {
   const Scope lock(*this);
   Lists lists;
   if (!sortIntoLists(wanted, lists)) return false;
-  if (lists == Lists{pre, xover, post, off}) return true;
+  if (lists != Lists{pre, xover, post, off}) takeLists(std::move(lists));
+  return true;
+}
+
+void BandLayout::arrangeBands(double value) {
+  Order told{};
+  if (!decodeOrder(value, told)) std::iota(told.begin(), told.end(), 0);
+  const Scope lock(*this);
+  Lists lists;
+  for (const std::int32_t band : told) {
+    lists[listFor(band, !lists[kXoverList].empty())].push_back(band);
+  }
+  std::ranges::stable_sort(lists[kXoverList], {}, [this](std::int32_t band) {
+    return frequency[static_cast<std::size_t>(band)];
+  });
+  takeLists(std::move(lists));
+}
+
+std::size_t BandLayout::listFor(std::int32_t band, bool behindCrossover) const {
+  const auto index = static_cast<std::size_t>(band);
+  if (!state[index]) return kOffList;
+  if (isXover[index]) return kXoverList;
+  return behindCrossover ? kPostList : kPreList;
+}
+
+void BandLayout::takeLists(Lists&& lists) {
   pre = std::move(lists[kPreList]);
   xover = std::move(lists[kXoverList]);
   post = std::move(lists[kPostList]);
   off = std::move(lists[kOffList]);
   rebuildOrder();
-  return true;
 }
 
 double BandLayout::bandOrderValue() {

@@ -26,6 +26,11 @@ class BandLayout : public PlugBaseMutex {
   /// `isXover` and `frequency`. False, with everything as it was, when the value names a band twice
   /// or the order breaks the chain: Pre, XOver by rising frequency, Post, Off.
   bool applyBandOrder(double value);
+  /// As `applyBandOrder`, but makes the best of an order that it refuses: bands keep the order
+  /// told, or else that of their numbers; dynamic EQ bands told ahead of the first crossover band
+  /// are Pre; crossover bands rise by frequency, and only those at equal ones still break the
+  /// chain.
+  void arrangeBands(double value);
   /// The present order: the first seven bands, three bits each from the lowest up, times 2^-21.
   [[nodiscard]] double bandOrderValue();
   /// Moves a band into a list, before the first band that is not below it in frequency. A frequency
@@ -51,7 +56,9 @@ class BandLayout : public PlugBaseMutex {
   using Order = std::array<std::int32_t, kBands>;
 
   [[nodiscard]] static bool decodeOrder(double value, Order& decoded) noexcept;
+  [[nodiscard]] std::size_t listFor(std::int32_t band, bool behindCrossover) const;
   [[nodiscard]] bool sortIntoLists(const Order& wanted, Lists& lists) const;
   [[nodiscard]] List& listNumber(int list) noexcept;
+  void takeLists(Lists&& lists);
   void rebuildOrder();
 };

@@ -283,9 +283,9 @@ bool compressor::anyBandSoloed() const noexcept {
 }
 
 std::uint32_t compressor::stagePlanWord() const noexcept {
-  return stagePlan.load(std::memory_order_relaxed);
+  return plan.load(std::memory_order_relaxed).stages;
 }
 
 std::uint32_t compressor::xoverPlanWord() const noexcept {
-  return xoverPlan.load(std::memory_order_relaxed);
+  return plan.load(std::memory_order_relaxed).xover;
 }

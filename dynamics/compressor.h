@@ -105,8 +105,12 @@ class compressor {
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
-  /// Rebuilds the words by which the audio thread sees the chain; empty until the first call.
+  /// Rebuilds the word by which the audio thread sees the chain; empty until the first call.
   void makeStagePlan();
+  /// Takes bands that the layout has off out of the chain as it is seen; all else stays.
+  void dropLeavingBands();
+  /// Whether `makeStagePlan` would show another chain.
+  [[nodiscard]] bool planIsDue();
   /// The filter of a dynamic EQ band, as `subband::configureFilters`.
   void configureFilters(int band, int shape, float frequency, float slope, float q, float slope2);
   /// Puts the crossover's splits between the bands of the XOver list; `slopes` by band, in dB per
@@ -166,6 +170,15 @@ class compressor {
     double dry = 0.0;
     bool listen = false;  // to the difference of wet and dry
   };
+  /// The chain in two halves of one word, so that a band is never seen in both or in neither.
+  struct StagePlan {
+    // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
+    std::uint32_t stages = 0;
+    // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
+    std::uint32_t xover = 0;
+    bool operator==(const StagePlan&) const = default;
+  };
+  static_assert(std::atomic<StagePlan>::is_always_lock_free);
   /// What a block reads once and keeps to its end.
   struct Block {
     int frames;
@@ -196,6 +209,7 @@ class compressor {
     std::uint32_t listed = 0;  // a bit for each crossover band
   };
 
+  [[nodiscard]] StagePlan planOfLayout();
   void ensureBuffers(int frames);
   void takeGains() noexcept;
   void resetPath(int band) noexcept;
@@ -260,10 +274,7 @@ class compressor {
   double sampleRate = 44100.0;  // Hz
 
   // One control thread at a time writes these, the audio thread reads each once per block.
-  // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
-  std::atomic<std::uint32_t> stagePlan{0};
-  // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
-  std::atomic<std::uint32_t> xoverPlan{0};
+  std::atomic<StagePlan> plan{};
   std::atomic<int> xoverMaxLookahead{0};  // samples: the largest of the XOver list
   std::atomic<int> oversampleLatency{0};  // samples, 0 where nothing is oversampled
   std::atomic<int> scListen{-1};
