@@ -1,10 +1,14 @@
 #include "core/band_operations.h"
 
+#include <cstddef>
+#include <cstdint>
+
+#include "core/chain_repair.h"
+#include "core/crossover_spacing.h"
 #include "core/plug.h"
+#include "host/alerts.h"
 
 namespace {
-
-constexpr double kRoom = 1.1;  // two crossover bands never stand at the same frequency
 
 constexpr int kBands = BandLayout::kBands;
 
@@ -38,78 +42,144 @@ void BandOperations::set(int index, float normalised) {
   plug.linkedEdits.endRecording(index);
 }
 
+double BandOperations::frequencyOf(const Room& room) const {
+  return static_cast<double>(plug.normalisedToPlain(kB1Frequency, room.own));
+}
+
+/// Ends its locks and links. What was locked against the live bank belongs to it from now on.
+void BandOperations::freeBand(int band) {
+  const Plug::FlagWords locks = plug.getLockWords();
+  plug.clearBandFlags(band);
+  for (int row = kB1State; row <= kB1SCHFType; ++row) {
+    const int id = bandParameterId(band, row);
+    const auto word = static_cast<std::uint32_t>(locks.at(static_cast<std::size_t>(id / 32)));
+    if ((word >> (id % 32) & 1U) != 0) plug.PlugBaseJSON::setParameter(id, plug.getParameter(id));
+  }
+}
+
 void BandOperations::automate(int index, double plain) {
   set(index, plug.plainToNormalised(index, static_cast<float>(plain)));
 }
 
-void BandOperations::automateOrder(float orderValue) {
-  set(kBandOrder, plug.plainToNormalised(kBandOrder, orderValue));
+/// Although it may be locked: it has to tell the chain.
+void BandOperations::automateOrder(float normalised) {
+  const bool wasLocked = plug.isLocked(kBandOrder);
+  plug.setLocked(kBandOrder, false);
+  set(kBandOrder, normalised);
+  plug.setLocked(kBandOrder, wasLocked);
 }
 
-void BandOperations::makeRoomAt(double frequency) {
+/// Room for a band in the crossover; else the user is told.
+std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wanted) {
   BandLayout& layout = plug.getEngine().layout;
-  for (const int band : layout.copyOf(layout.xover)) {
-    const int id = bandParameterId(band, kB1Frequency);
-    if (static_cast<double>(plug.getPlainValue(id)) == frequency) automate(id, kRoom * frequency);
+  std::vector<CrossoverPlace> others;
+  {
+    const BandLayout::Scope lock(layout);
+    for (const std::int32_t other : layout.xover) {
+      if (other == band) continue;
+      others.push_back({other, layout.frequency[static_cast<std::size_t>(other)],
+                        plug.isLocked(bandParameterId(other, kB1Frequency))});
+    }
   }
+  separateEqual(others);
+  Room room{wanted, {}};
+  const auto found = roomInCrossover(others, frequencyOf(room));
+  if (!found) {
+    Alerts::instance().add("Halvekro : Band Error",
+                           "There is no room for a crossover band at this frequency: the bands "
+                           "beside it are locked. Nothing has been changed.");
+    return std::nullopt;
+  }
+  if (found->own != frequencyOf(room)) {
+    room.own = plug.plainToNormalised(kB1Frequency, static_cast<float>(found->own));
+  }
+  for (std::size_t i = 0; i < others.size(); ++i) {
+    const int id = bandParameterId(others[i].band, kB1Frequency);
+    const auto hz = static_cast<double>(plug.getPlainValue(id));
+    if (found->others[i] != hz) room.moves.emplace_back(id, found->others[i]);
+  }
+  return room;
 }
 
-void BandOperations::addBand(int list, double wanted) {
-  if (list < kPreList || list > kPostList) return;
+void BandOperations::makeRoom(const Room& room) {
+  for (const auto& [id, hz] : room.moves) plug.crossoverEdits.moveNeighbour(id, hz);
+}
+
+/// An order that was no chain before, such as one that a host's automation leaves, becomes one.
+void BandOperations::tellOrder(float plain) {
+  automateOrder(plug.plainToNormalised(kBandOrder, plain));
+  const auto repair = chainRepair(plug);
+  if (!repair) return;
+  for (const auto& [id, normalised] : repair->frequencies) {
+    plug.PlugBaseJSON::setParameter(id, normalised);  // links would take others along
+    plug.tellInGesture(id);
+  }
+  automateOrder(repair->order);
+}
+
+bool BandOperations::addBand(int list, double wanted) {
+  if (list < kPreList || list > kPostList) return false;
   BandLayout& layout = plug.getEngine().layout;
   const BandLayout::List off = layout.copyOf(layout.off);
-  if (off.empty()) return;
+  if (off.empty()) return false;
   const int band = off.front();
-  // As the parameter will hold it.
-  const float normalised = plug.plainToNormalised(kB1Frequency, static_cast<float>(wanted));
-  const auto frequency = static_cast<double>(plug.normalisedToPlain(kB1Frequency, normalised));
+  Room room{plug.plainToNormalised(kB1Frequency, static_cast<float>(wanted)), {}};
+  if (list == kXoverList) {
+    const auto found = findRoom(band, room.own);
+    if (!found) return false;
+    room = *found;
+  }
   const Step step(plug);
-  if (list == kXoverList) makeRoomAt(frequency);
-
   const Plug::UpdateHold hold(plug);
-  const float order = plug.moveBand(band, list, frequency);
-  plug.clearBandFlags(band);
+  makeRoom(room);
+  const float order = plug.moveBand(band, list, frequencyOf(room));
+  freeBand(band);
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-  set(bandParameterId(band, kB1Frequency), normalised);
-  automateOrder(order);
+  set(bandParameterId(band, kB1Frequency), room.own);
+  tellOrder(order);
   for (int id = kB1State; id <= kB1SCHFType; ++id) {
     if (id == kB1State || id == kB1Type || id == kB1Frequency) continue;
     const int index = bandParameterId(band, id);
     set(index, plug.getParameterDefault(index));
   }
+  return true;
 }
 
-void BandOperations::setBandPosition(int band, int list) {
+bool BandOperations::setBandPosition(int band, int list) {
+  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return false;
   if (list == kOffList) {
     deleteBand(band);
-    return;
+    return true;
   }
-  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
-  const Step step(plug);
-  plug.clearBandFlags(band);
-  {
-    const Plug::UpdateHold hold(plug);
-    const float order = plug.moveBand(band, list, 0.0);
-    automate(bandParameterId(band, kB1State), 1.0);
-    automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-    automateOrder(order);
-    checkSidechainSources();
-  }
-  if (list != kXoverList) return;
-  // Once the chain stands, so that the other crossover bands make room.
   const int frequency = bandParameterId(band, kB1Frequency);
-  set(frequency, plug.getParameter(frequency));
+  Room room{plug.getParameter(frequency), {}};
+  if (list == kXoverList) {
+    const auto found = findRoom(band, room.own);
+    if (!found) return false;
+    room = *found;
+  }
+  const Step step(plug);
+  const Plug::UpdateHold hold(plug);
+  makeRoom(room);
+  const float order = plug.moveBand(band, list, frequencyOf(room));
+  freeBand(band);
+  automate(bandParameterId(band, kB1State), 1.0);
+  automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
+  if (list == kXoverList) set(frequency, room.own);
+  tellOrder(order);
+  checkSidechainSources();
+  return true;
 }
 
 void BandOperations::deleteBand(int band) {
   if (band < 0 || band >= kBands) return;
   const Step step(plug);
-  plug.clearBandFlags(band);
+  freeBand(band);
   const Plug::UpdateHold hold(plug);
   const float order = plug.moveBand(band, kOffList, 0.0);
   automate(bandParameterId(band, kB1State), 0.0);
-  automateOrder(order);
+  tellOrder(order);
   checkSidechainSources();
 }
 

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "core/crossover_spacing.h"
+#include "core/gesture_bands.h"
 #include "core/plug.h"
 
 namespace {
@@ -56,24 +57,33 @@ void CrossoverEdits::moveNeighbour(int index, double centre) {
   if (plug.isLocked(index)) return;  // stays, and so there is nothing to tell
   const float normalised = plug.plainToNormalised(index, static_cast<float>(centre));
   // The messages alone: this is no edit of the user's that Auto Gain should follow.
-  const bool told = gesturesTold();
+  const bool told = gesturesTold() && !takesPart(index);
   if (told) plug.AudioEffectX::beginEdit(index);
   plug.PlugBaseJSON::setParameterAutomated(index, normalised);
   if (told) plug.AudioEffectX::endEdit(index);
 }
 
-GestureBands& CrossoverEdits::companionsOf(int index) {
-  return companions[static_cast<std::size_t>(bandOf(index))];
+bool CrossoverEdits::takesPart(int index) const {
+  const Gesture open = gesture.load();
+  const bool isCompanion = open.isOpen && (open.companions >> bandOf(index) & 1U) != 0;
+  return isCompanion || plug.inGesture(index);
+}
+
+void CrossoverEdits::endLostGesture(int index) {
+  const Gesture open = gesture.load();
+  if (open.isOpen && !crossoverOf(index).bands.empty()) {
+    plug.endEdit(bandParameterId(open.band, kB1Frequency));
+  }
 }
 
 void CrossoverEdits::beginRecording(int index) {
-  if (!isBandFrequency(index)) return;
   std::uint32_t others = 0;
   for (const std::int32_t band : crossoverOf(index).bands) others |= 1U << band;
-  const std::uint32_t joining = companionsOf(index).begin(others & ~(1U << bandOf(index)));
-  if (joining == 0) return;
-  plug.beginHistoryGroup();
-  forRowOfBands(kB1Frequency, joining, [this](int id) {
+  if (others == 0) return;
+  others &= ~(1U << bandOf(index));
+  gesture.store(
+      {true, static_cast<std::uint8_t>(bandOf(index)), static_cast<std::uint16_t>(others)});
+  forRowOfBands(kB1Frequency, others, [this](int id) {
     plug.linkedEdits.beginRecording(id);
     plug.beginRecording(id);
   });
@@ -81,20 +91,21 @@ void CrossoverEdits::beginRecording(int index) {
 
 void CrossoverEdits::beginEdit(int index) {
   if (!isBandFrequency(index) || !gesturesTold()) return;
-  forRowOfBands(kB1Frequency, companionsOf(index).open(),
+  const Gesture open = gesture.load();
+  if (!open.isOpen || open.band != bandOf(index)) return;
+  forRowOfBands(kB1Frequency, open.companions,
                 [this](int id) { plug.AudioEffectX::beginEdit(id); });
 }
 
 void CrossoverEdits::endEdit(int index) {
-  if (!isBandFrequency(index)) return;
-  const std::uint32_t leaving = companionsOf(index).end();
-  if (leaving == 0) return;
-  forRowOfBands(kB1Frequency, leaving, [this](int id) {
+  Gesture open = gesture.load();
+  if (!isBandFrequency(index) || !open.isOpen || open.band != bandOf(index)) return;
+  if (!gesture.compare_exchange_strong(open, {})) return;
+  forRowOfBands(kB1Frequency, open.companions, [this](int id) {
     plug.endRecording(id);
     plug.linkedEdits.endRecording(id);
     if (gesturesTold()) plug.AudioEffectX::endEdit(id);
   });
-  plug.endHistoryGroup();
 }
 
 bool CrossoverEdits::gesturesTold() const {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <array>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
-#include "core/gesture_bands.h"
 #include "dynamics/band_layout.h"
 
 class Plug;
@@ -16,12 +16,15 @@ class CrossoverEdits {
   explicit CrossoverEdits(Plug& effect) noexcept : plug(effect) {}
 
   /// Sets a parameter and tells the host. For the frequency of a crossover band those that have to
-  /// give way come first, each in a gesture of its own, and the band comes last, perhaps not quite
-  /// where it was wanted; the engine hears of all at once. While a state is loaded, or several
-  /// parameters change as one, nothing gives way.
+  /// give way come first, and the band comes last, perhaps not quite where it was wanted; the
+  /// engine hears of all at once. While a state is loaded, or several parameters change as one,
+  /// nothing gives way.
   void automate(int index, float normalised);
-  // The other bands' share of a gesture; the end is for those who were in at the beginning. What
-  // is undone as one begins before the gesture and ends behind it.
+  /// A band that gives way: told in a gesture of its own, unless it takes part in one.
+  void moveNeighbour(int index, double centre);
+  // The other bands' share of a gesture; the end is for those who were in at the beginning.
+  /// Each gesture takes the whole crossover along, so that another one still open has lost its end.
+  void endLostGesture(int index);
   void beginRecording(int index);
   void beginEdit(int index);  ///< once the host has been told of the gesture itself
   void endEdit(int index);
@@ -34,11 +37,18 @@ class CrossoverEdits {
     std::size_t place = 0;        // of the band whose parameter it is
   };
 
+  /// The open one, if `isOpen`.
+  struct Gesture {
+    bool isOpen = false;
+    std::uint8_t band = 0;
+    std::uint16_t companions = 0;  // other bands, as bits
+  };
+  static_assert(std::atomic<Gesture>::is_always_lock_free);
+
   [[nodiscard]] Crossover crossoverOf(int index);
-  void moveNeighbour(int index, double centre);
+  [[nodiscard]] bool takesPart(int index) const;
   [[nodiscard]] bool gesturesTold() const;
-  [[nodiscard]] GestureBands& companionsOf(int index);
 
   Plug& plug;
-  std::array<GestureBands, BandLayout::kBands> companions{};
+  std::atomic<Gesture> gesture{};
 };

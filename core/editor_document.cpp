@@ -79,7 +79,7 @@ void takeBanks(Plug& plug, const JsonNode* settings) {
   takeNumber(settings, kLastAB, plug.editorState().lastAB);
   const JsonNode* const bank = jsonGetObjectItem(settings, kCurrentAB);
   if (bank == nullptr) return;
-  plug.switchBank(bank->valueInt);
+  plug.loadBank(bank->valueInt);
   plug.editorState().bankStale = true;
 }
 
@@ -133,6 +133,8 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (settings == nullptr) return;
   EditorState& state = plug.editorState();
+  // Ahead of the banks: what is locked keeps what was heard of it, whatever the live bank holds.
+  plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
   // A bank that is given for a preset holds "presets", too, but loads its first program alone.
   if (!isPreset && jsonGetObjectItem(root, documentKey::kPresets) != nullptr)
     takeBanks(plug, settings);
@@ -150,7 +152,6 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
     // What is longer is no path, and every state would carry it on.
     if (path.size() <= kLongestPath) state.lastPresetFolder = path;
   }
-  plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
   plug.setLinkWords(wordsOf(jsonGetObjectItem(settings, kLinks)));
   state.layoutWanted = true;
   if (const JsonNode* const options = jsonGetObjectItem(root, documentKey::kUiPrefs)) {

@@ -108,6 +108,7 @@ void GroupEdit::begin(Plug& plug, int id) {
   if (gesture.leader >= 0) gesture.edited &= ~crossoverBands(plug) | 1U << gesture.leader;
   plug.beginHistoryGroup();
   forRows(id, gesture.edited, [&plug](int /*band*/, int each) { plug.beginEdit(each); });
+  plug.endGroupWithEdit(id);
 }
 
 void GroupEdit::spread(Plug& plug, int id, float normalised) {
@@ -138,11 +139,8 @@ void GroupEdit::end(Plug& plug, int id) {
   if (spreadRuleOf(id) == SpreadRule::kNone) return;
   const Gesture gesture = std::exchange(gestures.at(rowOf(id)), Gesture{});
   if (gesture.followers == 0) return;
-  {
-    const Plug::UpdateHold hold(plug);
-    forRows(id, gesture.edited, [&plug](int /*band*/, int each) { plug.endEdit(each); });
-  }
-  plug.endHistoryGroup();
+  const Plug::UpdateHold hold(plug);
+  forRows(id, gesture.edited, [&plug](int /*band*/, int each) { plug.endEdit(each); });
 }
 
 int otherRelease(int id) noexcept {

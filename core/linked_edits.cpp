@@ -12,15 +12,11 @@ void LinkedEdits::beginRecording(int index) {
     if (other != index && plug.isLinked(other) && !plug.isLocked(other)) linked |= 1U << band;
   }
   const std::uint32_t following = followers[static_cast<std::size_t>(index)].begin(linked);
-  if (following == 0) return;
-  plug.beginHistoryGroup();
   forRowOfBands(bandOneIdOf(index), following, [this](int id) { plug.beginRecording(id); });
 }
 
 void LinkedEdits::endRecording(int index) {
   if (!isBandParameter(index)) return;
   const std::uint32_t following = followers[static_cast<std::size_t>(index)].end();
-  if (following == 0) return;
   forRowOfBands(bandOneIdOf(index), following, [this](int id) { plug.endRecording(id); });
-  plug.endHistoryGroup();
 }

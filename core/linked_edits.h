@@ -13,8 +13,7 @@ class LinkedEdits {
  public:
   explicit LinkedEdits(Plug& effect) noexcept : plug(effect) {}
 
-  // What is undone as one begins before the edit and ends behind it; the end is for those that
-  // followed at the beginning.
+  // Ahead of the edit, and behind it; the end is for those that followed at the beginning.
   void beginRecording(int index);
   void endRecording(int index);
 

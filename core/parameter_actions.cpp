@@ -158,7 +158,7 @@ void ParameterActions::link(int id, int action, BandMask selected) {
   setFlags(id, bands, !now, [this](int each, bool flag) { plug.setLinked(each, flag); });
   const Plug::UpdateHold hold(plug);
   plug.beginEdit(id);
-  plug.setParameter(id, plug.getParameter(id));
+  plug.alignLinked(id);
   plug.endEdit(id);
 }
 

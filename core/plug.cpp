@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "core/chain_repair.h"
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
@@ -142,6 +143,11 @@ void Plug::spread(std::int32_t index, const Set& set) {
 }
 
 void Plug::setParameter(std::int32_t index, float normalised) {
+  // Links have done their part when the host gives back what it was told.
+  if (!locked.get(index) && isEcho(index, normalised)) {
+    PlugBaseJSON::setParameter(index, normalised);
+    return;
+  }
   spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
 }
 
@@ -160,10 +166,30 @@ void Plug::setParameterAutomated(std::int32_t index, float normalised) {
   if (!locked.get(index)) crossoverEdits.automate(index, normalised);
 }
 
+void Plug::alignLinked(std::int32_t index) {
+  const float normalised = getParameter(index);
+  spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
+}
+
+void Plug::repairChain() {
+  const auto repair = chainRepair(*this);
+  if (!repair) return;
+  for (const auto& [id, normalised] : repair->frequencies) {
+    PlugBaseJSON::setParameter(id, normalised);
+  }
+  PlugBaseJSON::setParameter(kBandOrder, repair->order);
+}
+
+/// All that the gesture may change is noted by the time it begins: the group for the history need
+/// not wait for an end that may not come.
 void Plug::beginEdit(std::int32_t index) {
+  endLostGesture(index);
+  crossoverEdits.endLostGesture(index);
+  beginHistoryGroup();
   crossoverEdits.beginRecording(index);
   linkedEdits.beginRecording(index);
   PlugBaseJSON::beginEdit(index);
+  endHistoryGroup();
   crossoverEdits.beginEdit(index);
   autoGain.beginEdit(index);
 }

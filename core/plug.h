@@ -70,6 +70,8 @@ class Plug : public PlugBaseJSON {
   /// As the base, but crossover bands make room for one that moves: `CrossoverEdits`. A locked
   /// parameter is not told to the host either.
   void setParameterAutomated(std::int32_t index, float normalised) override;
+  /// All that are linked with a parameter take its value.
+  void alignLinked(std::int32_t index);
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
   /// Settings reach the engine at once, new filters as often as `UpdateGate` lets them; what it
@@ -85,6 +87,14 @@ class Plug : public PlugBaseJSON {
   bool getVendorString(char* text) override;
   void formatParameterValue(std::int32_t index, float normalised, char* text,
                             bool showNote) const override;
+
+  /// Makes a chain of the parameters, where all have been replaced and their order tells none: a
+  /// band that is on is to be heard, and locks do not hold that off.
+  void repairChain();
+  /// As the base; the host hears of each parameter that a full document has changed, once.
+  std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
+  /// As `switchBank`, for a document: the host hears of it with the rest.
+  void loadBank(std::int32_t bank) { applyBank(bank, false); }
 
   /// Takes the machine's preferences as they are now.
   void applyGlobalPreferences();
@@ -123,8 +133,9 @@ class Plug : public PlugBaseJSON {
   void setMeterDecay(double percent);
 
   // Bands, as the editor's menus use them; `list` is a `BandList`, `frequency` in Hz.
-  void addBand(int list, double frequency) { bandOperations.addBand(list, frequency); }
-  void setBandPosition(int band, int list) { bandOperations.setBandPosition(band, list); }
+  // The first two return whether they found a band and room for it.
+  bool addBand(int list, double frequency) { return bandOperations.addBand(list, frequency); }
+  bool setBandPosition(int band, int list) { return bandOperations.setBandPosition(band, list); }
   void deleteBand(int band) { bandOperations.deleteBand(band); }
   void checkSidechainSources() { bandOperations.checkSidechainSources(); }
 
@@ -168,17 +179,19 @@ class Plug : public PlugBaseJSON {
 
   /// Several parameters change as one: the engine hears of them when the last hold ends.
   using UpdateHold = UpdateBatch;
-  /// Moves a band in the chain at once, ahead of its parameters: for use under an `UpdateHold`.
-  /// Returns the order that results, as `kBandOrder` holds it.
+  /// Moves a band in the layout, ahead of its parameters: for use under an `UpdateHold`, at whose
+  /// end the audio thread sees both. Returns the order that results, as `kBandOrder` holds it.
   float moveBand(int band, int list, double frequency);
 
  protected:
+  [[nodiscard]] bool extrasChanged() const override { return extras() != storedExtras; }
   JsonTree saveState(bool isPreset) override;
   JsonTree loadState(const char* text, bool isPreset) override;
   void setParameterFromAudio(std::int32_t index, float normalised) noexcept override;
   void processMidi(const VstMidiEvent& event) noexcept override;
   void holdUpdates() override;
   void releaseUpdates() override;
+  void valuesReplaced() override { repairChain(); }
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 
  private:
@@ -187,6 +200,14 @@ class Plug : public PlugBaseJSON {
   friend class BandOperations;
   friend class CrossoverEdits;
   friend class LinkedEdits;
+
+  /// What a document holds besides parameters and flags.
+  struct Extras {
+    StoredEditorState editor;
+    unsigned uiRevision = 0;
+    bool operator==(const Extras&) const = default;
+  };
+  [[nodiscard]] Extras extras() const { return {editor, uiOptions.revision()}; }
 
   template <typename Set>
   void spread(std::int32_t index, const Set& set);
@@ -205,7 +226,7 @@ class Plug : public PlugBaseJSON {
   void takePreferences();  // under `updateLock`
   void updateGlobals();
   void updateBand(int band);
-  void updateSidechainRoute(int band);
+  void updatePlace(int band);
   void updateOversampling();
   void updateSplits();
   [[nodiscard]] bool updatesHeld();
@@ -225,6 +246,7 @@ class Plug : public PlugBaseJSON {
   EditorState editor;
   PresetFiles files{*this, editor, ownMachine};
   UiSettings uiOptions;
+  Extras storedExtras;  // of the last full document
   Flags locked;
   Flags linked;
   std::atomic<std::int32_t> loadingFlags{-1};

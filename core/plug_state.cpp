@@ -1,5 +1,6 @@
 // What an instance stores, and what it takes from the machine.
 
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <system_error>
@@ -22,6 +23,7 @@ std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(in
 }  // namespace
 
 JsonTree Plug::saveState(bool isPreset) {
+  if (!isPreset) storedExtras = extras();
   JsonTree root = PlugBaseJSON::saveState(isPreset);
   if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) saveEditorState(*this, root.get());
   JsonWriter(root.get()).add(documentKey::kVersionMark, jsonCreateTrue());
@@ -32,15 +34,41 @@ JsonTree Plug::loadState(const char* text, bool isPreset) {
   locked.clear();
   linked.clear();
   editor.flagsStale = true;
-  JsonTree root = PlugBaseJSON::loadState(text, isPreset);
-  if (root == nullptr) return root;
-  const bool isOld = jsonGetObjectItem(root.get(), documentKey::kVersionMark) == nullptr;
-  if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) {
-    loadEditorState(*this, root.get(), isPreset);
+  JsonTree root;
+  {
+    const UpdateHold together(*this);
+    root = PlugBaseJSON::loadState(text, isPreset);
+    if (root == nullptr) return root;
+    const bool isOld = jsonGetObjectItem(root.get(), documentKey::kVersionMark) == nullptr;
+    if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) {
+      loadEditorState(*this, root.get(), isPreset);
+    }
+    if (isOld) keepOldLogBehaviour(isPreset);
+    updateDsp(true);
   }
-  if (isOld) keepOldLogBehaviour(isPreset);
   autoGain.startAfresh();
   return root;
+}
+
+std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
+  std::array<float, kNumParams> before;
+  std::int32_t taken = 0;
+  {
+    const StateScope scope(*this);
+    for (int id = 0; id < kNumParams; ++id) before[at(id)] = normalisedValue(id);
+    taken = PlugBaseJSON::setChunk(data, byteSize, isPreset);
+    if (isPreset || taken == 0 || chunkRefused()) return taken;
+  }
+  // Behind the banks, which come after the program that the host has heard of.
+  tellHostVendorSpecific(kProgramChanged, 0);
+  for (int id = 0; id < kNumParams; ++id) {
+    if (normalisedValue(id) != before[at(id)]) {
+      tellValue(id);
+    } else {
+      expectEcho(id);  // a host may bring back its own list of all values
+    }
+  }
+  return taken;
 }
 
 /// Documents of the first version know no other behaviour than the logarithmic one.
@@ -127,7 +155,8 @@ void Plug::loadDefaultBanks() {
     const bool isPassedOver = isTooLargeToLoad(path);
     if (isPassedOver) reportFileContent(path, "is too large for a bank", "It has been passed over");
     if (bytes.empty()) return;
-    setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
+    // No host listens yet.
+    PlugBaseJSON::setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
     if (!chunkRefused()) return;
     std::error_code error;  // a folder that cannot be looked into: no throw to the host
     const bool isUsers = !isPassedOver && std::filesystem::exists(path, error);

@@ -20,7 +20,6 @@ void Plug::releaseUpdates() {
 float Plug::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope lock(updateLock);
   engine.layout.moveBand(band, list, frequency);
-  engine.makeStagePlan();
   return static_cast<float>(engine.layout.bandOrderValue());
 }
 
@@ -57,14 +56,19 @@ void Plug::updateLatency() {
 }
 
 void Plug::handOver() {
-  updateGlobals();
-  for (int band = 0; band < kNumBands; ++band) updateBand(band);
+  for (int band = 0; band < kNumBands; ++band) updatePlace(band);
   // An order that breaks the chain keeps the last valid one.
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
-  engine.makeStagePlan();
-  for (int band = 0; band < kNumBands; ++band) updateSidechainRoute(band);
   updateSplits();
+  // A band that comes brings its own filters along.
+  if (engine.planIsDue()) gate.force();
   if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
+  // What takes long is done. A band is not heard with settings of a place where it is not: those
+  // that leave go ahead of the settings, those that come show when all stands.
+  engine.dropLeavingBands();
+  updateGlobals();
+  for (int band = 0; band < kNumBands; ++band) updateBand(band);
+  engine.makeStagePlan();
 }
 
 void Plug::redesign() {
@@ -94,13 +98,10 @@ void Plug::updateGlobals() {
   outTrimLinear.store(std::pow(10.0, outTrim * 0.05), std::memory_order_relaxed);
 }
 
-void Plug::updateBand(int band) {
+/// Where a band sits in the chain, and the filter that lifts it out.
+void Plug::updatePlace(int band) {
   const auto plain = [this, band](int row) { return getPlainValue(bandParameterId(band, row)); };
   const BandSettings settings = bandSettings(*this, band);
-  engine.setDynamics(band,
-                     bandDynamics(*this, band, rangeMultiplier(getPlainValue(kExtendedRanges)),
-                                  isOn(kExtendedRatios) ? 2.0 : 1.0));
-  engine.setBand(band, settings);
   {
     BandLayout& layout = engine.layout;
     const BandLayout::Scope lock(layout);
@@ -109,8 +110,6 @@ void Plug::updateBand(int band) {
     layout.isXover[index] = settings.isXover;
     layout.frequency[index] = static_cast<double>(plain(kB1Frequency));
   }
-  engine.setSidechainLinkage(band, plain(kB1SCLR) != 0.0F, static_cast<int>(plain(kB1SCPos)),
-                             1.0 - static_cast<double>(plain(kB1SCLink)) * 0.01);
   if (settings.active && !settings.isXover) {
     engine.configureFilters(band, static_cast<int>(plain(kB1SubType)), plain(kB1Frequency),
                             plain(kB1Slope), plain(kB1Q), plain(kB1Slope2));
@@ -118,12 +117,16 @@ void Plug::updateBand(int band) {
 }
 
 /// Behind the order of bands, which the places in the XOver list follow.
-void Plug::updateSidechainRoute(int band) {
-  const auto whole = [this, band](int row) {
-    return static_cast<int>(getPlainValue(bandParameterId(band, row)));
-  };
-  engine.setSidechainRoute(band,
-                           {whole(kB1SCSrc), engine.layout.crossoverIndex(whole(kB1SCSBand))});
+void Plug::updateBand(int band) {
+  const auto plain = [this, band](int row) { return getPlainValue(bandParameterId(band, row)); };
+  engine.setDynamics(band,
+                     bandDynamics(*this, band, rangeMultiplier(getPlainValue(kExtendedRanges)),
+                                  isOn(kExtendedRatios) ? 2.0 : 1.0));
+  engine.setBand(band, bandSettings(*this, band));
+  engine.setSidechainLinkage(band, plain(kB1SCLR) != 0.0F, static_cast<int>(plain(kB1SCPos)),
+                             1.0 - static_cast<double>(plain(kB1SCLink)) * 0.01);
+  const int heard = engine.layout.crossoverIndex(static_cast<int>(plain(kB1SCSBand)));
+  engine.setSidechainRoute(band, {static_cast<int>(plain(kB1SCSrc)), heard});
 }
 
 void Plug::updateOversampling() {

@@ -6,23 +6,17 @@
 
 #include "host/shared_value.h"
 
-/// What the editor shows of an instance, window or no window: the part of it that documents carry,
-/// and the marks by which state operations ask it to look again.
-///
-/// Threads: the message thread and whoever saves or loads the state. Each number stands for itself;
-/// texts are for who holds a `PlugBase::StateScope`. The editor draws from it in its own idle call.
-struct EditorState {
+/// What the editor shows of an instance, as far as documents carry it.
+struct StoredEditorState {
   static constexpr int kPlainWidth = 844;  ///< pixels at zoom 1, without a side panel
   static constexpr int kPanelWidth = 989;  ///< pixels at zoom 1, in the other modes
 
   SharedNumber<int> uimode = 0;  ///< 0 plain, 1 sidechain panel, 2 advanced panel: the one in force
-  SharedNumber<int> wantedUimode = 0;  ///< to be in force with the next layout
-  SharedNumber<int> lastAB = 0;        ///< bank before the present one
+  SharedNumber<int> lastAB = 0;  ///< bank before the present one
   SharedNumber<int> lastListen = 0;
   SharedNumber<int> linkPage = 0;
   SharedNumber<int> zoomState = 0;
   SharedNumber<int> freeWidth = kPlainWidth;  ///< window width, pixels
-  SharedNumber<double> zoom = 1.0;            ///< `freeWidth` over the width of the mode
   SharedNumber<int> currentBand = 0;          ///< 0..7
   SharedNumber<int> bandGraph = 0;
   SharedNumber<int> meterChannel = 0;
@@ -31,6 +25,17 @@ struct EditorState {
   SharedNumber<float> meterRange = 24.0F;
   SharedNumber<int> lastPreset = 0;  ///< place in its menu
   std::string lastPresetFolder;      ///< `path` of that menu; empty if none
+  bool operator==(const StoredEditorState&) const = default;
+};
+
+/// All that the editor shows, window or no window, and the marks by which state operations ask it
+/// to look again.
+///
+/// Threads: the message thread and whoever saves or loads the state. Each number stands for itself;
+/// texts are for who holds a `PlugBase::StateScope`. The editor draws from it in its own idle call.
+struct EditorState : StoredEditorState {
+  SharedNumber<int> wantedUimode = 0;  ///< to be in force with the next layout
+  SharedNumber<double> zoom = 1.0;     ///< `freeWidth` over the width of the mode
 
   SharedNumber<std::uint32_t> selectedBands = 1;  ///< bit per band
   SharedNumber<std::uint32_t> shownBands = 1;     ///< bit per band

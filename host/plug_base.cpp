@@ -61,7 +61,9 @@ PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRec
       parameters(table.begin(), table.end()),
       keys(parameterKeys),
       programs(at(std::max(numPrograms, 1))),
-      audioChanged(table.size()) {
+      audioChanged(table.size()),
+      openGestures(table.size()),
+      echoes(table.size()) {
   assert(table.size() <= kMostParameters);
   canProcessReplacing();
   canDoubleReplacing();
@@ -114,7 +116,7 @@ void PlugBase::setParameter(std::int32_t index, float normalised) {
   if (!isParameter(index) || std::isnan(normalised)) return;
   const float clamped = std::clamp(normalised, 0.0F, 1.0F);
   if (isBankSwitch(index, clamped)) {
-    switchBank(takeBankParameter(clamped));
+    switchBank(bankOf(clamped));
   } else {
     storeParameter(index, clamped);
     updateDsp(false);
@@ -141,7 +143,7 @@ void PlugBase::setParameterFromAudio(std::int32_t index, float normalised) noexc
   if (!isParameter(index) || std::isnan(normalised)) return;
   const float clamped = std::clamp(normalised, 0.0F, 1.0F);
   if (isBankSwitch(index, clamped)) {
-    switchBankFromAudio(takeBankParameter(clamped));
+    switchBankFromAudio(bankOf(clamped));
   } else {
     storeParameter(index, clamped);
   }
@@ -152,11 +154,15 @@ void PlugBase::setParameterFromAudio(std::int32_t index, float normalised) noexc
 void PlugBase::makeUpForAudio() {
   if (!audioChangedValues.exchange(false, std::memory_order_acquire)) return;
   const bool bankSwitched = audioBankSwitch.exchange(-1) >= 0;
-  updateDsp(bankSwitched);
+  {
+    const UpdateBatch batch(*this);
+    if (bankSwitched) valuesReplaced();
+    updateDsp(bankSwitched);
+  }
   const bool tellsHost = bankSwitched && notifyAllOnBankSwitch.load(relaxed);
   for (std::int32_t i = 0; i < parameterCount(); ++i) {
     if (!audioChanged[at(i)].exchange(false, relaxed)) continue;
-    if (tellsHost && i != abParameter) tellAutomated(i);
+    if (tellsHost && i != abParameter) tellInGesture(i);
     if (AEffEditor* const editor = getEditor()) editor->setParameter(i, getParameter(i));
   }
 }
@@ -181,11 +187,15 @@ void PlugBase::setParameterWithEdit(std::int32_t index, float plain) {
 }
 
 void PlugBase::beginEdit(std::int32_t index) {
+  endLostGesture(index);
+  if (isParameter(index)) openGestures[at(index)].store(true);
   beginRecording(index);
+  endAwaitedGroup(index);
   tellGesture(index, true);
 }
 
 void PlugBase::endEdit(std::int32_t index) {
+  if (isParameter(index)) openGestures[at(index)].store(false);
   endRecording(index);
   updateDsp(true);
   tellGesture(index, false);
@@ -198,6 +208,35 @@ void PlugBase::tellGesture(std::int32_t index, bool begins) {
   } else {
     AudioEffectX::endEdit(index);
   }
+}
+
+void PlugBase::tellValue(std::int32_t index) {
+  expectEcho(index);
+  tellHost(kHostAutomate, index, 0, nullptr, normalisedValue(index));
+}
+
+void PlugBase::tellInGesture(std::int32_t index) {
+  tellGesture(index, true);
+  tellValue(index);
+  tellGesture(index, false);
+}
+
+void PlugBase::expectEcho(std::int32_t index) noexcept {
+  if (isParameter(index)) echoes[at(index)].store({normalisedValue(index), 1});
+}
+
+bool PlugBase::isEcho(std::int32_t index, float normalised) noexcept {
+  if (!isParameter(index)) return false;
+  const Echo expected = echoes[at(index)].load();
+  if (expected.isDue == 0) return false;
+  // Hosts that count steps give a value back at its step.
+  const bool isSame =
+      normalised == expected.normalised ||
+      (getStepCount(index) > 0 &&
+       normalisedToPlain(index, normalised) == normalisedToPlain(index, expected.normalised));
+  if (isSame && normalisedValue(index) == expected.normalised) return true;
+  echoes[at(index)].store({});
+  return false;
 }
 
 bool PlugBase::canParameterBeAutomated(std::int32_t index) { return isParameter(index); }
@@ -286,6 +325,7 @@ void PlugBase::setProgram(std::int32_t newProgram) {
       if (i == abParameter && !wasLoading) continue;
       setParameter(i, loadShared(program().values[at(i)]));
     }
+    valuesReplaced();
   }
   isLoading.store(false);
   tellHostVendorSpecific(kProgramChanged, 0);

@@ -105,6 +105,9 @@ class PlugBase : public AudioEffectX, public IdleClient {
   // and those of a group within a group are left out.
   virtual void beginHistoryGroup();
   virtual void endHistoryGroup();
+  /// The group that is open ends as soon as the edit of this parameter has begun, which belongs to
+  /// it: what its gesture will change is known then, and no end can be lost.
+  void endGroupWithEdit(std::int32_t index);
   virtual void undo();
   virtual void redo();
   [[nodiscard]] virtual bool canUndo() { return !undoStack.empty(); }
@@ -196,12 +199,31 @@ class PlugBase : public AudioEffectX, public IdleClient {
   virtual void holdUpdates() {}
   virtual void releaseUpdates() {}
 
+  /// The values of a bank or a program stand in place of those before: what does not fit together
+  /// is to be brought in line. Under an `UpdateBatch`.
+  virtual void valuesReplaced() {}
+  /// As `switchBank`, told to the host as said.
+  void applyBank(std::int32_t bank, bool tellsHost);
+  /// Makes a bank the live one, and the bank selector tell so; its values stay where they are.
+  void selectBank(std::int32_t bank) noexcept;
+
   /// The state that a load has replaced is to come back, or go again: `marker` as in the history.
   virtual void restoreLoadedState(std::int32_t marker, bool towardsRedo);
   /// Notes the present value of a parameter for `undo`, as `beginEdit` does, and forgets it again
   /// if it is the same at the end.
   void beginRecording(std::int32_t index);
   void endRecording(std::int32_t index);
+  /// A gesture is open: its end has been lost if another one of the same parameter begins.
+  [[nodiscard]] bool inGesture(std::int32_t index) const noexcept;
+  void endLostGesture(std::int32_t index);
+
+  /// Tells the host the present value of a parameter, which it may give back at any time later.
+  void tellValue(std::int32_t index);
+  void tellInGesture(std::int32_t index);        ///< as `tellValue`, with a begin and an end
+  void expectEcho(std::int32_t index) noexcept;  ///< of what is told otherwise
+  /// Whether a value is the one that the host was told last by itself, while it still stands: then
+  /// it is no news.
+  [[nodiscard]] bool isEcho(std::int32_t index, float normalised) noexcept;
 
   [[nodiscard]] bool keepsMessage(std::int32_t opcode, std::int32_t index) noexcept override;
   /// Declares the latency in samples; a change is told to the host.
@@ -231,15 +253,20 @@ class PlugBase : public AudioEffectX, public IdleClient {
   HistoryStack redoStack;
 
  private:
+  struct Echo {
+    float normalised = 0.0F;
+    std::uint32_t isDue = 0;
+  };
+
   void takeGroups();
   [[nodiscard]] bool isBankSwitch(std::int32_t index, float normalised) const noexcept;
-  [[nodiscard]] std::int32_t takeBankParameter(float normalised) noexcept;
+  [[nodiscard]] std::int32_t bankOf(float normalised) const noexcept;
   void snapBank(std::int32_t bank) noexcept;
   [[nodiscard]] float bankValue(std::int32_t bank, std::int32_t index) const noexcept;
   void storeParameter(std::int32_t index, float normalised) noexcept;
   void switchBankFromAudio(std::int32_t bank) noexcept;
   void tellGesture(std::int32_t index, bool begins);
-  void tellAutomated(std::int32_t index);  // the present value, in a gesture of its own
+  void endAwaitedGroup(std::int32_t index);
   [[nodiscard]] float historyValue(std::int32_t id) const noexcept;
   void stepHistory(bool towardsRedo);
   void restoreParameter(HistoryEntry entry, bool towardsRedo);
@@ -257,4 +284,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   std::atomic<int> historyGroups{0};              // open ones; a group within a group is part of it
   std::atomic<std::int32_t> audioBankSwitch{-1};  // the bank that the audio thread switched to
   std::vector<std::atomic<bool>> audioChanged;    // by parameter
+  std::vector<std::atomic<bool>> openGestures;    // by parameter
+  std::vector<std::atomic<Echo>> echoes;          // by parameter: told, and due to come back
+  std::atomic<std::int32_t> groupEndsWith{-1};    // the edit that the open group waits for
 };

@@ -14,17 +14,21 @@ bool isBank(std::int32_t bank) noexcept { return bank >= 0 && bank < PlugBase::k
 
 bool PlugBase::isBankSwitch(std::int32_t index, float normalised) const noexcept {
   if (index != abParameter || isLoading.load()) return false;
-  const auto bank = static_cast<std::int32_t>(normalisedToPlain(index, normalised));
+  const std::int32_t bank = bankOf(normalised);
   return isBank(bank) && bank != curBank.load(relaxed);
 }
 
-/// Stores the bank selector at its step and returns that bank.
-std::int32_t PlugBase::takeBankParameter(float normalised) noexcept {
-  const auto bank = static_cast<std::int32_t>(normalisedToPlain(abParameter, normalised));
+/// The bank that a value of the selector means.
+std::int32_t PlugBase::bankOf(float normalised) const noexcept {
+  return static_cast<std::int32_t>(normalisedToPlain(abParameter, normalised));
+}
+
+void PlugBase::selectBank(std::int32_t bank) noexcept {
+  curBank.store(bank, relaxed);
+  if (!isParameter(abParameter)) return;
   const auto plain = static_cast<float>(bank);
   storeShared(parameters[at(abParameter)].value, plain);
   storeShared(parameters[at(abParameter)].normalised, plainToNormalised(abParameter, plain));
-  return bank;
 }
 
 /// Brings stored values to where their curves would put them.
@@ -40,19 +44,25 @@ float PlugBase::bankValue(std::int32_t bank, std::int32_t index) const noexcept 
 }
 
 void PlugBase::switchBank(std::int32_t bank) {
+  applyBank(bank, notifyAllOnBankSwitch.load(relaxed));
+}
+
+void PlugBase::applyBank(std::int32_t bank, bool tellsHost) {
   if (!isBank(bank)) return;
   const StateScope scope(*this);
   isLoading.store(true);
-  curBank.store(bank, relaxed);
+  selectBank(bank);
   snapBank(bank);
   {
     const UpdateBatch batch(*this);
-    const bool tellsHost = notifyAllOnBankSwitch.load(relaxed);
     for (std::int32_t i = 0; i < parameterCount(); ++i) {
-      if (i == abParameter) continue;
-      setParameter(i, bankValue(bank, i));
-      if (tellsHost) tellAutomated(i);
+      if (i != abParameter) setParameter(i, bankValue(bank, i));
     }
+    valuesReplaced();
+    for (std::int32_t i = 0; tellsHost && i < parameterCount(); ++i) {
+      if (i != abParameter) tellInGesture(i);
+    }
+    updateDsp(true);
   }
   if (AEffEditor* const editor = getEditor()) {
     for (std::int32_t i = 0; i < parameterCount(); ++i) {
@@ -60,11 +70,10 @@ void PlugBase::switchBank(std::int32_t bank) {
     }
   }
   isLoading.store(false);
-  updateDsp(true);
 }
 
 void PlugBase::switchBankFromAudio(std::int32_t bank) noexcept {
-  curBank.store(bank, relaxed);
+  selectBank(bank);
   snapBank(bank);
   for (std::int32_t i = 0; i < parameterCount(); ++i) {
     if (i != abParameter) setParameterFromAudio(i, bankValue(bank, i));

@@ -31,11 +31,29 @@ void PlugBase::beginHistoryGroup() {
 
 void PlugBase::endHistoryGroup() {
   if (historyGroups.load() == 0 || historyGroups.fetch_sub(1) > 1) return;
-  if (!undoStack.popMarker(historyGroupBegin)) undoStack.push({historyGroupEnd, 0.0F});
+  undoStack.endGroup();
+}
+
+void PlugBase::endGroupWithEdit(std::int32_t index) {
+  if (groupEndsWith.exchange(index) >= 0) endHistoryGroup();
+}
+
+/// Behind the begin of an edit, which may be the one that a group waits for.
+void PlugBase::endAwaitedGroup(std::int32_t index) {
+  if (index >= 0 && groupEndsWith.compare_exchange_strong(index, -1)) endHistoryGroup();
+}
+
+void PlugBase::endLostGesture(std::int32_t index) {
+  if (inGesture(index)) endEdit(index);
+}
+
+bool PlugBase::inGesture(std::int32_t index) const noexcept {
+  return isParameter(index) && openGestures[static_cast<std::size_t>(index)].load();
 }
 
 void PlugBase::clearHistory() {
   historyGroups.store(0);
+  groupEndsWith.store(-1);
   undoStack.clear();
   redoStack.clear();
 }
@@ -46,6 +64,7 @@ void PlugBase::redo() { stepHistory(true); }
 
 void PlugBase::stepHistory(bool towardsRedo) {
   // A group still open ends here: its own end must not stand alone behind what is taken back now.
+  groupEndsWith.store(-1);
   if (historyGroups.load() > 0) {
     historyGroups.store(1);
     endHistoryGroup();
@@ -77,9 +96,10 @@ void PlugBase::restoreParameter(HistoryEntry entry, bool towardsRedo) {
   tellGesture(entry.id, true);
   if (towardsRedo) {
     setParameterAutomated(entry.id, entry.value);
+    expectEcho(entry.id);
   } else {
     setParameter(entry.id, entry.value);
-    tellHost(kHostAutomate, entry.id, 0, nullptr, normalisedValue(entry.id));
+    tellValue(entry.id);
   }
   tellGesture(entry.id, false);
 }

@@ -88,6 +88,7 @@ float PlugBaseJSON::convertLoadedValue(std::int32_t /*index*/, double value) con
 std::int32_t PlugBaseJSON::getChunk(void** data, bool isPreset) {
   if (data == nullptr) return 0;
   const StateScope scope(*this);
+  if (extrasChanged()) markChanged();
   try {
     if (isPreset || !chunkCache || chunkDirty.load(std::memory_order_acquire)) {
       // Before the values are read: what changes meanwhile marks the state again. An exchange, so
@@ -242,6 +243,7 @@ void PlugBaseJSON::loadFull(const JsonNode* root) {
   } else if (list != nullptr) {
     for (std::int32_t bank = 0; bank < kNumBanks; ++bank) copyToBank(bank);
   }
+  selectBank(curBank.load(relaxed));  // whatever the program's value of the selector was
 }
 
 void PlugBaseJSON::loadBanks(const JsonNode* list) {

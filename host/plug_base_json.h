@@ -48,6 +48,9 @@ class PlugBaseJSON : public PlugBase {
   void markChanged() noexcept { chunkDirty.store(true, std::memory_order_release); }
 
  protected:
+  /// Whether the state holds something that differs from the last full document and that nobody
+  /// marks as changed.
+  [[nodiscard]] virtual bool extrasChanged() const { return false; }
   /// The document. Throws std::bad_alloc.
   [[nodiscard]] virtual JsonTree saveState(bool isPreset);
   /// Applies a document and returns it; null, with nothing changed, for a text that holds none.

@@ -43,7 +43,7 @@ void PlugBase::StateScope::tellHost() {
   if (automated.any()) {
     const UpdateBatch batch(held);  // for what the host sends back
     for (std::int32_t i = 0; i < held.parameterCount(); ++i) {
-      if (automated.test(static_cast<std::size_t>(i))) held.tellAutomated(i);
+      if (automated.test(static_cast<std::size_t>(i))) held.tellInGesture(i);
     }
   }
   if (latencyChanged) held.ioChanged();
@@ -53,10 +53,4 @@ bool PlugBase::keepsMessage(std::int32_t opcode, std::int32_t index) noexcept {
   // Nobody but the thread itself makes it the owner, so that its own look is never late.
   return stateOwner.load(relaxed) == std::this_thread::get_id() &&
          outermostScope->keep(opcode, index);
-}
-
-void PlugBase::tellAutomated(std::int32_t index) {
-  tellGesture(index, true);
-  tellHost(kHostAutomate, index, 0, nullptr, normalisedValue(index));
-  tellGesture(index, false);
 }

@@ -1,6 +1,7 @@
 #include "state/history.h"
 
 #include <algorithm>
+#include <iterator>
 
 void HistoryStack::push(HistoryEntry entry) {
   const PlugBaseMutex::Scope scope(lock);
@@ -25,11 +26,17 @@ bool HistoryStack::empty() {
   return entries.empty();
 }
 
-bool HistoryStack::popMarker(HistoryMarker marker) {
+void HistoryStack::endGroup() {
   const PlugBaseMutex::Scope scope(lock);
-  if (entries.empty() || entries.back().id != marker) return false;
-  entries.pop_back();
-  return true;
+  const auto last = std::find_if(entries.rbegin(), entries.rend(), [](const HistoryEntry& entry) {
+    return entry.id == historyGroupBegin || entry.id == historyGroupEnd;
+  });
+  const auto inside = last - entries.rbegin();
+  if (last != entries.rend() && last->id == historyGroupBegin && inside <= 1) {
+    entries.erase(std::next(last).base());
+  } else {
+    entries.push_back({historyGroupEnd, 0.0F});
+  }
 }
 
 bool HistoryStack::removeUnchanged(std::int32_t id, float value) {
@@ -37,6 +44,9 @@ bool HistoryStack::removeUnchanged(std::int32_t id, float value) {
   const auto newest = std::find_if(entries.rbegin(), entries.rend(),
                                    [id](const HistoryEntry& entry) { return entry.id == id; });
   if (newest == entries.rend() || newest->value != value) return false;
-  entries.erase(std::next(newest).base());
+  const auto next = entries.erase(std::next(newest).base());
+  const bool isEmptyGroup = next != entries.begin() && next != entries.end() &&
+                            next->id == historyGroupEnd && std::prev(next)->id == historyGroupBegin;
+  if (isEmptyGroup) entries.erase(std::prev(next), std::next(next));
   return true;
 }

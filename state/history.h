@@ -33,10 +33,10 @@ class HistoryStack {
   [[nodiscard]] std::optional<HistoryEntry> pop();
   void clear();
   [[nodiscard]] bool empty();
-  /// Takes off the newest entry if it is this marker.
-  bool popMarker(HistoryMarker marker);
-  /// Takes out the newest entry of `id` if it holds exactly `value`; false when it does not, and
-  /// when there is no such entry.
+  /// Ends the group that the newest mark opens. One entry needs no marks, nothing leaves none.
+  void endGroup();
+  /// Takes out the newest entry of `id` if it holds exactly `value`, and the marks of a group that
+  /// it leaves empty; false when it does not, and when there is no such entry.
   bool removeUnchanged(std::int32_t id, float value);
 
  private:

@@ -54,7 +54,7 @@ float ControlExchange::plainNow(int id) const noexcept {
   return id == kABBank ? static_cast<float>(effect.getCurrentBank()) : effect.getPlainValue(id);
 }
 
-/// The bank selector does not follow when a loaded state brings another live bank.
+/// A host may leave the bank selector anywhere within the step of the live bank.
 float ControlExchange::normalisedNow(int id) const noexcept {
   return id == kABBank ? effect.plainToNormalised(id, plainNow(id)) : effect.normalisedValue(id);
 }

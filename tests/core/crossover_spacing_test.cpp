@@ -7,7 +7,9 @@
 #include <limits>
 #include <random>
 
+#include "host/alerts.h"
 #include "tests/core/plug_rig.h"
+#include "tests/core/scripted_dialogs.h"
 
 namespace {
 
@@ -147,6 +149,14 @@ TEST(CrossoverSpacingTest, ComesToAnEndWhateverItIsGiven) {
 
 int frequencyOf(int band) { return bandParameterId(band, kB1Frequency); }
 
+using Values = std::vector<float>;
+
+Values valuesOf(Plug& plug) {
+  Values values;
+  for (int id = 0; id < kNumParams; ++id) values.push_back(plug.getParameter(id));
+  return values;
+}
+
 /// What the host was told of edits, in order, as "begin 115, set 115 1650, end 115".
 std::string told(PlugRig& rig, std::size_t most = 100) {
   std::string text;
@@ -233,18 +243,41 @@ TEST(CrossoverEditsTest, ALockedBandStaysAndTheHostHearsNothingOfIt) {
   expectCrossover(rig, {0, 1, 2}, {700, 1050, 4000});
 }
 
-TEST(CrossoverEditsTest, ABandThatComesFindsRoom) {
+TEST(CrossoverEditsTest, ABandThatComesFindsRoomOrNothingHappens) {
   PlugRig added;
   addBands(added);
-  added.plug.addBand(kXoverList, 1000.0);
-  EXPECT_EQ(told(added, 5), "begin 64, set 64 1650, end 64, set 13 700, set 206");
-  expectCrossover(added, {0, 4, 1, 2}, {700, 1000, 1650, 4000});
+  EXPECT_TRUE(added.plug.addBand(kXoverList, 1000.0));
+  EXPECT_EQ(told(added, 7), "begin 13, set 13 667, end 13, begin 64, set 64 1500, end 64, set 206");
+  expectCrossover(added, {0, 4, 1, 2}, {1000 / 1.5, 1000, 1500, 4000});
 
   PlugRig moved;
   addBands(moved);
-  moved.plug.setBandPosition(3, kXoverList);
-  expectCrossover(moved, {3, 0, 1, 2}, {1000 / 1.5, 1000, 2250, 4000});
-  EXPECT_TRUE(told(moved).ends_with("begin 64, set 64 2250, end 64, set 166 667"));
+  EXPECT_TRUE(moved.plug.setBandPosition(3, kXoverList));
+  expectCrossover(moved, {0, 3, 1, 2}, {1000 / 1.5, 1000, 1500, 4000});
+
+  PlugRig ends;
+  for (const double hertz : {20000.0, 20000.0, 19000.0, 10.0, 14.0}) {
+    EXPECT_TRUE(ends.plug.addBand(kXoverList, hertz));
+  }
+  const double top = 20000;
+  expectCrossover(ends, {5, 4, 0, 2, 3, 1}, {15, 22.5, 1000, top / 2.25, top / 1.5, top});
+
+  for (const int locked : {0, 1, 2}) moved.plug.setLocked(frequencyOf(locked), true);
+  EXPECT_TRUE(moved.plug.addBand(kXoverList, 20000.0)) << "above those that stay";
+  const Values before = valuesOf(moved.plug);
+  moved.plug.setLocked(frequencyOf(3), true);
+  moved.plug.setLocked(bandParameterId(6, kB1Knee), true);
+  EXPECT_FALSE(moved.plug.addBand(kXoverList, 800.0));
+  moved.plug.addBand(kPostList, 1000.0);
+  const Values behind = valuesOf(moved.plug);
+  EXPECT_FALSE(moved.plug.setBandPosition(5, kXoverList));
+  EXPECT_EQ(valuesOf(moved.plug), behind);
+  EXPECT_NE(before, behind);
+  EXPECT_TRUE(moved.plug.isLocked(bandParameterId(6, kB1Knee))) << "nothing changes";
+  ScriptedDialogs user;
+  user.expectedCaption = "Halvekro : Band Error";
+  Alerts::instance().show(user);
+  EXPECT_EQ(user.warnings.size(), 2U) << "each refusal is told";
 }
 
 TEST(CrossoverEditsTest, AGestureTakesTheWholeCrossoverAlong) {
@@ -252,21 +285,25 @@ TEST(CrossoverEditsTest, AGestureTakesTheWholeCrossoverAlong) {
   addBands(rig);
   rig.plug.beginEdit(frequencyOf(1));
   EXPECT_EQ(told(rig), "begin 64, begin 13, begin 115");
+  drag(rig, 1, 500);
+  drag(rig, 1, 3000);
+  EXPECT_EQ(told(rig), "set 13 333, set 64 1050, set 115 4500, set 64 2667")
+      << "all in one gesture";
   rig.plug.deleteBand(0);
   rig.plug.setBandPosition(3, kXoverList);
   told(rig);
   rig.plug.endEdit(frequencyOf(1));
   EXPECT_EQ(told(rig), "end 64, end 13, end 115") << "those that were told to begin";
-  rig.plug.endEdit(frequencyOf(1));
-  EXPECT_EQ(told(rig), "end 64");
-  rig.plug.beginEdit(frequencyOf(1));
+  drag(rig, 1, 4000);
+  EXPECT_TRUE(told(rig).starts_with("begin 115, set 115 ")) << "no gesture: one of its own";
+  for (const int next : {1, 3}) {  // the end of the first one is lost
+    rig.plug.beginEdit(frequencyOf(1));
+    told(rig);
+    rig.plug.beginEdit(frequencyOf(next));
+    EXPECT_TRUE(told(rig).starts_with("end 64, end 115, end 166, begin ")) << next;
+    rig.plug.endEdit(frequencyOf(next));
+  }
   told(rig);
-  rig.plug.beginEdit(frequencyOf(1));
-  EXPECT_EQ(told(rig), "begin 64, begin 115, begin 166");
-  rig.plug.endEdit(frequencyOf(1));
-  rig.plug.endEdit(frequencyOf(1));
-  EXPECT_EQ(told(rig), "end 64, end 115, end 166, end 64, end 115, end 166")
-      << "each as often as begun";
   for (const int alone : {bandParameterId(1, kB1Gain), frequencyOf(0), int{kIpTrim}}) {
     rig.plug.beginEdit(alone);
     rig.plug.endEdit(alone);

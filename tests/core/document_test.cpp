@@ -2,12 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
+#include <map>
 #include <random>
+#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "core/group_edit.h"
+#include "host/alerts.h"
 #include "tests/core/plug_rig.h"
+#include "tests/core/scripted_dialogs.h"
 
 namespace {
 
@@ -21,6 +30,20 @@ std::string textOf(Plug& plug, bool isPreset = false) {
 
 void load(Plug& plug, const std::string& text, bool isPreset = false) {
   plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
+}
+
+void sendController(Plug& plug, int status, int controller, int value) {
+  VstMidiEvent event{};
+  event.type = kVstMidiType;
+  event.byteSize = sizeof event;
+  event.midiData[0] = static_cast<std::uint8_t>(status);
+  event.midiData[1] = static_cast<std::uint8_t>(controller);
+  event.midiData[2] = static_cast<std::uint8_t>(value);
+  VstEvents list{};
+  list.numEvents = 1;
+  list.events[0] = reinterpret_cast<VstEvent*>(&event);
+  const RealTimeCheck check;
+  plug.processEvents(&list);
 }
 
 constexpr const char* kEditorBlock =
@@ -315,49 +338,255 @@ TEST(PlugHistoryTest, LinkedBandsComeBackWithTheOneThatLostItsSource) {
   EXPECT_EQ(textOf(rig.plug, true), before);
 }
 
-TEST(PlugHistoryTest, AGestureBegunTwiceLeavesLaterStepsWhole) {
-  PlugRig rig;
-  rig.plug.addBand(kXoverList, 3000);
-  for (const int band : {0, 1}) rig.plug.setLinked(bandParameterId(band, kB1Knee), true);
-  for (const int id : {int{kB1Knee}, int{kB1Frequency}}) {
-    SCOPED_TRACE(id);
-    const std::string start = textOf(rig.plug, true);
-    rig.plug.beginEdit(id);
-    rig.plug.beginEdit(id);
-    rig.plug.endEdit(id);
-    rig.plug.setParameterAutomated(id, 0.75F);
-    rig.plug.endEdit(id);
-    const std::string before = textOf(rig.plug, true);
-    ASSERT_NE(before, start);
-    rig.set(kB1Gain, 6.0);
-    rig.set(kB1Ratio, 0.5);
-    rig.plug.resetBand(0);
-    rig.plug.undo();
-    EXPECT_EQ(rig.get("kB1Gain"), 6.0);
-    EXPECT_EQ(rig.get("kB1Ratio"), 0.5) << "both with one step";
-    rig.set(kB1Gain, 0.0);
-    rig.set(kB1Ratio, 0.0);
-    EXPECT_EQ(textOf(rig.plug, true), before);
-    rig.plug.undo();
-    EXPECT_EQ(textOf(rig.plug, true), start);
+// Gestures of all kinds, each a step of its own, whether the host or the editor tells of its end or
+// not. No parameter is begun twice without an end between.
+TEST(PlugHistoryTest, LostEndsKeepTheStepsApart) {
+  std::mt19937 random(13);
+  for (int walk = 0; walk < 30; ++walk) {
+    SCOPED_TRACE(walk);
+    PlugRig rig;
+    rig.plug.addBand(kXoverList, 300);
+    rig.plug.addBand(kXoverList, 4000);
+    rig.plug.addBand(kPostList, 4000);
+    for (const int band : {0, 1, 3}) rig.plug.setLinked(bandParameterId(band, kB1Knee), true);
+    rig.plug.clearHistory();
+    rig.plug.editorState().selectMode = 1;
+    rig.plug.editorState().selectedBands = rig.plug.editorState().shownBands = 0xf;
+    GroupEdit group;
+    std::vector<std::string> states;
+    rig.messages.clear();
+    for (int step = 0; step < 12; ++step) {
+      states.push_back(textOf(rig.plug, true));
+      const int row = std::array{kB1Frequency, kB1Frequency, kB1Knee, kB1Gain}[random() % 4];
+      const int id = bandParameterId(static_cast<int>(random() % 4), row);
+      const bool isGroup = row == kB1Gain;
+      const bool isLost = random() % 2 == 0;
+      if (isGroup) group.begin(rig.plug, id);
+      rig.plug.beginEdit(id);
+      for (int move = 0; move < 3; ++move) {
+        const float wanted = 0.05F + 0.9F * static_cast<float>(random() % 1000) * 0.001F;
+        if (isGroup) group.spread(rig.plug, id, wanted);
+        rig.plug.setParameterAutomated(id, wanted);
+      }
+      if (!isLost) rig.plug.endEdit(id);
+      if (!isLost && isGroup) group.end(rig.plug, id);
+    }
+    std::map<int, int> open;
+    for (const PlugRig::Message& message : rig.messages) {
+      if (message.opcode == kHostEndEdit) --open[message.index];
+      if (message.opcode != kHostBeginEdit) continue;
+      ASSERT_EQ(++open[message.index], 1) << message.index;
+    }
+    for (std::size_t i = states.size(); i-- > 0;) {
+      rig.plug.undo();
+      ASSERT_EQ(textOf(rig.plug, true), states[i]) << i;
+    }
+    EXPECT_FALSE(rig.plug.canUndo());
   }
+}
+
+TEST(PlugHistoryTest, AnUndoneLinkIsNotUndoneByALateEcho) {
+  PlugRig rig;
+  for (const int band : {0, 1}) rig.plug.setLinked(bandParameterId(band, kB1Knee), true);
+  rig.set({{"kB2Knee", 30}});
+  rig.plug.setLinked(kB1Knee, false);
+  rig.set({{"kB1Knee", 70}});
+  ParameterActions(rig.plug).link(kB1Knee, kLinkToggle, 0);
+  EXPECT_EQ(rig.get("kB2Knee"), rig.get("kB1Knee"));
+  rig.messages.clear();
+  rig.plug.undo();
+  const auto told = std::exchange(rig.messages, {});
+  for (const PlugRig::Message& message : told) {
+    if (message.opcode == kHostAutomate) rig.plug.setParameter(message.index, message.value);
+  }
+  EXPECT_NEAR(rig.get("kB1Knee"), 70.0, 1e-4);
+  EXPECT_NEAR(rig.get("kB2Knee"), 30.0, 1e-4);
+  rig.set({{"kB2Knee", 40}});
+  EXPECT_NEAR(rig.get("kB1Knee"), 40.0, 1e-4) << "linked as ever";
+}
+
+/// What is wrong with a chain that leaves a band out or is not what its parameters tell.
+std::string faultOf(Plug& plug) {
+  BandLayout& layout = plug.getEngine().layout;
+  std::string fault;
+  for (int band = 0; band < kNumBands; ++band) {
+    const auto plain = [&](int row) { return plug.getPlainValue(bandParameterId(band, row)); };
+    const BandLayout::List off = layout.copyOf(layout.off);
+    const bool isOn = plain(kB1State) != 0.0F;
+    const bool isOut = std::ranges::find(off, band) != off.end();
+    const bool isSplit = layout.crossoverIndex(band) >= 0;
+    if (isOut == isOn || (isOn && isSplit != (plain(kB1Type) == 0.0F))) fault += "band ";
+  }
+  const double steps = 2097152.0 * static_cast<double>(plug.getPlainValue(kBandOrder));
+  if (2097152.0 * layout.bandOrderValue() != std::floor(steps)) fault += "order";
+  return fault;
+}
+
+/// What bands do, as a user and as a host's automation would. Whether it was an operation, which
+/// leaves a chain that can be stored whatever there was before.
+bool workOnBands(Plug& plug, std::mt19937& random) {
+  constexpr std::array<double, 6> kPlaces = {10, 400, 1000, 1100, 19000, 20000};
+  const double hertz = kPlaces[random() % kPlaces.size()];
+  const auto band = static_cast<int>(random() % kNumBands);
+  const auto list = static_cast<int>(random() % 3);
+  const auto wanted = plug.plainToNormalised(kB1Frequency, static_cast<float>(hertz));
+  switch (random() % 12) {
+    case 0:
+      plug.setParameter(bandParameterId(band, kB1Frequency), wanted);
+      return false;
+    case 1:
+      plug.setParameter(bandParameterId(band, list == 0 ? kB1State : kB1Type), std::round(wanted));
+      return false;
+    case 2:
+      plug.setParameter(kBandOrder, static_cast<float>(random() % 1000) * 0.001F);
+      return false;
+    case 3:
+      plug.setLocked(band == 0 ? int{kBandOrder} : bandParameterId(band, kB1Frequency), list != 0);
+      return false;
+    case 4:
+      plug.copyToBank(band);
+      plug.switchBank(static_cast<int>(random() % 8));
+      return true;
+    case 5:
+      plug.deleteBand(band);
+      return true;
+    case 6:
+      return plug.setBandPosition(band, list);
+    default:
+      return plug.addBand(random() % 2 == 0 ? list : int{kXoverList}, hertz);
+  }
+}
+
+TEST(PlugChainTest, AChainComesBackWholeAndAsItWas) {
+  ScriptedDialogs user;
+  user.expectedCaption = "Halvekro : Band Error";
+  std::mt19937 random(8);
+  for (int walk = 0; walk < 40; ++walk) {
+    PlugRig rig;
+    PlugRig loaded;
+    for (int step = 0; step < 40; ++step) {
+      SCOPED_TRACE(testing::Message() << "walk " << walk << ", step " << step);
+      const bool isOperation = workOnBands(rig.plug, random);
+      load(loaded.plug, textOf(rig.plug));
+      ASSERT_EQ(faultOf(loaded.plug), "");
+      if (!isOperation) continue;
+      ASSERT_EQ(faultOf(rig.plug), "");
+      ASSERT_EQ(loaded.plug.getEngine().layout.orderList, rig.plug.getEngine().layout.orderList);
+      for (int id = 0; id < kNumParams; ++id) {
+        ASSERT_NEAR(loaded.plug.getParameter(id), rig.plug.getParameter(id), 1e-6) << id;
+      }
+    }
+  }
+  Alerts::instance().show(user);
+}
+
+TEST(PlugChainTest, EveryWayOfLoadingMakesAChainOfAnyOrder) {
+  const struct {
+    const char* what;
+    const char* parameters;
+    std::array<double, 3> hertz;  // of bands 1 to 3
+    BandLayout::List order;
+  } cases[] = {
+      {"two at the top",
+       R"("kB2State":1,"kB1Frequency":1,"kB2Frequency":1)",
+       {20000 / 1.5, 20000, 1000},
+       {0, 1, 2, 3, 4, 5, 6, 7}},
+      {"two with another above",
+       R"("kB2State":1,"kB3State":1,"kB3Frequency":0.62,"kBandOrder":0.3)",
+       {1000 / 1.5, 1000, 1113},
+       {0, 1, 2}},
+      {"no permutation",
+       R"("kB2State":1,"kB2Type":1,"kBandOrder":0,"kB1Frequency":0.5)",
+       {447.21, 1000, 1000},
+       {0, 1, 2, 3, 4, 5, 6, 7}},
+      {"an order told in part",
+       R"("kB8State":1,"kB8Type":1,"kB1Frequency":0.5,"kBandOrder":0.6938548)",
+       {447.21, 1000, 1000},
+       {7, 0}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const std::string parameters = std::string(R"({"parameters":{)") + c.parameters + "}}";
+    const std::string full =
+        R"({"presets":[{}],"ab":[{},{},{},)" + parameters + R"(],"v101":true})";
+    PlugRig asPreset, asDocument, byHost, byController;
+    load(asPreset.plug, parameters, true);
+    load(asDocument.plug, parameters);
+    for (PlugRig* const rig : {&byHost, &byController}) load(rig->plug, full);
+    byHost.set(kABBank, 3);
+    byController.machine.midiMap().learn(kABBank, 20);
+    sendController(byController.plug, 0xB0, 20, 48);
+    byController.plug.onIdle();
+    for (PlugRig* const rig : {&asPreset, &asDocument, &byHost, &byController}) {
+      EXPECT_EQ(faultOf(rig->plug), "");
+      const BandLayout::List& order = rig->plug.getEngine().layout.orderList;
+      EXPECT_TRUE(std::ranges::equal(c.order, std::span(order).first(c.order.size())));
+      for (int band = 0; band < 3; ++band) {
+        const int id = bandParameterId(band, kB1Frequency);
+        EXPECT_NEAR(rig->plug.getPlainValue(id), c.hertz[static_cast<std::size_t>(band)], 0.6);
+      }
+    }
+  }
+  PlugRig live;
+  live.plug.addBand(kPreList, 500);
+  const BandLayout::List before = live.plug.getEngine().layout.orderList;
+  live.plug.setParameter(kBandOrder, 0.0F);
+  EXPECT_EQ(live.plug.getEngine().layout.orderList, before) << "no load: the last chain stays";
+}
+
+TEST(PlugDocumentTest, AFullLoadTellsTheHostWhatChangedAndKeepsWhatWasHeard) {
+  PlugRig from;
+  from.set({{"kB1Threshold", -12}, {"kB1Knee", 40}, {"kOpTrim", 2}});
+  from.plug.copyToBank(4);
+  from.set({{"kB1Threshold", -30}, {"kB1Ratio", 0.5}});
+  from.plug.setLocked(kB1Threshold, true);
+  from.set(kABBank, 4);
+  EXPECT_NEAR(from.get("kB1Threshold"), -30.0, 1e-4);
+  const std::string text = textOf(from.plug);
+  PlugRig to;
+  to.set({{"kB1Knee", 40}, {"kIpTrim", 3}});
+  std::vector<float> before;
+  for (int id = 0; id < kNumParams; ++id) before.push_back(to.plug.getParameter(id));
+  for (const bool isSecond : {false, true}) {
+    to.messages.clear();
+    load(to.plug, text);
+    EXPECT_EQ(to.get("kABBank"), 4.0);
+    EXPECT_EQ(to.plug.getCurrentBank(), 4);
+    EXPECT_NEAR(to.get("kB1Threshold"), -30.0, 1e-4) << "as it was heard, not as the bank has it";
+    for (int id = 0; id < kNumParams; ++id) {
+      const bool changed =
+          !isSecond && to.plug.getParameter(id) != before.at(static_cast<std::size_t>(id));
+      EXPECT_EQ(to.count(kHostAutomate, id), changed ? 1 : 0) << id;
+    }
+  }
+}
+
+TEST(PlugDocumentTest, WhatTheEditorShowsBelongsToTheDocument) {
+  using E = EditorState;
+  PlugRig rig;
+  const auto document = [&rig] {
+    void* data = nullptr;
+    const auto size = static_cast<std::size_t>(rig.plug.getChunk(&data, false));
+    return std::string(static_cast<const char*>(data), size);
+  };
+  std::string before = document();
+  const auto expectOther = [&] { EXPECT_TRUE(std::exchange(before, document()) != before); };
+  for (int E::*const field : {&E::uimode, &E::lastAB, &E::linkPage, &E::freeWidth, &E::currentBand,
+                              &E::bandGraph, &E::meterZoom, &E::lastPreset}) {
+    rig.plug.editorState().*field = 2;
+    expectOther();
+  }
+  rig.plug.editorState().lastPresetFolder = "/p/";
+  expectOther();
+  rig.plug.uiSettings().setUiValue("Graph", "Range", 2);
+  expectOther();
 }
 
 TEST(PlugMidiTest, ALearntControllerMovesItsParameterAtOnceAndIsStoredByTheIdleCall) {
   PlugRig rig;
   MIDIMap& map = rig.machine.midiMap();
   const auto send = [&rig](int status, int controller, int value) {
-    VstMidiEvent event{};
-    event.type = kVstMidiType;
-    event.byteSize = sizeof event;
-    event.midiData[0] = static_cast<std::uint8_t>(status);
-    event.midiData[1] = static_cast<std::uint8_t>(controller);
-    event.midiData[2] = static_cast<std::uint8_t>(value);
-    VstEvents list{};
-    list.numEvents = 1;
-    list.events[0] = reinterpret_cast<VstEvent*>(&event);
-    const RealTimeCheck check;
-    rig.plug.processEvents(&list);
+    sendController(rig.plug, status, controller, value);
   };
   map.setLearnTarget(kB1Threshold);
   send(0x90, 7, 64);

@@ -63,7 +63,7 @@ TEST(PlugTest, BandOperationsKeepParametersOrderAndChainTogether) {
   PlugRig rig;
   BandLayout& layout = rig.plug.getEngine().layout;
   rig.plug.addBand(kXoverList, 1000.0);  // where band 1 stands: that one makes room
-  EXPECT_NEAR(rig.get("kB1Frequency"), 1100.0, 0.01);
+  EXPECT_NEAR(rig.get("kB1Frequency"), 1500.0, 0.01);
   EXPECT_EQ(layout.xover, (List{1, 0}));
   rig.plug.addBand(kPreList, 300.0);
   rig.plug.addBand(kPostList, 5000.0);
@@ -97,26 +97,38 @@ TEST(PlugTest, BandOperationsKeepParametersOrderAndChainTogether) {
   EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0U);
 }
 
-TEST(PlugTest, ABandOperationShowsItsFinalChainFromItsFirstMessageOn) {
+// Whoever looks at the chain meanwhile, audio first, meets a band with the settings of its place.
+TEST(PlugTest, ABandOperationShowsItsChainWhenAllItsSettingsStand) {
   PlugRig rig;
   compressor& engine = rig.plug.getEngine();
+  rig.plug.addBand(kPreList, 1000.0);
+  rig.set({{"kB2Gain", 24}, {"kB2SubType", 6}});
+  rig.plug.deleteBand(1);
+  Stereo<double> input(1 << 12);
+  for (auto& channel : input.channels) std::ranges::fill(channel, 0.1);
+  double peak = 0.0;
   std::vector<std::uint32_t> seen;
-  rig.onAutomate = [&] { seen.push_back(engine.stagePlanWord()); };
-  const auto expectSteady = [&](const char* what) {
-    SCOPED_TRACE(what);
-    ASSERT_FALSE(seen.empty());
-    for (const std::uint32_t plan : seen) EXPECT_EQ(plan, engine.stagePlanWord());
-    seen.clear();
+  rig.onAutomate = [&] {
+    seen.push_back(engine.stagePlanWord());
+    const auto out = render(rig.plug, input, 512);
+    peak = std::max(peak, *std::ranges::max_element(out.channels[0]));
   };
-  rig.plug.addBand(kPreList, 0.0);  // the lowest frequency there is
-  expectSteady("add");
+  const auto expectOneStep = [&](const char* what, const std::function<void()>& work) {
+    SCOPED_TRACE(what);
+    const std::uint32_t before = engine.stagePlanWord();
+    seen.clear();
+    work();
+    ASSERT_FALSE(seen.empty());
+    for (const std::uint32_t plan : seen) EXPECT_EQ(plan, before);
+    EXPECT_NE(engine.stagePlanWord(), before);
+  };
+  expectOneStep("add", [&] { rig.plug.addBand(kPreList, 0.0); });  // the lowest frequency there is
   EXPECT_EQ(rig.get("kB2Frequency"), 10.0);
-  rig.plug.setBandPosition(1, kPostList);
-  expectSteady("to post");
-  rig.plug.setBandPosition(1, kXoverList);
-  expectSteady("to crossover");
-  rig.plug.setBandPosition(1, kOffList);
-  expectSteady("off");
+  EXPECT_LT(peak, 0.11) << "not with the gain that the band had before";
+  expectOneStep("to post", [&] { rig.plug.setBandPosition(1, kPostList); });
+  expectOneStep("to crossover", [&] { rig.plug.setBandPosition(1, kXoverList); });
+  expectOneStep("to pre", [&] { rig.plug.setBandPosition(1, kPreList); });
+  expectOneStep("off", [&] { rig.plug.setBandPosition(1, kOffList); });
   EXPECT_EQ(rig.get("kB2State"), 0.0);
 }
 

@@ -11,7 +11,7 @@
 class ScriptedDialogs : public Dialogs {
  public:
   void showWarning(const std::string& caption, const std::string& message) override {
-    EXPECT_EQ(caption, "Halvekro : File Access Error");
+    EXPECT_EQ(caption, expectedCaption);
     warnings.push_back(message);
   }
   bool confirm(const std::string& /*caption*/, const std::string& /*message*/) override {
@@ -23,6 +23,7 @@ class ScriptedDialogs : public Dialogs {
     return !answer.empty();
   }
 
+  std::string expectedCaption = "Halvekro : File Access Error";
   std::string answer;
   std::vector<FileDialog> asked;
   std::vector<std::string> warnings;
