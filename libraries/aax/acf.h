@@ -71,3 +71,7 @@ using ACFGetClassFactoryProc = ACFRESULT (*)(IACFUnknown* host, const acfCLSID& 
 using ACFCanUnloadNowProc = ACFRESULT (*)(IACFUnknown* host);
 using ACFStartupProc = ACFRESULT (*)(IACFUnknown* host);
 using ACFShutdownProc = ACFRESULT (*)(IACFUnknown* host);
+using ACFGetSDKVersionProc = ACFRESULT (*)(std::uint64_t* version);
+
+/// Of the interface as declared here: the version in the upper half, its revision in the lower.
+inline constexpr std::uint64_t kAcfSdkVersion = std::uint64_t{0x0200} << 32;

@@ -67,5 +67,12 @@ ACFRESULT ACFShutdown(IACFUnknown* /*host*/) {
   return ACF_OK;
 }
 
+/// The version of the interface that the library was built for.
+ACFRESULT ACFGetSDKVersion(std::uint64_t* version) {
+  if (version == nullptr) return ACF_E_POINTER;
+  *version = kAcfSdkVersion;
+  return ACF_OK;
+}
+
 }  // extern "C"
 #pragma GCC visibility pop

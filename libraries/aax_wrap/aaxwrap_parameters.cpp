@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "libraries/aax/aax_controls_chunk.h"
 #include "libraries/aax/aax_guard.h"
 #include "libraries/aax/aax_host_services.h"
 #include "libraries/aax_wrap/aaxwrap_channel_labels.h"
@@ -345,6 +346,7 @@ AAX_Result AAXWrap_Parameters::GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk)
 }
 
 AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) {
+  if (id == kAAX_ControlsChunkID && chunk != nullptr) return restoreControls(*chunk);
   if (id != effectChunkId() || chunk == nullptr) return AAX_CEffectParameters::SetChunk(id, chunk);
   if (chunk->fSize <= 0) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
   return aaxGuarded([&] {
@@ -352,6 +354,25 @@ AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* 
     const std::vector<char> block(source, source + chunk->fSize);
     effect->setChunk(block.data(), chunk->fSize, false);
     return effect->chunkRefused() ? AAX_ERROR_INCORRECT_CHUNK_SIZE : AAX_SUCCESS;
+  });
+}
+
+/// The list of all values, as one change. The bank comes first: to switch to it exchanges the
+/// others.
+AAX_Result AAXWrap_Parameters::restoreControls(const AAX_SPlugInChunk& chunk) {
+  return aaxGuarded([&] {
+    const auto size = static_cast<std::size_t>(std::max(chunk.fSize, 0));
+    const auto values = readControlsChunk(std::span<const char>(chunk.fData, size));
+    if (!values) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
+    const AAX_IParameter* const selector = effectParameter(kABBank);
+    const Plug::UpdateHold together(*effect);
+    for (const AaxControlValue& value : *values) {
+      if (selector == nullptr || value.id != selector->Identifier()) continue;
+      SetParameterNormalizedValue(value.id.c_str(), value.normalised);
+    }
+    const AAX_Result result = AAX_CEffectParameters::SetChunk(kAAX_ControlsChunkID, &chunk);
+    effect->repairChain();
+    return result;
   });
 }
 

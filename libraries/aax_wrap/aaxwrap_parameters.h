@@ -87,6 +87,7 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   [[nodiscard]] AAX_IParameter* effectParameter(std::int32_t index) const noexcept;
   void bypassChanged();
   AAX_Result reportLatency(bool onlyOnceRendered);
+  AAX_Result restoreControls(const AAX_SPlugInChunk& chunk);
   [[nodiscard]] AAX_CTypeID effectChunkId() const noexcept;
   void fetchChunk() const;  // under `chunkLock`
 

@@ -23,6 +23,7 @@ AaxLibrary::AaxLibrary(const std::string& file)
     find(canUnloadNow, "ACFCanUnloadNow");
     find(startup, "ACFStartup");
     find(shutdown, "ACFShutdown");
+    find(getSdkVersion, "ACFGetSDKVersion");
   } catch (...) {
     dlclose(handle);
     throw;

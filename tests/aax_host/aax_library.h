@@ -4,7 +4,7 @@
 
 #include "libraries/aax/acf.h"
 
-/// The shared object of a plug-in with its six entry points, loaded as long as this lives.
+/// The shared object of a plug-in with its seven entry points, loaded as long as this lives.
 class AaxLibrary {
  public:
   /// Throws std::runtime_error that names the file and what is wrong with it.
@@ -22,6 +22,7 @@ class AaxLibrary {
   ACFCanUnloadNowProc canUnloadNow = nullptr;
   ACFStartupProc startup = nullptr;
   ACFShutdownProc shutdown = nullptr;
+  ACFGetSDKVersionProc getSdkVersion = nullptr;
 
  private:
   template <typename Function>

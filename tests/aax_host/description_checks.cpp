@@ -130,6 +130,10 @@ void checkEntryPoints(const Bench& bench, Faults& faults) {
   IACFComponentDefinition* component = nullptr;
   faults.equal(library.registerComponent(host, 0, &component), ACF_OK, "a component's result");
   faults.expect(component == nullptr, "there is a component");
+  std::uint64_t version = 0;
+  faults.equal(library.getSdkVersion(&version), ACF_OK, "the version's result");
+  faults.equal(version, kAcfSdkVersion, "the version");
+  faults.expect(library.getSdkVersion(nullptr) != ACF_OK, "the version goes nowhere");
   void* object = nullptr;
   library.getClassFactory(host, AAXCompID_AAXCollection, IID_IACFUnknown, &object);
   faults.expect(object == nullptr, "there is a class factory");
