@@ -165,7 +165,7 @@ void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
   filters.setUnlink(unlink);
 }
 
-void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) noexcept {
+void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
   if (isBand(band)) sidechains[static_cast<std::size_t>(band)].set(settings);
 }
 

@@ -99,7 +99,7 @@ class compressor {
   /// As `SidechainFilters::setPosition` and `setUnlink`.
   void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
   /// Designs filters.
-  void setSidechainFilters(int band, const SidechainFilterSettings& settings) noexcept;
+  void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode) noexcept;
   void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
   /// What a soloed band lets through: false the band itself, true what passes beside it.

@@ -46,7 +46,7 @@ void SidechainFilters::setSampleRate(float hz) noexcept {
   }
 }
 
-void SidechainFilters::set(const SidechainFilterSettings& settings) noexcept {
+void SidechainFilters::set(const SidechainFilterSettings& settings) {
   trim.store(std::pow(10.0, settings.trimDb * 0.05), kAlone);
   for (std::size_t c = 0; c < kChannels; ++c) {
     setEnd(lowFilter[c], settings.low, EQ::kHpf, EQ::kLowShelf);

@@ -29,8 +29,9 @@ struct SidechainFilterSettings {
 class SidechainFilters {
  public:
   void setSampleRate(float hz) noexcept;
-  /// Designs what has changed, which may take some hundred microseconds per filter.
-  void set(const SidechainFilterSettings& settings) noexcept;
+  /// Designs what has changed, which may take some hundred microseconds per filter. Throws when
+  /// memory runs out; what it had not come to, the next call does.
+  void set(const SidechainFilterSettings& settings);
   /// Left/right or mid/side, and which of the two is heard: 0 the first alone .. 100 the second
   /// alone.
   void setPosition(bool leftRight, int percent) noexcept;

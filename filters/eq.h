@@ -9,8 +9,8 @@
 /// Usage: setters in any order, then one `update`. A setter stores its value, marks the filter
 /// dirty when the value differs from the old one (floats compare exactly) and returns whether it
 /// did. Threads: all but `process` on one control thread, at any moment; `process` on the audio
-/// thread. Nothing locks or allocates. Curves may be read elsewhere; one that meets a design may be
-/// torn.
+/// thread. Nothing locks, and only `update` may allocate. Curves may be read elsewhere; one that meets a
+/// design may be torn.
 class EQ {
  public:
   enum Type : std::int32_t {
@@ -83,8 +83,9 @@ class EQ {
   virtual void responseAt(double hz, double* re, double* im) const noexcept = 0;
   /// Ramps to `count` sections, 0..16, of five coefficients each.
   virtual void setCoefficients(const double* newCoefficients, std::int32_t count) noexcept = 0;
-  /// Takes what the setters changed: designs and hands new coefficients to `process`.
-  virtual void update() noexcept = 0;
+  /// Takes what the setters changed: designs and hands new coefficients to `process`. Where memory
+  /// runs out it throws and takes nothing, so that the next call does.
+  virtual void update() = 0;
 
   /// Designs the rows when dirty, for curves drawn before the next `update`, which takes them.
   void refreshSections() noexcept;

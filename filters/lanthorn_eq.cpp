@@ -86,7 +86,7 @@ bool LanthornEQ::takeRows(AnalogSections& radian) noexcept {
   return true;
 }
 
-void LanthornEQ::update() noexcept {
+void LanthornEQ::update() {
   if (isOut()) {
     setSectionCount(1);
     constexpr DigitalSection kSilence{};
@@ -98,6 +98,7 @@ void LanthornEQ::update() noexcept {
     storeFlat(true);
     return;
   }
+  if (fit == nullptr) fit = std::make_unique<MatchFit>(sampleRate);
   AnalogSections radian;
   if (!takeRows(radian)) return;
   Cascade result{};
@@ -114,7 +115,7 @@ void LanthornEQ::update() noexcept {
 }
 
 // Returns whether all of them are unity.
-bool LanthornEQ::matchRows(const AnalogSections& radian, Cascade& result) {
+bool LanthornEQ::matchRows(const AnalogSections& radian, Cascade& result) noexcept {
   bool allFlat = true;
   filters::RowMatch match;
   DigitalSection fitted{};
@@ -139,10 +140,10 @@ bool LanthornEQ::isUnity(const filters::RowMatch& match) const noexcept {
   return (type == kLowShelf || type == kHighShelf) && std::abs(gain) <= kUnityDb;
 }
 
-DigitalSection LanthornEQ::fitRow(const AnalogRow& row, const filters::RowMatch& match) {
+DigitalSection LanthornEQ::fitRow(const AnalogRow& row,
+                                  const filters::RowMatch& match) noexcept {
   DigitalSection section = match.section;
   if (match.shape == filters::RowShape::kConstant) return section;
-  if (fit == nullptr) fit = std::make_unique<MatchFit>(sampleRate);
   MatchFit::Points wanted;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     // Single precision on purpose: the end of a fit follows the last places of its target.

@@ -8,12 +8,12 @@
 
 /// The analog rows made digital so that they hold up to Nyquist: each by a closed form that
 /// prescribes its gain there, then fitted to the analog curve.
-/// Threads: as `EQ`, but `update` allocates when it first has a row to fit. It costs some hundred
+/// Threads: as `EQ`; `update` allocates when it first has rows to take. It costs some hundred
 /// microseconds per different row.
 class LanthornEQ : public DF1Cascade {
  public:
   bool setSampleRate(float hz) noexcept override;
-  void update() noexcept override;
+  void update() override;
 
  protected:
   /// Whether the filter is switched off or bypassed.
@@ -25,10 +25,10 @@ class LanthornEQ : public DF1Cascade {
  private:
   using Cascade = std::array<DigitalSection, kMaxSections>;
 
-  [[nodiscard]] bool matchRows(const AnalogSections& radian, Cascade& result);
+  [[nodiscard]] bool matchRows(const AnalogSections& radian, Cascade& result) noexcept;
   [[nodiscard]] bool isUnity(const filters::RowMatch& match) const noexcept;
-  [[nodiscard]] DigitalSection fitRow(const AnalogRow& row, const filters::RowMatch& match);
+  [[nodiscard]] DigitalSection fitRow(const AnalogRow& row, const filters::RowMatch& match) noexcept;
 
-  // Large, and made when first needed: many a filter never fits.
+  // Large, and made when first needed: many a filter is never switched on.
   std::unique_ptr<MatchFit> fit;
 };

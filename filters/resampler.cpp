@@ -84,8 +84,7 @@ void lower(const double* input, int n, double* output, const double* kernel, int
 
 }  // namespace
 
-Resampler::Resampler()
-    : history(std::make_unique<double[]>(kHistory)), standardKernel(makeStandardKernel()) {}
+Resampler::Resampler() noexcept : standardKernel(makeStandardKernel()) {}
 
 void Resampler::resample(double ratio, const double* input, int n, double* output,
                          const double* kernel, int tapCount, double* cells) noexcept {
@@ -97,18 +96,18 @@ void Resampler::resample(double ratio, const double* input, int n, double* outpu
 }
 
 void Resampler::process(double ratio, const double* input, int n, double* output) noexcept {
-  resample(ratio, input, n, output, standardKernel, taps, history.get());
+  resample(ratio, input, n, output, standardKernel, taps, history.data());
 }
 
-void Resampler::fillHistory(double value) noexcept { std::fill_n(history.get(), kHistory, value); }
+void Resampler::fillHistory(double value) noexcept { history.fill(value); }
 
-ResamplerHQ::ResamplerHQ() : hqKernel(makeHighKernel()) {}
+ResamplerHQ::ResamplerHQ() noexcept : hqKernel(makeHighKernel()) {}
 
 void ResamplerHQ::process(double ratio, const double* input, int n, double* output) noexcept {
   if (!highQuality.load(std::memory_order_relaxed)) {
     return Resampler::process(ratio, input, n, output);
   }
-  resample(ratio, input, n, output, hqKernel, hqTaps, history.get());
+  resample(ratio, input, n, output, hqKernel, hqTaps, history.data());
 }
 
 int ResamplerHQ::latency() const noexcept {

@@ -1,20 +1,19 @@
 #pragma once
 
+#include <array>
 #include <atomic>
-#include <memory>
 
 /// Raises a signal to twice its rate, or lowers it from there, by a half-band filter: a windowed
 /// sinc of `taps` taps, not normalised, so that DC comes back within its ripple. One object is for
 /// one signal in one direction.
 ///
-/// Threads: construction where allocation is allowed; all else on the audio thread, where it
-/// neither locks nor allocates.
+/// Threads: all on the audio thread, where it neither locks nor allocates.
 class Resampler {
  public:
   static constexpr int taps = 34;
   static constexpr int kHistory = 256;
 
-  Resampler();
+  Resampler() noexcept;
   Resampler(const Resampler&) = delete;
   Resampler& operator=(const Resampler&) = delete;
   virtual ~Resampler() = default;
@@ -38,7 +37,7 @@ class Resampler {
   [[nodiscard]] virtual int latency() const noexcept { return taps - 1; }
 
  protected:
-  const std::unique_ptr<double[]> history;
+  std::array<double, kHistory> history{};
 
  private:
   const double* const standardKernel;
@@ -49,7 +48,7 @@ class ResamplerHQ final : public Resampler {
  public:
   static constexpr int hqTaps = 128;
 
-  ResamplerHQ();
+  ResamplerHQ() noexcept;
 
   void process(double ratio, const double* input, int n, double* output) noexcept override;
   [[nodiscard]] int latency() const noexcept override;

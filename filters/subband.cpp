@@ -82,7 +82,6 @@ void subband::configureEdges(int shape, float frequency, float slope, float q, f
 
 void subband::rebuildKernel() {
   if (!rebuildNeeded || !filtered.load(std::memory_order_relaxed)) return;
-  rebuildNeeded = false;
   constexpr int kHalf = kTaps / 2;
   std::vector<double> spectrum(2 * static_cast<std::size_t>(kTaps));
   for (int k = 0; k <= kHalf; ++k) spectrum[2 * static_cast<std::size_t>(k)] = 1.0 / kTaps;
@@ -102,6 +101,7 @@ void subband::rebuildKernel() {
   kernelWindow.applyWindow(kernel.data(), kTaps);
   const double* const taps = kernel.data();
   convolver.setKernels(&taps, 1);
+  rebuildNeeded = false;
 }
 
 int subband::filter(double* const band[kChannels], double* const rest[kChannels], int frames,
