@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdio>
 
-#include "state/json_document.h"
+#include "state/json_memory.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ std::optional<std::string> packChunk(std::string_view text, int level) {
 
 std::optional<std::string> unpackChunk(std::string_view bytes) {
   z_stream stream{};
-  if (inflateInit(&stream) != Z_OK) return std::nullopt;
+  if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
   const StreamEnd end{stream, &inflateEnd};
   std::string text;
   bytes.remove_prefix(std::min(bytes.size(), kPackedMark.size()));
@@ -74,8 +74,9 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
   while (!bytes.empty() && state != Z_STREAM_END) {
     feed(stream, bytes);
     state = drain(stream, text, [&text](z_stream* s) {
-      return text.size() > kMostDocumentBytes ? Z_MEM_ERROR : inflate(s, Z_NO_FLUSH);
+      return text.size() > kMostDocumentBytes ? Z_DATA_ERROR : inflate(s, Z_NO_FLUSH);
     });
+    if (state == Z_MEM_ERROR) throw std::bad_alloc();
     // Without output left to give the stream only waits for more input.
     const bool goesOn = state == Z_OK || state == Z_BUF_ERROR || state == Z_STREAM_END;
     if (!goesOn) return std::nullopt;
@@ -88,6 +89,6 @@ bool holdsDocument(std::string_view bytes) {
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);
-  const JsonTree root(jsonParse(text->c_str()));
+  const JsonTree root = parsedJson(text->c_str());
   return jsonIsType(root.get(), kJsonObject);
 }

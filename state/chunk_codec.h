@@ -14,9 +14,10 @@ inline constexpr std::string_view kPackedMark = "ZIP ";
 [[nodiscard]] std::optional<std::string> packChunk(std::string_view text, int level);
 
 /// The text of a packed chunk. A stream that ends too soon gives what it holds; null for one that
-/// is damaged, that wants a dictionary or holds more than `kMostDocumentBytes`.
+/// is damaged, that wants a dictionary or holds more than `kMostDocumentBytes`. Throws
+/// std::bad_alloc.
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
 
 /// Whether `bytes`, packed or plain, are a document: text that holds an object, of a size that
-/// documents have.
+/// documents have. Throws std::bad_alloc.
 [[nodiscard]] bool holdsDocument(std::string_view bytes);

@@ -7,6 +7,7 @@
 
 #include "platform/file_lock.h"
 #include "platform/whole_file.h"
+#include "state/json_memory.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ Contents load(const std::string& path) {
   if (error && isFaultOfFile(error)) return {nullptr, error.message(), {}};
   if (error && error != std::errc::no_such_file_or_directory) return {nullptr, {}, error};
   // An empty file holds nothing that could be lost.
-  JsonTree root = text.empty() ? JsonTree(jsonCreateObject()) : FileStore::parse(text);
+  JsonTree root = text.empty() ? JsonTree(made(jsonCreateObject())) : FileStore::parse(text);
   if (root) return {std::move(root), {}, {}};
   return {nullptr, "it does not hold what this program writes", {}};
 }
@@ -130,8 +131,7 @@ bool FileStore::updateWithin(std::chrono::milliseconds wait, std::string_view na
   const auto old = contents.root ? find(*contents.root, name) : std::nullopt;
   const std::optional<std::string> text = change(old);
   if (!text || text == old) return true;
-  if (!contents.root) contents.root.reset(jsonCreateObject());
-  if (!contents.root) return refuse("memory has run out");
+  if (!contents.root) contents.root.reset(made(jsonCreateObject()));
   const std::string printed = printWith(*contents.root, std::string(name), *text);
   if (printed.empty()) return refuse("the text for it cannot be stored");
   if (printed.size() > kMostDocumentBytes) return refuse("it would become larger than 4 MiB");
@@ -189,7 +189,7 @@ std::string FileStore::takeNotice() {
 
 JsonTree FileStore::parse(const std::string& text) {
   if (hasZero(text)) return nullptr;
-  JsonTree root(jsonParse(text.c_str()));
+  JsonTree root = parsedJson(text.c_str());
   if (!root || root->type != kJsonObject || !hasOnlyFiniteNumbers(root.get())) return nullptr;
   // The reader stops behind the first value; what follows would be lost with the next write.
   return isBlank(text, endOfObject(text)) ? std::move(root) : nullptr;
@@ -203,13 +203,11 @@ std::optional<std::string> FileStore::find(const JsonNode& root, std::string_vie
 
 std::string FileStore::printWith(JsonNode& root, const std::string& name, const std::string& text) {
   if (hasZero(name) || hasZero(text)) return {};
-  JsonTree item(jsonCreateString(text.c_str()));
-  if (!item) return {};
+  JsonTree item(made(jsonCreateString(text.c_str())));
   if (JsonNode* const old = findString(root, name)) {
     std::swap(old->valueString, item->valueString);
   } else {
-    jsonAddItemToObject(&root, name.c_str(), item.release());
+    addToObject(root, name.c_str(), item.release());
   }
-  const JsonText printed(jsonPrintFormatted(&root));
-  return printed ? printed.get() + std::string("\n") : "";
+  return JsonText(made(jsonPrintFormatted(&root))).get() + std::string("\n");
 }

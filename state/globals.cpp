@@ -3,13 +3,15 @@
 #include <cmath>
 #include <utility>
 
+#include "state/json_memory.h"
+
 namespace {
 
 constexpr const char* kStoreName = "globals";
 
 /// An object whose numbers can all be stored again; null for a text that is none.
 JsonTree parseObject(const char* text) {
-  JsonTree tree(jsonParse(text));
+  JsonTree tree = parsedJson(text);
   if (!jsonIsType(tree.get(), kJsonObject)) tree.reset();
   for (JsonNode* member = tree ? tree->child : nullptr; member; member = member->next) {
     if (!std::isfinite(member->valueDouble)) member->valueDouble = member->valueInt;
@@ -24,24 +26,23 @@ JsonTree choicesIn(const std::optional<std::string>& text) {
   return choices;
 }
 
-std::optional<std::string> printed(const JsonTree& tree) {
-  const JsonText text(jsonPrintUnformatted(tree.get()));
-  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+std::string printed(const JsonTree& tree) {
+  return JsonText(made(jsonPrintUnformatted(tree.get()))).get();
 }
 
 void setNumber(JsonNode& object, const char* key, std::int32_t value) {
   JsonNode* const member = jsonGetObjectItem(&object, key);
-  if (!member) return jsonAddItemToObject(&object, key, jsonCreateNumber(value));
+  if (!member) return addToObject(object, key, jsonCreateNumber(value));
   member->type = (member->type & ~kJsonTypeMask) | kJsonNumber;
   member->valueInt = value;
   member->valueDouble = value;
 }
 
 JsonTree defaultChoices(const JsonNode* table) {
-  JsonTree choices(jsonCreateObject());
+  JsonTree choices(made(jsonCreateObject()));
   for (const JsonNode* entry = table ? table->child : nullptr; entry; entry = entry->next) {
     const JsonNode* const value = jsonGetObjectItem(entry, "value");
-    if (value) jsonAddItemToObject(choices.get(), entry->key, jsonCreateNumber(value->valueInt));
+    if (value) addToObject(*choices, entry->key, jsonCreateNumber(value->valueInt));
   }
   return choices;
 }
@@ -76,8 +77,10 @@ std::optional<std::string> Globals::storeDefaults(const std::optional<std::strin
   JsonTree choices = choicesIn(stored);
   const std::lock_guard lock(mutex);
   const bool meanwhileStored = choices != nullptr;
-  values = meanwhileStored ? std::move(choices) : defaultChoices(defaults.get());
-  return meanwhileStored ? std::nullopt : printed(values);
+  if (!meanwhileStored) choices = defaultChoices(defaults.get());
+  auto text = meanwhileStored ? std::nullopt : std::optional(printed(choices));
+  values = std::move(choices);
+  return text;
 }
 
 std::int32_t Globals::getGlobal(const char* key) const {
@@ -106,8 +109,11 @@ void Globals::setGlobal(const char* key, std::int32_t value) {
     unsaved[key] = value;
   }
   Choices taken;
-  if (store.update(kStoreName, [&](const auto& stored) { return storeChoices(stored, taken); })) {
-    return;
+  try {
+    const auto change = [&](const auto& stored) { return storeChoices(stored, taken); };
+    if (store.update(kStoreName, change)) return;
+  } catch (const std::bad_alloc&) {
+    // As for a store that cannot be written.
   }
   const std::lock_guard lock(mutex);
   unsaved.merge(taken);
@@ -127,8 +133,7 @@ std::optional<std::string> Globals::storeChoices(const std::optional<std::string
 }
 
 void Globals::apply(const Choices& choices) {
-  if (!values) values.reset(jsonCreateObject());
-  if (!values) return;
+  if (!values) values.reset(made(jsonCreateObject()));
   for (const auto& [key, value] : choices) setNumber(*values, key.c_str(), value);
 }
 

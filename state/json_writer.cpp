@@ -1,22 +1,13 @@
 #include "state/json_writer.h"
 
-#include <new>
+#include "state/json_memory.h"
 
-namespace {
-
-JsonNode* present(JsonNode* node) {
-  if (node == nullptr) throw std::bad_alloc();
-  return node;
-}
-
-}  // namespace
-
-JsonWriter::JsonWriter(JsonNode* node) : parent(present(node)) {
+JsonWriter::JsonWriter(JsonNode* node) : parent(made(node)) {
   for (JsonNode* child = parent->child; child != nullptr; child = child->next) last = child;
 }
 
 JsonNode* JsonWriter::add(const char* key, JsonNode* item) {
-  present(item);
+  static_cast<void>(made(item));
   if (key != nullptr) {
     item->key = const_cast<char*>(key);
     item->type |= jsonKeyIsConst;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "state/json_document.h"
+#include "state/json_memory.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ MIDIMap::MIDIMap(UserStore& userStore) : store(userStore) {
 
 // Leaves the table as it is if the text is no array.
 void MIDIMap::readTable(const std::optional<std::string>& text, Table& table) {
-  const JsonTree array(text ? jsonParse(text->c_str()) : nullptr);
+  const JsonTree array = parsedJson(text ? text->c_str() : nullptr);
   if (!jsonIsType(array.get(), kJsonArray)) return;
   const JsonNode* item = array->child;
   for (std::int32_t& id : table) {
@@ -136,7 +136,6 @@ std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& 
       entries[i].compare_exchange_strong(expected, {merged[i], expected.edits}, kRelaxed);
     }
   }
-  const JsonTree array(jsonCreateIntArray(merged.data(), kControllers));
-  const JsonText text(jsonPrintUnformatted(array.get()));
-  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+  const JsonTree array(made(jsonCreateIntArray(merged.data(), kControllers)));
+  return JsonText(made(jsonPrintUnformatted(array.get()))).get();
 }

@@ -4,19 +4,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include "state/json_memory.h"
+
 namespace {
 
 JsonTree copyOf(const JsonNode& node) {
-  JsonTree copy(node.valueString ? jsonCreateString(node.valueString) : jsonCreateObject());
-  if (!copy) return nullptr;
+  JsonTree copy(made(node.valueString ? jsonCreateString(node.valueString) : jsonCreateObject()));
   copy->type = node.type & kJsonTypeMask;
   copy->valueInt = node.valueInt;
   copy->valueDouble = node.valueDouble;
   for (const JsonNode* child = node.child; child; child = child->next) {
     JsonTree item = copyOf(*child);
-    if (!item) return nullptr;
     if (child->key) {
-      jsonAddItemToObject(copy.get(), child->key, item.release());
+      addToObject(*copy, child->key, item.release());
     } else {
       jsonAddItemToArray(copy.get(), item.release());
     }
@@ -39,10 +39,11 @@ JsonNode* findValue(const JsonTree& table, std::string_view group, std::string_v
 
 }  // namespace
 
-UiSettings::UiSettings(const char* text) : table(jsonParse(text)) {
+UiSettings::UiSettings(const char* text) : table(parsedJson(text)) {
   if (table) return;
-  const char* const rest = jsonGetErrorPtr();
-  std::fprintf(stderr, "uiprefs error ptr:\n\n%s\n", rest ? rest : "");
+  JsonFault fault;
+  static_cast<void>(JsonTree(jsonParse(text, fault)));
+  std::fprintf(stderr, "uiprefs error ptr:\n\n%s\n", fault.position ? fault.position : "");
 }
 
 void UiSettings::set(JsonNode& value, std::int32_t valueInt, double valueDouble) {
@@ -62,10 +63,10 @@ double UiSettings::getUiValue(std::string_view group, std::string_view key) cons
 }
 
 void UiSettings::setUiValue(std::string_view group, std::string_view key, double value) {
-  const JsonTree number(jsonCreateNumber(value));
+  const JsonTree number(made(jsonCreateNumber(value)));
   const PlugBaseMutex::Scope lock(mutex);
   JsonNode* const target = findValue(table, group, key);
-  if (target && number) set(*target, number->valueInt, number->valueDouble);
+  if (target) set(*target, number->valueInt, number->valueDouble);
 }
 
 JsonTree UiSettings::save() const {

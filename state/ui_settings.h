@@ -13,17 +13,18 @@
 class UiSettings {
  public:
   /// `text`: the table of the program. One that does not parse leaves no options, and the standard
-  /// error stream tells where it gave up.
+  /// error stream tells where it gave up. Throws std::bad_alloc.
   explicit UiSettings(const char* text);
 
   /// The value of an entry, names in any case; 0 if it is missing.
   [[nodiscard]] double getUiValue(std::string_view group, std::string_view key) const;
-  /// Sets both number forms of an entry's value; unknown names do nothing.
+  /// Sets both number forms of an entry's value; unknown names do nothing. Throws std::bad_alloc.
   void setUiValue(std::string_view group, std::string_view key, double value);
 
   /// Another number whenever a value has become another one.
   [[nodiscard]] unsigned revision() const noexcept { return changes.load(std::memory_order_relaxed); }
-  /// The table with its values as a document's member, for the caller; null without options.
+  /// The table with its values as a document's member, for the caller; null without options. Throws
+  /// std::bad_alloc.
   [[nodiscard]] JsonTree save() const;
   /// Takes the values of those entries of a document's member that this table has too; texts and
   /// limits stay its own.

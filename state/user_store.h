@@ -23,7 +23,7 @@ class UserStore {
   /// The text under `name`; an empty text counts as missing.
   [[nodiscard]] virtual std::optional<std::string> read(std::string_view name) = 0;
   /// Reads, asks `change` and writes, as one step that no other process comes between. False when
-  /// it could not be written.
+  /// it could not be written; where memory runs out it throws and nothing is written, either.
   virtual bool update(std::string_view name, const Change& change) = 0;
   /// As `update`, but without waiting for other processes: what is only worth storing when that
   /// costs nothing. While one of them has the store it is false, and nobody is told.

@@ -72,10 +72,10 @@ std::error_code AtomicFile::open(const std::string& target) {
 std::error_code AtomicFile::openBeside() {
   constexpr int kAttempts = 100;
   for (int i = 0; i < kAttempts; ++i) {
-    const std::string name = nameBeside(finalPath);
+    std::string name = nameBeside(finalPath);
     descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor >= 0) {
-      temporaryPath = name;
+      temporaryPath = std::move(name);  // nothing may fail between the two
       return {};
     }
     if (errno != EEXIST) break;

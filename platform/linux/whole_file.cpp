@@ -50,13 +50,18 @@ std::error_code readToEnd(int descriptor, std::size_t expected, std::size_t most
   return {};
 }
 
-/// Makes a new name in the folder last through a power cut. Not every file system can do that.
-void flushFolderOf(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path real = std::filesystem::canonical(path, error);
-  if (error) return;
-  const Descriptor folder(real.parent_path().string(), O_RDONLY | O_DIRECTORY);
-  if (folder.number >= 0) ::fsync(folder.number);
+/// Makes a new name in the folder last through a power cut. Not every file system can do that, and
+/// the file is written in any case.
+void flushFolderOf(const std::string& path) noexcept {
+  try {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(path, error);
+    if (error) return;
+    const Descriptor folder(real.parent_path().string(), O_RDONLY | O_DIRECTORY);
+    if (folder.number >= 0) ::fsync(folder.number);
+  } catch (const std::bad_alloc&) {
+    return;
+  }
 }
 
 }  // namespace
@@ -71,11 +76,7 @@ std::error_code readWholeFile(const std::string& path, std::string& bytes, std::
   if (!S_ISREG(status.st_mode)) return std::make_error_code(std::errc::not_supported);
   const auto size = static_cast<std::size_t>(status.st_size);
   if (size > mostBytes) return std::make_error_code(std::errc::file_too_large);
-  try {
-    return readToEnd(file.number, size, mostBytes, bytes);
-  } catch (const std::bad_alloc&) {
-    return std::make_error_code(std::errc::not_enough_memory);
-  }
+  return readToEnd(file.number, size, mostBytes, bytes);
 }
 
 std::error_code writeWholeFile(const std::string& path, const std::string& bytes) {
