@@ -23,6 +23,7 @@ void IdleTimer::add(IdleClient& client) {
   if (std::ranges::find(registrations, &client, &Registration::client) != registrations.end())
     return;
   registrations.reserve(registrations.size() + 1);
+  calls.reserve(calls.size() + 1);  // a tick must not fail
   startTimer();
   registrations.push_back({&client, nextSerial++});
 }

@@ -42,12 +42,14 @@ class IdleTimer {
   static IdleTimer& instance();
 
   /// Not owned: the client leaves before it dies. Adding it twice is as once. Restarts the timer.
+  /// Throws, with the client not added, when memory runs out or there is no thread to be had.
   void add(IdleClient& client);
 
   /// Once this has returned no tick touches the client. Waits for a call of it under way on another
   /// thread, so the caller holds no lock that the client's idle needs; from within a tick of the
   /// client itself it does not wait, and the tick leaves it alone from there on. Restarts the timer
-  /// if clients are left. Removing what is not there does nothing.
+  /// if clients are left. Removing what is not there does nothing. Takes no
+  /// memory.
   void remove(IdleClient& client);
 
  private:

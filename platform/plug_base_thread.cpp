@@ -2,10 +2,6 @@
 
 #include <chrono>
 
-namespace {
-thread_local const PlugBaseThread* threadOwner = nullptr;
-}
-
 PlugBaseThread::~PlugBaseThread() {
   stop();
   // Reached on the own thread only when the process exits from within `run`, which never returns
@@ -45,11 +41,12 @@ void PlugBaseThread::requestStop() {
 }
 
 void PlugBaseThread::loop() {
-  threadOwner = this;
+  runner.store(std::this_thread::get_id());
   while (!stopRequested.load()) {
     run();
     sleep();
   }
+  runner.store({});
 }
 
 void PlugBaseThread::sleep() {
@@ -60,4 +57,6 @@ void PlugBaseThread::sleep() {
                 [this] { return stopRequested.load(); });
 }
 
-bool PlugBaseThread::onOwnThread() const noexcept { return threadOwner == this; }
+bool PlugBaseThread::onOwnThread() const noexcept {
+  return runner.load() == std::this_thread::get_id();
+}

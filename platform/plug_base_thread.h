@@ -42,6 +42,8 @@ class PlugBaseThread {
   void requestStop();
   [[nodiscard]] bool onOwnThread() const noexcept;
 
+  // Not a thread's own variable: the first look at one of those in a library takes memory.
+  std::atomic<std::thread::id> runner;
   std::mutex handleMutex;  // held while the thread is made or joined
   std::thread handle;
   std::mutex sleepMutex;

@@ -16,7 +16,9 @@ class Timer {
   Timer& operator=(const Timer&) = delete;
 
   /// The first call comes `intervalMs` (at least 1) from now. Starting again replaces what ran
-  /// before; the thread stays the same one.
+  /// before; the thread stays the same one. Throws, with nothing running, when there is no thread
+  /// to be had; starting again cannot fail. A callback of no more than two pointers needs no memory
+  /// when it falls due.
   virtual void start(std::int32_t intervalMs, std::function<void()> callback) = 0;
 
   /// No call falls due any more. It does not wait for one under way or just beginning, so that a

@@ -19,7 +19,7 @@ class ThreadTimer final : public Timer {
 
  private:
   using Clock = std::chrono::steady_clock;
-  using Callback = std::shared_ptr<const std::function<void()>>;
+  using Callback = std::function<void()>;
 
   class Worker final : public PlugBaseThread {
    public:
@@ -36,7 +36,7 @@ class ThreadTimer final : public Timer {
 
   std::mutex mutex;
   std::condition_variable changed;
-  Callback callback;  // null while stopped
+  Callback callback;  // empty while stopped
   Clock::duration period{};
   Clock::time_point due;
   bool ending = false;
@@ -52,10 +52,9 @@ ThreadTimer::~ThreadTimer() {
 }
 
 void ThreadTimer::start(std::int32_t intervalMs, std::function<void()> newCallback) {
-  auto shared = std::make_shared<const std::function<void()>>(std::move(newCallback));
   {
     const std::lock_guard guard(mutex);
-    callback = *shared ? std::move(shared) : nullptr;
+    callback.swap(newCallback);
     period = std::chrono::milliseconds(std::max(intervalMs, 1));
     due = Clock::now() + period;
   }
@@ -70,7 +69,7 @@ void ThreadTimer::stop() {
 
 void ThreadTimer::waitAndCall() {
   // The copy keeps the callback alive should it be replaced while it runs.
-  if (const Callback current = waitForDue()) (*current)();
+  if (const Callback current = waitForDue()) current();
 }
 
 ThreadTimer::Callback ThreadTimer::waitForDue() {
