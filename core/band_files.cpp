@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "host/file_errors.h"
 #include "platform/whole_file.h"
 #include "state/document_keys.h"
+#include "state/json_memory.h"
 #include "state/json_writer.h"
 
 namespace {
@@ -40,14 +40,13 @@ std::int32_t BandFiles::saveBand(std::string& text, int band) const {
     if (row == kB1Slope && isDynamicEq) plain = std::floor(plain / 6.0) * 6.0;
     params.add(parameterKeyTable().name(row).c_str(), jsonCreateNumber(plain));
   }
-  const JsonText printed(jsonPrintFormatted(root.get()));
-  if (printed == nullptr) throw std::bad_alloc();
+  const JsonText printed(made(jsonPrintFormatted(root.get())));
   text = printed.get();
   return static_cast<std::int32_t>(text.size()) + 1;
 }
 
 std::optional<BandFiles::Values> BandFiles::parse(const std::string& text) {
-  const JsonTree root(jsonParse(text.c_str()));
+  const JsonTree root = parsedJson(text.c_str());
   if (!jsonIsType(root.get(), kJsonObject)) return std::nullopt;
   const JsonNode* const params = jsonGetObjectItem(root.get(), documentKey::kBandParameters);
   if (!jsonIsType(params, kJsonObject)) return std::nullopt;

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "core/plug.h"
 #include "state/document_keys.h"
@@ -68,11 +68,24 @@ void takeNumbers(const JsonNode* settings, EditorState& state, std::span<const N
   for (const Number& number : numbers) takeNumber(settings, number.key, state.*number.field);
 }
 
-std::vector<std::int32_t> wordsOf(const JsonNode* list) {
-  std::vector<std::int32_t> words;
+/// Hands the words of a list to `use`, as many as are given and of use.
+template <typename Use>
+void takeWords(const JsonNode* list, const Use& use) {
+  Plug::FlagWords words{};
+  std::size_t count = 0;
   const JsonNode* item = list != nullptr ? list->child : nullptr;
-  for (; item != nullptr; item = item->next) words.push_back(item->valueInt);
-  return words;
+  for (; item != nullptr && count < words.size(); item = item->next) {
+    words[count++] = item->valueInt;
+  }
+  use(std::span<const std::int32_t>(words.data(), count));
+}
+
+/// What is longer than any path is none, and every state would carry it on.
+std::optional<std::string_view> folderIn(const JsonNode* settings) {
+  const JsonNode* const folder = jsonGetObjectItem(settings, kFolder);
+  if (folder == nullptr) return std::nullopt;
+  const std::string_view path = folder->valueString != nullptr ? folder->valueString : "";
+  return path.size() <= kLongestPath ? std::optional(path) : std::nullopt;
 }
 
 void takeBanks(Plug& plug, const JsonNode* settings) {
@@ -129,12 +142,19 @@ void saveEditorState(Plug& plug, JsonNode* root) {
     document.add(documentKey::kUiPrefs, options.release());
 }
 
+void reserveEditorState(Plug& plug, const JsonNode* root) {
+  const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
+  if (const auto folder = folderIn(settings)) {
+    plug.editorState().lastPresetFolder.reserve(folder->size());
+  }
+}
+
 void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (settings == nullptr) return;
   EditorState& state = plug.editorState();
   // Ahead of the banks: what is locked keeps what was heard of it, whatever the live bank holds.
-  plug.setLockWords(wordsOf(jsonGetObjectItem(settings, kLocks)));
+  takeWords(jsonGetObjectItem(settings, kLocks), [&plug](auto words) { plug.setLockWords(words); });
   // A bank that is given for a preset holds "presets", too, but loads its first program alone.
   if (!isPreset && jsonGetObjectItem(root, documentKey::kPresets) != nullptr)
     takeBanks(plug, settings);
@@ -147,12 +167,8 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
     if (std::isfinite(wanted)) state.meterRange = wanted;
   }
   takeNumbers(settings, state, {&kLastPreset, 1});
-  if (const JsonNode* const folder = jsonGetObjectItem(settings, kFolder)) {
-    const std::string_view path = folder->valueString != nullptr ? folder->valueString : "";
-    // What is longer is no path, and every state would carry it on.
-    if (path.size() <= kLongestPath) state.lastPresetFolder = path;
-  }
-  plug.setLinkWords(wordsOf(jsonGetObjectItem(settings, kLinks)));
+  if (const auto folder = folderIn(settings)) state.lastPresetFolder = *folder;
+  takeWords(jsonGetObjectItem(settings, kLinks), [&plug](auto words) { plug.setLinkWords(words); });
   state.layoutWanted = true;
   if (const JsonNode* const options = jsonGetObjectItem(root, documentKey::kUiPrefs)) {
     plug.uiSettings().merge(options);

@@ -76,7 +76,10 @@ class Plug : public PlugBaseJSON {
   void endEdit(std::int32_t index) override;
   /// Settings reach the engine at once, new filters as often as `UpdateGate` lets them; what it
   /// keeps back `onIdle` makes up for.
+  /// Where memory runs out, nothing of it is lost: `isUpdateMissing` says so until `onIdle` or
+  /// another call has come to the end.
   void updateDsp(bool force) override;
+  [[nodiscard]] bool isUpdateMissing() const noexcept { return updateMissing.load(relaxed); }
   void offlineChanged(bool offline) override;
   /// Works out the latency and tells the host when it has changed.
   void updateLatency();
@@ -187,6 +190,7 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] bool extrasChanged() const override { return extras() != storedExtras; }
   JsonTree saveState(bool isPreset) override;
   JsonTree loadState(const char* text, bool isPreset) override;
+  void documentLoaded(const JsonNode* root) override;
   void setParameterFromAudio(std::int32_t index, float normalised) noexcept override;
   void processMidi(const VstMidiEvent& event) noexcept override;
   void holdUpdates() override;
@@ -222,6 +226,7 @@ class Plug : public PlugBaseJSON {
   void startMeasuring();
   bool stopMeasuring();    // whether one was running
   void handOver();         // under `updateLock`
+  void handOverAll();      // under `updateLock`
   void redesign();         // under `updateLock`
   void takePreferences();  // under `updateLock`
   void updateGlobals();
@@ -257,6 +262,7 @@ class Plug : public PlugBaseJSON {
   PlugBaseMutex updateLock;                // one control thread at a time hands over parameters
   int updateSuspended = 0;                 // holds, under the lock; `updateDsp` runs only at 0
   UpdateGate gate;                         // under the lock, but for its other threads' parts
+  std::atomic<bool> updateMissing{false};  // for want of memory
   const Clock clock;
   const Idle idle;
 };

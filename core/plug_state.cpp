@@ -30,24 +30,35 @@ JsonTree Plug::saveState(bool isPreset) {
   return root;
 }
 
+/// All that allocates comes before anything is changed.
 JsonTree Plug::loadState(const char* text, bool isPreset) {
-  locked.clear();
-  linked.clear();
-  editor.flagsStale = true;
+  const bool takesEditor = !isPreset || (getLoadingFlags() & kCarriesEditor) != 0;
   JsonTree root;
   {
     const UpdateHold together(*this);
     root = PlugBaseJSON::loadState(text, isPreset);
-    if (root == nullptr) return root;
-    const bool isOld = jsonGetObjectItem(root.get(), documentKey::kVersionMark) == nullptr;
-    if (!isPreset || (getLoadingFlags() & kCarriesEditor) != 0) {
-      loadEditorState(*this, root.get(), isPreset);
+    if (root == nullptr) {
+      clearFlags();
+      return root;
     }
+    const bool isOld = jsonGetObjectItem(root.get(), documentKey::kVersionMark) == nullptr;
+    if (takesEditor) loadEditorState(*this, root.get(), isPreset);
     if (isOld) keepOldLogBehaviour(isPreset);
     updateDsp(true);
   }
   autoGain.startAfresh();
   return root;
+}
+
+void Plug::documentLoaded(const JsonNode* root) {
+  reserveEditorState(*this, root);
+  clearFlags();
+}
+
+void Plug::clearFlags() noexcept {
+  locked.clear();
+  linked.clear();
+  editor.flagsStale = true;
 }
 
 std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {

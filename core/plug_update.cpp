@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <new>
 
 #include "core/band_parameters.h"
 #include "core/plug.h"
@@ -55,13 +56,23 @@ void Plug::updateLatency() {
   declareLatency(samples);  // tells the host, which may call back
 }
 
+/// Where memory runs out the engine keeps what it has, whole in each of its parts, and the rest
+/// comes with the next call.
 void Plug::handOver() {
+  try {
+    handOverAll();
+    updateMissing.store(false, relaxed);
+  } catch (const std::bad_alloc&) {
+    gate.owe();
+    updateMissing.store(true, relaxed);
+  }
+}
+
+void Plug::handOverAll() {
   for (int band = 0; band < kNumBands; ++band) updatePlace(band);
   // An order that breaks the chain keeps the last valid one.
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
   updateSplits();
-  // A band that comes brings its own filters along.
-  if (engine.planIsDue()) gate.force();
   if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
   // What takes long is done. A band is not heard with settings of a place where it is not: those
   // that leave go ahead of the settings, those that come show when all stands.

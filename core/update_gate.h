@@ -6,7 +6,7 @@
 /// Limits how often changed parameters may redesign filters: once per 100 ms of the clock or per
 /// 4096 processed samples, and whenever it is forced or the host renders offline.
 ///
-/// Threads: `addSamples` on the audio thread; `force` and `opens` on one control thread at a time;
+/// Threads: `addSamples` on the audio thread; `force`, `opens` and `owe` on one control thread at a time;
 /// `isOwed` anywhere.
 class UpdateGate {
  public:
@@ -18,6 +18,11 @@ class UpdateGate {
   /// Whether to redesign now; if not, that is owed from here on until it says yes. `milliseconds`:
   /// any clock that never runs backwards.
   [[nodiscard]] bool opens(std::int64_t milliseconds, bool offline) noexcept;
+  /// The redesign let through has failed: it is owed again, and the next `opens` says yes.
+  void owe() noexcept {
+    forced = true;
+    deferredUpdate.store(true, std::memory_order_relaxed);
+  }
   [[nodiscard]] bool isOwed() const noexcept {
     return deferredUpdate.load(std::memory_order_relaxed);
   }

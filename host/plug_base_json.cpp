@@ -10,6 +10,7 @@
 #include "host/shared_value.h"
 #include "state/chunk_codec.h"
 #include "state/document_keys.h"
+#include "state/json_memory.h"
 #include "state/json_writer.h"
 
 namespace {
@@ -40,7 +41,7 @@ std::int32_t parameterOf(const ParameterKeys& keys, const char* key, std::int32_
 
 PlugBaseJSON::PlugBaseJSON(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
                            const ParameterKeys& parameterKeys, int numPrograms)
-    : PlugBase(audioMaster, table, parameterKeys, numPrograms) {
+    : PlugBase(audioMaster, table, parameterKeys, numPrograms), loadedValues(table.size()) {
   programsAreChunks();
 }
 
@@ -131,8 +132,7 @@ std::string PlugBaseJSON::document(bool isPreset) {
 /// The plain text, with `isPacked` false, when it could not be packed.
 std::string PlugBaseJSON::buildChunk(bool isPreset, bool& isPacked) {
   const JsonTree tree = saveState(isPreset);
-  const JsonText text(jsonPrintFormatted(tree.get()));
-  if (text == nullptr) throw std::bad_alloc();
+  const JsonText text(made(jsonPrintFormatted(tree.get())));
   std::string chunk(text.get(), std::strlen(text.get()) + 1);
   isPacked = true;
   const std::int32_t level = chunkLevel.load(relaxed);
@@ -208,7 +208,7 @@ void PlugBaseJSON::saveParameters(JsonNode* object, const ProgramRecord& record)
 }
 
 JsonTree PlugBaseJSON::loadState(const char* text, bool isPreset) {
-  JsonTree root(jsonParse(text));
+  JsonTree root = parsedJson(text);
   if (!jsonIsType(root.get(), kJsonObject)) return nullptr;
   documentLoaded(root.get());
   if (isPreset) {
@@ -280,8 +280,9 @@ void PlugBaseJSON::loadBankParameters(const JsonNode* object, std::int32_t index
   loadParameters(object, banks[at(index)]);
 }
 
-void PlugBaseJSON::loadParameters(const JsonNode* object, ProgramRecord& record) const {
-  std::vector<float> loaded = defaultValues.values;
+void PlugBaseJSON::loadParameters(const JsonNode* object, ProgramRecord& record) {
+  std::vector<float>& loaded = loadedValues;
+  std::copy(defaultValues.values.begin(), defaultValues.values.end(), loaded.begin());
   const JsonNode* const stored = jsonGetObjectItem(object, documentKey::kParameters);
   std::int32_t hint = 0;
   for (const JsonNode* member = stored != nullptr ? stored->child : nullptr; member != nullptr;

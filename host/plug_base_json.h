@@ -35,7 +35,8 @@ class PlugBaseJSON : public PlugBase {
   /// without memory.
   [[nodiscard]] std::string document(bool isPreset);
   /// Takes a packed or a plain document; one that is none changes no value, and `chunkRefused`
-  /// tells. Returns `byteSize`; 0 for null `data` and for less than no bytes.
+  /// tells. Returns `byteSize`; 0 for null `data` and for less than no bytes. Throws
+  /// std::bad_alloc, with nothing changed.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   /// Whether the last `setChunk` held no document.
   [[nodiscard]] bool chunkRefused() const noexcept { return refused.load(relaxed); }
@@ -54,13 +55,16 @@ class PlugBaseJSON : public PlugBase {
   /// The document. Throws std::bad_alloc.
   [[nodiscard]] virtual JsonTree saveState(bool isPreset);
   /// Applies a document and returns it; null, with nothing changed, for a text that holds none.
+  /// Where memory runs out it throws before anything is changed: from `documentLoaded` on nothing
+  /// is allocated.
   virtual JsonTree loadState(const char* text, bool isPreset);
   // "parameters" of a program or a bank, to and from an object.
   virtual void saveProgramParameters(JsonNode* object, std::int32_t index);
   virtual void saveBankParameters(JsonNode* object, std::int32_t index);
   virtual void loadProgramParameters(const JsonNode* object, std::int32_t index);
   virtual void loadBankParameters(const JsonNode* object, std::int32_t index);
-  // For what a product adds to a program or a bank, and for its look at a document just read.
+  // For what a product adds to a program or a bank, and for its look at a document just read, which
+  // may throw as long as it has changed nothing.
   virtual void saveProgramExtras(JsonNode* /*object*/, std::int32_t /*index*/) {}
   virtual void saveBankExtras(JsonNode* /*object*/, std::int32_t /*index*/) {}
   virtual void loadProgramExtras(const JsonNode* /*object*/, std::int32_t /*index*/) {}
@@ -80,13 +84,14 @@ class PlugBaseJSON : public PlugBase {
   [[nodiscard]] std::string buildChunk(bool isPreset, bool& isPacked);
   void keepFor(std::thread::id reader, const Chunk& chunk);
   void saveParameters(JsonNode* object, const ProgramRecord& record) const;
-  void loadParameters(const JsonNode* object, ProgramRecord& record) const;
+  void loadParameters(const JsonNode* object, ProgramRecord& record);
   void saveProgram(JsonNode* object, std::int32_t index);
   void loadProgram(const JsonNode* object, std::int32_t index);
   void loadFull(const JsonNode* root);
   void loadPreset(const JsonNode* root);
   void loadBanks(const JsonNode* list);
 
+  std::vector<float> loadedValues;  // what a document gives to one record, while it is read
   std::atomic<bool> refused{false};
   // In a `StateScope`.
   Chunk chunkCache;                                          // what was handed out last

@@ -67,7 +67,7 @@ void ControlExchange::deliver() {
 void ControlExchange::deliverNews() {
   if (isLoaded()) return;
   confirmed.takeAll([this](int id) { held[at(id)].store(portValue(id), kAlone); });
-  if (!offered.any()) return;
+  if (!offered.any() && !effect.isUpdateMissing()) return;
   {
     const Plug::UpdateHold together(effect);
     deliverOffered(alone.exchange(false, kAlone));

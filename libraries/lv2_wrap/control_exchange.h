@@ -40,8 +40,8 @@ class ControlExchange {
 
   // Other threads, and the audio thread where it need not keep real time. They lock.
   /// Hands all news to the effect as one change, which is in force when this returns. Links spread
-  /// a value to bands whose ports bring none of their own. Throws std::bad_alloc; what it had not
-  /// come to is lost then.
+  /// a value to bands whose ports bring none of their own. Where memory runs out the values stand,
+  /// and the next call hands them to the engine again.
   void deliver();
   /// Looks for values that the effect has changed by itself.
   void findInsideChanges();

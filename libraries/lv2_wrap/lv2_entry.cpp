@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstring>
-#include <exception>
 #include <new>
 
 #include "libraries/lv2_wrap/plugin.h"
@@ -15,19 +14,28 @@ namespace {
 
 lv2::Plugin& plugin(LV2_Handle instance) noexcept { return *static_cast<lv2::Plugin*>(instance); }
 
+/// The answer of `call`; `failure` for an exception, most likely of memory that has run out, which
+/// must not reach the host.
+template <typename Answer, typename Call>
+Answer guarded(Answer failure, const Call& call) noexcept {
+  try {
+    return call();
+  } catch (...) {
+    return failure;
+  }
+}
+
 LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char* /*bundle*/,
                        const LV2_Feature* const* features) {
-  try {
+  return guarded(LV2_Handle{}, [=]() -> LV2_Handle {
     lv2::HostFeatures host = lv2::readFeatures(features);
     for (const lv2::PortLayout& layout : lv2::kPlugins) {
       if (std::strcmp(layout.uri, descriptor->URI) != 0) continue;
       if (isSampleRate(rate)) return new lv2::Plugin(layout, rate, host);
       lv2_log_error(&host.logger, "Corvanthelis: %g Hz is no sample rate\n", rate);
     }
-  } catch (const std::exception&) {
-    // Out of memory: the host tells that the plug-in did not start.
-  }
-  return nullptr;
+    return nullptr;
+  });
 }
 
 void connectPort(LV2_Handle instance, std::uint32_t port, void* data) {
@@ -35,11 +43,10 @@ void connectPort(LV2_Handle instance, std::uint32_t port, void* data) {
 }
 
 void activate(LV2_Handle instance) {
-  try {
+  guarded(false, [=] {
     plugin(instance).activate();
-  } catch (const std::exception&) {
-    // Out of memory: it plays on as it was.
-  }
+    return true;
+  });
 }
 
 void run(LV2_Handle instance, std::uint32_t frames) { plugin(instance).run(frames); }
@@ -48,32 +55,22 @@ void cleanup(LV2_Handle instance) { delete &plugin(instance); }
 
 LV2_State_Status save(LV2_Handle instance, LV2_State_Store_Function store, LV2_State_Handle handle,
                       std::uint32_t /*flags*/, const LV2_Feature* const* /*features*/) {
-  try {
-    return plugin(instance).save(store, handle);
-  } catch (const std::exception&) {
-    return LV2_STATE_ERR_UNKNOWN;
-  }
+  return guarded(LV2_STATE_ERR_UNKNOWN, [=] { return plugin(instance).save(store, handle); });
 }
 
 LV2_State_Status restore(LV2_Handle instance, LV2_State_Retrieve_Function retrieve,
                          LV2_State_Handle handle, std::uint32_t /*flags*/,
                          const LV2_Feature* const* /*features*/) {
-  try {
-    return plugin(instance).restore(retrieve, handle);
-  } catch (const std::exception&) {
-    return LV2_STATE_ERR_UNKNOWN;
-  }
+  return guarded(LV2_STATE_ERR_UNKNOWN, [=] { return plugin(instance).restore(retrieve, handle); });
 }
 
 LV2_Worker_Status work(LV2_Handle instance, LV2_Worker_Respond_Function /*respond*/,
                        LV2_Worker_Respond_Handle /*handle*/, std::uint32_t /*size*/,
                        const void* /*data*/) {
-  try {
+  return guarded(LV2_WORKER_ERR_UNKNOWN, [=] {
     plugin(instance).work();
     return LV2_WORKER_SUCCESS;
-  } catch (const std::exception&) {
-    return LV2_WORKER_ERR_UNKNOWN;
-  }
+  });
 }
 
 /// The effect takes what a job has done by itself.

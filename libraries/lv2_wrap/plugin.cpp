@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <exception>
 #include <limits>
 
 #include "core/parameter_table.h"
@@ -133,7 +132,7 @@ void Plugin::takeControls(std::uint32_t frames) noexcept {
   }
   lookAtPorts(isLoaded);
   if (isOffline) {
-    deliverNow();
+    controls.deliver();
   } else {
     askForDelivery(frames);
   }
@@ -172,14 +171,6 @@ void Plugin::takeNews(int first, int end) noexcept {
     } else {
       controls.offer(id, plain);
     }
-  }
-}
-
-void Plugin::deliverNow() noexcept {
-  try {
-    controls.deliver();
-  } catch (const std::exception&) {
-    // Out of memory while rendering offline: the sound goes on with what was in force.
   }
 }
 

@@ -58,7 +58,6 @@ class Plugin final : private IdleClient {
   void takeControls(std::uint32_t frames) noexcept;
   void lookAtPorts(bool isLoaded) noexcept;
   void takeNews(int first, int end) noexcept;
-  void deliverNow() noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
   void processPart(std::uint32_t from, std::uint32_t frames) noexcept;
   void requestChanges() noexcept;
