@@ -1,13 +1,14 @@
 #pragma once
 
+#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 
 #include "libraries/aax/aax_types.h"
 
 /// Remembers which parameters have changed since somebody last looked. Any thread but the audio
-/// thread. A null identifier is never marked.
+/// thread. A null identifier is never marked. One that has been marked or cleared before needs no
+/// memory any more.
 class AAX_CPacketDispatcher {
  public:
   void SetDirty(AAX_CParamID id, bool isDirty);
@@ -15,5 +16,5 @@ class AAX_CPacketDispatcher {
 
  private:
   mutable std::mutex mutex;
-  std::set<std::string, std::less<>> dirty;
+  std::map<std::string, bool, std::less<>> dirty;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "libraries/aax/aax_controls_chunk.h"
@@ -95,8 +96,12 @@ AAX_Result AAXWrap_Parameters::EffectInit() {
 }
 
 AAX_Result AAXWrap_Parameters::registerParameters() {
+  const auto add = [this](std::unique_ptr<AAX_IParameter> parameter) {
+    packetDispatcher.SetDirty(parameter->Identifier(), false);  // from here on it takes no memory
+    return parameterManager.AddParameter(std::move(parameter));
+  };
   for (std::int32_t i = 0; i < effect->parameterCount(); ++i) {
-    const AAX_Result result = parameterManager.AddParameter(makeParameter(i));
+    const AAX_Result result = add(makeParameter(i));
     if (result != AAX_SUCCESS) return result;
   }
   auto bypass = std::make_unique<AAX_CParameter<bool>>(
@@ -105,7 +110,7 @@ AAX_Result AAXWrap_Parameters::registerParameters() {
   bypass->SetNumberOfSteps(2);
   bypass->SetType(AAX_eParameterType_Discrete);
   AAX_IParameter* const added = bypass.get();
-  const AAX_Result result = parameterManager.AddParameter(std::move(bypass));
+  const AAX_Result result = add(std::move(bypass));
   if (result == AAX_SUCCESS) bypassParameter = added;
   return result;
 }
@@ -316,6 +321,7 @@ AAX_Result AAXWrap_Parameters::GetChunkIDFromIndex(std::int32_t index, AAX_CType
 void AAXWrap_Parameters::fetchChunk() const {
   void* data = nullptr;
   const std::int32_t size = effect->getChunk(&data, false);
+  if (data == nullptr) throw std::bad_alloc();
   const auto* const bytes = static_cast<const char*>(data);
   chunkData.assign(bytes, bytes + size);
 }
