@@ -14,20 +14,48 @@
 
 namespace {
 
+/// What is told of a file when memory has run out; little where there is not even enough for that.
+std::string outOfMemory(const std::string& input) noexcept {
+  try {
+    return input + ": not enough memory";
+  } catch (const std::bad_alloc&) {
+    return "no memory";
+  }
+}
+
+void tellFailure(const std::string& failure, ProgressBar& progress) noexcept {
+  try {
+    progress.printLine(messageLine(failure));
+  } catch (const std::bad_alloc&) {
+    printOutOfMemory();
+  }
+}
+
+/// Empty, with a reason, where it failed.
+std::optional<RenderReport> renderReported(const RenderItem& item, const RenderOptions& options,
+                                           ProgressBar& progress, std::string& failure) {
+  try {
+    return renderFile(item.input, item.output, options, progress);
+  } catch (const Failure& fault) {
+    failure = fault.what();
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& fault) {
+    failure = item.input + ": " + fault.what();
+  }
+  return std::nullopt;
+}
+
 RenderOutcome renderOne(const RenderItem& item, const RenderOptions& options,
                         ProgressBar& progress) {
   if (stopRequested()) return {std::nullopt, "interrupted"};
   RenderOutcome outcome;
   try {
-    outcome.report = renderFile(item.input, item.output, options, progress);
-  } catch (const Failure& failure) {
-    outcome.failure = failure.what();
+    outcome.report = renderReported(item, options, progress, outcome.failure);
   } catch (const std::bad_alloc&) {
-    outcome.failure = item.input + ": not enough memory";
-  } catch (const std::exception& fault) {
-    outcome.failure = item.input + ": " + fault.what();
+    outcome.failure = outOfMemory(item.input);
   }
-  if (!outcome.report) progress.printLine(messageLine(outcome.failure));
+  if (!outcome.report) tellFailure(outcome.failure, progress);
   return outcome;
 }
 

@@ -158,6 +158,7 @@ int CurveCommand::run() const {
   plug.setSampleRate(static_cast<float>(rate));
   applyState(plug, wanted);
   plug.resume();
+  requireUpdate(plug);
   const int index = band - 1;
   checkInChain(plug, index);
   printWarnings(warnings);

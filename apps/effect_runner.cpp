@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 #include "apps/chain_fault.h"
@@ -23,6 +24,10 @@ HostedPlug::HostedPlug(bool realtime)
     : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>, Idle::kCaller,
            &monotonicMilliseconds, Machine::detached()) {}
 
+void requireUpdate(const Plug& plug) {
+  if (plug.isUpdateMissing()) throw std::bad_alloc();
+}
+
 EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainChannels,
                            int sidechainChannels)
     : plug(setup.realtime),
@@ -37,6 +42,7 @@ EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainCha
   // The end of a gesture is what starts a measurement.
   if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);
   plug.onIdle();
+  requireUpdate(plug);
   readGains();  // the bands that are on from the start, also where no block follows
   if (doubles) {
     reserve(doublePlanes, setup.blockFrames);
@@ -67,6 +73,7 @@ void EffectRunner::process(const double* main, const double* side, int frames, d
   }
   readGains();
   plug.onIdle();
+  requireUpdate(plug);
 }
 
 template <typename Sample>

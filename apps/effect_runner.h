@@ -25,6 +25,10 @@ class HostedPlug : public Plug {
   explicit HostedPlug(bool realtime);
 };
 
+/// Throws std::bad_alloc where the engine has not got all that the effect was told: what it would
+/// render is another sound.
+void requireUpdate(const Plug& plug);
+
 /// One instance of the effect that is fed interleaved audio block by block, with its idle call
 /// after each: what comes out depends on nothing but what goes in.
 class EffectRunner {

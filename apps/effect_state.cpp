@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "apps/effect_runner.h"
 #include "apps/failure.h"
 
 namespace {
@@ -38,6 +39,7 @@ void loadStateFile(Plug& plug, const StateFile& file) {
   plug.setChunk(file.text.data(), static_cast<std::int32_t>(file.text.size()),
                 file.role == StateFile::Role::kPreset);
   if (plug.chunkRefused()) throw Failure(file.name, "holds no document");
+  requireUpdate(plug);
 }
 
 void applyState(Plug& plug, const EffectState& state) {
@@ -45,4 +47,5 @@ void applyState(Plug& plug, const EffectState& state) {
   plug.setLockWords(kNoFlags);
   plug.setLinkWords(kNoFlags);
   applySettings(plug, state.settings);
+  requireUpdate(plug);
 }

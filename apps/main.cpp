@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "apps/band_command.h"
@@ -72,6 +73,8 @@ int runAndReport(int argc, char** argv) {
   } catch (const WrongArguments& fault) {
     printError(fault.what());
     return kWrongArguments;
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& fault) {
     printError(fault.what());
     return kFailed;
@@ -82,5 +85,11 @@ int runAndReport(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   holdClosedStandardStreams();
-  return runAndReport(argc, argv);
+  try {
+    return runAndReport(argc, argv);
+  } catch (const std::bad_alloc&) {
+    // From anywhere, the words of another message included.
+    printOutOfMemory();
+    return kFailed;
+  }
 }

@@ -16,6 +16,8 @@ void addCountOfMore(std::vector<std::string>& messages, std::size_t more) {
 
 void printError(std::string_view message) { std::cerr << messageLine(message) + "\n"; }
 
+void printOutOfMemory() { std::cerr << "corvanthelis: not enough memory\n"; }
+
 void printWarning(std::string_view message) { std::cerr << warningLine(message) + "\n"; }
 
 void printWarnings(const std::vector<std::string>& messages) {

@@ -166,6 +166,7 @@ int LatencyCommand::run() const {
   applyState(plug, wanted);
   plug.resume();
   plug.onIdle();
+  requireUpdate(plug);
   printWarnings(warnings);
   std::cout << plug.getAeffect()->initialDelay << '\n';
   return kDone;
