@@ -215,6 +215,7 @@ class Plug : public PlugBaseJSON {
 
   template <typename Set>
   void spread(std::int32_t index, const Set& set);
+  void clearFlags() noexcept;
   void keepOldLogBehaviour(bool isPreset);
   void loadDefaultBanks();
   void applyPreferences(const Preferences& newPreferences);

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <charconv>
-#include <filesystem>
 #include <system_error>
 
 #include "core/editor_document.h"
 #include "core/plug.h"
 #include "host/file_errors.h"
 #include "host/shared_value.h"
+#include "platform/paths.h"
 #include "state/document_keys.h"
 #include "state/json_writer.h"
 
@@ -169,8 +169,7 @@ void Plug::loadDefaultBanks() {
     // No host listens yet.
     PlugBaseJSON::setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
     if (!chunkRefused()) return;
-    std::error_code error;  // a folder that cannot be looked into: no throw to the host
-    const bool isUsers = !isPassedOver && std::filesystem::exists(path, error);
+    const bool isUsers = !isPassedOver && isThere(path);
     reportFileContent(isUsers ? path : "Factory Bank." + extension, "holds no bank",
                       "The settings are the program's own");
   };

@@ -5,8 +5,8 @@
 #include <system_error>
 
 /// Reads a regular file to its end. Directories, pipes and devices are refused, and so is a file of
-/// more than `mostBytes`. `bytes` is untouched on an error. Throws std::bad_alloc: want of memory is
-/// no fault of the file, and must not look like one.
+/// more than `mostBytes`. `bytes` is untouched on an error. Throws std::bad_alloc: want of memory
+/// is no fault of the file, and must not look like one.
 [[nodiscard]] std::error_code readWholeFile(const std::string& path, std::string& bytes,
                                             std::size_t mostBytes);
 

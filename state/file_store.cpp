@@ -2,16 +2,14 @@
 
 #include <cmath>
 #include <cstddef>
-#include <filesystem>
 #include <utility>
 
 #include "platform/file_lock.h"
+#include "platform/paths.h"
 #include "platform/whole_file.h"
 #include "state/json_memory.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::chrono::milliseconds kNoWait{0};
 
@@ -91,8 +89,7 @@ bool hasZero(const std::string& text) { return text.find('\0') != std::string::n
 /// A name beside `path` at which nothing stands, not even a link to nowhere.
 std::string nameForKept(const std::string& path) {
   std::string name = path + ".kept";
-  std::error_code error;
-  for (int i = 2; fs::exists(fs::symlink_status(name, error)); ++i) {
+  for (int i = 2; isNameTaken(name); ++i) {
     name = path + ".kept-" + std::to_string(i);
   }
   return name;
@@ -139,7 +136,7 @@ bool FileStore::updateWithin(std::chrono::milliseconds wait, std::string_view na
 }
 
 std::error_code FileStore::lockOut(FileLock& others, std::chrono::milliseconds wait) const {
-  const std::string folder = fs::path(path).parent_path().string();
+  const std::string folder = parentFolder(path);
   if (const std::error_code error = folder.empty() ? std::error_code{} : makeFolders(folder)) {
     return error;
   }
@@ -152,10 +149,10 @@ bool FileStore::replace(const std::string& text, const std::string& foreignReaso
   const std::string moved = "The settings file " + path + " could not be used (" + foreignReason +
                             "). It was moved to " + kept;
   std::error_code moving;
-  if (isForeign) fs::rename(path, kept, moving);
+  if (isForeign) moving = moveFile(path, kept);
   if (moving) return refuse(foreignReason + "; moving it aside: " + moving.message());
   if (const std::error_code error = writeWholeFile(path, text)) {
-    if (isForeign) fs::rename(kept, path, moving);
+    if (isForeign) moving = moveFile(kept, path);
     if (moving) addNotice(moved + '.');
     return refuse(error.message());
   }

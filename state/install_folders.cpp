@@ -1,19 +1,17 @@
 #include "state/install_folders.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <system_error>
 #include <vector>
 
+#include "platform/paths.h"
 #include "platform/user_folders.h"
 #include "platform/whole_file.h"
 #include "state/json_document.h"
 #include "state/user_store.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr const char* kProductFolder = "Halvekro/Corvanthelis";
 
@@ -33,7 +31,7 @@ std::string findInstallFolder(UserStore& store) {
   const std::optional<std::string> stored = store.read("Path");
   if (stored && stored->size() <= kLongestPath) return *stored;
   const std::string data = userDataFolder();
-  return data.empty() ? "" : (fs::path(data) / kProductFolder).string();
+  return data.empty() ? "" : joinedPath(data, kProductFolder);
 }
 
 /// The text of a file that holds something, or an empty one.
@@ -59,27 +57,26 @@ std::string InstallFolders::factoryPresets() const {
 }
 
 std::string findFactoryFolder(const std::string& codeFolder, const std::string& dataFolders) {
-  std::vector<fs::path> candidates;
-  if (const fs::path code = codeFolder; code.is_absolute()) {
-    candidates.push_back(code.parent_path() / "share" / kProductFolder);
-    candidates.push_back(code / "share" / kProductFolder);
-    candidates.push_back(code / "Corvanthelis.resources");
+  std::vector<std::string> candidates;
+  const std::string shared = std::string("share/") + kProductFolder;
+  if (codeFolder.starts_with('/')) {
+    candidates.push_back(joinedPath(parentFolder(codeFolder), shared));
+    candidates.push_back(joinedPath(codeFolder, shared));
+    candidates.push_back(joinedPath(codeFolder, "Corvanthelis.resources"));
   }
   const std::string data = dataFolders.empty() ? "/usr/local/share:/usr/share" : dataFolders;
-  for (const fs::path folder : splitAtColons(data)) {
-    if (folder.is_absolute()) candidates.push_back(folder / kProductFolder);
+  for (const std::string& folder : splitAtColons(data)) {
+    if (folder.starts_with('/')) candidates.push_back(joinedPath(folder, kProductFolder));
   }
-  for (const fs::path& candidate : candidates) {
-    std::error_code error;
-    if (fs::is_directory(candidate, error)) return candidate.string();
+  for (const std::string& candidate : candidates) {
+    if (isFolder(candidate)) return candidate;
   }
   return {};
 }
 
 bool isTooLargeToLoad(const std::string& path) {
-  std::error_code error;
-  return fs::is_regular_file(path, error) && fs::file_size(path, error) > kMostDocumentBytes &&
-         !error;
+  std::string text;
+  return readWholeFile(path, text, kMostDocumentBytes) == std::errc::file_too_large;
 }
 
 InstallFolders findInstallFolders(UserStore& store) {

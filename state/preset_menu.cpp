@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 #include <tuple>
 #include <utility>
 
-namespace {
+#include "platform/paths.h"
 
-namespace fs = std::filesystem;
+namespace {
 
 // What no collection of presets reaches, but a link into the rest of the disk does.
 constexpr int kDeepestFolder = 32;
@@ -41,32 +39,25 @@ void sortByNumber(std::vector<Found>& found) {
   });
 }
 
-/// Adds the entry if it is a folder or a file with that extension. The directory itself tells
-/// the kind of all but links, so no file is touched.
-void addFound(Listing& listing, const fs::directory_entry& entry, std::string_view extension) {
-  std::string name = entry.path().filename().string();
+/// Adds the entry if it is a folder or a file with that extension.
+void addFound(Listing& listing, FolderEntry entry, std::string_view extension) {
+  std::string& name = entry.name;
   if (name.empty() || name.front() == '.') return;
   const std::size_t dot = name.rfind('.');
-  std::error_code error;
-  const bool isFolder = entry.is_directory(error);
-  if (!isFolder) {
+  if (!entry.isFolder) {
     const bool fits = dot != std::string::npos && name.compare(dot + 1, name.npos, extension) == 0;
     // Pipes and links to nothing cannot be loaded.
-    if (!fits || !entry.is_regular_file(error)) return;
+    if (!fits || !entry.isFile) return;
   }
   std::string text = name.substr(0, dot);
   const int number = leadingNumber(text);
-  (isFolder ? listing.folders : listing.files)
-      .push_back({std::move(text), std::move(name), number, entry.is_symlink(error)});
+  (entry.isFolder ? listing.folders : listing.files)
+      .push_back({std::move(text), std::move(name), number, entry.isLink});
 }
 
-Listing listFolder(const std::string& path, std::string_view extension) {
+Listing listingOf(const std::string& path, std::string_view extension) {
   Listing listing;
-  std::error_code error;
-  fs::directory_iterator entry(path, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    addFound(listing, *entry, extension);
-  }
+  for (FolderEntry& entry : listFolder(path)) addFound(listing, std::move(entry), extension);
   sortByNumber(listing.files);
   sortByNumber(listing.folders);
   return listing;
@@ -77,8 +68,8 @@ class FolderWalk {
   explicit FolderWalk(std::string_view wantedExtension) : extension(wantedExtension) {}
 
   /// `prefix` ends in a slash; `real` is the same folder without links.
-  void add(PresetMenu& menu, const std::string& prefix, const fs::path& real) {
-    Listing listing = listFolder(prefix, extension);
+  void add(PresetMenu& menu, const std::string& prefix, const std::string& real) {
+    Listing listing = listingOf(prefix, extension);
     menu.entries.reserve(menu.entries.size() + listing.files.size() + listing.folders.size());
     for (Found& file : listing.files) menu.entries.push_back({std::move(file.text), nullptr});
     openFolders.push_back(real);
@@ -88,11 +79,11 @@ class FolderWalk {
 
  private:
   void addFolder(PresetMenu& menu, const std::string& prefix, Found& folder) {
-    fs::path real = openFolders.back() / folder.name;
+    std::string real = joinedPath(openFolders.back(), folder.name);
     if (folder.isLink) {
-      std::error_code error;
-      real = fs::canonical(real, error);
-      if (error) return;
+      auto target = realPath(real);
+      if (!target) return;
+      real = std::move(*target);
     }
     const bool isCircle =
         std::find(openFolders.begin(), openFolders.end(), real) != openFolders.end();
@@ -105,7 +96,7 @@ class FolderWalk {
   }
 
   const std::string_view extension;
-  std::vector<fs::path> openFolders;  // from the first one to the one being listed
+  std::vector<std::string> openFolders;  // from the first one to the one being listed
   int folders = 0;
 };
 
@@ -121,8 +112,6 @@ PresetMenu* PresetMenu::findSubmenu(std::string_view wanted) {
 }
 
 void walkPresetFolder(PresetMenu& menu, const std::string& path, std::string_view extension) {
-  std::error_code error;
-  const fs::path real = fs::canonical(path, error);
-  if (error) return;
-  FolderWalk(extension).add(menu, path.back() == '/' ? path : path + '/', real);
+  const auto real = realPath(path);
+  if (real) FolderWalk(extension).add(menu, path.back() == '/' ? path : path + '/', *real);
 }

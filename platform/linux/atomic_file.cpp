@@ -8,11 +8,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdio>
-#include <filesystem>
 #include <random>
+#include <string_view>
 #include <utility>
 
+#include "platform/paths.h"
 #include "platform/stop_request.h"
 
 namespace {
@@ -20,26 +22,27 @@ namespace {
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
 /// Where a chain of symbolic links ends, even if nothing stands there yet.
-std::filesystem::path resolveLinks(std::filesystem::path path) {
+std::string resolveLinks(std::string path) {
   constexpr int kMostLinks = 40;
-  std::error_code error;
-  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, error); ++i) {
-    const std::filesystem::path next = std::filesystem::read_symlink(path, error);
-    if (error) break;
-    path = next.is_absolute() ? next : path.parent_path() / next;
+  std::array<char, PATH_MAX> target;
+  for (int i = 0; i < kMostLinks; ++i) {
+    const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
+    if (size <= 0) break;
+    const std::string_view next(target.data(), static_cast<std::size_t>(size));
+    path = next.front() == '/' ? next : joinedPath(parentFolder(path), next);
   }
   return path;
 }
 
 /// A name beside `target` that nobody else has. It is cut so that a long name stays a valid one.
-std::string nameBeside(const std::filesystem::path& target) {
+std::string nameBeside(const std::string& target) {
   constexpr std::size_t kKept = 200;
   std::array<char, 16> digits;
   std::random_device random;
   const auto end = std::to_chars(digits.begin(), digits.end(), random(), 36).ptr;
-  const std::string name = target.filename().string().substr(0, kKept);
-  return (target.parent_path() / ("." + name + "." + std::string(digits.data(), end) + ".part"))
-      .string();
+  const std::string name = target.substr(target.rfind('/') + 1, kKept);  // from 0 without a slash
+  return joinedPath(parentFolder(target),
+                    "." + name + "." + std::string(digits.data(), end) + ".part");
 }
 
 }  // namespace
@@ -48,7 +51,7 @@ AtomicFile::~AtomicFile() { discard(); }
 
 std::error_code AtomicFile::open(const std::string& target) {
   discard();
-  finalPath = resolveLinks(target).string();
+  finalPath = resolveLinks(target);
   struct stat status {};
   const bool exists = ::stat(finalPath.c_str(), &status) == 0;
   if (!exists && errno != ENOENT) return lastError();

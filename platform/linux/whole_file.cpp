@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <new>
 #include <utility>
 
 #include "platform/atomic_file.h"
+#include "platform/paths.h"
 
 namespace {
 
@@ -54,10 +54,9 @@ std::error_code readToEnd(int descriptor, std::size_t expected, std::size_t most
 /// the file is written in any case.
 void flushFolderOf(const std::string& path) noexcept {
   try {
-    std::error_code error;
-    const std::filesystem::path real = std::filesystem::canonical(path, error);
-    if (error) return;
-    const Descriptor folder(real.parent_path().string(), O_RDONLY | O_DIRECTORY);
+    const auto real = realPath(path);
+    if (!real) return;
+    const Descriptor folder(parentFolder(*real), O_RDONLY | O_DIRECTORY);
     if (folder.number >= 0) ::fsync(folder.number);
   } catch (const std::bad_alloc&) {
     return;
@@ -89,7 +88,13 @@ std::error_code writeWholeFile(const std::string& path, const std::string& bytes
 }
 
 std::error_code makeFolders(const std::string& path) {
-  std::error_code error;
-  std::filesystem::create_directories(path, error);
-  return error;
+  if (path.empty()) return std::make_error_code(std::errc::invalid_argument);
+  if (isFolder(path)) return {};
+  if (isThere(path)) return std::make_error_code(std::errc::not_a_directory);
+  const std::string parent = parentFolder(path.substr(0, path.find_last_not_of('/') + 1));
+  if (!parent.empty()) {
+    if (const std::error_code error = makeFolders(parent)) return error;
+  }
+  if (::mkdir(path.c_str(), 0777) == 0 || isFolder(path)) return {};
+  return lastError();
 }

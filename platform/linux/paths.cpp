@@ -1,0 +1,99 @@
+#include "platform/paths.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace {
+
+struct Close {
+  void operator()(DIR* folder) const noexcept { ::closedir(folder); }
+};
+struct Free {
+  void operator()(char* text) const noexcept { std::free(text); }
+};
+
+/// The kind of what stands at a path; 0 for nothing.
+mode_t kindAt(const std::string& path) noexcept {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+}  // namespace
+
+std::string joinedPath(std::string_view folder, std::string_view name) {
+  std::string path(folder);
+  if (!path.empty() && path.back() != '/') path += '/';
+  return path.append(name);
+}
+
+std::string parentFolder(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string_view::npos) return {};
+  const std::size_t end = path.find_last_not_of('/', slash);
+  return end == std::string_view::npos ? "/" : std::string(path.substr(0, end + 1));
+}
+
+std::string_view extensionOf(std::string_view path) {
+  const std::string_view name = path.substr(path.rfind('/') + 1);  // from 0 without a slash
+  const std::size_t dot = name.rfind('.');
+  return dot == std::string_view::npos || dot == 0 || name == ".." ? "" : name.substr(dot);
+}
+
+bool isFolder(const std::string& path) noexcept { return kindAt(path) == S_IFDIR; }
+
+bool isFile(const std::string& path) noexcept { return kindAt(path) == S_IFREG; }
+
+bool isSameFile(const std::string& a, const std::string& b) noexcept {
+  struct stat first {};
+  struct stat second {};
+  return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+bool isThere(const std::string& path) noexcept { return kindAt(path) != 0; }
+
+bool isNameTaken(const std::string& path) noexcept {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+std::optional<std::string> realPath(const std::string& path) {
+  const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr));
+  if (real != nullptr) return real.get();
+  if (errno == ENOMEM) throw std::bad_alloc();
+  return std::nullopt;
+}
+
+std::error_code moveFile(const std::string& from, const std::string& to) noexcept {
+  if (std::rename(from.c_str(), to.c_str()) == 0) return {};
+  return {errno, std::generic_category()};
+}
+
+std::vector<FolderEntry> listFolder(const std::string& path) {
+  std::vector<FolderEntry> entries;
+  const std::unique_ptr<DIR, Close> folder(::opendir(path.c_str()));
+  if (folder == nullptr && errno == ENOMEM) throw std::bad_alloc();
+  while (const dirent* const found = folder != nullptr ? ::readdir(folder.get()) : nullptr) {
+    FolderEntry entry{found->d_name, found->d_type == DT_DIR, found->d_type == DT_REG,
+                      found->d_type == DT_LNK};
+    if (entry.name == "." || entry.name == "..") continue;
+    // The directory itself tells the kind of all but links, on most file systems.
+    if (entry.isLink || found->d_type == DT_UNKNOWN) {
+      const std::string full = joinedPath(path, entry.name);
+      const mode_t kind = kindAt(full);
+      struct stat own {};
+      entry.isLink = ::lstat(full.c_str(), &own) == 0 && S_ISLNK(own.st_mode);
+      entry.isFolder = kind == S_IFDIR;
+      entry.isFile = kind == S_IFREG;
+    }
+    entries.push_back(std::move(entry));
+  }
+  return entries;
+}
