@@ -21,14 +21,13 @@ PlanarFft::PlanarFft(int points) : size(points) {
 
 const PlanarFft& PlanarFft::shared(int points) {
   constexpr std::size_t kSizes = 32;
-  struct Slot {
-    std::once_flag made;
-    std::unique_ptr<const PlanarFft> fft;
-  };
-  static std::array<Slot, kSizes> slots;
-  Slot& slot = slots[static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(points)))];
-  std::call_once(slot.made, [&] { slot.fft = std::make_unique<const PlanarFft>(points); });
-  return *slot.fft;
+  // Not `std::call_once`: an exception cannot get out of that without memory.
+  static std::mutex making;
+  static std::array<std::unique_ptr<const PlanarFft>, kSizes> made;
+  auto& fft = made[static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(points)))];
+  const std::lock_guard guard(making);
+  if (fft == nullptr) fft = std::make_unique<const PlanarFft>(points);
+  return *fft;
 }
 
 void PlanarFft::keepRealSignal(PlanarSpan transform) const noexcept {
