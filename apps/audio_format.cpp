@@ -4,13 +4,14 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <limits>
+#include <new>
 #include <string_view>
 
 #include "apps/failure.h"
 #include "apps/text.h"
 #include "platform/atomic_file.h"
+#include "platform/paths.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ std::string knownEndings() {
 
 /// Null for an ending that names no container of ours.
 const Container* findContainer(const std::string& path) {
-  std::string ending = lowered(std::filesystem::path(path).extension().string());
+  std::string ending = lowered(std::string(extensionOf(path)));
   if (ending.empty() && isCharacterDevice(path)) return &kContainers.front();
   if (!ending.empty()) ending.erase(0, 1);
   const auto found = std::find_if(kContainers.begin(), kContainers.end(),
@@ -114,4 +115,8 @@ AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> 
                          std::string(rowOf(sample).name) + " samples, only " + holds);
   }
   return {container.code | rowOf(sample).code, sample, container.largestBytes};
+}
+
+void requireMemory(std::string_view reason) {
+  if (reason.find("malloc") != std::string_view::npos) throw std::bad_alloc();
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// How a sample is stored in an output file.
 enum class SampleFormat { kFloat32, kFloat64, kInt24, kInt16 };
@@ -25,3 +26,6 @@ struct AudioFormat {
 /// Throws `WrongArguments` for an unknown ending and for samples that the container cannot hold.
 [[nodiscard]] AudioFormat audioFormatFor(const std::string& path,
                                          std::optional<SampleFormat> wanted);
+
+/// Throws std::bad_alloc where a sentence of the audio library tells that it had no memory.
+void requireMemory(std::string_view reason);

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "apps/audio_format.h"
 #include "apps/audio_header.h"
 #include "apps/failure.h"
 #include "apps/text.h"
@@ -17,6 +18,7 @@ namespace {
 /// The library's sentence without its decoration.
 std::string libraryReason(SNDFILE* file) {
   std::string text = sf_strerror(file);
+  requireMemory(text);
   constexpr std::string_view kHead = "Error : ";
   if (text.starts_with(kHead)) text.erase(0, kHead.size());
   while (!text.empty() && text.back() == '.') text.pop_back();

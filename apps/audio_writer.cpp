@@ -16,6 +16,11 @@ Failure cannotWrite(const std::string& path, const std::error_code& fault) {
   return {path, "cannot be written (" + fault.message() + ")"};
 }
 
+Failure cannotWrite(const std::string& path, const std::string& libraryReason) {
+  requireMemory(libraryReason);
+  return {path, "cannot be written (" + libraryReason + ")"};
+}
+
 int bytesPerSample(SampleFormat sample) {
   switch (sample) {
     case SampleFormat::kFloat64:
@@ -57,7 +62,7 @@ AudioWriter::AudioWriter(std::string filePath, const AudioFormat& fileFormat, in
   SF_VIRTUAL_IO virtualIo = callbacks();
   file.reset(sf_open_virtual(&virtualIo, SFM_WRITE, &info, &target));
   checkFault();
-  if (!file) throw Failure(path, std::string("cannot be written (") + sf_strerror(nullptr) + ")");
+  if (!file) throw cannotWrite(path, sf_strerror(nullptr));
   // The chunk of peaks carries the time of writing, and would make every file different.
   sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
   // The header written so far was longer, and would show behind a file of a few frames.
@@ -120,7 +125,7 @@ void AudioWriter::write(const double* interleaved, int frames) {
   }
   checkFault();
   if (written != wanted) {
-    throw Failure(path, std::string("cannot be written (") + sf_strerror(file.get()) + ")");
+    throw cannotWrite(path, sf_strerror(file.get()));
   }
   framesWritten += frames;
   checkSize(framesWritten);

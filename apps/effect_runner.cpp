@@ -39,6 +39,7 @@ EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainCha
   plug.setBlockSize(setup.blockFrames);
   applyState(plug, setup.state);
   plug.resume();
+  requireUpdate(plug);  // before the idle call makes up for it, too late
   // The end of a gesture is what starts a measurement.
   if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);
   plug.onIdle();
@@ -63,6 +64,7 @@ void EffectRunner::automate(std::int32_t parameter, float plain) {
   // A live effect puts redesigns off by the clock; here they have to come at the same frame every
   // time.
   if (realtime) plug.updateDsp(true);
+  requireUpdate(plug);
 }
 
 void EffectRunner::process(const double* main, const double* side, int frames, double* out) {
@@ -72,6 +74,7 @@ void EffectRunner::process(const double* main, const double* side, int frames, d
     processAs(floatPlanes, main, side, frames, out);
   }
   readGains();
+  requireUpdate(plug);
   plug.onIdle();
   requireUpdate(plug);
 }

@@ -1,4 +1,6 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -80,6 +82,27 @@ int runAndReport(int argc, char** argv) {
     return kFailed;
   }
 }
+
+/// Ends the program where an exception finds no way out: before `main`, where the parser's own
+/// tables take memory, and from a library that does not reckon with it.
+class OutOfMemoryEnd {
+ public:
+  OutOfMemoryEnd() noexcept { std::set_terminate(&end); }
+
+ private:
+  [[noreturn]] static void end() {
+    try {
+      if (std::current_exception() != nullptr) throw;
+    } catch (const std::bad_alloc&) {
+      // Neither streams nor what has been opened can be relied on here.
+      std::fputs(kOutOfMemory, stderr);
+      std::_Exit(kFailed);
+    }
+    std::abort();
+  }
+};
+constexpr int kFirstOfAll = 101;
+[[gnu::init_priority(kFirstOfAll)]] const OutOfMemoryEnd outOfMemoryEnd;
 
 }  // namespace
 

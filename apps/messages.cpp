@@ -16,7 +16,7 @@ void addCountOfMore(std::vector<std::string>& messages, std::size_t more) {
 
 void printError(std::string_view message) { std::cerr << messageLine(message) + "\n"; }
 
-void printOutOfMemory() { std::cerr << "corvanthelis: not enough memory\n"; }
+void printOutOfMemory() { std::cerr << kOutOfMemory; }
 
 void printWarning(std::string_view message) { std::cerr << warningLine(message) + "\n"; }
 

@@ -11,6 +11,7 @@
 
 /// The same, written to the standard error stream.
 void printError(std::string_view message);
+inline constexpr const char* kOutOfMemory = "corvanthelis: not enough memory\n";
 void printOutOfMemory();  ///< takes none for it
 void printWarning(std::string_view message);
 void printWarnings(const std::vector<std::string>& messages);

@@ -1,27 +1,31 @@
 #include "apps/output_plan.h"
 
-#include <filesystem>
 #include <map>
 #include <system_error>
+#include <utility>
 
 #include "apps/audio_format.h"
 #include "apps/failure.h"
+#include "platform/paths.h"
 #include "platform/stop_request.h"
+#include "platform/whole_file.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-bool isSameFile(const std::string& a, const std::string& b) {
-  std::error_code error;
-  return fs::equivalent(a, b, error) && !error;
+std::string outputFor(const std::string& input, const std::string& directory) {
+  std::string output = joinedPath(directory, input.substr(input.rfind('/') + 1));
+  if (hasWritableEnding(output)) return output;
+  // What can be read but not written comes out as WAV.
+  output.resize(output.size() - extensionOf(output).size());
+  return output + ".wav";
 }
 
-std::string outputFor(const std::string& input, const std::string& directory) {
-  fs::path output = fs::path(directory) / fs::path(input).filename();
-  // What can be read but not written comes out as WAV.
-  if (!hasWritableEnding(output.string())) output.replace_extension(".wav");
-  return output.string();
+/// The same text for all names of one file, be it there or not.
+std::string identityOf(const std::string& path) {
+  if (auto real = realPath(path)) return std::move(*real);
+  const std::string parent = parentFolder(path);
+  const auto folder = realPath(parent.empty() ? "." : parent);
+  return folder ? joinedPath(*folder, path.substr(path.rfind('/') + 1)) : path;
 }
 
 }  // namespace
@@ -45,17 +49,15 @@ void refuseOverwriting(std::span<const RenderItem> items,
                        const std::vector<std::string>& alsoRead) {
   std::vector<std::string> read = alsoRead;
   for (const RenderItem& item : items) read.push_back(item.input);
-  std::map<fs::path, std::string> outputs;  // by what a link leads to
+  std::map<std::string, std::string> outputs;  // by what a link leads to
   for (const RenderItem& item : items) {
     // Many files take a while: each is compared with all.
     if (stopRequested()) throw Failure(item.input, "interrupted");
-    std::error_code error;
-    const auto [other, isNew] =
-        outputs.emplace(fs::weakly_canonical(item.output, error), item.output);
-    if (!isNew && !error) {
+    const auto [other, isNew] = outputs.emplace(identityOf(item.output), item.output);
+    if (!isNew) {
       throw WrongArguments(other->second + " and " + item.output + " are one file");
     }
-    if (!fs::is_regular_file(item.output, error)) continue;
+    if (!isFile(item.output)) continue;
     for (const std::string& name : read) {
       if (!isSameFile(item.output, name)) continue;
       throw WrongArguments(item.output + ": would overwrite " +
@@ -65,10 +67,7 @@ void refuseOverwriting(std::span<const RenderItem> items,
 }
 
 void makeDirectory(const std::string& directory) {
-  std::error_code error;
-  fs::create_directories(directory, error);
-  if (!error && !fs::is_directory(directory, error)) {
-    error = std::make_error_code(std::errc::not_a_directory);
+  if (const std::error_code error = makeFolders(directory)) {
+    throw Failure(directory, "cannot be made a directory (" + error.message() + ")");
   }
-  if (error) throw Failure(directory, "cannot be made a directory (" + error.message() + ")");
 }

@@ -1,9 +1,7 @@
 #include "apps/preset_lookup.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "apps/failure.h"
+#include "platform/paths.h"
 
 namespace {
 
@@ -46,9 +44,8 @@ PresetTrees walkPresets(const InstallFolders& folders) {
 }
 
 std::string findPreset(const std::string& name, const PresetTrees& trees) {
-  std::error_code error;
-  const bool exists = std::filesystem::exists(name, error);
-  if (exists && !std::filesystem::is_directory(name, error)) return name;
+  const bool exists = isThere(name);
+  if (exists && !isFolder(name)) return name;
   std::string wanted = name;
   if (wanted.ends_with(extension())) wanted.resize(wanted.size() - extension().size());
   std::vector<Preset> all;

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <iostream>
-#include <system_error>
 #include <thread>
 
 #include "apps/failure.h"
@@ -16,6 +14,7 @@
 #include "apps/report.h"
 #include "apps/text.h"
 #include "platform/clock.h"
+#include "platform/paths.h"
 #include "platform/stop_request.h"
 #include "platform/terminal.h"
 
@@ -191,8 +190,7 @@ RenderCommand::Plan RenderCommand::plan() const {
   result.options = options(result.warnings);
   result.items = items();
   for (const RenderItem& item : result.items) {
-    std::error_code error;
-    if (std::filesystem::is_directory(item.output, error)) {
+    if (isFolder(item.output)) {
       throw Failure(item.output, "is a directory; --out-dir writes into one");
     }
     static_cast<void>(audioFormatFor(item.output, result.options.format));

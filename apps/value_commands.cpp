@@ -165,8 +165,8 @@ int LatencyCommand::run() const {
   plug.setSampleRate(static_cast<float>(rate));
   applyState(plug, wanted);
   plug.resume();
-  plug.onIdle();
   requireUpdate(plug);
+  plug.onIdle();
   printWarnings(warnings);
   std::cout << plug.getAeffect()->initialDelay << '\n';
   return kDone;
