@@ -6,8 +6,8 @@
 /// Limits how often changed parameters may redesign filters: once per 100 ms of the clock or per
 /// 4096 processed samples, and whenever it is forced or the host renders offline.
 ///
-/// Threads: `addSamples` on the audio thread; `force`, `opens` and `owe` on one control thread at a time;
-/// `isOwed` anywhere.
+/// Threads: `addSamples` on the audio thread; `force`, `opens` and `owe` on one control thread at a
+/// time; `isOwed` anywhere.
 class UpdateGate {
  public:
   void addSamples(std::int32_t frames) noexcept {

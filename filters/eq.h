@@ -9,8 +9,8 @@
 /// Usage: setters in any order, then one `update`. A setter stores its value, marks the filter
 /// dirty when the value differs from the old one (floats compare exactly) and returns whether it
 /// did. Threads: all but `process` on one control thread, at any moment; `process` on the audio
-/// thread. Nothing locks, and only `update` may allocate. Curves may be read elsewhere; one that meets a
-/// design may be torn.
+/// thread. Nothing locks, and only `update` may allocate. Curves may be read elsewhere; one that
+/// meets a design may be torn.
 class EQ {
  public:
   enum Type : std::int32_t {

@@ -140,8 +140,7 @@ bool LanthornEQ::isUnity(const filters::RowMatch& match) const noexcept {
   return (type == kLowShelf || type == kHighShelf) && std::abs(gain) <= kUnityDb;
 }
 
-DigitalSection LanthornEQ::fitRow(const AnalogRow& row,
-                                  const filters::RowMatch& match) noexcept {
+DigitalSection LanthornEQ::fitRow(const AnalogRow& row, const filters::RowMatch& match) noexcept {
   DigitalSection section = match.section;
   if (match.shape == filters::RowShape::kConstant) return section;
   MatchFit::Points wanted;

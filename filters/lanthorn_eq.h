@@ -27,7 +27,8 @@ class LanthornEQ : public DF1Cascade {
 
   [[nodiscard]] bool matchRows(const AnalogSections& radian, Cascade& result) noexcept;
   [[nodiscard]] bool isUnity(const filters::RowMatch& match) const noexcept;
-  [[nodiscard]] DigitalSection fitRow(const AnalogRow& row, const filters::RowMatch& match) noexcept;
+  [[nodiscard]] DigitalSection fitRow(const AnalogRow& row,
+                                      const filters::RowMatch& match) noexcept;
 
   // Large, and made when first needed: many a filter is never switched on.
   std::unique_ptr<MatchFit> fit;
