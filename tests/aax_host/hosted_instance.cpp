@@ -41,24 +41,27 @@ AAX_Result InstanceHost::SetSignalLatency(std::int32_t samples) {
 }
 
 AAX_Result InstanceHost::RegisterParameter(AAX_CParamID id) {
+  const HostMemory own;
   ++registrations[id];
   return AAX_SUCCESS;
 }
 
 AAX_Result InstanceHost::UnregisterParameter(AAX_CParamID id) {
+  const HostMemory own;
   --registrations[id];
   return AAX_SUCCESS;
 }
 
 AAX_Result InstanceHost::PostSetValueRequest(AAX_CParamID id, double normalised) {
-  const AAX_Result result = note({'P', id, normalised});
+  const AAX_Result result = note('P', id, normalised);
   if (echo == nullptr) return result;
   return echo->UpdateParameterNormalizedValue(id, normalised, AAX_eUpdateSource_Parameter);
 }
 
-AAX_Result InstanceHost::note(AutomationEvent event) {
+AAX_Result InstanceHost::note(char kind, AAX_CParamID id, double normalised) {
+  const HostMemory own;
   const std::scoped_lock lock(mutex);
-  events.push_back(std::move(event));
+  events.push_back({kind, id, normalised});
   return AAX_SUCCESS;
 }
 

@@ -10,6 +10,7 @@
 
 #include "libraries/aax/aax_effect_parameters.h"
 #include "tests/aax_host/described_plugin.h"
+#include "tests/support/host_memory.h"
 
 /// Audio by channel and frame.
 using Signal = std::vector<std::vector<float>>;
@@ -19,7 +20,10 @@ class HostString final : public AAX_IString {
  public:
   std::uint32_t Length() const override { return static_cast<std::uint32_t>(text.size()); }
   const char* Get() const override { return text.c_str(); }
-  void Set(const char* newText) override { text = newText; }
+  void Set(const char* newText) override {
+    const HostMemory own;
+    text = newText;
+  }
   std::string text;
 };
 
@@ -42,8 +46,8 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
   AAX_Result RegisterParameter(AAX_CParamID id) override;
   AAX_Result UnregisterParameter(AAX_CParamID id) override;
   AAX_Result PostSetValueRequest(AAX_CParamID id, double normalised) override;
-  AAX_Result PostTouchRequest(AAX_CParamID id) override { return note({'T', id, 0.0}); }
-  AAX_Result PostReleaseRequest(AAX_CParamID id) override { return note({'R', id, 0.0}); }
+  AAX_Result PostTouchRequest(AAX_CParamID id) override { return note('T', id, 0.0); }
+  AAX_Result PostReleaseRequest(AAX_CParamID id) override { return note('R', id, 0.0); }
 
   [[nodiscard]] int latency() const;                        ///< last reported, samples; -1 before
   [[nodiscard]] std::vector<AutomationEvent> takeEvents();  ///< since the last call
@@ -52,7 +56,7 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
   AAX_IEffectParameters* echo = nullptr;  ///< posted values go back to it at once
 
  private:
-  AAX_Result note(AutomationEvent event);
+  AAX_Result note(char kind, AAX_CParamID id, double normalised);
   const AAX_EStemFormat format;
   const float rate;
   mutable std::mutex mutex;

@@ -26,6 +26,8 @@ namespace {
 thread_local int heapCallsOfThread = 0;
 thread_local int lockCallsOfThread = 0;
 
+bool (*allocationFails)() noexcept = nullptr;
+
 // The next definition after ours: a sanitizer's or the C library's.
 template <typename... Arguments>
 class NextFunction {
@@ -146,38 +148,44 @@ void* __libc_memalign(std::size_t alignment, std::size_t bytes);
 void __libc_free(void* memory);
 }
 
-CORVANTHELIS_INTERPOSED void* malloc(std::size_t bytes) noexcept {
+namespace {
+
+/// Counts an allocation; whether it is to fail.
+bool countsAndFails() noexcept {
   ++heapCallsOfThread;
-  return __libc_malloc(bytes);
+  if (allocationFails == nullptr || !allocationFails()) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+}  // namespace
+
+CORVANTHELIS_INTERPOSED void* malloc(std::size_t bytes) noexcept {
+  return countsAndFails() ? nullptr : __libc_malloc(bytes);
 }
 
 CORVANTHELIS_INTERPOSED void* calloc(std::size_t count, std::size_t bytes) noexcept {
-  ++heapCallsOfThread;
-  return __libc_calloc(count, bytes);
+  return countsAndFails() ? nullptr : __libc_calloc(count, bytes);
 }
 
 CORVANTHELIS_INTERPOSED void* realloc(void* memory, std::size_t bytes) noexcept {
-  ++heapCallsOfThread;
-  return __libc_realloc(memory, bytes);
+  return countsAndFails() ? nullptr : __libc_realloc(memory, bytes);
 }
 
 CORVANTHELIS_INTERPOSED void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
-  ++heapCallsOfThread;
-  return __libc_memalign(alignment, bytes);
+  return countsAndFails() ? nullptr : __libc_memalign(alignment, bytes);
 }
 
 CORVANTHELIS_INTERPOSED void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept {
-  ++heapCallsOfThread;
-  return __libc_memalign(alignment, bytes);
+  return countsAndFails() ? nullptr : __libc_memalign(alignment, bytes);
 }
 
 CORVANTHELIS_INTERPOSED int posix_memalign(void** memory, std::size_t alignment,
                                            std::size_t bytes) noexcept {
-  ++heapCallsOfThread;
   if (alignment % sizeof(void*) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0) {
     return EINVAL;
   }
-  void* const made = __libc_memalign(alignment, bytes);
+  void* const made = countsAndFails() ? nullptr : __libc_memalign(alignment, bytes);
   if (made == nullptr) return ENOMEM;
   *memory = made;
   return 0;
@@ -189,6 +197,8 @@ CORVANTHELIS_INTERPOSED void free(void* memory) noexcept {
 }
 
 #endif
+
+void letAllocationsFail(bool (*fails)() noexcept) noexcept { allocationFails = fails; }
 
 RealtimeGuard::RealtimeGuard() noexcept
     : firstHeapCall(heapCallsOfThread), firstLockCall(lockCallsOfThread) {}

@@ -18,3 +18,7 @@ class RealtimeGuard {
   int firstHeapCall;
   int firstLockCall;
 };
+
+/// Asks `fails` before each allocation from now on, which then gives null; null ends it. Not under
+/// the sanitizers, whose heap is their own.
+void letAllocationsFail(bool (*fails)() noexcept) noexcept;
