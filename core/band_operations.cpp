@@ -62,7 +62,8 @@ void BandOperations::automate(int index, double plain) {
 }
 
 /// Although it may be locked: it has to tell the chain.
-void BandOperations::automateOrder(float normalised) {
+void BandOperations::automateOrder(float plain) {
+  const float normalised = plug.plainToNormalised(kBandOrder, plain);
   const bool wasLocked = plug.isLocked(kBandOrder);
   plug.setLocked(kBandOrder, false);
   set(kBandOrder, normalised);
@@ -106,15 +107,14 @@ void BandOperations::makeRoom(const Room& room) {
 }
 
 /// An order that was no chain before, such as one that a host's automation leaves, becomes one.
-void BandOperations::tellOrder(float plain) {
-  automateOrder(plug.plainToNormalised(kBandOrder, plain));
+void BandOperations::repairOrder() {
   const auto repair = chainRepair(plug);
   if (!repair) return;
   for (const auto& [id, normalised] : repair->frequencies) {
     plug.PlugBaseJSON::setParameter(id, normalised);  // links would take others along
     plug.tellInGesture(id);
   }
-  automateOrder(repair->order);
+  automateOrder(plug.normalisedToPlain(kBandOrder, repair->order));
 }
 
 bool BandOperations::addBand(int list, double wanted) {
@@ -137,7 +137,8 @@ bool BandOperations::addBand(int list, double wanted) {
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
   set(bandParameterId(band, kB1Frequency), room.own);
-  tellOrder(order);
+  automateOrder(order);
+  repairOrder();
   for (int id = kB1State; id <= kB1SCHFType; ++id) {
     if (id == kB1State || id == kB1Type || id == kB1Frequency) continue;
     const int index = bandParameterId(band, id);
@@ -161,14 +162,15 @@ bool BandOperations::setBandPosition(int band, int list) {
   }
   const Step step(plug);
   const Plug::UpdateHold hold(plug);
-  makeRoom(room);
   const float order = plug.moveBand(band, list, frequencyOf(room));
   freeBand(band);
   automate(bandParameterId(band, kB1State), 1.0);
   automate(bandParameterId(band, kB1Type), list == kXoverList ? 0.0 : 1.0);
-  if (list == kXoverList) set(frequency, room.own);
-  tellOrder(order);
+  automateOrder(order);
   checkSidechainSources();
+  makeRoom(room);
+  if (list == kXoverList) set(frequency, room.own);
+  repairOrder();
   return true;
 }
 
@@ -179,7 +181,8 @@ void BandOperations::deleteBand(int band) {
   const Plug::UpdateHold hold(plug);
   const float order = plug.moveBand(band, kOffList, 0.0);
   automate(bandParameterId(band, kB1State), 0.0);
-  tellOrder(order);
+  automateOrder(order);
+  repairOrder();
   checkSidechainSources();
 }
 

@@ -48,10 +48,10 @@ class BandOperations {
   void freeBand(int band);
   void set(int index, float normalised);
   void automate(int index, double plain);
-  void automateOrder(float normalised);
+  void automateOrder(float plain);
   [[nodiscard]] std::optional<Room> findRoom(int band, float wanted);
   void makeRoom(const Room& room);
-  void tellOrder(float plain);
+  void repairOrder();
 
   Plug& plug;
 };

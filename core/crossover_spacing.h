@@ -27,8 +27,9 @@ struct CrossoverRoom {
   std::vector<double> others;
 };
 /// Finds room for a band at `wanted`, at least 1.5 times away from its neighbours and from 10 Hz
-/// and 30 kHz: the others give way, upwards from the band and downwards from it, as far as they
-/// have to; where they cannot, the band does. None where those that stay leave no gap there.
+/// and 30 kHz: as `spacedCrossover` has it for one that is dragged there. Where that would move one
+/// that has to stay, the others give way to both sides as far as they can, and then the band does.
+/// None where those that stay leave no gap there.
 [[nodiscard]] std::optional<CrossoverRoom> roomInCrossover(std::span<const CrossoverPlace> others,
                                                            double wanted);
 

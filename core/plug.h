@@ -225,9 +225,10 @@ class Plug : public PlugBaseJSON {
   template <typename Sample>
   void feedMeters(Sample* const* outputs, int frames, int channels) noexcept;
   void startMeasuring();
-  bool stopMeasuring();    // whether one was running
-  void handOver();         // under `updateLock`
-  void handOverAll();      // under `updateLock`
+  bool stopMeasuring();  // whether one was running
+  // Under `updateLock`; `asOne`: several parameters have changed together.
+  void handOver(bool asOne);
+  void handOverAll(bool asOne);
   void redesign();         // under `updateLock`
   void takePreferences();  // under `updateLock`
   void updateGlobals();

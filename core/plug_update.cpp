@@ -15,7 +15,7 @@ void Plug::holdUpdates() {
 
 void Plug::releaseUpdates() {
   const PlugBaseMutex::Scope lock(updateLock);
-  if (--updateSuspended == 0) handOver();
+  if (--updateSuspended == 0) handOver(true);
 }
 
 float Plug::moveBand(int band, int list, double frequency) {
@@ -39,7 +39,7 @@ bool Plug::stopMeasuring() {
 void Plug::updateDsp(bool force) {
   const PlugBaseMutex::Scope lock(updateLock);
   if (force) gate.force();  // holds for the end of a hold, too
-  if (updateSuspended == 0) handOver();
+  if (updateSuspended == 0) handOver(false);
 }
 
 bool Plug::updatesHeld() {
@@ -58,9 +58,9 @@ void Plug::updateLatency() {
 
 /// Where memory runs out the engine keeps what it has, whole in each of its parts, and the rest
 /// comes with the next call.
-void Plug::handOver() {
+void Plug::handOver(bool asOne) {
   try {
-    handOverAll();
+    handOverAll(asOne);
     updateMissing.store(false, relaxed);
   } catch (const std::bad_alloc&) {
     gate.owe();
@@ -68,11 +68,13 @@ void Plug::handOver() {
   }
 }
 
-void Plug::handOverAll() {
+void Plug::handOverAll(bool asOne) {
   for (int band = 0; band < kNumBands; ++band) updatePlace(band);
   // An order that breaks the chain keeps the last valid one.
   engine.layout.applyBandOrder(static_cast<double>(getPlainValue(kBandOrder)));
   updateSplits();
+  // What changes as one with the chain includes the filters of a band that comes.
+  if (asOne && engine.planIsDue()) gate.force();
   if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
   // What takes long is done. A band is not heard with settings of a place where it is not: those
   // that leave go ahead of the settings, those that come show when all stands.

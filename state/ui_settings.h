@@ -22,7 +22,9 @@ class UiSettings {
   void setUiValue(std::string_view group, std::string_view key, double value);
 
   /// Another number whenever a value has become another one.
-  [[nodiscard]] unsigned revision() const noexcept { return changes.load(std::memory_order_relaxed); }
+  [[nodiscard]] unsigned revision() const noexcept {
+    return changes.load(std::memory_order_relaxed);
+  }
   /// The table with its values as a document's member, for the caller; null without options. Throws
   /// std::bad_alloc.
   [[nodiscard]] JsonTree save() const;

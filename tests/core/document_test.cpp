@@ -571,8 +571,9 @@ TEST(PlugDocumentTest, WhatTheEditorShowsBelongsToTheDocument) {
   };
   std::string before = document();
   const auto expectOther = [&] { EXPECT_TRUE(std::exchange(before, document()) != before); };
-  for (int E::*const field : {&E::uimode, &E::lastAB, &E::linkPage, &E::freeWidth, &E::currentBand,
-                              &E::bandGraph, &E::meterZoom, &E::lastPreset}) {
+  for (SharedNumber<int> E::*const field :
+       {&E::uimode, &E::lastAB, &E::linkPage, &E::freeWidth, &E::currentBand, &E::bandGraph,
+        &E::meterZoom, &E::lastPreset}) {
     rig.plug.editorState().*field = 2;
     expectOther();
   }
