@@ -1,6 +1,7 @@
 #include "analysis/planar_fft.h"
 
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -23,11 +24,15 @@ const PlanarFft& PlanarFft::shared(int points) {
   constexpr std::size_t kSizes = 32;
   // Not `std::call_once`: an exception cannot get out of that without memory.
   static std::mutex making;
-  static std::array<std::unique_ptr<const PlanarFft>, kSizes> made;
-  auto& fft = made[static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(points)))];
+  static std::array<std::unique_ptr<const PlanarFft>, kSizes> owners;
+  static std::array<std::atomic<const PlanarFft*>, kSizes> made{};
+  const auto size = static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(points)));
+  // Acquire: pairs with the release below. Whoever comes later takes no lock.
+  if (const PlanarFft* const fft = made[size].load(std::memory_order_acquire)) return *fft;
   const std::lock_guard guard(making);
-  if (fft == nullptr) fft = std::make_unique<const PlanarFft>(points);
-  return *fft;
+  if (owners[size] == nullptr) owners[size] = std::make_unique<const PlanarFft>(points);
+  made[size].store(owners[size].get(), std::memory_order_release);
+  return *owners[size];
 }
 
 void PlanarFft::keepRealSignal(PlanarSpan transform) const noexcept {

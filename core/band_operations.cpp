@@ -70,8 +70,9 @@ void BandOperations::automateOrder(float plain) {
   plug.setLocked(kBandOrder, wasLocked);
 }
 
-/// Room for a band in the crossover; else the user is told.
-std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wanted) {
+/// Room for a band in the crossover; else the user is told. A new one gets what it wants if it can;
+/// one that comes from elsewhere gives way as in a drag.
+std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wanted, bool isNew) {
   BandLayout& layout = plug.getEngine().layout;
   std::vector<CrossoverPlace> others;
   {
@@ -84,7 +85,8 @@ std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wan
   }
   separateEqual(others);
   Room room{wanted, {}};
-  const auto found = roomInCrossover(others, frequencyOf(room));
+  auto found = isNew ? std::nullopt : roomByRule(others, frequencyOf(room));
+  if (!found) found = roomInCrossover(others, frequencyOf(room));
   if (!found) {
     Alerts::instance().add("Halvekro : Band Error",
                            "There is no room for a crossover band at this frequency: the bands "
@@ -125,7 +127,7 @@ bool BandOperations::addBand(int list, double wanted) {
   const int band = off.front();
   Room room{plug.plainToNormalised(kB1Frequency, static_cast<float>(wanted)), {}};
   if (list == kXoverList) {
-    const auto found = findRoom(band, room.own);
+    const auto found = findRoom(band, room.own, true);
     if (!found) return false;
     room = *found;
   }
@@ -156,7 +158,7 @@ bool BandOperations::setBandPosition(int band, int list) {
   const int frequency = bandParameterId(band, kB1Frequency);
   Room room{plug.getParameter(frequency), {}};
   if (list == kXoverList) {
-    const auto found = findRoom(band, room.own);
+    const auto found = findRoom(band, room.own, false);
     if (!found) return false;
     room = *found;
   }

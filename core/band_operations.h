@@ -49,7 +49,7 @@ class BandOperations {
   void set(int index, float normalised);
   void automate(int index, double plain);
   void automateOrder(float plain);
-  [[nodiscard]] std::optional<Room> findRoom(int band, float wanted);
+  [[nodiscard]] std::optional<Room> findRoom(int band, float wanted, bool isNew);
   void makeRoom(const Room& room);
   void repairOrder();
 

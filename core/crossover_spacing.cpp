@@ -91,23 +91,6 @@ std::optional<CrossoverRoom> roomAt(std::span<const CrossoverPlace> others, std:
   return room;
 }
 
-/// By the rule for one that is dragged; none where that moves one that stays.
-std::optional<CrossoverRoom> roomByRule(std::span<const CrossoverPlace> others, std::size_t place,
-                                        double wanted) {
-  std::vector<double> centres;
-  for (const CrossoverPlace& other : others) centres.push_back(other.hz);
-  const auto at = static_cast<std::ptrdiff_t>(place);
-  centres.insert(centres.begin() + at, wanted);
-  CrossoverRoom room;
-  room.others = spacedCrossover(std::move(centres), place, wanted);
-  room.own = room.others[place];
-  room.others.erase(room.others.begin() + at);
-  for (std::size_t i = 0; i < others.size(); ++i) {
-    if (others[i].fixed && room.others[i] != others[i].hz) return std::nullopt;
-  }
-  return room;
-}
-
 /// The factor between `gaps` + 1 bands in a range; less than 1 where there is none.
 double stepWithin(double lower, double upper, std::size_t gaps) {
   return std::min(std::pow(upper / lower, 1.0 / static_cast<double>(gaps)), kSpacing);
@@ -152,11 +135,25 @@ std::optional<CrossoverRoom> roomInCrossover(std::span<const CrossoverPlace> oth
   const auto above = std::ranges::find_if(
       others, [wanted](const CrossoverPlace& other) { return other.hz >= wanted; });
   const auto place = static_cast<std::size_t>(above - others.begin());
-  auto room = roomByRule(others, place, wanted);
-  if (!room) room = roomAt(others, place, wanted);
+  auto room = roomAt(others, place, wanted);
   // On either side of one that stays at this very frequency.
   if (!room && above != others.end() && above->hz == wanted) {
     room = roomAt(others, place + 1, wanted);
+  }
+  return room;
+}
+
+std::optional<CrossoverRoom> roomByRule(std::span<const CrossoverPlace> others, double wanted) {
+  std::vector<double> centres;
+  for (const CrossoverPlace& other : others) centres.push_back(other.hz);
+  const auto at = std::ranges::lower_bound(centres, wanted) - centres.begin();
+  centres.insert(centres.begin() + at, wanted);
+  CrossoverRoom room;
+  room.others = spacedCrossover(std::move(centres), static_cast<std::size_t>(at), wanted);
+  room.own = room.others[static_cast<std::size_t>(at)];
+  room.others.erase(room.others.begin() + at);
+  for (std::size_t i = 0; i < others.size(); ++i) {
+    if (others[i].fixed && room.others[i] != others[i].hz) return std::nullopt;
   }
   return room;
 }

@@ -27,11 +27,14 @@ struct CrossoverRoom {
   std::vector<double> others;
 };
 /// Finds room for a band at `wanted`, at least 1.5 times away from its neighbours and from 10 Hz
-/// and 30 kHz: as `spacedCrossover` has it for one that is dragged there. Where that would move one
-/// that has to stay, the others give way to both sides as far as they can, and then the band does.
-/// None where those that stay leave no gap there.
+/// and 30 kHz: the others give way, upwards from the band and downwards from it, as far as they
+/// have to; where they cannot, the band does. None where those that stay leave no gap there.
 [[nodiscard]] std::optional<CrossoverRoom> roomInCrossover(std::span<const CrossoverPlace> others,
                                                            double wanted);
+/// As `spacedCrossover` has it for a band that is dragged there from elsewhere. None where that
+/// moves one that has to stay.
+[[nodiscard]] std::optional<CrossoverRoom> roomByRule(std::span<const CrossoverPlace> others,
+                                                      double wanted);
 
 /// Sorts crossover bands by frequency and takes those apart that stand at the same one: one of them
 /// stays, a fixed one rather than another, and the rest goes up from it, or down where there is

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "core/chain_repair.h"
@@ -171,13 +172,20 @@ void Plug::alignLinked(std::int32_t index) {
   spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
 }
 
-void Plug::repairChain() {
-  const auto repair = chainRepair(*this);
-  if (!repair) return;
-  for (const auto& [id, normalised] : repair->frequencies) {
-    PlugBaseJSON::setParameter(id, normalised);
+/// Without memory for it a later call of `onIdle` does it.
+void Plug::repairChain() noexcept {
+  try {
+    repairMissing.store(false, relaxed);
+    const auto repair = chainRepair(*this);
+    if (!repair) return;
+    const UpdateHold together(*this);
+    for (const auto& [id, normalised] : repair->frequencies) {
+      PlugBaseJSON::setParameter(id, normalised);
+    }
+    PlugBaseJSON::setParameter(kBandOrder, repair->order);
+  } catch (const std::bad_alloc&) {
+    repairMissing.store(true, relaxed);
   }
-  PlugBaseJSON::setParameter(kBandOrder, repair->order);
 }
 
 /// All that the gesture may change is noted by the time it begins: the group for the history need
@@ -213,6 +221,7 @@ void Plug::onIdle() {
     Alerts::instance().add("Halvekro : Settings Error", std::move(notice));
   }
   updateLatency();
+  if (repairMissing.load(relaxed)) repairChain();
   if (gate.isOwed()) updateDsp(false);
   autoGain.onIdle();
 }

@@ -93,7 +93,7 @@ class Plug : public PlugBaseJSON {
 
   /// Makes a chain of the parameters, where all have been replaced and their order tells none: a
   /// band that is on is to be heard, and locks do not hold that off.
-  void repairChain();
+  void repairChain() noexcept;
   /// As the base; the host hears of each parameter that a full document has changed, once.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   /// As `switchBank`, for a document: the host hears of it with the rest.
@@ -265,6 +265,7 @@ class Plug : public PlugBaseJSON {
   int updateSuspended = 0;                 // holds, under the lock; `updateDsp` runs only at 0
   UpdateGate gate;                         // under the lock, but for its other threads' parts
   std::atomic<bool> updateMissing{false};  // for want of memory
+  std::atomic<bool> repairMissing{false};  // likewise
   const Clock clock;
   const Idle idle;
 };

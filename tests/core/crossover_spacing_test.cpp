@@ -253,7 +253,11 @@ TEST(CrossoverEditsTest, ABandThatComesFindsRoomOrNothingHappens) {
   PlugRig moved;
   addBands(moved);
   EXPECT_TRUE(moved.plug.setBandPosition(3, kXoverList));
-  expectCrossover(moved, {0, 3, 1, 2}, {1000 / 1.5, 1000, 1500, 4000});
+  EXPECT_EQ(
+      told(moved),
+      "set 155, set 157, set 410, begin 13, set 13 667, end 13, begin 64, set 64 1575, end 64, "
+      "set 166 1000");
+  expectCrossover(moved, {0, 3, 1, 2}, {1000 / 1.5, 1000, 1575, 4000});
 
   PlugRig ends;
   for (const double hertz : {20000.0, 20000.0, 19000.0, 10.0, 14.0}) {
