@@ -93,13 +93,6 @@ class AudioEffectTest : public testing::Test {
   AEffect* const record = effect.getAeffect();
 };
 
-TEST_F(AudioEffectTest, TheRecordDescribesTheEffect) {
-  EXPECT_EQ(std::memcmp(&record->magic, "PtsV", 4), 0);
-  EXPECT_EQ(record->numPrograms, 3);
-  EXPECT_EQ(record->numParams, 5);
-  EXPECT_EQ(TestEffect().getAeffect()->flags, 16 | 32 | 4096);
-}
-
 TEST_F(AudioEffectTest, CallsReachTheirOperation) {
   const struct {
     std::int32_t opcode;

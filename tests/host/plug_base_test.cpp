@@ -7,7 +7,6 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/aeff_editor.h"
@@ -279,26 +278,6 @@ TEST_F(PlugBaseTest, TakesMidiOutOfAListOfEvents) {
 TEST_F(PlugBaseTest, TheSampleCountWrapsAround) {
   for (const std::int32_t frames : {0x7fffffff, 3}) effect.advanceSampleCount(frames);
   EXPECT_EQ(effect.getSampleCount(), std::numeric_limits<std::int32_t>::min() + 2);
-}
-
-TEST(PlugBaseThreads, ValuesAreWrittenAndReadAtOnce) {
-  static const ParameterKeys keys("kGain=0");
-  PlugBaseJSON shared(nullptr, kTestTable, keys, 1);
-  std::vector<std::thread> writers;
-  for (const float value : {0.25F, 0.75F}) {
-    writers.emplace_back([&shared, value] {
-      for (int i = 0; i < 2000; ++i) {
-        shared.setParameter(kGain, value);
-        if (i % 100 == 0) shared.setProgram(0);
-      }
-    });
-  }
-  for (int i = 0; i < 4000; ++i) {
-    const float plain = shared.getPlainValue(kGain);
-    EXPECT_TRUE(plain == 6.0F || plain == -12.0F || plain == 12.0F) << plain;
-    shared.checkProcessLevel();
-  }
-  for (std::thread& writer : writers) writer.join();
 }
 
 }  // namespace
