@@ -18,24 +18,17 @@ namespace {
 constexpr double kTolerance = 0.01;  // dB
 constexpr int kSettled = 6000;       // frames in which the fast settings of `prepare` come to rest
 
-using Setting = std::pair<const char*, double>;
-using Settings = std::vector<Setting>;
+using Settings = PlugRig::Settings;
 using Pair = std::array<double, 2>;
 
-double linear(double dB) { return std::pow(10.0, dB / 20.0); }
 double decibels(double gain) { return 20.0 * std::log10(std::abs(gain)); }
 
 /// Band 1 over the whole spectrum, late by its lookahead alone; fast, so that levels settle.
-PlugRig& prepare(PlugRig& rig, const Settings& settings) {
-  const auto apply = [&rig](const Settings& all) {
-    for (const auto& [name, plain] : all) rig.set(PlugRig::id(name), plain);
-  };
-  apply({{"kB1Type", 1},
-         {"kB1SubType", 7},
-         {"kB1Lookahead", 0},
-         {"kB1Attack", 1},
-         {"kB1Threshold", -20}});
-  apply(settings);
+PlugRig& prepare(PlugRig& rig, const Settings& settings, const Settings& more = {}) {
+  rig.set({{"kB1Type", 1}, {"kB1SubType", 7}, {"kB1Lookahead", 0}, {"kB1Attack", 1}});
+  rig.set({{"kB1Threshold", -20}});
+  rig.set(settings);
+  rig.set(more);
   rig.plug.resume();
   return rig;
 }
@@ -182,12 +175,10 @@ TEST(DynamicsLawTest, TheLevelRisesHoldsAndFalls) {
     const double high = linear(-2);
     const double low = linear(-70);
     for (const double crest : {0.0, 24.0}) {
-      PlugRig rig({}, t.rate);
       // Always fast at the one end, always slow at the other.
-      prepare(rig, {{"kB1Ratio", 0.75},
-                    {"kB1Crest", crest},
-                    {"kB1Attack", t.attack},
-                    {crest == 0 ? "kB1RelFast" : "kB1RelSlow", t.release}});
+      PlugRig rig({{"kB1Ratio", 0.75}, {"kB1Crest", crest}}, t.rate);
+      prepare(rig,
+              {{"kB1Attack", t.attack}, {crest == 0 ? "kB1RelFast" : "kB1RelSlow", t.release}});
       const int frames = static_cast<int>(t.rate / 4);
       const auto up = gainAfterStep(rig, t.rate, low, high, frames);
       rig.plug.resume();
@@ -214,13 +205,9 @@ TEST(DynamicsLawTest, TheGainItselfCanBeSmoothed) {
     const int frames = static_cast<int>(t.rate / 4);
     const double perMs = t.rate * 0.001;
     for (const bool expand : {false, true}) {
-      PlugRig rig({}, t.rate);
-      prepare(rig, {{"kB1Ratio", 0.75},
-                    {"kB1Shape", 0},
-                    {"kB1Crest", 24},
-                    {"kB1Attack", t.attack},
-                    {"kB1RelSlow", t.release},
-                    {"kLogBehaviour", expand ? 1 : 0}});
+      PlugRig rig({{"kB1Ratio", 0.75}, {"kB1Shape", 0}, {"kB1Crest", 24}}, t.rate);
+      rig.set({{"kLogBehaviour", expand ? 1 : 0}});
+      prepare(rig, {{"kB1Attack", t.attack}, {"kB1RelSlow", t.release}});
       const auto gains = gainAfterStep(rig, t.rate, linear(-40), linear(-4), frames);
       const double time = expand ? t.release : t.attack;
       for (std::size_t i = 0; i < gains.size(); i += 5) {
@@ -252,12 +239,8 @@ TEST(DynamicsLawTest, TransientsAreWhatTheSmoothGainMisses) {
 TEST(DynamicsLawTest, AFarCryAboveTheMeanIsReleasedFast) {
   constexpr double kRmsMs = 40;
   const double high = linear(-2);
-  PlugRig rig;
-  prepare(rig, {{"kB1Ratio", 0.5},
-                {"kB1Crest", 6},
-                {"kB1RMS", kRmsMs},
-                {"kB1RelSlow", 2000},
-                {"kB1RelFast", 10}});
+  PlugRig rig({{"kB1Ratio", 0.5}, {"kB1Crest", 6}, {"kB1RMS", kRmsMs}});
+  prepare(rig, {{"kB1RelSlow", 2000}, {"kB1RelFast", 10}});
   const auto gains = gainAfterStep(rig, 48000, high, linear(-80), 6000);
   // The power ratio passes 6 when the mean has fallen so far below the all but held envelope.
   const double samples = 48.0 * kRmsMs;
@@ -271,83 +254,63 @@ TEST(DynamicsLawTest, AFarCryAboveTheMeanIsReleasedFast) {
               0.02);
 }
 
+/// Levels and gains of left and right under "kB1LR", which the first cases have, else mid and side.
 struct ChannelCase {
   const char* what;
   Settings settings;
-  Pair in;  // left and right, or where `midSide` these
-  bool midSide;
-  Pair gains;
+  Pair in, gains;
 };
 
-std::vector<ChannelCase> channelCases() {
+std::vector<ChannelCase> channelCases(bool leftRight) {
   const double far = linear(-8);    // 2:1 above -20 dB: -6 dB
   const double near = linear(-16);  // -2 dB
   const double gFar = linear(-6);
   const double gNear = linear(-2);
-  const auto weigh = [](double gain, double share) { return (gain - 1.0) * share + 1.0; };
+  const double gHalf = (gNear - 1.0) * 0.5 + 1.0;
   const auto ofLevel = [](double level) {
     return linear(-0.5 * std::max(0.0, decibels(level) + 20));
   };
+  const Settings apart = {{"kB1SCLR", 1}, {"kB1SCLink", 0}}, right = {{"kB1SCLR", 1}};
+  const auto with = [](Settings settings, const char* name, double plain) {
+    settings.emplace_back(name, plain);
+    return settings;
+  };
+  if (leftRight) {
+    return {
+        {"by themselves", apart, {far, -near}, {gFar, gNear}},
+        {"linked", right, {far, near}, {gFar, gFar}},
+        {"half linked",
+         with(right, "kB1SCLink", 50),
+         {far, near},
+         {gFar, ofLevel((far + near) / 2)}},
+        {"only the right is heard", with(right, "kB1SCPos", 100), {far, near}, {gNear, gNear}},
+        {"mostly the left", with(apart, "kB1SCPos", 25), {near, far}, {gNear, ofLevel(far / 2)}},
+        {"only the left is worked on", {{"kB1Position", 0}}, {near, near}, {gNear, 1}},
+        {"the left half", {{"kB1Position", 75}}, {near, near}, {gHalf, gNear}},
+    };
+  }
+  const Settings side = {{"kB1Position", 100}, {"kB1SCLink", 0}};
   return {
-      {"left and right by themselves",
-       {{"kB1LR", 1}, {"kB1SCLR", 1}, {"kB1SCLink", 0}},
-       {far, -near},
-       false,
-       {gFar, gNear}},
-      {"linked", {{"kB1LR", 1}, {"kB1SCLR", 1}}, {far, near}, false, {gFar, gFar}},
-      {"half linked",
-       {{"kB1LR", 1}, {"kB1SCLR", 1}, {"kB1SCLink", 50}},
-       {far, near},
-       false,
-       {gFar, ofLevel((far + near) / 2)}},
-      {"only the right is heard",
-       {{"kB1LR", 1}, {"kB1SCLR", 1}, {"kB1SCPos", 100}},
-       {far, near},
-       false,
-       {gNear, gNear}},
-      {"a quarter of the right is heard",
-       {{"kB1LR", 1}, {"kB1SCLR", 1}, {"kB1SCPos", 25}, {"kB1SCLink", 0}},
-       {near, far},
-       false,
-       {gNear, ofLevel(far / 2)}},
-      {"only the left is worked on",
-       {{"kB1LR", 1}, {"kB1Position", 0}},
-       {near, near},
-       false,
-       {gNear, 1}},
-      {"the left half",
-       {{"kB1LR", 1}, {"kB1Position", 75}},
-       {near, near},
-       false,
-       {weigh(gNear, 0.5), gNear}},
-      {"mid and side by themselves", {{"kB1SCLink", 0}}, {far, near}, true, {gFar, gNear}},
-      {"mid and side linked", {}, {near, far}, true, {gFar, gFar}},
-      {"only the side is worked on",
-       {{"kB1Position", 100}, {"kB1SCLink", 0}},
-       {far, near},
-       true,
-       {1, gNear}},
-      {"both are worked on by the mid", {{"kB1SCPos", 0}}, {near, far}, true, {gNear, gNear}},
-      {"the side hears the right",
-       {{"kB1SCLR", 1}, {"kB1SCLink", 0}, {"kB1Position", 100}},
-       {far, near},
-       true,
-       {1, ofLevel(far - near)}},
+      {"by themselves", {{"kB1SCLink", 0}}, {far, near}, {gFar, gNear}},
+      {"linked", {}, {near, far}, {gFar, gFar}},
+      {"only the side is worked on", side, {far, near}, {1, gNear}},
+      {"both are worked on by the mid", {{"kB1SCPos", 0}}, {near, far}, {gNear, gNear}},
+      {"the side hears the right", with(side, "kB1SCLR", 1), {far, near}, {1, ofLevel(far - near)}},
   };
 }
 
 TEST(DynamicsLawTest, ChannelsAndTheirLinks) {
-  for (const auto& c : channelCases()) {
-    SCOPED_TRACE(c.what);
-    PlugRig rig;
-    Settings settings = {{"kB1Ratio", 0.5}};
-    settings.insert(settings.end(), c.settings.begin(), c.settings.end());
-    prepare(rig, settings);
-    const Pair in = c.midSide ? Pair{c.in[0] + c.in[1], c.in[0] - c.in[1]} : c.in;
-    Pair out = steady(rig, {in[0], in[1], 0, 0});
-    if (c.midSide) out = {(out[0] + out[1]) / 2, (out[0] - out[1]) / 2};
-    for (std::size_t i = 0; i < 2; ++i) {
-      EXPECT_NEAR(decibels(out[i] / c.in[i]), decibels(c.gains[i]), kTolerance) << i;
+  for (const bool leftRight : {true, false}) {
+    for (const auto& c : channelCases(leftRight)) {
+      SCOPED_TRACE(testing::Message() << c.what << (leftRight ? ", left/right" : ", mid/side"));
+      PlugRig rig({{"kB1Ratio", 0.5}, {"kB1LR", leftRight ? 1 : 0}});
+      prepare(rig, c.settings);
+      const Pair in = leftRight ? c.in : Pair{c.in[0] + c.in[1], c.in[0] - c.in[1]};
+      Pair out = steady(rig, {in[0], in[1], 0, 0});
+      if (!leftRight) out = {(out[0] + out[1]) / 2, (out[0] - out[1]) / 2};
+      for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_NEAR(decibels(out[i] / c.in[i]), decibels(c.gains[i]), kTolerance) << i;
+      }
     }
   }
 }
@@ -388,11 +351,9 @@ TEST(DynamicsLawTest, SourcesOfTheSidechain) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     PlugRig rig;
-    Settings settings = {{"kB1Type", 0},         {"kB1Frequency", 200}, {"kB2State", 1},
-                         {"kB2Frequency", 5000}, {"kB2Lookahead", 0},   {"kB2Ratio", 0.5},
-                         {"kB2Threshold", -20}};
-    settings.insert(settings.end(), c.settings.begin(), c.settings.end());
-    prepare(rig, settings);
+    rig.set({{"kB1Frequency", 200}, {"kB2State", 1}, {"kB2Frequency", 5000}, {"kB2Ratio", 0.5}});
+    rig.set({{"kB2Lookahead", 0}, {"kB2Threshold", -20}});
+    prepare(rig, {{"kB1Type", 0}}, c.settings);
     const auto output = run(rig, 24000, [&](int frame, int pin) {
       if (pin >= 2) return linear(-12);
       return linear(-8) + kTone * std::sin(2 * std::numbers::pi * kHz * frame / 48000.0);
@@ -409,15 +370,9 @@ TEST(DynamicsLawTest, AFilteredSidechainHearsItsRegion) {
   for (const double hz : {250.0, 500.0, 1000.0, 2000.0, 4000.0}) {
     SCOPED_TRACE(hz);
     PlugRig rig({}, 192000);
-    prepare(rig, {{"kB1Ratio", 0.5},
-                  {"kB1SCSrc", 2},
-                  {"kB1SCMF", 1},
-                  {"kB1SCMFType", 1},
-                  {"kB1SCMFF", 1000},
-                  {"kB1SCMFQ", 2},
-                  {"kB1SCTrim", 12},
-                  {"kB1Lookahead", 10}});
-    rig.set({{"kB1Crest", 0}});
+    rig.set({{"kB1Ratio", 0.5}, {"kB1SCSrc", 2}, {"kB1SCMF", 1}, {"kB1SCMFType", 1}});
+    rig.set({{"kB1SCMFF", 1000}, {"kB1SCMFQ", 2}, {"kB1SCTrim", 12}, {"kB1Crest", 0}});
+    prepare(rig, {{"kB1Lookahead", 10}});
     const auto output = run(rig, 48000, [hz](int frame, int pin) {
       if (pin < 2) return 0.5;
       return linear(-12) * std::sin(2 * std::numbers::pi * hz * frame / 192000.0);
@@ -449,11 +404,9 @@ TEST(DynamicsLawTest, ListeningLetsOneBeHeard) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    PlugRig rig;
-    Settings settings = {{"kB1Ratio", 0.5}, {"kB2State", 1},     {"kB2Type", 1},
-                         {"kB2SubType", 7}, {"kB2Lookahead", 0}, {"kB2Gain", 3}};
-    settings.insert(settings.end(), c.settings.begin(), c.settings.end());
-    const Pair out = steady(prepare(rig, settings), {x, x, outside, outside});
+    PlugRig rig({{"kB1Ratio", 0.5}, {"kB2State", 1}, {"kB2Type", 1}, {"kB2SubType", 7}});
+    rig.set({{"kB2Lookahead", 0}, {"kB2Gain", 3}});
+    const Pair out = steady(prepare(rig, c.settings), {x, x, outside, outside});
     for (const double sample : out) EXPECT_NEAR(decibels(sample / c.out), 0.0, kTolerance);
   }
 }

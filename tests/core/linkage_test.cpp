@@ -50,13 +50,11 @@ TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
   };
   const Stereo<double> expected = play(two);
   EXPECT_EQ(play(one).channels, expected.channels);
-  for (int band = 0; band < 2; ++band) {
+  for (int i = 0; i < 2; ++i) {
     for (int channel = 0; channel < 2; ++channel) {
-      EXPECT_EQ(one.plug.getBandGain(band, 3, channel), two.plug.getBandGain(band, 3, channel));
+      EXPECT_EQ(one.plug.getBandGain(i, 3, channel), two.plug.getBandGain(i, 3, channel));
     }
-    EXPECT_EQ(one.plug.getBandEnvelope(band), two.plug.getBandEnvelope(band));
-  }
-  for (int selector = 0; selector < 2; ++selector) {
-    EXPECT_EQ(one.plug.getGainReduction(selector), two.plug.getGainReduction(selector));
+    EXPECT_EQ(one.plug.getBandEnvelope(i), two.plug.getBandEnvelope(i));
+    EXPECT_EQ(one.plug.getGainReduction(i), two.plug.getGainReduction(i));
   }
 }

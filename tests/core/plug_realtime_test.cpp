@@ -218,21 +218,6 @@ void workOnFiles(Plug& plug, std::mt19937& random) {
   }
 }
 
-/// A controller on the audio thread, which learns now and then.
-void turnController(Plug& plug, std::mt19937& random) {
-  VstMidiEvent event{};
-  event.type = kVstMidiType;
-  event.byteSize = sizeof event;
-  event.midiData[0] = 0xB0;
-  event.midiData[1] = static_cast<std::uint8_t>(random() % 4);
-  event.midiData[2] = static_cast<std::uint8_t>(random() % 128);
-  VstEvents list{};
-  list.numEvents = 1;
-  list.events[0] = reinterpret_cast<VstEvent*>(&event);
-  const RealTimeCheck check;
-  plug.processEvents(&list);
-}
-
 /// All that an editor shows.
 double look(Plug& plug, std::mt19937& random) {
   double seen = plug.getOutputPeak(0) + plug.getOutputPeak(1);
@@ -282,7 +267,7 @@ void expectAsNew(PlugRig& rig) {
     each.plug.resume();
     sounds[i] = render(each.plug, noise<double>(8000), 64);
   }
-  EXPECT_TRUE(sounds[0].channels == sounds[1].channels);
+  EXPECT_TRUE(sounds[0] == sounds[1]);
 }
 
 // Under the thread sanitizer: everything that other threads may do, beside audio at full speed. The
@@ -298,28 +283,23 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     void* data = nullptr;
     EXPECT_TRUE(++told % 1000 != 0 || rig.plug.getChunk(&data, false) > 0);
   };
-  std::atomic<bool> done{false};
-  std::thread session([&] {
-    for (std::mt19937 random(4); !done && !testing::Test::HasFailure();) {
-      const std::lock_guard guard(hostLock);
-      keepSession(rig.plug, random);
-    }
+  std::array<std::mt19937, 4> randoms;
+  for (unsigned i = 0; i < 4; ++i) randoms[i].seed(i);
+  Disturbance session([&](int /*step*/) {
+    const std::lock_guard guard(hostLock);
+    keepSession(rig.plug, randoms[0]);
   });
-  std::thread automation([&] {
-    for (std::mt19937 random(1); !done;) turnAny(rig.plug, random);
-  });
-  std::thread message([&] {
-    for (std::mt19937 random(2); !done && !testing::Test::HasFailure();) {
-      turnAny(rig.plug, random);
-      workOnBands(rig.plug, random);
-      workOnStates(rig.plug, random);
-      workOnFiles(rig.plug, random);
-      rig.plug.onIdle();
-      EXPECT_TRUE(std::isfinite(look(rig.plug, random)));
-    }
+  Disturbance automation([&](int /*step*/) { turnAny(rig.plug, randoms[1]); });
+  Disturbance message([&](int /*step*/) {
+    turnAny(rig.plug, randoms[2]);
+    workOnBands(rig.plug, randoms[2]);
+    workOnStates(rig.plug, randoms[2]);
+    workOnFiles(rig.plug, randoms[2]);
+    rig.plug.onIdle();
+    EXPECT_TRUE(std::isfinite(look(rig.plug, randoms[2])));
   });
   Call<double> call;
-  std::mt19937 random(3);
+  std::mt19937& random = randoms[3];
   const auto end = std::chrono::steady_clock::now() + kStress;
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
     std::optional<RealTimeCheck::Exception> theSwitch;
@@ -328,64 +308,26 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
       theSwitch.emplace();
     }
     const int frames = std::array{1, 63, 64, 64, 500, call.kMost}[random() % 6];
-    turnController(rig.plug, random);
+    const auto controller = static_cast<int>(random() % 4);  // which learns now and then
+    sendController(rig.plug, 0xB0, controller, static_cast<int>(random() % 128));
     call(rig.plug, frames);
     for (const auto& channel : call.out.channels) {
       EXPECT_TRUE(std::all_of(channel.begin(), channel.begin() + frames,
                               [](double x) { return std::isfinite(x); }));
     }
   }
-  done = true;
-  for (std::thread* const each : {&automation, &message, &session}) each->join();
+  for (Disturbance* const each : {&automation, &message, &session}) each->end();
   BandLayout::List all = rig.plug.getEngine().layout.orderList;
   std::sort(all.begin(), all.end());
   EXPECT_EQ(all, (BandLayout::List{0, 1, 2, 3, 4, 5, 6, 7}));
   expectAsNew(rig);
 }
 
-// Filters and splits are designed anew without a pause while audio runs: every sample of the output
-// is still the delayed input.
-TEST(PlugRealtimeTest, KernelsComeFromAnotherThreadAtFullSpeed) {
-  PlugRig rig({{"kB1Type", 1}, {"kB2Type", 1}, {"kB2State", 1}, {"kB3State", 1}, {"kB4State", 1}});
-  rig.set({{"kB3Frequency", 200}, {"kB4Frequency", 2000}, {"kB5State", 1}, {"kB5Type", 1}});
-  for (int band = 0; band < 5; ++band) rig.set(bandParameterId(band, kB1Bypass), 1);
-  rig.plug.resume();
-  rig.plug.onIdle();
-  const auto latency = static_cast<std::size_t>(rig.plug.getAeffect()->initialDelay);
-  std::atomic<bool> done{false};
-  std::atomic<int> designs{0};
-  std::thread control([&] {
-    constexpr std::array<int, 3> kRows = {kB1Slope, kB1Q, kB1Slope2};
-    for (int step = 0; !done; ++step) {
-      const int row = kRows[static_cast<std::size_t>(step % 3)];
-      rig.plug.setParameter(bandParameterId(step % 5, row),
-                            0.1F + static_cast<float>(step * 61 % 101) * 0.008F);
-      ++designs;
-    }
-  });
-  const auto input = noise<double>(48000);
-  Stereo<double> output(input.frames());
-  while (designs == 0) std::this_thread::yield();
-  output = render(rig.plug, input, 64);
-  done = true;
-  control.join();
-  EXPECT_GT(designs, 20);
-  for (std::size_t c = 0; c < 2; ++c) {
-    for (std::size_t i = latency; i < output.channels[c].size(); ++i) {
-      ASSERT_NEAR(output.channels[c][i], input.channels[c][i - latency], 5e-14) << i;
-    }
-  }
-}
-
 // A band operation is not undone by a parameter that comes from another thread at that moment.
 TEST(PlugRealtimeTest, ParametersFromAnotherThreadDoNotDisturbBandOperations) {
   PlugRig rig;
-  std::atomic<bool> done{false};
-  std::thread control([&] {
-    for (int step = 0; !done; ++step) {
-      rig.plug.setParameter(kIpTrim, static_cast<float>(step % 100) * 0.01F);
-    }
-  });
+  const Disturbance control(
+      [&rig](int step) { rig.plug.setParameter(kIpTrim, static_cast<float>(step % 100) * 0.01F); });
   BandLayout& layout = rig.plug.getEngine().layout;
   for (int turn = 0; turn < 2000; ++turn) {
     rig.plug.addBand(kPreList, 100.0);
@@ -393,18 +335,13 @@ TEST(PlugRealtimeTest, ParametersFromAnotherThreadDoNotDisturbBandOperations) {
     rig.plug.deleteBand(1);
     ASSERT_TRUE(layout.copyOf(layout.pre).empty()) << "turn " << turn;
   }
-  done = true;
-  control.join();
 }
 
 // A parameter that comes while the host changes the rate is designed at one rate, not at a mix.
 TEST(PlugRealtimeTest, ParametersFromAnotherThreadMayMeetAResume) {
   PlugRig rig({{"kB1State", 1}, {"kB1Type", 1}, {"kB1Lookahead", 50}});
-  std::atomic<bool> done{false};
-  std::thread control([&] {
-    for (int step = 0; !done; ++step) {
-      rig.plug.setParameter(PlugRig::id("kB1Frequency"), static_cast<float>(step % 100) * 0.01F);
-    }
+  const Disturbance control([&rig](int step) {
+    rig.plug.setParameter(kB1Frequency, static_cast<float>(step % 100) * 0.01F);
   });
   for (int turn = 0; turn < 40; ++turn) {
     const double rate = turn % 2 == 0 ? 96000.0 : 48000.0;
@@ -412,8 +349,6 @@ TEST(PlugRealtimeTest, ParametersFromAnotherThreadMayMeetAResume) {
     rig.plug.resume();
     ASSERT_EQ(rig.plug.getEngine().getLatency(), static_cast<int>(0.05 * rate) + 1024);
   }
-  done = true;
-  control.join();
 }
 
 TEST(PlugRealtimeTest, InstancesOfOneProcessShareTheIdleTimer) {

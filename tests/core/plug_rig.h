@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -24,9 +26,9 @@ class PlugRig {
     float value;
     bool operator==(const Message&) const = default;
   };
-  using Settings = std::initializer_list<std::pair<const char*, double>>;
+  using Settings = std::vector<std::pair<const char*, double>>;
 
-  PlugRig() : PlugRig({}) {}
+  PlugRig() : PlugRig(Settings{}) {}
   explicit PlugRig(const Settings& settings, double rate = 48000.0, InstallFolders folders = {})
       : machine(std::make_unique<MemoryStore>(), std::move(folders)),
         plug(
@@ -92,6 +94,7 @@ struct Stereo {
       : channels{std::vector<Sample>(static_cast<std::size_t>(frames)),
                  std::vector<Sample>(static_cast<std::size_t>(frames))} {}
   [[nodiscard]] int frames() const { return static_cast<int>(channels[0].size()); }
+  bool operator==(const Stereo&) const = default;
   std::array<std::vector<Sample>, 2> channels;
 };
 
@@ -122,6 +125,79 @@ Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between betwe
 template <typename Sample>
 Stereo<Sample> render(Plug& plug, const Stereo<Sample>& input, int block) {
   return render(plug, input, block, [](int) {});
+}
+
+/// The largest difference between the output and the input as late as `latency`.
+template <typename Sample>
+double deviation(const Stereo<Sample>& input, const Stereo<Sample>& output, std::size_t latency) {
+  double worst = 0.0;
+  for (std::size_t c = 0; c < 2; ++c) {
+    for (std::size_t i = 0; i < output.channels[c].size(); ++i) {
+      const double wanted = i < latency ? 0.0 : static_cast<double>(input.channels[c][i - latency]);
+      worst = std::max(worst, std::abs(static_cast<double>(output.channels[c][i]) - wanted));
+    }
+  }
+  return worst;
+}
+
+/// As late as the host is told.
+inline std::size_t latencyOf(PlugRig& rig) {
+  rig.plug.onIdle();
+  return static_cast<std::size_t>(rig.plug.getAeffect()->initialDelay);
+}
+
+inline double linear(double dB) { return std::pow(10.0, dB / 20.0); }
+
+inline std::vector<float> normalisedValues(Plug& plug) {
+  std::vector<float> values;
+  for (int id = 0; id < kNumParams; ++id) values.push_back(plug.getParameter(id));
+  return values;
+}
+
+/// Calls `disturb(step)` as often as it can on another thread while it lives.
+class Disturbance {
+ public:
+  template <typename Disturb>
+  explicit Disturbance(Disturb disturb)
+      : thread([this, disturb] {
+          for (; !done; ++calls) disturb(calls.load());
+        }) {
+    while (calls == 0) std::this_thread::yield();
+  }
+  ~Disturbance() { end(); }
+  /// How often it has called in all.
+  int end() {
+    done = true;
+    if (thread.joinable()) thread.join();
+    return calls;
+  }
+
+ private:
+  std::atomic<bool> done{false};
+  std::atomic<int> calls{0};
+  std::thread thread;
+};
+
+/// One controller message, on the audio thread.
+inline void sendController(Plug& plug, int status, int controller, int value) {
+  VstMidiEvent event{};
+  event.type = kVstMidiType;
+  event.byteSize = sizeof event;
+  event.midiData[0] = static_cast<std::uint8_t>(status);
+  event.midiData[1] = static_cast<std::uint8_t>(controller);
+  event.midiData[2] = static_cast<std::uint8_t>(value);
+  VstEvents list{};
+  list.numEvents = 1;
+  list.events[0] = reinterpret_cast<VstEvent*>(&event);
+  const RealTimeCheck check;
+  plug.processEvents(&list);
+}
+
+/// FNV-1a of a text that users' files stand on.
+constexpr std::uint32_t hashOf(std::string_view text) {
+  std::uint32_t hash = 2166136261U;
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
+  return hash;
 }
 
 /// Noise of a fixed seed in -1..1, the channels different.

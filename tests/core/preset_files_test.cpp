@@ -14,6 +14,7 @@
 #include "core/plug.h"
 #include "host/alerts.h"
 #include "state/chunk_codec.h"
+#include "tests/core/plug_rig.h"
 #include "tests/core/scripted_dialogs.h"
 #include "tests/support/test_directory.h"
 
@@ -21,7 +22,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Answers file dialogs with `answer`, an empty one being cancel, and notes all that is shown.
 /// An instance on a machine of its own.
 class FileRig {
  public:
@@ -44,8 +44,7 @@ class FileRig {
     return *unpackChunk({static_cast<const char*>(data), size});
   }
   [[nodiscard]] std::vector<float> values() {
-    std::vector<float> all(kNumParams);
-    for (int i = 0; i < kNumParams; ++i) all[static_cast<std::size_t>(i)] = plug.getParameter(i);
+    std::vector<float> all = normalisedValues(plug);
     all[kABBank] = 0.0F;  // no part of a preset
     return all;
   }
@@ -98,7 +97,7 @@ class FileRig {
 
   TestDirectory directory;
   Machine machine;
-  Plug plug{nullptr, Plug::Idle::kCaller, [] { return std::int64_t{0}; }, machine};
+  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
   EditorState& editor = plug.editorState();
   PresetFiles& files = plug.presetFiles();
   ScriptedDialogs dialogs;
@@ -289,8 +288,7 @@ TEST_F(PresetSteps, OutliveTheMenuAndTheSession) {
   rig.files.nextPreset();
   rig.files.nextPreset();
 
-  Plug later(
-      nullptr, Plug::Idle::kCaller, [] { return std::int64_t{0}; }, rig.machine);
+  Plug later(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, rig.machine);
   const std::string session = rig.document();
   later.setChunk(session.data(), static_cast<std::int32_t>(session.size()), false);
   later.presetFiles().nextPreset();
@@ -457,8 +455,7 @@ TEST(PresetFiles, NewInstancesBeginWithTheOwnDefaultOrElseTheFactorys) {
   rig.scramble(7, 1);
   ASSERT_TRUE(rig.files.saveAsDefault());
   const auto newInstance = [&rig] {
-    Plug plug(
-        nullptr, Plug::Idle::kCaller, [] { return std::int64_t{0}; }, rig.machine);
+    Plug plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, rig.machine);
     return FileRig::documentOf(plug);
   };
   const std::string own = rig.document();
@@ -471,8 +468,7 @@ TEST(PresetFiles, NewInstancesBeginWithTheOwnDefaultOrElseTheFactorys) {
   EXPECT_EQ(newInstance(), factoryDocument);
   EXPECT_EQ(rig.takeWarnings(), Texts{});
   Machine homeless(std::make_unique<MemoryStore>(), {});
-  Plug plug(
-      nullptr, Plug::Idle::kCaller, [] { return std::int64_t{0}; }, homeless);
+  Plug plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, homeless);
   EXPECT_FALSE(plug.presetFiles().saveAsDefault());
 }
 

@@ -125,20 +125,15 @@ TEST(PlugUpdateTest, OfflineNothingWaitsAndNothingElseChanges) {
   rig.move(1000);
   rig.move(2000);
   rig.messages.clear();
-  std::array<float, kNumParams> before{};
-  for (std::size_t id = 0; id < before.size(); ++id) {
-    before[id] = rig.plug.getParameter(static_cast<int>(id));
-  }
+  std::vector<float> before = normalisedValues(rig.plug);
   rig.switchHostTo(kProcessLevelOffline);
   expectFilterAt(rig, 2000, "the switch itself");
   rig.move(4000);
   expectFilterAt(rig, 4000, "each change");
   rig.move(2000);
   EXPECT_TRUE(rig.messages.empty()) << "the latency is the same";
-  for (int id = 0; id < kNumParams; ++id) {
-    if (id == kB1Frequency) continue;
-    EXPECT_EQ(rig.plug.getParameter(id), before[static_cast<std::size_t>(id)]) << id;
-  }
+  before[kB1Frequency] = rig.plug.getParameter(kB1Frequency);
+  EXPECT_EQ(normalisedValues(rig.plug), before);
   rig.switchHostTo(2);
   rig.move(1000);
   expectFilterAt(rig, 2000, "live again");
