@@ -32,42 +32,17 @@ void load(Plug& plug, const std::string& text, bool isPreset = false) {
   plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
 }
 
-void sendController(Plug& plug, int status, int controller, int value) {
-  VstMidiEvent event{};
-  event.type = kVstMidiType;
-  event.byteSize = sizeof event;
-  event.midiData[0] = static_cast<std::uint8_t>(status);
-  event.midiData[1] = static_cast<std::uint8_t>(controller);
-  event.midiData[2] = static_cast<std::uint8_t>(value);
-  VstEvents list{};
-  list.numEvents = 1;
-  list.events[0] = reinterpret_cast<VstEvent*>(&event);
-  const RealTimeCheck check;
-  plug.processEvents(&list);
+void expectNear(Plug& got, Plug& wanted, int ids) {
+  for (int id = 0; id < ids; ++id) {
+    ASSERT_NEAR(got.getParameter(id), wanted.getParameter(id), 1e-6) << id;
+  }
 }
-
-constexpr const char* kEditorBlock =
-    "\t\"settings\":\t{\n\t\t\"uimode\":\t0,\n\t\t\"currentAB\":\t0,\n\t\t\"lastAB\":\t0,\n"
-    "\t\t\"lastListen\":\t0,\n\t\t\"linkPage\":\t0,\n\t\t\"zoomState\":\t0,\n"
-    "\t\t\"freeWidth\":\t844,\n\t\t\"currentBand\":\t0,\n\t\t\"bandGraph\":\t0,\n"
-    "\t\t\"meterChannel\":\t0,\n\t\t\"meterShow\":\t0,\n\t\t\"meterZoom\":\t0,\n"
-    "\t\t\"meterRange\":\t24,\n\t\t\"lastPreset\":\t0,\n\t\t\"lastPresetFolder\":\t\"\",\n"
-    "\t\t\"parameterLocks\":\t[0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0],\n"
-    "\t\t\"parameterLinks\":\t[0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0]\n\t},\n"
-    "\t\"uiprefs\":\t{\n\t\t\"Graph\":\t{\n\t\t\t\"Range\":\t{\n\t\t\t\t\"value\":\t4,\n"
-    "\t\t\t\t\"values\":\t[\"3dB\", \"6dB\", \"12dB\", \"18dB\", \"24dB\", \"36dB\"]\n\t\t\t},\n";
 
 TEST(PlugDocumentTest, AFreshInstanceStoresItsNamesAndTheEditorAlone) {
   PlugRig rig;
-  std::string expected =
-      "{\n\t\"presets\":\t[{\n\t\t\t\"parameters\":\t\"default\",\n\t\t\t\"name\":\t\"None\"\n"
-      "\t\t}],\n\t\"ab\":\t[";
-  for (int i = 0; i < 8; ++i) {
-    expected += (i > 0 ? ", {" : "{") + std::string("\n\t\t\t\"parameters\":\t\"default\"\n\t\t}");
-  }
-  expected += std::string("],\n") + kEditorBlock;
   const std::string text = textOf(rig.plug);
-  EXPECT_EQ(text.substr(0, expected.size()), expected);
+  // One program and eight banks of defaults, and all that the editor has but for its options.
+  EXPECT_EQ(hashOf(text.substr(0, text.find("\t\"uiprefs\""))), 4287067796U) << text;
   EXPECT_EQ(text.substr(text.size() - 18), "},\n\t\"v101\":\ttrue\n}") << text;
   rig.plug.setLoadingFlags(-2);
   EXPECT_EQ(textOf(rig.plug, true),
@@ -118,9 +93,7 @@ TEST(PlugDocumentTest, WhatIsStoredComesBack) {
     load(to.plug, first);
     EXPECT_EQ(to.plug.getLockWords(), from.plug.getLockWords());
     EXPECT_EQ(to.plug.getLinkWords(), from.plug.getLinkWords());
-    for (int id = 0; id < kABBank; ++id) {
-      ASSERT_NEAR(to.plug.getParameter(id), from.plug.getParameter(id), 1e-6) << id;
-    }
+    expectNear(to.plug, from.plug, kABBank);
     // Switching to the stored bank moved values to where their curves put them; from then on every
     // byte stays.
     const std::string second = textOf(to.plug);
@@ -278,98 +251,66 @@ TEST(PlugFlagsTest, LocksAndLinksActOnEverySource) {
   EXPECT_EQ(rig.plug.getParameter(threshold(1)), usual) << "the bank kept its own";
 }
 
-TEST(PlugHistoryTest, BandOperationsAndCrossoverDragsAreOneStepEach) {
-  PlugRig rig({{"kB1Frequency", 400}});
-  std::vector<std::string> states = {textOf(rig.plug, true)};
-  const auto layoutAndText = [&rig] { return textOf(rig.plug, true); };
-  const auto drag = [&rig](int band, double hertz) {
-    const int id = bandParameterId(band, kB1Frequency);
-    rig.plug.beginEdit(id);
-    for (const double share : {0.25, 0.5, 0.75, 1.0}) {
-      const double from = static_cast<double>(rig.plug.getPlainValue(id));
-      rig.plug.setParameterAutomated(
-          id, rig.plug.plainToNormalised(id, static_cast<float>(from + (hertz - from) * share)));
-    }
-    rig.plug.endEdit(id);
-  };
-  const std::function<void()> actions[] = {[&] { rig.plug.addBand(kXoverList, 1000); },
-                                           [&] { rig.plug.addBand(kXoverList, 1000); },
-                                           [&] { drag(0, 3000); },
-                                           [&] { rig.plug.addBand(kPreList, 500); },
-                                           [&] { drag(3, 700); },
-                                           [&] { rig.plug.setBandPosition(3, kXoverList); },
-                                           [&] { rig.plug.deleteBand(1); },
-                                           [&] { rig.plug.setBandPosition(0, kPostList); }};
-  std::vector<BandLayout::List> orders = {rig.plug.getEngine().layout.orderList};
-  for (const auto& action : actions) {
-    action();
-    states.push_back(layoutAndText());
-    orders.push_back(rig.plug.getEngine().layout.orderList);
-    ASSERT_NE(states.back(), states[states.size() - 2]);
+/// A gesture of an editor, whose end the host and the editor may never be told.
+void drag(PlugRig& rig, GroupEdit& group, std::mt19937& random) {
+  const int row = std::array{kB1Frequency, kB1Frequency, kB1Knee, kB1Gain}[random() % 4];
+  const int id = bandParameterId(static_cast<int>(random() % 4), row);
+  const bool isGroup = row == kB1Gain;
+  const bool isLost = random() % 2 == 0;
+  if (isGroup) group.begin(rig.plug, id);
+  rig.plug.beginEdit(id);
+  for (int move = 0; move < 3; ++move) {
+    const float wanted = 0.05F + 0.9F * static_cast<float>(random() % 1000) * 0.001F;
+    if (isGroup) group.spread(rig.plug, id, wanted);
+    rig.plug.setParameterAutomated(id, wanted);
   }
-  for (std::size_t i = states.size() - 1; i-- > 0;) {
-    rig.plug.undo();
-    ASSERT_EQ(layoutAndText(), states[i]) << "undone: action " << i;
-    EXPECT_EQ(rig.plug.getEngine().layout.orderList, orders[i]);
-  }
-  EXPECT_FALSE(rig.plug.canUndo());
-  for (std::size_t i = 1; i < states.size(); ++i) {
-    rig.plug.redo();
-    ASSERT_EQ(layoutAndText(), states[i]) << "done again: action " << i - 1;
-    EXPECT_EQ(rig.plug.getEngine().layout.orderList, orders[i]);
-  }
-  EXPECT_FALSE(rig.plug.canRedo());
+  if (!isLost) rig.plug.endEdit(id);
+  if (!isLost && isGroup) group.end(rig.plug, id);
 }
 
-TEST(PlugHistoryTest, LinkedBandsComeBackWithTheOneThatLostItsSource) {
-  PlugRig rig;
-  rig.plug.addBand(kXoverList, 3000);
-  for (const int band : {0, 2, 5}) {
-    rig.set(bandParameterId(band, kB1SCSBand), 1);
-    rig.set(bandParameterId(band, kB1SCSrc), 2);
-    rig.plug.setLinked(bandParameterId(band, kB1SCSBand), true);
-    rig.plug.setLinked(bandParameterId(band, kB1SCSrc), true);
-  }
-  const std::string before = textOf(rig.plug, true);
-  rig.plug.deleteBand(1);
-  EXPECT_EQ(rig.get("kB6SCSBand"), -1.0);
-  EXPECT_EQ(rig.get("kB6SCSrc"), 1.0);
-  rig.plug.undo();
-  EXPECT_EQ(textOf(rig.plug, true), before);
+/// Whether there was an operation on a band at all.
+bool operate(Plug& plug, std::mt19937& random) {
+  const auto band = static_cast<int>(random() % kNumBands);
+  const auto list = static_cast<int>(random() % 3);
+  if (random() % 2 == 0) return plug.addBand(list, 400.0 * (1.0 + band));
+  if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) return false;
+  if (random() % 2 == 0) return plug.setBandPosition(band, list);
+  plug.deleteBand(band);
+  return true;
 }
 
-// Gestures of all kinds, each a step of its own, whether the host or the editor tells of its end or
-// not. No parameter is begun twice without an end between.
+// Gestures and band operations of all kinds, each a step of its own that is taken back and done
+// again. No parameter is begun twice without an end between.
 TEST(PlugHistoryTest, LostEndsKeepTheStepsApart) {
   std::mt19937 random(13);
   for (int walk = 0; walk < 30; ++walk) {
     SCOPED_TRACE(walk);
     PlugRig rig;
+    rig.plug.setLoadingFlags(-2);  // values alone
     rig.plug.addBand(kXoverList, 300);
     rig.plug.addBand(kXoverList, 4000);
     rig.plug.addBand(kPostList, 4000);
-    for (const int band : {0, 1, 3}) rig.plug.setLinked(bandParameterId(band, kB1Knee), true);
+    for (const int row : {kB1Knee, kB1SCSBand, kB1SCSrc}) {
+      for (const int band : {0, 1, 3}) rig.plug.setLinked(bandParameterId(band, row), true);
+    }
+    rig.set({{"kB1SCSBand", 2}, {"kB1SCSrc", 2}});  // lost with band 3
     rig.plug.clearHistory();
     rig.plug.editorState().selectMode = 1;
     rig.plug.editorState().selectedBands = rig.plug.editorState().shownBands = 0xf;
     GroupEdit group;
-    std::vector<std::string> states;
+    const auto state = [&rig] {
+      return std::pair(textOf(rig.plug, true), rig.plug.getEngine().layout.orderList);
+    };
+    std::vector states = {state()};
     rig.messages.clear();
     for (int step = 0; step < 12; ++step) {
-      states.push_back(textOf(rig.plug, true));
-      const int row = std::array{kB1Frequency, kB1Frequency, kB1Knee, kB1Gain}[random() % 4];
-      const int id = bandParameterId(static_cast<int>(random() % 4), row);
-      const bool isGroup = row == kB1Gain;
-      const bool isLost = random() % 2 == 0;
-      if (isGroup) group.begin(rig.plug, id);
-      rig.plug.beginEdit(id);
-      for (int move = 0; move < 3; ++move) {
-        const float wanted = 0.05F + 0.9F * static_cast<float>(random() % 1000) * 0.001F;
-        if (isGroup) group.spread(rig.plug, id, wanted);
-        rig.plug.setParameterAutomated(id, wanted);
+      // In every other walk the chain stays, and with it the lost gestures.
+      if (walk % 2 == 0 || random() % 2 == 0) {
+        drag(rig, group, random);
+      } else if (!operate(rig.plug, random)) {
+        continue;
       }
-      if (!isLost) rig.plug.endEdit(id);
-      if (!isLost && isGroup) group.end(rig.plug, id);
+      if (state() != states.back()) states.push_back(state());
     }
     std::map<int, int> open;
     for (const PlugRig::Message& message : rig.messages) {
@@ -377,11 +318,16 @@ TEST(PlugHistoryTest, LostEndsKeepTheStepsApart) {
       if (message.opcode != kHostBeginEdit) continue;
       ASSERT_EQ(++open[message.index], 1) << message.index;
     }
-    for (std::size_t i = states.size(); i-- > 0;) {
+    for (std::size_t i = states.size() - 1; i-- > 0;) {
       rig.plug.undo();
-      ASSERT_EQ(textOf(rig.plug, true), states[i]) << i;
+      ASSERT_EQ(state(), states[i]) << "undone " << i;
     }
     EXPECT_FALSE(rig.plug.canUndo());
+    for (std::size_t i = 1; i < states.size(); ++i) {
+      rig.plug.redo();
+      ASSERT_EQ(state(), states[i]) << "done again " << i;
+    }
+    EXPECT_FALSE(rig.plug.canRedo());
   }
 }
 
@@ -472,9 +418,7 @@ TEST(PlugChainTest, AChainComesBackWholeAndAsItWas) {
       if (!isOperation) continue;
       ASSERT_EQ(faultOf(rig.plug), "");
       ASSERT_EQ(loaded.plug.getEngine().layout.orderList, rig.plug.getEngine().layout.orderList);
-      for (int id = 0; id < kNumParams; ++id) {
-        ASSERT_NEAR(loaded.plug.getParameter(id), rig.plug.getParameter(id), 1e-6) << id;
-      }
+      expectNear(loaded.plug, rig.plug, kNumParams);
     }
   }
   Alerts::instance().show(user);
@@ -545,8 +489,7 @@ TEST(PlugDocumentTest, AFullLoadTellsTheHostWhatChangedAndKeepsWhatWasHeard) {
   const std::string text = textOf(from.plug);
   PlugRig to;
   to.set({{"kB1Knee", 40}, {"kIpTrim", 3}});
-  std::vector<float> before;
-  for (int id = 0; id < kNumParams; ++id) before.push_back(to.plug.getParameter(id));
+  const std::vector<float> before = normalisedValues(to.plug);
   for (const bool isSecond : {false, true}) {
     to.messages.clear();
     load(to.plug, text);

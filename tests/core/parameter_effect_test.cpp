@@ -66,15 +66,23 @@ Settings crossed() {
       {{"Type", 0}, {"Frequency", 300}, {"+State", 1}, {"+Frequency", 3000}, {"+Lookahead", 0}});
 }
 
-/// Filters as they are found switched off, each row moved.
-const std::vector<Move> kLowRows = {
-    {"SCLFF", 900}, {"SCLFG", 6}, {"SCLFQ", 2}, {"SCLFSlope", 48}, {"SCLFType", 1}};
-const std::vector<Move> kMidRows = {{"SCMFF", 900}, {"SCMFG", 6}, {"SCMFQ", 2}, {"SCMFType", 1}};
-const std::vector<Move> kHighRows = {
-    {"SCHFF", 900}, {"SCHFG", 6}, {"SCHFQ", 2}, {"SCHFSlope", 48}, {"SCHFType", 1}};
-const std::vector<Move> kSources = {{"SCSrc", 2},  {"SCSBand", kNext}, {"SCLR", 1},
-                                    {"SCPos", 70}, {"SCLink", 80},     {"SCTrim", 9},
-                                    {"SCLF", 1},   {"SCMF", 1},        {"SCHF", 1}};
+std::vector<Move> all(std::initializer_list<std::vector<Move>> parts) {
+  std::vector<Move> sum;
+  for (const auto& part : parts) sum.insert(sum.end(), part.begin(), part.end());
+  return sum;
+}
+
+/// Rows of the sidechain filters: of all types, of the pass filters, of the shelves.
+const std::vector<Move> kFilterPlaces = {{"SCLFF", 900}, {"SCLFQ", 2}, {"SCMFF", 900},
+                                         {"SCMFG", 6},   {"SCMFQ", 2}, {"SCHFF", 900},
+                                         {"SCHFQ", 2}};
+const std::vector<Move> kFilterSlopes = {{"SCLFSlope", 48}, {"SCHFSlope", 48}};
+const std::vector<Move> kFilterGains = {{"SCLFG", 6}, {"SCHFG", 6}};
+const std::vector<Move> kFilterTypes = {{"SCLFType", 1}, {"SCMFType", 1}, {"SCHFType", 1}};
+const std::vector<Move> kSidechainFilters =
+    all({kFilterPlaces, kFilterSlopes, kFilterGains, kFilterTypes});
+const std::vector<Move> kSources = {{"SCSrc", 2},  {"SCLR", 1}, {"SCPos", 70}, {"SCLink", 80},
+                                    {"SCTrim", 9}, {"SCLF", 1}, {"SCMF", 1},   {"SCHF", 1}};
 const std::vector<Move> kDetector = {
     {"Threshold", -30}, {"Ceiling", 3},  {"Knee", 90},     {"Target", 80},      {"Attack", 20},
     {"RelSlow", 900},   {"RelFast", 90}, {"Crest", 18},    {"Shape", 0},        {"Floor", 3},
@@ -82,67 +90,24 @@ const std::vector<Move> kDetector = {
 const std::vector<Move> kFilterRows = {
     {"Frequency", 2000}, {"Slope", 48}, {"Slope2", 48}, {"Q", 2}};
 const std::vector<Move> kRatios = {{"Ratio", 0.8}, {"RatioB", 0.8}};
-
-std::vector<Move> all(std::initializer_list<std::vector<Move>> parts) {
-  std::vector<Move> sum;
-  for (const auto& part : parts) sum.insert(sum.end(), part.begin(), part.end());
-  return sum;
-}
-
-Scene bandAtWork() {
-  return {"a band at work",
-          atWork(),
-          {{"State", 0, true},
-           {"Bypass", 1},
-           {"Type", 0, true},
-           {"SubType", 3, true},
-           {"Threshold", -24},
-           {"Ratio", 0.7},
-           {"Ceiling", 10},
-           {"LR", 1},
-           {"Position", 80},
-           {"Knee", 60},
-           {"Gain", 0},
-           {"DryGain", 60},
-           {"Target", 70},
-           {"Attack", 6},
-           {"RelSlow", 300},
-           {"RelFast", 60},
-           {"Lookahead", 3, true},
-           {"Crest", 2},
-           {"Shape", 30},
-           {"RatioB", 0.7},
-           {"Floor", 10},
-           {"Deadband", 6},
-           {"RMS", 200},
-           {"SCSrc", 2},
-           {"SCLR", 1},
-           {"SCPos", 70},
-           {"SCLink", 80},
-           {"SCTrim", 5},
-           {"SCLF", 1},
-           {"SCMF", 1},
-           {"SCHF", 1},
-           {"kIpTrim", 3},
-           {"kOpTrim", 3},
-           {"kWetDry", 50},
-           {"kSCListen", kOwn},
-           {"kListen", 1},
-           {"kBypass", 1},
-           {"kOversample", 1, true},
-           {"kLogBehaviour", 1},
-           {"kExtendedRanges", 1},
-           {"kExtendedRatios", 1}},
-          all({kFilterRows,
-               kLowRows,
-               kMidRows,
-               kHighRows,
-               {{"SCSBand", kNext}, {"kOversampleOL", 2}, {"kABBank", 3}}})};
-}
+const std::vector<Move> kExtensions = {{"kExtendedRanges", 1}, {"kExtendedRatios", 1}};
+const std::vector<Move> kLevels = {{"Gain", -6}, {"DryGain", 90}};
+const std::vector<Move> kPlaces = {
+    {"Bypass", 1}, {"SubType", 2, true}, {"LR", 1}, {"Lookahead", 9, true}};
+const std::vector<Move> kMix = {{"kIpTrim", 6}, {"kOpTrim", 6}, {"kWetDry", 50}, {"kListen", 1}};
 
 std::vector<Scene> bandsAtWork() {
+  const std::vector<Move> heard = {{"State", 0, true},
+                                   {"Type", 0, true},
+                                   {"kSCListen", kOwn},
+                                   {"kBypass", 1},
+                                   {"kOversample", 1, true}};
   return {
-      bandAtWork(),
+      {"a band at work", atWork(),
+       all({kDetector, kSources, kRatios, kExtensions, kLevels, kPlaces, kMix, heard}),
+       all({kFilterRows,
+            kSidechainFilters,
+            {{"SCSBand", kNext}, {"kOversampleOL", 2}, {"kABBank", 3}}})},
       {"oversampled", with(atWork(), {{"kOversample", 1}}), {{"kOversample", 2, true}}, {}},
       {"offline",
        atWork(),
@@ -174,7 +139,14 @@ std::vector<Scene> bandsAtWork() {
 std::vector<Scene> filtersAtWork() {
   const auto shaped = [](double shape) { return with(atWork(), {{"SubType", shape}}); };
   const std::vector<Move> frequency = {{"Frequency", 2000}}, slope = {{"Slope", 48}},
-                          slope2 = {{"Slope2", 48}}, q = {{"Q", 2}};
+                          slope2 = {{"Slope2", 48}}, q = {{"Q", 2}},
+                          switchedOff = {{"SCLF", 0}, {"SCMF", 0}, {"SCHF", 0}};
+  const std::vector<Move> crossedHeard = {
+      {"Frequency", 600}, {"+Frequency", 5000}, {"Slope", 48},
+      {"SCSBand", kNext}, {"SCSrc", 0},         {"Solo", 1},
+      {"+Solo", 1},       {"kSCListen", kNext}, {"Lookahead", 2, true}};
+  const std::vector<Move> crossedUnheard = {
+      {"SubType", 5}, {"Slope2", 48}, {"Q", 3}, {"+Slope", 48}, {"SCSBand", kOwn}};
   const Settings filtered = with(atWork(), {{"SCLF", 1}, {"SCMF", 1}, {"SCHF", 1}});
   const Settings shelves = with(
       filtered, {{"SCLFType", 1}, {"SCHFType", 1}, {"SCMFType", 1}, {"SCLFG", 9}, {"SCHFG", -9}});
@@ -184,82 +156,33 @@ std::vector<Scene> filtersAtWork() {
       {"BPF EE", shaped(2), all({frequency, q}), all({slope, slope2}), 4000},
       {"LPF", shaped(3), all({frequency, slope, {{"SubType", 4}}}), all({slope2, q}), 4000},
       {"HPF B", shaped(6), all({frequency, slope, {{"SubType", 5}}}), all({slope2, q}), 4000},
-      {"crossover bands",
-       crossed(),
-       {{"Frequency", 600},
-        {"+Frequency", 5000},
-        {"Slope", 48},
-        {"SCSBand", kNext},
-        {"SCSrc", 0},
-        {"Solo", 1},
-        {"+Solo", 1},
-        {"kSCListen", kNext},
-        {"Lookahead", 2, true}},
-       {{"SubType", 5}, {"Slope2", 48}, {"Q", 3}, {"+Slope", 48}, {"SCSBand", kOwn}},
-       5000},
+      {"crossover bands", crossed(), crossedHeard, crossedUnheard, 5000},
       {"a crossover band that hears its neighbour",
        with(crossed(), {{"SCSBand", kNext}}),
        {{"SCTrim", 5}},
        {{"SCSrc", 0}, {"SCSrc", 2}},
        5000},
-      {"pass filters and a peak",
-       filtered,
-       all({{{"SCLF", 0},
-             {"SCMF", 0},
-             {"SCHF", 0},
-             {"SCLFF", 800},
-             {"SCLFQ", 2},
-             {"SCLFSlope", 48},
-             {"SCLFType", 1},
-             {"SCHFF", 1500},
-             {"SCHFQ", 2},
-             {"SCHFSlope", 48},
-             {"SCHFType", 1}},
-            kMidRows}),
-       {{"SCLFG", 6}, {"SCHFG", 6}}},
-      {"shelves and a band-pass",
-       shelves,
-       {{"SCLFF", 800},
-        {"SCLFG", 3},
-        {"SCLFQ", 2},
-        {"SCMFF", 900},
-        {"SCMFG", 3},
-        {"SCMFQ", 2},
-        {"SCHFF", 1500},
-        {"SCHFG", 3},
-        {"SCHFQ", 2}},
-       {{"SCLFSlope", 48}, {"SCHFSlope", 48}}},
+      {"pass filters and a peak", filtered,
+       all({kFilterPlaces, kFilterSlopes, kFilterTypes, switchedOff}), kFilterGains},
+      {"shelves and a band-pass", shelves, all({kFilterPlaces, kFilterGains}), kFilterSlopes},
   };
 }
 
 std::vector<Scene> bandsAtRest() {
-  const std::vector<Move> sidechain = all({kSources, kLowRows, kMidRows, kHighRows});
+  const std::vector<Move> sidechain = all({kSources, kSidechainFilters, {{"SCSBand", kNext}}});
+  const std::vector<Move> chain = {{"Type", 1}, {"Solo", 1}};
   const Settings next = {{"State", 0},    {"kBandOrder", kSwap}, {"+State", 1},      {"+Type", 1},
                          {"+SubType", 7}, {"+Ratio", 0.5},       {"+Threshold", -30}};
   return {
       {"ratios of 1:1",
        with(atWork(), {{"Ratio", 0}, {"RatioB", 0}, {"Gain", 0}, {"DryGain", 0}}),
        {},
-       all({kDetector, sidechain, {{"kExtendedRanges", 2}, {"kExtendedRatios", 1}}})},
+       all({kDetector, sidechain, kExtensions})},
       {"bypassed",
        with(atWork(), {{"Bypass", 1}}),
        {},
-       all({kDetector, sidechain, kRatios, {{"Gain", -6}, {"DryGain", 90}}})},
-      {"off",
-       next,
-       {},
-       all({kDetector,
-            sidechain,
-            kRatios,
-            kFilterRows,
-            {{"Bypass", 1},
-             {"Type", 1},
-             {"SubType", 2},
-             {"Solo", 1},
-             {"LR", 1},
-             {"Gain", 9},
-             {"DryGain", 70},
-             {"Lookahead", 9}}})},
+       all({kDetector, sidechain, kRatios, kLevels})},
+      {"off", next, {}, all({kDetector, sidechain, kRatios, kFilterRows, kLevels, kPlaces, chain})},
       {"no way up or down", with(atWork(), {{"Ceiling", 0}, {"Floor", 0}}), {}, kRatios},
       {"always slow",
        with(atWork(), {{"Crest", 24}}),
@@ -276,32 +199,19 @@ std::vector<Scene> bandsAtRest() {
       {"all dry",
        with(atWork(), {{"kWetDry", 0}}),
        {{"kIpTrim", 3}},
-       all({kRatios, kDetector, sidechain, {{"kOpTrim", 6}, {"Gain", 9}}})},
+       all({kRatios, kDetector, sidechain, kLevels, {{"kOpTrim", 6}}})},
       {"effect bypassed",
        with(atWork(), {{"kBypass", 1}}),
        {{"Lookahead", 3, true}},
-       all({kRatios,
-            kDetector,
-            sidechain,
-            {{"kIpTrim", 6}, {"kOpTrim", 6}, {"kWetDry", 50}, {"kListen", 1}, {"Gain", 9}}})},
+       all({kRatios, kDetector, sidechain, kLevels, kMix})},
   };
 }
 
 struct Trace {
-  std::array<std::vector<double>, 2> output;
+  Stereo<double> output;
   int latency = 0;
   bool operator==(const Trace&) const = default;
 };
-
-double largestDifference(const Trace& a, const Trace& b) {
-  double worst = 0.0;
-  for (std::size_t c = 0; c < 2; ++c) {
-    for (std::size_t i = 0; i < a.output[c].size(); ++i) {
-      worst = std::max(worst, std::abs(a.output[c][i] - b.output[c][i]));
-    }
-  }
-  return worst;
-}
 
 int after(int band) { return (band + 1) % kNumBands; }
 
@@ -376,7 +286,7 @@ class Stage {
   }
 
   Trace renderInput() {
-    Trace trace;
+    Trace trace{Stereo<double>(scene.frames)};
     const auto frames = static_cast<std::size_t>(scene.frames);
     auto main = noise<double>(scene.frames);
     auto side = noise<double>(scene.frames + 77);  // what the sidechain hears comes earlier
@@ -385,14 +295,13 @@ class Stage {
       main.channels[0][i] *= level;
       main.channels[1][i] *= 0.6 * level;
     }
-    for (auto& channel : trace.output) channel.resize(frames);
     constexpr std::size_t kBlock = 250;
     for (std::size_t at = 0; at < frames; at += kBlock) {
       rig.plug.onIdle();
       std::array<double*, 4> in = {&main.channels[0][at], &main.channels[1][at],
                                    &side.channels[0][at + 77], &side.channels[1][at + 77]};
       if (scene.channels == 1) in = {in[0], in[2], nullptr, nullptr};
-      std::array<double*, 2> out = {&trace.output[0][at], &trace.output[1][at]};
+      std::array<double*, 2> out = {&trace.output.channels[0][at], &trace.output.channels[1][at]};
       if (scene.channels == 1) out[1] = nullptr;
       process(rig.plug, in.data(), out.data(), kBlock);
     }
@@ -418,14 +327,10 @@ void tryScene(const Scene& scene, int band, std::set<int>& heard) {
   if (!everything && news.empty()) return;
   Stage stage(scene, band);
   const Trace still = stage.run(nullptr);
-  ASSERT_GT(largestDifference(still, Trace{{std::vector<double>(still.output[0].size()),
-                                            std::vector<double>(still.output[1].size())},
-                                           0}),
-            0.1)
-      << "nothing comes out";
+  ASSERT_GT(deviation(still.output, Stereo<double>(scene.frames), 0), 0.1) << "nothing comes out";
   for (const Move* const move : news) {
     const Trace moved = stage.run(move);
-    EXPECT_GT(largestDifference(still, moved), kHeard) << move->name << " to " << move->to;
+    EXPECT_GT(deviation(still.output, moved.output, 0), kHeard) << move->name << " to " << move->to;
     if (move->latency) {
       EXPECT_NE(still.latency, moved.latency) << move->name;
     }
@@ -435,7 +340,7 @@ void tryScene(const Scene& scene, int band, std::set<int>& heard) {
   if (!everything) return;
   for (const Move& move : scene.unheard) {
     const Trace moved = stage.run(&move);
-    EXPECT_EQ(largestDifference(still, moved), 0.0) << move.name << " to " << move.to;
+    EXPECT_EQ(deviation(still.output, moved.output, 0), 0.0) << move.name << " to " << move.to;
     EXPECT_EQ(still.latency, moved.latency) << move.name;
   }
 }

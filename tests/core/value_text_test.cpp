@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <string>
+#include <vector>
 
 #include "core/parameter_ids.h"
 #include "core/parameter_table.h"
@@ -17,91 +18,52 @@ std::string text(int index, float plain, const ValueTextContext& context = {}, b
 TEST(ValueTextTest, ShowsEachParameterInItsWords) {
   const struct {
     int index;
-    float plain;
-    const char* text;
+    std::vector<float> plains;
+    const char* texts;
   } cases[] = {
-      {kB1Type, 0, "XOVER"},
-      {kB1Type, 1, "DYN EQ"},
-      {kB1SubType, 0, "BPF"},
-      {kB1SubType, 2, "BPF EE"},
-      {kB1SubType, 7, "FLAT"},
-      {kB1Ratio, 0, "1.00:1"},
-      {kB1Ratio, 0.75F, "4.00:1"},
-      {kB1Ratio, 1, "Inf:1"},
-      {kB1Ratio, 0.9995F, "Inf:1"},
-      {kB1Ratio, -0.5F, "1:1.33"},
-      {kB1Ratio, -1, "1:2.00"},
-      {kB1RatioB, 0.5F, "2.00:1"},
-      {kB1RatioB, -1, "1:2.00"},
-      {kB1LR, 0, "M/S"},
-      {kB1SCLR, 1, "L/R"},
-      {kB1Position, 50.9F, "BOTH"},
-      {kB1Position, 0, "MID"},
-      {kB1Position, 100, "SIDE"},
-      {kB1SCPos, 99.9F, "99%"},
-      {kB1DryGain, 0, "OFF"},
-      {kB1DryGain, 100, "0.0dB"},
-      {kB1DryGain, 200, "6.0dB"},
-      {kB1Slope, 25, "25dB/Oct"},
-      {kB1Slope2, 25, "24dB/Oct"},
-      {kB1Slope2, 27, "30dB/Oct"},
-      {kB1Target, 0.9F, "DYN"},
-      {kB1Target, 50, "BOTH"},
-      {kB1Target, 100, "TRAN"},
-      {kB1Target, 33.7F, "33%"},
-      {kB1Crest, 0, "FAST"},
-      {kB1Crest, 24, "SLOW"},
-      {kB1Crest, 6.25F, "6.2dB"},
-      {kB1Shape, 0, "LOG"},
-      {kB1Shape, 100, "LIN"},
-      {kB1Shape, 99.6F, "100%"},
-      {kB1SCSrc, 0, "WIDE"},
-      {kB1SCSrc, 1, "BAND"},
-      {kB1SCSrc, 2, "EXT"},
-      {kB1SCSBand, -1, "NONE"},
-      {kB1SCSBand, 0, "BAND 1"},
-      {kB1SCSBand, 7, "BAND 8"},
-      {kB1SCLink, 0, "DUAL"},
-      {kB1SCLink, 50, "50%"},
-      {kB1SCLink, 100, "LINKED"},
-      {kB1SCLFType, 0, "HPF"},
-      {kB1SCLFType, 1, "Shelf"},
-      {kB1SCMFType, 0, "Peak"},
-      {kB1SCMFType, 1, "BPF"},
-      {kB1SCHFType, 0, "LPF"},
-      {kB1SCHFType, 1, "Shelf"},
-      {kWetDry, 0, "DRY"},
-      {kWetDry, 50, "50%"},
-      {kWetDry, 100, "WET"},
-      {kABBank, 0, "A"},
-      {kABBank, 7, "H"},
-      {kOversample, 0, "OFF"},
-      {kOversample, 1, "ON"},
-      {kOversampleOL, 2, "ON HQ"},
-      {kSCListen, -1, "OFF"},
-      {kSCListen, 7, "BAND 8"},
-      {kLogBehaviour, 0, "Both"},
-      {kLogBehaviour, 1, "Expand"},
-      {kExtendedRanges, 1, "48dB"},
-      {kExtendedRanges, 2, "96dB"},
-      {kExtendedRatios, 0, "Normal"},
-      {kExtendedRatios, 1, "Extended"},
-      // The rules by label and curve.
-      {kB1Frequency, 1000, "1000Hz"},
-      {kB1Frequency, 1000.1F, "1.0kHz"},
-      {kB1Frequency, 20000, "20.0kHz"},
-      {kB1Threshold, -12.5F, "-12.5dB"},
-      {kB1Knee, 33.5F, "34%"},
-      {kB1Q, 0.71F, "0.71Q"},
-      {kB1RelSlow, 999.994F, "999.99ms"},
-      {kB1RelSlow, 999.996F, "1000ms"},
-      {kB1SCLFSlope, 96, "96dB/Oct"},
-      {kB1SCLFSlope, 0, "OFF"},
-      {kB1Solo, 1, "ON"},
-      {kBypass, 0, "OFF"},
-      {kBandOrder, 0.836735F, "0.84"},
+      {kB1Type, {0, 1}, "XOVER|DYN EQ"},
+      {kB1SubType, {0, 2, 7}, "BPF|BPF EE|FLAT"},
+      {kB1Ratio, {0, 0.75F, 1, 0.9995F, -0.5F, -1}, "1.00:1|4.00:1|Inf:1|Inf:1|1:1.33|1:2.00"},
+      {kB1RatioB, {0.5F, -1}, "2.00:1|1:2.00"},
+      {kB1LR, {0}, "M/S"},
+      {kB1SCLR, {1}, "L/R"},
+      {kB1Position, {50.9F, 0, 100}, "BOTH|MID|SIDE"},
+      {kB1SCPos, {99.9F}, "99%"},
+      {kB1DryGain, {0, 100, 200}, "OFF|0.0dB|6.0dB"},
+      {kB1Slope, {25}, "25dB/Oct"},
+      {kB1Slope2, {25, 27}, "24dB/Oct|30dB/Oct"},
+      {kB1Target, {0.9F, 50, 100, 33.7F}, "DYN|BOTH|TRAN|33%"},
+      {kB1Crest, {0, 24, 6.25F}, "FAST|SLOW|6.2dB"},
+      {kB1Shape, {0, 100, 99.6F}, "LOG|LIN|100%"},
+      {kB1SCSrc, {0, 1, 2}, "WIDE|BAND|EXT"},
+      {kB1SCSBand, {-1, 0, 7}, "NONE|BAND 1|BAND 8"},
+      {kB1SCLink, {0, 50, 100}, "DUAL|50%|LINKED"},
+      {kB1SCLFType, {0, 1}, "HPF|Shelf"},
+      {kB1SCMFType, {0, 1}, "Peak|BPF"},
+      {kB1SCHFType, {0, 1}, "LPF|Shelf"},
+      {kWetDry, {0, 50, 100}, "DRY|50%|WET"},
+      {kABBank, {0, 7}, "A|H"},
+      {kOversample, {0, 1}, "OFF|ON"},
+      {kOversampleOL, {2}, "ON HQ"},
+      {kSCListen, {-1, 7}, "OFF|BAND 8"},
+      {kLogBehaviour, {0, 1}, "Both|Expand"},
+      {kExtendedRanges, {1, 2}, "48dB|96dB"},
+      {kExtendedRatios, {0, 1}, "Normal|Extended"},
+      {kB1Frequency, {1000, 1000.1F, 20000}, "1000Hz|1.0kHz|20.0kHz"},
+      {kB1Threshold, {-12.5F}, "-12.5dB"},
+      {kB1Knee, {33.5F}, "34%"},
+      {kB1Q, {0.71F}, "0.71Q"},
+      {kB1RelSlow, {999.994F, 999.996F}, "999.99ms|1000ms"},
+      {kB1SCLFSlope, {96, 0}, "96dB/Oct|OFF"},
+      {kB1Solo, {1}, "ON"},
+      {kBypass, {0}, "OFF"},
+      {kBandOrder, {0.836735F}, "0.84"},
   };
-  for (const auto& c : cases) EXPECT_EQ(text(c.index, c.plain), c.text) << "parameter " << c.index;
+  for (const auto& c : cases) {
+    std::string texts;
+    for (const float plain : c.plains) texts += (texts.empty() ? "" : "|") + text(c.index, plain);
+    EXPECT_EQ(texts, c.texts) << "parameter " << c.index;
+  }
   EXPECT_EQ(text(bandParameterId(6, kB1Crest), 24), "SLOW") << "all bands follow band 1";
 }
 
