@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <map>
 #include <random>
 #include <span>
@@ -257,10 +256,12 @@ void drag(PlugRig& rig, GroupEdit& group, std::mt19937& random) {
   const int id = bandParameterId(static_cast<int>(random() % 4), row);
   const bool isGroup = row == kB1Gain;
   const bool isLost = random() % 2 == 0;
+  const bool isClick = !isLost && random() % 3 == 0;  // changes nothing
   if (isGroup) group.begin(rig.plug, id);
   rig.plug.beginEdit(id);
   for (int move = 0; move < 3; ++move) {
-    const float wanted = 0.05F + 0.9F * static_cast<float>(random() % 1000) * 0.001F;
+    const float anywhere = 0.05F + 0.9F * static_cast<float>(random() % 1000) * 0.001F;
+    const float wanted = isClick ? rig.plug.getParameter(id) : anywhere;
     if (isGroup) group.spread(rig.plug, id, wanted);
     rig.plug.setParameterAutomated(id, wanted);
   }

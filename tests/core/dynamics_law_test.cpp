@@ -8,7 +8,6 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
-#include <string>
 #include <vector>
 
 #include "tests/core/plug_rig.h"

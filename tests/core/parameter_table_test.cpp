@@ -27,6 +27,7 @@ TEST(ParameterTableTest, NoRowHasChanged) {
   std::string identifiers;
   for (int id = 0; id < kNumParams; ++id) identifiers += parameterKeyTable().name(id) + ',';
   EXPECT_EQ(hashOf(identifiers), 3336954938U) << identifiers;
+  EXPECT_FALSE(isBandParameter(kOpTrim) || isBandParameter(kBandOrder));
 }
 
 TEST(ParameterTableTest, EveryDefaultSurvivesTheMapsBitForBit) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -10,7 +9,6 @@
 #include <vector>
 
 #include "host/aeff_editor.h"
-#include "host/shared_value.h"
 #include "tests/host/test_effect.h"
 
 namespace {
