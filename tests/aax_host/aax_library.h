@@ -1,5 +1,8 @@
 #pragma once
 
+#include <dlfcn.h>
+
+#include <memory>
 #include <string>
 
 #include "libraries/aax/acf.h"
@@ -9,12 +12,6 @@ class AaxLibrary {
  public:
   /// Throws std::runtime_error that names the file and what is wrong with it.
   explicit AaxLibrary(const std::string& path);
-  ~AaxLibrary();
-  AaxLibrary(const AaxLibrary&) = delete;
-  AaxLibrary& operator=(const AaxLibrary&) = delete;
-
-  /// Whether the process holds it, whoever loaded it.
-  [[nodiscard]] static bool isLoaded(const std::string& path);
 
   ACFRegisterPluginProc registerPlugin = nullptr;
   ACFRegisterComponentProc registerComponent = nullptr;
@@ -25,9 +22,8 @@ class AaxLibrary {
   ACFGetSDKVersionProc getSdkVersion = nullptr;
 
  private:
-  template <typename Function>
-  void find(Function& function, const char* name);
-
-  const std::string path;
-  void* handle;
+  struct Close {
+    void operator()(void* library) const { dlclose(library); }
+  };
+  std::unique_ptr<void, Close> handle;
 };

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr AAX_Result kRefused = -20050;
-
 std::string given(const char* text) { return text != nullptr ? text : "(null)"; }
 
 std::string propertiesText(const AAX_IPropertyMap* map) {
@@ -34,23 +32,7 @@ std::string numberText(AAX_CPropertyValue number) {
   return text.str();
 }
 
-/// A new object of the host, null where it refuses that.
-template <typename Object>
-Object* make(std::vector<std::unique_ptr<Object>>& owner, HostLog& log, const char* call) {
-  if (log.answer(call) != AAX_SUCCESS) return nullptr;
-  return owner.emplace_back(std::make_unique<Object>(log)).get();
-}
-
 }  // namespace
-
-AAX_Result HostLog::answer(const char* call) const {
-  return refusedCall == call ? kRefused : AAX_SUCCESS;
-}
-
-AAX_Result RecordedProperties::AddProperty(AAX_EProperty property, AAX_CPropertyValue value) {
-  values[property] = value;
-  return log.answer("AddProperty");
-}
 
 bool RecordedProperties::GetProperty(AAX_EProperty property, AAX_CPropertyValue* value) const {
   const auto found = values.find(property);
@@ -69,7 +51,7 @@ std::string RecordedProperties::text() const {
 AAX_Result RecordedComponent::add(AAX_CFieldIndex index, FieldRecord field, const char* call) {
   if (fields.contains(index)) field.text += " (again)";
   fields[index] = std::move(field);
-  return log.answer(call);
+  return answer(call);
 }
 
 AAX_Result RecordedComponent::AddMIDINode(AAX_CFieldIndex field, AAX_EMIDINodeType type,
@@ -82,11 +64,6 @@ AAX_Result RecordedComponent::AddMIDINode(AAX_CFieldIndex field, AAX_EMIDINodeTy
       "AddMIDINode");
 }
 
-AAX_Result RecordedComponent::AddPrivateData(AAX_CFieldIndex field, std::int32_t size) {
-  return add(field, {FieldKind::kOwn, "private data, " + std::to_string(size), size},
-             "AddPrivateData");
-}
-
 AAX_Result RecordedComponent::AddMeters(AAX_CFieldIndex field, const AAX_CTypeID* ids,
                                         std::uint32_t count) {
   FieldRecord meters{FieldKind::kMeters, "meters"};
@@ -94,66 +71,39 @@ AAX_Result RecordedComponent::AddMeters(AAX_CFieldIndex field, const AAX_CTypeID
   return add(field, meters, "AddMeters");
 }
 
-AAX_IPropertyMap* RecordedComponent::NewPropertyMap() { return make(maps, log, "NewPropertyMap"); }
-
 AAX_Result RecordedComponent::AddProcessProc_Native(AAX_CProcessProc proc,
                                                     AAX_IPropertyMap* properties) {
   AAX_CPropertyValue stem = AAX_eStemFormat_None;
-  if (properties != nullptr)
+  if (properties != nullptr) {
     static_cast<void>(properties->GetProperty(AAX_eProperty_InputStemFormat, &stem));
+  }
   procs[stem] = proc;
-  processText += "  process:" + propertiesText(properties) + "\n";
-  return log.answer("AddProcessProc_Native");
+  return Recorder::add("  process:" + propertiesText(properties), "AddProcessProc_Native");
 }
 
 std::string RecordedComponent::text() const {
-  std::string lines = "component\n";
+  std::string all = "component\n";
   for (const auto& [index, field] : fields) {
-    lines += "  field " + std::to_string(index) + ": " + field.text + "\n";
+    all += "  field " + std::to_string(index) + ": " + field.text + "\n";
   }
-  return lines + processText;
-}
-
-AAX_Result RecordedEffect::add(const std::string& line, const char* call) {
-  lines += "  " + line + "\n";
-  return log.answer(call);
-}
-
-AAX_IComponentDescriptor* RecordedEffect::NewComponentDescriptor() {
-  return make(made, log, "NewComponentDescriptor");
-}
-
-AAX_IPropertyMap* RecordedEffect::NewPropertyMap() { return make(maps, log, "NewPropertyMap"); }
-
-AAX_Result RecordedEffect::AddComponent(AAX_IComponentDescriptor* component) {
-  components.push_back(static_cast<const RecordedComponent*>(component));
-  return log.answer("AddComponent");
+  return all + lines;
 }
 
 AAX_Result RecordedEffect::AddName(const char* name) {
-  return add("name " + given(name), "AddName");
+  return add("  name " + given(name), "AddName");
 }
 
-AAX_Result RecordedEffect::AddCategory(AAX_EPlugInCategory category) {
-  return add("category " + std::to_string(category), "AddCategory");
-}
-
-AAX_Result RecordedEffect::AddProcPtr(AAX_CProcPtr proc, AAX_CTypeID which) {
-  procs[which] = proc;
-  return log.answer("AddProcPtr");
-}
-
-AAX_Result RecordedEffect::SetProperties(AAX_IPropertyMap* properties) {
-  return add("properties" + propertiesText(properties), "SetProperties");
+AAX_Result RecordedEffect::SetProperties(AAX_IPropertyMap* map) {
+  return add("  properties" + propertiesText(map), "SetProperties");
 }
 
 AAX_Result RecordedEffect::AddResourceInfo(AAX_EResourceType type, const char* name) {
-  return add("resource " + std::to_string(type) + " " + given(name), "AddResourceInfo");
+  return add("  resource " + std::to_string(type) + " " + given(name), "AddResourceInfo");
 }
 
 AAX_Result RecordedEffect::AddMeterDescription(AAX_CTypeID id, const char* name,
-                                               AAX_IPropertyMap* properties) {
-  return add("meter " + bytesOf(id) + " " + given(name) + propertiesText(properties),
+                                               AAX_IPropertyMap* map) {
+  return add("  meter " + bytesOf(id) + " " + given(name) + propertiesText(map),
              "AddMeterDescription");
 }
 
@@ -175,19 +125,10 @@ ACFRESULT RecordedCollection::QueryInterface(const acfIID& iid, void** object) {
   return give(known ? static_cast<AAX_ICollection*>(this) : nullptr, object);
 }
 
-AAX_IEffectDescriptor* RecordedCollection::NewDescriptor() {
-  return make(made, log, "NewDescriptor");
-}
-
 AAX_Result RecordedCollection::AddEffect(const char* id, AAX_IEffectDescriptor* effect) {
   effects.push_back(static_cast<const RecordedEffect*>(effect));
   lines += "effect " + given(id) + "\n" + effects.back()->text();
-  return log.answer("AddEffect");
-}
-
-AAX_Result RecordedCollection::add(const std::string& line, const char* call) {
-  lines += line + "\n";
-  return log.answer(call);
+  return answer("AddEffect");
 }
 
 AAX_Result RecordedCollection::SetManufacturerName(const char* name) {
@@ -196,10 +137,6 @@ AAX_Result RecordedCollection::SetManufacturerName(const char* name) {
 
 AAX_Result RecordedCollection::AddPackageName(const char* name) {
   return add("package " + given(name), "AddPackageName");
-}
-
-AAX_Result RecordedCollection::SetPackageVersion(std::uint32_t version) {
-  return add("package version " + std::to_string(version), "SetPackageVersion");
 }
 
 ACFRESULT HostUnknown::QueryInterface(const acfIID& iid, void** object) {
@@ -212,7 +149,7 @@ ACFRESULT HostUnknown::CreateInstance(const acfCLSID& classId, IACFUnknown* /*ou
                                       const acfIID& iid, void** object) {
   *object = nullptr;
   if (!(classId == AAXCompID_AAXCollection)) return ACF_E_UNEXPECTED;
-  RecordedCollection* const collection = make(collections, log, "CreateInstance");
+  RecordedCollection* const collection = make("CreateInstance");
   return collection != nullptr ? collection->QueryInterface(iid, object) : ACF_E_UNEXPECTED;
 }
 

@@ -38,18 +38,44 @@ class Counted : public Interfaces... {
 struct HostLog {
   std::string refusedCall;
   std::vector<std::string> notes;
-  [[nodiscard]] AAX_Result answer(const char* call) const;
 };
 
-class RecordedProperties final : public AAX_IPropertyMap {
+/// An object that keeps what it is told, a line each, and whatever it makes.
+template <typename Made>
+class Recorder {
  public:
-  explicit RecordedProperties(HostLog& hostLog) : log(hostLog) {}
-  AAX_Result AddProperty(AAX_EProperty property, AAX_CPropertyValue value) override;
+  explicit Recorder(HostLog& hostLog) : log(hostLog) {}
+  [[nodiscard]] std::string text() const { return lines; }
+
+ protected:
+  [[nodiscard]] AAX_Result answer(const char* call) const {
+    return log.refusedCall == call ? -20050 : AAX_SUCCESS;
+  }
+  AAX_Result add(const std::string& line, const char* call) {
+    lines += line + "\n";
+    return answer(call);
+  }
+  /// A new object of the host, null where it refuses that.
+  Made* make(const char* call) {
+    if (answer(call) != AAX_SUCCESS) return nullptr;
+    return made.emplace_back(std::make_unique<Made>(log)).get();
+  }
+  HostLog& log;
+  std::string lines;
+  std::vector<std::unique_ptr<Made>> made;
+};
+
+class RecordedProperties final : public AAX_IPropertyMap, private Recorder<int> {
+ public:
+  using Recorder::Recorder;
+  AAX_Result AddProperty(AAX_EProperty property, AAX_CPropertyValue value) override {
+    values[property] = value;
+    return answer("AddProperty");
+  }
   bool GetProperty(AAX_EProperty property, AAX_CPropertyValue* value) const override;
   [[nodiscard]] std::string text() const;
 
  private:
-  HostLog& log;
   std::map<int, AAX_CPropertyValue> values;
 };
 
@@ -62,9 +88,10 @@ struct FieldRecord {
   std::int32_t bytes = 0;  ///< of private data, else 0
 };
 
-class RecordedComponent final : public AAX_IComponentDescriptor {
+class RecordedComponent final : public AAX_IComponentDescriptor,
+                                public Recorder<RecordedProperties> {
  public:
-  explicit RecordedComponent(HostLog& hostLog) : log(hostLog) {}
+  using Recorder::Recorder;
   AAX_Result AddAudioIn(AAX_CFieldIndex field) override {
     return add(field, {FieldKind::kIn, "audio in"}, "AddAudioIn");
   }
@@ -83,11 +110,14 @@ class RecordedComponent final : public AAX_IComponentDescriptor {
   AAX_Result AddSideChainIn(AAX_CFieldIndex field) override {
     return add(field, {FieldKind::kSide, "sidechain in"}, "AddSideChainIn");
   }
+  AAX_Result AddPrivateData(AAX_CFieldIndex field, std::int32_t size) override {
+    return add(field, {FieldKind::kOwn, "private data, " + std::to_string(size), size},
+               "AddPrivateData");
+  }
   AAX_Result AddMIDINode(AAX_CFieldIndex field, AAX_EMIDINodeType type, const char* name,
                          std::uint32_t channelMask) override;
-  AAX_Result AddPrivateData(AAX_CFieldIndex field, std::int32_t size) override;
   AAX_Result AddMeters(AAX_CFieldIndex field, const AAX_CTypeID* ids, std::uint32_t count) override;
-  AAX_IPropertyMap* NewPropertyMap() override;
+  AAX_IPropertyMap* NewPropertyMap() override { return make("NewPropertyMap"); }
   AAX_Result AddProcessProc_Native(AAX_CProcessProc proc, AAX_IPropertyMap* properties) override;
   [[nodiscard]] std::string text() const;
 
@@ -97,24 +127,30 @@ class RecordedComponent final : public AAX_IComponentDescriptor {
 
  private:
   AAX_Result add(AAX_CFieldIndex index, FieldRecord field, const char* call);
-  HostLog& log;
-  std::string processText;
-  std::vector<std::unique_ptr<RecordedProperties>> maps;
 };
 
-class RecordedEffect final : public AAX_IEffectDescriptor {
+class RecordedEffect final : public AAX_IEffectDescriptor, public Recorder<RecordedComponent> {
  public:
-  explicit RecordedEffect(HostLog& hostLog) : log(hostLog) {}
-  AAX_IComponentDescriptor* NewComponentDescriptor() override;
-  AAX_IPropertyMap* NewPropertyMap() override;
-  AAX_Result AddComponent(AAX_IComponentDescriptor* component) override;
+  explicit RecordedEffect(HostLog& hostLog) : Recorder(hostLog), properties(hostLog) {}
+  AAX_IComponentDescriptor* NewComponentDescriptor() override {
+    return make("NewComponentDescriptor");
+  }
+  AAX_IPropertyMap* NewPropertyMap() override { return properties.NewPropertyMap(); }
+  AAX_Result AddComponent(AAX_IComponentDescriptor* component) override {
+    components.push_back(static_cast<const RecordedComponent*>(component));
+    return answer("AddComponent");
+  }
   AAX_Result AddName(const char* name) override;
-  AAX_Result AddCategory(AAX_EPlugInCategory category) override;
-  AAX_Result AddProcPtr(AAX_CProcPtr proc, AAX_CTypeID which) override;
-  AAX_Result SetProperties(AAX_IPropertyMap* properties) override;
+  AAX_Result AddCategory(AAX_EPlugInCategory category) override {
+    return add("  category " + std::to_string(category), "AddCategory");
+  }
+  AAX_Result AddProcPtr(AAX_CProcPtr proc, AAX_CTypeID which) override {
+    procs[which] = proc;
+    return answer("AddProcPtr");
+  }
+  AAX_Result SetProperties(AAX_IPropertyMap* map) override;
   AAX_Result AddResourceInfo(AAX_EResourceType type, const char* name) override;
-  AAX_Result AddMeterDescription(AAX_CTypeID id, const char* name,
-                                 AAX_IPropertyMap* properties) override;
+  AAX_Result AddMeterDescription(AAX_CTypeID id, const char* name, AAX_IPropertyMap* map) override;
   [[nodiscard]] std::string text() const;
   /// The component with a callback for a stem format; throws std::runtime_error without.
   [[nodiscard]] const RecordedComponent& component(AAX_EStemFormat format) const;
@@ -122,38 +158,30 @@ class RecordedEffect final : public AAX_IEffectDescriptor {
   std::map<AAX_CTypeID, AAX_CProcPtr> procs;
 
  private:
-  AAX_Result add(const std::string& line, const char* call);
-  HostLog& log;
-  std::string lines;
   std::vector<const RecordedComponent*> components;
-  std::vector<std::unique_ptr<RecordedComponent>> made;
-  std::vector<std::unique_ptr<RecordedProperties>> maps;
+  RecordedComponent properties;  // for what it makes
 };
 
-class RecordedCollection final : public Counted<AAX_ICollection> {
+class RecordedCollection final : public Counted<AAX_ICollection>, public Recorder<RecordedEffect> {
  public:
-  explicit RecordedCollection(HostLog& hostLog) : log(hostLog) {}
+  using Recorder::Recorder;
   ACFRESULT QueryInterface(const acfIID& iid, void** object) override;
-  AAX_IEffectDescriptor* NewDescriptor() override;
+  AAX_IEffectDescriptor* NewDescriptor() override { return make("NewDescriptor"); }
   AAX_Result AddEffect(const char* id, AAX_IEffectDescriptor* effect) override;
   AAX_Result SetManufacturerName(const char* name) override;
   AAX_Result AddPackageName(const char* name) override;
-  AAX_Result SetPackageVersion(std::uint32_t version) override;
-  /// All that was told, a line each.
-  [[nodiscard]] const std::string& text() const { return lines; }
+  AAX_Result SetPackageVersion(std::uint32_t version) override {
+    return add("package version " + std::to_string(version), "SetPackageVersion");
+  }
 
   std::vector<const RecordedEffect*> effects;
-
- private:
-  AAX_Result add(const std::string& line, const char* call);
-  HostLog& log;
-  std::string lines;
-  std::vector<std::unique_ptr<RecordedEffect>> made;
 };
 
 /// The host's own unknown, with its log and the factory of collections.
-class HostUnknown final : public Counted<IACFComponentFactory, AAX_IHostServices> {
+class HostUnknown final : public Counted<IACFComponentFactory, AAX_IHostServices>,
+                          private Recorder<RecordedCollection> {
  public:
+  HostUnknown() : Recorder(log) {}
   ACFRESULT QueryInterface(const acfIID& iid, void** object) override;
   ACFRESULT CreateInstance(const acfCLSID& classId, IACFUnknown* outer, const acfIID& iid,
                            void** object) override;
@@ -161,5 +189,5 @@ class HostUnknown final : public Counted<IACFComponentFactory, AAX_IHostServices
   [[nodiscard]] IACFUnknown* unknown() { return static_cast<IACFComponentFactory*>(this); }
 
   HostLog log;
-  std::vector<std::unique_ptr<RecordedCollection>> collections;  ///< made so far
+  std::vector<std::unique_ptr<RecordedCollection>>& collections = made;  ///< so far
 };

@@ -13,12 +13,6 @@ namespace {
 constexpr std::size_t kChunkHead = offsetof(AAX_SPlugInChunk, fData);
 constexpr std::size_t kLongestBlock = 1024;
 
-template <typename Value>
-AAX_Result tell(Value* out, Value value) {
-  *out = value;
-  return AAX_SUCCESS;
-}
-
 }  // namespace
 
 ACFRESULT InstanceHost::QueryInterface(const acfIID& iid, void** object) {
@@ -29,26 +23,9 @@ ACFRESULT InstanceHost::QueryInterface(const acfIID& iid, void** object) {
   return give(known ? static_cast<AAX_IController*>(this) : nullptr, object);
 }
 
-AAX_Result InstanceHost::GetSampleRate(AAX_CSampleRate* hz) const { return tell(hz, rate); }
-
-AAX_Result InstanceHost::GetInputStemFormat(AAX_EStemFormat* stemFormat) const {
-  return tell(stemFormat, format);
-}
-
-AAX_Result InstanceHost::SetSignalLatency(std::int32_t samples) {
-  const std::scoped_lock lock(mutex);
-  return tell(&lastLatency, samples);
-}
-
-AAX_Result InstanceHost::RegisterParameter(AAX_CParamID id) {
+AAX_Result InstanceHost::count(AAX_CParamID id, int change) {
   const HostMemory own;
-  ++registrations[id];
-  return AAX_SUCCESS;
-}
-
-AAX_Result InstanceHost::UnregisterParameter(AAX_CParamID id) {
-  const HostMemory own;
-  --registrations[id];
+  registrations[id] += change;
   return AAX_SUCCESS;
 }
 
@@ -63,56 +40,6 @@ AAX_Result InstanceHost::note(char kind, AAX_CParamID id, double normalised) {
   const std::scoped_lock lock(mutex);
   events.push_back({kind, id, normalised});
   return AAX_SUCCESS;
-}
-
-int InstanceHost::latency() const {
-  const std::scoped_lock lock(mutex);
-  return lastLatency;
-}
-
-std::vector<AutomationEvent> InstanceHost::takeEvents() {
-  const std::scoped_lock lock(mutex);
-  return std::exchange(events, {});
-}
-
-AAX_Result FixedTransport::GetCurrentTempo(double* beatsPerMinute) const {
-  ++questions["tempo"];
-  return tell(beatsPerMinute, 97.5);
-}
-
-AAX_Result FixedTransport::GetCurrentMeter(std::int32_t* numerator,
-                                           std::int32_t* denominator) const {
-  ++questions["meter"];
-  *denominator = 8;
-  return tell(numerator, 7);
-}
-
-AAX_Result FixedTransport::IsTransportPlaying(bool* playing) const {
-  ++questions["playing"];
-  return tell(playing, true);
-}
-
-AAX_Result FixedTransport::GetCurrentTickPosition(std::int64_t* ticks) const {
-  ++questions["ticks"];
-  return tell(ticks, std::int64_t{2880000});
-}
-
-AAX_Result FixedTransport::GetCurrentLoopPosition(bool* looping, std::int64_t* startTick,
-                                                  std::int64_t* endTick) const {
-  ++questions["loop"];
-  *startTick = 960000;
-  *endTick = 9600000;
-  return tell(looping, true);
-}
-
-AAX_Result FixedTransport::GetCurrentNativeSampleLocation(std::int64_t* samples) const {
-  ++questions["samples"];
-  return tell(samples, std::int64_t{48000});
-}
-
-AAX_CMidiStream* FedMidiNode::GetNodeBuffer() {
-  stream = {static_cast<std::uint32_t>(packets.size()), packets.data()};
-  return &stream;
 }
 
 HostedInstance::HostedInstance(const RecordedEffect& effect, int mainChannels)

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "libraries/aax/aax_effect_parameters.h"
@@ -34,53 +36,95 @@ struct AutomationEvent {
   double normalised;
 };
 
+/// The answer of a call that tells `value`.
+template <typename Value>
+AAX_Result tell(Value* out, Value value) {
+  *out = value;
+  return AAX_SUCCESS;
+}
+
 /// The place of an instance in the host. What it is told may come from any thread.
 class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelegate> {
  public:
   InstanceHost(AAX_EStemFormat stemFormat, float sampleRate)
       : format(stemFormat), rate(sampleRate) {}
   ACFRESULT QueryInterface(const acfIID& iid, void** object) override;
-  AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override;
-  AAX_Result GetInputStemFormat(AAX_EStemFormat* stemFormat) const override;
-  AAX_Result SetSignalLatency(std::int32_t samples) override;
-  AAX_Result RegisterParameter(AAX_CParamID id) override;
-  AAX_Result UnregisterParameter(AAX_CParamID id) override;
+  AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override { return tell(hz, rate); }
+  AAX_Result GetInputStemFormat(AAX_EStemFormat* stemFormat) const override {
+    return tell(stemFormat, format);
+  }
+  AAX_Result SetSignalLatency(std::int32_t samples) override {
+    const std::scoped_lock lock(mutex);
+    return tell(&lastLatency, samples);
+  }
+  AAX_Result RegisterParameter(AAX_CParamID id) override { return count(id, 1); }
+  AAX_Result UnregisterParameter(AAX_CParamID id) override { return count(id, -1); }
   AAX_Result PostSetValueRequest(AAX_CParamID id, double normalised) override;
   AAX_Result PostTouchRequest(AAX_CParamID id) override { return note('T', id, 0.0); }
   AAX_Result PostReleaseRequest(AAX_CParamID id) override { return note('R', id, 0.0); }
 
-  [[nodiscard]] int latency() const;                        ///< last reported, samples; -1 before
-  [[nodiscard]] std::vector<AutomationEvent> takeEvents();  ///< since the last call
+  /// Last reported, samples; -1 before.
+  [[nodiscard]] int latency() const {
+    const std::scoped_lock lock(mutex);
+    return lastLatency;
+  }
+  /// Since the last call.
+  [[nodiscard]] std::vector<AutomationEvent> takeEvents() {
+    const std::scoped_lock lock(mutex);
+    return std::exchange(events, {});
+  }
 
   std::map<std::string, int> registrations;
   AAX_IEffectParameters* echo = nullptr;  ///< posted values go back to it at once
 
  private:
+  AAX_Result count(AAX_CParamID id, int change);
   AAX_Result note(char kind, AAX_CParamID id, double normalised);
   const AAX_EStemFormat format;
   const float rate;
   mutable std::mutex mutex;
-  int lastLatency = -1;
+  std::int32_t lastLatency = -1;
   std::vector<AutomationEvent> events;
 };
 
-/// A position that stays where it is; counts how often it is asked.
+/// A position that stays where it is; keeps what it is asked.
 class FixedTransport final : public AAX_ITransport {
  public:
-  AAX_Result GetCurrentTempo(double* beatsPerMinute) const override;
-  AAX_Result GetCurrentMeter(std::int32_t* numerator, std::int32_t* denominator) const override;
-  AAX_Result IsTransportPlaying(bool* playing) const override;
-  AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override;
-  AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* startTick,
-                                    std::int64_t* endTick) const override;
-  AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override;
-  mutable std::map<std::string, int> questions;
+  AAX_Result GetCurrentTempo(double* tempo) const override { return say("tempo", tempo, 97.5); }
+  AAX_Result GetCurrentMeter(std::int32_t* above, std::int32_t* below) const override {
+    *below = 8;
+    return say("meter", above, 7);
+  }
+  AAX_Result IsTransportPlaying(bool* plays) const override { return say("playing", plays, true); }
+  AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override {
+    return say("ticks", ticks, std::int64_t{2880000});
+  }
+  AAX_Result GetCurrentLoopPosition(bool* loops, std::int64_t* start,
+                                    std::int64_t* end) const override {
+    *start = 960000;
+    *end = 9600000;
+    return say("loop", loops, true);
+  }
+  AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override {
+    return say("samples", samples, std::int64_t{48000});
+  }
+  mutable std::set<std::string> questions;
+
+ private:
+  template <typename Value>
+  AAX_Result say(const char* question, Value* out, Value value) const {
+    questions.insert(question);
+    return tell(out, value);
+  }
 };
 
 /// Serves the packets of one block, or a transport.
 class FedMidiNode final : public AAX_IMIDINode {
  public:
-  AAX_CMidiStream* GetNodeBuffer() override;
+  AAX_CMidiStream* GetNodeBuffer() override {
+    stream = {static_cast<std::uint32_t>(packets.size()), packets.data()};
+    return &stream;
+  }
   AAX_Result PostMIDIPacket(AAX_CMidiPacket* /*packet*/) override { return AAX_SUCCESS; }
   AAX_ITransport* GetTransport() override { return transport; }
 

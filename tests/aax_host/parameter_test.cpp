@@ -1,11 +1,9 @@
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <map>
 
-#include "tests/aax_host/checks.h"
-#include "tests/aax_host/hosted_instance.h"
+#include "tests/aax_host/loaded_plugin.h"
 #include "tests/aax_host/parameter_facts.h"
 #include "tests/aax_host/reference.h"
 
@@ -21,10 +19,10 @@ struct Description {
 };
 
 void checkOne(const HostedInstance& instance, int index, const std::string& expectedId,
-              const Description& expected, Faults& faults) {
+              const Description& expected) {
+  SCOPED_TRACE(expected.name);
   const AAX_IEffectParameters& parameters = *instance.parameters;
   const std::string id = instance.id(index);
-  const std::string which = expected.name + ": ";
   HostString name;
   std::int32_t found = -1;
   Description told;
@@ -33,35 +31,32 @@ void checkOne(const HostedInstance& instance, int index, const std::string& expe
   parameters.GetParameterNumberOfSteps(id.c_str(), &told.steps);
   parameters.GetParameterType(id.c_str(), &told.type);
   parameters.GetParameterDefaultNormalizedValue(id.c_str(), &told.standard);
-  faults.equal(id, expectedId, which + "the identifier");
-  faults.equal(found, index, which + "the index");
-  faults.equal(name.text, expected.name, which + "the name");
-  faults.equal(told.steps, expected.steps, which + "the number of steps");
-  faults.equal(told.type, expected.type, which + "the type");
-  faults.expect(std::abs(told.standard - expected.standard) < kFloatError, which + "default");
-  faults.equal(instance.normalised(id), told.standard, which + "the value at the start");
-  const auto registered = instance.host.registrations.find(id);
-  faults.expect(registered != instance.host.registrations.end() && registered->second == 1,
-                which + "not registered with the automation once");
+  EXPECT_EQ(id, expectedId);
+  EXPECT_EQ(found, index);
+  EXPECT_EQ(name.text, expected.name);
+  EXPECT_EQ(told.steps, expected.steps);
+  EXPECT_EQ(told.type, expected.type);
+  EXPECT_NEAR(told.standard, expected.standard, kFloatError);
+  EXPECT_EQ(instance.normalised(id), told.standard) << "at the start";
+  EXPECT_EQ(instance.host.registrations.at(id), 1);
 }
 
-void checkTable(const Bench& bench, Faults& faults) {
-  const HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, ParametersAreThoseOfTheTable) {
+  const HostedInstance instance(effect(), 2);
   std::int32_t count = 0;
   instance.parameters->GetNumberOfParameters(&count);
-  faults.equal(count, kNumParams + 1, "the number of parameters");
+  EXPECT_EQ(count, kNumParams + 1);
   for (int i = 0; i < kNumParams; ++i) {
     const ParameterFacts facts(i);
     const auto type = facts.stepped ? AAX_eParameterType_Discrete : AAX_eParameterType_Continuous;
     const double standard = facts.toldValue(static_cast<double>(facts.record.value));
-    checkOne(instance, i, facts.id, {facts.record.name, facts.hostSteps, type, standard}, faults);
+    checkOne(instance, i, facts.id, {facts.record.name, facts.hostSteps, type, standard});
   }
-  checkOne(instance, kNumParams, "bypass", {"Master Bypass", 2, AAX_eParameterType_Discrete, 0.0},
-           faults);
+  checkOne(instance, kNumParams, "bypass", {"Master Bypass", 2, AAX_eParameterType_Discrete, 0.0});
 }
 
-void checkTexts(const Bench& bench, Faults& faults) {
-  const HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, ParameterTextsAreThoseOfTheEffect) {
+  const HostedInstance instance(effect(), 2);
   const Reference reference;
   HostString text;
   for (int i = 0; i < kNumParams; ++i) {
@@ -71,18 +66,17 @@ void checkTexts(const Bench& bench, Faults& faults) {
       std::array<char, Reference::kParameterTextCapacity> expected{};
       reference.formatParameterValue(i, static_cast<float>(normalised), expected.data(), false);
       instance.parameters->GetParameterStringFromValue(facts.id.c_str(), normalised, &text);
-      faults.equal(text.text, std::string(expected.data()),
-                   facts.record.name + (" at " + std::to_string(normalised)));
+      EXPECT_EQ(text.text, expected.data()) << facts.record.name << " at " << normalised;
     }
   }
   instance.parameters->GetParameterStringFromValue("bypass", 1.0, &text);
-  faults.equal(text.text, "on", "the text of the bypass");
+  EXPECT_EQ(text.text, "on");
 }
 
 /// Every host step, of many parameters at once; what the effect made of them is read from its
 /// state.
-void checkSteps(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, HostStepsReachTheirPlainValues) {
+  HostedInstance instance(effect(), 2);
   Reference reader;
   std::vector<ParameterFacts> swept;
   int mostSteps = 0;
@@ -98,9 +92,8 @@ void checkSteps(const Bench& bench, Faults& faults) {
     const std::vector<float> plain = reader.valuesOf(instance);
     for (const ParameterFacts& facts : swept) {
       if (step >= facts.hostSteps) continue;
-      faults.equal(static_cast<double>(plain[static_cast<std::size_t>(facts.index)]),
-                   facts.plainOfStep(step),
-                   facts.record.name + (" at host step " + std::to_string(step)));
+      EXPECT_EQ(plain[static_cast<std::size_t>(facts.index)], facts.plainOfStep(step))
+          << facts.record.name << " at host step " << step;
     }
   }
   for (const ParameterFacts& facts : swept) {
@@ -109,15 +102,14 @@ void checkSteps(const Bench& bench, Faults& faults) {
   }
   const std::vector<float> plain = reader.valuesOf(instance);
   for (const ParameterFacts& facts : swept) {
-    faults.equal(plain[static_cast<std::size_t>(facts.index)], facts.record.value,
-                 std::string(facts.record.name) + " at its default");
+    EXPECT_EQ(plain[static_cast<std::size_t>(facts.index)], facts.record.value)
+        << facts.record.name;
   }
 }
 
 /// Expects that the instance framed and told each parameter but the selector of banks once, with
 /// the values of `plain`, else the defaults.
-void expectAllTold(HostedInstance& instance, const std::vector<PlainSetting>& plain,
-                   const std::string& when, Faults& faults) {
+void expectAllTold(HostedInstance& instance, const std::vector<PlainSetting>& plain) {
   std::map<std::string, std::string> kinds;
   std::map<std::string, double> values;
   for (const AutomationEvent& event : instance.host.takeEvents()) {
@@ -126,33 +118,33 @@ void expectAllTold(HostedInstance& instance, const std::vector<PlainSetting>& pl
   }
   for (int i = 0; i < kABBank; ++i) {
     const ParameterFacts facts(i);
-    const std::string which = when + ": " + facts.record.name;
+    SCOPED_TRACE(facts.record.name);
     const auto set = std::ranges::find(plain, i, &PlainSetting::index);
     const bool isSet = set != plain.end();
     const double expected =
         facts.toldValue(isSet ? set->plain : static_cast<double>(facts.record.value));
-    faults.equal(kinds[facts.id], "TPR", which + ": the order of events");
-    faults.expect(std::abs(values[facts.id] - expected) < kFloatError, which + " is told wrong");
-    faults.equal(instance.normalised(facts.id), values[facts.id], which + ": the value");
+    EXPECT_EQ(kinds[facts.id], "TPR");
+    EXPECT_NEAR(values[facts.id], expected, kFloatError);
+    EXPECT_EQ(instance.normalised(facts.id), values[facts.id]);
   }
 }
 
-void checkAutomationFromEffect(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, TellsTheHostWhatChangesInside) {
+  HostedInstance instance(effect(), 2);
   Reference reader;
   const std::vector<PlainSetting> settings = busySettings();
   for (const auto& [index, plain] : settings) instance.set(index, plain);
   const std::vector<float> before = reader.valuesOf(instance);
-  faults.expect(instance.host.takeEvents().empty(), "the host's own values are told to it");
+  EXPECT_TRUE(instance.host.takeEvents().empty()) << "the host's own values";
   instance.set(kABBank, 1.0);  // another bank tells all of its values
-  expectAllTold(instance, {}, "bank B", faults);
+  expectAllTold(instance, {});
   instance.set(kABBank, 0.0);
-  expectAllTold(instance, settings, "bank A", faults);
-  faults.expect(reader.valuesOf(instance) == before, "values do not survive the host's echo");
+  expectAllTold(instance, settings);
+  EXPECT_EQ(reader.valuesOf(instance), before) << "after the host's echo";
 }
 
-void checkAutomationFromHost(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, HostGesturesComeBackAsEvents) {
+  HostedInstance instance(effect(), 2);
   const std::string id = instance.id(kOpTrim);
   std::int32_t before = 0;
   std::int32_t after = 0;
@@ -163,19 +155,19 @@ void checkAutomationFromHost(const Bench& bench, Faults& faults) {
   instance.parameters->GetNumberOfChanges(&after);
   std::string kinds;
   for (const AutomationEvent& event : instance.host.takeEvents()) kinds += event.id + event.kind;
-  faults.equal(kinds, id + "T" + id + "P" + id + "R", "the order of events");
-  faults.expect(after > before, "the change is not counted");
-  faults.equal(instance.normalised(id), 0.75, "the value set");
+  EXPECT_EQ(kinds, id + "T" + id + "P" + id + "R");
+  EXPECT_GT(after, before);
+  EXPECT_EQ(instance.normalised(id), 0.75);
   for (const auto& [given, kept] : {std::pair{7.0, 1.0}, {-7.0, 0.0}}) {
     instance.update(id, given);
-    faults.equal(instance.normalised(id), kept, "the value set to " + std::to_string(given));
+    EXPECT_EQ(instance.normalised(id), kept) << given;
   }
   instance.update(id, std::numeric_limits<double>::quiet_NaN());
-  faults.equal(instance.normalised(id), 0.0, "the value set to no number");
+  EXPECT_EQ(instance.normalised(id), 0.0) << "no number";
 }
 
-void checkUnknown(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, UnknownParametersAreRefused) {
+  HostedInstance instance(effect(), 2);
   AAX_IEffectParameters& p = *instance.parameters;
   HostString text;
   double number = 0.0;
@@ -195,22 +187,12 @@ void checkUnknown(const Bench& bench, Faults& faults) {
         {"default", p.GetParameterDefaultNormalizedValue(id, &number)},
         {"text", p.GetParameterStringFromValue(id, 0.5, &text)}};
     for (const auto& [call, result] : results) {
-      faults.equal(result, AAX_ERROR_INVALID_PARAMETER_ID,
-                   std::string(call) + " of " + (id != nullptr ? id : "a null identifier"));
+      EXPECT_EQ(result, AAX_ERROR_INVALID_PARAMETER_ID) << call << " of " << (id ? id : "null");
     }
   }
   for (const int index : {-1, kNumParams + 1}) {
-    faults.expect(p.GetParameterIDFromIndex(index, &text) != AAX_SUCCESS, "index out of range");
+    EXPECT_NE(p.GetParameterIDFromIndex(index, &text), AAX_SUCCESS) << index;
   }
 }
 
-constexpr Check kChecks[] = {{"parameters.table", &checkTable},
-                             {"parameters.texts", &checkTexts},
-                             {"parameters.steps", &checkSteps},
-                             {"parameters.automation of the effect", &checkAutomationFromEffect},
-                             {"parameters.automation of the host", &checkAutomationFromHost},
-                             {"parameters.unknown", &checkUnknown}};
-
 }  // namespace
-
-std::span<const Check> parameterChecks() { return kChecks; }

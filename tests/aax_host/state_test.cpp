@@ -6,8 +6,7 @@
 #include <cstring>
 #include <thread>
 
-#include "tests/aax_host/checks.h"
-#include "tests/aax_host/hosted_instance.h"
+#include "tests/aax_host/loaded_plugin.h"
 #include "tests/aax_host/parameter_facts.h"
 #include "tests/aax_host/reference.h"
 
@@ -25,35 +24,34 @@ void setBusy(HostedInstance& instance) {
   for (const auto& [index, plain] : busySettings()) instance.set(index, plain);
 }
 
-void checkChunks(const Bench& bench, Faults& faults) {
-  const HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, ChunksAreTwoOfTheSizeTold) {
+  const HostedInstance instance(effect(), 2);
   std::int32_t count = 0;
   instance.parameters->GetNumberOfChunks(&count);
-  faults.equal(count, 2, "the number of chunks");
+  EXPECT_EQ(count, 2);
   const struct {
     AAX_CTypeID id;
     const char* name;
   } rows[] = {{kAAX_ControlsChunkID, "Complete Controls State"}, {kEffectChunk, "Plugin Chunk"}};
   for (int i = 0; i < 2; ++i) {
-    const std::string which = "chunk " + std::to_string(i) + ": ";
+    SCOPED_TRACE(rows[i].name);
     AAX_CTypeID id = 0;
     instance.parameters->GetChunkIDFromIndex(i, &id);
-    faults.equal(id, rows[i].id, which + "the identifier");
+    EXPECT_EQ(id, rows[i].id);
     const StoredChunk chunk = instance.chunk(id);
-    faults.equal(chunk.result, AAX_SUCCESS, which + "the result");
-    faults.expect(!chunk.overrun, which + "more bytes than announced");
-    faults.equal(chunk.name, rows[i].name, which + "the name");
+    EXPECT_EQ(chunk.result, AAX_SUCCESS);
+    EXPECT_FALSE(chunk.overrun);
+    EXPECT_EQ(chunk.name, rows[i].name);
     std::uint32_t size = 0;
     instance.parameters->GetChunkSize(id, &size);
-    faults.equal(chunk.data.size(), std::size_t{size}, which + "the size of the record");
-    faults.expect(!chunk.data.empty(), which + "no bytes");
-    faults.expect(instance.chunk(id).data == chunk.data, which + "changes by being asked");
+    EXPECT_EQ(chunk.data.size(), size);
+    EXPECT_FALSE(chunk.data.empty());
+    EXPECT_EQ(instance.chunk(id).data, chunk.data) << "asked again";
   }
 }
 
 /// Restores the effect's chunk: the host is told of what it changes, of each value once.
-AAX_Result restoreTold(HostedInstance& target, AAX_CTypeID id, const std::string& data,
-                       Faults& faults) {
+AAX_Result restoreTold(HostedInstance& target, AAX_CTypeID id, const std::string& data) {
   const std::vector<double> before = allValues(target);
   static_cast<void>(target.host.takeEvents());
   const AAX_Result result = target.restore(id, data);
@@ -64,13 +62,13 @@ AAX_Result restoreTold(HostedInstance& target, AAX_CTypeID id, const std::string
     const auto told = std::ranges::count_if(events, [&](const AutomationEvent& event) {
       return event.kind == 'P' && event.id == target.id(i);
     });
-    faults.equal(told, after[index] != before[index] ? 1 : 0, "times told " + target.id(i));
+    EXPECT_EQ(told, after[index] != before[index] ? 1 : 0) << target.id(i);
   }
   return result;
 }
 
 /// States taken before anything was rendered, into instances that have rendered other values.
-void checkRestore(const Bench& bench, Faults& faults) {
+TEST_F(LoadedPlugin, ChunksBringTheValuesBack) {
   Reference reader;
   const struct {
     const char* name;
@@ -82,66 +80,59 @@ void checkRestore(const Bench& bench, Faults& faults) {
               {"both chunks turned", {kEffectChunk, kAAX_ControlsChunkID}, 1.0},
               {"both chunks of bank A", {kEffectChunk, kAAX_ControlsChunkID}, 0.0}};
   for (const auto& row : rows) {
-    HostedInstance source(bench.effect, 2);
+    SCOPED_TRACE(row.name);
+    HostedInstance source(effect(), 2);
     source.set(kB1Knee, 50.0);
     source.set(kABBank, row.bank);
     setBusy(source);
     source.set(kABBank, 1.0 - row.bank);
     source.set(kB1Gain, -5.0);
     source.set(kABBank, row.bank);
-    HostedInstance target(bench.effect, 2);
+    HostedInstance target(effect(), 2);
     target.set(kB1Gain, 7.0);
     static_cast<void>(target.render(noise(2, 4800)));
     for (const AAX_CTypeID id : row.chunks) {
-      const AAX_Result result = restoreTold(target, id, source.chunk(id).data, faults);
-      faults.equal(result, AAX_SUCCESS, row.name);
+      EXPECT_EQ(restoreTold(target, id, source.chunk(id).data), AAX_SUCCESS);
     }
-    const bool equal = reader.valuesOf(target) == reader.valuesOf(source);
-    faults.expect(equal, row.name + std::string(": other values of the effect"));
+    EXPECT_EQ(reader.valuesOf(target), reader.valuesOf(source));
     for (int i = 0; i <= kABBank; ++i) {
       const ParameterFacts facts(i);
       const auto stepOf = [&](const HostedInstance& instance) {
         return std::lround(instance.normalised(facts.id) * (facts.hostSteps - 1));
       };
-      faults.equal(stepOf(target), stepOf(source),
-                   row.name + (": " + std::string(facts.record.name)));
+      EXPECT_EQ(stepOf(target), stepOf(source)) << facts.record.name;
     }
     if (std::ranges::find(row.chunks, kEffectChunk) == row.chunks.end()) continue;
     // The effect's chunk holds the other banks as well.
     for (HostedInstance* const instance : {&source, &target}) {
       for (const double bank : {1.0, 0.0, 5.0, 1.0 - row.bank}) instance->set(kABBank, bank);
     }
-    faults.expect(reader.valuesOf(target) == reader.valuesOf(source),
-                  row.name + std::string(": other values of another bank"));
+    EXPECT_EQ(reader.valuesOf(target), reader.valuesOf(source)) << "of another bank";
   }
 }
 
 /// A restored instance sounds like the one it comes from.
-void checkRestoredAudio(const Bench& bench, Faults& faults) {
-  HostedInstance source(bench.effect, 2);
-  HostedInstance target(bench.effect, 2);
+TEST_F(LoadedPlugin, ARestoredInstanceSoundsAsItsSource) {
+  HostedInstance source(effect(), 2);
+  HostedInstance target(effect(), 2);
   setBusy(source);
   target.restore(kEffectChunk, source.chunk(kEffectChunk).data);
   waitForIdle();
-  faults.equal(target.host.latency(), source.host.latency(), "the latency");
+  EXPECT_EQ(target.host.latency(), source.host.latency());
   const Signal expected = source.render(noise(2, 24000));
   const Signal actual = target.render(noise(2, 24000));
-  double worst = 0.0;
-  for (std::size_t i = 0; i < expected[0].size(); ++i) {
-    for (std::size_t c = 0; c < 2; ++c) {
-      worst = std::max(worst, static_cast<double>(std::abs(actual[c][i] - expected[c][i])));
-    }
-  }
   // Rounding alone: filters reached by edits and at once differ in their last bits.
-  faults.expect(worst < 1e-6, "other audio, by " + std::to_string(worst));
+  for (std::size_t i = 0; i < 2 * expected[0].size(); ++i) {
+    ASSERT_NEAR(actual[i % 2][i / 2], expected[i % 2][i / 2], 1e-6) << i;
+  }
 }
 
-void checkDamaged(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, DamagedChunksChangeNothing) {
+  HostedInstance instance(effect(), 2);
   setBusy(instance);
   const std::vector<double> values = allValues(instance);
   const std::string state = instance.chunk(kEffectChunk).data;
-  HostedInstance other(bench.effect, 2);
+  HostedInstance other(effect(), 2);
   for (const AAX_CTypeID id : {kEffectChunk, kAAX_ControlsChunkID}) {
     const std::string whole = other.chunk(id).data;
     std::vector<std::string> damaged = {"",
@@ -155,20 +146,19 @@ void checkDamaged(const Bench& bench, Faults& faults) {
     }
     if (id == kAAX_ControlsChunkID) damaged.push_back(whole + '\0');
     for (std::size_t i = 0; i < damaged.size(); ++i) {
+      SCOPED_TRACE(testing::Message() << "damage " << i << " of chunk " << id);
       instance.restore(id, damaged[i]);
-      const std::string which = "damage " + std::to_string(i) + " of chunk " + std::to_string(id);
-      faults.expect(allValues(instance) == values, which + " changes the host's values");
-      faults.expect(instance.chunk(kEffectChunk).data == state, which + " changes the effect");
+      EXPECT_EQ(allValues(instance), values);
+      EXPECT_EQ(instance.chunk(kEffectChunk).data, state);
     }
     AAX_SPlugInChunk negative{};
     negative.fSize = -1;
-    const AAX_Result result = instance.parameters->SetChunk(id, &negative);
-    faults.expect(result != AAX_SUCCESS, "a negative size is taken");
+    EXPECT_NE(instance.parameters->SetChunk(id, &negative), AAX_SUCCESS) << "a negative size";
   }
 }
 
-void checkCodes(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, RefusalsHaveTheirCodes) {
+  HostedInstance instance(effect(), 2);
   AAX_IEffectParameters& p = *instance.parameters;
   constexpr AAX_CTypeID kUnknown = AAX_TypeID("zzzz");
   AAX_CTypeID id = 0;
@@ -188,32 +178,30 @@ void checkCodes(const Bench& bench, Faults& faults) {
        AAX_ERROR_INCORRECT_CHUNK_SIZE},
       {"curve", p.GetCurveData(AAX_eCurveType_EQ, curve, 2, curve), AAX_ERROR_UNIMPLEMENTED},
       {"other curve", p.GetCurveData(kUnknown, curve, 2, curve), AAX_ERROR_UNIMPLEMENTED}};
-  for (const auto& row : rows) faults.equal(row.actual, row.expected, row.call);
+  for (const auto& row : rows) EXPECT_EQ(row.actual, row.expected) << row.call;
 }
 
-void checkFieldData(const Bench& bench, Faults& faults) {
-  const HostedInstance instance(bench.effect, 2);
-  const HostedInstance other(bench.effect, 2);
+TEST_F(LoadedPlugin, FieldDataStaysInItsRoom) {
+  const HostedInstance instance(effect(), 2);
+  const HostedInstance other(effect(), 2);
   void* const own = instance.privatePointer();
-  faults.expect(own != nullptr && own != other.privatePointer(), "no private pointer of its own");
+  EXPECT_TRUE(own != nullptr && own != other.privatePointer());
   std::array<unsigned char, 24> block{};
   const auto reset = [&](AAX_CFieldIndex field, std::uint32_t size) {
     block.fill(0xee);
     instance.parameters->ResetFieldData(field, block.data(), size);
     return std::all_of(block.begin() + size, block.end(), [](auto byte) { return byte == 0xee; });
   };
-  faults.expect(reset(8, sizeof own), "more than the private pointer is written");
-  faults.expect(std::memcmp(block.data(), &own, sizeof own) == 0, "another pointer at a reset");
-  bench.host.log.notes.clear();
-  faults.expect(reset(8, 4), "more than there is room for is written");
-  const auto& notes = bench.host.log.notes;
+  EXPECT_TRUE(reset(8, sizeof own));
+  EXPECT_EQ(std::memcmp(block.data(), &own, sizeof own), 0);
+  host.log.notes.clear();
+  EXPECT_TRUE(reset(8, 4)) << "too little room";
+  const auto& notes = host.log.notes;
   const char* const note = "iDataSize==sizeof(SAAXWrap_Alg_Context_Private)";
-  faults.equal(std::ranges::count(notes, note), 1, "with a wrong size the number of assertions");
+  EXPECT_EQ(std::ranges::count(notes, note), 1);
   for (const std::uint32_t size : {4U, 16U}) {
-    faults.expect(reset(6, size), "more than another field is written");
-    faults.expect(
-        std::all_of(block.begin(), block.begin() + size, [](auto byte) { return byte == 0; }),
-        "another field is not zeroed");
+    EXPECT_TRUE(reset(6, size));
+    EXPECT_EQ(std::count(block.begin(), block.end(), 0), size) << "another field is zeroed";
   }
 }
 
@@ -227,22 +215,22 @@ bool latencyBecomes(HostedInstance& instance, int expected) {
   return false;
 }
 
-void checkOffline(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, OfflineRenderingHasItsOwnLatency) {
+  HostedInstance instance(effect(), 2);
   Reference offline(true);
   instance.set(kOversampleOL, 2.0);
   offline.set(kOversampleOL, 2.0);
   offline.resume();
   const int live = instance.host.latency();
-  faults.expect(offline.getInitialDelay() != live, "oversampling takes no time");
+  EXPECT_NE(offline.getInitialDelay(), live);
   instance.notify(AAX_eNotificationEvent_EnteringOfflineMode);
-  faults.expect(latencyBecomes(instance, offline.getInitialDelay()), "no offline latency");
+  EXPECT_TRUE(latencyBecomes(instance, offline.getInitialDelay()));
   instance.notify(AAX_eNotificationEvent_ExitingOfflineMode);
-  faults.expect(latencyBecomes(instance, live), "no live latency again");
+  EXPECT_TRUE(latencyBecomes(instance, live)) << "again";
 }
 
-void checkNotifications(const Bench& bench, Faults& faults) {
-  HostedInstance instance(bench.effect, 2);
+TEST_F(LoadedPlugin, NotificationsChangeNoState) {
+  HostedInstance instance(effect(), 2);
   setBusy(instance);
   const std::vector<double> values = allValues(instance);
   const std::string state = instance.chunk(kEffectChunk).data;
@@ -257,19 +245,8 @@ void checkNotifications(const Bench& bench, Faults& faults) {
     instance.notify(AAX_eNotificationEvent_ASPreviewState, data);
   }
   instance.notify(AAX_TypeID("zzzz"), longName);
-  faults.expect(allValues(instance) == values, "a notification changes a value");
-  faults.expect(instance.chunk(kEffectChunk).data == state, "a notification changes the effect");
+  EXPECT_EQ(allValues(instance), values);
+  EXPECT_EQ(instance.chunk(kEffectChunk).data, state);
 }
 
-constexpr Check kChecks[] = {{"state.chunks", &checkChunks},
-                             {"state.restore", &checkRestore},
-                             {"state.restored audio", &checkRestoredAudio},
-                             {"state.damaged", &checkDamaged},
-                             {"state.codes", &checkCodes},
-                             {"state.field data", &checkFieldData},
-                             {"state.offline", &checkOffline},
-                             {"state.notifications", &checkNotifications}};
-
 }  // namespace
-
-std::span<const Check> stateChecks() { return kChecks; }
