@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "tests/apps/test_files.h"
-
 ProgramRun runProgram(const std::string& arguments) {
   return runProgram(arguments, CORVANTHELIS_PROGRAM);
 }
@@ -24,4 +22,18 @@ ProgramRun runProgram(const std::string& arguments, const std::string& program) 
 int lineCount(const std::string& text) {
   if (!text.empty() && text.back() != '\n') return -1;
   return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+void replaceAll(std::string& text, const std::string& what, const std::string& with) {
+  for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
+    text.replace(at, what.size(), with);
+  }
+}
+
+ProgramRun ProgramTest::run(std::string arguments, const std::string& program) const {
+  replaceAll(arguments, "@", file(""));
+  ProgramRun result = runProgram(arguments, program);
+  replaceAll(result.out, file(""), "@");
+  replaceAll(result.err, file(""), "@");
+  return result;
 }

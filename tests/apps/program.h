@@ -1,6 +1,10 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
+
+#include "tests/apps/test_files.h"
 
 /// What a run of the built program left.
 struct ProgramRun {
@@ -16,3 +20,15 @@ struct ProgramRun {
 
 /// How many lines `text` has, every one of them with its end; -1 if the last has none.
 [[nodiscard]] int lineCount(const std::string& text);
+
+void replaceAll(std::string& text, const std::string& what, const std::string& with);
+
+/// Tests of the program with files of their own.
+class ProgramTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
+  /// Runs `arguments` in which every @name stands for a file of the test, as in what it answers.
+  ProgramRun run(std::string arguments, const std::string& program = CORVANTHELIS_PROGRAM) const;
+
+  const TestDirectory directory;
+};

@@ -11,35 +11,23 @@
 #include "apps/batch.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
-#include "tests/apps/test_files.h"
 
 namespace {
 
-class Render : public testing::Test {
+class Render : public ProgramTest {
  protected:
   /// Renders `in.wav` and returns what came out.
-  Audio render(const std::string& options, const std::string& name = "out.wav") {
-    const ProgramRun run =
-        runProgram("render --quiet " + quoted("in.wav") + quoted(name) + options);
-    EXPECT_EQ(run.status, 0) << run.err;
-    return run.status == 0 ? readAudio(directory.path(name)) : Audio{};
+  Audio render(const std::string& options) const {
+    const ProgramRun done = run("render --quiet @in.wav @out.wav " + options);
+    EXPECT_EQ(done.status, 0) << done.err;
+    return done.status == 0 ? readAudio(file("out.wav")) : Audio{};
   }
-
-  JsonTree report(const std::string& options) {
-    const ProgramRun run =
-        runProgram("render --json " + quoted("in.wav") + quoted("out.wav") + options);
-    EXPECT_EQ(run.status, 0) << run.err;
-    JsonTree tree(jsonParse(run.out.c_str()));
-    EXPECT_NE(tree, nullptr) << run.out;
+  JsonTree report(const std::string& options) const {
+    JsonTree tree(jsonParse(run("render --json @in.wav @out.wav " + options).out.c_str()));
+    EXPECT_NE(tree, nullptr);
     return tree;
   }
-
-  [[nodiscard]] std::string quoted(const std::string& name) const {
-    return "'" + directory.path(name) + "' ";
-  }
-  void writeInput(const Audio& audio) { writeAudio(directory.path("in.wav"), audio); }
-
-  const TestDirectory directory;
+  void writeInput(const Audio& audio) { writeAudio(file("in.wav"), audio); }
 };
 
 double numberAt(const JsonTree& tree, const char* group, const char* key) {
@@ -50,14 +38,22 @@ double numberAt(const JsonTree& tree, const char* group, const char* key) {
 // A new gain is reached in 1000 frames.
 constexpr int kRampFrames = 1000;
 
-TEST_F(Render, withoutBandsTheInputComesOutBitForBit) {
-  for (const int channels : {1, 2}) {
-    const Audio audio = makeSignal(5000, channels, 44100, 11);
+TEST_F(Render, theInputComesOutBitForBitWithoutBandsAndInItsPlaceBehindALatency) {
+  for (const int frames : {0, 1, 7, 5000}) {
+    const Audio audio = makeSignal(frames, 1 + frames % 2, 44100, 11);
     writeInput(audio);
     const Audio out = render("--double --format f64 --set kB1State=0");
     EXPECT_EQ(out.sampleRate, 44100);
-    EXPECT_EQ(out.channels, channels);
+    EXPECT_EQ(out.channels, audio.channels);
     EXPECT_EQ(out.samples, audio.samples);
+    for (const char* block : {"1", "64", "1535", "100000"}) {
+      SCOPED_TRACE(testing::Message() << frames << " frames in blocks of " << block);
+      const Audio late = render(std::string("--double --format f64 --block ") + block);
+      ASSERT_EQ(late.samples.size(), audio.samples.size());
+      for (std::size_t i = 0; i < audio.samples.size(); ++i) {
+        ASSERT_NEAR(late.samples[i], audio.samples[i], 1e-12) << i;
+      }
+    }
   }
 }
 
@@ -70,9 +66,9 @@ TEST_F(Render, blocksOfAnySizeGiveTheSameAndSoDoesASecondRun) {
   for (const char* block : {"1", "64", "1000", "8192", "100000"}) {
     EXPECT_EQ(render(options + "--block " + block).samples, expected.samples) << block;
   }
-  const std::string first = readBytes(directory.path("out.wav"));
+  const std::string first = readBytes(file("out.wav"));
   render(options + "--block 100000");
-  EXPECT_EQ(readBytes(directory.path("out.wav")), first);
+  EXPECT_EQ(readBytes(file("out.wav")), first);
 }
 
 TEST_F(Render, settingsApplyInTheOrderOfTheCommandLine) {
@@ -99,7 +95,7 @@ TEST_F(Render, settingsApplyInTheOrderOfTheCommandLine) {
 TEST_F(Render, automationTakesEffectAtTheBlockThatHoldsIt) {
   const Audio audio = makeSignal(6000, 1, 48000, 14);
   writeInput(audio);
-  writeBytes(directory.path("moves.csv"), "0.05,kIpTrim,-12\n");  // frame 2400
+  writeBytes(file("moves.csv"), "0.05,kIpTrim,-12\n");  // frame 2400
   const struct {
     int block;
     std::size_t firstChanged;
@@ -107,8 +103,10 @@ TEST_F(Render, automationTakesEffectAtTheBlockThatHoldsIt) {
   for (const auto& c : cases) {
     for (const char* level : {"", " --realtime"}) {
       SCOPED_TRACE(testing::Message() << c.block << level);
-      const Audio out = render("--double --format f64 --set kB1State=0 --automation " +
-                               quoted("moves.csv") + "--block " + std::to_string(c.block) + level);
+      const Audio out = render(
+          "--double --format f64 --set kB1State=0 --automation @moves.csv "
+          "--block " +
+          std::to_string(c.block) + level);
       ASSERT_EQ(out.samples.size(), audio.samples.size());
       std::size_t changed = 0;
       while (changed < 6000 && out.samples[changed] == audio.samples[changed]) ++changed;
@@ -127,11 +125,11 @@ TEST_F(Render, automatedFiltersMoveAtOnceLiveAndOffline) {
   for (int i = 1; i < 40; ++i) {
     moves += std::to_string(i * 0.005) + ",kB1Frequency," + std::to_string(150 * i) + "\n";
   }
-  writeBytes(directory.path("moves.csv"), moves);
+  writeBytes(file("moves.csv"), moves);
   const std::string options =
       "--double --format f64 --block 240 --set kB1Type=1 --set kB1Solo=1 --set kB1Bypass=1 ";
-  const Audio offline = render(options + "--automation " + quoted("moves.csv"));
-  const Audio live = render(options + "--realtime --automation " + quoted("moves.csv"));
+  const Audio offline = render(options + "--automation @moves.csv");
+  const Audio live = render(options + "--realtime --automation @moves.csv");
   EXPECT_EQ(live.samples, offline.samples);
   EXPECT_NE(live.samples, render(options + "--set kB1Frequency=5850").samples);
 }
@@ -142,8 +140,8 @@ TEST_F(Render, automationMovesNothingButWhatItNames) {
   const std::string bands =
       "--double --format f64 --set kB1Solo=1 --set kB1Bypass=1 --set kB2State=1 "
       "--set kB2Frequency=2000 --set kBandOrder=0.836735 ";
-  writeBytes(directory.path("moves.csv"), "0,kB1Frequency,1900\n");
-  const Audio moved = render(bands + "--automation " + quoted("moves.csv"));
+  writeBytes(file("moves.csv"), "0,kB1Frequency,1900\n");
+  const Audio moved = render(bands + "--automation @moves.csv");
   EXPECT_EQ(moved.samples, render(bands + "--set kB1Frequency=1900").samples);
 }
 
@@ -173,8 +171,8 @@ TEST_F(Render, aSidechainOfAnyLengthAndBothChannelCountsIsTaken) {
     for (const int sideChannels : {1, 2}) {
       for (const int frames : {0, 100, 9000}) {
         SCOPED_TRACE(testing::Message() << channels << sideChannels << ", " << frames << " frames");
-        writeAudio(directory.path("side.wav"), makeSignal(frames, sideChannels, 48000, 17));
-        const Audio out = render("--sidechain " + quoted("side.wav") + "--set kB1SCSrc=2");
+        writeAudio(file("side.wav"), makeSignal(frames, sideChannels, 48000, 17));
+        const Audio out = render("--sidechain @side.wav --set kB1SCSrc=2");
         EXPECT_EQ(out.samples.size(), static_cast<std::size_t>(3000 * channels));
       }
     }
@@ -213,45 +211,33 @@ TEST_F(Render, autoGainMeasuresForASecondOfTheFilesOwnRate) {
   EXPECT_NEAR(out.samples[143999], audio.samples[143999], 1e-6);
 }
 
-TEST_F(Render, anEmptyFileGivesAnEmptyFile) {
-  writeInput({44100, 2, {}});
-  for (const char* name :
-       {"out.wav", "out.w64", "out.rf64", "out.aiff", "out.flac", "out.caf", "out.au"}) {
-    const Audio out = render("", name);
-    EXPECT_EQ(out.sampleRate, 44100);
-    EXPECT_TRUE(out.samples.empty());
-  }
-  EXPECT_EQ(runProgram("render " + quoted("in.wav") + quoted("out.wav")).status, 0);
-}
-
 TEST_F(Render, aBatchRendersEveryFileAsItAloneAndTellsOfThoseThatFail) {
   std::string inputs;
   for (const unsigned seed : {1U, 2U, 3U, 4U, 5U}) {
     const std::string name = std::to_string(seed) + ".wav";
-    writeAudio(directory.path(name), makeSignal(4000 * static_cast<int>(seed), 2, 48000, seed));
-    inputs += quoted(name);
+    writeAudio(file(name), makeSignal(4000 * static_cast<int>(seed), 2, 48000, seed));
+    inputs += "@" + name + " ";
   }
-  writeBytes(directory.path("text.wav"), "no audio");
+  writeBytes(file("text.wav"), "no audio");
   const std::string options = " --set kIpTrim=-3";
-  const ProgramRun run = runProgram("render --jobs 3 --out-dir " + quoted("done") + inputs +
-                                    quoted("text.wav") + quoted("none.wav") + options);
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(lineCount(run.err), 2) << run.err;
-  EXPECT_EQ(lineCount(run.out), 7) << run.out;  // heading, five files, sum
+  const ProgramRun batch =
+      run("render --jobs 3 --out-dir @done " + inputs + "@text.wav @none.wav" + options);
+  EXPECT_EQ(batch.status, 1);
+  EXPECT_EQ(lineCount(batch.err), 2) << batch.err;
+  EXPECT_EQ(lineCount(batch.out), 7) << batch.out;  // heading, five files, sum
   for (int seed = 1; seed <= 5; ++seed) {
     const std::string name = std::to_string(seed) + ".wav";
-    const ProgramRun alone = runProgram("render " + quoted(name) + quoted("alone.wav") + options);
-    EXPECT_EQ(alone.status, 0);
-    EXPECT_EQ(readBytes(directory.path("done/" + name)), readBytes(directory.path("alone.wav")));
+    EXPECT_EQ(run("render @" + name + " @alone.wav" + options).status, 0);
+    EXPECT_EQ(readBytes(file("done/" + name)), readBytes(file("alone.wav")));
   }
-  EXPECT_FALSE(std::filesystem::exists(directory.path("done/text.wav")));
+  EXPECT_FALSE(std::filesystem::exists(file("done/text.wav")));
 }
 
 TEST_F(Render, aBatchThatGetsNoThreadGoesOnAlone) {
   std::vector<RenderItem> items;
   for (const std::string name : {"1.wav", "2.wav", "3.wav"}) {
-    writeAudio(directory.path(name), makeSignal(4000, 2, 48000, 1));
-    items.push_back({directory.path(name), directory.path("done" + name)});
+    writeAudio(file(name), makeSignal(4000, 2, 48000, 1));
+    items.push_back({file(name), file("done" + name)});
   }
   // A stack that no address space holds.
   pthread_attr_t usual;

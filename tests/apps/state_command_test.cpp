@@ -13,18 +13,11 @@
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
-#include "tests/apps/test_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-
-void replaceAll(std::string& text, const std::string& what, const std::string& with) {
-  for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
-    text.replace(at, what.size(), with);
-  }
-}
 
 std::string chunkOf(Plug& plug, bool isPreset, bool isPacked = true) {
   plug.setCompressionLevel(isPacked ? 9 : 0);
@@ -60,7 +53,7 @@ void setValues(Plug& plug, const std::vector<Value>& values) {
   }
 }
 
-class StateFiles : public testing::Test {
+class StateFiles : public ProgramTest {
  protected:
   void SetUp() override {
     for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
@@ -86,17 +79,6 @@ class StateFiles : public testing::Test {
     writeBytes(file("band.cvb"), band + '\0');
   }
 
-  [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
-
-  /// Runs `arguments` in which every @name stands for a file of the test.
-  ProgramRun run(std::string arguments, const std::string& program = CORVANTHELIS_PROGRAM) {
-    replaceAll(arguments, "@", file(""));
-    ProgramRun result = runProgram(arguments, program);
-    replaceAll(result.out, file(""), "@");
-    replaceAll(result.err, file(""), "@");
-    return result;
-  }
-
   /// A hash of what a render with these options writes; it must not warn.
   std::size_t rendered(const std::string& options) {
     const ProgramRun result = run("render @in.wav @out.wav --quiet " + options);
@@ -109,8 +91,6 @@ class StateFiles : public testing::Test {
     fs::create_directories(fs::path(file(path)).parent_path());
     fs::copy_file(file("preset"), file(path + ".CorvanthelisPreset"));
   }
-
-  const TestDirectory directory;
 };
 
 TEST_F(StateFiles, packUndoesShow) {
