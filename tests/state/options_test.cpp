@@ -185,43 +185,23 @@ TEST(Globals, WhatCannotBeWrittenHoldsAndIsWrittenLater) {
 }
 
 TEST(UiSettings, TableHoldsTheOptionsInOrder) {
-  const struct {
-    const char* group;
-    const char* key;
-    double value;
-    const char* rest;
-  } rows[] = {
-      {"Graph", "Range", 4, "\"values\":[\"3dB\",\"6dB\",\"12dB\",\"18dB\",\"24dB\",\"36dB\"]"},
-      {"Graph", "Readout", 0, "\"values\":[\"Off\",\"Analyser\",\"Graph\",\"Both\"]"},
-      {"Graph", "Readout Position", 0, "\"values\":[\"Top\",\"Bottom\"]"},
-      {"Graph", "GR Decay", 100, "\"unit\":\"%\",\"min\":0,\"max\":100"},
-      {"Graph", "Highlight Current Band", 1, "\"values\":[\"Off\",\"On\"]"},
-      {"Graph", "Draw Style", 2, "\"values\":[\"Filled\",\"Outlined\",\"Both\"]"},
-      {"Graph", "Inverted Q", 0, "\"values\":[\"Off\",\"On\"]"},
-      {"Graph", "Background", 0, "\"values\":[\"Dim\",\"Med\",\"Bright\"]"},
-      {"Graph", "Gradient", 1, "\"values\":[\"Off\",\"On\"]"},
-      {"Analyser", "Decay", 2, "\"values\":[\"Instant\",\"Fast\",\"Med\",\"Slow\"]"},
-      {"Analyser", "Range", 0, "\"values\":[\"96dB\",\"80dB\",\"64dB\",\"48dB\"]"},
-      {"Analyser", "Top", 0, "\"values\":[\"0dB\",\"-12dB\",\"-24dB\",\"-36dB\"]"},
-      {"Analyser", "Tilt", 0, "\"values\":[\"0dB\",\"3dB\",\"4.5dB\",\"6dB\"]"},
-      {"Analyser", "Smoothing", 0, "\"values\":[\"None\",\"Mild\",\"Med\",\"Heavy\"]"},
-      {"Analyser", "Display", 0, "\"values\":[\"Filled\",\"Outlined\"]"},
-      {"Release", "Flash Labels", 0, "\"values\":[\"Off\",\"On\"]"},
-  };
-  const UiSettings settings(resourceText("uisettings"));
-  std::string expected;
-  std::string group;
-  for (const auto& row : rows) {
-    EXPECT_EQ(settings.getUiValue(row.group, row.key), row.value) << row.group << row.key;
-    const std::string opened =
-        std::string(expected.empty() ? "{" : "},") + '"' + row.group + "\":{";
-    expected += group == row.group ? "," : opened;
-    group = row.group;
-    expected += std::string("\"") + row.key +
-                "\":{\"value\":" + std::to_string(static_cast<int>(row.value)) + "," + row.rest +
-                "}";
-  }
-  EXPECT_EQ(compact(settings.save().get()), expected + "}}");
+  EXPECT_EQ(compact(UiSettings(resourceText("uisettings")).save().get()),
+            R"({"Graph":{"Range":{"value":4,"values":["3dB","6dB","12dB","18dB","24dB","36dB"]})"
+            R"(,"Readout":{"value":0,"values":["Off","Analyser","Graph","Both"]})"
+            R"(,"Readout Position":{"value":0,"values":["Top","Bottom"]})"
+            R"(,"GR Decay":{"value":100,"unit":"%","min":0,"max":100})"
+            R"(,"Highlight Current Band":{"value":1,"values":["Off","On"]})"
+            R"(,"Draw Style":{"value":2,"values":["Filled","Outlined","Both"]})"
+            R"(,"Inverted Q":{"value":0,"values":["Off","On"]})"
+            R"(,"Background":{"value":0,"values":["Dim","Med","Bright"]})"
+            R"(,"Gradient":{"value":1,"values":["Off","On"]})"
+            R"(},"Analyser":{"Decay":{"value":2,"values":["Instant","Fast","Med","Slow"]})"
+            R"(,"Range":{"value":0,"values":["96dB","80dB","64dB","48dB"]})"
+            R"(,"Top":{"value":0,"values":["0dB","-12dB","-24dB","-36dB"]})"
+            R"(,"Tilt":{"value":0,"values":["0dB","3dB","4.5dB","6dB"]})"
+            R"(,"Smoothing":{"value":0,"values":["None","Mild","Med","Heavy"]})"
+            R"(,"Display":{"value":0,"values":["Filled","Outlined"]})"
+            R"(},"Release":{"Flash Labels":{"value":0,"values":["Off","On"]}}})");
 }
 
 constexpr const char* kTable =
