@@ -4,7 +4,6 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <complex>
 #include <memory>
 #include <numbers>
 #include <random>
@@ -199,50 +198,6 @@ TEST(Crossover, WhatCameBeforeAChangeRingsOutThroughTheOldKernels) {
     }
     EXPECT_LT(bank.deviation(left, 0), kMinus280Db);
   }
-}
-
-/// Magnitude of a band at `hz`, from its impulse response.
-std::vector<double> magnitudes(const Splits& splits, double hz) {
-  Bank bank;
-  bank.set(splits.centres, splits.slopes);
-  Signal impulse(4096);
-  impulse[0] = 1.0;
-  const auto bands = static_cast<int>(splits.centres.size());
-  bank.run(impulse, impulse, 0, bands, 4096);
-  std::vector<double> result;
-  for (std::size_t b = 0; b < splits.centres.size(); ++b) {
-    std::complex<double> sum = 0.0;
-    for (std::size_t n = 0; n < 4096; ++n) {
-      sum += bank.out[2 * b][n] *
-             std::polar(1.0, -2 * std::numbers::pi * hz * static_cast<double>(n) / kRate);
-    }
-    result.push_back(std::abs(sum));
-  }
-  return result;
-}
-
-TEST(Crossover, MagnitudesFollowTheLaw) {
-  const auto decibels = [](double magnitude) { return 20 * std::log10(magnitude); };
-  // One split at 1 kHz, 24 dB per octave.
-  const Splits two{{500, 2000}, {24, 96}};
-  for (const double m : magnitudes(two, 1000)) EXPECT_NEAR(decibels(m), -6.02, 0.02);
-  EXPECT_NEAR(decibels(magnitudes(two, 4000)[0]), -20 * std::log10(1 + std::pow(4, 4)), 0.1);
-  EXPECT_NEAR(decibels(magnitudes(two, 4000)[1]), 0.0, 0.04);
-  EXPECT_LT(decibels(magnitudes(two, 200)[1]), -45);
-  const Splits four{{300, 1200, 4800, 12000}, {36, 60, 48, 6}};
-  CrossoverBank graph;
-  graph.setSplits(four.centres, four.slopes);
-  for (const double hz : {150.0, 600.0, 1200.0, 2400.0, 4800.0, 9000.0, 15000.0}) {
-    const auto measured = magnitudes(four, hz);
-    for (int b = 0; b < 4; ++b) {
-      EXPECT_NEAR(measured[static_cast<std::size_t>(b)], graph.bandMagnitude(b, hz), 0.006)
-          << hz << " Hz, band " << b;
-    }
-  }
-  // A split above Nyquist leaves everything below it.
-  const auto high = magnitudes({{1000, 1e6}, {48, 6}}, 5000);
-  EXPECT_NEAR(high[0], 1.0, 1e-3);
-  EXPECT_LT(high[1], 1e-3);
 }
 
 TEST(Crossover, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {

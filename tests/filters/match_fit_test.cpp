@@ -76,26 +76,6 @@ TEST(MatchFitTest, GradientIsTheSlopeOfTheError) {
   }
 }
 
-TEST(MatchFitTest, FindsASectionThatIsThere) {
-  std::mt19937 random(2);
-  MatchFit fit(kRate);
-  int found = 0;
-  for (int i = 0; i < 100; ++i) {
-    const DigitalSection wanted = randomSection(random);
-    DigitalSection section = wanted;
-    for (std::size_t k = 0; k < 5; ++k) section[k] += k % 2 == 0 ? 0.04 : -0.04;
-    const auto points = pointsOf(fit, wanted);
-    fit.fitSection(section, points, kNoCeiling, 100, 0.0);
-    double worst = 0.0;
-    for (std::size_t k = 0; k < points.size(); ++k) {
-      worst = std::max(worst, std::abs(pointsOf(fit, section)[k] - points[k]));
-    }
-    found += worst < 1e-5 ? 1 : 0;
-    EXPECT_TRUE(filters::isStable(section[3], section[4]));
-  }
-  EXPECT_GE(found, 95);
-}
-
 TEST(MatchFitTest, KeepsASectionThatIsGoodEnoughOrCannotBeSaved) {
   std::mt19937 random(4);
   MatchFit fit(kRate);

@@ -82,19 +82,6 @@ TEST(SectionMatchTest, ClosedFormsHaveTheAnalogGainAtTheEndsAndTheCentre) {
   EXPECT_FALSE(filters::matchRow(inRadians(filters::peak(0.011, 2.0), 4000), 48000.0).unity);
 }
 
-TEST(SectionMatchTest, ShelvesRisingWithFrequencyAreInverted) {
-  const struct {
-    AnalogRow row;
-    bool inverted;
-  } cases[] = {{filters::lowShelf(6, 1, 0.5F), false},
-               {filters::lowShelf(-6, 1, 0.5F), true},
-               {filters::highShelf(6, 1, 0.5F), true},
-               {filters::highShelf(-6, 1, 0.5F), false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(filters::generalMatch(inRadians(c.row, 1000), 48000).inverted, c.inverted);
-  }
-}
-
 TEST(LeastSquaresTest, LeavesTheLeastSumOfSquares) {
   std::mt19937 random(3);
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
