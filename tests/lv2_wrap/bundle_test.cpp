@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <lv2/core/lv2.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,8 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/parameter_table.h"
-#include "libraries/lv2_wrap/port_layout.h"
+#include "tests/lv2_wrap/lv2_rig.h"
 
 namespace {
 
@@ -32,56 +30,27 @@ class Library {
   ~Library() { ::dlclose(handle); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
-  [[nodiscard]] const LV2_Descriptor* descriptor(std::uint32_t index) const {
-    return reinterpret_cast<LV2_Descriptor_Function>(::dlsym(handle, "lv2_descriptor"))(index);
+  [[nodiscard]] LV2_Descriptor_Function find() const {
+    return reinterpret_cast<LV2_Descriptor_Function>(::dlsym(handle, "lv2_descriptor"));
   }
 
  private:
   void* handle;
 };
 
-/// An instance with all ports connected, which plays a constant.
-class Instance {
- public:
-  static constexpr std::uint32_t kFrames = 512;
-
-  Instance(const Library& library, std::uint32_t index, double rate)
-      : layout(lv2::kPlugins[index]),
-        descriptor(library.descriptor(index)),
-        handle(descriptor->instantiate(descriptor, rate, "", nullptr)),
-        memory(static_cast<std::size_t>(layout.count()) * kFrames) {
-    for (int port = 0; port < layout.count(); ++port) {
-      float* const data = memory.data() + static_cast<std::size_t>(port) * kFrames;
-      if (port < layout.control()) std::fill_n(data, kFrames, 0.25F);
-      if (port == layout.enabled()) *data = 1.0F;
-      if (port >= layout.firstParameter()) {
-        const int id = lv2::parameterInPlace(port - layout.firstParameter());
-        *data = kParameterTable[static_cast<std::size_t>(id)].value;
-      }
-      const bool events = port == layout.control() || port == layout.notify();
-      descriptor->connect_port(handle, static_cast<std::uint32_t>(port), events ? nullptr : data);
+/// An instance without a worker, which plays a constant.
+struct Instance : Lv2Rig {
+  Instance(const Library& library, std::size_t plugin, double rate)
+      : Lv2Rig(lv2::kPlugins[plugin], rate, kNoWorker, {}, library.find()) {
+    for (auto* const channels : {&in, &side}) {
+      for (auto& channel : *channels) std::fill(channel.begin(), channel.end(), 0.25F);
     }
-    descriptor->activate(handle);
   }
-  ~Instance() { descriptor->cleanup(handle); }
-  Instance(const Instance&) = delete;
-  Instance& operator=(const Instance&) = delete;
-
   /// Plays a quarter of a second; the last sample out.
   [[nodiscard]] float play(double rate) {
-    for (double at = 0.0; at < rate * 0.25; at += kFrames) descriptor->run(handle, kFrames);
-    return memory[static_cast<std::size_t>(layout.output(0)) * kFrames + kFrames - 1];
+    for (double at = 0.0; at < rate * 0.25; at += 512) run(512);
+    return out[0][511];
   }
-  void set(int id, float plain) {
-    const int port = layout.firstParameter() + lv2::placeOfParameter(id);
-    memory[static_cast<std::size_t>(port) * kFrames] = plain;
-  }
-
- private:
-  const lv2::PortLayout& layout;
-  const LV2_Descriptor* descriptor;
-  LV2_Handle handle;
-  std::vector<float> memory;
 };
 
 /// Of this process, kilobytes.
@@ -102,7 +71,7 @@ TEST(Lv2Bundle, ManyInstancesAtAllRatesPlaySideBySide) {
   { const Instance first(library, 0, 48000.0); }
   [[maybe_unused]] const long before = residentMemory();
   std::vector<std::unique_ptr<Instance>> instances;
-  for (std::uint32_t i = 0; i < 32; ++i) {
+  for (std::size_t i = 0; i < 32; ++i) {
     instances.push_back(std::make_unique<Instance>(library, i % 3, kRates[i % kRates.size()]));
   }
   for (std::size_t i = 0; i < instances.size(); ++i) {
@@ -119,7 +88,7 @@ TEST(Lv2Bundle, ManyInstancesAtAllRatesPlaySideBySide) {
 
 TEST(Lv2Bundle, RefusesWhatIsNoRate) {
   const Library library;
-  const LV2_Descriptor* const descriptor = library.descriptor(0);
+  const LV2_Descriptor* const descriptor = library.find()(0);
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
   for (const double rate : {0.0, -48000.0, 1.1e7, kInfinite, -kInfinite, std::nan("")}) {
     testing::internal::CaptureStderr();
@@ -132,7 +101,7 @@ namespace {
 
 /// Whether controls reach the sound of an instance, which without a worker takes its timer.
 bool isServed(Instance& instance) {
-  instance.set(kIpTrim, 6.0F);
+  instance.parameter(kIpTrim) = 6.0F;
   for (int turn = 0; turn < 100; ++turn) {
     if (std::abs(instance.play(48000.0) - 0.25F * 1.99526F) < 1e-4F) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));

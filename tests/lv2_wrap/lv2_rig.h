@@ -76,14 +76,14 @@ class Lv2Rig {
   static constexpr std::uint32_t kMostFrames = 8192;
 
   explicit Lv2Rig(const lv2::PortLayout& plugin, double rate = 48000.0, Worker worker = kWorker,
-                  const Settings& settings = {})
+                  const Settings& settings = {}, LV2_Descriptor_Function find = &lv2_descriptor)
       : layout(plugin), controls(static_cast<std::size_t>(plugin.count())) {
     const LV2_Feature map = {LV2_URID__map, UridMap::feature()};
     const LV2_Feature schedule = {LV2_WORKER__schedule, &workerFeature};
     const LV2_Feature change = {lv2::kPortChangeRequestUri, &changeFeature};
     const std::array<const LV2_Feature*, 4> features = {
         &map, &change, worker == kWorker ? &schedule : nullptr, nullptr};
-    for (std::uint32_t i = 0; (descriptor = lv2_descriptor(i)) != nullptr; ++i) {
+    for (std::uint32_t i = 0; (descriptor = find(i)) != nullptr; ++i) {
       if (std::strcmp(descriptor->URI, layout.uri) == 0) break;
     }
     instance = descriptor->instantiate(descriptor, rate, "", features.data());

@@ -88,13 +88,17 @@ class SideBySide {
   const Stereo<float> side = noise<float>(kFrames);
 };
 
-/// Runs a constant in all channels for some blocks and gives the level of the last one's end.
-float levelAfter(Lv2Rig& rig, int blocks, std::uint32_t frames) {
-  for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
+void runAndWork(Lv2Rig& rig, int blocks, std::uint32_t frames = 1024) {
   for (int block = 0; block < blocks; ++block) {
     rig.run(frames);
     rig.work();
   }
+}
+
+/// Runs a constant in all channels for some blocks and gives the level of the last one's end.
+float levelAfter(Lv2Rig& rig, int blocks, std::uint32_t frames) {
+  for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
+  runAndWork(rig, blocks, frames);
   return rig.out[0][frames - 1];
 }
 
@@ -111,13 +115,6 @@ StoredState stateOf(Plug& plug) {
   state.values[UridMap::map(lv2::kChunkUri)] = {{bytes, bytes + size},
                                                 UridMap::map(LV2_ATOM__Chunk)};
   return state;
-}
-
-void runAndWork(Lv2Rig& rig, int blocks) {
-  for (int block = 0; block < blocks; ++block) {
-    rig.run(1024);
-    rig.work();
-  }
 }
 
 double decibels(float level) { return 20.0 * std::log10(static_cast<double>(level)); }
@@ -237,8 +234,7 @@ TEST(Lv2Plugin, StatesBringBanksAndPortsHaveTheLastWord) {
   Lv2Rig first(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -3.0F}});
   first.run(64);
   first.parameter("kABBank") = 2.0F;  // bank C keeps -9, bank A -3
-  first.run(4096);
-  first.work();
+  runAndWork(first, 1, 4096);
   // While the host is asked to move this port back.
   first.parameter("kOpTrim") = -9.0F;
   EXPECT_NEAR(runBoth(first), decibels(0.5F) - 9.0, 0.01);
@@ -380,8 +376,7 @@ TEST(Lv2Plugin, DamagedStatesChangeNothing) {
   StoredState state = before;
   state.values[portsKey].bytes.resize(100);
   EXPECT_EQ(rig.restore(state), LV2_STATE_SUCCESS);
-  rig.run(64);
-  rig.work();
+  runAndWork(rig, 1, 64);
   EXPECT_EQ(rig.save().values[key].bytes, before.values.at(key).bytes);
 }
 
@@ -392,15 +387,11 @@ TEST(Lv2Plugin, TellsTheHostWhatChangedInside) {
   EXPECT_TRUE(rig.requests.empty());
   // A switch of banks brings other values: B of the factory content compresses.
   rig.parameter("kABBank") = 1.0F;
-  rig.run(4096);
-  rig.work();
+  runAndWork(rig, 1, 4096);
   rig.run(64);
   const auto requests = rig.requests;
   rig.requests.clear();
-  for (int block = 0; block < 20; ++block) {
-    rig.run(1024);
-    rig.work();
-  }
+  runAndWork(rig, 20);
   EXPECT_TRUE(rig.requests.empty()) << "the answers of the host are no news";
   for (const auto& [id, plain] : requests) {
     EXPECT_NE(id, kABBank);
