@@ -164,6 +164,35 @@ TEST(DF1CascadeTest, ResetsAtOnceAndNewRatesClearTheState) {
   EXPECT_EQ(samples, std::vector<double>(1001, 0.5));
 }
 
+TEST(DF1CascadeTest, TailsEndInSilenceBeforeTheSubnormalRange) {
+  PlainCascade filter;
+  const double decay[] = {1.0, 0.0, 0.0, -0.5, 0.0};
+  filter.setCoefficients(decay, 1);
+  std::vector<double> wide(1100, 1e-290);
+  processInRealTime(filter, wide.data(), 1100);
+  double last = wide.back();
+  for (int block = 0; block < 100; ++block) {
+    double silence = 0.0;
+    processInRealTime(filter, &silence, 1);
+    // Halved by each block until the state is a factor of two above the subnormal range.
+    last = last < 2 * std::numeric_limits<double>::min() ? 0.0 : 0.5 * last;
+    ASSERT_EQ(silence, last) << block;
+  }
+  EXPECT_EQ(last, 0.0);
+  // In single precision all that is far below 1e-15 becomes what that number is rounded by.
+  std::vector<float> narrow(1100, 1e-30F);
+  processInRealTime(filter, narrow.data(), 1100);
+  for (const float sample : narrow) ASSERT_EQ(sample, static_cast<float>(double{1e-15F} - 1e-15));
+  narrow.assign(1100, 0.0F);
+  narrow.back() = 1e-45F;
+  const double small[] = {1e-3, 0.0, 0.0, -0.5, 0.0};
+  filter.setCoefficients(small, 1);
+  processInRealTime(filter, narrow.data(), 1100);
+  double silence = 0.0;
+  processInRealTime(filter, &silence, 1);
+  EXPECT_EQ(silence, 0.0) << "what is far below 1e-30 does not stay in the state";
+}
+
 TEST(DF1CascadeTest, BypassRunsItsRampOutAndThenPasses) {
   for (const bool difference : {false, true}) {
     BLTEQ filter;
