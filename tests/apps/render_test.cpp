@@ -46,6 +46,7 @@ TEST_F(Render, theInputComesOutBitForBitWithoutBandsAndInItsPlaceBehindALatency)
     EXPECT_EQ(out.sampleRate, 44100);
     EXPECT_EQ(out.channels, audio.channels);
     EXPECT_EQ(out.samples, audio.samples);
+    EXPECT_EQ(run("render @in.wav @out.wav").status, 0) << "with a report";
     for (const char* block : {"1", "64", "1535", "100000"}) {
       SCOPED_TRACE(testing::Message() << frames << " frames in blocks of " << block);
       const Audio late = render(std::string("--double --format f64 --block ") + block);
