@@ -18,17 +18,7 @@
 #include "tests/support/host_memory.h"
 #include "tests/support/realtime_guard.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define CORVANTHELIS_INSTRUMENTED
-#endif
-
 namespace {
-
-#ifdef CORVANTHELIS_INSTRUMENTED
-constexpr int kTimes = 13;  // all would take minutes
-#else
-constexpr int kTimes = 1;
-#endif
 
 thread_local bool isMeeting = false;
 std::atomic<const Shortage*> present{nullptr};
@@ -72,7 +62,7 @@ void meetAll(Report& report, const Attempt& attempt, int step, bool lasts, bool 
 std::vector<int> walk(Report& report, const std::function<Attempt()>& prepare,
                       const WalkOptions& options, bool lasts) {
   std::vector<int> deaths;
-  const int step = kTimes * (lasts ? options.lastingStep : options.step);
+  const int step = lasts ? options.lastingStep : options.step;
   while (!report.isDone) {
     const pid_t child = fork();
     if (child == 0) {
@@ -88,33 +78,6 @@ std::vector<int> walk(Report& report, const std::function<Attempt()>& prepare,
 }
 
 }  // namespace
-
-#ifdef CORVANTHELIS_INSTRUMENTED
-// The sanitizers' `malloc` cannot be stood in for, but what C++ allocates can be.
-namespace {
-void* take(std::size_t bytes, std::size_t alignment) {
-  void* const memory =
-      fails() ? nullptr
-              : std::aligned_alloc(alignment, (bytes + alignment) / alignment * alignment);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-}  // namespace
-void* operator new(std::size_t bytes) { return take(bytes, alignof(std::max_align_t)); }
-void* operator new[](std::size_t bytes) { return take(bytes, alignof(std::max_align_t)); }
-void* operator new(std::size_t bytes, std::align_val_t at) {
-  return take(bytes, static_cast<std::size_t>(at));
-}
-void* operator new[](std::size_t bytes, std::align_val_t at) {
-  return take(bytes, static_cast<std::size_t>(at));
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
-#endif
 
 Shortage::Scope::Scope(const Shortage& which) noexcept : shortage(which) {
   isMeeting = true;
