@@ -72,7 +72,7 @@ bool CrossoverEdits::takesPart(int index) const {
 void CrossoverEdits::endLostGesture(int index) {
   const Gesture open = gesture.load();
   if (open.isOpen && !crossoverOf(index).bands.empty()) {
-    plug.endEdit(bandParameterId(open.band, kB1Frequency));
+    plug.endLostGesture(bandParameterId(open.band, kB1Frequency));
   }
 }
 

@@ -203,6 +203,7 @@ void Plug::beginEdit(std::int32_t index) {
 }
 
 void Plug::endEdit(std::int32_t index) {
+  if (isLateEnd(index)) return;
   PlugBaseJSON::endEdit(index);
   linkedEdits.endRecording(index);
   crossoverEdits.endEdit(index);

@@ -63,6 +63,7 @@ PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRec
       programs(at(std::max(numPrograms, 1))),
       audioChanged(table.size()),
       openGestures(table.size()),
+      lateEnds(table.size()),
       echoes(table.size()) {
   assert(table.size() <= kMostParameters);
   canProcessReplacing();
@@ -195,6 +196,7 @@ void PlugBase::beginEdit(std::int32_t index) {
 }
 
 void PlugBase::endEdit(std::int32_t index) {
+  if (isLateEnd(index)) return;
   if (isParameter(index)) openGestures[at(index)].store(false);
   endRecording(index);
   updateDsp(true);

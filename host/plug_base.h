@@ -216,6 +216,8 @@ class PlugBase : public AudioEffectX, public IdleClient {
   /// A gesture is open: its end has been lost if another one of the same parameter begins.
   [[nodiscard]] bool inGesture(std::int32_t index) const noexcept;
   void endLostGesture(std::int32_t index);
+  /// The end of a gesture that `endLostGesture` has ended comes after all; to be left out.
+  [[nodiscard]] bool isLateEnd(std::int32_t index) noexcept;
 
   /// Tells the host the present value of a parameter, which it may give back at any time later.
   void tellValue(std::int32_t index);
@@ -285,6 +287,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   std::atomic<std::int32_t> audioBankSwitch{-1};  // the bank that the audio thread switched to
   std::vector<std::atomic<bool>> audioChanged;    // by parameter
   std::vector<std::atomic<bool>> openGestures;    // by parameter
+  std::vector<std::atomic<bool>> lateEnds;        // by parameter: one may still come
   std::vector<std::atomic<Echo>> echoes;          // by parameter: told, and due to come back
   std::atomic<std::int32_t> groupEndsWith{-1};    // the edit that the open group waits for
 };

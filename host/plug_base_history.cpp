@@ -44,7 +44,14 @@ void PlugBase::endAwaitedGroup(std::int32_t index) {
 }
 
 void PlugBase::endLostGesture(std::int32_t index) {
-  if (inGesture(index)) endEdit(index);
+  if (!inGesture(index)) return;
+  endEdit(index);
+  lateEnds[static_cast<std::size_t>(index)].store(true);
+}
+
+bool PlugBase::isLateEnd(std::int32_t index) noexcept {
+  return isParameter(index) && !inGesture(index) &&
+         lateEnds[static_cast<std::size_t>(index)].exchange(false);
 }
 
 bool PlugBase::inGesture(std::int32_t index) const noexcept {
