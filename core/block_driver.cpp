@@ -122,6 +122,11 @@ void compressor::dropLeavingBands() {
     left.xover |= static_cast<std::uint32_t>(band) << (3 * length++);
   }
   left.xover |= static_cast<std::uint32_t>(length) << kXoverLengthShift;
+  // Where others take over from all crossover bands, the stage goes on with those until they do.
+  if (length == 0 && !layout.copyOf(layout.xover).empty()) {
+    left.xover = seen.xover;
+    length = xoverLength(seen.xover);
+  }
   int slot = 0;
   forEachStage(seen.stages, [&](int stage) {
     const bool stays = stage == kCrossoverStage ? length > 0 : (leaving & bandBit(stage)) == 0;

@@ -226,6 +226,12 @@ TEST(BlockDriverTest, ThePlanHoldsTheStagesInTheirOrder) {
   rig.plug.setParameter(kBandOrder, 1.0F);
   rig.set({{"kB4Frequency", 100}});
   EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), plan) << "bad orders keep the last good chain";
+  PlugRig other;
+  compressor& engine = other.plug.getEngine();
+  engine.layout.moveBand(0, kOffList, 0.0);
+  engine.layout.moveBand(1, kXoverList, 500.0);
+  engine.dropLeavingBands();
+  EXPECT_EQ(engine.stagePlanWord(), 0x1U) << "no gap where one band takes over from another";
 }
 
 }  // namespace
