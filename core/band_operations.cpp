@@ -76,11 +76,13 @@ std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wan
   BandLayout& layout = plug.getEngine().layout;
   std::vector<CrossoverPlace> others;
   {
+    // Those included that a broken order has kept out: it is repaired, too.
     const BandLayout::Scope lock(layout);
-    for (const std::int32_t other : layout.xover) {
-      if (other == band) continue;
-      others.push_back({other, layout.frequency[static_cast<std::size_t>(other)],
-                        plug.isLocked(bandParameterId(other, kB1Frequency))});
+    for (std::int32_t other = 0; other < kBands; ++other) {
+      const auto index = static_cast<std::size_t>(other);
+      if (other == band || !layout.state[index] || !layout.isXover[index]) continue;
+      others.push_back(
+          {other, layout.frequency[index], plug.isLocked(bandParameterId(other, kB1Frequency))});
     }
   }
   separateEqual(others);

@@ -266,6 +266,10 @@ TEST(CrossoverEditsTest, ABandThatComesFindsRoomOrNothingHappens) {
   const double top = 20000;
   expectCrossover(ends, {5, 4, 0, 2, 3, 1}, {15, 22.5, 1000, top / 2.25, top / 1.5, top});
 
+  PlugRig broken({{"kB3State", 1}, {"kB3Type", 0}, {"kB3Frequency", 1000}});  // out of the chain
+  EXPECT_TRUE(broken.plug.addBand(kXoverList, 1400.0));
+  expectCrossover(broken, {0, 1, 2}, {1400 / 1.5, 1400, 2100});
+
   for (const int locked : {0, 1, 2}) moved.plug.setLocked(frequencyOf(locked), true);
   EXPECT_TRUE(moved.plug.addBand(kXoverList, 20000.0)) << "above those that stay";
   const Values before = valuesOf(moved.plug);
