@@ -70,8 +70,6 @@ std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPres
     taken = PlugBaseJSON::setChunk(data, byteSize, isPreset);
     if (isPreset || taken == 0 || chunkRefused()) return taken;
   }
-  // Behind the banks, which come after the program that the host has heard of.
-  tellHostVendorSpecific(kProgramChanged, 0);
   for (int id = 0; id < kNumParams; ++id) {
     if (normalisedValue(id) != before[at(id)]) {
       tellValue(id);

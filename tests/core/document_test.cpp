@@ -494,6 +494,7 @@ TEST(PlugDocumentTest, AFullLoadTellsTheHostWhatChangedAndKeepsWhatWasHeard) {
   for (const bool isSecond : {false, true}) {
     to.messages.clear();
     load(to.plug, text);
+    EXPECT_EQ(to.count(kHostVendorSpecific, kProgramChanged), 1);
     EXPECT_EQ(to.get("kABBank"), 4.0);
     EXPECT_EQ(to.plug.getCurrentBank(), 4);
     EXPECT_NEAR(to.get("kB1Threshold"), -30.0, 1e-4) << "as it was heard, not as the bank has it";
