@@ -70,6 +70,7 @@ std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPres
     taken = PlugBaseJSON::setChunk(data, byteSize, isPreset);
     if (isPreset || taken == 0 || chunkRefused()) return taken;
   }
+  // The host has heard that the program is another one, behind all that was loaded.
   for (int id = 0; id < kNumParams; ++id) {
     if (normalisedValue(id) != before[at(id)]) {
       tellValue(id);
