@@ -89,8 +89,8 @@ float PlugBaseJSON::convertLoadedValue(std::int32_t /*index*/, double value) con
 std::int32_t PlugBaseJSON::getChunk(void** data, bool isPreset) {
   if (data == nullptr) return 0;
   const StateScope scope(*this);
-  if (extrasChanged()) markChanged();
   try {
+    if (extrasChanged()) markChanged();
     if (isPreset || !chunkCache || chunkDirty.load(std::memory_order_acquire)) {
       // Before the values are read: what changes meanwhile marks the state again. An exchange, so
       // that the values behind a mark that it takes away are seen.

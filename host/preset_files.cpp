@@ -236,8 +236,9 @@ bool PresetFiles::takeDocument(const std::string& bytes, bool isPreset, const st
   const FileLoadingScope loading(editor);
   StateSnapshot before = takeSnapshot(isPreset, from);
   if (before.data.empty()) return false;
-  undoStates.push_back(std::move(before));
+  undoStates.reserve(undoStates.size() + 1);
   plug.setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), isPreset);
+  undoStates.push_back(std::move(before));  // not of a load that has failed
   if (isPreset) setPlace(to);
   if (!name.empty()) plug.setProgramName(name.c_str());
   updatePresetButtons();
