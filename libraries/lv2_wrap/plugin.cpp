@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "core/parameter_table.h"
 
@@ -46,6 +47,7 @@ Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
   effect.resume();
   void* chunk = nullptr;
   const std::int32_t size = effect.getChunk(&chunk, false);
+  if (chunk == nullptr) throw std::bad_alloc();
   newState.assign(static_cast<const char*>(chunk), static_cast<std::size_t>(size));
   for (int id = 0; id < kNumParams; ++id) {
     defaults[at(id)] = kParameterTable[at(id)].value;

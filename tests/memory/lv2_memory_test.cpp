@@ -102,10 +102,13 @@ std::string madeUnder(const Shortage& shortage) {
       shortage.under([&] { return plugin.instantiate(&plugin, 48000.0, "", features); });
   if (instance == nullptr) return "";
   StoredState state;
-  static_cast<const LV2_State_Interface*>(plugin.extension_data(LV2_STATE__interface))
-      ->save(instance, &Host::store, &state, 0, nullptr);
+  const auto* const interface =
+      static_cast<const LV2_State_Interface*>(plugin.extension_data(LV2_STATE__interface));
+  // A state of nothing is that of a new instance.
+  const auto status = interface->restore(instance, &StoredState::retrieve, &state, 0, nullptr);
+  interface->save(instance, &Host::store, &state, 0, nullptr);
   plugin.cleanup(instance);
-  return Host::textOf(state);
+  return status == LV2_STATE_SUCCESS ? Host::textOf(state) : "no new state";
 }
 
 /// Whether `isIt` comes true while jobs and ticks have their time.
