@@ -48,7 +48,6 @@ std::optional<RenderReport> renderReported(const RenderItem& item, const RenderO
 
 RenderOutcome renderOne(const RenderItem& item, const RenderOptions& options,
                         ProgressBar& progress) {
-  if (stopRequested()) return {std::nullopt, "interrupted"};
   RenderOutcome outcome;
   try {
     outcome.report = renderReported(item, options, progress, outcome.failure);
@@ -68,7 +67,10 @@ std::vector<RenderOutcome> renderAll(std::span<const RenderItem> items,
   std::atomic<std::size_t> next{0};
   const auto work = [&] {
     for (std::size_t i = next++; i < items.size(); i = next++) {
-      outcomes[i] = renderOne(items[i], options, progress);
+      // A file that is the only one is tried, and tells of it.
+      const bool isLeftOut = items.size() > 1 && stopRequested();
+      outcomes[i] = isLeftOut ? RenderOutcome{std::nullopt, "interrupted"}
+                              : renderOne(items[i], options, progress);
     }
   };
   const std::size_t workers = std::min(static_cast<std::size_t>(std::max(jobs, 1)), items.size());

@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <signal.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <span>
 #include <system_error>
 #include <thread>
 
 #include "apps/batch.h"
+#include "platform/stop_request.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
 
@@ -253,6 +257,13 @@ TEST_F(Render, aBatchThatGetsNoThreadGoesOnAlone) {
     EXPECT_TRUE(outcome.report.has_value()) << outcome.failure;
   }
   pthread_setattr_default_np(&usual);
+  const auto stopped = [&] {
+    catchStopRequests();
+    ::raise(SIGTERM);
+    static_cast<void>(renderAll(std::span(items).first(1), {}, 1, progress));
+    std::exit(0);
+  };
+  EXPECT_EXIT(stopped(), testing::ExitedWithCode(0), "interrupted") << "the only file has its line";
 }
 
 }  // namespace
