@@ -21,8 +21,9 @@ std::string outputFor(const std::string& input, const std::string& directory) {
 }
 
 /// The same text for all names of one file, be it there or not.
-std::string identityOf(const std::string& path) {
-  if (auto real = realPath(path)) return std::move(*real);
+std::string identityOf(const std::string& name) {
+  if (auto real = realPath(name)) return std::move(*real);
+  const std::string path = resolvedLinks(name);
   const std::string parent = parentFolder(path);
   const auto folder = realPath(parent.empty() ? "." : parent);
   return folder ? joinedPath(*folder, path.substr(path.rfind('/') + 1)) : path;

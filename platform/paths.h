@@ -26,6 +26,8 @@
 [[nodiscard]] bool isNameTaken(const std::string& path) noexcept;
 /// Absolute and without links; empty for what is not there.
 [[nodiscard]] std::optional<std::string> realPath(const std::string& path);
+/// Where a chain of symbolic links ends, even if nothing stands there yet.
+[[nodiscard]] std::string resolvedLinks(std::string path);
 [[nodiscard]] std::error_code moveFile(const std::string& from, const std::string& to) noexcept;
 
 /// One name in a folder; what a link leads to counts.

@@ -8,10 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <climits>
 #include <cstdio>
 #include <random>
-#include <string_view>
 #include <utility>
 
 #include "platform/paths.h"
@@ -20,19 +18,6 @@
 namespace {
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
-
-/// Where a chain of symbolic links ends, even if nothing stands there yet.
-std::string resolveLinks(std::string path) {
-  constexpr int kMostLinks = 40;
-  std::array<char, PATH_MAX> target;
-  for (int i = 0; i < kMostLinks; ++i) {
-    const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
-    if (size <= 0) break;
-    const std::string_view next(target.data(), static_cast<std::size_t>(size));
-    path = next.front() == '/' ? next : joinedPath(parentFolder(path), next);
-  }
-  return path;
-}
 
 /// A name beside `target` that nobody else has. It is cut so that a long name stays a valid one.
 std::string nameBeside(const std::string& target) {
@@ -51,7 +36,7 @@ AtomicFile::~AtomicFile() { discard(); }
 
 std::error_code AtomicFile::open(const std::string& target) {
   discard();
-  finalPath = resolveLinks(target);
+  finalPath = resolvedLinks(target);
   struct stat status {};
   const bool exists = ::stat(finalPath.c_str(), &status) == 0;
   if (!exists && errno != ENOENT) return lastError();

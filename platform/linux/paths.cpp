@@ -2,8 +2,11 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -69,6 +72,18 @@ std::optional<std::string> realPath(const std::string& path) {
   if (real != nullptr) return real.get();
   if (errno == ENOMEM) throw std::bad_alloc();
   return std::nullopt;
+}
+
+std::string resolvedLinks(std::string path) {
+  constexpr int kMostLinks = 40;
+  std::array<char, PATH_MAX> target;
+  for (int i = 0; i < kMostLinks; ++i) {
+    const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
+    if (size <= 0) break;
+    const std::string_view next(target.data(), static_cast<std::size_t>(size));
+    path = next.front() == '/' ? next : joinedPath(parentFolder(path), next);
+  }
+  return path;
 }
 
 std::error_code moveFile(const std::string& from, const std::string& to) noexcept {

@@ -219,6 +219,8 @@ TEST_F(Command, aBatchTakesWhatItCanReadAndFailsFileByFile) {
   std::filesystem::create_symlink("in.wav", file("folder/twin.wav"));
   std::filesystem::copy_file(file("in.wav"), file("twin.wav"));
   EXPECT_EQ(run("render @in.wav @twin.wav --out-dir @folder").status, 2) << "one file twice";
+  std::filesystem::remove(file("folder/in.wav"));
+  EXPECT_EQ(run("render @in.wav @twin.wav --out-dir @folder").status, 2) << "though not there yet";
 }
 
 TEST_F(Command, aMessageIntoAPipeThatNobodyReadsDoesNotEndTheBatch) {
