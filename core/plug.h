@@ -79,7 +79,9 @@ class Plug : public PlugBaseJSON {
   /// Where memory runs out, nothing of it is lost: `isUpdateMissing` says so until `onIdle` or
   /// another call has come to the end.
   void updateDsp(bool force) override;
-  [[nodiscard]] bool isUpdateMissing() const noexcept { return updateMissing.load(relaxed); }
+  [[nodiscard]] bool isUpdateMissing() const noexcept {
+    return updateMissing.load(relaxed) || repairMissing.load(relaxed);
+  }
   void offlineChanged(bool offline) override;
   /// Works out the latency and tells the host when it has changed.
   void updateLatency();

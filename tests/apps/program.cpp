@@ -32,7 +32,7 @@ void replaceAll(std::string& text, const std::string& what, const std::string& w
 
 ProgramRun ProgramTest::run(std::string arguments, const std::string& program) const {
   replaceAll(arguments, "@", file(""));
-  ProgramRun result = runProgram(arguments, program);
+  ProgramRun result = program.empty() ? runProgram(arguments) : runProgram(arguments, program);
   replaceAll(result.out, file(""), "@");
   replaceAll(result.err, file(""), "@");
   return result;

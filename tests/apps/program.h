@@ -27,8 +27,9 @@ void replaceAll(std::string& text, const std::string& what, const std::string& w
 class ProgramTest : public testing::Test {
  protected:
   [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
-  /// Runs `arguments` in which every @name stands for a file of the test, as in what it answers.
-  ProgramRun run(std::string arguments, const std::string& program = CORVANTHELIS_PROGRAM) const;
+  /// Runs `arguments` in which every @name stands for a file of the test, as in what it answers;
+  /// by the built program unless another is named.
+  ProgramRun run(std::string arguments, const std::string& program = "") const;
 
   const TestDirectory directory;
 };
