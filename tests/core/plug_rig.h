@@ -150,6 +150,7 @@ inline double linear(double dB) { return std::pow(10.0, dB / 20.0); }
 
 inline std::vector<float> normalisedValues(Plug& plug) {
   std::vector<float> values;
+  values.reserve(kNumParams);
   for (int id = 0; id < kNumParams; ++id) values.push_back(plug.getParameter(id));
   return values;
 }

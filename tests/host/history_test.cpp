@@ -78,6 +78,7 @@ TEST_F(HistoryTest, AClickThatChangesNothingAndAutomationAreNoSteps) {
   EXPECT_FALSE(effect.canUndo() || effect.canRedo());
 }
 
+// NOLINTNEXTLINE(readability-function-cognitive-complexity): one walk with all its turns
 TEST_F(HistoryTest, RandomWalksThroughTheHistoryAreExact) {
   std::mt19937 random(3);
   std::vector<std::vector<float>> states = {values()};

@@ -34,6 +34,7 @@ class ProgramMemory : public testing::Test {
     shortage->met = 0;
     words.insert(words.begin(), CORVANTHELIS_PROGRAM);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 2);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const pid_t child = vfork();
