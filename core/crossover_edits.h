@@ -37,8 +37,8 @@ class CrossoverEdits {
     std::size_t place = 0;        // of the band whose parameter it is
   };
 
-  /// The open one, if `isOpen`.
-  struct Gesture {
+  /// The open one, if `isOpen`. Aligned as one word, or some compilers call a library with locks.
+  struct alignas(4) Gesture {
     bool isOpen = false;
     std::uint8_t band = 0;
     std::uint16_t companions = 0;  // other bands, as bits

@@ -171,7 +171,8 @@ class compressor {
     bool listen = false;  // to the difference of wet and dry
   };
   /// The chain in two halves of one word, so that a band is never seen in both or in neither.
-  struct StagePlan {
+  /// Aligned as one, or some compilers call a library with locks for it.
+  struct alignas(8) StagePlan {
     // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
     std::uint32_t stages = 0;
     // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.

@@ -255,7 +255,8 @@ class PlugBase : public AudioEffectX, public IdleClient {
   HistoryStack redoStack;
 
  private:
-  struct Echo {
+  /// Aligned as one word, or some compilers call a library with locks for it.
+  struct alignas(8) Echo {
     float normalised = 0.0F;
     std::uint32_t isDue = 0;
   };
