@@ -2,7 +2,7 @@
 """Prints "PASSED FAILED" for a JUnit file of ctest, and on stderr what each failing test printed.
 
 Tests that are disabled or skipped themselves count as neither; those that could not be run, because
-their program is missing for one, have failed.
+their program is missing for one, have failed. Lines of passing tests that begin with "note: " are shown.
 
 Usage: count_tests.py RESULTS
 """
@@ -17,15 +17,27 @@ def wasSkipped(case):
         reason is not None and reason.get("message", "").startswith("SKIP_"))
 
 
+def howItEnded(case):
+    reason = case.find("failure")
+    if reason is not None and "imeout" in reason.get("message", ""):
+        return "ran into its limit of"
+    return "failed after"
+
+
 def main():
     passed = failed = 0
     for case in xml.etree.ElementTree.parse(sys.argv[1]).getroot().iter("testcase"):
+        printed = case.findtext("system-out", "")
         if case.get("status") == "run":
             passed += 1
+            for line in printed.splitlines():
+                if line.startswith("note: "):
+                    print(f"{case.get('name')}: {line[6:]}", file=sys.stderr)
         elif not wasSkipped(case):
             failed += 1
-            print(f"--- failed: {case.get('name')} after {case.get('time')} s", file=sys.stderr)
-            print(case.findtext("system-out", "").rstrip(), file=sys.stderr)
+            seconds = float(case.get("time") or 0)
+            print(f"--- {case.get('name')} {howItEnded(case)} {seconds:.0f} s", file=sys.stderr)
+            print(printed.rstrip(), file=sys.stderr)
     print(passed, failed)
 
 
