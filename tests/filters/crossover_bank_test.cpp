@@ -1,0 +1,198 @@
+#include "filters/crossover_bank.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "tests/support/plain_convolution.h"
+#include "tests/support/real_time.h"
+
+namespace {
+
+constexpr std::size_t kBands = CrossoverBank::kBands;
+constexpr double kMinus280Db = 1e-14;
+
+struct Splits {
+  std::vector<double> centres, slopes;
+};
+
+Splits randomSplits(std::mt19937& random, int bands) {
+  std::uniform_real_distribution<double> octave(0.3, 1.6);
+  Splits splits;
+  double centre = 30.0 * std::exp2(octave(random));
+  for (int b = 0; b < bands; ++b) {
+    splits.centres.push_back(centre);  // NOLINT(performance-inefficient-vector-operation): few
+    splits.slopes.push_back(6.0 + static_cast<double>(random() % 900) / 10.0);
+    centre *= std::exp2(octave(random));
+  }
+  return splits;
+}
+
+/// The share of a signal at `hz` that lies below the split over band `b`.
+double below(const Splits& splits, std::size_t b, double hz) {
+  if (b + 1 >= splits.centres.size()) return 1.0;
+  const double split = std::sqrt(splits.centres[b] * splits.centres[b + 1]);
+  return 1.0 / (1.0 + std::pow(hz / split, splits.slopes[b] / 6));
+}
+
+/// A band's magnitude: what lies below the split over it, less what lies below the one under it.
+double magnitudeOf(const Splits& splits, int band, double hz) {
+  const auto b = static_cast<std::size_t>(band);
+  if (band < 0 || b >= splits.centres.size()) return 1.0;
+  double magnitude = below(splits, b, hz);
+  for (std::size_t under = 0; under < b; ++under) magnitude *= 1 - below(splits, under, hz);
+  return magnitude;
+}
+
+/// Every `step`-th tap of a band's kernel by its definition.
+Signal tapsOf(const Splits& splits, std::size_t band, double rate, int step) {
+  Signal taps;
+  Signal share(1024);
+  for (int bin = 0; bin < 1024; ++bin) {
+    const double hz = std::min(bin, 1024 - bin) * rate / 1024;
+    share[static_cast<std::size_t>(bin)] =
+        below(splits, band, hz) - (band == 0 ? 0.0 : below(splits, band - 1, hz));
+  }
+  for (int tap = 0; tap < 1024; tap += step) {
+    double sum = 0.0;
+    for (int bin = 0; bin < 1024; ++bin) {
+      const int turn = bin * (tap + 512) % 1024;
+      sum += share[static_cast<std::size_t>(bin)] * std::cos(2 * std::numbers::pi * turn / 1024);
+    }
+    const double u = tap / 512.0 - 1.0;
+    const double window = std::cyl_bessel_i(0.0, 12 * std::sqrt(1 - u * u));
+    taps.push_back(sum / 1024 * window / std::cyl_bessel_i(0.0, 12.0));
+  }
+  return taps;
+}
+
+/// The bands of a block: band b's left and right at 2b, 2b + 1.
+using Bands = std::array<Signal, 2 * kBands>;
+
+Bands run(CrossoverBank& bank, const std::array<Signal, 2>& input, std::size_t bands) {
+  Bands out;
+  std::array<std::array<double*, kBands>, 2> to{};
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    out[i].resize(input[0].size());
+    to[i % 2][i / 2] = out[i].data();
+  }
+  const double* const inputs[] = {input[0].data(), input[1].data()};
+  inRealTime([&] {
+    bank.processBlock(inputs, to[0].data(), to[1].data(), static_cast<int>(bands),
+                      static_cast<int>(input[0].size()));
+  });
+  return out;
+}
+
+TEST(CrossoverBank, HasTheKernelsOfItsSplitsAndSumsToTheDelayedInput) {
+  std::mt19937 random(11);
+  for (const bool isBlocked : {true, false}) {
+    CrossoverBank bank;
+    bank.useBlocked = isBlocked;
+    ASSERT_EQ(bank.latency(), isBlocked ? 1535 : 512);
+    for (const std::size_t bands : {8U, 1U, 2U, 5U, 3U}) {
+      const Splits splits = randomSplits(random, static_cast<int>(bands));
+      for (const double rate : {44100.0, 96000.0}) {
+        SCOPED_TRACE(testing::Message() << bands << " bands at " << rate << ", " << isBlocked);
+        bank.setSampleRate(rate);
+        bank.setSplits(splits.centres, splits.slopes);
+        bank.buildKernels();
+        bank.reset();
+        std::array<Signal, 2> input = {Signal(4000), Signal(4000)};
+        input[0][7] = 1.0;
+        input[1][300] = -0.5;
+        const Bands out = run(bank, input, bands);
+        const auto start = static_cast<std::size_t>(bank.latency()) - 512;
+        for (std::size_t i = 0; i < 2 * bands; ++i) {
+          const Signal taps = tapsOf(splits, i / 2, rate, 16);
+          for (std::size_t k = 0; k < taps.size(); ++k) {
+            const std::size_t n = start + (i % 2 == 0 ? 7 : 300) + 16 * k;
+            // The window is good to 2e-7.
+            ASSERT_NEAR(out[i][n], (i % 2 == 0 ? 1 : -0.5) * taps[k], 1e-6) << i / 2 << " at " << n;
+          }
+        }
+        for (std::size_t n = 0; n < 4000; ++n) {
+          double sums[2] = {};
+          for (std::size_t i = 0; i < 2 * bands; ++i) sums[i % 2] += out[i][n];
+          ASSERT_NEAR(sums[0], n == start + 519 ? 1.0 : 0.0, kMinus280Db) << n;
+          ASSERT_NEAR(sums[1], n == start + 812 ? -0.5 : 0.0, kMinus280Db) << n;
+        }
+      }
+    }
+    // What a reset of one or both channels leaves of the past.
+    for (const bool both : {false, true}) {
+      run(bank, {noiseOf(3000, 1), noiseOf(3000, 2)}, 3);
+      inRealTime([&] { both ? bank.reset() : bank.resetRight(); });
+      const Bands out = run(bank, {Signal(3000), Signal(3000)}, 3);
+      for (const std::size_t right : {1U, 3U, 5U}) {
+        // Of the spectra kept the other channel's part leaves its rounding.
+        for (const double x : out[right]) ASSERT_NEAR(x, 0.0, both ? 0.0 : kMinus280Db);
+        EXPECT_EQ(out[right - 1] == Signal(3000), both);
+      }
+    }
+  }
+}
+
+TEST(CrossoverBank, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {
+  CrossoverBank bank;
+  Splits splits;  // no bands yet
+  std::mt19937 random(12);
+  for (int i = 0; i < 300; ++i) {
+    // Of bands and frequencies of which often only one end, or their number, is another.
+    std::vector<float> at(2 + random() % 2);
+    at.front() = random() % 2 == 0 ? 500.0F : 600.0F;
+    at[1] = 800.0F;
+    at.back() = random() % 2 == 0 ? 2000.0F : 3000.0F;
+    const int band = static_cast<int>(random() % 10) - 1;
+    std::vector<float> out(at.size(), -1.0F);
+    bank.crossoverCurve(at.data(), static_cast<int>(at.size()), out.data(), band);
+    for (std::size_t k = 0; k < at.size(); ++k) {
+      const auto hz = static_cast<double>(at[k]);
+      ASSERT_NEAR(out[k], magnitudeOf(splits, band, hz), 1e-7) << i << ": band " << band;
+      ASSERT_NEAR(bank.bandMagnitude(band, hz), magnitudeOf(splits, band, hz), 1e-12);
+    }
+    if (random() % 3 != 0) continue;
+    splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
+    bank.setSplits(splits.centres, splits.slopes);
+  }
+}
+
+// Run under the thread sanitizer: kernels come at full speed from one thread while another works.
+TEST(CrossoverBank, SumsExactlyWhileAnotherThreadMovesSplitsAndBands) {
+  const auto bank = std::make_unique<CrossoverBank>();
+  const std::array<Signal, 2> input = {noiseOf(64, 5), noiseOf(64, 6)};
+  bank->setSplits(std::array{100.0, 1000.0}, std::array{12.0, 24.0});
+  bank->buildKernels();
+  std::atomic<bool> done{false};
+  std::thread designer([&] {
+    std::mt19937 random(13);
+    while (!done.load()) {
+      const Splits splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
+      bank->setSplits(splits.centres, splits.slopes);
+      bank->buildKernels();
+    }
+  });
+  double worst = 0.0;
+  for (std::size_t block = 0; block < 1000; ++block) {
+    const Bands out = run(*bank, input, 1 + block / 10 % 8);
+    // The input repeats, so that of the delay of 1535 samples 63 are left.
+    for (std::size_t n = 0; n < 64 && block >= 24; ++n) {
+      double sums[2] = {-input[0][(n + 1) % 64], -input[1][(n + 1) % 64]};
+      for (std::size_t i = 0; i < 2 * kBands; ++i) sums[i % 2] += out[i][n];
+      worst = std::max({worst, std::abs(sums[0]), std::abs(sums[1])});
+    }
+  }
+  done = true;
+  designer.join();
+  EXPECT_LT(worst, kMinus280Db);
+}
+
+}  // namespace
