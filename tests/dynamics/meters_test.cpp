@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
+#include <random>
 #include <vector>
 
 #include "dynamics/band_meters.h"
@@ -9,113 +13,163 @@
 
 namespace {
 
-void writeBlock(MeterRings& rings, const std::vector<float>& left, float right, double input,
-                double output) {
-  const int frames = static_cast<int>(left.size());
-  const std::vector<float> rightGains(left.size(), right);
-  const std::vector<double> in(left.size(), input);
-  const std::vector<double> out(left.size(), output);
-  rings.writeInput(0, in.data(), frames);
-  rings.writeReduction(0, left.data(), frames);
-  rings.writeReduction(1, rightGains.data(), frames);
-  rings.writeOutput(1, out.data(), frames);
-  rings.endBlock(frames);
-}
-
-TEST(MeterRingsTest, ReadsTheFurthestValueSinceTheLastCallAndHolds) {
+// All selectors against plain histories: reduction left, right, left, right, input, output.
+TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> gain(0.2, 4.0);
+  std::uniform_real_distribution<double> level(-30.0, 30.0);
   MeterRings rings;
-  EXPECT_EQ(rings.getGainReduction(0), 1.0);
-  writeBlock(rings, {1.0F, 0.5F, 0.9F, 1.2F}, 0.7F, 6.0, -20.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "nothing new: holds";
-  EXPECT_NEAR(rings.getGainReduction(2), 0.5, 1e-6) << "a selector has a position of its own";
-  EXPECT_NEAR(rings.getGainReduction(1), 0.7, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(3), 0.7, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(4), std::pow(10.0, 0.3), 1e-6);
-  EXPECT_EQ(rings.getGainReduction(5), 1.0);
-  EXPECT_NEAR(rings.getGainReduction(7), 0.1, 1e-6);
-  writeBlock(rings, {1.0F, 2.0F, 0.6F, 1.0F}, 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 2.0, 1e-6) << "6 dB up is further than 4.4 dB down";
-  for (const int bad : {-1, 8}) EXPECT_EQ(rings.getGainReduction(bad), 1.0);
-}
-
-TEST(MeterRingsTest, GoesRoundTheRingAndStartsAfreshOnReset) {
-  MeterRings rings;
-  const std::vector<float> quiet(4096, 1.0F);
-  writeBlock(rings, std::vector<float>(4096, 0.25F), 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.25, 1e-6);
-  for (int block = 0; block < 63; ++block) writeBlock(rings, quiet, 1.0F, 0.0, 0.0);
-  EXPECT_EQ(rings.getGainReduction(0), 1.0) << "up to the end of the ring";
-  writeBlock(rings, std::vector<float>(4096, 0.5F), 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "the first entries again";
-  rings.reset();
-  rings.resetReaders();
-  EXPECT_EQ(rings.getGainReduction(0), 1.0);
-}
-
-TEST(BandMetersTest, ShowsWeightedPeaksAndDecaysThem) {
-  BandMeters meter;
-  meter.dynPeak = {-6.0, 3.0};
-  meter.tranPeak = {-1.0, 2.0};
-  meter.envPeak = 0.5;
-  meter.fastLamp = 1.0;
-  meter.endBlock({1.0, 0.5}, 0.25);
-  const struct {
-    int parts, channel;
-    double decibels;
-  } shown[] = {{1, 0, -6.0}, {2, 0, -1.0}, {3, 0, -7.0}, {1, 1, 1.5}, {2, 1, 1.0}, {0, 1, 0.0}};
-  for (const auto& s : shown) {
-    EXPECT_EQ(meter.shownGain(s.parts, s.channel), s.decibels) << s.parts << ", " << s.channel;
-  }
-  EXPECT_NEAR(meter.graphGain(), std::pow(10.0, -7.0 / 20.0), 1e-12) << "7 dB down, 2.5 dB up";
-  EXPECT_EQ(meter.shownEnv(), 0.5);
-  EXPECT_EQ(meter.lamp(true), 1.0);
-  EXPECT_EQ(meter.lamp(false), 0.0);
-  EXPECT_EQ(meter.dynPeak[0], -4.5);
-  EXPECT_EQ(meter.tranPeak[0], -0.75);
-  EXPECT_EQ(meter.envPeak, 0.375);
-  meter.dynPeak[1] = 20.0;
-  meter.endBlock({1.0, 1.0}, 0.0);
-  EXPECT_GT(meter.graphGain(), 10.0) << "the larger is up now";
-  meter.reset();
-  EXPECT_EQ(meter.graphGain(), 1.0);
-  EXPECT_EQ(meter.lamp(true), 0.0);
-}
-
-TEST(OutputPeakTest, CoversItsShareOfAStepInItsTimeAtEveryRate) {
-  const struct {
-    int ballistic;
-    double attackBase, attackSeconds, releaseBase, releaseSeconds;
-  } cases[] = {{kDigital, 0.0, 0.001, 0.1, 0.3},
-               {kPpm, 0.2, 0.005, 0.1, 1.7},
-               {kVu, 0.01, 0.3, 0.01, 0.3},
-               {kBbc, 0.2, 0.01, 0.0631, 2.8}};
-  for (const auto& c : cases) {
-    for (const double rate : {44100.0, 96000.0}) {
-      SCOPED_TRACE(testing::Message() << "ballistic " << c.ballistic << " at " << rate);
-      OutputPeak meter;
-      meter.setBallistic(c.ballistic, rate);
-      const std::vector<float> up(static_cast<std::size_t>(std::lround(rate * c.attackSeconds)),
-                                  -1.0F);
-      const float* const rising = up.data();
-      meter.follow(&rising, 1, static_cast<int>(up.size()));
-      EXPECT_NEAR(meter.peak(0), 1.0 - c.attackBase, 0.002);
-      meter.setBallistic(kDigital, rate);
-      meter.follow(&rising, 1, 1);
-      meter.setBallistic(c.ballistic, rate);
-      const std::vector<double> down(
-          static_cast<std::size_t>(std::lround(rate * c.releaseSeconds)));
-      const double* const falling[] = {down.data(), down.data()};
-      meter.follow(falling, 2, static_cast<int>(down.size()));
-      EXPECT_NEAR(meter.peak(0), c.releaseBase, 0.002);
-      EXPECT_EQ(meter.peak(1), 0.0);
-      const float* const rightOnly[] = {nullptr, rising};
-      meter.follow(rightOnly, 2, static_cast<int>(up.size()));
-      EXPECT_NEAR(meter.peak(0), c.releaseBase, 0.002) << "a missing signal leaves its channel";
-      EXPECT_NEAR(meter.peak(1), 1.0 - c.attackBase, 0.002);
-      meter.reset();
-      EXPECT_EQ(meter.peak(0), 0.0);
+  std::array<double, MeterRings::kSelectors> furthest{};  // dB, since the last call
+  std::array<double, MeterRings::kSelectors> shown{};
+  std::array<bool, MeterRings::kSelectors> fresh{};
+  shown.fill(1.0);
+  for (int block = 0; block < 600; ++block) {
+    const auto frames = 1 + random() % 2000;  // several times round the ring
+    for (const std::size_t c : {0U, 1U}) {
+      std::vector<double> values[3];  // reduction, input, output
+      for (auto& v : values) v.resize(frames);
+      std::vector<float> reduction(frames);
+      for (std::size_t i = 0; i < frames; ++i) {
+        reduction[i] = static_cast<float>(random() % 500 == 0 ? 0.0 : gain(random));
+        values[0][i] = std::max(20 * std::log10(static_cast<double>(reduction[i])), -6000.0);
+        values[1][i] = level(random);
+        values[2][i] = level(random);
+      }
+      const bool silent = random() % 3 == 0;
+      if (silent) values[1].assign(frames, 0.0);
+      const auto channel = static_cast<int>(c);
+      const auto count = static_cast<int>(frames);
+      rings.writeInput(channel, silent ? nullptr : values[1].data(), count);
+      rings.writeReduction(channel, reduction.data(), count);
+      rings.writeOutput(channel, values[2].data(), count);
+      for (const std::size_t s : {c, c + 2, c + 4, c + 6}) {
+        fresh[s] = true;
+        for (const double db : values[s < 4 ? 0 : s / 2 - 1]) {
+          if (std::abs(db) > std::abs(furthest[s])) furthest[s] = db;
+        }
+      }
     }
+    rings.endBlock(static_cast<int>(frames));
+    for (std::size_t s = 0; s < shown.size(); ++s) {
+      if (random() % 4 == 0) continue;
+      if (fresh[s]) shown[s] = std::pow(10.0, furthest[s] / 20.0);
+      furthest[s] = 0.0;
+      fresh[s] = false;
+      for (int again = 0; again < 2; ++again) {  // nothing new: holds
+        const double got = rings.getGainReduction(static_cast<int>(s));
+        ASSERT_NEAR(20 * std::log10(got), 20 * std::log10(shown[s]), 1e-3)
+            << "selector " << s << ", block " << block;
+      }
+    }
+    for (const int bad : {-1, 8}) EXPECT_EQ(rings.getGainReduction(bad), 1.0);
+    if (block != 400) continue;  // once round the ring
+    rings.reset();
+    rings.resetReaders();
+    shown.fill(1.0);
+    furthest.fill(0.0);
+    fresh.fill(false);
+    for (int s = 0; s < 8; ++s) ASSERT_EQ(rings.getGainReduction(s), 1.0) << "after a reset";
+  }
+}
+
+TEST(BandMetersTest, ShowBothChannelsWeightedPeaksAndDecayThem) {
+  std::mt19937 random(2);
+  std::uniform_real_distribution<double> db(-20.0, 20.0);
+  BandMeters meter;
+  for (int block = 0; block < 300; ++block) {
+    BandMeters::Peaks* const peaks[] = {&meter.dynPeak, &meter.tranPeak};
+    for (BandMeters::Peaks* p : peaks) *p = {db(random), db(random)};
+    meter.envPeak = std::abs(db(random));
+    meter.fastLamp = 0.01 * block;
+    meter.slowLamp = 1.0 - 0.001 * block;
+    const BandMeters::Peaks weights = {std::abs(db(random)) / 20, std::abs(db(random)) / 20};
+    const double decay = std::array{0.0, 0.25, 1.0}[random() % 3];
+    const BandMeters::Peaks dynBefore = meter.dynPeak;
+    const BandMeters::Peaks tranBefore = meter.tranPeak;
+    const double envBefore = meter.envPeak;
+    meter.endBlock(weights, decay);
+    double total[2];
+    for (const std::size_t c : {0U, 1U}) {
+      const double dyn = weights[c] * dynBefore[c];
+      const double tran = weights[c] * tranBefore[c];
+      total[c] = dyn + tran;
+      const double expected[] = {0.0, dyn, tran, dyn + tran};
+      for (int parts = 0; parts < 4; ++parts) {
+        ASSERT_EQ(meter.shownGain(parts, static_cast<int>(c)), expected[parts]) << parts;
+      }
+      ASSERT_NEAR(meter.dynPeak[c], dynBefore[c] * (1 - decay), 1e-12);
+      ASSERT_NEAR(meter.tranPeak[c], tranBefore[c] * (1 - decay), 1e-12);
+    }
+    const double larger = std::abs(total[1]) > std::abs(total[0]) ? total[1] : total[0];
+    ASSERT_NEAR(meter.graphGain(), std::pow(10.0, larger / 20.0), 1e-9);
+    ASSERT_EQ(meter.shownEnv(), envBefore);
+    ASSERT_NEAR(meter.envPeak, envBefore * (1 - decay), 1e-12);
+    ASSERT_EQ(meter.lamp(true), 0.01 * block);
+    ASSERT_EQ(meter.lamp(false), 1.0 - 0.001 * block);
+  }
+  meter.reset();
+  for (const int channel : {0, 1}) EXPECT_EQ(meter.shownGain(3, channel), 0.0);
+  EXPECT_EQ(meter.graphGain(), 1.0);
+  EXPECT_EQ(meter.shownEnv() + meter.lamp(true) + meter.lamp(false), 0.0);
+  EXPECT_EQ(meter.dynPeak[1] + meter.tranPeak[1] + meter.envPeak + meter.slowLamp, 0.0);
+}
+
+/// By its definition: a step covers all but `base` of its way in `seconds`.
+struct PlainBallistic {
+  double attackBase, attackSeconds, releaseBase, releaseSeconds;
+
+  [[nodiscard]] double next(double env, double x, double rate) const {
+    if (!std::isfinite(x)) return env;  // would stay for ever
+    const bool rises = std::abs(x) > env;
+    const double seconds = rises ? attackSeconds : releaseSeconds;
+    const double base = rises ? attackBase : releaseBase;
+    const double left = seconds == 0 ? 0 : std::pow(base, 1 / (rate * seconds));
+    return std::abs(x) + (env - std::abs(x)) * left;
+  }
+};
+
+TEST(OutputPeakTest, FollowsEachChannelByItsBallisticAtEveryRate) {
+  constexpr PlainBallistic kDefinitions[] = {
+      {0.1, 0, 0.1, 0.3}, {0.2, 0.005, 0.1, 1.7}, {0.01, 0.3, 0.01, 0.3}, {0.2, 0.01, 0.0631, 2.8}};
+  std::mt19937 random(3);
+  std::normal_distribution<double> normal;
+  OutputPeak meter;
+  double expected[2] = {};
+  double rate = 44100.0;
+  int ballistic = kDigital;
+  for (int block = 0; block < 600; ++block) {
+    if (block % 10 == 0) {
+      ballistic = static_cast<int>(random() % 6) - 1;  // an unknown one is digital
+      rate = random() % 2 == 0 ? 44100.0 : 96000.0;
+      meter.setBallistic(ballistic, rate);
+    }
+    const PlainBallistic& plain = kDefinitions[ballistic < 0 || ballistic > 3 ? 0 : ballistic];
+    if (block % 70 == 69) {
+      meter.reset();
+      expected[0] = expected[1] = 0.0;
+    }
+    const int channels = random() % 5 == 0 ? 1 : 2;
+    std::vector<float> narrow[2];
+    std::vector<double> wide[2];
+    const float* narrowPointers[2] = {};  // a missing signal leaves its channel
+    const double* widePointers[2] = {};
+    if (channels == 1) expected[1] = 0.0;
+    const double level = random() % 3 == 0 ? 0.0 : 1.0;
+    for (int c = 0; c < channels; ++c) {
+      for (int i = 0; i < 200; ++i) narrow[c].push_back(static_cast<float>(level * normal(random)));
+      if (random() % 10 == 0) narrow[c][50] = std::numeric_limits<float>::infinity();
+      if (random() % 10 == 0) narrow[c][60] = std::numeric_limits<float>::quiet_NaN();
+      wide[c].assign(narrow[c].begin(), narrow[c].end());
+      if (random() % 6 == 0) continue;
+      narrowPointers[c] = narrow[c].data();
+      widePointers[c] = wide[c].data();
+      for (const double x : wide[c]) expected[c] = plain.next(expected[c], x, rate);
+    }
+    block % 2 == 0 ? meter.follow(narrowPointers, channels, 200)
+                   : meter.follow(widePointers, channels, 200);
+    for (const int c : {0, 1})
+      ASSERT_NEAR(meter.peak(c), expected[c], 1e-9) << c << " in " << block;
+    for (const int bad : {-1, 2}) EXPECT_EQ(meter.peak(bad), 0.0);
   }
 }
 

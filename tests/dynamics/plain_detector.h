@@ -23,11 +23,11 @@ class PlainDetector {
   double next(double sidechain) {
     const DetectorSettings& s = settings;
     double x = window.next(std::abs(sidechain));
-    const double instant = s.curve.gainDb(x);
+    const double instant = gainDb(x);
     const double envelope = followLevel(x);
     meters.envPeak = std::max(meters.envPeak, envelope);
     x = s.shape == 1.0 ? envelope : x + (envelope - x) * s.shape;
-    x = s.curve.gainDb(x);
+    x = gainDb(x);
     const double smoothed = followGain(x);
     double y = s.shape == 0.0 ? smoothed : x + (smoothed - x) * (1.0 - s.shape);
     const double d = instant - y;
@@ -42,6 +42,19 @@ class PlainDetector {
   Meters meters;
 
  private:
+  /// From 0 dB at a threshold to the range of its side, bent towards a smoothstep.
+  [[nodiscard]] double gainDb(double level) const {
+    const StaticCurve& c = settings.curve;
+    const double db = level < 1e-10 ? -200.0 : 20.0 * std::log10(level);
+    const bool above = db >= c.thresholdHigh;
+    if (!above && db > c.thresholdLow) return 0.0;
+    const double way =
+        above ? (db - c.thresholdHigh) * c.slopeAbove : (c.thresholdLow - db) * c.slopeBelow;
+    const double t = std::min(1.0, way);
+    const double bent = t * t * (3.0 - 2.0 * t);
+    return (t + (bent - t) * c.knee) * (above ? c.rangeAbove : c.rangeBelow);
+  }
+
   double followLevel(double in) {
     const BallisticsCoefficients& c = settings.times;
     meanSquare += (in * in - meanSquare) * c.rmsCoef;

@@ -24,11 +24,9 @@ TEST(SoloWeightsTest, ADynamicEqBandIsHeardAloneBesideTheRestOrNotAtAll) {
                {"another band's sidechain", false, 5, false, false, 1, 1},
                {"another's, this one soloed", true, 5, false, true, 1, 0}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    const StageWeights weights =
-        dynamicEqWeights({2, c.solo}, {c.solo ? 1 : 0, c.scListen, c.listen, c.passband});
-    EXPECT_EQ(weights.band, c.band);
-    EXPECT_EQ(weights.rest, c.rest);
+    const auto weights = dynamicEqWeights({2, c.solo}, {c.solo, c.scListen, c.listen, c.passband});
+    EXPECT_EQ(weights.band, c.band) << c.what;
+    EXPECT_EQ(weights.rest, c.rest) << c.what;
   }
 }
 
@@ -46,13 +44,12 @@ TEST(SoloWeightsTest, CrossoverBandsAreWeighedWhenAllSolosAreAmongThem) {
       {"a solo elsewhere too", {{4, true}, {1, false}}, {2, -1, false, false}, {1, 1}},
       {"a solo elsewhere alone", {{4, false}, {1, false}}, {1, -1, false, true}, {1, 1}},
       {"a sidechain here", {{4, true}, {1, false}}, {1, 1, false, true}, {0, 1}},
-      {"a sidechain elsewhere", {{4, true}, {1, false}}, {1, 7, false, false}, {1, 1}},
-  };
+      {"a sidechain elsewhere", {{4, true}, {1, false}}, {1, 7, false, false}, {1, 1}}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
     const auto weights = crossoverWeights(c.bands, c.listening);
-    for (std::size_t i = 0; i < c.weights.size(); ++i) EXPECT_EQ(weights[i], c.weights[i]) << i;
-    for (std::size_t i = c.weights.size(); i < 8; ++i) EXPECT_EQ(weights[i], 1.0) << i;
+    for (std::size_t i = 0; i < 8; ++i) {
+      EXPECT_EQ(weights[i], i < c.weights.size() ? c.weights[i] : 1.0) << c.what << ", " << i;
+    }
   }
 }
 
