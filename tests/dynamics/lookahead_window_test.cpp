@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "tests/support/real_time.h"
@@ -79,30 +77,6 @@ TEST(LookaheadWindowTest, IsTheMaximumOfNSamplesUnderTwoAveragesInAnyBlocks) {
       ASSERT_NEAR(out[i], n > 3 ? mean(total2, length2) : maximum, n > 3 ? 1e-10 : 0.0) << i;
     }
   }
-}
-
-TEST(LookaheadWindowTest, TakesChangesFromAnotherThreadWithoutHeapOrLock) {
-  LookaheadWindow window;
-  std::atomic<bool> done{false};
-  std::thread control([&] {
-    window.setSampleRate(48000.0);
-    for (int i = 0; i < 4000; ++i) window.setLookahead(static_cast<float>(i * 7919 % 500) * 0.1F);
-    window.setLookahead(10.0F);
-    done = true;
-  });
-  std::vector<double> signal(4096);
-  double largest = 0.0;
-  for (int settled = 0; settled < 3; settled += done ? 1 : 0) {
-    for (const int frames : {1, 63, 64, 4096}) {
-      std::fill(signal.begin(), signal.end(), 0.5);
-      processInRealTime(window, signal.data(), frames);
-      largest = std::max(largest, *std::max_element(signal.begin(), signal.end()));
-    }
-  }
-  control.join();
-  EXPECT_NEAR(largest, 0.5, 1e-10) << "no mixture of lengths and scales";
-  EXPECT_EQ(window.lookaheadSamples(), 480);
-  EXPECT_NEAR(signal.back(), 0.5, 1e-10);
 }
 
 }  // namespace

@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cmath>
-#include <memory>
 #include <numbers>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "tests/support/plain_convolution.h"
@@ -163,36 +160,6 @@ TEST(CrossoverBank, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {
     splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
     bank.setSplits(splits.centres, splits.slopes);
   }
-}
-
-// Run under the thread sanitizer: kernels come at full speed from one thread while another works.
-TEST(CrossoverBank, SumsExactlyWhileAnotherThreadMovesSplitsAndBands) {
-  const auto bank = std::make_unique<CrossoverBank>();
-  const std::array<Signal, 2> input = {noiseOf(64, 5), noiseOf(64, 6)};
-  bank->setSplits(std::array{100.0, 1000.0}, std::array{12.0, 24.0});
-  bank->buildKernels();
-  std::atomic<bool> done{false};
-  std::thread designer([&] {
-    std::mt19937 random(13);
-    while (!done.load()) {
-      const Splits splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
-      bank->setSplits(splits.centres, splits.slopes);
-      bank->buildKernels();
-    }
-  });
-  double worst = 0.0;
-  for (std::size_t block = 0; block < 1000; ++block) {
-    const Bands out = run(*bank, input, 1 + block / 10 % 8);
-    // The input repeats, so that of the delay of 1535 samples 63 are left.
-    for (std::size_t n = 0; n < 64 && block >= 24; ++n) {
-      double sums[2] = {-input[0][(n + 1) % 64], -input[1][(n + 1) % 64]};
-      for (std::size_t i = 0; i < 2 * kBands; ++i) sums[i % 2] += out[i][n];
-      worst = std::max({worst, std::abs(sums[0]), std::abs(sums[1])});
-    }
-  }
-  done = true;
-  designer.join();
-  EXPECT_LT(worst, kMinus280Db);
 }
 
 }  // namespace
