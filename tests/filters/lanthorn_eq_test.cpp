@@ -11,26 +11,10 @@
 #include <random>
 #include <vector>
 
+#include "tests/filters/eq_settings.h"
 #include "tests/support/real_time.h"
 
 namespace {
-
-struct Settings {
-  int type, order;
-  float hz, q, db;
-  double rate;
-};
-
-void apply(LanthornEQ& filter, const Settings& s) {
-  filter.setBypass(0);
-  filter.setType(s.type);
-  filter.setOrder(s.order);
-  filter.setFrequency(s.hz);
-  filter.setQ(s.q);
-  filter.setGain(s.db);
-  filter.setSampleRate(static_cast<float>(s.rate));
-  filter.update();
-}
 
 /// The sections of the last update, its ramp over, which are stable; none is 7 throughout.
 std::vector<DigitalSection> sectionsOf(LanthornEQ& filter) {
@@ -72,12 +56,12 @@ double distanceDb(const LanthornEQ& filter, const std::vector<DigitalSection>& s
 
 TEST(LanthornEQTest, FollowsItsAnalogCurveAsCloseAsTheMatchGoesAndNoCloser) {
   const std::vector<int> steep = {1, 2, 3, 4, 8, 12, 16};
-  const std::vector<float> shelves = {-18, -6, -1, 1, 6, 18};
+  const std::vector<double> shelves = {-18, -6, -1, 1, 6, 18};
   const std::array<double, 3> rates = {44100, 48000, 96000};
   const struct {
     EQ::Type type;
     std::vector<int> orders;
-    std::vector<float> gains;
+    std::vector<double> gains;
     std::array<double, 3> median, worst;  // dB, at the three rates: printed by this test
   } rows[] = {{EQ::kHpf, steep, {0}, {0.00928, 0.00919, 0.00233}, {11.317, 7.218, 3.581}},
               {EQ::kLpf, steep, {0}, {0.02318, 0.0182, 0.0082}, {3.26, 2.997, 0.767}},
@@ -91,10 +75,10 @@ TEST(LanthornEQTest, FollowsItsAnalogCurveAsCloseAsTheMatchGoesAndNoCloser) {
     for (std::size_t r = 0; r < 3; ++r) {
       std::vector<double> distances;
       for (const int order : row.orders) {
-        for (const float db : row.gains) {
-          for (const float hz : {30.F, 80.F, 200.F, 600.F, 1500.F, 4000.F, 9000.F, 16000.F}) {
-            for (const float q : {0.5F, 0.71F, 1.0F, 2.0F, 4.0F}) {
-              apply(filter, {row.type, order, hz, q, db, rates[r]});
+        for (const double db : row.gains) {
+          for (const double hz : {30., 80., 200., 600., 1500., 4000., 9000., 16000.}) {
+            for (const double q : {0.5, 0.71, 1.0, 2.0, 4.0}) {
+              Settings{row.type, 0, order, hz, db, q, 0.5, rates[r]}.apply(filter);
               const auto sections = sectionsOf(filter);
               ASSERT_EQ(static_cast<int>(sections.size()), (order + 1) / 2);
               distances.push_back(distanceDb(filter, sections, rates[r]));
@@ -118,59 +102,54 @@ TEST(LanthornEQTest, IsFiniteAndStableWhateverItIsSetTo) {
     return std::uniform_real_distribution<double>(low, high)(random);
   };
   for (int i = 0; i < 6000 && !testing::Test::HasFailure(); ++i) {
-    Settings s{1 + i % 8, static_cast<int>(uniform(0.0, 17.0)), 0, 0.70710678F, 0, 0};
+    Settings s{1 + i % 8, 0, static_cast<int>(uniform(0.0, 17.0))};
     s.rate = std::round(22050.0 * std::pow(192000.0 / 22050.0, uniform(0.0, 1.0)));
-    s.hz = static_cast<float>(i / 8 % 8 == 0 ? 0.5 * s.rate : 10 * std::pow(3000, uniform(0, 1)));
-    if (i % 5 != 0) s.q = static_cast<float>(0.025 * std::pow(800.0, uniform(0.0, 1.0)));
-    if (i % 7 != 0) s.db = static_cast<float>(uniform(-36.0, 36.0));
+    s.hz = i / 8 % 8 == 0 ? 0.5 * s.rate : 10 * std::pow(3000, uniform(0, 1));
+    s.q = i % 5 == 0 ? 0.70710678 : 0.025 * std::pow(800.0, uniform(0.0, 1.0));
+    s.db = i % 7 == 0 ? 0.0 : uniform(-36.0, 36.0);
     SCOPED_TRACE(testing::Message()
                  << i << ": type " << s.type << ' ' << s.hz << " Hz of " << s.rate << ", Q " << s.q
                  << ", " << s.db << " dB, order " << s.order);
     LanthornEQ filter;
-    apply(filter, s);
+    s.apply(filter);
     sectionsOf(filter);
   }
 }
 
 TEST(LanthornEQTest, IsFlatWhereNothingIsToBeDone) {
   const struct {
-    Settings settings;
+    int type, order;
+    double db, hz, rate;
     int flat;
-  } cases[] = {{{EQ::kPeak, 2, 1000, 1, 0.0F, 48000}, 1},
-               {{EQ::kPeak, 2, 1000, 1, 0.009F, 48000}, 1},
-               {{EQ::kPeak, 2, 1000, 1, -0.011F, 48000}, 0},
-               {{EQ::kPeak, 2, 10000, 1, 0, 16000}, 1},
-               {{EQ::kPeak, 2, 10000, 1, 6, 16000}, 0},
-               {{EQ::kLowShelf, 2, 100, 3, 0, 48000}, 1},
-               {{EQ::kLowShelf, 2, 100, 3, -0.009F, 48000}, 1},
-               {{EQ::kHighShelf, 2, 100, 1, 0.02F, 48000}, 0},
-               {{EQ::kHighShelf, 2, 100, 1, 0.009F, 48000}, 1},
-               {{EQ::kLpf, 0, 100, 1, 0, 48000}, 1},
-               {{EQ::kLpf, 2, 100, 1, 0, 48000}, 0},
-               {{EQ::kBpf, 2, 100, 1, 0, 48000}, 0}};
+  } cases[] = {{EQ::kPeak, 2, 0, 1000, 48000, 1},         {EQ::kPeak, 2, 0.009, 1000, 48000, 1},
+               {EQ::kPeak, 2, -0.011, 1000, 48000, 0},    {EQ::kPeak, 2, 0, 10000, 16000, 1},
+               {EQ::kPeak, 2, 6, 10000, 16000, 0},        {EQ::kLowShelf, 2, 0, 100, 48000, 1},
+               {EQ::kLowShelf, 2, -0.009, 100, 48000, 1}, {EQ::kHighShelf, 2, 0.02, 100, 48000, 0},
+               {EQ::kHighShelf, 2, 0.009, 100, 48000, 1}, {EQ::kLpf, 0, 0, 100, 48000, 1},
+               {EQ::kLpf, 2, 0, 100, 48000, 0},           {EQ::kBpf, 2, 0, 100, 48000, 0}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "type " << c.settings.type << ", " << c.settings.db);
+    SCOPED_TRACE(testing::Message() << "type " << c.type << ", " << c.db);
     LanthornEQ filter;
-    apply(filter, c.settings);
+    Settings{c.type, 0, c.order, c.hz, c.db, 1, 0.5, c.rate}.apply(filter);
     EXPECT_EQ(filter.getFlat(), c.flat);
     const auto sections = sectionsOf(filter);
     EXPECT_TRUE(c.flat == 0 || magnitude(sections, 5000.0, 48000.0) == 1.0);
     // Above half the rate what lies below is met all the same.
-    if (c.settings.rate == 16000) {
+    if (c.rate == 16000) {
       EXPECT_NEAR(magnitude(sections, 7000.0, 16000.0), analogMagnitude(filter, 7000.0), 0.05);
     }
   }
 }
 
 TEST(LanthornEQTest, InDifferenceModeIsTheRestOfTheSameFilter) {
-  const Settings cases[] = {{EQ::kPeak, 2, 3000, 1, 9, 48000},    {EQ::kBpf, 2, 500, 2, -3, 48000},
-                            {EQ::kHpf, 4, 1000, 0.71F, 0, 48000}, {EQ::kHpf, 3, 200, 2, 3, 48000},
-                            {EQ::kLpf, 4, 5000, 1, 0, 48000},     {EQ::kLpf, 4, 300, 4, 6, 48000}};
+  const Settings cases[] = {{EQ::kPeak, 0, 2, 3000, 9, 1},  {EQ::kBpf, 0, 2, 500, -3, 2},
+                            {EQ::kHpf, 0, 4, 1000, 0, 0.7}, {EQ::kHpf, 0, 3, 200, 3, 2},
+                            {EQ::kLpf, 0, 4, 5000, 0, 1},   {EQ::kLpf, 0, 4, 300, 6, 4}};
   for (const auto& s : cases) {
     SCOPED_TRACE(testing::Message() << "type " << s.type << " at " << s.hz);
     LanthornEQ filters[2];  // the whole and the rest
     filters[1].setDifferenceMode(true);
-    for (LanthornEQ& filter : filters) apply(filter, s), sectionsOf(filter);
+    for (LanthornEQ& filter : filters) s.apply(filter), sectionsOf(filter);
     for (const double hz : {30.0, 400.0, 2500.0, 11000.0, 23500.0}) {
       double re[2] = {};
       double im[2] = {};

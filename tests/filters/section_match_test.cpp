@@ -150,13 +150,11 @@ MatchFit::Points pointsOf(const MatchFit& fit, const DigitalSection& s) {
 }
 
 DigitalSection randomSection(std::mt19937& random) {
-  const auto uniform = [&](double low, double high) {
-    return std::uniform_real_distribution<double>(low, high)(random);
-  };
-  const double pole = uniform(0.3, 0.9);
-  const double zero = uniform(0.3, 0.9);
-  return {1.0, -2 * zero * std::cos(uniform(0.5, 2.5)), zero * zero,
-          -2 * pole * std::cos(uniform(0.5, 2.5)), pole * pole};
+  std::uniform_real_distribution<double> radius(0.3, 0.9);
+  std::uniform_real_distribution<double> angle(0.5, 2.5);
+  const double zero = radius(random), pole = radius(random);
+  return {1.0, -2 * zero * std::cos(angle(random)), zero * zero,
+          -2 * pole * std::cos(angle(random)), pole * pole};
 }
 
 /// The error of a section by its definition, at the best gain.
