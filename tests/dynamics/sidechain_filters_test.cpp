@@ -19,9 +19,12 @@ constexpr double kRate = 96000.0;
 using Signal = std::vector<double>;
 using Filter = SidechainFilterSettings::Filter;
 
-/// One channel after its ramps, in place.
+/// One channel, in place or from another array.
 void process(SidechainFilters& filters, std::size_t channel, Signal& signal) {
-  processInRealTime(filters, channel, signal.data(), signal.data(),
+  const Signal input = signal;
+  const bool inPlace = signal.size() % 2 == 0;
+  if (!inPlace) std::fill(signal.begin(), signal.end(), 7.0);
+  processInRealTime(filters, channel, inPlace ? signal.data() : input.data(), signal.data(),
                     static_cast<int>(signal.size()));
 }
 
@@ -45,7 +48,7 @@ TEST(SidechainFiltersTest, AreTheTrimAndTheAnalogCurvesOfTheirSettingsInBothChan
   for (const auto& row : rows) {
     filters.set(row.settings);
     for (const std::size_t channel : {0U, 1U}) {
-      Signal response(9000);
+      Signal response(9000 + channel);
       process(filters, channel, response);
       response[0] = 1.0;
       process(filters, channel, response);

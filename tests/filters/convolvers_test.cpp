@@ -102,7 +102,7 @@ void setKernels(Convolver& convolver, const Kernels& kernels) {
 }
 
 /// Blocks of random lengths, often after a change of the kernels, of the outputs asked for, of mono
-/// and stereo, or a reset of the second channel. A plain convolver works in place.
+/// and stereo, or a reset of the second channel. A plain convolver may work in place.
 template <typename Convolver>
 void play(Convolver& convolver, Walk& walk, std::size_t phase, std::mt19937& random) {
   std::size_t heard = 0;
@@ -128,7 +128,7 @@ void play(Convolver& convolver, Walk& walk, std::size_t phase, std::mt19937& ran
       right[k] = &walk.out[2 * k + 1][at];
     }
     std::array<const double*, 2> in = {&walk.input[0][at], &walk.input[1][at]};
-    if (!walk.kind.blocked) {
+    if (!walk.kind.blocked && random() % 2 == 0) {
       std::copy_n(in[0], frames, left[0]);
       if (!mono) std::copy_n(in[1], frames, right[0]);
       in = {left[0], right[0]};
