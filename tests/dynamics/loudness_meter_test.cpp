@@ -53,50 +53,59 @@ struct PlainSide {
   }
 };
 
-// Measurements begin and end at any moment, between the two sides of a block too.
-TEST(LoudnessMeterTest, IsTheStandardsWeightingOfEachChannelAndSideThroughAllStarts) {
-  std::mt19937 random(1);
-  LoudnessMeter meter;
-  meter.setSampleRate(48000.0);
-  std::array<PlainSide, 2> sides;
-  bool on = false, fresh = false, shown = false;
-  const auto toggle = [&] {
+struct Walk {
+  Walk() { meter.setSampleRate(48000.0); }
+
+  void toggle() {
     if (random() % 12 != 0) return;
     const bool wanted = random() % 3 != 0;  // again what it is changes nothing
     meter.setMeasuring(wanted);
     if (wanted && !on) fresh = true, shown = false;
     on = wanted;
-  };
+  }
+  void measure(std::size_t side, int channels, double seconds) {
+    std::array<Signal, 2> signal;
+    for (Signal& s : signal) {
+      const double hz = std::array{30.0, 60.0, 200.0, 1000.0, 4000.0, 15000.0}[random() % 6];
+      s = sine(hz, 48000.0, seconds, static_cast<double>(1 + random() % 100) / 50.0);
+    }
+    inRealTime([&] {
+      meter.measure(signal[0].data(), channels == 1 ? nullptr : signal[1].data(), side == 0,
+                    static_cast<int>(signal[0].size()), channels);
+    });
+    if (!on || (fresh && side == 1)) return;
+    if (fresh) sides = {PlainSide{{}, sides[0].channels}, PlainSide{{}, sides[1].channels}};
+    fresh = false;
+    sides[side].measure(signal, channels);
+    shown = shown || side == 1;
+  }
+
+  std::mt19937 random;
+  LoudnessMeter meter;
+  std::array<PlainSide, 2> sides;
+  bool on = false, fresh = false, shown = false;
+};
+
+// Measurements begin and end at any moment, between the two sides of a block too.
+TEST(LoudnessMeterTest, IsTheStandardsWeightingOfEachChannelAndSideThroughAllStarts) {
+  Walk walk;
   for (int block = 0; block < 2000; ++block) {
     SCOPED_TRACE(block);
-    const int channels = random() % 4 == 0 ? 1 : 2;
-    const double seconds = static_cast<double>(random() % 300) / 48000.0;
+    const int channels = walk.random() % 4 == 0 ? 1 : 2;
+    const double seconds = static_cast<double>(walk.random() % 300) / 48000.0;
     for (const std::size_t side : {0U, 1U}) {
-      std::array<Signal, 2> signal;
-      for (Signal& s : signal) {
-        const double hz = std::array{30.0, 60.0, 200.0, 1000.0, 4000.0, 15000.0}[random() % 6];
-        s = sine(hz, 48000.0, seconds, static_cast<double>(1 + random() % 100) / 50.0);
-      }
-      toggle();
-      inRealTime([&] {
-        meter.measure(signal[0].data(), channels == 1 ? nullptr : signal[1].data(), side == 0,
-                      static_cast<int>(signal[0].size()), channels);
-      });
-      if (on && fresh && side == 0) {
-        sides = {PlainSide{{}, sides[0].channels}, PlainSide{{}, sides[1].channels}};
-        fresh = false;
-      }
-      if (on && !fresh) sides[side].measure(signal, channels);
-      if (on && !fresh && side == 1) shown = true;
+      walk.toggle();
+      walk.measure(side, channels, seconds);
     }
-    toggle();
-    ASSERT_EQ(meter.measuring(), on);
-    const auto result = meter.result();
-    const bool visible = on && shown;
-    ASSERT_EQ(result.dryCount, visible ? sides[0].count : 0);
-    ASSERT_EQ(result.wetCount, visible ? sides[1].count : 0);
-    ASSERT_NEAR(result.dryMeanSquare, visible ? sides[0].mean : 0, 1e-6 * sides[0].mean);
-    ASSERT_NEAR(result.wetMeanSquare, visible ? sides[1].mean : 0, 1e-6 * sides[1].mean);
+    walk.toggle();
+    ASSERT_EQ(walk.meter.measuring(), walk.on);
+    const auto result = walk.meter.result();
+    const bool visible = walk.on && walk.shown;
+    const auto& [dry, wet] = walk.sides;
+    ASSERT_EQ(result.dryCount, visible ? dry.count : 0);
+    ASSERT_EQ(result.wetCount, visible ? wet.count : 0);
+    ASSERT_NEAR(result.dryMeanSquare, visible ? dry.mean : 0, 1e-6 * dry.mean);
+    ASSERT_NEAR(result.wetMeanSquare, visible ? wet.mean : 0, 1e-6 * wet.mean);
   }
 }
 

@@ -13,62 +13,72 @@
 
 namespace {
 
-// All selectors against plain histories: reduction left, right, left, right, input, output.
-TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
-  std::mt19937 random(1);
-  std::uniform_real_distribution<double> gain(0.2, 4.0);
-  std::uniform_real_distribution<double> level(-30.0, 30.0);
+/// The rings beside what each selector is to show: reduction left, right, left, right, input,
+/// output.
+struct Histories {
+  Histories() { shown.fill(1.0); }
+
+  void write(std::size_t channel, std::size_t frames) {
+    std::vector<double> values[3] = {Signal(frames), Signal(frames), Signal(frames)};
+    std::vector<float> reduction(frames);
+    for (std::size_t i = 0; i < frames; ++i) {
+      reduction[i] = static_cast<float>(random() % 500 == 0 ? 0.0 : 0.2 + gain(random));
+      values[0][i] = std::max(20 * std::log10(static_cast<double>(reduction[i])), -6000.0);
+      values[1][i] = 20 - 10 * gain(random);
+      values[2][i] = 20 - 10 * gain(random);
+    }
+    const bool silent = random() % 3 == 0;
+    if (silent) values[1].assign(frames, 0.0);
+    const auto c = static_cast<int>(channel);
+    const auto count = static_cast<int>(frames);
+    rings.writeInput(c, silent ? nullptr : values[1].data(), count);
+    rings.writeReduction(c, reduction.data(), count);
+    rings.writeOutput(c, values[2].data(), count);
+    for (std::size_t s = channel; s < 8; s += 2) {
+      const auto& heard = values[s < 4 ? 0 : s / 2 - 1];
+      fresh[s] = true;
+      furthest[s] =
+          std::max(furthest[s], *std::max_element(heard.begin(), heard.end(), closer), closer);
+    }
+  }
+  void read(std::size_t s) {
+    if (fresh[s]) shown[s] = std::pow(10.0, furthest[s] / 20.0);
+    furthest[s] = 0.0;
+    fresh[s] = false;
+    for (int again = 0; again < 2; ++again) {  // nothing new: holds
+      const double got = rings.getGainReduction(static_cast<int>(s));
+      ASSERT_NEAR(20 * std::log10(got), 20 * std::log10(shown[s]), 1e-3) << "selector " << s;
+    }
+  }
+
+  using Signal = std::vector<double>;
+  static bool closer(double a, double b) { return std::abs(a) < std::abs(b); }
+
+  std::mt19937 random;
+  std::uniform_real_distribution<double> gain{0.0, 4.0};
   MeterRings rings;
   std::array<double, MeterRings::kSelectors> furthest{};  // dB, since the last call
   std::array<double, MeterRings::kSelectors> shown{};
   std::array<bool, MeterRings::kSelectors> fresh{};
-  shown.fill(1.0);
+};
+
+TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
+  Histories all;
   for (int block = 0; block < 600; ++block) {
-    const auto frames = 1 + random() % 2000;  // several times round the ring
-    for (const std::size_t c : {0U, 1U}) {
-      std::vector<double> values[3];  // reduction, input, output
-      for (auto& v : values) v.resize(frames);
-      std::vector<float> reduction(frames);
-      for (std::size_t i = 0; i < frames; ++i) {
-        reduction[i] = static_cast<float>(random() % 500 == 0 ? 0.0 : gain(random));
-        values[0][i] = std::max(20 * std::log10(static_cast<double>(reduction[i])), -6000.0);
-        values[1][i] = level(random);
-        values[2][i] = level(random);
-      }
-      const bool silent = random() % 3 == 0;
-      if (silent) values[1].assign(frames, 0.0);
-      const auto channel = static_cast<int>(c);
-      const auto count = static_cast<int>(frames);
-      rings.writeInput(channel, silent ? nullptr : values[1].data(), count);
-      rings.writeReduction(channel, reduction.data(), count);
-      rings.writeOutput(channel, values[2].data(), count);
-      for (const std::size_t s : {c, c + 2, c + 4, c + 6}) {
-        fresh[s] = true;
-        for (const double db : values[s < 4 ? 0 : s / 2 - 1]) {
-          if (std::abs(db) > std::abs(furthest[s])) furthest[s] = db;
-        }
-      }
+    SCOPED_TRACE(block);
+    const auto frames = 1 + all.random() % 2000;  // several times round the ring
+    for (const std::size_t channel : {0U, 1U}) all.write(channel, frames);
+    all.rings.endBlock(static_cast<int>(frames));
+    for (std::size_t s = 0; s < 8; ++s) {
+      if (all.random() % 4 != 0) all.read(s);
     }
-    rings.endBlock(static_cast<int>(frames));
-    for (std::size_t s = 0; s < shown.size(); ++s) {
-      if (random() % 4 == 0) continue;
-      if (fresh[s]) shown[s] = std::pow(10.0, furthest[s] / 20.0);
-      furthest[s] = 0.0;
-      fresh[s] = false;
-      for (int again = 0; again < 2; ++again) {  // nothing new: holds
-        const double got = rings.getGainReduction(static_cast<int>(s));
-        ASSERT_NEAR(20 * std::log10(got), 20 * std::log10(shown[s]), 1e-3)
-            << "selector " << s << ", block " << block;
-      }
-    }
-    for (const int bad : {-1, 8}) EXPECT_EQ(rings.getGainReduction(bad), 1.0);
+    for (const int bad : {-1, 8}) EXPECT_EQ(all.rings.getGainReduction(bad), 1.0);
     if (block != 400) continue;  // once round the ring
-    rings.reset();
-    rings.resetReaders();
-    shown.fill(1.0);
-    furthest.fill(0.0);
-    fresh.fill(false);
-    for (int s = 0; s < 8; ++s) ASSERT_EQ(rings.getGainReduction(s), 1.0) << "after a reset";
+    all.rings.reset();
+    all.rings.resetReaders();
+    all.fresh.fill(false);
+    all.shown.fill(1.0);
+    for (std::size_t s = 0; s < 8; ++s) all.read(s);
   }
 }
 
@@ -128,37 +138,35 @@ struct PlainBallistic {
   }
 };
 
+/// A block of a channel, at times with what is no number.
+std::vector<float> randomBlock(std::mt19937& random) {
+  std::normal_distribution<float> normal(0.0F, random() % 3 == 0 ? 1e-9F : 1.0F);
+  std::vector<float> block(200);
+  for (float& x : block) x = normal(random);
+  if (random() % 10 == 0) block[50] = std::numeric_limits<float>::infinity();
+  if (random() % 10 == 0) block[60] = std::numeric_limits<float>::quiet_NaN();
+  return block;
+}
+
 TEST(OutputPeakTest, FollowsEachChannelByItsBallisticAtEveryRate) {
   constexpr PlainBallistic kDefinitions[] = {
       {0.1, 0, 0.1, 0.3}, {0.2, 0.005, 0.1, 1.7}, {0.01, 0.3, 0.01, 0.3}, {0.2, 0.01, 0.0631, 2.8}};
   std::mt19937 random(3);
-  std::normal_distribution<double> normal;
   OutputPeak meter;
   double expected[2] = {};
-  double rate = 44100.0;
-  int ballistic = kDigital;
   for (int block = 0; block < 600; ++block) {
-    if (block % 10 == 0) {
-      ballistic = static_cast<int>(random() % 6) - 1;  // an unknown one is digital
-      rate = random() % 2 == 0 ? 44100.0 : 96000.0;
-      meter.setBallistic(ballistic, rate);
-    }
-    const PlainBallistic& plain = kDefinitions[ballistic < 0 || ballistic > 3 ? 0 : ballistic];
-    if (block % 70 == 69) {
-      meter.reset();
-      expected[0] = expected[1] = 0.0;
-    }
+    const int choice = block / 10 % 6 - 1;  // an unknown one is digital
+    const double rate = block / 60 % 2 == 0 ? 44100.0 : 96000.0;
+    const PlainBallistic& plain = kDefinitions[choice < 0 || choice > 3 ? 0 : choice];
+    meter.setBallistic(choice, rate);
+    if (block % 70 == 69) meter.reset(), expected[0] = expected[1] = 0.0;
     const int channels = random() % 5 == 0 ? 1 : 2;
-    std::vector<float> narrow[2];
+    if (channels == 1) expected[1] = 0.0;
+    const std::vector<float> narrow[2] = {randomBlock(random), randomBlock(random)};
     std::vector<double> wide[2];
     const float* narrowPointers[2] = {};  // a missing signal leaves its channel
     const double* widePointers[2] = {};
-    if (channels == 1) expected[1] = 0.0;
-    const double level = random() % 3 == 0 ? 0.0 : 1.0;
     for (int c = 0; c < channels; ++c) {
-      for (int i = 0; i < 200; ++i) narrow[c].push_back(static_cast<float>(level * normal(random)));
-      if (random() % 10 == 0) narrow[c][50] = std::numeric_limits<float>::infinity();
-      if (random() % 10 == 0) narrow[c][60] = std::numeric_limits<float>::quiet_NaN();
       wide[c].assign(narrow[c].begin(), narrow[c].end());
       if (random() % 6 == 0) continue;
       narrowPointers[c] = narrow[c].data();

@@ -107,7 +107,7 @@ struct Walk {
   }
   void change() {
     const auto choice = random() % 16;
-    if (choice < 6) setSections(std::array{1, 2, 3, 4, 16, 0}[choice]);
+    if (choice < 6) setSections(std::array<std::size_t, 6>{1, 2, 3, 4, 16, 0}[choice]);
     if (choice == 6) filter.setFlat(slow.flat = !slow.flat);
     if (choice == 7) filter.setBypass(slow.bypass = !slow.bypass);
     if (choice == 8) filter.setDifferenceMode(slow.difference = !slow.difference);
@@ -130,7 +130,7 @@ struct Walk {
     const double level = kLevels[random() % kLevels.size()];
     for (Sample& sample : samples) sample = static_cast<Sample>(level * unit());
     const bool wide = std::is_same_v<Sample, double>;
-    if (wide && random() % 30 == 0 && !samples.empty()) samples.back() = std::nan("");
+    if (wide && random() % 30 == 0 && !samples.empty()) samples.back() = static_cast<Sample>(NAN);
     std::vector<Sample> expected = samples;
     processInRealTime(filter, samples.data(), static_cast<int>(samples.size()));
     if (!samples.empty()) slow.process(expected);
