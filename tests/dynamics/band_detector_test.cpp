@@ -177,7 +177,7 @@ TEST(BandDetectorTest, FollowsTheLawSampleBySampleHoweverManyRunTogether) {
     for (const unsigned count : {1U, 2U, 3U, 8U, 11U, 16U}) {
       Knobs knobs{std::mt19937(count), count % 2 == 0 ? 48000.0 : 44100.0};
       Bands bands(count, knobs);
-      for (std::size_t block = 0; block < 120 && !testing::Test::HasFailure(); ++block) {
+      for (std::size_t block = 0; block < 90 && !testing::Test::HasFailure(); ++block) {
         SCOPED_TRACE(testing::Message() << count << " detectors, block " << block);
         bands.playBlock(std::array{64, 1, 7, 500, 63, 65, 128, 0, 33}[block % 9], knobs);
       }

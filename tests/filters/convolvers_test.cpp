@@ -157,7 +157,7 @@ void compareWithDefinition(Convolver& convolver, const Kind& kind, Reset reset) 
     inRealTime([&] { reset(static_cast<int>(phase)); });
     Walk walk(kind);
     play(convolver, walk, kind.phased ? phase / 32 * 32 : 0, random);
-    for (std::size_t n = 0; n < kFrames && !testing::Test::HasFailure(); n += n < 400 ? 1 : 7) {
+    for (std::size_t n = 0; n < kFrames && !testing::Test::HasFailure(); n += n < 100 ? 1 : 17) {
       for (std::size_t k = 0; k < 2 * kOutputs; ++k) {
         ASSERT_NEAR(walk.out[k][n], walk.outputAt(k / 2, k % 2, n), kRounding)
             << "output " << k / 2 << ", channel " << k % 2 << ", sample " << n;

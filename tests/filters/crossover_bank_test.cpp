@@ -99,10 +99,10 @@ void expectKernels(CrossoverBank& bank, const Splits& splits, double rate) {
   for (const std::size_t c : {0U, 1U}) input[c][kAt[c]] = kHigh[c];
   const Bands out = run(bank, input, bands);
   for (std::size_t i = 0; i < 2 * bands; ++i) {
-    const Signal taps = tapsOf(splits, i / 2, rate, 16);
+    const Signal taps = tapsOf(splits, i / 2, rate, 32);
     for (std::size_t k = 0; k < taps.size(); ++k) {
       // The window is good to 2e-7.
-      ASSERT_NEAR(out[i][start + kAt[i % 2] + 16 * k], kHigh[i % 2] * taps[k], 1e-6)
+      ASSERT_NEAR(out[i][start + kAt[i % 2] + 32 * k], kHigh[i % 2] * taps[k], 1e-6)
           << i << ' ' << k;
     }
   }
