@@ -55,13 +55,15 @@ Kernels randomKernels(const Kind& kind, std::mt19937& random) {
 struct Walk {
   explicit Walk(const Kind& itsKind) : kind(itsKind) {}
 
+  struct Sample {
+    std::size_t heardFrom, outputs;  // of the second channel; asked for
+    bool mono;
+  };
   Kind kind;
   std::vector<Kernels> sets;
   std::vector<std::size_t> met = std::vector<std::size_t>(kFrames);  // of `sets`, per sample
+  std::vector<Sample> samples;
   std::array<Signal, 2> input = {noiseOf(kFrames, 1), noiseOf(kFrames, 2)};
-  std::vector<std::size_t> heardFrom = std::vector<std::size_t>(kFrames);  // of the second channel
-  std::vector<std::size_t> outputs = std::vector<std::size_t>(kFrames);    // asked for
-  std::vector<bool> mono = std::vector<bool>(kFrames);
   std::vector<Signal> out = std::vector<Signal>(2 * kOutputs, Signal(kFrames, kUntouched));
 
   [[nodiscard]] double line(std::size_t k, std::size_t channel, std::size_t n,
@@ -80,12 +82,13 @@ struct Walk {
     return sum;
   }
   [[nodiscard]] double outputAt(std::size_t k, std::size_t channel, std::size_t n) const {
-    if (k >= outputs[n] || (channel == 1 && mono[n])) return kUntouched;
-    const std::size_t first = channel == 1 ? heardFrom[n] : 0;
+    const auto& [heardFrom, outputs, mono] = samples[n];
+    if (k >= outputs || (channel == 1 && mono)) return kUntouched;
+    const std::size_t first = channel == 1 ? heardFrom : 0;
     if (!kind.blocked) return line(k, channel, n, first);
     if (n < 1023) return 0.0;
     // The topmost band that both sides know holds all that is above it.
-    const std::size_t top = std::min(outputs[n], sets[met[n - 1023]].size()) - 1;
+    const std::size_t top = std::min(outputs, sets[met[n - 1023]].size()) - 1;
     if (k > top) return 0.0;
     if (k < top) return line(k, channel, n - 1023, first);
     double rest = n < first + 1535 ? 0.0 : input[channel][n - 1535];
@@ -93,13 +96,6 @@ struct Walk {
     return rest;
   }
 };
-
-template <typename Convolver>
-void setKernels(Convolver& convolver, const Kernels& kernels) {
-  std::vector<const double*> pointers;
-  for (const Signal& kernel : kernels) pointers.push_back(kernel.data());  // NOLINT: few
-  convolver.setKernels(pointers.data(), static_cast<int>(pointers.size()));
-}
 
 /// Blocks of random lengths, often after a change of the kernels, of the outputs asked for, of mono
 /// and stereo, or a reset of the second channel. A plain convolver may work in place.
@@ -109,8 +105,10 @@ void play(Convolver& convolver, Walk& walk, std::size_t phase, std::mt19937& ran
   for (std::size_t at = 0; at < kFrames;) {
     // Often several times in a row in one cycle; and the last fifth rings out undisturbed.
     if (at == 0 || (at < 4000 && random() % 4 == 0)) {
-      walk.sets.push_back(randomKernels(walk.kind, random));
-      setKernels(convolver, walk.sets.back());
+      const Kernels& kernels = walk.sets.emplace_back(randomKernels(walk.kind, random));
+      std::array<const double*, kOutputs> pointers{};
+      for (std::size_t k = 0; k < kernels.size(); ++k) pointers[k] = kernels[k].data();
+      convolver.setKernels(pointers.data(), static_cast<int>(kernels.size()));
       const std::size_t from = std::min(walk.kind.inForce(at, phase), kFrames);
       std::fill(walk.met.begin() + static_cast<long>(from), walk.met.end(), walk.sets.size() - 1);
     }
@@ -121,8 +119,7 @@ void play(Convolver& convolver, Walk& walk, std::size_t phase, std::mt19937& ran
     const std::size_t frames = std::min(random() % (random() % 4 == 0 ? 700 : 70), kFrames - at);
     const std::size_t outputs = 1 + random() % kOutputs;
     const bool mono = random() % 5 == 0;
-    std::array<double*, kOutputs> left{};
-    std::array<double*, kOutputs> right{};
+    std::array<double*, kOutputs> left{}, right{};
     for (std::size_t k = 0; k < kOutputs; ++k) {
       left[k] = &walk.out[2 * k][at];
       right[k] = &walk.out[2 * k + 1][at];
@@ -135,12 +132,9 @@ void play(Convolver& convolver, Walk& walk, std::size_t phase, std::mt19937& ran
     }
     processInRealTime(convolver, in[0], mono ? nullptr : in[1], left.data(), right.data(),
                       static_cast<int>(outputs), static_cast<int>(frames));
-    for (const std::size_t end = at + frames; at < end; ++at) {
-      walk.heardFrom[at] = heard;
-      walk.outputs[at] = outputs;
-      walk.mono[at] = mono;
-      if (mono) walk.input[1][at] = 0.0;
-    }
+    if (mono) std::fill_n(&walk.input[1][at], frames, 0.0);
+    walk.samples.insert(walk.samples.end(), frames, {heard, outputs, mono});
+    at += frames;
   }
 }
 
