@@ -34,8 +34,9 @@ class KnownNumbers {
   KnownNumbers(const KnownNumbers&) = delete;
   KnownNumbers& operator=(const KnownNumbers&) = delete;
 
-  /// The numbers of a case, each to a share of its size, or to 1e-12.
-  void expect(const std::string& name, const std::vector<double>& values, double share = 1e-9) {
+  /// The numbers of a case, each to a share of its size, or to `least`.
+  void expect(const std::string& name, const std::vector<double>& values, double share = 1e-9,
+              double least = 1e-12) {
     made << name << ':' << std::setprecision(11);
     for (const double value : values) made << ' ' << value;
     made << '\n';
@@ -46,7 +47,7 @@ class KnownNumbers {
     for (std::size_t i = 0; i < values.size(); ++i) {
       double number = NAN;
       known >> number;
-      EXPECT_NEAR(values[i], number, share * std::abs(number) + 1e-12) << name << ", number " << i;
+      EXPECT_NEAR(values[i], number, share * std::abs(number) + least) << name << ", number " << i;
     }
   }
 
