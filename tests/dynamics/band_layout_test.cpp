@@ -5,6 +5,8 @@
 #include <cmath>
 #include <string>
 
+#include "tests/support/data_rows.h"
+
 namespace {
 
 /// The first seven bands of an order, packed.
@@ -19,7 +21,7 @@ std::string listsOf(BandLayout& layout) {
   std::string text;
   for (const BandLayout::List* list : {&layout.pre, &layout.xover, &layout.post, &layout.off}) {
     for (const int band : layout.copyOf(*list)) text += std::to_string(band);
-    if (list != &layout.off) text += '|';
+    if (list != &layout.off) text += '/';
   }
   return text;
 }
@@ -32,12 +34,12 @@ void expectConsistent(BandLayout& layout) {
   for (const int band : layout.order) order += std::to_string(band);
   for (const int band : layout.orderList) listed += std::to_string(band);
   std::string plain = lists;
-  std::erase(plain, '|');
+  std::erase(plain, '/');
   EXPECT_EQ(order, plain);
   EXPECT_EQ(listed, plain);
   EXPECT_EQ(layout.bandOrderValue(), packed(plain));
-  const std::size_t begin = lists.find('|') + 1;
-  const std::string xover = lists.substr(begin, lists.find('|', begin) - begin);
+  const std::size_t begin = lists.find('/') + 1;
+  const std::string xover = lists.substr(begin, lists.find('/', begin) - begin);
   for (int band = 0; band < 8; ++band) {
     const auto place = xover.find(std::to_string(band));
     EXPECT_EQ(layout.crossoverIndex(band),
@@ -46,79 +48,42 @@ void expectConsistent(BandLayout& layout) {
 }
 
 TEST(BandLayoutTest, TakesAnOrderOrRefusesItOrMakesTheBestOfIt) {
-  const struct {
-    std::string kinds;  // per band: '-' off, 'x' crossover, 'd' dynamic EQ
-    double order;
-    std::string taken, arranged;  // as `listsOf`; none: refused
-  } rows[] = {{"dxxd----", packed("0123456"), "0|12|3|4567", "0|12|3|4567"},
-              {"ddxd----", packed("1023765"), "10|2|3|7654", "10|2|3|7654"},
-              {"xxxxxxxx", packed("0123456"), "|01234567||", "|01234567||"},
-              {"dddddddd", packed("7654321"), "76543210|||", "76543210|||"},
-              {"--------", packed("0123456"), "|||01234567", "|||01234567"},
-              {"--------", static_cast<double>(0.836735F), "|||01234567", "|||01234567"},
-              // Crossover bands that do not rise, or around a filter; an active band behind Off.
-              {"xx------", packed("1023456"), "", "|01||234567"},
-              {"xdx-----", packed("0123456"), "", "|02|1|34567"},
-              {"dxdxd---", packed("4321056"), "", "4|13|20|567"},
-              {"x-x-----", packed("0123456"), "", "|02||134567"},
-              {"-d-d-x--", packed("0531246"), "", "|5|31|02467"},
-              // Band 0 twice; all bands 0, as 1 reads; outside the range: the order of the numbers.
-              {"xd------", packed("0023456"), "", "|0|1|234567"},
-              {"dx------", 1.0, "", "0|1||234567"},
-              {"x-------", -0.5, "", "|0||1234567"},
-              {"x-------", std::nan(""), "", "|0||1234567"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.kinds << " " << row.order);
+  runScript(TEST_DATA "/layouts.txt", [](const DataRow& row) {
     BandLayout layout;
     for (std::size_t band = 0; band < 8; ++band) {
-      layout.state[band] = row.kinds[band] != '-';
-      layout.isXover[band] = row.kinds[band] != 'd';
+      layout.state[band] = row[0][band] != '-';
+      layout.isXover[band] = row[0][band] != 'd';
       layout.frequency[band] = 100.0 * static_cast<double>(band + 1);
     }
-    EXPECT_EQ(layout.applyBandOrder(row.order), !row.taken.empty());
-    EXPECT_EQ(listsOf(layout), row.taken.empty() ? "|0||1234567" : row.taken);
+    const double order = row[1].size() == 7 ? packed(row[1]) : std::stod(row[1]);
+    const bool taken = layout.applyBandOrder(order);
+    const std::string lists = listsOf(layout);
     expectConsistent(layout);
-    layout.arrangeBands(row.order);
-    EXPECT_EQ(listsOf(layout), row.arranged);
+    EXPECT_TRUE(taken || lists == "/0//1234567") << "left as it was";
+    layout.arrangeBands(order);
     expectConsistent(layout);
-    if (row.kinds.substr(0, 2) != "xx") continue;
+    const std::string arranged = listsOf(layout);
     layout.frequency[1] = layout.frequency[0];
-    EXPECT_FALSE(layout.applyBandOrder(packed("0123456"))) << "at one frequency";
-  }
+    EXPECT_FALSE(row[0].starts_with("xx") && layout.applyBandOrder(packed("0123456")));
+    return (taken ? lists : "refused") + ", " + arranged;
+  });
 }
 
 TEST(BandLayoutTest, MovesBandsByFrequency) {
   BandLayout layout;
-  const struct {
-    int band, list;
-    double frequency;
-    std::string lists;
-    double kept;                                           // Hz, afterwards
-  } rows[] = {{3, kXoverList, 500, "|30||124567", 500},    // below band 0 at 1000
-              {5, kXoverList, 1000, "|350||12467", 1000},  // beside it: in front
-              {6, kXoverList, 8000, "|3506||1247", 8000},
-              {6, kXoverList, 10, "|3506||1247", 8000},  // there already: nothing
-              {6, kPostList, 0, "|350|6|1247", 8000},
-              {3, kPreList, 0, "3|50|6|1247", 500},
-              {0, kOffList, 0, "3|5|6|01247", 1000},
-              {1, kPostList, 9000, "3|5|61|0247", 9000},
-              {2, kPreList, 400, "23|5|61|047", 400},
-              {2, kOffList, 2000, "3|5|61|0472", 2000},
-              {-1, kPreList, 0, "3|5|61|0472", 0},
-              {8, kPreList, 0, "3|5|61|0472", 0},
-              {1, 4, 0, "3|5|61|0472", 9000},
-              {1, -1, 0, "3|5|61|0472", 9000}};
-  for (const auto& row : rows) {
-    layout.moveBand(row.band, row.list, row.frequency);
-    EXPECT_EQ(listsOf(layout), row.lists);
+  runScript(TEST_DATA "/layout_moves.txt", [&layout](const DataRow& row) {
+    const int band = std::stoi(row[0]);
+    const int list = std::stoi(row[1]);
+    layout.moveBand(band, list, std::stod(row[2]));
     expectConsistent(layout);
-    if (row.band < 0 || row.band > 7) continue;
-    const auto band = static_cast<std::size_t>(row.band);
-    EXPECT_EQ(layout.frequency[band], row.kept) << row.lists;
-    if (row.list < 0 || row.list > 3) continue;
-    EXPECT_EQ(layout.state[band], row.list != kOffList) << row.lists;
-    EXPECT_EQ(layout.isXover[band], row.list == kXoverList) << row.lists;
-  }
+    const auto index = static_cast<std::size_t>(band);
+    if (band < 0 || band > 7) return listsOf(layout) + ", 0";
+    if (list >= 0 && list <= 3) {
+      EXPECT_EQ(layout.state[index], list != kOffList) << row[0];
+      EXPECT_EQ(layout.isXover[index], list == kXoverList) << row[0];
+    }
+    return listsOf(layout) + ", " + std::to_string(std::lround(layout.frequency[index]));
+  });
 }
 
 }  // namespace

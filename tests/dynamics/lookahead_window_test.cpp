@@ -3,38 +3,34 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "tests/support/data_rows.h"
+#include "tests/support/known_numbers.h"
 #include "tests/support/real_time.h"
 
 namespace {
 
 TEST(LookaheadWindowTest, TurnsMillisecondsIntoWholeSamplesAtAnyRate) {
-  const struct {
-    double rate;
-    float ms;
-    int samples;
-  } cases[] = {{48000.0, 10.0F, 480},    {44100.0, 0.1F, 4},
-               {44100.0, 20.0F, 882},    {48000.0, 0.0F, 0},
-               {192000.0, 50.0F, 8191},  {1000.0, 8190.5F, 8190},
-               {1000.0, 8192.0F, 8191},  {48000.0, 50.0F, 2400},
-               {10000.0, 0.7F, 6},        // the float nearest to 0.7 lies below it
-               {96000.0, 4.53125F, 434},  // in this order the product rounds below the whole
-               {48000.0, -1.0F, 0},      {48000.0, std::numeric_limits<float>::quiet_NaN(), 0}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.ms << " ms at " << c.rate << " Hz");
+  for (const DataRow& row : dataRows(TEST_DATA "/lookaheads.txt", 2)) {
+    const double rate = std::stod(row[0]);
     LookaheadWindow windows[2];
-    windows[0].setSampleRate(c.rate);
-    for (LookaheadWindow& window : windows) window.setLookahead(c.ms);
-    windows[1].setSampleRate(c.rate);
-    for (const LookaheadWindow& window : windows) EXPECT_EQ(window.lookaheadSamples(), c.samples);
+    windows[0].setSampleRate(rate);
+    for (LookaheadWindow& window : windows) window.setLookahead(std::stof(row[1]));
+    windows[1].setSampleRate(rate);
+    for (const LookaheadWindow& window : windows) {
+      EXPECT_EQ(std::to_string(window.lookaheadSamples()), row.back())
+          << row[1] << " ms at " << rate;
+    }
   }
 }
 
-// Changes on the way are compared with the law through the detectors, which run all windows.
 TEST(LookaheadWindowTest, IsTheMaximumOfNSamplesUnderTwoAveragesInAnyBlocks) {
   LookaheadWindow window;
   window.setSampleRate(1000.0);
@@ -76,6 +72,24 @@ TEST(LookaheadWindowTest, IsTheMaximumOfNSamplesUnderTwoAveragesInAnyBlocks) {
       // Both sides add up thousands of values of at most 1.
       ASSERT_NEAR(out[i], n > 3 ? mean(total2, length2) : maximum, n > 3 ? 1e-10 : 0.0) << i;
     }
+  }
+}
+
+// Was compared with the law, each level of the maximum in a ring of its own, when it was recorded.
+TEST(LookaheadWindowTest, GoesOnFromWhatItRemembersWhenItChanges) {
+  KnownNumbers known(TEST_DATA "/windows.txt");
+  LookaheadWindow window;
+  window.setSampleRate(1000.0);
+  std::mt19937 random(9);
+  constexpr std::array kSamples = {0, 1, 2, 3, 4, 7, 33, 64, 86, 257, 480, 2400};
+  for (int block = 0; block < 150; ++block) {
+    const int samples = kSamples[random() % kSamples.size()];
+    window.setLookahead(static_cast<float>(samples) + 0.25F);
+    std::vector<double> levels(1 + random() % 700);
+    for (double& x : levels) x = std::pow(std::uniform_real_distribution<double>()(random), 6.0);
+    processInRealTime(window, levels.data(), static_cast<int>(levels.size()));
+    known.expect(std::to_string(block) + ", " + std::to_string(samples) + " samples",
+                 {levels.front(), std::accumulate(levels.begin(), levels.end(), 0.0)});
   }
 }
 

@@ -165,7 +165,7 @@ TEST(EQTest, ControlsFollowTheTypeAndTheOneBeforeIt) {
     BLTEQ now, before;
     for (BLTEQ* filter : {&now, &before}) filter->setSubtype(std::stoi(row[1]));
     for (const int next : {7, type, type}) now.setType(next);
-    for (const int next : {type, (type + 1) % 9}) before.setType(next);
+    for (const int next : {type, (type + 1) % 9, (type + 1) % 9}) before.setType(next);
     EXPECT_EQ(before.capabilityFlags(true), now.capabilityFlags(false));
     EXPECT_STREQ(before.shapeLabel(true), now.shapeLabel(false));
     const std::string label = now.shapeLabel(false);
