@@ -25,8 +25,8 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
   std::mt19937 random;
   std::uniform_real_distribution<double> gain(0.0, 4.0);
   MeterRings rings;
-  for (int block = 0; block < 300; ++block) {
-    const std::size_t frames = 1 + random() % 2000;  // several times round the ring
+  for (int block = 0; block < 340; ++block) {
+    const std::size_t frames = 1 + random() % 2000;  // once round the ring
     for (const int channel : {0, 1}) {
       std::vector<double> input(frames), output(frames);
       std::vector<float> reduction(frames);
@@ -41,7 +41,7 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
       rings.writeOutput(channel, output.data(), count);
     }
     rings.endBlock(static_cast<int>(frames));
-    if (block == 200) rings.reset(), rings.resetReaders();
+    if (block == 330) rings.reset(), rings.resetReaders();
     std::vector<double> shown;
     for (int s = -1; s <= 8; ++s) {
       if (random() % 4 != 0) shown.push_back(rings.getGainReduction(s));
