@@ -49,6 +49,7 @@ class KnownNumbers {
       known >> number;
       EXPECT_NEAR(values[i], number, share * std::abs(number) + least) << name << ", number " << i;
     }
+    EXPECT_TRUE((known >> std::ws).eof()) << name << " has more numbers than are shown";
   }
 
  private:
