@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "analysis/vector_kernels.h"
+#include "benchmarks/plain_detector.h"
 #include "dynamics/band_detector.h"
-#include "tests/dynamics/plain_detector.h"
 
 namespace {
 
@@ -89,9 +89,7 @@ void detectors(benchmark::State& state) {
 void plainDetectors(benchmark::State& state) {
   const Knobs knobs{static_cast<double>(state.range(0))};
   std::array<PlainDetector, kDetectors> all;
-  for (PlainDetector& detector : all) {
-    detector.change(settingsOf(knobs), static_cast<std::size_t>(knobs.lookahead));
-  }
+  for (PlainDetector& detector : all) detector.change(settingsOf(knobs), knobs.lookahead);
   const std::vector<double> input = noise(kFrames * kDetectors);
   for (auto _ : state) {
     for (std::size_t i = 0; i < input.size(); ++i) {

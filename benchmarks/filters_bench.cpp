@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "benchmarks/callback_times.h"
+#include "benchmarks/plain_convolvers.h"
 #include "filters/crossover_bank.h"
 #include "filters/resampler.h"
 #include "filters/subband.h"

@@ -3,110 +3,112 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <initializer_list>
+#include <sstream>
 #include <string>
+#include <vector>
+
+#include "dynamics/solo_weights.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
-using List = BandLayout::List;
-
-double packed(std::initializer_list<int> sevenBands) {
+/// The first seven bands of an order, packed.
+double packed(const std::string& order) {
   double value = 0.0;
-  double place = 1.0;
-  for (const int band : sevenBands) {
-    value += band * place;
-    place *= 8.0;
-  }
+  for (std::size_t i = 7; i-- > 0;) value = value * 8.0 + (order[i] - '0');
   return value / 2097152.0;
 }
 
-/// One letter per band: '-' off, 'x' crossover, 'd' dynamic EQ.
-void setKinds(BandLayout& layout, const std::string& kinds) {
-  for (std::size_t band = 0; band < 8; ++band) {
-    layout.state[band] = kinds[band] != '-';
-    layout.isXover[band] = kinds[band] != 'd';
-    layout.frequency[band] = 100.0 * static_cast<double>(band + 1);
+/// Pre, crossover, post and off.
+std::string listsOf(BandLayout& layout) {
+  std::string text;
+  for (const BandLayout::List* list : {&layout.pre, &layout.xover, &layout.post, &layout.off}) {
+    for (const int band : layout.copyOf(*list)) text += std::to_string(band);
+    if (list != &layout.off) text += '/';
+  }
+  return text;
+}
+
+/// What goes with the lists is as they are.
+void expectConsistent(BandLayout& layout) {
+  const std::string lists = listsOf(layout);
+  std::string order;
+  std::string listed;
+  for (const int band : layout.order) order += std::to_string(band);
+  for (const int band : layout.orderList) listed += std::to_string(band);
+  std::string plain = lists;
+  std::erase(plain, '/');
+  EXPECT_EQ(order, plain);
+  EXPECT_EQ(listed, plain);
+  EXPECT_EQ(layout.bandOrderValue(), packed(plain));
+  const std::size_t begin = lists.find('/') + 1;
+  const std::string xover = lists.substr(begin, lists.find('/', begin) - begin);
+  for (int band = 0; band < 8; ++band) {
+    const auto place = xover.find(std::to_string(band));
+    EXPECT_EQ(layout.crossoverIndex(band),
+              place == std::string::npos ? -1 : static_cast<int>(place));
   }
 }
 
-TEST(BandLayoutTest, SortsAnOrderIntoListsOrRefusesIt) {
-  const struct {
-    const char* kinds;
-    double order;
-    bool taken;
-    List pre, xover, post, off;
-  } cases[] = {
-      {"dxxd----", packed({0, 1, 2, 3, 4, 5, 6}), true, {0}, {1, 2}, {3}, {4, 5, 6, 7}},
-      {"ddxd----", packed({1, 0, 2, 3, 7, 6, 5}), true, {1, 0}, {2}, {3}, {7, 6, 5, 4}},
-      {"xxxxxxxx", packed({0, 1, 2, 3, 4, 5, 6}), true, {}, {0, 1, 2, 3, 4, 5, 6, 7}, {}, {}},
-      {"dddddddd", packed({7, 6, 5, 4, 3, 2, 1}), true, {7, 6, 5, 4, 3, 2, 1, 0}, {}, {}, {}},
-      {"--------", packed({0, 1, 2, 3, 4, 5, 6}), true, {}, {}, {}, {0, 1, 2, 3, 4, 5, 6, 7}},
-      // Crossover bands that do not rise, a crossover band after Post, an active band after Off.
-      {"xx------", packed({1, 0, 2, 3, 4, 5, 6}), false, {}, {}, {}, {}},
-      {"xdx-----", packed({0, 1, 2, 3, 4, 5, 6}), false, {}, {}, {}, {}},
-      {"x-x-----", packed({0, 1, 2, 3, 4, 5, 6}), false, {}, {}, {}, {}},
-      // Band 0 twice; all bands 0, as the value 1 reads; outside the range.
-      {"xx------", packed({0, 0, 2, 3, 4, 5, 6}), false, {}, {}, {}, {}},
-      {"x-------", 1.0, false, {}, {}, {}, {}},
-      {"x-------", -0.5, false, {}, {}, {}, {}},
-      {"x-------", std::nan(""), false, {}, {}, {}, {}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.kinds << " " << c.order);
+TEST(BandLayoutTest, TakesAnOrderOrRefusesItOrMakesTheBestOfIt) {
+  runScript(TEST_DATA "/layouts.txt", [](const DataRow& row) {
     BandLayout layout;
-    setKinds(layout, c.kinds);
-    ASSERT_EQ(layout.applyBandOrder(c.order), c.taken);
-    EXPECT_EQ(layout.pre, c.taken ? c.pre : List{});
-    EXPECT_EQ(layout.xover, c.taken ? c.xover : List{0});
-    EXPECT_EQ(layout.post, c.taken ? c.post : List{});
-    EXPECT_EQ(layout.off, c.taken ? c.off : (List{1, 2, 3, 4, 5, 6, 7}));
-    if (c.taken) {
-      EXPECT_EQ(layout.bandOrderValue(), c.order);
+    for (std::size_t band = 0; band < 8; ++band) {
+      layout.state[band] = row[0][band] != '-';
+      layout.isXover[band] = row[0][band] != 'd';
+      layout.frequency[band] = 100.0 * static_cast<double>(band + 1);
     }
-  }
-}
-
-TEST(BandLayoutTest, BandsAtOneFrequencyAreRefused) {
-  BandLayout layout;
-  setKinds(layout, "xx------");
-  layout.frequency[1] = layout.frequency[0];
-  EXPECT_FALSE(layout.applyBandOrder(packed({0, 1, 2, 3, 4, 5, 6})));
-}
-
-TEST(BandLayoutTest, TheDefaultOrderValueIsTheNaturalOrder) {
-  BandLayout layout;
-  EXPECT_TRUE(layout.applyBandOrder(static_cast<double>(0.836735F)));
-  EXPECT_EQ(layout.orderList, (List{0, 1, 2, 3, 4, 5, 6, 7}));
+    const double order = row[1].size() == 7 ? packed(row[1]) : std::stod(row[1]);
+    const bool taken = layout.applyBandOrder(order);
+    const std::string lists = listsOf(layout);
+    expectConsistent(layout);
+    EXPECT_TRUE(taken || lists == "/0//1234567") << "left as it was";
+    layout.arrangeBands(order);
+    expectConsistent(layout);
+    const std::string arranged = listsOf(layout);
+    layout.frequency[1] = layout.frequency[0];
+    EXPECT_FALSE(row[0].starts_with("xx") && layout.applyBandOrder(packed("0123456")));
+    return (taken ? lists : "refused") + ", " + arranged;
+  });
 }
 
 TEST(BandLayoutTest, MovesBandsByFrequency) {
   BandLayout layout;
-  layout.moveBand(3, kXoverList, 500.0);   // below band 0 at 1000
-  layout.moveBand(5, kXoverList, 1000.0);  // beside it: in front
-  layout.moveBand(6, kXoverList, 8000.0);
-  EXPECT_EQ(layout.xover, (List{3, 5, 0, 6}));
-  EXPECT_EQ(layout.off, (List{1, 2, 4, 7}));
-  EXPECT_EQ(layout.crossoverIndex(0), 2);
-  EXPECT_EQ(layout.crossoverIndex(1), -1);
+  runScript(TEST_DATA "/layout_moves.txt", [&layout](const DataRow& row) {
+    const int band = std::stoi(row[0]);
+    const int list = std::stoi(row[1]);
+    layout.moveBand(band, list, std::stod(row[2]));
+    expectConsistent(layout);
+    const auto index = static_cast<std::size_t>(band);
+    if (band < 0 || band > 7) return listsOf(layout) + ", 0";
+    if (list >= 0 && list <= 3) {
+      EXPECT_EQ(layout.state[index], list != kOffList) << row[0];
+      EXPECT_EQ(layout.isXover[index], list == kXoverList) << row[0];
+    }
+    return listsOf(layout) + ", " + std::to_string(std::lround(layout.frequency[index]));
+  });
+}
 
-  layout.moveBand(6, kXoverList, 10.0);  // there already: nothing, not even its frequency
-  EXPECT_EQ(layout.frequency[6], 8000.0);
-
-  layout.moveBand(6, kPostList, 0.0);
-  layout.moveBand(3, kPreList, 0.0);
-  layout.moveBand(0, kOffList, 0.0);
-  EXPECT_EQ(layout.pre, List{3});
-  EXPECT_EQ(layout.xover, List{5});
-  EXPECT_EQ(layout.post, List{6});
-  EXPECT_EQ(layout.off, (List{0, 1, 2, 4, 7}));
-  EXPECT_EQ(layout.orderList, (List{3, 5, 6, 0, 1, 2, 4, 7}));
-  EXPECT_TRUE(layout.state[6]);
-  EXPECT_FALSE(layout.isXover[6]);
-  EXPECT_FALSE(layout.state[0]);
-
-  for (const int bad : {-1, 8}) layout.moveBand(bad, kPreList, 0.0);
-  layout.moveBand(1, 4, 0.0);
-  EXPECT_EQ(layout.orderList.size(), 8U);
+TEST(SoloWeightsTest, WeighTheBandsAsSoloListenAndPassbandAsk) {
+  runScript(TEST_DATA "/solos.txt", [](const DataRow& row) {
+    std::vector<SoloBand> bands;
+    std::istringstream words(row[1]);
+    for (std::string word; words >> word;) bands.push_back({word[0] - '0', word.size() > 1});
+    const std::string& flags = row[3];
+    const ListenState listening{flags.back() - '0', std::stoi(row[2]), flags[0] == 'd',
+                                flags[0] == 'p'};
+    std::string text;
+    const auto add = [&text](double weight) { text += std::to_string(std::lround(weight)); };
+    if (row[4] == "eq") {
+      const auto [band, rest] = dynamicEqWeights(bands[0], listening);
+      add(band), add(rest);
+      return text;
+    }
+    const auto weights = crossoverWeights(bands, listening);
+    for (std::size_t i = 0; i < bands.size(); ++i) add(weights[i]);
+    for (std::size_t i = bands.size(); i < 8; ++i) EXPECT_EQ(weights[i], 1.0) << row[0];
+    return text;
+  });
 }
 
 }  // namespace

@@ -1,121 +1,192 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <string>
 #include <vector>
 
 #include "dynamics/band_meters.h"
+#include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
 #include "dynamics/output_peak.h"
+#include "tests/support/known_numbers.h"
+#include "tests/support/real_time.h"
 
 namespace {
 
-void writeBlock(MeterRings& rings, const std::vector<float>& left, float right, double input,
-                double output) {
-  const int frames = static_cast<int>(left.size());
-  const std::vector<float> rightGains(left.size(), right);
-  const std::vector<double> in(left.size(), input);
-  const std::vector<double> out(left.size(), output);
-  rings.writeInput(0, in.data(), frames);
-  rings.writeReduction(0, left.data(), frames);
-  rings.writeReduction(1, rightGains.data(), frames);
-  rings.writeOutput(1, out.data(), frames);
-  rings.endBlock(frames);
-}
-
-TEST(MeterRingsTest, ReadsTheFurthestValueSinceTheLastCallAndHolds) {
+// Selectors are reduction left, right, left, right, input and output. The numbers were compared
+// with the furthest value of the channel since the last call when they were recorded.
+TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
+  KnownNumbers known(TEST_DATA "/meters.txt");
+  std::mt19937 random;
+  std::uniform_real_distribution<double> gain(0.0, 4.0);
   MeterRings rings;
-  EXPECT_EQ(rings.getGainReduction(0), 1.0);
-  writeBlock(rings, {1.0F, 0.5F, 0.9F, 1.2F}, 0.7F, 6.0, -20.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "nothing new: holds";
-  EXPECT_NEAR(rings.getGainReduction(2), 0.5, 1e-6) << "a selector has a position of its own";
-  EXPECT_NEAR(rings.getGainReduction(1), 0.7, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(3), 0.7, 1e-6);
-  EXPECT_NEAR(rings.getGainReduction(4), std::pow(10.0, 0.3), 1e-6);
-  EXPECT_EQ(rings.getGainReduction(5), 1.0);
-  EXPECT_NEAR(rings.getGainReduction(7), 0.1, 1e-6);
-  writeBlock(rings, {1.0F, 2.0F, 0.6F, 1.0F}, 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 2.0, 1e-6) << "6 dB up is further than 4.4 dB down";
-  for (const int bad : {-1, 8}) EXPECT_EQ(rings.getGainReduction(bad), 1.0);
-}
-
-TEST(MeterRingsTest, GoesRoundTheRingAndStartsAfreshOnReset) {
-  MeterRings rings;
-  const std::vector<float> quiet(4096, 1.0F);
-  writeBlock(rings, std::vector<float>(4096, 0.25F), 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.25, 1e-6);
-  for (int block = 0; block < 63; ++block) writeBlock(rings, quiet, 1.0F, 0.0, 0.0);
-  EXPECT_EQ(rings.getGainReduction(0), 1.0) << "up to the end of the ring";
-  writeBlock(rings, std::vector<float>(4096, 0.5F), 1.0F, 0.0, 0.0);
-  EXPECT_NEAR(rings.getGainReduction(0), 0.5, 1e-6) << "the first entries again";
-  rings.reset();
-  rings.resetReaders();
-  EXPECT_EQ(rings.getGainReduction(0), 1.0);
-}
-
-TEST(BandMetersTest, ShowsWeightedPeaksAndDecaysThem) {
-  BandMeters meter;
-  meter.dynPeak = {-6.0, 3.0};
-  meter.tranPeak = {-1.0, 2.0};
-  meter.envPeak = 0.5;
-  meter.fastLamp = 1.0;
-  meter.endBlock({1.0, 0.5}, 0.25);
-  const struct {
-    int parts, channel;
-    double decibels;
-  } shown[] = {{1, 0, -6.0}, {2, 0, -1.0}, {3, 0, -7.0}, {1, 1, 1.5}, {2, 1, 1.0}, {0, 1, 0.0}};
-  for (const auto& s : shown) {
-    EXPECT_EQ(meter.shownGain(s.parts, s.channel), s.decibels) << s.parts << ", " << s.channel;
-  }
-  EXPECT_NEAR(meter.graphGain(), std::pow(10.0, -7.0 / 20.0), 1e-12) << "7 dB down, 2.5 dB up";
-  EXPECT_EQ(meter.shownEnv(), 0.5);
-  EXPECT_EQ(meter.lamp(true), 1.0);
-  EXPECT_EQ(meter.lamp(false), 0.0);
-  EXPECT_EQ(meter.dynPeak[0], -4.5);
-  EXPECT_EQ(meter.tranPeak[0], -0.75);
-  EXPECT_EQ(meter.envPeak, 0.375);
-  meter.dynPeak[1] = 20.0;
-  meter.endBlock({1.0, 1.0}, 0.0);
-  EXPECT_GT(meter.graphGain(), 10.0) << "the larger is up now";
-  meter.reset();
-  EXPECT_EQ(meter.graphGain(), 1.0);
-  EXPECT_EQ(meter.lamp(true), 0.0);
-}
-
-TEST(OutputPeakTest, CoversItsShareOfAStepInItsTimeAtEveryRate) {
-  const struct {
-    int ballistic;
-    double attackBase, attackSeconds, releaseBase, releaseSeconds;
-  } cases[] = {{kDigital, 0.0, 0.001, 0.1, 0.3},
-               {kPpm, 0.2, 0.005, 0.1, 1.7},
-               {kVu, 0.01, 0.3, 0.01, 0.3},
-               {kBbc, 0.2, 0.01, 0.0631, 2.8}};
-  for (const auto& c : cases) {
-    for (const double rate : {44100.0, 96000.0}) {
-      SCOPED_TRACE(testing::Message() << "ballistic " << c.ballistic << " at " << rate);
-      OutputPeak meter;
-      meter.setBallistic(c.ballistic, rate);
-      const std::vector<float> up(static_cast<std::size_t>(std::lround(rate * c.attackSeconds)),
-                                  -1.0F);
-      const float* const rising = up.data();
-      meter.follow(&rising, 1, static_cast<int>(up.size()));
-      EXPECT_NEAR(meter.peak(0), 1.0 - c.attackBase, 0.002);
-      meter.setBallistic(kDigital, rate);
-      meter.follow(&rising, 1, 1);
-      meter.setBallistic(c.ballistic, rate);
-      const std::vector<double> down(
-          static_cast<std::size_t>(std::lround(rate * c.releaseSeconds)));
-      const double* const falling[] = {down.data(), down.data()};
-      meter.follow(falling, 2, static_cast<int>(down.size()));
-      EXPECT_NEAR(meter.peak(0), c.releaseBase, 0.002);
-      EXPECT_EQ(meter.peak(1), 0.0);
-      const float* const rightOnly[] = {nullptr, rising};
-      meter.follow(rightOnly, 2, static_cast<int>(up.size()));
-      EXPECT_NEAR(meter.peak(0), c.releaseBase, 0.002) << "a missing signal leaves its channel";
-      EXPECT_NEAR(meter.peak(1), 1.0 - c.attackBase, 0.002);
-      meter.reset();
-      EXPECT_EQ(meter.peak(0), 0.0);
+  for (int block = 0; block < 340; ++block) {
+    const std::size_t frames = 1 + random() % 2000;  // once round the ring
+    for (const int channel : {0, 1}) {
+      std::vector<double> input(frames), output(frames);
+      std::vector<float> reduction(frames);
+      for (std::size_t i = 0; i < frames; ++i) {
+        reduction[i] = static_cast<float>(random() % 500 == 0 ? 0.0 : 0.2 + gain(random));
+        input[i] = 20 - 10 * gain(random);
+        output[i] = 20 - 10 * gain(random);
+      }
+      const auto count = static_cast<int>(frames);
+      rings.writeInput(channel, random() % 3 == 0 ? nullptr : input.data(), count);
+      rings.writeReduction(channel, reduction.data(), count);
+      rings.writeOutput(channel, output.data(), count);
     }
+    rings.endBlock(static_cast<int>(frames));
+    if (block == 330) rings.reset(), rings.resetReaders();
+    std::vector<double> shown;
+    for (int s = -1; s <= 8; ++s) {
+      if (random() % 4 != 0) shown.push_back(rings.getGainReduction(s));
+    }
+    known.expect(std::to_string(block), shown);
+  }
+}
+
+TEST(BandMetersTest, ShowBothChannelsWeightedPeaksAndDecayThem) {
+  KnownNumbers known(TEST_DATA "/band_meters.txt");
+  std::mt19937 random(2);
+  std::uniform_real_distribution<double> db(-20.0, 20.0);
+  BandMeters meter;
+  for (int block = 0; block < 60; ++block) {
+    for (const std::size_t c : {0U, 1U})
+      meter.dynPeak[c] = db(random), meter.tranPeak[c] = db(random);
+    meter.envPeak = std::abs(db(random));
+    meter.fastLamp = 0.01 * block;
+    meter.slowLamp = 1.0 - 0.001 * block;
+    const BandMeters::Peaks weights = {std::abs(db(random)) / 20, std::abs(db(random)) / 20};
+    meter.endBlock(weights, std::array{0.0, 0.25, 1.0}[random() % 3]);
+    if (block == 59) meter.reset();
+    std::vector<double> shown;
+    for (int parts = 0; parts < 4; ++parts) {
+      for (const int c : {0, 1}) shown.push_back(meter.shownGain(parts, c));
+    }
+    shown.insert(shown.end(), {meter.graphGain(), meter.shownEnv(), meter.lamp(true),
+                               meter.lamp(false), meter.envPeak, meter.fastLamp, meter.slowLamp});
+    for (const BandMeters::Peaks* p : {&meter.dynPeak, &meter.tranPeak}) {
+      shown.insert(shown.end(), p->begin(), p->end());
+    }
+    known.expect(std::to_string(block), shown);
+  }
+}
+
+/// A block of a channel, at times with what is no number.
+std::vector<float> randomBlock(std::mt19937& random) {
+  std::normal_distribution<float> normal(0.0F, random() % 3 == 0 ? 1e-9F : 1.0F);
+  std::vector<float> block(200);
+  for (float& x : block) x = normal(random);
+  if (random() % 10 == 0) block[50] = std::numeric_limits<float>::infinity();
+  if (random() % 10 == 0) block[60] = std::numeric_limits<float>::quiet_NaN();
+  return block;
+}
+
+// The numbers were compared with the definitions of the ballistics when they were recorded.
+TEST(OutputPeakTest, FollowsEachChannelByItsBallisticAtEveryRate) {
+  KnownNumbers known(TEST_DATA "/output_peaks.txt");
+  std::mt19937 random(3);
+  OutputPeak meter;
+  for (int block = 0; block < 360; ++block) {
+    const int choice = block / 10 % 6 - 1;  // an unknown one is digital
+    const int rate = block / 60 % 2 == 0 ? 44100 : 96000;
+    meter.setBallistic(choice, rate);
+    if (block % 70 == 69) meter.reset();
+    const int channels = random() % 5 == 0 ? 1 : 2;
+    const std::vector<float> narrow[2] = {randomBlock(random), randomBlock(random)};
+    std::vector<double> wide[2];
+    const float* narrowPointers[2] = {};  // a missing signal leaves its channel
+    const double* widePointers[2] = {};
+    for (int c = 0; c < channels; ++c) {
+      wide[c].assign(narrow[c].begin(), narrow[c].end());
+      if (random() % 6 == 0) continue;
+      narrowPointers[c] = narrow[c].data();
+      widePointers[c] = wide[c].data();
+    }
+    block % 2 == 0 ? meter.follow(narrowPointers, channels, 200)
+                   : meter.follow(widePointers, channels, 200);
+    known.expect(std::to_string(block) + ", ballistic " + std::to_string(choice) + " at " +
+                     std::to_string(rate),
+                 {meter.peak(0), meter.peak(1)});
+    for (const int bad : {-1, 2}) EXPECT_EQ(meter.peak(bad), 0.0);
+  }
+}
+
+using Signal = std::vector<double>;
+
+Signal sine(double hz, double rate, double seconds, double level) {
+  Signal out(static_cast<std::size_t>(rate * seconds));
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    out[i] = level * std::sin(2.0 * std::numbers::pi * hz * static_cast<double>(i) / rate);
+  }
+  return out;
+}
+
+// Measurements begin and end at any moment, between the two sides of a block too. The numbers were
+// compared with tables 1 and 2 of ITU-R BS.1770 when they were recorded.
+TEST(LoudnessMeterTest, WeighsEachChannelAndSideThroughAllStarts) {
+  KnownNumbers known(TEST_DATA "/loudness.txt");
+  std::mt19937 random;
+  LoudnessMeter meter;
+  meter.setSampleRate(48000.0);
+  bool measuring = false;
+  const auto toggle = [&] {
+    if (random() % 12 == 0) meter.setMeasuring(measuring = random() % 3 != 0);
+  };
+  for (int block = 0; block < 300; ++block) {
+    const int channels = random() % 4 == 0 ? 1 : 2;
+    const double seconds = static_cast<double>(random() % 300) / 48000.0;
+    for (const bool dry : {true, false}) {
+      toggle();
+      std::array<Signal, 2> signal;
+      for (Signal& s : signal) {
+        const double hz = std::array{30.0, 60.0, 200.0, 1000.0, 4000.0, 15000.0}[random() % 6];
+        s = sine(hz, 48000.0, seconds, static_cast<double>(1 + random() % 100) / 50.0);
+      }
+      const double* const right = channels == 1 ? nullptr : signal[1].data();
+      const auto frames = static_cast<int>(signal[0].size());
+      inRealTime([&] { meter.measure(signal[0].data(), right, dry, frames, channels); });
+    }
+    toggle();
+    ASSERT_EQ(meter.measuring(), measuring);
+    const auto result = meter.result();
+    known.expect(std::to_string(block) + (measuring ? ", on" : ", off"),
+                 {static_cast<double>(result.dryCount), static_cast<double>(result.wetCount),
+                  result.dryMeanSquare, result.wetMeanSquare});
+  }
+}
+
+TEST(LoudnessMeterTest, MeetsTheStandardsReferenceToneAtEveryRateAndEndsInSilence) {
+  for (const double rate : {4000.0, 44100.0, 48000.0, 96000.0, 192000.0}) {
+    SCOPED_TRACE(rate);
+    LoudnessMeter meter;
+    meter.setSampleRate(rate);
+    meter.setMeasuring(true);
+    constexpr double kSeconds = 4.0;
+    const auto measure = [&](const Signal& left, const Signal& right) {
+      for (const bool dry : {true, false}) {
+        inRealTime([&] {
+          meter.measure(left.data(), right.data(), dry, static_cast<int>(left.size()), 2);
+        });
+      }
+      return meter.result().wetMeanSquare;
+    };
+    if (rate == 4000.0) {
+      EXPECT_GT(measure(Signal(64, 1e-40), Signal(64)), 0.0);
+      EXPECT_EQ(measure(Signal(4'000'000), Signal(4'000'000)), 0.0) << "no denormal is left";
+      continue;
+    }
+    // A full-scale sine at 997 Hz in one channel is -3.01 LKFS; the mean has come this far. The
+    // high-pass is not normalised: its gain moves by 0.04 dB over the rates.
+    const double share = 1.0 - std::exp(-2.0 * kSeconds / 45.0);
+    const auto tone = sine(997.0, rate, kSeconds, 1.0);
+    EXPECT_NEAR(10 * std::log10(measure(tone, Signal(tone.size())) / share) - 0.691, -3.01, 0.04);
+    EXPECT_EQ(meter.result().dryCount, static_cast<int>(rate * kSeconds));
   }
 }
 

@@ -1,0 +1,287 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <numbers>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "filters/crossover_bank.h"
+#include "filters/subband.h"
+#include "tests/support/known_numbers.h"
+#include "tests/support/plain_convolution.h"
+#include "tests/support/real_time.h"
+
+namespace {
+
+constexpr double kRate = 48000.0;
+constexpr double kRounding = 3e-14;
+
+struct Shape {
+  int shape;
+  float frequency, slope, q, slope2;
+
+  void apply(subband& band) const {
+    band.configureFilters(shape, frequency, slope, q, slope2);
+    band.rebuildKernel();
+  }
+};
+
+/// What a filter gives for two channels: the bands, and what is beside them.
+struct Parts {
+  std::array<Signal, 2> band, rest;
+};
+
+Parts filtered(subband& filter, const std::array<Signal, 2>& input, int channels = 2,
+               std::size_t block = 100) {
+  Parts parts{input, {Signal(input[0].size(), 7.0), Signal(input[1].size(), 7.0)}};
+  for (std::size_t at = 0; at < input[0].size(); at += block) {
+    double* const band[] = {&parts.band[0][at], &parts.band[1][at]};
+    double* const rest[] = {&parts.rest[0][at], &parts.rest[1][at]};
+    const auto frames = static_cast<int>(std::min(block, input[0].size() - at));
+    inRealTime([&] { EXPECT_EQ(filter.filter(band, rest, frames, channels), filter.latency()); });
+  }
+  return parts;
+}
+
+// The magnitudes were compared with the closed forms of the edges when they were recorded.
+TEST(Subband, LiftsTheAnalogMagnitudeOutInLinearPhase) {
+  KnownNumbers known(TEST_DATA "/bands.txt");
+  const Shape rows[] = {{kLowPass, 2000, 24, 1, 6},    {kLowPass, 2000, 20, 1, 6},
+                        {kLowPassB, 3000, 36, 1, 6},   {kHighPass, 900, 12, 1, 6},
+                        {kHighPassB, 900, 41, 1, 6},   {kBandPass, 2500, 24, 0.71F, 6},
+                        {kBandPassB, 2500, 24, 2, 36}, {kBandPassB, 20000, 24, 0.71F, 36},
+                        {kBandPassEE, 2000, 24, 2, 6}};
+  std::array<Signal, 2> impulses = {Signal(4096), Signal(4096)};
+  impulses[0][0] = 1.0;
+  impulses[1][0] = -0.5;
+  subband band;
+  for (const Shape& row : rows) {
+    const std::string name = std::to_string(row.shape) + ", " + std::to_string(row.frequency) +
+                             " Hz, " + std::to_string(row.slope) + " dB";
+    for (const double rate : {44100.0, kRate}) {
+      band.setSampleRate(rate);
+      row.apply(band);
+    }
+    band.reset(0);
+    EXPECT_EQ(band.latency(), 1024);
+    const Parts parts = filtered(band, impulses);
+    const Signal& h = parts.band[0];
+    for (std::size_t n = 0; n < 4096; ++n) {
+      ASSERT_NEAR(parts.band[1][n], -0.5 * h[n], kRounding) << "the right channel, " << n;
+      const double mirrored = n == 0 ? h[0] : (n < 2048 ? h[2048 - n] : 0.0);
+      ASSERT_NEAR(h[n], mirrored, kRounding) << "symmetric, " << n;
+    }
+    // The same frequencies for each: the curve of the shape before must not be shown.
+    const std::vector<float> at = {300, 900, 2000, 2500, 6000, 15000, 20000};
+    std::vector<float> drawn(at.size(), -1.0F);
+    band.bandCurve(at.data(), static_cast<int>(at.size()), drawn.data());
+    std::vector<double> heard;
+    for (const float hz : at) {
+      double sum = h[1024];  // the transform of what is symmetric
+      const double turn = 2 * std::numbers::pi * static_cast<double>(hz) / kRate;
+      for (std::size_t n = 1; n < 1024; ++n) {
+        sum += 2 * h[1024 + n] * std::cos(turn * static_cast<double>(n));
+      }
+      heard.push_back(sum);
+      EXPECT_NEAR(sum, static_cast<double>(drawn[heard.size() - 1]), 0.004) << name << ", " << hz;
+    }
+    known.expect("heard, " + name, heard, 1e-6);
+    known.expect("drawn, " + name, {drawn.begin(), drawn.end()}, 1e-6);
+  }
+}
+
+TEST(Subband, BandAndRestAddUpWhileEverythingMoves) {
+  subband band;
+  band.setSampleRate(kRate);
+  std::mt19937 random(3);
+  const auto value = [&random](double low, double high) {
+    return static_cast<float>(std::uniform_real_distribution<double>(low, high)(random));
+  };
+  std::array<Signal, 2> sums;
+  for (unsigned block = 0; block < 600; ++block) {
+    // Before its first setting all that is beside the band is the input.
+    const bool set = block > 0;
+    const Shape moved{static_cast<int>(random() % 7), value(20, 24000), value(6, 96),
+                      value(0.1, 12), value(6, 96)};
+    if (set) moved.apply(band);
+    const Parts parts =
+        filtered(band, {noiseOf(50, block), noiseOf(50, block + 1000)}, 2, 1 + random() % 50);
+    for (std::size_t i = 0; i < 100; ++i) {
+      const std::size_t n = i / 2;
+      sums[i % 2].push_back((set ? parts.band[i % 2][n] : 0.0) + parts.rest[i % 2][n]);
+    }
+  }
+  for (unsigned at = 0; at + 1024 < 30000; at += 1 + at % 3) {
+    for (const unsigned c : {0U, 1U}) {
+      ASSERT_NEAR(sums[c][at + 1024], noiseOf(50, at / 50 + c * 1000)[at % 50], kRounding) << at;
+    }
+  }
+}
+
+TEST(Subband, ForgetsWhatAResetOrAPauseLeavesBehind) {
+  const std::array<Signal, 2> noise = {noiseOf(3000, 4), noiseOf(3000, 5)};
+  const std::array<Signal, 2> silence = {Signal(3000), Signal(3000)};
+  const Shape shape{kLowPassB, 3000, 24, 1, 6};
+  const Shape flat{kFlat, 3000, 24, 1, 6};
+  Parts whole;
+  subband band;
+  const struct {
+    const char* what;
+    std::function<void()> act;
+    bool forgetsLeft, forgetsRight;
+  } rows[] = {{"nothing", [] {}, false, false},
+              {"both", [&] { band.reset(96); }, true, true},
+              {"the second", [&] { band.resetRight(); }, false, true},
+              {"a pause", [&] { flat.apply(band), whole = filtered(band, noise); }, true, true}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    shape.apply(band);
+    filtered(band, noise);
+    row.act();
+    shape.apply(band);
+    const Parts left = filtered(band, silence);
+    const auto isSilent = [](const Signal& s) {
+      return std::all_of(s.begin(), s.end(), [](double x) { return std::abs(x) < 1e-14; });
+    };
+    for (const auto* part : {&left.band, &left.rest}) {
+      EXPECT_EQ(isSilent((*part)[0]), row.forgetsLeft);
+      EXPECT_EQ(isSilent((*part)[1]), row.forgetsRight);
+    }
+    const Parts mono = filtered(band, noise, 1);
+    EXPECT_EQ(mono.rest[1], Signal(3000, 7.0)) << "not touched in mono";
+    EXPECT_EQ(mono.band[1], noise[1]);
+  }
+  EXPECT_EQ(whole.band, noise) << "flat takes everything";
+  EXPECT_EQ(whole.rest, silence);
+  flat.apply(band);
+  EXPECT_EQ(band.latency(), 0);
+}
+
+constexpr std::size_t kBands = CrossoverBank::kBands;
+constexpr double kMinus280Db = 1e-14;
+
+struct Splits {
+  std::vector<double> centres, slopes;
+};
+
+Splits randomSplits(std::mt19937& random, int bands) {
+  std::uniform_real_distribution<double> octave(0.3, 1.6);
+  Splits splits;
+  double centre = 30.0 * std::exp2(octave(random));
+  for (int b = 0; b < bands; ++b) {
+    splits.centres.push_back(centre);  // NOLINT(performance-inefficient-vector-operation): few
+    splits.slopes.push_back(6.0 + static_cast<double>(random() % 900) / 10.0);
+    centre *= std::exp2(octave(random));
+  }
+  return splits;
+}
+
+/// The bands of a block: band b's left and right at 2b, 2b + 1.
+using Bands = std::array<Signal, 2 * kBands>;
+
+Bands run(CrossoverBank& bank, const std::array<Signal, 2>& input, std::size_t bands) {
+  Bands out;
+  std::array<std::array<double*, kBands>, 2> to{};
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    out[i].resize(input[0].size());
+    to[i % 2][i / 2] = out[i].data();
+  }
+  const double* const inputs[] = {input[0].data(), input[1].data()};
+  inRealTime([&] {
+    bank.processBlock(inputs, to[0].data(), to[1].data(), static_cast<int>(bands),
+                      static_cast<int>(input[0].size()));
+  });
+  return out;
+}
+
+/// Both channels of each band are its kernel, and all together the delayed input.
+void expectKernels(CrossoverBank& bank, std::size_t bands, KnownNumbers& known,
+                   const std::string& name) {
+  const auto start = static_cast<std::size_t>(bank.latency()) - 512;
+  constexpr std::size_t kAt[] = {7, 300};  // impulses
+  constexpr double kHigh[] = {1.0, -0.5};
+  std::array<Signal, 2> input = {Signal(4000), Signal(4000)};
+  for (const std::size_t c : {0U, 1U}) input[c][kAt[c]] = kHigh[c];
+  const Bands out = run(bank, input, bands);
+  std::vector<double> taps;
+  for (std::size_t b = 0; b < bands; ++b) {
+    for (std::size_t k = 0; k < 1024; ++k) {
+      const double tap = out[2 * b][start + kAt[0] + k];
+      ASSERT_NEAR(out[2 * b + 1][start + kAt[1] + k], kHigh[1] * tap, kMinus280Db) << b << ' ' << k;
+      if (k % 96 == 32) taps.push_back(tap);
+    }
+  }
+  known.expect(name, taps);
+  for (std::size_t n = 0; n < 8000; ++n) {
+    const std::size_t c = n % 2;
+    double sum = n / 2 == start + 512 + kAt[c] ? -kHigh[c] : 0.0;
+    for (std::size_t b = 0; b < bands; ++b) sum += out[2 * b + c][n / 2];
+    ASSERT_NEAR(sum, 0.0, kMinus280Db) << n / 2;
+  }
+}
+
+/// What a reset of one or both channels leaves of the past.
+void expectForgotten(CrossoverBank& bank, bool both) {
+  run(bank, {noiseOf(3000, 1), noiseOf(3000, 2)}, 3);
+  inRealTime([&] { both ? bank.reset() : bank.resetRight(); });
+  const Bands out = run(bank, {Signal(3000), Signal(3000)}, 3);
+  for (const std::size_t right : {1U, 3U, 5U}) {
+    // Of the spectra kept the other channel's part leaves its rounding.
+    for (const double x : out[right]) ASSERT_NEAR(x, 0.0, both ? 0.0 : kMinus280Db);
+    EXPECT_EQ(out[right - 1] == Signal(3000), both);
+  }
+}
+
+TEST(CrossoverBank, HasTheKernelsOfItsSplitsAndSumsToTheDelayedInput) {
+  KnownNumbers known(TEST_DATA "/crossover_taps.txt");
+  for (const bool isBlocked : {true, false}) {
+    CrossoverBank bank;
+    bank.useBlocked = isBlocked;
+    ASSERT_EQ(bank.latency(), isBlocked ? 1535 : 512);
+    std::mt19937 random(11);
+    for (const int bands : {8, 1, 2, 5, 3}) {
+      const Splits splits = randomSplits(random, bands);
+      for (const int rate : {44100, 96000}) {
+        bank.setSampleRate(rate);
+        bank.setSplits(splits.centres, splits.slopes);
+        bank.buildKernels();
+        bank.reset();
+        const char* const engine = isBlocked ? "blocked, " : "direct, ";
+        expectKernels(bank, splits.centres.size(), known,
+                      engine + std::to_string(bands) + " bands at " + std::to_string(rate));
+      }
+    }
+    for (const bool both : {false, true}) expectForgotten(bank, both);
+  }
+}
+
+TEST(CrossoverBank, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {
+  KnownNumbers known(TEST_DATA "/crossover_curves.txt");
+  CrossoverBank bank;  // with no bands yet
+  std::mt19937 random(12);
+  for (int i = 0; i < 150; ++i) {
+    // Of bands and frequencies of which often only one end, or their number, is another.
+    std::vector<float> at(2 + random() % 2);
+    at.front() = random() % 2 == 0 ? 500.0F : 600.0F;
+    at[1] = 800.0F;
+    at.back() = random() % 2 == 0 ? 2000.0F : 3000.0F;
+    const int band = static_cast<int>(random() % 10) - 1;
+    std::vector<float> out(at.size(), -1.0F);
+    bank.crossoverCurve(at.data(), static_cast<int>(at.size()), out.data(), band);
+    std::vector<double> numbers;
+    for (std::size_t k = 0; k < at.size(); ++k) {
+      numbers.push_back(bank.bandMagnitude(band, static_cast<double>(at[k])));
+      EXPECT_NEAR(out[k], numbers.back(), 1e-7) << i << ": band " << band;
+    }
+    known.expect(std::to_string(i), numbers);
+    if (random() % 3 != 0) continue;
+    const Splits splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
+    bank.setSplits(splits.centres, splits.slopes);
+  }
+}
+
+}  // namespace
