@@ -6,71 +6,65 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+
+#include "host/file_errors.h"
 
 namespace {
 
 /// Notes what is shown and runs `inside` while the box is open.
-class RecordingDialogs : public Dialogs {
+class Boxes : public Dialogs {
  public:
   void showWarning(const std::string& caption, const std::string& message) override {
-    shown.push_back(caption + ": " + message);
+    shown += caption + ": " + message + "|";
     if (inside) inside();
   }
-  bool confirm(const std::string& /*caption*/, const std::string& /*message*/) override {
-    return false;
-  }
-  bool openFileDialog(const FileDialog& /*dialog*/, std::string& /*resultPath*/) override {
-    return false;
-  }
+  bool confirm(const std::string&, const std::string&) override { return false; }
+  bool openFileDialog(const FileDialog&, std::string&) override { return false; }
+  std::string take() { return std::exchange(shown, {}); }
 
-  std::vector<std::string> shown;
+  std::string shown;
   std::function<void()> inside;
 };
 
-using Texts = std::vector<std::string>;
-
-TEST(Alerts, AreShownOnceAndThoseRaisedMeanwhileTheNextTime) {
+TEST(Alerts, AreShownOnceInOneBoxAtATimeAndLostByNone) {
   Alerts alerts;
-  RecordingDialogs dialogs;
-  dialogs.inside = [&] {
-    if (dialogs.shown.size() <= 2) alerts.add("Late", std::to_string(dialogs.shown.size()));
+  Alerts others;  // one box for the process
+  Boxes boxes;
+  for (const char* const message : {"1", "2"}) alerts.add("A", message);
+  others.add("B", "1");
+  boxes.inside = [&] {
+    if (boxes.shown.size() < 10) alerts.add("Late", "3");
+    alerts.show(boxes);
+    others.show(boxes);
   };
-  alerts.add("First", "a");
-  alerts.add("First", "b");
-  alerts.show(dialogs);
-  EXPECT_EQ(dialogs.shown, (Texts{"First: a", "First: b"}));
-  for (int again = 0; again < 2; ++again) alerts.show(dialogs);
-  EXPECT_EQ(dialogs.shown, (Texts{"First: a", "First: b", "Late: 1", "Late: 2"}));
-}
-
-TEST(Alerts, AShowInsideABoxShowsNothingAndABoxThatFailsLosesNothing) {
-  Alerts alerts;
-  Alerts others;  // the flag is one for the process
-  RecordingDialogs dialogs;
-  dialogs.inside = [&] {
-    alerts.show(dialogs);
-    others.show(dialogs);
-    throw std::runtime_error("no window system");
-  };
-  alerts.add("Outer", "1");
-  others.add("Other", "1");
-  EXPECT_THROW(alerts.show(dialogs), std::runtime_error);
-  EXPECT_EQ(dialogs.shown, Texts{"Outer: 1"});
-  dialogs.inside = nullptr;
-  alerts.show(dialogs);
-  others.show(dialogs);
-  EXPECT_EQ(dialogs.shown, (Texts{"Outer: 1", "Outer: 1", "Other: 1"}));
-}
-
-TEST(Alerts, OfAnotherThreadAreAllShown) {
-  Alerts alerts;
-  RecordingDialogs dialogs;
+  for (const char* const expected : {"A: 1|A: 2|", "Late: 3|", ""}) {
+    alerts.show(boxes);
+    EXPECT_EQ(boxes.take(), expected);
+    boxes.inside = [&] { others.show(boxes); };
+  }
+  boxes.inside = [] { throw std::runtime_error("no window system"); };
+  EXPECT_THROW(others.show(boxes), std::runtime_error);
+  boxes.inside = nullptr;
+  for (int again = 0; again < 2; ++again) others.show(boxes);
+  EXPECT_EQ(boxes.take(), "B: 1|B: 1|") << "shown again, since the box failed";
   std::thread raiser([&] {
-    for (int n = 0; n < 500; ++n) alerts.add("Thread", std::to_string(n));
+    for (int n = 0; n < 500; ++n) alerts.add("", "");
   });
-  while (dialogs.shown.size() < 500) alerts.show(dialogs);
+  while (boxes.shown.size() < 500 * 3) alerts.show(boxes);
   raiser.join();
+}
+
+TEST(Alerts, TellOfFiles) {
+  Boxes boxes;
+  for (const char* const mode : {"rb", "wb"}) reportFileError("/p/f", mode);
+  reportFileContent("/p/f", "is empty", "Nothing has been changed");
+  Alerts::instance().show(boxes);
+  const std::string caption = "Halvekro : File Access Error: ";
+  const std::string why = " file /p/f\nThis is often due to permissions settings\n";
+  EXPECT_EQ(boxes.shown, caption + "Failed to read from" + why + "Your data has not been loaded|" +
+                             caption + "Failed to write to" + why +
+                             "Your data has not been saved|" + caption +
+                             "/p/f is empty\nNothing has been changed|");
 }
 
 }  // namespace

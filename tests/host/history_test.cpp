@@ -1,203 +1,337 @@
-// Banks, and what can be taken back.
+// What changes an effect, who hears of it, and what can be taken back.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "host/aeff_editor.h"
+#include "host/curves.h"
 #include "tests/host/test_effect.h"
 #include "tests/support/real_time.h"
 
 namespace {
 
-/// Notes the ids that the editor is told.
-class NotingEditor : public AEffEditor {
+using Values = std::array<float, kNumIds>;
+struct Change {
+  int id;
+  float value;  // to go back to; of the bank selector an eighth for each bank
+};
+using Step = std::vector<Change>;
+
+std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
+float plainOf(int id, float normalised) {
+  const ParameterRecord& record = kTestTable.at(at(id));
+  return normalisedToPlain(normalised, record.min, record.max, record.curve);
+}
+
+/// What documents bring back.
+struct Stored {
+  std::array<Values, 2> programs;
+  std::array<Values, 8> banks;
+};
+
+/// An effect and beside it what it should hold and tell, kept in the plainest way.
+class HistoryWalk : public testing::Test {
  public:
-  explicit NotingEditor(std::vector<std::pair<std::int32_t, float>>& list) : told(list) {}
-  void setParameter(std::int32_t index, float value) override { told.emplace_back(index, value); }
-
- private:
-  std::vector<std::pair<std::int32_t, float>>& told;
-};
-
-class HistoryTest : public testing::Test {
- protected:
-  HistoryTest() {
-    effect.getAeffect()->user = &host;
-    effect.setEditor(std::make_unique<NotingEditor>(told));
+  HistoryWalk() {
+    auto made = std::make_unique<TestEditor>(effect.host.log);
+    editor = made.get();
+    effect.setEditor(std::move(made));
+    effect.chunkCacheEnabled = true;
+    for (int i = 0; i < kNumIds; ++i) values.at(at(i)) = effect.getParameterDefault(i);
+    stored.programs.fill(values);
+    stored.banks.fill(values);
+    editor->shown = values;
+    effect.updateDsp(true);
+    expected = "F ";
   }
 
-  void edit(std::int32_t id, std::initializer_list<float> steps) {
-    effect.beginEdit(id);
-    for (const float value : steps) effect.setParameterAutomated(id, value);
-    effect.endEdit(id);
+  // The model: an ordinary change, the bank selector's, and what the host should hear.
+  Values& live() { return stored.banks.at(at(bank)); }
+  [[nodiscard]] float noted(int id) const {
+    return id == kABBank ? static_cast<float>(bank) / 8.0F : values.at(at(id));
   }
-  [[nodiscard]] std::vector<float> values() {
-    std::vector<float> all;
-    all.reserve(kNumIds + 1);
-    for (std::int32_t i = 0; i < kNumIds; ++i) all.push_back(effect.getParameter(i));
-    all.push_back(static_cast<float>(effect.getCurrentBank()));
-    return all;
+  void set(int id, float value) {
+    values.at(at(id)) = live().at(at(id)) = stored.programs.at(at(program)).at(at(id)) = value;
+    expected += "u ";
   }
-  /// Opcode and index of each message to the host, such as "begin 0, set 0, end 0".
-  std::string messages() {
-    std::string text;
-    for (const auto& message : host.take()) {
-      const char* const what = message.opcode == kHostBeginEdit  ? "begin "
-                               : message.opcode == kHostEndEdit  ? "end "
-                               : message.opcode == kHostAutomate ? "set "
-                                                                 : "? ";
-      text += (text.empty() ? "" : ", ") + (what + std::to_string(message.index));
+  void tell(int id, const std::string& inside) {
+    const std::string number = std::to_string(id);
+    const bool framed = !effect.gesturesOff;
+    expected += framed ? "b" + number + " " + inside + "e" + number + " " : inside;
+  }
+  void tellBank() {
+    for (int i = 0; i < kABBank && effect.notifyAllOnBankSwitch; ++i) {
+      tell(i, HostRecorder::valueWord(i, values.at(at(i))));
     }
-    return text;
+  }
+  void goTo(int wanted) {
+    bank = wanted;
+    values.at(kABBank) = noted(kABBank);
+    for (int i = 0; i < kABBank; ++i) {
+      const ParameterRecord& record = kTestTable.at(at(i));
+      const float plain = plainOf(i, live().at(at(i)));
+      set(i, plainToNormalised(plain, record.min, record.max, record.curve));
+    }
+    expected += "F ";
+    tellBank();
+  }
+  void change(int id, float value) {
+    const int wanted = static_cast<int>(plainOf(kABBank, value));
+    id == kABBank&& wanted != bank ? goTo(wanted) : set(id, value);
   }
 
-  HostRecorder host;
+  // Gestures, by the effect and by the model.
+  void begin(int id) {
+    effect.beginEdit(id);
+    open.push_back({id, noted(id)});
+    if (!effect.gesturesOff) expected += "b" + std::to_string(id) + " ";
+  }
+  void move(int id, float value) {
+    effect.setParameterAutomated(id, value);
+    change(id, value);
+    expected += HostRecorder::valueWord(id, value);
+    EXPECT_EQ(editor->shown.at(at(id)), value);
+  }
+  void ended(int id) {
+    const auto isIt = [id](const Change& entry) { return entry.id == id; };
+    const auto found = std::find_if(open.rbegin(), open.rend(), isIt);
+    if (found->value == values.at(at(id))) {
+      open.erase(std::next(found).base());
+    } else {
+      redo.clear();
+    }
+    expected += "F ";
+    if (!effect.gesturesOff) expected += "e" + std::to_string(id) + " ";
+  }
+  void end(int id) {
+    effect.endEdit(id);
+    ended(id);
+  }
+  void close() {
+    if (!open.empty()) undo.push_back(std::exchange(open, {}));
+  }
+  void edit(int id) {
+    begin(id);
+    for (std::size_t moves = random() % 3; moves > 0; --moves) move(id, anywhere());
+    if (random() % 4 == 0) move(id, open.back().value);  // back to where it began
+    end(id);
+  }
+
+  // The turns of the walk.
+  void editOnce() {
+    edit(anyId());
+    close();
+  }
+  void editInGroup() {
+    for (int nested = 0; nested < 2; ++nested) effect.beginHistoryGroup();
+    for (std::size_t edits = random() % 4; edits > 0; --edits) edit(anyId());
+    effect.endHistoryGroup();
+    for (std::size_t edits = random() % 2; edits > 0; --edits) edit(anyId());
+    close();
+    if (random() % 3 == 0) step(false);  // it ends the group, and takes it back as one
+    for (int ends = 0; ends < 2; ++ends) effect.endHistoryGroup();
+  }
+  // Gestures side by side, of which the last one ends the group by its begin.
+  void editLinked() {
+    const int first = anyId();
+    effect.beginHistoryGroup();
+    if (random() % 3 == 0) {  // the edit that this one waits for never comes
+      edit(first);
+      effect.endGroupWithEdit(first);
+      effect.beginHistoryGroup();
+    }
+    std::vector<int> ids = {first, (first + 1) % kNumIds, (first + 3) % kNumIds};
+    for (const int id : ids) {
+      if (id == ids.back()) effect.endGroupWithEdit(id);
+      begin(id);
+    }
+    for (const int id : ids) move(id, anywhere());
+    std::shuffle(ids.begin(), ids.end(), random);
+    for (const int id : ids) end(id);
+    close();
+  }
+  // The end of a gesture is lost, and comes when the next one has ended.
+  void editLosingTheEnd() {
+    const int id = anyId();
+    begin(id);
+    move(id, anywhere());
+    ended(id);
+    close();
+    begin(id);
+    move(id, anywhere());
+    end(id);
+    effect.endEdit(id);
+    close();
+  }
+  void takeBack() { step(false); }
+  void repeat() { step(true); }
+  void step(bool towardsRedo) {
+    towardsRedo ? effect.redo() : effect.undo();
+    std::vector<Step>& from = towardsRedo ? redo : undo;
+    if (from.empty()) return;
+    const Step entries = from.back();
+    from.pop_back();
+    Step back;
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+      back.push_back({entry->id, noted(entry->id)});
+      std::string before = std::exchange(expected, {});
+      change(entry->id, entry->value);
+      const std::string inside = expected + HostRecorder::valueWord(entry->id, entry->value);
+      expected = std::move(before);
+      tell(entry->id, inside);
+    }
+    (towardsRedo ? undo : redo).push_back(back);
+    expectEchoes(entries);
+  }
+  // The host may give back what it was told until another value comes.
+  void expectEchoes(const Step& told) {
+    for (const Change& entry : told) {
+      const bool stands = entry.value == values.at(at(entry.id));
+      const auto isFirst = [&](const Change& other) { return other.id == entry.id; };
+      if (!stands || &*std::find_if(told.begin(), told.end(), isFirst) != &entry) continue;
+      for (int again = 0; again < 2; ++again) EXPECT_TRUE(effect.isEcho(entry.id, entry.value));
+      const bool isTop = plainOf(entry.id, entry.value) == plainOf(entry.id, 1.0F);
+      EXPECT_FALSE(effect.isEcho(entry.id, isTop ? 0.0F : 1.0F));
+      EXPECT_FALSE(effect.isEcho(entry.id, entry.value)) << "something else came between";
+    }
+  }
+  void automate() {
+    const int id = anyId();
+    const float value = anywhere();
+    if (random() % 2 == 0) return move(id, value);
+    effect.setParameter(id, value);
+    change(id, value);
+  }
+  // The audio thread's values stand at once; all others hear of them by the idle call.
+  void moveFromAudio() {
+    const std::string before = expected;
+    const int oldBank = bank;
+    bool switched = false;
+    for (std::size_t moves = 1 + random() % 3; moves > 0; --moves) {
+      const int id = anyId();
+      const float value = anywhere();
+      inRealTime([&] { effect.setParameterFromAudio(id, value); });
+      change(id, value);
+      switched = switched || bank != oldBank;
+    }
+    expected = before;
+    for (int i = 0; i < kNumIds; ++i) ASSERT_EQ(effect.getParameter(i), values.at(at(i)));
+    ASSERT_EQ(effect.host.log, before);
+    for (int again = 0; again < 2; ++again) effect.onIdle();
+    expected += switched ? "F " : "u ";
+    if (switched) tellBank();
+  }
+  void useBanks() {
+    const int wanted = static_cast<int>(random() % 10) - 1;
+    const bool isThere = wanted >= 0 && wanted < 8;
+    if (random() % 2 == 0) {
+      effect.copyToBank(wanted);
+      if (isThere) stored.banks.at(at(wanted)) = values;
+    } else {
+      effect.switchBank(wanted);
+      if (isThere) goTo(wanted);
+    }
+  }
+  void takeProgramValues() {
+    for (int i = 0; i < kABBank; ++i) set(i, stored.programs.at(at(program)).at(at(i)));
+  }
+  void changeProgram() {
+    program = static_cast<int>(random() % 2);
+    effect.setProgram(program);
+    takeProgramValues();
+    expected += "program ";
+  }
+  void save() {
+    saved = stored;
+    savedBytes = effect.chunk();
+    TestEffect other(nullptr);
+    ASSERT_TRUE(other.load(savedBytes, false));
+    expectStored(other);
+  }
+  void restore() {
+    if (savedBytes.empty()) return;
+    ASSERT_TRUE(effect.load(savedBytes, false));
+    stored = saved;
+    takeProgramValues();
+    stored = saved;  // the live bank, too
+    values.at(kABBank) = noted(kABBank);
+    expected += "u F program ";  // the selector's own value came and went
+  }
+
+  void expectStored(TestEffect& other) const {
+    for (std::size_t i = 0; i < kABBank; ++i) {
+      for (std::size_t p = 0; p < 2; ++p) {
+        ASSERT_EQ(other.programs.at(p).values[i], stored.programs.at(p).at(i)) << p << ' ' << i;
+      }
+      for (std::size_t b = 0; b < 8; ++b) {
+        ASSERT_EQ(other.banks.at(b).values[i], stored.banks.at(b).at(i)) << b << ' ' << i;
+      }
+    }
+  }
+  void check() {
+    ASSERT_EQ(effect.host.take(), std::exchange(expected, {}));
+    for (int i = 0; i < kNumIds; ++i) {
+      const float value = values.at(at(i));
+      ASSERT_EQ(effect.getParameter(i), value) << i;
+      ASSERT_EQ(effect.getPlainValue(i), plainOf(i, value)) << i;
+      if (i == kABBank) continue;
+      ASSERT_EQ(effect.engine.at(at(i)), plainOf(i, value)) << i;
+      ASSERT_EQ(editor->shown.at(at(i)), value) << i;
+    }
+    ASSERT_NO_FATAL_FAILURE(expectStored(effect));
+    ASSERT_EQ(effect.getCurrentBank(), bank);
+    ASSERT_EQ(effect.getProgram(), program);
+    ASSERT_EQ(effect.canUndo(), !undo.empty());
+    ASSERT_EQ(effect.canRedo(), !redo.empty());
+  }
+
+  // Ten places store these exactly.
+  float anywhere() { return static_cast<float>(random() % 65) / 64.0F; }
+  int anyId() { return static_cast<int>(random() % kNumIds); }
+
   TestEffect effect;
-  std::vector<std::pair<std::int32_t, float>> told;  // to the editor
+  TestEditor* editor = nullptr;
+  std::mt19937 random{3};
+  Values values;
+  Stored stored, saved;
+  int bank = 0;
+  int program = 0;
+  std::vector<Step> undo, redo;
+  Step open;
+  std::string savedBytes, expected;
 };
 
-TEST_F(HistoryTest, AClickThatChangesNothingAndAutomationAreNoSteps) {
-  edit(kGain, {0.1F, 0.2F, 0.3F});
-  edit(kB1State, {0.0F});
-  host.take();
-  effect.undo();
-  EXPECT_EQ(messages(), "begin 1, set 1, end 1");
-  edit(kB2Mode, {0.5F, 0.0F});
-  EXPECT_TRUE(effect.canRedo()) << "nothing has changed";
-  edit(kB2Mode, {0.5F});
-  effect.setParameterAutomated(kGain, 0.9F);
-  effect.undo();
-  EXPECT_EQ(effect.getParameter(kGain), 0.9F) << "automation is no edit";
+TEST_F(HistoryWalk, KeepsModelHostEditorAndEngineInStep) {
+  using Turn = void (HistoryWalk::*)();
+  const Turn turns[] = {
+      &HistoryWalk::editOnce,         &HistoryWalk::editInGroup,   &HistoryWalk::editLinked,
+      &HistoryWalk::editLosingTheEnd, &HistoryWalk::automate,      &HistoryWalk::moveFromAudio,
+      &HistoryWalk::useBanks,         &HistoryWalk::changeProgram, &HistoryWalk::save,
+      &HistoryWalk::restore,          &HistoryWalk::takeBack,      &HistoryWalk::takeBack,
+      &HistoryWalk::takeBack,         &HistoryWalk::repeat,        &HistoryWalk::repeat};
+  for (int turn = 0; turn < 5000; ++turn) {
+    SCOPED_TRACE(turn);
+    effect.gesturesOff = random() % 8 == 0;
+    effect.notifyAllOnBankSwitch = random() % 2 == 0;
+    (this->*turns[random() % std::size(turns)])();
+    ASSERT_NO_FATAL_FAILURE(check());
+  }
+  for (const bool towardsRedo : {false, true, false}) {
+    while (!(towardsRedo ? redo : undo).empty()) {
+      step(towardsRedo);
+      ASSERT_NO_FATAL_FAILURE(check());
+    }
+  }
   effect.beginHistoryGroup();
   effect.clearHistory();
   effect.endHistoryGroup();
   EXPECT_FALSE(effect.canUndo() || effect.canRedo());
-}
-
-// NOLINTNEXTLINE(readability-function-cognitive-complexity): one walk with all its turns
-TEST_F(HistoryTest, RandomWalksThroughTheHistoryAreExact) {
-  std::mt19937 random(3);
-  std::vector<std::vector<float>> states = {values()};
-  std::size_t now = 0;
-  for (int step = 0; step < 3000; ++step) {
-    if (random() % 2 == 0) {
-      states.resize(now + 1);
-      const bool grouped = random() % 3 == 0;
-      if (random() % 3 == 0) {  // nothing: no step
-        effect.beginHistoryGroup();
-        edit(-1000, {});
-        for (int ends = 0; ends < 2; ++ends) effect.endHistoryGroup();
-      }
-      if (grouped) effect.beginHistoryGroup();
-      const auto first = static_cast<std::int32_t>(random() % kABBank);
-      for (std::int32_t i = 0; i < (grouped ? 3 : 1); ++i) {
-        const std::int32_t id = (first + i) % kABBank;
-        const float elsewhere = effect.getParameter(id) < 0.5F ? 0.5F : 0.0F;
-        if (grouped) effect.beginHistoryGroup();  // within another
-        edit(id, {0.99F, elsewhere + static_cast<float>(random() % 8) / 17.0F});
-        if (grouped) effect.endHistoryGroup();
-      }
-      states.push_back(values());
-      if (random() % 4 == 0) {  // an undo ends the group and takes it back as one
-        effect.undo();
-      } else {
-        ++now;
-      }
-      if (grouped) effect.endHistoryGroup();
-    } else if (random() % 2 == 0 && now > 0) {
-      effect.undo();
-      --now;
-    } else if (now + 1 < states.size()) {
-      effect.redo();
-      ++now;
-    }
-    ASSERT_EQ(values(), states[now]) << "step " << step;
-    ASSERT_EQ(effect.canUndo(), now > 0);
-    ASSERT_EQ(effect.canRedo(), now + 1 < states.size());
-  }
-}
-
-TEST_F(HistoryTest, LoadedStatesAskTheEditorForWhatWasBefore) {
-  edit(kGain, {0.1F});
-  effect.undo();
-  edit(historyPresetLoad, {});
-  EXPECT_FALSE(effect.canRedo());
-  edit(historyBankLoad, {});
-  told.clear();
-  effect.undo();
-  effect.undo();
-  effect.redo();
-  const std::vector<std::pair<std::int32_t, float>> expected = {
-      {historyBankLoad, 0.0F}, {historyPresetLoad, 0.0F}, {historyPresetLoad, 1.0F}};
-  EXPECT_EQ(told, expected);
-}
-
-TEST_F(HistoryTest, ABankSwitchComesFromAnySourceAndIsTakenBack) {
-  effect.setParameter(kGain, 0.1F);
-  effect.copyToBank(5);
-  effect.banks[5].values[kB1Slope] = 0.21F;  // between two steps
-  host.take();
-  edit(kABBank, {0.625F});
-  EXPECT_EQ(messages(), "begin 6, set 6, end 6") << "the host sees the selector alone";
-  EXPECT_EQ(effect.getCurrentBank(), 5);
-  EXPECT_EQ(effect.getPlainValue(kABBank), 5);
-  EXPECT_EQ(effect.banks[5].values[kB1Slope], 18.0F / 91.0F) << "back on its step";
-  effect.setParameter(kGain, 0.9F);
-  EXPECT_EQ(effect.banks[0].values[kGain], 0.1F);
-  effect.takeUpdates();
-  told.clear();
-  effect.setParameter(kABBank, 0.7F);
-  EXPECT_EQ(effect.takeUpdates(), "u") << "the live bank: an ordinary change";
-  EXPECT_EQ(told.size(), 1U);
-  effect.undo();
-  EXPECT_EQ(effect.getCurrentBank(), 0);
-  EXPECT_FLOAT_EQ(effect.getParameter(kGain), 0.1F);
-  effect.switchBank(8);
-  effect.switchBank(-1);
-  effect.copyToBank(9);
-  EXPECT_EQ(effect.getCurrentBank(), 0);
-  effect.notifyAllOnBankSwitch = true;
-  host.take();
-  effect.setParameter(kABBank, 0.125F);
-  std::string all;
-  for (int i = 0; i < kABBank; ++i) {
-    const std::string id = std::to_string(i);
-    all += (i > 0 ? ", begin " : "begin ") + id + ", set " + id + ", end " + id;
-  }
-  EXPECT_EQ(messages(), all);
-  effect.gesturesOff = true;
-  effect.setParameter(kABBank, 0.0F);
-  EXPECT_EQ(messages().substr(0, 12), "set 0, set 1");
-}
-
-TEST_F(HistoryTest, TheAudioThreadSetsValuesAtOnceAndTheRestFollows) {
-  effect.setParameter(kGain, 0.1F);
-  effect.copyToBank(2);
-  effect.setParameter(kGain, 0.2F);
-  effect.takeUpdates();
-  told.clear();
-  {
-    const RealTimeCheck check;
-    effect.setParameterFromAudio(kB1State, 0.0F);
-    effect.setParameterFromAudio(kABBank, 0.25F);
-    effect.setParameterFromAudio(-1, 0.5F);
-    effect.setParameterFromAudio(kB2Mode, 2.0F);
-  }
-  EXPECT_EQ(effect.getCurrentBank(), 2);
-  EXPECT_FLOAT_EQ(effect.getParameter(kGain), 0.1F);
-  EXPECT_EQ(effect.getParameter(kB1State), 1.0F) << "as the bank has it";
-  EXPECT_EQ(effect.getPlainValue(kB2Mode), 7);
-  EXPECT_EQ(effect.takeUpdates(), "");
-  EXPECT_TRUE(told.empty());
-  effect.onIdle();
-  EXPECT_EQ(effect.takeUpdates(), "F");
-  EXPECT_EQ(told.size(), static_cast<std::size_t>(kNumIds));
-  effect.onIdle();
-  EXPECT_EQ(effect.takeUpdates(), "");
 }
 
 }  // namespace

@@ -13,36 +13,29 @@
 
 namespace {
 
-/// What the timer under a list of clients was told, and a hand to turn it.
-struct TimerBench {
-  std::mutex mutex;
-  std::function<void()> callback;
-  const Timer* owner = nullptr;  // of the callback
-  int starts = 0;
-  int alive = 0;
-
+/// What the timers under a list of clients were told, and a hand to turn the last one.
+struct Bench {
   void tick() {
     std::unique_lock lock(mutex);
     const std::function<void()> current = callback;
     lock.unlock();
     if (current) current();
   }
+
+  std::mutex mutex;
+  std::function<void()> callback;
+  const Timer* owner = nullptr;  // of the callback
+  int starts = 0;
+  int alive = 0;
 };
 
 class HandTimer : public Timer {
  public:
-  explicit HandTimer(TimerBench& timerBench) : bench(timerBench) {
-    const std::lock_guard guard(bench.mutex);
-    ++bench.alive;
-  }
-  ~HandTimer() override {
-    stop();
-    const std::lock_guard guard(bench.mutex);
-    --bench.alive;
-  }
+  explicit HandTimer(Bench& timerBench) : bench(timerBench) { count(1); }
+  ~HandTimer() override { stop(), count(-1); }
   void start(std::int32_t intervalMs, std::function<void()> callback) override {
     const std::lock_guard guard(bench.mutex);
-    EXPECT_FALSE(bench.callback) << "started without being killed first";
+    EXPECT_FALSE(bench.callback) << "started without being stopped first";
     EXPECT_EQ(intervalMs, 10);
     bench.callback = std::move(callback);
     bench.owner = this;
@@ -55,17 +48,20 @@ class HandTimer : public Timer {
   }
 
  private:
-  TimerBench& bench;
+  void count(int change) {
+    const std::lock_guard guard(bench.mutex);
+    bench.alive += change;
+  }
+
+  Bench& bench;
 };
 
-/// Adds its letter to `log` when it idles, and the small one when its editor does.
-class Client : public IdleClient {
- public:
+/// Logs its letter when it idles, and the small one when its editor does.
+struct Client : IdleClient {
   Client(std::string& clientLog, char clientLetter) : log(clientLog), letter(clientLetter) {}
-
   void onIdle() override {
     log += letter;
-    if (const auto current = action) current();  // it may replace itself
+    if (action) action();
   }
   void onEditorIdle() override { log += static_cast<char>(letter - 'A' + 'a'); }
 
@@ -76,68 +72,62 @@ class Client : public IdleClient {
 
 class IdleTimerTest : public testing::Test {
  protected:
+  /// "+C" and "-B" add and remove a client, "t" ticks once within the tick, "!" fails.
+  void run(const char* script) {
+    for (const char* c = script; *c != '\0'; ++c) {
+      if (*c == 't' && !nested) nested = true, bench.tick();
+      if (*c == '!') throw std::runtime_error("full disk");
+      if (*c == '+') idle.add(clients[c[1] - 'A']);
+      if (*c == '-') idle.remove(clients[c[1] - 'A']);
+    }
+  }
   std::string ticked() {
-    log.clear();
+    nested = false;
     bench.tick();
-    return log;
+    return std::exchange(log, {});
   }
 
-  TimerBench bench;
+  Bench bench;
   IdleTimer idle{[this] { return std::make_unique<HandTimer>(bench); }};
   std::string log;
-  Client a{log, 'A'}, b{log, 'B'}, c{log, 'C'};
+  Client clients[3] = {{log, 'A'}, {log, 'B'}, {log, 'C'}};
+  bool nested = false;
 };
 
-TEST_F(IdleTimerTest, OneTimerServesAllAndRestartsWithEveryChange) {
-  for (Client* const client : {&a, &b, &b}) idle.add(*client);
-  EXPECT_EQ(bench.alive, 1);
-  EXPECT_EQ(bench.starts, 2);
-  EXPECT_EQ(ticked(), "AaBb");
-  idle.remove(a);
-  EXPECT_EQ(bench.starts, 3);
-  EXPECT_EQ(ticked(), "Bb");
-  for (Client* const client : {&a, &b}) idle.remove(*client);
-  EXPECT_EQ(bench.starts, 3);
-  EXPECT_EQ(bench.alive, 0) << "a thread outlives the last instance";
-}
-
-TEST_F(IdleTimerTest, TheListMayChangeWithinATick) {
-  idle.add(a);
-  idle.add(b);
-  a.action = [&] { idle.add(c); };
-  EXPECT_EQ(ticked(), "AaBb") << "a client added meanwhile waits for the next tick";
-  EXPECT_EQ(ticked(), "AaBbCc");
-  a.action = [&] { idle.remove(b); };
-  EXPECT_EQ(ticked(), "AaCc");
-  a.action = [&] { idle.remove(a); };
-  EXPECT_EQ(ticked(), "ACc") << "its editor may be gone";
-  c.action = [&] { idle.remove(c); };
-  EXPECT_EQ(ticked(), "C");
-  EXPECT_EQ(ticked(), "");
-  EXPECT_EQ(bench.alive, 1) << "the timer was deleted within its own tick";
-  c.action = [&] { idle.remove(c), idle.add(c); };
-  idle.add(c);
-  EXPECT_EQ(ticked(), "C") << "counts as a new one";
-}
-
-TEST_F(IdleTimerTest, TicksNestAndAnExceptionEndsOneTurnOnly) {
-  idle.add(a);
-  idle.add(b);
-  a.action = [&] {
-    a.action = [] { throw std::runtime_error("full disk"); };
-    bench.tick();  // a client may run a message loop
-    idle.remove(b);
+TEST_F(IdleTimerTest, OneTimerServesAListThatMayChangeWithinItsTicks) {
+  const struct {
+    const char *ofA, *ofB, *first, *second;  // what A and B do in their turn, and two ticks
+    int starts;                              // of the timer, two of them for A and B
+  } cases[] = {
+      {"", "", "AaBb", "AaBb", 2},       {"+B", "+A", "AaBb", "AaBb", 2},
+      {"+C", "", "AaBb", "AaBbCc", 3},   {"-C", "", "AaBb", "AaBb", 2},
+      {"-B", "", "Aa", "Aa", 3},         {"", "-A", "AaBb", "Bb", 3},
+      {"-A", "", "ABb", "Bb", 3},     // its editor may be gone
+      {"-A+A", "", "ABb", "BbA", 6},  // counts as a new one
+      {"", "-A-B", "AaB", "", 3},     // the timer cannot go within its own tick
+      {"-A-B+C", "", "A", "Cc", 4},      {"!", "", "ABb", "ABb", 2},
+      {"t-B", "", "AAaa", "AAaa", 3},    {"", "t-B", "AaBAaB", "Aa", 3},
+      {"t!", "", "AABbBb", "AABbBb", 2},
   };
-  EXPECT_EQ(ticked(), "AABba");
-  idle.remove(a);
-  EXPECT_EQ(bench.alive, 0) << "the failed call counts as still under way";
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.ofA + std::string(" / ") + c.ofB);
+    bench.starts = 0;
+    run("+A+B");
+    clients[0].action = [&] { run(c.ofA); };
+    clients[1].action = [&] { run(c.ofB); };
+    EXPECT_EQ(ticked(), c.first);
+    EXPECT_EQ(ticked(), c.second);
+    EXPECT_EQ(bench.starts, c.starts);
+    EXPECT_EQ(bench.alive, 1);
+    run("+C-A-B-C");
+    EXPECT_EQ(bench.alive, 0) << "a thread outlives the last instance";
+  }
 }
 
 TEST_F(IdleTimerTest, ATickOfATimerGivenUpCallsNobody) {
-  idle.add(a);
+  run("+A");
   const std::function<void()> late = bench.callback;
-  idle.remove(a);
-  idle.add(b);
+  run("-A+B");
   late();
   EXPECT_EQ(log, "");
 }
@@ -145,53 +135,37 @@ TEST_F(IdleTimerTest, ATickOfATimerGivenUpCallsNobody) {
 TEST_F(IdleTimerTest, RemoveWaitsForACallOnAnotherThread) {
   std::atomic<bool> inside{false};
   std::atomic<bool> done{false};
-  a.action = [&] {
+  clients[0].action = [&] {
     inside = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     done = true;
   };
-  idle.add(a);
+  run("+A");
   std::thread ticker([&] { bench.tick(); });
   while (!inside) std::this_thread::yield();
-  idle.remove(a);
+  run("-A");
   EXPECT_TRUE(done);
   ticker.join();
   EXPECT_EQ(log, "A") << "called after its removal";
 }
-
-/// A client whose idle works on its own memory and lets a guest come and go.
-class BusyClient : public IdleClient {
- public:
-  BusyClient(IdleTimer& timer, bool takesGuests) : idle(timer), isHost(takesGuests) {
-    idle.add(*this);
-  }
-  ~BusyClient() override { idle.remove(*this); }
-
-  void onIdle() override {
-    ++(*idles);
-    if (isHost) guest = guest ? nullptr : std::make_unique<BusyClient>(idle, false);
-  }
-  void onEditorIdle() override { ++(*idles); }
-
- private:
-  IdleTimer& idle;
-  const bool isHost;
-  std::unique_ptr<int> idles = std::make_unique<int>(0);
-  std::unique_ptr<BusyClient> guest;
-};
 
 TEST_F(IdleTimerTest, ClientsComeAndGoWhileTicksRun) {
   std::atomic<bool> ending{false};
   std::thread ticker([&] {
     while (!ending) bench.tick();
   });
-  std::vector<std::thread> owners;
-  owners.reserve(3);
-  for (int owner = 0; owner < 3; ++owner) {
-    owners.emplace_back([this] {
+  std::vector<std::thread> owners(3);
+  for (std::thread& owner : owners) {
+    owner = std::thread([this] {
       for (int i = 0; i < 300; ++i) {
-        const BusyClient client(idle, true);
+        const auto ownLog = std::make_unique<std::string>();
+        Client guest(*ownLog, 'G');
+        Client client(*ownLog, 'H');
+        client.action = [&] { ownLog->size() % 2 == 0 ? idle.remove(guest) : idle.add(guest); };
+        idle.add(client);
         if (i % 2 == 0) std::this_thread::yield();
+        idle.remove(client);
+        idle.remove(guest);
       }
     });
   }
