@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <thread>
@@ -20,9 +18,6 @@
 #include "tests/support/test_directory.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 
 constexpr unsigned kLongestChildSeconds = 60;
 
@@ -49,12 +44,6 @@ bool isRunning(pid_t child) {
   siginfo_t info{};
   const int options = WEXITED | WNOHANG | WNOWAIT;
   return waitid(P_PID, static_cast<id_t>(child), &info, options) == 0 && info.si_pid == 0;
-}
-
-std::string compactText(const std::string& path) {
-  const JsonTree root = FileStore::parse(readBytes(path));
-  const JsonText text(root ? jsonPrintUnformatted(root.get()) : nullptr);
-  return text ? text.get() : "no store";
 }
 
 TEST(FileStore, LosesNoUpdateOfProcessesAndThreads) {
@@ -134,167 +123,6 @@ TEST(FileStore, HoldsACommittedTextWheneverItsWriterIsKilled) {
   }
   EXPECT_TRUE(store.write("value", "free again")) << store.takeNotice();
   munmap(memory, sizeof(Progress));
-}
-
-TEST(FileStore, KeepsWhatIsNotItsOwn) {
-  const TestDirectory directory;
-  const std::string path = directory.path("store.json");
-  const std::string before =
-      R"({ "map":5,"map":"old","Map":"case" , "list":[0.1234567891,{"a":null}],"":"",
-         "text":"a\"\\\u00e9\n}" })";
-  writeBytes(path, before);
-  FileStore store(path);
-  EXPECT_EQ(store.read("map"), "old");
-  EXPECT_EQ(store.read("text"), "a\"\\\u00e9\n}");
-  for (const char* const name : {"", "list", "MAP", "a", "absent"}) {
-    EXPECT_EQ(store.read(name), std::nullopt) << name;
-  }
-
-  std::optional<std::string> seen = "nothing";
-  const auto look = [&seen](const std::optional<std::string>& old) {
-    seen = old;
-    return std::optional<std::string>();
-  };
-  EXPECT_TRUE(store.update("", look));
-  EXPECT_EQ(seen, std::nullopt);
-  EXPECT_TRUE(store.write("map", "old"));
-  EXPECT_EQ(readBytes(path), before) << "nothing to write";
-
-  EXPECT_TRUE(store.write("map", "new\x01\xff"));
-  EXPECT_TRUE(store.write("fresh", "x"));
-  EXPECT_TRUE(store.write("Map", ""));
-  EXPECT_EQ(compactText(path), R"({"map":5,"map":"new\u0001)"
-                               "\xff"
-                               R"(","Map":"","list":[0.1234567891,{"a":null}],"":"","text":"a\"\\)"
-                               "\u00e9"
-                               R"(\n}","fresh":"x"})");
-  EXPECT_EQ(store.read("Map"), std::nullopt);
-  EXPECT_EQ(store.takeNotice(), "");
-}
-
-TEST(FileStore, MovesForeignFilesAsideAndTellsWhere) {
-  const std::string zero(1, '\0');
-  const std::string tooLarge = R"({"a":")" + std::string(kMostDocumentBytes, 'x') + "\"}";
-  const Texts foreign = {R"({"a":"1")",     R"({"a":"1)", "[\"a\"]",
-                         "\"text\"",        "a = 1\n",    " ",
-                         R"({"a":"1"} x)",  tooLarge,     R"({"a":"1"}{"b":"2"})",
-                         "{\"a\":1e999}",   "{}" + zero,  "{\"a\":\"1\"}" + zero + "{}",
-                         "{\"a\":\"1\"}\n}"};
-  for (const std::string& bytes : foreign) {
-    SCOPED_TRACE(bytes.substr(0, 40));
-    const TestDirectory directory;
-    const std::string path = directory.path("store.json");
-    writeBytes(path, bytes);
-    FileStore store(path);
-    EXPECT_EQ(store.read("a"), std::nullopt);
-    EXPECT_TRUE(store.update("a", [](const auto&) { return std::optional<std::string>(); }));
-    EXPECT_TRUE(readBytes(path) == bytes) << "touched before anything was to be written";
-
-    EXPECT_TRUE(store.write("a", "2"));
-    EXPECT_EQ(compactText(path), R"({"a":"2"})");
-    EXPECT_TRUE(readBytes(path + ".kept") == bytes);
-    EXPECT_EQ(directory.names(), (Texts{"store.json", "store.json.kept", "store.json.lock"}));
-    const std::string notice = store.takeNotice();
-    EXPECT_NE(notice.find(path + " "), std::string::npos) << notice;
-    EXPECT_NE(notice.find(path + ".kept,"), std::string::npos) << notice;
-    EXPECT_EQ(store.takeNotice(), "");
-  }
-}
-
-TEST(FileStore, MovesAsideWhatIsNoFileAndReplacesNothingKept) {
-  const TestDirectory directory;
-  const std::string path = directory.path("store.json");
-  fs::create_directories(path + "/inside");
-  writeBytes(path + ".kept", "older");
-  fs::create_symlink("nowhere", path + ".kept-2");
-  FileStore store(path);
-  EXPECT_TRUE(store.write("a", "1"));
-  EXPECT_TRUE(fs::is_directory(path + ".kept-3/inside"));
-  fs::remove(path);
-  fs::create_symlink("store.json", path);  // a circle
-  EXPECT_TRUE(store.write("a", "2"));
-  EXPECT_TRUE(fs::is_symlink(path + ".kept-4"));
-  EXPECT_EQ(readBytes(path + ".kept"), "older");
-  EXPECT_EQ(fs::read_symlink(path + ".kept-2"), "nowhere");
-
-  // An empty file and a link to a store are not foreign.
-  fs::rename(path, directory.path("linked"));
-  fs::create_symlink("linked", path);
-  EXPECT_TRUE(store.write("b", "3"));
-  EXPECT_TRUE(fs::is_symlink(path));
-  EXPECT_EQ(compactText(directory.path("linked")), R"({"a":"2","b":"3"})");
-  writeBytes(path, "");
-  EXPECT_TRUE(store.write("c", "4"));
-  EXPECT_EQ(compactText(path), R"({"c":"4"})");
-  EXPECT_FALSE(fs::exists(path + ".kept-5"));
-}
-
-// Writes fail while it lives, as on a full disk.
-class FullDisk {
- public:
-  FullDisk() : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit none = {0, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &none);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit old{};
-  void (*oldHandler)(int);
-};
-
-TEST(FileStore, FailsWithANoticeAndChangesNothing) {
-  const TestDirectory directory;
-  writeBytes(directory.path("file"), "bytes");
-  FileStore nowhere("");
-  FileStore belowFile(directory.path("file/store.json"));
-  for (FileStore* const store : {&nowhere, &belowFile}) {
-    EXPECT_EQ(store->read("a"), std::nullopt);
-    EXPECT_FALSE(store->write("a", "1"));
-    EXPECT_NE(store->takeNotice(), "");
-    EXPECT_EQ(store->takeNotice(), "");
-  }
-  EXPECT_EQ(directory.names(), Texts{"file"});
-
-  const std::string zero(1, '\0');
-  const std::string tooLarge(kMostDocumentBytes, 'x');
-  for (const std::string& before : {std::string(R"({"a":"1"})"), std::string("foreign")}) {
-    const TestDirectory own;
-    const std::string path = own.path("store.json");
-    writeBytes(path, before);
-    FileStore store(path);
-    EXPECT_FALSE(store.write("a", zero));
-    EXPECT_FALSE(store.write(zero, "2"));
-    EXPECT_FALSE(store.write("a", tooLarge));
-    {
-      const FullDisk disk;
-      EXPECT_FALSE(store.write("a", "2"));
-    }
-    EXPECT_NE(store.takeNotice().find(path), std::string::npos);
-    EXPECT_EQ(readBytes(path), before);
-    EXPECT_EQ(own.names(), (Texts{"store.json", "store.json.lock"}));
-  }
-}
-
-TEST(FileStore, TellsOfAFailureOnceUntilSomethingIsWritten) {
-  const TestDirectory directory;
-  writeBytes(directory.path("folder"), "in the way");
-  FileStore store(directory.path("folder/store.json"));
-  for (int round = 0; round < 2; ++round) {
-    for (int attempt = 0; attempt < 3; ++attempt) {
-      EXPECT_FALSE(store.write("a", std::string(1, '\0')));
-      EXPECT_EQ(store.takeNotice().empty(), attempt > 0) << round << ' ' << attempt;
-    }
-    if (round == 0) std::filesystem::remove(directory.path("folder"));
-    EXPECT_TRUE(store.write("a", std::to_string(round)));
-    EXPECT_EQ(store.takeNotice(), "");
-  }
 }
 
 TEST(FileStore, AForeignLockCostsAFirstInstanceNothingAndAChangeLittle) {

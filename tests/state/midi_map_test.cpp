@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
-#include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -12,23 +14,27 @@
 
 namespace {
 
-using Assignments = std::map<std::int32_t, std::int32_t>;  // controller to id
+constexpr std::size_t kControllers = MIDIMap::kControllers;
+using Table = std::array<std::int32_t, kControllers>;
 
-std::string tableText(const Assignments& assignments) {
+std::string textOf(const Table& table) {
   std::string text;
-  for (std::int32_t i = 0; i < MIDIMap::kControllers; ++i) {
-    const auto found = assignments.find(i);
-    text += (i ? "," : "[") + std::to_string(found == assignments.end() ? -1 : found->second);
-  }
+  for (const std::int32_t id : table) text += (text.empty() ? "[" : ",") + std::to_string(id);
   return text + "]";
 }
 
-Assignments assignmentsOf(const MIDIMap& map) {
-  Assignments result;
-  for (std::int32_t i = 0; i < MIDIMap::kControllers; ++i) {
-    if (map.parameterOf(i) != -1) result[i] = map.parameterOf(i);
-  }
-  return result;
+Table tableOf(const MIDIMap& map) {
+  Table table;
+  for (std::size_t i = 0; i < kControllers; ++i) table[i] = map.parameterOf(static_cast<int>(i));
+  return table;
+}
+
+/// A table with some controllers taken, by number and parameter.
+Table with(std::initializer_list<std::pair<std::size_t, std::int32_t>> entries) {
+  Table table;
+  table.fill(-1);
+  for (const auto& [controller, id] : entries) table.at(controller) = id;
+  return table;
 }
 
 std::optional<MIDIMap::Move> send(MIDIMap& map, int status, int data1, int data2) {
@@ -38,127 +44,122 @@ std::optional<MIDIMap::Move> send(MIDIMap& map, int status, int data1, int data2
   return processInRealTime(map, message);
 }
 
+/// One of two maps over a store, in the plainest way.
+struct Model {
+  void give(std::int32_t id, std::size_t controller) {
+    take(id);
+    table.at(controller) = id;
+    changed.insert(controller);
+  }
+  void take(std::int32_t id) {
+    for (std::size_t i = 0; i < kControllers; ++i) {
+      if (table.at(i) == id) table.at(i) = -1, changed.insert(i);
+    }
+  }
+  /// What was changed here goes over what is stored, and the rest comes from there.
+  void save(Table& stored) {
+    for (const std::size_t i : changed) {
+      for (std::int32_t& id : stored) id = id == table.at(i) ? -1 : id;
+    }
+    for (const std::size_t i : changed) stored.at(i) = table.at(i);
+    if (!changed.empty()) table = stored;
+    changed.clear();
+  }
+
+  Table table = with({});
+  std::set<std::size_t> changed;
+};
+
+TEST(MIDIMap, ARandomWalkOfTwoMapsOverOneStoreMatchesTheirTables) {
+  std::mt19937 random(8);
+  TestStore store;
+  MIDIMap maps[] = {MIDIMap(store), MIDIMap(store)};
+  Model models[2];
+  Table stored = with({});
+  store.put("MIDIMap", textOf(stored));
+  for (int turn = 0; turn < 4000; ++turn) {
+    const std::size_t which = random() % 2;
+    MIDIMap& map = maps[which];
+    Model& model = models[which];
+    const auto id = static_cast<std::int32_t>(random() % 12) - 1;
+    const std::size_t controller = random() % 3 == 0 ? random() % 128 : random() % 6;
+    const auto number = static_cast<std::int32_t>(controller);
+    switch (random() % 5) {
+      case 0:
+        map.learn(id, number + 128);
+        if (id >= 0) model.give(id, controller);
+        model.save(stored);
+        break;
+      case 1:
+        map.unlearn(id);
+        if (id >= 0) model.take(id);
+        model.save(stored);
+        break;
+      case 2: {  // the audio thread; the message moves what it has just been given
+        map.setLearnTarget(id - static_cast<int>(random() % 2) * 7);
+        const std::int32_t wanted = map.getLearnTarget();
+        ASSERT_GE(wanted, -1);
+        ASSERT_FALSE(send(map, 0x90, number, 64));
+        ASSERT_EQ(map.getLearnTarget(), wanted);
+        if (wanted >= 0) model.give(wanted, controller);
+        const auto move = send(map, 0xB0 | (turn & 15), number, 64);
+        ASSERT_EQ(move ? move->id : -1, model.table.at(controller));
+        ASSERT_EQ(map.getLearnTarget(), -1);
+        break;
+      }
+      case 3:
+        ASSERT_EQ(map.saveChanges(), !model.changed.empty());
+        model.save(stored);
+        break;
+      default:  // another program
+        stored.at(controller) = id;
+        store.put("MIDIMap", textOf(stored));
+    }
+    ASSERT_EQ(tableOf(map), model.table) << "turn " << turn;
+    const auto first = std::find(model.table.begin(), model.table.end(), id);
+    const bool hasOne = id >= 0 && first != model.table.end();
+    ASSERT_EQ(map.controllerOf(id), hasOne ? first - model.table.begin() : -1);
+    ASSERT_EQ(store.text("MIDIMap"), textOf(stored));
+  }
+  for (const int outside : {-1, 128}) EXPECT_EQ(maps[0].parameterOf(outside), -1);
+}
+
 TEST(MIDIMap, ControllersOfAnyChannelMoveLinearly) {
   TestStore store;
   MIDIMap map(store);
   map.learn(42, 7);
-  map.learn(300, 127);
-  const struct {
-    int status, data1, data2;
-    std::int32_t id;
-    float normalised;
-  } cases[] = {
-      {0xB0, 7, 0, 42, 0.0F},      {0xB3, 7, 64, 42, static_cast<float>(64 / 127.0)},
-      {0xBF, 127, 127, 300, 1.0F}, {0xB0, 7 + 128, 128 + 1, 42, static_cast<float>(1 / 127.0)},
-      {0xB0, 8, 64, -1, 0.0F},     {0xA0, 7, 64, -1, 0.0F},
-      {0x90, 7, 64, -1, 0.0F},     {0xE0, 7, 64, -1, 0.0F},
-      {0xF0, 7, 64, -1, 0.0F},     {0x30, 7, 64, -1, 0.0F},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << std::hex << c.status << " " << c.data1 << " " << c.data2);
-    const auto move = send(map, c.status, c.data1, c.data2);
-    EXPECT_EQ(move ? move->id : -1, c.id);
-    EXPECT_EQ(move ? move->normalised : 0.0F, c.normalised);
+  for (int status = 0; status < 256; ++status) {
+    for (int value = 0; value < 256; value += 5) {
+      const auto move = send(map, status, 7 + (value & 128), value);
+      ASSERT_EQ(move.has_value(), (status & 0xF0) == 0xB0) << status;
+      if (!move) continue;
+      ASSERT_EQ(move->id, 42);
+      ASSERT_EQ(move->normalised, static_cast<float>((value & 127) / 127.0));
+    }
+    ASSERT_FALSE(send(map, status, 8, 64)) << status;
   }
-}
-
-TEST(MIDIMap, LearnsInRealTimeAndStoresLater) {
-  TestStore store;
-  MIDIMap map(store);
-  map.learn(10, 1);
-  map.setLearnTarget(10);
-  EXPECT_FALSE(send(map, 0x90, 7, 64));
-  EXPECT_EQ(map.getLearnTarget(), 10);
-  const auto move = send(map, 0xB5, 7, 64);  // the same message moves the parameter at once
-  ASSERT_TRUE(move);
-  EXPECT_EQ(move->id, 10);
-  EXPECT_EQ(map.getLearnTarget(), -1);
-  EXPECT_EQ(map.controllerOf(10), 7);
-  EXPECT_EQ(map.parameterOf(1), -1);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 10}}));
-  EXPECT_TRUE(map.saveChanges());
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{7, 10}}));
-
-  // A second parameter takes the controller from the first.
-  map.setLearnTarget(11);
-  ASSERT_TRUE(send(map, 0xB0, 7, 0));
-  EXPECT_EQ(map.controllerOf(10), -1);
-  EXPECT_EQ(map.controllerOf(11), 7);
-  map.setLearnTarget(12);
-  map.setLearnTarget(-5);
-  EXPECT_EQ(map.getLearnTarget(), -1);
-  EXPECT_FALSE(send(map, 0xB0, 20, 0));
-  EXPECT_TRUE(map.saveChanges());
-  const int updates = store.updates;
-  EXPECT_FALSE(map.saveChanges());
-  EXPECT_EQ(store.updates, updates);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{7, 11}}));
-}
-
-TEST(MIDIMap, UnlearnsAllEntriesOfAParameter) {
-  TestStore store;
-  store.put("MIDIMap", "[5,6,5,7]");
-  MIDIMap map(store);
-  EXPECT_EQ(map.controllerOf(5), 0);
-  map.unlearn(5);
-  EXPECT_EQ(assignmentsOf(map), (Assignments{{1, 6}, {3, 7}}));
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 6}, {3, 7}}));
-  map.learn(8, 128 + 3);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 6}, {3, 8}}));
-  const int updates = store.updates;
-  map.unlearn(99);
-  map.unlearn(-1);
-  map.learn(-1, 3);
-  EXPECT_EQ(store.updates, updates);
-  EXPECT_EQ(map.controllerOf(-1), -1);
-  EXPECT_EQ(map.parameterOf(-1) + map.parameterOf(128), -2);
 }
 
 TEST(MIDIMap, ReadsWhatIsStored) {
-  std::string surplus = tableText({{0, 1}, {127, 2}});
+  std::string surplus = textOf(with({{0, 1}, {127, 2}}));
   surplus.back() = ',';
-  const struct {
-    std::string text;
-    Assignments expected;
-  } cases[] = {
-      {surplus + "3,4]", {{0, 1}, {127, 2}}},
-      {"[4,\"5\",6.9,null,[7],-3]", {{0, 4}, {2, 6}}},
-      {"[]", {}},
-      {"{\"a\":1}", {}},
-      {"[1,2", {}},
-      {"7", {}},
-  };
-  for (const auto& c : cases) {
-    TestStore store;
-    store.put("MIDIMap", c.text);
-    EXPECT_EQ(assignmentsOf(MIDIMap(store)), c.expected) << c.text;
-  }
-}
-
-TEST(MIDIMap, TwoMapsOverOneStoreMerge) {
   TestStore store;
-  store.put("MIDIMap", tableText({{3, 30}, {4, 40}}));
-  MIDIMap one(store);
-  MIDIMap other(store);
-  one.learn(10, 1);
-  other.learn(20, 2);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 10}, {2, 20}, {3, 30}, {4, 40}}));
-  EXPECT_EQ(other.controllerOf(10), 1);
-  EXPECT_EQ(one.controllerOf(20), -1);  // not before it stores something itself
-  one.unlearn(30);
-  EXPECT_EQ(one.controllerOf(20), 2);
-  EXPECT_EQ(other.controllerOf(30), 3);
-  other.learn(10, 9);  // frees what only the store and the other map hold
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{2, 20}, {4, 40}, {9, 10}}));
-  one.learn(40, 9);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{2, 20}, {9, 40}}));
-  EXPECT_EQ(assignmentsOf(one), (Assignments{{2, 20}, {9, 40}}));
+  for (const auto& [text, expected] : {std::pair{surplus + "3,4]", with({{0, 1}, {127, 2}})},
+                                       {"[4,\"5\",6.9,null,[7],-3]", with({{0, 4}, {2, 6}})},
+                                       {"[]", with({})},
+                                       {"{\"a\":1}", with({})},
+                                       {"[1,2", with({})}}) {
+    store.put("MIDIMap", text);
+    EXPECT_EQ(tableOf(MIDIMap(store)), expected) << text;
+  }
+  MIDIMap map(store);
+  map.learn(40, 4);
   store.put("MIDIMap", "spoilt");
-  one.learn(50, 5);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{2, 20}, {5, 50}, {9, 40}}));
+  map.learn(50, 5);
+  EXPECT_EQ(store.text("MIDIMap"), textOf(with({{4, 40}, {5, 50}}))) << "begun from what is live";
 }
 
-TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainNowAndThen) {
+TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainNowAndThenButByHandAtOnce) {
   for (const auto mode : {TestStore::Mode::kDoesNotWrite, TestStore::Mode::kDoesNotEvenAsk}) {
     TestStore store;
     store.mode = mode;
@@ -168,11 +169,18 @@ TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainNowAndThen) {
     EXPECT_EQ(store.updates, 2);
     EXPECT_EQ(map.controllerOf(10), 1);
     store.mode = TestStore::Mode::kWorks;
-    store.put("MIDIMap", tableText({{2, 20}}));
+    store.put("MIDIMap", textOf(with({{2, 20}})));
     int calls = 1;
     while (map.saveChanges() && calls < 1000) ++calls;
     EXPECT_LT(calls, 600);
-    EXPECT_EQ(store.text("MIDIMap"), tableText({{1, 10}, {2, 20}}));
+    EXPECT_EQ(store.text("MIDIMap"), textOf(with({{1, 10}, {2, 20}})));
+    for (const bool learns : {true, false}) {
+      store.mode = mode;
+      map.learn(30, 3);
+      store.mode = TestStore::Mode::kWorks;
+      learns ? map.learn(40, 4) : map.unlearn(40);
+      EXPECT_EQ(store.text("MIDIMap"), textOf(tableOf(map)));
+    }
   }
 }
 
@@ -185,9 +193,9 @@ TEST(MIDIMap, WhatIsLearntDuringASaveIsKept) {
     store.afterChange = nullptr;
   };
   map.learn(10, 5);
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{5, 10}}));
+  EXPECT_EQ(store.text("MIDIMap"), textOf(with({{5, 10}})));
   EXPECT_TRUE(map.saveChanges());
-  EXPECT_EQ(store.text("MIDIMap"), tableText({{6, 10}}));
+  EXPECT_EQ(store.text("MIDIMap"), textOf(with({{6, 10}})));
 }
 
 TEST(MIDIMap, OfTwoAudioThreadsOneLearns) {
@@ -204,7 +212,8 @@ TEST(MIDIMap, OfTwoAudioThreadsOneLearns) {
     std::thread second([&] { sendOnce(1); });
     sendOnce(100);
     second.join();
-    ASSERT_EQ(assignmentsOf(map).size(), 1U) << "round " << round;
+    const Table table = tableOf(map);
+    ASSERT_EQ(std::count(table.begin(), table.end(), -1), 127) << "round " << round;
   }
 }
 
@@ -225,8 +234,8 @@ TEST(MIDIMap, SavingWhileTheAudioThreadLearnsEndsWithTheSameTable) {
   finished = true;
   audio.join();
   map.saveChanges();
-  EXPECT_EQ(assignmentsOf(map), (Assignments{{message[1], 10}}));
-  EXPECT_EQ(store.text("MIDIMap"), tableText(assignmentsOf(map)));
+  EXPECT_EQ(tableOf(map), with({{message[1], 10}}));
+  EXPECT_EQ(store.text("MIDIMap"), textOf(tableOf(map)));
 }
 
 }  // namespace
