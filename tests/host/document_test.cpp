@@ -10,7 +10,6 @@
 
 #include "state/chunk_codec.h"
 #include "tests/host/test_effect.h"
-#include "tests/support/data_rows.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -70,29 +69,6 @@ TEST(Document, AFullFormIsKeptUntilSomethingChanges) {
   effect.resume();
   effect.getChunk(&again, false);
   EXPECT_NE(again, first) << "a session that begins anew asks anew";
-}
-
-TEST(Document, DocumentsOfAllAgesLoad) {
-  for (const DataRow& row : dataRows(TEST_DATA "/documents.txt")) {
-    SCOPED_TRACE(row[0]);
-    TestEffect effect;
-    for (std::int32_t i = 0; i < kABBank; ++i) effect.setParameter(i, 0.25F);
-    for (int bank = 0; bank < 8; ++bank) effect.copyToBank(bank);
-    effect.setProgramName("Old");
-    effect.host.take();
-    EXPECT_TRUE(effect.load(row[0], row[1] == "preset"));
-    EXPECT_FALSE(effect.chunkRefused());
-    EXPECT_EQ(effect.host.take(),
-              row[1] == "preset" ? "u u u u u u F program " : "u u u u u u u F program ");
-    for (std::size_t i = 0; i < 3; ++i) {
-      EXPECT_FLOAT_EQ(effect.getParameter(static_cast<int>(i)), std::stof(row[2 + i])) << i;
-    }
-    EXPECT_FLOAT_EQ(effect.banks[0].values[kGain], std::stof(row[5]));
-    EXPECT_FLOAT_EQ(effect.banks[7].values[kGain], std::stof(row[6]));
-    EXPECT_STREQ(effect.programs[0].name.data(), row[7].c_str());
-    EXPECT_EQ(effect.getPlainValue(kABBank), 0) << "the live bank stays selected";
-    EXPECT_FALSE(effect.isLoading);
-  }
 }
 
 TEST(Document, WhatIsNoDocumentChangesNothing) {

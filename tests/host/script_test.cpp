@@ -51,6 +51,41 @@ class Script {
     }
   }
 
+  /// Each value that a host may show comes back as it was.
+  void returnSteps(TestEffect& e) {
+    const ParameterRecord& record = e.parameterInfo(index);
+    const auto step = static_cast<float>(e.getStepSize(index));
+    for (float plain = record.min; plain <= record.max; plain += step) {
+      const float normalised = e.plainToNormalised(index, plain);
+      const float shown = e.hostStepValue(index, normalised, true);
+      EXPECT_FLOAT_EQ(shown, (plain - record.min) / (record.max - record.min)) << plain;
+      EXPECT_EQ(e.hostStepValue(index, shown, false), normalised) << plain;
+    }
+  }
+  void show(TestEffect& e) {
+    char shown[64] = "x";
+    e.formatParameterValue(index, number, shown, false);
+    say(shown);
+  }
+  void splitKeys() {
+    keys = ParameterKeys(text);
+    for (const auto& entry : keys) say(entry.name + std::to_string(entry.number));
+  }
+  /// The same value and name everywhere.
+  void fill(TestEffect& e) {
+    for (std::int32_t i = 0; i < kABBank; ++i) e.setParameter(i, number);
+    for (int bank = 0; bank < 8; ++bank) e.copyToBank(bank);
+    e.setProgramName("Old");
+    e.host.take();
+  }
+  /// What it leaves: three values, the first one in the first and last bank, and the name.
+  void load(TestEffect& e, bool isPreset) {
+    EXPECT_TRUE(e.load(text, isPreset));
+    EXPECT_FALSE(e.chunkRefused() || e.isLoading);
+    for (std::int32_t i = 0; i < 3; ++i) say(e.getParameter(i));
+    say(e.banks[0].values[0]), say(e.banks[7].values[0]), say(e.programs[0].name.data());
+  }
+
   using Command = std::function<void(TestEffect&)>;
   const std::map<std::string, Command> commands = {
       {"new", [](TestEffect&) {}},
@@ -71,6 +106,24 @@ class Script {
       {"gestures off", [this](TestEffect& e) { e.gesturesOff = number != 0.0F; }},
       {"tell all", [this](TestEffect& e) { e.notifyAllOnBankSwitch = number != 0.0F; }},
       {"midi", [](TestEffect& e) { e.wantEvents(); }},
+      {"group", [this](TestEffect& e) { say(e.parameterInfo(index).group); }},
+      {"bands",
+       [this](TestEffect& e) {
+         for (const auto& band : e.getBandNames()) say(band);
+       }},
+      {"steps", [this](TestEffect& e) { say(e.getStepCount(index)), say(e.getStepSize(index)); }},
+      {"steps return", [this](TestEffect& e) { returnSteps(e); }},
+      {"to host", [this](TestEffect& e) { say(e.hostStepValue(index, number, true)); }},
+      {"from host", [this](TestEffect& e) { say(e.hostStepValue(index, number, false)); }},
+      {"to plain", [this](TestEffect& e) { say(e.normalisedToPlain(index, number)); }},
+      {"to normalised", [this](TestEffect& e) { say(e.plainToNormalised(index, number)); }},
+      {"shows", [this](TestEffect& e) { show(e); }},
+      {"keys", [this](TestEffect&) { splitKeys(); }},
+      {"key", [this](TestEffect&) { say(keys.find(text)); }},
+      {"key of", [this](TestEffect&) { say(keys.name(index)); }},
+      {"fill", [this](TestEffect& e) { fill(e); }},
+      {"load full", [this](TestEffect& e) { load(e, false); }},
+      {"load preset", [this](TestEffect& e) { load(e, true); }},
       {"program", [this](TestEffect& e) { e.setProgram(index); }},
       {"latency", [this](TestEffect& e) { e.declareLatency(static_cast<int>(number)); }},
       {"latency is", [this](TestEffect& e) { say(e.getAeffect()->initialDelay); }},
@@ -113,8 +166,11 @@ class Script {
   std::int32_t index = 0;
   float number = 0.0F;
   std::string text;
+  ParameterKeys keys{""};
 };
 
 TEST(Scripts, HostEngineAndEditorHearWhatTheyShould) { Script().run(TEST_DATA "/scripts.txt"); }
+
+TEST(Scripts, DocumentsOfAllAgesLoad) { Script().run(TEST_DATA "/documents.txt"); }
 
 }  // namespace

@@ -140,50 +140,6 @@ TEST(MIDIMap, ControllersOfAnyChannelMoveLinearly) {
   }
 }
 
-TEST(MIDIMap, ReadsWhatIsStored) {
-  std::string surplus = textOf(with({{0, 1}, {127, 2}}));
-  surplus.back() = ',';
-  TestStore store;
-  for (const auto& [text, expected] : {std::pair{surplus + "3,4]", with({{0, 1}, {127, 2}})},
-                                       {"[4,\"5\",6.9,null,[7],-3]", with({{0, 4}, {2, 6}})},
-                                       {"[]", with({})},
-                                       {"{\"a\":1}", with({})},
-                                       {"[1,2", with({})}}) {
-    store.put("MIDIMap", text);
-    EXPECT_EQ(tableOf(MIDIMap(store)), expected) << text;
-  }
-  MIDIMap map(store);
-  map.learn(40, 4);
-  store.put("MIDIMap", "spoilt");
-  map.learn(50, 5);
-  EXPECT_EQ(store.text("MIDIMap"), textOf(with({{4, 40}, {5, 50}}))) << "begun from what is live";
-}
-
-TEST(MIDIMap, WhatCannotBeWrittenIsTriedAgainNowAndThenButByHandAtOnce) {
-  for (const auto mode : {TestStore::Mode::kDoesNotWrite, TestStore::Mode::kDoesNotEvenAsk}) {
-    TestStore store;
-    store.mode = mode;
-    MIDIMap map(store);
-    map.learn(10, 1);
-    for (int idleCall = 0; idleCall < 1000; ++idleCall) EXPECT_TRUE(map.saveChanges());
-    EXPECT_EQ(store.updates, 2);
-    EXPECT_EQ(map.controllerOf(10), 1);
-    store.mode = TestStore::Mode::kWorks;
-    store.put("MIDIMap", textOf(with({{2, 20}})));
-    int calls = 1;
-    while (map.saveChanges() && calls < 1000) ++calls;
-    EXPECT_LT(calls, 600);
-    EXPECT_EQ(store.text("MIDIMap"), textOf(with({{1, 10}, {2, 20}})));
-    for (const bool learns : {true, false}) {
-      store.mode = mode;
-      map.learn(30, 3);
-      store.mode = TestStore::Mode::kWorks;
-      learns ? map.learn(40, 4) : map.unlearn(40);
-      EXPECT_EQ(store.text("MIDIMap"), textOf(tableOf(map)));
-    }
-  }
-}
-
 TEST(MIDIMap, WhatIsLearntDuringASaveIsKept) {
   TestStore store;
   MIDIMap map(store);

@@ -10,7 +10,6 @@
 #include "state/machine.h"
 #include "state/ui_settings.h"
 #include "tests/state/test_store.h"
-#include "tests/support/data_rows.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -18,33 +17,6 @@ namespace {
 std::string compact(const JsonTree& tree) {
   const JsonText text(jsonPrintUnformatted(tree.get()));
   return text ? text.get() : "(null)";
-}
-
-TEST(Globals, AFreshMachineStoresTheDefaultsOfTheTableInItsOrder) {
-  TestStore store;
-  Globals globals(store);
-  globals.initGlobals(findResource("json", "defaults").data());
-  std::string expected;
-  int index = 0;
-  for (const DataRow& row : dataRows(TEST_DATA "/preferences.txt")) {
-    SCOPED_TRACE(row[0]);
-    EXPECT_EQ(globals.getGroupName(index), row[0]);
-    EXPECT_EQ(globals.getGlobal(row[0].c_str()), std::stoi(row[1]));
-    EXPECT_EQ(globals.getGroupPage(index), std::stoi(row[2]));
-    std::string texts;
-    for (int i = 0; i < globals.getGroupValueCount(index); ++i) {
-      texts += (i ? ", " : "") + globals.getGroupValue(index, i);
-    }
-    EXPECT_EQ(texts, row[3]);
-    expected += (index++ ? ",\"" : "{\"") + row[0] + "\":" + row[1];
-  }
-  EXPECT_EQ(globals.getGroupCount(), index);
-  EXPECT_EQ(store.text("globals"), expected + "}");
-  for (const int outside : {-1, index}) {
-    EXPECT_EQ(globals.getGroupName(outside), "");
-    EXPECT_EQ(globals.getGroupValue(outside, 0) + globals.getGroupValue(0, outside), "");
-    EXPECT_EQ(globals.getGroupValueCount(outside) + globals.getGroupPage(outside), 0);
-  }
 }
 
 TEST(Globals, ThreadsAndProcessesLoseNothing) {

@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/resources.h"
 #include "platform/user_folders.h"
 #include "state/file_store.h"
 #include "state/globals.h"
@@ -160,6 +161,30 @@ class ScriptTest : public testing::Test {
                 : row[1] == "ask" ? Mode::kDoesNotEvenAsk
                                   : Mode::kWorks;
   }
+  void describeGroup() {
+    const int index = std::stoi(row[2]);
+    const std::string key = own()->getGroupName(index);
+    seen = key + "=" + std::to_string(own()->getGlobal(key.c_str())) + " on " +
+           std::to_string(own()->getGroupPage(index)) + ":";
+    for (int i = -1; i <= own()->getGroupValueCount(index); ++i) {
+      seen += own()->getGroupValue(index, i) + ",";
+    }
+  }
+  [[nodiscard]] int number(std::size_t cell) const { return std::stoi(row[cell]); }
+  /// How many of so many calls there was something to save in, and how often the store was asked.
+  void saveManyTimes() {
+    const int before = kept.updates;
+    int open = 0;
+    for (int i = 0; i < number(1); ++i) open += midi->saveChanges() ? 1 : 0;
+    seen = std::to_string(open) + " " + std::to_string(kept.updates - before);
+  }
+  void listControllers() {
+    for (int i = 0; i < MIDIMap::kControllers; ++i) {
+      const std::int32_t id = midi->parameterOf(i);
+      if (id != -1) seen += std::to_string(i) + "=" + std::to_string(id) + " ";
+    }
+    if (!seen.empty()) seen.pop_back();
+  }
   void makeOptions() {
     testing::internal::CaptureStderr();
     options = std::make_unique<UiSettings>(row[1] == "null" ? nullptr : row[1].c_str());
@@ -216,10 +241,22 @@ class ScriptTest : public testing::Test {
       {"mode", [&] { setMode(); }},
       {"globals", [&] { own() = std::make_unique<Globals>(kept); }},
       {"table", [&] { own()->initGlobals(name(2)), seen = kept.text("globals"); }},
+      {"own table", [&] { own()->initGlobals(findResource("json", "defaults").data()); }},
+      {"groups", [&] { seen = std::to_string(own()->getGroupCount()); }},
+      {"group", [&] { describeGroup(); }},
+      {"stored", [&] { seen = kept.text(row[1]); }},
       {"choice", [&] { seen = std::to_string(own()->getGlobal(name(2))); }},
       {"choice or -9", [&] { seen = std::to_string(own()->getGlobal(name(2), -9)); }},
       {"choose",
        [&] { own()->setGlobal(name(2), std::stoi(row[3])), seen = kept.text("globals"); }},
+      // Controllers.
+      {"map", [&] { midi = std::make_unique<MIDIMap>(kept); }},
+      {"learn", [&] { midi->learn(number(1), number(2)); }},
+      {"unlearn", [&] { midi->unlearn(number(1)); }},
+      {"save", [&] { seen = yes(midi->saveChanges()); }},
+      {"saves", [&] { saveManyTimes(); }},
+      {"controllers", [&] { listControllers(); }},
+      // Options of the graphs.
       {"options", [&] { makeOptions(); }},
       {"option", [&] { seen = std::to_string(options->getUiValue(row[1], row[2])); }},
       {"set option",
@@ -238,6 +275,7 @@ class ScriptTest : public testing::Test {
   TestStore kept;
   PresetMenu menu;
   std::unique_ptr<Globals> globals[2];
+  std::unique_ptr<MIDIMap> midi;
   std::unique_ptr<UiSettings> options;
 };
 
@@ -246,6 +284,8 @@ TEST_F(ScriptTest, Stores) { run(TEST_DATA "/stores.txt"); }
 TEST_F(ScriptTest, Folders) { run(TEST_DATA "/folders.txt"); }
 
 TEST_F(ScriptTest, PresetMenus) { run(TEST_DATA "/preset_menus.txt"); }
+
+TEST_F(ScriptTest, Controllers) { run(TEST_DATA "/controllers.txt"); }
 
 TEST_F(ScriptTest, Options) { run(TEST_DATA "/options.txt"); }
 
