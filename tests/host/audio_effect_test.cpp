@@ -69,6 +69,12 @@ TEST(AudioEffect, AudioPassesAndFailuresAndDeadRecordsDoNoHarm) {
     for (const std::int32_t index : {-1, 0, 1000}) call(generic.getAeffect(), opcode, index);
     EXPECT_EQ(call(record, opcode), opcode == kEffectGetInterfaceVersion ? 2400 : 0) << opcode;
   }
+  EXPECT_EQ(record->magic, 0x56737450);
+  EXPECT_EQ(record->numPrograms + 10 * record->numParams, 53);
+  EXPECT_EQ(record->numInputs + 10 * record->numOutputs, 11);
+  EXPECT_EQ(record->flags, 0);
+  EXPECT_EQ(generic.getAeffect()->flags, 16 | 32 | 4096);
+  EXPECT_EQ(generic.getAeffect()->numPrograms + 10 * generic.getAeffect()->numParams, 72);
   float floats[] = {1.0F, -2.0F};
   double doubles[] = {1.0, -2.0};
   float* floatChannel[] = {floats};

@@ -58,7 +58,7 @@ class HistoryWalk : public testing::Test {
   }
   void set(int id, float value) {
     values.at(at(id)) = live().at(at(id)) = stored.programs.at(at(program)).at(at(id)) = value;
-    expected += "u ";
+    expected += isLoading ? "l " : "u ";
   }
   void tell(int id, const std::string& inside) {
     const std::string number = std::to_string(id);
@@ -73,13 +73,19 @@ class HistoryWalk : public testing::Test {
   void goTo(int wanted) {
     bank = wanted;
     values.at(kABBank) = noted(kABBank);
+    isLoading = true;
+    expected += "( ";
     for (int i = 0; i < kABBank; ++i) {
       const ParameterRecord& record = kTestTable.at(at(i));
       const float plain = plainOf(i, live().at(at(i)));
       set(i, plainToNormalised(plain, record.min, record.max, record.curve));
     }
-    expected += "F ";
+    isLoading = false;
+    expected += "v F ) ";
+    if (!effect.notifyAllOnBankSwitch) return;
+    expected += "( ";
     tellBank();
+    expected += ") ";
   }
   void change(int id, float value) {
     const int wanted = static_cast<int>(plainOf(kABBank, value));
@@ -174,7 +180,11 @@ class HistoryWalk : public testing::Test {
   void step(bool towardsRedo) {
     towardsRedo ? effect.redo() : effect.undo();
     std::vector<Step>& from = towardsRedo ? redo : undo;
-    if (from.empty()) return;
+    if (from.empty()) {
+      expected += "( ) ";
+      return;
+    }
+    expected += "( ";
     const Step entries = from.back();
     from.pop_back();
     Step back;
@@ -186,6 +196,7 @@ class HistoryWalk : public testing::Test {
       expected = std::move(before);
       tell(entry->id, inside);
     }
+    expected += ") ";
     (towardsRedo ? undo : redo).push_back(back);
     expectEchoes(entries);
   }
@@ -224,7 +235,7 @@ class HistoryWalk : public testing::Test {
     for (int i = 0; i < kNumIds; ++i) ASSERT_EQ(effect.getParameter(i), values.at(at(i)));
     ASSERT_EQ(effect.host.log, before);
     for (int again = 0; again < 2; ++again) effect.onIdle();
-    expected += switched ? "F " : "u ";
+    expected += switched ? "( v F ) " : "( u ) ";
     if (switched) tellBank();
   }
   void useBanks() {
@@ -239,13 +250,16 @@ class HistoryWalk : public testing::Test {
     }
   }
   void takeProgramValues() {
+    isLoading = true;
+    expected += "( ";
     for (int i = 0; i < kABBank; ++i) set(i, stored.programs.at(at(program)).at(at(i)));
+    isLoading = false;
   }
   void changeProgram() {
     program = static_cast<int>(random() % 2);
     effect.setProgram(program);
     takeProgramValues();
-    expected += "program ";
+    expected += "v ) program ";
   }
   void save() {
     saved = stored;
@@ -261,7 +275,7 @@ class HistoryWalk : public testing::Test {
     takeProgramValues();
     stored = saved;  // the live bank, too
     values.at(kABBank) = noted(kABBank);
-    expected += "u F program ";  // the selector's own value came and went
+    expected += "l v ) F program ";  // the selector's own value came and went
   }
 
   void expectStored(TestEffect& other) const {
@@ -302,6 +316,7 @@ class HistoryWalk : public testing::Test {
   Stored stored, saved;
   int bank = 0;
   int program = 0;
+  bool isLoading = false;
   std::vector<Step> undo, redo;
   Step open;
   std::string savedBytes, expected;

@@ -89,8 +89,9 @@ class TestEditor : public AEffEditor {
   ERect size{0, 0, 500, 844};
 };
 
-/// An effect with its host. It notes what reaches it in the host's log, "u " for each
-/// `updateDsp(false)` and "F " for each `updateDsp(true)`, and opens what is protected.
+/// An effect with its host. It notes what reaches it in the host's log and opens what is protected.
+/// "u " stands for `updateDsp(false)`, "l " for one while a state is being loaded, "F " for
+/// `updateDsp(true)`, "v " for values that are replaced, and brackets for what holds the updates.
 class TestEffect : public PlugBaseJSON {
  public:
   explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback)
@@ -106,7 +107,7 @@ class TestEffect : public PlugBaseJSON {
   void suspend() override { note("suspend "); }
   void resume() override { note("resume "), PlugBaseJSON::resume(); }
   void updateDsp(bool force) override {
-    note(force ? "F " : "u ");
+    note(force ? "F " : isLoading ? "l " : "u ");
     for (std::int32_t i = 0; i < kNumIds; ++i) {
       engine[static_cast<std::size_t>(i)] = getPlainValue(i);
     }
@@ -115,6 +116,9 @@ class TestEffect : public PlugBaseJSON {
     note(offline != isOffline ? "? " : offline ? "offline " : "online ");
     PlugBaseJSON::offlineChanged(offline);
   }
+  void valuesReplaced() override { note("v "); }
+  void holdUpdates() override { note("( "); }
+  void releaseUpdates() override { note(") "); }
   void processMidi(const VstMidiEvent& event) noexcept override { midi.push_back(event); }
   bool setBypass(bool on) override { return note(on ? "bypass " : "run "); }
   bool stringToParameter(std::int32_t index, const char* text) override {

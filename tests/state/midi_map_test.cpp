@@ -77,7 +77,7 @@ TEST(MIDIMap, ARandomWalkOfTwoMapsOverOneStoreMatchesTheirTables) {
   Model models[2];
   Table stored = with({});
   store.put("MIDIMap", textOf(stored));
-  for (int turn = 0; turn < 4000; ++turn) {
+  for (int turn = 0; turn < 2000; ++turn) {
     const std::size_t which = random() % 2;
     MIDIMap& map = maps[which];
     Model& model = models[which];
