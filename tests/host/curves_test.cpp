@@ -26,32 +26,18 @@ TEST(Curves, GiveTheirPlainValues) {
 }
 
 TEST(Curves, InvertEveryValue) {
-  const struct {
-    std::int32_t curve;
-    float min, max, step;
-  } cases[] = {{kCurveLinear, -60, 6, 0},
-               {kCurveExponential, 10, 30000, 0},
-               {kCurveSquare, 1, 50, 0},
-               {kCurveCube, -3, 3, 0},
-               {kCurveCentredCube, -24, 24, 0},
-               {kCurveFourthPower, 0, 9, 0},
-               {kCurveWhole, -1, 7, 1},
-               {kCurveWhole, 6, 96, 1},
-               {kCurveWhole, 0, 100, 1},
-               {kCurveMultipleOf6, 6, 96, 6},
-               {kCurveSwitch, 0, 1, 1},
-               {kCurveFloor, 0, 64, 1},
-               // Without a nudge only a division without remainder leads back.
-               {kCurveMultipleOf12, 12, 75, 12}};
-  for (const auto& c : cases) {
+  for (const DataRow& row : dataRows(TEST_DATA "/curve_ranges.txt")) {
+    SCOPED_TRACE(row[0] + " from " + row[1]);
+    const std::int32_t curve = std::stoi(row[0]);
+    const float min = std::stof(row[1]), max = std::stof(row[2]), width = std::stof(row[3]);
     // The steepest curves multiply the rounding of a normalised value, 6e-8, by up to 8 ranges;
     // whole values come back exactly.
-    const float tolerance = c.step > 0 ? 0.0F : 1e-6F * (c.max - c.min);
-    const float step = c.step > 0 ? c.step : (c.max - c.min) / 1000.0F;
-    for (int i = 0; c.min + step * static_cast<float>(i) <= c.max; ++i) {
-      const float plain = c.min + step * static_cast<float>(i);
-      const float there = plainToNormalised(plain, c.min, c.max, c.curve);
-      ASSERT_NEAR(normalisedToPlain(there, c.min, c.max, c.curve), plain, tolerance) << c.curve;
+    const float tolerance = width > 0 ? 0.0F : 1e-6F * (max - min);
+    const float step = width > 0 ? width : (max - min) / 1000.0F;
+    for (int i = 0; min + step * static_cast<float>(i) <= max; ++i) {
+      const float plain = min + step * static_cast<float>(i);
+      const float there = plainToNormalised(plain, min, max, curve);
+      ASSERT_NEAR(normalisedToPlain(there, min, max, curve), plain, tolerance);
     }
   }
 }

@@ -39,12 +39,9 @@ TEST(Document, BothFormsAreExactToTheByteAndPackedAsSmallAsZlibCan) {
 TEST(Document, AFullFormIsKeptUntilSomethingChanges) {
   TestEffect effect;
   effect.chunkCacheEnabled = true;
-  const std::function<void()> changes[] = {[&] { effect.setParameter(kGain, 0.5F); },
-                                           [&] { effect.setParameterFromAudio(kGain, 0.7F); },
-                                           [&] { effect.switchBank(3); },
-                                           [&] { effect.copyToBank(4); },
-                                           [&] { effect.setProgramName("B"); },
-                                           [&] { effect.load("{}", true); }};
+  // Those of values and banks are part of the walk.
+  const std::function<void()> changes[] = {[&] { effect.setProgramName("B"); },
+                                           [&] { effect.load("{\"name\":\"C\"}", true); }};
   void* first = nullptr;
   void* again = nullptr;
   for (const auto& change : changes) {
@@ -69,6 +66,11 @@ TEST(Document, AFullFormIsKeptUntilSomethingChanges) {
   effect.resume();
   effect.getChunk(&again, false);
   EXPECT_NE(again, first) << "a session that begins anew asks anew";
+  effect.chunkCacheEnabled = false;
+  effect.setProgramName("D");
+  effect.getChunk(&first, false);
+  effect.getChunk(&again, false);
+  EXPECT_NE(again, first) << "kept although it was not asked for";
 }
 
 TEST(Document, WhatIsNoDocumentChangesNothing) {

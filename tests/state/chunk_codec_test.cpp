@@ -74,24 +74,12 @@ TEST(ChunkCodec, DamagedChunksGiveABeginningOrNothing) {
 
 TEST(ChunkCodec, TellsDocumentsFromOtherBytes) {
   const std::string most = "{\"a\":\"" + std::string(kMostDocumentBytes - 8, 'x') + "\"}";
-  const struct {
-    std::string bytes;
-    bool holds;
-  } cases[] = {{"{}", true},
-               {" {\"a\":1} tail", true},
-               {"", false},
-               {"[1]", false},
-               {"{\"a\"", false},
-               {"ZIP {}", false},
-               {"ZIP ", false},
-               {most, true},
-               {most + " ", false},
-               {*packChunk("{}", 9), true},
-               {*packChunk("[]", 9), false},
-               {*packChunk(most, 1), true},
-               {*packChunk(most + " ", 1), false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(holdsDocument(c.bytes), c.holds) << c.bytes.substr(0, 20) << c.bytes.size();
+  for (const std::string& is : {std::string("{}"), std::string(" {\"a\":1} tail"), most}) {
+    EXPECT_TRUE(holdsDocument(is) && holdsDocument(*packChunk(is, 1))) << is.substr(0, 9);
+  }
+  for (const std::string& none : {std::string(), std::string("[1]"), std::string("{\"a\""),
+                                  std::string("ZIP {}"), std::string("ZIP "), most + " "}) {
+    EXPECT_FALSE(holdsDocument(none) || holdsDocument(*packChunk(none, 1))) << none.substr(0, 9);
   }
   for (const char* const plain : {"", "ZIP", "zip ", " ZIP "}) EXPECT_FALSE(isPackedChunk(plain));
 }
