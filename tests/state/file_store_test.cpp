@@ -53,7 +53,7 @@ TEST(FileStore, LosesNoUpdateOfProcessesAndThreads) {
   const std::string path = directory.path("new/folder/store.json");
 
   const auto hammer = [&path](int process) {
-    constexpr std::chrono::seconds kWait{5};  // for a slow disk under the others
+    constexpr std::chrono::seconds kWait{30};  // for a slow disk under the others
     FileStore shared(path, kWait);
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
