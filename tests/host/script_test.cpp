@@ -78,12 +78,13 @@ class Script {
     e.setProgramName("Old");
     e.host.take();
   }
-  /// What it leaves: three values, the first one in the first and last bank, and the name.
+  /// What it leaves: three values, the first one in the first and last bank, and both names.
   void load(TestEffect& e, bool isPreset) {
     EXPECT_TRUE(e.load(text, isPreset));
     EXPECT_FALSE(e.chunkRefused() || e.isLoading);
     for (std::int32_t i = 0; i < 3; ++i) say(e.getParameter(i));
-    say(e.banks[0].values[0]), say(e.banks[7].values[0]), say(e.programs[0].name.data());
+    say(e.banks[0].values[0]), say(e.banks[7].values[0]);
+    for (const ProgramRecord& program : e.programs) say(program.name.data());
   }
 
   using Command = std::function<void(TestEffect&)>;
