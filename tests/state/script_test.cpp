@@ -1,6 +1,7 @@
 // Files, folders, stores and options, told in tables: what is done, and what is seen of it.
 
-#include <gtest/gtest.h>
+#include "tests/support/script.h"
+
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -11,31 +12,19 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
-#include <utility>
 
 #include "platform/resources.h"
 #include "platform/user_folders.h"
 #include "state/file_store.h"
-#include "state/globals.h"
-#include "state/install_folders.h"
 #include "state/machine.h"
 #include "state/preset_menu.h"
 #include "state/ui_settings.h"
 #include "tests/state/test_store.h"
-#include "tests/support/data_rows.h"
 #include "tests/support/test_directory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string yes(bool is) { return is ? "yes" : "no"; }
-
-/// The length of a long text.
-std::string shortened(const std::string& text) {
-  return text.size() > 99 ? std::to_string(text.size()) : text;
-}
 
 std::string compact(const JsonTree& tree) {
   const JsonText text(jsonPrintUnformatted(tree.get()));
@@ -51,230 +40,201 @@ std::string outline(const PresetMenu& menu) {
   return text;
 }
 
-/// Writes fail while it lives, as on a full disk.
-class FullDisk {
- public:
-  FullDisk() : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit none = {0, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &none);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
+void setDiskFull(bool isFull) {
+  static rlimit limit = {};
+  if (isFull) getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit none = {0, limit.rlim_max};
+  std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, isFull ? &none : &limit);
+}
 
- private:
-  rlimit old{};
-  void (*oldHandler)(int);
-};
-
-/// Files lie in a directory that paths begin with as "@".
-class ScriptTest : public testing::Test {
+/// Files lie in a directory that paths begin with as "@"; "x*9" is a text of so many.
+class ScriptTest : public Script {
  protected:
+  ScriptTest() {
+    addDisk();
+    addFolders();
+    addChoices();
+  }
   ~ScriptTest() override {
     fs::current_path(oldFolder);
-    for (const auto& [name, text] : oldVariables) setVariable(name, text);
+    for (const auto& [name, text] : oldVariables) setenv(name.c_str(), text.c_str(), 1);
   }
 
-  static void setVariable(const std::string& name, const std::optional<std::string>& text) {
-    text ? setenv(name.c_str(), text->c_str(), 1) : unsetenv(name.c_str());
-  }
-  void run(const char* path) {
-    runScript(path, [this](const DataRow& next) {
-      row = next;
-      seen.clear();
-      commands.at(row[0])();
-      return seen.substr(0, row[0] == "names" ? seen.size() - 1 : seen.size());
-    });
-  }
-  [[nodiscard]] std::string path(std::size_t cell) const {
-    std::string text = row[cell] == "much" ? std::string(kMostDocumentBytes, 'x') : row[cell];
+  /// A cell as it is meant, and a text as it is shown.
+  [[nodiscard]] std::string in(std::size_t cell) const {
+    std::string text = row[cell];
+    if (text.starts_with("x*")) return std::string(std::stoul(text.substr(2)), 'x');
     for (std::size_t i; (i = text.find('@')) != text.npos;) text.replace(i, 1, directory->path(""));
     return text;
   }
   [[nodiscard]] std::string out(std::string text) const {
+    if (text.size() > 999) return std::to_string(text.size());
     const std::string root = directory->path("");
     for (std::size_t i; (i = text.find(root)) != text.npos;) text.replace(i, root.size(), "@");
     const std::string home = getpwuid(getuid())->pw_dir;
     return text.starts_with(home) ? "~" + text.substr(home.size()) : text;
   }
-  void begin() {
-    fs::current_path(oldFolder);
-    directory = std::make_unique<TestDirectory>();
+
+  void addDisk() {
+    commands["new"] = [this] {
+      fs::current_path(oldFolder);
+      directory = std::make_unique<TestDirectory>();
+    };
+    commands["file"] = [this] {
+      fs::create_directories(fs::path(in(1)).parent_path());
+      writeBytes(in(1), row[2]);
+    };
+    commands["grow"] = [this] { fs::resize_file(in(1), std::stoul(row[2])); };
+    commands["folder"] = [this] { fs::create_directories(in(1)); };
+    commands["link"] = [this] { fs::create_symlink(row[2], in(1)); };
+    commands["pipe"] = [this] { mkfifo(in(1).c_str(), 0600); };
+    commands["move"] = [this] { fs::rename(in(1), in(2)); };
+    commands["remove"] = [this] { fs::remove_all(in(1)); };
+    commands["go to"] = [this] { fs::current_path(in(1)); };
+    commands["kind"] = [this] {
+      const fs::path path = in(1);
+      say(fs::is_symlink(path)     ? "link to " + fs::read_symlink(path).string()
+          : fs::is_directory(path) ? "folder"
+          : fs::exists(path)       ? "file"
+                                   : "none");
+    };
+    commands["names"] = [this] {
+      for (const std::string& name : directory->names()) say(name);
+    };
+    commands["bytes"] = [this] { say(readBytes(in(1))); };
+    commands["full disk"] = [this] { setDiskFull(row[1] != "no"); };
+    commands["store"] = [this] { store = std::make_unique<FileStore>(in(1)); };
+    commands["read"] = [this] { say(store->read(row[1]).value_or("(none)")); };
+    commands["write"] = [this] { say(store->write(row[1], in(2))); };
+    commands["look"] = [this] {
+      const bool done = store->update(row[1], [&](const auto& old) {
+        return say(old.value_or("(none)")), std::optional<std::string>();
+      });
+      if (!done) said = "false";
+    };
+    commands["notice"] = [this] {
+      const std::string notice = out(store->takeNotice());
+      const bool isFound = !row[1].empty() && notice.find(row[1]) != notice.npos;
+      say(isFound ? "true" : notice);
+    };
+    commands["holds"] = [this] { say(compact(FileStore::parse(readBytes(in(1))))); };
   }
-  static std::string kindOf(const std::string& path) {
-    if (fs::is_symlink(path)) return "link to " + fs::read_symlink(path).string();
-    return fs::is_directory(path) ? "folder" : fs::exists(path) ? "file" : "none";
+
+  void addFolders() {
+    commands["environment"] = [this] {
+      const char* const old = std::getenv(row[1].c_str());
+      oldVariables.try_emplace(row[1], old ? old : "");
+      row[2] == "none" ? unsetenv(row[1].c_str()) : setenv(row[1].c_str(), in(2).c_str(), 1);
+    };
+    commands["install"] = [this] { say(out(findInstallFolders(kept).install)); };
+    commands["factory"] = [this] { say(out(findInstallFolders(kept).factory)); };
+    commands["factory from"] = [this] { say(out(findFactoryFolder(in(1), in(2)))); };
+    commands["config"] = [this] { say(userConfigFolder()); };
+    commands["settings"] = [this] { say(settingsPath()); };
+    commands["code"] = [this] {
+      say(codeFolder() == fs::canonical("/proc/self/exe").parent_path());
+    };
+    commands["prefixes"] = [this] {
+      const InstallFolders folders{row[1], row[2]};
+      say(folders.presets() + ";" + folders.bands() + ";" + folders.factoryPresets());
+    };
+    commands["load"] = [this] {
+      std::string place;
+      const std::string text = loadInstallFile({in(1), in(2)}, row[3], row[4], place);
+      say(out(text) + ";" + out(place));
+    };
+    commands["too large"] = [this] { say(isTooLargeToLoad(in(1))); };
+    commands["menu"] = [this] {
+      menu = PresetMenu();
+      menu.path = in(2);
+      if (!row[3].empty()) menu.entries.push_back({row[3], nullptr});
+      walkPresetFolder(menu, in(2), row[1]);
+      say(outline(menu));
+    };
+    commands["submenu"] = [this] {
+      const PresetMenu* const found = menu.findSubmenu(in(1));
+      say(found ? out(found->path) : "(none)");
+    };
   }
-  void notice() {
-    seen = out(store->takeNotice());
-    if (!row[1].empty() && seen.find(row[1]) != seen.npos) seen = "yes";
-  }
-  void look() {
-    const bool done = store->update(row[1], [&](const std::optional<std::string>& old) {
-      seen = old.value_or("(none)");
-      return std::optional<std::string>();
-    });
-    if (!done) seen = "no";
-  }
-  void keep() {
-    const bool isLong = row[2] == "long";
-    kept.put(row[1], isLong             ? std::string(std::stoul(row[3]), 'p')
-                     : row[2] == "none" ? ""
-                                        : row[2]);
-  }
-  void makeFile() {
-    fs::create_directories(fs::path(path(1)).parent_path());
-    writeBytes(path(1), row[2]);
-  }
-  void changeEnvironment() {
-    const char* const before = std::getenv(row[1].c_str());
-    oldVariables.try_emplace(row[1], before ? std::optional<std::string>(before) : std::nullopt);
-    setVariable(row[1], row[2] == "none" ? std::nullopt : std::optional(path(2)));
-  }
-  void prefixes() {
-    const InstallFolders folders{row[1], row[2]};
-    seen = folders.presets() + ";" + folders.bands() + ";" + folders.factoryPresets();
-  }
-  void load() {
-    std::string place;
-    const std::string text = loadInstallFile({path(1), path(2)}, row[3], row[4], place);
-    seen = shortened(text) + ";" + out(place);
-  }
-  void walk() {
-    menu = PresetMenu();
-    menu.path = path(2);
-    if (!row[3].empty()) menu.entries.push_back({row[3], nullptr});
-    walkPresetFolder(menu, path(2), row[1]);
-    seen = outline(menu);
-  }
-  void findMenu() {
-    const PresetMenu* const found = menu.findSubmenu(path(1));
-    seen = found ? out(found->path) : "(none)";
-  }
-  void setMode() {
-    using Mode = TestStore::Mode;
-    kept.mode = row[1] == "write" ? Mode::kDoesNotWrite
-                : row[1] == "ask" ? Mode::kDoesNotEvenAsk
-                                  : Mode::kWorks;
-  }
-  void describeGroup() {
-    const int index = std::stoi(row[2]);
-    const std::string key = own()->getGroupName(index);
-    seen = key + "=" + std::to_string(own()->getGlobal(key.c_str())) + " on " +
-           std::to_string(own()->getGroupPage(index)) + ":";
-    for (int i = -1; i <= own()->getGroupValueCount(index); ++i) {
-      seen += own()->getGroupValue(index, i) + ",";
-    }
-  }
-  [[nodiscard]] int number(std::size_t cell) const { return std::stoi(row[cell]); }
-  /// How many of so many calls there was something to save in, and how often the store was asked.
-  void saveManyTimes() {
-    const int before = kept.updates;
-    int open = 0;
-    for (int i = 0; i < number(1); ++i) open += midi->saveChanges() ? 1 : 0;
-    seen = std::to_string(open) + " " + std::to_string(kept.updates - before);
-  }
-  void listControllers() {
-    for (int i = 0; i < MIDIMap::kControllers; ++i) {
-      const std::int32_t id = midi->parameterOf(i);
-      if (id != -1) seen += std::to_string(i) + "=" + std::to_string(id) + " ";
-    }
-    if (!seen.empty()) seen.pop_back();
-  }
-  void makeOptions() {
-    testing::internal::CaptureStderr();
-    options = std::make_unique<UiSettings>(row[1] == "null" ? nullptr : row[1].c_str());
-    seen = testing::internal::GetCapturedStderr();
-  }
-  void merge() { options->merge(JsonTree(jsonParse(row[1].c_str())).get()); }
-  template <typename Change>
-  void seeRevision(const Change& change) {
-    const unsigned before = options->revision();
-    change();
-    seen = options->revision() == before ? "same" : "new";
-  }
+
   /// The globals of a process.
   std::unique_ptr<Globals>& own() { return globals[row[1] == "two"]; }
   /// A key or table; null for none.
   const char* name(std::size_t cell) { return row[cell].empty() ? nullptr : row[cell].c_str(); }
+  void describeGroup() {
+    const int index = number(2);
+    const std::string key = own()->getGroupName(index);
+    say(key + "=" + std::to_string(own()->getGlobal(key.c_str())) + " on " +
+        std::to_string(own()->getGroupPage(index)) + ":");
+    for (int i = -1; i <= own()->getGroupValueCount(index); ++i) {
+      said += own()->getGroupValue(index, i) + ",";
+    }
+  }
+  template <typename Change>
+  void seeRevision(const Change& change) {
+    const unsigned before = options->revision();
+    change();
+    say(options->revision() == before ? "same" : "new");
+  }
 
-  const std::map<std::string, std::function<void()>> commands = {
-      // The disk.
-      {"new", [&] { begin(); }},
-      {"file", [&] { makeFile(); }},
-      {"grow", [&] { fs::resize_file(path(1), kMostDocumentBytes + std::stoul(row[2])); }},
-      {"folder", [&] { fs::create_directories(path(1)); }},
-      {"link", [&] { fs::create_symlink(row[2], path(1)); }},
-      {"pipe", [&] { mkfifo(path(1).c_str(), 0600); }},
-      {"move", [&] { fs::rename(path(1), path(2)); }},
-      {"remove", [&] { fs::remove_all(path(1)); }},
-      {"go to", [&] { fs::current_path(path(1)); }},
-      {"kind", [&] { seen = kindOf(path(1)); }},
-      {"names",
-       [&] {
-         for (const std::string& one : directory->names()) seen += one + " ";
-       }},
-      {"bytes", [&] { seen = readBytes(path(1)); }},
-      {"full disk", [&] { disk = row[1] == "no" ? nullptr : std::make_unique<FullDisk>(); }},
-      {"environment", [&] { changeEnvironment(); }},
-      // A store in a file.
-      {"store", [&] { store = std::make_unique<FileStore>(path(1)); }},
-      {"read", [&] { seen = store->read(row[1]).value_or("(none)"); }},
-      {"write", [&] { seen = yes(store->write(row[1], path(2))); }},
-      {"look", [&] { look(); }},
-      {"notice", [&] { notice(); }},
-      {"holds", [&] { seen = compact(FileStore::parse(readBytes(path(1)))); }},
-      // Folders, and files in them.
-      {"keep", [&] { keep(); }},
-      {"install", [&] { seen = shortened(out(findInstallFolders(kept).install)); }},
-      {"factory", [&] { seen = out(findInstallFolders(kept).factory); }},
-      {"factory from", [&] { seen = out(findFactoryFolder(path(1), path(2))); }},
-      {"config", [&] { seen = userConfigFolder(); }},
-      {"settings", [&] { seen = settingsPath(); }},
-      {"code", [&] { seen = yes(codeFolder() == fs::canonical("/proc/self/exe").parent_path()); }},
-      {"prefixes", [&] { prefixes(); }},
-      {"load", [&] { load(); }},
-      {"too large", [&] { seen = yes(isTooLargeToLoad(path(1))); }},
-      {"menu", [&] { walk(); }},
-      {"submenu", [&] { findMenu(); }},
-      // Preferences and options.
-      {"mode", [&] { setMode(); }},
-      {"globals", [&] { own() = std::make_unique<Globals>(kept); }},
-      {"table", [&] { own()->initGlobals(name(2)), seen = kept.text("globals"); }},
-      {"own table", [&] { own()->initGlobals(findResource("json", "defaults").data()); }},
-      {"groups", [&] { seen = std::to_string(own()->getGroupCount()); }},
-      {"group", [&] { describeGroup(); }},
-      {"stored", [&] { seen = kept.text(row[1]); }},
-      {"choice", [&] { seen = std::to_string(own()->getGlobal(name(2))); }},
-      {"choice or -9", [&] { seen = std::to_string(own()->getGlobal(name(2), -9)); }},
-      {"choose",
-       [&] { own()->setGlobal(name(2), std::stoi(row[3])), seen = kept.text("globals"); }},
-      // Controllers.
-      {"map", [&] { midi = std::make_unique<MIDIMap>(kept); }},
-      {"learn", [&] { midi->learn(number(1), number(2)); }},
-      {"unlearn", [&] { midi->unlearn(number(1)); }},
-      {"save", [&] { seen = yes(midi->saveChanges()); }},
-      {"saves", [&] { saveManyTimes(); }},
-      {"controllers", [&] { listControllers(); }},
-      // Options of the graphs.
-      {"options", [&] { makeOptions(); }},
-      {"option", [&] { seen = std::to_string(options->getUiValue(row[1], row[2])); }},
-      {"set option",
-       [&] { seeRevision([&] { options->setUiValue(row[1], row[2], std::stod(row[3])); }); }},
-      {"merge", [&] { seeRevision([&] { merge(); }); }},
-      {"saved", [&] { seen = compact(options->save()); }},
-  };
+  void addChoices() {
+    commands["keep"] = [this] { kept.put(row[1], in(2)); };
+    commands["stored"] = [this] { say(kept.text(row[1])); };
+    commands["mode"] = [this] { kept.mode = row[1]; };
+    commands["globals"] = [this] { own() = std::make_unique<Globals>(kept); };
+    commands["table"] = [this] { own()->initGlobals(name(2)), say(kept.text("globals")); };
+    commands["own table"] = [this] { own()->initGlobals(findResource("json", "defaults").data()); };
+    commands["groups"] = [this] { say(own()->getGroupCount()); };
+    commands["group"] = [this] { describeGroup(); };
+    commands["choice"] = [this] { say(own()->getGlobal(name(2))); };
+    commands["choice or -9"] = [this] { say(own()->getGlobal(name(2), -9)); };
+    commands["choose"] = [this] {
+      own()->setGlobal(name(2), number(3)), say(kept.text("globals"));
+    };
+    commands["map"] = [this] { midi = std::make_unique<MIDIMap>(kept); };
+    commands["learn"] = [this] { midi->learn(number(1), number(2)); };
+    commands["unlearn"] = [this] { midi->unlearn(number(1)); };
+    // How many of so many calls there was something to save in, and how often the store was asked.
+    commands["saves"] = [this] {
+      const int before = kept.updates;
+      int open = 0;
+      for (int i = 0; i < number(1); ++i) open += midi->saveChanges() ? 1 : 0;
+      say(open), say(kept.updates - before);
+    };
+    commands["controllers"] = [this] {
+      for (int i = 0; i < MIDIMap::kControllers; ++i) {
+        const std::string id = std::to_string(midi->parameterOf(i));
+        if (id != "-1") say(std::to_string(i) + "=" + id);
+      }
+    };
+    commands["options"] = [this] {
+      testing::internal::CaptureStderr();
+      options = std::make_unique<UiSettings>(row[1] == "null" ? nullptr : row[1].c_str());
+      said = testing::internal::GetCapturedStderr();
+    };
+    commands["own options"] = [this] {
+      options = std::make_unique<UiSettings>(findResource("json", "uisettings").data());
+    };
+    commands["option"] = [this] { say(options->getUiValue(row[1], row[2])); };
+    // In both forms of a number.
+    commands["set option"] = [this] {
+      seeRevision([&] { options->setUiValue(row[1], row[2], std::stod(row[3])); });
+      const JsonTree copy = options->save();
+      const JsonNode* const group = jsonGetObjectItem(copy.get(), row[1].c_str());
+      const JsonNode* const option = jsonGetObjectItem(group, row[2].c_str());
+      const JsonNode* const value = jsonGetObjectItem(option, "value");
+      if (value) say(value->valueInt), say(value->valueDouble);
+    };
+    commands["merge"] = [this] {
+      seeRevision([&] { options->merge(JsonTree(jsonParse(row[1].c_str())).get()); });
+    };
+    commands["saved"] = [this] { say(compact(options->save())); };
+  }
 
-  DataRow row;
-  std::string seen;
   const fs::path oldFolder = fs::current_path();
-  std::map<std::string, std::optional<std::string>> oldVariables;
-  std::unique_ptr<TestDirectory> directory;
-  std::unique_ptr<FullDisk> disk;
+  std::map<std::string, std::string> oldVariables;
+  std::unique_ptr<TestDirectory> directory = std::make_unique<TestDirectory>();
   std::unique_ptr<FileStore> store;
   TestStore kept;
   PresetMenu menu;
@@ -285,12 +245,14 @@ class ScriptTest : public testing::Test {
 
 TEST_F(ScriptTest, Stores) { run(TEST_DATA "/stores.txt"); }
 
-TEST_F(ScriptTest, Folders) { run(TEST_DATA "/folders.txt"); }
+TEST_F(ScriptTest, FoldersAndMenus) {
+  run(TEST_DATA "/folders.txt");
+  run(TEST_DATA "/preset_menus.txt");
+}
 
-TEST_F(ScriptTest, PresetMenus) { run(TEST_DATA "/preset_menus.txt"); }
-
-TEST_F(ScriptTest, Controllers) { run(TEST_DATA "/controllers.txt"); }
-
-TEST_F(ScriptTest, Options) { run(TEST_DATA "/options.txt"); }
+TEST_F(ScriptTest, ChoicesControllersAndOptions) {
+  run(TEST_DATA "/options.txt");
+  run(TEST_DATA "/controllers.txt");
+}
 
 }  // namespace

@@ -11,17 +11,15 @@
 /// A store in memory that can fail in two ways, and lets a test act in the midst of an update.
 class TestStore : public MemoryStore {
  public:
-  enum class Mode { kWorks, kDoesNotWrite, kDoesNotEvenAsk };
-
   bool update(std::string_view name, const Change& change) override {
     ++updates;
-    if (mode == Mode::kDoesNotEvenAsk) return false;
+    if (mode == "ask") return false;
     MemoryStore::update(name, [&](const std::optional<std::string>& old) {
       const std::optional<std::string> text = change(old);
       if (afterChange) afterChange();
-      return mode == Mode::kWorks ? text : std::nullopt;
+      return mode == "write" ? std::nullopt : text;
     });
-    return mode == Mode::kWorks;
+    return mode != "write";
   }
   /// As another process would.
   void put(std::string_view name, const std::string& text) {
@@ -29,7 +27,7 @@ class TestStore : public MemoryStore {
   }
   [[nodiscard]] std::string text(std::string_view name) { return read(name).value_or("(none)"); }
 
-  Mode mode = Mode::kWorks;
+  std::string mode;  // what fails: to "write" or even to "ask"
   std::atomic<int> updates = 0;
   std::function<void()> afterChange;
 };
