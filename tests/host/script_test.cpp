@@ -1,177 +1,354 @@
-// Everyday calls, told in a table: what is done, and what is heard of it.
+// What is done to an effect, told in tables, and what host, engine and editor hear of it.
 
-#include <gtest/gtest.h>
+#include "tests/support/script.h"
 
-#include <functional>
-#include <map>
+#include <algorithm>
 #include <memory>
-#include <sstream>
-#include <string>
+#include <random>
 #include <thread>
-#include <vector>
 
+#include "host/curves.h"
 #include "tests/host/test_effect.h"
-#include "tests/support/data_rows.h"
+#include "tests/support/real_time.h"
 
 namespace {
 
-class Script {
- public:
-  void run(const char* path) {
-    runScript(path, [this](const DataRow& row) {
-      index = row[1].empty() ? 0 : std::stoi(row[1]);
-      text = row[2];
-      if (std::sscanf(text.c_str(), "%f", &number) != 1) number = 0.0F;
-      if (row[0] == "new") effect = std::make_unique<TestEffect>();
-      commands.at(row[0])(*effect);
-      const std::string heard = effect->host.take();
-      return heard.substr(0, heard.find_last_not_of(' ') + 1);
-    });
+class HostScript : public Script {
+ protected:
+  using Scope = PlugBase::StateScope;
+  using Values = std::array<float, kNumIds>;
+
+  HostScript() {
+    addValues();
+    addState();
+    addSetup();
+    addWalk();
   }
 
- private:
-  template <typename Heard>
-  void say(const Heard& heard) {
-    std::ostringstream words;
-    words.precision(9);
-    words << heard << ' ';
-    effect->host.log += words.str();
+  void afterRow() override {
+    said = effect->host.take() + said;
+    said.erase(said.find_last_not_of(' ') + 1);
   }
-  void call(std::int32_t opcode) {
-    VstPinProperties pin{};
-    ERect* rect = nullptr;
-    void* const out = opcode == kEffectEditGetRect ? static_cast<void*>(&rect) : &pin;
-    const auto result =
-        effect->dispatcher(opcode, index, 0, opcode == kEffectEditOpen ? nullptr : out, 0.0F);
-    if (opcode != kEffectGetInputProperties && opcode != kEffectGetOutputProperties) {
-      say(result);
-    } else if (result != 0) {
-      say(pin.label + (" " + std::to_string(pin.flags)) + " " +
-          std::to_string(pin.arrangementType));
-    }
-  }
+  [[nodiscard]] std::int32_t id() const { return row[1].empty() ? 0 : number(1); }
+  [[nodiscard]] float value() const { return row[2].empty() ? 0.0F : std::stof(row[2]); }
 
   /// Each value that a host may show comes back as it was.
-  void returnSteps(TestEffect& e) {
-    const ParameterRecord& record = e.parameterInfo(index);
-    const auto step = static_cast<float>(e.getStepSize(index));
+  void returnSteps() {
+    const ParameterRecord& record = effect->parameterInfo(id());
+    const auto step = static_cast<float>(effect->getStepSize(id()));
     for (float plain = record.min; plain <= record.max; plain += step) {
-      const float normalised = e.plainToNormalised(index, plain);
-      const float shown = e.hostStepValue(index, normalised, true);
+      const float normalised = effect->plainToNormalised(id(), plain);
+      const float shown = effect->hostStepValue(id(), normalised, true);
       EXPECT_FLOAT_EQ(shown, (plain - record.min) / (record.max - record.min)) << plain;
-      EXPECT_EQ(e.hostStepValue(index, shown, false), normalised) << plain;
+      EXPECT_EQ(effect->hostStepValue(id(), shown, false), normalised) << plain;
     }
   }
-  void show(TestEffect& e) {
-    char shown[64] = "x";
-    e.formatParameterValue(index, number, shown, false);
-    say(shown);
+
+  void addValues() {
+    commands["new"] = [this] { effect = std::make_unique<TestEffect>(); };
+    commands["set"] = [this] { effect->setParameter(id(), value()); };
+    commands["automate"] = [this] { effect->setParameterAutomated(id(), value()); };
+    commands["edit"] = [this] { effect->setParameterWithEdit(id(), value()); };
+    commands["audio"] = [this] { effect->setParameterFromAudio(id(), value()); };
+    commands["idle"] = [this] { effect->onIdle(); };
+    commands["begin"] = [this] { effect->beginEdit(id()); };
+    commands["end"] = [this] { effect->endEdit(id()); };
+    commands["undo"] = [this] { effect->undo(); };
+    commands["redo"] = [this] { effect->redo(); };
+    commands["value"] = [this] { say(effect->getParameter(id())); };
+    commands["plain"] = [this] { say(effect->getPlainValue(id())); };
+    commands["default"] = [this] { say(effect->getParameterDefault(id())); };
+    commands["tell"] = [this] { effect->tellValue(id()); };
+    commands["echo"] = [this] { say(effect->isEcho(id(), value())); };
+    commands["gestures off"] = [this] { effect->gesturesOff = value() != 0.0F; };
+    commands["tell all"] = [this] { effect->notifyAllOnBankSwitch = value() != 0.0F; };
+    commands["midi"] = [this] { effect->wantEvents(); };
+    commands["group"] = [this] { say(effect->parameterInfo(id()).group); };
+    commands["bands"] = [this] {
+      for (const auto& band : effect->getBandNames()) say(band);
+    };
+    commands["steps"] = [this] { say(effect->getStepCount(id())), say(effect->getStepSize(id())); };
+    commands["steps return"] = [this] { returnSteps(); };
+    commands["to host"] = [this] { say(effect->hostStepValue(id(), value(), true)); };
+    commands["from host"] = [this] { say(effect->hostStepValue(id(), value(), false)); };
+    commands["to plain"] = [this] { say(effect->normalisedToPlain(id(), value())); };
+    commands["to normalised"] = [this] { say(effect->plainToNormalised(id(), value())); };
+    commands["shows"] = [this] {
+      char shown[64] = "x";
+      effect->formatParameterValue(id(), value(), shown, false);
+      say(shown);
+    };
+    commands["keys"] = [this] {
+      keys = ParameterKeys(row[2]);
+      for (const auto& entry : keys) say(entry.name + std::to_string(entry.number));
+    };
+    commands["key"] = [this] { say(keys.find(row[2])); };
+    commands["key of"] = [this] { say(keys.name(id())); };
   }
-  void splitKeys() {
-    keys = ParameterKeys(text);
-    for (const auto& entry : keys) say(entry.name + std::to_string(entry.number));
-  }
-  /// The same value and name everywhere.
-  void fill(TestEffect& e) {
-    for (std::int32_t i = 0; i < kABBank; ++i) e.setParameter(i, number);
-    for (int bank = 0; bank < 8; ++bank) e.copyToBank(bank);
-    e.setProgramName("Old");
-    e.host.take();
-  }
+
   /// What it leaves: three values, the first one in the first and last bank, and both names.
-  void load(TestEffect& e, bool isPreset) {
-    EXPECT_TRUE(e.load(text, isPreset));
-    EXPECT_FALSE(e.chunkRefused() || e.isLoading);
-    for (std::int32_t i = 0; i < 3; ++i) say(e.getParameter(i));
-    say(e.banks[0].values[0]), say(e.banks[7].values[0]);
-    for (const ProgramRecord& program : e.programs) say(program.name.data());
+  void load(bool isPreset) {
+    EXPECT_TRUE(effect->load(row[2], isPreset));
+    EXPECT_FALSE(effect->chunkRefused() || effect->isLoading);
+    for (std::int32_t i = 0; i < 3; ++i) say(effect->getParameter(i));
+    say(effect->banks[0].values[0]), say(effect->banks[7].values[0]);
+    for (const ProgramRecord& program : effect->programs) say(program.name.data());
   }
 
-  using Command = std::function<void(TestEffect&)>;
-  const std::map<std::string, Command> commands = {
-      {"new", [](TestEffect&) {}},
-      {"set", [this](TestEffect& e) { e.setParameter(index, number); }},
-      {"automate", [this](TestEffect& e) { e.setParameterAutomated(index, number); }},
-      {"edit", [this](TestEffect& e) { e.setParameterWithEdit(index, number); }},
-      {"audio", [this](TestEffect& e) { e.setParameterFromAudio(index, number); }},
-      {"idle", [](TestEffect& e) { e.onIdle(); }},
-      {"begin", [this](TestEffect& e) { e.beginEdit(index); }},
-      {"end", [this](TestEffect& e) { e.endEdit(index); }},
-      {"undo", [](TestEffect& e) { e.undo(); }},
-      {"redo", [](TestEffect& e) { e.redo(); }},
-      {"value", [this](TestEffect& e) { say(e.getParameter(index)); }},
-      {"plain", [this](TestEffect& e) { say(e.getPlainValue(index)); }},
-      {"default", [this](TestEffect& e) { say(e.getParameterDefault(index)); }},
-      {"tell", [this](TestEffect& e) { e.tellValue(index); }},
-      {"echo", [this](TestEffect& e) { say(e.isEcho(index, number) ? "yes" : "no"); }},
-      {"gestures off", [this](TestEffect& e) { e.gesturesOff = number != 0.0F; }},
-      {"tell all", [this](TestEffect& e) { e.notifyAllOnBankSwitch = number != 0.0F; }},
-      {"midi", [](TestEffect& e) { e.wantEvents(); }},
-      {"group", [this](TestEffect& e) { say(e.parameterInfo(index).group); }},
-      {"bands",
-       [this](TestEffect& e) {
-         for (const auto& band : e.getBandNames()) say(band);
-       }},
-      {"steps", [this](TestEffect& e) { say(e.getStepCount(index)), say(e.getStepSize(index)); }},
-      {"steps return", [this](TestEffect& e) { returnSteps(e); }},
-      {"to host", [this](TestEffect& e) { say(e.hostStepValue(index, number, true)); }},
-      {"from host", [this](TestEffect& e) { say(e.hostStepValue(index, number, false)); }},
-      {"to plain", [this](TestEffect& e) { say(e.normalisedToPlain(index, number)); }},
-      {"to normalised", [this](TestEffect& e) { say(e.plainToNormalised(index, number)); }},
-      {"shows", [this](TestEffect& e) { show(e); }},
-      {"keys", [this](TestEffect&) { splitKeys(); }},
-      {"key", [this](TestEffect&) { say(keys.find(text)); }},
-      {"key of", [this](TestEffect&) { say(keys.name(index)); }},
-      {"fill", [this](TestEffect& e) { fill(e); }},
-      {"load full", [this](TestEffect& e) { load(e, false); }},
-      {"load preset", [this](TestEffect& e) { load(e, true); }},
-      {"program", [this](TestEffect& e) { e.setProgram(index); }},
-      {"latency", [this](TestEffect& e) { e.declareLatency(static_cast<int>(number)); }},
-      {"latency is", [this](TestEffect& e) { say(e.getAeffect()->initialDelay); }},
-      {"rate", [this](TestEffect& e) { e.setSampleRate(number); }},
-      {"rate is", [this](TestEffect& e) { say(e.getSampleRate()); }},
-      {"block", [this](TestEffect& e) { e.setBlockSize(static_cast<int>(number)); }},
-      {"block is", [this](TestEffect& e) { say(e.getBlockSize()); }},
-      {"hold", [this](TestEffect& e) { scopes.push_back(std::make_unique<Scope>(e)); }},
-      {"release", [this](TestEffect&) { scopes.pop_back(); }},
-      {"elsewhere",
-       [this](TestEffect& e) {
-         std::thread([&] { e.setParameterAutomated(index, number); }).join();
-       }},
-      {"level",
-       [this](TestEffect& e) {
-         e.host.processLevel = static_cast<std::intptr_t>(number);
-         e.checkProcessLevel();
-       }},
-      {"vendor", [this](TestEffect& e) { e.host.vendor = text; }},
-      {"pins",
-       [this](TestEffect& e) {
-         e.setNumInputs(index);
-         e.setNumOutputs(static_cast<int>(number));
-       }},
-      {"input", [this](TestEffect&) { call(kEffectGetInputProperties); }},
-      {"output", [this](TestEffect&) { call(kEffectGetOutputProperties); }},
-      {"call", [this](TestEffect&) { call(index); }},
-      {"open in", [this](TestEffect& e) { say(e.dispatcher(kEffectEditOpen, 0, 0, &e, 0.0F)); }},
-      {"editor idle", [](TestEffect& e) { e.onEditorIdle(); }},
-      {"has editor", [this](TestEffect& e) { say(e.getAeffect()->flags & kEffectHasEditor); }},
-      {"editor",
-       [this](TestEffect& e) {
-         e.setEditor(number != 0.0F ? std::make_unique<TestEditor>(e.host.log) : nullptr);
-       }},
-  };
+  void addState() {
+    // The same value and name everywhere.
+    commands["fill"] = [this] {
+      for (std::int32_t i = 0; i < kABBank; ++i) effect->setParameter(i, value());
+      for (int bank = 0; bank < 8; ++bank) effect->copyToBank(bank);
+      effect->setProgramName("Old");
+      effect->host.take();
+    };
+    commands["load full"] = [this] { load(false); };
+    commands["load preset"] = [this] { load(true); };
+    commands["program"] = [this] { effect->setProgram(id()); };
+    commands["hold"] = [this] { scopes.push_back(std::make_unique<Scope>(*effect)); };
+    commands["release"] = [this] { scopes.pop_back(); };
+    commands["elsewhere"] = [this] {
+      std::thread([this] { effect->setParameterAutomated(id(), value()); }).join();
+    };
+    commands["latency"] = [this] { effect->declareLatency(static_cast<int>(value())); };
+    commands["latency is"] = [this] { say(effect->getAeffect()->initialDelay); };
+  }
 
-  using Scope = PlugBase::StateScope;
+  void describePin(std::int32_t opcode) {
+    VstPinProperties pin{};
+    if (effect->dispatcher(opcode, id(), 0, &pin, 0.0F) == 0) return;
+    say(pin.label), say(pin.flags), say(pin.arrangementType);
+  }
+
+  void addSetup() {
+    commands["rate"] = [this] { effect->setSampleRate(value()); };
+    commands["rate is"] = [this] { say(effect->getSampleRate()); };
+    commands["block"] = [this] { effect->setBlockSize(static_cast<int>(value())); };
+    commands["block is"] = [this] { say(effect->getBlockSize()); };
+    commands["level"] = [this] {
+      effect->host.processLevel = static_cast<std::intptr_t>(value());
+      effect->checkProcessLevel();
+    };
+    commands["vendor"] = [this] { effect->host.vendor = row[2]; };
+    commands["pins"] = [this] {
+      effect->setNumInputs(id());
+      effect->setNumOutputs(static_cast<int>(value()));
+    };
+    commands["input"] = [this] { describePin(kEffectGetInputProperties); };
+    commands["output"] = [this] { describePin(kEffectGetOutputProperties); };
+    commands["call"] = [this] {
+      ERect* rect = nullptr;
+      void* const out = id() == kEffectEditGetRect ? static_cast<void*>(&rect) : nullptr;
+      say(effect->dispatcher(id(), 0, 0, out, 0.0F));
+    };
+    commands["open in"] = [this] { say(effect->dispatcher(kEffectEditOpen, 0, 0, this, 0.0F)); };
+    commands["editor idle"] = [this] { effect->onEditorIdle(); };
+    commands["has editor"] = [this] { say(effect->getAeffect()->flags & kEffectHasEditor); };
+    commands["editor"] = [this] {
+      auto made = value() != 0.0F ? std::make_unique<TestEditor>(effect->host.log) : nullptr;
+      editor = made.get();
+      for (int i = 0; editor && i < kNumIds; ++i) editor->setParameter(i, effect->getParameter(i));
+      effect->setEditor(std::move(made));
+    };
+  }
+
+  // A walk: each turn is drawn from its number, and says what the effect holds afterwards.
+  void addWalk() {
+    using Turn = void (HostScript::*)();
+    const std::pair<const char*, Turn> turns[] = {{"an edit", &HostScript::editOnce},
+                                                  {"a group", &HostScript::editInGroup},
+                                                  {"linked edits", &HostScript::editLinked},
+                                                  {"a lost end", &HostScript::editLosingTheEnd},
+                                                  {"a value", &HostScript::automate},
+                                                  {"values of audio", &HostScript::moveFromAudio},
+                                                  {"a bank", &HostScript::useBanks},
+                                                  {"save", &HostScript::save},
+                                                  {"restore", &HostScript::restore},
+                                                  {"take back", &HostScript::takeBack},
+                                                  {"repeat", &HostScript::repeat}};
+    for (const auto& [name, turn] : turns) {
+      commands[name] = [this, act = turn] {
+        random.seed(static_cast<unsigned>(number(1)));
+        effect->gesturesOff = random() % 8 == 0;
+        effect->notifyAllOnBankSwitch = random() % 2 == 0;
+        (this->*act)();
+        showAll();
+      };
+    }
+    commands["cached"] = [this] { effect->chunkCacheEnabled = true, effect->updateDsp(true); };
+    commands["to both ends"] = [this] { editAndGoToBothEnds(); };
+  }
+  // Ten places store these exactly.
+  float anywhere() { return static_cast<float>(random() % 65) / 64.0F; }
+  int anyId() { return static_cast<int>(random() % (isPlain ? kABBank : kNumIds)); }
+  void move(int moved) { effect->setParameterAutomated(moved, anywhere()); }
+  void close() { steps.push_back(now()); }
+
+  void edit(int edited) {
+    const float before = effect->getParameter(edited);
+    effect->beginEdit(edited);
+    for (std::size_t moves = random() % 3; moves > 0; --moves) move(edited);
+    if (random() % 4 == 0) effect->setParameterAutomated(edited, before);
+    effect->endEdit(edited);
+  }
+  void editOnce() { edit(anyId()), close(); }
+  void editInGroup() {
+    for (int nested = 0; nested < 2; ++nested) effect->beginHistoryGroup();
+    for (std::size_t edits = random() % 4; edits > 0; --edits) edit(anyId());
+    if (random() % 2 == 0) effect->endHistoryGroup();
+    for (std::size_t edits = random() % 2; edits > 0; --edits) edit(anyId());
+    close();
+    if (!isPlain && random() % 3 == 0) effect->undo();  // it ends the group, and takes all of it
+    for (int ends = 0; ends < 2; ++ends) effect->endHistoryGroup();
+  }
+  // Gestures side by side, of which the last one ends the group by its begin.
+  void editLinked() {
+    const int first = anyId();
+    effect->beginHistoryGroup();
+    if (random() % 3 == 0) {  // the edit that this one waits for never comes
+      edit(first);
+      effect->endGroupWithEdit(first);
+      if (!isPlain && random() % 2 == 0) return effect->undo();  // it waits no longer
+      effect->beginHistoryGroup();
+    }
+    std::vector<int> ids = {first, (first + 1) % kABBank, (first + 3) % kABBank};
+    for (const int each : ids) {
+      if (each == ids.back()) effect->endGroupWithEdit(each);
+      effect->beginEdit(each);
+    }
+    for (const int each : ids) move(each);
+    std::shuffle(ids.begin(), ids.end(), random);
+    for (const int each : ids) effect->endEdit(each);
+    close();
+  }
+  // The end of a gesture is lost, and comes when the next one has ended.
+  void editLosingTheEnd() {
+    const int edited = anyId();
+    for (int gesture = 0; gesture < 2; ++gesture) {
+      effect->beginEdit(edited);
+      move(edited);
+      close();
+    }
+    for (int ends = 0; ends < 2; ++ends) effect->endEdit(edited);
+  }
+  void takeBack() { effect->undo(); }
+  void repeat() { effect->redo(); }
+  void automate() { random() % 2 == 0 ? move(anyId()) : effect->setParameter(anyId(), anywhere()); }
+  // The audio thread's values stand at once; all others hear of them by the idle call.
+  void moveFromAudio() {
+    for (std::size_t moves = 1 + random() % 3; moves > 0; --moves) {
+      const int moved = anyId();
+      const float to = anywhere();
+      inRealTime([&] { effect->setParameterFromAudio(moved, to); });
+      EXPECT_TRUE(moved == kABBank || effect->getParameter(moved) == to) << moved;
+    }
+    EXPECT_EQ(effect->host.log, "");
+    for (int again = 0; again < 2; ++again) effect->onIdle();
+  }
+  void useBanks() {
+    const int wanted = static_cast<int>(random() % 10) - 1;
+    switch (random() % 3) {
+      case 0:
+        return effect->copyToBank(wanted);
+      case 1:
+        return effect->switchBank(wanted);
+      default:
+        return effect->setProgram(wanted % 2);
+    }
+  }
+  void save() {
+    savedBytes = effect->chunk();
+    saved = stored(*effect);
+    TestEffect other(nullptr);
+    EXPECT_TRUE(other.load(savedBytes, false));
+    EXPECT_EQ(stored(other), saved);
+  }
+  void restore() {
+    EXPECT_TRUE(effect->load(savedBytes, false));
+    EXPECT_EQ(stored(*effect), saved);
+  }
+
+  [[nodiscard]] Values now() const {
+    Values values;
+    for (std::size_t i = 0; i < kNumIds; ++i) values[i] = effect->getParameter(static_cast<int>(i));
+    return values;
+  }
+  /// What documents bring back.
+  static std::vector<float> stored(TestEffect& of) {
+    std::vector<float> all;
+    const auto add = [&all](const ProgramRecord& record) {
+      all.insert(all.end(), record.values.begin(), record.values.begin() + kABBank);
+    };
+    std::for_each(of.programs.begin(), of.programs.end(), add);
+    std::for_each(of.banks.begin(), of.banks.end(), add);
+    return all;
+  }
+  void showAll() {
+    const Values values = now();
+    for (std::size_t i = 0; i < kNumIds; ++i) {
+      const ParameterRecord& record = kTestTable.at(i);
+      const float plain = normalisedToPlain(values[i], record.min, record.max, record.curve);
+      EXPECT_EQ(effect->getPlainValue(static_cast<int>(i)), plain) << i;
+      say(values[i]);
+      if (i == kABBank) continue;
+      EXPECT_EQ(effect->engine[i], plain) << i;
+      EXPECT_EQ(editor->shown[i], values[i]) << i;
+    }
+    double sum = 0.0;
+    double place = 0.0;
+    for (const float each : stored(*effect)) sum += each * ++place;
+    say(sum), say(effect->getCurrentBank()), say(effect->getProgram());
+    if (effect->canUndo()) say("undo");
+    if (effect->canRedo()) say("redo");
+    for (int i = 0; i < kNumIds; ++i) {
+      if (effect->isEcho(i, effect->getParameter(i))) say("~" + std::to_string(i));
+    }
+  }
+  // Edits of all kinds are walked back, forth and back again, each step as it was.
+  void editAndGoToBothEnds() {
+    isPlain = true;
+    effect->clearHistory();
+    steps = {now()};
+    for (int turn = 0; turn < 300; ++turn) {
+      using Turn = void (HostScript::*)();
+      const Turn turns[] = {&HostScript::editOnce, &HostScript::editInGroup,
+                            &HostScript::editLinked, &HostScript::editLosingTheEnd};
+      (this->*turns[random() % 4])();
+    }
+    steps.erase(std::unique(steps.begin(), steps.end()), steps.end());
+    for (const bool forth : {false, true, false}) {
+      std::vector<Values> seen = {now()};
+      while (forth ? effect->canRedo() : effect->canUndo()) {
+        forth ? effect->redo() : effect->undo();
+        seen.push_back(now());
+      }
+      seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+      if (!forth) std::reverse(seen.begin(), seen.end());
+      EXPECT_EQ(seen, steps);
+    }
+    effect->beginHistoryGroup();
+    effect->clearHistory();
+    effect->endHistoryGroup();
+    EXPECT_FALSE(effect->canUndo() || effect->canRedo());
+    effect->host.take();
+  }
+
   std::unique_ptr<TestEffect> effect;
+  TestEditor* editor = nullptr;
   std::vector<std::unique_ptr<Scope>> scopes;
-  std::int32_t index = 0;
-  float number = 0.0F;
-  std::string text;
   ParameterKeys keys{""};
+  std::mt19937 random{3};
+  bool isPlain = false;  // no banks, and nothing is taken back meanwhile
+  std::vector<Values> steps;
+  std::vector<float> saved;
+  std::string savedBytes;
 };
 
-TEST(Scripts, HostEngineAndEditorHearWhatTheyShould) { Script().run(TEST_DATA "/scripts.txt"); }
+TEST_F(HostScript, HostEngineAndEditorHearWhatTheyShould) { run(TEST_DATA "/scripts.txt"); }
 
-TEST(Scripts, DocumentsOfAllAgesLoad) { Script().run(TEST_DATA "/documents.txt"); }
+TEST_F(HostScript, DocumentsOfAllAgesLoad) { run(TEST_DATA "/documents.txt"); }
+
+TEST_F(HostScript, AWalkOfAllThatChangesAnEffect) { run(TEST_DATA "/walk.txt"); }
 
 }  // namespace
