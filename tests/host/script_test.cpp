@@ -3,6 +3,7 @@
 #include "tests/support/script.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <thread>
@@ -138,6 +139,13 @@ class HostScript : public Script {
     commands["input"] = [this] { describePin(kEffectGetInputProperties); };
     commands["output"] = [this] { describePin(kEffectGetOutputProperties); };
     commands["call"] = [this] {
+      char text[128];
+      std::strcpy(text, row[4].c_str());
+      AEffect* const record = effect->getAeffect();
+      say(record->dispatcher(record, id(), number(2), std::stol(row[3]), text, 300.0F));
+      if (text[0] != '\0') say(text);
+    };
+    commands["call editor"] = [this] {
       ERect* rect = nullptr;
       void* const out = id() == kEffectEditGetRect ? static_cast<void*>(&rect) : nullptr;
       say(effect->dispatcher(id(), 0, 0, out, 0.0F));
@@ -346,6 +354,8 @@ class HostScript : public Script {
 };
 
 TEST_F(HostScript, HostEngineAndEditorHearWhatTheyShould) { run(TEST_DATA "/scripts.txt"); }
+
+TEST_F(HostScript, CallsReachTheirOperation) { run(TEST_DATA "/calls.txt"); }
 
 TEST_F(HostScript, DocumentsOfAllAgesLoad) { run(TEST_DATA "/documents.txt"); }
 
