@@ -8,16 +8,15 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <set>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "state/json_detail.h"
 #include "state/json_document.h"
 #include "state/json_print_buffer.h"
 #include "state/json_writer.h"
-#include "tests/support/data_rows.h"
+#include "tests/support/script.h"
 
 namespace {
 
@@ -182,68 +181,57 @@ TEST(Json, ATreeThatWouldNotReadBackIsNotPrinted) {
   }
 }
 
-/// Adds an item in one of the ways there are; whether its key is a copy of the name.
-bool addAnyhow(JsonNode* root, const char* name, JsonNode* item, std::mt19937& random) {
-  const JsonTree before(jsonCreateObject());
-  const auto ways = random() % 8;
-  if ((ways & 1) != 0) {  // has a key already, a copy or a constant
-    jsonAddItemToObject(before.get(), name, item);
-    if ((ways & 2) != 0) jsonAddItemToObjectConstKey(before.get(), name, item);
-    before->child = item->next = item->prev = nullptr;
+/// What is done to an object, told in a table.
+class JsonScript : public Script {
+ protected:
+  JsonScript() {
+    commands["add"] = [this] { add(made(), false); };
+    commands["add const"] = [this] { add(made(), true); };
+    commands["add again"] = [this] { add(withKey(false), false); };
+    commands["add again const"] = [this] { add(withKey(true), true); };
+    commands["refer"] = [this] {
+      add(jsonCreateReference(jsonGetArrayItem(shared.get(), number(2))), false);
+    };
+    commands["write"] = [this] {
+      JsonWriter(root.get()).add(names.insert(row[1]).first->c_str(), made());
+      say(treeOf(root.get()));
+    };
+    commands["delete"] = [this] {
+      jsonDeleteItemFromObject(root.get(), row[1].c_str());
+      say(treeOf(root.get()));
+    };
+    commands["find"] = [this] { say(treeOf(jsonGetObjectItem(root.get(), row[1].c_str()))); };
+    commands["item"] = [this] { say(treeOf(jsonGetArrayItem(root.get(), number(1)))); };
   }
-  if ((ways & 4) != 0) {
-    jsonAddItemToObject(root, item->key ? item->key : name, item);
-  } else if (item->key) {
-    jsonAddItemToObjectConstKey(root, name, item);
-  } else {
-    JsonWriter(root).add(name, item);
+  [[nodiscard]] JsonNode* made() const { return jsonParse(row[2].c_str()); }
+  /// It has a key already, a copy or a constant.
+  [[nodiscard]] JsonNode* withKey(bool isConst) const {
+    const JsonTree before(jsonCreateObject());
+    JsonNode* const item = made();
+    if (isConst) jsonAddItemToObjectConstKey(before.get(), "constant", item);
+    if (!isConst) jsonAddItemToObject(before.get(), row[1].c_str(), item);
+    before->child = nullptr;
+    return item;
   }
-  return (ways & 4) != 0;
-}
+  void add(JsonNode* item, bool isConst) {
+    const char* const name = names.insert(row[1]).first->c_str();
+    if (isConst) jsonAddItemToObjectConstKey(root.get(), name, item);
+    if (!isConst) jsonAddItemToObject(root.get(), item->key ? item->key : name, item);
+    EXPECT_EQ(item->key == name, isConst);
+    say(treeOf(root.get()));
+  }
 
-std::string lowerCase(std::string text) {
-  for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-  return text;
-}
+  std::set<std::string> names;
+  const JsonTree shared{jsonParse("[[1,{\"x\":\"y\"}],\"text\"]")};
+  const JsonTree root{jsonCreateObject()};
+};
 
-TEST(Json, ARandomWalkThroughAnObjectMatchesAList) {
-  static const char* const names[] = {"Name", "name", "NAMES", "", "\xc3\x84[", "\xc3\x84{"};
-  std::mt19937 random(9);
-  const JsonTree shared(jsonParse("{\"list\":[1,{\"x\":\"y\"}],\"word\":\"text\"}"));
-  const JsonTree root(jsonCreateObject());
-  std::vector<std::pair<std::string, std::string>> model;
-  const auto modelText = [&model] {
-    std::string text;
-    for (const auto& [key, tree] : model) text += (text.empty() ? "" : ",") + key + ":" + tree;
-    return "{" + text + "}";
-  };
-  for (int turn = 0; turn < 2000; ++turn) {
-    const char* const name = names[random() % std::size(names)];
-    const auto isNamed = [&](const auto& one) { return lowerCase(one.first) == lowerCase(name); };
-    const auto found = std::find_if(model.begin(), model.end(), isNamed);
-    const std::string expected = found == model.end() ? "(none)" : found->second;
-    ASSERT_EQ(treeOf(jsonGetObjectItem(root.get(), name)), expected) << name;
-    const std::size_t place = random() % 8 - 1;  // also before the first
-    ASSERT_EQ(treeOf(jsonGetArrayItem(root.get(), static_cast<int>(place))),
-              place < model.size() ? model[place].second : "(none)");
-    if (random() % 2 == 0) {
-      jsonDeleteItemFromObject(root.get(), name);
-      if (found != model.end()) model.erase(found);
-    } else {
-      JsonNode* const of = jsonGetArrayItem(shared.get(), turn % 2);
-      JsonNode* const item = turn % 3 == 0 ? jsonCreateNumber(turn) : jsonCreateReference(of);
-      model.emplace_back(name, treeOf(item));
-      const bool isCopied = addAnyhow(root.get(), name, item, random);
-      ASSERT_EQ(item->key != name, isCopied);
-    }
-    ASSERT_EQ(treeOf(root.get()), modelText()) << "turn " << turn;
-    ASSERT_EQ(jsonGetArraySize(root.get()), static_cast<int>(model.size()));
-  }
-  EXPECT_EQ(treeOf(shared.get()), "{list:[1,{x:\"y\"}],word:\"text\"}");
+TEST_F(JsonScript, ObjectsTakeFindAndGiveUpTheirItems) {
+  run(TEST_DATA "/json_objects.txt");
+  EXPECT_EQ(treeOf(shared.get()), "[[1,{x:\"y\"}],\"text\"]");
   // Items of an array have no key: no name finds them, not even none.
-  const JsonTree array(jsonParse("[1]"));
   for (const char* const name : {"", static_cast<const char*>(nullptr)}) {
-    EXPECT_EQ(jsonGetObjectItem(array.get(), name), nullptr);
+    EXPECT_EQ(jsonGetObjectItem(shared.get(), name), nullptr);
   }
 }
 

@@ -9,13 +9,11 @@
 #include <atomic>
 #include <memory>
 #include <random>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/state/test_store.h"
-#include "tests/support/real_time.h"
 
 namespace {
 
@@ -42,94 +40,13 @@ Table with(std::size_t controller = 0, std::int32_t id = -1) {
   return table;
 }
 
-std::optional<MIDIMap::Move> send(MIDIMap& map, std::size_t status, std::size_t data1,
-                                  std::size_t data2) {
-  const std::uint8_t message[] = {static_cast<std::uint8_t>(status),
-                                  static_cast<std::uint8_t>(data1),
-                                  static_cast<std::uint8_t>(data2)};
-  return processInRealTime(map, message);
-}
-
-/// One of two maps over a store, in the plainest way.
-struct Model {
-  void give(std::int32_t id, std::size_t controller) {
-    if (id < 0) return;
-    take(id);
-    table.at(controller) = id;
-    changed.insert(controller);
-  }
-  void take(std::int32_t id) {
-    for (std::size_t i = 0; i < kControllers && id >= 0; ++i) {
-      if (table.at(i) == id) table.at(i) = -1, changed.insert(i);
-    }
-  }
-  /// What was changed here goes over what is stored, and the rest comes from there.
-  void save(Table& stored) {
-    for (const std::size_t i : changed) std::replace(stored.begin(), stored.end(), table.at(i), -1);
-    for (const std::size_t i : changed) stored.at(i) = table.at(i);
-    if (!changed.empty()) table = stored;
-    changed.clear();
-  }
-
-  Table table = with();
-  std::set<std::size_t> changed;
-};
-
-TEST(MIDIMap, ARandomWalkOfTwoMapsOverOneStoreMatchesTheirTables) {
-  std::mt19937 random(8);
-  TestStore store;
-  MIDIMap maps[] = {MIDIMap(store), MIDIMap(store)};
-  Model models[2];
-  Table stored = with();
-  store.put("MIDIMap", textOf(stored));
-  for (int turn = 0; turn < 4000; ++turn) {
-    const std::size_t which = random() % 2;
-    MIDIMap& map = maps[which];
-    Model& model = models[which];
-    const auto id = static_cast<std::int32_t>(random() % 12) - 1;
-    const std::size_t controller = random() % 3 == 0 ? random() % 128 : random() % 6;
-    const std::size_t action = random() % 6;
-    if (action == 0) {
-      map.learn(id, static_cast<std::int32_t>(controller) + 128);
-      model.give(id, controller);
-    } else if (action == 1) {
-      map.unlearn(id);
-      model.take(id);
-    } else if (action == 2) {
-      ASSERT_EQ(map.saveChanges(), !model.changed.empty());
-    } else if (action == 3) {  // another program
-      stored.at(controller) = id;
-      store.put("MIDIMap", textOf(stored));
-    } else {  // the audio thread; the message moves what it has just been given
-      map.setLearnTarget(id - static_cast<int>(random() % 2) * 7);
-      const std::int32_t wanted = map.getLearnTarget();
-      const std::size_t status = random() % 2 == 0 ? 0xB0 | random() % 16 : random() % 256;
-      const std::size_t value = random() % 256;
-      const auto at = static_cast<float>(static_cast<double>(value & 127) / 127.0);
-      const bool isController = status >> 4 == 0xB;
-      ASSERT_GE(wanted, -1);
-      if (isController) model.give(wanted, controller);
-      const auto move = send(map, status, controller | (value & 128), value);
-      ASSERT_EQ(move ? move->id : -1, isController ? model.table.at(controller) : -1) << status;
-      ASSERT_EQ(move ? move->normalised : at, at);
-      ASSERT_EQ(map.getLearnTarget(), isController ? -1 : wanted);
-    }
-    if (action < 3) model.save(stored);
-    ASSERT_EQ(tableOf(map), model.table) << "turn " << turn;
-    const auto first = std::find(model.table.begin(), model.table.end(), id);
-    const bool hasOne = id >= 0 && first != model.table.end();
-    ASSERT_EQ(map.controllerOf(id), hasOne ? first - model.table.begin() : -1);
-    ASSERT_EQ(store.text("MIDIMap"), textOf(stored));
-  }
-  for (const int outside : {-1, 128}) EXPECT_EQ(maps[0].parameterOf(outside), -1);
-}
-
 TEST(MIDIMap, WhatIsLearntDuringASaveIsKept) {
   TestStore store;
   MIDIMap map(store);
   store.afterChange = [&] {
+    const std::uint8_t message[] = {0xB0, 6, 0};
     map.setLearnTarget(10);
-    EXPECT_TRUE(send(map, 0xB0, 6, 0));
+    EXPECT_TRUE(map.process(message));
     store.afterChange = nullptr;
   };
   map.learn(10, 5);

@@ -1,18 +1,11 @@
-// Documents as sessions hold them packed, and flags as documents hold them in words.
-
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include <algorithm>
-#include <array>
-#include <bitset>
 #include <random>
-#include <span>
 #include <string>
 
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
-#include "state/parameter_flags.h"
 
 namespace {
 
@@ -69,39 +62,6 @@ TEST(ChunkCodec, TellsDocumentsFromOtherBytes) {
   for (const std::string& none : {std::string("ZIP {}"), std::string("ZIP  \x78\x9c"),
                                   std::string("ZIP \x78\xbb\1\1\1\1"), tooMuch}) {
     EXPECT_EQ(unpackChunk(none), std::nullopt);
-  }
-}
-
-// Words that set them may be fewer than there are, as many or more.
-TEST(ParameterFlags, MatchAListOfTruthsAndTheirWords) {
-  constexpr int kCount = 70;
-  ParameterFlags<kCount> flags;
-  std::bitset<96> model;
-  const std::bitset<96> word(0xFFFFFFFF);
-  std::mt19937 random(6);
-  for (int turn = 0; turn < 3000; ++turn) {
-    std::array<std::int32_t, 4> words;
-    for (std::int32_t& each : words) each = static_cast<std::int32_t>(random());
-    const std::size_t given = random() % 5;
-    const int id = static_cast<int>(random() % 80) - 5;
-    if (turn % 50 == 0) {
-      flags.setWords(std::span(words).first(given));
-      for (std::size_t i = 0; i < std::min(given * 32, std::size_t{kCount}); ++i) {
-        model[i] = (words.at(i / 32) >> i % 32 & 1) != 0;
-      }
-    } else if (turn % 401 == 0) {
-      flags.clear();
-      model.reset();
-    } else {
-      flags.set(id, turn % 2 == 0);
-      if (id >= 0 && id < kCount) model[static_cast<std::size_t>(id)] = turn % 2 == 0;
-    }
-    ASSERT_EQ(flags.get(id), id >= 0 && id < kCount && model[static_cast<std::size_t>(id)]) << id;
-    const auto held = flags.words();
-    ASSERT_EQ(held.size(), 3U);
-    for (std::size_t i = 0; i < 3; ++i) {
-      ASSERT_EQ(static_cast<std::uint32_t>(held[i]), (model >> 32 * i & word).to_ulong()) << turn;
-    }
   }
 }
 

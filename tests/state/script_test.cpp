@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -17,9 +18,11 @@
 #include "platform/user_folders.h"
 #include "state/file_store.h"
 #include "state/machine.h"
+#include "state/parameter_flags.h"
 #include "state/preset_menu.h"
 #include "state/ui_settings.h"
 #include "tests/state/test_store.h"
+#include "tests/support/real_time.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -178,6 +181,13 @@ class ScriptTest : public Script {
     say(options->revision() == before ? "same" : "new");
   }
 
+  void sayController(int controller, std::int32_t id) {
+    if (id != -1) say(std::to_string(controller) + "=" + std::to_string(id));
+  }
+  void sayFlags() {
+    for (const std::int32_t word : flags.words()) say(word);
+  }
+
   void addChoices() {
     commands["keep"] = [this] { kept.put(row[1], in(2)); };
     commands["stored"] = [this] { say(kept.text(row[1])); };
@@ -203,10 +213,30 @@ class ScriptTest : public Script {
       say(open), say(kept.updates - before);
     };
     commands["controllers"] = [this] {
-      for (int i = 0; i < MIDIMap::kControllers; ++i) {
-        const std::string id = std::to_string(midi->parameterOf(i));
-        if (id != "-1") say(std::to_string(i) + "=" + id);
-      }
+      for (int i = 0; i < MIDIMap::kControllers; ++i) sayController(i, midi->parameterOf(i));
+    };
+    commands["stored controllers"] = [this] {
+      const JsonTree table(jsonParse(kept.text("MIDIMap").c_str()));
+      int i = 0;
+      for (const JsonNode* id = table->child; id; id = id->next) sayController(i++, id->valueInt);
+    };
+    commands["controller of"] = [this] { say(midi->controllerOf(number(1))); };
+    commands["parameter of"] = [this] { say(midi->parameterOf(number(1))); };
+    commands["swap"] = [this] { std::swap(midi, otherMidi); };
+    commands["target"] = [this] { midi->setLearnTarget(number(1)), say(midi->getLearnTarget()); };
+    commands["send"] = [this] {
+      std::uint8_t message[3];
+      for (std::size_t i = 0; i < 3; ++i) message[i] = static_cast<std::uint8_t>(number(i + 1));
+      const auto move = processInRealTime(*midi, message);
+      move ? (say(move->id), say(move->normalised)) : say("none");
+    };
+    commands["flags"] = [this] { flags.clear(), sayFlags(); };
+    commands["flag"] = [this] { say(flags.get(number(1))); };
+    commands["set flag"] = [this] { flags.set(number(1), row[2] == "1"), sayFlags(); };
+    commands["flag words"] = [this] {
+      std::istringstream text(row[1]);
+      const std::vector<std::int32_t> words{std::istream_iterator<std::int32_t>(text), {}};
+      flags.setWords(words), sayFlags();
     };
     commands["options"] = [this] {
       testing::internal::CaptureStderr();
@@ -239,7 +269,8 @@ class ScriptTest : public Script {
   TestStore kept;
   PresetMenu menu;
   std::unique_ptr<Globals> globals[2];
-  std::unique_ptr<MIDIMap> midi;
+  std::unique_ptr<MIDIMap> midi, otherMidi;
+  ParameterFlags<70> flags;
   std::unique_ptr<UiSettings> options;
 };
 
@@ -250,9 +281,11 @@ TEST_F(ScriptTest, FoldersAndMenus) {
   run(TEST_DATA "/preset_menus.txt");
 }
 
-TEST_F(ScriptTest, ChoicesControllersAndOptions) {
+TEST_F(ScriptTest, ChoicesControllersOptionsAndFlags) {
   run(TEST_DATA "/options.txt");
   run(TEST_DATA "/controllers.txt");
+  run(TEST_DATA "/two_maps.txt");
+  run(TEST_DATA "/flags.txt");
 }
 
 }  // namespace
