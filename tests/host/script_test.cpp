@@ -45,6 +45,13 @@ class HostScript : public Script {
     }
   }
 
+  void turnCurve(float (*way)(float, float, float, std::int32_t)) {
+    char text[32];
+    const float other = way(std::stof(row[4]), std::stof(row[2]), std::stof(row[3]), id());
+    std::snprintf(text, sizeof text, "%.6g", static_cast<double>(other));
+    say(text);
+  }
+
   void addValues() {
     commands["new"] = [this] { effect = std::make_unique<TestEffect>(); };
     commands["set"] = [this] { effect->setParameter(id(), value()); };
@@ -79,6 +86,8 @@ class HostScript : public Script {
       effect->formatParameterValue(id(), value(), shown, false);
       say(shown);
     };
+    commands["plain of"] = [this] { turnCurve(normalisedToPlain); };
+    commands["normalised of"] = [this] { turnCurve(plainToNormalised); };
     commands["keys"] = [this] {
       keys = ParameterKeys(row[2]);
       for (const auto& entry : keys) say(entry.name + std::to_string(entry.number));
@@ -112,8 +121,9 @@ class HostScript : public Script {
     commands["elsewhere"] = [this] {
       std::thread([this] { effect->setParameterAutomated(id(), value()); }).join();
     };
-    commands["latency"] = [this] { effect->declareLatency(static_cast<int>(value())); };
-    commands["latency is"] = [this] { say(effect->getAeffect()->initialDelay); };
+    commands["latency"] = [this] {
+      effect->declareLatency(static_cast<int>(value())), say(effect->getAeffect()->initialDelay);
+    };
   }
 
   void describePin(std::int32_t opcode) {
@@ -123,10 +133,10 @@ class HostScript : public Script {
   }
 
   void addSetup() {
-    commands["rate"] = [this] { effect->setSampleRate(value()); };
-    commands["rate is"] = [this] { say(effect->getSampleRate()); };
-    commands["block"] = [this] { effect->setBlockSize(static_cast<int>(value())); };
-    commands["block is"] = [this] { say(effect->getBlockSize()); };
+    commands["rate"] = [this] { effect->setSampleRate(value()), say(effect->getSampleRate()); };
+    commands["block"] = [this] {
+      effect->setBlockSize(static_cast<int>(value())), say(effect->getBlockSize());
+    };
     commands["level"] = [this] {
       effect->host.processLevel = static_cast<std::intptr_t>(value());
       effect->checkProcessLevel();
@@ -162,28 +172,32 @@ class HostScript : public Script {
   }
 
   // A walk: each turn is drawn from its number, and says what the effect holds afterwards.
+  template <typename Act>
+  void turn(const std::string& name, const Act& act) {
+    commands[name] = [this, act] {
+      random.seed(static_cast<unsigned>(number(1)));
+      effect->gesturesOff = random() % 8 == 0;
+      effect->notifyAllOnBankSwitch = random() % 2 == 0;
+      act();
+      showAll();
+    };
+  }
   void addWalk() {
-    using Turn = void (HostScript::*)();
-    const std::pair<const char*, Turn> turns[] = {{"an edit", &HostScript::editOnce},
-                                                  {"a group", &HostScript::editInGroup},
-                                                  {"linked edits", &HostScript::editLinked},
-                                                  {"a lost end", &HostScript::editLosingTheEnd},
-                                                  {"a value", &HostScript::automate},
-                                                  {"values of audio", &HostScript::moveFromAudio},
-                                                  {"a bank", &HostScript::useBanks},
-                                                  {"save", &HostScript::save},
-                                                  {"restore", &HostScript::restore},
-                                                  {"take back", &HostScript::takeBack},
-                                                  {"repeat", &HostScript::repeat}};
-    for (const auto& [name, turn] : turns) {
-      commands[name] = [this, act = turn] {
-        random.seed(static_cast<unsigned>(number(1)));
-        effect->gesturesOff = random() % 8 == 0;
-        effect->notifyAllOnBankSwitch = random() % 2 == 0;
-        (this->*act)();
-        showAll();
-      };
-    }
+    turn("an edit", [this] { edit(anyId()); });
+    turn("a group", [this] { editInGroup(); });
+    turn("linked edits", [this] { editLinked(); });
+    turn("a lost end", [this] { editLosingTheEnd(); });
+    turn("a value",
+         [this] { random() % 2 == 0 ? move(anyId()) : effect->setParameter(anyId(), anywhere()); });
+    turn("values of audio", [this] { moveFromAudio(); });
+    turn("a bank", [this] { useBanks(); });
+    turn("save", [this] { save(); });
+    turn("restore", [this] {
+      EXPECT_TRUE(effect->load(savedBytes, false));
+      EXPECT_EQ(stored(*effect), saved);
+    });
+    turn("take back", [this] { effect->undo(); });
+    turn("repeat", [this] { effect->redo(); });
     commands["cached"] = [this] { effect->chunkCacheEnabled = true, effect->updateDsp(true); };
     commands["to both ends"] = [this] { editAndGoToBothEnds(); };
   }
@@ -200,7 +214,6 @@ class HostScript : public Script {
     if (random() % 4 == 0) effect->setParameterAutomated(edited, before);
     effect->endEdit(edited);
   }
-  void editOnce() { edit(anyId()), close(); }
   void editInGroup() {
     for (int nested = 0; nested < 2; ++nested) effect->beginHistoryGroup();
     for (std::size_t edits = random() % 4; edits > 0; --edits) edit(anyId());
@@ -240,9 +253,6 @@ class HostScript : public Script {
     }
     for (int ends = 0; ends < 2; ++ends) effect->endEdit(edited);
   }
-  void takeBack() { effect->undo(); }
-  void repeat() { effect->redo(); }
-  void automate() { random() % 2 == 0 ? move(anyId()) : effect->setParameter(anyId(), anywhere()); }
   // The audio thread's values stand at once; all others hear of them by the idle call.
   void moveFromAudio() {
     for (std::size_t moves = 1 + random() % 3; moves > 0; --moves) {
@@ -271,10 +281,6 @@ class HostScript : public Script {
     TestEffect other(nullptr);
     EXPECT_TRUE(other.load(savedBytes, false));
     EXPECT_EQ(stored(other), saved);
-  }
-  void restore() {
-    EXPECT_TRUE(effect->load(savedBytes, false));
-    EXPECT_EQ(stored(*effect), saved);
   }
 
   [[nodiscard]] Values now() const {
@@ -318,11 +324,11 @@ class HostScript : public Script {
     isPlain = true;
     effect->clearHistory();
     steps = {now()};
-    for (int turn = 0; turn < 300; ++turn) {
-      using Turn = void (HostScript::*)();
-      const Turn turns[] = {&HostScript::editOnce, &HostScript::editInGroup,
-                            &HostScript::editLinked, &HostScript::editLosingTheEnd};
-      (this->*turns[random() % 4])();
+    for (int turns = 0; turns < 100; ++turns) {
+      edit(anyId()), close();
+      editInGroup();
+      editLinked();
+      editLosingTheEnd();
     }
     steps.erase(std::unique(steps.begin(), steps.end()), steps.end());
     for (const bool forth : {false, true, false}) {
@@ -353,9 +359,15 @@ class HostScript : public Script {
   std::string savedBytes;
 };
 
-TEST_F(HostScript, HostEngineAndEditorHearWhatTheyShould) { run(TEST_DATA "/scripts.txt"); }
+TEST_F(HostScript, HostEngineAndEditorHearWhatTheyShould) {
+  run(TEST_DATA "/scripts.txt");
+  run(TEST_DATA "/calls.txt");
+}
 
-TEST_F(HostScript, CallsReachTheirOperation) { run(TEST_DATA "/calls.txt"); }
+TEST_F(HostScript, CurvesGiveTheirValuesAndStayInRange) {
+  commands["new"]();
+  run(TEST_DATA "/curves.txt");
+}
 
 TEST_F(HostScript, DocumentsOfAllAgesLoad) { run(TEST_DATA "/documents.txt"); }
 
