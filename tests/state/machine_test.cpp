@@ -165,12 +165,12 @@ TEST(MIDIMap, WhatIsLearntDuringASaveIsKept) {
 TEST(MIDIMap, OfTwoAudioThreadsOneLearnsAndWhatItLearnsIsSaved) {
   TestStore store;
   MIDIMap map(store);
-  std::atomic<int> round{0};
+  std::atomic<std::size_t> round{0};
   std::atomic<int> sent{0};
   std::vector<std::thread> audio(2);
   for (std::size_t t = 0; t < 2; ++t) {
     audio[t] = std::thread([&, t] {
-      for (int seen = 0; seen < 60; ++sent) {
+      for (std::size_t seen = 0; seen < 60; ++sent) {
         while (round == seen) std::this_thread::yield();
         const std::uint8_t message[] = {0xB0, static_cast<std::uint8_t>(++seen + 64 * t), 0};
         static_cast<void>(map.process(message));
@@ -179,7 +179,7 @@ TEST(MIDIMap, OfTwoAudioThreadsOneLearnsAndWhatItLearnsIsSaved) {
   }
   for (int n = 1; n <= 60; ++n) {
     map.setLearnTarget(10);
-    round = n;
+    round = static_cast<std::size_t>(n);
     while (sent < 2 * n) map.saveChanges();
     map.saveChanges();
     const int one = map.controllerOf(10);

@@ -58,6 +58,8 @@ class ScriptTest : public Script {
     addDisk();
     addFolders();
     addChoices();
+    addControllers();
+    addOptions();
   }
   ~ScriptTest() override {
     fs::current_path(oldFolder);
@@ -202,6 +204,9 @@ class ScriptTest : public Script {
     commands["choose"] = [this] {
       own()->setGlobal(name(2), number(3)), say(kept.text("globals"));
     };
+  }
+
+  void addControllers() {
     commands["map"] = [this] { midi = std::make_unique<MIDIMap>(kept); };
     commands["learn"] = [this] { midi->learn(number(1), number(2)); };
     commands["unlearn"] = [this] { midi->unlearn(number(1)); };
@@ -230,6 +235,9 @@ class ScriptTest : public Script {
       const auto move = processInRealTime(*midi, message);
       move ? (say(move->id), say(move->normalised)) : say("none");
     };
+  }
+
+  void addOptions() {
     commands["flags"] = [this] { flags.clear(), sayFlags(); };
     commands["flag"] = [this] { say(flags.get(number(1))); };
     commands["set flag"] = [this] { flags.set(number(1), row[2] == "1"), sayFlags(); };
