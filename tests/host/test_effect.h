@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -11,28 +12,35 @@
 #include "host/aeff_editor.h"
 #include "host/plug_base_json.h"
 
-/// A host that notes what it is told and answers what it is set to.
+/// A host that notes what it is told, a word each, and answers what it is set to.
 struct HostRecorder {
-  struct Message {
-    std::int32_t opcode;
-    std::int32_t index;
-    std::intptr_t value;
-    float opt;
-    bool operator==(const Message&) const = default;
-  };
-
   static std::intptr_t callback(AEffect* effect, std::int32_t opcode, std::int32_t index,
                                 std::intptr_t value, void* ptr, float opt) {
     auto* const host = static_cast<HostRecorder*>(effect->user);
     if (host == nullptr) return 0;
-    host->messages.push_back({opcode, index, value, opt});
     if (opcode == kHostGetVendor) std::strcpy(static_cast<char*>(ptr), host->vendor.c_str());
+    host->log += wordOf(opcode, index, value, opt);
     return opcode == kHostProcessLevel ? host->processLevel : 0;
   }
+  /// "b0 0=0.25 e0 " for an edit of parameter 0; nothing for a question.
+  static std::string wordOf(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                            float opt) {
+    const std::string number = std::to_string(index) + " ";
+    if (opcode == kHostAutomate) return valueWord(index, opt);
+    if (opcode == kHostBeginEdit) return "b" + number;
+    if (opcode == kHostEndEdit) return "e" + number;
+    if (opcode == kHostIoChanged) return "io ";
+    if (opcode == kHostWantMidi && value == 1) return "midi ";
+    return opcode == kHostVendorSpecific && index == 0x70726368 ? "program " : "";
+  }
+  static std::string valueWord(std::int32_t index, float normalised) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%d=%.9g ", index, static_cast<double>(normalised));
+    return text;
+  }
+  std::string take() { return std::exchange(log, {}); }
 
-  std::vector<Message> take() { return std::exchange(messages, {}); }
-
-  std::vector<Message> messages;
+  std::string log;
   std::intptr_t processLevel = 0;
   std::string vendor;
 };
@@ -59,7 +67,31 @@ inline constexpr std::array<ParameterRecord, kNumIds> kTestTable = {{
     {"AB", "", 0, 0, 7, kCurveWhole, -1, -1},
 }};
 
-/// An effect that notes what reaches it and opens what is protected.
+/// Notes what it is told: values as they are shown, the rest in the host's log.
+class TestEditor : public AEffEditor {
+ public:
+  explicit TestEditor(std::string& editorLog) : log(editorLog) {}
+  ~TestEditor() override { log += "gone "; }
+  bool getRect(ERect** rect) override { return (*rect = &size) != nullptr; }
+  bool open(void* parentWindow) override { return parentWindow != nullptr; }
+  void close() override { log += "close "; }
+  void idle() override { log += "idle "; }
+  void setParameter(std::int32_t index, float normalised) override {
+    if (index >= 0) {
+      shown.at(static_cast<std::size_t>(index)) = normalised;
+    } else {
+      log += HostRecorder::valueWord(index, normalised);
+    }
+  }
+
+  std::string& log;
+  std::array<float, kNumIds> shown{};
+  ERect size{0, 0, 500, 844};
+};
+
+/// An effect with its host. It notes what reaches it in the host's log and opens what is protected.
+/// "u " stands for `updateDsp(false)`, "l " for one while a state is being loaded, "F " for
+/// `updateDsp(true)`, "v " for values that are replaced, and brackets for what holds the updates.
 class TestEffect : public PlugBaseJSON {
  public:
   explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback)
@@ -67,19 +99,51 @@ class TestEffect : public PlugBaseJSON {
     setNumInputs(4);
     setNumOutputs(2);
     abParameter = kABBank;
+    getAeffect()->user = &host;
   }
 
+  void open() override { note("open "); }
+  void close() override { note("close "); }
+  void suspend() override { note("suspend "); }
+  void resume() override { note("resume "), PlugBaseJSON::resume(); }
   void updateDsp(bool force) override {
-    updates += force ? 'F' : 'u';
-    if (onUpdate) onUpdate();
+    note(force ? "F " : isLoading ? "l " : "u ");
+    for (std::int32_t i = 0; i < kNumIds; ++i) {
+      engine[static_cast<std::size_t>(i)] = getPlainValue(i);
+    }
   }
   void offlineChanged(bool offline) override {
-    updates += offline == isOffline ? '!' : '?';
+    note(offline != isOffline ? "? " : offline ? "offline " : "online ");
     PlugBaseJSON::offlineChanged(offline);
   }
+  void valuesReplaced() override { note("v "); }
+  void holdUpdates() override { note("( "); }
+  void releaseUpdates() override { note(") "); }
   void processMidi(const VstMidiEvent& event) noexcept override { midi.push_back(event); }
+  bool setBypass(bool on) override { return note(on ? "bypass " : "run "); }
+  bool stringToParameter(std::int32_t index, const char* text) override {
+    return note(text + std::to_string(index) + " ");
+  }
+  bool getEffectName(char* text) override { return std::strcpy(text, "effect") != nullptr; }
+  bool getVendorString(char* text) override { return std::strcpy(text, "vendor") != nullptr; }
+  bool getProductString(char* text) override { return std::strcpy(text, "product") != nullptr; }
+  std::int32_t getVendorVersion() override { return 7; }
+  std::int32_t getTailSize() override { return 9; }
+  std::intptr_t vendorSpecific(std::int32_t index, std::intptr_t value, void*, float opt) override {
+    return index + value + static_cast<std::intptr_t>(opt);
+  }
 
-  std::string takeUpdates() { return std::exchange(updates, {}); }
+  /// Loads a document as a host does; it always says that it took all of it.
+  bool load(const std::string& bytes, bool isPreset) {
+    const auto size = static_cast<std::int32_t>(bytes.size());
+    return setChunk(bytes.data(), size, isPreset) == size;
+  }
+  /// The document as a host gets it.
+  std::string chunk(bool isPreset = false) {
+    void* data = nullptr;
+    const auto size = static_cast<std::size_t>(getChunk(&data, isPreset));
+    return {static_cast<const char*>(data), size};
+  }
 
   using AudioEffect::setEditor;
   using AudioEffect::setNumInputs;
@@ -87,25 +151,24 @@ class TestEffect : public PlugBaseJSON {
   using AudioEffectX::wantEvents;
   using PlugBase::advanceSampleCount;
   using PlugBase::banks;
-  using PlugBase::curBank;
   using PlugBase::declareLatency;
   using PlugBase::gesturesOff;
+  using PlugBase::isEcho;
   using PlugBase::isLoading;
-  using PlugBase::isOffline;
   using PlugBase::notifyAllOnBankSwitch;
   using PlugBase::programs;
   using PlugBase::setParameterFromAudio;
+  using PlugBase::tellValue;
   using PlugBaseJSON::chunkCacheEnabled;
-  using PlugBaseJSON::chunkDirty;
 
+  HostRecorder host;
   std::vector<VstMidiEvent> midi;
-  std::function<void()> onUpdate;
+  std::array<float, kNumIds> engine{};  // plain values, as they were handed over
 
  private:
+  bool note(const std::string& words) { return !(host.log += words).empty(); }
   static const ParameterKeys& testKeys() {
     static const ParameterKeys keys("kGain=0,kB1State,kB1Slope,kB2Mode,kB2Wide,kB2Slope,kABBank");
     return keys;
   }
-
-  std::string updates;  // 'u' for each `updateDsp(false)`, 'F' for each `updateDsp(true)`
 };

@@ -1,0 +1,340 @@
+// Documents, plain and packed.
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "state/chunk_codec.h"
+#include "state/json_detail.h"
+#include "state/json_document.h"
+#include "state/json_print_buffer.h"
+#include "state/json_writer.h"
+#include "tests/support/script.h"
+
+namespace {
+
+std::string textOf(char* printed) {
+  const JsonText holder(printed);
+  return printed ? printed : "(null)";
+}
+
+std::string compact(const JsonNode* node) { return textOf(jsonPrintUnformatted(node)); }
+
+/// A tree as plainly as can be, apart from the printer, with all of its fields looked at.
+std::string treeOf(const JsonNode* node) {
+  if (!node) return "(none)";
+  const std::uint32_t type = node->type & kJsonTypeMask;
+  const double number = type == kJsonNumber ? node->valueDouble : type == kJsonTrue ? 1.0 : 0.0;
+  const double whole = std::clamp(std::trunc(number), -2147483648.0, 2147483647.0);
+  EXPECT_EQ(node->valueInt, std::isnan(number) ? 0.0 : whole);
+  EXPECT_EQ(node->valueString != nullptr, type == kJsonString);
+  std::string text;
+  const JsonNode* before = nullptr;
+  for (const JsonNode* item = node->child; item; before = item, item = item->next) {
+    EXPECT_TRUE(type == kJsonArray || type == kJsonObject);
+    EXPECT_EQ(item->prev, before);
+    EXPECT_EQ(item->key != nullptr, type == kJsonObject);
+    text += (before ? "," : "") + (item->key ? std::string(item->key) + ":" : "") + treeOf(item);
+  }
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%.17g", number);
+  switch (type) {
+    case kJsonArray:
+      return "[" + text + "]";
+    case kJsonObject:
+      return "{" + text + "}";
+    case kJsonString:
+      return "\"" + std::string(node->valueString) + "\"";
+    case kJsonNumber:
+      return std::isnan(number) ? "nan" : digits;
+    default:
+      return type == kJsonNull ? "null" : type == kJsonTrue ? "true" : "false";
+  }
+}
+
+/// Reads a text in a heap block of its size, so that the sanitizers see its end: the tree as text,
+/// or "!" with the place of the fault; "!!" for too much.
+std::string read(std::string_view source, JsonTree& tree) {
+  const auto text = std::make_unique<char[]>(source.size() + 1);
+  source.copy(text.get(), source.size());
+  JsonFault fault;
+  tree.reset(jsonParse(text.get(), fault));
+  const JsonTree again(jsonParse(text.get()));
+  EXPECT_EQ(jsonGetErrorPtr(), fault.position);
+  EXPECT_NE(tree == nullptr, fault.position == nullptr);
+  if (tree) return treeOf(tree.get());
+  return (fault.isTooMuch ? "!!" : "!") + std::to_string(fault.position - text.get());
+}
+
+TEST(Json, TextsBecomeTreesAndTreesTexts) {
+  JsonTree tree;
+  for (const DataRow& row : dataRows(TEST_DATA "/json.txt")) {
+    SCOPED_TRACE(row[0]);
+    EXPECT_EQ(read(row[0] == " " ? "" : row[0], tree), row[1]);
+    if (row[2].empty()) continue;
+    EXPECT_EQ(compact(tree.get()), row[2]);
+    EXPECT_EQ(textOf(jsonPrintFormatted(tree.get())), row[3].empty() ? row[2] : row[3]);
+    EXPECT_NE(JsonTree(jsonParse(row[2].c_str())), nullptr) << "reads back";
+  }
+  EXPECT_EQ(jsonParse(nullptr), nullptr);
+  EXPECT_EQ(compact(nullptr), "(null)");
+}
+
+TEST(Json, DepthsAndSizesThatNoDocumentHasAreRefused) {
+  const auto repeated = [](std::string_view text, std::size_t count) {
+    std::string all;
+    for (std::size_t i = 0; i < count; ++i) all += text;
+    return all;
+  };
+  const std::string open(512, '[');
+  const std::string close(512, ']');
+  const std::string values = "[0" + repeated(",0", kMostDocumentNodes - 2);
+  const std::string bytes = "\"" + std::string(kMostDocumentBytes - 2, 'x');
+  const struct {
+    std::string text, result;  // empty for none
+  } cases[] = {{open + close, ""},
+               {"[" + open + close + "]", "!!512"},
+               {repeated("[", 1'000'000), "!!512"},
+               {repeated("{\"a\":", 513), "!!2560"},
+               {repeated("[ {\"\":", 512), "!!1536"},
+               {"[[]" + repeated(",[{}]", 100'000) + "]", ""},  // width is no depth
+               {values + "]", ""},
+               {values + ",0]", "!!" + std::to_string(values.size() + 1)},
+               {bytes + "\"", ""},
+               {bytes + "x\"", "!!" + std::to_string(kMostDocumentBytes)}};
+  JsonTree tree;
+  for (const auto& [text, expected] : cases) {
+    const std::string result = read(text, tree);
+    EXPECT_EQ(tree ? "" : result, expected) << text.substr(0, 9);
+  }
+}
+
+TEST(Json, NumbersHaveTheirStoredForm) {
+  for (const DataRow& row : dataRows(TEST_DATA "/json_numbers.txt")) {
+    const std::string printed = compact(JsonTree(jsonCreateNumber(std::stod(row[0]))).get());
+    EXPECT_EQ(printed, row[1]);
+    const JsonTree again(jsonParse(printed.c_str()));
+    EXPECT_TRUE(again && std::isfinite(again->valueDouble)) << printed;
+  }
+  // The C library's own formats, for fractions of every size and for exact ties.
+  std::mt19937_64 random(20);
+  for (int i = 0; i < 50'000; ++i) {
+    const int halvings = 20 + static_cast<int>(random() % 55);
+    const double anySize = std::ldexp(static_cast<double>(random() >> 11), -halvings);
+    const double tie = static_cast<double>(random() % (1U << 24) * 2 + 1) / -2048.0;
+    for (const double value : {anySize, tie, std::bit_cast<double>(random())}) {
+      const double magnitude = std::fabs(value);
+      const bool isWhole = magnitude < 3e-16 || std::fabs(std::floor(value) - value) < 1e-15;
+      if (isWhole || !std::isfinite(value)) continue;
+      const bool isWide = magnitude < 1e-6 || magnitude > 1e9;
+      char expected[64];
+      std::snprintf(expected, sizeof expected, isWide ? "%e" : "%.10f", value);
+      ASSERT_EQ(compact(JsonTree(jsonCreateNumber(value)).get()), expected) << "step " << i;
+    }
+  }
+}
+
+TEST(Json, TextsAroundTheEndOfABlockComeWhole) {
+  const struct {
+    char c;
+    std::string printed;
+    std::size_t block;
+  } cases[] = {{'x', "x", 8192}, {'x', "x", 65536}, {'\1', "\\u0001", 8192}};
+  for (const auto& [c, printed, block] : cases) {
+    const std::size_t most = (block + 8) / printed.size();
+    for (std::size_t length = most - 30; length <= most; ++length) {
+      const JsonTree tree(jsonCreateArray());
+      jsonAddItemToArray(tree.get(), jsonCreateString(std::string(length, c).c_str()));
+      jsonAddItemToArray(tree.get(), jsonCreateNumber(0.5));
+      std::string expected = "[\"";
+      for (std::size_t i = 0; i < length; ++i) expected += printed;
+      ASSERT_EQ(compact(tree.get()), expected + "\",0.5000000000]") << length;
+    }
+  }
+  // Past what 32 bits count there is no memory.
+  JsonPrintBuffer buffer{};
+  json_detail::start(buffer);
+  buffer.offset = 8000;
+  EXPECT_NE(json_detail::ensure(buffer, 193), nullptr);
+  EXPECT_EQ(buffer.capacity, 16384);
+  EXPECT_EQ(json_detail::ensure(buffer, std::size_t{1} << 30), nullptr);
+  EXPECT_EQ(buffer.data, nullptr);
+  EXPECT_EQ(json_detail::ensure(buffer, 1), nullptr);
+}
+
+TEST(Json, ATreeThatWouldNotReadBackIsNotPrinted) {
+  const JsonTree tree(jsonParse("[1,{\"a\":[2]}]"));
+  JsonNode* const object = jsonGetArrayItem(tree.get(), 1);
+  // Flags are no part of the kind; unknown; a string without text; beside a member without key.
+  for (const std::uint32_t type : {kJsonNumber | 0x400U, 7U, 4U, 1U}) {
+    if (type == kJsonTrue) jsonAddItemToArray(object, jsonCreateTrue());
+    object->child->child->type = type;
+    EXPECT_EQ(compact(tree.get()) == "(null)", type <= 7) << type;
+    EXPECT_EQ(textOf(jsonPrintFormatted(tree.get())) == "(null)", type <= 7) << type;
+  }
+}
+
+/// What is done to an object, told in a table.
+class JsonScript : public Script {
+ protected:
+  JsonScript() {
+    commands["add"] = [this] { add(made(), false); };
+    commands["add const"] = [this] { add(made(), true); };
+    commands["add again"] = [this] { add(withKey(false), false); };
+    commands["add again const"] = [this] { add(withKey(true), true); };
+    commands["refer"] = [this] {
+      add(jsonCreateReference(jsonGetArrayItem(shared.get(), number(2))), false);
+    };
+    commands["write"] = [this] {
+      JsonWriter(root.get()).add(names.insert(row[1]).first->c_str(), made());
+      say(treeOf(root.get()));
+    };
+    commands["delete"] = [this] {
+      jsonDeleteItemFromObject(root.get(), row[1].c_str());
+      say(treeOf(root.get()));
+    };
+    commands["find"] = [this] { say(treeOf(jsonGetObjectItem(root.get(), row[1].c_str()))); };
+    commands["item"] = [this] { say(treeOf(jsonGetArrayItem(root.get(), number(1)))); };
+  }
+  [[nodiscard]] JsonNode* made() const { return jsonParse(row[2].c_str()); }
+  /// It has a key already, a copy or a constant.
+  [[nodiscard]] JsonNode* withKey(bool isConst) const {
+    const JsonTree before(jsonCreateObject());
+    JsonNode* const item = made();
+    if (isConst) jsonAddItemToObjectConstKey(before.get(), "constant", item);
+    if (!isConst) jsonAddItemToObject(before.get(), row[1].c_str(), item);
+    before->child = nullptr;
+    return item;
+  }
+  void add(JsonNode* item, bool isConst) {
+    const char* const name = names.insert(row[1]).first->c_str();
+    if (isConst) jsonAddItemToObjectConstKey(root.get(), name, item);
+    if (!isConst) jsonAddItemToObject(root.get(), item->key ? item->key : name, item);
+    EXPECT_EQ(item->key == name, isConst);
+    say(treeOf(root.get()));
+  }
+
+  std::set<std::string> names;
+  const JsonTree shared{jsonParse("[[1,{\"x\":\"y\"}],\"text\"]")};
+  const JsonTree root{jsonCreateObject()};
+};
+
+TEST_F(JsonScript, ObjectsTakeFindAndGiveUpTheirItems) {
+  run(TEST_DATA "/json_objects.txt");
+  EXPECT_EQ(treeOf(shared.get()), "[[1,{x:\"y\"}],\"text\"]");
+  // Items of an array have no key: no name finds them, not even none.
+  for (const char* const name : {"", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(jsonGetObjectItem(shared.get(), name), nullptr);
+  }
+}
+
+/// Runs `attempt` once for each of its allocations, that one failing, until none is left; leaks of
+/// the rest are the sanitizers' to find.
+template <typename Attempt>
+int failEachAllocation(const Attempt& attempt) {
+  static int left = 0;
+  for (int failing = 0;; ++failing) {
+    left = failing;
+    json_detail::allocate = [](std::size_t bytes) {
+      return left-- == 0 ? nullptr : std::malloc(bytes);
+    };
+    const bool gaveResult = attempt();
+    json_detail::allocate = std::malloc;
+    EXPECT_EQ(gaveResult, left >= 0) << "allocation " << failing;
+    if (left >= 0) return failing;
+  }
+}
+
+TEST(Json, EveryFailedAllocationGivesNullAndLeaksNothing) {
+  const std::string text =
+      "{\"a\":[1,\"t\",{\"b\":null}],\"c\":\"" + std::string(9000, 'x') + "\",\"d\":[]}";
+  const JsonTree tree(jsonParse(text.c_str()));
+  const std::int32_t values[] = {1, std::numeric_limits<std::int32_t>::min()};
+  const auto attempt = [&] {
+    const JsonTree read(jsonParse(text.c_str()));
+    EXPECT_EQ(jsonGetErrorPtr(), nullptr);
+    const JsonText printed(jsonPrintFormatted(tree.get()));
+    const JsonTree array(jsonCreateIntArray(values, 2));
+    EXPECT_TRUE(!array || treeOf(array.get()) == "[1,-2147483648]");
+    const JsonTree string(jsonCreateString("t"));
+    const JsonTree reference(jsonCreateReference(tree.get()));
+    const JsonTree object(jsonCreateObject());
+    JsonNode* const item = object ? jsonCreateTrue() : nullptr;
+    if (!item) return false;
+    jsonAddItemToObject(object.get(), "a", item);  // nothing half is printed
+    EXPECT_EQ(object->child, item);
+    return read && printed && array && string && reference && compact(object.get()) != "(null)";
+  };
+  // 8 nodes, 4 keys, 2 texts; the first block and one more for the long text; 3 + 2 + 1; 4.
+  EXPECT_EQ(failEachAllocation(attempt), 26);
+  EXPECT_EQ(treeOf(JsonTree(jsonCreateIntArray(nullptr, 3)).get()), "[]");
+}
+
+constexpr std::size_t kBlock = 8192;  // bytes that the codec moves at a time
+
+std::string packedBySystem(const std::string& text, int level) {
+  std::string packed(compressBound(text.size()), '\0');
+  uLongf size = packed.size();
+  compress2(reinterpret_cast<Bytef*>(packed.data()), &size,
+            reinterpret_cast<const Bytef*>(text.data()), text.size(), level);
+  return "ZIP " + packed.substr(0, size);
+}
+
+// Of texts that shrink to nothing and of texts that grow, the packed or the plain form ends at each
+// place around the edge of a block.
+TEST(ChunkCodec, EveryLengthComesBackAndIsWhatTheSystemPacks) {
+  std::mt19937 random(4);
+  const std::string blank(3 * kBlock + 40, ' ');
+  std::string grown = blank;
+  for (char& c : grown) c = static_cast<char>(random());
+  for (const std::string& source : {blank, grown}) {
+    for (std::size_t size = 0; size < source.size(); ++size) {
+      if (size % kBlock == 40) size += kBlock - 80;
+      const std::string text = source.substr(0, size);
+      const int level = 1 + static_cast<int>(size % 9);
+      const auto packed = packChunk(text, level);
+      ASSERT_EQ(packed, packedBySystem(text, level)) << size;
+      for (const char* const behind : {"", "\n", "\r\n", "ZIP ZIP "}) {
+        ASSERT_EQ(unpackChunk(*packed + behind), text) << size;
+      }
+      // Without its checksum the text is still whole.
+      ASSERT_EQ(unpackChunk(packed->substr(0, packed->size() - 4)), text) << size;
+    }
+    const std::string good = *packChunk(source, 9);
+    for (std::size_t cut = 0; cut < good.size(); cut += 1 + good.size() / 500) {
+      const auto begun = unpackChunk(good.substr(0, cut));
+      ASSERT_TRUE(begun && source.starts_with(*begun)) << cut;
+    }
+  }
+}
+
+TEST(ChunkCodec, TellsDocumentsFromOtherBytes) {
+  const std::string most = "{\"a\":\"" + std::string(kMostDocumentBytes - 8, 'x') + "\"}";
+  for (const std::string& is : {std::string("{}"), std::string(" {\"a\":1} tail"), most}) {
+    EXPECT_TRUE(holdsDocument(is) && holdsDocument(*packChunk(is, 1))) << is.substr(0, 9);
+    EXPECT_TRUE(isPackedChunk(*packChunk(is, 1)));
+  }
+  for (const std::string& none : {std::string(), std::string("[1]"), std::string("{\"a\""),
+                                  std::string("ZIP {}"), std::string("ZIP "), most + " "}) {
+    EXPECT_FALSE(holdsDocument(none) || holdsDocument(*packChunk(none, 1))) << none.substr(0, 9);
+  }
+  for (const char* const plain : {"", "ZIP", "zip ", " ZIP "}) EXPECT_FALSE(isPackedChunk(plain));
+  const std::string tooMuch = *packChunk(std::string(kMostDocumentBytes + kBlock + 1, ' '), 9);
+  for (const std::string& none : {std::string("ZIP {}"), std::string("ZIP  \x78\x9c"),
+                                  std::string("ZIP \x78\xbb\1\1\1\1"), tooMuch}) {
+    EXPECT_EQ(unpackChunk(none), std::nullopt);
+  }
+}
+
+}  // namespace
