@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <random>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,6 +82,7 @@ TEST(PlugDocument, WhatIsStoredComesBack) {
     EXPECT_EQ(to.plug.getLockWords(), from.plug.getLockWords());
     EXPECT_EQ(to.plug.getLinkWords(), from.plug.getLinkWords());
     EXPECT_EQ(to.plug.getCurrentBank(), from.plug.getCurrentBank());
+    EXPECT_TRUE(to.plug.editorState().layoutWanted && to.plug.editorState().flagsStale);
     EditorState& editor = to.plug.editorState();
     for (const auto field : kNumbers) EXPECT_EQ(editor.*field, from.plug.editorState().*field);
     EXPECT_EQ(editor.lastPresetFolder, from.plug.editorState().lastPresetFolder);
@@ -108,62 +107,6 @@ TEST(PlugDocument, WhatIsStoredComesBack) {
   }
 }
 
-TEST(PlugDocument, TheEditorTakesItsPart) {
-  const struct {
-    const char* settings;
-    bool isPreset, loadingFile;
-    int mode, width, band, bank;
-    double zoom;
-  } cases[] = {
-      {R"("uimode":2,"freeWidth":1978,"currentBand":5,"currentAB":3)", false, false, 2, 1978, 5, 3,
-       2.0},
-      {R"("uimode":0,"freeWidth":422)", false, false, 0, 422, 0, 0, 0.5},
-      {R"("uimode":1)", false, false, 1, 989, 0, 0, 1.0},
-      {R"("uimode":2,"freeWidth":1978,"currentAB":3)", true, true, 2, 989, 0, 0, 1.0},
-      {R"("freeWidth":-5,"currentBand":8,"currentAB":9,"meterRange":1e999)", false, false, 0, 844,
-       0, 0, 1.0},
-      {R"("currentBand":-1,"freeWidth":"wide","parameterLocks":7)", false, false, 0, 844, 0, 0,
-       1.0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.settings);
-    PlugRig rig;
-    EditorState& editor = rig.plug.editorState();
-    editor.loadingFile = c.loadingFile;
-    editor.selectedBands = editor.shownBands = 1;
-    const std::string head = c.isPreset ? "{" : R"({"presets":[],)";
-    load(rig.plug, head + R"("v101":true,"settings":{)" + c.settings + "}}", c.isPreset);
-    EXPECT_EQ(editor.uimode, c.mode);
-    EXPECT_EQ(editor.freeWidth, c.width);
-    EXPECT_DOUBLE_EQ(editor.zoom, c.zoom);
-    EXPECT_EQ(editor.currentBand, c.band);
-    EXPECT_EQ(editor.selectedBands, 1U << c.band);
-    EXPECT_EQ(editor.shownBands, 1U << c.band);
-    EXPECT_EQ(rig.plug.getCurrentBank(), c.bank);
-    EXPECT_EQ(editor.bankStale,
-              std::string(c.settings).find("currentAB") != std::string::npos && !c.isPreset);
-    EXPECT_TRUE(editor.layoutWanted && editor.flagsStale);
-    EXPECT_EQ(editor.meterRange, 24.0F);
-    EXPECT_EQ(editor.meterShow, 0);
-  }
-}
-
-TEST(PlugDocument, ABankGivenAsAPresetLoadsItsFirstProgramAlone) {
-  PlugRig rig;
-  rig.set(kIpTrim, 6.0);
-  rig.plug.copyToBank(3);
-  load(rig.plug,
-       R"({"presets":[{"parameters":{"kIpTrim":0.25}}],"ab":[{},{},{},{}],"v101":true,)"
-       R"("settings":{"currentAB":3,"lastAB":2,"linkPage":4}})",
-       true);
-  EXPECT_EQ(rig.plug.getCurrentBank(), 0);
-  EXPECT_EQ(rig.plug.getParameter(kIpTrim), 0.25F);
-  EXPECT_EQ(rig.plug.editorState().lastAB, 0);
-  EXPECT_EQ(rig.plug.editorState().linkPage, 4) << "the rest of the editor's part is taken";
-  rig.plug.switchBank(3);
-  EXPECT_NEAR(rig.get("kIpTrim"), 6.0, 1e-5);
-}
-
 TEST(PlugDocument, NumbersBeyondBoundsLeaveOneThatLoadsAgain) {
   PlugRig from;
   load(from.plug,
@@ -184,99 +127,12 @@ TEST(PlugDocument, NumbersBeyondBoundsLeaveOneThatLoadsAgain) {
             (std::array{4.0, 100.0, 0.0}));
 }
 
-TEST(PlugDocument, OldOnesKeepTheirBehaviourAndFlagsGoWithEveryLoad) {
-  PlugRig rig;
-  load(rig.plug, R"({"presets":[{}],"ab":[{},{},{},{},{},{},{},{}]})");
-  for (const int bank : {0, 1, 7}) {
-    rig.plug.switchBank(bank);
-    EXPECT_EQ(rig.get("kLogBehaviour"), 1.0) << bank;
-  }
-  load(rig.plug, R"({"v101":true})");
-  EXPECT_EQ(rig.get("kLogBehaviour"), 0.0);
-  load(rig.plug, "{}", true);
-  EXPECT_EQ(rig.get("kLogBehaviour"), 1.0);
-  const std::array<std::int32_t, 2> words = {-1, 1};
-  for (const char* const text : {"no document", "{}"}) {
-    rig.plug.setLockWords(words);
-    rig.plug.setLinkWords(words);
-    rig.plug.editorState().flagsStale = false;
-    load(rig.plug, text, true);
-    EXPECT_EQ(rig.plug.getLockWords(), Plug::FlagWords{});
-    EXPECT_EQ(rig.plug.getLinkWords(), Plug::FlagWords{});
-    EXPECT_TRUE(rig.plug.editorState().flagsStale);
-  }
-  rig.plug.setLoadingFlags(0);
-  load(rig.plug, R"({"settings":{"uimode":2,"parameterLocks":[1]}})", true);
-  EXPECT_EQ(rig.plug.editorState().uimode, 0);
-  EXPECT_FALSE(rig.plug.isLocked(0));
-  load(rig.plug, R"({"settings":{"uimode":2,"parameterLocks":[5, -2147483648]}})", false);
-  EXPECT_EQ(rig.plug.editorState().uimode, 2) << "the full form always";
-  for (int id = -1; id <= kNumParams; ++id) {
-    EXPECT_EQ(rig.plug.isLocked(id), id == 0 || id == 2 || id == 63) << id;
-  }
-}
-
 TEST(PlugDocument, AutoGainMeasuresAfreshAfterALoad) {
   for (const char* const more : {"", ",\"kListen\":1", ",\"kSCListen\":0.5", ",\"kB1Solo\":1"}) {
     PlugRig rig;
     load(rig.plug, std::string(R"({"v101":true,"parameters":{"kAutoGain":1)") + more + "}}", true);
     EXPECT_EQ(rig.plug.getEngine().measuring(), *more == '\0') << more;
   }
-}
-
-TEST(PlugDocument, EveryWayOfLoadingMakesAChainOfAnyOrder) {
-  const struct {
-    const char* what;
-    const char* parameters;
-    std::array<double, 3> hertz;  // of bands 1 to 3
-    BandLayout::List order;
-  } cases[] = {
-      {"two at the top",
-       R"("kB2State":1,"kB1Frequency":1,"kB2Frequency":1)",
-       {20000 / 1.5, 20000, 1000},
-       {0, 1, 2, 3, 4, 5, 6, 7}},
-      {"two with another above",
-       R"("kB2State":1,"kB3State":1,"kB3Frequency":0.62,"kBandOrder":0.3)",
-       {1000 / 1.5, 1000, 1113},
-       {0, 1, 2}},
-      {"no permutation",
-       R"("kB2State":1,"kB2Type":1,"kBandOrder":0,"kB1Frequency":0.5)",
-       {447.21, 1000, 1000},
-       {0, 1, 2, 3, 4, 5, 6, 7}},
-      {"an order told in part",
-       R"("kB8State":1,"kB8Type":1,"kB1Frequency":0.5,"kBandOrder":0.6938548)",
-       {447.21, 1000, 1000},
-       {7, 0}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    const std::string parameters = std::string(R"({"parameters":{)") + c.parameters + "}}";
-    const std::string full =
-        R"({"presets":[{}],"ab":[{},{},{},)" + parameters + R"(],"v101":true})";
-    PlugRig asPreset, asDocument, byHost, byController;
-    load(asPreset.plug, parameters, true);
-    load(asDocument.plug, parameters);
-    for (PlugRig* const rig : {&byHost, &byController}) load(rig->plug, full);
-    byHost.set(kABBank, 3);
-    byController.machine.midiMap().learn(kABBank, 20);
-    sendController(byController.plug, 0xB0, 20, 48);
-    byController.plug.onIdle();
-    for (PlugRig* const rig : {&asPreset, &asDocument, &byHost, &byController}) {
-      BandLayout& layout = rig->plug.getEngine().layout;
-      EXPECT_TRUE(std::ranges::equal(c.order, std::span(layout.orderList).first(c.order.size())));
-      EXPECT_TRUE(layout.applyBandOrder(static_cast<double>(rig->plug.getPlainValue(kBandOrder))));
-      EXPECT_TRUE(std::ranges::equal(c.order, std::span(layout.orderList).first(c.order.size())));
-      for (int band = 0; band < 3; ++band) {
-        const int id = bandParameterId(band, kB1Frequency);
-        EXPECT_NEAR(rig->plug.getPlainValue(id), c.hertz[static_cast<std::size_t>(band)], 0.6);
-      }
-    }
-  }
-  PlugRig live;
-  live.plug.addBand(kPreList, 500);
-  const BandLayout::List before = live.plug.getEngine().layout.orderList;
-  live.plug.setParameter(kBandOrder, 0.0F);
-  EXPECT_EQ(live.plug.getEngine().layout.orderList, before) << "no load: the last chain stays";
 }
 
 TEST(PlugDocument, AFullLoadTellsTheHostWhatChangedAndKeepsWhatWasHeard) {

@@ -247,6 +247,30 @@ class EditScript {
     EXPECT_FALSE(plug.canUndo());
   }
 
+  void load(const std::string& text, bool isPreset) {
+    plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
+  }
+  /// As bytes of just this size: the text's end is where the size says.
+  bool paste(const Args& args) {
+    const std::string text = joined({args.words.begin() + 1, args.words.end()});
+    const std::vector<char> bytes(text.begin(), text.end());
+    return plug.loadBandFromText(bytes.data(), bytes.size(), args.band(0));
+  }
+  std::string windowText() {
+    const EditorState& editor = plug.editorState();
+    return "mode " + std::to_string(editor.uimode) + " width " + std::to_string(editor.freeWidth) +
+           " zoom " + numberText(static_cast<float>(editor.zoom)) + " range " +
+           numberText(editor.meterRange) + " link page " + std::to_string(editor.linkPage);
+  }
+  /// As the engine has it, and again from what the host has.
+  std::string orderText() {
+    BandLayout& layout = plug.getEngine().layout;
+    std::string text;
+    for (const int band : layout.orderList) text += std::to_string(band + 1);
+    EXPECT_TRUE(layout.applyBandOrder(static_cast<double>(plug.getPlainValue(kBandOrder))));
+    return text;
+  }
+
   std::string menuText(const Args& args) {
     std::vector<std::string> parts;
     for (const auto& part : parameterMenu(args.id(0), parameterMenuState(plug, args.id(0)))) {
@@ -348,6 +372,14 @@ class EditScript {
       {"choose", [&](auto& a) { EXPECT_FALSE(banks.choose(a.whole(0))); }},
       {"chooseshows", [&](auto& a) { EXPECT_TRUE(banks.choose(a.whole(0))); }},
       {"toggle", [&](auto& a) { banks.toggle(static_cast<AbToggleMode>(a.whole(0))); }},
+      {"full", [&](auto& a) { load(joined(a.words), false); }},
+      {"preset", [&](auto& a) { load(joined(a.words), true); }},
+      {"loadingflags", [&](auto& a) { plug.setLoadingFlags(a.whole(0)); }},
+      {"loadingfile", [&](auto&) { plug.editorState().loadingFile = true; }},
+      {"controller", [&](auto& a) { sendController(plug, 0xB0, a.whole(0), a.whole(1)); }},
+      {"idle", [&](auto&) { plug.onIdle(); }},
+      {"paste", [&](auto& a) { EXPECT_TRUE(paste(a)); }},
+      {"nopaste", [&](auto& a) { EXPECT_FALSE(paste(a)); }},
       {"select", [&](auto& a) { select(a); }},
       {"learn", [&](auto& a) { midi.learn(a.id(0), a.whole(1)); }},
       {"learning", [&](auto& a) { midi.setLearnTarget(a.id(0)); }},
@@ -365,6 +397,12 @@ class EditScript {
       {"told", [&](auto&) { return take(); }},
       {"offers", [&](auto& a) { return menuText(a); }},
       {"row", [&](auto& a) { return rowText(a); }},
+      {"value",
+       [&](auto& a) {
+         return joined({a.words[0], numberText(plug.getPlainValue(a.id(0)))});
+       }},
+      {"window", [&](auto&) { return windowText(); }},
+      {"order", [&](auto&) { return orderText(); }},
       {"crossover", [&](auto&) { return crossoverText(); }},
       {"locks", [&](auto&) { return flagText([&](int id) { return plug.isLocked(id); }); }},
       {"links", [&](auto&) { return flagText([&](int id) { return plug.isLinked(id); }); }},
