@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <optional>
+#include <vector>
+
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -55,6 +59,10 @@ struct GatedRig : PlugRig {
     Stereo<float> silence(frames);
     render(plug, silence, frames);
   }
+  void idleAfter(int milliseconds) {
+    now += milliseconds;
+    plug.onIdle();
+  }
   void switchHostTo(std::intptr_t level) {
     const RealTimeCheck::Exception whileItSwitches;
     processLevel = level;
@@ -62,81 +70,51 @@ struct GatedRig : PlugRig {
   }
 };
 
-void expectFilterAt(PlugRig& rig, double hertz, const char* what) {
-  GatedRig fresh(hertz);
-  EXPECT_TRUE(soundOf(rig) == soundOf(fresh)) << what;
-}
-
-TEST(PlugUpdateTest, ASecondChangeIsOwedUntilTheNextTick) {
+TEST(PlugUpdateTest, ASecondChangeIsOwedUntilItsTurnAndWhatIsForcedIsNotForgotten) {
+  using Rig = GatedRig;
+  std::optional<Plug::UpdateHold> outer;
+  std::optional<Plug::UpdateHold> inner;
+  const struct {
+    const char* what;
+    std::function<void(Rig&)> act;
+    double heard;  // Hz
+  } steps[] = {
+      {"the first of a tick", [](Rig& r) { r.move(1000); }, 1000},
+      {"the second waits", [](Rig& r) { r.move(2000); }, 1000},
+      {"the same tick", [](Rig& r) { r.idleAfter(99); }, 1000},
+      {"the owed one", [](Rig& r) { r.idleAfter(1); }, 2000},
+      {"which was that tick's", [](Rig& r) { r.move(4000); }, 2000},
+      {"enough samples", [](Rig& r) { r.advance(4096), r.idleAfter(0); }, 4000},
+      {"idle without debts", [](Rig& r) { r.idleAfter(100), r.move(500); }, 500},
+      {"waits", [](Rig& r) { r.move(2000), r.plug.updateDsp(false); }, 500},
+      {"the end of an edit", [](Rig& r) { r.plug.endEdit(kB1Frequency); }, 2000},
+      {"held", [&](Rig& r) { outer.emplace(r.plug), inner.emplace(r.plug), r.move(4000); }, 2000},
+      {"forced there", [&](Rig& r) { r.plug.updateDsp(true), inner.reset(); }, 2000},
+      {"as one, at the end", [&](Rig&) { outer.reset(); }, 4000},
+      {"once", [&](Rig& r) { outer.emplace(r.plug), r.move(1000), outer.reset(); }, 4000},
+      {"resume", [](Rig& r) { r.plug.resume(); }, 1000},
+      {"waits again", [](Rig& r) { r.move(2000); }, 1000},
+      {"the switch to offline", [](Rig& r) { r.switchHostTo(kProcessLevelOffline); }, 2000},
+      {"each change there", [](Rig& r) { r.move(4000), r.move(500), r.move(2000); }, 2000},
+      {"live again", [](Rig& r) { r.switchHostTo(2), r.move(1000); }, 2000},
+  };
   GatedRig rig;
-  rig.move(1000);
-  expectFilterAt(rig, 1000, "the first of a tick");
-  rig.move(2000);
-  expectFilterAt(rig, 1000, "the second has to wait");
   rig.set({{"kB1Lookahead", 0}, {"kOpTrim", 6}});
-  EXPECT_EQ(rig.plug.getEngine().getLatency(), 1024) << "what is only stored does not";
+  EXPECT_EQ(rig.plug.getEngine().getLatency(), 1024) << "what is only stored does not wait";
   rig.set({{"kB1Lookahead", 10}, {"kOpTrim", 0}});
-  rig.now += 99;
-  rig.plug.onIdle();
-  expectFilterAt(rig, 1000, "still the same tick");
-  rig.now += 1;
-  rig.plug.onIdle();
-  expectFilterAt(rig, 2000, "the owed one");
-  rig.move(4000);
-  expectFilterAt(rig, 2000, "the owed one was that tick's");
-  rig.advance(4096);
-  rig.plug.onIdle();
-  expectFilterAt(rig, 4000, "enough samples");
+  rig.idleAfter(100);
   rig.now += 100;
-  rig.plug.onIdle();
-  rig.move(500);
-  expectFilterAt(rig, 500, "idle without debts leaves the tick alone");
-}
-
-TEST(PlugUpdateTest, WhatIsForcedIsNotForgotten) {
-  GatedRig rig;
-  rig.move(1000);
-  rig.move(2000);
-  rig.plug.updateDsp(false);
-  expectFilterAt(rig, 1000, "waits");
-  rig.plug.endEdit(kB1Frequency);
-  expectFilterAt(rig, 2000, "the end of an edit");
-  {
-    const Plug::UpdateHold outer(rig.plug);
-    {
-      const Plug::UpdateHold inner(rig.plug);
-      rig.move(4000);
-      rig.plug.updateDsp(true);
-    }
-    expectFilterAt(rig, 2000, "held");
-  }
-  expectFilterAt(rig, 4000, "forced while it was held");
-  {
-    const Plug::UpdateHold hold(rig.plug);
-    rig.move(1000);
-  }
-  expectFilterAt(rig, 4000, "once");
-  rig.plug.resume();
-  expectFilterAt(rig, 1000, "resume");
-}
-
-TEST(PlugUpdateTest, OfflineNothingWaitsAndNothingElseChanges) {
-  GatedRig rig;
-  rig.move(1000);
-  rig.move(2000);
   rig.messages.clear();
-  std::vector<float> before = normalisedValues(rig.plug);
-  rig.switchHostTo(kProcessLevelOffline);
-  expectFilterAt(rig, 2000, "the switch itself");
-  rig.move(4000);
-  expectFilterAt(rig, 4000, "each change");
-  rig.move(2000);
-  EXPECT_TRUE(rig.messages.empty()) << "the latency is the same";
-  before[kB1Frequency] = rig.plug.getParameter(kB1Frequency);
-  EXPECT_EQ(normalisedValues(rig.plug), before);
-  rig.switchHostTo(2);
-  rig.move(1000);
-  expectFilterAt(rig, 2000, "live again");
+  for (const auto& step : steps) {
+    SCOPED_TRACE(step.what);
+    std::vector<float> before = normalisedValues(rig.plug);
+    step.act(rig);
+    GatedRig fresh(step.heard);
+    EXPECT_TRUE(soundOf(rig) == soundOf(fresh));
+    before[kB1Frequency] = rig.plug.getParameter(kB1Frequency);
+    EXPECT_EQ(normalisedValues(rig.plug), before);
+    EXPECT_EQ(rig.count(kHostIoChanged, 0), 0) << "the latency is the same";
+  }
 }
 
 TEST(PlugUpdateTest, ANewRateWaitsForResume) {
