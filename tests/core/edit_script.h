@@ -149,6 +149,7 @@ class EditScript {
   EditScript(const EditScript&) = delete;
   EditScript& operator=(const EditScript&) = delete;
 
+  [[nodiscard]] std::string document() { return documentOf(plug); }
   /// Commands that ";" parts.
   void run(const std::string& line) {
     SCOPED_TRACE(line);
@@ -168,7 +169,6 @@ class EditScript {
       }
     }
   }
-  std::string document() { return documentOf(plug); }
   /// What follows is told, changed and undone against the state as it is now.
   void note() {
     plug.clearHistory();

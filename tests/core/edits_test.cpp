@@ -122,7 +122,9 @@ class EditWalk {
       const bool wasWhole = script.isWhole;
       const Plug::FlagWords links = plug.getLinkWords();
       script.run(part);
-      if (part.starts_with(" set")) noteAutomation(part);
+      if (const Args args{wordsOf(part)}; args.words.at(0) == "set") {
+        host.at(static_cast<std::size_t>(args.id(1))) = plug.getParameter(args.id(1));
+      }
       const bool isSession = part.ends_with("recall");
       if (isSession) {
         EXPECT_TRUE(!wasWhole || State(plug).unlike(states.back()) == "");
@@ -177,10 +179,6 @@ class EditWalk {
       line.replace(at, 3, word);
     }
     return line;
-  }
-  void noteAutomation(const std::string& part) {
-    const int id = PlugRig::id(("k" + part.substr(5, part.find(' ', 5) - 5)).c_str());
-    host.at(static_cast<std::size_t>(id)) = plug.getParameter(id);
   }
   /// What the host has been told is what has changed, but for what follows by links.
   void hear(const Plug::FlagWords& links) {

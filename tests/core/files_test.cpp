@@ -37,7 +37,8 @@ void changeAll(Plug& plug, unsigned seed) {
     EXPECT_TRUE(std::exchange(before, now) != now);
   };
   const auto change = [&](SharedNumber<int>& field, int from, int count) {
-    field = field == from ? from + 1 + static_cast<int>(random() % (count - 1)) : from;
+    field = field == from ? from + 1 + static_cast<int>(random() % static_cast<unsigned>(count - 1))
+                          : from;
     expectOther();
   };
   for (const auto field : kNumbers) change(editor.*field, 0, 9);

@@ -58,19 +58,15 @@ TEST(ValueText, ShowsEachParameterInItsWords) {
   }
 }
 
-std::string rowText(const ParameterRecord& record) {
-  std::ostringstream text;
-  text << record.name << '|' << record.label << '|' << record.value << '|' << record.min << '|'
-       << record.max << '|' << record.curve << '\n';
-  return text.str();
-}
-
 // Sessions, automation and presets of users stand on every row: a change here is a change of
 // format.
 TEST(ParameterTableTest, NoRowHasChanged) {
-  std::string rows;
-  for (const ParameterRecord& record : kParameterTable) rows += rowText(record);
-  EXPECT_EQ(hashOf(rows), 2277068351U) << rows;
+  std::ostringstream rows;
+  for (const ParameterRecord& r : kParameterTable) {
+    rows << r.name << '|' << r.label << '|' << r.value << '|' << r.min << '|' << r.max << '|'
+         << r.curve << '\n';
+  }
+  EXPECT_EQ(hashOf(rows.str()), 2277068351U) << rows.str();
   std::string identifiers;
   for (int id = 0; id < kNumParams; ++id) identifiers += parameterKeyTable().name(id) + ',';
   EXPECT_EQ(hashOf(identifiers), 3336954938U) << identifiers;
