@@ -353,6 +353,7 @@ class EditScript {
   bool paste(const Args& args) {
     const std::string text = args.text(1);
     const std::vector<char> bytes(text.begin(), text.end());
+    if (text == "null") return plug.loadBandFromText(nullptr, 3, args.band(0));
     return plug.loadBandFromText(bytes.data(), bytes.size(), args.band(0));
   }
   [[nodiscard]] std::string path(const Args& args) const {

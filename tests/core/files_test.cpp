@@ -87,8 +87,8 @@ TEST(PlugDocument, ComesBackFromDocumentsPresetsAndBanksWithUndoAndRedo) {
     const bool isPreset = seed % 2 == 0;
     const std::string path =
         directory.path(isPreset ? "S.CorvanthelisPreset" : "S.CorvanthelisBank");
-    const std::string stem = isPreset ? kPresetExtension : kBankExtension;
-    ASSERT_TRUE(from.plug.presetFiles().savePreset(path, stem, isPreset));
+    ASSERT_TRUE(from.plug.presetFiles().savePreset(
+        path, isPreset ? kPresetExtension : kBankExtension, isPreset));
     changeAll(to.plug, seed + 51);
     to.plug.clearHistory();
     const std::string other = chunkOf(to.plug);
@@ -152,6 +152,7 @@ TEST(PresetFiles, AFileIsWholeWheneverTheProgramIsKilledInASave) {
     ASSERT_TRUE(save(turn));
     wanted.at(turn) = readBytes(path);
   }
+  EXPECT_FALSE(rig.plug.presetFiles().saveAsDefault()) << "there is no folder for it";
   std::mt19937 random(9);
   int done = 0;
   for (int round = 0; round < 40; ++round) {
