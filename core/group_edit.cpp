@@ -37,11 +37,15 @@ BandMask crossoverBands(Plug& plug) {
 
 /// Crossover bands move under one hold, so that they do not push each other about; then one of them
 /// makes the rest give way. It is the band edited, if that is one, since its own value comes next.
+/// One that is locked does not move, and nobody gives way to it.
 int leaderOf(Plug& plug, int id, BandMask followers) {
   if (bandOneIdOf(id) != kB1Frequency) return -1;
-  const BandMask crossover = crossoverBands(plug);
-  if (isIn(crossover, bandOf(id))) return bandOf(id);
-  const BandMask among = crossover & followers;
+  BandMask movable = crossoverBands(plug);
+  for (int band = 0; band < kNumBands; ++band) {
+    if (plug.isLocked(bandParameterId(band, kB1Frequency))) movable &= ~(1U << band);
+  }
+  if (isIn(movable, bandOf(id))) return bandOf(id);
+  const BandMask among = movable & followers;
   return among == 0 ? -1 : std::countr_zero(among);
 }
 

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -12,7 +10,7 @@ constexpr int kBlock = 96;
 /// block that is far below all levels, unlinked, makes an effect run them all its life.
 void runApartFromNowOn(PlugRig& rig) {
   Stereo<double> faint(kBlock);
-  std::fill(faint.channels[0].begin(), faint.channels[0].end(), 1e-200);
+  faint.channels[0].assign(kBlock, 1e-200);
   rig.set({{"kB1SCLink", 0}, {"kB2SCLink", 0}});
   for (int block = 0; block < 40; ++block) render(rig.plug, faint, kBlock);
   rig.set({{"kB1SCLink", 100}, {"kB2SCLink", 100}});
