@@ -51,7 +51,7 @@ void expectConsistent(BandLayout& layout) {
 }
 
 TEST(BandLayoutTest, TakesAnOrderOrRefusesItOrMakesTheBestOfIt) {
-  runScript(TEST_DATA "/layouts.txt", [](const DataRow& row) {
+  runRows(TEST_DATA "/layouts.txt", [](const DataRow& row) {
     BandLayout layout;
     for (std::size_t band = 0; band < 8; ++band) {
       layout.state[band] = row[0][band] != '-';
@@ -74,7 +74,7 @@ TEST(BandLayoutTest, TakesAnOrderOrRefusesItOrMakesTheBestOfIt) {
 
 TEST(BandLayoutTest, MovesBandsByFrequency) {
   BandLayout layout;
-  runScript(TEST_DATA "/layout_moves.txt", [&layout](const DataRow& row) {
+  runRows(TEST_DATA "/layout_moves.txt", [&layout](const DataRow& row) {
     const int band = std::stoi(row[0]);
     const int list = std::stoi(row[1]);
     layout.moveBand(band, list, std::stod(row[2]));
@@ -90,7 +90,7 @@ TEST(BandLayoutTest, MovesBandsByFrequency) {
 }
 
 TEST(SoloWeightsTest, WeighTheBandsAsSoloListenAndPassbandAsk) {
-  runScript(TEST_DATA "/solos.txt", [](const DataRow& row) {
+  runRows(TEST_DATA "/solos.txt", [](const DataRow& row) {
     std::vector<SoloBand> bands;
     std::istringstream words(row[1]);
     for (std::string word; words >> word;) bands.push_back({word[0] - '0', word.size() > 1});

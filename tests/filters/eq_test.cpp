@@ -160,7 +160,7 @@ TEST(EQTest, BypassAndFlatAreUnityAndWholeRecordsAreWritten) {
 }
 
 TEST(EQTest, ControlsFollowTheTypeAndTheOneBeforeIt) {
-  runScript(TEST_DATA "/eq_controls.txt", [](const DataRow& row) {
+  runRows(TEST_DATA "/eq_controls.txt", [](const DataRow& row) {
     const int type = std::stoi(row[0]);
     BLTEQ now, before;
     for (BLTEQ* filter : {&now, &before}) filter->setSubtype(std::stoi(row[1]));

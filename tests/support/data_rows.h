@@ -64,6 +64,16 @@ inline std::vector<DataRow> dataRows(const std::string& path, std::size_t cells 
   return rows;
 }
 
+/// Runs the rows of a table one after the other; each must show what stands behind its "->".
+template <typename Act>
+void runRows(const std::string& path, const Act& act) {
+  int number = 0;
+  for (const DataRow& row : dataRows(path)) {
+    ++number;
+    ASSERT_EQ(act(row), row.back()) << "row " << number << ": " << row[0] << ", " << row[1];
+  }
+}
+
 /// Writes the file anew, with other texts behind its "->".
 inline void remakeRows(const std::string& path, const std::vector<std::string>& texts) {
   std::ifstream file(path);
