@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -45,6 +46,17 @@ class PlugRig {
   }
   void set(int index, double plain) {
     plug.setParameter(index, plug.plainToNormalised(index, static_cast<float>(plain)));
+  }
+  /// "B1Type=1 IpTrim=-6": as `set`, all together, for tables.
+  void setText(const std::string& text) {
+    const Plug::UpdateHold together(plug);
+    std::istringstream words(text);
+    double plain = 0.0;
+    for (std::string name; std::getline(words >> std::ws, name, '=') && words >> plain;) {
+      const int index = id(("k" + name).c_str());
+      ASSERT_GE(index, 0) << name;
+      set(index, plain);
+    }
   }
   [[nodiscard]] static int id(const char* identifier) {
     return parameterKeyTable().find(identifier);

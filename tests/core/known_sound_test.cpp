@@ -1,0 +1,273 @@
+// Recorded sound: seeded settings of everything, changed while they play, and what is to be heard
+// and seen of them. Whoever changes a sound on purpose makes the recording again, by the variable
+// CORVANTHELIS_REMAKE_SOUND of the environment, and looks at what has changed.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iomanip>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "analysis/vector_kernels.h"
+#include "tests/core/plug_rig.h"
+
+namespace {
+
+#ifdef NDEBUG
+constexpr std::size_t kEvery = 1;
+#else
+constexpr std::size_t kEvery = 8;  // where sanitizers take their time
+#endif
+constexpr int kFrames = 12000;
+constexpr double kRates[] = {44100, 48000, 88200, 96000, 192000};
+
+/// Rows whose whole range would leave little to be heard, or that make much of a rounding;
+/// normalised.
+constexpr struct {
+  int row;
+  float from, to;
+} kNarrow[] = {{kB1Threshold, 0.0F, 0.6F}, {kB1Gain, 0.3F, 0.7F},      {kB1Ceiling, 0.0F, 0.5F},
+               {kB1Floor, 0.0F, 0.5F},     {kB1Lookahead, 0.0F, 0.1F}, {kB1SCTrim, 0.2F, 0.5F},
+               {kB1RatioB, 0.0F, 0.75F},   {kB1SCLFQ, 0.1F, 0.5F},     {kB1SCMFQ, 0.1F, 0.5F},
+               {kB1SCHFQ, 0.1F, 0.5F},     {kB1SCLFF, 0.3F, 1.0F},     {kB1SCMFF, 0.3F, 1.0F},
+               {kB1SCHFF, 0.3F, 1.0F}};
+
+constexpr int kHeardGlobals[] = {kIpTrim,       kOpTrim,         kWetDry,        kListen,
+                                 kBypass,       kWetDry,         kSCListen,      kOversample,
+                                 kOversampleOL, kLogBehaviour,   kWetDry,        kBandOrder,
+                                 kOversample,   kExtendedRanges, kExtendedRatios};
+
+class Scene {
+ public:
+  explicit Scene(int number)
+      : random(static_cast<unsigned>(number)), rig({}, kRates[number % std::size(kRates)]) {
+    title << "scene " << number << " at " << kRates[number % std::size(kRates)] << " Hz:";
+    rig.prefer("Meter Ballistic", below(4));
+    rig.prefer("Autolisten", below(2));
+    rig.plug.setMeterDecay(below(100));
+    rig.clockStep = below(3) == 0 ? 15 : 100;
+    single = below(6) == 0;
+    const Plug::UpdateHold together(rig.plug);
+    if (below(2) == 0) rig.plug.deleteBand(0);
+    for (int band = below(8); band >= 0; --band) workOnBands(0);
+    for (int band = 0; band < kNumBands; ++band) {
+      for (int row = kB1Bypass; row <= kB1SCHFType; ++row) {
+        if (row != kB1Type && row != kB1Frequency && below(4) != 0) turn(band, row);
+      }
+    }
+    for (const int index : kHeardGlobals) {
+      if (index != kBypass && index != kBandOrder && below(3) == 0) turnGlobal(index);
+    }
+    mono = below(5) == 0;
+    side = below(4);
+    block = std::array{32, 64, 100, 250, 1000, 5000}[below(6)];
+  }
+
+  /// Plays it to its end; what is to be heard and seen of it.
+  std::string play() {
+    rig.plug.resume();
+    for (int at = 0; at < kFrames; at += block) {
+      if (at > 0 && below(1 + 1200 / block) == 0) change();
+      if (below(3) == 0) rig.plug.onIdle();
+      single ? playBlock<float>(at) : playBlock<double>(at);
+      // The others of each pair see all that has been.
+      for (const int selector : {0, 3, 4, 7}) polled += rig.plug.getGainReduction(selector);
+    }
+    return report();
+  }
+
+ private:
+  int below(int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); }
+  float share() { return static_cast<float>(below(33)) / 32.0F; }
+
+  void turn(int band, int row) {
+    const int index = bandParameterId(band, row);
+    float value = share();
+    for (const auto& narrow : kNarrow) {
+      if (narrow.row == row) value = narrow.from + (narrow.to - narrow.from) * value;
+    }
+    if (rig.plug.parameterInfo(index).curve == kCurveSwitch) {
+      value = below(row == kB1Solo || row == kB1Bypass ? 12 : 2) == 0 ? 1.0F : 0.0F;
+    }
+    rig.plug.setParameter(index, value);
+  }
+  void turnGlobal(int index) {
+    if (rig.plug.parameterInfo(index).curve == kCurveSwitch) {
+      rig.plug.setParameter(index, rig.plug.getParameter(index) == 0.0F ? 1.0F : 0.0F);
+    } else if (index == kSCListen) {
+      rig.set(index, std::max(-1, below(24) - 16));
+    } else {
+      rig.plug.setParameter(index, index <= kOpTrim ? 0.4F + 0.2F * share() : share());
+    }
+  }
+  void workOnBands(int what) {
+    if (what == 0) rig.plug.addBand(below(3), 60.0 * std::pow(2.0, 0.5 * below(16)));
+    if (what == 1) rig.plug.deleteBand(below(8));
+    if (what == 2) rig.plug.setBandPosition(below(8), below(3));
+    if (what == 3) rig.plug.switchBank(below(2));
+  }
+  /// One thing changes between two blocks, as a host or a user may do.
+  void change() {
+    const int what = below(16);
+    if (what < 4) workOnBands(what);
+    if (what == 4) mono = !mono;
+    if (what == 5) side = below(4);
+    if (what == 6) rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
+    if (what == 7 && below(3) == 0) rig.plug.resume();
+    if (what == 8) rig.plug.updateDsp(true);
+    if (what >= 9 && what < 12) turnGlobal(kHeardGlobals[below(std::size(kHeardGlobals))]);
+    for (int i = 0; what >= 12 && i < 20; ++i) turn(below(8), kB1Bypass + below(kBandRows - 1));
+  }
+
+  template <typename Sample>
+  void playBlock(int at) {
+    const int frames = std::min(block, kFrames - at);
+    std::array<std::vector<Sample>, 4> pins;
+    for (std::size_t pin = 0; pin < 4; ++pin) {
+      pins[pin].reserve(static_cast<std::size_t>(frames));
+      for (int i = at; i < at + frames; ++i) {
+        const double level = std::array{0.02, 0.9, 0.3, 0.1}[(i / 700 + pin) % 4];
+        pins[pin].push_back(static_cast<Sample>(level * (below(2001) * 1e-3 - 1.0)));
+      }
+    }
+    std::array<Sample*, 4> in = {pins[0].data(), pins[1].data(), pins[2].data(), pins[3].data()};
+    std::array<Sample*, 2> out = {pins[0].data(), pins[1].data()};
+    if (mono) in = {pins[0].data(), pins[2].data(), nullptr, nullptr};
+    if (mono) out[1] = nullptr;
+    // No sidechain, or of one channel.
+    if (side == 0) in[mono ? 1 : 2] = nullptr;
+    if (side == 1 && !mono) in[3] = nullptr;
+    const RealTimeCheck::Exception mayGoOfflineOrMeetALongBlock;
+    process(rig.plug, in.data(), out.data(), frames);
+    for (std::size_t c = 0; c < 2; ++c) {
+      for (int i = 0; i < frames; ++i) {
+        const auto sample = static_cast<double>(pins[c][static_cast<std::size_t>(i)]);
+        heard.channels[c].push_back(mono && c == 1 ? 0.0 : sample);
+      }
+    }
+  }
+
+  /// Each quarter along a noise of its own, and the energy.
+  static void write(std::ostream& out, const std::vector<double>& signal) {
+    static const std::vector<double> along = noise<double>(kFrames).channels[0];
+    std::array<double, 5> sums{};
+    for (std::size_t i = 0; i < signal.size(); ++i) {
+      sums[4 * i / signal.size()] += 0.1 * signal[i] * along[i];
+      sums[4] += signal[i] * signal[i];
+    }
+    for (const double sum : sums) out << ' ' << sum;
+  }
+
+  std::string report() {
+    std::ostringstream out;
+    out << std::setprecision(12) << title.str() << (single ? " float" : " double") << ", blocks of "
+        << block << "\n latency " << rig.plug.getAeffect()->initialDelay << " told "
+        << rig.count(kHostIoChanged, 0) << '\n';
+    for (const std::size_t c : {0U, 1U}) {
+      out << (c == 0 ? " left " : " right ") << rig.plug.getOutputPeak(static_cast<int>(c));
+      write(out, heard.channels[c]);
+      out << '\n';
+    }
+    out << " meters " << polled;
+    for (int selector = 0; selector < 8; ++selector) {
+      out << ' ' << rig.plug.getGainReduction(selector);
+    }
+    out << "\n analyser";
+    std::array<std::vector<double>, AnalyserFeed::kTraces> traces;
+    traces.fill(std::vector<double>(2000));
+    rig.plug.analyserFeed().copyLatest({traces[0], traces[1], traces[2], traces[3]});
+    for (const auto& trace : traces) write(out, trace);
+    out << '\n';
+    for (int band = 0; band < kNumBands; ++band) {
+      if (rig.plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) continue;
+      out << " band " << band + 1;
+      for (const int part : {1, 2}) {
+        for (const int c : {0, 1}) out << ' ' << rig.plug.getBandGain(band, part, c);
+      }
+      out << ' ' << rig.plug.getBandEnvelope(band) << ' ' << rig.plug.getBandLamp(band, true) << ' '
+          << rig.plug.getBandLamp(band, false) << ' ' << rig.plug.getBandGraphGain(band) << '\n';
+    }
+    return out.str();
+  }
+
+  std::mt19937 random;
+  PlugRig rig;
+  std::ostringstream title;
+  bool single, mono;
+  int side, block;
+  double polled = 0.0;
+  Stereo<double> heard{0};
+};
+
+/// The first line in which reports differ by more than `rounding`, word by word; else nothing.
+std::string difference(const std::string& found, const std::string& wanted, double rounding) {
+  std::istringstream foundLines(found);
+  std::istringstream wantedLines(wanted);
+  for (std::string a, b; std::getline(wantedLines, b);) {
+    std::getline(foundLines, a);
+    std::istringstream words(a);
+    std::istringstream others(b);
+    for (std::string x, y; others >> y;) {
+      words >> x;
+      const double number = std::strtod(y.c_str(), nullptr);
+      const double distance = std::abs(std::strtod(x.c_str(), nullptr) - number);
+      const bool alike = x == y || distance <= rounding * std::max(1.0, std::abs(number));
+      if (!alike) return "wanted:" + b + "\nfound: " + a;
+    }
+  }
+  return {};
+}
+
+/// Of one scene with each instruction set.
+std::vector<std::string> reports(int number) {
+  std::vector<std::string> all;
+  const VectorKernels& usual = vectorKernels();
+  for (const VectorKernels* const kernels : allVectorKernels()) {
+    useVectorKernels(*kernels);
+    all.push_back(Scene(number).play());
+  }
+  useVectorKernels(usual);
+  return all;
+}
+
+/// But for scenes in which the rounding of an instruction set decides what is heard.
+void remake() {
+  std::ofstream file(KNOWN_SOUND);
+  file << "# Made by: CORVANTHELIS_REMAKE_SOUND=1 core_tests --gtest_filter=KnownSoundTest.*\n"
+          "# Per scene: latency, how often the host heard of it; peak, four projections on noise\n"
+          "# and energy of either output; meters by selector; the same sums of the analyser's\n"
+          "# traces; of each band dynamic and transient gain of either channel, envelope, lamps,\n"
+          "# gain in the graph.\n";
+  for (int number = 0; number < 96; ++number) {
+    const auto all = reports(number);
+    const bool steady = std::ranges::all_of(
+        all, [&all](const auto& each) { return difference(each, all[0], 1e-9).empty(); });
+    if (steady) file << all[0];
+  }
+}
+
+TEST(KnownSoundTest, EverySceneSoundsAsItWasRecordedWithEveryInstructionSet) {
+  if (std::getenv("CORVANTHELIS_REMAKE_SOUND") != nullptr) remake();
+  std::vector<std::string> recorded;
+  std::ifstream file(KNOWN_SOUND);
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("scene")) recorded.emplace_back();
+    if (!recorded.empty()) recorded.back() += line + '\n';
+  }
+  ASSERT_GT(recorded.size(), 80U);
+  for (std::size_t i = 0; i < recorded.size(); i += kEvery) {
+    const int number = std::stoi(recorded[i].substr(std::string("scene ").size()));
+    for (const std::string& report : reports(number)) {
+      EXPECT_EQ(difference(report, recorded[i], 1e-5), "") << "scene " << number;
+    }
+  }
+}
+
+}  // namespace
