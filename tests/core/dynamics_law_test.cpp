@@ -8,9 +8,11 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/core/data_rows.h"
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -58,58 +60,15 @@ Pair steady(PlugRig& rig, const std::array<double, 4>& pins, bool mono = false) 
   return {out.channels[0].back(), out.channels[1].back()};
 }
 
-const double kBoth = decibels(linear(-18) + 0.5);
-const struct {
-  const char* what;
-  const char* settings;
-  std::vector<Pair> points;  // level in, gain out; dB
-} kSteadyCases[] = {
-    {"1:1", "", {{-60, 0}, {-20, 0}, {0, 0}}},
-    {"2:1", "B1Ratio=.5", {{-40, 0}, {-20, 0}, {-19, -0.5}, {-8, -6}, {0, -10}}},
-    {"4:1", "B1Ratio=.75", {{-20, 0}, {-8, -9}}},
-    {"limited", "B1Ratio=1", {{-20, 0}, {-14, -6}, {0, -20}}},
-    {"turned down twice as far", "B1Ratio=1 ExtendedRatios=1", {{-14, -12}}},
-    {"louder above", "B1Ratio=-.5", {{-30, 0}, {-8, 6}}},
-    {"louder above, extended", "B1Ratio=-.5 ExtendedRatios=1", {{-8, 12}}},
-    {"up to a ceiling", "B1Ratio=1 B1Ceiling=6", {{-18, -2}, {-14, -6}, {-10, -6}, {0, -6}}},
-    {"no ceiling at all", "B1Ratio=1 B1Ceiling=0", {{0, 0}}},
-    {"range of 24 dB", "B1Ratio=1 B1Threshold=-40", {{0, -24}}},
-    {"range of 48 dB", "B1Ratio=1 B1Threshold=-40 ExtendedRanges=1", {{0, -40}}},
-    {"range of 96 dB, a floor", "B1RatioB=1 B1Floor=12 ExtendedRanges=2", {{-21, -48}}},
-    {"expanded 1:2", "B1RatioB=.5", {{-10, 0}, {-20, 0}, {-30, -10}, {-50, -24}}},
-    {"expanded 1:4, not extended further", "B1RatioB=.75 ExtendedRatios=1", {{-25, -15}}},
-    {"gated", "B1RatioB=1 B1Floor=18", {{-19.9, 0}, {-20.1, -18}, {-60, -18}}},
-    {"louder below", "B1RatioB=-.5", {{-10, 0}, {-35, 5}, {-80, 20}}},
-    {"louder below, to a floor", "B1RatioB=-1 B1Floor=6", {{-28, 4}, {-40, 6}}},
-    {"louder below, extended", "B1RatioB=-1 ExtendedRatios=1", {{-32, 8}, {-26, 4}}},
-    {"a deadband", "B1Ratio=.5 B1RatioB=.5 B1Deadband=6", {{-14, -3}, {-23, 0}, {-30, -4}}},
-    {"full knee", "B1Ratio=.5 B1Knee=100", {{-20, 0}, {-8, -3.75}, {4, -12}}},
-    {"half a knee", "B1Ratio=.5 B1Knee=50", {{-8, -4.875}, {4, -12}}},
-    {"knee below", "B1RatioB=.5 B1Floor=12 B1Knee=100", {{-23, -1.875}}},
-    {"smoothed as gain", "B1Ratio=.5 B1Shape=0", {{-8, -6}}},
-    {"transients alone", "B1Ratio=.5 B1Target=100", {{-8, 0}}},
-    {"both parts", "B1Ratio=.5 B1Target=50", {{-8, -6}}},
-    {"mostly transients", "B1Ratio=.5 B1Target=80", {{-8, -2.4}}},
-    {"gain behind it", "B1Ratio=.5 B1Gain=9", {{-8, 3}, {-40, 9}}},
-    {"dry beside it", "B1DryGain=100", {{-8, 6.0206}}},
-    {"dry beside it, turned down", "B1Ratio=1 B1DryGain=50 B1Gain=-6", {{-8, kBoth}}},
-    {"bypassed", "B1Ratio=.5 B1Gain=9 B1Bypass=1", {{-8, 0}}},
-    {"looking ahead", "B1Ratio=.5 B1Lookahead=10", {{-8, -6}}},
-    {"oversampled", "B1Ratio=.5 Oversample=2", {{-8, -6}}},
-    {"the detector hears more", "B1Ratio=.5 B1SCTrim=8", {{-16, -6}}},
-    {"the effect bypassed", "B1Ratio=.5 Bypass=1 IpTrim=9", {{-8, 0}}},
-    {"trims", "B1Ratio=.5 IpTrim=8 OpTrim=-3", {{-16, 8 - 6 - 3}, {-40, 5}}},
-    {"half dry", "B1Ratio=.5 WetDry=50", {{-8, decibels(0.5 * linear(-6) + 0.5)}}},
-    {"the difference", "B1Ratio=.5 Listen=1", {{-8, decibels(1 - linear(-6))}}},
-};
-
 TEST(DynamicsLawTest, SteadyGains) {
-  for (const auto& c : kSteadyCases) {
+  for (const auto& row : dataRows("steady_gains.txt")) {
     for (const bool mono : {false, true}) {
       PlugRig rig;
-      prepare(rig, c.settings);
-      for (const auto& [level, gain] : c.points) {
-        SCOPED_TRACE(testing::Message() << c.what << " at " << level << " dB" << (mono ? "!" : ""));
+      prepare(rig, row.at(1));
+      std::istringstream points(row.at(2));
+      double level = 0.0, gain = 0.0;
+      for (char colon = 0; points >> level >> colon >> gain;) {
+        SCOPED_TRACE(row[0] + " at " + std::to_string(level) + (mono ? " dB, mono" : " dB"));
         const double x = linear(level);
         rig.plug.resume();
         const Pair out = steady(rig, {x, x, 0, 0}, mono);
@@ -236,50 +195,14 @@ TEST(DynamicsLawTest, SourcesOfTheSidechain) {
   }
 }
 
-// Of a constant the lowest crossover band and a flat band hold all, an upper crossover band and a
-// band-pass nothing. "|": what passes beside a soloed band is heard, not the band.
 TEST(DynamicsLawTest, ListeningLetsOneBeHeard) {
-  const double two = linear(3), half = linear(-6), outside = linear(-22);
-  const std::string worked = "B1Ratio=.5 B2State=1 B2Type=1 B2SubType=7 B2Lookahead=0 B2Gain=3 ";
-  const std::string crossed = "B1Type=0 B2State=1 B2Frequency=4000 ", pass = "B1SubType=0 ";
-  const std::string flatFirst = "B2State=1 BandOrder=.836735 B2Solo=1 B1Solo=1";
-  const struct {
-    const char* what;
-    std::string settings;
-    double gain;  // of a constant at -8 dB, that of the sidechain at -30 dB
-  } cases[] = {{"both bands work", worked, half * two},
-               {"the first alone", worked + "B1Solo=1", half},
-               {"the second alone", worked + "B2Solo=1", two},
-               {"both alone", worked + "B1Solo=1 B2Solo=1", half * two},
-               {"a band that is off does not count", worked + "B3Solo=1", half * two},
-               {"its sidechain", worked + "SCListen=0 B1SCTrim=4", linear(4)},
-               {"the second's, from outside", worked + "SCListen=1 B2SCSrc=2", outside},
-               {"goes before solo", worked + "SCListen=1 B2SCSrc=2 B1Solo=1", outside},
-               {"goes before solo", worked + "SCListen=1 B2SCSrc=2 B1Solo=1 |", outside},
-               {"the difference one makes", worked + "B2Solo=1 Listen=1", two - 1},
-               {"none is made", "B1Solo=1 Listen=1 |", 0},
-               {"the only crossover band", "B1Type=0 B1Solo=1", 1},
-               {"beside it", "B1Type=0 B1Solo=1 |", 0},
-               {"a solo of a band that is off", "B1Type=0 B2Solo=1 |", 1},
-               {"the lower of two", crossed + "B1Solo=1", 1},
-               {"beside the lower of two", crossed + "B1Solo=1 |", 0},
-               {"the upper of two", crossed + "B2Solo=1", 0},
-               {"beside the upper of two", crossed + "B2Solo=1 |", 1},
-               {"the lower's sidechain", crossed + "SCListen=0", 1},
-               {"the upper's sidechain", crossed + "SCListen=1 B1Solo=1", 0},
-               {"a band-pass", pass + "B1Solo=1", 0},
-               {"beside a band-pass", pass + "B1Solo=1 |", 1},
-               {"a flat band", "B1Solo=1", 1},
-               {"beside a flat band", "B1Solo=1 |", 0},
-               {"solo in two stages leaves the crossover alone", flatFirst, 1}};
-  for (const auto& c : cases) {
+  for (const auto& row : dataRows("listening.txt")) {
     PlugRig rig;
-    const std::size_t bar = c.settings.find('|');
-    rig.prefer("Autolisten", bar == std::string::npos ? 0 : 1);
-    prepare(rig, c.settings.substr(0, bar));
+    rig.prefer("Autolisten", row.at(2) == "beside" ? 1 : 0);
+    prepare(rig, row[1]);
     const double x = linear(-8);
     for (const double sample : steady(rig, {x, x, linear(-30), linear(-30)})) {
-      EXPECT_NEAR(sample / x, c.gain, 2e-3) << c.what << ": " << c.settings;
+      EXPECT_NEAR(sample / x, std::stod(row.at(3)), 2e-3) << row[0] << ": " << row[1];
     }
   }
 }

@@ -239,7 +239,7 @@ std::vector<std::string> reports(int number) {
 
 /// But for scenes in which the rounding of an instruction set decides what is heard.
 void remake() {
-  std::ofstream file(KNOWN_SOUND);
+  std::ofstream file(CORE_TEST_DATA "known_sound.txt");
   file << "# Made by: CORVANTHELIS_REMAKE_SOUND=1 core_tests --gtest_filter=KnownSoundTest.*\n"
           "# Per scene: latency, how often the host heard of it; peak, four projections on noise\n"
           "# and energy of either output; meters by selector; the same sums of the analyser's\n"
@@ -256,7 +256,7 @@ void remake() {
 TEST(KnownSoundTest, EverySceneSoundsAsItWasRecordedWithEveryInstructionSet) {
   if (std::getenv("CORVANTHELIS_REMAKE_SOUND") != nullptr) remake();
   std::vector<std::string> recorded;
-  std::ifstream file(KNOWN_SOUND);
+  std::ifstream file(CORE_TEST_DATA "known_sound.txt");
   for (std::string line; std::getline(file, line);) {
     if (line.starts_with("scene")) recorded.emplace_back();
     if (!recorded.empty()) recorded.back() += line + '\n';

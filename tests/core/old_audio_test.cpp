@@ -151,20 +151,6 @@ TEST(OldAudioTest, OnlyTheBandThatMovesStartsFromSilence) {
   }
 }
 
-TEST(OldAudioTest, AChannelThatWasAwayForOneBlockStartsFromSilence) {
-  PlugRig rig({{"kB2State", 1}, {"kB2Frequency", 5000}, {"kB3State", 1}, {"kB3Type", 1}});
-  rig.set({{"kWetDry", 50}, {"kB2SCLF", 1}, {"kB1Ratio", 1}, {"kB1Threshold", -20}, {"kB1LR", 1}});
-  auto [left, right] = noise<double>(16000).channels;
-  std::fill(right.begin() + 8064, right.end(), 0.0);
-  for (std::size_t at = 0; at < 16000; at += 64) {
-    double* const second = at == 8000 ? nullptr : &right[at];
-    std::array<double*, 4> in = {&left[at], second, nullptr, nullptr};
-    std::array<double*, 2> out = {&left[at], second};
-    process(rig.plug, in.data(), out.data(), 64);
-  }
-  for (std::size_t i = 8064; i < 16000; ++i) ASSERT_NEAR(right[i], 0.0, 1e-12) << i;
-}
-
 TEST(OldAudioTest, SilenceEndsAtZeroAndNotAmongTheDenormals) {
   PlugRig rig({{"kB1Threshold", -40}, {"kB1Ratio", 1}, {"kB1Lookahead", 0}}, 8000.0);
   rig.plug.setMeterDecay(97);

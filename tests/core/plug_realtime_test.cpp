@@ -116,116 +116,86 @@ constexpr std::chrono::seconds kStress{60};
 constexpr std::chrono::seconds kStress{2};
 #endif
 
-/// Any parameter to anywhere, ends included, in one of the ways a host and an editor have.
-void turnAny(Plug& plug, std::mt19937& random) {
-  const auto index = static_cast<int>(random() % kNumParams);
-  const auto value = static_cast<float>(random() % 1001) * 0.001F;
-  switch (random() % 4) {
-    case 0:
-      plug.beginEdit(index);
-      plug.setParameterAutomated(index, std::round(value));
-      plug.endEdit(index);
-      return;
-    case 1:
-      plug.setParameterAutomated(index, value);
-      return;
-    default:
-      plug.setParameter(index, value);
-  }
-}
+/// What a host and an editor may do, one thing at a time, at random.
+class Storm {
+ public:
+  Storm(Plug& ofPlug, unsigned seed) : plug(ofPlug), random(seed) {}
 
-void workOnBands(Plug& plug, std::mt19937& random) {
-  const auto band = static_cast<int>(random() % kNumBands);
-  const auto list = static_cast<int>(random() % 3);
-  switch (random() % 4) {
-    case 0:
-      plug.addBand(list, 10.0 + static_cast<double>(random() % 20000));
-      return;
-    case 1:
-      plug.setBandPosition(band, list);
-      return;
-    case 2:
-      plug.deleteBand(band);
-      return;
-    default:
-      plug.updateDsp(true);
-      plug.setBlockSize(static_cast<int>(random() % 8192));
-  }
-}
+  unsigned below(unsigned end) { return static_cast<unsigned>(random()) % end; }
+  int index() { return static_cast<int>(below(kNumParams)); }
 
-/// A host that saves a session and may load it again.
-void keepSession(Plug& plug, std::mt19937& random) {
-  void* data = nullptr;
-  const bool isPreset = random() % 4 == 0;
-  const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
-  const std::string chunk(static_cast<const char*>(data), size);
-  EXPECT_TRUE(holdsDocument(chunk));
-  if (random() % 4 == 0) {
-    plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), isPreset);
+  /// Any parameter to anywhere, ends included, in one of the ways they have.
+  void turn() {
+    const int id = index();
+    const auto value = static_cast<float>(below(1001)) * 0.001F;
+    const unsigned way = below(4);
+    if (way > 1) return plug.setParameter(id, value);
+    if (way == 0) plug.beginEdit(id);
+    plug.setParameterAutomated(id, way == 0 ? std::round(value) : value);
+    if (way == 0) plug.endEdit(id);
   }
-  std::array<char, 2 * ProgramRecord::kNameCapacity> name{};
-  plug.getProgramName(name.data());
-  plug.setProgramName(random() % 2 == 0 ? "A" : "Another name, longer than any text holds itself");
-}
+  /// Saves a session and may load it again.
+  void keepSession() {
+    void* data = nullptr;
+    const bool isPreset = below(4) == 0;
+    const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
+    const std::string chunk(static_cast<const char*>(data), size);
+    EXPECT_TRUE(holdsDocument(chunk));
+    if (below(4) == 0) plug.setChunk(chunk.data(), static_cast<std::int32_t>(size), isPreset);
+    std::array<char, 2 * ProgramRecord::kNameCapacity> name{};
+    plug.getProgramName(name.data());
+    plug.setProgramName(below(2) == 0 ? "A" : "Another name, longer than any text holds itself");
+  }
+  /// One of these each, on the message thread.
+  void work() {
+    PresetFiles& files = plug.presetFiles();
+    EditorState& editor = plug.editorState();
+    const int band = static_cast<int>(below(kNumBands));
+    const int list = static_cast<int>(below(3));
+    const std::string path = plug.machine().folders().presets() + std::to_string(below(3)) + ".";
+    const std::function<void()> all[] = {
+        [&] { plug.addBand(list, 10.0 + below(20000)); },
+        [&] { plug.setBandPosition(band, list); },
+        [&] { plug.deleteBand(band); },
+        [&] { plug.updateDsp(true); },
+        [&] { plug.setBlockSize(static_cast<int>(below(8192))); },
+        [&] { plug.undo(); },
+        [&] { plug.redo(); },
+        [&] { plug.switchBank(static_cast<int>(below(Plug::kNumBanks))); },
+        [&] { keepSession(); },
+        [&] { plug.setLinked(index(), below(2) == 0); },
+        [&] { plug.setLinked(index(), below(2) == 0); },
+        [&] { plug.machine().midiMap().setLearnTarget(static_cast<int>(below(kBandOrder))); },
+        [&] { EXPECT_TRUE(files.savePreset(path + kPresetExtension, kPresetExtension, true)); },
+        [&] { files.buildPresetMenu(); },
+        [&] { files.nextPreset(); },
+        [&] { files.previousPreset(); },
+        [&] {
+          EXPECT_TRUE(files.savePreset(path + kBankExtension, kBankExtension, false));
+          files.loadPresetFile(path + kBankExtension);
+        },
+        [&] {
+          editor.lastListen = editor.currentBand + 1;
+          editor.currentBand = band;
+        },
+        [&] { plug.uiSettings().setUiValue("Graph", "Range", static_cast<double>(below(6))); }};
+    all[below(std::size(all))]();
+  }
+  double look();
 
-/// What an editor's buttons and a host do to the whole state.
-void workOnStates(Plug& plug, std::mt19937& random) {
-  switch (random() % 8) {
-    case 0:
-      plug.undo();
-      return;
-    case 1:
-      plug.redo();
-      return;
-    case 2:
-      plug.switchBank(static_cast<int>(random() % Plug::kNumBanks));
-      return;
-    case 3:
-      keepSession(plug, random);
-      return;
-    default:
-      plug.setLinked(static_cast<int>(random() % kNumParams), random() % 2 == 0);
-      plug.machine().midiMap().setLearnTarget(static_cast<int>(random() % kBandOrder));
-  }
-}
-
-/// Preset files, on the message thread, and what they show.
-void workOnFiles(Plug& plug, std::mt19937& random) {
-  PresetFiles& files = plug.presetFiles();
-  EditorState& editor = plug.editorState();
-  const std::string path = plug.machine().folders().presets() + std::to_string(random() % 3);
-  switch (random() % 6) {
-    case 0:
-      EXPECT_TRUE(files.savePreset(path + "." + kPresetExtension, kPresetExtension, true));
-      return;
-    case 1:
-      files.buildPresetMenu();
-      return;
-    case 2:
-      files.nextPreset();
-      return;
-    case 3:
-      files.previousPreset();
-      return;
-    case 4:
-      EXPECT_TRUE(files.savePreset(path + "." + kBankExtension, kBankExtension, false));
-      files.loadPresetFile(path + "." + kBankExtension);
-      return;
-    default:
-      editor.lastListen = editor.currentBand + 1;
-      editor.currentBand = static_cast<int>(random() % kNumBands);
-      plug.uiSettings().setUiValue("Graph", "Range", static_cast<double>(random() % 6));
-  }
-}
+ private:
+  Plug& plug;
+  std::mt19937 random;
+};
 
 /// All that an editor shows.
-double look(Plug& plug, std::mt19937& random) {
+double Storm::look() {
   double seen = plug.getOutputPeak(0) + plug.getOutputPeak(1);
   for (int selector = 0; selector < 8; ++selector) {
     // Samples are taken for decibels: beyond 6160 the power of ten is infinite, and should be.
     seen += std::min(plug.getGainReduction(selector), 1e9);
   }
-  const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(random() % 100),
+  const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(below(100)),
                                             9000.0F};
   std::array<float, 3> curve{};
   for (int band = 0; band < kNumBands; ++band) {
@@ -243,7 +213,7 @@ double look(Plug& plug, std::mt19937& random) {
   plug.analyserFeed().copyLatest({trace(0), trace(1), trace(2), trace(3)});
   for (const double x : traces) seen += x;
   std::array<char, 256> text{};
-  plug.getParameterDisplay(static_cast<int>(random() % kNumParams), text.data());
+  plug.getParameterDisplay(index(), text.data());
   return seen;
 }
 
@@ -283,33 +253,30 @@ TEST(PlugRealtimeTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     void* data = nullptr;
     EXPECT_TRUE(++told % 1000 != 0 || rig.plug.getChunk(&data, false) > 0);
   };
-  std::array<std::mt19937, 4> randoms;
-  for (unsigned i = 0; i < 4; ++i) randoms[i].seed(i);
+  Storm host(rig.plug, 0), automat(rig.plug, 1), user(rig.plug, 2), audio(rig.plug, 3);
   Disturbance session([&](int /*step*/) {
     const std::lock_guard guard(hostLock);
-    keepSession(rig.plug, randoms[0]);
+    host.keepSession();
   });
-  Disturbance automation([&](int /*step*/) { turnAny(rig.plug, randoms[1]); });
+  Disturbance automation([&](int /*step*/) { automat.turn(); });
   Disturbance message([&](int /*step*/) {
-    turnAny(rig.plug, randoms[2]);
-    workOnBands(rig.plug, randoms[2]);
-    workOnStates(rig.plug, randoms[2]);
-    workOnFiles(rig.plug, randoms[2]);
+    user.turn();
+    for (int i = 0; i < 3; ++i) user.work();
     rig.plug.onIdle();
-    EXPECT_TRUE(std::isfinite(look(rig.plug, randoms[2])));
+    EXPECT_TRUE(std::isfinite(user.look()));
   });
   Call<double> call;
-  std::mt19937& random = randoms[3];
   const auto end = std::chrono::steady_clock::now() + kStress;
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
     std::optional<RealTimeCheck::Exception> theSwitch;
-    if (random() % 100 == 0) {
+    if (audio.below(100) == 0) {
       rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
       theSwitch.emplace();
     }
-    const int frames = std::array{1, 63, 64, 64, 500, call.kMost}[random() % 6];
-    const auto controller = static_cast<int>(random() % 4);  // which learns now and then
-    sendController(rig.plug, 0xB0, controller, static_cast<int>(random() % 128));
+    const int frames = std::array{1, 63, 64, 64, 500, call.kMost}[audio.below(6)];
+    // Controllers that learn now and then.
+    sendController(rig.plug, 0xB0, static_cast<int>(audio.below(4)),
+                   static_cast<int>(audio.below(128)));
     call(rig.plug, frames);
     for (const auto& channel : call.out.channels) {
       EXPECT_TRUE(std::all_of(channel.begin(), channel.begin() + frames,

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <numbers>
 #include <random>
 
@@ -17,42 +18,59 @@ TEST(PlugTest, StandsAsTheHostExpectsIt) {
   PlugRig rig;
   AEffect& effect = *rig.plug.getAeffect();
   EXPECT_EQ(std::memcmp(&effect.magic, "PtsV", 4), 0);
-  EXPECT_EQ(effect.numParams, 422);
-  EXPECT_EQ(effect.numPrograms, 1);
-  EXPECT_EQ(effect.numInputs, 4);
-  EXPECT_EQ(effect.numOutputs, 2);
-  EXPECT_EQ(effect.flags, 16 | 32 | 4096);
+  const std::array facts = {effect.numParams, effect.numPrograms, effect.numInputs,
+                            effect.numOutputs, effect.flags};
+  EXPECT_EQ(facts, (std::array{422, 1, 4, 2, 16 | 32 | 4096}));
   EXPECT_EQ(rig.plug.getBandNames().size(), 8U);
   EXPECT_EQ(rig.plug.parameterInfo(bandParameterId(2, kB1Ratio)).group, 3);
   EXPECT_EQ(rig.plug.parameterInfo(kBandOrder).group, 0);
   char name[64] = "";
   EXPECT_NE(effect.dispatcher(&effect, kEffectGetEffectName, 0, 0, name, 0), 0);
   EXPECT_STREQ(name, "Corvanthelis");
+  EXPECT_TRUE(rig.plug.getProductString(name));
+  EXPECT_STREQ(name, "Corvanthelis");
+  EXPECT_TRUE(rig.plug.getVendorString(name));
+  EXPECT_STREQ(name, "Halvekro");
   rig.plug.resume();
   EXPECT_EQ(rig.count(kHostWantMidi, 0), 2);
-  EXPECT_TRUE(rig.plug.setBypass(true));
-  EXPECT_EQ(rig.get("kBypass"), 1.0);
+  for (const bool on : {true, false}) {
+    EXPECT_TRUE(rig.plug.setBypass(on));
+    EXPECT_EQ(rig.get("kBypass"), on ? 1.0 : 0.0);
+  }
   rig.plug.setParameter(kListen, 0.99F);
   EXPECT_EQ(rig.get("kListen"), 0.0) << "a switch is on only at its very end";
 }
 
 TEST(PlugTest, TextsFollowTheBandAndThePreferences) {
-  PlugRig rig({{"kB2Ratio", 0.5}, {"kExtendedRanges", 1}, {"kB3LR", 1}});
+  PlugRig rig;
+  rig.setText("B2Ratio=.5 B2RatioB=.5 ExtendedRanges=1 ExtendedRatios=1 B3LR=1 B3SCLR=1");
   const auto text = [&rig](const char* identifier, float normalised, bool note = false) {
     char buffer[PlugBase::kParameterTextCapacity] = "before";
     rig.plug.formatParameterValue(PlugRig::id(identifier), normalised, buffer, note);
     return std::string(buffer);
   };
-  EXPECT_EQ(text("kB1Ceiling", 1), "48.0dB");
-  EXPECT_EQ(text("kB2Ceiling", 1), "-48.0dB");
-  EXPECT_EQ(text("kB3Position", 1), "RIGHT");
-  EXPECT_EQ(text("kB4Position", 1), "SIDE");
-  EXPECT_EQ(text("kB1Frequency", rig.plug.getParameter(kB1Frequency)), "1000Hz");
-  EXPECT_EQ(text("kB1Frequency", rig.plug.getParameter(kB1Frequency), true), "B5+21");
-  EXPECT_EQ(text("kNumParams", 0), "");
+  const float kilohertz = rig.plug.getParameter(kB1Frequency);
+  const struct {
+    const char* identifier;
+    float normalised;
+    bool note;
+    const char* shown;
+  } cases[] = {{"kB1Ceiling", 1, false, "48.0dB"},
+               {"kB2Ceiling", 1, false, "-48.0dB"},
+               {"kB3Position", 1, false, "RIGHT"},
+               {"kB4Position", 1, false, "SIDE"},
+               {"kB3SCPos", 0, false, "LEFT"},
+               {"kB4SCPos", 0, false, "MID"},
+               {"kB1Frequency", kilohertz, false, "1000Hz"},
+               {"kB1Frequency", kilohertz, true, "B5+21"},
+               {"kNumParams", 0, false, ""}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(text(c.identifier, c.normalised, c.note), c.shown) << c.identifier;
+  }
   char untouched[64] = "before";
   rig.plug.formatParameterValue(-1, 0, untouched, false);
   EXPECT_STREQ(untouched, "before");
+  rig.setText("ExtendedRatios=0");
   rig.prefer("Number Format", 1);
   EXPECT_EQ(text("kB1Ratio", 0.75F), "2.0:1");
 }
@@ -135,59 +153,52 @@ TEST(PlugTest, NodesOfTheGraphsFindTheirParameters) {
   rig.plug.setBandPosition(1, kPreList);
   rig.plug.setBandPosition(1, kXoverList);  // list: band 2 at 200 Hz, band 1 at 1000 Hz
   ASSERT_EQ(rig.plug.getEngine().layout.xover, (List{1, 0}));
-  const struct {
-    int kind, node, parameter;
-  } cases[] = {
-      {0, 0, kB1Bypass},
-      {1, 0, -1},
-      {3, 0, kB1SubType},
-      {4, 0, kB1Gain},
-      {5, 1, bandParameterId(1, kB1Frequency)},
-      {6, 0, kB1Q},
-      {7, 0, kB1Slope2},
-      {8, 0, kB1Slope},
-      {9, 0, -1},
-      {-1, 0, -1},
-      {0, -1, -1},
-      {4, 8, bandParameterId(1, kB1Slope)},
-      {0, 9, kB1Slope},
-      {8, 10, -1},
-      {0, 15, kB1SCLF},
-      {2, 15, kB1SCLFType},
-      {4, 15, kB1SCLFG},
-      {8, 15, kB1SCLFSlope},
-      {8, 16, -1},
-      {5, 16, kB1SCMFF},
-      {6, 17, kB1SCHFQ},
-      {0, 38, bandParameterId(7, kB1SCHF)},
-      {0, 39, -1},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(rig.plug.bandParameter(c.kind, c.node), c.parameter) << c.kind << ", " << c.node;
+  // By node, its parameters of all kinds, -1 to 9, as rows of its band.
+  const std::map<int, std::array<int, 11>> rows = {
+      {-1, {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}},
+      {0,
+       {-1, kB1Bypass, -1, -1, kB1SubType, kB1Gain, kB1Frequency, kB1Q, kB1Slope2, kB1Slope, -1}},
+      {15, {-1, kB1SCLF, -1, kB1SCLFType, -1, kB1SCLFG, kB1SCLFF, kB1SCLFQ, -1, kB1SCLFSlope, -1}},
+      {16, {-1, kB1SCMF, -1, kB1SCMFType, -1, kB1SCMFG, kB1SCMFF, kB1SCMFQ, -1, -1, -1}},
+      {17, {-1, kB1SCHF, -1, kB1SCHFType, -1, kB1SCHFG, kB1SCHFF, kB1SCHFQ, -1, kB1SCHFSlope, -1}},
+      {39, {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}}};
+  for (const auto& [node, wanted] : rows) {
+    for (int kind = -1; kind <= 9; ++kind) {
+      const int row = wanted[static_cast<std::size_t>(kind + 1)];
+      EXPECT_EQ(rig.plug.bandParameter(kind, node), row) << kind << ", " << node;
+      if (row == -1) continue;
+      const int last = node == 0 ? 7 : node + 21;  // the same of band 8
+      EXPECT_EQ(rig.plug.bandParameter(kind, last), bandParameterId(7, row)) << kind;
+    }
   }
-  rig.set({{"kB1Bypass", 1}, {"kB3Type", 1}, {"kB3SubType", 5}, {"kB4Type", 1}, {"kB4SubType", 7}});
+  for (const int kind : {0, 4, 8}) {
+    EXPECT_EQ(rig.plug.bandParameter(kind, 8), bandParameterId(1, kB1Slope));
+    EXPECT_EQ(rig.plug.bandParameter(kind, 9), kB1Slope);
+    EXPECT_EQ(rig.plug.bandParameter(kind, 10), -1);
+  }
+  rig.setText("B1Bypass=1 B3Type=1 B3SubType=5 B4Type=1 B4SubType=7 B8Type=1 B8SubType=3");
   const struct {
     int kind, node;
     float value;
-  } values[] = {{0, 0, 1}, {0, 1, 2}, {0, 2, 0},   {1, 0, 128}, {2, 0, 3},
-                {2, 2, 1}, {2, 3, 8}, {5, 1, 200}, {3, 99, 0}};
+  } values[] = {{0, 0, 1}, {0, 1, 2}, {0, 2, 0}, {1, 0, 128}, {2, 0, 3},
+                {2, 2, 1}, {2, 3, 8}, {2, 7, 6}, {5, 1, 200}, {3, 99, 0}};
   for (const auto& c : values) {
     EXPECT_NEAR(rig.plug.getBandValue(c.kind, c.node), c.value, 1e-3) << c.kind << ", " << c.node;
   }
-  rig.set({{"kB5Type", 1}, {"kB5SubType", 1}, {"kB6Type", 1}, {"kB6SubType", 2}});
-  rig.set({{"kB1SCHFType", 1}});
+  rig.setText("B5Type=1 B5SubType=1 B6Type=1 B6SubType=2 B1SCHFType=1");
   constexpr int kGain = 1 | 2, kSplit = 16;
   const std::pair<int, int> flags[] = {{1, kGain | kSplit}, {2, kGain | kSplit},
                                        {0, kGain},  // topmost: no split above
                                        {3, kGain},          {4, kGain | 4 | 8 | kSplit},
                                        {5, kGain | 4},      {15, 2 | 4 | 16},
-                                       {16, 1 | 2 | 4},     {17, 1 | 2 | 4}};
+                                       {16, 1 | 2 | 4},     {17, 1 | 2 | 4},
+                                       {38, 2 | 4 | 16},    {39, 0}};
   for (const auto& [node, wanted] : flags) EXPECT_EQ(rig.plug.getBandFlags(node), wanted) << node;
   EXPECT_EQ(rig.plug.getBandFlags(8, 64), 64 | kSplit);
 }
 
-/// A second of a tone at `level`, with an idle call after each block.
-void play(PlugRig& rig, double level, double seconds) {
+/// A tone at `level`, with an idle call after each block; the output trim then.
+double play(PlugRig& rig, double level, double seconds) {
   Stereo<double> tone(static_cast<int>(48000 * seconds));
   for (auto& channel : tone.channels) {
     for (int i = 0; double& x : channel) {
@@ -198,69 +209,64 @@ void play(PlugRig& rig, double level, double seconds) {
     if (frame > 0) rig.plug.onIdle();
   });
   rig.plug.onIdle();
+  return rig.get("kOpTrim");
 }
 
 TEST(AutoGainTest, UndoesWhatTheChainDidToTheLevelAndMeasuresAgainOnTheNextEdit) {
   PlugRig rig({{"kAutoGain", 1}, {"kOpTrim", 6}});
   rig.plug.endEdit(kAutoGain);
-  play(rig, 0.5, 0.99);
-  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6) << "not before a second has gone through";
-  play(rig, 0.5, 0.05);
-  EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6) << "the chain changes nothing: no trim is needed";
+  EXPECT_NEAR(play(rig, 0.5, 0.99), 6.0, 1e-6) << "not before a second has gone through";
+  EXPECT_NEAR(play(rig, 0.5, 0.05), 0.0, 1e-6) << "the chain changes nothing: no trim is needed";
   EXPECT_EQ(rig.count(kHostAutomate, kOpTrim), 1);
   EXPECT_EQ(rig.get("kAutoGain"), 1.0);
-
   rig.set({{"kOpTrim", 3}});
-  play(rig, 0.5, 1.5);
-  EXPECT_NEAR(rig.get("kOpTrim"), 3.0, 1e-6) << "nothing was edited: nothing is measured";
+  EXPECT_NEAR(play(rig, 0.5, 1.5), 3.0, 1e-6) << "nothing was edited: nothing is measured";
   rig.plug.beginEdit(kIpTrim);
-  play(rig, 0.5, 1.1);
-  EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6);
+  EXPECT_NEAR(play(rig, 0.5, 1.1), 0.0, 1e-6);
+  // Of the two channels one is turned up.
+  rig.setText("B1LR=1 B1Position=100 B1Gain=6");
+  rig.plug.endEdit(kB1Gain);
+  EXPECT_NEAR(play(rig, 0.5, 1.5), -10 * std::log10((1 + linear(12)) / 2), 0.1);
 }
 
 TEST(AutoGainTest, WaitsForSoundAndForAllToBeHeard) {
   PlugRig rig({{"kAutoGain", 1}, {"kOpTrim", 6}});
   rig.plug.endEdit(kIpTrim);
-  play(rig, 0.0, 2.0);
-  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6) << "silence";
-  play(rig, 0.0002, 2.0);
-  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6) << "as good as silence";
+  EXPECT_NEAR(play(rig, 0.0, 2.0), 6.0, 1e-6) << "silence";
+  EXPECT_NEAR(play(rig, 0.0002, 2.0), 6.0, 1e-6) << "as good as silence";
+  EXPECT_NEAR(play(rig, 0.5, 0.1), 0.0, 1e-6) << "the measurement went on through it";
   PlugRig faint({{"kAutoGain", 1}, {"kOpTrim", 6}});
   faint.plug.endEdit(kIpTrim);
-  play(faint, 0.001, 1.1);
-  EXPECT_NEAR(faint.get("kOpTrim"), 0.0, 1e-6) << "faint, but there";
-  play(rig, 0.5, 0.1);
-  EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6) << "the measurement went on through it";
-
-  PlugRig off;
-  off.plug.endEdit(kIpTrim);
-  EXPECT_FALSE(off.plug.getEngine().measuring());
-}
-
-TEST(AutoGainTest, WhatIsNoNumberIsMeasuredAgain) {
-  PlugRig rig({{"kAutoGain", 1}, {"kOpTrim", 6}});
-  rig.plug.endEdit(kAutoGain);
-  play(rig, 0.5, 0.9);
-  Stereo<double> freak(480);
-  freak.channels[0][7] = 1e200;
-  render(rig.plug, freak, 480);
-  play(rig, 0.5, 0.9);
-  EXPECT_NEAR(rig.get("kOpTrim"), 6.0, 1e-6);
-  play(rig, 0.5, 0.2);
-  EXPECT_NEAR(rig.get("kOpTrim"), 0.0, 1e-6);
+  EXPECT_NEAR(play(faint, 0.001, 1.1), 0.0, 1e-6) << "faint, but there";
+  PlugRig freak({{"kAutoGain", 1}, {"kOpTrim", 6}});
+  freak.plug.endEdit(kAutoGain);
+  EXPECT_NEAR(play(freak, 0.5, 0.9), 6.0, 1e-6);
+  Stereo<double> noNumber(480);
+  noNumber.channels[0][7] = 1e200;
+  render(freak.plug, noNumber, 480);
+  EXPECT_NEAR(play(freak, 0.5, 0.9), 6.0, 1e-6) << "what is no number is measured again";
+  EXPECT_NEAR(play(freak, 0.5, 0.2), 0.0, 1e-6);
 }
 
 TEST(AutoGainTest, GivesWayToTheUser) {
+  const auto measuring = [](PlugRig& rig) { return rig.plug.getEngine().measuring(); };
   for (const char* touched : {"kOpTrim", "kListen", "kSCListen", "kB5Solo", "kAutoGain"}) {
     SCOPED_TRACE(touched);
     PlugRig rig({{"kAutoGain", 1}});
     rig.plug.endEdit(kIpTrim);
-    ASSERT_TRUE(rig.plug.getEngine().measuring());
+    ASSERT_TRUE(measuring(rig));
     const bool isOwn = PlugRig::id(touched) == kAutoGain;
     isOwn ? rig.set({{touched, 0}}) : rig.plug.beginEdit(PlugRig::id(touched));
-    EXPECT_FALSE(rig.plug.getEngine().measuring());
+    EXPECT_FALSE(measuring(rig));
     EXPECT_EQ(rig.get("kAutoGain"), 0.0);
     EXPECT_EQ(rig.count(kHostAutomate, kAutoGain), isOwn ? 0 : 1);
+  }
+  for (const char* disturbing : {"AutoGain=0", "Listen=1", "SCListen=0", "B1Solo=1"}) {
+    PlugRig rig({{"kAutoGain", 1}});
+    rig.setText(disturbing);
+    rig.plug.beginEdit(kIpTrim);
+    rig.plug.endEdit(kIpTrim);
+    EXPECT_FALSE(measuring(rig)) << disturbing;
   }
 }
 
