@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numbers>
 #include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "tests/core/plug_rig.h"
@@ -15,12 +17,9 @@ namespace {
 /// Two dynamic EQ bands, three crossover bands and one more dynamic EQ band; two bands are off.
 constexpr int kOn = 6;
 
-void setChain(PlugRig& rig) {
-  rig.set({{"kB1Type", 1}, {"kB1Frequency", 150}, {"kB2Type", 1}, {"kB2State", 1}});
-  rig.set({{"kB3Frequency", 120}, {"kB4Frequency", 900}, {"kB5Frequency", 6000}});
-  rig.set({{"kB3State", 1}, {"kB4State", 1}, {"kB5State", 1}});
-  rig.set({{"kB6Type", 1}, {"kB6SubType", kHighPass}, {"kB6State", 1}});
-}
+const std::string kChain =
+    "B1Type=1 B1Frequency=150 B2Type=1 B2State=1 B3Frequency=120 B4Frequency=900 B5Frequency=6000 "
+    "B3State=1 B4State=1 B5State=1 B6Type=1 B6SubType=5 B6State=1 ";
 
 template <typename Disturb>
 Stereo<double> renderDisturbed(PlugRig& rig, const Stereo<double>& input, int block,
@@ -62,7 +61,7 @@ void turnUnheard(PlugRig& rig, std::mt19937& random) {
 
 TEST(ClickTest, WhatHasNothingToDoIsNotHeardWhateverMoves) {
   PlugRig rig;
-  setChain(rig);
+  rig.setText(kChain);
   rig.plug.resume();
   const std::size_t latency = latencyOf(rig);
   const auto input = noise<double>(96000);
@@ -86,19 +85,13 @@ TEST(ClickTest, WetAndDryAddUpWhileTheyMove) {
 
 /// All bands at work on the gain, their sidechains filtered.
 void setWork(PlugRig& rig) {
-  setChain(rig);
-  for (int band = 0; band < kOn; ++band) {
-    const auto set = [&](int row, double plain) { rig.set(bandParameterId(band, row), plain); };
-    set(kB1Threshold, -30);
-    set(kB1Ratio, 0.5);
-    set(kB1RatioB, -0.3);
-    set(kB1Gain, 3);
-    set(kB1SCTrim, 2);
-    set(kB1SCMF, 1);
-    set(kB1SCMFG, 6);
-    set(kB1SCLF, band % 2);
-    set(kB1SCLFF, 300);
+  std::string work = kChain;
+  for (int band = 1; band <= kOn; ++band) {
+    std::istringstream rows(
+        "Threshold=-30 Ratio=.5 RatioB=-.3 Gain=3 SCTrim=2 SCMF=1 SCMFG=6 SCLFF=300");
+    for (std::string row; rows >> row;) work += "B" + std::to_string(band) + row + ' ';
   }
+  rig.setText(work + "B2SCLF=1 B4SCLF=1 B6SCLF=1");
 }
 
 /// Writes again what is there; the filters that are off, and bands that are, anywhere else.
