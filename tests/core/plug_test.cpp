@@ -145,6 +145,37 @@ TEST(PlugTest, ABandOperationShowsItsChainWhenAllItsSettingsStand) {
   EXPECT_EQ(rig.get("kB2State"), 0.0);
 }
 
+TEST(PlugTest, ABankThatHoldsNoChainIsRepairedAroundLockedBands) {
+  for (const int locked : {-1, 0, 1}) {
+    PlugRig rig;
+    rig.setText("B2State=1 B4State=1 B4Type=1");  // two crossover bands at 1 kHz
+    rig.plug.copyToBank(1);
+    if (locked >= 0) rig.plug.setLocked(bandParameterId(locked, kB1Frequency), true);
+    rig.plug.switchBank(1);
+    BandLayout& layout = rig.plug.getEngine().layout;
+    List listed = layout.xover;
+    std::ranges::sort(listed);
+    EXPECT_EQ(listed, (List{0, 1})) << locked;
+    EXPECT_EQ(layout.pre.size() + layout.post.size(), 1U);
+    const double hz[] = {rig.get("kB1Frequency"), rig.get("kB2Frequency")};
+    EXPECT_GT(std::abs(hz[0] - hz[1]), 1.0);
+    if (locked >= 0) {
+      EXPECT_NEAR(hz[locked], 1000.0, 0.01);
+    }
+    EXPECT_EQ(static_cast<float>(layout.bandOrderValue()), rig.plug.getParameter(kBandOrder));
+  }
+}
+
+TEST(PlugTest, AControllerMovesLinkedParameters) {
+  PlugRig rig;
+  const int second = bandParameterId(1, kB1Threshold);
+  for (const int id : {int{kB1Threshold}, second}) rig.plug.setLinked(id, true);
+  rig.plug.machine().midiMap().setLearnTarget(kB1Threshold);
+  for (const int value : {20, 100}) sendController(rig.plug, 0xB0, 7, value);
+  EXPECT_NEAR(rig.plug.getParameter(kB1Threshold), 100.0F / 127.0F, 0.01F);
+  EXPECT_EQ(rig.plug.getParameter(second), rig.plug.getParameter(kB1Threshold));
+}
+
 TEST(PlugTest, NodesOfTheGraphsFindTheirParameters) {
   PlugRig rig({{"kB2State", 1}, {"kB2Frequency", 200}, {"kBandOrder", 0}});
   rig.plug.setBandPosition(1, kPreList);
