@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/core/data_rows.h"
 #include "tests/core/plug_rig.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ Pair steady(PlugRig& rig, const std::array<double, 4>& pins, bool mono = false) 
 }
 
 TEST(DynamicsLawTest, SteadyGains) {
-  for (const auto& row : dataRows("steady_gains.txt")) {
+  for (const auto& row : dataRows(CORVANTHELIS_CORE_DATA "/steady_gains.txt")) {
     for (const bool mono : {false, true}) {
       PlugRig rig;
       prepare(rig, row.at(1));
@@ -204,7 +204,7 @@ TEST(DynamicsLawTest, SourcesOfTheSidechain) {
 }
 
 TEST(DynamicsLawTest, ListeningLetsOneBeHeard) {
-  for (const auto& row : dataRows("listening.txt")) {
+  for (const auto& row : dataRows(CORVANTHELIS_CORE_DATA "/listening.txt")) {
     PlugRig rig;
     rig.prefer("Autolisten", row.at(2) == "beside" ? 1 : 0);
     prepare(rig, row[1]);

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/core/data_rows.h"
 #include "tests/core/plug_rig.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
@@ -35,8 +35,8 @@ std::vector<Scene> scenes() {
     for (string word; words >> word;) whole += (word[0] == '$' ? groups.at(word) : word) + ' ';
     return whole;
   };
-  for (const auto& row : dataRows("parameter_effects.txt")) {
-    if (row.size() == 2) {
+  for (const auto& row : dataRows(CORVANTHELIS_CORE_DATA "/parameter_effects.txt")) {
+    if (row[0].front() == '$') {
       groups[row[0]] = expanded(row[1]);
       continue;
     }
