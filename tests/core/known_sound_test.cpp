@@ -322,4 +322,53 @@ TEST_P(KnownSoundTest, ScenesSoundAsTheyWereRecordedWithEveryInstructionSet) {
 
 INSTANTIATE_TEST_SUITE_P(Parts, KnownSoundTest, testing::Range(std::size_t{0}, kParts));
 
+/// The chain changes; half of the bands hear the external sidechain, and all let go of it soon.
+void rearrange(Host& host) {
+  const int what = host.below(12);
+  const int band = host.below(4);  // few, so that they often come back
+  host.workOnBands(what > 7 ? 2 : what, 4);
+  if (what == 4) host.rig.set(kOversample, host.below(3));
+  if (what == 5) host.rig.set(bandParameterId(band, kB1SubType), host.below(2) * kFlat);
+  if (what == 6 || what == 7) host.mono = !host.mono;
+  for (int each = 1; each <= kNumBands; ++each) {
+    const std::string rows = "SCLF=1 SCLFF=200 RelFast=1 RelSlow=1 SCSrc=";
+    host.rig.setText(ofBand(each, rows + (each % 2 == 0 ? "1" : "2")) +
+                     ofBand(each, "Lookahead=" + std::to_string(each % 3)));
+  }
+  host.rig.set(kWetDry, 50);  // so that both paths are heard
+}
+
+/// Of `frames` in blocks of any length, the loudest that comes out or that a detector hears.
+double loudest(Host& host, int frames) {
+  double peak = 0.0;
+  for (const int end = host.played + frames; host.played < end;) {
+    host.side = host.loud ? 2 : host.below(4);
+    const auto out = host.play<double>(1 + host.below(host.below(4) == 0 ? 3000 : 200));
+    peak = std::max(peak, deviation(Stereo<double>(out.frames()), out, 0));
+    for (int band = 0; band < kNumBands; ++band) {
+      const double heard = host.rig.plug.getBandEnvelope(band);
+      if (heard > 1e-6) peak = std::max(peak, heard);  // more than what a release leaves
+    }
+  }
+  return peak;
+}
+
+TEST(OldAudioTest, IsNotHeardAgainHoweverTheChainChanges) {
+  constexpr int kLongest = 20000;  // samples in which silence goes through any chain here
+  Host host(3);
+  for (int round = 0; round < 25 && !testing::Test::HasFailure(); ++round) {
+    host.loud = true;
+    for (int i = 0; i < 4; ++i) {
+      loudest(host, 1500);
+      rearrange(host);
+    }
+    host.loud = false;
+    loudest(host, kLongest);
+    for (int i = 0; i < 7; ++i) {
+      EXPECT_LT(loudest(host, i == 0 ? 1 : 3000), 1e-12) << round << ", change " << i;
+      rearrange(host);
+    }
+  }
+}
+
 }  // namespace

@@ -160,6 +160,14 @@ inline std::size_t latencyOf(PlugRig& rig) {
   return static_cast<std::size_t>(rig.plug.getAeffect()->initialDelay);
 }
 
+/// "State=1 Type=0" of a band, counted from 1, as `setText` takes it.
+inline std::string ofBand(int band, const std::string& rows) {
+  std::istringstream words(rows);
+  std::string text;
+  for (std::string word; words >> word;) text += "B" + std::to_string(band) + word + ' ';
+  return text;
+}
+
 inline double linear(double dB) { return std::pow(10.0, dB / 20.0); }
 
 inline std::vector<float> normalisedValues(Plug& plug) {
