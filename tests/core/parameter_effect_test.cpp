@@ -18,7 +18,6 @@ namespace {
 
 using std::string;
 
-/// A row of the table, which tells what it means.
 struct Scene {
   string what, settings, heard, unheard;
   int frames = 0, channels = 0;
@@ -35,14 +34,14 @@ std::vector<Scene> scenes() {
     for (string word; words >> word;) whole += (word[0] == '$' ? groups.at(word) : word) + ' ';
     return whole;
   };
-  for (const auto& row : dataRows(CORVANTHELIS_CORE_DATA "/parameter_effects.txt")) {
+  for (const DataRow& row : dataRows(CORVANTHELIS_CORE_DATA "/parameter_effects.txt")) {
     if (row[0].front() == '$') {
       groups[row[0]] = expanded(row[1]);
       continue;
     }
-    Scene& scene = all.emplace_back(
-        Scene{row.at(0), expanded(row.at(1)), expanded(row.at(2)), expanded(row.at(3))});
-    std::istringstream(row.at(4)) >> scene.frames >> scene.channels >> scene.rate >> scene.offline;
+    Scene& scene =
+        all.emplace_back(Scene{row[0], expanded(row[1]), expanded(row[2]), expanded(row[3])});
+    std::istringstream(row[4]) >> scene.frames >> scene.channels >> scene.rate >> scene.offline;
   }
   return all;
 }
@@ -106,7 +105,7 @@ class Stage {
     rig.plug.beginEdit(move->index);
     rig.set(move->index, move->plain);
     rig.plug.endEdit(move->index);
-    const Trace trace = renderInput();
+    Trace trace = renderInput();
     rig.plug.setParameter(move->index, before);
     applyScene();
     return trace;
@@ -128,27 +127,18 @@ class Stage {
   }
 
   Trace renderInput() {
-    Trace trace{Stereo<double>(scene.frames)};
     const auto frames = static_cast<std::size_t>(scene.frames);
     auto main = noise<double>(scene.frames);
     auto side = noise<double>(scene.frames + 77);  // what the sidechain hears comes earlier
+    for (auto& channel : side.channels) channel.erase(channel.begin(), channel.begin() + 77);
     for (std::size_t i = 0; i < frames; ++i) {
       const double level = i < frames / 2 ? 0.1 : i < 3 * frames / 4 ? 0.9 : 0.02;
       main.channels[0][i] *= level;
       main.channels[1][i] *= 0.6 * level;
     }
-    constexpr std::size_t kBlock = 250;
-    for (std::size_t at = 0; at < frames; at += kBlock) {
-      rig.plug.onIdle();
-      std::array<double*, 4> in = {&main.channels[0][at], &main.channels[1][at],
-                                   &side.channels[0][at + 77], &side.channels[1][at + 77]};
-      std::array<double*, 2> out = {&trace.output.channels[0][at], &trace.output.channels[1][at]};
-      if (scene.channels == 1) in = {in[0], in[2], nullptr, nullptr};
-      if (scene.channels == 1) out[1] = nullptr;
-      process(rig.plug, in.data(), out.data(), kBlock);
-    }
-    trace.latency = rig.plug.getAeffect()->initialDelay;
-    return trace;
+    if (scene.channels == 1) main.channels[1].clear();
+    const auto idle = [this](int /*frame*/) { rig.plug.onIdle(); };
+    return {render(rig.plug, main, 250, idle, &side), rig.plug.getAeffect()->initialDelay};
   }
 
   const Scene& scene;

@@ -120,18 +120,22 @@ inline void process(Plug& plug, double** in, double** out, int frames) {
   plug.processDoubleReplacing(in, out, frames);
 }
 
-/// Runs `input` through in blocks of `block`, `side` for a sidechain; `between(frame)` before each
-/// block.
+/// Runs `input`, mono if its right is empty, through in blocks of `block`, `side` for a sidechain;
+/// `between(frame)` before each block.
 template <typename Sample, typename Between>
 Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between between,
                       Stereo<Sample>* side = nullptr) {
   Stereo<Sample> output(input.frames());
+  const std::size_t channels = input.channels[1].empty() ? 1 : 2;
   for (int at = 0; at < input.frames(); at += block) {
     between(at);
-    std::array<Sample*, 4> in = {input.channels[0].data() + at, input.channels[1].data() + at};
-    std::array<Sample*, 2> out = {output.channels[0].data() + at, output.channels[1].data() + at};
-    for (std::size_t c = 0; side != nullptr && c < 2; ++c)
-      in[2 + c] = side->channels[c].data() + at;
+    std::array<Sample*, 4> in{};
+    std::array<Sample*, 2> out{};
+    for (std::size_t c = 0; c < channels; ++c) {
+      in[c] = input.channels[c].data() + at;
+      out[c] = output.channels[c].data() + at;
+      if (side != nullptr) in[channels + c] = side->channels[c].data() + at;
+    }
     process(plug, in.data(), out.data(), std::min(block, input.frames() - at));
   }
   return output;
