@@ -21,6 +21,12 @@ int below(Random& random, int end) {
 }
 float share(Random& random) { return static_cast<float>(below(random, 1001)) * 0.001F; }
 
+#ifdef NDEBUG
+constexpr int kFrames = 96000;
+#else
+constexpr int kFrames = 24000;  // where sanitizers take their time
+#endif
+
 /// Two dynamic EQ bands, three crossover bands and one more dynamic EQ band; two bands are off.
 constexpr int kOn = 6;
 const std::string kChain =
@@ -78,28 +84,62 @@ void rearrange(PlugRig& rig, Random& random) {
   }
 }
 
+/// Writes again what is there; what is off goes anywhere else.
+void repeatOne(PlugRig& rig, Random& random) {
+  const int index = below(random, kNumParams);
+  rig.plug.setParameter(index, rig.plug.getParameter(index));
+  const int band = below(random, kNumBands);
+  const int rows[] = {kB1SCHFF, kB1SCHFSlope, kB1SCHFQ, kB1SCLFG};  // the last of a pass filter
+  const int row = band < kOn ? rows[random() % 4] : kB1Bypass + below(random, kBandRows - 1);
+  rig.plug.setParameterAutomated(bandParameterId(band, row), share(random));
+  if (below(random, 10) == 0) rig.plug.updateDsp(true);
+}
+
+/// All of the chain's bands at work on the gain, their sidechains filtered.
+std::string working() {
+  std::string all = kChain;
+  for (int band = 1; band <= kOn; ++band) {
+    all += ofBand(band,
+                  "Threshold=-30 Ratio=.5 RatioB=-.3 Gain=3 SCTrim=2 SCMF=1 SCMFG=6 "
+                  "SCLFF=300 SCLF=" +
+                      std::to_string(band % 2));
+  }
+  return all;
+}
+
+enum class Heard { kInput, kSidechain, kSameAsUndisturbed };
+
 const struct Unheard {
   std::string settings;
   void (*move)(PlugRig&, Random&);
   bool elsewhere;  // also from another thread
-  bool fromSide;   // the sidechain is what is heard
-} kUnheard[] = {{kChain, turnUnheard, true, false},
-                {kChain, moveFilter, true, false},
-                {"B1State=0", turnMix, true, false},
-                {"Bypass=1", rearrange, false, false},
-                {"SCListen=0 B1SCSrc=0", rearrange, false, false},
-                {"SCListen=0 B1SCSrc=2", rearrange, false, true}};
+  Heard heard;
+} kUnheard[] = {{kChain, turnUnheard, true, Heard::kInput},
+                {kChain, moveFilter, true, Heard::kInput},
+                {"B1State=0", turnMix, true, Heard::kInput},
+                {working(), repeatOne, true, Heard::kSameAsUndisturbed},
+                {"Bypass=1", rearrange, false, Heard::kInput},
+                {"SCListen=0 B1SCSrc=0", rearrange, false, Heard::kInput},
+                {"SCListen=0 B1SCSrc=2", rearrange, false, Heard::kSidechain}};
 
 /// Whether nothing is heard of a case's moves, which come between blocks or at any time. By the
 /// clock many redesigns have to wait.
 void expectUnheard(const Unheard& c, std::int64_t clockStep, bool elsewhere) {
   SCOPED_TRACE(testing::Message() << c.settings << (elsewhere ? " elsewhere " : " ") << clockStep);
-  PlugRig rig;
-  rig.setText(c.settings);
-  rig.plug.resume();
-  rig.clockStep = clockStep;
+  const bool itself = c.heard == Heard::kSameAsUndisturbed;
+  PlugRig rig, alone;
+  for (PlugRig* const each : {&rig, &alone}) {
+    each->setText(c.settings);
+    // A default goes through its knob's curve when it is written, which may round it.
+    for (int id = 0; itself && id < kNumParams; ++id) {
+      each->plug.setParameter(id, each->plug.getParameter(id));
+    }
+    each->plug.resume();
+    each->clockStep = clockStep;
+  }
   const std::size_t latency = latencyOf(rig);
-  const auto input = noise<double>(96000);
+  const auto input = noise<double>(kFrames);
+  const auto undisturbed = itself ? render(alone.plug, input, 96) : input;
   auto side = input;
   std::ranges::reverse(side.channels);
   Random random(7);
@@ -113,7 +153,8 @@ void expectUnheard(const Unheard& c, std::int64_t clockStep, bool elsewhere) {
   const auto output = render(rig.plug, input, 96, between, &side);
   EXPECT_TRUE(!elsewhere || other->end() > 20);
   EXPECT_EQ(latencyOf(rig), latency);
-  EXPECT_LT(deviation(c.fromSide ? side : input, output, latency), 1e-13);
+  const auto& wanted = c.heard == Heard::kSidechain ? side : undisturbed;
+  EXPECT_LE(deviation(wanted, output, itself ? 0 : latency), itself ? 0.0 : 1e-13);
 }
 
 TEST(ClickTest, WhatMustNotBeHeardIsNotWhateverMoves) {
@@ -126,39 +167,6 @@ TEST(ClickThreadsTest, WhatMustNotBeHeardIsNotWheneverItMoves) {
   for (const Unheard& c : kUnheard) {
     if (c.elsewhere) expectUnheard(c, c.move == turnMix ? 0 : 100, true);
   }
-}
-
-/// Writes again what is there; what is off goes anywhere else.
-void repeatOne(PlugRig& rig, Random& random) {
-  const int index = below(random, kNumParams);
-  rig.plug.setParameter(index, rig.plug.getParameter(index));
-  const int band = below(random, kNumBands);
-  const int rows[] = {kB1SCHFF, kB1SCHFSlope, kB1SCHFQ, kB1SCLFG};  // the last of a pass filter
-  const int row = band < kOn ? rows[random() % 4] : kB1Bypass + below(random, kBandRows - 1);
-  rig.plug.setParameterAutomated(bandParameterId(band, row), share(random));
-  if (below(random, 10) == 0) rig.plug.updateDsp(true);
-  if (below(random, 10) == 0) rig.plug.onIdle();
-}
-
-TEST(ClickThreadsTest, EqualValuesAndEqualDesignsChangeNoBit) {
-  std::array<PlugRig, 2> rigs;
-  for (PlugRig& rig : rigs) {
-    rig.setText(kChain);
-    for (int band = 1; band <= kOn; ++band) {
-      const std::string filter = band % 2 == 0 ? "SCLF=1 SCLFF=300 " : "SCLFF=300 ";
-      rig.setText(ofBand(band, filter + "Threshold=-30 Ratio=.5 RatioB=-.3 Gain=3 SCTrim=2 "
-                                        "SCMF=1 SCMFG=6"));
-    }
-    // A default goes through its knob's curve when it is written, which may round it.
-    for (int id = 0; id < kNumParams; ++id) rig.plug.setParameter(id, rig.plug.getParameter(id));
-    rig.plug.resume();
-  }
-  const auto input = noise<double>(96000);
-  const auto alone = render(rigs[0].plug, input, 64);
-  Random random(1);
-  Disturbance repeating([&](int /*step*/) { repeatOne(rigs[1], random); });
-  EXPECT_EQ(deviation(alone, render(rigs[1].plug, input, 64), 0), 0.0);
-  EXPECT_GT(repeating.end(), 20);
 }
 
 /// A band of +6 dB whose frequency moves about the tone that goes through it.

@@ -194,6 +194,11 @@ class Scene : Host {
     // The others of each pair see all that has been.
     for (const int selector : {0, 3, 4, 7}) polled += rig.plug.getGainReduction(selector);
     const Plug& plug = rig.plug;
+    std::array<std::array<double, 32>, AnalyserFeed::kTraces> traces;
+    rig.plug.analyserFeed().copyLatest({traces[0], traces[1], traces[2], traces[3]});
+    for (std::size_t t = 0; t < traces.size(); ++t) {
+      for (const double x : traces[t]) drawn[t] += x * x;
+    }
     for (int band = 0; band < kNumBands; ++band) {
       const std::array now = {plug.getBandGain(band, 1, 0),  plug.getBandGain(band, 1, 1),
                               plug.getBandGain(band, 2, 0),  plug.getBandGain(band, 2, 1),
@@ -230,10 +235,7 @@ class Scene : Host {
       out << ' ' << rig.plug.getGainReduction(selector);
     }
     out << "\n analyser";
-    std::array<std::vector<double>, AnalyserFeed::kTraces> traces;
-    traces.fill(std::vector<double>(2000));
-    rig.plug.analyserFeed().copyLatest({traces[0], traces[1], traces[2], traces[3]});
-    for (const auto& trace : traces) write(out, trace);
+    for (const double trace : drawn) out << ' ' << trace;
     out << '\n';
     for (std::size_t band = 0; band < seen.size(); ++band) {
       if (seen[band][4] == 0.0) continue;  // was never on
@@ -248,6 +250,7 @@ class Scene : Host {
   bool calm, single;
   int block;
   double polled = 0.0;
+  std::array<double, AnalyserFeed::kTraces> drawn{};
   std::array<std::array<double, 8>, kNumBands> seen{};
   Stereo<double> heard{0};
 };
@@ -288,8 +291,9 @@ void remake() {
   std::ofstream file(CORVANTHELIS_CORE_DATA "/known_sound.txt");
   file << "# Made by: CORVANTHELIS_REMAKE_SOUND=1 core_tests --gtest_filter=*KnownSound*\n"
           "# Per scene: latency, how often the host heard of it; peak, four projections on noise\n"
-          "# and energy of either output; meters by selector; the same sums of the analyser's\n"
-          "# traces; of each band, added up over all blocks: dynamic and transient gain of either\n"
+          "# and energy of either output; meters by selector; energies of what the analyser draws\n"
+          "# after each block; of each band, added up over all blocks: dynamic and transient gain "
+          "of either\n"
           "# channel, envelope, lamps, gain in the graph.\n";
   for (std::size_t number = 0; number < kScenes; ++number) {
     const auto all = reports(number);

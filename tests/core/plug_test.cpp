@@ -6,7 +6,6 @@
 #include <cstring>
 #include <numbers>
 #include <optional>
-#include <random>
 #include <set>
 #include <sstream>
 
@@ -112,26 +111,21 @@ TEST(PlugTest, ABandOperationShowsItsChainWhenAllItsSettingsStand) {
   rig.plug.addBand(kPreList, 1000.0);
   rig.set({{"kB2Gain", 24}, {"kB2SubType", 6}});
   rig.plug.deleteBand(1);
-  Stereo<double> input(1 << 12);
-  for (auto& channel : input.channels) std::ranges::fill(channel, 0.1);
   double peak = 0.0;
   std::set<std::uint32_t> seen;
   rig.onAutomate = [&] {
     seen.insert(engine.stagePlanWord());
-    const auto out = render(rig.plug, input, 512);
-    peak = std::max(peak, *std::ranges::max_element(out.channels[0]));
+    const auto out = render(rig.plug, noise<double>(4096), 512);
+    peak = std::max(peak, deviation(Stereo<double>(4096), out, 0));
   };
   for (const int list : {-1, int{kPostList}, int{kXoverList}, int{kPreList}, int{kOffList}}) {
-    SCOPED_TRACE(list);
     const std::uint32_t before = engine.stagePlanWord();
     seen.clear();
     list < 0 ? rig.plug.addBand(kPreList, 0.0) : rig.plug.setBandPosition(1, list);
-    EXPECT_EQ(seen, std::set{before});
-    EXPECT_NE(engine.stagePlanWord(), before);
-    if (list < 0) {
-      EXPECT_EQ(rig.get("kB2Frequency"), 10.0) << "the lowest there is";
-      EXPECT_LT(peak, 0.11) << "not with the gain that the band had before";
-    }
+    EXPECT_EQ(seen, std::set{before}) << list;
+    EXPECT_NE(engine.stagePlanWord(), before) << list;
+    EXPECT_TRUE(list >= 0 || peak < 1.1) << "not with the gain that the band had before";
+    EXPECT_TRUE(list >= 0 || rig.get("kB2Frequency") == 10.0) << "the lowest there is";
   }
   EXPECT_EQ(rig.get("kB2State"), 0.0);
 }
@@ -254,33 +248,6 @@ TEST(AutoGainTest, GivesWayToTheUser) {
     rig.plug.beginEdit(kIpTrim);
     rig.plug.endEdit(kIpTrim);
     EXPECT_FALSE(measuring(rig)) << disturbing;
-  }
-}
-
-// The left goes through alone for a while; dry comes with the output trim.
-TEST(PlugTest, TheAnalyserGetsAnUnbrokenSignalInBlocksOfAnyLength) {
-  constexpr std::size_t kCount = 3000;
-  PlugRig rig({{"kB1State", 0}, {"kOpTrim", 6}, {"kIpTrim", 3}});
-  const auto input = noise<double>(40000);
-  std::array<std::vector<double>, AnalyserFeed::kTraces> latest;
-  latest.fill(std::vector<double>(kCount));
-  std::mt19937 random(1);
-  std::size_t monoEnd = 0;
-  for (std::size_t at = 0, frames = 0; at < 39000; at += frames) {
-    frames = 1 + random() % 999;
-    const bool mono = at > 20000 && at < 21500;
-    auto signal = input;  // in place
-    std::array<double*, 4> in = {&signal.channels[0][at], mono ? nullptr : &signal.channels[1][at]};
-    process(rig.plug, in.data(), in.data(), static_cast<int>(frames));
-    if (mono) monoEnd = at + frames;
-    rig.plug.analyserFeed().copyLatest({latest[0], latest[1], latest[2], latest[3]});
-    for (std::size_t t = 0; t < (mono ? 1U : 4U); ++t) {
-      for (std::size_t i = 0; i < kCount; ++i) {
-        const bool heard = at + i >= kCount + (t % 2 == 0 ? 0 : monoEnd);
-        const double sample = heard ? input.channels[t % 2][at + i - kCount] : 0.0;
-        ASSERT_NEAR(latest[t][i], sample * linear(9), 1e-12) << at + i;
-      }
-    }
   }
 }
 
