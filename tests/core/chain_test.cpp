@@ -80,27 +80,6 @@ TEST(ChainTest, GivesTheInputBackAsLateAsToldDryAndTheSidechainInStepWithIt) {
   }
 }
 
-// Oversampling at a gain of 1 leaves what lies below its filters' edge: the dry path is in step
-// with it where the difference of both is silent.
-TEST(ChainTest, DryIsInStepWithOversampledBands) {
-  for (const int quality : {1, 2}) {
-    for (const string& chain :
-         {crossed(1, 2), idle(1, 500, true), idle(1, 500, true) + crossed(2, 1)}) {
-      SCOPED_TRACE(chain);
-      PlugRig rig({{"kB1State", 0}, {"kListen", 1}, {"kOversample", quality}});
-      rig.setText(chain);
-      rig.plug.resume();
-      Stereo<double> tone(12000);
-      for (int i = 0; double& x : tone.channels[0]) {
-        x = std::sin(0.1 * i) * std::min(1.0, i * 1e-3);
-        ++i;
-      }
-      tone.channels[1] = tone.channels[0];
-      EXPECT_LT(deviation(Stereo<double>(12000), render(rig.plug, tone, 100), 0), 3e-3);
-    }
-  }
-}
-
 TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {
   PlugRig rig;
   EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 480) << "the first band, from the start";

@@ -49,67 +49,14 @@ constexpr std::array<int, 15> kHeardGlobals = {
 constexpr std::array<int, 7> kSwitched = {kB1Bypass, kB1Solo,   kB1LR,   kB1SCLR,
                                           kB1SCLink, kB1Target, kB1State};
 
-/// A host at its machine: plays noise in blocks of any kind and moves bands about.
-struct Host {
-  explicit Host(std::size_t seed, double rate = 48000.0)
-      : random(static_cast<unsigned>(seed)), rig({}, rate) {}
-
-  int below(int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); }
-  template <std::size_t count>
-  int pick(const std::array<int, count>& all) {
-    return all[random() % count];
-  }
-  void workOnBands(int what, int bands) {
-    if (what == 0) rig.plug.addBand(below(3), 60.0 * std::pow(2.0, 0.5 * below(16)));
-    if (what == 1) rig.plug.deleteBand(below(bands));
-    if (what == 2) rig.plug.setBandPosition(below(bands), below(3));
-    if (what == 3) rig.plug.switchBank(below(2));
-  }
-
-  /// Both channels that come out; silence where there is none.
-  template <typename Sample>
-  Stereo<double> play(int frames) {
-    std::array<std::vector<Sample>, 4> pins;
-    for (std::size_t pin = 0; pin < 4; ++pin) {
-      pins[pin].reserve(static_cast<std::size_t>(frames));
-      for (int i = played; i < played + frames; ++i) {
-        const double level =
-            std::array{0.02, 0.9, 0.3, 0.1}[(static_cast<std::size_t>(i / 700) + pin) % 4];
-        const double sample = loud ? level * (below(2001) * 1e-3 - 1.0) : 0.0;
-        pins[pin].push_back(static_cast<Sample>(sample));
-      }
-    }
-    played += frames;
-    std::array<Sample*, 4> in = {pins[0].data(), pins[1].data(), pins[2].data(), pins[3].data()};
-    std::array<Sample*, 2> out = {pins[0].data(), pins[1].data()};
-    if (mono) in = {pins[0].data(), pins[2].data(), nullptr, nullptr};
-    if (mono) out[1] = nullptr;
-    // No sidechain, or of one channel.
-    if (side == 0) in[mono ? 1 : 2] = nullptr;
-    if (side == 1 && !mono) in[3] = nullptr;
-    {
-      const RealTimeCheck::Exception mayGoOfflineOrMeetALongBlock;
-      process(rig.plug, in.data(), out.data(), frames);
-    }
-    Stereo<double> heard(frames);
-    for (std::size_t c = 0; c < (mono ? 1U : 2U); ++c) {
-      std::ranges::copy(pins[c], heard.channels[c].begin());
-    }
-    return heard;
-  }
-
-  std::mt19937 random;
-  PlugRig rig;
-  bool loud = true, mono = false;
-  int side = 2, played = 0;
-};
-
 /// From `kCalm` on, few bands that do one thing, while channels come and go and switches are
 /// thrown: there, single samples and meters tell. Before it, everything at once.
-class Scene : Host {
+class Scene {
  public:
   explicit Scene(std::size_t number)
-      : Host(number, kRates[number % kRates.size()]), calm(number >= kCalm) {
+      : random(static_cast<unsigned>(number)),
+        rig({}, kRates[number % kRates.size()]),
+        calm(number >= kCalm) {
     title << "scene " << number << " at " << kRates[number % kRates.size()] << " Hz:";
     rig.prefer("Meter Ballistic", below(4));
     rig.prefer("Autolisten", below(2));
@@ -118,7 +65,7 @@ class Scene : Host {
     single = below(6) == 0;
     const Plug::UpdateHold together(rig.plug);
     if (below(2) == 0) rig.plug.deleteBand(0);
-    for (int band = below(calm ? 2 : 8); band >= 0; --band) workOnBands(0, 8);
+    for (int band = below(calm ? 2 : 8); band >= 0; --band) workOnBands(0);
     for (int band = 0; band < kNumBands; ++band) {
       for (int row = kB1Bypass; row <= kB1SCHFType; ++row) {
         const bool works = row == kB1Threshold || row == kB1Ratio || row == kB1Target;
@@ -142,7 +89,7 @@ class Scene : Host {
       if (played > 0 && below(1 + 1200 / block) == 0) change();
       if (below(3) == 0) rig.plug.onIdle();
       const int frames = std::min(block, kFrames - played);
-      const auto out = single ? Host::play<float>(frames) : Host::play<double>(frames);
+      const auto out = single ? playBlock<float>(frames) : playBlock<double>(frames);
       for (std::size_t c = 0; c < 2; ++c) {
         heard.channels[c].insert(heard.channels[c].end(), out.channels[c].begin(),
                                  out.channels[c].end());
@@ -153,6 +100,51 @@ class Scene : Host {
   }
 
  private:
+  int below(int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); }
+  template <std::size_t count>
+  int pick(const std::array<int, count>& all) {
+    return all[random() % count];
+  }
+  void workOnBands(int what) {
+    const int bands = calm ? 2 : 8;
+    if (what == 0) rig.plug.addBand(below(3), 60.0 * std::pow(2.0, 0.5 * below(16)));
+    if (what == 1) rig.plug.deleteBand(below(bands));
+    if (what == 2) rig.plug.setBandPosition(below(bands), below(3));
+    if (what == 3) rig.plug.switchBank(below(2));
+  }
+
+  /// Both channels that come out; silence where there is none.
+  template <typename Sample>
+  Stereo<double> playBlock(int frames) {
+    std::array<std::vector<Sample>, 4> pins;
+    for (std::size_t pin = 0; pin < 4; ++pin) {
+      pins[pin].reserve(static_cast<std::size_t>(frames));
+      for (int i = played; i < played + frames; ++i) {
+        const double level =
+            std::array{0.02, 0.9, 0.3, 0.1}[(static_cast<std::size_t>(i / 700) + pin) % 4];
+        const double sample = level * (below(2001) * 1e-3 - 1.0);
+        pins[pin].push_back(static_cast<Sample>(sample));
+      }
+    }
+    played += frames;
+    std::array<Sample*, 4> in = {pins[0].data(), pins[1].data(), pins[2].data(), pins[3].data()};
+    std::array<Sample*, 2> out = {pins[0].data(), pins[1].data()};
+    if (mono) in = {pins[0].data(), pins[2].data(), nullptr, nullptr};
+    if (mono) out[1] = nullptr;
+    // No sidechain, or of one channel.
+    if (side == 0) in[mono ? 1 : 2] = nullptr;
+    if (side == 1 && !mono) in[3] = nullptr;
+    {
+      const RealTimeCheck::Exception mayGoOfflineOrMeetALongBlock;
+      process(rig.plug, in.data(), out.data(), frames);
+    }
+    Stereo<double> output(frames);
+    for (std::size_t c = 0; c < (mono ? 1U : 2U); ++c) {
+      std::ranges::copy(pins[c], output.channels[c].begin());
+    }
+    return output;
+  }
+
   float share() { return static_cast<float>(below(33)) / 32.0F; }
 
   void turn(int band, int row) {
@@ -178,7 +170,7 @@ class Scene : Host {
   /// One thing changes between two blocks, as a host or a user may do.
   void change() {
     const int what = calm ? pick(std::array{1, 2, 4, 4, 4, 5, 7, 9, 12, 12, 12, 12}) : below(16);
-    if (what < 4) workOnBands(what, calm ? 2 : 8);
+    if (what < 4) workOnBands(what);
     if (what == 4) mono = !mono;
     if (what == 5) side = below(4);
     if (what == 6) rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
@@ -246,9 +238,11 @@ class Scene : Host {
     return out.str();
   }
 
+  std::mt19937 random;
+  PlugRig rig;
   std::ostringstream title;
-  bool calm, single;
-  int block;
+  bool calm, single, mono;
+  int side, block, played = 0;
   double polled = 0.0;
   std::array<double, AnalyserFeed::kTraces> drawn{};
   std::array<std::array<double, 8>, kNumBands> seen{};
@@ -325,54 +319,5 @@ TEST_P(KnownSoundTest, ScenesSoundAsTheyWereRecordedWithEveryInstructionSet) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Parts, KnownSoundTest, testing::Range(std::size_t{0}, kParts));
-
-/// The chain changes; half of the bands hear the external sidechain, and all let go of it soon.
-void rearrange(Host& host) {
-  const int what = host.below(12);
-  const int band = host.below(4);  // few, so that they often come back
-  host.workOnBands(what > 7 ? 2 : what, 4);
-  if (what == 4) host.rig.set(kOversample, host.below(3));
-  if (what == 5) host.rig.set(bandParameterId(band, kB1SubType), host.below(2) * kFlat);
-  if (what == 6 || what == 7) host.mono = !host.mono;
-  for (int each = 1; each <= kNumBands; ++each) {
-    const std::string rows = "SCLF=1 SCLFF=200 RelFast=1 RelSlow=1 SCSrc=";
-    host.rig.setText(ofBand(each, rows + (each % 2 == 0 ? "1" : "2")) +
-                     ofBand(each, "Lookahead=" + std::to_string(each % 3)));
-  }
-  host.rig.set(kWetDry, 50);  // so that both paths are heard
-}
-
-/// Of `frames` in blocks of any length, the loudest that comes out or that a detector hears.
-double loudest(Host& host, int frames) {
-  double peak = 0.0;
-  for (const int end = host.played + frames; host.played < end;) {
-    host.side = host.loud ? 2 : host.below(4);
-    const auto out = host.play<double>(1 + host.below(host.below(4) == 0 ? 3000 : 200));
-    peak = std::max(peak, deviation(Stereo<double>(out.frames()), out, 0));
-    for (int band = 0; band < kNumBands; ++band) {
-      const double heard = host.rig.plug.getBandEnvelope(band);
-      if (heard > 1e-6) peak = std::max(peak, heard);  // more than what a release leaves
-    }
-  }
-  return peak;
-}
-
-TEST(OldAudioTest, IsNotHeardAgainHoweverTheChainChanges) {
-  constexpr int kLongest = 20000;  // samples in which silence goes through any chain here
-  Host host(3);
-  for (int round = 0; round < 25 && !testing::Test::HasFailure(); ++round) {
-    host.loud = true;
-    for (int i = 0; i < 4; ++i) {
-      loudest(host, 1500);
-      rearrange(host);
-    }
-    host.loud = false;
-    loudest(host, kLongest);
-    for (int i = 0; i < 7; ++i) {
-      EXPECT_LT(loudest(host, i == 0 ? 1 : 3000), 1e-12) << round << ", change " << i;
-      rearrange(host);
-    }
-  }
-}
 
 }  // namespace
