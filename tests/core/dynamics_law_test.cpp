@@ -1,8 +1,9 @@
-// What the effect does to levels, measured from outside: steady gains, channels, sidechains and
-// what is listened to, against their closed forms.
+// What the effect does to levels, measured from outside: steady gains, ballistics, channels,
+// sidechains and what is listened to, against their closed forms.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <sstream>
@@ -116,6 +117,52 @@ TEST(DynamicsLawTest, ListeningLetsOneBeHeard) {
     for (const double sample : rest(rig, {x, x, outside, outside}).constant) {
       EXPECT_NEAR(sample / x, std::stod(row[3]), 2e-3) << row[0] << ": " << row[1];
     }
+  }
+}
+
+/// 4:1 above -20 dB, from -70 to -2 dB and back: attack, hold and release by the level, and the
+/// attack by the gain. Half a second each; with always the slow times, or always the fast.
+void expectTimes(double rate, double attack, double release, bool slow) {
+  const double low = linear(-70), high = linear(-2);
+  const auto wanted = [](double dB) { return dB > -20 ? -0.75 * (dB + 20) : 0.0; };
+  const double perMs = rate * 0.001;
+  const auto half = static_cast<std::size_t>(rate / 2);
+  PlugRig rig({{"kB1Ratio", 0.75}, {"kB1Crest", slow ? 24 : 0}}, rate);
+  prepare(rig, "B1Attack=" + std::to_string(attack) + (slow ? " B1RelSlow=" : " B1RelFast=") +
+                   std::to_string(release));
+  Stereo<double> input(static_cast<int>(3 * half));
+  input.channels[0].assign(3 * half, low);
+  std::fill_n(input.channels[0].begin() + static_cast<std::ptrdiff_t>(half), half, high);
+  input.channels[1] = input.channels[0];
+  const auto byLevel = render(rig.plug, input, 100).channels[0];
+  rig.setText("B1Shape=0");
+  rig.plug.resume();
+  const auto byGain = render(rig.plug, input, 100).channels[0];
+  const auto rise = [&](std::size_t n) {
+    return std::exp(-2.0 * static_cast<double>(n) / (perMs * attack));
+  };
+  const double top = high + (low - high) * rise(half);
+  for (std::size_t i = half; i < 3 * half; i += 7) {
+    const std::size_t n = i % half + 1;
+    const double level = input.channels[0][i];
+    const bool rises = i < 2 * half;
+    const double fall =
+        std::max(0.0, static_cast<double>(n) - std::floor(0.8 * perMs)) / (perMs * release);
+    const double envelope =
+        rises ? decibels(high + (low - high) * rise(n)) : decibels(top) - 40 / std::log(10) * fall;
+    if (envelope < -60) continue;
+    ASSERT_NEAR(decibels(byLevel[i] / level), wanted(envelope), kTolerance) << i;
+    if (!rises) continue;
+    ASSERT_NEAR(decibels(byGain[i] / level), wanted(-2) * (1 - rise(n)), kTolerance) << i;
+  }
+}
+
+TEST(DynamicsLawTest, RisesHoldsAndFallsByItsTimes) {
+  for (const bool slow : {false, true}) {
+    expectTimes(44100, 3, 50, slow);
+    expectTimes(48000, 0.02, 20, slow);
+    expectTimes(48000, 40, 400, slow);
+    expectTimes(96000, 10, 100, slow);
   }
 }
 
