@@ -27,7 +27,7 @@ constexpr std::size_t kEvery = 1;
 constexpr std::size_t kEvery = 8;  // where sanitizers take their time
 #endif
 constexpr std::size_t kParts = 6;
-constexpr std::size_t kScenes = 144, kCalm = 88;
+constexpr std::size_t kScenes = 152, kCalm = 96;
 constexpr int kFrames = 12000;
 constexpr std::array kRates = {44100.0, 48000.0, 88200.0, 96000.0, 192000.0};
 
