@@ -14,7 +14,7 @@ TEST(Edits, DoWhatTheScriptTells) {
   std::map<std::string, std::vector<std::string>> scenes;
   std::optional<TestDirectory> directory;
   std::optional<EditScript> script;
-  std::ifstream file(CORVANTHELIS_CORE_DATA "/edits.txt");
+  std::ifstream file(TEST_DATA "/edits.txt");
   int cases = 0;
   std::string heading;
   std::string scene;
@@ -235,7 +235,7 @@ TEST(Edits, TellTheHostLoadAgainAndAreUndoneToBothEnds) {
   constexpr unsigned kWalks = 6;
 #endif
   std::vector<std::string> templates;
-  std::ifstream file(CORVANTHELIS_CORE_DATA "/walk.txt");
+  std::ifstream file(TEST_DATA "/walk.txt");
   for (std::string line; std::getline(file, line);) {
     const int weight = line.starts_with("#") ? 0 : std::stoi(line);
     for (int i = 0; i < weight; ++i) templates.push_back(line.substr(line.find(' ') + 1));

@@ -29,7 +29,7 @@ void take(const std::string& word, ValueTextContext& context) {
 TEST(ValueText, ShowsEachParameterInItsWords) {
   const std::string before = std::setlocale(LC_NUMERIC, nullptr);
   for (const char* const locale : {"C", "de_DE.UTF-8", "fr_FR.UTF-8"}) {
-    std::ifstream file(CORVANTHELIS_CORE_DATA "/values.txt");
+    std::ifstream file(TEST_DATA "/values.txt");
     int texts = 0;
     for (std::string line; std::getline(file, line);) {
       if (line.starts_with("#")) continue;

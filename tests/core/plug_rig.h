@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -45,6 +46,17 @@ class PlugRig {
   }
   void set(int index, double plain) {
     plug.setParameter(index, plug.plainToNormalised(index, static_cast<float>(plain)));
+  }
+  /// "B1Type=1 IpTrim=-6": as `set`, all together, for tables.
+  void setText(const std::string& text) {
+    const Plug::UpdateHold together(plug);
+    std::istringstream words(text);
+    double plain = 0.0;
+    for (std::string name; std::getline(words >> std::ws, name, '=') && words >> plain;) {
+      const int index = id(("k" + name).c_str());
+      ASSERT_GE(index, 0) << name;
+      set(index, plain);
+    }
   }
   [[nodiscard]] static int id(const char* identifier) {
     return parameterKeyTable().find(identifier);
@@ -108,16 +120,22 @@ inline void process(Plug& plug, double** in, double** out, int frames) {
   plug.processDoubleReplacing(in, out, frames);
 }
 
-/// Runs `input` through in blocks of `block`, without sidechain; `between(frame)` before each
-/// block.
+/// Runs `input`, mono if its right is empty, through in blocks of `block`, `side` for a sidechain;
+/// `between(frame)` before each block.
 template <typename Sample, typename Between>
-Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between between) {
+Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between between,
+                      Stereo<Sample>* side = nullptr) {
   Stereo<Sample> output(input.frames());
+  const std::size_t channels = input.channels[1].empty() ? 1 : 2;
   for (int at = 0; at < input.frames(); at += block) {
     between(at);
-    std::array<Sample*, 4> in = {input.channels[0].data() + at, input.channels[1].data() + at,
-                                 nullptr, nullptr};
-    std::array<Sample*, 2> out = {output.channels[0].data() + at, output.channels[1].data() + at};
+    std::array<Sample*, 4> in{};
+    std::array<Sample*, 2> out{};
+    for (std::size_t c = 0; c < channels; ++c) {
+      in[c] = input.channels[c].data() + at;
+      out[c] = output.channels[c].data() + at;
+      if (side != nullptr) in[channels + c] = side->channels[c].data() + at;
+    }
     process(plug, in.data(), out.data(), std::min(block, input.frames() - at));
   }
   return output;
@@ -144,6 +162,14 @@ double deviation(const Stereo<Sample>& input, const Stereo<Sample>& output, std:
 inline std::size_t latencyOf(PlugRig& rig) {
   rig.plug.onIdle();
   return static_cast<std::size_t>(rig.plug.getAeffect()->initialDelay);
+}
+
+/// "State=1 Type=0" of a band, counted from 1, as `setText` takes it.
+inline std::string ofBand(int band, const std::string& rows) {
+  std::istringstream words(rows);
+  std::string text;
+  for (std::string word; words >> word;) text += "B" + std::to_string(band) + word + ' ';
+  return text;
 }
 
 inline double linear(double dB) { return std::pow(10.0, dB / 20.0); }
