@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,10 +22,12 @@ struct Row {
 
 /// The rows of a CSV text under `header`; "-inf" is minus infinity.
 std::vector<Row> readRows(const std::string& text, const std::string& header) {
-  EXPECT_TRUE(text.starts_with(header + "\n")) << text.substr(0, 40);
+  std::istringstream lines(text);
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_EQ(line, header);
   std::vector<Row> rows;
-  for (std::size_t at = text.find('\n') + 1; at < text.size(); at = text.find('\n', at) + 1) {
-    const std::string line = text.substr(at, text.find('\n', at) - at);
+  while (std::getline(lines, line)) {
     const std::size_t comma = line.find(',');
     const std::string y = line.substr(comma + 1);
     const auto number = finiteNumber(y);
@@ -36,123 +38,115 @@ std::vector<Row> readRows(const std::string& text, const std::string& header) {
   return rows;
 }
 
-std::vector<Row> curve(const std::string& arguments) {
-  const ProgramRun result = runProgram("curve " + arguments);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  return readRows(result.out, "frequency,dB");
-}
-
-double decibels(double magnitude) { return 20.0 * std::log10(magnitude); }
-
-/// A crossover split's low-pass and what is left of it.
-double low(double ratio, double slope) { return 1.0 / (1.0 + std::pow(ratio, slope / 6.0)); }
-double high(double ratio, double slope) { return 1.0 / (1.0 + std::pow(ratio, -slope / 6.0)); }
-
-/// A Butterworth low-pass of the order that `slope` asks for.
-double butterworth(double ratio, double slope) {
-  return 1.0 / std::sqrt(1.0 + std::pow(ratio, slope / 3.0));
-}
-
-// Splits at 1000 and 4000 Hz, and one band behind the crossover.
-const std::string kThree =
-    " --set kB1Frequency=500 --set kB2State=1 --set kB2Frequency=2000 --set kB3State=1"
-    " --set kB3Frequency=8000 --set kB2Slope=48";
-const std::string kBehind = " --set kB2State=1 --set kB2Type=1";
-
-TEST(CurveCommand, drawsTheClosedForms) {
-  const struct {
-    std::string arguments;
-    std::function<double(double)> magnitude;  // by Hz
-  } cases[] = {
-      {"--band 1" + kThree, [](double f) { return low(f / 1000.0, 24.0); }},
-      {"--band 2" + kThree,
-       [](double f) { return high(f / 1000.0, 24.0) * low(f / 4000.0, 48.0); }},
-      {"--band 3" + kThree,
-       [](double f) { return high(f / 1000.0, 24.0) * high(f / 4000.0, 48.0); }},
-      {"--band 2 --set kB2SubType=4 --set kB2Slope=36 --set kB2Frequency=300" + kBehind,
-       [](double f) { return butterworth(f / 300.0, 36.0); }},
-      {"--band 2 --rate 22050 --setn kB2SubType=0.857142857 --set kB2Slope=12" + kBehind,
-       [](double f) { return butterworth(1000.0 / f, 12.0); }},
-      // Its upper edge would lie at 1.93 times the frequency, past half the rate.
-      {"--band 2 --rate 20000 --set kB2SubType=1 --set kB2Frequency=8000 --set kB2Slope2=12" +
-           kBehind,
-       [](double f) {
-         const double ratio =
-             std::sqrt(1.0 + (0.5 + std::sqrt(0.71 * 0.71 + 0.25)) / (0.71 * 0.71));
-         return butterworth(8000.0 / ratio / f, 12.0) * butterworth(f / 10000.0, 24.0);
-       }},
-      {"--band 2 --set kB2SubType=7" + kBehind, [](double) { return 1.0; }},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    const std::vector<Row> rows = curve(c.arguments);
-    ASSERT_EQ(rows.size(), 512U);
-    EXPECT_EQ(rows.front().x, 10.0);
-    EXPECT_EQ(rows.back().x, 24000.0);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      // Frequencies, as the parameters that set the splits, have the seven digits of a float; a
-      // slope turns what they lack into decibels.
-      ASSERT_NEAR(rows[i].x / (10.0 * std::pow(2400.0, static_cast<double>(i) / 511.0)), 1.0, 1e-7);
-      const double level = decibels(c.magnitude(rows[i].x));
-      // Deeper, what a split leaves beside its low-pass is lost in the digits of a 1.
-      if (level < -200.0) {
-        ASSERT_LT(rows[i].y, -199.0) << rows[i].x << " Hz";
-      } else {
-        ASSERT_NEAR(rows[i].y, level, 1e-4) << rows[i].x << " Hz";
-      }
+class CurveCommand : public ProgramTest {
+ protected:
+  /// A curve as it is printed, which is that of its document.
+  [[nodiscard]] std::vector<Row> curve(const std::string& arguments, int rate = 48000) const {
+    const std::string all = "curve " + arguments + " --rate " + std::to_string(rate);
+    std::vector<Row> rows = readRows(answer(all), "frequency,dB");
+    const JsonTree tree(jsonParse(answer(all + " --json").c_str()));
+    const auto item = [&tree](const char* key) { return jsonGetObjectItem(tree.get(), key); };
+    const bool isMeasured = arguments.find("--measured") != std::string::npos;
+    EXPECT_EQ(item("band")->valueDouble, arguments[arguments.find("--band ") + 7] - '0');
+    EXPECT_EQ(item("rate")->valueDouble, rate);
+    EXPECT_TRUE(jsonIsType(item("measured"), isMeasured ? kJsonTrue : kJsonFalse));
+    EXPECT_STREQ(item("kind")->valueString,
+                 arguments.find("Type=1") == std::string::npos ? "crossover" : "dynamic EQ");
+    EXPECT_EQ(jsonGetArraySize(item("points")), static_cast<int>(rows.size()));
+    const JsonNode* point = item("points")->child;
+    for (const Row& row : rows) {
+      const JsonNode* const level = jsonGetObjectItem(point, "dB");
+      EXPECT_NEAR(jsonGetObjectItem(point, "frequency")->valueDouble, row.x, 1e-9 * row.x);
+      EXPECT_TRUE(std::isfinite(row.y) ? std::abs(level->valueDouble - row.y) < 1e-9
+                                       : jsonIsType(level, kJsonNull));
+      point = point->next;
     }
+    return rows;
+  }
+};
+
+/// The product that a text names: "split< 1000/24" is the low part of a split at 1 kHz with 24 dB
+/// per octave, "split>" the high one; "pass<" and "pass>" are the filters of a dynamic EQ band.
+double magnitude(const std::string& text, double hertz) {
+  std::istringstream words(text);
+  double product = 1.0;
+  double at = 0.0;
+  double slope = 0.0;
+  char slash = '/';
+  for (std::string kind; words >> kind && words >> at >> slash >> slope;) {
+    const double ratio = kind.ends_with('<') ? hertz / at : at / hertz;
+    const bool isSplit = kind.starts_with("split");
+    product *= isSplit ? 1.0 / (1.0 + std::pow(ratio, slope / 6.0))
+                       : 1.0 / std::sqrt(1.0 + std::pow(ratio, slope / 3.0));
+  }
+  return product;
+}
+
+/// The frequencies of a curve have the seven digits of a float, as have the parameters that set its
+/// splits; a slope turns what they lack into decibels.
+void expectDrawn(const std::vector<Row>& rows, const std::string& form) {
+  ASSERT_EQ(rows.size(), 512U);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    ASSERT_NEAR(rows[i].x / (10.0 * std::pow(2400.0, static_cast<double>(i) / 511.0)), 1.0, 1e-7);
+    if (form.starts_with("silence")) {
+      EXPECT_TRUE(i > 0 || !std::isfinite(rows[i].y));
+      continue;
+    }
+    const double level = 20.0 * std::log10(magnitude(form, rows[i].x));
+    // Deeper, what a split leaves beside its low-pass is lost in the digits of a 1.
+    ASSERT_TRUE(level < -200.0 ? rows[i].y < -199.0 : std::abs(rows[i].y - level) < 1e-4)
+        << rows[i].x << " Hz: " << rows[i].y << ", not " << level;
   }
 }
 
-TEST(CurveCommand, whatIsHeardIsWhatIsDrawn) {
-  const struct {
-    int rate;
-    std::string arguments;
-  } cases[] = {
-      {48000, "--band 1 --set kB2State=1 --set kB2Frequency=9000"},
-      {44100, "--band 2 --set kB2State=1 --set kB2Frequency=16000 --set kB1Solo=1"},
-      {48000, "--band 2 --set kB2SubType=3 --set kB2Frequency=3000" + kBehind},
-      {96000, "--band 2 --set kB2SubType=5 --set kB2Frequency=5000 --set kB2Slope=12" + kBehind},
-      {44100, "--band 1 --set kB1Type=1 --set kB1Frequency=4000 --set kB1Lookahead=20"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    const std::string arguments = c.arguments + " --rate " + std::to_string(c.rate);
-    const std::vector<Row> drawn = curve(arguments);
-    const std::vector<Row> measured = curve(arguments + " --measured");
-    ASSERT_FALSE(measured.empty());
-    ASSERT_LE(measured.size(), drawn.size());
-    EXPECT_LE(measured.back().x, c.rate / 2.0);
-    if (measured.size() < drawn.size()) {
-      EXPECT_GT(drawn[measured.size()].x, c.rate / 2.0);
-    }
-    int compared = 0;
-    double lowest = 0.0;
-    for (std::size_t i = 0; i < measured.size(); ++i) {
-      ASSERT_EQ(measured[i].x, drawn[i].x);
-      // Below, the kernels are too short to follow.
-      if (drawn[i].x < 300.0 || drawn[i].y < -40.0) continue;
-      ASSERT_NEAR(measured[i].y, drawn[i].y, 0.1) << drawn[i].x << " Hz";
-      lowest = std::min(lowest, drawn[i].y);
-      ++compared;
-    }
-    EXPECT_GT(compared, 150);
-    EXPECT_LT(lowest, -12.0);
+/// What is heard is what is drawn, up to half the rate.
+void expectHeard(const std::vector<Row>& measured, const std::vector<Row>& drawn, int rate) {
+  const auto last = std::ranges::upper_bound(drawn, 0.5 * rate, {}, &Row::x);
+  ASSERT_EQ(measured.size(), static_cast<std::size_t>(last - drawn.begin()));
+  int compared = 0;
+  double lowest = 0.0;
+  for (std::size_t i = 0; i < measured.size(); ++i) {
+    ASSERT_EQ(measured[i].x, drawn[i].x);
+    // Below, the kernels are too short to follow.
+    if (drawn[i].x < 300.0 || drawn[i].y < -40.0) continue;
+    ASSERT_NEAR(measured[i].y, drawn[i].y, 0.1) << drawn[i].x << " Hz";
+    lowest = std::min(lowest, drawn[i].y);
+    ++compared;
   }
+  EXPECT_GT(compared, 150);
+  EXPECT_LT(lowest, -12.0);
 }
 
-TEST(CurveCommand, theImpulseComesWithTheLatency) {
+TEST_F(CurveCommand, drawsTheClosedFormsAndWhatIsHeard) {
+  std::istringstream lines(readBytes(CORVANTHELIS_TEST_DATA "/curves.txt"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("#")) continue;
+    SCOPED_TRACE(line);
+    const std::size_t first = line.find(" | ");
+    const std::size_t second = line.find(" | ", first + 3);
+    const std::string form = line.substr(first + 3, second - first - 3);
+    const std::string arguments = line.substr(second + 3);
+    const int rate = std::stoi(line);
+    const std::vector<Row> drawn = curve(arguments, rate);
+    if (form != "heard") expectDrawn(drawn, form);
+    if (form == "heard") expectHeard(curve(arguments + " --measured", rate), drawn, rate);
+  }
+  const std::vector<Row> dry = curve(
+      "--band 1 --points 60 --measured --set kOpTrim=-24 --setn kWetDry=0 --set kB1Frequency=500");
+  EXPECT_NEAR(dry.front().y, 0.0, 1e-6) << "the trim is passed by";
+}
+
+TEST_F(CurveCommand, bringsTheImpulseWithTheLatency) {
   const struct {
     std::string settings;
     double gain;
   } cases[] = {{"", 1.0},
                {" --set kB1Lookahead=0 --rate 96000 --set kIpTrim=-3", std::pow(10.0, -0.15)}};
   for (const auto& [settings, gain] : cases) {
-    const auto late = finiteNumber(runProgram("latency" + settings).out);
+    const auto late = finiteNumber(answer("latency --offline" + settings));
     ASSERT_TRUE(late);
-    const ProgramRun result = runProgram("curve --band 1 --measured --impulse" + settings);
-    const std::vector<Row> rows = readRows(result.out, "sample,value");
+    const std::string text = answer("curve --band 1 --measured --impulse" + settings);
+    const std::vector<Row> rows = readRows(text, "sample,value");
     ASSERT_GE(static_cast<double>(rows.size()), *late + 4096.0);
     for (std::size_t i = 0; i < rows.size(); ++i) {
       ASSERT_EQ(rows[i].x, static_cast<double>(i));
@@ -161,54 +155,14 @@ TEST(CurveCommand, theImpulseComesWithTheLatency) {
   }
 }
 
-TEST(CurveCommand, jsonHoldsTheSameCurve) {
-  const struct {
-    std::string arguments;
-    const char* kind;
-    double band;
-    double rate;
-    bool measured;
-  } cases[] = {
-      // So steep that the first points are silence.
-      {"--band 2 --set kB2SubType=5 --set kB2Slope=96 --set kB2Frequency=20000" + kBehind,
-       "dynamic EQ", 2.0, 48000.0, false},
-      {"--band 1 --measured --rate 32000" + kThree, "crossover", 1.0, 32000.0, true},
-      {"--band 1 --measured --set kOpTrim=-24 --setn kWetDry=0" + kThree, "crossover", 1.0, 48000.0,
-       true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    const std::string arguments = "--points 60 " + c.arguments;
-    const std::vector<Row> rows = curve(arguments);
-    const JsonTree tree(jsonParse(runProgram("curve --json " + arguments).out.c_str()));
-    const auto item = [&tree](const char* key) { return jsonGetObjectItem(tree.get(), key); };
-    ASSERT_TRUE(tree && item("points"));
-    EXPECT_STREQ(item("kind")->valueString, c.kind);
-    EXPECT_EQ(item("band")->valueDouble, c.band);
-    EXPECT_EQ(item("rate")->valueDouble, c.rate);
-    EXPECT_EQ(item("measured")->type & kJsonTypeMask, c.measured ? kJsonTrue : kJsonFalse);
-    ASSERT_EQ(jsonGetArraySize(item("points")), static_cast<int>(rows.size()));
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      const JsonNode* const point = jsonGetArrayItem(item("points"), static_cast<int>(i));
-      const JsonNode* const level = jsonGetObjectItem(point, "dB");
-      EXPECT_NEAR(jsonGetObjectItem(point, "frequency")->valueDouble, rows[i].x, 1e-9 * rows[i].x);
-      if (std::isfinite(rows[i].y)) {
-        EXPECT_NEAR(level->valueDouble, rows[i].y, 1e-9);
-      } else {
-        EXPECT_EQ(level->type & kJsonTypeMask, kJsonNull);
-      }
-    }
-  }
-}
-
-TEST(CurveCommand, aBandOutsideTheChainIsToldHowToGetIn) {
+TEST_F(CurveCommand, tellsABandOutsideTheChainHowToGetIn) {
   const std::string on = " --set kB3State=1 --set kB3Frequency=3000";
   const std::string among =
       " --set kB2State=1 --set kB2Frequency=2000 --set kB4State=1 --set kB4Frequency=8000";
   for (const std::string& settings :
        {on, on + " --set kB3Type=1", on + " --set kB3Type=1 --set kB1State=0",
         on + among + " --set kB3Type=1"}) {
-    const ProgramRun refused = runProgram("curve --band 3" + settings);
+    const ProgramRun refused = run("curve --band 3" + settings);
     EXPECT_EQ(refused.status, 1);
     const std::size_t hint = refused.err.find("--set kBandOrder=");
     ASSERT_NE(hint, std::string::npos) << refused.err;

@@ -1,26 +1,61 @@
 #include "tests/apps/program.h"
 
+#include <stdlib.h>
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <sstream>
+#include <string_view>
 
-ProgramRun runProgram(const std::string& arguments) {
-  return runProgram(arguments, CORVANTHELIS_PROGRAM);
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Whether `text` reads as `pattern`, in which a * stands for anything.
+bool matches(std::string_view pattern, std::string_view text) {
+  const std::size_t star = pattern.find('*');
+  if (star == std::string_view::npos) return pattern == text;
+  if (!text.starts_with(pattern.substr(0, star))) return false;
+  text.remove_prefix(star);
+  pattern.remove_prefix(star + 1);
+  const std::size_t next = pattern.find('*');
+  if (next == std::string_view::npos) return text.ends_with(pattern);
+  const std::size_t found = text.find(pattern.substr(0, next));
+  return found != std::string_view::npos && matches(pattern, text.substr(found));
 }
 
-ProgramRun runProgram(const std::string& arguments, const std::string& program) {
-  const TestDirectory directory;
-  const std::string out = directory.path("out");
-  const std::string err = directory.path("err");
-  const std::string command =
-      ">'" + out + "' 2>'" + err + "' </dev/null '" + program + "' " + arguments;
-  const int status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readBytes(out), readBytes(err)};
+std::string unescaped(const std::string& text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char next = text[i] == '\\' && i + 1 < text.size() ? text[i + 1] : '\0';
+    if (next == 'x') {
+      result += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
+      i += 3;
+    } else if (next == 'n' || next == 't') {
+      result += next == 'n' ? '\n' : '\t';
+      ++i;
+    } else {
+      result += text[i];
+    }
+  }
+  return result;
 }
+
+/// The bytes of all files in a folder and below it, by name; of what is no file the name alone.
+std::map<std::string, std::string> contentsOf(const std::string& folder) {
+  std::map<std::string, std::string> contents;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+    const bool isSmall = entry.is_regular_file() && entry.file_size() < 1'000'000;
+    contents[entry.path()] = isSmall ? readBytes(entry.path()) : "";
+  }
+  return contents;
+}
+
+}  // namespace
 
 int lineCount(const std::string& text) {
-  if (!text.empty() && text.back() != '\n') return -1;
   return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
 }
 
@@ -30,10 +65,74 @@ void replaceAll(std::string& text, const std::string& what, const std::string& w
   }
 }
 
-ProgramRun ProgramTest::run(std::string arguments, const std::string& program) const {
+ProgramTest::ProgramTest() {
+  for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
+    ::setenv(name, file("home").c_str(), 1);
+  }
+  ::unsetenv("CORVANTHELIS_PATH");
+}
+
+ProgramRun ProgramTest::run(std::string arguments) const {
+  const TestDirectory answers;
+  const std::string out = answers.path("out");
+  const std::string err = answers.path("err");
   replaceAll(arguments, "@", file(""));
-  ProgramRun result = program.empty() ? runProgram(arguments) : runProgram(arguments, program);
-  replaceAll(result.out, file(""), "@");
-  replaceAll(result.err, file(""), "@");
+  const std::string redirections = ">'" + out + "' 2>'" + err + "' </dev/null ";
+  const int status = std::system((redirections + "'" + program + "' " + arguments).c_str());
+  ProgramRun result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readBytes(out), readBytes(err)};
+  for (std::string* const text : {&result.out, &result.err}) replaceAll(*text, file(""), "@");
   return result;
+}
+
+std::string ProgramTest::answer(const std::string& arguments) const {
+  ProgramRun result = run(arguments);
+  EXPECT_EQ(result.status, 0) << arguments;
+  EXPECT_EQ(result.err, "") << arguments;
+  return std::move(result.out);
+}
+
+void ProgramTest::check(const Step& step) const {
+  if (step.arguments.empty()) return;
+  const auto before = contentsOf(file(""));
+  const ProgramRun result = run(step.arguments);
+  EXPECT_EQ(result.status, step.status) << step.arguments;
+  EXPECT_TRUE(matches(step.out, result.out)) << step.arguments << "\nanswers\n" << result.out;
+  EXPECT_TRUE(matches(step.err, result.err)) << step.arguments << "\ntells\n" << result.err;
+  if (step.status == 0) return;
+  EXPECT_EQ(lineCount(result.err), 1) << result.err;
+  EXPECT_TRUE(contentsOf(file("")) == before) << step.arguments << " changed a file";
+}
+
+void ProgramTest::take(const std::string& mark, const std::string& text, Step& step) const {
+  const std::string first = text.substr(0, text.find(' '));
+  const std::string second = text.substr(std::min(first.size() + 1, text.size()));
+  if (mark == ">") {
+    step.out += text + "\n";
+  } else if (mark == "!") {
+    step.err += "corvanthelis: warning: " + text + "\n";
+  } else if (mark == "1!" || mark == "2!") {
+    step.status = mark.front() - '0';
+    step.err = "corvanthelis: " + text + "\n";
+  } else {
+    check(std::exchange(step, {}));
+    if (mark == "$") step.arguments = text;
+    if (mark == "+") writeBytes(file(first), second);
+    if (mark == "=" || mark == "/") {
+      const bool isSame = readBytes(file(first)) == readBytes(file(second));
+      EXPECT_EQ(isSame, mark == "=") << text;
+    }
+  }
+}
+
+void ProgramTest::follow(const std::string& name) const {
+  std::istringstream lines(readBytes(CORVANTHELIS_TEST_DATA "/" + name));
+  Step step;
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    if (line.empty() || line.starts_with("#")) continue;
+    const std::size_t blank = std::min(line.find(' '), line.size());
+    take(line.substr(0, blank), unescaped(line.substr(std::min(blank + 1, line.size()))), step);
+  }
+  check(step);
+  EXPECT_GT(count, 10) << name;
 }

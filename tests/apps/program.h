@@ -13,23 +13,41 @@ struct ProgramRun {
   std::string err;
 };
 
-/// Runs the program with `arguments`, as a shell reads them.
-[[nodiscard]] ProgramRun runProgram(const std::string& arguments);
-/// The same for a copy of it.
-[[nodiscard]] ProgramRun runProgram(const std::string& arguments, const std::string& program);
-
-/// How many lines `text` has, every one of them with its end; -1 if the last has none.
 [[nodiscard]] int lineCount(const std::string& text);
-
 void replaceAll(std::string& text, const std::string& what, const std::string& with);
 
-/// Tests of the program with files of their own.
+/// Tests of the program with files of their own; no user has stored anything.
 class ProgramTest : public testing::Test {
  protected:
+  ProgramTest();
   [[nodiscard]] std::string file(const std::string& name) const { return directory.path(name); }
-  /// Runs `arguments` in which every @name stands for a file of the test, as in what it answers;
-  /// by the built program unless another is named.
-  ProgramRun run(std::string arguments, const std::string& program = "") const;
+  /// Runs `arguments`, as a shell reads them, in which every @name stands for a file of the test,
+  /// as in what the program answers.
+  [[nodiscard]] ProgramRun run(std::string arguments) const;
+  /// What the program answers to arguments that it takes without a warning.
+  [[nodiscard]] std::string answer(const std::string& arguments) const;
+  /// Follows data/NAME, whose lines begin with what they mean. A * stands for any text, \n, \t and
+  /// \xHH for the bytes they name.
+  ///
+  ///     + NAME TEXT  a file is written
+  ///     $ ARGUMENTS  the program is run; what it does not announce here it may not say
+  ///     > TEXT       a line of its answer
+  ///     ! TEXT       a warning
+  ///     1! TEXT      its one line about a failure, with the exit status: no file has changed
+  ///     = NAME NAME  two files are the same; with / they differ
+  void follow(const std::string& name) const;
 
   const TestDirectory directory;
+  std::string program = CORVANTHELIS_PROGRAM;
+
+ private:
+  struct Step {
+    std::string arguments;
+    int status = 0;
+    std::string out;
+    std::string err;
+  };
+  void check(const Step& step) const;
+  /// Takes what a line says into `step`, which is checked when another begins.
+  void take(const std::string& mark, const std::string& text, Step& step) const;
 };

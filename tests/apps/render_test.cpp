@@ -1,269 +1,338 @@
-// What the built program does to audio.
+// What the built program does to audio, against the engine fed by hand.
 
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <signal.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
-#include <span>
-#include <system_error>
-#include <thread>
+#include <sstream>
+#include <string>
+#include <vector>
 
-#include "apps/batch.h"
-#include "platform/stop_request.h"
+#include "core/parameter_table.h"
+#include "core/plug.h"
+#include "platform/clock.h"
 #include "state/json_document.h"
+#include "state/machine.h"
 #include "tests/apps/program.h"
 
 namespace {
 
-class Render : public ProgramTest {
- protected:
-  /// Renders `in.wav` and returns what came out.
-  Audio render(const std::string& options) const {
-    const ProgramRun done = run("render --quiet @in.wav @out.wav " + options);
-    EXPECT_EQ(done.status, 0) << done.err;
-    return done.status == 0 ? readAudio(file("out.wav")) : Audio{};
+/// A member of the report, by its path: "loudnessLufs/before".
+const JsonNode* at(const JsonTree& tree, const std::string& path) {
+  const JsonNode* node = tree.get();
+  std::istringstream keys(path);
+  for (std::string key; std::getline(keys, key, '/');) {
+    node = jsonIsType(node, kJsonArray) ? jsonGetArrayItem(node, std::stoi(key))
+                                        : jsonGetObjectItem(node, key.c_str());
   }
-  JsonTree report(const std::string& options) const {
-    JsonTree tree(jsonParse(run("render --json @in.wav @out.wav " + options).out.c_str()));
-    EXPECT_NE(tree, nullptr);
-    return tree;
-  }
-  void writeInput(const Audio& audio) { writeAudio(file("in.wav"), audio); }
-};
+  return node;
+}
 
-double numberAt(const JsonTree& tree, const char* group, const char* key) {
-  const JsonNode* const node = jsonGetObjectItem(jsonGetObjectItem(tree.get(), group), key);
+double numberAt(const JsonTree& tree, const std::string& path) {
+  const JsonNode* const node = at(tree, path);
   return node == nullptr ? std::numeric_limits<double>::quiet_NaN() : node->valueDouble;
 }
 
-// A new gain is reached in 1000 frames.
-constexpr int kRampFrames = 1000;
+class Render : public ProgramTest {
+ protected:
+  /// Renders in.wav with a report.
+  JsonTree render(const std::string& options, const std::string& out = "out.wav") const {
+    JsonTree tree(jsonParse(run("render --json @in.wav @" + out + " " + options).out.c_str()));
+    EXPECT_NE(tree, nullptr) << options;
+    return tree;
+  }
+};
 
-TEST_F(Render, theInputComesOutBitForBitWithoutBandsAndInItsPlaceBehindALatency) {
-  for (const int frames : {0, 1, 7, 5000}) {
-    const Audio audio = makeSignal(frames, 1 + frames % 2, 44100, 11);
-    writeInput(audio);
-    const Audio out = render("--double --format f64 --set kB1State=0");
-    EXPECT_EQ(out.sampleRate, 44100);
-    EXPECT_EQ(out.channels, audio.channels);
-    EXPECT_EQ(out.samples, audio.samples);
-    EXPECT_EQ(run("render @in.wav @out.wav").status, 0) << "with a report";
-    for (const char* block : {"1", "64", "1535", "100000"}) {
-      SCOPED_TRACE(testing::Message() << frames << " frames in blocks of " << block);
-      const Audio late = render(std::string("--double --format f64 --block ") + block);
-      ASSERT_EQ(late.samples.size(), audio.samples.size());
-      for (std::size_t i = 0; i < audio.samples.size(); ++i) {
-        ASSERT_NEAR(late.samples[i], audio.samples[i], 1e-12) << i;
+constexpr const char* kMoveRows =
+    "\xEF\xBB\xBFSeconds,ID,Plain\r\n# a comment\r\n\r\n"
+    "0.1, kOpTrim, -9\r\n"
+    "0.05,kB1Frequency,1900  # up, past the neighbour's place\r\n"
+    "0.1,kOpTrim,3\r\n  \t\r\n"
+    "0.035,kIpTrim,-1e1\r\n"
+    "0,kWetDry,90\n"
+    "0.0875,kB2Gain,-6";
+struct Move {
+  double seconds;
+  std::int32_t parameter;
+  float plain;
+};
+constexpr Move kMoves[] = {
+    {0.0, kWetDry, 90.0F},         {0.035, kIpTrim, -10.0F},
+    {0.05, kB1Frequency, 1900.0F}, {0.0875, bandParameterId(1, kB1Gain), -6.0F},
+    {0.1, kOpTrim, -9.0F},         {0.1, kOpTrim, 3.0F}};
+
+/// A line of renders.txt.
+struct Row {
+  int rate = 0;
+  int channels = 0;
+  int sideChannels = 0;
+  int sideFrames = 0;
+  int block = 0;
+  bool moves = false;
+  std::string output;
+  std::string step;
+  std::string options;
+};
+
+std::istream& operator>>(std::istream& line, Row& row) {
+  line >> row.rate >> row.channels >> row.sideChannels >> row.sideFrames >> row.block >>
+      row.moves >> row.output >> row.step;
+  return std::getline(line, row.options);
+}
+
+/// Renders a row by its 64-bit entry, in pieces of other sizes, offline whatever the row says.
+class Engine {
+ public:
+  explicit Engine(const Row& wanted) : row(wanted) {
+    plug.setSampleRate(static_cast<float>(row.rate));
+    plug.setBlockSize(row.block);
+    std::istringstream words(row.options);
+    for (std::string word; words >> word;) {
+      const bool isPlain = word == "--set";
+      if (!isPlain && word != "--setn") continue;
+      words >> word;
+      const float value = std::stof(word.substr(word.find('=') + 1));
+      const std::int32_t id = parameterKeyTable().find(word.substr(0, word.find('=')));
+      plug.setParameter(id, isPlain ? plug.plainToNormalised(id, value) : value);
+    }
+    plug.resume();
+    plug.onIdle();
+    latency = plug.getInitialDelay();
+  }
+
+  void run(const Audio& main, const Audio& side) {
+    const std::size_t channels = static_cast<std::size_t>(row.channels);
+    const int frames = static_cast<int>(main.samples.size() / channels);
+    const int late = row.options.find("--keep-latency") == std::string::npos ? latency : 0;
+    std::array<std::vector<double>, 4> in;
+    for (auto& plane : in) plane.resize(static_cast<std::size_t>(frames + late));
+    std::array<std::vector<double>, 2> planes = {in[2], in[3]};
+    for (std::size_t i = 0; i < main.samples.size(); ++i) {
+      in[i % channels][i / channels] = main.samples[i];
+    }
+    const std::size_t last = static_cast<std::size_t>(std::max(row.sideChannels, 1)) - 1;
+    for (std::size_t i = 0; i < side.samples.size() / (last + 1) && i < in[2].size(); ++i) {
+      const double* const frame = side.samples.data() + i * (last + 1);
+      in[channels][i] = channels == 1 ? 0.5 * (frame[0] + frame[last]) : frame[0];
+      if (channels == 2) in[3][i] = frame[last];
+    }
+    readGains();
+    for (int done = 0; done < frames + late;) {
+      const int end = std::min(done + row.block, done < frames ? frames : frames + late);
+      while (row.moves && done < frames && next < std::size(kMoves) &&
+             std::floor(kMoves[next].seconds * row.rate + 1e-6) < end) {
+        const Move& move = kMoves[next++];
+        plug.setParameter(move.parameter, plug.plainToNormalised(move.parameter, move.plain));
       }
+      while (done < end) {
+        const int piece = std::min(end - done, 37 + done % 91);
+        std::array<double*, 4> inputs{};
+        std::array<double*, 2> outputs{};
+        const std::size_t used = row.sideChannels > 0 ? 2 * channels : channels;
+        for (std::size_t c = 0; c < used; ++c) inputs[c] = in[c].data() + done;
+        for (std::size_t c = 0; c < channels; ++c) outputs[c] = planes[c].data() + done;
+        plug.processDoubleReplacing(inputs.data(), outputs.data(), piece);
+        readGains();
+        done += piece;
+      }
+      plug.onIdle();
+    }
+    for (std::size_t i = 0; i < main.samples.size(); ++i) {
+      out.push_back(planes[i % channels][i / channels + static_cast<std::size_t>(late)]);
+    }
+  }
+
+  std::vector<double> out;
+  std::array<double, kNumBands> lowest{};
+  std::array<double, kNumBands> highest{};
+  std::size_t next = 0;  // of the moves
+  int latency = 0;
+  Plug plug{[](AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*, float) {
+              return opcode == kHostProcessLevel ? std::intptr_t{kProcessLevelOffline} : 0;
+            },
+            Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached()};
+
+ private:
+  void readGains() {
+    for (std::size_t i = 0; i < 2U * kNumBands && i / kNumBands < std::size_t(row.channels); ++i) {
+      const std::size_t band = i % kNumBands;
+      const double gain = plug.getBandGain(int(band), 3, int(i / kNumBands));
+      lowest[band] = std::min(lowest[band], gain);
+      highest[band] = std::max(highest[band], gain);
+    }
+  }
+
+  const Row& row;
+};
+
+void expectReported(const JsonTree& report, const Row& row, int frames, const Engine& engine) {
+  const struct {
+    const char* path;
+    double value;
+  } figures[] = {{"sampleRate", double(row.rate)},
+                 {"channels", double(row.channels)},
+                 {"frames", double(frames)},
+                 {"seconds", double(frames) / row.rate},
+                 {"latencySamples", double(engine.latency)},
+                 {"passes", 1.0},
+                 {"outputTrimDb/after", double(engine.plug.getPlainValue(kOpTrim))}};
+  for (const auto& figure : figures) {
+    EXPECT_NEAR(numberAt(report, figure.path), figure.value, 1e-6) << figure.path;
+  }
+  int place = 0;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (engine.plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) continue;
+    const std::string entry = "gainReduction/" + std::to_string(place++);
+    const auto i = static_cast<std::size_t>(band);
+    // The largest gain within a block of another size is another one.
+    EXPECT_EQ(numberAt(report, entry + "/band"), band + 1);
+    EXPECT_NEAR(numberAt(report, entry + "/reductionDb"), -engine.lowest[i], 0.05) << entry;
+    EXPECT_NEAR(numberAt(report, entry + "/boostDb"), engine.highest[i], 0.05) << entry;
+  }
+  EXPECT_EQ(jsonGetArraySize(at(report, "gainReduction")), place);
+  EXPECT_EQ(jsonGetArraySize(at(report, "warnings")),
+            row.moves && engine.next < std::size(kMoves) ? 1 : 0);
+}
+
+TEST_F(Render, isWhatTheEngineGivesInItsPlaceAndReportedAsItWas) {
+  constexpr int kFrames = 5003;
+  writeBytes(file("moves.csv"), kMoveRows);
+  std::istringstream lines(readBytes(CORVANTHELIS_TEST_DATA "/renders.txt"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("#")) continue;
+    SCOPED_TRACE(line);
+    Row row;
+    std::istringstream(line) >> row;
+    const Audio main = makeSignal(kFrames, row.channels, row.rate, 12);
+    const Audio side = makeSignal(row.sideFrames, std::max(row.sideChannels, 1), row.rate, 13);
+    writeAudio(file("in.wav"), main);
+    writeAudio(file("side.wav"), side);
+    Engine engine(row);
+    engine.run(main, side);
+    const std::string moves = row.moves ? " --automation @moves.csv" : "";
+    const JsonTree report =
+        render(row.options + moves + " --block " + std::to_string(row.block), row.output);
+    expectReported(report, row, kFrames, engine);
+    const Audio out = readAudio(file(row.output));
+    EXPECT_EQ(out.sampleRate, row.rate);
+    EXPECT_EQ(out.channels, row.channels);
+    ASSERT_EQ(out.samples.size(), engine.out.size());
+    const double step = std::stod(row.step);
+    for (std::size_t i = 0; i < out.samples.size(); ++i) {
+      // The 32-bit entry rounds what goes in, too.
+      const double error = step == 0.0 ? 0.0 : step == 1.0 ? 1e-6 : 0.5 * step + 1e-6;
+      ASSERT_NEAR(out.samples[i], engine.out[i], error) << i;
+      const bool isWhole = step > 0.0 && step < 1.0;
+      ASSERT_EQ(isWhole ? std::remainder(out.samples[i], step) : 0.0, 0.0) << i;
     }
   }
 }
 
-TEST_F(Render, blocksOfAnySizeGiveTheSameAndSoDoesASecondRun) {
-  writeInput(makeSignal(10007, 2, 48000, 12));
-  const std::string options =
-      "--format f64 --set kIpTrim=-7 --set kB1Threshold=-30 --set kB1Ratio=0.5 --set kWetDry=70 ";
-  const Audio expected = render(options + "--block 1024");
-  ASSERT_EQ(expected.samples.size(), 2U * 10007U);
-  for (const char* block : {"1", "64", "1000", "8192", "100000"}) {
-    EXPECT_EQ(render(options + "--block " + block).samples, expected.samples) << block;
-  }
-  const std::string first = readBytes(file("out.wav"));
-  render(options + "--block 100000");
-  EXPECT_EQ(readBytes(file("out.wav")), first);
-}
-
-TEST_F(Render, settingsApplyInTheOrderOfTheCommandLine) {
-  const Audio audio = makeSignal(3000, 1, 48000, 13);
-  writeInput(audio);
-  const struct {
-    const char* options;
-    double gainDb;
-  } cases[] = {{"--set kIpTrim=-6", -6.0},
-               {"--setn kIpTrim=0.25", -12.0},
-               {"--set kIpTrim=6 --setn kIpTrim=0.25 --setn kOpTrim=1 --set kOpTrim=3", -9.0},
-               {"--setn kIpTrim=0.25 --set kIpTrim=6 --set kOpTrim=3 --setn kOpTrim=0.5", 6.0}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.options);
-    const Audio out = render(std::string("--double --format f64 --set kB1State=0 ") + c.options);
+TEST_F(Render, givesTheInputBackWhereNothingIsAsked) {
+  for (const int frames : {0, 1, 7, 48000}) {
+    Audio audio = makeSignal(frames, 1 + frames % 2, 44100, 11);
+    for (int i = frames / 2; i < frames; ++i) audio.samples[i] *= 0.1;
+    writeAudio(file("in.wav"), audio);
+    const JsonTree off = render("--double --format f64 --set kB1State=0");
+    EXPECT_EQ(readAudio(file("out.wav")).samples, audio.samples);
+    const JsonTree late = render("--double --format f64 --block 1535");
+    EXPECT_GT(numberAt(late, "latencySamples"), 0.0);
+    const Audio out = readAudio(file("out.wav"));
     ASSERT_EQ(out.samples.size(), audio.samples.size());
-    const double gain = std::pow(10.0, c.gainDb * 0.05);
-    for (std::size_t i = kRampFrames; i < out.samples.size(); ++i) {
-      ASSERT_NEAR(out.samples[i], gain * audio.samples[i], 1e-6) << i;  // 32-bit parameters
+    for (std::size_t i = 0; i < out.samples.size(); ++i) {
+      ASSERT_NEAR(out.samples[i], audio.samples[i], 1e-12) << i;
+    }
+    for (const std::string group : {"loudnessLufs", "truePeakDbtp"}) {
+      EXPECT_NEAR(numberAt(late, group + "/before"), numberAt(late, group + "/after"), 1e-6);
     }
   }
-}
-
-TEST_F(Render, automationTakesEffectAtTheBlockThatHoldsIt) {
-  const Audio audio = makeSignal(6000, 1, 48000, 14);
-  writeInput(audio);
-  writeBytes(file("moves.csv"), "0.05,kIpTrim,-12\n");  // frame 2400
-  const struct {
-    int block;
-    std::size_t firstChanged;
-  } cases[] = {{1, 2400}, {100, 2400}, {1000, 2000}, {4096, 0}};
-  for (const auto& c : cases) {
-    for (const char* level : {"", " --realtime"}) {
-      SCOPED_TRACE(testing::Message() << c.block << level);
-      const Audio out = render(
-          "--double --format f64 --set kB1State=0 --automation @moves.csv "
-          "--block " +
-          std::to_string(c.block) + level);
-      ASSERT_EQ(out.samples.size(), audio.samples.size());
-      std::size_t changed = 0;
-      while (changed < 6000 && out.samples[changed] == audio.samples[changed]) ++changed;
-      // The ramp's first sample still has the old gain.
-      EXPECT_LE(c.firstChanged, changed);
-      EXPECT_LE(changed, c.firstChanged + 2);
-      EXPECT_NEAR(out.samples[5999], audio.samples[5999] * std::pow(10.0, -0.6), 1e-6);
-    }
-  }
-}
-
-// A live effect puts new filters off by the clock; a render must not depend on it.
-TEST_F(Render, automatedFiltersMoveAtOnceLiveAndOffline) {
-  writeInput(makeSignal(9600, 2, 48000, 16));
-  std::string moves;
-  for (int i = 1; i < 40; ++i) {
-    moves += std::to_string(i * 0.005) + ",kB1Frequency," + std::to_string(150 * i) + "\n";
-  }
-  writeBytes(file("moves.csv"), moves);
-  const std::string options =
-      "--double --format f64 --block 240 --set kB1Type=1 --set kB1Solo=1 --set kB1Bypass=1 ";
-  const Audio offline = render(options + "--automation @moves.csv");
-  const Audio live = render(options + "--realtime --automation @moves.csv");
-  EXPECT_EQ(live.samples, offline.samples);
-  EXPECT_NE(live.samples, render(options + "--set kB1Frequency=5850").samples);
-}
-
-// The file says where each band is; unlike under a hand, none makes room for another.
-TEST_F(Render, automationMovesNothingButWhatItNames) {
-  writeInput(makeSignal(4800, 1, 48000, 17));
-  const std::string bands =
-      "--double --format f64 --set kB1Solo=1 --set kB1Bypass=1 --set kB2State=1 "
-      "--set kB2Frequency=2000 --set kBandOrder=0.836735 ";
-  writeBytes(file("moves.csv"), "0,kB1Frequency,1900\n");
-  const Audio moved = render(bands + "--automation @moves.csv");
-  EXPECT_EQ(moved.samples, render(bands + "--set kB1Frequency=1900").samples);
-}
-
-TEST_F(Render, whatIsNoNumberComesOutAsZero) {
+  // What is no number counts as silence.
   Audio audio = makeSignal(48000, 2, 48000, 15);
   std::vector<double> expected = audio.samples;
-  const double odd[] = {std::numeric_limits<double>::quiet_NaN(),
-                        std::numeric_limits<double>::infinity(),
-                        -std::numeric_limits<double>::infinity()};
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const double odd[] = {std::numeric_limits<double>::quiet_NaN(), kInfinity, -kInfinity};
   for (std::size_t i = 0; i < 300; ++i) {
     audio.samples[i * 13] = odd[i % 3];
     expected[i * 13] = 0.0;
   }
-  writeInput(audio);
-  EXPECT_EQ(render("--double --format f64 --set kB1State=0").samples, expected);
-  const JsonTree tree = report("--set kB1State=0");
-  EXPECT_EQ(jsonGetArraySize(jsonGetObjectItem(tree.get(), "warnings")), 1);
-  for (const char* group : {"loudnessLufs", "truePeakDbtp"}) {
-    EXPECT_NEAR(numberAt(tree, group, "before"), numberAt(tree, group, "after"), 1e-3) << group;
-  }
+  writeAudio(file("in.wav"), audio);
+  const JsonTree report = render("--double --format f64 --set kB1State=0");
+  EXPECT_EQ(readAudio(file("out.wav")).samples, expected);
+  EXPECT_EQ(std::string(at(report, "warnings/0")->valueString),
+            "300 samples were not a finite number and became 0");
+  EXPECT_NEAR(numberAt(report, "loudnessLufs/before"), numberAt(report, "loudnessLufs/after"),
+              1e-6);
 }
 
-TEST_F(Render, aSidechainOfAnyLengthAndBothChannelCountsIsTaken) {
-  const Audio audio = makeSignal(3000, 2, 48000, 16);
-  for (const int channels : {1, 2}) {
-    writeInput(makeSignal(3000, channels, 48000, 16));
-    for (const int sideChannels : {1, 2}) {
-      for (const int frames : {0, 100, 9000}) {
-        SCOPED_TRACE(testing::Message() << channels << sideChannels << ", " << frames << " frames");
-        writeAudio(file("side.wav"), makeSignal(frames, sideChannels, 48000, 17));
-        const Audio out = render("--sidechain @side.wav --set kB1SCSrc=2");
-        EXPECT_EQ(out.samples.size(), static_cast<std::size_t>(3000 * channels));
-      }
+/// A tone of 997 Hz, at which the weighting of loudness is what its offset takes back.
+Audio tone(int rate, std::vector<double> peaks, double seconds) {
+  Audio audio{rate, static_cast<int>(peaks.size()), {}};
+  for (int i = 0; i < seconds * rate; ++i) {
+    for (const double peak : peaks) audio.samples.push_back(peak * std::sin(6264.335 * i / rate));
+  }
+  return audio;
+}
+
+TEST_F(Render, measuresLoudnessAndPeaksOfEachChannelBeforeAndAfter) {
+  for (const int rate : {44100, 96000}) {
+    for (const std::vector<double>& peaks :
+         {std::vector{0.4}, std::vector{0.4, 0.05}, std::vector{0.05, 0.4}}) {
+      SCOPED_TRACE(testing::Message() << rate << " Hz, " << peaks.size() << ", " << peaks[0]);
+      writeAudio(file("in.wav"), tone(rate, peaks, 2.0));
+      double power = 0.0;
+      for (const double peak : peaks) power += 0.5 * peak * peak;
+      const JsonTree report = render("--set kB1State=0 --set kIpTrim=6 --set kOpTrim=-1");
+      const double loudness = 10.0 * std::log10(power);
+      EXPECT_NEAR(numberAt(report, "loudnessLufs/before"), loudness, 0.02);
+      EXPECT_NEAR(numberAt(report, "loudnessLufs/after"), loudness + 5.0, 0.1);
+      EXPECT_NEAR(numberAt(report, "truePeakDbtp/before"), 20.0 * std::log10(0.4), 0.02);
+      EXPECT_NEAR(numberAt(report, "truePeakDbtp/after"), 20.0 * std::log10(0.4) + 5.0, 0.02);
+      EXPECT_NEAR(numberAt(report, "outputTrimDb/before"), -1.0, 1e-6);
     }
   }
-}
-
-TEST_F(Render, loudnessIsMatched) {
-  writeInput(makeSignal(96000, 2, 48000, 18));
-  for (const char* options : {"--set kIpTrim=-9", "--set kIpTrim=5 --set kOpTrim=-20",
-                              "--set kIpTrim=-7 --set kWetDry=50"}) {
-    SCOPED_TRACE(options);
-    const JsonTree tree = report(std::string("--match-loudness ") + options);
-    const double before = numberAt(tree, "loudnessLufs", "before");
-    EXPECT_NEAR(numberAt(tree, "loudnessLufs", "after"), before, 0.05);
-    EXPECT_NE(numberAt(tree, "outputTrimDb", "after"), numberAt(tree, "outputTrimDb", "before"));
+  writeAudio(file("in.wav"), tone(48000, {0.0}, 1.0));
+  const JsonTree silent = render("");
+  for (const char* path :
+       {"loudnessLufs/before", "loudnessLufs/after", "truePeakDbtp/before", "truePeakDbtp/after"}) {
+    EXPECT_TRUE(jsonIsType(at(silent, path), kJsonNull)) << path;
   }
-  const JsonTree outOfReach = report("--match-loudness --set kIpTrim=-24 --set kWetDry=10");
-  EXPECT_EQ(numberAt(outOfReach, "outputTrimDb", "after"), 24.0);
-  EXPECT_EQ(jsonGetArraySize(jsonGetObjectItem(outOfReach.get(), "warnings")), 1);
 }
 
-TEST_F(Render, autoGainSetsTheTrimWhileItRenders) {
-  writeInput(makeSignal(96000, 2, 48000, 19));
-  const JsonTree tree = report("--set kAutoGain=1 --set kOpTrim=9");
-  EXPECT_EQ(numberAt(tree, "outputTrimDb", "before"), 9.0);
-  EXPECT_NEAR(numberAt(tree, "outputTrimDb", "after"), 0.0, 0.01);
+TEST_F(Render, matchesLoudnessByTheTrimAndTellsBothTrims) {
+  writeAudio(file("in.wav"), makeSignal(96000, 2, 48000, 18));
+  const struct {
+    const char* options;
+    double trim;
+  } cases[] = {{"--set kIpTrim=-9", 0.0},
+               {"--set kIpTrim=5 --set kOpTrim=-20", -20.0},
+               {"--set kIpTrim=-7 --set kWetDry=50", 0.0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.options);
+    const JsonTree report = render(std::string("--match-loudness ") + c.options);
+    const double before = numberAt(report, "loudnessLufs/before");
+    EXPECT_NEAR(numberAt(report, "loudnessLufs/after"), before, 0.05);
+    EXPECT_EQ(numberAt(report, "outputTrimDb/before"), c.trim);
+    EXPECT_GT(std::abs(numberAt(report, "outputTrimDb/after") - c.trim), 3.0);
+    EXPECT_GE(numberAt(report, "passes"), 2.0);
+  }
+  const JsonTree outOfReach = render("--match-loudness --set kIpTrim=-24 --set kWetDry=10");
+  EXPECT_EQ(numberAt(outOfReach, "outputTrimDb/after"), 24.0);
+  EXPECT_EQ(jsonGetArraySize(at(outOfReach, "warnings")), 1);
 }
 
-TEST_F(Render, autoGainMeasuresForASecondOfTheFilesOwnRate) {
+TEST_F(Render, measuresItsGainForASecondOfTheFilesOwnRate) {
   const Audio audio = makeSignal(144000, 1, 96000, 20);
-  writeInput(audio);
-  const Audio out =
+  writeAudio(file("in.wav"), audio);
+  const JsonTree report =
       render("--double --format f64 --set kAutoGain=1 --set kOpTrim=9 --set kB1State=0");
+  const Audio out = readAudio(file("out.wav"));
   ASSERT_EQ(out.samples.size(), audio.samples.size());
   EXPECT_NEAR(out.samples[95999], audio.samples[95999] * std::pow(10.0, 0.45), 1e-6);
   EXPECT_NEAR(out.samples[143999], audio.samples[143999], 1e-6);
-}
-
-TEST_F(Render, aBatchRendersEveryFileAsItAloneAndTellsOfThoseThatFail) {
-  std::string inputs;
-  for (const unsigned seed : {1U, 2U, 3U, 4U, 5U}) {
-    const std::string name = std::to_string(seed) + ".wav";
-    writeAudio(file(name), makeSignal(4000 * static_cast<int>(seed), 2, 48000, seed));
-    inputs += "@" + name + " ";
-  }
-  writeBytes(file("text.wav"), "no audio");
-  const std::string options = " --set kIpTrim=-3";
-  const ProgramRun batch =
-      run("render --jobs 3 --out-dir @done " + inputs + "@text.wav @none.wav" + options);
-  EXPECT_EQ(batch.status, 1);
-  EXPECT_EQ(lineCount(batch.err), 2) << batch.err;
-  EXPECT_EQ(lineCount(batch.out), 7) << batch.out;  // heading, five files, sum
-  for (int seed = 1; seed <= 5; ++seed) {
-    const std::string name = std::to_string(seed) + ".wav";
-    EXPECT_EQ(run("render @" + name + " @alone.wav" + options).status, 0);
-    EXPECT_EQ(readBytes(file("done/" + name)), readBytes(file("alone.wav")));
-  }
-  EXPECT_FALSE(std::filesystem::exists(file("done/text.wav")));
-}
-
-TEST_F(Render, aBatchThatGetsNoThreadGoesOnAlone) {
-  std::vector<RenderItem> items;
-  for (const std::string name : {"1.wav", "2.wav", "3.wav"}) {
-    writeAudio(file(name), makeSignal(4000, 2, 48000, 1));
-    items.push_back({file(name), file("done" + name)});
-  }
-  // A stack that no address space holds.
-  pthread_attr_t usual;
-  pthread_attr_t boundless;
-  ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
-  ASSERT_EQ(pthread_getattr_default_np(&boundless), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&boundless, std::size_t{1} << 50), 0);
-  ASSERT_EQ(pthread_setattr_default_np(&boundless), 0);
-  EXPECT_THROW(std::thread([] {}).join(), std::system_error);
-  ProgressBar progress(false);
-  for (const RenderOutcome& outcome : renderAll(items, {}, 3, progress)) {
-    EXPECT_TRUE(outcome.report.has_value()) << outcome.failure;
-  }
-  pthread_setattr_default_np(&usual);
-  const auto stopped = [&] {
-    catchStopRequests();
-    ::raise(SIGTERM);
-    static_cast<void>(renderAll(std::span(items).first(1), {}, 1, progress));
-    std::exit(0);
-  };
-  EXPECT_EXIT(stopped(), testing::ExitedWithCode(0), "interrupted") << "the only file has its line";
+  EXPECT_EQ(numberAt(report, "outputTrimDb/before"), 9.0);
+  EXPECT_NEAR(numberAt(report, "outputTrimDb/after"), 0.0, 0.01);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <algorithm>
 
 #include "apps/progress_bar.h"
 #include "apps/text.h"
@@ -10,10 +10,10 @@
 namespace {
 
 TEST(Progress, theLineFitsAndTellsTheTimeLeft) {
-  EXPECT_NE(progressLine(25, 100, 10000, 80).find(" 25 %  0:30 left"), std::string::npos);
-  EXPECT_NE(progressLine(100, 100, 10000, 80).find("100 %  0:00 left"), std::string::npos);
-  EXPECT_NE(progressLine(300, 100, 10000, 80).find("100 %"), std::string::npos);
-  EXPECT_NE(progressLine(300, 0, 61000, 80).find("1:01"), std::string::npos);
+  EXPECT_EQ(progressLine(25, 100, 10000, 40), "[===          ]  25 %  0:30 left");
+  EXPECT_EQ(progressLine(100, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 0, 61000, 40), "[             ] 1:01");
   for (const int columns : {0, 1, 10, 31, 32, 80, 500}) {
     for (const std::int64_t done : {0, 1, 50, 100}) {
       const std::string line = progressLine(done, 100, 360000000, columns);
@@ -35,29 +35,68 @@ TEST(Text, numbersReadTheSameEverywhere) {
   EXPECT_EQ(oneLine("a\nb"), "a?b");
 }
 
-TEST(Report, columnsStandUnderEachOtherAndSilenceHasNoNumber) {
+RenderReport reportOfTwoFiles() {
   RenderReport report;
   report.output = "out.wav";
-  report.sampleRate = 48000;
+  report.sampleRate = 44100;
   report.channels = 2;
-  report.frames = 96000;
+  report.frames = 88200;
+  report.latency = 441;
   report.elapsedSeconds = 0.5;
-  report.before.integratedLufs = -20.0;
+  report.before = {-20.0, -3.26};
+  report.after = {-17.8, -1.0};
   report.gains[2] = GainRange{-6.25, 0.0};
   report.gains[4] = GainRange{0.0, 3.1};
-  const std::string text = reportText(report);
-  EXPECT_NE(text.find("-20.0 LUFS before, silent after\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("band 3   6.2 dB\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("band 5   0.0 dB, boost 3.1 dB\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("4.0 times real time\n"), std::string::npos) << text;
-  std::istringstream lines(text);
-  std::string line;
-  std::getline(lines, line);
-  while (std::getline(lines, line)) {
-    ASSERT_GT(line.size(), 18U);
-    EXPECT_EQ(line[17], ' ') << line;
-  }
-  EXPECT_EQ(tableHeading(10).size(), tableLine(report, 10).size());
+  report.gains[7] = GainRange{-12.0, 0.3};
+  report.trimBefore = -1.5;
+  report.trimAfter = 2.25;
+  report.passes = 3;
+  report.loaded = {"a.bank", "b.preset"};
+  return report;
+}
+
+TEST(Report, everyFigureStandsInItsPlace) {
+  RenderReport report = reportOfTwoFiles();
+  EXPECT_EQ(reportText(report),
+            "out.wav\n"
+            "rate              44100 Hz\n"
+            "channels          2\n"
+            "length            0:02.000 (88200 frames)\n"
+            "set by            a.bank\n"
+            "                  b.preset\n"
+            "latency           441 samples (10.0 ms), compensated\n"
+            "loudness           -20.0 LUFS before,  -17.8 LUFS after (+2.2 LU)\n"
+            "true peak           -3.3 dBTP before,   -1.0 dBTP after\n"
+            "gain reduction    band 3   6.2 dB\n"
+            "                  band 5   0.0 dB, boost 3.1 dB\n"
+            "                  band 8  12.0 dB, boost 0.3 dB\n"
+            "output trim       +2.25 dB (-1.50 dB at the start)\n"
+            "passes            3\n"
+            "speed             4.0 times real time\n");
+  EXPECT_EQ(tableHeading(10) + "\n" + tableLine(report, 10),
+            "file              length  LUFS before   after  dBTP before   after     reduction\n"
+            "out.wav         0:02.000        -20.0   -17.8         -3.3    -1.0       12.0 dB");
+  report.gains[7] = GainRange{-2.0, 0.0};
+  EXPECT_TRUE(tableLine(report, 10).ends_with("6.2 dB"));
+
+  RenderReport silent;
+  silent.output = "a\nb.wav";
+  silent.sampleRate = 48000;
+  silent.channels = 1;
+  silent.latency = 96;
+  silent.latencyKept = true;
+  EXPECT_EQ(reportText(silent),
+            "a?b.wav\n"
+            "rate              48000 Hz\n"
+            "channels          1\n"
+            "length            0:00.000 (0 frames)\n"
+            "latency           96 samples (2.0 ms), kept\n"
+            "loudness          silent before, silent after\n"
+            "true peak         none before, none after\n"
+            "gain reduction    no band is on\n"
+            "output trim       0.00 dB\n");
+  EXPECT_EQ(tableLine(silent, 8),
+            "a?b.wav       0:00.000            -       -            -       -        0.0 dB");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -13,7 +14,17 @@ void writeAudio(const std::string& path, const Audio& audio, int format) {
   SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
   ASSERT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
   const auto count = static_cast<sf_count_t>(audio.samples.size());
-  EXPECT_EQ(sf_write_double(file, audio.samples.data(), count), count);
+  const int samples = format & SF_FORMAT_SUBMASK;
+  if (samples == SF_FORMAT_FLOAT || samples == SF_FORMAT_DOUBLE) {
+    EXPECT_EQ(sf_write_double(file, audio.samples.data(), count), count);
+  } else {
+    // The library scales doubles by a step less than full scale; whole numbers stay as they are.
+    std::vector<int> steps;
+    for (const double x : audio.samples) {
+      steps.push_back(static_cast<int>(std::clamp(x * 0x1p31, -0x1p31, 0x1p31 - 1.0)));
+    }
+    EXPECT_EQ(sf_write_int(file, steps.data(), count), count);
+  }
   sf_close(file);
 }
 
