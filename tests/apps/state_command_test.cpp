@@ -24,8 +24,8 @@ class StateFiles : public ProgramTest {
     writeAudio(file("in.wav"), makeSignal(6000, 2, 48000, 7));
     writeBytes(file("neutral.json"), R"({"parameters":"default","v101":true})");
     HostedPlug plug(false);
-    for (const char* text : {"kIpTrim=3", "kB1Threshold=-30", "kB1Ratio=0.75", "kB2State=1",
-                             "kB2Frequency=4000", "kB2Type=1", "kB2Threshold=-24", "kB2Ratio=-0.5"})
+    for (const char* text : {"kIpTrim=3", "kB1Threshold=-30", "kB1Ratio=0.25", "kB2State=1",
+                             "kB2Frequency=4000", "kB2Type=1", "kB2Threshold=-36", "kB2Ratio=-0.5"})
       set(plug, text);
     plug.setProgramName("Sound");
     store("preset", plug, true, 9);

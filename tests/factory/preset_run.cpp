@@ -3,25 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-
-namespace {
-
-constexpr int kBothParts = 3;
-
-double furthestGain(const Plug& plug, int band) {
-  const double first = plug.getBandGain(band, kBothParts, 0);
-  const double second = plug.getBandGain(band, kBothParts, 1);
-  return std::abs(first) >= std::abs(second) ? first : second;
-}
-
-/// With silence behind it, so that the delay lets all of it out.
-std::vector<double> prolonged(const std::vector<double>& samples, std::size_t frames) {
-  std::vector<double> result(frames);
-  std::ranges::copy(samples, result.begin());
-  return result;
-}
-
-}  // namespace
+#include <stdexcept>
 
 void keepEverySecond(PresetRun& run) {
   for (auto& channel : run.out) {
@@ -34,41 +16,59 @@ PresetRun runThrough(Plug& plug, const Material& material) {
   const auto latency = static_cast<std::size_t>(plug.getInitialDelay());
   const std::size_t frames = material.main[0].size();
   const std::size_t blocks = (frames + latency + kRunBlock - 1) / kRunBlock;
-  const bool isKeyed = !material.key[0].empty();
-  std::array<std::vector<double>, 4> in;
-  PresetRun run;
-  for (std::size_t c = 0; c < 2; ++c) {
-    in[c] = prolonged(material.main[c], blocks * kRunBlock);
-    in[c + 2] = prolonged(material.key[c], blocks * kRunBlock);
-    run.out[c].resize(blocks * kRunBlock);
+  // With silence behind it, so that the delay lets all of it out.
+  std::array<std::vector<double>, 4> in = {material.main[0], material.main[1], material.key[0],
+                                           material.key[1]};
+  for (auto& plane : in) {
+    if (!plane.empty()) plane.resize(blocks * kRunBlock);
   }
-  for (std::size_t block = 0; block < blocks; ++block) {
-    const std::size_t at = block * kRunBlock;
+  PresetRun run;
+  for (auto& plane : run.out) plane.resize(blocks * kRunBlock);
+  for (std::size_t at = 0; at < blocks * kRunBlock; at += kRunBlock) {
     std::array<double*, 4> inputs{};
-    for (std::size_t c = 0; c < (isKeyed ? 4U : 2U); ++c) inputs[c] = in[c].data() + at;
+    for (std::size_t c = 0; c < 4; ++c) inputs[c] = in[c].empty() ? nullptr : in[c].data() + at;
     std::array<double*, 2> outputs = {run.out[0].data() + at, run.out[1].data() + at};
     plug.processDoubleReplacing(inputs.data(), outputs.data(), kRunBlock);
     plug.onIdle();
-    for (int band = 0; band < kNumBands; ++band) {
-      run.gains[static_cast<std::size_t>(band)].push_back(furthestGain(plug, band));
+    for (std::size_t i = 0; i < 2U * kNumBands; ++i) {
+      constexpr int kBothParts = 3;
+      const double gain = plug.getBandGain(static_cast<int>(i / 2), kBothParts, i % 2);
+      run.lowest[i / 2] = std::min(run.lowest[i / 2], gain);
+      run.highest[i / 2] = std::max(run.highest[i / 2], gain);
     }
   }
-  for (auto& channel : run.out) {
-    channel.erase(channel.begin(), channel.begin() + static_cast<std::ptrdiff_t>(latency));
-    channel.resize(frames);
+  for (auto& plane : run.out) {
+    plane.erase(plane.begin(), plane.begin() + static_cast<std::ptrdiff_t>(latency));
+    plane.resize(frames);
   }
   return run;
 }
 
-double crestDb(const Material::Channels& signal) {
+Outcome::Outcome(const PresetRun& made) : levels(made.out), run{{}, made.lowest, made.highest} {
   double peak = 0.0;
   double power = 0.0;
-  for (const auto& channel : signal) {
-    for (const double x : channel) {
-      peak = std::max(peak, std::abs(x));
-      power += x * x;
-    }
+  std::vector<double> interleaved;
+  interleaved.reserve(2 * made.out[0].size());
+  for (std::size_t i = 0; i < 2 * made.out[0].size(); ++i) {
+    interleaved.push_back(made.out[i % 2][i / 2]);
+    peak = std::max(peak, std::abs(interleaved.back()));
+    power += interleaved.back() * interleaved.back();
   }
-  const double mean = power / static_cast<double>(2 * signal[0].size());
-  return 10.0 * std::log10(peak * peak / mean);
+  Loudness meter(kMaterialRate, 2);
+  meter.add(interleaved.data(), static_cast<int>(made.out[0].size()));
+  loudness = meter.result();
+  crest = 10.0 * std::log10(peak * peak * static_cast<double>(interleaved.size()) / power);
+}
+
+double measured(const Claim& claim, const Outcome& before, const Outcome& after) {
+  const auto band = static_cast<std::size_t>(claim.band - 1);
+  const std::string& measure = claim.measure;
+  if (measure == "level") return levelChange(before.levels, after.levels, claim.region);
+  if (measure == "crest") return after.crest - before.crest;
+  if (measure == "loudnessAfter") return after.loudness.integratedLufs;
+  if (measure == "truePeakAfter") return after.loudness.truePeakDb;
+  if (measure == "reduction") return after.run.lowest.at(band);
+  if (measure == "boost") return after.run.highest.at(band);
+  if (measure != "loudness") throw std::runtime_error("no measure: " + measure);
+  return after.loudness.integratedLufs - before.loudness.integratedLufs;
 }
