@@ -10,7 +10,7 @@
 #include "apps/audio_reader.h"
 #include "apps/audio_writer.h"
 #include "apps/failure.h"
-#include "tests/apps/test_files.h"
+#include "tests/apps/program.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "apps/failure.h"
 #include "platform/clock.h"
 #include "state/machine.h"
-#include "tests/apps/test_files.h"
+#include "tests/apps/program.h"
 
 namespace {
 

@@ -45,14 +45,7 @@ class Render : public ProgramTest {
   }
 };
 
-constexpr const char* kMoveRows =
-    "\xEF\xBB\xBFSeconds,ID,Plain\r\n# a comment\r\n\r\n"
-    "0.1, kOpTrim, -9\r\n"
-    "0.05,kB1Frequency,1900  # up, past the neighbour's place\r\n"
-    "0.1,kOpTrim,3\r\n  \t\r\n"
-    "0.035,kIpTrim,-1e1\r\n"
-    "0,kWetDry,90\n"
-    "0.0875,kB2Gain,-6";
+/// What moves.csv plays.
 struct Move {
   double seconds;
   std::int32_t parameter;
@@ -85,7 +78,8 @@ std::istream& operator>>(std::istream& line, Row& row) {
 /// Renders a row by its 64-bit entry, in pieces of other sizes, offline whatever the row says.
 class Engine {
  public:
-  explicit Engine(const Row& wanted) : row(wanted) {
+  explicit Engine(const Row& wanted)
+      : row(wanted), channels(static_cast<std::size_t>(wanted.channels)) {
     plug.setSampleRate(static_cast<float>(row.rate));
     plug.setBlockSize(row.block);
     std::istringstream words(row.options);
@@ -103,31 +97,14 @@ class Engine {
   }
 
   void run(const Audio& main, const Audio& side) {
-    const std::size_t channels = static_cast<std::size_t>(row.channels);
-    const int frames = static_cast<int>(main.samples.size() / channels);
+    const auto frames = static_cast<int>(main.samples.size() / channels);
     const int late = row.options.find("--keep-latency") == std::string::npos ? latency : 0;
-    std::array<std::vector<double>, 4> in;
-    for (auto& plane : in) plane.resize(static_cast<std::size_t>(frames + late));
-    std::array<std::vector<double>, 2> planes = {in[2], in[3]};
-    for (std::size_t i = 0; i < main.samples.size(); ++i) {
-      in[i % channels][i / channels] = main.samples[i];
-    }
-    const std::size_t last = static_cast<std::size_t>(std::max(row.sideChannels, 1)) - 1;
-    for (std::size_t i = 0; i < side.samples.size() / (last + 1) && i < in[2].size(); ++i) {
-      const double* const frame = side.samples.data() + i * (last + 1);
-      in[channels][i] = channels == 1 ? 0.5 * (frame[0] + frame[last]) : frame[0];
-      if (channels == 2) in[3][i] = frame[last];
-    }
-    readGains();
+    fill(main, side, static_cast<std::size_t>(frames + late));
     for (int done = 0; done < frames + late;) {
       const int end = std::min(done + row.block, done < frames ? frames : frames + late);
-      while (row.moves && done < frames && next < std::size(kMoves) &&
-             std::floor(kMoves[next].seconds * row.rate + 1e-6) < end) {
-        const Move& move = kMoves[next++];
-        plug.setParameter(move.parameter, plug.plainToNormalised(move.parameter, move.plain));
-      }
-      while (done < end) {
-        const int piece = std::min(end - done, 37 + done % 91);
+      if (row.moves && done < frames) moveBefore(end);
+      for (int piece = 0; done < end; done += piece) {
+        piece = std::min(end - done, 37 + done % 91);
         std::array<double*, 4> inputs{};
         std::array<double*, 2> outputs{};
         const std::size_t used = row.sideChannels > 0 ? 2 * channels : channels;
@@ -135,10 +112,10 @@ class Engine {
         for (std::size_t c = 0; c < channels; ++c) outputs[c] = planes[c].data() + done;
         plug.processDoubleReplacing(inputs.data(), outputs.data(), piece);
         readGains();
-        done += piece;
       }
       plug.onIdle();
     }
+    out.reserve(main.samples.size());
     for (std::size_t i = 0; i < main.samples.size(); ++i) {
       out.push_back(planes[i % channels][i / channels + static_cast<std::size_t>(late)]);
     }
@@ -155,16 +132,43 @@ class Engine {
             Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached()};
 
  private:
+  /// The file's channels, then what each of them hears, with silence behind.
+  void fill(const Audio& main, const Audio& side, std::size_t frames) {
+    for (auto& plane : in) plane.resize(frames);
+    planes = {in[0], in[0]};
+    for (std::size_t i = 0; i < main.samples.size(); ++i) {
+      in[i % channels][i / channels] = main.samples[i];
+    }
+    const auto width = static_cast<std::size_t>(side.channels);
+    for (std::size_t i = 0; i < std::min(side.samples.size() / width, frames); ++i) {
+      const double left = side.samples[i * width];
+      const double right = side.samples[i * width + width - 1];
+      in[channels][i] = channels == 1 ? 0.5 * (left + right) : left;
+      in[3][i] = right;
+    }
+  }
+
+  void moveBefore(int end) {
+    for (; next < std::size(kMoves); ++next) {
+      const Move& move = kMoves[next];
+      if (std::floor(move.seconds * row.rate + 1e-6) >= end) return;
+      plug.setParameter(move.parameter, plug.plainToNormalised(move.parameter, move.plain));
+    }
+  }
+
   void readGains() {
-    for (std::size_t i = 0; i < 2U * kNumBands && i / kNumBands < std::size_t(row.channels); ++i) {
-      const std::size_t band = i % kNumBands;
-      const double gain = plug.getBandGain(int(band), 3, int(i / kNumBands));
+    for (int i = 0; i < row.channels * kNumBands; ++i) {
+      const auto band = static_cast<std::size_t>(i % kNumBands);
+      const double gain = plug.getBandGain(i % kNumBands, 3, i / kNumBands);
       lowest[band] = std::min(lowest[band], gain);
       highest[band] = std::max(highest[band], gain);
     }
   }
 
   const Row& row;
+  const std::size_t channels;
+  std::array<std::vector<double>, 4> in;
+  std::array<std::vector<double>, 2> planes;
 };
 
 void expectReported(const JsonTree& report, const Row& row, int frames, const Engine& engine) {
@@ -198,7 +202,6 @@ void expectReported(const JsonTree& report, const Row& row, int frames, const En
 
 TEST_F(Render, isWhatTheEngineGivesInItsPlaceAndReportedAsItWas) {
   constexpr int kFrames = 5003;
-  writeBytes(file("moves.csv"), kMoveRows);
   std::istringstream lines(readBytes(CORVANTHELIS_TEST_DATA "/renders.txt"));
   for (std::string line; std::getline(lines, line);) {
     if (line.starts_with("#")) continue;
@@ -211,7 +214,7 @@ TEST_F(Render, isWhatTheEngineGivesInItsPlaceAndReportedAsItWas) {
     writeAudio(file("side.wav"), side);
     Engine engine(row);
     engine.run(main, side);
-    const std::string moves = row.moves ? " --automation @moves.csv" : "";
+    const std::string moves = row.moves ? " --automation " CORVANTHELIS_TEST_DATA "/moves.csv" : "";
     const JsonTree report =
         render(row.options + moves + " --block " + std::to_string(row.block), row.output);
     expectReported(report, row, kFrames, engine);
@@ -233,7 +236,8 @@ TEST_F(Render, isWhatTheEngineGivesInItsPlaceAndReportedAsItWas) {
 TEST_F(Render, givesTheInputBackWhereNothingIsAsked) {
   for (const int frames : {0, 1, 7, 48000}) {
     Audio audio = makeSignal(frames, 1 + frames % 2, 44100, 11);
-    for (int i = frames / 2; i < frames; ++i) audio.samples[i] *= 0.1;
+    const auto half = audio.samples.begin() + frames / 2;
+    std::transform(half, audio.samples.end(), half, [](double x) { return 0.1 * x; });
     writeAudio(file("in.wav"), audio);
     const JsonTree off = render("--double --format f64 --set kB1State=0");
     EXPECT_EQ(readAudio(file("out.wav")).samples, audio.samples);
@@ -267,7 +271,7 @@ TEST_F(Render, givesTheInputBackWhereNothingIsAsked) {
 }
 
 /// A tone of 997 Hz, at which the weighting of loudness is what its offset takes back.
-Audio tone(int rate, std::vector<double> peaks, double seconds) {
+Audio tone(int rate, const std::vector<double>& peaks, double seconds) {
   Audio audio{rate, static_cast<int>(peaks.size()), {}};
   for (int i = 0; i < seconds * rate; ++i) {
     for (const double peak : peaks) audio.samples.push_back(peak * std::sin(6264.335 * i / rate));

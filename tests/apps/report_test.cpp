@@ -6,6 +6,7 @@
 
 #include "apps/progress_bar.h"
 #include "apps/text.h"
+#include "tests/support/test_directory.h"
 
 namespace {
 
@@ -57,46 +58,17 @@ RenderReport reportOfTwoFiles() {
 
 TEST(Report, everyFigureStandsInItsPlace) {
   RenderReport report = reportOfTwoFiles();
-  EXPECT_EQ(reportText(report),
-            "out.wav\n"
-            "rate              44100 Hz\n"
-            "channels          2\n"
-            "length            0:02.000 (88200 frames)\n"
-            "set by            a.bank\n"
-            "                  b.preset\n"
-            "latency           441 samples (10.0 ms), compensated\n"
-            "loudness           -20.0 LUFS before,  -17.8 LUFS after (+2.2 LU)\n"
-            "true peak           -3.3 dBTP before,   -1.0 dBTP after\n"
-            "gain reduction    band 3   6.2 dB\n"
-            "                  band 5   0.0 dB, boost 3.1 dB\n"
-            "                  band 8  12.0 dB, boost 0.3 dB\n"
-            "output trim       +2.25 dB (-1.50 dB at the start)\n"
-            "passes            3\n"
-            "speed             4.0 times real time\n");
-  EXPECT_EQ(tableHeading(10) + "\n" + tableLine(report, 10),
-            "file              length  LUFS before   after  dBTP before   after     reduction\n"
-            "out.wav         0:02.000        -20.0   -17.8         -3.3    -1.0       12.0 dB");
-  report.gains[7] = GainRange{-2.0, 0.0};
-  EXPECT_TRUE(tableLine(report, 10).ends_with("6.2 dB"));
-
   RenderReport silent;
   silent.output = "a\nb.wav";
   silent.sampleRate = 48000;
   silent.channels = 1;
   silent.latency = 96;
   silent.latencyKept = true;
-  EXPECT_EQ(reportText(silent),
-            "a?b.wav\n"
-            "rate              48000 Hz\n"
-            "channels          1\n"
-            "length            0:00.000 (0 frames)\n"
-            "latency           96 samples (2.0 ms), kept\n"
-            "loudness          silent before, silent after\n"
-            "true peak         none before, none after\n"
-            "gain reduction    no band is on\n"
-            "output trim       0.00 dB\n");
-  EXPECT_EQ(tableLine(silent, 8),
-            "a?b.wav       0:00.000            -       -            -       -        0.0 dB");
+  EXPECT_EQ(reportText(report) + tableHeading(10) + "\n" + tableLine(report, 10) + "\n" +
+                reportText(silent) + tableLine(silent, 10) + "\n",
+            readBytes(CORVANTHELIS_TEST_DATA "/report.txt"));
+  report.gains[7] = GainRange{-2.0, 0.0};
+  EXPECT_TRUE(tableLine(report, 10).ends_with("6.2 dB"));
 }
 
 }  // namespace

@@ -18,22 +18,6 @@ std::size_t binAt(double hertz) {
   return static_cast<std::size_t>(std::clamp(std::round(bin), 0.0, static_cast<double>(kBins)));
 }
 
-/// The frames a region speaks of.
-std::vector<std::size_t> framesOf(const LevelMap& before, const Region& region) {
-  std::vector<std::size_t> chosen;
-  for (std::size_t frame = 0; frame < before.frames(); ++frame) {
-    const double seconds = LevelMap::timeOf(frame);
-    if (seconds >= region.fromSeconds && seconds < region.toSeconds) chosen.push_back(frame);
-  }
-  if (region.frames == Frames::kAll) return chosen;
-  std::ranges::sort(chosen, {}, [&](std::size_t frame) {
-    const double power = before.power(frame, region);
-    return region.frames == Frames::kQuietest ? power : -power;
-  });
-  chosen.resize(chosen.size() / 10);
-  return chosen;
-}
-
 }  // namespace
 
 LevelMap::LevelMap(const Material::Channels& signal)
@@ -65,29 +49,33 @@ LevelMap::LevelMap(const Material::Channels& signal)
   }
 }
 
-double LevelMap::timeOf(std::size_t frame) noexcept {
-  return (static_cast<double>(frame * kHop) + 0.5 * kFrame) / kMaterialRate;
-}
-
-double LevelMap::sum(const std::vector<double>& sums, std::size_t frame, double fromHz,
-                     double toHz) const {
-  return sums[frame * kSums + binAt(toHz)] - sums[frame * kSums + binAt(fromHz)];
-}
-
 double LevelMap::power(std::size_t frame, const Region& region) const {
-  double result = 0.0;
-  if (region.part != Part::kSide) result += sum(mid, frame, region.fromHz, region.toHz);
-  if (region.part != Part::kMid) result += sum(side, frame, region.fromHz, region.toHz);
-  return result;
+  const std::size_t from = frame * kSums + binAt(region.fromHz);
+  const std::size_t to = frame * kSums + binAt(region.toHz);
+  return (region.part == Part::kSide ? 0.0 : mid[to] - mid[from]) +
+         (region.part == Part::kMid ? 0.0 : side[to] - side[from]);
+}
+
+std::vector<std::size_t> LevelMap::framesOf(const Region& region) const {
+  std::vector<std::size_t> chosen;
+  for (std::size_t frame = 0; frame < count; ++frame) {
+    const double seconds = (static_cast<double>(frame * kHop) + 0.5 * kFrame) / kMaterialRate;
+    if (seconds >= region.fromSeconds && seconds < region.toSeconds) chosen.push_back(frame);
+  }
+  if (region.frames == Frames::kAll) return chosen;
+  std::ranges::sort(chosen, {}, [&](std::size_t frame) {
+    return region.frames == Frames::kQuietest ? power(frame, region) : -power(frame, region);
+  });
+  chosen.resize(chosen.size() / 10);
+  return chosen;
 }
 
 double levelChange(const LevelMap& before, const LevelMap& after, const Region& region) {
-  double powerBefore = 0.0;
-  double powerAfter = 0.0;
-  for (const std::size_t frame : framesOf(before, region)) {
+  double powerBefore = 1e-30;  // keeps silence finite
+  double powerAfter = 1e-30;
+  for (const std::size_t frame : before.framesOf(region)) {
     powerBefore += before.power(frame, region);
     powerAfter += after.power(frame, region);
   }
-  constexpr double kNothing = 1e-30;  // keeps silence finite
-  return 10.0 * std::log10((powerAfter + kNothing) / (powerBefore + kNothing));
+  return 10.0 * std::log10(powerAfter / powerBefore);
 }

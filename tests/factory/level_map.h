@@ -27,14 +27,10 @@ class LevelMap {
 
   /// Power of one frame between two frequencies.
   [[nodiscard]] double power(std::size_t frame, const Region& region) const;
-  [[nodiscard]] std::size_t frames() const noexcept { return count; }
-  /// Seconds of a frame's middle.
-  [[nodiscard]] static double timeOf(std::size_t frame) noexcept;
+  /// The frames a region speaks of.
+  [[nodiscard]] std::vector<std::size_t> framesOf(const Region& region) const;
 
  private:
-  [[nodiscard]] double sum(const std::vector<double>& sums, std::size_t frame, double fromHz,
-                           double toHz) const;
-
   std::size_t count = 0;
   // For each frame the power below each bin, so that any region costs two look-ups.
   std::vector<double> mid;
