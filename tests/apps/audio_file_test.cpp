@@ -110,7 +110,7 @@ TEST(AudioFiles, ofEveryKindAreReadExactlyAmongChunksOfAnySizeAndToldWhenCutShor
   const std::string path = directory.path("x");
   const struct {
     int format;
-    int bits;
+    std::size_t bits;
   } formats[] = {{SF_FORMAT_PCM_S8, 8},  {SF_FORMAT_PCM_U8, 8},  {SF_FORMAT_PCM_16, 16},
                  {SF_FORMAT_PCM_24, 24}, {SF_FORMAT_PCM_32, 32}, {SF_FORMAT_FLOAT, 32},
                  {SF_FORMAT_DOUBLE, 64}};
