@@ -52,7 +52,7 @@ struct Move {
   float plain;
 };
 constexpr Move kMoves[] = {
-    {0.0, kWetDry, 90.0F},         {0.035, kIpTrim, -10.0F},
+    {0.0, kWetDry, 90.0F},         {0.017625, kIpTrim, -10.0F},
     {0.05, kB1Frequency, 1900.0F}, {0.0875, bandParameterId(1, kB1Gain), -6.0F},
     {0.1, kOpTrim, -9.0F},         {0.1, kOpTrim, 3.0F}};
 
@@ -99,9 +99,10 @@ class Engine {
   void run(const Audio& main, const Audio& side) {
     const auto frames = static_cast<int>(main.samples.size() / channels);
     const int late = row.options.find("--keep-latency") == std::string::npos ? latency : 0;
-    fill(main, side, static_cast<std::size_t>(frames + late));
-    for (int done = 0; done < frames + late;) {
-      const int end = std::min(done + row.block, done < frames ? frames : frames + late);
+    const int total = frames + late;
+    fill(main, side, static_cast<std::size_t>(total));
+    for (int done = 0; done < total;) {
+      const int end = std::min(done + row.block, done < frames ? frames : total);
       if (row.moves && done < frames) moveBefore(end);
       for (int piece = 0; done < end; done += piece) {
         piece = std::min(end - done, 37 + done % 91);
@@ -151,7 +152,7 @@ class Engine {
   void moveBefore(int end) {
     for (; next < std::size(kMoves); ++next) {
       const Move& move = kMoves[next];
-      if (std::floor(move.seconds * row.rate + 1e-6) >= end) return;
+      if (std::floor(move.seconds * row.rate + 0.01) >= end) return;
       plug.setParameter(move.parameter, plug.plainToNormalised(move.parameter, move.plain));
     }
   }
