@@ -67,6 +67,7 @@ double measured(const Claim& claim, const Outcome& before, const Outcome& after)
   if (measure == "crest") return after.crest - before.crest;
   if (measure == "loudnessAfter") return after.loudness.integratedLufs;
   if (measure == "truePeakAfter") return after.loudness.truePeakDb;
+  if (measure == "truePeak") return after.loudness.truePeakDb - before.loudness.truePeakDb;
   if (measure == "reduction") return after.run.lowest.at(band);
   if (measure == "boost") return after.run.highest.at(band);
   if (measure != "loudness") throw std::runtime_error("no measure: " + measure);
