@@ -22,22 +22,13 @@ namespace {
 
 class Batch : public ProgramTest {
  protected:
-  void SetUp() override {
-    for (int i = 1; i <= 5; ++i) {
-      const std::string name = std::to_string(i) + ".wav";
-      writeAudio(file(name), makeSignal(4000 * i, 2, 48000, static_cast<unsigned>(i)));
-    }
-    writeBytes(file("text.wav"), "this is no audio\n");
-    writeBytes(file("out.wav"), "what stood there");
-  }
-
   /// Begins a run of its own process, whose messages nobody sees.
   [[nodiscard]] pid_t start(std::vector<std::string> arguments) const {
     std::vector<char*> words;
     arguments.insert(arguments.begin(), program);
     words.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
-      replaceAll(argument, "@", file(""));
+      argument = withPaths(argument);
       words.push_back(argument.data());
     }
     words.push_back(nullptr);
@@ -49,28 +40,12 @@ class Batch : public ProgramTest {
   }
 };
 
-TEST_F(Batch, rendersEveryFileAsItAloneAndTellsOfThoseThatFail) {
-  std::filesystem::copy_file(file("1.wav"), file("other.voc"));
-  const std::string options = " --set kIpTrim=-3";
-  const ProgramRun batch =
-      run("render --jobs 3 --out-dir @done @1.wav @2.wav @3.wav @text.wav @4.wav @5.wav @none.wav "
-          "@other.voc" +
-          options);
-  EXPECT_EQ(batch.status, 1);
-  EXPECT_EQ(lineCount(batch.err), 2) << batch.err;
-  EXPECT_EQ(lineCount(batch.out), 8) << batch.out;  // heading, six files, sum
-  EXPECT_NE(batch.out.find("6 of 8 files done"), std::string::npos) << batch.out;
-  for (const std::string name : {"1", "2", "3", "4", "5", "other"}) {
-    const std::string alone = name == "other" ? "1" : name;
-    EXPECT_EQ(run("render @" + alone + ".wav @alone.wav" + options).status, 0);
-    EXPECT_EQ(readBytes(file("done/" + name + ".wav")), readBytes(file("alone.wav"))) << name;
-  }
-  EXPECT_FALSE(std::filesystem::exists(file("done/text.wav")));
-}
+TEST_F(Batch, rendersEveryFileAsItAloneAndTellsOfThoseThatFail) { follow("batches.txt"); }
 
 TEST_F(Batch, goesOnAloneWhereNoThreadIsToBeHad) {
   std::vector<RenderItem> items;
   for (const std::string name : {"1.wav", "2.wav", "3.wav"}) {
+    writeAudio(file(name), makeSignal(4000, 2, 48000, 1));
     items.push_back({file(name), file("done" + name)});
   }
   // A stack that no address space holds.
@@ -95,23 +70,12 @@ TEST_F(Batch, goesOnAloneWhereNoThreadIsToBeHad) {
   EXPECT_EXIT(stopped(), testing::ExitedWithCode(0), "interrupted") << "the only file has its line";
 }
 
-TEST_F(Batch, survivesAPipeThatNobodyReads) {
-  ASSERT_EQ(::system(("mkfifo " + file("pipe")).c_str()), 0);
-  // The first file takes longer than `true`, the second fails into the pipe that it left behind.
-  const ProgramRun done =
-      run("render @1.wav @text.wav @2.wav --out-dir @done --jobs 1 --block 1 --quiet 2>@pipe & "
-          "true <@pipe; wait");
-  EXPECT_EQ(done.out, "");
-  EXPECT_TRUE(std::filesystem::exists(file("done/1.wav")));
-  EXPECT_TRUE(std::filesystem::exists(file("done/2.wav")));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file("done")), {}), 2);
-}
-
 TEST_F(Batch, leavesNoPartOfAFileWhenItIsStopped) {
   writeAudio(file("long.wav"), {48000, 1, std::vector<double>(4'000'000)},
              SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  writeBytes(file("out.wav"), "what stood there");
   writeBytes(file("bank"), R"({"presets":[{"parameters":"default"}],"v101":true})");
-  ASSERT_EQ(answer("band save --default @band.cvb"), "");
+  ASSERT_EQ(run("band save --default @band.cvb").status, 0);
   const std::vector<std::string> before = directory.names();
   const std::vector<std::vector<std::string>> commands = {
       {"render", "@long.wav", "@out.wav", "--block", "1"},

@@ -1,15 +1,21 @@
-#include "apps/preset_source.h"
+// Parts of the program that no command line brings to all their ends.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
 #include <string>
 
+#include "apps/audio_format.h"
+#include "apps/audio_writer.h"
 #include "apps/failure.h"
+#include "apps/preset_source.h"
+#include "apps/progress_bar.h"
+#include "apps/text.h"
 #include "platform/clock.h"
 #include "state/machine.h"
-#include "tests/apps/program.h"
+#include "tests/support/test_directory.h"
 
 namespace {
 
@@ -102,6 +108,50 @@ TEST_F(PresetSources, areRefusedWithTheReason) {
   }
   EXPECT_GT(count, 30);
   EXPECT_THROW(static_cast<void>(readPresetSource(directory.path("none.json"))), Failure);
+}
+
+TEST(Progress, theLineFitsAndTellsTheTimeLeft) {
+  EXPECT_EQ(progressLine(25, 100, 10000, 40), "[===          ]  25 %  0:30 left");
+  EXPECT_EQ(progressLine(100, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 0, 61000, 40), "[             ] 1:01");
+  for (const int columns : {0, 1, 10, 31, 32, 80, 500}) {
+    for (const std::int64_t done : {0, 1, 50, 100}) {
+      const std::string line = progressLine(done, 100, 360000000, columns);
+      EXPECT_LE(static_cast<int>(line.size()), std::max(columns - 1, 0)) << line;
+    }
+  }
+}
+
+TEST(Text, numbersReadTheSameEverywhere) {
+  EXPECT_EQ(fixedText(-0.04, 1), "0.0");
+  EXPECT_EQ(fixedText(-12.25, 1), "-12.2");
+  EXPECT_EQ(signedText(0.04, 1), "0.0");
+  EXPECT_EQ(signedText(3.0, 2), "+3.00");
+  EXPECT_EQ(shortestText(0.71F), "0.71");
+  EXPECT_EQ(durationText(0.0), "0:00.000");
+  EXPECT_EQ(durationText(59.9996), "1:00.000");
+  EXPECT_EQ(durationText(3723.25), "1:02:03.250");
+  EXPECT_EQ(padded("\xC3\xA4", 3), "\xC3\xA4  ");
+  EXPECT_EQ(oneLine("a\nb"), "a?b");
+}
+
+// What is longer than a container can tell is refused before a byte of it is written.
+TEST(AudioWriter, refusesWhatItsContainerCannotHold) {
+  const TestDirectory directory;
+  const std::int64_t sixGiB = (std::int64_t{6} << 30) / 8;
+  for (const std::string ending : {"wav", "w64", "rf64", "aiff", "flac", "caf", "au"}) {
+    const std::string path = directory.path("large." + ending);
+    const auto open = [&] {
+      const AudioWriter writer(path, audioFormatFor(path, {}), 48000, 2, sixGiB);
+    };
+    if (ending == "wav" || ending == "aiff" || ending == "au") {
+      EXPECT_THROW(open(), Failure) << ending;
+    } else {
+      EXPECT_NO_THROW(open()) << ending;
+    }
+  }
+  EXPECT_EQ(directory.names().size(), 0U);
 }
 
 }  // namespace
