@@ -1,18 +1,18 @@
 #pragma once
 
-#include <array>
 #include <string>
 #include <vector>
 
-inline constexpr int kMaterialRate = 48000;  // Hz
-inline constexpr double kMaterialSeconds = 10.0;
+inline constexpr int kSoundRate = 48000;  // Hz
+inline constexpr int kSoundSeconds = 10;
 
-/// Ten seconds of stereo that a preset is heard with; `key` goes to the sidechain inputs, if it
-/// holds anything.
-struct Material {
-  using Channels = std::array<std::vector<double>, 2>;
-  Channels main;
-  Channels key;
+using Signal = std::vector<double>;
+
+/// Ten seconds that a preset is heard with; `key` goes to the sidechain inputs, if it holds
+/// anything.
+struct Sound {
+  Signal main;  ///< two channels, interleaved
+  Signal key;
 };
 
 /// By name:
@@ -27,7 +27,4 @@ struct Material {
 /// - "lowTones": tones at -6 dB, of 41.2 Hz and from 5 s of 130 Hz, over a hiss at -75 dB
 /// - "guitar", "bass": plucked notes every half second, loud and 10 dB softer in turn, each begun
 ///   by the click of a pick, over a hiss at -75 dB, from 82 to 247 Hz or an octave lower
-[[nodiscard]] Material materialNamed(const std::string& name);
-
-/// The same with a sample between each two, for an effect at twice `kMaterialRate`.
-[[nodiscard]] Material atTwiceTheRate(const Material& material);
+[[nodiscard]] Sound soundNamed(const std::string& name);
