@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <numbers>
 #include <utility>
@@ -163,13 +162,12 @@ Sound soundNamed(const std::string& name) {
     });
     return sound;
   }
-  const std::map<std::string, std::function<Signal()>> makers = {
-      {"talk", talk},
-      {"drums", drums},
-      {"clipped", clipped},
-      {"lowTones", lowTones},
-      {"guitar", [] { return plucked(82.4, 0.3); }},
-      {"bass", [] { return plucked(41.2, 0.34); }}};
+  const std::map<std::string, Signal (*)()> makers = {{"talk", talk},
+                                                      {"drums", drums},
+                                                      {"clipped", clipped},
+                                                      {"lowTones", lowTones},
+                                                      {"guitar", [] { return plucked(82.4, 0.3); }},
+                                                      {"bass", [] { return plucked(41.2, 0.34); }}};
   const Signal signal = makers.at(name)();
   for (std::size_t i = 0; i < sound.main.size(); ++i) sound.main[i] = signal[i / 2];
   return sound;
