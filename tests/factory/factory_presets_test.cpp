@@ -307,7 +307,7 @@ TEST_P(FactoryPresets, doWhatTheirLinesSay) {
     }
     const auto& [sound, before] = sounds.at(row.sound);
     // Otherwise claims would not be about the preset.
-    EXPECT_FALSE(std::ranges::all_of(row.claims, [&](const Claim& claim) {
+    EXPECT_FALSE(std::ranges::all_of(row.claims, [&before = before](const Claim& claim) {
       return holds(claim, before, before);
     })) << row.preset;
     expectClaims(row, sound, before, 1);
