@@ -325,9 +325,8 @@ TEST(FactoryContent, isClaimedAndListedAndHoldsParametersNameAndVersionAlone) {
   for (const PresetClaims& row : presetClaims()) claimed.insert(row.preset);
   const std::string readme = readBytes(kSources / "../../README.md");
   const auto expectListed = [&](const std::string& place, const PresetSource& source) {
-    const std::string line =
-        "| " + place + " | " + source.name + " | " + source.description + " |\n";
-    EXPECT_NE(readme.find(line), std::string::npos) << line;
+    const auto row = "| " + place + " | " + source.name + " | " + source.description + " |\n";
+    EXPECT_NE(readme.find(row), std::string::npos) << row;
   };
   for (const auto& entry : fs::recursive_directory_iterator(kContent / "Presets")) {
     if (!entry.is_regular_file()) continue;
