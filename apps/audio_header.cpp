@@ -92,10 +92,11 @@ std::optional<AudioExtent> audioExtent(std::istream& file) {
   if (end < 0) return std::nullopt;
   const auto fileSize = static_cast<std::uint64_t>(end);
   const std::string head = bytesAt(file, 0, 12);
-  if (head.starts_with(".snd")) {
-    const std::uint64_t size = number(std::string_view(head).substr(8, 4), true);
+  const bool isBigAu = head.starts_with(".snd");
+  if (isBigAu || head.starts_with("dns.")) {
+    const std::uint64_t size = number(std::string_view(head).substr(8, 4), isBigAu);
     if (isOpenEnded(size, 4)) return std::nullopt;
-    return extentFrom(size, number(std::string_view(head).substr(4, 4), true), fileSize);
+    return extentFrom(size, number(std::string_view(head).substr(4, 4), isBigAu), fileSize);
   }
   for (const Layout& layout : kLayouts) {
     if (head.starts_with(layout.magic)) return walkChunks(file, layout, fileSize);

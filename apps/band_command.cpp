@@ -40,44 +40,42 @@ int parsedBand(const std::string& text) {
 }  // namespace
 
 BandCommand::BandCommand(CLI::App& program)
-    : app(*program.add_subcommand("band", "Take bands out of states and presets, or put them in")),
+    : app(addCommand(program, "band", "Take bands out of states and presets, or put them in")),
       save(addSave()),
       load(addLoad()) {
-  app.require_subcommand(1);
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis band save my.CorvanthelisPreset 3 deesser.cvb\n"
-      "  corvanthelis band load my.CorvanthelisPreset 5 deesser.cvb new.CorvanthelisPreset");
+  requireCommand(app);
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis band save my.CorvanthelisPreset 3 deesser.cvb\n"
+            "  corvanthelis band load my.CorvanthelisPreset 5 deesser.cvb new.CorvanthelisPreset");
 }
 
 CLI::App& BandCommand::addSave() {
-  CLI::App& command = *app.add_subcommand("save", "Write a band to a band file");
-  command.add_option("FILE N OUT", words, "State, preset or bank; band, 1 to 8; the band file")
-      ->required()
-      ->type_name("");
-  command.add_flag("--default", isDefault, "Write a new band's settings; OUT alone is given");
-  command.footer(
-      "Of a state the present program counts. OUT is replaced.\n"
-      "\n"
-      "Examples:\n"
-      "  corvanthelis band save my.CorvanthelisPreset 3 deesser.cvb\n"
-      "  corvanthelis band save --default plain.cvb");
+  CLI::App& command = addCommand(app, "save", "Write a band to a band file");
+  addOption(command, "FILE N OUT", words, "State, preset or bank; band, 1 to 8; the band file",
+            {.isRequired = true});
+  addFlag(command, "--default", isDefault, "Write a new band's settings; OUT alone is given");
+  setFooter(command,
+            "Of a state the present program counts. OUT is replaced.\n"
+            "\n"
+            "Examples:\n"
+            "  corvanthelis band save my.CorvanthelisPreset 3 deesser.cvb\n"
+            "  corvanthelis band save --default plain.cvb");
   return command;
 }
 
 CLI::App& BandCommand::addLoad() {
-  CLI::App& command = *app.add_subcommand("load", "Put a band file into a state or preset");
+  CLI::App& command = addCommand(app, "load", "Put a band file into a state or preset");
   const auto add = [&command](const char* name, std::string& path, const char* description) {
-    command.add_option(name, path, description)->required()->type_name("");
+    addOption(command, name, path, description, {.isRequired = true});
   };
   add("FILE", file, "State, preset or bank");
-  command.add_option("N", band, "The band, 1 to 8")
-      ->required()
-      ->type_name("")
-      ->check(CLI::Range(1, kNumBands).description(""));
+  addOption(command, "N", band, "The band, 1 to 8",
+            {.isRequired = true, .range = {{1, kNumBands}}});
   add("BANDFILE", bandFile, "The band file");
   add("OUT", output, "FILE with the band in place, in the same form; replaced if it is there");
-  command.footer(
+  setFooter(
+      command,
       "The band stays where it is and on or off; only what a band file holds changes. Banks other\n"
       "than the present one stay as they are. OUT must be another file than FILE.\n"
       "\n"
@@ -88,8 +86,8 @@ CLI::App& BandCommand::addLoad() {
 
 int BandCommand::run() const {
   orElse("nothing was written", [this] {
-    if (save.parsed()) saveBand();
-    if (load.parsed()) loadBand();
+    if (isChosen(save)) saveBand();
+    if (isChosen(load)) loadBand();
   });
   return kDone;
 }

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+#include "apps/command_line.h"
 
 /// `corvanthelis band`: takes bands out of states and presets, and puts them in.
 class BandCommand {
  public:
   explicit BandCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`; throws `Failure` and `WrongArguments`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   [[nodiscard]] CLI::App& addSave();

@@ -117,30 +117,27 @@ JsonTree curveJson(const CurveCommand::Curve& curve) {
 }  // namespace
 
 CurveCommand::CurveCommand(CLI::App& program)
-    : app(*program.add_subcommand("curve", "Print the frequency response of a band")),
+    : app(addCommand(program, "curve", "Print the frequency response of a band")),
       state(app, false) {
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis curve --band 1 --set kB2State=1 --set kB2Frequency=4000\n"
-      "  corvanthelis curve --band 2 --set kB2State=1 --set kB2Type=1 --set kB2SubType=3\n"
-      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --rate 96000 --points 2000\n"
-      "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse\n"
-      "  corvanthelis curve --band 2 --preset Vocals/Soft");
-  app.add_option("--band", band, "The band, 1 to 8")
-      ->required()
-      ->type_name("N")
-      ->check(CLI::Range(1, kNumBands).description(""));
-  app.add_option("--points", points, "Frequencies from 10 to 24000 Hz")
-      ->capture_default_str()
-      ->type_name("N")
-      ->check(CLI::Range(2, kMostPoints).description(""));
-  app.add_option("--rate", rate, "Sample rate")->capture_default_str()->type_name("HZ");
-  CLI::Option* const asJson = app.add_flag("--json", json, "Print the curve as JSON");
-  CLI::Option* const fromAudio = app.add_flag(
-      "--measured", measured, "Run an impulse through the effect with the band soloed");
-  app.add_flag("--impulse", impulse, "Print what comes out for the impulse, not its spectrum")
-      ->needs(fromAudio)
-      ->excludes(asJson);
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis curve --band 1 --set kB2State=1 --set kB2Frequency=4000\n"
+            "  corvanthelis curve --band 2 --set kB2State=1 --set kB2Type=1 --set kB2SubType=3\n"
+            "  corvanthelis curve --band 1 --set kB1Type=1 --measured --rate 96000 --points 2000\n"
+            "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse\n"
+            "  corvanthelis curve --band 2 --preset Vocals/Soft");
+  addOption(app, "--band", band, "The band, 1 to 8",
+            {.type = "N", .isRequired = true, .range = {{1, kNumBands}}});
+  addOption(app, "--points", points, "Frequencies from 10 to 24000 Hz",
+            {.type = "N", .showsDefault = true, .range = {{2, kMostPoints}}});
+  addOption(app, "--rate", rate, "Sample rate", {.type = "HZ", .showsDefault = true});
+  CLI::Option* const asJson = addFlag(app, "--json", json, "Print the curve as JSON");
+  CLI::Option* const fromAudio = addFlag(app, "--measured", measured,
+                                         "Run an impulse through the effect with the band soloed");
+  CLI::Option* const asImpulse =
+      addFlag(app, "--impulse", impulse, "Print what comes out for the impulse, not its spectrum");
+  require(asImpulse, fromAudio);
+  exclude(asImpulse, asJson);
 }
 
 void CurveCommand::checkRate() const {

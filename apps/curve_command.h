@@ -1,8 +1,8 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <vector>
 
+#include "apps/command_line.h"
 #include "apps/state_options.h"
 #include "core/plug.h"
 
@@ -17,7 +17,7 @@ class CurveCommand {
 
   explicit CurveCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   void checkRate() const;

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -7,6 +6,7 @@
 #include <string>
 
 #include "apps/band_command.h"
+#include "apps/command_line.h"
 #include "apps/curve_command.h"
 #include "apps/failure.h"
 #include "apps/messages.h"
@@ -27,18 +27,11 @@ constexpr const char* kFooter =
     "  corvanthelis params\n"
     "  corvanthelis render --help";
 
-/// A sentence of the parser as our messages begin.
-std::string parserReason(const CLI::ParseError& fault) {
-  std::string text = fault.what();
-  if (text.starts_with("The ") || text.starts_with("A ")) text.front() += 'a' - 'A';
-  return text;
-}
-
 int runCommand(int argc, char** argv) {
-  CLI::App program("Corvanthelis: an eight-band dynamics processor for audio files",
-                   "corvanthelis");
-  program.set_version_flag("--version", "corvanthelis " CORVANTHELIS_VERSION, "Print the version");
-  program.footer(kFooter);
+  CommandLine line("Corvanthelis: an eight-band dynamics processor for audio files", "corvanthelis",
+                   "corvanthelis " CORVANTHELIS_VERSION);
+  CLI::App& program = line.program();
+  setFooter(program, kFooter);
   RenderCommand render(program);
   ParamsCommand params(program);
   FormatCommand format(program);
@@ -47,13 +40,7 @@ int runCommand(int argc, char** argv) {
   const StateCommand state(program);
   const BandCommand band(program);
   const PresetsCommand presets(program);
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::Success& answered) {  // --help, --version
-    return program.exit(answered);
-  } catch (const CLI::ParseError& fault) {
-    throw WrongArguments(parserReason(fault));
-  }
+  if (!line.parse(argc, argv)) return kDone;
   if (render.chosen()) return render.run();
   if (params.chosen()) return params.run();
   if (format.chosen()) return format.run();

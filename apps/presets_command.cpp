@@ -78,39 +78,39 @@ void printTrees(const PresetTrees& trees, bool isJson) {
 }  // namespace
 
 PresetsCommand::PresetsCommand(CLI::App& program)
-    : app(*program.add_subcommand("presets", "List presets, or tell where they lie")),
+    : app(addCommand(program, "presets", "List presets, or tell where they lie")),
       list(addList()),
       path(addPath()) {
-  app.require_subcommand(1);
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis presets list\n"
-      "  corvanthelis presets path --json");
+  requireCommand(app);
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis presets list\n"
+            "  corvanthelis presets path --json");
 }
 
 CLI::App& PresetsCommand::addList() {
-  CLI::App& command = *app.add_subcommand("list", "List the presets as their menu shows them");
-  command.add_flag("--json", json, "Print the list as JSON");
-  command.footer(
-      "Examples:\n"
-      "  corvanthelis presets list\n"
-      "  corvanthelis presets list --json");
+  CLI::App& command = addCommand(app, "list", "List the presets as their menu shows them");
+  addFlag(command, "--json", json, "Print the list as JSON");
+  setFooter(command,
+            "Examples:\n"
+            "  corvanthelis presets list\n"
+            "  corvanthelis presets list --json");
   return command;
 }
 
 CLI::App& PresetsCommand::addPath() {
-  CLI::App& command = *app.add_subcommand("path", "Print where presets, bands and settings lie");
-  command.add_flag("--json", json, "Print the paths as JSON");
-  command.footer(
-      "Examples:\n"
-      "  corvanthelis presets path\n"
-      "  CORVANTHELIS_PATH=~/sounds corvanthelis presets path --json");
+  CLI::App& command = addCommand(app, "path", "Print where presets, bands and settings lie");
+  addFlag(command, "--json", json, "Print the paths as JSON");
+  setFooter(command,
+            "Examples:\n"
+            "  corvanthelis presets path\n"
+            "  CORVANTHELIS_PATH=~/sounds corvanthelis presets path --json");
   return command;
 }
 
 int PresetsCommand::run() const {
   const InstallFolders& folders = Machine::ofProcess().folders();
-  if (list.parsed()) printTrees(walkPresets(folders), json);
-  if (path.parsed()) printPlaces(folders, json);
+  if (isChosen(list)) printTrees(walkPresets(folders), json);
+  if (isChosen(path)) printPlaces(folders, json);
   return kDone;
 }

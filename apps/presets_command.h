@@ -1,13 +1,13 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "apps/command_line.h"
 
 /// `corvanthelis presets`: the presets of the user and of the program, and where they lie.
 class PresetsCommand {
  public:
   explicit PresetsCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   [[nodiscard]] CLI::App& addList();

@@ -86,46 +86,42 @@ void printReportWarnings(const std::vector<RenderOutcome>& outcomes) {
 }  // namespace
 
 RenderCommand::RenderCommand(CLI::App& program)
-    : app(*program.add_subcommand("render", "Run the effect over audio files")), state(app) {
-  app.footer(kExamples);
+    : app(addCommand(program, "render", "Run the effect over audio files")), state(app) {
+  setFooter(app, kExamples);
   addFileOptions();
   addEffectOptions();
   addReportOptions();
 }
 
 void RenderCommand::addFileOptions() {
-  app.add_option("FILES", files, "IN and OUT, whose ending names the container")
-      ->required()
-      ->type_name("");
-  app.add_option("--out-dir", outDirectory,
-                 "Take all FILES as inputs, write them here under their names")
-      ->type_name("DIR");
-  app.add_option("--jobs", jobs, "Files rendered at a time with --out-dir (all cores)")
-      ->check(CLI::Range(1, kMostJobs).description(""))
-      ->type_name("N");
-  app.add_option("--format", format, "Samples of the output: f32, f64, s24 or s16 (f32; flac: s24)")
-      ->check(CLI::IsMember({"f32", "f64", "s24", "s16"}).description(""))
-      ->type_name("F");
+  addOption(app, "FILES", files, "IN and OUT, whose ending names the container",
+            {.isRequired = true});
+  names.push_back(addOption(app, "--out-dir", outDirectory,
+                            "Take all FILES as inputs, write them here under their names",
+                            {.type = "DIR"}));
+  addOption(app, "--jobs", jobs, "Files rendered at a time with --out-dir (all cores)",
+            {.type = "N", .range = {{1, kMostJobs}}});
+  addOption(app, "--format", format, "Samples of the output: f32, f64, s24 or s16 (f32; flac: s24)",
+            {.type = "F", .choices = {"f32", "f64", "s24", "s16"}});
 }
 
 void RenderCommand::addEffectOptions() {
-  app.add_option("--sidechain", sidechain, "One or two channels for the sidechain inputs")
-      ->type_name("FILE");
-  app.add_option("--automation", automation, "CSV rows seconds,ID,PLAIN")->type_name("FILE");
-  app.add_option("--block", block, "Frames per block")
-      ->capture_default_str()
-      ->check(CLI::Range(1, kLargestBlock).description(""))
-      ->type_name("N");
-  app.add_flag("--double", doubles, "Use the effect's 64-bit entry");
-  app.add_flag("--realtime", realtime, "Tell the effect that it plays live, not offline");
-  app.add_flag("--keep-latency", keepLatency, "Leave the effect's delay in the output");
-  app.add_flag("--match-loudness", matchLoudness,
-               "Set kOpTrim so that the output is as loud as the input (EBU R 128)");
+  names.push_back(addOption(app, "--sidechain", sidechain,
+                            "One or two channels for the sidechain inputs", {.type = "FILE"}));
+  names.push_back(
+      addOption(app, "--automation", automation, "CSV rows seconds,ID,PLAIN", {.type = "FILE"}));
+  addOption(app, "--block", block, "Frames per block",
+            {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});
+  addFlag(app, "--double", doubles, "Use the effect's 64-bit entry");
+  addFlag(app, "--realtime", realtime, "Tell the effect that it plays live, not offline");
+  addFlag(app, "--keep-latency", keepLatency, "Leave the effect's delay in the output");
+  addFlag(app, "--match-loudness", matchLoudness,
+          "Set kOpTrim so that the output is as loud as the input (EBU R 128)");
 }
 
 void RenderCommand::addReportOptions() {
-  app.add_flag("--json", json, "Print the report as JSON");
-  app.add_flag("--quiet", quiet, "Print no report and no progress");
+  addFlag(app, "--json", json, "Print the report as JSON");
+  addFlag(app, "--quiet", quiet, "Print no report and no progress");
 }
 
 RenderOptions RenderCommand::options(std::vector<std::string>& warnings) const {
@@ -172,20 +168,11 @@ int RenderCommand::jobCount() const {
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
 }
 
-void RenderCommand::refuseEmptyNames() const {
-  // Most likely a variable of a script that was not set.
-  for (const char* const option : {"--out-dir", "--sidechain", "--automation"}) {
-    if (app.count(option) > 0 && app.get_option(option)->as<std::string>().empty()) {
-      throw WrongArguments(std::string(option) + ": the name is empty");
-    }
-  }
+RenderCommand::Plan RenderCommand::plan() const {
+  refuseEmptyNames(names);
   if (std::find(files.begin(), files.end(), "") != files.end()) {
     throw WrongArguments("the name of a file is empty");
   }
-}
-
-RenderCommand::Plan RenderCommand::plan() const {
-  refuseEmptyNames();
   Plan result;
   result.options = options(result.warnings);
   result.items = items();

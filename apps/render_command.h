@@ -1,10 +1,10 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "apps/batch.h"
+#include "apps/command_line.h"
 #include "apps/output_plan.h"
 #include "apps/render_options.h"
 #include "apps/state_options.h"
@@ -17,7 +17,7 @@ class RenderCommand {
   /// After the command line was parsed; an `ExitStatus`. Throws `Failure` and `WrongArguments` for
   /// what concerns all files.
   int run();
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   struct Plan {
@@ -31,7 +31,6 @@ class RenderCommand {
   void addReportOptions();
   [[nodiscard]] RenderOptions options(std::vector<std::string>& warnings) const;
   [[nodiscard]] std::vector<RenderItem> items() const;
-  void refuseEmptyNames() const;
   [[nodiscard]] Plan plan() const;
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
   void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
@@ -41,6 +40,7 @@ class RenderCommand {
 
   CLI::App& app;
   StateOptions state;
+  std::vector<CLI::Option*> names;  // that must not be empty
   std::vector<std::string> files;
   std::string outDirectory;
   std::string sidechain;

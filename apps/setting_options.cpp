@@ -4,12 +4,9 @@
 
 namespace {
 
-CLI::Option* addRepeatable(CLI::App& command, const std::string& name, const std::string& value,
-                           const std::string& description) {
-  return command.add_option(name, description)
-      ->type_name(value)
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+CLI::Option* addRepeatable(CLI::App& command, const char* name, const char* value,
+                           const char* description) {
+  return addOption(command, name, description, {.type = value, .isRepeatable = true});
 }
 
 }  // namespace
@@ -26,11 +23,11 @@ std::vector<Setting> SettingOptions::parse(std::vector<std::string>& warnings) c
   std::size_t nextPlain = 0;
   std::size_t nextNormalised = 0;
   // An option stands in this list once for each time it was given.
-  for (const CLI::Option* const option : app.parse_order()) {
+  for (const CLI::Option* const option : optionsInOrder(app)) {
     if (option == plain) {
-      settings.push_back(parseSetting(plain->results().at(nextPlain++), false, warnings));
+      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, warnings));
     } else if (option == normalised) {
-      settings.push_back(parseSetting(normalised->results().at(nextNormalised++), true, warnings));
+      settings.push_back(parseSetting(valuesOf(normalised).at(nextNormalised++), true, warnings));
     }
   }
   return settings;

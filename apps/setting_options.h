@@ -1,9 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "apps/command_line.h"
 #include "apps/settings.h"
 
 /// The options `--set` and `--setn` of a command. `command` must outlive it.

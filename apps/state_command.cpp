@@ -14,7 +14,7 @@
 namespace {
 
 void addFile(CLI::App& command, const char* name, std::string& path, const char* description) {
-  command.add_option(name, path, description)->required()->type_name("");
+  addOption(command, name, path, description, {.isRequired = true});
 }
 
 std::optional<int> bankNumber(const std::string& letter) {
@@ -25,35 +25,36 @@ std::optional<int> bankNumber(const std::string& letter) {
 }  // namespace
 
 StateCommand::StateCommand(CLI::App& program)
-    : app(*program.add_subcommand("state", "Look into states, presets, banks and band files")),
+    : app(addCommand(program, "state", "Look into states, presets, banks and band files")),
       show(addShow()),
       pack(addPack()),
       check(addCheck()),
       diff(addDiff()) {
-  app.require_subcommand(1);
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis state show my.CorvanthelisPreset >my.json\n"
-      "  corvanthelis state pack my.json my.CorvanthelisPreset\n"
-      "  corvanthelis state check my.CorvanthelisBank\n"
-      "  corvanthelis state diff before.CorvanthelisBank after.CorvanthelisBank --bank C");
+  requireCommand(app);
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis state show my.CorvanthelisPreset >my.json\n"
+            "  corvanthelis state pack my.json my.CorvanthelisPreset\n"
+            "  corvanthelis state check my.CorvanthelisBank\n"
+            "  corvanthelis state diff before.CorvanthelisBank after.CorvanthelisBank --bank C");
 }
 
 CLI::App& StateCommand::addShow() {
-  CLI::App& command = *app.add_subcommand("show", "Print a file's document as JSON");
+  CLI::App& command = addCommand(app, "show", "Print a file's document as JSON");
   addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
-  command.footer(
-      "Examples:\n"
-      "  corvanthelis state show my.CorvanthelisPreset\n"
-      "  corvanthelis state show my.CorvanthelisBank >my.json");
+  setFooter(command,
+            "Examples:\n"
+            "  corvanthelis state show my.CorvanthelisPreset\n"
+            "  corvanthelis state show my.CorvanthelisBank >my.json");
   return command;
 }
 
 CLI::App& StateCommand::addPack() {
-  CLI::App& command = *app.add_subcommand("pack", "Make a file of a document's JSON");
+  CLI::App& command = addCommand(app, "pack", "Make a file of a document's JSON");
   addFile(command, "IN", first, "The document as state show prints it");
   addFile(command, "OUT", second, "The file; what stands there is replaced");
-  command.footer(
+  setFooter(
+      command,
       "A band file stays plain text, as the effect reads no other. OUT must be another file than\n"
       "IN.\n"
       "\n"
@@ -64,9 +65,10 @@ CLI::App& StateCommand::addPack() {
 }
 
 CLI::App& StateCommand::addCheck() {
-  CLI::App& command = *app.add_subcommand("check", "Tell what a file is and whether it is sound");
+  CLI::App& command = addCommand(app, "check", "Tell what a file is and whether it is sound");
   addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
-  command.footer(
+  setFooter(
+      command,
       "Exit status 0 for a document, with or without findings; 1 for what is none or damaged.\n"
       "\n"
       "Examples:\n"
@@ -75,33 +77,32 @@ CLI::App& StateCommand::addCheck() {
 }
 
 CLI::App& StateCommand::addDiff() {
-  CLI::App& command = *app.add_subcommand("diff", "Print which parameters of two files differ");
+  CLI::App& command = addCommand(app, "diff", "Print which parameters of two files differ");
   addFile(command, "A", first, "A state, preset or bank; or a band file");
   addFile(command, "B", second, "What it is compared with");
-  command.add_option("--bank", bank, "Compare a bank, A to H, and not the program")
-      ->type_name("X")
-      ->check(CLI::IsMember({"A", "B", "C", "D", "E", "F", "G", "H"}).description(""));
-  command.footer(
-      "Each line has the values of A and B in the parameter's own unit; - is not stored.\n"
-      "\n"
-      "Examples:\n"
-      "  corvanthelis state diff soft.CorvanthelisPreset hard.CorvanthelisPreset\n"
-      "  corvanthelis state diff old.CorvanthelisBank new.CorvanthelisBank --bank B\n"
-      "  corvanthelis state diff ess.cvb deess.cvb");
+  addOption(command, "--bank", bank, "Compare a bank, A to H, and not the program",
+            {.type = "X", .choices = {"A", "B", "C", "D", "E", "F", "G", "H"}});
+  setFooter(command,
+            "Each line has the values of A and B in the parameter's own unit; - is not stored.\n"
+            "\n"
+            "Examples:\n"
+            "  corvanthelis state diff soft.CorvanthelisPreset hard.CorvanthelisPreset\n"
+            "  corvanthelis state diff old.CorvanthelisBank new.CorvanthelisBank --bank B\n"
+            "  corvanthelis state diff ess.cvb deess.cvb");
   return command;
 }
 
 int StateCommand::run() const {
-  if (pack.parsed()) {
+  if (isChosen(pack)) {
     orElse("nothing was written", [this] { writePacked(); });
     return kDone;
   }
   const StateDocument document = readStateDocument(first);
-  if (show.parsed()) {
+  if (isChosen(show)) {
     std::cout << printedText(document) << '\n';
-  } else if (check.parsed()) {
+  } else if (isChosen(check)) {
     std::cout << stateReport(document);
-  } else if (diff.parsed()) {
+  } else if (isChosen(diff)) {
     std::cout << stateDifference(document, readStateDocument(second), bankNumber(bank));
   }
   return kDone;

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "apps/command_line.h"
 
 /// `corvanthelis state`: looks into stored states, presets, banks and band files, and makes them.
 class StateCommand {
  public:
   explicit StateCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`; throws `Failure` and `WrongArguments`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   [[nodiscard]] CLI::App& addShow();

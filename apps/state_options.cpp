@@ -25,33 +25,22 @@ void checkRole(const StateDocument& document, StateFile::Role role) {
 
 StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(command) {
   CLI::Option* const stateOption =
-      command.add_option("--state", state, "Load a state as hosts store it, packed or plain")
-          ->type_name("FILE");
-  CLI::Option* const bankOption = command.add_option("--bank", bank, "Load a bank file")
-                                      ->type_name("FILE")
-                                      ->excludes(stateOption);
-  CLI::Option* const presetOption =
-      command
-          .add_option("--preset", preset,
-                      "Load a preset: a file, or a name or Folder/Name of presets list")
-          ->type_name("FILE");
-  CLI::Option* const bandOption =
-      command
-          .add_option(isBandFree ? "--band,--band-file" : "--band-file", bands,
-                      "Load a band file into band N, 1 to 8; repeatable")
-          ->type_name("N=FILE")
-          ->expected(1)
-          ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      addOption(command, "--state", state, "Load a state as hosts store it, packed or plain",
+                {.type = "FILE"});
+  CLI::Option* const bankOption =
+      addOption(command, "--bank", bank, "Load a bank file", {.type = "FILE"});
+  exclude(bankOption, stateOption);
+  CLI::Option* const presetOption = addOption(
+      command, "--preset", preset,
+      "Load a preset: a file, or a name or Folder/Name of presets list", {.type = "FILE"});
+  CLI::Option* const bandOption = addOption(
+      command, isBandFree ? "--band,--band-file" : "--band-file", bands,
+      "Load a band file into band N, 1 to 8; repeatable", {.type = "N=FILE", .isRepeatable = true});
   options = {stateOption, bankOption, presetOption, bandOption};
 }
 
 EffectState StateOptions::read(std::vector<std::string>& warnings) const {
-  // Most likely a variable of a script that was not set.
-  for (const CLI::Option* const option : options) {
-    for (const std::string& text : option->results()) {
-      if (text.empty()) throw WrongArguments(option->get_name() + ": the name is empty");
-    }
-  }
+  refuseEmptyNames(options);
   EffectState result;
   result.settings = settings.parse(warnings);
   if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);

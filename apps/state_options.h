@@ -1,9 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "apps/command_line.h"
 #include "apps/effect_state.h"
 #include "apps/setting_options.h"
 

@@ -78,12 +78,12 @@ void printTable(const std::vector<Columns>& rows) {
 }  // namespace
 
 ParamsCommand::ParamsCommand(CLI::App& program)
-    : app(*program.add_subcommand("params", "List the parameters")) {
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis params\n"
-      "  corvanthelis params --json");
-  app.add_flag("--json", json, "Print the list as JSON");
+    : app(addCommand(program, "params", "List the parameters")) {
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis params\n"
+            "  corvanthelis params --json");
+  addFlag(app, "--json", json, "Print the list as JSON");
 }
 
 int ParamsCommand::run() const {
@@ -106,19 +106,18 @@ int ParamsCommand::run() const {
 }
 
 FormatCommand::FormatCommand(CLI::App& program)
-    : app(*program.add_subcommand("format", "Print the text that a parameter shows for values")),
+    : app(addCommand(program, "format", "Print the text that a parameter shows for values")),
       state(app) {
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis format kB1Threshold 0 0.5 1\n"
-      "  corvanthelis format --note kB1Frequency 0.5\n"
-      "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
-      "  corvanthelis format --preset Vocals/Soft kB1Position 0");
-  app.add_flag("--note", note, "Show frequencies as musical notes");
-  app.add_option("ID", identifier, "The parameter")->required()->type_name("");
-  app.add_option("NORMALISED", values, "Positions; what is beyond 0 to 1 counts as the end")
-      ->required()
-      ->type_name("");
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis format kB1Threshold 0 0.5 1\n"
+            "  corvanthelis format --note kB1Frequency 0.5\n"
+            "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
+            "  corvanthelis format --preset Vocals/Soft kB1Position 0");
+  addFlag(app, "--note", note, "Show frequencies as musical notes");
+  addOption(app, "ID", identifier, "The parameter", {.isRequired = true});
+  addOption(app, "NORMALISED", values, "Positions; what is beyond 0 to 1 counts as the end",
+            {.isRequired = true});
 }
 
 int FormatCommand::run() const {
@@ -143,15 +142,15 @@ int FormatCommand::run() const {
 }
 
 LatencyCommand::LatencyCommand(CLI::App& program)
-    : app(*program.add_subcommand("latency", "Print the effect's delay in samples")), state(app) {
-  app.footer(
-      "Examples:\n"
-      "  corvanthelis latency\n"
-      "  corvanthelis latency --rate 96000 --set kOversample=2\n"
-      "  corvanthelis latency --offline --set kOversampleOL=2\n"
-      "  corvanthelis latency --state session.json");
-  app.add_option("--rate", rate, "Sample rate")->capture_default_str()->type_name("HZ");
-  app.add_flag("--offline", offline, "As in a render, where kOversampleOL counts (live)");
+    : app(addCommand(program, "latency", "Print the effect's delay in samples")), state(app) {
+  setFooter(app,
+            "Examples:\n"
+            "  corvanthelis latency\n"
+            "  corvanthelis latency --rate 96000 --set kOversample=2\n"
+            "  corvanthelis latency --offline --set kOversampleOL=2\n"
+            "  corvanthelis latency --state session.json");
+  addOption(app, "--rate", rate, "Sample rate", {.type = "HZ", .showsDefault = true});
+  addFlag(app, "--offline", offline, "As in a render, where kOversampleOL counts (live)");
 }
 
 int LatencyCommand::run() const {

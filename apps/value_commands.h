@@ -1,9 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "apps/command_line.h"
 #include "apps/state_options.h"
 
 /// `corvanthelis params`: the list of parameters.
@@ -11,7 +11,7 @@ class ParamsCommand {
  public:
   explicit ParamsCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   CLI::App& app;
@@ -23,7 +23,7 @@ class FormatCommand {
  public:
   explicit FormatCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   CLI::App& app;
@@ -38,7 +38,7 @@ class LatencyCommand {
  public:
   explicit LatencyCommand(CLI::App& program);
   int run() const;  ///< an `ExitStatus`
-  [[nodiscard]] bool chosen() const { return app.parsed(); }
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
 
  private:
   CLI::App& app;

@@ -4,29 +4,28 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
-#include <numeric>
+#include <numbers>
+#include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "analysis/fft.h"
 #include "apps/chain_fault.h"
+#include "apps/effect_runner.h"
+#include "apps/loudness.h"
 #include "apps/preset_source.h"
-#include "core/parameter_table.h"
 #include "platform/clock.h"
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
 #include "state/machine.h"
-#include "tests/factory/claims.h"
-#include "tests/factory/outcome.h"
+#include "tests/factory/sounds.h"
+#include "tests/support/test_directory.h"
 
 namespace {
 
@@ -34,271 +33,330 @@ namespace fs = std::filesystem;
 
 const fs::path kSources = CORVANTHELIS_PRESET_SOURCES;
 const fs::path kContent = CORVANTHELIS_FACTORY_CONTENT;
+const fs::path kBank = kContent / "Factory Bank.CorvanthelisBank";
+constexpr int kRunBlock = 480;  // frames: 10 ms
+constexpr std::size_t kFrame = 2048;
+constexpr std::size_t kHop = 512;
+constexpr std::size_t kBins = kFrame / 2;
+constexpr std::size_t kFrames = (kSoundSeconds * kSoundRate - kFrame) / kHop + 1;
 
-std::string bytesOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in) << path;
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-/// An instance on a machine of its own.
-class FactoryPlug {
- public:
-  explicit FactoryPlug(int rate = kMaterialRate) {
-    plug.setSampleRate(static_cast<float>(rate));
-    plug.setBlockSize(kRunBlock);
-  }
-  Plug& operator*() noexcept { return plug; }
-  Plug* operator->() noexcept { return &plug; }
-  void load(const fs::path& path, bool isPreset) {
-    const std::string bytes = bytesOf(path);
-    plug.setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), isPreset);
-    EXPECT_FALSE(plug.chunkRefused()) << path;
-  }
-
- private:
-  Machine machine{std::make_unique<MemoryStore>(), {}};
-  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
+/// What is looked at: a part of a stereo signal between two frequencies, in all frames of some time
+/// or in the tenth that was loudest or quietest there before.
+struct Region {
+  std::string part;    ///< "both", "mid", "side"
+  std::string frames;  ///< "all", "loudest", "quietest"
+  double fromSeconds = 0.0;
+  double toSeconds = 0.0;
+  double fromHz = 0.0;
+  double toHz = 0.0;
 };
 
-/// A preset's source, or an entry's of the bank, by its name in the table of claims.
-PresetSource sourceOf(const std::string& name) {
-  const fs::path path = kSources / (name + ".json");
-  if (path.parent_path().filename() != "Factory Bank") return readPresetSource(path.string());
-  const auto entry = static_cast<std::size_t>(name.back() - 'A');
-  return readBankSource((kSources / "Factory Bank.json").string()).at(entry);
+/// All that claims ask of a signal.
+struct Heard {
+  explicit Heard(const Signal& signal);
+  /// How much louder, in dB, a region is than it was `before`.
+  double change(const Heard& before, const Region& region) const;
+
+  Loudness::Result loudness;
+  double crest = 0.0;  ///< dB of the largest sample over the root mean square
+  std::array<std::optional<GainRange>, kNumBands> gains;
+  double power(std::size_t frame, const Region& region) const;
+
+  // For each frame of 43 ms every 11 ms the power below each bin, of mid and side.
+  std::array<Signal, 2> below;
+};
+
+std::size_t binAt(double hertz) {
+  return static_cast<std::size_t>(std::lround(hertz / kSoundRate * static_cast<double>(kFrame)));
 }
 
-void loadBuilt(FactoryPlug& plug, const std::string& name) {
-  if (name.starts_with("Factory Bank/")) {
-    plug.load(kContent / "Factory Bank.CorvanthelisBank", false);
-    plug->switchBank(name.back() - 'A');
-  } else {
-    plug.load(kContent / "Presets" / (name + ".CorvanthelisPreset"), true);
-  }
-  plug->resume();
-  plug->onIdle();
-}
-
-void expectLoadedAsWritten(Plug& plug, const PresetSource& source) {
-  std::map<std::int32_t, float> written;
-  for (const Setting& setting : source.values) written[setting.parameter] = setting.value;
-  for (std::int32_t id = 0; id < kNumParams; ++id) {
-    const bool isOfChain =
-        id == kBandOrder || id == kABBank ||
-        (isBandParameter(id) && (bandOneIdOf(id) == kB1State || bandOneIdOf(id) == kB1Type));
-    if (isOfChain) continue;
-    const auto setting = written.find(id);
-    const float expected = setting != written.end()
-                               ? setting->second
-                               : kParameterTable[static_cast<std::size_t>(id)].value;
-    EXPECT_NEAR(plug.getPlainValue(id), expected, 1e-4 * std::max(1.0F, std::abs(expected)))
-        << parameterIdentifier(id);
-  }
-  for (int band = 0; band < kNumBands; ++band) {
-    EXPECT_EQ(chainFault(plug, band).value_or(""), "");
-  }
-  BandLayout& layout = plug.getEngine().layout;
-  EXPECT_EQ(layout.copyOf(layout.pre), source.chain->pre);
-  EXPECT_EQ(layout.copyOf(layout.xover), source.chain->crossover);
-  EXPECT_EQ(layout.copyOf(layout.post), source.chain->post);
-}
-
-/// Samples by which `out` comes late against `in`, by their likeness in the middle second.
-int delayBetween(const Material::Channels& in, const Material::Channels& out) {
-  constexpr std::ptrdiff_t kReach = 24;
-  constexpr std::ptrdiff_t kFrom = 5 * kMaterialRate;
-  const auto likeness = [&](std::ptrdiff_t lag) {
-    const auto first = in[0].begin() + kFrom;
-    return std::inner_product(first, first + kMaterialRate, out[0].begin() + kFrom + lag, 0.0);
-  };
-  std::ptrdiff_t best = -kReach;
-  for (std::ptrdiff_t lag = -kReach; lag <= kReach; ++lag) {
-    if (likeness(lag) > likeness(best)) best = lag;
-  }
-  return static_cast<int>(best);
-}
-
-/// What is played to the presets, each with what can be said of it, made when first asked for.
-class Sounds {
- public:
-  struct Entry {
-    Material material;
-    Outcome outcome;
-  };
-  const Entry& operator[](Sound sound) {
-    auto found = entries.find(sound);
-    if (found == entries.end()) {
-      constexpr std::array kMakers = {demoMaterial,    keyedMaterial,  talkMaterial,
-                                      guitarMaterial,  bassMaterial,   drumMaterial,
-                                      clippedMaterial, lowToneMaterial};
-      Material material = kMakers.at(static_cast<std::size_t>(sound))();
-      PresetRun asItIs;
-      asItIs.out = material.main;
-      found = entries.emplace(sound, Entry{std::move(material), Outcome(asItIs)}).first;
+Heard::Heard(const Signal& signal) {
+  FftTables tables;
+  tables.prepare(kFrame);
+  std::vector<double> pairs(2 * kFrame);
+  for (const std::size_t part : {0U, 1U}) {
+    for (std::size_t frame = 0; frame < kFrames; ++frame) {
+      for (std::size_t i = 0; i < kFrame; ++i) {
+        const double turn = 2.0 * std::numbers::pi * static_cast<double>(i) / kFrame;
+        const double* const at = signal.data() + 2 * (frame * kHop + i);
+        pairs[2 * i] = (0.5 - 0.5 * std::cos(turn)) * (part == 0 ? at[0] + at[1] : at[0] - at[1]);
+        pairs[2 * i + 1] = 0.0;
+      }
+      complexForward(kFrame, pairs.data(), tables);
+      below[part].push_back(0.0);
+      for (std::size_t k = 0; k < kBins; ++k) {
+        const double power = pairs[2 * k] * pairs[2 * k] + pairs[2 * k + 1] * pairs[2 * k + 1];
+        below[part].push_back(below[part].back() + power);
+      }
     }
-    return found->second;
   }
+  double peak = 0.0;
+  double mean = 0.0;
+  for (const double x : signal) {
+    peak = std::max(peak, std::abs(x));
+    mean += x * x / static_cast<double>(signal.size());
+  }
+  crest = 10.0 * std::log10(peak * peak / mean);
+  Loudness meter(kSoundRate, 2);
+  meter.add(signal.data(), static_cast<int>(signal.size() / 2));
+  loudness = meter.result();
+}
 
- private:
-  std::map<Sound, Entry> entries;
+double Heard::power(std::size_t frame, const Region& region) const {
+  const std::size_t from = frame * (kBins + 1) + binAt(region.fromHz);
+  const std::size_t to = frame * (kBins + 1) + binAt(region.toHz);
+  return (region.part == "side" ? 0.0 : below[0][to] - below[0][from]) +
+         (region.part == "mid" ? 0.0 : below[1][to] - below[1][from]);
+}
+
+double Heard::change(const Heard& before, const Region& region) const {
+  std::vector<std::size_t> chosen;
+  for (std::size_t frame = 0; frame < kFrames; ++frame) {
+    const double seconds = (static_cast<double>(frame * kHop) + 0.5 * kFrame) / kSoundRate;
+    if (seconds >= region.fromSeconds && seconds < region.toSeconds) chosen.push_back(frame);
+  }
+  const double sign = region.frames == "quietest" ? 1.0 : -1.0;
+  const auto rank = [&](std::size_t frame) { return sign * before.power(frame, region); };
+  if (region.frames != "all") {
+    std::ranges::sort(chosen, {}, rank);
+    chosen.resize(chosen.size() / 10);
+  }
+  double powerBefore = 1e-30;  // keeps silence finite
+  double powerAfter = 1e-30;
+  for (const std::size_t frame : chosen) {
+    powerBefore += before.power(frame, region);
+    powerAfter += power(frame, region);
+  }
+  return 10.0 * std::log10(powerAfter / powerBefore);
+}
+
+/// A signal of some channels with a frame between each two, if `factor` is 2.
+Signal atRate(int factor, const Signal& signal, std::size_t channels) {
+  if (factor == 1) return signal;
+  Signal result(2 * signal.size());
+  for (std::size_t i = 0; i < signal.size(); ++i) {
+    const std::size_t at = 2 * i - i % channels;
+    result[at] = 0.5 * (signal[i] + (i < channels ? 0.0 : signal[i - channels]));
+    result[at + channels] = signal[i];
+  }
+  return result;
+}
+
+/// Runs a sound through an effect at 1 or 2 times its rate.
+Heard heardThrough(const EffectState& state, const Sound& sound, int factor) {
+  const int sideChannels = sound.key.empty() ? 0 : 1;
+  EffectRunner runner({state, kRunBlock, true, true}, factor * kSoundRate, 2, sideChannels);
+  Signal main = atRate(factor, sound.main, 2);
+  Signal key = atRate(factor, sound.key, 1);
+  // With silence behind it, so that the delay lets all of it out.
+  const auto latency = static_cast<std::size_t>(runner.latency());
+  const std::size_t frames = (main.size() / 2 + latency) / kRunBlock * kRunBlock + kRunBlock;
+  main.resize(2 * frames);
+  key.resize(frames);
+  Signal out(2 * frames);
+  for (std::size_t at = 0; at < frames; at += kRunBlock) {
+    runner.process(main.data() + 2 * at, key.data() + at, kRunBlock, out.data() + 2 * at);
+  }
+  for (std::size_t i = 0; i < sound.main.size(); ++i) {
+    out[i] = out[2 * (latency + static_cast<std::size_t>(factor) * (i / 2 + 1) - 1) + i % 2];
+  }
+  out.resize(sound.main.size());
+  Heard heard(out);
+  heard.gains = runner.gains();
+  return heard;
+}
+
+/// One thing that a preset is expected to do, as a range of what is measured.
+struct Claim {
+  std::string line;
+  std::string measure;
+  Region region;         // of levels
+  std::size_t band = 1;  // of gains
+  double low = 0.0;
+  double high = 0.0;
 };
 
-bool holds(const Claim& claim, const Outcome& before, const Outcome& after) {
+struct PresetClaims {
+  std::string preset;  // folder and file, or "Factory Bank/" and a letter
+  std::string sound;
+  std::vector<Claim> claims;
+};
+
+std::vector<PresetClaims> presetClaims() {
+  std::vector<PresetClaims> all;
+  std::map<std::string, Region> places;
+  std::istringstream lines(readBytes(CORVANTHELIS_CLAIMS));
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    std::string name;
+    if (line.starts_with("place ")) {
+      Region place;
+      words >> name >> name >> place.part >> place.frames >> place.fromSeconds >> place.toSeconds;
+      places[name] = place;
+    } else if (line.starts_with(" ")) {
+      Claim claim{line, {}, {}};
+      words >> claim.measure;
+      if (claim.measure == "level") {
+        words >> name;
+        claim.region = places.at(name);
+        words >> claim.region.fromHz >> claim.region.toHz;
+      }
+      if (claim.measure == "reduction" || claim.measure == "boost") words >> claim.band;
+      EXPECT_TRUE(words >> claim.low >> claim.high) << line;
+      all.back().claims.push_back(claim);
+    } else if (!line.empty() && !line.starts_with("#")) {
+      all.push_back({line.substr(0, line.find(": ")), line.substr(line.find(": ") + 2), {}});
+    }
+  }
+  return all;
+}
+
+double measured(const Claim& claim, const Heard& before, const Heard& after) {
+  const GainRange gain = after.gains.at(claim.band - 1).value_or(GainRange{});
+  const std::map<std::string, double> measures = {
+      {"crest", after.crest - before.crest},
+      {"loudnessAfter", after.loudness.integratedLufs},
+      {"loudness", after.loudness.integratedLufs - before.loudness.integratedLufs},
+      {"truePeakAfter", after.loudness.truePeakDb},
+      {"truePeak", after.loudness.truePeakDb - before.loudness.truePeakDb},
+      {"reduction", gain.lowest},
+      {"boost", gain.highest}};
+  return claim.measure == "level" ? after.change(before, claim.region) : measures.at(claim.measure);
+}
+
+bool holds(const Claim& claim, const Heard& before, const Heard& after) {
   const double value = measured(claim, before, after);
   return value >= claim.low && value <= claim.high;
 }
 
-/// What comes out when all bands are bypassed: the trim alone.
-Outcome trimmed(const Material& material, const PresetSource& source) {
-  const auto trim = std::ranges::find(source.values, kOpTrim, &Setting::parameter);
-  const double trimDb = trim != source.values.end() ? static_cast<double>(trim->value) : 0.0;
-  PresetRun run;
-  run.out = material.main;
-  for (auto& channel : run.out) {
-    for (double& x : channel) x *= std::pow(10.0, 0.05 * trimDb);
+/// An instance on a machine of its own.
+struct FactoryPlug {
+  void load(const fs::path& path, bool isPreset) {
+    const std::string bytes = readBytes(path);
+    plug.setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), isPreset);
+    EXPECT_FALSE(bytes.empty() || plug.chunkRefused()) << path;
   }
-  return Outcome(run);
+  void expectSameAs(FactoryPlug& other) {
+    for (std::int32_t id = 0; id < kNumParams; ++id) {
+      EXPECT_EQ(plug.getParameter(id), other.plug.getParameter(id)) << parameterIdentifier(id);
+    }
+  }
+
+  Machine machine{std::make_unique<MemoryStore>(), {}};
+  Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
+};
+
+/// 1 to 7 of an entry of the bank in the claims, 0 of a preset.
+int bankOf(const std::string& name) {
+  return name.starts_with("Factory Bank/") ? name.back() - 'A' : 0;
 }
 
-/// With what holds unless a row says otherwise: no louder or quieter by 1 LU, no higher peaks.
-std::vector<Claim> allClaimsOf(const PresetClaims& row, const Outcome& before) {
-  constexpr double kMostTruePeakGain = 0.5;  // dB
-  std::vector<Claim> claims = row.claims;
-  const auto says = [&](Measure measure) {
-    return std::ranges::find(row.claims, measure, &Claim::measure) != row.claims.end();
-  };
-  if (!says(Measure::kLoudness) && !says(Measure::kLoudnessAfter)) {
-    claims.push_back({Measure::kLoudness, -1.0, 1.0});
-  }
-  if (!says(Measure::kTruePeakAfter)) {
-    claims.push_back(
-        {Measure::kTruePeakAfter, -200.0, before.loudness.truePeakDb + kMostTruePeakGain});
-  }
-  return claims;
+std::vector<PresetSource> bankSources() { return readBankSource(kSources / "Factory Bank.json"); }
+
+/// A preset's source, or an entry's of the bank, by its name in the claims.
+PresetSource sourceOf(const std::string& name) {
+  const auto bank = static_cast<std::size_t>(bankOf(name));
+  return bank > 0 ? bankSources().at(bank) : readPresetSource(kSources / (name + ".json"));
 }
 
-/// Checks a row with the effect at `factor` times the material's rate.
-void expectDoesWhatItsLineSays(const PresetClaims& row, const Sounds::Entry& sound, int factor) {
-  SCOPED_TRACE(testing::Message() << row.preset << " at " << factor * kMaterialRate << " Hz");
-  FactoryPlug plug(factor * kMaterialRate);
-  loadBuilt(plug, row.preset);
-  expectLoadedAsWritten(*plug, sourceOf(row.preset));
-  PresetRun run = runThrough(*plug, factor == 1 ? sound.material : atTwiceTheRate(sound.material));
-  if (factor == 2) keepEverySecond(run);
-  for (const auto& channel : run.out) {
-    EXPECT_TRUE(std::ranges::all_of(channel, [](double x) { return std::isfinite(x); }));
+/// Hears a row with the effect at `factor` times the sound's rate.
+void expectClaims(const PresetClaims& row, const Sound& sound, const Heard& before, int factor) {
+  SCOPED_TRACE(testing::Message() << row.preset << " at " << factor * kSoundRate << " Hz");
+  const int bank = bankOf(row.preset);
+  const fs::path preset = kContent / "Presets" / (row.preset + ".CorvanthelisPreset");
+  FactoryPlug loaded;
+  FactoryPlug written;
+  loaded.load(bank > 0 ? kBank : preset, bank == 0);
+  for (FactoryPlug* const each : {&loaded, &written}) each->plug.switchBank(bank);
+  loaded.plug.resume();
+  loaded.plug.onIdle();
+  applyPreset(written.plug, sourceOf(row.preset));
+  loaded.expectSameAs(written);
+  for (int band = 0; band < kNumBands; ++band) {
+    EXPECT_EQ(chainFault(loaded.plug, band).value_or(""), "");
   }
-  EXPECT_NEAR(delayBetween(sound.material.main, run.out), 0, 1);
-  const Outcome after(run);
-  const std::vector<Claim> claims = allClaimsOf(row, sound.outcome);
-  for (std::size_t i = 0; i < claims.size(); ++i) {
-    EXPECT_TRUE(holds(claims[i], sound.outcome, after))
-        << "claim " << i + 1 << ": " << measured(claims[i], sound.outcome, after)
-        << " is not within " << claims[i].low << " and " << claims[i].high;
+  void* chunk = nullptr;
+  const auto size = static_cast<std::size_t>(loaded.plug.getChunk(&chunk, true));
+  const auto text = unpackChunk({static_cast<const char*>(chunk), size});
+  const EffectState state{{{StateFile::Role::kPreset, row.preset, text.value_or("")}}, {}};
+  const Heard after = heardThrough(state, sound, factor);
+  for (const Claim& claim : row.claims) {
+    EXPECT_TRUE(holds(claim, before, after))
+        << claim.line << ": " << measured(claim, before, after);
   }
 }
 
 /// Filters are coarser at 96 kHz: what low bands do has to hold there, too.
 bool hasLowBands(const PresetSource& source) {
-  constexpr float kLow = 250.0F;  // Hz
   return std::ranges::any_of(source.values, [](const Setting& setting) {
-    return isBandParameter(setting.parameter) && setting.value < kLow &&
+    return isBandParameter(setting.parameter) && setting.value < 250.0F &&
            bandOneIdOf(setting.parameter) == kB1Frequency;
   });
 }
 
-TEST(FactoryPresets, doWhatTheirLinesSay) {
-  Sounds sounds;
-  for (const PresetClaims& row : presetClaims()) {
-    expectDoesWhatItsLineSays(row, sounds[row.sound], 1);
-    if (hasLowBands(sourceOf(row.preset))) expectDoesWhatItsLineSays(row, sounds[row.sound], 2);
-  }
-}
+/// A folder of presets.
+class FactoryPresets : public testing::TestWithParam<const char*> {};
 
-// Otherwise a claim would not be about the preset.
-TEST(FactoryPresets, noneOfTheirClaimsAllHoldOfUntouchedSound) {
-  Sounds sounds;
+TEST_P(FactoryPresets, doWhatTheirLinesSay) {
+  std::map<std::string, std::pair<Sound, Heard>> sounds;
   for (const PresetClaims& row : presetClaims()) {
-    const Sounds::Entry& sound = sounds[row.sound];
-    const Outcome untouched = trimmed(sound.material, sourceOf(row.preset));
-    EXPECT_FALSE(std::ranges::all_of(row.claims, [&](const Claim& claim) {
-      return holds(claim, sound.outcome, untouched);
+    if (!row.preset.starts_with(GetParam())) continue;
+    if (!sounds.contains(row.sound)) {
+      Sound sound = soundNamed(row.sound);
+      sounds.emplace(row.sound, std::pair(sound, Heard(sound.main)));
+    }
+    const auto& [sound, before] = sounds.at(row.sound);
+    // Otherwise claims would not be about the preset.
+    EXPECT_FALSE(std::ranges::all_of(row.claims, [&before = before](const Claim& claim) {
+      return holds(claim, before, before);
     })) << row.preset;
+    expectClaims(row, sound, before, 1);
+    if (hasLowBands(sourceOf(row.preset))) expectClaims(row, sound, before, 2);
   }
 }
 
-TEST(FactoryPresets, areAllClaimedAndAllInTheReadme) {
-  std::set<std::string> claimed;
-  for (const PresetClaims& row : presetClaims()) claimed.insert(row.preset);
-  std::string readme = bytesOf(kSources / "../../README.md");
-  std::size_t presets = 0;
-  for (const auto& entry : fs::recursive_directory_iterator(kContent / "Presets")) {
-    if (!entry.is_regular_file()) continue;
-    fs::path name = fs::relative(entry.path(), kContent / "Presets").replace_extension();
-    EXPECT_TRUE(claimed.contains(name.string())) << name;
-    const PresetSource source = sourceOf(name.string());
-    const std::string line = "| " + name.parent_path().string() + " | " + source.name + " | " +
-                             source.description + " |\n";
-    EXPECT_NE(readme.find(line), std::string::npos) << line;
-    ++presets;
-  }
-  EXPECT_EQ(presets + PlugBase::kNumBanks - 1, claimed.size());
-  char letter = 'A';
-  for (const auto& entry : readBankSource((kSources / "Factory Bank.json").string())) {
-    const std::string line =
-        std::string("| ") + letter++ + " | " + entry.name + " | " + entry.description + " |\n";
-    EXPECT_NE(readme.find(line), std::string::npos) << line;
-  }
-}
+INSTANTIATE_TEST_SUITE_P(All, FactoryPresets,
+                         testing::Values("01", "02", "03", "04", "05", "06", "07", "08", "09", "10",
+                                         "Factory Bank"));
 
 // A preset that carried the editor's part would resize the user's window.
-TEST(FactoryPresets, holdParametersNameAndVersionAlone) {
+TEST(FactoryContent, isClaimedAndListedAndHoldsParametersNameAndVersionAlone) {
+  std::set<std::string> claimed;
+  for (const PresetClaims& row : presetClaims()) claimed.insert(row.preset);
+  const std::string readme = readBytes(kSources / "../../README.md");
+  const auto expectListed = [&](const std::string& place, const PresetSource& source) {
+    const auto row = "| " + place + " | " + source.name + " | " + source.description + " |\n";
+    EXPECT_NE(readme.find(row), std::string::npos) << row;
+  };
   for (const auto& entry : fs::recursive_directory_iterator(kContent / "Presets")) {
     if (!entry.is_regular_file()) continue;
-    SCOPED_TRACE(entry.path());
-    const auto text = unpackChunk(bytesOf(entry.path()));
-    ASSERT_TRUE(text);
-    const JsonTree tree(jsonParse(text->c_str()));
-    ASSERT_EQ(jsonGetArraySize(tree.get()), 3);
-    EXPECT_NE(jsonGetObjectItem(tree.get(), "parameters"), nullptr);
-    EXPECT_NE(jsonGetObjectItem(tree.get(), "v101"), nullptr);
-    const JsonNode* const name = jsonGetObjectItem(tree.get(), "name");
-    ASSERT_NE(name, nullptr);
-    EXPECT_EQ(std::string(name->valueString), entry.path().stem().string());
+    const fs::path name = fs::relative(entry.path(), kContent / "Presets").replace_extension();
+    EXPECT_EQ(claimed.erase(name), 1U) << name;
+    expectListed(name.parent_path().string(), sourceOf(name.string()));
+    const JsonTree tree(jsonParse(unpackChunk(readBytes(entry.path())).value_or("").c_str()));
+    std::map<std::string, const char*> texts;
+    for (const JsonNode* item = tree->child; item != nullptr; item = item->next) {
+      texts[item->key] = item->valueString;
+    }
+    ASSERT_TRUE(texts.size() == 3 && texts.contains("parameters") && texts.contains("v101"))
+        << name;
+    EXPECT_EQ(texts.at("name"), name.filename());
   }
+  EXPECT_EQ(claimed.size(), PlugBase::kNumBanks - 1U);
+  char letter = 'A';
+  for (const PresetSource& entry : bankSources()) expectListed(std::string(1, letter++), entry);
 }
 
-TEST(FactoryBank, beginsNeutralInEveryParameter) {
+TEST(FactoryContent, beginsNeutral) {
   FactoryPlug untouched;
   FactoryPlug loaded;
-  loaded.load(kContent / "Factory Bank.CorvanthelisBank", false);
-  for (std::int32_t id = 0; id < kNumParams; ++id) {
-    EXPECT_EQ(loaded->getParameter(id), untouched->getParameter(id)) << parameterIdentifier(id);
-  }
-  const auto text = unpackChunk(bytesOf(kContent / "Factory Bank.CorvanthelisBank"));
-  ASSERT_TRUE(text);
-  const JsonTree tree(jsonParse(text->c_str()));
-  const JsonNode* const banks = jsonGetObjectItem(tree.get(), "ab");
-  ASSERT_EQ(jsonGetArraySize(banks), PlugBase::kNumBanks);
-  const JsonNode* const first = jsonGetObjectItem(jsonGetArrayItem(banks, 0), "parameters");
-  EXPECT_EQ(std::string(first->valueString), "default");
-}
-
-TEST(FactoryBand, holdsAllRowsOfABandAtTheirDefaults) {
-  const std::string bytes = bytesOf(kContent / "Factory Band.cvb");
-  ASSERT_FALSE(bytes.empty());
-  EXPECT_EQ(bytes.find('\0'), bytes.size() - 1);
-  const JsonTree tree(jsonParse(bytes.c_str()));
-  const JsonNode* const params = jsonGetObjectItem(tree.get(), "params");
-  ASSERT_EQ(jsonGetArraySize(params), 45);
-  for (const JsonNode* member = params->child; member != nullptr; member = member->next) {
-    const std::int32_t id = parameterKeyTable().find(member->key);
-    ASSERT_TRUE(isBandParameter(id)) << member->key;
-    EXPECT_EQ(static_cast<float>(member->valueDouble),
-              kParameterTable[static_cast<std::size_t>(id)].value)
-        << member->key;
-  }
+  loaded.load(kBank, false);
+  loaded.expectSameAs(untouched);
+  for (const int bank : {1, 0}) loaded.plug.switchBank(bank);
+  loaded.expectSameAs(untouched);
+  std::string band;
+  untouched.plug.saveBand(band, 0);
+  EXPECT_EQ(readBytes(kContent / "Factory Band.cvb"), band + '\0');
 }
 
 }  // namespace
