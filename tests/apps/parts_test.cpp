@@ -87,7 +87,7 @@ TEST_F(PresetSources, leaveWhatTheyDoNotNameAtItsDefault) {
 }
 
 TEST_F(PresetSources, areRefusedWithTheReason) {
-  std::istringstream lines(readBytes(CORVANTHELIS_TEST_DATA "/preset_faults.txt"));
+  std::istringstream lines(readBytes(TEST_DATA "/preset_faults.txt"));
   std::string first = "[";
   for (int i = 0; i < 7; ++i) first += R"({"name": "N", "description": "D"}, )";
   int count = 0;

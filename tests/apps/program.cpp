@@ -269,7 +269,7 @@ void ProgramTest::take(char mark, const std::string& text, Step& step) const {
 }
 
 void ProgramTest::follow(const std::string& name) const {
-  const std::string path = CORVANTHELIS_TEST_DATA "/" + name;
+  const std::string path = TEST_DATA "/" + name;
   std::istringstream lines(readBytes(path));
   const bool records = std::getenv("CORVANTHELIS_RECORD") != nullptr;
   std::string recorded;
