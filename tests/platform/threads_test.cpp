@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/file_lock.h"
+#include "platform/plug_base_thread.h"
+#include "platform/timer.h"
+#include "tests/support/test_directory.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr std::int32_t kForeverMs = 600000;
+
+/// Whether `isIt` comes true in time, however busy the machine is.
+template <typename Condition>
+bool comes(const Condition& isIt) {
+  for (const auto start = monotonicMilliseconds(); monotonicMilliseconds() - start < 30'000;) {
+    if (isIt()) return true;
+    std::this_thread::yield();
+  }
+  return false;
+}
+
+class CountingThread : public PlugBaseThread {
+ public:
+  explicit CountingThread(std::int32_t intervalMs, std::function<void()> work = {})
+      : PlugBaseThread(intervalMs), extra(std::move(work)) {}
+  ~CountingThread() override { stop(); }
+
+  [[nodiscard]] bool reaches(int wanted) const {
+    return comes([&] { return rounds.load() >= wanted; });
+  }
+
+  std::atomic<int> rounds{0};
+  std::function<void()> extra;
+
+ private:
+  void run() override {
+    ++rounds;
+    if (extra) extra();
+  }
+};
+
+TEST(PlugBaseThread, RepeatsUntilStoppedAndNotAfterwards) {
+  CountingThread thread(5);
+  for (const int upTo : {4, 8}) {  // the second time after a stop
+    const auto before = monotonicMilliseconds();
+    thread.start();
+    thread.start();
+    EXPECT_TRUE(thread.reaches(upTo));
+    EXPECT_GE(monotonicMilliseconds() - before, 3 * 5);
+    thread.stop();
+    const int stoppedAt = thread.rounds;
+    std::this_thread::sleep_for(milliseconds(20));
+    EXPECT_EQ(thread.rounds, stoppedAt);
+  }
+}
+
+TEST(PlugBaseThread, StopWakesTheSleeperAndWaitsForTheRoundUnderWay) {
+  std::atomic<bool> done{false};
+  CountingThread thread(kForeverMs, [&] {
+    std::this_thread::sleep_for(milliseconds(30));
+    done = true;
+  });
+  for (const bool asleep : {false, true}) {
+    done = false;
+    thread.start();
+    EXPECT_TRUE(thread.reaches(asleep ? 2 : 1));
+    EXPECT_TRUE(!asleep || comes([&] { return done.load(); }));
+    thread.stop();  // without the wake this would last ten minutes
+    EXPECT_TRUE(done);
+  }
+}
+
+TEST(PlugBaseThread, CanStopItselfAndBeStartedAgainByMany) {
+  CountingThread* self = nullptr;
+  CountingThread thread(0, [&self] {
+    self->stop();
+    self->start();  // from within it has no effect: the stop stands
+  });
+  self = &thread;
+  for (const int round : {1, 2, 3}) {
+    thread.start();
+    EXPECT_TRUE(thread.reaches(round));
+    thread.stop();
+    EXPECT_EQ(thread.rounds, round);
+  }
+  CountingThread shared(kForeverMs);
+  std::vector<std::thread> users;
+  users.reserve(4);
+  for (int user = 0; user < 4; ++user) {
+    users.emplace_back([&shared, user] {
+      for (int i = 0; i < 50; ++i) user % 2 == 0 ? shared.start() : shared.stop();
+    });
+  }
+  for (std::thread& user : users) user.join();
+  shared.stop();
+  const int stoppedAt = shared.rounds;
+  shared.start();
+  EXPECT_TRUE(shared.reaches(stoppedAt + 1));
+}
+
+TEST(Timer, KeepsItsRateAndDropsWhatItMisses) {
+  constexpr int kInterval = 10;
+  std::vector<std::int64_t> ticks;
+  std::atomic<int> count{0};
+  const auto timer = makeTimer();
+  const auto start = monotonicMilliseconds();
+  timer->start(kInterval, [&] {
+    ticks.push_back(monotonicMilliseconds());
+    // One call holds up many others; the others take most of the interval.
+    std::this_thread::sleep_for(milliseconds(count == 10 ? 20 * kInterval : 7));
+    ++count;
+  });
+  ASSERT_TRUE(comes([&] { return count >= 31; }));
+  timer->stop();
+  EXPECT_GE(ticks[10] - start, 11 * kInterval - 1) << "no call before its time";
+  std::set<std::int64_t> gaps;
+  for (std::size_t i = 1; i <= 10; ++i) gaps.insert(ticks[i] - ticks[i - 1]);
+  EXPECT_LT(*gaps.begin(), 7 + kInterval) << "a pause after each call instead of a rate";
+  int caughtUp = 0;
+  for (std::size_t i = 12; i < 31; ++i) caughtUp += ticks[i] - ticks[i - 1] < kInterval - 1;
+  EXPECT_LT(caughtUp, 15) << "calls in a burst for those that were missed";
+}
+
+TEST(Timer, StaysOnOneThreadOverRestarts) {
+  std::set<std::thread::id> threads;
+  std::atomic<int> count{0};
+  auto timer = makeTimer();
+  for (const int other : {1, kForeverMs}) {
+    timer->start(other, nullptr);
+    timer->start(other, [] {});
+    std::this_thread::sleep_for(milliseconds(5));
+    timer->start(-3, [&] {  // as fast as it goes, even if it sleeps for long
+      threads.insert(std::this_thread::get_id());
+      ++count;
+    });
+    const int before = count;
+    ASSERT_TRUE(comes([&] { return count >= before + 3; }));
+    timer->stop();
+  }
+  timer.reset();  // waits for a call under way
+  EXPECT_EQ(threads.size(), 1U);
+  EXPECT_EQ(threads.count(std::this_thread::get_id()), 0U);
+}
+
+TEST(Timer, StopsAndChangesItsCallbackFromWithinACall) {
+  std::atomic<int> first{0};
+  std::atomic<int> second{0};
+  const auto timer = makeTimer();
+  timer->start(1, [&] {
+    ++first;
+    timer->start(1, [&] {
+      ++second;
+      timer->stop();
+    });
+  });
+  EXPECT_TRUE(comes([&] { return second > 0; }));
+  std::this_thread::sleep_for(milliseconds(20));
+  EXPECT_EQ(first, 1);
+  EXPECT_EQ(second, 1);
+}
+
+TEST(FileLock, KeepsOthersOutAlsoOfAFileThatWasRemoved) {
+  const TestDirectory folder;
+  const std::string path = folder.path("lock");
+  FileLock held;
+  FileLock other;
+  EXPECT_FALSE(held.lock(path, milliseconds(0)));
+  const auto before = monotonicMilliseconds();
+  EXPECT_EQ(other.lock(path, milliseconds(20)), std::errc::timed_out);
+  EXPECT_GE(monotonicMilliseconds() - before, 19);
+  std::error_code late;
+  std::thread waiting([&] { late = other.lock(path, milliseconds(300)); });
+  std::this_thread::sleep_for(milliseconds(50));
+  std::filesystem::remove(path);
+  auto newer = std::make_unique<FileLock>();
+  EXPECT_FALSE(newer->lock(path, milliseconds(0)));
+  EXPECT_FALSE(held.lock(folder.path("another"), milliseconds(0)));  // gives up the first one
+  waiting.join();
+  EXPECT_EQ(late, std::errc::timed_out) << "holds what nobody else can find";
+  newer.reset();
+  EXPECT_FALSE(other.lock(path, milliseconds(0)));
+  EXPECT_EQ(other.lock(folder.path("no/lock"), milliseconds(0)),
+            std::errc::no_such_file_or_directory);
+}
+
+}  // namespace
