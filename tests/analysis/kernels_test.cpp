@@ -14,35 +14,39 @@ namespace {
 
 constexpr double kUntouched = 1e300;
 
-double sample(int i) { return std::sin(0.37 * i * i + 0.1 * i); }
+double sample(std::size_t number) {
+  const auto i = static_cast<double>(number);
+  return std::sin(0.37 * i * i + 0.1 * i);
+}
 
 /// A filter's outputs by its definition, and how a kernel makes `count` of them: the same wherever
 /// they stand, and nothing behind them.
 template <typename Run>
-void expectOutputs(const std::vector<double>& expected, int perCount, int slack, const Run& run) {
-  const int most = static_cast<int>(expected.size()) / perCount;
-  for (int count = 0; count <= most; ++count) {
+void expectOutputs(const std::vector<double>& expected, std::size_t perCount, std::size_t slack,
+                   const Run& run) {
+  for (std::size_t written = 0; written <= expected.size(); written += perCount) {
     std::vector<double> out(expected.size() + 16, kUntouched);
-    run(out.data(), count);
-    const int written = count * perCount;
-    for (int i = 0; i < written; ++i) ASSERT_NEAR(out[i], expected[i], 1e-14) << count << ", " << i;
-    ASSERT_EQ(out[(written + slack - 1) / slack * slack], kUntouched) << count;
+    run(out.data(), static_cast<int>(written / perCount));
+    for (std::size_t i = 0; i < written; ++i) {
+      ASSERT_NEAR(out[i], expected[i], 1e-14) << written << ", " << i;
+    }
+    ASSERT_EQ(out[(written + slack - 1) / slack * slack], kUntouched) << written;
   }
 }
 
 TEST(VectorKernels, FiltersAreTheirSumsHoweverManyOutputs) {
-  constexpr int kTaps = 32;
-  constexpr int kMost = 150;
+  constexpr std::size_t kTaps = 32;
+  constexpr std::size_t kMost = 150;
   std::vector<double> signal(kTaps + kMost + 16);
-  for (std::size_t i = 0; i < signal.size(); ++i) signal[i] = sample(static_cast<int>(i));
+  for (std::size_t i = 0; i < signal.size(); ++i) signal[i] = sample(i);
   std::array<double, kTaps> taps{};
-  for (int k = 0; k < kTaps; ++k) taps[k] = sample(1000 + k);
+  for (std::size_t k = 0; k < kTaps; ++k) taps[k] = sample(1000 + k);
   const double* const newest = signal.data() + kTaps;
   const double* const odd = signal.data() + 5;
   std::vector<double> fir(kMost), raised(2 * kMost), lowered(kMost);
-  for (int i = 0; i < kMost; ++i) {
-    for (int k = 0; k < kTaps; ++k) {
-      fir[i] += taps[k] * newest[i - k];
+  for (std::size_t i = 0; i < kMost; ++i) {
+    for (std::size_t k = 0; k < kTaps; ++k) {
+      fir[i] += taps[k] * signal[kTaps + i - k];
       raised[2 * i] += taps[k] * signal[i + k];
       lowered[i] += taps[k] * signal[i + k];
     }
@@ -64,7 +68,7 @@ TEST(VectorKernels, FiltersAreTheirSumsHoweverManyOutputs) {
     std::array<double, 8> alone{};
     std::vector<double> all(kMost + 8);
     kernels->fir(taps.data(), kTaps, newest, all.data(), kMost);
-    for (int i = 0; i < kMost; ++i) {
+    for (std::size_t i = 0; i < kMost; ++i) {
       kernels->fir(taps.data(), kTaps, newest + i, alone.data(), 1);
       ASSERT_EQ(alone[0], all[i]) << i;
     }
@@ -72,26 +76,28 @@ TEST(VectorKernels, FiltersAreTheirSumsHoweverManyOutputs) {
 }
 
 TEST(VectorKernels, SpectraAreMultipliedAndPairsTakenApart) {
-  constexpr int kPoints = 64;
-  const PlanarArrays x(7, kPoints);
-  const PlanarArrays h(7, kPoints);
+  constexpr std::size_t kPoints = 64;
+  const PlanarArrays x(7, static_cast<int>(kPoints));
+  const PlanarArrays h(7, static_cast<int>(kPoints));
   std::array<ConstPlanarSpan, 7> xs;
   std::array<ConstPlanarSpan, 7> hs;
-  for (int j = 0; j < 7; ++j) {
-    for (int k = 0; k < kPoints; ++k) {
-      x[j].re[k] = sample(100 * j + k);
-      x[j].im[k] = sample(100 * j + k + 3000);
-      h[j].re[k] = sample(100 * j + k + 6000);
-      h[j].im[k] = sample(100 * j + k + 9000);
+  for (std::size_t j = 0; j < 7; ++j) {
+    const auto [xRe, xIm] = x[static_cast<int>(j)];
+    const auto [hRe, hIm] = h[static_cast<int>(j)];
+    for (std::size_t k = 0; k < kPoints; ++k) {
+      xRe[k] = sample(100 * j + k);
+      xIm[k] = sample(100 * j + k + 3000);
+      hRe[k] = sample(100 * j + k + 6000);
+      hIm[k] = sample(100 * j + k + 9000);
     }
-    xs[j] = x[j];
-    hs[j] = h[j];
+    xs[j] = {xRe, xIm};
+    hs[j] = {hRe, hIm};
   }
   for (const VectorKernels* kernels : allVectorKernels()) {
     for (const int count : {0, 1, 2, 7}) {
-      const PlanarArrays out(1, kPoints);
-      kernels->multiplySpectra(xs.data(), hs.data(), count, out[0], kPoints);
-      for (int k = 0; k < kPoints; ++k) {
+      const PlanarArrays out(1, static_cast<int>(kPoints));
+      kernels->multiplySpectra(xs.data(), hs.data(), count, out[0], static_cast<int>(kPoints));
+      for (std::size_t k = 0; k < kPoints; ++k) {
         std::complex<double> sum;
         for (int j = 0; j < count; ++j) {
           sum += std::complex(x[j].re[k], x[j].im[k]) * std::complex(h[j].re[k], h[j].im[k]);
@@ -100,16 +106,16 @@ TEST(VectorKernels, SpectraAreMultipliedAndPairsTakenApart) {
         ASSERT_NEAR(out[0].im[k], sum.imag(), 1e-14) << kernels->name << ", " << count << ", " << k;
       }
     }
-    for (int points = 0; points <= 20; ++points) {
+    for (std::size_t points = 0; points <= 20; ++points) {
       std::vector<double> pairs(41, kUntouched);
-      kernels->interleave(x[0], pairs.data(), points);
-      for (int k = 0; k < points; ++k) {
+      kernels->interleave(x[0], pairs.data(), static_cast<int>(points));
+      for (std::size_t k = 0; k < points; ++k) {
         ASSERT_EQ(pairs[2 * k], x[0].re[k]) << kernels->name;
         ASSERT_EQ(pairs[2 * k + 1], x[0].im[k]) << kernels->name;
       }
       ASSERT_EQ(pairs[2 * points], kUntouched) << kernels->name;
-      const PlanarArrays back(1, kPoints);
-      kernels->deinterleave(pairs.data(), back[0], points);
+      const PlanarArrays back(1, static_cast<int>(kPoints));
+      kernels->deinterleave(pairs.data(), back[0], static_cast<int>(points));
       ASSERT_TRUE(std::equal(x[0].re, x[0].re + points, back[0].re)) << kernels->name;
       ASSERT_TRUE(std::equal(x[0].im, x[0].im + points, back[0].im)) << kernels->name;
       ASSERT_EQ(back[0].re[points], 0.0) << kernels->name;

@@ -123,7 +123,9 @@ class Lv2Host : public Lv2Rig {
   using Stored = StoredState;
 
   explicit Lv2Host(Kind worker = kWorker) : Lv2Rig(lv2::kPlugins[0], 48000.0, worker) {
-    for (int i = 0; i < static_cast<int>(kMostFrames); ++i) in[0][i] = in[1][i] = tone(i);
+    for (int i = 0; i < static_cast<int>(kMostFrames); ++i)
+      in[0][static_cast<std::size_t>(i)] = tone(i);
+    in[1] = in[0];
     settle();
   }
 
@@ -260,7 +262,7 @@ std::function<Attempt()> restoring(typename Hosted::Kind kind) {
     auto hosted = std::make_shared<Hosted>(kind);
     std::array stored = {hosted->room(), hosted->room()};
     std::array<std::string, 2> states;
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
       if (i == 1) hosted->choose();
       hosted->save(stored[i]);
       states[i] = hosted->state();

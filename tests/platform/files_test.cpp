@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 TEST(Files, AreReadUpToTheLimit) {
   const TestDirectory folder;
   const std::string path = folder.path("file");
-  for (const std::size_t size : {0, 1, 4095, 4096, 4097, 100'000}) {
+  for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 100'000U}) {
     SCOPED_TRACE(size);
     std::string written(size, '\0');
     for (std::size_t i = 0; i < size; ++i) written[i] = static_cast<char>(i % 251);

@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <condition_variable>
 #include <csignal>
@@ -80,33 +81,34 @@ struct Locks {
 TEST(RealtimeGuard, SeesEveryKindOfLockCallOfItsOwnThread) {
   const struct {
     const char* name;
-    void (*run)(Locks& locks);
+    int (*run)(Locks& locks);
     int calls = 1;
   } rows[] = {
-      {"lock", [](Locks& l) { pthread_mutex_lock(&l.mutex); }},
-      {"timed lock", [](Locks& l) { pthread_mutex_timedlock(&l.mutex, &l.past); }},
-      {"clock lock", [](Locks& l) { pthread_mutex_clocklock(&l.mutex, CLOCK_MONOTONIC, &l.past); }},
-      {"read lock", [](Locks& l) { pthread_rwlock_rdlock(&l.shared); }},
-      {"write lock", [](Locks& l) { pthread_rwlock_wrlock(&l.shared); }},
+      {"lock", [](Locks& l) { return pthread_mutex_lock(&l.mutex); }},
+      {"timed lock", [](Locks& l) { return pthread_mutex_timedlock(&l.mutex, &l.past); }},
+      {"clock lock",
+       [](Locks& l) { return pthread_mutex_clocklock(&l.mutex, CLOCK_MONOTONIC, &l.past); }},
+      {"read lock", [](Locks& l) { return pthread_rwlock_rdlock(&l.shared); }},
+      {"write lock", [](Locks& l) { return pthread_rwlock_wrlock(&l.shared); }},
       {"timed wait",
        [](Locks& l) {
          pthread_mutex_trylock(&l.mutex);
-         pthread_cond_timedwait(&l.never, &l.mutex, &l.past);
+         return pthread_cond_timedwait(&l.never, &l.mutex, &l.past);
        }},
       {"clock wait",
        [](Locks& l) {
          pthread_mutex_trylock(&l.mutex);
-         pthread_cond_clockwait(&l.never, &l.mutex, CLOCK_MONOTONIC, &l.past);
+         return pthread_cond_clockwait(&l.never, &l.mutex, CLOCK_MONOTONIC, &l.past);
        }},
-      {"semaphore", [](Locks& l) { sem_wait(&l.semaphore); }},
-      {"try-lock", [](Locks& l) { pthread_mutex_trylock(&l.mutex); }, 0},
-      {"release", [](Locks& l) { sem_post(&l.semaphore); }, 0},
+      {"semaphore", [](Locks& l) { return sem_wait(&l.semaphore); }},
+      {"try-lock", [](Locks& l) { return pthread_mutex_trylock(&l.mutex); }, 0},
+      {"release", [](Locks& l) { return sem_post(&l.semaphore); }, 0},
   };
   for (const auto& row : rows) {
     Locks locks;
     sem_init(&locks.semaphore, 0, 1);
     const RealtimeGuard guard;
-    row.run(locks);
+    EXPECT_NE(row.run(locks), EINVAL) << row.name;
     EXPECT_EQ(guard.lockCalls(), row.calls) << row.name;
     EXPECT_EQ(guard.heapCalls(), 0) << row.name;
   }
