@@ -81,11 +81,7 @@ class AaxHost : public HostedInstance {
       set(parameterKeyTable().find(identifier), static_cast<double>(plain));
     }
   }
-  /// So that the next state is made anew.
-  void stir() {
-    set(kIpTrim, 1.0);
-    set(kIpTrim, -3.0);
-  }
+  void trim(float decibels) { set(kIpTrim, static_cast<double>(decibels)); }
   /// All that the host sees.
   [[nodiscard]] std::string state() const {
     std::string text = chunk(kState).data;
@@ -155,7 +151,10 @@ class Lv2Host : public Lv2Rig {
     for (const auto& [identifier, plain] : kSound) parameter(identifier) = plain;
     settle();
   }
-  void stir() { descriptor->activate(instance); }
+  void trim(float decibels) {
+    parameter(kIpTrim) = decibels;
+    descriptor->activate(instance);
+  }
   [[nodiscard]] std::string state() const {
     StoredState stored;
     return save(stored) ? textOf(stored) : "none";
@@ -239,19 +238,27 @@ Attempt initialising() {
   };
 }
 
-/// What was saved is whole, and what is saved next is as ever.
+/// What was saved is whole, and what is saved next is of that moment, too.
 template <typename Hosted>
 Attempt saving() {
   auto hosted = std::make_shared<Hosted>();
   hosted->choose();
-  return [hosted, whole = hosted->state(), saved = hosted->room()]() mutable -> std::string {
-    hosted->stir();
+  std::array<std::string, 2> states;
+  for (const bool isLoud : {false, true}) {
+    hosted->trim(isLoud ? 3.0F : -3.0F);
+    states[isLoud ? 1 : 0] = hosted->state();
+  }
+  return [hosted, states, isLoud = true]() mutable -> std::string {
+    isLoud = !isLoud;
+    hosted->trim(isLoud ? 3.0F : -3.0F);
+    auto saved = hosted->room();
     const bool isDone = meet([&] { return hosted->save(saved); });
+    const std::string& whole = states[isLoud ? 1 : 0];
     if (hosted->state() != whole) return "the next one is another one";
     if (!isDone) return hasStruck() ? "" : "refused with memory enough";
     // It may be plain, for want of the memory to pack it.
-    hosted->take(saved);
-    return hosted->state() == whole ? "" : "success, and not whole";
+    const bool isTaken = hosted->take(saved);
+    return isTaken && hosted->state() == whole ? "" : "success, and not whole";
   };
 }
 
