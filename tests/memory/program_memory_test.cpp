@@ -16,10 +16,11 @@ namespace {
 
 /// The command is done as ever, or it says in one line why not, and its file is made or as it was.
 Attempt running(const TestDirectory& home, const std::string& words) {
-  const std::string command = "cd " + home.path("") +
-                              " && exec env -i LD_PRELOAD=" CORVANTHELIS_PRELOAD
-                              " XDG_CONFIG_HOME=$PWD/config HOME=$PWD " CORVANTHELIS_PROGRAM " " +
-                              words + " >>out 2>>err";
+  const std::string command =
+      "cd " + home.path("") +
+      " && exec env -i LD_PRELOAD=" CORVANTHELIS_PRELOAD
+      " XDG_CONFIG_HOME=$PWD/config HOME=$PWD CORVANTHELIS_PATH=$PWD " CORVANTHELIS_PROGRAM " " +
+      words + " >>out 2>>err";
   const std::shared_ptr<std::FILE> program(popen(command.c_str(), "we"), &pclose);
   return [&home, program, made = std::string(), told = std::string()]() mutable -> std::string {
     writeBytes(home.path("made.wav"), "old");
@@ -58,6 +59,7 @@ TEST(ProgramMemory, EveryCommandSaysSoAndLeavesNothingHalf) {
     sound += {static_cast<char>(i % 32), static_cast<char>(i * 40)};
   }
   writeBytes(home.path("in.au"), sound);
+  std::filesystem::create_directories(home.path("Presets/Mine"));
   const std::string pack =
       "cd " + home.path("") + " && " CORVANTHELIS_PROGRAM " state pack state packed";
   ASSERT_EQ(std::system(pack.c_str()), 0);
