@@ -5,19 +5,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/memory/shortage.h"
+#include "tests/memory/memory_walk.h"
 #include "tests/support/realtime_guard.h"
 
 namespace {
 
-SharedShortage* shared = nullptr;
+Shortage* shared = nullptr;
 
-bool fails() noexcept { return !HostMemory::inUse() && shared->shortage.strikes(); }
+bool fails() noexcept { return !HostMemory::inUse() && shared->strikes(); }
 
 __attribute__((constructor)) void begin() {
-  shared =
-      static_cast<SharedShortage*>(mmap(nullptr, sizeof(SharedShortage), PROT_READ | PROT_WRITE,
-                                        MAP_SHARED, SharedShortage::kDescriptor, 0));
+  shared = static_cast<Shortage*>(
+      mmap(nullptr, sizeof(Shortage), PROT_READ | PROT_WRITE, MAP_SHARED, kShortageDescriptor, 0));
   for (char asked = 0; shared != MAP_FAILED && read(STDIN_FILENO, &asked, 1) == 1;) {
     const pid_t child = fork();
     if (child == 0) return letAllocationsFail(&fails);
