@@ -10,7 +10,6 @@
 
 #include "platform/clock.h"
 #include "platform/file_lock.h"
-#include "platform/plug_base_thread.h"
 #include "platform/timer.h"
 #include "tests/support/test_directory.h"
 
@@ -28,32 +27,6 @@ bool comes(const Condition& isIt) {
     std::this_thread::yield();
   }
   return false;
-}
-
-class OneThread : public PlugBaseThread {
- public:
-  OneThread() : PlugBaseThread(kForeverMs) {}
-  ~OneThread() override { stop(); }
-  std::atomic<int> begun{0};
-  std::atomic<int> done{0};
-
- private:
-  void run() override {
-    ++begun;
-    std::this_thread::sleep_for(milliseconds(30));
-    ++done;
-  }
-};
-
-TEST(PlugBaseThread, StopWakesTheSleeperAndWaitsForTheRoundUnderWay) {
-  OneThread thread;
-  for (const int round : {1, 2, 3}) {  // the first one asleep when it is stopped, the others not
-    thread.start();
-    thread.start();
-    EXPECT_TRUE(comes([&] { return (round == 1 ? thread.done : thread.begun) == round; }));
-    thread.stop();  // without the wake this would last ten minutes
-    EXPECT_EQ(thread.done, round);
-  }
 }
 
 TEST(Timer, KeepsItsRateAndDropsWhatItMisses) {
@@ -100,7 +73,16 @@ TEST(Timer, StaysOnOneThreadOverRestartsAlsoFromWithinACall) {
     EXPECT_EQ(first, round);
     EXPECT_EQ(second, 3 * round);
   }
-  timer.reset();  // waits for a call under way
+  std::atomic<int> begun{0};
+  std::atomic<int> done{0};
+  timer->start(1, [&] {
+    ++begun;
+    std::this_thread::sleep_for(milliseconds(30));
+    ++done;
+  });
+  ASSERT_TRUE(comes([&] { return begun > 0; }));
+  timer.reset();
+  EXPECT_EQ(done, begun) << "a call under way is waited for";
   EXPECT_EQ(threads.size(), 1U);
   EXPECT_EQ(threads.count(std::this_thread::get_id()), 0U);
 }
