@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int kEnough = 3;  // complaints, to go on to the next walk
+
 thread_local bool isMeeting = false;
 bool isElsewhere = false;
 std::atomic<bool> isPresent{false};
@@ -48,12 +50,12 @@ void complain(const std::string& what) {
     }
     if (!wrong.empty())
       complain("allocation " + std::to_string(number) + (lasts ? " and on: " : ": ") + wrong);
-  } while (++report->tried < plan.size() && !walk.isFirst);
+  } while (++report->tried < plan.size() && report->wrong < kEnough && !walk.isFirst);
   _exit(0);
 }
 
 void tryAll(const std::vector<Shortfall>& plan, const Walk& walk) {
-  for (report->tried = 0; report->tried < plan.size();) {
+  for (report->tried = 0; report->tried < plan.size() && report->wrong < kEnough;) {
     const pid_t child = fork();
     if (child == 0) follow(plan, walk);
     int status = -1;
