@@ -276,6 +276,7 @@ Attempt storing() {
       return isTaken ? "success, and not all is loaded" : "an error, and something is loaded";
     if (!becomes(0, 0)) return "does not go back";
     hosted.take(stored[1]);
+    stored[2] = Hosted::room();
     const bool isSaved = meet([&] { return hosted.save(stored[2]); });
     if (hosted.state() != states[1]) return "the next one is another one";
     if (!(isTaken && isSaved) && !hasStruck()) return "refused with memory enough";
