@@ -428,13 +428,15 @@ TEST(ProgramMemory, EveryCommandSaysSoAndLeavesNothingHalf) {
   const std::string pack =
       "cd " + home.path("") + " && " CORVANTHELIS_PROGRAM " state pack state packed";
   ASSERT_EQ(std::system(pack.c_str()), 0);
-  const auto command = [&home](const char* words) {
-    return Walk{words, [&home, words] { return running(home, words); }, 50};
+  const auto command = [&home](const char* words, unsigned share = 50) {
+    return Walk{words, [&home, words] { return running(home, words); }, share};
   };
+  // The folders first, each of which is listed by calls of its own depth.
+  walkMemory({command("presets list", 5)});
   walkMemory({command("--version"), command("state pack state made.wav"),
               command("state show packed"), command("band save state 1 made.wav"),
               command("render in.au made.wav --quiet --preset state"),
-              command("curve --band 1 --state state"), command("presets list")});
+              command("curve --band 1 --state state")});
 }
 
 }  // namespace
