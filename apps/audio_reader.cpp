@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -45,6 +46,14 @@ int storedBytes(int format) {
   }
 }
 
+/// The file for reading; a stream tells a want of memory as any other fault.
+std::ifstream opened(const std::string& path) {
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (!file && errno == ENOMEM) throw std::bad_alloc();
+  return file;
+}
+
 }  // namespace
 
 AudioReader::AudioReader(std::string filePath) : path(std::move(filePath)) {
@@ -71,14 +80,13 @@ void AudioReader::checkKind() const {
   if (status.type() != std::filesystem::file_type::regular) {
     throw Failure(path, "is not a regular file");
   }
-  errno = 0;
-  if (!std::ifstream(path)) {
+  if (!opened(path)) {
     throw Failure(path, "cannot be read (" + std::generic_category().message(errno) + ")");
   }
 }
 
 void AudioReader::checkLength() {
-  std::ifstream bytes(path, std::ios::binary);
+  std::ifstream bytes = opened(path);
   const auto extent = audioExtent(bytes);
   if (!extent) return;
   if (extent->present < extent->promised) {

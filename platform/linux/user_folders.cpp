@@ -7,14 +7,12 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
+#include <new>
 #include <vector>
 
-namespace {
+#include "platform/paths.h"
 
-struct Free {
-  void operator()(char* text) const noexcept { std::free(text); }
-};
+namespace {
 
 // The rules of the XDG base folders ask to ignore relative ones.
 bool isAbsolute(const std::string& path) { return !path.empty() && path.front() == '/'; }
@@ -26,6 +24,7 @@ std::string homeByPasswordDatabase() {
   for (std::vector<char> texts(4096); texts.size() <= kMostBytes; texts.resize(2 * texts.size())) {
     const int error = ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
     if (error == ERANGE) continue;
+    if (error == ENOMEM) throw std::bad_alloc();
     return error == 0 && found && found->pw_dir ? found->pw_dir : "";
   }
   return {};
@@ -63,10 +62,8 @@ std::string codeFolder() {
   // The program itself has no name here; the one it was started by may be relative.
   const bool isProgram = !module || !module->l_name || *module->l_name == 0;
   const char* const name = isProgram ? "/proc/self/exe" : module->l_name;
-  const std::unique_ptr<char, Free> real(::realpath(name, nullptr));
-  if (!real) return {};
-  const std::string path = real.get();
-  return path.substr(0, path.rfind('/'));
+  const auto real = realPath(name);
+  return real ? real->substr(0, real->rfind('/')) : "";
 }
 
 std::string environmentText(const char* name) {

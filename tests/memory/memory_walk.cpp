@@ -1,108 +1,94 @@
 #include "tests/memory/memory_walk.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <new>
-#include <vector>
 
-#include "tests/support/host_memory.h"
 #include "tests/support/realtime_guard.h"
 
 namespace {
 
+constexpr int kEnough = 3;  // complaints, to go on to the next walk
+
 thread_local bool isMeeting = false;
-std::atomic<const Shortage*> present{nullptr};
-std::atomic<int> met{0};
+bool isElsewhere = false;
+std::atomic<bool> isPresent{false};
+Shortage* report = nullptr;
 
 bool fails() noexcept {
-  const Shortage* const shortage = present.load();
-  if (shortage == nullptr || HostMemory::inUse() || isMeeting == shortage->elsewhere) return false;
-  const int number = met.fetch_add(1);
-  const bool isIt = number == shortage->first || (shortage->lasts && number > shortage->first);
-  if (isIt) shortage->struck = true;
-  return isIt;
+  if (!isPresent.load() || HostMemory::inUse() || isMeeting == isElsewhere) return false;
+  return report->strikes();
 }
 
-/// What a child tells, also when it dies.
-struct Report {
-  int number;  // of the shortage being met
-  int wrong;
-  bool isDone;
-  char firstWrong[400];
-};
+void complain(const std::string& what) {
+  if (report->wrong++ == 0)
+    std::strncpy(report->firstWrong.data(), what.c_str(), report->firstWrong.size() - 1);
+}
 
-void meetAll(Report& report, const Attempt& attempt, int step, bool lasts, bool elsewhere) {
-  for (;; report.number += step) {
-    const Shortage shortage{report.number, lasts, elsewhere};
-    std::string complaint;
+[[noreturn]] void follow(const std::vector<Shortfall>& plan, const Walk& walk) {
+  // The heap is kept: to get it anew for each attempt takes most of the time.
+  mallopt(M_MMAP_THRESHOLD, 1 << 30);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  report->begin(Shortage::kRehearsal);
+  const Attempt attempt = walk.prepare();
+  if (!walk.isFirst) attempt();  // makes what the process needs but once
+  do {
+    const auto [number, lasts] = plan[report->tried];
+    report->begin({number, lasts});
+    std::string wrong;
     try {
-      complaint = attempt(shortage);
+      wrong = attempt();
     } catch (const std::exception& fault) {
-      complaint = std::string("an exception came out: ") + fault.what();
+      wrong = std::string("an exception came out: ") + fault.what();
     }
-    if (!complaint.empty() && report.wrong++ == 0) {
-      std::strncpy(report.firstWrong, complaint.c_str(), sizeof report.firstWrong - 1);
-    }
-    if (!shortage.struck) break;
-  }
-  report.isDone = true;
+    if (!wrong.empty())
+      complain("allocation " + std::to_string(number) + (lasts ? " and on: " : ": ") + wrong);
+  } while (++report->tried < plan.size() && report->wrong < kEnough && !walk.isFirst);
+  _exit(0);
 }
 
-/// Runs children until one comes to the end; returns at which shortages the others died.
-std::vector<int> walk(Report& report, const std::function<Attempt()>& prepare,
-                      const WalkOptions& options, bool lasts) {
-  std::vector<int> deaths;
-  const int step = lasts ? options.lastingStep : options.step;
-  while (!report.isDone) {
+void tryAll(const std::vector<Shortfall>& plan, const Walk& walk) {
+  for (report->tried = 0; report->tried < plan.size() && report->wrong < kEnough;) {
     const pid_t child = fork();
-    if (child == 0) {
-      meetAll(report, prepare(), step, lasts, options.elsewhere);
-      _exit(0);
-    }
-    waitpid(child, nullptr, 0);
-    if (report.isDone) break;
-    deaths.push_back(report.number);
-    report.number += step;
+    if (child == 0) follow(plan, walk);
+    int status = -1;
+    if (waitpid(child, &status, 0) == child && status == 0) continue;
+    complain("allocation " + std::to_string(plan[report->tried++].number) + ": a death");
   }
-  return deaths;
 }
 
 }  // namespace
 
-Shortage::Scope::Scope(const Shortage& which) noexcept : shortage(which) {
-  isMeeting = true;
-  met = 0;
-  present = &shortage;
+Shortage& shortage() noexcept { return *report; }
+
+void runOut(bool isOut) noexcept {
+  isMeeting = isOut;
+  isPresent = isOut;
 }
 
-Shortage::Scope::~Scope() {
-  present = nullptr;
-  isMeeting = false;
-}
-
-void walkMemory(const std::string& phase, const std::function<Attempt()>& prepare,
-                const WalkOptions& options) {
-  letAllocationsFail(&fails);
+void walkMemory(std::initializer_list<Walk> walks) {
+  ASSERT_EQ(dup2(memfd_create("shortage", MFD_CLOEXEC), kShortageDescriptor), kShortageDescriptor);
+  ASSERT_EQ(ftruncate(kShortageDescriptor, sizeof(Shortage)), 0);
   void* const shared =
-      mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+      mmap(nullptr, sizeof(Shortage), PROT_READ | PROT_WRITE, MAP_SHARED, kShortageDescriptor, 0);
   ASSERT_NE(shared, MAP_FAILED);
-  for (const bool lasts : {false, true}) {
-    Report& report = *new (shared) Report{};
-    const std::vector<int> deaths = walk(report, prepare, options, lasts);
-    std::cout << phase << (lasts ? ", lasting: " : ": ") << report.number << " allocations, "
-              << deaths.size() << " deaths, " << report.wrong << " wrong" << std::endl;
-    EXPECT_THAT(deaths, testing::IsEmpty()) << phase;
-    EXPECT_EQ(report.wrong, 0) << phase << ": " << report.firstWrong;
+  letAllocationsFail(&fails);
+  std::set<std::uint64_t> known;
+  for (const Walk& walk : walks) {
+    isElsewhere = walk.elsewhere;
+    report = new (shared) Shortage;
+    sem_init(&report->hasRun, 1, 0);
+    tryAll({Shortage::kRehearsal}, walk);
+    const std::vector<Shortfall> plan = report->choose(walk.share, known);
+    tryAll(plan, walk);
+    std::cout << walk.name << ": " << plan.size() << " shortages, " << report->wrong << " wrong\n";
+    EXPECT_EQ(report->wrong, 0) << walk.name << ", the first at " << report->firstWrong.data();
   }
-  munmap(shared, sizeof(Report));
 }

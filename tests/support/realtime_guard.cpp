@@ -29,94 +29,67 @@ thread_local int lockCallsOfThread = 0;
 bool (*allocationFails)() noexcept = nullptr;
 
 // The next definition after ours: a sanitizer's or the C library's.
-template <typename... Arguments>
-class NextFunction {
- public:
-  explicit constexpr NextFunction(const char* symbol) noexcept : name(symbol) {}
+template <auto function>
+void* next = nullptr;
 
-  __attribute__((no_sanitize("address", "thread", "undefined"))) int operator()(
-      Arguments... arguments) {
-    // Built-ins, because std::atomic's operations would be instrumented.
-    void* found = __atomic_load_n(&address, __ATOMIC_RELAXED);
-    if (found == nullptr) {
-      found = dlsym(RTLD_NEXT, name);
-      if (found == nullptr) std::abort();
-      __atomic_store_n(&address, found, __ATOMIC_RELAXED);
-    }
-    return reinterpret_cast<int (*)(Arguments...)>(found)(arguments...);
+template <auto function, typename... Arguments>
+__attribute__((no_sanitize("address", "thread", "undefined"))) int countedLock(
+    const char* name, Arguments... arguments) {
+  ++lockCallsOfThread;
+  // Built-ins, because std::atomic's operations would be instrumented.
+  void* found = __atomic_load_n(&next<function>, __ATOMIC_RELAXED);
+  if (found == nullptr) {
+    found = dlsym(RTLD_NEXT, name);
+    if (found == nullptr) std::abort();
+    __atomic_store_n(&next<function>, found, __ATOMIC_RELAXED);
   }
-
- private:
-  const char* name;
-  void* address = nullptr;
-};
+  return reinterpret_cast<int (*)(Arguments...)>(found)(arguments...);
+}
 
 using Mutex = pthread_mutex_t;
 using Condition = pthread_cond_t;
 
-constinit NextFunction<Mutex*> nextMutexLock("pthread_mutex_lock");
-constinit NextFunction<Mutex*, const timespec*> nextMutexTimedLock("pthread_mutex_timedlock");
-constinit NextFunction<Mutex*, clockid_t, const timespec*> nextMutexClockLock(
-    "pthread_mutex_clocklock");
-constinit NextFunction<pthread_rwlock_t*> nextReadLock("pthread_rwlock_rdlock");
-constinit NextFunction<pthread_rwlock_t*> nextWriteLock("pthread_rwlock_wrlock");
-constinit NextFunction<Condition*, Mutex*> nextWait("pthread_cond_wait");
-constinit NextFunction<Condition*, Mutex*, const timespec*> nextTimedWait("pthread_cond_timedwait");
-constinit NextFunction<Condition*, Mutex*, clockid_t, const timespec*> nextClockWait(
-    "pthread_cond_clockwait");
-constinit NextFunction<sem_t*> nextSemaphoreWait("sem_wait");
-
 }  // namespace
 
-CORVANTHELIS_INTERPOSED int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-  ++lockCallsOfThread;
-  return nextMutexLock(mutex);
+CORVANTHELIS_INTERPOSED int pthread_mutex_lock(Mutex* mutex) noexcept {
+  return countedLock<&pthread_mutex_lock>("pthread_mutex_lock", mutex);
 }
 
-CORVANTHELIS_INTERPOSED int pthread_mutex_timedlock(pthread_mutex_t* mutex,
-                                                    const timespec* until) noexcept {
-  ++lockCallsOfThread;
-  return nextMutexTimedLock(mutex, until);
+CORVANTHELIS_INTERPOSED int pthread_mutex_timedlock(Mutex* mutex, const timespec* until) noexcept {
+  return countedLock<&pthread_mutex_timedlock>("pthread_mutex_timedlock", mutex, until);
 }
 
-CORVANTHELIS_INTERPOSED int pthread_mutex_clocklock(pthread_mutex_t* mutex, clockid_t clock,
+CORVANTHELIS_INTERPOSED int pthread_mutex_clocklock(Mutex* mutex, clockid_t clock,
                                                     const timespec* until) noexcept {
-  ++lockCallsOfThread;
-  return nextMutexClockLock(mutex, clock, until);
+  return countedLock<&pthread_mutex_clocklock>("pthread_mutex_clocklock", mutex, clock, until);
 }
 
 CORVANTHELIS_INTERPOSED int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept {
-  ++lockCallsOfThread;
-  return nextReadLock(lock);
+  return countedLock<&pthread_rwlock_rdlock>("pthread_rwlock_rdlock", lock);
 }
 
 CORVANTHELIS_INTERPOSED int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept {
-  ++lockCallsOfThread;
-  return nextWriteLock(lock);
+  return countedLock<&pthread_rwlock_wrlock>("pthread_rwlock_wrlock", lock);
 }
 
 // The waits are cancellation points and may unwind, hence not noexcept.
-CORVANTHELIS_INTERPOSED int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-  ++lockCallsOfThread;
-  return nextWait(condition, mutex);
+CORVANTHELIS_INTERPOSED int pthread_cond_wait(Condition* condition, Mutex* mutex) {
+  return countedLock<&pthread_cond_wait>("pthread_cond_wait", condition, mutex);
 }
 
-CORVANTHELIS_INTERPOSED int pthread_cond_timedwait(pthread_cond_t* condition,
-                                                   pthread_mutex_t* mutex, const timespec* until) {
-  ++lockCallsOfThread;
-  return nextTimedWait(condition, mutex, until);
-}
-
-CORVANTHELIS_INTERPOSED int pthread_cond_clockwait(pthread_cond_t* condition,
-                                                   pthread_mutex_t* mutex, clockid_t clock,
+CORVANTHELIS_INTERPOSED int pthread_cond_timedwait(Condition* condition, Mutex* mutex,
                                                    const timespec* until) {
-  ++lockCallsOfThread;
-  return nextClockWait(condition, mutex, clock, until);
+  return countedLock<&pthread_cond_timedwait>("pthread_cond_timedwait", condition, mutex, until);
+}
+
+CORVANTHELIS_INTERPOSED int pthread_cond_clockwait(Condition* condition, Mutex* mutex,
+                                                   clockid_t clock, const timespec* until) {
+  return countedLock<&pthread_cond_clockwait>("pthread_cond_clockwait", condition, mutex, clock,
+                                              until);
 }
 
 CORVANTHELIS_INTERPOSED int sem_wait(sem_t* semaphore) {
-  ++lockCallsOfThread;
-  return nextSemaphoreWait(semaphore);
+  return countedLock<&sem_wait>("sem_wait", semaphore);
 }
 
 #if CORVANTHELIS_SANITIZER_HEAP

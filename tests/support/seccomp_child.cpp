@@ -75,12 +75,10 @@ bool seal() {
 
 SeccompEnd endOfChild(pid_t child) {
   int status = 0;
-  if (waitpid(child, &status, 0) != child || WIFSIGNALED(status)) {
-    return {SeccompEnd::Kind::kCrashed, -1};
-  }
+  if (waitpid(child, &status, 0) != child || WIFSIGNALED(status)) return {SeccompEnd::kCrashed};
   if (!report->sealed) return {};
-  if (report->systemCall >= 0) return {SeccompEnd::Kind::kSystemCall, report->systemCall};
-  return {report->done ? SeccompEnd::Kind::kClean : SeccompEnd::Kind::kCrashed, -1};
+  if (report->systemCall >= 0) return {"made system call " + std::to_string(report->systemCall)};
+  return {report->done ? SeccompEnd::kClean : SeccompEnd::kCrashed};
 }
 
 }  // namespace
@@ -98,18 +96,4 @@ SeccompEnd runUnderSeccomp(const std::function<void()>& prepare,
   munmap(shared, sizeof(Report));
   report = nullptr;
   return end;
-}
-
-std::string SeccompEnd::text() const {
-  switch (kind) {
-    case Kind::kClean:
-      return "ran to its end";
-    case Kind::kSystemCall:
-      return "made system call " + std::to_string(systemCall);
-    case Kind::kCrashed:
-      return "was ended by a signal";
-    case Kind::kUnavailable:
-      return "could not be sealed";
-  }
-  return {};
 }

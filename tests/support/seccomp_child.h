@@ -5,20 +5,16 @@
 
 /// How a child process ended that was allowed no system call but to exit.
 struct SeccompEnd {
-  enum class Kind {
-    kClean,        ///< ran to its end
-    kSystemCall,   ///< made the system call below
-    kCrashed,      ///< ended by a signal, or still running after a minute
-    kUnavailable,  ///< built with a sanitizer, or the kernel refuses to seal a process: skip the
-                   ///< test
-  };
-  Kind kind = Kind::kUnavailable;
-  int systemCall = -1;  ///< its number on this machine, -1 unless `kSystemCall`
+  static constexpr const char* kClean = "ran to its end";
+  static constexpr const char* kCrashed = "was ended by a signal";  ///< also after a minute
+  /// Built with a sanitizer, or the kernel refuses to seal a process: skip the test.
+  static constexpr const char* kUnavailable = "could not be sealed";
 
-  [[nodiscard]] bool clean() const noexcept { return kind == Kind::kClean; }
-  [[nodiscard]] bool unavailable() const noexcept { return kind == Kind::kUnavailable; }
-  /// The end in words, for a failing test.
-  [[nodiscard]] std::string text() const;
+  [[nodiscard]] bool clean() const { return words == kClean; }
+  [[nodiscard]] bool unavailable() const { return words == kUnavailable; }
+  [[nodiscard]] const std::string& text() const noexcept { return words; }
+
+  std::string words = kUnavailable;  ///< or "made system call ", and its number on this machine
 };
 
 /// Forks a child that runs `prepare`, gives up all system calls and runs `process`, where the first
