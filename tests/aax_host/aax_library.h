@@ -1,29 +1,3 @@
 #pragma once
 
-#include <dlfcn.h>
-
-#include <memory>
-#include <string>
-
-#include "libraries/aax/acf.h"
-
-/// The shared object of a plug-in with its seven entry points, loaded as long as this lives.
-class AaxLibrary {
- public:
-  /// Throws std::runtime_error that names the file and what is wrong with it.
-  explicit AaxLibrary(const std::string& path);
-
-  ACFRegisterPluginProc registerPlugin = nullptr;
-  ACFRegisterComponentProc registerComponent = nullptr;
-  ACFGetClassFactoryProc getClassFactory = nullptr;
-  ACFCanUnloadNowProc canUnloadNow = nullptr;
-  ACFStartupProc startup = nullptr;
-  ACFShutdownProc shutdown = nullptr;
-  ACFGetSDKVersionProc getSdkVersion = nullptr;
-
- private:
-  struct Close {
-    void operator()(void* library) const { dlclose(library); }
-  };
-  std::unique_ptr<void, Close> handle;
-};
+#include "apps/aax_host/aax_library.h"

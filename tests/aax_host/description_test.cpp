@@ -1,71 +1,54 @@
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
-#include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 
+#include "apps/aax_host/parameter_facts.h"
 #include "tests/aax_host/loaded_plugin.h"
+#include "tests/hosted/reference.h"
+#include "tests/support/test_directory.h"
 
 namespace {
 
-constexpr const char* kWhole = R"(manufacturer Halvekro
-package Corvanthelis
-package version 1
-effect com.halvekro.Corvanthelis.aax
-  name Corvanthelis
-  category 2
-  resource 1 PageTable.xml
-  meter lmni LeftIn 200=0x0 201=0x0
-  meter rmni RightIn 200=0x0 201=0x0
-  meter lmuo LeftOut 200=0x1 201=0x0
-  meter rmuo RightOut 200=0x1 201=0x0
-  meter 1mrg GR1 200=0x2 201=0x1
-  meter 2mrg GR2 200=0x3 201=0x1
-)";
-
-constexpr const char* kFields = R"(component
-  field 0: audio in
-  field 1: audio out
-  field 2: buffer length
-  field 3: sample rate
-  field 4: clock
-  field 5: MIDI node 0, 0xf, Corvanthelis MIDI In
-  field 6: private data, 4
-  field 7: MIDI node 3, 0xffff, Transport
-  field 8: private data, 8
-)";
-
-constexpr const char* kMono = R"(  field 9: meters lmni rmni lmuo rmuo 1mrg
-  field 10: sidechain in
-  process: 11=HVKA 12=CvnP 13=RTMN 14=ASMN 51=0x1 52=0x1 60=0x1 116=0x1
-)";
-
-constexpr const char* kStereo = R"(  field 9: meters lmni rmni lmuo rmuo 1mrg 2mrg
-  field 10: sidechain in
-  process: 11=HVKA 12=CvnP 13=RTST 14=ASST 51=0x10002 52=0x10002 60=0x1 116=0x1
-)";
-
-std::multiset<std::string> linesOf(const std::string& text) {
-  std::multiset<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.insert(line);
-  return lines;
+/// The exit status of the host's program and what it writes.
+std::pair<int, std::string> runHost(const std::string& arguments) {
+  FILE* const program = popen((CORVANTHELIS_AAX_HOST " " + arguments + " 2>&1").c_str(), "r");
+  std::string text;
+  for (int c = std::fgetc(program); c != EOF; c = std::fgetc(program)) text += static_cast<char>(c);
+  return {WEXITSTATUS(pclose(program)), text};
 }
 
-TEST_F(LoadedPlugin, TellsTheHostWhatItIs) {
-  const std::string mono = std::string(kFields) + kMono;
-  const std::string stereo = std::string(kFields) + kStereo;
-  EXPECT_EQ(effect().component(AAX_eStemFormat_Mono).text(), mono);
-  EXPECT_EQ(effect().component(AAX_eStemFormat_Stereo).text(), stereo);
-  EXPECT_EQ(linesOf(session->collection().text()), linesOf(kWhole + mono + stereo)) << "any order";
-  for (const auto& [which, proc] : effect().procs) EXPECT_NE(proc, nullptr) << which;
+TEST(AaxHostProgram, PrintsTheDescriptionOrSaysWhatIsWrong) {
+  const std::string head =
+      "# What aax-host prints of the plug-in; made anew with CORVANTHELIS_RECORD=1.\n";
+  const auto [status, text] = runHost(CORVANTHELIS_AAX);
+  EXPECT_EQ(status, 0);
+  if (std::getenv("CORVANTHELIS_RECORD") != nullptr) {
+    writeBytes(CORVANTHELIS_DESCRIPTION, head + text);
+  }
+  EXPECT_EQ(head + text, readBytes(CORVANTHELIS_DESCRIPTION));
+  const TestDirectory folder;
+  writeBytes(folder.path("text.so"), "no library");
+  const std::string none = folder.path("none.so");
+  EXPECT_EQ(runHost("").first, 2);
+  EXPECT_EQ(runHost("a b").first, 2);
+  for (const std::string& file : {none, folder.path("text.so"), std::string("libm.so.6")}) {
+    const auto [failure, said] = runHost(file);
+    EXPECT_EQ(failure, 1) << file;
+    EXPECT_NE(said.find(file.substr(0, 4)), std::string::npos) << said;
+  }
+  EXPECT_EQ(runHost(CORVANTHELIS_AAX " > /dev/full").first, 1);
 }
 
 TEST_F(LoadedPlugin, AssertsWhateverItsHostRefuses) {
   std::deque<HostUnknown> hosts;  // each may be in use until the next registration
   const auto refuse = [&](const char* call) {
     hosts.emplace_back().log.refusedCall = call;
-    return registerWith(session->library, hosts.back());
+    return session->registerWith(hosts.back());
   };
   std::istringstream calls(
       "AddProperty AddAudioIn AddAudioOut AddAudioBufferLength AddSampleRate AddClock "
@@ -79,16 +62,19 @@ TEST_F(LoadedPlugin, AssertsWhateverItsHostRefuses) {
   }
   EXPECT_EQ(refuse("NewDescriptor"), AAX_ERROR_NULL_OBJECT);
   EXPECT_EQ(refuse("CreateInstance"), ACF_E_UNEXPECTED);
-  EXPECT_EQ(registerWith(session->library, host), ACF_OK) << "a second time";
+  EXPECT_EQ(session->registerWith(session->host), ACF_OK) << "a second time";
   for (const HostUnknown& gone : hosts) {
     EXPECT_EQ(gone.referenceCount(), 0U);
     for (const auto& collection : gone.collections) EXPECT_EQ(collection->referenceCount(), 0U);
   }
 }
 
-TEST_F(LoadedPlugin, AnswersAtItsOtherEntryPoints) {
+TEST(AaxEntryPoints, AnswerAndLeaveNothing) {
+  HostUnknown* host = nullptr;
+  std::optional<AaxSession> session(CORVANTHELIS_AAX);
+  host = &session->host;
   const AaxLibrary& library = session->library;
-  IACFUnknown* const unknown = host.unknown();
+  IACFUnknown* const unknown = host->unknown();
   IACFComponentDefinition* component = nullptr;
   EXPECT_EQ(library.registerComponent(unknown, 0, &component), ACF_OK);
   EXPECT_EQ(component, nullptr);
@@ -102,8 +88,104 @@ TEST_F(LoadedPlugin, AnswersAtItsOtherEntryPoints) {
   IACFPluginDefinition* definition = nullptr;
   EXPECT_EQ(library.registerPlugin(nullptr, &definition), ACF_E_UNEXPECTED);
   EXPECT_EQ(library.canUnloadNow(unknown), ACF_OK);
+  {
+    HostedInstance instance(session->effect(), 2);
+    const HostedInstance other(session->effect(), 1);
+    instance.close();
+    EXPECT_EQ(instance.host.referenceCount(), 0U);
+    EXPECT_EQ(instance.host.registrations.size(), std::size_t{kNumParams + 1});
+    for (const auto& [id, count] : instance.host.registrations) EXPECT_EQ(count, 0) << id;
+    EXPECT_EQ(library.canUnloadNow(unknown), ACF_FALSE) << "beside an instance";
+  }
+  EXPECT_EQ(library.canUnloadNow(unknown), ACF_OK);
+  EXPECT_EQ(library.shutdown(unknown), ACF_OK);
+  EXPECT_EQ(host->referenceCount(), 0U);
+  EXPECT_EQ(session->collection().referenceCount(), 0U);
+}
+
+struct Description {
+  std::string id, name;
+  std::int32_t steps;
+  AAX_EParameterType type;
+  double standard;
+};
+
+Description expectedOf(int index) {
+  if (index == kNumParams) return {"bypass", "Master Bypass", 2, AAX_eParameterType_Discrete, 0.0};
+  const ParameterFacts facts(index);
+  const auto type = facts.stepped ? AAX_eParameterType_Discrete : AAX_eParameterType_Continuous;
+  const double standard = facts.toldValue(static_cast<double>(facts.record.value));
+  return {facts.id, facts.record.name, facts.hostSteps, type, standard};
+}
+
+TEST_F(LoadedPlugin, ParametersAreThoseOfTheTable) {
+  constexpr double kFloatError = 1e-7;  // of a 32-bit number in 0..1
   const HostedInstance instance(effect(), 2);
-  EXPECT_EQ(library.canUnloadNow(unknown), ACF_FALSE) << "beside an instance";
+  const AAX_IEffectParameters& parameters = *instance.parameters;
+  const Reference reference;
+  std::int32_t count = 0;
+  parameters.GetNumberOfParameters(&count);
+  ASSERT_EQ(count, kNumParams + 1);
+  for (int i = 0; i < count; ++i) {
+    const Description expected = expectedOf(i);
+    SCOPED_TRACE(expected.name);
+    const std::string id = instance.id(i);
+    HostString name;
+    HostString shown;
+    std::int32_t found = -1;
+    Description told{};
+    parameters.GetParameterIndex(id.c_str(), &found);
+    parameters.GetParameterName(id.c_str(), &name);
+    parameters.GetParameterNumberOfSteps(id.c_str(), &told.steps);
+    parameters.GetParameterType(id.c_str(), &told.type);
+    parameters.GetParameterDefaultNormalizedValue(id.c_str(), &told.standard);
+    EXPECT_EQ(id, expected.id);
+    EXPECT_EQ(found, i);
+    EXPECT_EQ(name.text, expected.name);
+    EXPECT_EQ(told.steps, expected.steps);
+    EXPECT_EQ(told.type, expected.type);
+    EXPECT_NEAR(told.standard, expected.standard, kFloatError);
+    EXPECT_EQ(instance.normalised(id), told.standard) << "at the start";
+    EXPECT_EQ(instance.host.registrations.at(id), 1);
+    for (const double value : {0.0, 0.2, 0.5, 0.77, 1.0, expected.standard}) {
+      std::array<char, Reference::kParameterTextCapacity> text{};
+      reference.formatParameterValue(i, static_cast<float>(value), text.data(), false);
+      parameters.GetParameterStringFromValue(id.c_str(), value, &shown);
+      const char* const bypass = value < 0.5 ? "off" : "on";
+      EXPECT_EQ(shown.text, i == kNumParams ? bypass : text.data()) << value;
+    }
+  }
+}
+
+/// Every host step, of many parameters at once; what the effect made of them is read from its
+/// state.
+TEST_F(LoadedPlugin, HostStepsReachTheirPlainValues) {
+  HostedInstance instance(effect(), 2);
+  Reference reader;
+  std::vector<ParameterFacts> swept;
+  int mostSteps = 0;
+  for (int i = 0; i < kABBank; ++i) {  // without the selector of banks: it exchanges the others
+    if (!ParameterFacts(i).stepped) continue;
+    swept.emplace_back(i);
+    mostSteps = std::max(mostSteps, swept.back().hostSteps);
+  }
+  for (int step = 0; step <= mostSteps; ++step) {
+    const bool isLast = step == mostSteps;  // back to the default, as it was told
+    for (const ParameterFacts& facts : swept) {
+      const double standard = facts.toldValue(static_cast<double>(facts.record.value));
+      if (isLast || step < facts.hostSteps) {
+        instance.update(facts.id, isLast ? standard : facts.normalisedOfStep(step));
+      }
+    }
+    const std::vector<float> plain = reader.valuesOf(instance);
+    for (const ParameterFacts& facts : swept) {
+      if (!isLast && step >= facts.hostSteps) continue;
+      const auto standard = static_cast<double>(facts.record.value);
+      EXPECT_EQ(static_cast<double>(plain[static_cast<std::size_t>(facts.index)]),
+                isLast ? standard : facts.plainOfStep(step))
+          << facts.record.name << " at host step " << step;
+    }
+  }
 }
 
 }  // namespace
