@@ -21,15 +21,7 @@ class ObservedPlug : public Plug {
             &aaxHostCallback, Idle::kCaller, [this] { return now += 100; }, machine) {}
 
   void setTrackName(const char* name) override { trackName = name; }
-  void processReplacing(float** inputs, float** outputs, std::int32_t frames) override {
-    std::copy_n(inputs, lastInputs.size(), lastInputs.begin());
-    std::copy_n(outputs, lastOutputs.size(), lastOutputs.begin());
-    Plug::processReplacing(inputs, outputs, frames);
-  }
-
   std::string trackName;
-  std::array<float*, 4> lastInputs{};
-  std::array<float*, 2> lastOutputs{};
   std::array<VstMidiEvent, 4> midi{};
   std::size_t midiCount = 0;
 

@@ -219,38 +219,16 @@ TEST(AaxBridge, PacketsAreHandedOverOneByOne) {
   });
 }
 
-TEST(AaxBridge, ChannelsAreHandedOverAsTheContextHasThem) {
-  for (const std::size_t channels : {1, 2}) {
-    BridgeRig rig(static_cast<int>(channels));
-    HostedInstance& hosted = *rig.hosted;
-    Signal in(channels + 1, std::vector<float>(64, 0.5F));
-    Signal out(channels, std::vector<float>(64, 9.0F));
-    const auto play = [&](Signal& given) {
-      hosted.prepareBlock(given, out, 0, 64);
-      void* const one = hosted.context();
-      inRealTime([&] { hosted.proc(&one, &one + 1); });
-    };
-    Signal withoutSide(in.begin(), in.end() - 1);
-    play(withoutSide);
-    const auto& seen = rig.effect->lastInputs;
-    for (std::size_t c = 0; c < channels; ++c) EXPECT_EQ(seen[channels + c], nullptr);
-    play(in);
-    for (std::size_t c = 0; c < channels; ++c) {
-      EXPECT_EQ(seen[c], in[c].data());
-      EXPECT_EQ(seen[channels + c], in[channels].data());
-      EXPECT_EQ(rig.effect->lastOutputs[c], out[c].data());
-    }
-    EXPECT_EQ(rig.effect->lastOutputs[1], channels == 1 ? nullptr : out[1].data());
-    // Silence, too, leaves nothing of what stood in the outputs, in bypass as well.
-    void* const audio = std::exchange(hosted.field(kFieldAudioIn), nullptr);
+/// Silence, too, leaves nothing of what stood in the outputs, in bypass as well.
+TEST(AaxBridge, WithoutAnInputTheOutputsAreSilence) {
+  for (const int channels : {1, 2}) {
+    const BridgeRig rig(channels);
+    const Signal in(static_cast<std::size_t>(channels), std::vector<float>(64));
+    rig.hosted->field(kFieldAudioIn) = nullptr;
     for (const double bypass : {0.0, 1.0}) {
-      hosted.update("bypass", bypass);
-      for (auto& channel : out) channel.assign(64, 9.0F);
-      void* const one = hosted.context();
-      hosted.proc(&one, &one + 1);
-      for (const auto& channel : out) EXPECT_EQ(std::ranges::count(channel, 9.0F), 0) << bypass;
+      rig.hosted->update("bypass", bypass);
+      EXPECT_EQ(rig.hosted->render(in), in);
     }
-    hosted.field(kFieldAudioIn) = audio;
   }
 }
 

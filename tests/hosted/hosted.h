@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -85,6 +86,7 @@ struct HostKind {
   std::unique_ptr<Hosted> (*make)(const HostSetup& setup);
   void (*unload)();  ///< after the last instance
 };
+inline void PrintTo(const HostKind* kind, std::ostream* out) { *out << kind->name; }
 extern const HostKind kAaxKind;
 extern const HostKind kLv2Kind;
 

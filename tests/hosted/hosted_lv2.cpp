@@ -88,6 +88,7 @@ class HostedLv2 final : public Hosted {
     std::vector<Told> told;
     for (const auto& [id, plain] : rig.requests) told.push_back({id, static_cast<double>(plain)});
     rig.requests.clear();
+    rig.run(0);  // which sees the ports that have followed
     return told;
   }
   bool means(int /*id*/, double value, double plain) const override {

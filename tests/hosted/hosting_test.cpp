@@ -37,20 +37,25 @@ Signal forReference(const HostKind& kind, Signal in, int channels) {
 
 /// An instance beside the effect alone, through the same moves.
 struct SideBySide {
-  SideBySide(const HostKind& hostKind, const HostSetup& setup, bool offline = false)
-      : kind(hostKind),
-        channels(setup.channels),
-        hosted(kind.make(setup)),
-        reference(setup.rate, offline) {
-    if (!offline) return;
-    hosted->setOffline(true);
-    static_cast<void>(reference.render(silence(channels, 64), channels));
-  }
+  SideBySide(const HostKind& hostKind, const HostSetup& setup)
+      : kind(hostKind), channels(setup.channels), hosted(kind.make(setup)), reference(setup.rate) {}
   void move(const Settings& settings) {
     hosted->move(settings);
     hosted->settle();
     static_cast<void>(reference.render(silence(channels, Hosted::kLead), channels));
     reference.set(settings);
+    // Until what moves smoothly has come: when it began is the business of other threads.
+    static_cast<void>(hosted->render(silence(channels, 2 * Hosted::kLead)));
+    static_cast<void>(reference.render(silence(channels, 2 * Hosted::kLead), channels));
+  }
+  void setOffline(bool on) {
+    hosted->setOffline(on);
+    reference.isOffline = on;
+    static_cast<void>(reference.render(silence(channels, 64), channels));
+  }
+  void restore(const Session& session) {
+    EXPECT_TRUE(hosted->restore(session));
+    reference.take(session.parts.at(kStatePart));
   }
   Signal play(const Signal& in) {
     Signal out = hosted->render(in);
@@ -91,7 +96,8 @@ TEST_P(Hosting, SoundsAsTheEffectAlone) {
     if (row.sideChannels > (channels == 2 ? kind().mostSideChannels : kind().monoSideChannels)) {
       continue;
     }
-    SideBySide both(kind(), row.setup, row.offline);
+    SideBySide both(kind(), row.setup);
+    if (row.offline) both.setOffline(true);
     both.move(busySettings(row.source));
     const Signal in = noise(channels + row.sideChannels, 24000);
     heard[row.name] = both.play(in);
@@ -103,81 +109,61 @@ TEST_P(Hosting, SoundsAsTheEffectAlone) {
     odd[0][100] = std::numeric_limits<float>::quiet_NaN();
     odd.back()[200] = std::numeric_limits<float>::infinity();
     both.play(odd);
+    both.hosted->render(silence(channels, 48000));
+    const Signal nothing = silence(channels, 2000);
+    EXPECT_EQ(firstDifference(both.hosted->render(nothing), nothing), "");
   }
   EXPECT_NE(firstDifference(heard["stereo"], heard["offline"], 0.01), "");
 }
 
-TEST_P(Hosting, DelaysByWhatItTellsAndKeepsSilenceSilent) {
-  for (const HostSetup& setup : {HostSetup{1}, HostSetup{2}, HostSetup{2, 96000.0, true}}) {
-    SideBySide fresh(kind(), setup);
-    const Signal in = noise(setup.channels, 24000);
-    const int latency = fresh.hosted->latency();
-    EXPECT_GT(latency, 0);
-    EXPECT_EQ(firstDifference(fresh.play(in), delayed(in, latency), 1e-6), "");
-    fresh.move(busySettings());
-    fresh.hosted->render(silence(setup.channels, 48000));
-    const Signal nothing = silence(setup.channels, 4000);
-    EXPECT_EQ(firstDifference(fresh.hosted->render(nothing), nothing), "");
-  }
-}
-
 /// Whatever changes the latency is told, in bypass as well, and what does not is not told wrong.
 TEST_P(Hosting, TellsItsLatency) {
-  const int dynamic = bandParameterId(1, kB1Type);
   const int on = bandParameterId(1, kB1State);
   auto both = std::make_unique<SideBySide>(kind(), HostSetup{});
-  const auto expectTold = [&](const std::string& action, int expected) {
+  bool isHidden = false;
+  const auto told = [&](const char* action) {
+    const int expected = isHidden ? 0 : both->reference.getInitialDelay();
     EXPECT_TRUE(becomes([&] { return both->hosted->latency() == expected; }))
         << action << ": " << both->hosted->latency() << " instead of " << expected;
-    return expected;
+    return both->reference.getInitialDelay();
   };
-  const auto moved = [&](const std::string& action, const Settings& settings) {
+  const auto moved = [&](const char* action, const Settings& settings) {
     both->move(settings);
-    return expectTold(action, both->reference.getInitialDelay());
+    return told(action);
   };
-  const int first = expectTold("start", both->reference.getInitialDelay());
+  const auto restored = [&](const char* action, const Session& session) {
+    both->restore(session);
+    return told(action);
+  };
+  const int first = told("start");
   const Session plain = both->hosted->save();
   const int ahead = moved("lookahead", {{kB1Lookahead, 20.0}});
-  const int longest = moved("another band", {{on, 1.0}, {dynamic, 1.0}});
-  const int sampled = moved("oversampling", {{kOversample, 2.0}});
+  const int longest = moved("a band", {{on, 1.0}, {bandParameterId(1, kB1Type), 1.0}});
+  const int sampled = moved("oversampling", {{kOversample, 2.0}, {kOversampleOL, 1.0}});
   EXPECT_TRUE(first < ahead && ahead < longest && longest < sampled);
   const Session late = both->hosted->save();
   EXPECT_EQ(moved("another bank", {{kABBank, 1.0}}), first);
   EXPECT_EQ(moved("the bank again", {{kABBank, 0.0}}), sampled);
-  const auto restored = [&](const char* action, const Session& session, int expected) {
-    EXPECT_TRUE(both->hosted->restore(session));
-    expectTold(action, expected);
-  };
-  restored("a restored state", plain, first);
-  restored("a restored longer one", late, sampled);
-  moved("offline quality", {{kOversample, 0.0}, {kOversampleOL, 1.0}});
-  both->hosted->setOffline(true);
-  Reference quality(48000.0, true);
-  quality.set({{kB1Lookahead, 20.0}, {on, 1.0}, {dynamic, 1.0}, {kOversampleOL, 1.0}});
-  expectTold("offline", quality.getInitialDelay());
-  EXPECT_NE(quality.getInitialDelay(), longest);
-  both->hosted->setOffline(false);
-  expectTold("live again", longest);
-  both->hosted->setBypass(true);
-  expectTold("bypass", kind().hidesLatency ? 0 : longest);
-  both->hosted->move({{on, 0.0}});
-  expectTold("a move in bypass", kind().hidesLatency ? 0 : ahead);
+  EXPECT_EQ(restored("a restored state", plain), first);
+  EXPECT_EQ(restored("a restored longer one", late), sampled);
+  for (const bool isOffline : {true, false}) {
+    both->setOffline(isOffline);
+    EXPECT_EQ(told("offline and back") == sampled, !isOffline);
+  }
   Session effectAlone = plain;  // the controls tell of the bypass
   effectAlone.parts.erase("controls");
-  restored("a state restored in bypass", effectAlone, kind().hidesLatency ? 0 : first);
+  both->hosted->setBypass(true);
+  isHidden = kind().hidesLatency;
+  told("bypass");
+  moved("a move in bypass", {{on, 0.0}});
+  restored("a state restored in bypass", effectAlone);
+  isHidden = false;
   both->hosted->setBypass(false);
-  restored("bypass let go", plain, first);
+  told("bypass let go");
   for (const double rate : {22050.0, 192000.0}) {
     both = std::make_unique<SideBySide>(kind(), HostSetup{2, rate});
-    expectTold("another rate", both->reference.getInitialDelay());
-    restored("a state of another rate", late, [rate] {
-      Reference at(rate);
-      at.set({{kB1Lookahead, 20.0},
-              {bandParameterId(1, kB1State), 1.0},
-              {bandParameterId(1, kB1Type), 1.0},
-              {kOversample, 2.0}});
-      return at.getInitialDelay();
-    }());
+    const int fresh = told("another rate");
+    EXPECT_LT(fresh, restored("a state of another rate", late));
   }
 }
 
@@ -225,32 +211,6 @@ double anyValue(int id, std::mt19937& random) {
 
 /// But for what moves others, too.
 bool movesAlone(int id) { return id != kBandOrder && id != kABBank && id != kBypass; }
-
-TEST_P(Hosting, EveryParameterGetsTheHostsValue) {
-  Reference reader;
-  const auto hosted = kind().make(HostSetup{});
-  std::mt19937 random(5);
-  for (const double edge : {0.0, 1.0, 0.5}) {
-    std::map<int, double> expected;
-    Settings settings;
-    for (int id = 0; id < kNumParams; ++id) {
-      const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(id)];
-      if (!movesAlone(id)) continue;
-      const auto plain = static_cast<double>(edge == 0.0 ? record.min : record.max);
-      expected[id] = edge == 0.5 ? anyValue(id, random) : plain;
-      settings.push_back({id, expected[id]});
-    }
-    hosted->move(settings);
-    const std::vector<float> values = reader.valuesOf(hosted->state());
-    for (const auto& [id, plain] : expected) {
-      const auto value = static_cast<double>(values[static_cast<std::size_t>(id)]);
-      EXPECT_NEAR(value, plain, 1e-4 * std::max(1.0, std::abs(plain)))
-          << parameterKeyTable().name(id);
-      EXPECT_TRUE(hosted->means(id, hosted->shown(id), plain)) << parameterKeyTable().name(id);
-    }
-  }
-  EXPECT_TRUE(hosted->takeTold().empty()) << "the host's own values";
-}
 
 /// From inside, by another bank: each value that changes is told once, with what it is.
 TEST_P(Hosting, TellsOnceWhatChangesInside) {
@@ -307,39 +267,50 @@ TEST_P(Hosting, ControllersMoveParameters) {
   }
 }
 
-/// Random moves by the host, from inside and between banks.
+/// Moves all parameters of some banks anywhere, and expects that the effect has, and the host
+/// shows, what was moved last.
 void wander(Hosted& hosted, std::mt19937& random) {
-  const auto below = [&random](int end) {
-    return static_cast<int>(random() % static_cast<unsigned>(end));
-  };
-  for (int step = 0; step < 4; ++step) {
+  Reference reader;
+  for (const int bank : {5, 0, static_cast<int>(random() % 8)}) {
+    hosted.move({{kABBank, static_cast<double>(bank)}});
+    waitForIdle();
+    static_cast<void>(hosted.takeTold());  // which the host follows
     Settings settings;
-    for (int i = 0; i < 12; ++i) {
-      const int id = below(kNumParams);
+    for (int id = 0; id < kNumParams; ++id) {
       if (movesAlone(id)) settings.push_back({id, anyValue(id, random)});
     }
     hosted.move(settings);
-    hosted.turn(controllerOf(kIpTrim), below(128));
-    if (step % 2 == 0) hosted.move({{kABBank, static_cast<double>(below(8))}});
+    const std::vector<float> values = reader.valuesOf(hosted.state());
+    for (const auto& [id, plain] : settings) {
+      const auto value = static_cast<double>(values[static_cast<std::size_t>(id)]);
+      EXPECT_NEAR(value, plain, 1e-4 * std::max(1.0, std::abs(plain)))
+          << parameterKeyTable().name(id);
+      EXPECT_TRUE(hosted.means(id, hosted.shown(id), plain)) << parameterKeyTable().name(id);
+    }
   }
-  waitForIdle();
-  static_cast<void>(hosted.takeTold());  // which the host follows
 }
 
 TEST_P(Hosting, RestoresWhatItStored) {
   std::mt19937 random(11);
   Reference reader;
-  for (int walk = 0; walk < 2; ++walk) {
-    SCOPED_TRACE(walk);
-    const auto source = kind().make(HostSetup{});
-    const auto target = kind().make(HostSetup{});
-    wander(*source, random);
-    source->move(busySettings());
-    wander(*target, random);
+  const auto source = kind().make(HostSetup{});
+  const auto target = kind().make(HostSetup{});
+  wander(*target, random);
+  for (const bool hasWandered : {false, true}) {
+    SCOPED_TRACE(hasWandered);
+    if (hasWandered) {
+      wander(*source, random);
+      source->turn(controllerOf(kIpTrim), 99);
+      waitForIdle();
+      static_cast<void>(source->takeTold());
+    } else {
+      source->move(busySettings());
+    }
     const Session session = source->save();
     EXPECT_TRUE(target->restore(session));
-    target->move({});
-    source->move({});
+    // What no order of bands has been moved for is repaired by a restore.
+    EXPECT_TRUE(!hasWandered || source->restore(session));
+    for (Hosted* const each : {source.get(), target.get()}) each->move({});
     waitForIdle();
     const std::string state = target->state();
     for (int bank = -1; bank < 8; ++bank) {
@@ -347,7 +318,7 @@ TEST_P(Hosting, RestoresWhatItStored) {
       EXPECT_EQ(reader.valuesOf(state, bank), expected) << bank;
       for (int id = 0; bank < 0 && id < kNumParams; ++id) {
         const auto plain = static_cast<double>(expected[static_cast<std::size_t>(id)]);
-        EXPECT_TRUE(target->means(id, target->shown(id), plain)) << parameterKeyTable().name(id);
+        EXPECT_TRUE(id == kBandOrder || target->means(id, target->shown(id), plain)) << id;
       }
     }
     EXPECT_EQ(target->latency(), source->latency());
@@ -366,24 +337,19 @@ TEST_P(Hosting, DamagedStatesChangeNothing) {
   const auto other = kind().make(HostSetup{});
   other->move({{kOpTrim, -7.0}, {kABBank, 2.0}});
   for (const auto& [name, whole] : other->save().parts) {
-    if (std::string(name) == "ports") continue;  // which count for nothing where they are damaged
-    std::vector<std::string> damaged = {"",
-                                        "Z",
-                                        std::string(whole.size(), '\xff'),
-                                        std::string(whole.size(), '\0'),
-                                        whole.substr(1),
-                                        whole + (name == kStatePart ? "" : "\x01")};
-    if (name == kStatePart) damaged.pop_back();
+    if (name == "ports") continue;  // which count for nothing where they are damaged
+    std::vector<std::string> damaged = {"", std::string(whole.size(), '\xff'),
+                                        std::string(whole.size(), '\0'), whole.substr(1)};
+    if (name == "controls") damaged.push_back(whole + '\1');
     for (std::size_t cut = 0; cut < whole.size(); cut += 1 + whole.size() / 23) {
       damaged.push_back(whole.substr(0, cut));
       damaged.push_back(whole);
       damaged.back()[std::min(cut, std::size_t{7})] ^= 0x55;
     }
-    for (std::size_t i = 0; i < damaged.size(); ++i) {
-      SCOPED_TRACE(name + " damaged as " + std::to_string(i));
-      EXPECT_FALSE(hosted->restore({{{name, damaged[i]}}, {}}));
+    for (const std::string& each : damaged) {
+      EXPECT_FALSE(hosted->restore({{{name, each}}, {}})) << name << " of " << each.size();
       const Session after = hosted->save();
-      EXPECT_TRUE(after.parts == before.parts && after.shown == before.shown);
+      EXPECT_TRUE(after.parts == before.parts && after.shown == before.shown) << each.size();
     }
   }
   EXPECT_TRUE(hosted->takeTold().empty());

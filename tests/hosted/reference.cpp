@@ -6,16 +6,18 @@
 
 namespace {
 
-template <std::intptr_t kLevel>
-std::intptr_t answer(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*, float) {
-  return opcode == kHostProcessLevel ? kLevel : 0;
+std::intptr_t answer(AEffect* effect, std::int32_t opcode, std::int32_t, std::intptr_t, void*,
+                     float) {
+  if (opcode != kHostProcessLevel) return 0;
+  const auto* const reference = static_cast<const Reference*>(effect->user);
+  return reference != nullptr && reference->isOffline ? kProcessLevelOffline : 2;
 }
 
 }  // namespace
 
-Reference::Reference(double rate, bool offline)
-    : Plug(offline ? &answer<kProcessLevelOffline> : &answer<2>, Idle::kCaller,
-           &monotonicMilliseconds, Machine::detached()) {
+Reference::Reference(double rate)
+    : Plug(&answer, Idle::kCaller, &monotonicMilliseconds, Machine::detached()) {
+  getAeffect()->user = this;
   setSampleRate(static_cast<float>(rate));
   Plug::resume();
 }
@@ -42,9 +44,14 @@ Signal Reference::render(Signal in, int channels) {
   return out;
 }
 
-std::vector<float> Reference::valuesOf(const std::string& state, int bank) {
+void Reference::take(const std::string& state) {
   setChunk(state.data(), static_cast<std::int32_t>(state.size()), false);
   if (state.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
+  updateLatency();
+}
+
+std::vector<float> Reference::valuesOf(const std::string& state, int bank) {
+  take(state);
   if (bank >= 0) loadBank(bank);
   std::vector<float> values;
   values.reserve(kNumParams);

@@ -18,18 +18,20 @@ using Settings = std::vector<PlainSetting>;
 /// The effect without an adapter, driven as adapters have to drive it.
 class Reference : public Plug {
  public:
-  explicit Reference(double rate = 48000.0, bool offline = false);
+  explicit Reference(double rate = 48000.0);
 
   void set(const Settings& settings);
   /// `in`: main channels, then as many of the sidechain as there are. In the end `reductions` are
   /// those of the last block.
   Signal render(Signal in, int channels);
-  /// Takes a stored state; the plain values of a bank, or of the live one. Throws
-  /// std::runtime_error without a state.
+  /// Throws std::runtime_error for what is no state.
+  void take(const std::string& state);
+  /// Takes it; the plain values of a bank, or of the live one.
   std::vector<float> valuesOf(const std::string& state, int bank = -1);
   std::vector<float> valuesOf(const HostedInstance& instance);
 
   std::array<double, 2> reductions{1.0, 1.0};
+  bool isOffline = false;
 };
 
 /// Noise in -0.5..0.5; the right is another and 12 dB below.
