@@ -9,6 +9,7 @@
 #include "core/parameter_table.h"
 #include "platform/shared_library.h"
 #include "tests/hosted/hosted.h"
+#include "tests/support/becomes.h"
 
 namespace {
 
@@ -89,7 +90,6 @@ TEST_P(Hosting, SoundsAsTheEffectAlone) {
       {"high rate", {2, 192000.0}, 0, 1, false},
       {"offline", {2, 48000.0, true}, 1, 2, true},
   };
-  std::map<std::string, Signal> heard;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const int channels = row.setup.channels;
@@ -99,8 +99,7 @@ TEST_P(Hosting, SoundsAsTheEffectAlone) {
     SideBySide both(kind(), row.setup);
     if (row.offline) both.setOffline(true);
     both.move(busySettings(row.source));
-    const Signal in = noise(channels + row.sideChannels, 24000);
-    heard[row.name] = both.play(in);
+    both.play(noise(channels + row.sideChannels, 24000));
     both.hosted->expectMeters(both.reference);
     const auto& reductions = both.reference.reductions;
     EXPECT_TRUE(channels == 1 || row.source == 2 || reductions[1] - reductions[0] > 0.01);
@@ -113,7 +112,6 @@ TEST_P(Hosting, SoundsAsTheEffectAlone) {
     const Signal nothing = silence(channels, 2000);
     EXPECT_EQ(firstDifference(both.hosted->render(nothing), nothing), "");
   }
-  EXPECT_NE(firstDifference(heard["stereo"], heard["offline"], 0.01), "");
 }
 
 /// Whatever changes the latency is told, in bypass as well, and what does not is not told wrong.

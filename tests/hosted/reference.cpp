@@ -1,8 +1,10 @@
 #include "tests/hosted/reference.h"
 
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -79,27 +81,17 @@ Signal noise(int channels, int frames, unsigned seed) {
 
 Settings busySettings(int source) {
   const auto second = [](int row) { return bandParameterId(1, row); };
-  return {{kB1Threshold, -30.0},
-          {kB1Ratio, 0.75},
-          {kB1Knee, 20.0},
-          {kB1Attack, 2.0},
-          {kB1RelSlow, 120.0},
-          {kB1LR, 1.0},
-          {kB1SCLR, 1.0},
-          {kB1SCLink, 0.0},
-          {second(kB1LR), 1.0},
-          {second(kB1SCLR), 1.0},
-          {second(kB1SCLink), 0.0},
-          {kB1SCSrc, static_cast<double>(source)},
-          {second(kB1Type), 1.0},
-          {second(kB1SubType), 2.0},
-          {second(kB1Slope), 36.0},
-          {second(kB1SCLFSlope), 48.0},
-          {second(kB1State), 1.0},
-          {second(kB1Threshold), -20.0},
-          {second(kB1Ratio), -0.5},
-          {second(kB1Frequency), 400.0},
-          {kOpTrim, 3.0}};
+  return {{kB1Threshold, -30.0},    {kB1Ratio, 0.75},
+          {kB1Knee, 20.0},          {kB1Attack, 2.0},
+          {kB1RelSlow, 120.0},      {kB1LR, 1.0},
+          {kB1SCLR, 1.0},           {kB1SCLink, 0.0},
+          {second(kB1LR), 1.0},     {second(kB1SCLR), 1.0},
+          {second(kB1SCLink), 0.0}, {kB1SCSrc, static_cast<double>(source)},
+          {second(kB1Type), 1.0},   {second(kB1SubType), 2.0},
+          {second(kB1Slope), 36.0}, {second(kB1SCLFSlope), 48.0},
+          {second(kB1State), 1.0},  {second(kB1Threshold), -20.0},
+          {second(kB1Ratio), -0.5}, {second(kB1Frequency), 400.0},
+          {kOversampleOL, 1.0},     {kOpTrim, 3.0}};
 }
 
 std::string firstDifference(const Signal& actual, const Signal& expected, double error) {

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "apps/aax_host/hosted_instance.h"
@@ -50,12 +48,3 @@ class Reference : public Plug {
 
 /// Until effects that a timer idles have taken all of their settings.
 void waitForIdle();
-/// Calls `isTrue` until it is, for two seconds at most; what it said last.
-template <typename Condition>
-[[nodiscard]] bool becomes(const Condition& isTrue) {
-  for (int turn = 0; turn < 400; ++turn) {
-    if (isTrue()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return isTrue();
-}

@@ -6,6 +6,7 @@
 
 #include "tests/core/plug_rig.h"
 #include "tests/lv2_wrap/lv2_rig.h"
+#include "tests/support/becomes.h"
 
 namespace {
 
@@ -21,17 +22,6 @@ double levelAfter(Lv2Rig& rig, int blocks, std::uint32_t frames) {
   for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
   rig.runAndWork(blocks, frames);
   return decibels(rig.out[0][frames - 1]);
-}
-
-/// Calls `isTrue` until it is, for ten seconds at most.
-template <typename Condition>
-bool becomes(const Condition& isTrue) {
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!isTrue()) {
-    if (std::chrono::steady_clock::now() > limit) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
 }
 
 /// A controller that moves a parameter while this lives.
