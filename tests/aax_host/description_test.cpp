@@ -88,11 +88,11 @@ TEST(AaxEntryPoints, AnswerAndLeaveNothing) {
   {
     HostedInstance instance(session.effect(), 2);
     const HostedInstance other(session.effect(), 1);
-    for (const auto& [id, count] : instance.host.registrations) EXPECT_EQ(count, 1) << id;
+    for (const auto& [id, count] : instance.host.registrations) EXPECT_EQ(count, 1);
     instance.close();
     EXPECT_EQ(instance.host.referenceCount(), 0U);
     EXPECT_EQ(instance.host.registrations.size(), std::size_t{kNumParams + 1});
-    for (const auto& [id, count] : instance.host.registrations) EXPECT_EQ(count, 0) << id;
+    for (const auto& [id, count] : instance.host.registrations) EXPECT_EQ(count, 0);
     EXPECT_EQ(library.canUnloadNow(unknown), ACF_FALSE) << "beside an instance";
   }
   EXPECT_EQ(library.canUnloadNow(unknown), ACF_OK);

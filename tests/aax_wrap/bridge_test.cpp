@@ -69,7 +69,7 @@ TEST(AaxBridge, AFailedStartLeavesNothing) {
   EXPECT_EQ(instance->plug().getSampleRate(), 96000.0F);
   EXPECT_NE(instance->Initialize(unknown), AAX_SUCCESS) << "twice";
   instance->Uninitialize();
-  for (const auto& [id, count] : host.registrations) EXPECT_EQ(count, 0) << id;
+  for (const auto& [id, count] : host.registrations) EXPECT_EQ(count, 0);
   EXPECT_EQ(host.registrations.size(), std::size_t{kNumParams + 1});
   instance->automate(0, 0.0F);
   EXPECT_TRUE(host.takeEvents().empty());

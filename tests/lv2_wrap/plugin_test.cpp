@@ -180,7 +180,7 @@ TEST(Lv2Plugin, RequestsAndMovesCrossInAnyOrder) {
   std::vector<float> met = {-24.0F, 24.0F};
   for (int step = 0; step < 80 && !testing::Test::HasFailure(); ++step) {
     rig.requests.clear();
-    rig.requestStatus = below(5) == 0 ? lv2::kPortChangeUnknownError : lv2::kPortChangeSuccess;
+    rig.requestStatus = below(3) == 0 ? lv2::kPortChangeUnknownError : lv2::kPortChangeSuccess;
     double inside = kNone;
     double outside = kNone;
     const std::size_t kind = below(8);  // 0 to 4 a controller, 4 to 7 the host
@@ -195,10 +195,11 @@ TEST(Lv2Plugin, RequestsAndMovesCrossInAnyOrder) {
     }
     SCOPED_TRACE(testing::Message() << step << ": " << inside << " inside, " << outside << " host");
     const int jobs = rig.jobs;
+    const bool isMove = !std::isnan(outside) && !Crossing::isSame(outside, model.port);
     const double asked = model.meet(inside, outside);
     const bool isAsked = !std::isnan(asked);
     rig.runAndWork(1, 1024);
-    EXPECT_TRUE(rig.jobs == jobs || !model.isAnswer) << "an answer is no news";
+    EXPECT_EQ(rig.jobs > jobs, isMove && !model.isAnswer) << "an answer is no news";
     if (!isAsked) std::this_thread::sleep_for(std::chrono::milliseconds(25));
     EXPECT_TRUE(becomes([&] {
       rig.runAndWork(1, 1024);
@@ -222,6 +223,8 @@ TEST(Lv2Plugin, LinkedPortsThatMoveTogetherKeepTheirOwnValues) {
   Lv2Rig rig(kStereo);
   ASSERT_EQ(rig.restore(StoredState(reference.plug)), LV2_STATE_SUCCESS);
   // Ports of a restored state are each for itself, and leave what is locked.
+  rig.runAndWork(10, 1024);
+  ASSERT_EQ(rig.restore(rig.save()), LV2_STATE_SUCCESS);
   rig.set({{"kB1Threshold", -5.0F}, {"kB4Threshold", -9.0F}});
   rig.runAndWork(10, 1024);
   const auto valuesAre = [&](std::initializer_list<double> expected) {

@@ -1,7 +1,10 @@
+#include <atomic>
 #include <cmath>
 
+#include "host/idle_timer.h"
 #include "tests/core/plug_rig.h"
 #include "tests/lv2_wrap/lv2_rig.h"
+#include "tests/support/becomes.h"
 
 namespace {
 
@@ -20,12 +23,67 @@ std::pair<float, float> trims(Lv2Rig& rig, int otherBank) {
           std::round(reader.plug.getPlainValue(kOpTrim) * 1e4F) * 1e-4F};
 }
 
+double plainIn(Lv2Rig& rig, int id) {
+  PlugRig reader;
+  const std::vector<char> chunk = rig.chunk();
+  reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
+  return static_cast<double>(reader.plug.getPlainValue(id));
+}
+
+/// Holds up the message thread while it lives.
+class Stall final : public IdleClient {
+ public:
+  Stall() {
+    IdleTimer::instance().add(*this);
+    EXPECT_TRUE(becomes([this] { return isStalled.load(); }));
+  }
+  ~Stall() override {
+    isOver = true;
+    IdleTimer::instance().remove(*this);
+  }
+  Stall(const Stall&) = delete;
+  Stall& operator=(const Stall&) = delete;
+  void onIdle() override {
+    isStalled = true;
+    static_cast<void>(becomes([this] { return isOver.load(); }));
+  }
+
+ private:
+  std::atomic<bool> isStalled{false};
+  std::atomic<bool> isOver{false};
+};
+
+/// Neither a move nor a restore waits for the message thread to tell it.
+TEST(Lv2State, LatencyIsToldWithTheNextBlock) {
+  Lv2Rig rig(kStereo);
+  play(rig);
+  const int usual = PlugRig().plug.getInitialDelay();
+  const int late = PlugRig({{"kB1Lookahead", 20.0}}).plug.getInitialDelay();
+  const StoredState before = rig.save();
+  const Stall noMessages;
+  const auto expectTold = [&rig](int expected, const char* action) {
+    rig.run(0);
+    EXPECT_EQ(rig.latency(), expected) << action;
+  };
+  rig.parameter("kB1Lookahead") = 20.0F;
+  rig.runAndWork(1, 1024);
+  expectTold(late, "a move");
+  const StoredState after = rig.save();
+  ASSERT_EQ(rig.restore(before), LV2_STATE_SUCCESS);
+  expectTold(usual, "a restore");
+  ASSERT_EQ(rig.restore(after), LV2_STATE_SUCCESS);
+  expectTold(late, "another one");
+  ASSERT_EQ(rig.restore({}), LV2_STATE_SUCCESS);
+  expectTold(usual, "nothing stored");
+}
+
 /// Ports that hold something else than when the state was stored win over its live bank, and leave
 /// the other banks as stored.
 TEST(Lv2State, BringsBanksAndPortsHaveTheLastWord) {
-  Lv2Rig first(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -3.0F}});
+  Lv2Rig first(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -3.0F}, {"kB1Knee", 40.0F}});
+  first.movesPorts = false;
   play(first);
-  first.parameter("kABBank") = 2.0F;  // bank C keeps -9, bank A -3
+  first.parameter("kABBank") = 2.0F;  // bank C keeps -9, bank A -3; the knee's port does not follow
   first.runAndWork(1, 4096);
   // While the host is asked to move this port back.
   first.parameter("kOpTrim") = -9.0F;
@@ -43,17 +101,21 @@ TEST(Lv2State, BringsBanksAndPortsHaveTheLastWord) {
     const StoredState& state;
     float trim;  ///< of the new instance's ports
     float live, bankA;
-  } rows[] = {{"the ports as they were", state, -9.0F, -9.0F, -3.0F},
-              {"other ports", state, -15.0F, -15.0F, -3.0F},
-              {"the state alone says nothing of ports: all win", chunkOnly, 0.0F, 0.0F, -3.0F},
-              {"so do ports that are damaged", shortPorts, 0.0F, 0.0F, -3.0F},
-              {"and of another type", otherPorts, 0.0F, 0.0F, -3.0F}};
+    bool allWin;
+  } rows[] = {{"the ports as they were", state, -9.0F, -9.0F, -3.0F, false},
+              {"other ports", state, -15.0F, -15.0F, -3.0F, false},
+              {"the state alone says nothing of ports", chunkOnly, 0.0F, 0.0F, -3.0F, true},
+              {"nor do ports that are damaged", shortPorts, 0.0F, 0.0F, -3.0F, true},
+              {"nor those of another type", otherPorts, 0.0F, 0.0F, -3.0F, true}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOpTrim", row.trim}, {"kABBank", 2.0F}});
+    Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker,
+               {{"kOpTrim", row.trim}, {"kABBank", 2.0F}, {"kB1Knee", 40.0F}});
+    rig.movesPorts = false;
     ASSERT_EQ(rig.restore(row.state), LV2_STATE_SUCCESS);
     play(rig);
     EXPECT_EQ(trims(rig, 0), std::pair(row.live, row.bankA));
+    EXPECT_NEAR(plainIn(rig, kB1Knee), row.allWin ? 40.0 : 0.0, 1e-4);
   }
   // Nothing stored: a new instance; presets of ports leave the banks alone.
   StoredState preset;
