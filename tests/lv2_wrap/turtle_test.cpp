@@ -110,11 +110,14 @@ class Turtle : public testing::Test {
                      }};
 };
 
-/// A line of a band, as if it were of the first.
+/// A line of a band, as if it were of the first; what it says of the first itself is marked.
 std::string ofBandOne(std::string line, int id) {
   if (!isBandParameter(id)) return line;
   const std::string band = std::to_string(bandOf(id) + 1);
-  for (const std::string name : {"kB", "Band", "#band"}) replaceAll(line, name + band, name + '1');
+  for (const std::string name : {"kB", "Band", "#band"}) {
+    if (band != "1") replaceAll(line, name + '1', name + '?');
+    replaceAll(line, name + band, name + '1');
+  }
   return line;
 }
 
