@@ -59,7 +59,7 @@ using Instances = std::vector<std::unique_ptr<Instance>>;
 TEST(Lv2Bundle, AChildProcessCleansUpPlaysOnAndEnds) {
   const Library library;
   Instances instances;
-  for (const std::size_t plugin : {0, 1}) {
+  for (const std::size_t plugin : {std::size_t{0}, std::size_t{1}}) {
     instances.push_back(std::make_unique<Instance>(library, plugin));
   }
   for (int turn = 0; turn < 3; ++turn) {
