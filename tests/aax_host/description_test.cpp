@@ -11,6 +11,8 @@
 #include "tests/hosted/reference.h"
 #include "tests/support/test_directory.h"
 
+const char* const kBuiltLibrary = CORVANTHELIS_AAX;
+
 namespace {
 
 /// The exit status of the host's program and what it writes.
