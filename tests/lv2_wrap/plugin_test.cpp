@@ -1,51 +1,239 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
-#include <random>
+#include <optional>
+#include <sstream>
 #include <thread>
 
+#include "host/idle_timer.h"
 #include "tests/core/plug_rig.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/support/becomes.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
 const lv2::PortLayout& kSidechain = lv2::kPlugins[0];
 const lv2::PortLayout& kStereo = lv2::kPlugins[1];
+constexpr float kLevel = 0.5F;
+constexpr std::array<std::pair<int, int>, 2> kControllers = {{{kOpTrim, 21}, {kBypass, 22}}};
 
-double decibels(float level) { return 20.0 * std::log10(static_cast<double>(level)); }
-
-const double kLevel = decibels(0.5F);
-
-/// Runs a constant in all channels for some blocks and gives the level of the last one's end, dB.
-double levelAfter(Lv2Rig& rig, int blocks, std::uint32_t frames) {
-  for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
-  rig.runAndWork(blocks, frames);
-  return decibels(rig.out[0][frames - 1]);
-}
-
-/// A controller that moves a parameter while this lives.
-struct Learnt {
-  Learnt(int parameter, int number) : id(parameter) {
-    Machine::ofProcess().midiMap().learn(id, number);
+/// Holds up the message thread while it lives.
+class Stall final : public IdleClient {
+ public:
+  Stall() {
+    IdleTimer::instance().add(*this);
+    EXPECT_TRUE(becomes([this] { return isStalled.load(); }));
   }
-  ~Learnt() { Machine::ofProcess().midiMap().unlearn(id); }
-  Learnt(const Learnt&) = delete;
-  Learnt& operator=(const Learnt&) = delete;
-  const int id;
+  ~Stall() override {
+    isOver = true;
+    IdleTimer::instance().remove(*this);
+  }
+  Stall(const Stall&) = delete;
+  Stall& operator=(const Stall&) = delete;
+  void onIdle() override {
+    isStalled = true;
+    static_cast<void>(becomes([this] { return isOver.load(); }));
+  }
+
+ private:
+  std::atomic<bool> isStalled{false};
+  std::atomic<bool> isOver{false};
 };
 
-double plainIn(Lv2Rig& rig, int id) {
-  PlugRig reader;
-  const std::vector<char> chunk = rig.chunk();
-  reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
-  return static_cast<double>(reader.plug.getPlainValue(id));
+/// An instance and its host, led by the words of data/sessions.txt, which explains them.
+class Scripted {
+ public:
+  Scripted() {
+    PlugRig linked;
+    for (int band = 0; band < 3; ++band) {
+      linked.plug.setLinked(bandParameterId(band, kB1Threshold), true);
+    }
+    linked.plug.setLocked(bandParameterId(3, kB1Threshold), true);
+    states.emplace("linked", linked.plug);
+    states["ports"].values[UridMap::map(lv2::kPortsOnlyUri)] = {{1, 0, 0, 0},
+                                                                UridMap::map(LV2_ATOM__Bool)};
+    for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().learn(id, number);
+  }
+  ~Scripted() {
+    for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().unlearn(id);
+  }
+  Scripted(const Scripted&) = delete;
+  Scripted& operator=(const Scripted&) = delete;
+
+  std::string play(const DataRow& row) {
+    if (rig) {
+      rig->requests.clear();
+      rig->jobs = notes = 0;
+      rig->requestStatus = lv2::kPortChangeSuccess;
+    }
+    std::istringstream actions(row[0]);
+    for (std::string action; actions >> action;) {
+      const std::size_t value = action.find('=');
+      act(action.substr(0, value), value == std::string::npos ? "" : action.substr(value + 1));
+    }
+    jobs = rig->jobs;
+    // What threads bring may take its time.
+    static_cast<void>(becomes([&] { return show(row[1]) == row.back() || (run(1), false); }));
+    return show(row[1]);
+  }
+
+ private:
+  void act(const std::string& what, const std::string& value) {
+    const int count = std::atoi(value.c_str());
+    const int id = parameterKeyTable().find(what.substr(what.find(':') + 1));
+    if (what == "new") {
+      rig = std::make_unique<Lv2Rig>(kStereo, 48000.0,
+                                     value == "alone" ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
+      rig->movesPorts = false;
+      rig->workerAccepts = value != "refuses";
+      rig->works = value != "loses";
+      for (auto& channel : rig->in) std::fill(channel.begin(), channel.end(), kLevel);
+    } else if (what == "activate") {
+      rig->descriptor->activate(rig->instance);
+    } else if (what == "frames") {
+      frames = static_cast<std::uint32_t>(count);
+    } else if (what == "run") {
+      run(std::max(count, 1));
+    } else if (what == "block") {
+      block();
+    } else if (what == "work") {
+      rig->work();
+    } else if (what == "pause") {
+      for (int turn = 0; turn < count; ++turn) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        run(1);
+      }
+    } else if (what == "refuse") {
+      rig->requestStatus = lv2::kPortChangeUnknownError;
+    } else if (what == "stall") {
+      stall.emplace();
+    } else if (what == "go") {
+      stall.reset();
+    } else if (what == "room") {
+      rig->notifyBytes = static_cast<std::size_t>(count);
+    } else if (what.starts_with("turn:")) {
+      const auto number = kControllers[id == kBypass ? 1 : 0].second;
+      rig->midi.push_back({0xB0, static_cast<std::uint8_t>(number), std::uint8_t(count)});
+      rig->midi.push_back({0x90, static_cast<std::uint8_t>(number), 64});  // no controller
+      rig->midi.push_back({0xB0, 99, 64});                                 // moves nothing
+    } else if (what == "save") {
+      EXPECT_EQ(rig->saveTo(states[value] = {}), LV2_STATE_SUCCESS);
+      spoil(states[value]);
+    } else if (what == "full") {
+      StoredState full;
+      full.refused = UridMap::map(value == "state" ? lv2::kChunkUri : lv2::kPortValuesUri);
+      status = rig->saveTo(full);
+    } else if (what == "restore") {
+      status = rig->restore(states[value]);
+    } else if (what == "open") {
+      rig->connect(portOf(value), nullptr);
+    } else {
+      rig->control(portOf(what)) = std::strtof(value.c_str(), nullptr);
+    }
+  }
+  /// Copies of what was saved, without or with other contents.
+  void spoil(const StoredState& saved) {
+    for (const auto& [key, value] : saved.values) {
+      EXPECT_EQ(value.flags, std::uint32_t{LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE});
+    }
+    const LV2_URID ports = UridMap::map(lv2::kPortValuesUri);
+    for (const char* const name : {"noPorts", "shortPorts", "otherPorts", "otherType"}) {
+      states[name] = saved;
+    }
+    states["noPorts"].values.erase(ports);
+    states["shortPorts"].values[ports].bytes.resize(100);
+    states["otherPorts"].values[ports].bytes[4] ^= 1;  // of whole numbers
+    states["otherType"].values[UridMap::map(lv2::kChunkUri)].type = UridMap::map(LV2_ATOM__Int);
+  }
+  [[nodiscard]] static int portOf(const std::string& name) {
+    if (name == "enabled") return kStereo.enabled();
+    if (name == "freewheel") return kStereo.freewheel();
+    if (name == "latency") return kStereo.latency();
+    if (name == "rightOut") return kStereo.output(1);
+    if (name == "leftIn") return kStereo.input(0);
+    return kStereo.firstParameter() + lv2::placeOfParameter(parameterKeyTable().find(name));
+  }
+  void block() {
+    rig->run(frames);
+    if (rig->notifyBytes > 1000) notes += rig->stateChanges();
+    EXPECT_TRUE(rig->isNotifyGuarded());
+  }
+  void run(int blocks) {
+    for (int i = 0; i < blocks; ++i) {
+      block();
+      rig->work();
+    }
+  }
+
+  std::string show(const std::string& names) {
+    std::istringstream all(names);
+    std::ostringstream text;
+    for (std::string name; all >> name;) text << (text.str().empty() ? "" : " ") << showOne(name);
+    return text.str();
+  }
+  std::string showOne(const std::string& name) {
+    if (name == "jobs") return std::to_string(jobs);
+    if (name == "notes") return std::to_string(notes);
+    if (name == "status") return std::to_string(status);
+    if (name == "latency") return std::to_string(rig->latency());
+    if (name == "level") {
+      const auto gain = static_cast<double>(rig->out[0][frames - 1] / kLevel);
+      return gain > 0.0 ? number(20.0 * std::log10(gain)) : "none";
+    }
+    if (name == "asked") {
+      std::string text;
+      for (const auto& [id, value] : rig->requests) {
+        // The port of the host's own switch lies before those of the parameters.
+        text += text.empty() ? "" : " ";
+        text += (id < 0 ? "enabled" : parameterKeyTable().name(id)) + std::string("=");
+        text += number(static_cast<double>(value));
+      }
+      return text.empty() ? "-" : text;
+    }
+    if (name.starts_with("is=")) return rig->chunk() == chunkOf(name.substr(3)) ? "yes" : "no";
+    PlugRig reader;
+    const std::vector<char> chunk = rig->chunk();
+    reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
+    const std::size_t bank = name.find('@');
+    if (bank != std::string::npos) reader.plug.loadBank(name[bank + 1] - '0');
+    return number(reader.get(name.substr(0, bank).c_str()));
+  }
+  std::vector<char> chunkOf(const std::string& name) {
+    if (name == "new") return Lv2Rig(kStereo).chunk();
+    return states[name].values.at(UridMap::map(lv2::kChunkUri)).bytes;
+  }
+  static std::string number(double value) {
+    std::ostringstream text;
+    text << std::round(value * 100.0) / 100.0 + 0.0;
+    return text.str();
+  }
+
+  std::map<std::string, StoredState> states;
+  std::unique_ptr<Lv2Rig> rig;
+  std::optional<Stall> stall;
+  std::uint32_t frames = 1024;
+  int jobs = 0;
+  int notes = 0;
+  int status = 0;
+};
+
+TEST(Lv2Plugin, SessionsGoAsTold) {
+  Scripted scripted;
+  for (const DataRow& row : dataRows(CORVANTHELIS_SESSIONS)) {
+    ASSERT_EQ(scripted.play(row), row.back()) << row[0] << " | " << row[1];
+  }
 }
 
 TEST(Lv2Plugin, ControlsReachTheSoundSoonAndNotTooOften) {
   constexpr std::uint32_t kFrames = 64;
   Lv2Rig rig(kStereo);
-  levelAfter(rig, 200, kFrames);
+  const auto gainAfter = [&rig](int blocks) {
+    for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), kLevel);
+    rig.runAndWork(blocks, kFrames);
+    return 20.0 * std::log10(static_cast<double>(rig.out[0][kFrames - 1] / kLevel));
+  };
+  gainAfter(200);
   EXPECT_EQ(rig.jobs, 0) << "the controls were in force from the start";
   // A step of the trim in every block: the worker hears at most every 14 ms, and never the less
   // often.
@@ -55,230 +243,25 @@ TEST(Lv2Plugin, ControlsReachTheSoundSoonAndNotTooOften) {
   }
   EXPECT_NEAR(rig.jobs, 150.0 / 10.0, 2.0);
   // A change is in the sound, whose gains take 21 ms from one to the next, after less than 20 ms.
-  levelAfter(rig, 50, kFrames);
+  gainAfter(50);
   rig.parameter("kOpTrim") = -12.0F;
-  EXPECT_LT(levelAfter(rig, 15, kFrames), kLevel - 6.2);
-  EXPECT_NEAR(levelAfter(rig, 20, kFrames), kLevel - 12.0, 0.01);
+  EXPECT_LT(gainAfter(15), -6.2);
+  EXPECT_NEAR(gainAfter(20), -12.0, 0.01);
   // All at once make one job.
   rig.jobs = 0;
   for (int port = kStereo.firstParameter(); port < kStereo.count(); ++port) {
     // But for what is 0: a switch is on from the next number.
     if (rig.control(port) != 0.0F) rig.control(port) = std::nextafter(rig.control(port), 100.0F);
   }
-  levelAfter(rig, 1, kFrames);
+  gainAfter(1);
   EXPECT_EQ(rig.jobs, 1);
   // While the host renders offline there is no wait at all.
   rig.control(kStereo.freewheel()) = 1.0F;
-  const double before = levelAfter(rig, 1, kFrames);
+  const double before = gainAfter(1);
   rig.jobs = 0;
   rig.parameter("kOpTrim") = 0.0F;
-  EXPECT_GT(levelAfter(rig, 1, kFrames), before + 1.0);
+  EXPECT_GT(gainAfter(1), before + 1.0);
   EXPECT_EQ(rig.jobs, 0);
-}
-
-TEST(Lv2Plugin, WithoutAWorkerTheMessageThreadDelivers) {
-  enum Way { kNone, kRefuses, kLoses };
-  for (const Way way : {kNone, kRefuses, kLoses}) {
-    SCOPED_TRACE(way);
-    Lv2Rig rig(kStereo, 48000.0, way == kNone ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
-    rig.workerAccepts = way == kLoses;
-    rig.works = false;
-    levelAfter(rig, 200, 64);
-    rig.parameter("kOpTrim") = -12.0F;
-    EXPECT_TRUE(becomes([&] { return levelAfter(rig, 1, 96) < kLevel - 11.9; }));
-    EXPECT_NEAR(levelAfter(rig, 20, 96), kLevel - 12.0, 0.01);
-  }
-}
-
-TEST(Lv2Plugin, AStartOfflineTakesTheOfflineQuality) {
-  Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kOversampleOL", 2.0F}});
-  for (const bool isOffline : {false, true}) {
-    rig.control(kStereo.freewheel()) = isOffline ? 1.0F : 0.0F;
-    rig.descriptor->activate(rig.instance);
-    rig.control(kStereo.latency()) = 0.0F;
-    rig.descriptor->run(rig.instance, 0);
-    PlugRig reference(PlugRig::Settings{{"kOversample", isOffline ? 2.0 : 0.0}});
-    EXPECT_EQ(rig.latency(), reference.plug.getInitialDelay());
-  }
-}
-
-TEST(Lv2Plugin, BypassIsOnByEitherPortAndAskedOfBothFromInside) {
-  const Learnt learnt(kBypass, 22);
-  constexpr int kEnabled = -2;  // its place before the parameters
-  Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kIpTrim", -20.0F}});
-  rig.movesPorts = false;
-  const auto expectHeard = [&rig](bool isBypassed) {
-    EXPECT_NEAR(levelAfter(rig, 100, 256), isBypassed ? kLevel : kLevel - 20.0, 0.01);
-  };
-  using Requests = std::vector<std::pair<int, float>>;
-  const struct {
-    float enabled, bypass;
-    bool isOn;
-    Requests asked;  ///< by a controller that turns it over
-  } rows[] = {{1.0F, 0.0F, false, {{kEnabled, 0.0F}}},
-              {0.0F, 0.0F, true, {{kEnabled, 1.0F}}},
-              {1.0F, 1.0F, true, {{kEnabled, 1.0F}, {kBypass, 0.0F}}},
-              {0.0F, 1.0F, true, {{kEnabled, 1.0F}, {kBypass, 0.0F}}}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << "enabled " << row.enabled << ", bypass " << row.bypass);
-    rig.control(kStereo.enabled()) = row.enabled;
-    rig.parameter(kBypass) = row.bypass;
-    expectHeard(row.isOn);
-    rig.requests.clear();
-    rig.midi.push_back({0xB0, 22, static_cast<std::uint8_t>(row.isOn ? 0 : 127)});
-    EXPECT_TRUE(becomes([&] {
-      rig.run(64);
-      return rig.requests.size() >= row.asked.size();
-    }));
-    expectHeard(!row.isOn);
-    EXPECT_EQ(rig.requests, row.asked);
-    rig.control(kStereo.enabled()) = row.isOn ? 1.0F : 0.0F;  // as asked
-    rig.parameter(kBypass) = 0.0F;
-    expectHeard(!row.isOn);
-    EXPECT_EQ(rig.requests, row.asked);
-  }
-}
-
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-
-/// A port, its parameter and what the host was asked for and has not answered.
-struct Crossing {
-  static bool isSame(double x, double y) { return std::abs(x - y) < 1e-4; }
-
-  /// A controller moves the parameter to `inside`, then the host the port to `outside`, `kNone` for
-  /// neither; what the host is asked for then.
-  double meet(double inside, double outside) {
-    bool isNews = !std::isnan(inside) && !isSame(inside, effect);
-    if (isNews) effect = inside;
-    isAnswer = isSame(pending, outside);
-    if (!std::isnan(outside) && !isSame(outside, port)) {
-      isNews = isNews && isAnswer;
-      if (!isAnswer) effect = outside;
-      port = outside;
-      pending = kNone;
-    }
-    if (!isNews || isSame(effect, std::isnan(pending) ? port : pending)) return kNone;
-    return effect;
-  }
-
-  double port = 0.0;
-  double effect = 0.0;
-  double pending = kNone;
-  bool isAnswer = false;
-};
-
-/// Moves by the host and by a controller in any order, in one block as well; requests are answered
-/// late, never or twice, and refused. Few values, so that moves meet old requests.
-TEST(Lv2Plugin, RequestsAndMovesCrossInAnyOrder) {
-  const Learnt learnt(kOpTrim, 21);
-  Lv2Rig rig(kStereo);
-  rig.movesPorts = false;
-  rig.runAndWork(2, 1024);
-  std::mt19937 random(3);
-  const auto below = [&random](std::size_t end) { return std::size_t{random()} % end; };
-  Crossing model;
-  std::vector<float> met = {-24.0F, 24.0F};
-  for (int step = 0; step < 80 && !testing::Test::HasFailure(); ++step) {
-    rig.requests.clear();
-    rig.requestStatus = below(3) == 0 ? lv2::kPortChangeUnknownError : lv2::kPortChangeSuccess;
-    double inside = kNone;
-    double outside = kNone;
-    const std::size_t kind = below(8);  // 0 to 4 a controller, 4 to 7 the host
-    if (kind <= 4) {
-      const auto position = static_cast<std::uint8_t>(std::array{0, 64, 127}[below(3)]);
-      rig.midi.push_back({0xB0, 21, position});
-      inside = -24.0 + 48.0 * position / 127.0;
-    }
-    if (kind >= 4) {
-      rig.parameter(kOpTrim) = met[below(met.size())];
-      outside = static_cast<double>(rig.parameter(kOpTrim));
-    }
-    SCOPED_TRACE(testing::Message() << step << ": " << inside << " inside, " << outside << " host");
-    const int jobs = rig.jobs;
-    const bool isMove = !std::isnan(outside) && !Crossing::isSame(outside, model.port);
-    const double asked = model.meet(inside, outside);
-    const bool isAsked = !std::isnan(asked);
-    rig.runAndWork(1, 1024);
-    EXPECT_EQ(rig.jobs > jobs, isMove && !model.isAnswer) << "an answer is no news";
-    if (!isAsked) std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    EXPECT_TRUE(becomes([&] {
-      rig.runAndWork(1, 1024);
-      return !isAsked || !rig.requests.empty();
-    }));
-    ASSERT_EQ(rig.requests.size(), isAsked ? 1U : 0U);
-    if (isAsked) {
-      met.push_back(rig.requests[0].second);
-      EXPECT_NEAR(static_cast<double>(met.back()), asked, 1e-4);
-      model.pending = rig.requestStatus == lv2::kPortChangeSuccess ? asked : kNone;
-    }
-    EXPECT_NEAR(plainIn(rig, kOpTrim), model.effect, 1e-4);
-  }
-}
-
-TEST(Lv2Plugin, LinkedPortsThatMoveTogetherKeepTheirOwnValues) {
-  const auto threshold = [](int band) { return bandParameterId(band, kB1Threshold); };
-  PlugRig reference;
-  for (int band = 0; band < 3; ++band) reference.plug.setLinked(threshold(band), true);
-  reference.plug.setLocked(threshold(3), true);
-  Lv2Rig rig(kStereo);
-  ASSERT_EQ(rig.restore(StoredState(reference.plug)), LV2_STATE_SUCCESS);
-  // Ports of a restored state are each for itself, and leave what is locked.
-  rig.runAndWork(10, 1024);
-  ASSERT_EQ(rig.restore(rig.save()), LV2_STATE_SUCCESS);
-  rig.set({{"kB1Threshold", -5.0F}, {"kB4Threshold", -9.0F}});
-  rig.runAndWork(10, 1024);
-  const auto valuesAre = [&](std::initializer_list<double> expected) {
-    rig.runAndWork(2, 1024);
-    int band = 0;
-    for (const double plain : expected) EXPECT_NEAR(plainIn(rig, threshold(band++)), plain, 1e-4);
-  };
-  valuesAre({-5.0, 0.0, 0.0, 0.0});
-  rig.set({{"kB1Threshold", -10.0F}, {"kB2Threshold", -20.0F}});
-  valuesAre({-10.0, -20.0, -20.0, 0.0});
-  rig.set({{"kB2Threshold", -30.0F}});
-  valuesAre({-30.0, -30.0, -30.0, 0.0});
-}
-
-/// Values that come with a switch of banks belong to the bank that comes.
-TEST(Lv2Plugin, AMoveBesideASwitchOfBanksGoesToTheNewOne) {
-  Lv2Rig rig(kStereo);
-  rig.runAndWork(2, 1024);
-  rig.set({{"kB1State", 0.25F}, {"kABBank", 2.0F}, {"kIpTrim", -7.0F}, {"kSCListen", 3.0F}});
-  rig.runAndWork(2, 1024);
-  EXPECT_NEAR(plainIn(rig, kIpTrim), -7.0, 1e-4);
-  EXPECT_EQ(plainIn(rig, kSCListen), 3.0);
-  EXPECT_EQ(plainIn(rig, kB1State), 1.0) << "switches are on above 0";
-  rig.set({{"kABBank", 0.3F}});  // anywhere within the step
-  rig.runAndWork(2, 1024);
-  EXPECT_NEAR(plainIn(rig, kIpTrim), 0.0, 1e-4);
-}
-
-TEST(Lv2Plugin, EventsArriveInOrderAndChangesAreNotedOnce) {
-  const Learnt learnt(kOpTrim, 21);
-  Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kNoWorker);
-  rig.run(64);
-  EXPECT_EQ(rig.stateChanges(), 0);
-  rig.midi = {{0xB0, 21, 0}, {0x90, 21, 64}, {0xB3, 21, 127}, {0xB0, 99, 1}};
-  rig.run(64);
-  EXPECT_EQ(plainIn(rig, kOpTrim), 24.0);
-  int noted = 0;
-  EXPECT_TRUE(becomes([&] { return rig.run(64), noted += rig.stateChanges(), noted > 0; }));
-  for (int turn = 0; turn < 10; ++turn) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(3));
-    rig.run(64);
-    noted += rig.stateChanges();
-  }
-  EXPECT_EQ(noted, 1);
-  // Where there is no room, or nothing that the host names, nothing is written.
-  for (const std::size_t room : {std::size_t{0}, sizeof(LV2_Atom), sizeof(LV2_Atom_Sequence)}) {
-    rig.notifyBytes = room;
-    rig.midi = {{0xB0, 21, static_cast<std::uint8_t>(room % 100)}};
-    for (int turn = 0; turn < 4; ++turn) {
-      rig.run(64);
-      std::this_thread::sleep_for(std::chrono::milliseconds(12));
-    }
-    EXPECT_TRUE(rig.isNotifyGuarded()) << room;
-  }
 }
 
 TEST(Lv2Plugin, SurvivesHostsThatBreakTheRules) {
@@ -320,23 +303,6 @@ TEST(Lv2Plugin, SurvivesHostsThatBreakTheRules) {
       for (std::size_t i = 0; i < 1000; ++i) ASSERT_TRUE(std::isfinite(rig.out[0][i]));
     }
   }
-}
-
-/// Controls that are let go hold their default; audio that is not connected is silence.
-TEST(Lv2Plugin, OpenPortsAreAsIfTheyWereNotThere) {
-  Lv2Rig rig(kStereo, 48000.0, Lv2Rig::kWorker, {{"kIpTrim", -20.0F}});
-  EXPECT_NEAR(levelAfter(rig, 100, 256), kLevel - 20.0, 0.01);
-  rig.control(kStereo.enabled()) = 0.0F;
-  EXPECT_NEAR(levelAfter(rig, 100, 256), kLevel, 0.01);
-  rig.connect(kStereo.enabled(), nullptr);
-  EXPECT_NEAR(levelAfter(rig, 100, 256), kLevel - 20.0, 0.01);
-  rig.connect(kStereo.firstParameter() + lv2::placeOfParameter(kIpTrim), nullptr);
-  EXPECT_NEAR(levelAfter(rig, 100, 256), kLevel, 0.01);
-  rig.connect(kStereo.output(1), nullptr);
-  EXPECT_NEAR(levelAfter(rig, 100, 256), kLevel, 0.01) << "still stereo";
-  rig.connect(kStereo.input(0), nullptr);
-  levelAfter(rig, 100, 256);
-  EXPECT_EQ(rig.out[0][255], 0.0F);
 }
 
 }  // namespace
