@@ -74,8 +74,10 @@ class Scripted {
     }
     jobs = rig->jobs;
     // What threads bring may take its time.
-    static_cast<void>(becomes([&] { return show(row[1]) == row.back() || (run(1), false); }));
-    return show(row[1]);
+    std::string shown;
+    const auto isShown = [&] { return (shown = show(row[1])) == row.back(); };
+    static_cast<void>(becomes([&] { return isShown() || (run(1), false); }));
+    return shown;
   }
 
  private:
@@ -192,7 +194,6 @@ class Scripted {
       return text.empty() ? "-" : text;
     }
     if (name.starts_with("is=")) return rig->chunk() == chunkOf(name.substr(3)) ? "yes" : "no";
-    PlugRig reader;
     const std::vector<char> chunk = rig->chunk();
     reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
     const std::size_t bank = name.find('@');
@@ -210,6 +211,7 @@ class Scripted {
   }
 
   std::map<std::string, StoredState> states;
+  PlugRig reader;
   std::unique_ptr<Lv2Rig> rig;
   std::optional<Stall> stall;
   std::uint32_t frames = 1024;
