@@ -1,4 +1,5 @@
-// Loads an AAX plug-in as a host does and prints how it describes itself.
+// Loads an AAX plug-in as a host does and prints how it describes itself and
+// answers mistakes.
 
 #include <exception>
 #include <iomanip>
@@ -7,6 +8,7 @@
 
 #include "apps/aax_host/aax_session.h"
 #include "apps/aax_host/hosted_instance.h"
+#include "apps/aax_host/mistakes.h"
 
 namespace {
 
@@ -45,13 +47,14 @@ void printParameters(const HostedInstance& instance) {
 }
 
 void print(const std::string& path) {
-  const AaxSession session(path);
+  AaxSession session(path);
   std::cout << std::setprecision(8) << session.collection().text();
   for (const int channels : {1, 2}) {
     const HostedInstance instance(session.effect(), channels);
     std::cout << "instance of " << channels << ": latency " << instance.host.latency() << '\n';
     if (channels == 2) printParameters(instance);
   }
+  printMistakes(session, std::cout);
   std::cout.flush();
 }
 

@@ -73,9 +73,9 @@ class Scripted {
       act(action.substr(0, value), value == std::string::npos ? "" : action.substr(value + 1));
     }
     jobs = rig->jobs;
-    // What threads bring may take its time.
+    // What threads bring may take its time, but where they are held up.
     std::string shown;
-    const auto isShown = [&] { return (shown = show(row[1])) == row.back(); };
+    const auto isShown = [&] { return (shown = show(row[1])) == row.back() || stall; };
     static_cast<void>(becomes([&] { return isShown() || (run(1), false); }));
     return shown;
   }
