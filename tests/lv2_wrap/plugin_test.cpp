@@ -83,7 +83,6 @@ class Scripted {
  private:
   void act(const std::string& what, const std::string& value) {
     const int count = std::atoi(value.c_str());
-    const int id = parameterKeyTable().find(what.substr(what.find(':') + 1));
     if (what == "new") {
       rig = std::make_unique<Lv2Rig>(kStereo, 48000.0,
                                      value == "alone" ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
@@ -106,7 +105,13 @@ class Scripted {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         run(1);
       }
-    } else if (what == "refuse") {
+    } else {
+      change(what, value);
+    }
+  }
+  void change(const std::string& what, const std::string& value) {
+    const int count = std::atoi(value.c_str());
+    if (what == "refuse") {
       rig->requestStatus = lv2::kPortChangeUnknownError;
     } else if (what == "stall") {
       stall.emplace();
@@ -115,7 +120,7 @@ class Scripted {
     } else if (what == "room") {
       rig->notifyBytes = static_cast<std::size_t>(count);
     } else if (what.starts_with("turn:")) {
-      const auto number = kControllers[id == kBypass ? 1 : 0].second;
+      const auto number = kControllers[what == "turn:kBypass" ? 1 : 0].second;
       rig->midi.push_back({0xB0, static_cast<std::uint8_t>(number), std::uint8_t(count)});
       rig->midi.push_back({0x90, static_cast<std::uint8_t>(number), 64});  // no controller
       rig->midi.push_back({0xB0, 99, 64});                                 // moves nothing
