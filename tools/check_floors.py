@@ -31,6 +31,7 @@ ROWS = [
     (10, ["libraries/aax_wrap"], [*range(0, 10), "libraries/aax"]),
     (10, ["libraries/lv2_wrap"], range(0, 10)),
     (10, ["apps"], range(0, 10)),
+    (10, ["apps/aax_host"], [*range(0, 10), "libraries/aax"]),
 ]
 FREE = ["tests", "fuzz", "benchmarks"]  # include anything, and nothing above includes them
 SYSTEM_ALLOWED = ["platform/linux", "tests", "fuzz"]

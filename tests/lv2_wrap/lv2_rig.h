@@ -2,6 +2,7 @@
 
 #include <lv2/atom/atom.h>
 #include <lv2/atom/forge.h>
+#include <lv2/atom/util.h>
 #include <lv2/core/lv2.h>
 #include <lv2/midi/midi.h>
 #include <lv2/state/state.h>
@@ -21,6 +22,7 @@
 #include <vector>
 
 #include "core/parameter_table.h"
+#include "core/plug.h"
 #include "libraries/lv2_wrap/port_change_request.h"
 #include "libraries/lv2_wrap/port_layout.h"
 #include "tests/support/real_time.h"
@@ -46,13 +48,23 @@ struct StoredState {
   struct Value {
     std::vector<char> bytes;
     LV2_URID type;
+    std::uint32_t flags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
   };
-  std::map<LV2_URID, Value> values;
 
+  StoredState() = default;
+  /// What another program might store of an effect.
+  explicit StoredState(Plug& plug) {
+    void* chunk = nullptr;
+    const auto size = plug.getChunk(&chunk, false);
+    const auto* const bytes = static_cast<const char*>(chunk);
+    values[UridMap::map(lv2::kChunkUri)] = {{bytes, bytes + size}, UridMap::map(LV2_ATOM__Chunk)};
+  }
   static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
-                                std::size_t size, std::uint32_t type, std::uint32_t /*flags*/) {
+                                std::size_t size, std::uint32_t type, std::uint32_t flags) {
+    auto& state = *static_cast<StoredState*>(handle);
+    if (key == state.refused) return LV2_STATE_ERR_NO_SPACE;
     const auto* const bytes = static_cast<const char*>(value);
-    static_cast<StoredState*>(handle)->values[key] = {{bytes, bytes + size}, type};
+    state.values[key] = {{bytes, bytes + size}, type, flags};
     return LV2_STATE_SUCCESS;
   }
   static const void* retrieve(LV2_State_Handle handle, std::uint32_t key, std::size_t* size,
@@ -62,9 +74,12 @@ struct StoredState {
     if (found == values.end()) return nullptr;
     *size = found->second.bytes.size();
     *type = found->second.type;
-    *flags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
+    *flags = found->second.flags;
     return found->second.bytes.empty() ? "" : found->second.bytes.data();
   }
+
+  std::map<LV2_URID, Value> values;
+  LV2_URID refused = 0;  ///< the host has no room for it
 };
 
 /// A host of one instance: memory for all ports, a worker that runs when the test says so, and a
@@ -87,7 +102,7 @@ class Lv2Rig {
       if (std::strcmp(descriptor->URI, layout.uri) == 0) break;
     }
     instance = descriptor->instantiate(descriptor, rate, "", features.data());
-    connect();
+    connectAll();
     requests.reserve(100000);
     set(settings);
     descriptor->activate(instance);
@@ -108,6 +123,9 @@ class Lv2Rig {
   }
   [[nodiscard]] int latency() { return static_cast<int>(control(layout.latency())); }
 
+  void connect(int port, void* data) const {
+    descriptor->connect_port(instance, static_cast<std::uint32_t>(port), data);
+  }
   /// One call of the host's audio thread, checked, then what the worker has to do.
   void run(std::uint32_t frames) {
     prepareEvents();
@@ -119,8 +137,14 @@ class Lv2Rig {
     }
     midi.clear();
   }
+  void runAndWork(int blocks, std::uint32_t frames) {
+    for (int block = 0; block < blocks; ++block) {
+      run(frames);
+      work();
+    }
+  }
   void work() {
-    if (!std::exchange(workAsked, false)) return;
+    if (!works || !std::exchange(workAsked, false)) return;
     ++jobs;
     interface<LV2_Worker_Interface>(LV2_WORKER__interface)
         ->work(instance, nullptr, nullptr, 0, nullptr);
@@ -129,16 +153,39 @@ class Lv2Rig {
   [[nodiscard]] const Interface* interface(const char* uri) const {
     return static_cast<const Interface*>(descriptor->extension_data(uri));
   }
-  [[nodiscard]] StoredState save() {
+  LV2_State_Status saveTo(StoredState& state) const {
+    return interface<LV2_State_Interface>(LV2_STATE__interface)
+        ->save(instance, &StoredState::store, &state, 0, nullptr);
+  }
+  [[nodiscard]] StoredState save() const {
     StoredState state;
-    const auto status = interface<LV2_State_Interface>(LV2_STATE__interface)
-                            ->save(instance, &StoredState::store, &state, 0, nullptr);
-    EXPECT_EQ(status, LV2_STATE_SUCCESS);
+    EXPECT_EQ(saveTo(state), LV2_STATE_SUCCESS);
     return state;
+  }
+  [[nodiscard]] std::vector<char> chunk() const {
+    return save().values.at(UridMap::map(lv2::kChunkUri)).bytes;
   }
   LV2_State_Status restore(StoredState state) {
     return interface<LV2_State_Interface>(LV2_STATE__interface)
         ->restore(instance, &StoredState::retrieve, &state, 0, nullptr);
+  }
+
+  /// Changes of the state that the plug-in noted in the last run.
+  [[nodiscard]] int stateChanges() const {
+    const auto* const sequence = reinterpret_cast<const LV2_Atom_Sequence*>(notes.data());
+    EXPECT_EQ(sequence->atom.type, UridMap::map(LV2_ATOM__Sequence));
+    int count = 0;
+    LV2_ATOM_SEQUENCE_FOREACH(sequence, event) {
+      const auto* const object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
+      count += object->body.otype == UridMap::map(LV2_STATE__StateChanged) ? 1 : 0;
+    }
+    return count;
+  }
+  /// Whether nothing was noted beyond the room for it.
+  [[nodiscard]] bool isNotifyGuarded() const {
+    const auto room = static_cast<std::ptrdiff_t>(std::max(notifyBytes, sizeof(LV2_Atom)));
+    return std::count(notes.begin() + room, notes.end(), kGuard) ==
+           notes.end() - notes.begin() - room;
   }
 
   const lv2::PortLayout& layout;
@@ -147,15 +194,18 @@ class Lv2Rig {
   std::vector<std::pair<int, float>> requests;    // parameters, and the plain values asked for
   int jobs = 0;
   bool workerAccepts = true;
+  bool works = true;       // else it takes jobs and loses them
   bool movesPorts = true;  // when it is asked to; else it says so and leaves them for later
+  lv2::PortChangeStatus requestStatus = lv2::kPortChangeSuccess;
+  std::size_t notifyBytes = 2048;  // room for what the plug-in notes
   const LV2_Descriptor* descriptor = nullptr;
   LV2_Handle instance = nullptr;
 
  private:
-  void connect() {
+  void connectAll() {
     const auto channel = [this](std::vector<float>& buffer, int port) {
       buffer.assign(kMostFrames, 0.0F);
-      descriptor->connect_port(instance, static_cast<std::uint32_t>(port), buffer.data());
+      connect(port, buffer.data());
     };
     for (std::size_t c = 0; c < static_cast<std::size_t>(layout.mainChannels); ++c) {
       channel(in[c], layout.input(static_cast<int>(c)));
@@ -164,14 +214,9 @@ class Lv2Rig {
     for (std::size_t c = 0; c < static_cast<std::size_t>(layout.sideChannels); ++c) {
       channel(side[c], layout.sidechain(static_cast<int>(c)));
     }
-    const auto connectTo = [this](int port, void* data) {
-      descriptor->connect_port(instance, static_cast<std::uint32_t>(port), data);
-    };
-    connectTo(layout.control(), events.data());
-    connectTo(layout.notify(), notes.data());
-    for (int port = layout.latency(); port < layout.count(); ++port) {
-      connectTo(port, &control(port));
-    }
+    connect(layout.control(), events.data());
+    connect(layout.notify(), notes.data());
+    for (int port = layout.latency(); port < layout.count(); ++port) connect(port, &control(port));
     control(layout.enabled()) = 1.0F;
     for (int id = 0; id < kNumParams; ++id) {
       parameter(id) = kParameterTable[static_cast<std::size_t>(id)].value;
@@ -191,8 +236,10 @@ class Lv2Rig {
       lv2_atom_forge_write(&forge, message.data(), 3);
     }
     lv2_atom_forge_pop(&forge, &frame);
-    auto* const notify = reinterpret_cast<LV2_Atom*>(notes.data());
-    *notify = {sizeof notes - sizeof(LV2_Atom), UridMap::map(LV2_ATOM__Chunk)};
+    notes.fill(kGuard);
+    const auto room = static_cast<std::uint32_t>(std::max(notifyBytes, sizeof(LV2_Atom)));
+    const LV2_Atom head = {room - std::uint32_t{sizeof head}, UridMap::map(LV2_ATOM__Chunk)};
+    std::memcpy(notes.data(), &head, sizeof head);
   }
 
   static LV2_Worker_Status schedule(LV2_Worker_Schedule_Handle handle, std::uint32_t /*size*/,
@@ -207,8 +254,10 @@ class Lv2Rig {
     const int place = static_cast<int>(port) - rig->layout.firstParameter();
     rig->requests.emplace_back(lv2::parameterInPlace(place), value);
     if (rig->movesPorts) rig->control(static_cast<int>(port)) = value;
-    return lv2::kPortChangeSuccess;
+    return rig->requestStatus;
   }
+
+  static constexpr char kGuard = '\x5a';
 
   std::vector<float> controls;  // by port
   alignas(8) std::array<char, 4096> events{};

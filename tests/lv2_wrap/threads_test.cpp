@@ -14,8 +14,6 @@ bool soundsGood(const Lv2Rig& rig, std::size_t frames) {
   return true;
 }
 
-}  // namespace
-
 /// Audio with moving controls and MIDI, the worker, a session that stores and restores, and the
 /// message thread, all at once.
 TEST(Lv2Threads, StatesAndControlsMeetTheAudioThread) {
@@ -46,29 +44,4 @@ TEST(Lv2Threads, StatesAndControlsMeetTheAudioThread) {
   Machine::ofProcess().midiMap().unlearn(parameterKeyTable().find("kB1Ratio"));
 }
 
-/// A controller moves a parameter at once; the port's host is asked to follow, and a port that has
-/// not moved does not take the value back.
-TEST(Lv2Threads, LearntControllersHoldAndAreTold) {
-  Lv2Rig rig(lv2::kPlugins[1], 48000.0, Lv2Rig::kWorker, {{"kOpTrim", -24.0F}});
-  rig.movesPorts = false;
-  MIDIMap& map = Machine::ofProcess().midiMap();
-  map.learn(kOpTrim, 21);
-  rig.run(64);
-  const auto move = [&rig](std::uint8_t position) {
-    rig.requests.clear();
-    rig.midi.push_back({0xB0, 21, position});
-    for (int turn = 0; turn < 1000 && rig.requests.empty(); ++turn) {
-      rig.run(64);
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      rig.work();
-    }
-    return rig.requests.empty() ? std::pair(-1, 0.0F) : rig.requests.front();
-  };
-  EXPECT_EQ(move(127), std::pair(static_cast<int>(kOpTrim), 24.0F));
-  // Back to where the port still is: the first request may not have come to it yet.
-  EXPECT_EQ(move(0), std::pair(static_cast<int>(kOpTrim), -24.0F));
-  map.unlearn(kOpTrim);
-  for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), 0.5F);
-  rig.run(4800);
-  EXPECT_NEAR(rig.out[0][4799], 0.5 * std::pow(10.0, -24.0 / 20.0), 1e-4);
-}
+}  // namespace

@@ -18,9 +18,9 @@
 #include <utility>
 #include <vector>
 
+#include "apps/aax_host/aax_library.h"
+#include "apps/aax_host/hosted_instance.h"
 #include "core/parameter_ids.h"
-#include "tests/aax_host/aax_library.h"
-#include "tests/aax_host/hosted_instance.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/memory/memory_walk.h"
 #include "tests/support/host_memory.h"

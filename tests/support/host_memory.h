@@ -1,15 +1,3 @@
 #pragma once
 
-/// While one lives, what its thread allocates is the host's, whose memory no test lets run out.
-class HostMemory {
- public:
-  HostMemory() noexcept { ++depth; }
-  ~HostMemory() { --depth; }
-  HostMemory(const HostMemory&) = delete;
-  HostMemory& operator=(const HostMemory&) = delete;
-
-  [[nodiscard]] static bool inUse() noexcept { return depth > 0; }
-
- private:
-  static inline thread_local int depth = 0;
-};
+#include "apps/aax_host/host_memory.h"

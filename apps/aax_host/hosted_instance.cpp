@@ -1,4 +1,4 @@
-#include "tests/aax_host/hosted_instance.h"
+#include "apps/aax_host/hosted_instance.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "tests/aax_host/parameter_facts.h"
+#include "apps/aax_host/parameter_facts.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr std::size_t kLongestBlock = 1024;
 
 ACFRESULT InstanceHost::QueryInterface(const acfIID& iid, void** object) {
   if (iid == IID_AAX_IAutomationDelegate) {
-    return give(static_cast<AAX_IAutomationDelegate*>(this), object);
+    return give(automates ? static_cast<AAX_IAutomationDelegate*>(this) : nullptr, object);
   }
   const bool known = iid == IID_IACFUnknown || iid == IID_AAX_IController;
   return give(known ? static_cast<AAX_IController*>(this) : nullptr, object);
@@ -25,6 +25,7 @@ ACFRESULT InstanceHost::QueryInterface(const acfIID& iid, void** object) {
 
 AAX_Result InstanceHost::count(AAX_CParamID id, int change) {
   const HostMemory own;
+  if (change > 0 && registrations.size() >= mostParameters) return AAX_ERROR_UNIMPLEMENTED;
   registrations[id] += change;
   return AAX_SUCCESS;
 }
@@ -42,12 +43,13 @@ AAX_Result InstanceHost::note(char kind, AAX_CParamID id, double normalised) {
   return AAX_SUCCESS;
 }
 
-HostedInstance::HostedInstance(const RecordedEffect& effect, int mainChannels)
+HostedInstance::HostedInstance(const RecordedEffect& effect, int mainChannels, float sampleRate)
     : channels(mainChannels),
       format(channels == 1 ? AAX_eStemFormat_Mono : AAX_eStemFormat_Stereo),
       component(effect.component(format)),
       proc(component.procs.at(format)),
-      host(format, kRate) {
+      host(format, sampleRate),
+      rate(sampleRate) {
   IACFUnknown* const made = effect.procs.at(kAAX_ProcPtrID_Create_EffectParameters)();
   if (made == nullptr) throw std::runtime_error("no instance is made");
   void* found = nullptr;

@@ -1,4 +1,4 @@
-#include "tests/aax_host/described_plugin.h"
+#include "apps/aax_host/described_plugin.h"
 
 #include <algorithm>
 #include <cctype>
@@ -126,7 +126,7 @@ ACFRESULT RecordedCollection::QueryInterface(const acfIID& iid, void** object) {
 }
 
 AAX_Result RecordedCollection::AddEffect(const char* id, AAX_IEffectDescriptor* effect) {
-  effects.push_back(static_cast<const RecordedEffect*>(effect));
+  effects.push_back(static_cast<RecordedEffect*>(effect));
   lines += "effect " + given(id) + "\n" + effects.back()->text();
   return answer("AddEffect");
 }

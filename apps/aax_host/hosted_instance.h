@@ -4,15 +4,14 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "apps/aax_host/described_plugin.h"
+#include "apps/aax_host/host_memory.h"
 #include "libraries/aax/aax_effect_parameters.h"
-#include "tests/aax_host/described_plugin.h"
-#include "tests/support/host_memory.h"
 
 /// Audio by channel and frame.
 using Signal = std::vector<std::vector<float>>;
@@ -47,9 +46,12 @@ AAX_Result tell(Value* out, Value value) {
 class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelegate> {
  public:
   InstanceHost(AAX_EStemFormat stemFormat, float sampleRate)
-      : format(stemFormat), rate(sampleRate) {}
+      : rate(sampleRate), format(stemFormat) {}
   ACFRESULT QueryInterface(const acfIID& iid, void** object) override;
-  AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override { return tell(hz, rate); }
+  AAX_Result GetSampleRate(AAX_CSampleRate* hz) const override {
+    *hz = rate;
+    return rateResult;
+  }
   AAX_Result GetInputStemFormat(AAX_EStemFormat* stemFormat) const override {
     return tell(stemFormat, format);
   }
@@ -76,12 +78,15 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
 
   std::map<std::string, int> registrations;
   AAX_IEffectParameters* echo = nullptr;  ///< posted values go back to it at once
+  bool automates = true;                  ///< else it has no automation
+  float rate;
+  AAX_Result rateResult = AAX_SUCCESS;
+  std::size_t mostParameters = 1000;  ///< further ones are not registered
 
  private:
   AAX_Result count(AAX_CParamID id, int change);
   AAX_Result note(char kind, AAX_CParamID id, double normalised);
   const AAX_EStemFormat format;
-  const float rate;
   mutable std::mutex mutex;
   std::int32_t lastLatency = -1;
   std::vector<AutomationEvent> events;
@@ -90,31 +95,47 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
 /// A position that stays where it is; keeps what it is asked.
 class FixedTransport final : public AAX_ITransport {
  public:
-  AAX_Result GetCurrentTempo(double* tempo) const override { return say("tempo", tempo, 97.5); }
+  AAX_Result GetCurrentTempo(double* tempo) const override { return say(kTempo, tempo, 97.5); }
   AAX_Result GetCurrentMeter(std::int32_t* above, std::int32_t* below) const override {
-    *below = 8;
-    return say("meter", above, 7);
+    static_cast<void>(say(kMeter, below, 8));
+    return say(kMeter, above, 7);
   }
-  AAX_Result IsTransportPlaying(bool* plays) const override { return say("playing", plays, true); }
+  AAX_Result IsTransportPlaying(bool* nowPlays) const override {
+    return say(kPlaying, nowPlays, plays);
+  }
   AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const override {
-    return say("ticks", ticks, std::int64_t{2880000});
+    return say(kTicks, ticks, std::int64_t{2400000});
   }
-  AAX_Result GetCurrentLoopPosition(bool* loops, std::int64_t* start,
+  AAX_Result GetCurrentLoopPosition(bool* nowLoops, std::int64_t* start,
                                     std::int64_t* end) const override {
-    *start = 960000;
-    *end = 9600000;
-    return say("loop", loops, true);
+    static_cast<void>(say(kLoop, start, std::int64_t{960000}));
+    static_cast<void>(say(kLoop, end, std::int64_t{9600000}));
+    return say(kLoop, nowLoops, loops);
   }
   AAX_Result GetCurrentNativeSampleLocation(std::int64_t* samples) const override {
-    return say("samples", samples, std::int64_t{48000});
+    return say(kSamples, samples, std::int64_t{123456});
   }
-  mutable std::set<std::string> questions;
+
+  enum Question : unsigned {
+    kTempo = 1,
+    kMeter = 2,
+    kPlaying = 4,
+    kTicks = 8,
+    kLoop = 16,
+    kSamples = 32,
+    kAll = 63
+  };
+  mutable unsigned asked = 0;  ///< questions
+  bool plays = true;
+  bool loops = true;
+  AAX_Result result = AAX_SUCCESS;  ///< else that of all answers, which tell nothing
 
  private:
   template <typename Value>
-  AAX_Result say(const char* question, Value* out, Value value) const {
-    questions.insert(question);
-    return tell(out, value);
+  AAX_Result say(Question question, Value* out, Value value) const {
+    asked |= question;
+    if (result == AAX_SUCCESS) *out = value;
+    return result;
   }
 };
 
@@ -150,7 +171,7 @@ class HostedInstance {
   static constexpr float kRate = 48000.0F;
 
   /// `channels` 1 or 2. Throws std::runtime_error when it cannot be made.
-  HostedInstance(const RecordedEffect& effect, int channels);
+  HostedInstance(const RecordedEffect& effect, int channels, float sampleRate = kRate);
   ~HostedInstance() { close(); }
   HostedInstance(const HostedInstance&) = delete;
   HostedInstance& operator=(const HostedInstance&) = delete;
@@ -180,8 +201,9 @@ class HostedInstance {
   /// Sets up the context for a block of `frames` from `frame` on; `in` as in `render`.
   void prepareBlock(Signal& in, Signal& out, int frame, int frames);
   [[nodiscard]] void* context() { return fields.data(); }
-  void setPrivatePointer(void* pointer) { *static_cast<void**>(fields[8]) = pointer; }
-  [[nodiscard]] void* privatePointer() const { return *static_cast<void**>(fields[8]); }
+  /// What stands in the context's field of that number.
+  [[nodiscard]] void*& field(AAX_CFieldIndex index) { return fields[index]; }
+  [[nodiscard]] void*& privatePointer() const { return *static_cast<void**>(fields[8]); }
 
   [[nodiscard]] StoredChunk chunk(AAX_CTypeID chunkId) const;
   AAX_Result restore(AAX_CTypeID chunkId, std::string_view data);
@@ -204,7 +226,7 @@ class HostedInstance {
   std::vector<float*> outputs;
   std::vector<float> decoy;  // stands where a sidechain would, and an output too many
   std::int32_t length = 0;
-  AAX_CSampleRate rate = kRate;
+  AAX_CSampleRate rate;
   AAX_CTimestamp clock = 0;
   std::int32_t sideIndex = 0;
   std::array<float*, 8> meterPointers{};

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <dlfcn.h>
-
-#include <memory>
 #include <string>
 
 #include "libraries/aax/acf.h"
+#include "platform/shared_library.h"
 
 /// The shared object of a plug-in with its seven entry points, loaded as long as this lives.
 class AaxLibrary {
@@ -13,6 +11,10 @@ class AaxLibrary {
   /// Throws std::runtime_error that names the file and what is wrong with it.
   explicit AaxLibrary(const std::string& path);
 
+ private:
+  SharedLibrary library;
+
+ public:
   ACFRegisterPluginProc registerPlugin = nullptr;
   ACFRegisterComponentProc registerComponent = nullptr;
   ACFGetClassFactoryProc getClassFactory = nullptr;
@@ -20,10 +22,4 @@ class AaxLibrary {
   ACFStartupProc startup = nullptr;
   ACFShutdownProc shutdown = nullptr;
   ACFGetSDKVersionProc getSdkVersion = nullptr;
-
- private:
-  struct Close {
-    void operator()(void* library) const { dlclose(library); }
-  };
-  std::unique_ptr<void, Close> handle;
 };

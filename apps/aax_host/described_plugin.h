@@ -174,7 +174,7 @@ class RecordedCollection final : public Counted<AAX_ICollection>, public Recorde
     return add("package version " + std::to_string(version), "SetPackageVersion");
   }
 
-  std::vector<const RecordedEffect*> effects;
+  std::vector<RecordedEffect*> effects;
 };
 
 /// The host's own unknown, with its log and the factory of collections.

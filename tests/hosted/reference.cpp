@@ -1,0 +1,121 @@
+#include "tests/hosted/reference.h"
+
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+std::intptr_t answer(AEffect* effect, std::int32_t opcode, std::int32_t, std::intptr_t, void*,
+                     float) {
+  if (opcode != kHostProcessLevel) return 0;
+  const auto* const reference = static_cast<const Reference*>(effect->user);
+  return reference != nullptr && reference->isOffline ? kProcessLevelOffline : 2;
+}
+
+}  // namespace
+
+Reference::Reference(double rate)
+    : Plug(&answer, Idle::kCaller, &monotonicMilliseconds, Machine::detached()) {
+  getAeffect()->user = this;
+  setSampleRate(static_cast<float>(rate));
+  Plug::resume();
+}
+
+void Reference::set(const Settings& settings) {
+  for (const auto& [id, plain] : settings) {
+    setParameter(id, plainToNormalised(id, static_cast<float>(plain)));
+  }
+  updateDsp(true);
+  updateLatency();
+}
+
+Signal Reference::render(Signal in, int channels) {
+  const auto main = static_cast<std::size_t>(channels);
+  Signal out(main, std::vector<float>(in[0].size()));
+  HostedInstance::forBlocks(static_cast<int>(in[0].size()), [&](int at, int count) {
+    std::array<float*, 4> inputs{};
+    std::array<float*, 2> outputs{};
+    for (std::size_t c = 0; c < in.size(); ++c) inputs[c] = in[c].data() + at;
+    for (std::size_t c = 0; c < main; ++c) outputs[c] = out[c].data() + at;
+    processReplacing(inputs.data(), outputs.data(), count);
+    reductions = {getGainReduction(0), getGainReduction(1)};
+  });
+  return out;
+}
+
+void Reference::take(const std::string& state) {
+  setChunk(state.data(), static_cast<std::int32_t>(state.size()), false);
+  if (state.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
+  updateLatency();
+}
+
+std::vector<float> Reference::valuesOf(const std::string& state, int bank) {
+  take(state);
+  if (bank >= 0) loadBank(bank);
+  std::vector<float> values;
+  values.reserve(kNumParams);
+  for (int id = 0; id < kNumParams; ++id) values.push_back(getPlainValue(id));
+  return values;
+}
+
+std::vector<float> Reference::valuesOf(const HostedInstance& instance) {
+  return valuesOf(instance.chunk(AAX_TypeID("CvnP")).data);
+}
+
+Signal noise(int channels, int frames, unsigned seed) {
+  Signal signal(static_cast<std::size_t>(channels),
+                std::vector<float>(static_cast<std::size_t>(frames)));
+  std::uint32_t state = seed;
+  for (std::size_t c = 0; c < signal.size(); ++c) {
+    for (float& sample : signal[c]) {
+      state = state * 1664525U + 1013904223U;
+      const double value = static_cast<double>(state) / 4294967296.0 - 0.5;
+      sample = static_cast<float>(c % 2 == 0 ? value : 0.25 * value);
+    }
+  }
+  return signal;
+}
+
+Settings busySettings(int source) {
+  const auto second = [](int row) { return bandParameterId(1, row); };
+  return {{kB1Threshold, -30.0},    {kB1Ratio, 0.75},
+          {kB1Knee, 20.0},          {kB1Attack, 2.0},
+          {kB1RelSlow, 120.0},      {kB1LR, 1.0},
+          {kB1SCLR, 1.0},           {kB1SCLink, 0.0},
+          {second(kB1LR), 1.0},     {second(kB1SCLR), 1.0},
+          {second(kB1SCLink), 0.0}, {kB1SCSrc, static_cast<double>(source)},
+          {second(kB1Type), 1.0},   {second(kB1SubType), 2.0},
+          {second(kB1Slope), 36.0}, {second(kB1SCLFSlope), 48.0},
+          {second(kB1State), 1.0},  {second(kB1Threshold), -20.0},
+          {second(kB1Ratio), -0.5}, {second(kB1Frequency), 400.0},
+          {kOversampleOL, 1.0},     {kOpTrim, 3.0}};
+}
+
+std::string firstDifference(const Signal& actual, const Signal& expected, double error) {
+  for (std::size_t c = 0; c < expected.size(); ++c) {
+    for (std::size_t i = 0; i < expected[c].size(); ++i) {
+      const float x = actual[c][i];
+      const float y = expected[c][i];
+      // By bits: a signed zero or no number is a difference, too.
+      if (std::bit_cast<std::uint32_t>(x) == std::bit_cast<std::uint32_t>(y)) continue;
+      if (std::abs(static_cast<double>(x) - static_cast<double>(y)) < error) continue;
+      return "channel " + std::to_string(c) + " differs from frame " + std::to_string(i) +
+             " on: " + std::to_string(x) + " instead of " + std::to_string(y);
+    }
+  }
+  return {};
+}
+
+Signal delayed(const Signal& in, int delay) {
+  Signal later = in;
+  for (std::vector<float>& channel : later) {
+    channel.insert(channel.begin(), static_cast<std::size_t>(delay), 0.0F);
+    channel.resize(in[0].size());
+  }
+  return later;
+}
+
+void waitForIdle() { std::this_thread::sleep_for(std::chrono::milliseconds(250)); }

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+/// Calls `isTrue` until it is, for ten seconds at most; what it said last.
+template <typename Condition>
+[[nodiscard]] bool becomes(const Condition& isTrue) {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!isTrue()) {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
