@@ -94,7 +94,7 @@ def judge(tests, tree):
                  "--stop-on-failure", "--timeout", "120", "-j", str(os.cpu_count())], tree)
     if ran.returncode == 0:
         return "survives"
-    failed = re.findall(r"Test +#\d+: (\S+) \.+.*(?:\*\*\*|Exception)", ran.stdout)
+    failed = re.findall(r"Test +#\d+: (\S+).*? \.+.*(?:\*\*\*|Exception)", ran.stdout)
     return "caught by " + (" ".join(failed) or "nothing that ran: " + ran.stderr.strip())
 
 
