@@ -156,7 +156,7 @@ Audio readAudio(std::istringstream& words, bool isMade) {
 
 }  // namespace
 
-ProgramTest::ProgramTest() {
+ProgramTest::ProgramTest() : program(CORVANTHELIS_PROGRAM) {
   for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
     ::setenv(name, file("home").c_str(), 1);
   }

@@ -57,7 +57,7 @@ class ProgramTest : public testing::Test {
   void follow(const std::string& name) const;
 
   const TestDirectory directory;
-  std::string program = CORVANTHELIS_PROGRAM;
+  std::string program;  // the one that was built, unless a test has its own
 
  private:
   struct Step {

@@ -59,15 +59,15 @@ void turnMix(PlugRig& rig, Random& random) {
 void moveFilter(PlugRig& rig, Random& random) {
   const int band = below(random, kOn);
   const double spread = 1.0 + below(random, 1000) / 2000.0;
-  const bool isCrossover = band >= 2 && band < 5;
-  const double centre = isCrossover ? std::array{120, 900, 6000}[band - 2U] : 500.0;
+  const double centres[] = {500, 500, 120, 900, 6000, 500, 500, 500};
+  const double centre = centres[band];
   const std::pair<int, double> moves[] = {{kB1Frequency, centre * spread},
                                           {kB1Slope, 6.0 * (1 + below(random, 16))},
                                           {kB1Slope2, 6.0 * (1 + below(random, 16))},
                                           {kB1Q, 0.2 * spread * spread}};
   const auto& [row, plain] = moves[random() % 4];
   rig.set(bandParameterId(band, row), plain);
-  if (!isCrossover) rig.set(bandParameterId(band, kB1SubType), below(random, kFlat));
+  if (band < 2 || band > 4) rig.set(bandParameterId(band, kB1SubType), below(random, kFlat));
 }
 
 /// Bands come and go about band 1, a crossover band. Those beside the crossover are flat and late

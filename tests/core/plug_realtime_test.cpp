@@ -235,7 +235,8 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
       rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
       theSwitch.emplace();
     }
-    const int frames = std::array{1, 63, 64, 64, 500, call.kMost}[audio.below(6)];
+    const int frames =
+        std::array{1, 63, 64, 64, 500, call.kMost}[static_cast<std::size_t>(audio.below(6))];
     // Controllers that learn now and then.
     sendController(rig.plug, 0xB0, static_cast<int>(audio.below(4)),
                    static_cast<int>(audio.below(128)));
