@@ -9,10 +9,6 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 find_package(Threads REQUIRED)
 
 add_library(project_options INTERFACE)
-# clang has another word for it.
-if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize=[a-z,-]*address")
-  target_compile_definitions(project_options INTERFACE __SANITIZE_ADDRESS__)
-endif()
 target_include_directories(project_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror

@@ -154,7 +154,7 @@ void expectUnheard(const Unheard& c, std::int64_t clockStep, bool elsewhere) {
   EXPECT_TRUE(!elsewhere || other->end() > 20);
   EXPECT_EQ(latencyOf(rig), latency);
   const auto& wanted = c.heard == Heard::kSidechain ? side : undisturbed;
-  EXPECT_LE(deviation(wanted, output, itself ? 0 : latency), itself ? 0.0 : 1e-13);
+  EXPECT_LE(deviation(wanted, output, itself ? 0 : latency), itself ? 0.0 : 5e-14);
 }
 
 TEST(ClickTest, WhatMustNotBeHeardIsNotWhateverMoves) {
