@@ -38,9 +38,13 @@ void AutoGain::startAfresh() {
 }
 
 bool AutoGain::isWanted() const {
-  const bool undisturbed =
-      !plug.isOn(kListen) && plug.getPlainValue(kSCListen) == -1.0F && !plug.engine.anyBandSoloed();
-  return plug.isOn(kAutoGain) && undisturbed;
+  if (!plug.isOn(kAutoGain) || plug.isOn(kListen)) return false;
+  if (plug.getPlainValue(kSCListen) != -1.0F) return false;
+  for (int band = 0; band < kNumBands; ++band) {
+    const bool isSoloed = plug.isOn(bandParameterId(band, kB1Solo));
+    if (isSoloed && plug.isOn(bandParameterId(band, kB1State))) return false;
+  }
+  return true;
 }
 
 void AutoGain::onIdle() {

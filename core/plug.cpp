@@ -273,6 +273,7 @@ void Plug::applyPreferences(const Preferences& newPreferences) {
 void Plug::takePreferences() {
   outputPeak.setBallistic(preferences.meterBallistic, getSampleRate());
   engine.setAutolistenPassband(preferences.autolistenPassband);
+  engine.publish();
   simpleNumbers.store(preferences.simpleNumbers, std::memory_order_relaxed);
   gesturesOff.store(!preferences.gestures, std::memory_order_relaxed);
   notifyAllOnBankSwitch.store(preferences.automateBanks, std::memory_order_relaxed);
@@ -280,7 +281,9 @@ void Plug::takePreferences() {
 
 void Plug::setMeterDecay(double percent) {
   const double samples = (1.0 - percent * 0.01) * static_cast<double>(getSampleRate()) * 4.0;
+  const PlugBaseMutex::Scope lock(updateLock);
   engine.setMeterDecay(std::exp(-2.0 / (samples + 0.02)));
+  engine.publish();
 }
 
 double Plug::getGainReduction(int selector) noexcept { return engine.getGainReduction(selector); }

@@ -76,12 +76,10 @@ void Plug::handOverAll(bool asOne) {
   // What changes as one with the chain includes the filters of a band that comes.
   if (asOne && engine.planIsDue()) gate.force();
   if (gate.opens(clock(), isOffline.load(relaxed))) redesign();
-  // What takes long is done. A band is not heard with settings of a place where it is not: those
-  // that leave go ahead of the settings, those that come show when all stands.
-  engine.dropLeavingBands();
   updateGlobals();
   for (int band = 0; band < kNumBands; ++band) updateBand(band);
   engine.makeStagePlan();
+  engine.publish();
 }
 
 void Plug::redesign() {

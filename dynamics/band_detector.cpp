@@ -28,41 +28,32 @@ BallisticsCoefficients ballisticsCoefficients(double attackMs, double relFastMs,
 
 void BandDetector::setSampleRate(double rate) noexcept {
   sampleRate = rate;
-  window.setSampleRate(rate);
+  setLookahead(lookaheadMs);
 }
 
 void BandDetector::setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,
                             double floor, double deadband, double knee) noexcept {
   settings.curve =
       StaticCurve::make(threshold, ratioAbove, ceiling, ratioBelow, floor, deadband, knee);
-  publish();
 }
 
 void BandDetector::setTimes(double attackMs, double relFastMs, double relSlowMs, double rmsMs,
                             double crest) noexcept {
   settings.times = ballisticsCoefficients(attackMs, relFastMs, relSlowMs, rmsMs, crest, sampleRate);
-  publish();
 }
 
-void BandDetector::setShape(double shape) noexcept {
-  settings.shape = shape;
-  publish();
-}
+void BandDetector::setShape(double shape) noexcept { settings.shape = shape; }
 
 void BandDetector::setWeights(double dynWeight, double tranWeight) noexcept {
   settings.dynWeight = dynWeight;
   settings.tranWeight = tranWeight;
-  publish();
 }
 
-void BandDetector::setExpandMode(bool on) noexcept {
-  settings.expandMode = on;
-  publish();
-}
+void BandDetector::setExpandMode(bool on) noexcept { settings.expandMode = on; }
 
-void BandDetector::publish() noexcept {
-  exchange.spare() = settings;
-  exchange.publish();
+void BandDetector::setLookahead(float ms) noexcept {
+  lookaheadMs = ms;
+  settings.lookahead = lookaheadSamples(ms, sampleRate);
 }
 
 void BandDetector::reset() noexcept {
@@ -77,14 +68,13 @@ void BandDetector::copySignal(const BandDetector& other) noexcept {
 
 void BandDetector::process(double* signal, int frames, double& envPeak, double& dynPeak,
                            double& tranPeak, double& fastLamp, double& slowLamp) noexcept {
-  const Job job{this, signal, &envPeak, &dynPeak, &tranPeak, &fastLamp, &slowLamp};
+  const Job job{this, &settings, signal, &envPeak, &dynPeak, &tranPeak, &fastLamp, &slowLamp};
   processTogether({&job, 1}, frames);
 }
 
 void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcept {
-  exchange.take();
-  window.beginBlock(frames);
-  lane.settings = &exchange.active();
+  window.beginBlock(frames, job.settings->lookahead);
+  lane.settings = job.settings;
   lane.window = &window.lane();
   lane.state = &state;
   lane.signal = job.signal;

@@ -4,7 +4,6 @@
 
 #include "dynamics/detector_lane.h"
 #include "dynamics/lookahead_window.h"
-#include "filters/kernel_exchange.h"
 
 /// How soon a detector follows, from times in ms at `sampleRate`; a time of 0 follows at once. All
 /// steps cover 1 - exp(-2), 86 %, of their way in their time; hold is 0.8 ms.
@@ -18,15 +17,17 @@
 /// lookahead window, ballistics on the level, the static curve, ballistics on the gain in decibels,
 /// and a split into what is smooth (dynamic) and what goes beyond it (transient).
 ///
-/// Threads: setters on one control thread at a time, at any moment; what they set takes effect, as
-/// a whole, at the next block. `process` and `reset` on the audio thread, where they neither lock
-/// nor allocate. `setSampleRate` while nothing processes.
+/// Threads: setters on one control thread at a time, at any moment: they design `designed`, which
+/// the owner publishes to the audio thread and names in each job. `processTogether`, `reset` and
+/// `copySignal` on the audio thread, where they neither lock nor allocate. `process` takes what is
+/// designed as it stands, and is for a detector that one thread has to itself.
 class BandDetector {
  public:
   /// One detector's part in a block: its sidechain signal, which becomes the linear gain, and the
   /// meters of its band and channel, read, raised and written back.
   struct Job {
     BandDetector* detector;
+    const DetectorSettings* settings;
     double* signal;
     double* envPeak;   ///< linear
     double* dynPeak;   ///< dB, sign kept
@@ -36,19 +37,18 @@ class BandDetector {
   };
 
   void setSampleRate(double rate) noexcept;  ///< Hz; times follow at their next setting
+  [[nodiscard]] const DetectorSettings& designed() const noexcept { return settings; }
   void setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,
                 double floor, double deadband, double knee) noexcept;
   /// As `ballisticsCoefficients`.
   void setTimes(double attackMs, double relFastMs, double relSlowMs, double rmsMs,
                 double crest) noexcept;
-  void setLookahead(float ms) noexcept { window.setLookahead(ms); }
+  void setLookahead(float ms) noexcept;  ///< as `lookaheadSamples`
   /// 0: ballistics behind the curve, 1: in front of it, else in proportion.
   void setShape(double shape) noexcept;
   void setWeights(double dynWeight, double tranWeight) noexcept;  ///< 0..1
   /// Attack follows rising gain, not rising level.
   void setExpandMode(bool on) noexcept;
-
-  [[nodiscard]] int lookaheadSamples() const noexcept { return window.lookaheadSamples(); }
 
   /// Forgets the signal; settings stay.
   void reset() noexcept;
@@ -63,14 +63,12 @@ class BandDetector {
   static void processTogether(std::span<const Job> jobs, int frames) noexcept;
 
  private:
-  void publish() noexcept;
   void begin(const Job& job, DetectorLane& lane, int frames) noexcept;
 
   // Control side.
   double sampleRate = 44100.0;  // Hz
+  float lookaheadMs = 0.0F;
   DetectorSettings settings;
-
-  KernelExchange<DetectorSettings> exchange;
 
   // Audio thread.
   LookaheadWindow window;

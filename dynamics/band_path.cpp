@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr auto kAlone = std::memory_order_relaxed;
-
 /// How much of its gain each of a band's two channels takes.
 struct PositionWeights {
   PositionWeights(double position, int channels) noexcept
@@ -71,16 +69,17 @@ struct GainStage {
 
 compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t place,
                                           const Block& block) noexcept {
-  const SharedBand& shared = at(band);
+  const EngineSettings::Band& own = block.settings.bands[static_cast<std::size_t>(band)];
   const ListenState& listening = block.listening;
-  const bool unheard = listening.soloCount != 0 && !shared.solo.load(kAlone);
+  const bool unheard = listening.soloCount != 0 && !own.path.solo;
   BandRun run{};
   run.band = band;
+  run.settings = &own;
   run.isXover = isXover;
   // While a sidechain is listened to, no band changes what it passes.
-  run.passive = shared.bypass.load(kAlone) || unheard || listening.scListen != -1;
-  run.lookahead = lookahead(band);
-  run.heardPlace = run.isXover ? shared.scBandIndex.load(kAlone) : -1;
+  run.passive = own.path.bypass || unheard || listening.scListen != -1;
+  run.lookahead = own.detector.lookahead;
+  run.heardPlace = run.isXover ? own.route.bandIndex : -1;
   run.signal = {buffers->band[0][place], buffers->band[1][place]};
   run.side = {buffers->side[0][place], buffers->side[1][place]};
   return run;
@@ -93,7 +92,7 @@ void compressor::processBands(std::span<BandRun> runs, const Block& block, int a
     if (!run.isXover) {
       // The band itself gets as late by its oversampled product.
       delayPair(buffers->rest, DelayRings::kAlign, run.band, block,
-                run.lookahead + block.oversampleLatency);
+                run.lookahead + block.settings.oversampleLatency);
     }
     delayPair(run.signal, DelayRings::kLook, run.band, block, run.lookahead);
     applyGain(run, block);
@@ -109,7 +108,7 @@ const double* compressor::sidechainSource(const BandRun& run, std::size_t channe
   if (run.heardPlace >= 0) {
     return buffers->bandCopy[channel][static_cast<std::size_t>(run.heardPlace)];
   }
-  switch (at(run.band).scSource.load(kAlone)) {
+  switch (run.settings->route.source) {
     case SidechainRoute::kWide:
       return buffers->wet[channel];
     case SidechainRoute::kBand:
@@ -133,7 +132,7 @@ void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
       std::copy_n(run.side[c], block.frames, run.signal[c]);
     }
   } else if (channels == 2) {
-    run.sameSide = filters.link(run.side[0], run.side[1], block.frames);
+    run.sameSide = run.settings->linkage.link(run.side[0], run.side[1], block.frames);
   }
 }
 
@@ -146,8 +145,9 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
     run.oneDetector = detectors[band].oneForBoth(run.sameSide);
     const int detecting = run.oneDetector ? 1 : block.channels;
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
-      jobs[count++] = {&detectors[band][c], run.side[c],     &meter.envPeak, &meter.dynPeak[c],
-                       &meter.tranPeak[c],  &meter.fastLamp, &meter.slowLamp};
+      jobs[count++] = {&detectors[band][c], &run.settings->detector, run.side[c],
+                       &meter.envPeak,      &meter.dynPeak[c],       &meter.tranPeak[c],
+                       &meter.fastLamp,     &meter.slowLamp};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -166,7 +166,7 @@ void compressor::shareGain(BandRun& run, const Block& block) noexcept {
   BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
   meter.dynPeak[1] = meter.dynPeak[0];
   meter.tranPeak[1] = meter.tranPeak[0];
-  const PositionWeights weight(at(run.band).position.load(kAlone), block.channels);
+  const PositionWeights weight(run.settings->path.position, block.channels);
   if (weight.first == weight.second) {
     run.side[1] = run.side[0];
   } else {
@@ -176,8 +176,8 @@ void compressor::shareGain(BandRun& run, const Block& block) noexcept {
 
 void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   if (!run.passive) finishGain(run, block);
-  const bool midSide = block.channels == 2 && !at(run.band).leftRight.load(kAlone);
-  if (block.oversampleLatency == 0 && midSide) {
+  const bool midSide = block.channels == 2 && !run.settings->path.leftRight;
+  if (block.settings.oversampleLatency == 0 && midSide) {
     multiplyMidSide(run.signal[0], run.signal[1], run.side[0], run.side[1], block.frames);
     return;
   }
@@ -185,7 +185,7 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
-    if (block.oversampleLatency > 0) {
+    if (block.settings.oversampleLatency > 0) {
       oversampled[static_cast<std::size_t>(run.band)][c].process(
           signal, gain, block.frames, buffers->upSignal, buffers->upGain);
     } else {
@@ -196,16 +196,16 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
 }
 
 void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
-  const SharedBand& shared = at(run.band);
-  const PositionWeights weight(shared.position.load(kAlone), block.channels);
-  const GainStage first{shared.gain.load(kAlone), shared.dry.load(kAlone), weight.first};
+  const BandSettings& path = run.settings->path;
+  const PositionWeights weight(path.position, block.channels);
+  const GainStage first{path.gain, path.dry, weight.first};
   const GainStage second{first.bandGain, first.bandDry, weight.second};
   const auto& [left, right] = buffers->reduction;
   if (block.channels == 1) {
     first.apply<1>(run.side[0], {left}, block.frames);
   } else if (run.side[0] == run.side[1]) {
     first.apply<2>(run.side[0], {left, right}, block.frames);
-  } else if (shared.leftRight.load(kAlone)) {
+  } else if (path.leftRight) {
     first.apply<1>(run.side[0], {left}, block.frames);
     second.apply<1>(run.side[1], {right}, block.frames);
   } else {  // both meters of a mid/side band show its mid

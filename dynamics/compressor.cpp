@@ -15,19 +15,16 @@ constexpr bool isBand(int band) noexcept { return band >= 0 && band < compressor
 
 }  // namespace
 
-compressor::compressor()
-    : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)), meterDecay(kInstantMeterDecay) {
-  bands[0].active.store(true, std::memory_order_relaxed);
+compressor::compressor() : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)) {
+  wanted.bands[0].path.active = true;
+  wanted.meterDecay = kInstantMeterDecay;
+  publish();
   resetEngine();
 }
 
 compressor::~compressor() {
   delete announced.load(std::memory_order_acquire);
   delete retired.load(std::memory_order_acquire);
-}
-
-const compressor::SharedBand& compressor::at(int band) const noexcept {
-  return bands[static_cast<std::size_t>(band)];
 }
 
 void compressor::announceBlockSize(int frames) {
@@ -64,6 +61,7 @@ void compressor::setSampleRate(double rate) noexcept {
 
 void compressor::resetEngine() noexcept {
   buffers->clear();
+  published.take();
   takeGains();
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
@@ -99,70 +97,57 @@ void compressor::resetPath(int band) noexcept {
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
                           double wetDry) noexcept {
-  GainTargets& targets = gainTargets.spare();
-  targets = {};
+  EngineSettings::Gains& gains = wanted.gains;
+  gains = {};
   if (bypass) {
-    targets.wet = 0.0;
-    targets.dry = 1.0;
+    gains.wet = 0.0;
+    gains.dry = 1.0;
   } else {
     const double out = linearGain(outDb);
-    targets = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
+    gains = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
   }
-  gainTargets.publish();
 }
 
 void compressor::takeGains() noexcept {
-  gainTargets.take();
-  const GainTargets& targets = gainTargets.active();
-  inputRamp.setTarget(targets.in);
-  wetRamp.setTarget(targets.wet);
-  dryRamp.setTarget(targets.dry);
+  const EngineSettings::Gains& gains = published.active().gains;
+  inputRamp.setTarget(gains.in);
+  wetRamp.setTarget(gains.wet);
+  dryRamp.setTarget(gains.dry);
 }
 
-void compressor::setBand(int band, const BandSettings& settings) noexcept {
-  if (!isBand(band)) return;
-  SharedBand& shared = bands[static_cast<std::size_t>(band)];
-  constexpr auto kAlone = std::memory_order_relaxed;
-  shared.active.store(settings.active, kAlone);
-  shared.solo.store(settings.solo, kAlone);
-  shared.bypass.store(settings.bypass, kAlone);
-  shared.leftRight.store(settings.leftRight, kAlone);
-  shared.position.store(settings.position, kAlone);
-  shared.gain.store(settings.gain, kAlone);
-  shared.dry.store(settings.dry, kAlone);
+void compressor::setBand(int band, const BandSettings& path) noexcept {
+  if (isBand(band)) wantedOf(band).path = path;
 }
 
 void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
   if (!isBand(band)) return;
-  for (BandDetector& detector : detectors[static_cast<std::size_t>(band)]) {
-    detector.setCurve(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor, d.deadband,
-                      d.knee);
-    detector.setTimes(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest);
-    detector.setLookahead(d.lookaheadMs);
-    detector.setShape(d.shape);
-    detector.setWeights(d.dynWeight, d.tranWeight);
-  }
+  BandDetector& detector = detectors[static_cast<std::size_t>(band)][0];
+  detector.setCurve(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor, d.deadband,
+                    d.knee);
+  detector.setTimes(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest);
+  detector.setLookahead(d.lookaheadMs);
+  detector.setShape(d.shape);
+  detector.setWeights(d.dynWeight, d.tranWeight);
+  wantedOf(band).detector = detector.designed();
 }
 
 void compressor::setExpandMode(bool on) noexcept {
-  for (auto& pair : detectors) {
-    for (BandDetector& detector : pair) detector.setExpandMode(on);
+  for (std::size_t band = 0; band < kBands; ++band) {
+    detectors[band][0].setExpandMode(on);
+    wanted.bands[band].detector.expandMode = on;
   }
 }
 
 void compressor::setSidechainRoute(int band, const SidechainRoute& route) noexcept {
-  if (!isBand(band)) return;
-  SharedBand& shared = bands[static_cast<std::size_t>(band)];
-  shared.scSource.store(route.source, std::memory_order_relaxed);
-  shared.scBandIndex.store(route.bandIndex, std::memory_order_relaxed);
+  if (isBand(band)) wantedOf(band).route = route;
 }
 
 void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
                                      double unlink) noexcept {
   if (!isBand(band)) return;
-  SidechainFilters& filters = sidechains[static_cast<std::size_t>(band)];
-  filters.setPosition(leftRight, percent);
-  filters.setUnlink(unlink);
+  SidechainLinkage& linkage = wantedOf(band).linkage;
+  linkage.setPosition(leftRight, percent);
+  linkage.unlink = unlink;
 }
 
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
@@ -170,17 +155,10 @@ void compressor::setSidechainFilters(int band, const SidechainFilterSettings& se
 }
 
 void compressor::setOversampling(Oversampling mode) noexcept {
-  int latency = 0;
-  if (mode != Oversampling::kOff) {
-    // Off leaves the quality as it was.
-    for (auto& pair : oversampled) {
-      for (OversampledGain& product : pair) {
-        product.setHighQuality(mode == Oversampling::kHighQuality);
-      }
-    }
-    latency = oversampled[0][0].latency();
-  }
-  oversampleLatency.store(latency, std::memory_order_relaxed);
+  wanted.oversampleLatency = 0;
+  if (mode == Oversampling::kOff) return;  // leaves the quality as it was
+  wanted.highQuality = mode == Oversampling::kHighQuality;
+  wanted.oversampleLatency = OversampledGain::latency(wanted.highQuality);
 }
 
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
@@ -208,17 +186,44 @@ void compressor::rebuildKernels() {
   crossover.buildKernels();
 }
 
+void compressor::makeStagePlan() {
+  wanted.plan = StagePlan::of(layout);
+  wanted.xoverMaxLookahead = 0;
+  for (int place = 0; place < wanted.plan.xoverLength(); ++place) {
+    wanted.xoverMaxLookahead = std::max(wanted.xoverMaxLookahead,
+                                        wantedOf(wanted.plan.xoverBand(place)).detector.lookahead);
+  }
+}
+
+bool compressor::planIsDue() { return StagePlan::of(layout) != wanted.plan; }
+
+void compressor::publish() noexcept {
+  constexpr auto kAlone = std::memory_order_relaxed;
+  const bool anySolo = std::ranges::any_of(
+      wanted.bands, [](const auto& band) { return band.path.solo && band.path.active; });
+  for (std::size_t band = 0; band < kBands; ++band) {
+    const BandSettings& path = wanted.bands[band].path;
+    const bool isIdle = path.bypass || (anySolo && !path.solo);
+    shown[band].gain.store(isIdle ? 1.0 : path.gain, kAlone);
+    shown[band].dry.store(isIdle ? 0.0 : path.dry, kAlone);
+  }
+  shownPlan.store(wanted.plan, kAlone);
+  published.spare() = wanted;
+  published.publish();
+}
+
 int compressor::getLatency() {
   const BandLayout::Scope lock(layout);
-  const int perStage = oversampleLatency.load(std::memory_order_relaxed);
+  const int perStage = wanted.oversampleLatency;
   int samples = 0;
   for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
     for (const std::int32_t band : *list) {
-      samples += lookahead(band) + perStage + subbands[static_cast<std::size_t>(band)].latency();
+      samples += wantedOf(band).detector.lookahead + perStage +
+                 subbands[static_cast<std::size_t>(band)].latency();
     }
   }
   if (!layout.xover.empty()) samples += crossover.latency() + perStage;
-  return samples + xoverMaxLookahead.load(std::memory_order_relaxed);
+  return samples + wanted.xoverMaxLookahead;
 }
 
 void compressor::bandCurve(int band, const float* frequencies, int n, float* out) {
@@ -229,20 +234,14 @@ void compressor::crossoverCurve(int place, const float* frequencies, int n, floa
   crossover.crossoverCurve(frequencies, n, out, place);
 }
 
-int compressor::lookahead(int band) const noexcept {
-  return detectors[static_cast<std::size_t>(band)][0].lookaheadSamples();
-}
-
-void compressor::setScListen(int band) noexcept {
-  scListen.store(isBand(band) ? band : -1, std::memory_order_relaxed);
-}
+void compressor::setScListen(int band) noexcept { wanted.scListen = isBand(band) ? band : -1; }
 
 void compressor::setAutolistenPassband(bool passband) noexcept {
-  autolistenPassband.store(passband, std::memory_order_relaxed);
+  wanted.autolistenPassband = passband;
 }
 
 void compressor::setMeterDecay(double perSample) noexcept {
-  meterDecay.store(std::clamp(perSample, 0.0, 1.0), std::memory_order_relaxed);
+  wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
 }
 
 const double* compressor::dryBlock(int channel) const noexcept {
@@ -268,24 +267,15 @@ double compressor::getBandLamp(int band, bool fast) const noexcept {
 
 double compressor::getBandGraphGain(int band) const noexcept {
   if (!isBand(band)) return 1.0;
-  const SharedBand& shared = at(band);
-  const double gain = bandMeters[static_cast<std::size_t>(band)].graphGain();
-  const bool unheard = anyBandSoloed() && !shared.solo.load(std::memory_order_relaxed);
-  if (unheard || shared.bypass.load(std::memory_order_relaxed)) return gain;
-  return gain * shared.gain.load(std::memory_order_relaxed) +
-         shared.dry.load(std::memory_order_relaxed);
-}
-
-bool compressor::anyBandSoloed() const noexcept {
-  return std::any_of(bands.begin(), bands.end(), [](const SharedBand& band) {
-    return band.solo.load(std::memory_order_relaxed) && band.active.load(std::memory_order_relaxed);
-  });
+  const auto index = static_cast<std::size_t>(band);
+  return bandMeters[index].graphGain() * shown[index].gain.load(std::memory_order_relaxed) +
+         shown[index].dry.load(std::memory_order_relaxed);
 }
 
 std::uint32_t compressor::stagePlanWord() const noexcept {
-  return plan.load(std::memory_order_relaxed).stages;
+  return shownPlan.load(std::memory_order_relaxed).stages;
 }
 
 std::uint32_t compressor::xoverPlanWord() const noexcept {
-  return plan.load(std::memory_order_relaxed).xover;
+  return shownPlan.load(std::memory_order_relaxed).xover;
 }

@@ -10,6 +10,7 @@
 #include "dynamics/band_meters.h"
 #include "dynamics/delay_rings.h"
 #include "dynamics/detector_pair.h"
+#include "dynamics/engine_settings.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
@@ -21,58 +22,16 @@
 #include "filters/resampler.h"
 #include "filters/subband.h"
 
-/// Settings of one band as its parameters give them.
-struct BandSettings {
-  bool active = false;
-  bool solo = false;
-  bool bypass = false;
-  bool isXover = true;
-  bool leftRight = false;  ///< the two gains act on left and right, else on mid and side
-  double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
-  double gain = 1.0;       ///< linear
-  double dry = 0.0;        ///< linear share of the unprocessed band
-};
-
-/// Where a band's sidechain comes from.
-struct SidechainRoute {
-  enum Source : int { kWide, kBand, kExternal };  ///< any other leaves what there was
-  int source = kBand;
-  /// Place in the XOver list of the band that a crossover band hears instead, or -1.
-  int bandIndex = -1;
-};
-
-/// What a band's two detectors do; decibels and ms, see `BandDetector`.
-struct BandDynamics {
-  double threshold = 0.0;
-  double ratioAbove = 0.0;
-  double ceiling = 24.0;
-  double ratioBelow = 0.0;
-  double floor = 24.0;
-  double deadband = 0.0;
-  double knee = 0.0;
-  double attackMs = 3.15;
-  double relFastMs = 20.0;
-  double relSlowMs = 200.0;
-  double rmsMs = 50.0;
-  double crest = 6.0;
-  double shape = 1.0;
-  double dynWeight = 1.0;
-  double tranWeight = 0.0;
-  float lookaheadMs = 0.0F;
-};
-
-/// How the product of a band and its gain is formed.
-enum class Oversampling { kOff, kStandard, kHighQuality };
-
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
 /// 64-bit floats inside, whatever the host gives.
 ///
-/// Threads: setters on the control side, one thread at a time, at any moment; `processBlock` on the
-/// audio thread, where it takes no lock and allocates only for a block longer than any that was
-/// announced; `reset*` and `setSampleRate` while nothing processes; getters anywhere.
+/// Threads: setters on the control side, one thread at a time, at any moment: the audio thread sees
+/// what they have set at the next `publish`, all of it at once. `processBlock` on the audio thread,
+/// where it takes no lock and allocates only for a block longer than any that was announced;
+/// `reset*` and `setSampleRate` while nothing processes; getters anywhere.
 class compressor {
  public:
-  static constexpr int kBands = 8;
+  static constexpr int kBands = EngineSettings::kBands;
   static constexpr int kDefaultFrames = 4096;
 
   compressor();
@@ -96,7 +55,7 @@ class compressor {
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
-  /// As `SidechainFilters::setPosition` and `setUnlink`.
+  /// As in `SidechainLinkage`.
   void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
   /// Designs filters.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
@@ -105,10 +64,8 @@ class compressor {
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
-  /// Rebuilds the word by which the audio thread sees the chain; empty until the first call.
+  /// Makes the chain that of the layout; empty until the first call.
   void makeStagePlan();
-  /// Takes bands that the layout has off out of the chain as it is seen; all else stays.
-  void dropLeavingBands();
   /// Whether `makeStagePlan` would show another chain.
   [[nodiscard]] bool planIsDue();
   /// The filter of a dynamic EQ band, as `subband::configureFilters`.
@@ -118,7 +75,9 @@ class compressor {
   void setSplits(const std::array<double, kBands>& slopes);
   /// Designs the kernels that the filters and splits now want, and hands them to the audio thread.
   void rebuildKernels();
-  /// Samples by which the output is late.
+  /// Shows the audio thread all settings as they are now.
+  void publish() noexcept;
+  /// Samples by which the output is late once what is set is published.
   [[nodiscard]] int getLatency();
 
   // Audio thread.
@@ -143,7 +102,6 @@ class compressor {
   [[nodiscard]] double getBandLamp(int band, bool fast) const noexcept;
   /// Linear gain that the frequency graph draws for a band.
   [[nodiscard]] double getBandGraphGain(int band) const noexcept;
-  [[nodiscard]] bool anyBandSoloed() const noexcept;
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
   [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
@@ -156,43 +114,21 @@ class compressor {
   BandLayout layout;
 
  private:
-  /// A band's settings as the audio thread reads them: each stands alone, so order does not matter.
-  struct SharedBand {
-    std::atomic<bool> active{false}, solo{false}, bypass{false}, leftRight{false};
-    std::atomic<double> position{0.0}, gain{1.0}, dry{0.0};
-    std::atomic<int> scSource{SidechainRoute::kBand}, scBandIndex{-1};
+  /// What the frequency graph makes of a band's gain; 1 and 0 for a band that does nothing.
+  struct ShownBand {
+    std::atomic<double> gain{1.0}, dry{0.0};
   };
-  /// The gains around the chain, linear. They change hands together: wet and dry that ramp a block
-  /// apart would not add up.
-  struct GainTargets {
-    double in = 1.0;
-    double wet = 1.0;
-    double dry = 0.0;
-    bool listen = false;  // to the difference of wet and dry
-  };
-  /// The chain in two halves of one word, so that a band is never seen in both or in neither.
-  /// Aligned as one, or some compilers call a library with locks for it.
-  struct alignas(8) StagePlan {
-    // Eight 4-bit slots, lowest first, each a stage + 2 or 0 for none.
-    std::uint32_t stages = 0;
-    // Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
-    std::uint32_t xover = 0;
-    bool operator==(const StagePlan&) const = default;
-  };
-  static_assert(std::atomic<StagePlan>::is_always_lock_free);
   /// What a block reads once and keeps to its end.
   struct Block {
     int frames;
     int channels;
+    const EngineSettings& settings;
     ListenState listening;
-    std::uint32_t stagePlan;
-    std::uint32_t xoverPlan;
-    int xoverMaxLookahead;  // samples
-    int oversampleLatency;  // samples, 0 where nothing is oversampled
   };
   /// One band on its way through a block.
   struct BandRun {
     int band;
+    const EngineSettings::Band* settings;
     bool isXover;
     bool passive;
     int lookahead;             // samples
@@ -202,15 +138,13 @@ class compressor {
     bool sameSide;             // both channels hear the same
     bool oneDetector;          // which has worked for both channels
   };
-  static constexpr int kCrossoverStage = -1;
   /// Who stood where in a block's chain.
   struct ChainSeen {
-    std::uint32_t stagePlan = 0;
+    StagePlan plan;
     std::uint32_t stages = 0;  // a bit for each band that was one, and one for the crossover
     std::uint32_t listed = 0;  // a bit for each crossover band
   };
 
-  [[nodiscard]] StagePlan planOfLayout();
   void ensureBuffers(int frames);
   void takeGains() noexcept;
   void resetPath(int band) noexcept;
@@ -223,7 +157,8 @@ class compressor {
   template <typename Sample>
   void mixOutput(Sample* const* outputs, const Block& block) noexcept;
 
-  [[nodiscard]] Block readSettings(int frames, int channels) const noexcept;
+  [[nodiscard]] Block beginBlock(int frames, int channels) noexcept;
+  void setQuality(bool high) noexcept;
   void resetChangedBands(const Block& block) noexcept;
   void resetReturning(const Block& block) noexcept;
   void runStages(const Block& block) noexcept;
@@ -247,10 +182,11 @@ class compressor {
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
                  const Block& block, int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int owner, const Block& block, int samples) noexcept;
-  [[nodiscard]] int lookahead(int band) const noexcept;
   void storeMeters(const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
-  [[nodiscard]] const SharedBand& at(int band) const noexcept;
+  [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept {
+    return wanted.bands[static_cast<std::size_t>(band)];
+  }
 
   // The audio thread's, and how longer ones reach it: it takes `announced` at its next block and
   // leaves what it had in `retired`, which the control side empties before it announces again.
@@ -258,14 +194,13 @@ class compressor {
   std::atomic<WorkBuffers*> announced{nullptr};
   std::atomic<WorkBuffers*> retired{nullptr};
   int announcedFrames = kDefaultFrames;  // control side
-  KernelExchange<GainTargets> gainTargets;
   GainRamp inputRamp{1.0};
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};
   LoudnessMeter loudness;
   MeterRings meters;
   std::array<BandMeters, kBands> bandMeters;
-  std::array<SharedBand, kBands> bands;
+  std::array<ShownBand, kBands> shown;
   std::array<subband, kBands> subbands;
   std::array<DetectorPair, kBands> detectors;
   std::array<SidechainFilters, kBands> sidechains;
@@ -274,17 +209,15 @@ class compressor {
   DelayRings delays;
   double sampleRate = 44100.0;  // Hz
 
-  // One control thread at a time writes these, the audio thread reads each once per block.
-  std::atomic<StagePlan> plan{};
-  std::atomic<int> xoverMaxLookahead{0};  // samples: the largest of the XOver list
-  std::atomic<int> oversampleLatency{0};  // samples, 0 where nothing is oversampled
-  std::atomic<int> scListen{-1};
-  std::atomic<bool> autolistenPassband{false};
-  std::atomic<double> meterDecay;
+  EngineSettings wanted;  // control side
+  KernelExchange<EngineSettings> published;
+  std::atomic<StagePlan> shownPlan{};
+  static_assert(std::atomic<StagePlan>::is_always_lock_free);
 
   // Audio thread: samples until what last came in as a sidechain is out of the whole chain.
   int sidechainLeft = 0;
   ChainSeen chainSeen;                        // audio thread: by the last block
   int channelsSeen = WorkBuffers::kChannels;  // audio thread: in the last block
   bool oversampledSeen = false;               // audio thread: in the last block
+  bool qualitySeen = false;                   // audio thread: `highQuality` of the last block
 };

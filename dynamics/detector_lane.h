@@ -47,6 +47,7 @@ struct DetectorSettings {
   double dynWeight = 1.0;   ///< 0..1
   double tranWeight = 0.0;  ///< 0..1
   bool expandMode = false;  ///< attack follows rising gain, not rising level
+  int lookahead = 0;        ///< samples
 };
 
 /// State of the ballistics, on the level and on the gain.

@@ -125,8 +125,8 @@ void LookaheadWindow::rebuildAverages() noexcept {
   }
 }
 
-void LookaheadWindow::beginBlock(int frames) noexcept {
-  adopt(pendingSamples.load(std::memory_order_relaxed));
+void LookaheadWindow::beginBlock(int frames, int samples) noexcept {
+  adopt(samples);
   if (window.loudest > kLoud) loudSamples = 2 * kMaxSamples;
   window.loudest = 0.0;
   if (loudSamples <= 0) return;
@@ -136,7 +136,7 @@ void LookaheadWindow::beginBlock(int frames) noexcept {
 
 void LookaheadWindow::process(double* signal, int frames) noexcept {
   if (frames <= 0) return;
-  beginBlock(frames);
+  beginBlock(frames, lookaheadSamples());
   WindowLane* const lanes[] = {&window};
   for (int done = 0; done < frames; done += DetectorKernels::kChunk) {
     double* const signals[] = {signal + done};

@@ -41,8 +41,8 @@ class LookaheadWindow {
   void process(double* signal, int frames) noexcept;
 
   // For the detectors, which run many windows side by side.
-  /// Applies a change of the lookahead; in front of each block of `frames`.
-  void beginBlock(int frames) noexcept;
+  /// Applies a change of the lookahead; before each block of `frames`.
+  void beginBlock(int frames, int samples) noexcept;
   [[nodiscard]] WindowLane& lane() noexcept { return window; }
 
  private:

@@ -40,6 +40,27 @@ bool areSame(const double* a, const double* b, int count) noexcept {
 
 }  // namespace
 
+void SidechainLinkage::setPosition(bool leftRight, int percent) noexcept {
+  const double p = percent * 0.01;
+  const double q = 1.0 - p;
+  factors = leftRight ? std::array{std::min(1.0, 2.0 * q), 0.0, 0.0, std::min(1.0, 2.0 * p)}
+                      : std::array{std::min(0.5, q), std::min(0.5, q), std::min(0.5, p),
+                                   -std::min(0.5, p)};
+}
+
+bool SidechainLinkage::link(double* left, double* right, int frames) const noexcept {
+  const auto [c0, c1, c2, c3] = factors;
+  const double share = unlink;
+  for (int i = 0; i < frames; ++i) {
+    const double a = std::abs(c0 * left[i] + c1 * right[i]);
+    const double b = std::abs(c2 * left[i] + c3 * right[i]);
+    const double louder = a > b ? a : b;
+    left[i] = (a - louder) * share + louder;
+    right[i] = (b - louder) * share + louder;
+  }
+  return share == 0.0 && areSame(left, right, frames);
+}
+
 void SidechainFilters::setSampleRate(float hz) noexcept {
   for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
     for (LanthornEQ& filter : *filters) filter.setSampleRate(hz);
@@ -54,16 +75,6 @@ void SidechainFilters::set(const SidechainFilterSettings& settings) {
     setEnd(highFilter[c], settings.high, EQ::kLpf, EQ::kHighShelf);
     for (LanthornEQ* filter : {&lowFilter[c], &midFilter[c], &highFilter[c]}) filter->update();
   }
-}
-
-void SidechainFilters::setPosition(bool leftRight, int percent) noexcept {
-  const double p = percent * 0.01;
-  const double q = 1.0 - p;
-  const std::array<double, 4> factors =
-      leftRight
-          ? std::array{std::min(1.0, 2.0 * q), 0.0, 0.0, std::min(1.0, 2.0 * p)}
-          : std::array{std::min(0.5, q), std::min(0.5, q), std::min(0.5, p), -std::min(0.5, p)};
-  for (std::size_t i = 0; i < factors.size(); ++i) positionFactors[i].store(factors[i], kAlone);
 }
 
 void SidechainFilters::reset() noexcept {
@@ -83,20 +94,4 @@ void SidechainFilters::process(std::size_t channel, const double* in, double* ou
   for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
     (*filters)[channel].process(out, frames);
   }
-}
-
-bool SidechainFilters::link(double* left, double* right, int frames) const noexcept {
-  const double c0 = positionFactors[0].load(kAlone);
-  const double c1 = positionFactors[1].load(kAlone);
-  const double c2 = positionFactors[2].load(kAlone);
-  const double c3 = positionFactors[3].load(kAlone);
-  const double unlink = scUnlink.load(kAlone);
-  for (int i = 0; i < frames; ++i) {
-    const double a = std::abs(c0 * left[i] + c1 * right[i]);
-    const double b = std::abs(c2 * left[i] + c3 * right[i]);
-    const double louder = a > b ? a : b;
-    left[i] = (a - louder) * unlink + louder;
-    right[i] = (b - louder) * unlink + louder;
-  }
-  return unlink == 0.0 && areSame(left, right, frames);
 }

@@ -21,30 +21,36 @@ struct SidechainFilterSettings {
   Filter low, mid, high;
 };
 
+/// How the two channels of a sidechain become what the two detectors hear.
+struct SidechainLinkage {
+  /// Left/right or mid/side, and which of the two is heard: 0 the first alone .. 100 the second
+  /// alone.
+  void setPosition(bool leftRight, int percent) noexcept;
+  /// Makes left and right, in place, into what the detectors hear; whether that is the same.
+  bool link(double* left, double* right, int frames) const noexcept;
+
+  /// By which left and right become the first channel (0, 1) and the second (2, 3).
+  std::array<double, 4> factors{};
+  double unlink = 0.0;  ///< 0: both detectors hear the louder channel .. 1: each hears its own
+};
+
 /// What a band's detectors hear of their source: trim, a low, a middle and a high filter per
-/// channel, and how the channels become what the two detectors get.
+/// channel.
 ///
-/// Threads: setters on one control thread at a time, at any moment; `process`, `link` and
-/// `reset*` on the audio thread; `setSampleRate` while nothing processes.
+/// Threads: `set` on one control thread at a time, at any moment; `process` and `reset*` on the
+/// audio thread; `setSampleRate` while nothing processes.
 class SidechainFilters {
  public:
   void setSampleRate(float hz) noexcept;
   /// Designs what has changed, which may take some hundred microseconds per filter. Throws when
   /// memory runs out; what it had not come to, the next call does.
   void set(const SidechainFilterSettings& settings);
-  /// Left/right or mid/side, and which of the two is heard: 0 the first alone .. 100 the second
-  /// alone.
-  void setPosition(bool leftRight, int percent) noexcept;
-  /// 0: both detectors hear the louder channel .. 1: each hears its own.
-  void setUnlink(double share) noexcept { scUnlink.store(share, std::memory_order_relaxed); }
 
   /// Clears the filters' past; coefficients in force stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel alone
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
   void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
-  /// Makes left and right, in place, into what the two detectors hear; whether that is the same.
-  bool link(double* left, double* right, int frames) const noexcept;
 
  private:
   static constexpr std::size_t kChannels = 2;
@@ -53,8 +59,5 @@ class SidechainFilters {
   Filters lowFilter;
   Filters midFilter;
   Filters highFilter;
-  // By which left and right become the first channel (0, 1) and the second (2, 3).
-  std::array<std::atomic<double>, 4> positionFactors{};
-  std::atomic<double> scUnlink{0.0};
   std::atomic<double> trim{1.0};  // linear
 };

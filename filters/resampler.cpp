@@ -110,10 +110,6 @@ void ResamplerHQ::process(double ratio, const double* input, int n, double* outp
   resample(ratio, input, n, output, hqKernel, hqTaps, history.data());
 }
 
-int ResamplerHQ::latency() const noexcept {
-  return highQuality.load(std::memory_order_relaxed) ? hqTaps - 1 : taps - 1;
-}
-
 void OversampledGain::reset() noexcept {
   signalUp.fillHistory(0.0);
   gainUp.fillHistory(1.0);

@@ -33,9 +33,6 @@ class Resampler {
   /// Makes `value` the whole past.
   void fillHistory(double value) noexcept;
 
-  /// Samples at the base rate by which raising and lowering together delay.
-  [[nodiscard]] virtual int latency() const noexcept { return taps - 1; }
-
  protected:
   std::array<double, kHistory> history{};
 
@@ -51,7 +48,6 @@ class ResamplerHQ final : public Resampler {
   ResamplerHQ() noexcept;
 
   void process(double ratio, const double* input, int n, double* output) noexcept override;
-  [[nodiscard]] int latency() const noexcept override;
 
   /// Any thread; holds from the next call of `process` on, which finds the history as it is.
   std::atomic<bool> highQuality{false};
@@ -78,7 +74,10 @@ class OversampledGain {
   void process(double* signal, const double* gain, int frames, double* upSignal,
                double* upGain) noexcept;
 
-  [[nodiscard]] int latency() const noexcept { return down.latency(); }
+  /// Samples at the base rate by which raising and lowering together delay.
+  [[nodiscard]] static constexpr int latency(bool highQuality) noexcept {
+    return (highQuality ? ResamplerHQ::hqTaps : Resampler::taps) - 1;
+  }
 
  private:
   ResamplerHQ signalUp;

@@ -236,7 +236,7 @@ TEST(OversampledGain, IsTheProductAtTwiceTheRateInAnyBlocksAndQuality) {
       gainUp.history.fill(1.0);
     }
     if (random() % 20 == 0) unit.setHighQuality((quality ^= 1U) != 0);
-    ASSERT_EQ(unit.latency(), quality == 0 ? 33 : 127);
+    ASSERT_EQ(OversampledGain::latency(quality != 0), quality == 0 ? 33 : 127);
     // Lengths that meet the short blocks, the chunks' ends and the long blocks alike.
     const auto n = static_cast<int>(random() % std::array{3U, 40U, 300U, 1500U}[random() % 4]);
     Signal signal = noiseOf(n, static_cast<unsigned>(2 * call));

@@ -1,4 +1,4 @@
-// The way of a block through the engine, and the plan of stages that it follows.
+// The way of a block through the engine.
 
 #include <algorithm>
 #include <bit>
@@ -8,36 +8,6 @@
 #include "dynamics/compressor.h"
 
 namespace {
-
-constexpr int kSlots = 8;  // of the stage plan
-
-constexpr std::uint32_t kXoverLengthShift = 24;
-
-/// Decodes one slot of the stage plan to a stage: a band, or -1 for the crossover. -2: an empty
-/// slot.
-constexpr int stageInSlot(std::uint32_t plan, int slot) noexcept {
-  return static_cast<int>((plan >> (4 * slot)) & 15U) - 2;
-}
-constexpr int kEmptySlot = -2;
-constexpr int kEndOfPlan = 13;
-
-constexpr int xoverLength(std::uint32_t plan) noexcept {
-  return std::min(static_cast<int>((plan >> kXoverLengthShift) & 15U), compressor::kBands);
-}
-
-constexpr int xoverBand(std::uint32_t plan, int place) noexcept {
-  return static_cast<int>((plan >> (3 * place)) & 7U);
-}
-
-/// Calls `run` with each stage of a plan in order.
-template <typename Run>
-void forEachStage(std::uint32_t plan, Run run) {
-  for (int slot = 0; slot < kSlots; ++slot) {
-    const int stage = stageInSlot(plan, slot);
-    if (stage == kEndOfPlan) return;
-    if (stage != kEmptySlot) run(stage);
-  }
-}
 
 /// The weighted bands one after the other, two in a pass.
 void sumBands(const std::array<double*, compressor::kBands>& bands,
@@ -56,97 +26,7 @@ void sumBands(const std::array<double*, compressor::kBands>& bands,
   for (int i = 0; i < frames; ++i) out[i] += weights[place] * bands[place][i];
 }
 
-constexpr std::uint32_t bandBit(int band) noexcept { return 1U << band; }
-
-constexpr std::uint32_t stageBit(int stage) noexcept {
-  return bandBit(stage < 0 ? compressor::kBands : stage);
-}
-
-/// The stages of both plans that stand in the same order in both, so many of them that the fewest
-/// are left over. The crossover, with all its bands, is never left over.
-std::uint32_t stagesInOrder(std::uint32_t before, std::uint32_t plan) noexcept {
-  const auto isWorse = [](std::uint32_t a, std::uint32_t b) {
-    const auto worth = [](std::uint32_t stages) {
-      return std::popcount(stages) + ((stages & stageBit(-1)) != 0 ? kSlots : 0);
-    };
-    return worth(a) < worth(b);
-  };
-  // By the slot of before: the best choice so far whose last stage stood there.
-  std::array<std::uint32_t, kSlots> choices{};
-  forEachStage(plan, [&](int stage) {
-    std::uint32_t best = 0;
-    for (int slot = 0; slot < kSlots; ++slot) {
-      std::uint32_t& choice = choices[static_cast<std::size_t>(slot)];
-      if (stageInSlot(before, slot) == stage) {
-        choice = best | stageBit(stage);
-        return;
-      }
-      best = std::max(best, choice, isWorse);
-    }
-  });
-  return *std::max_element(choices.begin(), choices.end(), isWorse);
-}
-
 }  // namespace
-
-compressor::StagePlan compressor::planOfLayout() {
-  BandLayout::List stages;
-  BandLayout::List listed;
-  {
-    const BandLayout::Scope lock(layout);
-    stages = layout.pre;
-    if (!layout.xover.empty()) stages.push_back(kCrossoverStage);
-    stages.insert(stages.end(), layout.post.begin(), layout.post.end());
-    listed = layout.xover;
-  }
-  StagePlan made;
-  for (std::size_t slot = 0; slot < stages.size(); ++slot) {
-    made.stages |= static_cast<std::uint32_t>(stages[slot] + 2) << (4 * slot);
-  }
-  made.xover = static_cast<std::uint32_t>(listed.size()) << kXoverLengthShift;
-  for (std::size_t place = 0; place < listed.size(); ++place) {
-    made.xover |= static_cast<std::uint32_t>(listed[place]) << (3 * place);
-  }
-  return made;
-}
-
-void compressor::dropLeavingBands() {
-  std::uint32_t leaving = 0;
-  for (const std::int32_t band : layout.copyOf(layout.off)) leaving |= bandBit(band);
-  const StagePlan seen = plan.load(std::memory_order_relaxed);
-  StagePlan left;
-  int length = 0;
-  for (int place = 0; place < xoverLength(seen.xover); ++place) {
-    const int band = xoverBand(seen.xover, place);
-    if ((leaving & bandBit(band)) != 0) continue;
-    left.xover |= static_cast<std::uint32_t>(band) << (3 * length++);
-  }
-  left.xover |= static_cast<std::uint32_t>(length) << kXoverLengthShift;
-  // Where others take over from all crossover bands, the stage goes on with those until they do.
-  if (length == 0 && !layout.copyOf(layout.xover).empty()) {
-    left.xover = seen.xover;
-    length = xoverLength(seen.xover);
-  }
-  int slot = 0;
-  forEachStage(seen.stages, [&](int stage) {
-    const bool stays = stage == kCrossoverStage ? length > 0 : (leaving & bandBit(stage)) == 0;
-    if (stays) left.stages |= static_cast<std::uint32_t>(stage + 2) << (4 * slot++);
-  });
-  if (left != seen) plan.store(left, std::memory_order_release);
-}
-
-bool compressor::planIsDue() { return planOfLayout() != plan.load(std::memory_order_relaxed); }
-
-void compressor::makeStagePlan() {
-  const StagePlan made = planOfLayout();
-  int longest = 0;
-  for (int place = 0; place < xoverLength(made.xover); ++place) {
-    longest = std::max(longest, lookahead(xoverBand(made.xover, place)));
-  }
-  xoverMaxLookahead.store(longest, std::memory_order_relaxed);
-  // Release: what the bands are set to stands before they are seen in their places.
-  plan.store(made, std::memory_order_release);
-}
 
 template <typename Sample>
 void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int frames,
@@ -157,8 +37,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   scrub(inputs, channels + sideChannels, frames);
   copySidechain(inputs + channels, sideChannels, frames);
 
-  takeGains();
-  const Block block = readSettings(frames, channels);
+  const Block block = beginBlock(frames, channels);
   takeInput(inputs, block);
   resetChangedBands(block);
   resetReturning(block);
@@ -208,25 +87,20 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
   if (usable > 0) sidechainLeft = kLongestWay + frames;
 }
 
-compressor::Block compressor::readSettings(int frames, int channels) const noexcept {
-  constexpr auto kAlone = std::memory_order_relaxed;
-  const auto soloed = [](const SharedBand& band) {
-    return band.solo.load(kAlone) && band.active.load(kAlone);
+compressor::Block compressor::beginBlock(int frames, int channels) noexcept {
+  published.take();
+  takeGains();
+  const EngineSettings& now = published.active();
+  if (now.highQuality != qualitySeen) setQuality(now.highQuality);
+  const auto soloed = [](const EngineSettings::Band& band) {
+    return band.path.solo && band.path.active;
   };
-  Block block{};
-  block.frames = frames;
-  block.channels = channels;
-  ListenState& listening = block.listening;
-  listening.soloCount = static_cast<int>(std::count_if(bands.begin(), bands.end(), soloed));
-  listening.scListen = scListen.load(kAlone);
-  listening.listen = gainTargets.active().listen;
-  listening.passband = !listening.listen && autolistenPassband.load(kAlone);
-  const StagePlan seen = plan.load(std::memory_order_acquire);
-  block.stagePlan = seen.stages;
-  block.xoverPlan = seen.xover;
-  block.xoverMaxLookahead = xoverMaxLookahead.load(kAlone);
-  block.oversampleLatency = oversampleLatency.load(kAlone);
-  return block;
+  ListenState listening;
+  listening.soloCount = static_cast<int>(std::ranges::count_if(now.bands, soloed));
+  listening.scListen = now.scListen;
+  listening.listen = now.gains.listen;
+  listening.passband = !now.gains.listen && now.autolistenPassband;
+  return {frames, channels, now, listening};
 }
 
 template <typename Sample>
@@ -247,22 +121,29 @@ void compressor::takeInput(Sample* const* inputs, const Block& block) noexcept {
   if (block.channels == 1) meters.writeInput(1, nullptr, block.frames);
 }
 
+void compressor::setQuality(bool high) noexcept {
+  qualitySeen = high;
+  for (auto& pair : oversampled) {
+    for (OversampledGain& product : pair) product.setHighQuality(high);
+  }
+}
+
 /// A band that joins or leaves the chain, or changes its kind or its place, starts from silence:
 /// what it holds belongs elsewhere. Crossover bands keep what they hold whatever their order.
 void compressor::resetChangedBands(const Block& block) noexcept {
-  ChainSeen chain{block.stagePlan, 0, 0};
-  forEachStage(block.stagePlan, [&chain](int stage) { chain.stages |= stageBit(stage); });
-  const bool split = (chain.stages & stageBit(kCrossoverStage)) != 0;
-  for (int place = 0; split && place < xoverLength(block.xoverPlan); ++place) {
-    chain.listed |= bandBit(xoverBand(block.xoverPlan, place));
+  const StagePlan& plan = block.settings.plan;
+  ChainSeen chain{plan, 0, 0};
+  plan.forEachStage([&chain](int stage) { chain.stages |= stageBit(stage); });
+  const bool split = (chain.stages & stageBit(StagePlan::kCrossoverStage)) != 0;
+  for (int place = 0; split && place < plan.xoverLength(); ++place) {
+    chain.listed |= stageBit(plan.xoverBand(place));
   }
   std::uint32_t changed = chain.listed ^ chainSeen.listed;
-  if (chain.stagePlan != chainSeen.stagePlan) {
-    changed |=
-        (chain.stages | chainSeen.stages) & ~stagesInOrder(chainSeen.stagePlan, chain.stagePlan);
+  if (plan.stages != chainSeen.plan.stages) {
+    changed |= (chain.stages | chainSeen.stages) & ~stagesInOrder(chainSeen.plan, plan);
   }
   for (int band = 0; band < kBands; ++band) {
-    if ((changed & bandBit(band)) != 0) resetBandState(band);
+    if ((changed & stageBit(band)) != 0) resetBandState(band);
   }
   // Nor does the crossover come back with what it held when it stopped.
   if (chain.listed != 0 && chainSeen.listed == 0) crossover.reset();
@@ -271,7 +152,7 @@ void compressor::resetChangedBands(const Block& block) noexcept {
 
 /// What did nothing in the last block comes back from silence, too.
 void compressor::resetReturning(const Block& block) noexcept {
-  const bool oversampling = block.oversampleLatency > 0;
+  const bool oversampling = block.settings.oversampleLatency > 0;
   const bool channelReturns = block.channels > channelsSeen;
   const bool productReturns = oversampling && !oversampledSeen;
   channelsSeen = block.channels;
@@ -279,7 +160,7 @@ void compressor::resetReturning(const Block& block) noexcept {
   if (channelReturns) crossover.resetRight();
   const std::uint32_t inUse = chainSeen.stages | chainSeen.listed;
   for (std::size_t band = 0; band < kBands; ++band) {
-    if ((inUse & bandBit(static_cast<int>(band))) == 0) continue;
+    if ((inUse & stageBit(static_cast<int>(band))) == 0) continue;
     if (channelReturns) {
       sidechains[band].resetRight();
       detectors[band].resetRight();
@@ -293,8 +174,8 @@ void compressor::resetReturning(const Block& block) noexcept {
 }
 
 void compressor::runStages(const Block& block) noexcept {
-  forEachStage(block.stagePlan, [this, &block](int stage) {
-    if (stage == kCrossoverStage) {
+  block.settings.plan.forEachStage([this, &block](int stage) {
+    if (stage == StagePlan::kCrossoverStage) {
       runCrossoverStage(block);
     } else {
       runBandStage(stage, block);
@@ -303,7 +184,7 @@ void compressor::runStages(const Block& block) noexcept {
 }
 
 void compressor::runBandStage(int band, const Block& block) noexcept {
-  const SoloBand self{band, at(band).solo.load(std::memory_order_relaxed)};
+  const SoloBand self{band, block.settings.bands[static_cast<std::size_t>(band)].path.solo};
   const StageWeights weights = dynamicEqWeights(self, block.listening);
   const WorkBuffers::Pair lifted = {buffers->band[0][0], buffers->band[1][0]};
   for (int c = 0; c < block.channels; ++c) {
@@ -317,7 +198,7 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
   BandRun run = beginBand(band, false, 0, block);
   processBands({&run, 1}, block, 0);
-  const int bandDelay = run.lookahead + block.oversampleLatency;
+  const int bandDelay = run.lookahead + block.settings.oversampleLatency;
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     double* const wet = buffers->wet[channel];
@@ -330,11 +211,12 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
 }
 
 void compressor::runCrossoverStage(const Block& block) noexcept {
-  const int length = xoverLength(block.xoverPlan);
+  const int length = block.settings.plan.xoverLength();
   std::array<SoloBand, kBands> listed{};
   for (int place = 0; place < length; ++place) {
-    const int band = xoverBand(block.xoverPlan, place);
-    listed[static_cast<std::size_t>(place)] = {band, at(band).solo.load(std::memory_order_relaxed)};
+    const int band = block.settings.plan.xoverBand(place);
+    listed[static_cast<std::size_t>(place)] = {
+        band, block.settings.bands[static_cast<std::size_t>(band)].path.solo};
   }
   const auto weights =
       crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
@@ -349,12 +231,12 @@ void compressor::runCrossoverStage(const Block& block) noexcept {
   delaySidechain(DelayRings::kExtBefore, kOwner, block, splitDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, kOwner, block, splitDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, kOwner, block, splitDelay);
-  processBands(runs, block, block.xoverMaxLookahead);
+  processBands(runs, block, block.settings.xoverMaxLookahead);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     sumBands(buffers->band[channel], weights, runs.size(), buffers->wet[channel], block.frames);
   }
-  const int bandDelay = block.xoverMaxLookahead + block.oversampleLatency;
+  const int bandDelay = block.settings.xoverMaxLookahead + block.settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, block, bandDelay);
   delayPair(buffers->dry, DelayRings::kDryAfter, kOwner, block, bandDelay);
 }
@@ -418,10 +300,10 @@ void compressor::storeMeters(const Block& block) noexcept {
 }
 
 void compressor::publishMeters(const Block& block) noexcept {
-  const double decay =
-      1.0 - std::pow(meterDecay.load(std::memory_order_relaxed), static_cast<double>(block.frames));
+  const EngineSettings& now = block.settings;
+  const double decay = 1.0 - std::pow(now.meterDecay, static_cast<double>(block.frames));
   for (int band = 0; band < kBands; ++band) {
-    const double position = at(band).position.load(std::memory_order_relaxed);
+    const double position = now.bands[static_cast<std::size_t>(band)].path.position;
     const double left = block.channels == 1 ? 1.0 : std::min(1.0, 1.0 - position);
     bandMeters[static_cast<std::size_t>(band)].endBlock({left, std::min(1.0, 1.0 + position)},
                                                         decay);

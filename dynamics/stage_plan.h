@@ -1,0 +1,60 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+class BandLayout;
+
+/// The chain of a block, packed: dynamic EQ bands one after the other, among them the crossover
+/// stage with its bands side by side.
+///
+/// One word of 64 bits, so that a band is never seen in two places or in none. Aligned as one, or
+/// some compilers call a library with locks for it.
+struct alignas(8) StagePlan {
+  static constexpr int kBands = 8;
+  static constexpr int kCrossoverStage = -1;  ///< beside the stages 0..7, which are bands
+
+  /// Eight 4-bit slots, lowest first, each a stage + 2, or 0 for none.
+  std::uint32_t stages = 0;
+  /// Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
+  std::uint32_t xover = 0;
+
+  /// The chain that a layout describes, under its lock.
+  [[nodiscard]] static StagePlan of(BandLayout& layout);
+
+  [[nodiscard]] constexpr int xoverLength() const noexcept {
+    return std::min(static_cast<int>((xover >> 24U) & 15U), kBands);
+  }
+  /// The band at a place of the XOver list.
+  [[nodiscard]] constexpr int xoverBand(int place) const noexcept {
+    return static_cast<int>((xover >> (3 * place)) & 7U);
+  }
+  /// Decodes a slot: a stage, or -2 for an empty one; 13 ends the plan.
+  [[nodiscard]] constexpr int stageInSlot(int slot) const noexcept {
+    return static_cast<int>((stages >> (4 * slot)) & 15U) - 2;
+  }
+  /// Calls `run` with each stage in order.
+  template <typename Run>
+  void forEachStage(const Run& run) const {
+    for (int slot = 0; slot < kBands; ++slot) {
+      const int stage = stageInSlot(slot);
+      if (stage == kEnd) return;
+      if (stage != kEmpty) run(stage);
+    }
+  }
+
+  bool operator==(const StagePlan&) const = default;
+
+ private:
+  static constexpr int kEmpty = -2;
+  static constexpr int kEnd = 13;
+};
+
+/// Stages as bits: bands 0..7, and above them the crossover.
+[[nodiscard]] constexpr std::uint32_t stageBit(int stage) noexcept {
+  return 1U << (stage < 0 ? StagePlan::kBands : stage);
+}
+
+/// The stages of both plans that stand in the same order in both, so many of them that the fewest
+/// are left over. The crossover, with all its bands, is never left over. Any thread.
+[[nodiscard]] std::uint32_t stagesInOrder(const StagePlan& before, const StagePlan& plan) noexcept;
