@@ -7,7 +7,7 @@
 #include <numbers>
 
 #include "apps/effect_runner.h"
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 
 namespace {
 

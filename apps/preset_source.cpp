@@ -9,7 +9,7 @@
 
 #include "apps/failure.h"
 #include "apps/text.h"
-#include "core/band_files.h"
+#include "editing/band_files.h"
 #include "core/parameter_table.h"
 #include "platform/whole_file.h"
 #include "state/json_document.h"
@@ -278,7 +278,7 @@ PresetSource readBandSource(const std::string& file) {
 void applyPreset(Plug& plug, const PresetSource& source) {
   {
     // The chain and the frequencies in it make sense only together.
-    const Plug::UpdateHold hold(plug);
+    const UpdateHold hold(plug.updates());
     for (const Setting& setting : source.values) {
       setPlain(plug, setting.parameter, setting.value);
     }

@@ -8,7 +8,7 @@
 
 #include "apps/gain_range.h"
 #include "apps/loudness.h"
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 #include "state/json_document.h"
 
 /// What a render of one file did.

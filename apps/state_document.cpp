@@ -13,7 +13,7 @@
 #include "apps/messages.h"
 #include "apps/settings.h"
 #include "apps/text.h"
-#include "core/band_files.h"
+#include "editing/band_files.h"
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "host/curves.h"

@@ -10,7 +10,7 @@
 #include "apps/failure.h"
 #include "apps/settings.h"
 #include "apps/text.h"
-#include "core/band_files.h"
+#include "editing/band_files.h"
 #include "core/parameter_table.h"
 #include "host/curves.h"
 

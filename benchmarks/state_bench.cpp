@@ -25,7 +25,7 @@ struct Instance {
 void fill(Plug& plug) {
   std::mt19937 random(7);
   std::uniform_real_distribution<float> anywhere(0.0F, 1.0F);
-  const Plug::UpdateHold hold(plug);
+  const UpdateHold hold(plug.updates());
   for (int bank = 0; bank < Plug::kNumBanks; ++bank) {
     for (std::int32_t i = 0; i < kABBank; ++i) {
       if (i != kBandOrder) plug.setParameter(i, anywhere(random));

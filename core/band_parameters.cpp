@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 
 namespace {
 
@@ -14,11 +14,11 @@ constexpr double kNeverFast = 1e9;
 /// The plain values of one band's rows.
 class BandRows {
  public:
-  BandRows(PlugBase& owner, int ofBand) : plug(owner), band(ofBand) {}
-  [[nodiscard]] float value(int row) const { return plug.getPlainValue(id(row)); }
+  BandRows(const ParameterStore& store, int ofBand) : values(store), band(ofBand) {}
+  [[nodiscard]] float value(int row) const { return values.plain(id(row)); }
   [[nodiscard]] double plain(int row) const { return static_cast<double>(value(row)); }
   [[nodiscard]] double normalised(int row) const {
-    return static_cast<double>(plug.getParameter(id(row)));
+    return static_cast<double>(values.normalised(id(row)));
   }
   [[nodiscard]] bool on(int row) const { return value(row) != 0.0F; }
   [[nodiscard]] int whole(int row) const { return static_cast<int>(value(row)); }
@@ -26,14 +26,14 @@ class BandRows {
  private:
   [[nodiscard]] int id(int row) const { return bandParameterId(band, row); }
 
-  PlugBase& plug;
+  const ParameterStore& values;
   int band;
 };
 
 }  // namespace
 
-BandSettings bandSettings(PlugBase& plug, int band) {
-  const BandRows rows(plug, band);
+BandSettings bandSettings(const ParameterStore& values, int band) {
+  const BandRows rows(values, band);
   BandSettings settings;
   settings.active = rows.on(kB1State);
   settings.solo = rows.on(kB1Solo);
@@ -46,8 +46,9 @@ BandSettings bandSettings(PlugBase& plug, int band) {
   return settings;
 }
 
-BandDynamics bandDynamics(PlugBase& plug, int band, double rangeMult, double ratioMult) {
-  const BandRows rows(plug, band);
+BandDynamics bandDynamics(const ParameterStore& values, int band, double rangeMult,
+                          double ratioMult) {
+  const BandRows rows(values, band);
   BandDynamics d;
   d.threshold = rows.plain(kB1Threshold);
   d.ratioAbove = rows.plain(kB1Ratio) * ratioMult;
@@ -74,8 +75,8 @@ BandDynamics bandDynamics(PlugBase& plug, int band, double rangeMult, double rat
   return d;
 }
 
-SidechainFilterSettings bandSidechainFilters(PlugBase& plug, int band) {
-  const BandRows rows(plug, band);
+SidechainFilterSettings bandSidechainFilters(const ParameterStore& values, int band) {
+  const BandRows rows(values, band);
   SidechainFilterSettings s;
   s.trimDb = rows.plain(kB1SCTrim);
   s.low = {rows.on(kB1SCLF),     rows.value(kB1SCLFF),     rows.value(kB1SCLFG),

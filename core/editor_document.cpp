@@ -8,9 +8,13 @@
 #include <span>
 #include <string_view>
 
-#include "core/plug.h"
+#include "core/band_rules.h"
+#include "host/editor_state.h"
+#include "host/parameter_input.h"
+#include "host/parameter_store.h"
 #include "state/document_keys.h"
 #include "state/json_writer.h"
+#include "state/ui_settings.h"
 
 namespace {
 
@@ -71,7 +75,7 @@ void takeNumbers(const JsonNode* settings, EditorState& state, std::span<const N
 /// Hands the words of a list to `use`, as many as are given and of use.
 template <typename Use>
 void takeWords(const JsonNode* list, const Use& use) {
-  Plug::FlagWords words{};
+  BandRules::Words words{};
   std::size_t count = 0;
   const JsonNode* item = list != nullptr ? list->child : nullptr;
   for (; item != nullptr && count < words.size(); item = item->next) {
@@ -88,12 +92,12 @@ std::optional<std::string_view> folderIn(const JsonNode* settings) {
   return path.size() <= kLongestPath ? std::optional(path) : std::nullopt;
 }
 
-void takeBanks(Plug& plug, const JsonNode* settings) {
-  takeNumber(settings, kLastAB, plug.editorState().lastAB);
+void takeBanks(const EditorDocument& of, const JsonNode* settings) {
+  takeNumber(settings, kLastAB, of.state.lastAB);
   const JsonNode* const bank = jsonGetObjectItem(settings, kCurrentAB);
   if (bank == nullptr) return;
-  plug.loadBank(bank->valueInt);
-  plug.editorState().bankStale = true;
+  of.input.applyBank(bank->valueInt, false);
+  of.state.bankStale = true;
 }
 
 /// The mode is in force at once while there is no window; the width of another mode follows from
@@ -122,12 +126,12 @@ void takeBand(const JsonNode* settings, EditorState& state) {
 
 }  // namespace
 
-void saveEditorState(Plug& plug, JsonNode* root) {
-  const EditorState& state = plug.editorState();
+void saveEditorState(const EditorDocument& of, JsonNode* root) {
+  const EditorState& state = of.state;
   JsonWriter document(root);
   JsonWriter members(document.add(documentKey::kSettings, jsonCreateObject()));
   members.add(kModeKey, jsonCreateNumber(state.uimode));
-  members.add(kCurrentAB, jsonCreateNumber(plug.getCurrentBank()));
+  members.add(kCurrentAB, jsonCreateNumber(of.values.currentBank()));
   members.add(kLastAB, jsonCreateNumber(state.lastAB));
   addNumbers(members, state, kBeforeWidth);
   members.add(kFreeWidth, jsonCreateNumber(state.freeWidth));
@@ -136,28 +140,28 @@ void saveEditorState(Plug& plug, JsonNode* root) {
   members.add(kMeterRange, jsonCreateNumber(static_cast<double>(state.meterRange)));
   addNumbers(members, state, {&kLastPreset, 1});
   members.add(kFolder, jsonCreateString(state.lastPresetFolder.c_str()));
-  addWords(members, kLocks, plug.getLockWords());
-  addWords(members, kLinks, plug.getLinkWords());
-  if (JsonTree options = plug.uiSettings().save())
-    document.add(documentKey::kUiPrefs, options.release());
+  addWords(members, kLocks, of.rules.locked.words());
+  addWords(members, kLinks, of.rules.linked.words());
+  if (JsonTree options = of.options.save()) document.add(documentKey::kUiPrefs, options.release());
 }
 
-void reserveEditorState(Plug& plug, const JsonNode* root) {
+void reserveEditorState(const EditorDocument& of, const JsonNode* root) {
   const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (const auto folder = folderIn(settings)) {
-    plug.editorState().lastPresetFolder.reserve(folder->size());
+    of.state.lastPresetFolder.reserve(folder->size());
   }
 }
 
-void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
+void loadEditorState(const EditorDocument& of, const JsonNode* root, bool isPreset) {
   const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (settings == nullptr) return;
-  EditorState& state = plug.editorState();
+  EditorState& state = of.state;
   // Ahead of the banks: what is locked keeps what was heard of it, whatever the live bank holds.
-  takeWords(jsonGetObjectItem(settings, kLocks), [&plug](auto words) { plug.setLockWords(words); });
+  takeWords(jsonGetObjectItem(settings, kLocks),
+            [&of](auto words) { of.rules.locked.setWords(words); });
   // A bank that is given for a preset holds "presets", too, but loads its first program alone.
   if (!isPreset && jsonGetObjectItem(root, documentKey::kPresets) != nullptr)
-    takeBanks(plug, settings);
+    takeBanks(of, settings);
   takeMode(settings, state);
   takeNumbers(settings, state, kBeforeWidth);
   takeBand(settings, state);
@@ -168,9 +172,11 @@ void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset) {
   }
   takeNumbers(settings, state, {&kLastPreset, 1});
   if (const auto folder = folderIn(settings)) state.lastPresetFolder = *folder;
-  takeWords(jsonGetObjectItem(settings, kLinks), [&plug](auto words) { plug.setLinkWords(words); });
+  takeWords(jsonGetObjectItem(settings, kLinks),
+            [&of](auto words) { of.rules.linked.setWords(words); });
+  state.flagsStale = true;
   state.layoutWanted = true;
   if (const JsonNode* const options = jsonGetObjectItem(root, documentKey::kUiPrefs)) {
-    plug.uiSettings().merge(options);
+    of.options.merge(options);
   }
 }

@@ -2,18 +2,31 @@
 
 #include "state/json_document.h"
 
-class Plug;
+class BandRules;
+class ParameterInput;
+class ParameterStore;
+class UiSettings;
+struct EditorState;
 
-// The editor's part of a document: "settings" and "uiprefs". Threads: as `Plug::getChunk`.
+/// Whose the editor's part of a document is.
+struct EditorDocument {
+  EditorState& state;
+  UiSettings& options;
+  BandRules& rules;
+  ParameterInput& input;
+  ParameterStore& values;
+};
+
+// The editor's part of a document: "settings" and "uiprefs". Threads: in a `StateScope`.
 
 /// Appends both to the root of a document. Throws std::bad_alloc.
-void saveEditorState(Plug& plug, JsonNode* root);
+void saveEditorState(const EditorDocument& of, JsonNode* root);
 
 /// Makes room for what the root holds of both, so that `loadEditorState` cannot fail. Throws
 /// std::bad_alloc, with nothing changed.
-void reserveEditorState(Plug& plug, const JsonNode* root);
+void reserveEditorState(const EditorDocument& of, const JsonNode* root);
 
 /// Takes what the root holds of both; what is missing stays as it is, and so do the banks where a
-/// preset is loaded. Does nothing without "settings". Allocates nothing behind
+/// preset is loaded. Does nothing without "settings". Allocates nothing after
 /// `reserveEditorState`.
-void loadEditorState(Plug& plug, const JsonNode* root, bool isPreset);
+void loadEditorState(const EditorDocument& of, const JsonNode* root, bool isPreset);

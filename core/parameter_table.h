@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 #include "host/parameter_keys.h"
 #include "host/parameter_record.h"
 

@@ -4,10 +4,9 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
-#include <new>
 #include <utility>
 
-#include "core/chain_repair.h"
+#include "core/default_banks.h"
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
@@ -26,23 +25,33 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 }  // namespace
 
 Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose)
-    : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1),
+    : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1, true),
       memory(whoIdles == Idle::kTimer),  // programs end, or soon need it again
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
-      bandTemplate(defaultValues),
-      clock(std::move(whatTime)),
+      loadingFlags(whose.store()),
+      handOver(values, engine, isOffline, std::move(whatTime)),
+      bandRules(history),
+      parameterEdits({values, input, host, history, gestures, bandRules, handOver, engine, editor,
+                      stateChanged},
+                     whose.folders()),
+      state(codec, {editor, uiOptions, bandRules, input, values}, loadingFlags,
+            parameterEdits.autoGain, handOver),
+      presets(*this, editor, whose),
       idle(whoIdles) {
+  engineLink.connect(handOver);
+  rules.connect(bandRules);
+  connectModel(state);
+  input.whenReplaced([this] { parameterEdits.chain.repair(); });
   setNumInputs(kMainChannels + kSidechainChannels);
   setNumOutputs(kMainChannels);
   setUniqueID(kUniqueId);
-  abParameter = kABBank;
-  chunkCacheEnabled = true;
+  setAbParameter(kABBank);
   ownMachine.globals().initGlobals(findResource("json", "defaults").data());
-  Plug::applyGlobalPreferences();
-  Plug::updateDsp(false);
-  bandFiles.loadBandTemplate();
-  Plug::loadDefaultBanks();
+  applyGlobalPreferences();
+  updateDsp(false);
+  files().loadBandTemplate();
+  loadDefaultBanks();
   // Where there is no such folder, saving tells.
   static_cast<void>(makeFolders(ownMachine.folders().install));
   Plug::resume();
@@ -68,10 +77,8 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
   try {
     checkProcessLevel();
     const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
-    const int channels = kMainChannels - absent;
-    analyser.beginBlock();
-    engine.processBlock(inputs, outputs, frames, channels, kSidechainChannels - absent);
-    feedMeters(outputs, frames, channels);
+    engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
+                        kSidechainChannels - absent);
   } catch (const std::exception&) {
     // Only a block longer than the buffers allocates, and only that can fail: silence, and go on.
     for (int c = 0; c < kMainChannels; ++c) {
@@ -79,35 +86,24 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     }
   }
   advanceSampleCount(frames);
-  gate.addSamples(frames);
+  handOver.addSamples(frames);
 }
 
-template <typename Sample>
-void Plug::feedMeters(Sample* const* outputs, int frames, int channels) noexcept {
-  const double dryGain = outTrimLinear.load(std::memory_order_relaxed);
-  for (int c = 0; c < channels; ++c) {
-    const auto dryTrace = static_cast<AnalyserFeed::Trace>(AnalyserFeed::kDryLeft + c);
-    analyser.write(dryTrace, engine.dryBlock(c), frames, dryGain);
-    if (outputs[c] == nullptr) continue;
-    analyser.write(static_cast<AnalyserFeed::Trace>(c), outputs[c], frames, 1.0);
+void Plug::processMidi(const VstMidiEvent& event) noexcept {
+  if (const auto move = ownMachine.midiMap().process(event.midiData)) {
+    input.setFromAudio(move->id, move->normalised);
   }
-  analyser.endBlock(frames);
-  outputPeak.follow(outputs, channels, frames);
 }
 
 void Plug::resume() {
   wantEvents();
   applyGlobalPreferences();
-  {
-    const PlugBaseMutex::Scope lock(updateLock);
-    analyser.reset();
-    outputPeak.reset();
-    engine.setSampleRate(getSampleRate());
-  }
+  handOver.withEngine([rate = getSampleRate()](compressor& it) { it.setSampleRate(rate); });
   engine.resetEngine();
   PlugBaseJSON::resume();
   checkProcessLevel();
   wantEvents();
+  handOver.everythingChanged();
   updateDsp(true);
   updateLatency();
 }
@@ -121,8 +117,7 @@ void Plug::setBlockSize(std::int32_t frames) {
   PlugBaseJSON::setBlockSize(frames);
   // A host that names a length beyond reason gets its buffers when such a block really comes.
   if (frames <= 0 || frames > kLongestAnnounced) return;
-  const PlugBaseMutex::Scope lock(updateLock);
-  engine.announceBlockSize(frames);
+  handOver.withEngine([frames](compressor& it) { it.announceBlockSize(frames); });
 }
 
 bool Plug::setBypass(bool on) {
@@ -130,89 +125,14 @@ bool Plug::setBypass(bool on) {
   return true;
 }
 
-/// Calls `set` for every parameter that a change of `index` changes, itself last.
-template <typename Set>
-void Plug::spread(std::int32_t index, const Set& set) {
-  if (locked.get(index)) return;
-  if (linked.get(index) && isBandParameter(index) && !inHistoryStep.load()) {
-    for (int band = 0; band < kNumBands; ++band) {
-      const int other = bandParameterId(band, bandOneIdOf(index));
-      if (other != index && linked.get(other) && !locked.get(other)) set(other);
-    }
-  }
-  set(index);
-}
-
-void Plug::setParameter(std::int32_t index, float normalised) {
-  // Links have done their part when the host gives back what it was told.
-  if (!locked.get(index) && isEcho(index, normalised)) {
-    PlugBaseJSON::setParameter(index, normalised);
-    return;
-  }
-  spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
-}
-
-void Plug::setParameterFromAudio(std::int32_t index, float normalised) noexcept {
-  spread(index,
-         [this, normalised](int each) { PlugBaseJSON::setParameterFromAudio(each, normalised); });
-}
-
-void Plug::processMidi(const VstMidiEvent& event) noexcept {
-  if (const auto move = ownMachine.midiMap().process(event.midiData)) {
-    setParameterFromAudio(move->id, move->normalised);
-  }
-}
-
-void Plug::setParameterAutomated(std::int32_t index, float normalised) {
-  if (!locked.get(index)) crossoverEdits.automate(index, normalised);
-}
-
-void Plug::alignLinked(std::int32_t index) {
-  const float normalised = getParameter(index);
-  spread(index, [this, normalised](int each) { PlugBaseJSON::setParameter(each, normalised); });
-}
-
-/// Without memory for it a later call of `onIdle` does it.
-void Plug::repairChain() noexcept {
-  try {
-    repairMissing.store(false, relaxed);
-    const auto repair = chainRepair(*this);
-    if (!repair) return;
-    const UpdateHold together(*this);
-    for (const auto& [id, normalised] : repair->frequencies) {
-      PlugBaseJSON::setParameter(id, normalised);
-    }
-    PlugBaseJSON::setParameter(kBandOrder, repair->order);
-  } catch (const std::bad_alloc&) {
-    repairMissing.store(true, relaxed);
-  }
-}
-
-/// All that the gesture may change is noted by the time it begins: the group for the history need
-/// not wait for an end that may not come.
-void Plug::beginEdit(std::int32_t index) {
-  endLostGesture(index);
-  crossoverEdits.endLostGesture(index);
-  beginHistoryGroup();
-  crossoverEdits.beginRecording(index);
-  linkedEdits.beginRecording(index);
-  PlugBaseJSON::beginEdit(index);
-  endHistoryGroup();
-  crossoverEdits.beginEdit(index);
-  autoGain.beginEdit(index);
-}
-
-void Plug::endEdit(std::int32_t index) {
-  if (isLateEnd(index)) return;
-  PlugBaseJSON::endEdit(index);
-  linkedEdits.endRecording(index);
-  crossoverEdits.endEdit(index);
-  autoGain.endEdit();
-}
-
 void Plug::offlineChanged(bool offline) {
+  handOver.everythingChanged();
   PlugBaseJSON::offlineChanged(offline);
   updateLatency();
+}
+
+void Plug::updateLatency() {
+  host.declareLatency(handOver.withEngine([](compressor& it) { return it.getLatency(); }));
 }
 
 void Plug::onIdle() {
@@ -222,9 +142,9 @@ void Plug::onIdle() {
     Alerts::instance().add("Halvekro : Settings Error", std::move(notice));
   }
   updateLatency();
-  if (repairMissing.load(relaxed)) repairChain();
-  if (gate.isOwed()) updateDsp(false);
-  autoGain.onIdle();
+  parameterEdits.chain.makeUp();
+  if (handOver.isOwed()) updateDsp(false);
+  parameterEdits.autoGain.onIdle(static_cast<double>(getSampleRate()));
 }
 
 bool Plug::getEffectName(char* text) {
@@ -232,70 +152,88 @@ bool Plug::getEffectName(char* text) {
   return true;
 }
 
-bool Plug::getProductString(char* text) { return getEffectName(text); }
-
 bool Plug::getVendorString(char* text) {
   copyName(text, "Halvekro");
   return true;
-}
-
-ValueTextContext Plug::textContext(int index) const {
-  ValueTextContext context;
-  context.extendedRanges = getPlainValue(kExtendedRanges);
-  context.extendedRatios = isOn(kExtendedRatios);
-  context.simpleNumbers = simpleNumbers.load(std::memory_order_relaxed);
-  if (!isBandParameter(index)) return context;
-  const int band = bandOf(index);
-  context.ratioAbove = getPlainValue(bandParameterId(band, kB1Ratio));
-  context.ratioBelow = getPlainValue(bandParameterId(band, kB1RatioB));
-  context.dynamicEq = isOn(bandParameterId(band, kB1Type));
-  context.leftRight = isOn(bandParameterId(band, kB1LR));
-  context.scLeftRight = isOn(bandParameterId(band, kB1SCLR));
-  return context;
 }
 
 void Plug::formatParameterValue(std::int32_t index, float normalised, char* text,
                                 bool showNote) const {
   if (index < 0 || text == nullptr) return;
   text[0] = '\0';
-  if (index >= parameterCount()) return;
-  const std::string shown = valueText(index, normalisedToPlain(index, normalised),
-                                      parameterInfo(index), textContext(index), showNote);
+  if (!values.contains(index)) return;
+  const std::string shown =
+      valueText(values, index, normalised, simpleNumbers.load(std::memory_order_relaxed), showNote);
   text[shown.copy(text, kParameterTextCapacity - 1)] = '\0';
 }
 
-void Plug::applyPreferences(const Preferences& newPreferences) {
-  const PlugBaseMutex::Scope lock(updateLock);
-  preferences = newPreferences;
-  takePreferences();
+/// Takes a state, and tells the host what a full document has changed.
+template <typename Take>
+void Plug::tellLoaded(bool isPreset, const Take& take) {
+  std::array<float, kNumParams> before{};
+  {
+    const HostLink::StateScope scope(host);
+    for (int id = 0; id < kNumParams; ++id) {
+      before[static_cast<std::size_t>(id)] = values.normalised(id);
+    }
+    if (!take() || isPreset || chunkRefused()) return;
+  }
+  // The host has heard that the program is another one, after all that was loaded.
+  for (int id = 0; id < kNumParams; ++id) {
+    if (values.normalised(id) != before[static_cast<std::size_t>(id)]) {
+      host.tellValue(id);
+    } else {
+      host.expectEcho(id);  // a host may bring back its own list of all values
+    }
+  }
 }
 
-void Plug::takePreferences() {
-  outputPeak.setBallistic(preferences.meterBallistic, getSampleRate());
-  engine.setAutolistenPassband(preferences.autolistenPassband);
-  engine.publish();
-  simpleNumbers.store(preferences.simpleNumbers, std::memory_order_relaxed);
-  gesturesOff.store(!preferences.gestures, std::memory_order_relaxed);
-  notifyAllOnBankSwitch.store(preferences.automateBanks, std::memory_order_relaxed);
+std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
+  std::int32_t taken = 0;
+  tellLoaded(isPreset, [&] { return (taken = chunks.set(data, byteSize, isPreset)) != 0; });
+  return taken;
+}
+
+void Plug::setDocument(const JsonNode* root, bool isPreset) {
+  tellLoaded(isPreset, [&] {
+    chunks.take(root, isPreset);
+    return true;
+  });
+}
+
+void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {
+  presets.restoreSnapshot(marker == historyPresetLoad, towardsRedo);
+}
+
+void Plug::loadDefaultBanks() {
+  // No host listens yet.
+  const auto take = [this](const std::string& bytes) {
+    chunks.set(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
+    return !chunkRefused();
+  };
+  loadDefaultBank(ownMachine.folders(), kOldBankExtension, take);
+  presets.setDefaultBankPath(loadDefaultBank(ownMachine.folders(), kBankExtension, take));
+}
+
+void Plug::applyGlobalPreferences() {
+  const Preferences wanted = Preferences::of(ownMachine.globals());
+  handOver.withEngine([&wanted, rate = getSampleRate()](compressor& it) {
+    it.setMeterBallistic(wanted.meterBallistic, static_cast<double>(rate));
+    it.setAutolistenPassband(wanted.autolistenPassband);
+  });
+  simpleNumbers.store(wanted.simpleNumbers, std::memory_order_relaxed);
+  host.setGesturesOff(!wanted.gestures);
+  input.setTellsBanks(wanted.automateBanks);
+  setCompressionLevel(9);
+}
+
+void Plug::setLoadingFlags(std::int32_t flags) {
+  loadingFlags.set(flags);
+  markChanged();
 }
 
 void Plug::setMeterDecay(double percent) {
   const double samples = (1.0 - percent * 0.01) * static_cast<double>(getSampleRate()) * 4.0;
-  const PlugBaseMutex::Scope lock(updateLock);
-  engine.setMeterDecay(std::exp(-2.0 / (samples + 0.02)));
-  engine.publish();
+  handOver.withEngine(
+      [samples](compressor& it) { it.setMeterDecay(std::exp(-2.0 / (samples + 0.02))); });
 }
-
-double Plug::getGainReduction(int selector) noexcept { return engine.getGainReduction(selector); }
-
-double Plug::getBandGain(int band, int parts, int channel) const noexcept {
-  return engine.getBandGain(band, parts, channel);
-}
-
-double Plug::getBandEnvelope(int band) const noexcept { return engine.getBandEnvelope(band); }
-
-double Plug::getBandLamp(int band, bool fast) const noexcept {
-  return engine.getBandLamp(band, fast);
-}
-
-double Plug::getBandGraphGain(int band) const noexcept { return engine.getBandGraphGain(band); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dynamics/output_peak.h"
+#include "state/globals.h"
 
 /// What an instance takes from the machine-wide preferences; the members start at their defaults.
 struct Preferences {
@@ -9,4 +10,6 @@ struct Preferences {
   bool simpleNumbers = false;       ///< "Number Format": "Simple"
   bool gestures = true;             ///< "VST Gestures"
   bool automateBanks = false;       ///< "A/B Automation": "All"
+
+  [[nodiscard]] static Preferences of(const Globals& globals);
 };

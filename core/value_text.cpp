@@ -5,8 +5,8 @@
 #include <cmath>
 #include <string_view>
 
-#include "core/parameter_ids.h"
 #include "core/parameter_table.h"
+#include "editing/parameter_ids.h"
 
 namespace {
 
@@ -228,6 +228,24 @@ std::string ownText(int row, double p, const ParameterRecord& record,
 }
 
 }  // namespace
+
+std::string valueText(const ParameterStore& values, int index, float normalised, bool simpleNumbers,
+                      bool showNote) {
+  const auto isOn = [&values](int id) { return values.plain(id) != 0.0F; };
+  ValueTextContext context;
+  context.extendedRanges = values.plain(kExtendedRanges);
+  context.extendedRatios = isOn(kExtendedRatios);
+  context.simpleNumbers = simpleNumbers;
+  if (isBandParameter(index)) {
+    const int band = bandOf(index);
+    context.ratioAbove = values.plain(bandParameterId(band, kB1Ratio));
+    context.ratioBelow = values.plain(bandParameterId(band, kB1RatioB));
+    context.dynamicEq = isOn(bandParameterId(band, kB1Type));
+    context.leftRight = isOn(bandParameterId(band, kB1LR));
+    context.scLeftRight = isOn(bandParameterId(band, kB1SCLR));
+  }
+  return valueText(index, values.toPlain(index, normalised), values.info(index), context, showNote);
+}
 
 int rangeMultiplier(float extendedRanges) noexcept {
   if (extendedRanges >= 2.0F) return 4;

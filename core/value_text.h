@@ -3,6 +3,7 @@
 #include <string>
 
 #include "host/parameter_record.h"
+#include "host/parameter_store.h"
 
 /// What the text of a value depends on besides the value itself: plain values of other parameters
 /// and one preference.
@@ -23,6 +24,10 @@ struct ValueTextContext {
 /// shown as a musical note with octave and cents. Pure; any thread.
 [[nodiscard]] std::string valueText(int index, float plain, const ParameterRecord& record,
                                     const ValueTextContext& context, bool showNote);
+
+/// The same for a value of 0..1 of the parameter in `values`, in range. Any thread.
+[[nodiscard]] std::string valueText(const ParameterStore& values, int index, float normalised,
+                                    bool simpleNumbers, bool showNote);
 
 /// The multiplier of `kB1Ceiling` and `kB1Floor`: 1, 2 or 4 for `kExtendedRanges` 0, 1 or 2.
 [[nodiscard]] int rangeMultiplier(float extendedRanges) noexcept;

@@ -38,6 +38,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   copySidechain(inputs + channels, sideChannels, frames);
 
   const Block block = beginBlock(frames, channels);
+  analyser.beginBlock();
   takeInput(inputs, block);
   resetChangedBands(block);
   resetReturning(block);
@@ -50,6 +51,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   loudness.measure(buffers->wet[0], buffers->wet[1], false, frames, channels);
   mixOutput(outputs, block);
   publishMeters(block);
+  feedEditor(outputs, block);
 }
 
 template void compressor::processBlock(float* const*, float* const*, int, int, int);
@@ -286,6 +288,19 @@ void compressor::mixOutput(Sample* const* outputs, const Block& block) noexcept 
       for (int i = 0; i < block.frames; ++i) output[i] = static_cast<Sample>(wet[i]);
     }
   }
+}
+
+template <typename Sample>
+void compressor::feedEditor(Sample* const* outputs, const Block& block) noexcept {
+  for (int c = 0; c < block.channels; ++c) {
+    const auto dryTrace = static_cast<AnalyserFeed::Trace>(AnalyserFeed::kDryLeft + c);
+    analyser.write(dryTrace, buffers->dry[static_cast<std::size_t>(c)], block.frames,
+                   block.settings.analyserGain);
+    if (outputs[c] == nullptr) continue;
+    analyser.write(static_cast<AnalyserFeed::Trace>(c), outputs[c], block.frames, 1.0);
+  }
+  analyser.endBlock(block.frames);
+  outputPeak.follow(outputs, block.channels, block.frames);
 }
 
 void compressor::storeMeters(const Block& block) noexcept {

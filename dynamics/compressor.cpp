@@ -66,6 +66,8 @@ void compressor::resetEngine() noexcept {
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
   meters.resetReaders();
+  analyser.reset();
+  outputPeak.reset();
   for (BandMeters& meter : bandMeters) meter.reset();
   delays.clear();
   sidechainLeft = 0;
@@ -97,13 +99,14 @@ void compressor::resetPath(int band) noexcept {
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
                           double wetDry) noexcept {
+  wanted.analyserGain = linearGain(outDb);
   EngineSettings::Gains& gains = wanted.gains;
   gains = {};
   if (bypass) {
     gains.wet = 0.0;
     gains.dry = 1.0;
   } else {
-    const double out = linearGain(outDb);
+    const double out = wanted.analyserGain;
     gains = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
   }
 }
@@ -113,6 +116,13 @@ void compressor::takeGains() noexcept {
   inputRamp.setTarget(gains.in);
   wetRamp.setTarget(gains.wet);
   dryRamp.setTarget(gains.dry);
+}
+
+bool compressor::setMeasuring(bool on) {
+  const PlugBaseMutex::Scope lock(measuringLock);
+  const bool was = loudness.measuring();
+  loudness.setMeasuring(on);
+  return was;
 }
 
 void compressor::setBand(int band, const BandSettings& path) noexcept {
@@ -240,12 +250,12 @@ void compressor::setAutolistenPassband(bool passband) noexcept {
   wanted.autolistenPassband = passband;
 }
 
-void compressor::setMeterDecay(double perSample) noexcept {
-  wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
+void compressor::setMeterBallistic(int ballistic, double rate) noexcept {
+  outputPeak.setBallistic(ballistic, rate);
 }
 
-const double* compressor::dryBlock(int channel) const noexcept {
-  return buffers->dry[static_cast<std::size_t>(channel)];
+void compressor::setMeterDecay(double perSample) noexcept {
+  wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
 }
 
 double compressor::getGainReduction(int selector) noexcept {

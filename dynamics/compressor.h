@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 
+#include "dynamics/analyser_feed.h"
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/delay_rings.h"
@@ -14,6 +15,7 @@
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/output_peak.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
@@ -50,7 +52,8 @@ class compressor {
   void announceBlockSize(int frames);
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
   void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
-  void setMeasuring(bool on) noexcept { loudness.setMeasuring(on); }
+  /// Of loudness; any control thread. Returns whether it was on.
+  bool setMeasuring(bool on);
   void setBand(int band, const BandSettings& settings) noexcept;
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
@@ -63,6 +66,7 @@ class compressor {
   void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
+  void setMeterBallistic(int ballistic, double rate) noexcept;  ///< as `OutputPeak::setBallistic`
   void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
   /// Makes the chain that of the layout; empty until the first call.
   void makeStagePlan();
@@ -88,12 +92,12 @@ class compressor {
   template <typename Sample>
   void processBlock(Sample* const* inputs, Sample* const* outputs, int frames, int mainChannels,
                     int sideChannels);
-  /// The block's input after trim and delays; valid until the next block.
-  [[nodiscard]] const double* dryBlock(int channel) const noexcept;
 
   // Anywhere.
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
   [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
+  [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return analyser; }
+  [[nodiscard]] double getOutputPeak(int channel) const noexcept { return outputPeak.peak(channel); }
   [[nodiscard]] double getGainReduction(int selector) noexcept;
   /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
   /// band.
@@ -183,6 +187,8 @@ class compressor {
                  const Block& block, int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int owner, const Block& block, int samples) noexcept;
   void storeMeters(const Block& block) noexcept;
+  template <typename Sample>
+  void feedEditor(Sample* const* outputs, const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
   [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept {
     return wanted.bands[static_cast<std::size_t>(band)];
@@ -198,7 +204,10 @@ class compressor {
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};
   LoudnessMeter loudness;
+  PlugBaseMutex measuringLock;
   MeterRings meters;
+  AnalyserFeed analyser;
+  OutputPeak outputPeak;
   std::array<BandMeters, kBands> bandMeters;
   std::array<ShownBand, kBands> shown;
   std::array<subband, kBands> subbands;

@@ -76,5 +76,6 @@ struct EngineSettings {
   Gains gains;
   int scListen = -1;  ///< the band whose sidechain is heard, or -1
   bool autolistenPassband = false;
+  double analyserGain = 1.0;  ///< linear, of the dry traces
   double meterDecay = 0.0;  ///< 0..1, the share that a peak keeps per sample
 };

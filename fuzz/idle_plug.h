@@ -9,5 +9,5 @@
 struct IdlePlug {
   Machine machine{std::make_unique<MemoryStore>(), {}};
   Plug plug{nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine};
-  Plug::UpdateHold hold{plug};
+  UpdateHold hold{plug.updates()};
 };

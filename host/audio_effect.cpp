@@ -95,10 +95,6 @@ std::int32_t AudioEffect::getInitialDelay() const noexcept {
       .load(relaxed);
 }
 
-std::int32_t AudioEffect::setInitialDelay(std::int32_t samples) noexcept {
-  return std::atomic_ref<std::int32_t>(cEffect.initialDelay).exchange(samples, relaxed);
-}
-
 void AudioEffect::setSampleRate(float newRate) {
   if (isSampleRate(static_cast<double>(newRate))) sampleRate.store(newRate, relaxed);
 }
@@ -123,7 +119,7 @@ void AudioEffect::setEditor(std::unique_ptr<AEffEditor> newEditor) {
 
 std::intptr_t AudioEffect::tellHost(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                     void* ptr, float opt) {
-  if (hostCallback == nullptr || keepsMessage(opcode, index)) return 0;
+  if (hostCallback == nullptr) return 0;
   return hostCallback(&cEffect, opcode, index, value, ptr, opt);
 }
 

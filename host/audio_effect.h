@@ -84,16 +84,12 @@ class AudioEffect {
   /// Null deletes the editor. Only while no other thread can reach the effect: at the end of a
   /// constructor and at the head of a destructor.
   void setEditor(std::unique_ptr<AEffEditor> newEditor);
+  [[nodiscard]] const std::unique_ptr<AEffEditor>& editorSlot() const noexcept {
+    return ownedEditor;
+  }
 
-  /// Stores the latency and returns the one before. The host is not told.
-  std::int32_t setInitialDelay(std::int32_t samples) noexcept;
   std::intptr_t tellHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                          void* ptr = nullptr, float opt = 0.0f);
-  /// Whether a message is not to go out now; the audio thread asks, too.
-  [[nodiscard]] virtual bool keepsMessage(std::int32_t /*opcode*/,
-                                          std::int32_t /*index*/) noexcept {
-    return false;
-  }
 
   AEffect cEffect{};
 

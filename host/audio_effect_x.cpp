@@ -73,8 +73,6 @@ void AudioEffectX::endEdit(std::int32_t index) { tellHost(kHostEndEdit, index); 
 
 void AudioEffectX::wantEvents() { tellHost(kHostWantMidi, 0, 1); }
 
-void AudioEffectX::ioChanged() { tellHost(kHostIoChanged); }
-
 std::intptr_t AudioEffectX::getProcessLevel() { return tellHost(kHostProcessLevel); }
 
 void AudioEffectX::getHostVendorString(std::span<char> text) {
@@ -87,8 +85,4 @@ void AudioEffectX::getHostVendorString(std::span<char> text) {
       std::min(static_cast<std::size_t>(end - answer.begin()), text.size() - 1);
   std::copy_n(answer.begin(), length, text.begin());
   text[length] = '\0';
-}
-
-void AudioEffectX::tellHostVendorSpecific(std::int32_t code, std::intptr_t value) {
-  tellHost(kHostVendorSpecific, code, value);
 }

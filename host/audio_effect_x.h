@@ -65,11 +65,9 @@ class AudioEffectX : public AudioEffect {
 
  protected:
   void wantEvents();  ///< asks the host for MIDI
-  void ioChanged();   ///< latency or channels are new
   [[nodiscard]] std::intptr_t getProcessLevel();
   /// Empties `text` when the host does not say.
   void getHostVendorString(std::span<char> text);
-  void tellHostVendorSpecific(std::int32_t code, std::intptr_t value);
 
  private:
   std::intptr_t dispatchProperties(std::int32_t opcode, std::int32_t index, void* ptr);

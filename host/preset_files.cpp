@@ -44,22 +44,24 @@ class FileLoadingScope {
   EditorState& editor;
 };
 
-/// Reads a file that a document is in; else tells the user, if `tells`.
-bool readDocument(const std::string& path, std::string& bytes, bool tells = true) {
+/// Reads a file that a document is in; null for any other, of which the user is told, if `tells`.
+JsonTree readDocumentFile(const std::string& path, bool tells = true) {
+  std::string bytes;
   const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes);
   const bool isTooLarge = error == std::errc::file_too_large;
   if (error && !isTooLarge) {
     if (tells) reportFileError(path, "rb");
-    return false;
+    return nullptr;
   }
   // Before anything is applied: locks and links would go even where a document is refused.
-  const bool isDocument = !isTooLarge && holdsDocument(bytes);
-  if (isDocument || !tells) return isDocument;
-  reportFileContent(
-      path,
-      bytes.empty() && !isTooLarge ? "is empty" : "holds no settings, or they have been damaged",
-      "Nothing has been changed");
-  return false;
+  JsonTree root = isTooLarge ? nullptr : readDocument(bytes);
+  if (root == nullptr && tells) {
+    reportFileContent(
+        path,
+        bytes.empty() && !isTooLarge ? "is empty" : "holds no settings, or they have been damaged",
+        "Nothing has been changed");
+  }
+  return root;
 }
 
 }  // namespace
@@ -153,12 +155,12 @@ bool PresetFiles::clampPlace(const Target& target) {
 bool PresetFiles::loadEntry(const Target& target, bool tells) {
   const PresetMenu::Entry& entry = *target.entry();
   if (entry.submenu != nullptr) return false;
-  std::string bytes;
   const std::string path = target.menu->path + entry.text + "." + kPresetExtension;
-  if (!readDocument(path, bytes, tells)) return false;
+  const JsonTree root = readDocumentFile(path, tells);
+  if (root == nullptr) return false;
   const PlugBase::StateScope scope(plug);
   const Place to = {target.menu->path, static_cast<int>(target.index)};
-  return takeDocument(bytes, true, entry.text, place(), to);
+  return takeDocument(root.get(), true, entry.text, place(), to);
 }
 
 bool PresetFiles::previousEnabled() const { return editor.lastPreset > 0; }
@@ -223,21 +225,21 @@ bool PresetFiles::loadPresetFile(const std::string& path) {
   const FileName file = splitName(path);
   const bool isPreset = file.extension != kBankExtension;
   const bool isNamed = !isPreset || file.extension == kPresetExtension;
-  std::string bytes;
-  if (!readDocument(path, bytes)) return false;
+  const JsonTree root = readDocumentFile(path);
+  if (root == nullptr) return false;
   const PlugBase::StateScope scope(plug);
-  return takeDocument(bytes, isPreset, isNamed ? file.base : std::string(), {{}, -1}, place());
+  return takeDocument(root.get(), isPreset, isNamed ? file.base : std::string(), {{}, -1}, place());
 }
 
 /// In a scope. An empty `name` leaves that of the document. What is undone returns to `from`; a
 /// preset, which may hold the place where it was saved, leads to `to`.
-bool PresetFiles::takeDocument(const std::string& bytes, bool isPreset, const std::string& name,
+bool PresetFiles::takeDocument(const JsonNode* root, bool isPreset, const std::string& name,
                                const Place& from, const Place& to) {
   const FileLoadingScope loading(editor);
   StateSnapshot before = takeSnapshot(isPreset, from);
   if (before.data.empty()) return false;
   undoStates.reserve(undoStates.size() + 1);
-  plug.setChunk(bytes.data(), static_cast<std::int32_t>(bytes.size()), isPreset);
+  plug.setDocument(root, isPreset);
   undoStates.push_back(std::move(before));  // not of a load that has failed
   if (isPreset) setPlace(to);
   if (!name.empty()) plug.setProgramName(name.c_str());

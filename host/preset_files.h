@@ -88,8 +88,8 @@ class PresetFiles {
   void step(int by);
   [[nodiscard]] bool clampPlace(const Target& target);
   bool loadEntry(const Target& target, bool tells = true);
-  bool takeDocument(const std::string& bytes, bool isPreset, const std::string& name,
-                    const Place& from, const Place& to);
+  bool takeDocument(const JsonNode* root, bool isPreset, const std::string& name, const Place& from,
+                    const Place& to);
   [[nodiscard]] StateSnapshot takeSnapshot(bool isPreset, const Place& toReturnTo);
   [[nodiscard]] std::string programName();
   void updatePresetButtons() { editor.presetNameStale = true; }

@@ -84,11 +84,12 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
   return text;
 }
 
-bool holdsDocument(std::string_view bytes) {
-  if (bytes.size() > kMostDocumentBytes) return false;
+JsonTree readDocument(std::string_view bytes) {
+  // Bytes that do not unpack are no document either, and no more of them than one can have.
+  if (bytes.size() > kMostDocumentBytes) return nullptr;
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);
-  const JsonTree root = parsedJson(text->c_str());
-  return jsonIsType(root.get(), kJsonObject);
+  JsonTree root = parsedJson(text->c_str());
+  return jsonIsType(root.get(), kJsonObject) ? std::move(root) : nullptr;
 }

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "state/json_document.h"
+
 /// The bytes "ZIP " that tell a packed chunk from plain text.
 inline constexpr std::string_view kPackedMark = "ZIP ";
 
@@ -18,6 +20,6 @@ inline constexpr std::string_view kPackedMark = "ZIP ";
 /// std::bad_alloc.
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
 
-/// Whether `bytes`, packed or plain, are a document: text that holds an object, of a size that
-/// documents have. Throws std::bad_alloc.
-[[nodiscard]] bool holdsDocument(std::string_view bytes);
+/// The root of the document that `bytes`, packed or plain, are: text that holds an object, of a
+/// size that documents have; null for any other. Throws std::bad_alloc.
+[[nodiscard]] JsonTree readDocument(std::string_view bytes);

@@ -371,13 +371,13 @@ AAX_Result AAXWrap_Parameters::restoreControls(const AAX_SPlugInChunk& chunk) {
     const auto values = readControlsChunk(std::span<const char>(chunk.fData, size));
     if (!values) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
     const AAX_IParameter* const selector = effectParameter(kABBank);
-    const Plug::UpdateHold together(*effect);
+    const UpdateHold together(effect->updates());
     for (const AaxControlValue& value : *values) {
       if (selector == nullptr || value.id != selector->Identifier()) continue;
       SetParameterNormalizedValue(value.id.c_str(), value.normalised);
     }
     const AAX_Result result = AAX_CEffectParameters::SetChunk(kAAX_ControlsChunkID, &chunk);
-    effect->repairChain();
+    effect->edits().chain.repair();
     return result;
   });
 }

@@ -69,7 +69,7 @@ void ControlExchange::deliverNews() {
   confirmed.takeAll([this](int id) { held[at(id)].store(portValue(id), kAlone); });
   if (!offered.any() && !effect.isUpdateMissing()) return;
   {
-    const Plug::UpdateHold together(effect);
+    const UpdateHold together(effect.updates());
     deliverOffered(alone.exchange(false, kAlone));
     // New filters at once: whoever moves a port has waited for its block already.
     effect.updateDsp(true);

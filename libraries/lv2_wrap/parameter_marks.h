@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 
 namespace lv2 {
 

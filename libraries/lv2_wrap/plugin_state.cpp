@@ -55,7 +55,8 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     return LV2_STATE_SUCCESS;
   }
   const std::string_view chunk = bytes != nullptr ? std::string_view(bytes, size) : newState;
-  if (chunk.size() > std::numeric_limits<std::int32_t>::max() || !holdsDocument(chunk)) {
+  const JsonTree root = readDocument(chunk);
+  if (root == nullptr) {
     lv2_log_error(const_cast<LV2_Log_Logger*>(&features.logger),
                   "Corvanthelis: the stored state is damaged and was not loaded\n");
     return LV2_STATE_ERR_UNKNOWN;
@@ -68,8 +69,8 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     const auto* const vector = static_cast<const LV2_Atom_Vector_Body*>(ports);
     if (vector->child_type == urids.atomFloat) std::memcpy(&values, ports, size);
   }
-  controls.aroundLoading([this, chunk, &values] {
-    effect.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
+  controls.aroundLoading([this, &root, &values] {
+    effect.setDocument(root.get(), false);
     for (int place = 0; place < kNumParams; ++place) {
       controls.assumePort(parameterInPlace(place), values.plain[at(place)]);
     }

@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 
 /// The plug-ins of the bundle and the order of their ports. Sessions store port numbers: the order
 /// is fixed for ever, new ports go to the end.

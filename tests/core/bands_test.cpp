@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "core/band_actions.h"
-#include "core/crossover_spacing.h"
+#include "editing/band_actions.h"
+#include "editing/crossover_spacing.h"
 #include "tests/core/plug_rig.h"
 
 namespace {

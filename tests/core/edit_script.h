@@ -19,9 +19,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/band_actions.h"
-#include "core/bank_selector.h"
-#include "core/group_edit.h"
+#include "editing/band_actions.h"
+#include "editing/bank_selector.h"
+#include "editing/group_edit.h"
 #include "host/alerts.h"
 #include "state/chunk_codec.h"
 #include "tests/core/plug_rig.h"

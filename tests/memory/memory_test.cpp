@@ -20,7 +20,7 @@
 
 #include "apps/aax_host/aax_library.h"
 #include "apps/aax_host/hosted_instance.h"
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/memory/memory_walk.h"
 #include "tests/support/host_memory.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/parameter_ids.h"
+#include "editing/parameter_ids.h"
 #include "libraries/lv2_wrap/turtle/turtle_text.h"
 
 namespace lv2 {

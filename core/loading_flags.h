@@ -1,0 +1,22 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "state/user_store.h"
+
+/// What preset files carry besides parameters; stored for the machine. Threads: any but the audio
+/// thread.
+class LoadingFlags {
+ public:
+  /// The editor's part is saved and restored with presets.
+  static constexpr std::int32_t kCarriesEditor = 1;
+
+  explicit LoadingFlags(UserStore& userStore) noexcept : store(userStore) {}
+  [[nodiscard]] std::int32_t get();
+  void set(std::int32_t flags);
+
+ private:
+  UserStore& store;
+  std::atomic<std::int32_t> latest{-1};
+};

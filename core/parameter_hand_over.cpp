@@ -1,0 +1,252 @@
+#include "core/parameter_hand_over.h"
+
+#include <cstddef>
+#include <new>
+#include <utility>
+
+#include "core/band_parameters.h"
+#include "core/value_text.h"
+
+namespace {
+
+constexpr auto kAlone = std::memory_order_relaxed;
+
+// What of a band may be due.
+enum : std::uint32_t {
+  kPlace = 1,       // where it sits in the chain
+  kFilter = 2,      // the filter of a dynamic EQ band
+  kDynamics = 4,    // its detectors
+  kPath = 8,        // gains, listening, position
+  kLinkage = 16,    // how its sidechain's channels are linked
+  kRoute = 32,      // where its sidechain comes from
+  kSidechain = 64,  // the filters of its sidechain
+  kAllOfBand = 127,
+};
+
+// What of the whole.
+enum : std::uint32_t {
+  kOrder = 1,  // of the bands in the chain
+  kSplits = 2,
+  kGlobals = 4,
+  kPlan = 8,  // the chain as a block follows it
+  kAllOfWhole = 15,
+};
+
+/// What depends on a row of a band.
+constexpr std::uint32_t dependsOnRow(int row) noexcept {
+  switch (row) {
+    case kB1State:
+    case kB1Type:
+      return kPlace | kFilter | kPath;
+    case kB1Frequency:
+      return kPlace | kFilter;
+    case kB1SubType:
+    case kB1Slope:
+    case kB1Slope2:
+    case kB1Q:
+      return kFilter;
+    case kB1Bypass:
+    case kB1Solo:
+    case kB1LR:
+    case kB1Position:
+    case kB1Gain:
+    case kB1DryGain:
+      return kPath;
+    case kB1SCSrc:
+    case kB1SCSBand:
+      return kRoute;
+    case kB1SCLR:
+    case kB1SCPos:
+    case kB1SCLink:
+      return kLinkage;
+    default:
+      return row < kB1SCSrc ? kDynamics : kSidechain;
+  }
+}
+
+constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
+  return id == kBandOrder ? kOrder : kGlobals;
+}
+
+}  // namespace
+
+ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& driven,
+                                     const std::atomic<bool>& offline, Clock whatTime)
+    : values(store), engine(driven), isOffline(offline), clock(std::move(whatTime)) {
+  everythingChanged();
+}
+
+void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
+  // Release: whoever takes the mark sees the value.
+  constexpr auto kAfterValue = std::memory_order_release;
+  if (isBandParameter(index)) {
+    const int row = bandOneIdOf(index);
+    changedBands[static_cast<std::size_t>(bandOf(index))].fetch_or(dependsOnRow(row), kAfterValue);
+    if (row == kB1Slope) changedWhole.fetch_or(kSplits, kAfterValue);
+    if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, kAfterValue);
+    return;
+  }
+  changedWhole.fetch_or(dependsOnGlobal(index), kAfterValue);
+  if (index != kExtendedRanges && index != kExtendedRatios) return;
+  for (auto& band : changedBands) band.fetch_or(kDynamics, kAfterValue);
+}
+
+void ParameterHandOver::everythingChanged() noexcept {
+  for (auto& band : changedBands) band.store(kAllOfBand, kAlone);
+  changedWhole.store(kAllOfWhole, std::memory_order_release);
+}
+
+void ParameterHandOver::collect() noexcept {
+  constexpr auto kWithValue = std::memory_order_acquire;
+  for (std::size_t band = 0; band < kNumBands; ++band) {
+    if (changedBands[band].load(kAlone) == 0) continue;
+    due.bands[band] |= changedBands[band].exchange(0, kWithValue);
+  }
+  if (changedWhole.load(kAlone) != 0) due.whole |= changedWhole.exchange(0, kWithValue);
+}
+
+void ParameterHandOver::update(bool force) {
+  const PlugBaseMutex::Scope scope(lock);
+  if (force) gate.force();  // holds for the end of a hold, too
+  if (holds == 0) handOver(false);
+}
+
+void ParameterHandOver::hold() {
+  const PlugBaseMutex::Scope scope(lock);
+  ++holds;
+}
+
+void ParameterHandOver::release() {
+  const PlugBaseMutex::Scope scope(lock);
+  if (--holds == 0) handOver(true);
+}
+
+bool ParameterHandOver::isHeld() {
+  const PlugBaseMutex::Scope scope(lock);
+  return holds > 0;
+}
+
+float ParameterHandOver::moveBand(int band, int list, double frequency) {
+  const PlugBaseMutex::Scope scope(lock);
+  engine.layout.moveBand(band, list, frequency);
+  due.whole |= kOrder;
+  return static_cast<float>(engine.layout.bandOrderValue());
+}
+
+void ParameterHandOver::handOver(bool asOne) {
+  collect();
+  try {
+    handOverDue(asOne);
+    missing.store(false, kAlone);
+  } catch (const std::bad_alloc&) {
+    gate.owe();
+    missing.store(true, kAlone);
+  }
+}
+
+template <typename Run>
+void ParameterHandOver::forDueBands(std::uint32_t what, const Run& run) {
+  for (int band = 0; band < kNumBands; ++band) {
+    std::uint32_t& bandDue = due.bands[static_cast<std::size_t>(band)];
+    if ((bandDue & what) == 0) continue;
+    run(band);
+    bandDue &= ~what;  // still due if it has thrown
+  }
+}
+
+template <typename Run>
+void ParameterHandOver::ifDue(std::uint32_t what, const Run& run) {
+  if ((due.whole & what) == 0) return;
+  run();
+  due.whole &= ~what;
+}
+
+void ParameterHandOver::handOverDue(bool asOne) {
+  forDueBands(kPlace, [this](int band) {
+    updatePlace(band);
+    due.whole |= kOrder;
+  });
+  forDueBands(kFilter, [this](int band) { updateFilter(band); });
+  ifDue(kOrder, [this] { arrange(); });
+  ifDue(kSplits, [this] { updateSplits(); });
+  // What changes as one with the chain includes the filters of a band that comes.
+  if (asOne && (due.whole & kPlan) != 0 && engine.planIsDue()) gate.force();
+  if (gate.opens(clock(), isOffline.load(kAlone))) redesign();
+  ifDue(kGlobals, [this] { updateGlobals(); });
+  forDueBands(kDynamics, [this](int band) { updateDynamics(band); });
+  forDueBands(kPath, [this](int band) { engine.setBand(band, bandSettings(values, band)); });
+  forDueBands(kLinkage, [this](int band) { updateLinkage(band); });
+  forDueBands(kRoute, [this](int band) { updateRoute(band); });
+  ifDue(kPlan, [this] { engine.makeStagePlan(); });
+  engine.publish();
+}
+
+/// Where a band sits in the chain.
+void ParameterHandOver::updatePlace(int band) {
+  BandLayout& layout = engine.layout;
+  const BandLayout::Scope scope(layout);
+  const auto index = static_cast<std::size_t>(band);
+  layout.state[index] = isOn(bandParameterId(band, kB1State));
+  layout.isXover[index] = !isOn(bandParameterId(band, kB1Type));
+  layout.frequency[index] = static_cast<double>(plain(bandParameterId(band, kB1Frequency)));
+}
+
+/// What lifts a dynamic EQ band out; another band has none.
+void ParameterHandOver::updateFilter(int band) {
+  const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
+  if (row(kB1State) == 0.0F || row(kB1Type) == 0.0F) return;
+  engine.configureFilters(band, static_cast<int>(row(kB1SubType)), row(kB1Frequency), row(kB1Slope),
+                          row(kB1Q), row(kB1Slope2));
+}
+
+/// By the order of bands, which the places in the XOver list follow.
+void ParameterHandOver::arrange() {
+  // An order that breaks the chain keeps the last valid one.
+  engine.layout.applyBandOrder(static_cast<double>(plain(kBandOrder)));
+  due.whole |= kSplits | kPlan;
+  for (std::uint32_t& band : due.bands) band |= kRoute;
+}
+
+void ParameterHandOver::updateSplits() {
+  std::array<double, kNumBands> slopes{};
+  for (int band = 0; band < kNumBands; ++band) {
+    slopes[static_cast<std::size_t>(band)] =
+        static_cast<double>(plain(bandParameterId(band, kB1Slope)));
+  }
+  engine.setSplits(slopes);
+}
+
+void ParameterHandOver::redesign() {
+  forDueBands(kSidechain, [this](int band) {
+    engine.setSidechainFilters(band, bandSidechainFilters(values, band));
+  });
+  engine.rebuildKernels();
+}
+
+void ParameterHandOver::updateGlobals() {
+  if (!isOn(kAutoGain)) engine.setMeasuring(false);
+  engine.setGains(static_cast<double>(plain(kIpTrim)), static_cast<double>(plain(kOpTrim)),
+                  isOn(kBypass), isOn(kListen), static_cast<double>(values.normalised(kWetDry)));
+  const int row = isOffline.load(kAlone) ? kOversampleOL : kOversample;
+  engine.setOversampling(static_cast<Oversampling>(static_cast<int>(plain(row))));
+  engine.setScListen(static_cast<int>(plain(kSCListen)));
+  engine.setExpandMode(isOn(kLogBehaviour));
+}
+
+void ParameterHandOver::updateDynamics(int band) {
+  engine.setDynamics(band, bandDynamics(values, band, rangeMultiplier(plain(kExtendedRanges)),
+                                        isOn(kExtendedRatios) ? 2.0 : 1.0));
+}
+
+void ParameterHandOver::updateLinkage(int band) {
+  const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
+  engine.setSidechainLinkage(band, row(kB1SCLR) != 0.0F, static_cast<int>(row(kB1SCPos)),
+                             1.0 - static_cast<double>(row(kB1SCLink)) * 0.01);
+}
+
+void ParameterHandOver::updateRoute(int band) {
+  const auto row = [this, band](int id) {
+    return static_cast<int>(plain(bandParameterId(band, id)));
+  };
+  engine.setSidechainRoute(band, {row(kB1SCSrc), engine.layout.crossoverIndex(row(kB1SCSBand))});
+}

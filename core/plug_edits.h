@@ -1,0 +1,111 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+
+#include "core/band_rules.h"
+#include "core/parameter_hand_over.h"
+#include "editing/auto_gain.h"
+#include "editing/band_files.h"
+#include "editing/band_operations.h"
+#include "editing/chain_repair.h"
+#include "editing/crossover_edits.h"
+#include "editing/edited_parameters.h"
+#include "editing/linked_edits.h"
+#include "host/edit_gestures.h"
+#include "host/edit_history.h"
+#include "host/editor_state.h"
+#include "host/host_link.h"
+#include "host/parameter_input.h"
+#include "host/parameter_store.h"
+#include "state/install_folders.h"
+
+/// The parts of an effect that edits reach.
+struct EditedParts {
+  ParameterStore& values;
+  ParameterInput& input;
+  HostLink& host;
+  EditHistory& history;
+  EditGestures& gestures;
+  BandRules& rules;
+  ParameterHandOver& handOver;
+  compressor& engine;
+  EditorState& editor;
+  std::atomic<bool>& stateChanged;
+};
+
+/// The effect's parameters as edits see them, and the edits that follow all others: neighbours in
+/// the crossover, links, Auto Gain. Threads: control threads.
+class PlugEdits final : public EditedParameters {
+ public:
+  PlugEdits(const EditedParts& parts, const InstallFolders& folders);
+
+  [[nodiscard]] float get(int id) const override { return the.values.normalised(id); }
+  [[nodiscard]] float getPlain(int id) const override { return the.values.plain(id); }
+  [[nodiscard]] float toPlain(int id, float normalised) const override {
+    return the.values.toPlain(id, normalised);
+  }
+  [[nodiscard]] float toNormalised(int id, float plain) const override {
+    return the.values.toNormalised(id, plain);
+  }
+  /// Of the band template: the value that double clicks and new bands go to.
+  [[nodiscard]] float getDefault(int id) const override;
+  void setDefault(int id, float normalised) override;
+
+  void set(int id, float normalised) override { crossover.automate(id, normalised); }
+  void setAmongNeighbours(int id, float normalised) override { the.input.automate(id, normalised); }
+  void setAlone(int id, float normalised) override { the.input.put(id, normalised); }
+  void align(int id) override { the.input.align(id); }
+
+  /// All that the gesture may change is noted by the time it begins: the group for the history need
+  /// not wait for an end that may not come.
+  void begin(int id) override;
+  void end(int id) override;
+  [[nodiscard]] bool isOpen(int id) const override { return the.gestures.isOpen(id); }
+  void endLost(int id) override;
+  void tellGesture(int id, bool begins) override { the.host.tellGesture(id, begins); }
+  void tellInGesture(int id) override { the.host.tellInGesture(id); }
+
+  void beginStep() override { the.history.beginGroup(); }
+  void endStep() override { the.history.endGroup(); }
+  void endStepWithEdit(int id) override { the.history.endGroupWithEdit(id); }
+  void note(int id) override { the.history.begin(id); }
+  void endNote(int id) override { the.history.end(id); }
+
+  [[nodiscard]] bool isLocked(int id) const override { return the.rules.locked.get(id); }
+  [[nodiscard]] bool isLinked(int id) const override { return the.rules.linked.get(id); }
+  void setLocked(int id, bool on) override;
+  void setLinked(int id, bool on) override;
+  // 32 flags to a word, parameter 0 in the lowest bit of the first; what lies beyond the words
+  // given stays.
+  void setLockWords(std::span<const std::int32_t> words);
+  void setLinkWords(std::span<const std::int32_t> words);
+
+  void hold() override { the.handOver.hold(); }
+  void release() override { the.handOver.release(); }
+  [[nodiscard]] bool neighboursGiveWay() const override;
+  [[nodiscard]] BandLayout& layout() override { return the.engine.layout; }
+  float moveBand(int band, int list, double frequency) override {
+    return the.handOver.moveBand(band, list, frequency);
+  }
+
+  [[nodiscard]] int currentBank() const override { return the.values.currentBank(); }
+  void copyToBank(int bank) override { the.input.copyToBank(bank); }
+  void markChanged() override { the.stateChanged.store(true, std::memory_order_release); }
+  [[nodiscard]] const ParameterKeys& keys() const override { return the.values.keys(); }
+
+ private:
+  void flagsChanged() noexcept;
+
+  const EditedParts the;
+  ProgramRecord bandTemplate;
+  LinkedEdits links{*this};
+  CrossoverEdits crossover{*this, links};
+
+ public:
+  AutoGain autoGain{*this, the.engine};
+  BandOperations bands{*this, crossover, links};
+  BandFiles bandFiles;
+  ChainKeeper chain{*this};
+};

@@ -1,0 +1,13 @@
+#include "core/preferences.h"
+
+Preferences Preferences::of(const Globals& globals) {
+  constexpr int kNoTable = -1;  // stands for every preference then
+  const auto choice = [&globals](const char* key) { return globals.getGlobal(key, kNoTable); };
+  Preferences wanted;
+  wanted.meterBallistic = choice("Meter Ballistic");
+  wanted.autolistenPassband = choice("Autolisten") != 0;
+  wanted.simpleNumbers = choice("Number Format") != 0;
+  wanted.gestures = choice("VST Gestures") != 0;
+  wanted.automateBanks = choice("A/B Automation") != 0;
+  return wanted;
+}

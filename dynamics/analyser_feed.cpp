@@ -1,0 +1,34 @@
+#include "dynamics/analyser_feed.h"
+
+void AnalyserFeed::reset() noexcept {
+  for (auto& ring : rings) ring.clear();
+  written = 0;
+  traceEnds.fill(0);
+  beginBlock();
+}
+
+void AnalyserFeed::beginBlock() noexcept {
+  analyserWrite.store(static_cast<std::uint32_t>(written % kSize), std::memory_order_release);
+}
+
+template <typename Sample>
+void AnalyserFeed::write(Trace trace, const Sample* signal, int frames, double gain) noexcept {
+  auto& ring = rings[static_cast<std::size_t>(trace)];
+  std::uint64_t& end = traceEnds[static_cast<std::size_t>(trace)];
+  if (end != written) ring.clear();
+  end = written + static_cast<std::uint64_t>(frames);
+  for (int i = 0; i < frames; ++i) {
+    ring.store(written + static_cast<std::uint64_t>(i), static_cast<double>(signal[i]) * gain);
+  }
+}
+
+template void AnalyserFeed::write(Trace, const float*, int, double) noexcept;
+template void AnalyserFeed::write(Trace, const double*, int, double) noexcept;
+
+void AnalyserFeed::copyLatest(const std::array<std::span<double>, kTraces>& traces) const noexcept {
+  const std::size_t end = analyserWrite.load(std::memory_order_acquire) + kSize;
+  for (std::size_t t = 0; t < traces.size(); ++t) {
+    const std::size_t count = traces[t].size();
+    for (std::size_t i = 0; i < count; ++i) traces[t][i] = rings[t].load(end - count + i);
+  }
+}

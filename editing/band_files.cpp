@@ -1,0 +1,147 @@
+#include "editing/band_files.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "editing/edited_parameters.h"
+#include "host/file_errors.h"
+#include "host/parameter_keys.h"
+#include "platform/whole_file.h"
+#include "state/document_keys.h"
+#include "state/install_folders.h"
+#include "state/json_memory.h"
+#include "state/json_writer.h"
+
+namespace {
+
+constexpr const char* kDefaultFile = "Default Band.cvb";
+constexpr const char* kFactoryFile = "Factory Band.cvb";
+constexpr const char* kNoBandFile = "is no band file";
+
+constexpr bool isBand(int band) noexcept { return band >= 0 && band < kNumBands; }
+
+/// The place in the file's list of rows that has this key: `hint` if that does, since files have
+/// the order of the list. Past the end for a key that is none.
+std::size_t placeOf(const ParameterKeys& keys, const char* key, std::size_t hint) {
+  if (hint < kBandFileRows.size() && keys.name(kBandFileRows.at(hint)) == key) return hint;
+  const auto* const found = std::find(kBandFileRows.begin(), kBandFileRows.end(), keys.find(key));
+  return static_cast<std::size_t>(found - kBandFileRows.begin());
+}
+
+}  // namespace
+
+std::int32_t BandFiles::saveBand(std::string& text, int band) const {
+  if (!isBand(band)) return 0;
+  const JsonTree root(jsonCreateObject());
+  JsonWriter params(JsonWriter(root.get()).add(documentKey::kBandParameters, jsonCreateObject()));
+  const bool isDynamicEq = parameters.getPlain(bandParameterId(band, kB1Type)) != 0.0F;
+  for (const std::int32_t row : kBandFileRows) {
+    auto plain = static_cast<double>(parameters.getPlain(bandParameterId(band, row)));
+    if (row == kB1Slope && isDynamicEq) plain = std::floor(plain / 6.0) * 6.0;
+    params.add(parameters.keys().name(row).c_str(), jsonCreateNumber(plain));
+  }
+  const JsonText printed(made(jsonPrintFormatted(root.get())));
+  text = printed.get();
+  return static_cast<std::int32_t>(text.size()) + 1;
+}
+
+std::optional<BandFiles::Values> BandFiles::parse(const std::string& text) const {
+  const JsonTree root = parsedJson(text.c_str());
+  if (!jsonIsType(root.get(), kJsonObject)) return std::nullopt;
+  const JsonNode* const params = jsonGetObjectItem(root.get(), documentKey::kBandParameters);
+  if (!jsonIsType(params, kJsonObject)) return std::nullopt;
+  Values values{};
+  std::size_t hint = 0;
+  for (const JsonNode* member = params->child; member != nullptr; member = member->next, ++hint) {
+    const std::size_t place =
+        member->key != nullptr ? placeOf(parameters.keys(), member->key, hint) : values.size();
+    const auto plain =
+        jsonIsType(member, kJsonNumber) ? static_cast<float>(member->valueDouble) : 0.0F;
+    if (place < values.size() && std::isfinite(plain)) values.at(place) = plain;
+  }
+  return values;
+}
+
+void BandFiles::apply(int band, const Values& values) {
+  const EditHold hold(parameters);
+  parameters.beginStep();
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const auto& plain = values.at(i);
+    if (plain) editPlain(parameters, bandParameterId(band, kBandFileRows.at(i)), *plain);
+  }
+  parameters.endStep();
+}
+
+bool BandFiles::loadBandFromText(const char* text, std::size_t size, int band) {
+  if (text == nullptr || !isBand(band)) return false;
+  const auto values = parse(std::string(text, size));
+  if (values) apply(band, *values);
+  return values.has_value();
+}
+
+void BandFiles::resetBand(int band) {
+  if (!isBand(band)) return;
+  Values values{};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const int id = bandParameterId(band, kBandFileRows.at(i));
+    values.at(i) = parameters.toPlain(id, parameters.getDefault(id));
+  }
+  apply(band, values);
+}
+
+void BandFiles::loadBandTemplate() {
+  const std::string text = loadInstallFile(folders, kDefaultFile, kFactoryFile, defaultPath);
+  if (isTooLargeToLoad(defaultPath)) {
+    reportFileContent(defaultPath, "is too large for a band", "It has been passed over");
+  }
+  if (text.empty()) return;
+  const auto values = parse(text);
+  if (!values) {
+    // Either file may have been the one.
+    std::string bytes;
+    const bool isFactory = static_cast<bool>(readWholeFile(defaultPath, bytes, kMostDocumentBytes));
+    reportFileContent(isFactory ? kFactoryFile : defaultPath, kNoBandFile,
+                      "New bands begin with the program's own settings");
+    return;
+  }
+  for (std::size_t i = 0; i < values->size(); ++i) {
+    const auto& plain = values->at(i);
+    for (int band = 0; plain && band < kNumBands; ++band) {
+      const int id = bandParameterId(band, kBandFileRows.at(i));
+      parameters.setDefault(id, parameters.toNormalised(id, *plain));
+    }
+  }
+}
+
+bool BandFiles::writeBand(const std::string& path, int band) const {
+  std::string text;
+  saveBand(text, band);
+  text.push_back('\0');
+  return !writeWholeFile(path, text);
+}
+
+void BandFiles::saveDefaultBand(int band) {
+  if (!isBand(band) || defaultPath.empty()) return;
+  if (makeFolders(folders.install)) return;
+  if (writeBand(defaultPath, band)) loadBandTemplate();
+}
+
+bool BandFiles::saveBandFile(const std::string& path, int band) const {
+  if (!isBand(band)) return false;
+  if (writeBand(path, band)) return true;
+  reportFileError(path, "wb");
+  return false;
+}
+
+bool BandFiles::loadBandFile(const std::string& path, int band) {
+  if (!isBand(band)) return false;
+  std::string text;
+  const std::error_code error = readWholeFile(path, text, kMostDocumentBytes);
+  if (error && error != std::errc::file_too_large) {
+    reportFileError(path, "rb");
+    return false;
+  }
+  if (!error && loadBandFromText(text.data(), text.size(), band)) return true;
+  reportFileContent(path, kNoBandFile, "The band has not been changed");
+  return false;
+}

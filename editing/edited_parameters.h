@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+
+class BandLayout;
+class ParameterKeys;
+
+/// The parameters of an effect as edits see them: what people do to an effect is done through this.
+///
+/// `normalised` is 0..1, `plain` in the unit of the parameter's label. Ids out of range read 0 and
+/// are ignored. Threads: control threads.
+class EditedParameters {
+ public:
+  EditedParameters() = default;
+  virtual ~EditedParameters() = default;
+  EditedParameters(const EditedParameters&) = delete;
+  EditedParameters& operator=(const EditedParameters&) = delete;
+
+  // Values.
+  [[nodiscard]] virtual float get(int id) const = 0;  ///< normalised
+  [[nodiscard]] virtual float getPlain(int id) const = 0;
+  [[nodiscard]] virtual float toPlain(int id, float normalised) const = 0;
+  [[nodiscard]] virtual float toNormalised(int id, float plain) const = 0;
+  [[nodiscard]] virtual float getDefault(int id) const = 0;
+  virtual void setDefault(int id, float normalised) = 0;
+  [[nodiscard]] bool isOn(int id) const { return getPlain(id) != 0.0F; }
+
+  /// As a user's control does: a locked parameter stays, linked ones follow, neighbours in the
+  /// crossover give way, and the host is told.
+  virtual void set(int id, float normalised) = 0;
+  /// The same, but nobody gives way.
+  virtual void setAmongNeighbours(int id, float normalised) = 0;
+  /// This parameter alone, locked or not; the host is not told.
+  virtual void setAlone(int id, float normalised) = 0;
+  /// All that are linked with it take its value.
+  virtual void align(int id) = 0;
+
+  // Edits: a gesture of the user's, as host and history see it.
+  virtual void begin(int id) = 0;
+  virtual void end(int id) = 0;
+  [[nodiscard]] virtual bool isOpen(int id) const = 0;
+  /// Ends an edit whose own end has been lost.
+  virtual void endLost(int id) = 0;
+  /// The messages to the host alone, unless it is to have none.
+  virtual void tellGesture(int id, bool begins) = 0;
+  virtual void tellInGesture(int id) = 0;  ///< the present value
+
+  // Steps of the history; within a step others are part of it.
+  virtual void beginStep() = 0;
+  virtual void endStep() = 0;
+  /// The step ends when the edit of this parameter has begun, which belongs to it.
+  virtual void endStepWithEdit(int id) = 0;
+  // Notes a change for the step, without a gesture; what has not changed is forgotten at its end.
+  virtual void note(int id) = 0;
+  virtual void endNote(int id) = 0;
+
+  // Locks and links.
+  [[nodiscard]] virtual bool isLocked(int id) const = 0;
+  [[nodiscard]] virtual bool isLinked(int id) const = 0;
+  virtual void setLocked(int id, bool on) = 0;
+  virtual void setLinked(int id, bool on) = 0;
+
+  // The engine.
+  /// Several parameters change as one from the first to the last of these; they count.
+  virtual void hold() = 0;
+  virtual void release() = 0;
+  /// Bands of the crossover give way to one that moves: not while a state is being loaded, a step
+  /// of the history is being done, or several parameters change as one.
+  [[nodiscard]] virtual bool neighboursGiveWay() const = 0;
+  [[nodiscard]] virtual BandLayout& layout() = 0;
+  /// Moves a band in the layout, ahead of its parameters and while these are held. Returns the
+  /// order that results, as `kBandOrder` holds it.
+  virtual float moveBand(int band, int list, double frequency) = 0;
+
+  // Banks, and what documents hold besides.
+  [[nodiscard]] virtual int currentBank() const = 0;
+  virtual void copyToBank(int bank) = 0;
+  virtual void markChanged() = 0;
+  [[nodiscard]] virtual const ParameterKeys& keys() const = 0;
+};
+
+/// Several parameters change as one: the engine hears of them when the last of these ends.
+class EditHold {
+ public:
+  explicit EditHold(EditedParameters& edited) : parameters(edited) { parameters.hold(); }
+  ~EditHold() { parameters.release(); }
+  EditHold(const EditHold&) = delete;
+  EditHold& operator=(const EditHold&) = delete;
+
+ private:
+  EditedParameters& parameters;
+};
+
+/// A step of the history.
+class EditStep {
+ public:
+  explicit EditStep(EditedParameters& edited) : parameters(edited) { parameters.beginStep(); }
+  ~EditStep() { parameters.endStep(); }
+  EditStep(const EditStep&) = delete;
+  EditStep& operator=(const EditStep&) = delete;
+
+ private:
+  EditedParameters& parameters;
+};
+
+/// Sets a parameter to a plain value in an edit of its own.
+inline void editPlain(EditedParameters& parameters, int id, float plain) {
+  parameters.begin(id);
+  parameters.set(id, parameters.toNormalised(id, plain));
+  parameters.end(id);
+}

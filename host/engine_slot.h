@@ -1,0 +1,43 @@
+#pragma once
+
+#include "host/engine_link.h"
+#include "host/parameter_input.h"
+
+/// Holds the place of an engine that its effect makes later; until then nothing is done.
+/// Threads: `connect` before any other call.
+class EngineSlot final : public EngineLink {
+ public:
+  void connect(EngineLink& link) noexcept { engine = &link; }
+
+  void parameterChanged(std::int32_t index) noexcept override {
+    if (engine != nullptr) engine->parameterChanged(index);
+  }
+  void update(bool force) override {
+    if (engine != nullptr) engine->update(force);
+  }
+  void hold() override {
+    if (engine != nullptr) engine->hold();
+  }
+  void release() override {
+    if (engine != nullptr) engine->release();
+  }
+
+ private:
+  EngineLink* engine = nullptr;
+};
+
+/// The same for rules; until then each parameter is set alone.
+class RulesSlot final : public ParameterRules {
+ public:
+  void connect(const ParameterRules& wanted) noexcept { rules = &wanted; }
+
+  [[nodiscard]] ParameterTargets targetsOf(std::int32_t index) const noexcept override {
+    if (rules != nullptr) return rules->targetsOf(index);
+    ParameterTargets alone;
+    alone.add(index);
+    return alone;
+  }
+
+ private:
+  const ParameterRules* rules = nullptr;
+};

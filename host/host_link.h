@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <bitset>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "host/aeffect.h"
+#include "host/engine_link.h"
+#include "host/parameter_store.h"
+
+/// What the host is told of its own accord, and what is known of what it was told.
+///
+/// Threads: control threads; `isEcho` and `expectEcho` anywhere.
+class HostLink {
+ public:
+  static constexpr std::size_t kMostParameters = 512;
+
+  /// With a null `callback` the messages go nowhere and are answered 0. All must outlive it.
+  HostLink(AEffect& record, AudioMasterCallback callback, const ParameterStore& values,
+           EngineLink& engine);
+
+  std::intptr_t tell(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
+                     void* ptr = nullptr, float opt = 0.0F);
+
+  // Gestures frame a change of a parameter by the user; ids that are none are not told.
+  void tellGesture(std::int32_t index, bool begins);
+  void setGesturesOff(bool off) noexcept { gesturesOff.store(off, std::memory_order_relaxed); }
+  /// Tells the present value of a parameter, which the host may give back at any time later.
+  void tellValue(std::int32_t index);
+  void tellInGesture(std::int32_t index);        ///< as `tellValue`, with a begin and an end
+  void expectEcho(std::int32_t index) noexcept;  ///< of what is told otherwise
+  /// Whether a value is the one that the host was told last by itself, while it still stands: then
+  /// it is no news.
+  [[nodiscard]] bool isEcho(std::int32_t index, float normalised) noexcept;
+
+  /// Declares the latency in samples; a change is told.
+  void declareLatency(std::int32_t samples);
+  void tellProgramChanged();
+
+  /// While it lives, no other thread reads or replaces the state as a whole, its texts included.
+  /// Scopes nest, since the calls that do so are made of each other. Never on the audio thread.
+  ///
+  /// What the host is to hear meanwhile it hears at the end of the outermost scope, each parameter
+  /// once, when the lock is open: it may answer by asking for the state, or want a lock of its own
+  /// whose holder waits for the state.
+  class StateScope {
+   public:
+    explicit StateScope(HostLink& link);
+    ~StateScope();
+    StateScope(const StateScope&) = delete;
+    StateScope& operator=(const StateScope&) = delete;
+
+   private:
+    friend class HostLink;
+    [[nodiscard]] bool keep(std::int32_t opcode, std::int32_t index) noexcept;
+    void tellHost();
+
+    HostLink& host;
+    bool isOutermost = false;
+    // Messages that wait.
+    std::bitset<kMostParameters> automated;
+    bool programChanged = false;
+    bool latencyChanged = false;
+  };
+
+ private:
+  /// Aligned as one word, or some compilers call a library with locks for it.
+  struct alignas(8) Echo {
+    float normalised = 0.0F;
+    std::uint32_t isDue = 0;
+  };
+
+  [[nodiscard]] bool keepsMessage(std::int32_t opcode, std::int32_t index) noexcept;
+
+  AEffect& record;
+  const AudioMasterCallback callback;
+  const ParameterStore& values;
+  EngineLink& engine;
+  std::atomic<bool> gesturesOff{false};
+  std::vector<std::atomic<Echo>> echoes;  // by parameter: told, and due to come back
+  std::recursive_mutex stateMutex;
+  StateScope* outermostScope = nullptr;       // under `stateMutex`
+  std::atomic<std::thread::id> stateOwner{};  // the thread that holds it
+};

@@ -1,0 +1,163 @@
+#include "host/parameter_input.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/aeff_editor.h"
+#include "host/shared_value.h"
+
+namespace {
+
+std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
+
+float clamped(float normalised) noexcept { return std::clamp(normalised, 0.0F, 1.0F); }
+
+}  // namespace
+
+ParameterInput::ParameterInput(ParameterStore& store, HostLink& hostLink, EngineLink& engineLink,
+                               const ParameterRules& whoFollows, const Editor& shownBy,
+                               std::atomic<bool>& changeMark)
+    : values(store),
+      host(hostLink),
+      engine(engineLink),
+      rules(whoFollows),
+      editor(shownBy),
+      stateChanged(changeMark),
+      audioChanged(at(store.count())) {}
+
+void ParameterInput::set(std::int32_t index, float normalised) {
+  const ParameterTargets targets = rules.targetsOf(index);
+  // Links have done their part when the host gives back what it was told.
+  if (targets.count > 0 && host.isEcho(index, normalised)) {
+    put(index, normalised);
+    return;
+  }
+  for (const std::int32_t each : targets) put(each, normalised);
+}
+
+void ParameterInput::put(std::int32_t index, float normalised) {
+  if (!values.contains(index) || std::isnan(normalised)) return;
+  const float value = clamped(normalised);
+  if (const std::int32_t bank = bankSwitchedTo(index, value); bank >= 0) {
+    switchBank(bank);
+  } else {
+    values.store(index, value);
+    engine.parameterChanged(index);
+    engine.update(false);
+  }
+  show(index, value);
+  // After the write: whoever clears the mark and then reads the values must not miss this one.
+  markChanged();
+}
+
+void ParameterInput::show(std::int32_t index, float normalised) {
+  if (editor != nullptr) editor->setParameter(index, normalised);
+}
+
+std::int32_t ParameterInput::bankSwitchedTo(std::int32_t index, float normalised) const noexcept {
+  return isLoading.load() ? -1 : values.bankSwitchedTo(index, normalised);
+}
+
+void ParameterInput::automate(std::int32_t index, float normalised) {
+  // A write that is ignored is no news to the host either.
+  if (!values.contains(index) || std::isnan(normalised)) return;
+  if (rules.targetsOf(index).count == 0) return;
+  const float value = clamped(normalised);
+  set(index, value);
+  host.tell(kHostAutomate, index, 0, nullptr, value);
+}
+
+void ParameterInput::align(std::int32_t index) {
+  const float normalised = values.normalised(index);
+  for (const std::int32_t each : rules.targetsOf(index)) put(each, normalised);
+}
+
+void ParameterInput::setFromAudio(std::int32_t index, float normalised) noexcept {
+  for (const std::int32_t each : rules.targetsOf(index)) putFromAudio(each, normalised);
+}
+
+void ParameterInput::putFromAudio(std::int32_t index, float normalised) noexcept {
+  if (!values.contains(index) || std::isnan(normalised)) return;
+  const float value = clamped(normalised);
+  if (const std::int32_t bank = bankSwitchedTo(index, value); bank >= 0) {
+    switchBankFromAudio(bank);
+  } else {
+    values.store(index, value);
+    engine.parameterChanged(index);
+  }
+  audioChanged[at(index)].store(true, kAlone);
+  audioChangedValues.store(true, std::memory_order_release);
+  markChanged();
+}
+
+void ParameterInput::switchBankFromAudio(std::int32_t bank) noexcept {
+  values.selectBank(bank);
+  values.snapBank(bank);
+  for (std::int32_t i = 0; i < values.count(); ++i) {
+    if (i != values.bankSelector()) setFromAudio(i, values.bankValue(bank, i));
+  }
+  audioBankSwitch.store(bank);
+}
+
+void ParameterInput::makeUpForAudio() {
+  if (!audioChangedValues.exchange(false, std::memory_order_acquire)) return;
+  const bool bankSwitched = audioBankSwitch.exchange(-1) >= 0;
+  {
+    const UpdateHold hold(engine);
+    if (bankSwitched) tellReplaced();
+    engine.update(bankSwitched);
+  }
+  const bool tellsHost = bankSwitched && tellsBanks.load(kAlone);
+  for (std::int32_t i = 0; i < values.count(); ++i) {
+    if (!audioChanged[at(i)].exchange(false, kAlone)) continue;
+    if (tellsHost && i != values.bankSelector()) host.tellInGesture(i);
+    show(i, values.normalised(i));
+  }
+}
+
+void ParameterInput::applyProgram(std::int32_t program) {
+  if (!values.isProgram(program)) return;
+  const HostLink::StateScope scope(host);
+  const bool wasLoading = isLoading.exchange(true);
+  values.selectProgram(program);
+  {
+    const UpdateHold hold(engine);
+    for (std::int32_t i = 0; i < values.count(); ++i) {
+      if (i == values.bankSelector() && !wasLoading) continue;
+      set(i, loadShared(values.program().values[at(i)]));
+    }
+    tellReplaced();
+  }
+  isLoading.store(false);
+  host.tellProgramChanged();
+}
+
+void ParameterInput::applyBank(std::int32_t bank, bool tellsHost) {
+  if (!ParameterStore::isBank(bank)) return;
+  const HostLink::StateScope scope(host);
+  isLoading.store(true);
+  values.selectBank(bank);
+  values.snapBank(bank);
+  const auto forEach = [this](const auto& each) {
+    for (std::int32_t i = 0; i < values.count(); ++i) {
+      if (i != values.bankSelector()) each(i);
+    }
+  };
+  {
+    const UpdateHold hold(engine);
+    forEach([&](std::int32_t i) { set(i, values.bankValue(bank, i)); });
+    tellReplaced();
+    if (tellsHost) forEach([&](std::int32_t i) { host.tellInGesture(i); });
+    engine.update(true);
+  }
+  forEach([&](std::int32_t i) { show(i, values.bankValue(bank, i)); });
+  isLoading.store(false);
+  markChanged();
+}
+
+void ParameterInput::copyToBank(std::int32_t bank) {
+  if (!ParameterStore::isBank(bank)) return;
+  const HostLink::StateScope scope(host);
+  values.copyToBank(bank);
+  markChanged();
+}
