@@ -80,34 +80,4 @@ TEST(ChainTest, GivesTheInputBackAsLateAsToldDryAndTheSidechainInStepWithIt) {
   }
 }
 
-TEST(ChainTest, TheHostLearnsOfAnotherLatencyWithinOneIdle) {
-  PlugRig rig;
-  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 480) << "the first band, from the start";
-  const struct {
-    const char* setting;
-    int latency, messages;
-  } steps[] = {{"", 1535 + 480, 0},           {"B1Lookahead=0", 1535, 1},
-               {"B1Lookahead=5", 1775, 1},    {"B1Type=1", 1024 + 240, 1},
-               {"B1SubType=7", 240, 1},       {"B1Frequency=500", 240, 0},
-               {"Oversample=1", 240 + 33, 1}, {"B1Bypass=1", 240 + 33, 0},
-               {"OversampleOL=0", 273, 0},    {"B1State=0", 0, 1}};
-  for (const auto& step : steps) {
-    SCOPED_TRACE(step.setting);
-    rig.setText(step.setting);
-    rig.messages.clear();
-    rig.plug.onIdle();
-    EXPECT_EQ(rig.count(kHostIoChanged, 0), step.messages);
-    EXPECT_EQ(rig.plug.getAeffect()->initialDelay, step.latency);
-  }
-  rig.setText("B1State=1 B1Type=0 B1Lookahead=50 Oversample=0 OversampleOL=1");
-  rig.plug.setSampleRate(192000.0F);
-  rig.plug.resume();
-  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 8191) << "the longest there is";
-  // A host that renders offline need not leave time for an idle call.
-  rig.processLevel = kProcessLevelOffline;
-  const RealTimeCheck::Exception theSwitch;
-  render(rig.plug, noise<double>(64), 64);
-  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, 1535 + 8191 + 33);
-}
-
 }  // namespace

@@ -122,20 +122,31 @@ struct Args {
   [[nodiscard]] std::string text(std::size_t from = 0) const {
     return joined({words.begin() + static_cast<std::ptrdiff_t>(from), words.end()});
   }
-  [[nodiscard]] float plain(std::size_t i) const { return std::stof(words.at(i)); }
-  [[nodiscard]] int whole(std::size_t i) const { return std::stoi(words.at(i)); }
+  [[nodiscard]] const std::string& word(std::size_t i) const {
+    read = std::max(read, i + 1);
+    return words.at(i);
+  }
+  /// With blanks for underscores.
+  [[nodiscard]] std::string name(std::size_t i) const {
+    std::string text = word(i);
+    std::ranges::replace(text, '_', ' ');
+    return text;
+  }
+  [[nodiscard]] float plain(std::size_t i) const { return std::stof(word(i)); }
+  [[nodiscard]] int whole(std::size_t i) const { return std::stoi(word(i)); }
   [[nodiscard]] int band(std::size_t i) const { return whole(i) - 1; }
   [[nodiscard]] BandMask bands(std::size_t i) const {
     BandMask bands = 0;
-    for (const char digit : words.at(i)) bands |= digit == '0' ? 0 : 1U << (digit - '1');
+    for (const char digit : word(i)) bands |= digit == '0' ? 0 : 1U << (digit - '1');
     return bands;
   }
   /// A number, or a name without its first letter.
   [[nodiscard]] int id(std::size_t i) const {
-    const int named = PlugRig::id(("k" + words.at(i)).c_str());
+    const int named = PlugRig::id(("k" + word(i)).c_str());
     return named >= 0 ? named : whole(i);
   }
   std::vector<std::string> words;
+  mutable std::size_t read = 0;  // words that somebody has asked for
 };
 
 /// One instance that the lines of a script act on and look at.
@@ -159,9 +170,8 @@ class EditScript {
       const std::string command = args.words.at(0);
       args.words.erase(args.words.begin());
       if (looks.contains(command)) {
-        expectText(looks.at(command)(args), args.text());
-      } else if (looksAt.contains(command)) {
-        expectText(looksAt.at(command)(args), args.text(1));
+        const std::string found = looks.at(command)(args);
+        expectText(found, args.text(args.read));
       } else if (commands.contains(command)) {
         commands.at(command)(args);
       } else {
@@ -357,9 +367,7 @@ class EditScript {
     return plug.loadBandFromText(bytes.data(), bytes.size(), args.band(0));
   }
   [[nodiscard]] std::string path(const Args& args) const {
-    std::string name = args.words.at(0);
-    std::ranges::replace(name, '_', ' ');
-    return directory.path(name);
+    return directory.path(args.name(0));
   }
   static bool isPreset(const Args& args) { return args.words.at(1) != "bank"; }
   static std::string extensionOf(const Args& args) {
@@ -420,7 +428,7 @@ class EditScript {
   /// Of as many bands as are asked for.
   std::string rowText(const Args& args) {
     std::vector<std::string> parts;
-    const int row = PlugRig::id(("kB1" + args.words[0]).c_str());
+    const int row = PlugRig::id(("kB1" + args.word(0)).c_str());
     for (int band = 0; band + 1 < std::ssize(args.words); ++band) {
       parts.push_back(numberText(plug.getPlainValue(bandParameterId(band, row))));
     }
@@ -490,20 +498,18 @@ class EditScript {
     }
     return joined(parts);
   }
-  std::string optionText(std::string name) {
-    std::ranges::replace(name, '_', ' ');
-    const double value = plug.uiSettings().getUiValue("Graph", name.c_str());
-    return numberText(static_cast<float>(value));
+  [[nodiscard]] std::string optionText(const std::string& name) {
+    return numberText(static_cast<float>(plug.uiSettings().getUiValue("Graph", name.c_str())));
   }
-  /// Of the first band and the last one.
-  std::string templateText() {
-    std::vector<std::string> parts;
-    for (const int row : {kB1Gain, kB1Knee, kB1State}) {
-      for (const int id : {row, bandParameterId(7, row)}) {
-        parts.push_back(numberText(plug.normalisedToPlain(id, plug.getParameterDefault(id))));
-      }
-    }
-    return joined(parts);
+  [[nodiscard]] std::string defaultText(int id) {
+    return numberText(plug.normalisedToPlain(id, plug.getParameterDefault(id)));
+  }
+  /// As it is shown, or as a note.
+  [[nodiscard]] std::string shownText(int id, bool isNote) {
+    std::array<char, PlugBase::kParameterTextCapacity> text{"before"};
+    const float normalised = id < 0 ? 0.0F : plug.getParameter(id);
+    plug.formatParameterValue(id, normalised, text.data(), isNote);
+    return text.data();
   }
 
   const TestDirectory& directory;
@@ -589,7 +595,7 @@ class EditScript {
       {"select", [&](auto& a) { select(a); }},
       {"learn", [&](auto& a) { midi.learn(a.id(0), a.whole(1)); }},
       {"learning", [&](auto& a) { midi.setLearnTarget(a.id(0)); }},
-      {"gestures", [&](auto& a) { rig.prefer("VST Gestures", a.whole(0)); }},
+      {"prefer", [&](auto& a) { rig.prefer(a.name(0).c_str(), a.whole(1)); }},
       {"scramble", [&](auto&) { scramble(); }},
       {"again", [&](auto&) { reset(); }},
       {"undo", [&](auto&) { plug.undo(); }},
@@ -624,8 +630,8 @@ class EditScript {
       {"asked", [&](auto&) { return plainText(user.asked); }},
       {"at", [&](auto&) { return placeText(); }},
       {"entries", [&](auto&) { return menuEntriesText(); }},
-      {"template", [&](auto&) { return templateText(); }},
       {"latency", [&](auto&) { return std::to_string(plug.getAeffect()->initialDelay); }},
+      {"plan", [&](auto&) { return std::to_string(plug.getEngine().stagePlanWord()); }},
       {"engine", [&](auto&) { return std::to_string(plug.getEngine().getLatency()); }},
       {"measuring", [&](auto&) { return std::to_string(plug.getEngine().measuring()); }},
       {"programs", [&](auto&) { return take(), std::to_string(std::exchange(programChanges, 0)); }},
@@ -639,17 +645,17 @@ class EditScript {
          return joined({editor.presetMenuStale.exchange(false) ? "menu" : "",
                         editor.defaultsStale.exchange(false) ? "defaults" : ""});
        }},
-  };
-  /// At what the first word names.
-  const std::map<std::string, std::function<std::string(const Args&)>> looksAt = {
       {"offers", [&](auto& a) { return menuText(a); }},
       {"row", [&](auto& a) { return rowText(a); }},
       {"value", [&](auto& a) { return numberText(plug.getPlainValue(a.id(0))); }},
       {"took", [&](auto& a) { return takenText(a); }},
       {"bandtext", [&](auto& a) { return collapsed(bandText(a.band(0))); }},
       {"bytes", [&](auto& a) { return collapsed(readBytes(path(a))); }},
-      {"stored", [&](auto& a) { return rig.machine.store().read(a.words[0]).value_or("nothing"); }},
-      {"option", [&](auto& a) { return optionText(a.words[0]); }},
+      {"stored", [&](auto& a) { return rig.machine.store().read(a.word(0)).value_or("nothing"); }},
+      {"option", [&](auto& a) { return optionText(a.name(0)); }},
+      {"default", [&](auto& a) { return defaultText(a.id(0)); }},
+      {"shows", [&](auto& a) { return shownText(a.id(0), false); }},
+      {"asnote", [&](auto& a) { return shownText(a.id(0), true); }},
       {"otherrelease", [&](auto& a) { return nameOf(otherRelease(a.id(0))); }},
   };
 };

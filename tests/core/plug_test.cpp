@@ -14,8 +14,6 @@
 
 namespace {
 
-using List = BandLayout::List;
-
 TEST(PlugTest, StandsAsTheHostExpectsIt) {
   PlugRig rig;
   AEffect& effect = *rig.plug.getAeffect();
@@ -43,67 +41,6 @@ TEST(PlugTest, StandsAsTheHostExpectsIt) {
   EXPECT_EQ(rig.get("kListen"), 0.0) << "a switch is on only at its very end";
 }
 
-TEST(PlugTest, TextsFollowTheBandAndThePreferences) {
-  PlugRig rig;
-  rig.setText("B2Ratio=.5 B2RatioB=.5 ExtendedRanges=1 ExtendedRatios=1 B3LR=1 B3SCLR=1");
-  const auto expectText = [&rig](int index, float normalised, bool note, const char* wanted) {
-    char buffer[PlugBase::kParameterTextCapacity] = "before";
-    rig.plug.formatParameterValue(index, normalised, buffer, note);
-    EXPECT_STREQ(buffer, wanted) << index;
-  };
-  const float kilohertz = rig.plug.getParameter(kB1Frequency);
-  expectText(kB1Ceiling, 1, false, "48.0dB");
-  expectText(bandParameterId(1, kB1Ceiling), 1, false, "-48.0dB");
-  expectText(bandParameterId(2, kB1Position), 1, false, "RIGHT");
-  expectText(bandParameterId(3, kB1Position), 1, false, "SIDE");
-  expectText(bandParameterId(2, kB1SCPos), 0, false, "LEFT");
-  expectText(bandParameterId(3, kB1SCPos), 0, false, "MID");
-  expectText(kB1Frequency, kilohertz, false, "1000Hz");
-  expectText(kB1Frequency, kilohertz, true, "B5+21");
-  expectText(-1, 0, false, "before");
-  rig.setText("ExtendedRatios=0");
-  rig.prefer("Number Format", 1);
-  expectText(kB1Ratio, 0.75F, false, "2.0:1");
-}
-
-TEST(PlugTest, BandOperationsKeepParametersOrderAndChainTogether) {
-  PlugRig rig;
-  BandLayout& layout = rig.plug.getEngine().layout;
-  rig.plug.addBand(kXoverList, 1000.0);  // where band 1 stands: that one makes room
-  EXPECT_NEAR(rig.get("kB1Frequency"), 1500.0, 0.01);
-  EXPECT_EQ(layout.xover, (List{1, 0}));
-  rig.plug.addBand(kPreList, 300.0);
-  rig.plug.addBand(kPostList, 5000.0);
-  EXPECT_EQ(layout.pre, List{2});
-  EXPECT_EQ(layout.xover, (List{1, 0}));
-  EXPECT_EQ(layout.post, List{3});
-  EXPECT_EQ(layout.off, (List{4, 5, 6, 7}));
-  EXPECT_EQ(rig.get("kB3Type"), 1.0);
-  EXPECT_EQ(rig.get("kB2Type"), 0.0);
-  EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0x514U);
-  EXPECT_EQ(static_cast<float>(layout.bandOrderValue()), rig.plug.getParameter(kBandOrder));
-  EXPECT_EQ(rig.count(kHostAutomate, bandParameterId(3, kB1SCHFType)), 1) << "all rows are told";
-
-  rig.set({{"kB1SCSBand", 1}, {"kB1SCSrc", 2}, {"kB3SCSBand", 0}});
-  rig.plug.setBandPosition(1, kPostList);
-  EXPECT_EQ(layout.post, (List{1, 3}));
-  EXPECT_EQ(rig.get("kB2Type"), 1.0);
-  EXPECT_EQ(rig.get("kB1SCSBand"), -1.0) << "band 2 is no crossover band any more";
-  EXPECT_EQ(rig.get("kB1SCSrc"), 1.0);
-  EXPECT_EQ(rig.get("kB3SCSBand"), 0.0) << "band 1 still is one";
-
-  rig.plug.deleteBand(0);
-  EXPECT_EQ(rig.get("kB1State"), 0.0);
-  EXPECT_EQ(rig.get("kB3SCSBand"), -1.0);
-  // Without a crossover all dynamic EQ bands stand in front of where it would be.
-  EXPECT_EQ(layout.pre, (List{2, 1, 3}));
-  for (int i = 0; i < 10; ++i) rig.plug.addBand(kPreList, 100.0 + i);
-  EXPECT_TRUE(layout.off.empty());
-  for (int band = -1; band < 9; ++band) rig.plug.deleteBand(band);
-  EXPECT_EQ(layout.off.size(), 8U);
-  EXPECT_EQ(rig.plug.getEngine().stagePlanWord(), 0U);
-}
-
 // Whoever looks at the chain meanwhile, audio first, meets a band with the settings of its place.
 TEST(PlugTest, ABandOperationShowsItsChainWhenAllItsSettingsStand) {
   PlugRig rig;
@@ -128,37 +65,6 @@ TEST(PlugTest, ABandOperationShowsItsChainWhenAllItsSettingsStand) {
     EXPECT_TRUE(list >= 0 || rig.get("kB2Frequency") == 10.0) << "the lowest there is";
   }
   EXPECT_EQ(rig.get("kB2State"), 0.0);
-}
-
-TEST(PlugTest, ABankThatHoldsNoChainIsRepairedAroundLockedBands) {
-  for (const int locked : {-1, 0, 1}) {
-    PlugRig rig;
-    rig.setText("B2State=1 B4State=1 B4Type=1");  // two crossover bands at 1 kHz
-    rig.plug.copyToBank(1);
-    if (locked >= 0) rig.plug.setLocked(bandParameterId(locked, kB1Frequency), true);
-    rig.plug.switchBank(1);
-    BandLayout& layout = rig.plug.getEngine().layout;
-    List listed = layout.xover;
-    std::ranges::sort(listed);
-    EXPECT_EQ(listed, (List{0, 1})) << locked;
-    EXPECT_EQ(layout.pre.size() + layout.post.size(), 1U);
-    const double hz[] = {rig.get("kB1Frequency"), rig.get("kB2Frequency")};
-    EXPECT_GT(std::abs(hz[0] - hz[1]), 1.0);
-    if (locked >= 0) {
-      EXPECT_NEAR(hz[locked], 1000.0, 0.01);
-    }
-    EXPECT_EQ(static_cast<float>(layout.bandOrderValue()), rig.plug.getParameter(kBandOrder));
-  }
-}
-
-TEST(PlugTest, AControllerMovesLinkedParameters) {
-  PlugRig rig;
-  const int second = bandParameterId(1, kB1Threshold);
-  for (const int id : {int{kB1Threshold}, second}) rig.plug.setLinked(id, true);
-  rig.plug.machine().midiMap().setLearnTarget(kB1Threshold);
-  for (const int value : {20, 100}) sendController(rig.plug, 0xB0, 7, value);
-  EXPECT_NEAR(rig.plug.getParameter(kB1Threshold), 100.0F / 127.0F, 0.01F);
-  EXPECT_EQ(rig.plug.getParameter(second), rig.plug.getParameter(kB1Threshold));
 }
 
 TEST(PlugTest, NodesOfTheGraphsFindTheirParameters) {
@@ -226,28 +132,6 @@ TEST(AutoGainTest, UndoesWhatTheChainDidToTheLevelAndMeasuresAgainOnTheNextEdit)
     EXPECT_NEAR(trim, step.trim, step.trim == oneLouder ? 0.1 : 1e-6);
     EXPECT_EQ(rig->count(kHostAutomate, kOpTrim), trim == before ? 0 : 1);
     EXPECT_EQ(rig->get("kAutoGain"), 1.0);
-  }
-}
-
-TEST(AutoGainTest, GivesWayToTheUser) {
-  const auto measuring = [](PlugRig& rig) { return rig.plug.getEngine().measuring(); };
-  for (const char* touched : {"kOpTrim", "kListen", "kSCListen", "kB5Solo", "kAutoGain"}) {
-    SCOPED_TRACE(touched);
-    PlugRig rig({{"kAutoGain", 1}});
-    rig.plug.endEdit(kIpTrim);
-    ASSERT_TRUE(measuring(rig));
-    const bool isOwn = PlugRig::id(touched) == kAutoGain;
-    isOwn ? rig.set({{touched, 0}}) : rig.plug.beginEdit(PlugRig::id(touched));
-    EXPECT_FALSE(measuring(rig));
-    EXPECT_EQ(rig.get("kAutoGain"), 0.0);
-    EXPECT_EQ(rig.count(kHostAutomate, kAutoGain), isOwn ? 0 : 1);
-  }
-  for (const char* disturbing : {"AutoGain=0", "Listen=1", "SCListen=0", "B1Solo=1"}) {
-    PlugRig rig({{"kAutoGain", 1}});
-    rig.setText(disturbing);
-    rig.plug.beginEdit(kIpTrim);
-    rig.plug.endEdit(kIpTrim);
-    EXPECT_FALSE(measuring(rig)) << disturbing;
   }
 }
 
