@@ -366,9 +366,7 @@ class EditScript {
     if (text == "null") return plug.loadBandFromText(nullptr, 3, args.band(0));
     return plug.loadBandFromText(bytes.data(), bytes.size(), args.band(0));
   }
-  [[nodiscard]] std::string path(const Args& args) const {
-    return directory.path(args.name(0));
-  }
+  [[nodiscard]] std::string path(const Args& args) const { return directory.path(args.name(0)); }
   static bool isPreset(const Args& args) { return args.words.at(1) != "bank"; }
   static std::string extensionOf(const Args& args) {
     return isPreset(args) ? kPresetExtension : kBankExtension;

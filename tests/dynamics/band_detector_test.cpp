@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "analysis/vector_kernels.h"
 #include "dynamics/detector_pair.h"
 #include "dynamics/lookahead_window.h"
 #include "dynamics/sidechain_filters.h"
+#include "tests/support/all_kernels.h"
 #include "tests/support/data_rows.h"
 #include "tests/support/known_numbers.h"
 #include "tests/support/real_time.h"
@@ -32,18 +32,6 @@ void run(BandDetector& detector, std::vector<double>& signal) {
   for (std::size_t at = 0; at < signal.size(); at += 100) {
     processInRealTime(detector, &signal[at], 100, m[0], m[1], m[2], m[3], m[4]);
   }
-}
-
-/// Runs `body` with each set of kernels that the processor has.
-template <typename Body>
-void withAllKernels(Body body) {
-  const VectorKernels& usual = vectorKernels();
-  for (const VectorKernels* kernels : allVectorKernels()) {
-    SCOPED_TRACE(kernels->name);
-    useVectorKernels(*kernels);
-    body();
-  }
-  useVectorKernels(usual);
 }
 
 /// Random knobs, their ends often.
