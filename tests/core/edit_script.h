@@ -16,6 +16,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -325,15 +326,54 @@ class EditScript {
     while (plug.canUndo()) plug.undo();
     note();
   }
-  /// Rows of all bands somewhere, each somewhere else.
-  void scramble() {
-    std::mt19937 random(5);
+  /// Rows of all bands somewhere, each somewhere else; with a seed, their flags as well.
+  void scramble(const Args& args) {
+    std::mt19937 random(args.words.empty() ? 5U : static_cast<unsigned>(args.whole(0)));
     std::uniform_real_distribution<float> anywhere;
     for (int id = kB1State; id < kBandOrder; ++id) {
       const int row = bandOneIdOf(id);
       const bool isChain = row == kB1State || row == kB1Type || row == kB1Frequency;
       if (!isChain && row != kB1Solo) plug.setParameter(id, anywhere(random));
+      if (args.words.empty()) continue;
+      plug.setLocked(id, random() % 6 == 0);
+      plug.setLinked(id, random() % 6 == 0);
     }
+  }
+  /// A parameter with its flags; a band that it names by the place in `order` that it comes to.
+  [[nodiscard]] auto rowOf(int id, const std::vector<int>& order) const {
+    const bool isName = id == kSCListen || bandOneIdOf(id) == kB1SCSBand;
+    float number = isName ? plug.getPlainValue(id) : plug.normalisedValue(id);
+    const auto found = std::ranges::find(order, static_cast<int>(number));
+    if (isName && found != order.end()) number = static_cast<float>(found - order.begin());
+    return std::tuple(number, plug.isLocked(id), plug.isLinked(id));
+  }
+  /// Sorting numbers the chain anew, in one step, and leaves the sound.
+  void expectSorted() {
+    const auto listen = [this] {
+      plug.resume();
+      return render(plug, noise<double>(6000), 500);
+    };
+    const std::vector<int> inOrder = {0, 1, 2, 3, 4, 5, 6, 7};
+    const auto& now = plug.getEngine().layout.order;
+    const std::vector<int> order(now.begin(), now.end());
+    const auto heard = listen();
+    std::vector<std::tuple<float, bool, bool>> expected;
+    expected.reserve(kNumParams);
+    for (int id = 0; id < kNumParams; ++id) {
+      const bool isBand = isBandParameter(id);
+      const int from = isBand ? order.at(static_cast<std::size_t>(bandOf(id))) : 0;
+      expected.push_back(rowOf(isBand ? bandParameterId(from, bandOneIdOf(id)) : id, order));
+    }
+    EXPECT_TRUE(bands.sortBands());
+    EXPECT_FALSE(bands.sortBands()) << "once is enough";
+    EXPECT_TRUE(std::ranges::equal(now, inOrder));
+    for (int id = 0; id < kNumParams; ++id) {
+      if (id == kBandOrder) std::get<0>(expected[kBandOrder]) = plug.normalisedValue(id);
+      EXPECT_EQ(rowOf(id, inOrder), expected[static_cast<std::size_t>(id)]) << nameOf(id);
+    }
+    EXPECT_LT(deviation(heard, listen(), 0), 1e-9);
+    plug.setLockWords(Plug::FlagWords{});  // what is locked would stay as it is
+    expectStep();
   }
   [[nodiscard]] bool isChanged(int id) const {
     return plug.normalisedValue(id) != start[static_cast<std::size_t>(id)];
@@ -594,7 +634,8 @@ class EditScript {
       {"learn", [&](auto& a) { midi.learn(a.id(0), a.whole(1)); }},
       {"learning", [&](auto& a) { midi.setLearnTarget(a.id(0)); }},
       {"prefer", [&](auto& a) { rig.prefer(a.name(0).c_str(), a.whole(1)); }},
-      {"scramble", [&](auto&) { scramble(); }},
+      {"scramble", [&](auto& a) { scramble(a); }},
+      {"sorts", [&](auto&) { expectSorted(); }},
       {"again", [&](auto&) { reset(); }},
       {"undo", [&](auto&) { plug.undo(); }},
       {"redo", [&](auto&) { plug.redo(); }},
