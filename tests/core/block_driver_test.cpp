@@ -13,7 +13,7 @@ template <typename Sample>
 void expectUntouched(int announced, int frames) {
   SCOPED_TRACE(testing::Message() << frames << " frames, announced " << announced);
   const RealTimeCheck::Exception longBlocks;
-  PlugRig rig({{"kB1State", 0}});
+  PlugRig rig("B1State=0");
   rig.plug.setBlockSize(announced);
   const auto input = noise<Sample>(9000);
   EXPECT_TRUE(render(rig.plug, input, frames) == input);
@@ -46,7 +46,7 @@ TEST(BlockDriverTest, BadSamplesAndMissingChannelsAreSilence) {
                {{1, 0, 0, 1}, {1, 1}, false, {louder, 0}, {}},
                {{0, 1, 0, 1}, {0, 1}, false, {kUntouched, louder}, {}},
                {{1, 1, 0, 0}, {1, 0}, false, {louder, kUntouched}, {0, 1, 0, 0}}};
-  PlugRig rig({{"kB1State", 0}, {"kIpTrim", 6}});
+  PlugRig rig("B1State=0 IpTrim=6");
   for (int number = 0; const auto& c : cases) {
     SCOPED_TRACE(number++);
     std::array<std::array<double, 32>, 4> pins;
@@ -80,9 +80,9 @@ TEST(BlockDriverTest, BadSamplesAndMissingChannelsAreSilence) {
 }
 
 TEST(BlockDriverTest, SilenceEndsAtZeroAndNotAmongTheDenormals) {
-  PlugRig rig({{"kB1Threshold", -40}, {"kB1Ratio", 1}, {"kB1Lookahead", 0}}, 8000.0);
+  PlugRig rig("B1Threshold=-40 B1Ratio=1 B1Lookahead=0", 8000.0);
   rig.plug.setMeterDecay(97);
-  rig.set({{"kOversample", 1}, {"kB1SCLF", 1}, {"kB1RelSlow", 50}, {"kB1RelFast", 20}});
+  rig.setText("Oversample=1 B1SCLF=1 B1RelSlow=50 B1RelFast=20");
   render(rig.plug, noise<double>(8000), 200);
   render(rig.plug, Stereo<double>(60 * 8000), 200);
   std::feclearexcept(FE_UNDERFLOW);

@@ -58,7 +58,7 @@ TEST(ChainTest, GivesTheInputBackAsLateAsToldDryAndTheSidechainInStepWithIt) {
   for (const auto& [settings, latency] : chains()) {
     SCOPED_TRACE(settings);
     for (const int block : {64, 1000}) {
-      PlugRig rig({{"kB1State", 0}});
+      PlugRig rig("B1State=0");
       rig.setText(settings);
       const auto play = [&](const string& more) {
         rig.setText(more);

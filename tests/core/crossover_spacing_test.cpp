@@ -1,3 +1,5 @@
+#include "core/crossover_spacing.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "core/crossover_spacing.h"
 #include "tests/support/known_numbers.h"
 
 namespace {

@@ -92,7 +92,7 @@ void expectTimes(double rate, double attack, double release, bool slow) {
   const auto wanted = [](double dB) { return dB > -20 ? -0.75 * (dB + 20) : 0.0; };
   const double perMs = rate * 0.001;
   const auto half = static_cast<std::size_t>(rate / 2);
-  PlugRig rig({{"kB1Ratio", 0.75}, {"kB1Crest", slow ? 24 : 0}}, rate);
+  PlugRig rig(slow ? "B1Ratio=.75 B1Crest=24" : "B1Ratio=.75 B1Crest=0", rate);
   prepare(rig, "B1Attack=" + std::to_string(attack) + (slow ? " B1RelSlow=" : " B1RelFast=") +
                    std::to_string(release));
   Stereo<double> input(static_cast<int>(3 * half));

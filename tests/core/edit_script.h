@@ -198,7 +198,8 @@ class EditScript {
     ASSERT_TRUE(attempts.contains(name)) << command;
     bool isDone = false;
     const auto act = [&] { isDone = attempts.at(name)(args); };
-    name == "paste" || name == "loadband" ? asOne(act) : act();
+    const bool isFile = name == "paste" || name == "loadband";
+    isFile || name == "add" || name == "place" ? asOne(isFile, act) : act();
     EXPECT_TRUE(isTry || isDone != isNo);
     if (name == "add" || name == "place") isWhole |= isDone;
   }
@@ -241,15 +242,17 @@ class EditScript {
     }
     return std::isnan(plain) ? plain : plug.plainToNormalised(id, plain);
   }
-  /// The engine is to hear of all that is told as one.
+  /// The engine is to have another chain, or is to hear `all` that is told, as one.
   template <typename Act>
-  void asOne(const Act& act) {
+  void asOne(bool all, const Act& act) {
     compressor& engine = plug.getEngine();
-    const auto before = std::pair(engine.layout.frequency, engine.getLatency());
-    int early = 0;
-    rig.onAutomate = [&] {
-      early += std::pair(engine.layout.frequency, engine.getLatency()) != before ? 1 : 0;
+    const auto heard = [&engine, all] {
+      const auto hertz = all ? engine.layout.frequency : BandLayout().frequency;
+      return std::tuple(engine.stagePlanWord(), hertz, all ? engine.getLatency() : 0);
     };
+    const auto before = heard();
+    int early = 0;
+    rig.onAutomate = [&] { early += heard() != before ? 1 : 0; };
     const std::size_t messages = rig.messages.size();
     act();
     rig.onAutomate = nullptr;
@@ -429,7 +432,7 @@ class EditScript {
     return sound;
   }
   void expectHeard(double hertz) {
-    PlugRig fresh({{"kB1Type", 1}, {"kB1Solo", 1}, {"kB1Bypass", 1}, {"kB1Frequency", hertz}});
+    PlugRig fresh("B1Type=1 B1Solo=1 B1Bypass=1 B1Frequency=" + std::to_string(hertz));
     EXPECT_TRUE(soundOf(rig) == soundOf(fresh));
   }
   void setProcessLevel(int level) {
@@ -571,7 +574,9 @@ class EditScript {
   const std::map<std::string, std::function<void(const Args&)>> commands = {
       {"set", [&](auto& a) { plug.setParameter(a.id(0), value(a, 1, a.id(0))), isWhole = false; }},
       {"move",
-       [&](auto& a) { asOne([&] { plug.setParameterAutomated(a.id(0), value(a, 1, a.id(0))); }); }},
+       [&](auto& a) {
+         asOne(true, [&] { plug.setParameterAutomated(a.id(0), value(a, 1, a.id(0))); });
+       }},
       {"edit", [&](auto& a) { plug.setParameterWithEdit(a.id(0), a.plain(1)); }},
       {"begin", [&](auto& a) { plug.beginEdit(a.id(0)); }},
       {"end", [&](auto& a) { plug.endEdit(a.id(0)); }},

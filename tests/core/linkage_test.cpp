@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
+
 #include "tests/core/plug_rig.h"
 
 namespace {
@@ -11,28 +14,23 @@ constexpr int kBlock = 96;
 void runApartFromNowOn(PlugRig& rig) {
   Stereo<double> faint(kBlock);
   faint.channels[0].assign(kBlock, 1e-200);
-  rig.set({{"kB1SCLink", 0}, {"kB2SCLink", 0}});
+  rig.setText("B1SCLink=0 B2SCLink=0");
   for (int block = 0; block < 40; ++block) render(rig.plug, faint, kBlock);
-  rig.set({{"kB1SCLink", 100}, {"kB2SCLink", 100}});
+  rig.setText("B1SCLink=100 B2SCLink=100");
 }
 
 }  // namespace
 
 /// Bit by bit, through everything that takes the detectors of a band apart.
 TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
-  const PlugRig::Settings settings = {
-      {"kB1Threshold", -30}, {"kB1Ratio", 0.6},      {"kB1Target", 40},  {"kB1Frequency", 300},
-      {"kB2State", 1},       {"kB2Frequency", 4000}, {"kB2RatioB", 0.5}, {"kB2Position", 30},
-      {"kB2Lookahead", 3},   {"kB2Threshold", -20},  {"kB2LR", 1}};
-  const struct {
-    int block;
-    const char* identifier;
-    double plain;
-  } changes[] = {{20, "kB1SCPos", 20},   {30, "kB1Lookahead", 25}, {40, "kB1SCLink", 30},
-                 {60, "kB1SCLink", 100}, {70, "kB2SCLink", 0},     {75, "kB1Lookahead", 2},
-                 {80, "kSCListen", 0},   {85, "kSCListen", -1},    {90, "kB2Bypass", 1},
-                 {95, "kB2Bypass", 0},   {100, "kB2Attack", 30},   {110, "kB2State", 0},
-                 {120, "kB2State", 1},   {150, "kB2SCLink", 70}};
+  const std::string settings =
+      "B1Threshold=-30 B1Ratio=.6 B1Target=40 B1Frequency=300 B2State=1 B2Frequency=4000 "
+      "B2RatioB=.5 B2Position=30 B2Lookahead=3 B2Threshold=-20 B2LR=1";
+  const std::map<int, const char*> changes = {
+      {20, "B1SCPos=20"}, {30, "B1Lookahead=25"}, {40, "B1SCLink=30"},  {60, "B1SCLink=100"},
+      {70, "B2SCLink=0"}, {75, "B1Lookahead=2"},  {80, "SCListen=0"},   {85, "SCListen=-1"},
+      {90, "B2Bypass=1"}, {95, "B2Bypass=0"},     {100, "B2Attack=30"}, {110, "B2State=0"},
+      {120, "B2State=1"}, {150, "B2SCLink=70"}};
   PlugRig one(settings);
   PlugRig two(settings);
   runApartFromNowOn(two);
@@ -41,9 +39,8 @@ TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
   const Stereo<double> input = noise<double>(200 * kBlock);
   const auto play = [&](PlugRig& rig) {
     return render(rig.plug, input, kBlock, [&](int at) {
-      for (const auto& change : changes) {
-        if (change.block * kBlock == at) rig.set({{change.identifier, change.plain}});
-      }
+      const auto change = changes.find(at / kBlock);
+      if (change != changes.end()) rig.setText(change->second);
     });
   };
   const Stereo<double> expected = play(two);

@@ -62,7 +62,7 @@ class Stage {
   };
 
   Stage(const Scene& ofScene, int ofBand)
-      : scene(ofScene), band(ofBand), rig({{"kB1State", 0}}, ofScene.rate) {
+      : scene(ofScene), band(ofBand), rig("B1State=0", ofScene.rate) {
     {
       // Values as they come back from the host's 0..1, also where a default is a little off.
       const Plug::UpdateHold hold(rig.plug);

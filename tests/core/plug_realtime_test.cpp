@@ -35,7 +35,7 @@ struct Call {
 };
 
 TEST(PlugRealtimeTest, ProcessingNeitherAllocatesNorLocks) {
-  PlugRig rig({{"kAutoGain", 1}});
+  PlugRig rig("AutoGain=1");
   rig.plug.endEdit(kAutoGain);
   Call<double> call;
   Call<float> single;
@@ -256,7 +256,7 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
 // Neither is a band operation undone by a parameter that comes from another thread at that moment,
 // nor are designs made at a mix of two rates.
 TEST(PlugThreadsTest, ParametersFromAnotherThreadDisturbNeitherBandOperationsNorANewRate) {
-  PlugRig rig({{"kB1State", 1}, {"kB1Type", 1}, {"kB1Lookahead", 50}});
+  PlugRig rig("B1State=1 B1Type=1 B1Lookahead=50");
   const Disturbance control([&rig](int step) {
     const auto value = static_cast<float>(step % 100) * 0.01F;
     rig.plug.setParameter(step % 2 == 0 ? kIpTrim : kB1Frequency, value);

@@ -27,27 +27,23 @@ class PlugRig {
     float value;
     bool operator==(const Message&) const = default;
   };
-  using Settings = std::vector<std::pair<const char*, double>>;
 
-  PlugRig() : PlugRig(Settings{}) {}
-  explicit PlugRig(const Settings& settings, double rate = 48000.0, InstallFolders folders = {})
+  explicit PlugRig(const std::string& settings = "", double rate = 48000.0,
+                   InstallFolders folders = {})
       : machine(std::make_unique<MemoryStore>(), std::move(folders)),
         plug(
             &PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }, machine) {
     plug.getAeffect()->user = this;
     plug.setSampleRate(static_cast<float>(rate));
-    set(settings);
+    setText(settings);
     plug.resume();
     messages.clear();
   }
 
-  void set(const Settings& settings) {
-    for (const auto& [identifier, plain] : settings) set(id(identifier), plain);
-  }
   void set(int index, double plain) {
     plug.setParameter(index, plug.plainToNormalised(index, static_cast<float>(plain)));
   }
-  /// "B1Type=1 IpTrim=-6": as `set`, all together, for tables.
+  /// "B1Type=1 IpTrim=-6": as `set`, all together.
   void setText(const std::string& text) {
     const Plug::UpdateHold together(plug);
     std::istringstream words(text);
