@@ -1,9 +1,14 @@
-// The chain as a whole: bands that do nothing give the input back, as late as the host was told.
+// The chain as a whole: how it stands in a host, what that may hand over, bands that do nothing and
+// detectors that do the same.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -77,6 +82,159 @@ TEST(ChainTest, GivesTheInputBackAsLateAsToldDryAndTheSidechainInStepWithIt) {
         EXPECT_LT(deviation(side, heard, latency), 3 * kMinus280Db) << "heard by band " << band;
       }
     }
+  }
+}
+
+TEST(ChainTest, StandsAsTheHostExpectsIt) {
+  PlugRig rig;
+  AEffect& effect = *rig.plug.getAeffect();
+  EXPECT_EQ(std::memcmp(&effect.magic, "PtsV", 4), 0);
+  const std::array facts = {effect.numParams, effect.numPrograms, effect.numInputs,
+                            effect.numOutputs, effect.flags};
+  EXPECT_EQ(facts, (std::array{422, 1, 4, 2, 16 | 32 | 4096}));
+  EXPECT_EQ(rig.plug.getBandNames().size(), 8U);
+  EXPECT_EQ(rig.plug.parameterInfo(bandParameterId(2, kB1Ratio)).group, 3);
+  EXPECT_EQ(rig.plug.parameterInfo(kBandOrder).group, 0);
+  char name[64] = "";
+  EXPECT_NE(effect.dispatcher(&effect, kEffectGetEffectName, 0, 0, name, 0), 0);
+  EXPECT_STREQ(name, "Corvanthelis");
+  EXPECT_TRUE(rig.plug.getProductString(name));
+  EXPECT_STREQ(name, "Corvanthelis");
+  EXPECT_TRUE(rig.plug.getVendorString(name));
+  EXPECT_STREQ(name, "Halvekro");
+  rig.plug.resume();
+  EXPECT_EQ(rig.count(kHostWantMidi, 0), 2);
+  for (const bool on : {true, false}) {
+    EXPECT_TRUE(rig.plug.setBypass(on));
+    EXPECT_EQ(rig.get("kBypass"), on ? 1.0 : 0.0);
+  }
+  rig.plug.setParameter(kListen, 0.99F);
+  EXPECT_EQ(rig.get("kListen"), 0.0) << "a switch is on only at its very end";
+}
+
+template <typename Sample>
+void expectUntouched(int announced, int frames) {
+  SCOPED_TRACE(testing::Message() << frames << " frames, announced " << announced);
+  const RealTimeCheck::Exception longBlocks;
+  PlugRig rig("B1State=0");
+  rig.plug.setBlockSize(announced);
+  const auto input = noise<Sample>(9000);
+  EXPECT_TRUE(render(rig.plug, input, frames) == input);
+}
+
+TEST(BlockDriverTest, WithNothingOnTheOutputIsTheInputBitForBitInAnyBlocks) {
+  for (const int announced : {0, -1, 64, 20000, std::numeric_limits<int>::max()}) {
+    for (const int frames : {1, 64, 1000, 9000}) {
+      expectUntouched<double>(announced, frames);
+      expectUntouched<float>(announced, frames);
+    }
+  }
+}
+
+TEST(BlockDriverTest, BadSamplesAndMissingChannelsAreSilence) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  constexpr std::array kBad = {std::pair(3U, kNan), std::pair(5U, kInfinity),
+                               std::pair(0U, -kInfinity), std::pair(7U, kNan)};
+  constexpr double kUntouched = 0.5;
+  const double louder = linear(6);
+  const struct {
+    std::array<bool, 4> ins;
+    std::array<bool, 2> outs;
+    bool inPlace;
+    std::array<double, 2> wanted;
+    std::array<bool, 4> sidechain;  // also scrubbed
+  } cases[] = {{{1, 1, 1, 1}, {1, 1}, false, {louder, louder}, {0, 0, 1, 1}},
+               {{1, 1, 1, 1}, {1, 1}, true, {louder, louder}, {}},
+               {{1, 0, 0, 1}, {1, 1}, false, {louder, 0}, {}},
+               {{0, 1, 0, 1}, {0, 1}, false, {kUntouched, louder}, {}},
+               {{1, 1, 0, 0}, {1, 0}, false, {louder, kUntouched}, {0, 1, 0, 0}}};
+  PlugRig rig("B1State=0 IpTrim=6");
+  for (int number = 0; const auto& c : cases) {
+    SCOPED_TRACE(number++);
+    std::array<std::array<double, 32>, 4> pins;
+    std::array<double*, 4> in{};
+    for (std::size_t pin = 0; pin < 4; ++pin) {
+      pins[pin].fill(1.0);
+      pins[pin][kBad[pin].first] = kBad[pin].second;
+      if (c.ins[pin]) in[pin] = pins[pin].data();
+    }
+    std::array<std::array<double, 32>, 4> apart;
+    for (auto& out : apart) out.fill(kUntouched);
+    std::array<double*, 2> out = {c.outs[0] ? apart[0].data() : nullptr,
+                                  c.outs[1] ? apart[1].data() : nullptr};
+    process(rig.plug, in.data(), c.inPlace ? in.data() : out.data(), 32);
+    for (std::size_t pin = 0; pin < 4; ++pin) {
+      for (std::size_t i = 0; i < 32; ++i) {
+        const bool bad = i == kBad[pin].first;
+        if (c.sidechain[pin]) {
+          ASSERT_EQ(pins[pin][i], bad ? 0.0 : 1.0) << pin;
+        }
+        if (pin > 1) continue;
+        const double wanted = bad && c.wanted[pin] == louder ? 0.0 : c.wanted[pin];
+        ASSERT_NEAR((c.inPlace ? pins : apart)[pin][i], wanted, 1e-6) << pin << ", " << i;
+      }
+    }
+  }
+  std::array<double*, 4> none{};
+  process(rig.plug, static_cast<float**>(nullptr), nullptr, 32);
+  for (const int frames : {0, -5}) process(rig.plug, none.data(), none.data(), frames);
+  EXPECT_EQ(rig.plug.getSampleCount(), 5 * 32) << "only real blocks count";
+}
+
+TEST(BlockDriverTest, SilenceEndsAtZeroAndNotAmongTheDenormals) {
+  PlugRig rig("B1Threshold=-40 B1Ratio=1 B1Lookahead=0", 8000.0);
+  rig.plug.setMeterDecay(97);
+  rig.setText("Oversample=1 B1SCLF=1 B1RelSlow=50 B1RelFast=20");
+  render(rig.plug, noise<double>(8000), 200);
+  render(rig.plug, Stereo<double>(60 * 8000), 200);
+  std::feclearexcept(FE_UNDERFLOW);
+  render(rig.plug, Stereo<double>(200), 200);
+  EXPECT_EQ(std::fetestexcept(FE_UNDERFLOW), 0);
+}
+
+constexpr int kBlock = 96;
+
+/// Linked detectors that hear the same are run as one, unless they ever heard something else: one
+/// block that is far below all levels, unlinked, makes an effect run them all its life.
+void runApartFromNowOn(PlugRig& rig) {
+  Stereo<double> faint(kBlock);
+  faint.channels[0].assign(kBlock, 1e-200);
+  rig.setText("B1SCLink=0 B2SCLink=0");
+  for (int block = 0; block < 40; ++block) render(rig.plug, faint, kBlock);
+  rig.setText("B1SCLink=100 B2SCLink=100");
+}
+
+/// Bit by bit, through everything that takes the detectors of a band apart.
+TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
+  const std::string settings =
+      "B1Threshold=-30 B1Ratio=.6 B1Target=40 B1Frequency=300 B2State=1 B2Frequency=4000 "
+      "B2RatioB=.5 B2Position=30 B2Lookahead=3 B2Threshold=-20 B2LR=1";
+  const std::map<int, const char*> changes = {
+      {20, "B1SCPos=20"}, {30, "B1Lookahead=25"}, {40, "B1SCLink=30"},  {60, "B1SCLink=100"},
+      {70, "B2SCLink=0"}, {75, "B1Lookahead=2"},  {80, "SCListen=0"},   {85, "SCListen=-1"},
+      {90, "B2Bypass=1"}, {95, "B2Bypass=0"},     {100, "B2Attack=30"}, {110, "B2State=0"},
+      {120, "B2State=1"}, {150, "B2SCLink=70"}};
+  PlugRig one(settings);
+  PlugRig two(settings);
+  runApartFromNowOn(two);
+  render(two.plug, Stereo<double>(100 * kBlock), kBlock);
+  render(one.plug, Stereo<double>(140 * kBlock), kBlock);
+  const Stereo<double> input = noise<double>(200 * kBlock);
+  const auto play = [&](PlugRig& rig) {
+    return render(rig.plug, input, kBlock, [&](int at) {
+      const auto change = changes.find(at / kBlock);
+      if (change != changes.end()) rig.setText(change->second);
+    });
+  };
+  const Stereo<double> expected = play(two);
+  EXPECT_EQ(play(one).channels, expected.channels);
+  for (int i = 0; i < 2; ++i) {
+    for (int channel = 0; channel < 2; ++channel) {
+      EXPECT_EQ(one.plug.getBandGain(i, 3, channel), two.plug.getBandGain(i, 3, channel));
+    }
+    EXPECT_EQ(one.plug.getBandEnvelope(i), two.plug.getBandEnvelope(i));
+    EXPECT_EQ(one.plug.getGainReduction(i), two.plug.getGainReduction(i));
   }
 }
 
