@@ -109,10 +109,10 @@ TEST(ChainTest, StandsAsTheHostExpectsIt) {
   EXPECT_EQ(rig.count(kHostWantMidi, 0), 2);
   for (const bool on : {true, false}) {
     EXPECT_TRUE(rig.plug.setBypass(on));
-    EXPECT_EQ(rig.get("kBypass"), on ? 1.0 : 0.0);
+    EXPECT_EQ(rig.plug.getPlainValue(kBypass), on ? 1.0F : 0.0F);
   }
   rig.plug.setParameter(kListen, 0.99F);
-  EXPECT_EQ(rig.get("kListen"), 0.0) << "a switch is on only at its very end";
+  EXPECT_EQ(rig.plug.getPlainValue(kListen), 0.0F) << "a switch is on only at its very end";
 }
 
 template <typename Sample>

@@ -12,7 +12,6 @@
 #include <iterator>
 #include <list>
 #include <map>
-#include <numbers>
 #include <random>
 #include <set>
 #include <sstream>
@@ -96,6 +95,9 @@ inline std::string chunkOf(Plug& plug, bool isPreset = false) {
   void* data = nullptr;
   const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
   return textOf({static_cast<const char*>(data), size});
+}
+inline void load(Plug& plug, const std::string& text, bool isPreset = false) {
+  plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
 }
 inline std::string documentOf(Plug& plug) { return textOf(plug.document(false)); }
 
@@ -400,9 +402,6 @@ class EditScript {
     EXPECT_FALSE(plug.canUndo());
   }
 
-  void load(const std::string& text, bool isPreset) {
-    plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
-  }
   /// As bytes of just this size: the text's end is where the size says.
   bool paste(const Args& args) {
     const std::string text = args.text(1);
@@ -443,12 +442,9 @@ class EditScript {
   }
   /// A tone, with an idle call after each block.
   void play(double level, double seconds) {
-    Stereo<double> tone(static_cast<int>(48000 * seconds));
-    for (int i = 0; double& x : tone.channels[0]) {
-      x = level * std::sin(2.0 * std::numbers::pi * 440.0 * i++ / 48000.0);
-    }
-    tone.channels[1] = tone.channels[0];
-    render(plug, tone, 480, [this](int frame) {
+    auto sound = tone(level, 440.0, static_cast<int>(48000 * seconds));
+    sound.channels[1] = sound.channels[0];
+    render(plug, sound, 480, [this](int frame) {
       if (frame > 0) plug.onIdle();
     });
     plug.onIdle();
@@ -626,8 +622,8 @@ class EditScript {
       {"delete", [&](auto& a) { plug.deleteBand(a.band(0)); }},
       {"bankcopy", [&](auto& a) { banks.copyTo(a.whole(0)); }},
       {"toggle", [&](auto& a) { banks.toggle(static_cast<AbToggleMode>(a.whole(0))); }},
-      {"full", [&](auto& a) { load(a.text(), false); }},
-      {"preset", [&](auto& a) { load(a.text(), true); }},
+      {"full", [&](auto& a) { load(plug, a.text()); }},
+      {"preset", [&](auto& a) { load(plug, a.text(), true); }},
       {"loadingflags", [&](auto& a) { plug.setLoadingFlags(a.whole(0)); }},
       {"loadingfile", [&](auto&) { plug.editorState().loadingFile = true; }},
       {"midi", [&](auto& a) { sendController(plug, a.whole(0), a.whole(1), a.whole(2)); }},
@@ -656,7 +652,7 @@ class EditScript {
       {"asksave", [&](auto& a) { presets.savePresetDialog(user, extensionOf(a), isPreset(a)); }},
       {"askload", [&](auto& a) { presets.loadPresetDialog(user, extensionOf(a)); }},
       {"remember", [&](auto&) { remembered = whole(); }},
-      {"recall", [&](auto&) { load(remembered.first, false); }},
+      {"recall", [&](auto&) { load(plug, remembered.first); }},
       {"same", [&](auto&) { EXPECT_TRUE(whole() == remembered); }},
       {"select", [&](auto& a) { select(a); }},
       {"learn", [&](auto& a) { midi.learn(a.id(0), a.whole(1)); }},

@@ -15,10 +15,6 @@ constexpr std::array kNumbers = {&E::lastAB,    &E::lastListen, &E::linkPage,
                                  &E::zoomState, &E::bandGraph,  &E::meterChannel,
                                  &E::meterZoom, &E::meterShow,  &E::lastPreset};
 
-void load(Plug& plug, const std::string& text, bool isPreset = false) {
-  plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
-}
-
 /// Everything that a document carries, somewhere else; each part of the editor's is seen in it.
 void changeAll(Plug& plug, unsigned seed) {
   std::mt19937 random(seed);
