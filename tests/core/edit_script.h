@@ -423,15 +423,15 @@ class EditScript {
     return {documentOf(plug), chunkOf(plug)};
   }
   /// A soloed dynamic EQ band at `hertz`, which is heard.
-  static std::array<std::vector<double>, 2> soundOf(PlugRig& rig) {
-    compressor& engine = rig.plug.getEngine();
-    engine.resetEngine();
-    auto sound = noise<double>(4000).channels;
-    std::array<double*, 2> inOut = {sound[0].data(), sound[1].data()};
-    inRealTime([&] { engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0); });
-    return sound;
-  }
   void expectHeard(double hertz) {
+    const auto soundOf = [](PlugRig& each) {
+      compressor& engine = each.plug.getEngine();
+      engine.resetEngine();
+      auto sound = noise<double>(4000);
+      std::array<double*, 2> inOut = {sound.channels[0].data(), sound.channels[1].data()};
+      inRealTime([&] { engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0); });
+      return sound;
+    };
     PlugRig fresh("B1Type=1 B1Solo=1 B1Bypass=1 B1Frequency=" + std::to_string(hertz));
     EXPECT_TRUE(soundOf(rig) == soundOf(fresh));
   }

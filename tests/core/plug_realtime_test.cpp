@@ -13,6 +13,7 @@
 
 #include "state/chunk_codec.h"
 #include "tests/core/plug_rig.h"
+#include "tests/support/becomes.h"
 #include "tests/support/realtime_guard.h"
 #include "tests/support/seccomp_child.h"
 #include "tests/support/test_directory.h"
@@ -283,10 +284,7 @@ TEST(PlugThreadsTest, InstancesOfOneProcessShareTheIdleTimer) {
   first.endEdit(kAutoGain);
   Call<float> call;
   for (int block = 0; block < 12; ++block) call(first, Call<float>::kMost);
-  for (int wait = 0; wait < 500 && first.getEngine().measuring(); ++wait) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_FALSE(first.getEngine().measuring()) << "the timer ended the measurement";
+  EXPECT_TRUE(becomes([&first] { return !first.getEngine().measuring(); })) << "by the timer";
 }
 
 }  // namespace
