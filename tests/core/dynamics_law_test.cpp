@@ -85,14 +85,14 @@ TEST(DynamicsLawTest, SteadyGainsOfChannelsSourcesAndWhatIsListenedTo) {
   }
 }
 
-/// 4:1 above -20 dB, from -70 to -2 dB and back: attack, hold and release by the level, and the
+/// 4:1 above -20 dB, from -110 to -2 dB and back: attack, hold and release by the level, and the
 /// attack by the gain. Half a second each; with always the slow times, or always the fast.
 void expectTimes(double rate, double attack, double release, bool slow) {
-  const double low = linear(-70), high = linear(-2);
+  const double low = linear(-110), high = linear(-2);
   const auto wanted = [](double dB) { return dB > -20 ? -0.75 * (dB + 20) : 0.0; };
   const double perMs = rate * 0.001;
   const auto half = static_cast<std::size_t>(rate / 2);
-  PlugRig rig(slow ? "B1Ratio=.75 B1Crest=24" : "B1Ratio=.75 B1Crest=0", rate);
+  PlugRig rig(slow ? "B1Ratio=.75 B1RMS=20 B1Crest=24" : "B1Ratio=.75 B1Crest=0", rate);
   prepare(rig, "B1Attack=" + std::to_string(attack) + (slow ? " B1RelSlow=" : " B1RelFast=") +
                    std::to_string(release));
   Stereo<double> input(static_cast<int>(3 * half));
