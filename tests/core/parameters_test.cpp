@@ -8,7 +8,6 @@
 #include <clocale>
 #include <cmath>
 #include <map>
-#include <ranges>
 #include <set>
 #include <sstream>
 #include <string>
@@ -89,9 +88,9 @@ std::vector<DataRow> scenes() {
   std::vector<DataRow> all;
   std::map<string, string> groups;
   for (DataRow& row : dataRows(TEST_DATA "/parameter_effects.txt")) {
-    for (string& cell : row | std::views::drop(1)) {
-      std::istringstream words(std::exchange(cell, ""));
-      for (string word; words >> word;) cell += (word[0] == '$' ? groups.at(word) : word) + ' ';
+    for (std::size_t i = 1; i < row.size(); ++i) {
+      std::istringstream words(std::exchange(row[i], ""));
+      for (string word; words >> word;) row[i] += (word[0] == '$' ? groups.at(word) : word) + ' ';
     }
     if (row[0].front() != '$') {
       all.push_back(row);
