@@ -103,6 +103,9 @@ TEST(BlockDriverTest, WithNothingOnTheOutputIsTheInputBitForBitInAnyBlocks) {
   }
 }
 
+double* pinOf(bool isThere, std::array<double, 32>& samples) {
+  return isThere ? samples.data() : nullptr;
+}
 void expectAllBut(const std::array<double, 32>& samples, std::size_t one, double wanted,
                   double instead) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -136,12 +139,11 @@ TEST(BlockDriverTest, BadSamplesAndMissingChannelsAreSilence) {
     for (std::size_t pin = 0; pin < 4; ++pin) {
       pins[pin].fill(1.0);
       pins[pin][kBad[pin].first] = kBad[pin].second;
-      if (c.ins[pin]) in[pin] = pins[pin].data();
+      in[pin] = pinOf(c.ins[pin], pins[pin]);
     }
     std::array<std::array<double, 32>, 4> apart;
     for (auto& out : apart) out.fill(kUntouched);
-    std::array<double*, 2> out = {c.outs[0] ? apart[0].data() : nullptr,
-                                  c.outs[1] ? apart[1].data() : nullptr};
+    std::array<double*, 2> out = {pinOf(c.outs[0], apart[0]), pinOf(c.outs[1], apart[1])};
     process(rig.plug, in.data(), c.inPlace ? in.data() : out.data(), 32);
     for (std::size_t pin = 0; pin < 4; ++pin) {
       const std::size_t bad = kBad[pin].first;
