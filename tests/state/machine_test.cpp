@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <barrier>
 #include <chrono>
 #include <csignal>
 #include <memory>
@@ -163,37 +164,30 @@ TEST(MIDIMap, WhatIsLearntDuringASaveIsKept) {
 
 // Two audio threads send a controller each, of which one learns; meanwhile it is saved.
 TEST(MIDIMap, OfTwoAudioThreadsOneLearnsAndWhatItLearnsIsSaved) {
-  constexpr int kRounds = 300;
   TestStore store;
   MIDIMap map(store);
-  std::atomic<int> round{0};
-  std::atomic<int> sent{0};
-  const auto send = [&map](int controller) {
-    const std::uint8_t message[] = {0xB0, static_cast<std::uint8_t>(controller), 0};
-    static_cast<void>(map.process(message));
-  };
-  std::thread other([&] {
-    for (int n = 1; n <= kRounds; ++n, ++sent) {
-      for (int turns = 1; round < n; ++turns) {
-        if (turns % 100 == 0) std::this_thread::yield();
+  std::barrier both(2);
+  const auto send = [&](std::uint8_t controller, bool isFirst) {
+    for (int round = 0; round < 300; ++round) {
+      if (isFirst) map.setLearnTarget(10);
+      both.arrive_and_wait();
+      const std::uint8_t message[] = {0xB0, controller, 0};
+      static_cast<void>(map.process(message));
+      if (isFirst) map.saveChanges();
+      both.arrive_and_wait();
+      if (!isFirst) continue;
+      map.saveChanges();
+      const MIDIMap stored(store);
+      int learnt = 0;
+      for (int i = 0; i < MIDIMap::kControllers; ++i) {
+        learnt += map.parameterOf(i) == 10 ? 1 : 0;
+        EXPECT_EQ(map.parameterOf(i), stored.parameterOf(i)) << "round " << round;
       }
-      send(127);
+      EXPECT_EQ(learnt, 1) << "round " << round;
     }
-  });
-  for (int n = 1; n <= kRounds; ++n) {
-    map.setLearnTarget(10);
-    round = n;
-    send(100);
-    while (sent < n) map.saveChanges();
-    map.saveChanges();
-    const MIDIMap stored(store);
-    int learnt = 0;
-    for (int i = 0; i < MIDIMap::kControllers; ++i) {
-      learnt += map.parameterOf(i) == 10 ? 1 : 0;
-      EXPECT_EQ(map.parameterOf(i), stored.parameterOf(i)) << "round " << n;
-    }
-    EXPECT_EQ(learnt, 1) << "round " << n;
-  }
+  };
+  std::thread other(send, 127, false);
+  send(100, true);
   other.join();
 }
 

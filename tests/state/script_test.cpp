@@ -200,7 +200,7 @@ class ScriptTest : public Script {
     commands["groups"] = [this] { say(own()->getGroupCount()); };
     commands["group"] = [this] { describeGroup(); };
     commands["choice"] = [this] { say(own()->getGlobal(name(2))); };
-    commands["choice or -9"] = [this] { say(own()->getGlobal(name(2), -9)); };
+    commands["choice or"] = [this] { say(own()->getGlobal(name(2), number(3))); };
     commands["choose"] = [this] {
       own()->setGlobal(name(2), number(3)), say(kept.text("globals"));
     };
