@@ -15,7 +15,6 @@
 #include <random>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/file_lock.h"
 #include "state/file_store.h"
@@ -42,22 +41,18 @@ bool countTogether(const std::string& path, int process) {
   FileStore shared(path, kWait);
   Globals globals(shared);
   std::atomic<int> done{0};
-  std::vector<std::thread> threads;
-  threads.reserve(3);
-  for (const char* const name : {"0", "1", "2"}) {
-    threads.emplace_back([&, name] {
-      FileStore own(path, kWait);
-      FileStore& store = *name == '0' ? own : shared;
-      for (int i = 0; i < 40; ++i) {
-        const std::string key = name + std::to_string(1000 * process + i);
-        if (i % 4 == 0) globals.setGlobal(key.c_str(), i);
-        done += i % 4 == 0 ? globals.getGlobal(key.c_str()) == i
-                           : store.update(i % 4 == 1 ? "all" : name, [](const auto& old) {
-                               return std::to_string(count(old) + 1);
-                             });
-      }
-    });
-  }
+  const auto work = [&](const std::string& name) {
+    FileStore own(path, kWait);
+    FileStore& store = name == "0" ? own : shared;
+    const auto next = [](const auto& old) { return std::to_string(count(old) + 1); };
+    for (int i = 0; i < 40; ++i) {
+      const std::string key = name + std::to_string(1000 * process + i);
+      if (i % 4 == 0) globals.setGlobal(key.c_str(), i);
+      done += i % 4 == 0 ? globals.getGlobal(key.c_str()) == i
+                         : store.update(i % 4 == 1 ? "all" : name, next);
+    }
+  };
+  std::thread threads[] = {std::thread(work, "0"), std::thread(work, "1"), std::thread(work, "2")};
   for (std::thread& thread : threads) thread.join();
   return done == 120;
 }
@@ -75,11 +70,12 @@ TEST(FileStore, LosesNoUpdateOfProcessesAndThreadsWhoeverIsKilled) {
   const std::string path = directory.path("new/folder/store.json");
   FileStore store(path);
   ASSERT_TRUE(store.write("other", std::string(20'000, 'x')));
-  const pid_t counters[] = {startChild([&] { return countTogether(path, 0); }),
-                            startChild([&] { return countTogether(path, 1); })};
+  const auto counter = [&path](int process) {
+    return startChild([&] { return countTogether(path, process); });
+  };
   int status = 0;
-  for (const pid_t counter : counters) {
-    ASSERT_EQ(waitpid(counter, &status, 0), counter);
+  for (const pid_t child : {counter(0), counter(1)}) {
+    ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
   }
   const unsigned seed = std::random_device()();
@@ -112,9 +108,9 @@ TEST(FileStore, LosesNoUpdateOfProcessesAndThreadsWhoeverIsKilled) {
   const Globals globals(store);
   for (const std::string name : {"0", "1", "2"}) {
     EXPECT_EQ(count(store.read(name)), 40) << name;
-    for (int i = 0; i < 40; i += 4) {
-      EXPECT_EQ(globals.getGlobal((name + std::to_string(i)).c_str(), -1), i);
-      EXPECT_EQ(globals.getGlobal((name + std::to_string(1000 + i)).c_str(), -1), i);
+    for (int i = 0; i < 80; i += 4) {
+      const std::string key = name + std::to_string(i < 40 ? i : 960 + i);
+      EXPECT_EQ(globals.getGlobal(key.c_str(), -1), i % 40) << key;
     }
   }
   EXPECT_TRUE(store.write("value", "free again")) << store.takeNotice();
