@@ -1,16 +1,12 @@
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cmath>
 #include <complex>
 #include <numbers>
 #include <random>
-#include <string>
 #include <thread>
 #include <type_traits>
-#include <vector>
 
 #include "analysis/vector_kernels.h"
 #include "filters/blt_eq.h"

@@ -1,20 +1,14 @@
 // Documents, plain and packed.
 
-#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <iomanip>
 #include <limits>
 #include <memory>
 #include <random>
 #include <set>
-#include <sstream>
-#include <string>
 #include <string_view>
 
 #include "state/chunk_codec.h"
@@ -177,18 +171,16 @@ class JsonScript : public Script {
     commands["refer"] = [this] {
       add(jsonCreateReference(jsonGetArrayItem(shared.get(), number(2))), false);
     };
-    commands["write"] = [this] {
-      JsonWriter(root.get()).add(names.insert(row[1]).first->c_str(), made());
-      say(treeOf(root.get()));
-    };
-    commands["delete"] = [this] {
-      jsonDeleteItemFromObject(root.get(), row[1].c_str());
-      say(treeOf(root.get()));
-    };
+    commands["write"] = [this] { JsonWriter(root.get()).add(keptName(), made()); };
+    commands["delete"] = [this] { jsonDeleteItemFromObject(root.get(), row[1].c_str()); };
     commands["find"] = [this] { say(treeOf(jsonGetObjectItem(root.get(), row[1].c_str()))); };
     commands["item"] = [this] { say(treeOf(jsonGetArrayItem(root.get(), number(1)))); };
   }
+  void afterRow() override {
+    if (said.empty()) say(treeOf(root.get()));
+  }
   [[nodiscard]] JsonNode* made() const { return jsonParse(row[2].c_str()); }
+  [[nodiscard]] const char* keptName() { return names.insert(row[1]).first->c_str(); }
   /// It has a key already, a copy or a constant.
   [[nodiscard]] JsonNode* withKey(bool isConst) const {
     const JsonTree before(jsonCreateObject());
@@ -199,11 +191,10 @@ class JsonScript : public Script {
     return item;
   }
   void add(JsonNode* item, bool isConst) {
-    const char* const name = names.insert(row[1]).first->c_str();
+    const char* const name = keptName();
     if (isConst) jsonAddItemToObjectConstKey(root.get(), name, item);
     if (!isConst) jsonAddItemToObject(root.get(), item->key ? item->key : name, item);
     EXPECT_EQ(item->key == name, isConst);
-    say(treeOf(root.get()));
   }
 
   std::set<std::string> names;
