@@ -23,13 +23,6 @@ namespace {
 constexpr std::size_t kWalk = 5000;
 constexpr std::size_t kOutputs = CrossoverEngine::kBands;
 
-/// Changes with any sample of a signal.
-double weighted(const double* samples, std::size_t count) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < count; ++i) sum += (1.0 + static_cast<double>(i % 7)) * samples[i];
-  return sum;
-}
-
 /// Noise that adds up to an impulse at the middle tap.
 std::vector<Signal> randomKernels(std::size_t taps, std::size_t most, std::mt19937& random) {
   std::vector<Signal> kernels(1 + random() % most, Signal(taps));
@@ -88,7 +81,7 @@ void expectAsKnown(const std::string& name, Convolver& convolver, std::size_t ta
     inRealTime([&] { reset(static_cast<int>(phase)); });
     std::vector<double> sums;
     for (const Signal& out : played(convolver, taps, most, random)) {
-      for (std::size_t at = 0; at < kWalk; at += 1000) sums.push_back(weighted(&out[at], 1000));
+      for (std::size_t at = 0; at < kWalk; at += 1000) sums.push_back(weightedSum(&out[at], 1000));
     }
     known.expect(name + ", phase " + std::to_string(phase), sums, 1e-9, 1e-10);
   }
@@ -133,7 +126,7 @@ TEST(OversampledGain, GoesOnAsItDidInAnyBlocksAndQuality) {
       Signal scratch[] = {Signal(2 * signal.size() + 1, 7.0), Signal(2 * signal.size() + 1, 7.0)};
       processInRealTime(unit, signal.data(), gain.data(), n, scratch[0].data(), scratch[1].data());
       EXPECT_EQ(scratch[0].back() + scratch[1].back(), 14.0) << "beyond the end";
-      sums.push_back(weighted(signal.data(), signal.size()));
+      sums.push_back(weightedSum(signal.data(), signal.size()));
     }
     known.expect(std::to_string(row), sums, 1e-9, 1e-10);
   }
