@@ -142,20 +142,16 @@ TEST(Subband, GoesOnAsItDidThroughResetsPausesAndMono) {
 constexpr std::size_t kBands = CrossoverBank::kBands;
 constexpr double kMinus280Db = 1e-14;
 
-struct Splits {
-  std::vector<double> centres, slopes;
-};
-
-Splits randomSplits(std::mt19937& random, int bands) {
+void setRandomSplits(CrossoverBank& bank, int bands, std::mt19937& random) {
   std::uniform_real_distribution<double> octave(0.3, 1.6);
-  Splits splits;
+  std::vector<double> centres, slopes;
   double centre = 30.0 * std::exp2(octave(random));
   for (int b = 0; b < bands; ++b) {
-    splits.centres.push_back(centre);  // NOLINT(performance-inefficient-vector-operation): few
-    splits.slopes.push_back(6.0 + static_cast<double>(random() % 900) / 10.0);
+    centres.push_back(centre);  // NOLINT(performance-inefficient-vector-operation): few
+    slopes.push_back(6.0 + static_cast<double>(random() % 900) / 10.0);
     centre *= std::exp2(octave(random));
   }
-  return splits;
+  bank.setSplits(centres, slopes);
 }
 
 /// The bands of a block: band b's left and right at 2b, 2b + 1.
@@ -211,13 +207,12 @@ TEST(CrossoverBank, HasTheBandsOfItsSplitsAndSumsToTheDelayedInput) {
     ASSERT_EQ(bank.latency(), isBlocked ? 1535 : 512);
     std::mt19937 random(11);
     for (const int bands : {8, 1, 2, 5, 3}) {
-      const Splits splits = randomSplits(random, bands);
+      setRandomSplits(bank, bands, random);
       for (const int rate : {44100, 96000}) {
         bank.setSampleRate(rate);
-        bank.setSplits(splits.centres, splits.slopes);
         bank.buildKernels();
         const char* const engine = isBlocked ? "blocked, " : "direct, ";
-        expectBands(bank, splits.centres.size(), known,
+        expectBands(bank, static_cast<std::size_t>(bands), known,
                     engine + std::to_string(bands) + " bands at " + std::to_string(rate));
       }
     }
@@ -244,8 +239,7 @@ TEST(CrossoverBank, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {
     }
     known.expect(std::to_string(i), numbers);
     if (random() % 3 != 0) continue;
-    const Splits splits = randomSplits(random, 1 + static_cast<int>(random() % 8));
-    bank.setSplits(splits.centres, splits.slopes);
+    setRandomSplits(bank, 1 + static_cast<int>(random() % 8), random);
   }
 }
 

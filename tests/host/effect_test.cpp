@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <limits>
 #include <stdexcept>
-#include <string>
 #include <thread>
 
 #include "state/chunk_codec.h"

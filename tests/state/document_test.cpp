@@ -211,23 +211,7 @@ TEST_F(JsonScript, ObjectsTakeFindAndGiveUpTheirItems) {
   }
 }
 
-/// Runs `attempt` once for each of its allocations, that one failing, until none is left; leaks of
-/// the rest are the sanitizers' to find.
-template <typename Attempt>
-int failEachAllocation(const Attempt& attempt) {
-  static int left = 0;
-  for (int failing = 0;; ++failing) {
-    left = failing;
-    json_detail::allocate = [](std::size_t bytes) {
-      return left-- == 0 ? nullptr : std::malloc(bytes);
-    };
-    const bool gaveResult = attempt();
-    json_detail::allocate = std::malloc;
-    EXPECT_EQ(gaveResult, left >= 0) << "allocation " << failing;
-    if (left >= 0) return failing;
-  }
-}
-
+// One allocation fails, the next time another, until none does; leaks are the sanitizers' to find.
 TEST(Json, EveryFailedAllocationGivesNullAndLeaksNothing) {
   const std::string text =
       "{\"a\":[1,\"t\",{\"b\":null}],\"c\":\"" + std::string(9000, 'x') + "\",\"d\":[]}";
@@ -249,7 +233,18 @@ TEST(Json, EveryFailedAllocationGivesNullAndLeaksNothing) {
     return read && printed && array && string && reference && compact(object.get()) != "(null)";
   };
   // 8 nodes, 4 keys, 2 texts; the first block and one more for the long text; 3 + 2 + 1; 4.
-  EXPECT_EQ(failEachAllocation(attempt), 26);
+  static int left = 0;
+  int failing = -1;
+  do {
+    left = ++failing;
+    json_detail::allocate = [](std::size_t bytes) {
+      return left-- == 0 ? nullptr : std::malloc(bytes);
+    };
+    const bool gaveResult = attempt();
+    json_detail::allocate = std::malloc;
+    EXPECT_EQ(gaveResult, left >= 0) << "allocation " << failing;
+  } while (left < 0);
+  EXPECT_EQ(failing, 26);
   EXPECT_EQ(treeOf(JsonTree(jsonCreateIntArray(nullptr, 3)).get()), "[]");
 }
 

@@ -7,13 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <barrier>
 #include <chrono>
 #include <csignal>
-#include <memory>
 #include <random>
-#include <string>
 #include <thread>
 
 #include "platform/file_lock.h"
