@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
 #include <numeric>
-#include <optional>
 #include <set>
 
 #include "analysis/fft.h"
@@ -32,7 +30,6 @@ const fs::path kBank = kContent / "Factory Bank.CorvanthelisBank";
 constexpr int kRunBlock = 480;  // frames: 10 ms
 constexpr std::size_t kFrame = 2048;
 constexpr std::size_t kHop = 512;
-constexpr std::size_t kBins = kFrame / 2;
 constexpr std::size_t kFrames = (kSoundSeconds * kSoundRate - kFrame) / kHop + 1;
 
 /// A measure with its range, and where it is taken: a part of a stereo signal between two
@@ -75,7 +72,7 @@ struct Heard {
   [[nodiscard]] double power(std::size_t frame, const Claim& claim) const {
     const auto binOf = [frame](const std::string& hertz) {
       const double bin = std::stod(hertz) / kSoundRate * static_cast<double>(kFrame);
-      return frame * (kBins + 1) + static_cast<std::size_t>(std::lround(bin));
+      return frame * (kFrame / 2 + 1) + static_cast<std::size_t>(std::lround(bin));
     };
     const std::size_t from = binOf(claim.row[4]), to = binOf(claim.row[5]);
     return (claim.place[2] == "side" ? 0.0 : below[0][to] - below[0][from]) +
