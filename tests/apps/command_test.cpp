@@ -16,7 +16,6 @@
 #include "apps/preset_source.h"
 #include "apps/progress_bar.h"
 #include "apps/text.h"
-#include "core/parameter_table.h"
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
@@ -33,29 +32,6 @@ TEST_F(Command, failsAsItIsTold) { follow("failures.txt"); }
 TEST_F(Command, drawsCurves) { follow("curves.txt"); }
 TEST_F(Command, rendersAndReports) { follow("renders.txt"); }
 TEST_F(Command, readsAndWritesAudioOfEveryKind) { follow("audio_files.txt"); }
-
-TEST_F(Command, listsEveryParameterForPeopleAndMachines) {
-  EXPECT_EQ(std::ranges::count(run("params").out, '\n'), kNumParams + 1);
-  const JsonTree list(jsonParse(run("params --json").out.c_str()));
-  ASSERT_EQ(jsonGetArraySize(list.get()), kNumParams);
-  const JsonNode* entry = list->child;
-  for (int id = 0; id < kNumParams; ++id, entry = entry->next) {
-    const auto text = [&](const char* key) { return jsonGetObjectItem(entry, key)->valueString; };
-    const auto number = [&](const char* key) {
-      return static_cast<float>(jsonGetObjectItem(entry, key)->valueDouble);
-    };
-    const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(id)];
-    const std::string name(parameterKeyTable().name(id));
-    EXPECT_EQ(jsonGetArraySize(entry), 9);
-    EXPECT_EQ((std::vector<std::string>{text("id"), text("name"), text("label")}),
-              (std::vector<std::string>{name, record.name, record.label}));
-    EXPECT_EQ((std::vector{number("number"), number("default"), number("min"), number("max"),
-                           number("curve"), number("group")}),
-              (std::vector{float(id), record.value, record.min, record.max, float(record.curve),
-                           isBandParameter(id) ? float(name[2] - '0') : 0.0F}))
-        << name;
-  }
-}
 
 /// Stored states, presets, banks and band files.
 class StateFiles : public ProgramTest {
