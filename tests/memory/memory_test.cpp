@@ -23,7 +23,7 @@
 #include "core/parameter_ids.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/memory/memory_walk.h"
-#include "tests/support/host_memory.h"
+#include "tests/support/becomes.h"
 #include "tests/support/test_directory.h"
 
 // What the rig finds its plug-ins by.
@@ -38,7 +38,6 @@ namespace {
 constexpr AAX_CTypeID kState = AAX_TypeID("CvnP");
 constexpr AAX_CTypeID kControls = AAX_TypeID("elck");
 constexpr int kFrames = 1024;
-constexpr useconds_t kTick = 10'000;
 
 /// Filters of all kinds, by plain values.
 constexpr std::pair<const char*, float> kSound[] = {
@@ -224,16 +223,6 @@ void keepOthers() {
 
 bool hasStruck() { return shortage().hasStruck(); }
 
-/// Whether `isIt` comes true while jobs and ticks have their time.
-template <typename Condition>
-bool comes(const Condition& isIt) {
-  for (int i = 0; i < 100; ++i) {
-    if (isIt()) return true;
-    usleep(kTick);
-  }
-  return false;
-}
-
 /// A new instance is whole, or there is none; it ends without memory, too.
 template <typename Hosted, bool isFirst>
 Attempt making() {
@@ -298,13 +287,13 @@ Walk changing(const char* name, void (*change)(Hosted&), typename Hosted::Kind k
     keepOthers<Hosted>();
     Hosted good(kind);
     makeChange(good);
-    usleep(10 * kTick);
+    usleep(100'000);
     const std::vector<float> sound = good.played();
     return [=, wanted = good.state()]() -> std::string {
       Hosted hosted(kind);
       makeChange(hosted);
       const auto isNear = [](float x, float y) { return std::abs(x - y) < 1e-5F; };
-      if (!comes([&] { return std::ranges::equal(hosted.played(), sound, isNear); }))
+      if (!becomes([&] { return std::ranges::equal(hosted.played(), sound, isNear); }))
         return "the sound never came";
       return hosted.state() == wanted ? "" : "not all values came";
     };
@@ -371,7 +360,7 @@ TEST(Lv2Memory, Playing) {
   };
   const auto tick = [](Lv2Host& host) {
     host.run(kFrames);
-    meet([] { comes(&hasStruck); });
+    meet([] { return becomes(&hasStruck, std::chrono::seconds(1)); });
   };
   walkMemory({changing<Lv2Host>("run and job", job, Lv2Rig::kWorker),
               changing<Lv2Host>("run offline", offline, Lv2Rig::kNoWorker, 4),
