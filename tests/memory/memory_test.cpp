@@ -150,17 +150,13 @@ class Lv2Host : public Lv2Rig {
 
   static void load() { lv2_descriptor(0); }
   static LV2_Handle make() {
-    static LV2_URID_Map map = {nullptr, [](LV2_URID_Map_Handle, const char* uri) {
-                                 const HostMemory own;
-                                 return UridMap::map(uri);
-                               }};
-    static const LV2_Feature feature = {LV2_URID__map, &map};
+    static const LV2_Feature feature = {LV2_URID__map, UridMap::feature()};
     static const LV2_Feature* const features[] = {&feature, nullptr};
     return lv2_descriptor(0)->instantiate(lv2_descriptor(0), 48000.0, "", features);
   }
   static std::string told(LV2_Handle made) {
     StoredState state;
-    storing()->save(made, &store, &state, 0, nullptr);
+    storing()->save(made, &StoredState::store, &state, 0, nullptr);
     return textOf(state);
   }
   static void end(LV2_Handle made) { lv2_descriptor(0)->cleanup(made); }
@@ -178,9 +174,7 @@ class Lv2Host : public Lv2Rig {
     return save(stored) ? textOf(stored) : "none";
   }
   [[nodiscard]] static Stored room() { return {}; }
-  bool save(Stored& state) const {
-    return storing()->save(instance, &store, &state, 0, nullptr) == LV2_STATE_SUCCESS;
-  }
+  bool save(Stored& state) const { return saveTo(state) == LV2_STATE_SUCCESS; }
   bool take(Stored& state) const {
     return storing()->restore(instance, &StoredState::retrieve, &state, 0, nullptr) ==
            LV2_STATE_SUCCESS;
@@ -201,11 +195,6 @@ class Lv2Host : public Lv2Rig {
   static const LV2_State_Interface* storing() {
     return static_cast<const LV2_State_Interface*>(
         lv2_descriptor(0)->extension_data(LV2_STATE__interface));
-  }
-  static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
-                                std::size_t size, std::uint32_t type, std::uint32_t flags) {
-    const HostMemory own;
-    return StoredState::store(handle, key, value, size, type, flags);
   }
   static std::string textOf(const StoredState& stored) {
     std::string text;

@@ -11,13 +11,9 @@
 #include <csignal>
 #include <cstddef>
 
-namespace {
+#include "tests/support/realtime_guard.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;  // their run-time libraries make calls of their own
-#else
-constexpr bool kSanitized = false;
-#endif
+namespace {
 
 constexpr unsigned kTimeoutSeconds = 60;
 
@@ -76,7 +72,7 @@ SeccompEnd endOfChild(pid_t child) {
 
 SeccompEnd runUnderSeccomp(const std::function<void()>& prepare,
                            const std::function<void()>& process) {
-  if (kSanitized) return {};
+  if (CORVANTHELIS_SANITIZED != 0) return {};
   static void* const shared =
       mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   report = new (shared) Report;
