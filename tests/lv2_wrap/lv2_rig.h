@@ -21,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/aax_host/host_memory.h"
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "libraries/lv2_wrap/port_change_request.h"
@@ -31,6 +32,7 @@
 class UridMap {
  public:
   static LV2_URID map(const char* uri) {
+    const HostMemory own;
     static std::mutex mutex;
     static std::map<std::string, LV2_URID> known;
     const std::lock_guard guard(mutex);
@@ -61,6 +63,7 @@ struct StoredState {
   }
   static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
                                 std::size_t size, std::uint32_t type, std::uint32_t flags) {
+    const HostMemory own;
     auto& state = *static_cast<StoredState*>(handle);
     if (key == state.refused) return LV2_STATE_ERR_NO_SPACE;
     const auto* const bytes = static_cast<const char*>(value);
