@@ -227,9 +227,10 @@ class HostedLv2 final : public Hosted {
         rig.connect(rig.layout.output(c), out[channel].data() + at);
       }
       for (int c = 0; c < rig.layout.sideChannels; ++c) {
-        const auto channel = static_cast<std::size_t>(setup.channels + c);
+        const int channel = setup.channels + c;
+        const bool isFed = channel < static_cast<int>(in.size());
         rig.connect(rig.layout.sidechain(c),
-                    channel < in.size() ? in[channel].data() + at : nullptr);
+                    isFed ? in[std::size_t(channel)].data() + at : nullptr);
       }
       rig.runAndWork(1, static_cast<std::uint32_t>(count));
     }
