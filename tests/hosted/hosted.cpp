@@ -79,7 +79,10 @@ class HostedAax final : public Hosted {
     for (const auto& [id, plain] : settings) instance.set(id, plain);
   }
   void settle() override { waitForIdle(); }
-  void setBypass(bool on) override { instance.update("bypass", on ? 1.0 : 0.0); }
+  void setBypass(bool on) override {
+    instance.update("bypass", on ? 1.0 : 0.0);
+    isBypassed = on;
+  }
   std::vector<Told> takeTold() override {
     std::vector<Told> told;
     for (const AutomationEvent& event : instance.host.takeEvents()) {
@@ -117,9 +120,13 @@ class HostedAax final : public Hosted {
   }
   void expectMeters(const Reference& reference) override {
     std::vector<double> expected(instance.meters.size(), static_cast<double>(kUntouched));
-    for (std::size_t i = 0; i < 4; ++i) expected[i] = reference.getOutputPeak(i % 2 == 1 ? 1 : 0);
-    for (std::size_t c = 0; setup.channels == 2 && c < 2; ++c) {
-      expected[4 + c] = 1.0 - reference.reductions[c];
+    if (isBypassed) {
+      std::fill_n(expected.begin(), 4 + setup.channels, 0.0);
+    } else {
+      for (std::size_t i = 0; i < 4; ++i) expected[i] = reference.getOutputPeak(i % 2 == 1 ? 1 : 0);
+      for (std::size_t c = 0; setup.channels == 2 && c < 2; ++c) {
+        expected[4 + c] = 1.0 - reference.reductions[c];
+      }
     }
     for (std::size_t i = 0; i < expected.size(); ++i) {
       EXPECT_NEAR(static_cast<double>(instance.meters[i]), expected[i], 1e-6) << "meter " << i;
@@ -146,6 +153,7 @@ class HostedAax final : public Hosted {
     instance.packets = {{0, 3, {0xb0, controller, position}, 0}};
   }
 
+  bool isBypassed = false;
   HostedInstance instance;
 };
 

@@ -86,7 +86,7 @@ class Hosted {
 struct HostKind {
   const char* name;
   const char* library;   ///< the copy that hosts load, in a folder of its own
-  bool hidesLatency;     ///< in bypass
+  bool hidesLatency;     ///< in bypass, which then passes the very bits
   int mostSideChannels;  ///< of a stereo instance
   int monoSideChannels;
   std::unique_ptr<Hosted> (*make)(const HostSetup& setup);

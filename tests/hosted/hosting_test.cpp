@@ -131,11 +131,15 @@ TEST_P(Hosting, BypassPassesTheInputAsLateAsTold) {
     SCOPED_TRACE(channels);
     SideBySide both(kind(), HostSetup{channels});
     both.move(busySettings());
-    const Signal in = noise(channels, 48000, 3);
+    Signal in = noise(channels, 48000, 3);
     EXPECT_NE(firstDifference(both.play(in), delayed(in, both.hosted->latency()), 0.01), "");
     for (const bool isOn : {true, false, true}) {
       both.hosted->setBypass(isOn);
       static_cast<void>(both.hosted->render(in));
+      if (kind().hidesLatency) {
+        const std::array<float, 3> odd = {std::numeric_limits<float>::quiet_NaN(), -0.0F, 1e-42F};
+        std::copy(odd.begin(), odd.end(), in.back().end() - 20);
+      }
       const Signal out = both.hosted->render(in);
       const int latency = both.hosted->latency();
       EXPECT_EQ(latency, isOn && kind().hidesLatency ? 0 : both.reference.getInitialDelay());
@@ -143,7 +147,8 @@ TEST_P(Hosting, BypassPassesTheInputAsLateAsTold) {
       // The rendering before sounds on at the begin.
       for (std::size_t c = 0; c < late.size(); ++c)
         std::copy_n(out[c].begin(), 9000, late[c].begin());
-      EXPECT_EQ(firstDifference(out, late, kRounding).empty(), isOn);
+      EXPECT_EQ(firstDifference(out, late, kind().hidesLatency ? 0.0 : kRounding).empty(), isOn);
+      if (isOn) both.hosted->expectMeters(both.reference);
     }
   }
 }

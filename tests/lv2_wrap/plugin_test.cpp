@@ -56,11 +56,9 @@ class Lv2Sessions : public testing::Test {
                                                                 UridMap::map(LV2_ATOM__Bool)};
     for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().learn(id, number);
   }
-  ~Lv2Sessions() override {
+  void TearDown() override {
     for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().unlearn(id);
   }
-  Lv2Sessions(const Lv2Sessions&) = delete;
-  Lv2Sessions& operator=(const Lv2Sessions&) = delete;
 
   std::string play(const DataRow& row) {
     if (rig) {
