@@ -10,7 +10,6 @@
 #include <cstring>
 #include <deque>
 #include <limits>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -87,19 +86,16 @@ TEST(AaxEntryPoints, AnswerAndLeaveNothing) {
   EXPECT_EQ(session.collection().referenceCount(), 0U);
 }
 
-/// Tests of one session of the built library.
-class LoadedPlugin : public testing::Test {
- protected:
-  static void SetUpTestSuite() { session.emplace(CORVANTHELIS_AAX); }
-  static void TearDownTestSuite() { session.reset(); }
-  static const RecordedEffect& effect() { return session->effect(); }
-
-  static inline std::optional<AaxSession> session;
-};
+/// One for all tests from here on.
+AaxSession& session() {
+  static AaxSession loaded(CORVANTHELIS_AAX);
+  return loaded;
+}
+const RecordedEffect& effect() { return session().effect(); }
 
 /// Every host step, of all parameters at once, and back to the default as it was told; what the
 /// effect made of them is read from its state.
-TEST_F(LoadedPlugin, HostStepsReachTheirPlainValues) {
+TEST(AaxLoaded, HostStepsReachTheirPlainValues) {
   HostedInstance instance(effect(), 2);
   Reference reader;
   std::vector<ParameterFacts> swept;
@@ -122,7 +118,7 @@ TEST_F(LoadedPlugin, HostStepsReachTheirPlainValues) {
   }
 }
 
-TEST_F(LoadedPlugin, FramesAndTellsWhatTheHostAndItsBanksChange) {
+TEST(AaxLoaded, FramesAndTellsWhatTheHostAndItsBanksChange) {
   HostedInstance instance(effect(), 2);
   const std::string id = instance.id(kOpTrim);
   const auto told = [&instance] {
@@ -154,16 +150,12 @@ TEST_F(LoadedPlugin, FramesAndTellsWhatTheHostAndItsBanksChange) {
     for (const char kind : {'T', 'P', 'R'}) expected += instance.id(i) + kind;
   }
   EXPECT_EQ(told(), expected);
-}
-
-/// A host may answer what was posted when it likes: whatever comes last holds.
-TEST_F(LoadedPlugin, PostedValuesWaitForTheirHost) {
-  HostedInstance instance(effect(), 2);
-  Reference reader;
+  // A host may answer what was posted when it likes: whatever comes last holds.
   instance.host.echo = nullptr;
-  const std::string id = instance.id(kOpTrim);
+  Reference reader;
+  const double before = instance.normalised(id);
   instance.parameters->SetParameterNormalizedValue(id.c_str(), 0.75);
-  EXPECT_EQ(instance.normalised(id), 0.5) << "not before the answer";
+  EXPECT_EQ(instance.normalised(id), before) << "not before the answer";
   instance.update(id, 0.25);
   EXPECT_EQ(reader.valuesOf(instance)[kOpTrim], -12.0F);
   const std::vector<AutomationEvent> posted = instance.host.takeEvents();
@@ -173,7 +165,7 @@ TEST_F(LoadedPlugin, PostedValuesWaitForTheirHost) {
   EXPECT_EQ(reader.valuesOf(instance)[kOpTrim], 12.0F);
 }
 
-TEST_F(LoadedPlugin, ChunksAreWholeOrRefused) {
+TEST(AaxLoaded, ChunksAreWholeOrRefused) {
   HostedInstance instance(effect(), 2);
   for (const AAX_CTypeID id : {kAAX_ControlsChunkID, kEffectChunk}) {
     const StoredChunk chunk = instance.chunk(id);
@@ -205,7 +197,7 @@ TEST_F(LoadedPlugin, ChunksAreWholeOrRefused) {
 }
 
 /// The controls alone bring their bank and its values, and leave the other banks as they are.
-TEST_F(LoadedPlugin, ControlsGoToTheirBank) {
+TEST(AaxLoaded, ControlsGoToTheirBank) {
   HostedInstance source(effect(), 2);
   source.set(kABBank, 3.0);
   for (const auto& [id, plain] : busySettings()) source.set(id, plain);
@@ -219,12 +211,12 @@ TEST_F(LoadedPlugin, ControlsGoToTheirBank) {
   EXPECT_EQ(reader.valuesOf(state, 0)[kOpTrim], 0.0F);
 }
 
-TEST_F(LoadedPlugin, FieldDataStaysInItsRoom) {
+TEST(AaxLoaded, FieldDataStaysInItsRoom) {
   const HostedInstance instance(effect(), 2);
   const HostedInstance other(effect(), 2);
   void* const own = instance.privatePointer();
   EXPECT_TRUE(own != nullptr && own != other.privatePointer());
-  auto& notes = session->host.log.notes;
+  auto& notes = session().host.log.notes;
   notes.clear();
   for (const auto& [field, size] : {std::pair{8U, 8U}, {8U, 4U}, {6U, 4U}, {6U, 16U}}) {
     std::array<char, 24> block{};
@@ -240,7 +232,7 @@ TEST_F(LoadedPlugin, FieldDataStaysInItsRoom) {
   EXPECT_EQ(std::ranges::count(notes, "iDataSize==sizeof(SAAXWrap_Alg_Context_Private)"), 1);
 }
 
-TEST_F(LoadedPlugin, WithoutAnInputThereIsSilence) {
+TEST(AaxLoaded, WithoutAnInputThereIsSilence) {
   for (const int channels : {1, 2}) {
     HostedInstance instance(effect(), channels);
     instance.field(0) = nullptr;
@@ -253,7 +245,7 @@ TEST_F(LoadedPlugin, WithoutAnInputThereIsSilence) {
 }
 
 /// Many instances in one callback, every third with no private pointer.
-TEST_F(LoadedPlugin, InstancesOfABatchDoNotMix) {
+TEST(AaxLoaded, InstancesOfABatchDoNotMix) {
   constexpr int kFrames = 8192;
   constexpr int kBlock = 512;
   const Signal untouched(2, std::vector<float>(kFrames, -1.0F));
