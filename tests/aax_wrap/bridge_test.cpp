@@ -219,6 +219,21 @@ TEST(AaxBridge, LatencyHidesBehindABypassThatIsHeard) {
   EXPECT_EQ(rig.hosted->host.latency(), 0);
 }
 
+/// Presets and banks that the effect loads by itself: nobody names the values that change.
+TEST(AaxBridge, ValuesReplacedInsideAreRead) {
+  const BridgeRig source;
+  const BridgeRig target;
+  source.effect->setParameterAutomated(kB1Threshold, 0.3F);
+  source.effect->setParameterAutomated(bandParameterId(7, kB1SCHFType), 1.0F);
+  void* preset = nullptr;
+  const std::int32_t size = source.effect->getChunk(&preset, true);
+  target.effect->setChunk(preset, size, true);
+  for (int i = 0; i < kNumParams; ++i) {
+    const std::string id = target.hosted->id(i);
+    EXPECT_NEAR(target.hosted->normalised(id), source.hosted->normalised(id), 1e-6) << i;
+  }
+}
+
 TEST(AaxBridge, PositionsAreHandedOver) {
   BridgeRig rig;
   const Signal nothing(2, std::vector<float>(64));
