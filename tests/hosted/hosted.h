@@ -16,12 +16,6 @@ struct HostSetup {
   bool inPlace = false;
 };
 
-/// What the plug-in asked its host to set, in the host's own units.
-struct Told {
-  int id;
-  double value;
-};
-
 /// What a host stores of an instance: its parts by name, and what it shows of each parameter.
 struct Session {
   std::map<std::string, std::string> parts;
@@ -57,8 +51,8 @@ class Hosted {
   void setOffline(bool on);
   /// A controller's message, by the parameter it moves, in a block of silence of 64 frames.
   void turn(int id, int position);
-  /// Since the last call.
-  [[nodiscard]] virtual std::vector<Told> takeTold() = 0;
+  /// What the plug-in asked its host to set since the last call, in the host's own units.
+  [[nodiscard]] virtual std::multimap<int, double> takeTold() = 0;
   /// Whether a value of the host's stands for a plain one, and what it shows of a parameter.
   [[nodiscard]] virtual bool means(int id, double value, double plain) const = 0;
   [[nodiscard]] virtual double shown(int id) = 0;

@@ -173,8 +173,7 @@ TEST_P(Hosting, TellsOnceWhatChangesInside) {
     const std::vector<float> before = reader.valuesOf(hosted->state());
     bank == 7 ? hosted->turn(kABBank, 127) : hosted->move({{kABBank, double(bank)}});
     waitForIdle();
-    std::multimap<int, double> told;
-    for (const auto& [id, value] : hosted->takeTold()) told.emplace(id, value);
+    const std::multimap<int, double> told = hosted->takeTold();
     const std::vector<float> after = reader.valuesOf(hosted->state());
     EXPECT_NE(after[kB1Threshold], before[kB1Threshold]);
     for (int id = 0; id < kNumParams; ++id) {
