@@ -26,6 +26,7 @@
 #include "core/plug.h"
 #include "libraries/lv2_wrap/port_change_request.h"
 #include "libraries/lv2_wrap/port_layout.h"
+#include "platform/shared_library.h"
 #include "tests/support/real_time.h"
 
 /// Names and their numbers, the same for all hosts of the process.
@@ -83,6 +84,15 @@ struct StoredState {
 
   std::map<LV2_URID, Value> values;
   LV2_URID refused = 0;  ///< the host has no room for it
+};
+
+/// The built library.
+struct Lv2Library {
+  explicit Lv2Library(const std::string& path) : library(path) {
+    library.find(find, "lv2_descriptor");
+  }
+  const SharedLibrary library;
+  const LV2_Descriptor* (*find)(std::uint32_t) = nullptr;
 };
 
 /// A host of one instance: memory for all ports, a worker that runs when the test says so, and a
