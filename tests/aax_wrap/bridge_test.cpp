@@ -15,6 +15,7 @@
 #include "libraries/aax_wrap/aaxwrap_describe.h"
 #include "libraries/aax_wrap/aaxwrap_host_callback.h"
 #include "libraries/aax_wrap/aaxwrap_parameters.h"
+#include "tests/support/data_rows.h"
 #include "tests/support/real_time.h"
 
 namespace {
@@ -111,31 +112,20 @@ TEST(AaxBridge, AFailedStartLeavesNothing) {
   AAXWrap_Parameters* const instance = BridgeRig::make();
   host.echo = instance;
   instance->automate(0, 1.0F);  // before there is anybody
-  const auto expectRefused = [&](AAX_Result expected, IACFUnknown* given, const char* what) {
-    const AAX_Result result = instance->Initialize(given);
-    EXPECT_TRUE(result == expected || (expected == 1 && result < 0)) << what << ' ' << result;
+  for (const DataRow& row : dataRows(TEST_DATA "/starts.txt")) {
+    SCOPED_TRACE(row[0]);
+    host.rate = std::stof(row[1]);
+    host.rateResult = std::stoi(row[2]);
+    host.automates = row[3] == "yes";
+    host.mostParameters = std::stoul(row[4]);
+    host.registrations.clear();
+    const AAX_Result result = instance->Initialize(row[5] == "none" ? nullptr : unknown);
+    EXPECT_TRUE(row.back() == "refused" ? result < 0 : result == std::stoi(row.back())) << result;
     std::int32_t count = -1;
     instance->GetNumberOfParameters(&count);
-    EXPECT_EQ(count, 0) << what;
-    EXPECT_EQ(host.referenceCount(), 0U) << what;
-  };
-  expectRefused(AAX_ERROR_NULL_ARGUMENT, nullptr, "no host");
-  host.automates = false;
-  expectRefused(AAX_ERROR_NULL_OBJECT, unknown, "no automation");
-  host.automates = true;
-  host.rateResult = -12345;
-  expectRefused(-12345, unknown, "no rate");
-  host.rateResult = AAX_SUCCESS;
-  for (const float rate : {0.0F, -48000.0F, 1.1e7F, std::nanf("")}) {
-    host.rate = rate;
-    expectRefused(1, unknown, "a wrong rate");
+    EXPECT_EQ(count, result == AAX_SUCCESS ? kNumParams + 1 : 0);
+    EXPECT_TRUE(result == AAX_SUCCESS || host.referenceCount() == 0U);
   }
-  host.rate = 96000.0F;
-  host.mostParameters = 100;
-  expectRefused(AAX_ERROR_UNIMPLEMENTED, unknown, "no room");
-  host.mostParameters = 1000;
-  host.registrations.clear();
-  EXPECT_EQ(instance->Initialize(unknown), AAX_SUCCESS);
   EXPECT_EQ(instance->plug().getSampleRate(), 96000.0F);
   EXPECT_NE(instance->Initialize(unknown), AAX_SUCCESS) << "twice";
   instance->Uninitialize();
@@ -200,17 +190,9 @@ std::string textOf(const std::vector<ChannelLabel>& labels) {
 TEST(AaxBridge, ChannelsAreNamedByTheStemFormat) {
   EXPECT_EQ(textOf(BridgeRig(1).effect->getChannelLabels()), "Center=Center ");
   EXPECT_EQ(textOf(BridgeRig(2).effect->getChannelLabels()), "Left=Mid Right=Side ");
-  const std::pair<std::int32_t, const char*> rows[] = {
-      {0x20003, "Left=Mid Center=Center Right=Side "},
-      {0x30004, "Left=Mid Center=Center Right=Side Surr=Surr "},
-      {0x40004, "Left=Mid Right=Side Ls=Mid s Rs=Side s "},
-      {0x50005, "Left=Mid Center=Center Right=Side Ls=Mid s Rs=Side s "},
-      {0x60006, "Left=Mid Center=Center Right=Side Ls=Mid s Rs=Side s LFE=LFE "},
-      {0x70008, "Left=Mid Lc=Mid c Center=Center Rc=Side c Right=Side Ls=Mid s Rs=Side s LFE=LFE "},
-      {0, ""},
-      {0x80009, ""}};
-  for (const auto& [format, labels] : rows) {
-    EXPECT_EQ(textOf(aaxChannelLabels(static_cast<AAX_EStemFormat>(format))), labels);
+  for (const DataRow& row : dataRows(TEST_DATA "/labels.txt")) {
+    const auto format = static_cast<AAX_EStemFormat>(std::stoi(row[0], nullptr, 16));
+    EXPECT_EQ(textOf(aaxChannelLabels(format)), row.back() + (row.back().empty() ? "" : " "));
   }
 }
 

@@ -14,6 +14,7 @@
 #include "analysis/planar_array.h"
 #include "analysis/vector_kernels.h"
 #include "analysis/window_table.h"
+#include "tests/support/all_kernels.h"
 #include "tests/support/real_time.h"
 
 namespace {
@@ -22,17 +23,6 @@ using Complex = std::complex<double>;
 using Complexes = std::vector<Complex>;
 
 constexpr double kUntouched = 1e300;
-
-/// With every instruction set of this processor in turn, in all that uses one.
-template <typename Test>
-void onAll(const Test& test) {
-  for (const VectorKernels* kernels : allVectorKernels()) {
-    SCOPED_TRACE(kernels->name);
-    useVectorKernels(*kernels);
-    test(*kernels);
-  }
-  useVectorKernels(*allVectorKernels().back());
-}
 
 Complexes noise(int points, int seed = 0) {
   std::mt19937 random(static_cast<unsigned>(points + seed));
@@ -63,18 +53,18 @@ TEST(VectorKernels, FirIsItsSumBitByBitHoweverManyOutputs) {
   std::array<double, kTaps> taps{};
   for (std::size_t i = 0; i < random.size(); ++i) signal[i] = random[i].real();
   for (std::size_t k = 0; k < kTaps; ++k) taps[k] = random[k].imag();
-  onAll([&](const VectorKernels& kernels) {
+  withAllKernels([&] {
     std::vector<double> all(kMost + 16, kUntouched);
-    kernels.fir(taps.data(), kTaps, &signal[kTaps], all.data(), kMost);
+    vectorKernels().fir(taps.data(), kTaps, &signal[kTaps], all.data(), kMost);
     for (std::size_t i = 0; i < kMost; ++i) {
       double sum = 0.0;
       for (std::size_t k = 0; k < kTaps; ++k) sum += taps[k] * signal[kTaps + i - k];
       ASSERT_NEAR(all[i], sum, 1e-13) << i;
       std::vector<double> some(kMost + 16, kUntouched);
-      kernels.fir(taps.data(), kTaps, &signal[kTaps], some.data(), static_cast<int>(i));
+      vectorKernels().fir(taps.data(), kTaps, &signal[kTaps], some.data(), static_cast<int>(i));
       ASSERT_TRUE(std::equal(all.begin(), all.begin() + static_cast<int>(i), some.begin())) << i;
       ASSERT_EQ(some[(i + 7) / 8 * 8], kUntouched) << i;
-      kernels.fir(taps.data(), kTaps, &signal[kTaps + i], some.data(), 1);
+      vectorKernels().fir(taps.data(), kTaps, &signal[kTaps + i], some.data(), 1);
       ASSERT_EQ(some[0], all[i]) << "alone, " << i;
     }
   });
@@ -94,11 +84,11 @@ TEST(VectorKernels, SpectraAreMultipliedAndPairsTakenApart) {
     hs[static_cast<std::size_t>(j)] = {h[j].re, h[j].im};
   }
   const Complexes first = pairsOf(x[0], kPoints);
-  onAll([&](const VectorKernels& kernels) {
+  withAllKernels([&] {
     Complexes sums(kPoints);
     for (int count = 0; count <= kMost; ++count) {
       const PlanarArrays out(1, kPoints);
-      kernels.multiplySpectra(xs.data(), hs.data(), count, out[0], kPoints);
+      vectorKernels().multiplySpectra(xs.data(), hs.data(), count, out[0], kPoints);
       const Complexes found = pairsOf(out[0], kPoints);
       for (std::size_t k = 0; k < kPoints; ++k) {
         ASSERT_LT(std::abs(found[k] - sums[k]), 1e-14) << count << ", " << k;
@@ -110,12 +100,12 @@ TEST(VectorKernels, SpectraAreMultipliedAndPairsTakenApart) {
     for (std::size_t points = 0; points <= 20; ++points) {
       Complexes pairs(21, kUntouched);
       auto* const data = reinterpret_cast<double*>(pairs.data());
-      kernels.interleave(x[0], data, static_cast<int>(points));
+      vectorKernels().interleave(x[0], data, static_cast<int>(points));
       ASSERT_TRUE(
           std::equal(pairs.begin(), pairs.begin() + static_cast<int>(points), first.begin()));
       ASSERT_EQ(pairs[points], kUntouched);
       const PlanarArrays back(1, kPoints);
-      kernels.deinterleave(data, back[0], static_cast<int>(points));
+      vectorKernels().deinterleave(data, back[0], static_cast<int>(points));
       pairs[points] = 0.0;
       pairs.resize(points + 1);
       ASSERT_EQ(pairsOf(back[0], points + 1), pairs);
@@ -133,10 +123,10 @@ TEST(VectorKernels, SpectraAreMultipliedAndPairsTakenApart) {
 TEST(VectorKernels, Decibels) {
   std::vector<double> plain = {1.0};
   for (double x = 1e-300; x < 1e300; x *= 1.37) plain.push_back(x);
-  onAll([&](const VectorKernels& kernels) {
+  withAllKernels([&] {
     std::vector<double> values = plain;
     values.resize(plain.size() + 8, 1.0);
-    kernels.toDecibels(values.data(), static_cast<int>(plain.size()));
+    vectorKernels().toDecibels(values.data(), static_cast<int>(plain.size()));
     for (std::size_t i = 0; i < plain.size(); ++i) {
       ASSERT_NEAR(values[i], 20 * std::log10(plain[i]), 1e-11) << plain[i];
     }
@@ -188,7 +178,7 @@ void expectTransform(const Complexes& found, const Complexes& signal, int sign) 
 }
 
 TEST(Transforms, OfPlanarArraysKeepTheirInput) {
-  onAll([](const VectorKernels& /*used*/) {
+  withAllKernels([] {
     for (int points = 1; points <= 4096; points *= 2) {
       SCOPED_TRACE(points);
       const Complexes signal = noise(points);
@@ -210,7 +200,7 @@ TEST(Transforms, OfPlanarArraysKeepTheirInput) {
 }
 
 TEST(Transforms, OfPairsAndRealSignalsInPlaceTakeNoMemoryOncePrepared) {
-  onAll([](const VectorKernels& /*used*/) {
+  withAllKernels([] {
     FftTables tables;
     for (const int points : {64, 2048, 4096}) tables.prepare(points);
     for (const int points : {1, 2, 4, 8, 64, 2048, 1024, 4096, 32, 8192}) {

@@ -1,16 +1,25 @@
-// What the built program does, tells and leaves: data/*.txt say it line by line.
+// What the built program does, tells and leaves: data/*.txt say it line by line. Last, parts of it
+// that no command line brings to all their ends.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "apps/audio_format.h"
+#include "apps/audio_writer.h"
 #include "apps/effect_runner.h"
-#include "core/parameter_table.h"
+#include "apps/failure.h"
+#include "apps/preset_source.h"
+#include "apps/progress_bar.h"
+#include "apps/text.h"
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
@@ -24,30 +33,6 @@ TEST_F(Command, drawsCurves) { follow("curves.txt"); }
 TEST_F(Command, rendersAndReports) { follow("renders.txt"); }
 TEST_F(Command, readsAndWritesAudioOfEveryKind) { follow("audio_files.txt"); }
 
-TEST_F(Command, listsEveryParameterForPeopleAndMachines) {
-  const std::string table = run("params").out;
-  EXPECT_EQ(std::ranges::count(table, '\n'), kNumParams + 1);
-  const JsonTree list(jsonParse(run("params --json").out.c_str()));
-  ASSERT_EQ(jsonGetArraySize(list.get()), kNumParams);
-  const JsonNode* entry = list->child;
-  for (int id = 0; id < kNumParams; ++id, entry = entry->next) {
-    const auto text = [&](const char* key) { return jsonGetObjectItem(entry, key)->valueString; };
-    const auto number = [&](const char* key) {
-      return static_cast<float>(jsonGetObjectItem(entry, key)->valueDouble);
-    };
-    const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(id)];
-    const std::string name(parameterKeyTable().name(id));
-    EXPECT_EQ(jsonGetArraySize(entry), 9);
-    EXPECT_EQ((std::vector<std::string>{text("id"), text("name"), text("label")}),
-              (std::vector<std::string>{name, record.name, record.label}));
-    EXPECT_EQ((std::vector{number("number"), number("default"), number("min"), number("max"),
-                           number("curve"), number("group")}),
-              (std::vector{float(id), record.value, record.min, record.max, float(record.curve),
-                           isBandParameter(id) ? float(name[2] - '0') : 0.0F}))
-        << name;
-  }
-}
-
 /// Stored states, presets, banks and band files.
 class StateFiles : public ProgramTest {
  protected:
@@ -56,8 +41,6 @@ class StateFiles : public ProgramTest {
     program = file("bin/corvanthelis");
     fs::create_directory(file("bin"));
     fs::copy_file(CORVANTHELIS_PROGRAM, program);
-    writeAudio(file("in.wav"), makeSignal(6000, 2, 48000, 7));
-    writeBytes(file("neutral.json"), R"({"parameters":"default","v101":true})");
     HostedPlug plug(false);
     set(plug, {"kIpTrim=3", "kB1Threshold=-30", "kB1Ratio=0.25", "kB2State=1", "kB2Frequency=4000",
                "kB2Type=1", "kB2Threshold=-36", "kB2Ratio=-0.5"});
@@ -74,14 +57,7 @@ class StateFiles : public ProgramTest {
     std::string band;
     plug.saveBand(band, 0);
     writeBytes(file("band.cvb"), band + '\0');
-    for (const std::string name : {"home/10 Loud", "home/2 Warm", "home/a.b", "home/Drums/Kick",
-                                   "share/Drums/Kick", "share/Drums/Snare"}) {
-      const std::size_t slash = name.find('/');
-      const fs::path path = file(name.substr(0, slash) + "/Halvekro/Corvanthelis/Presets" +
-                                 name.substr(slash) + ".CorvanthelisPreset");
-      fs::create_directories(path.parent_path());
-      fs::copy_file(file("preset"), path);
-    }
+    follow("stored.txt");
   }
 
   static void set(Plug& plug, const std::vector<std::string>& texts) {
@@ -90,7 +66,6 @@ class StateFiles : public ProgramTest {
       applySettings(plug, std::array{parseSetting(text, false, warnings)});
     }
   }
-
   void store(const char* name, Plug& plug, bool isPreset, int compression) const {
     plug.setCompressionLevel(compression);
     plug.setParameter(kBypass, 0.0F);  // no state handed out before
@@ -106,9 +81,6 @@ TEST_F(StateFiles, soundAsTheirValuesDo) {
 }
 
 TEST_F(StateFiles, answerAsTheyAreAskedWhereverTheirPackedTextEnds) {
-  std::string many = "\"" + std::string(1'000'000, 'k') + "\":1,\"a\\nb\":1";
-  for (int i = 0; i < 30'000; ++i) many += ",\"kB1Gain" + std::to_string(i) + "\":1";
-  writeBytes(file("many.json"), R"({"parameters":{)" + many + R"(},"v101":true})");
   follow("states.txt");
   const std::string text = readBytes(file("neutral.json"));
   const std::string shown = run("state show @neutral.json").out;
@@ -126,15 +98,92 @@ TEST_F(StateFiles, answerAsTheyAreAskedWhereverTheirPackedTextEnds) {
 TEST_F(StateFiles, areRefusedWhereTheyAreDamagedOrOfTheWrongKind) {
   std::string flipped = readBytes(file("bank"));
   flipped[flipped.size() / 2] ^= 0x10;
-  const std::string plain = readBytes(file("plain.json"));
-  const std::string large(2 * kMostDocumentBytes, 'x');
   writeBytes(file("flipped"), flipped);
-  writeBytes(file("half"), plain.substr(0, plain.find("kB1Ratio")));
+  const std::string large(2 * kMostDocumentBytes, 'x');
   writeBytes(file("bomb"), *packChunk("{\"v101\":true,\"x\":\"" + large + "\"}", 9));
-  writeBytes(file("large"), "{\"name\":\"" + large + "\"}");
-  writeBytes(file("deep"), "{\"name\":" + std::string(600, '['));
-  writeBytes(file("behind"), plain + "x");
   follow("state_failures.txt");
+}
+
+/// What the source of a "preset", a "band", or a bank whose last entry is told, makes of a new
+/// effect: the chain, then all that is another value. Or the complaint about it.
+std::string outcome(const std::string& kind, const std::string& text) {
+  const TestDirectory directory;
+  const std::string path = directory.path("01 Test.json");
+  if (!text.empty()) writeBytes(path, text);
+  HostedPlug plug(false);
+  HostedPlug untouched(false);
+  try {
+    const PresetSource source = kind == "preset" ? readPresetSource(path)
+                                : kind == "band" ? readBandSource(path)
+                                                 : readBankSource(path).back();
+    applyPreset(plug, source);
+    std::ostringstream told;
+    told << source.name << ": " << source.description;
+    BandLayout& layout = plug.getEngine().layout;
+    for (const BandLayout::List* const list : {&layout.pre, &layout.xover, &layout.post}) {
+      told << ' ' << testing::PrintToString(layout.copyOf(*list));
+    }
+    for (std::int32_t id = 0; id < kNumParams; ++id) {
+      if (plug.getParameter(id) == untouched.getParameter(id)) continue;
+      told << ' ' << parameterIdentifier(id) << '=' << plug.getPlainValue(id);
+    }
+    return told.str();
+  } catch (const Failure& failure) {
+    const std::string message = failure.what();
+    EXPECT_TRUE(message.starts_with(path + ": ")) << message;
+    return message.substr(path.size() + 2);
+  }
+}
+
+TEST(PresetSources, giveTheEffectTheirValuesAndTheirChainOrAreRefusedWithTheReason) {
+  std::string first;
+  for (int i = 0; i < 7; ++i) first += R"({"name": "N", "description": "D"}, )";
+  runRows(TEST_DATA "/preset_sources.txt", [&first](const DataRow& row) {
+    return outcome(row[0], row[0] == "eighth" ? "[" + first + row[1] + "]" : row[1]);
+  });
+}
+
+TEST(Progress, theLineFitsAndTellsTheTimeLeft) {
+  EXPECT_EQ(progressLine(25, 100, 10000, 40), "[===          ]  25 %  0:30 left");
+  EXPECT_EQ(progressLine(100, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 100, 10000, 40), "[=============] 100 %  0:00 left");
+  EXPECT_EQ(progressLine(300, 0, 61000, 40), "[             ] 1:01");
+  for (const int columns : {0, 1, 10, 31, 32, 80, 500}) {
+    for (const std::int64_t done : {0, 1, 50, 100}) {
+      const std::string line = progressLine(done, 100, 360000000, columns);
+      EXPECT_LE(static_cast<int>(line.size()), std::max(columns - 1, 0)) << line;
+    }
+  }
+}
+
+TEST(Text, numbersReadTheSameEverywhere) {
+  EXPECT_EQ(fixedText(-0.04, 1), "0.0");
+  EXPECT_EQ(fixedText(-12.25, 1), "-12.2");
+  EXPECT_EQ(signedText(0.04, 1), "0.0");
+  EXPECT_EQ(signedText(3.0, 2), "+3.00");
+  EXPECT_EQ(shortestText(0.71F), "0.71");
+  EXPECT_EQ(durationText(0.0), "0:00.000");
+  EXPECT_EQ(durationText(59.9996), "1:00.000");
+  EXPECT_EQ(durationText(3723.25), "1:02:03.250");
+  EXPECT_EQ(padded("\xC3\xA4", 3), "\xC3\xA4  ");
+  EXPECT_EQ(oneLine("a\nb"), "a?b");
+}
+
+// What is longer than a container can tell is refused before a byte of it is written.
+TEST(AudioWriter, refusesWhatItsContainerCannotHold) {
+  const TestDirectory directory;
+  const std::int64_t sixGiB = (std::int64_t{6} << 30) / 8;
+  std::string refused;
+  for (const std::string ending : {"wav", "w64", "rf64", "aiff", "flac", "caf", "au"}) {
+    const std::string path = directory.path("large." + ending);
+    try {
+      const AudioWriter writer(path, audioFormatFor(path, {}), 48000, 2, sixGiB);
+    } catch (const Failure&) {
+      refused += ending + ' ';
+    }
+  }
+  EXPECT_EQ(refused, "wav aiff au ");
+  EXPECT_EQ(directory.names().size(), 0U);
 }
 
 }  // namespace

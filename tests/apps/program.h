@@ -1,29 +1,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <string>
-#include <vector>
 
 #include "tests/support/test_directory.h"
 
-/// Interleaved samples with what a file says about them.
-struct Audio {
-  int sampleRate = 48000;
-  int channels = 2;
-  std::vector<double> samples;
-};
-
-/// A tone with noise, the same for the same seed; within -0.5..0.5. By seed 0 a tone of 997 Hz, at
-/// which the weighting of loudness is what its offset takes back.
-[[nodiscard]] Audio makeSignal(int frames, int channels, int sampleRate, unsigned seed);
-void writeAudio(const std::string& path, const Audio& audio,
-                int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE);
-
-/// What a run of the built program left.
+/// How a run of the built program ended, and what it told.
 struct ProgramRun {
-  int status;
+  int status = 0;
   std::string out;
   std::string err;
 };
@@ -37,24 +22,26 @@ class ProgramTest : public testing::Test {
   [[nodiscard]] std::string withPaths(std::string text) const;
   /// Runs `arguments`, as a shell reads them; what else the shell is asked to do may follow.
   [[nodiscard]] ProgramRun run(const std::string& arguments) const;
-  /// Follows data/NAME, whose lines begin with what they mean. A * stands for any text, \n, \t and
-  /// \xHH for the bytes they name.
+  /// Follows data/NAME, whose lines begin with what they mean. A * stands for any text, <1f> for
+  /// the byte of that number.
   ///
   ///     + NAME TEXT  a file is written
-  ///     & NAME RATE CHANNELS FRAMES SEED LEVELS  an audio file, as `makeSignal` makes it, with
-  ///                  another level for each channel, if any is told
+  ///     & NAME RATE CHANNELS FRAMES SEED LEVELS  an audio file: a tone with noise, the same for
+  ///                  the same seed, within -0.5..0.5, with another level for each channel, if any
+  ///                  is told. By seed 0 a tone of 997 Hz, at which the weighting of loudness is
+  ///                  what its offset takes back.
   ///     . NAME RATE CHANNELS SAMPLES  an audio file with these samples
-  ///     - NAME NAME BYTES  the second file, short of some bytes at its end, becomes the first
-  ///     % COMMAND    a shell does something else
+  ///     % COMMAND    a shell does something else, or compares files
   ///     $ ARGUMENTS  the program is run; what it does not announce here it may not say
   ///     > TEXT       a line of its answer
   ///     ! TEXT       a warning
   ///     1! TEXT      its one line about a failure, with the exit status: no file has changed
-  ///     = NAME NAME  two files are the same; with / they differ
   ///     ~ NAME NUMBERS  all numbers of a text but the measured speed, or format, rate, channels
   ///                  and samples of an audio file; of more than 64 the first three, their count
   ///                  and four weighted sums. CORVANTHELIS_RECORD=1 writes these lines anew.
   void follow(const std::string& name) const;
+  /// Makes or compares a file, by a line of one of these marks.
+  void act(char mark, const std::string& text) const;
 
   const TestDirectory directory;
   std::string program;  // the one that was built, unless a test has its own
@@ -62,15 +49,9 @@ class ProgramTest : public testing::Test {
  private:
   struct Step {
     std::string arguments;
-    int status = 0;
-    std::string out;
-    std::string err;
+    ProgramRun wanted;
   };
   void check(const Step& step) const;
   /// Takes what a line says into `step`, which is checked when another begins.
   void take(char mark, const std::string& text, Step& step) const;
-  /// Makes or compares a file.
-  void act(char mark, const std::string& text) const;
-  void expectNumbers(const std::string& text) const;
-  [[nodiscard]] std::string numbersOf(const std::string& name) const;
 };

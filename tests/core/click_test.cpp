@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <optional>
 #include <random>
 #include <string>
@@ -183,11 +182,7 @@ double roughness(const Glide& glide, double hertz, int every = 64) {
   rig.setText(std::string("B1Lookahead=0 B2Lookahead=0 B1Frequency=100 ") + glide.settings);
   rig.set(glide.frequency, hertz > 0.0 ? hertz : glide.from);
   rig.plug.resume();
-  Stereo<double> input(48000);
-  for (int i = 0; double& x : input.channels[0]) {
-    x = std::sin(2.0 * std::numbers::pi * 300.0 * i++ / 48000.0);
-  }
-  auto signal = render(rig.plug, input, 64, [&](int frame) {
+  auto signal = render(rig.plug, tone(1.0, 300.0, 48000), 64, [&](int frame) {
                   if (hertz > 0.0 || frame % every != 0) return;
                   const double share = 0.5 - 0.5 * std::cos(frame * 1e-3);
                   rig.set(glide.frequency, glide.from * std::pow(glide.to / glide.from, share));

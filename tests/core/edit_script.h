@@ -16,6 +16,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -95,6 +96,9 @@ inline std::string chunkOf(Plug& plug, bool isPreset = false) {
   const auto size = static_cast<std::size_t>(plug.getChunk(&data, isPreset));
   return textOf({static_cast<const char*>(data), size});
 }
+inline void load(Plug& plug, const std::string& text, bool isPreset = false) {
+  plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
+}
 inline std::string documentOf(Plug& plug) { return textOf(plug.document(false)); }
 
 /// A user who answers every file dialog alike.
@@ -122,20 +126,31 @@ struct Args {
   [[nodiscard]] std::string text(std::size_t from = 0) const {
     return joined({words.begin() + static_cast<std::ptrdiff_t>(from), words.end()});
   }
-  [[nodiscard]] float plain(std::size_t i) const { return std::stof(words.at(i)); }
-  [[nodiscard]] int whole(std::size_t i) const { return std::stoi(words.at(i)); }
+  [[nodiscard]] const std::string& word(std::size_t i) const {
+    read = std::max(read, i + 1);
+    return words.at(i);
+  }
+  /// With blanks for underscores.
+  [[nodiscard]] std::string name(std::size_t i) const {
+    std::string text = word(i);
+    std::ranges::replace(text, '_', ' ');
+    return text;
+  }
+  [[nodiscard]] float plain(std::size_t i) const { return std::stof(word(i)); }
+  [[nodiscard]] int whole(std::size_t i) const { return std::stoi(word(i)); }
   [[nodiscard]] int band(std::size_t i) const { return whole(i) - 1; }
   [[nodiscard]] BandMask bands(std::size_t i) const {
     BandMask bands = 0;
-    for (const char digit : words.at(i)) bands |= digit == '0' ? 0 : 1U << (digit - '1');
+    for (const char digit : word(i)) bands |= digit == '0' ? 0 : 1U << (digit - '1');
     return bands;
   }
   /// A number, or a name without its first letter.
   [[nodiscard]] int id(std::size_t i) const {
-    const int named = PlugRig::id(("k" + words.at(i)).c_str());
+    const int named = PlugRig::id(("k" + word(i)).c_str());
     return named >= 0 ? named : whole(i);
   }
   std::vector<std::string> words;
+  mutable std::size_t read = 0;  // words that somebody has asked for
 };
 
 /// One instance that the lines of a script act on and look at.
@@ -159,9 +174,8 @@ class EditScript {
       const std::string command = args.words.at(0);
       args.words.erase(args.words.begin());
       if (looks.contains(command)) {
-        expectText(looks.at(command)(args), args.text());
-      } else if (looksAt.contains(command)) {
-        expectText(looksAt.at(command)(args), args.text(1));
+        const std::string found = looks.at(command)(args);
+        expectText(found, args.text(args.read));
       } else if (commands.contains(command)) {
         commands.at(command)(args);
       } else {
@@ -187,7 +201,8 @@ class EditScript {
     ASSERT_TRUE(attempts.contains(name)) << command;
     bool isDone = false;
     const auto act = [&] { isDone = attempts.at(name)(args); };
-    name == "paste" || name == "loadband" ? asOne(act) : act();
+    const bool isFile = name == "paste" || name == "loadband";
+    isFile || name == "add" || name == "place" ? asOne(isFile, act) : act();
     EXPECT_TRUE(isTry || isDone != isNo);
     if (name == "add" || name == "place") isWhole |= isDone;
   }
@@ -230,15 +245,17 @@ class EditScript {
     }
     return std::isnan(plain) ? plain : plug.plainToNormalised(id, plain);
   }
-  /// The engine is to hear of all that is told as one.
+  /// The engine is to have another chain, or is to hear `all` that is told, as one.
   template <typename Act>
-  void asOne(const Act& act) {
+  void asOne(bool all, const Act& act) {
     compressor& engine = plug.getEngine();
-    const auto before = std::pair(engine.layout.frequency, engine.getLatency());
-    int early = 0;
-    rig.onAutomate = [&] {
-      early += std::pair(engine.layout.frequency, engine.getLatency()) != before ? 1 : 0;
+    const auto heard = [&engine, all] {
+      const auto hertz = all ? engine.layout.frequency : BandLayout().frequency;
+      return std::tuple(engine.stagePlanWord(), hertz, all ? engine.getLatency() : 0);
     };
+    const auto before = heard();
+    int early = 0;
+    rig.onAutomate = [&] { early += heard() != before ? 1 : 0; };
     const std::size_t messages = rig.messages.size();
     act();
     rig.onAutomate = nullptr;
@@ -315,15 +332,54 @@ class EditScript {
     while (plug.canUndo()) plug.undo();
     note();
   }
-  /// Rows of all bands somewhere, each somewhere else.
-  void scramble() {
-    std::mt19937 random(5);
+  /// Rows of all bands somewhere, each somewhere else; with a seed, their flags as well.
+  void scramble(const Args& args) {
+    std::mt19937 random(args.words.empty() ? 5U : static_cast<unsigned>(args.whole(0)));
     std::uniform_real_distribution<float> anywhere;
     for (int id = kB1State; id < kBandOrder; ++id) {
       const int row = bandOneIdOf(id);
       const bool isChain = row == kB1State || row == kB1Type || row == kB1Frequency;
       if (!isChain && row != kB1Solo) plug.setParameter(id, anywhere(random));
+      if (args.words.empty()) continue;
+      plug.setLocked(id, random() % 6 == 0);
+      plug.setLinked(id, random() % 6 == 0);
     }
+  }
+  /// A parameter with its flags; a band that it names by the place in `order` that it comes to.
+  [[nodiscard]] auto rowOf(int id, const std::vector<int>& order) const {
+    const bool isName = id == kSCListen || bandOneIdOf(id) == kB1SCSBand;
+    float number = isName ? plug.getPlainValue(id) : plug.normalisedValue(id);
+    const auto found = std::ranges::find(order, static_cast<int>(number));
+    if (isName && found != order.end()) number = static_cast<float>(found - order.begin());
+    return std::tuple(number, plug.isLocked(id), plug.isLinked(id));
+  }
+  /// Sorting numbers the chain anew, in one step, and leaves the sound.
+  void expectSorted() {
+    const auto listen = [this] {
+      plug.resume();
+      return render(plug, noise<double>(6000), 500);
+    };
+    const auto rows = [this](const std::vector<int>& order) {
+      std::vector<std::tuple<float, bool, bool>> all;
+      for (int id = 0; id < kNumParams; ++id) {
+        const int from = isBandParameter(id) ? order.at(static_cast<std::size_t>(bandOf(id))) : 0;
+        const int source = isBandParameter(id) ? bandParameterId(from, bandOneIdOf(id)) : id;
+        if (id != kBandOrder) all.push_back(rowOf(source, order));
+      }
+      return all;
+    };
+    const auto& now = plug.getEngine().layout.order;
+    const auto before = rows({now.begin(), now.end()});
+    const bool isLocked = plug.isLocked(kBandOrder);
+    const auto heard = listen();
+    EXPECT_TRUE(bands.sortBands());
+    EXPECT_FALSE(bands.sortBands()) << "once is enough";
+    EXPECT_EQ(orderText(), "12345678");
+    EXPECT_TRUE(rows({0, 1, 2, 3, 4, 5, 6, 7}) == before);
+    EXPECT_EQ(plug.isLocked(kBandOrder), isLocked);
+    EXPECT_LT(deviation(heard, listen(), 0), 1e-9);
+    plug.setLockWords(Plug::FlagWords{});  // what is locked would stay as it is
+    expectStep();
   }
   [[nodiscard]] bool isChanged(int id) const {
     return plug.normalisedValue(id) != start[static_cast<std::size_t>(id)];
@@ -346,9 +402,6 @@ class EditScript {
     EXPECT_FALSE(plug.canUndo());
   }
 
-  void load(const std::string& text, bool isPreset) {
-    plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
-  }
   /// As bytes of just this size: the text's end is where the size says.
   bool paste(const Args& args) {
     const std::string text = args.text(1);
@@ -356,11 +409,7 @@ class EditScript {
     if (text == "null") return plug.loadBandFromText(nullptr, 3, args.band(0));
     return plug.loadBandFromText(bytes.data(), bytes.size(), args.band(0));
   }
-  [[nodiscard]] std::string path(const Args& args) const {
-    std::string name = args.words.at(0);
-    std::ranges::replace(name, '_', ' ');
-    return directory.path(name);
-  }
+  [[nodiscard]] std::string path(const Args& args) const { return directory.path(args.name(0)); }
   static bool isPreset(const Args& args) { return args.words.at(1) != "bank"; }
   static std::string extensionOf(const Args& args) {
     return isPreset(args) ? kPresetExtension : kBankExtension;
@@ -374,22 +423,40 @@ class EditScript {
     return {documentOf(plug), chunkOf(plug)};
   }
   /// A soloed dynamic EQ band at `hertz`, which is heard.
-  static std::array<std::vector<double>, 2> soundOf(PlugRig& rig) {
-    compressor& engine = rig.plug.getEngine();
-    engine.resetEngine();
-    auto sound = noise<double>(4000).channels;
-    std::array<double*, 2> inOut = {sound[0].data(), sound[1].data()};
-    inRealTime([&] { engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0); });
-    return sound;
-  }
   void expectHeard(double hertz) {
-    PlugRig fresh({{"kB1Type", 1}, {"kB1Solo", 1}, {"kB1Bypass", 1}, {"kB1Frequency", hertz}});
+    const auto soundOf = [](PlugRig& each) {
+      compressor& engine = each.plug.getEngine();
+      engine.resetEngine();
+      auto sound = noise<double>(4000);
+      std::array<double*, 2> inOut = {sound.channels[0].data(), sound.channels[1].data()};
+      inRealTime([&] { engine.processBlock(inOut.data(), inOut.data(), 4000, 2, 0); });
+      return sound;
+    };
+    PlugRig fresh("B1Type=1 B1Solo=1 B1Bypass=1 B1Frequency=" + std::to_string(hertz));
     EXPECT_TRUE(soundOf(rig) == soundOf(fresh));
   }
   void setProcessLevel(int level) {
     const RealTimeCheck::Exception whileItSwitches;
     rig.processLevel = level;
     render(plug, Stereo<float>(64), 64);
+  }
+  /// A tone, with an idle call after each block.
+  void play(double level, double seconds) {
+    auto sound = tone(level, 440.0, static_cast<int>(48000 * seconds));
+    sound.channels[1] = sound.channels[0];
+    render(plug, sound, 480, [this](int frame) {
+      if (frame > 0) plug.onIdle();
+    });
+    plug.onIdle();
+  }
+  /// The parameters of a node by their kind, from -1 on.
+  [[nodiscard]] std::string nodeText(int node) const {
+    std::vector<std::string> parts;
+    for (int kind = -1; kind < 10; ++kind) {
+      const int index = plug.bandParameter(kind, node);
+      parts.push_back(index < 0 ? "-" : nameOf(index));
+    }
+    return joined(parts);
   }
   std::string windowText() {
     const EditorState& editor = plug.editorState();
@@ -420,7 +487,7 @@ class EditScript {
   /// Of as many bands as are asked for.
   std::string rowText(const Args& args) {
     std::vector<std::string> parts;
-    const int row = PlugRig::id(("kB1" + args.words[0]).c_str());
+    const int row = PlugRig::id(("kB1" + args.word(0)).c_str());
     for (int band = 0; band + 1 < std::ssize(args.words); ++band) {
       parts.push_back(numberText(plug.getPlainValue(bandParameterId(band, row))));
     }
@@ -490,20 +557,18 @@ class EditScript {
     }
     return joined(parts);
   }
-  std::string optionText(std::string name) {
-    std::ranges::replace(name, '_', ' ');
-    const double value = plug.uiSettings().getUiValue("Graph", name.c_str());
-    return numberText(static_cast<float>(value));
+  [[nodiscard]] std::string optionText(const std::string& name) {
+    return numberText(static_cast<float>(plug.uiSettings().getUiValue("Graph", name.c_str())));
   }
-  /// Of the first band and the last one.
-  std::string templateText() {
-    std::vector<std::string> parts;
-    for (const int row : {kB1Gain, kB1Knee, kB1State}) {
-      for (const int id : {row, bandParameterId(7, row)}) {
-        parts.push_back(numberText(plug.normalisedToPlain(id, plug.getParameterDefault(id))));
-      }
-    }
-    return joined(parts);
+  [[nodiscard]] std::string defaultText(int id) {
+    return numberText(plug.normalisedToPlain(id, plug.getParameterDefault(id)));
+  }
+  /// As it is shown, or as a note.
+  [[nodiscard]] std::string shownText(int id, bool isNote) {
+    std::array<char, PlugBase::kParameterTextCapacity> text{"before"};
+    const float normalised = id < 0 ? 0.0F : plug.getParameter(id);
+    plug.formatParameterValue(id, normalised, text.data(), isNote);
+    return text.data();
   }
 
   const TestDirectory& directory;
@@ -527,7 +592,9 @@ class EditScript {
   const std::map<std::string, std::function<void(const Args&)>> commands = {
       {"set", [&](auto& a) { plug.setParameter(a.id(0), value(a, 1, a.id(0))), isWhole = false; }},
       {"move",
-       [&](auto& a) { asOne([&] { plug.setParameterAutomated(a.id(0), value(a, 1, a.id(0))); }); }},
+       [&](auto& a) {
+         asOne(true, [&] { plug.setParameterAutomated(a.id(0), value(a, 1, a.id(0))); });
+       }},
       {"edit", [&](auto& a) { plug.setParameterWithEdit(a.id(0), a.plain(1)); }},
       {"begin", [&](auto& a) { plug.beginEdit(a.id(0)); }},
       {"end", [&](auto& a) { plug.endEdit(a.id(0)); }},
@@ -555,14 +622,15 @@ class EditScript {
       {"delete", [&](auto& a) { plug.deleteBand(a.band(0)); }},
       {"bankcopy", [&](auto& a) { banks.copyTo(a.whole(0)); }},
       {"toggle", [&](auto& a) { banks.toggle(static_cast<AbToggleMode>(a.whole(0))); }},
-      {"full", [&](auto& a) { load(a.text(), false); }},
-      {"preset", [&](auto& a) { load(a.text(), true); }},
+      {"full", [&](auto& a) { load(plug, a.text()); }},
+      {"preset", [&](auto& a) { load(plug, a.text(), true); }},
       {"loadingflags", [&](auto& a) { plug.setLoadingFlags(a.whole(0)); }},
       {"loadingfile", [&](auto&) { plug.editorState().loadingFile = true; }},
       {"midi", [&](auto& a) { sendController(plug, a.whole(0), a.whole(1), a.whole(2)); }},
       {"idle", [&](auto&) { plug.onIdle(); }},
       {"clock", [&](auto& a) { rig.clockStep = 0, rig.now += std::stoll(a.words.at(0)); }},
       {"advance", [&](auto& a) { render(plug, Stereo<float>(a.whole(0)), a.whole(0)); }},
+      {"tone", [&](auto& a) { play(std::stod(a.words.at(0)), std::stod(a.words.at(1))); }},
       {"level", [&](auto& a) { setProcessLevel(a.whole(0)); }},
       {"rate", [&](auto& a) { plug.setSampleRate(a.plain(0)); }},
       {"resume", [&](auto&) { plug.resume(); }},
@@ -584,13 +652,14 @@ class EditScript {
       {"asksave", [&](auto& a) { presets.savePresetDialog(user, extensionOf(a), isPreset(a)); }},
       {"askload", [&](auto& a) { presets.loadPresetDialog(user, extensionOf(a)); }},
       {"remember", [&](auto&) { remembered = whole(); }},
-      {"recall", [&](auto&) { load(remembered.first, false); }},
+      {"recall", [&](auto&) { load(plug, remembered.first); }},
       {"same", [&](auto&) { EXPECT_TRUE(whole() == remembered); }},
       {"select", [&](auto& a) { select(a); }},
       {"learn", [&](auto& a) { midi.learn(a.id(0), a.whole(1)); }},
       {"learning", [&](auto& a) { midi.setLearnTarget(a.id(0)); }},
-      {"gestures", [&](auto& a) { rig.prefer("VST Gestures", a.whole(0)); }},
-      {"scramble", [&](auto&) { scramble(); }},
+      {"prefer", [&](auto& a) { rig.prefer(a.name(0).c_str(), a.whole(1)); }},
+      {"scramble", [&](auto& a) { scramble(a); }},
+      {"sorts", [&](auto&) { expectSorted(); }},
       {"again", [&](auto&) { reset(); }},
       {"undo", [&](auto&) { plug.undo(); }},
       {"redo", [&](auto&) { plug.redo(); }},
@@ -624,8 +693,8 @@ class EditScript {
       {"asked", [&](auto&) { return plainText(user.asked); }},
       {"at", [&](auto&) { return placeText(); }},
       {"entries", [&](auto&) { return menuEntriesText(); }},
-      {"template", [&](auto&) { return templateText(); }},
       {"latency", [&](auto&) { return std::to_string(plug.getAeffect()->initialDelay); }},
+      {"plan", [&](auto&) { return std::to_string(plug.getEngine().stagePlanWord()); }},
       {"engine", [&](auto&) { return std::to_string(plug.getEngine().getLatency()); }},
       {"measuring", [&](auto&) { return std::to_string(plug.getEngine().measuring()); }},
       {"programs", [&](auto&) { return take(), std::to_string(std::exchange(programChanges, 0)); }},
@@ -639,17 +708,20 @@ class EditScript {
          return joined({editor.presetMenuStale.exchange(false) ? "menu" : "",
                         editor.defaultsStale.exchange(false) ? "defaults" : ""});
        }},
-  };
-  /// At what the first word names.
-  const std::map<std::string, std::function<std::string(const Args&)>> looksAt = {
       {"offers", [&](auto& a) { return menuText(a); }},
       {"row", [&](auto& a) { return rowText(a); }},
       {"value", [&](auto& a) { return numberText(plug.getPlainValue(a.id(0))); }},
       {"took", [&](auto& a) { return takenText(a); }},
       {"bandtext", [&](auto& a) { return collapsed(bandText(a.band(0))); }},
       {"bytes", [&](auto& a) { return collapsed(readBytes(path(a))); }},
-      {"stored", [&](auto& a) { return rig.machine.store().read(a.words[0]).value_or("nothing"); }},
-      {"option", [&](auto& a) { return optionText(a.words[0]); }},
+      {"stored", [&](auto& a) { return rig.machine.store().read(a.word(0)).value_or("nothing"); }},
+      {"node", [&](auto& a) { return nodeText(a.whole(0)); }},
+      {"graph", [&](auto& a) { return numberText(plug.getBandValue(a.whole(1), a.whole(0))); }},
+      {"flags", [&](auto& a) { return std::to_string(plug.getBandFlags(a.whole(0), a.whole(1))); }},
+      {"option", [&](auto& a) { return optionText(a.name(0)); }},
+      {"default", [&](auto& a) { return defaultText(a.id(0)); }},
+      {"shows", [&](auto& a) { return shownText(a.id(0), false); }},
+      {"asnote", [&](auto& a) { return shownText(a.id(0), true); }},
       {"otherrelease", [&](auto& a) { return nameOf(otherRelease(a.id(0))); }},
   };
 };

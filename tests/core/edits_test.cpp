@@ -89,13 +89,9 @@ std::string faultOf(Plug& plug) {
 class EditWalk {
  public:
   /// `kind`: all can be undone, with locks, or a host that joins in.
-  EditWalk(unsigned seed, PlugRig& other) : kind("ulh"[seed % 3]), random(seed), loaded(other) {
-    script.run(
-        "add 1 2000; add 2 1333; add 1 2000; folder user/Presets; set B1Knee 70; set IpTrim 2");
-    script.run("save user/Presets/A.CorvanthelisPreset preset; add 0 200; set B2Gain 3");
-    script.run(
-        "save user/Presets/B.CorvanthelisPreset preset; menu; pick user/Presets/ 0; add 0 200");
-    script.run("set IpTrim 4; save user/C.CorvanthelisBank bank");
+  EditWalk(unsigned seed, PlugRig& other, const std::vector<std::string>& setUp)
+      : kind("ulh"[seed % 3]), random(seed), loaded(other) {
+    for (const std::string& line : setUp) script.run(line);
     for (const char* const row : {"Knee", "SCSBand", "SCSrc"}) {
       for (const char band : {'1', '2', '4'}) {
         if (pick(4) != 0) script.run(std::string("link B") + band + row);
@@ -201,7 +197,7 @@ class EditWalk {
     const std::string text = chunkOf(plug);
     ASSERT_EQ(documentOf(plug), text) << "a change is missing in the document";
     static_cast<void>(chunkOf(plug));  // kept from here on, for what comes next
-    loaded.plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), false);
+    load(loaded.plug, text);
     ASSERT_EQ(faultOf(loaded.plug), "");
     ASSERT_EQ(loaded.plug.getLockWords(), plug.getLockWords());
     ASSERT_EQ(loaded.plug.getLinkWords(), plug.getLinkWords());
@@ -234,16 +230,17 @@ TEST(Edits, TellTheHostLoadAgainAndAreUndoneToBothEnds) {
 #else
   constexpr unsigned kWalks = 6;
 #endif
-  std::vector<std::string> templates;
+  std::vector<std::string> setUp, templates;
   std::ifstream file(TEST_DATA "/walk.txt");
   for (std::string line; std::getline(file, line);) {
-    const int weight = line.starts_with("#") ? 0 : std::stoi(line);
+    if (line.starts_with("  ")) setUp.push_back(line);
+    const int weight = std::isdigit(line[0]) != 0 ? std::stoi(line) : 0;
     for (int i = 0; i < weight; ++i) templates.push_back(line.substr(line.find(' ') + 1));
   }
   PlugRig loaded;
   for (unsigned seed = 0; seed < kWalks && !HasFailure(); ++seed) {
     SCOPED_TRACE(seed);
-    EditWalk walk(seed, loaded);
+    EditWalk walk(seed, loaded, setUp);
     for (int step = 0; step < 20 && !HasFailure(); ++step) walk.step(templates);
     walk.undoAll();
   }

@@ -15,10 +15,6 @@ constexpr std::array kNumbers = {&E::lastAB,    &E::lastListen, &E::linkPage,
                                  &E::zoomState, &E::bandGraph,  &E::meterChannel,
                                  &E::meterZoom, &E::meterShow,  &E::lastPreset};
 
-void load(Plug& plug, const std::string& text, bool isPreset = false) {
-  plug.setChunk(text.c_str(), static_cast<std::int32_t>(text.size() + 1), isPreset);
-}
-
 /// Everything that a document carries, somewhere else; each part of the editor's is seen in it.
 void changeAll(Plug& plug, unsigned seed) {
   std::mt19937 random(seed);
@@ -65,49 +61,42 @@ void changeAll(Plug& plug, unsigned seed) {
 }
 
 TEST(PlugDocument, ComesBackFromDocumentsPresetsAndBanksWithUndoAndRedo) {
-  PlugRig from;
-  PlugRig to;
-  from.plug.setCompressionLevel(0);
-  to.plug.setCompressionLevel(0);
+  PlugRig rig;
+  Plug& plug = rig.plug;
+  plug.setCompressionLevel(0);
   const TestDirectory directory;
   for (unsigned seed = 0; seed < 12; ++seed) {
     SCOPED_TRACE(seed);
-    changeAll(from.plug, seed);
-    const std::string first = chunkOf(from.plug);
-    load(to.plug, first);
-    EXPECT_TRUE(to.plug.editorState().layoutWanted && to.plug.editorState().flagsStale);
-    ASSERT_EQ(chunkOf(to.plug), first);
-    ASSERT_EQ(normalisedValues(to.plug), normalisedValues(from.plug));
-    const StoredEditorState& shown = to.plug.editorState();
-    const StoredEditorState& stored = from.plug.editorState();
-    EXPECT_TRUE(shown == stored);
-    EXPECT_EQ(to.plug.getLockWords(), from.plug.getLockWords());
-    EXPECT_EQ(to.plug.getLinkWords(), from.plug.getLinkWords());
-
+    changeAll(plug, seed);
     const bool isPreset = seed % 2 == 0;
-    const std::string path =
-        directory.path(isPreset ? "S.CorvanthelisPreset" : "S.CorvanthelisBank");
-    ASSERT_TRUE(from.plug.presetFiles().savePreset(
-        path, isPreset ? kPresetExtension : kBankExtension, isPreset));
-    changeAll(to.plug, seed + 51);
-    to.plug.clearHistory();
-    const std::string other = chunkOf(to.plug);
-    ASSERT_TRUE(to.plug.presetFiles().loadPresetFile(path));
-    const std::string loaded = chunkOf(to.plug);
-    if (!isPreset) {
-      EXPECT_EQ(loaded, chunkOf(from.plug));
-    }
-    for (int id = 0; id < kABBank; ++id) {
-      ASSERT_NEAR(to.plug.getParameter(id), from.plug.getParameter(id), 2e-6) << nameOf(id);
+    const char* const extension = isPreset ? kPresetExtension : kBankExtension;
+    const std::string path = directory.path(std::string("S.") + extension);
+    ASSERT_TRUE(plug.presetFiles().savePreset(path, extension, isPreset));
+    const std::string first = chunkOf(plug);
+    const std::string program = chunkOf(plug, true);
+    changeAll(plug, seed + 51);
+    plug.clearHistory();
+    const std::string other = chunkOf(plug);
+    ASSERT_TRUE(plug.presetFiles().loadPresetFile(path));
+    const std::string loaded = documentOf(plug);
+    if (isPreset) {
+      EXPECT_TRUE(chunkOf(plug, true).starts_with(program.substr(0, program.find("\"name\""))));
+    } else {
+      EXPECT_EQ(loaded, first);
     }
     for (int round = 0; round < 2; ++round) {
-      to.plug.undo();
-      ASSERT_EQ(chunkOf(to.plug), other);
-      EXPECT_FALSE(to.plug.canUndo());
-      to.plug.redo();
-      ASSERT_EQ(chunkOf(to.plug), loaded);
-      EXPECT_FALSE(to.plug.canRedo());
+      plug.undo();
+      ASSERT_EQ(documentOf(plug), other);
+      EXPECT_FALSE(plug.canUndo());
+      plug.redo();
+      ASSERT_EQ(documentOf(plug), loaded);
+      EXPECT_FALSE(plug.canRedo());
     }
+    changeAll(plug, seed + 1);
+    plug.editorState().layoutWanted = plug.editorState().flagsStale = false;
+    load(plug, first);
+    EXPECT_TRUE(plug.editorState().layoutWanted && plug.editorState().flagsStale);
+    ASSERT_EQ(documentOf(plug), first);
   }
 }
 

@@ -1,20 +1,29 @@
-// The table of parameters, and its values as texts.
+// The table of parameters, their values as texts, and that each is heard where it should be and
+// nowhere else: all are moved in settings in which they matter and in settings in which not.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <clocale>
 #include <cmath>
-#include <fstream>
+#include <map>
+#include <set>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/value_text.h"
 #include "host/curves.h"
 #include "tests/core/plug_rig.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
-void take(const std::string& word, ValueTextContext& context) {
+using std::string;
+
+void take(const string& word, ValueTextContext& context) {
   if (word == "ranges") context.extendedRanges = 2.0F;
   if (word == "ratios") context.extendedRatios = true;
   if (word == "simple") context.simpleNumbers = true;
@@ -27,34 +36,25 @@ void take(const std::string& word, ValueTextContext& context) {
 
 /// Also where a host has a decimal comma, if such a locale is installed.
 TEST(ValueText, ShowsEachParameterInItsWords) {
-  const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+  const string before = std::setlocale(LC_NUMERIC, nullptr);
   for (const char* const locale : {"C", "de_DE.UTF-8", "fr_FR.UTF-8"}) {
-    std::ifstream file(TEST_DATA "/values.txt");
-    int texts = 0;
-    for (std::string line; std::getline(file, line);) {
-      if (line.starts_with("#")) continue;
-      SCOPED_TRACE(line);
-      std::istringstream fields(line);
-      std::string field;
-      std::getline(fields, field, '|');
-      const int index = parameterKeyTable().find("k" + field);
-      ASSERT_GE(index, 0);
+    for (const DataRow& row : dataRows(TEST_DATA "/values.txt", 24)) {
+      const int index = parameterKeyTable().find("k" + row[0]);
+      ASSERT_GE(index, 0) << row[0];
       const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(index)];
       ValueTextContext context;
-      const bool isNote = line.find("|note|") != std::string::npos;
-      while (std::getline(fields, field, '|')) {
-        take(field, context);
-        const auto equals = field.find('=');
-        if (equals == std::string::npos) continue;
-        ++texts;
-        const float plain = std::stof(field.substr(0, equals));
+      for (const string& cell : row) {
+        take(cell, context);
+        const auto equals = cell.find('=');
+        if (equals == string::npos) continue;
+        const float plain = std::stof(cell.substr(0, equals));
+        const bool isNote = std::ranges::find(row, "note") != row.end();
         std::setlocale(LC_NUMERIC, locale);
-        const std::string text = valueText(index, plain, record, context, isNote);
+        const string text = valueText(index, plain, record, context, isNote);
         std::setlocale(LC_NUMERIC, before.c_str());
-        EXPECT_EQ(text, field.substr(equals + 1));
+        EXPECT_EQ(text, cell.substr(equals + 1)) << row[0];
       }
     }
-    EXPECT_GT(texts, 100);
   }
 }
 
@@ -67,7 +67,7 @@ TEST(ParameterTableTest, NoRowHasChanged) {
          << r.curve << '\n';
   }
   EXPECT_EQ(hashOf(rows.str()), 2277068351U) << rows.str();
-  std::string identifiers;
+  string identifiers;
   for (int id = 0; id < kNumParams; ++id) identifiers += parameterKeyTable().name(id) + ',';
   EXPECT_EQ(hashOf(identifiers), 3336954938U) << identifiers;
   EXPECT_FALSE(isBandParameter(kOpTrim) || isBandParameter(kBandOrder));
@@ -82,5 +82,170 @@ TEST(ParameterTableTest, EveryDefaultSurvivesTheMapsBitForBit) {
     EXPECT_NEAR(plain, record.value, 2e-6F + 1e-6F * std::abs(record.value));
   }
 }
+
+/// The rows with what their groups stand for.
+std::vector<DataRow> scenes() {
+  std::vector<DataRow> all;
+  std::map<string, string> groups;
+  for (DataRow& row : dataRows(TEST_DATA "/parameter_effects.txt")) {
+    for (std::size_t i = 1; i < row.size(); ++i) {
+      std::istringstream words(std::exchange(row[i], ""));
+      for (string word; words >> word;) row[i] += (word[0] == '$' ? groups.at(word) : word) + ' ';
+    }
+    if (row[0].front() != '$') {
+      all.push_back(row);
+    } else {
+      groups[row[0]] = row[1];
+    }
+  }
+  return all;
+}
+
+/// One scene with one of the eight bands as its band.
+class Stage {
+ public:
+  struct Move {
+    int index;
+    double plain;
+    bool latency;
+    string text;
+  };
+  struct Trace {
+    Stereo<double> output;
+    int latency = 0;
+    bool operator==(const Trace&) const = default;
+  };
+
+  Stage(const DataRow& ofScene, int ofBand) : scene(ofScene), band(ofBand) {
+    double rate = 0.0;
+    bool offline = false;
+    std::istringstream(scene[4]) >> frames >> channels >> rate >> offline;
+    rig.plug.setSampleRate(static_cast<float>(rate));
+    {
+      // Values as they come back from the host's 0..1, also where a default is a little off.
+      const Plug::UpdateHold hold(rig.plug);
+      for (int id = 0; id < kNumParams; ++id) rig.plug.setParameter(id, rig.plug.getParameter(id));
+    }
+    rig.processLevel = offline ? kProcessLevelOffline : 2;
+    applyScene();
+    // Banks that hold the same sound the same.
+    for (int bank = 0; bank < Plug::kNumBanks; ++bank) rig.plug.copyToBank(bank);
+  }
+
+  [[nodiscard]] std::vector<Move> moves(const string& text) const {
+    std::vector<Move> all;
+    std::istringstream words(text);
+    for (string name, value; std::getline(words >> std::ws, name, '=') && words >> value;) {
+      const bool next = name.front() == '+';
+      const string row = "kB1" + name.substr(next ? 1 : 0);
+      const int global = PlugRig::id(name.c_str());
+      const int of = bandParameterId(next ? after() : band, PlugRig::id(row.c_str()));
+      const double plain = value == "own"    ? band
+                           : value == "next" ? after()
+                           : value == "swap" ? order(after(), band)
+                                             : std::stod(value);
+      all.push_back({name.front() == 'k' ? global : of, plain, value.back() == '!', name});
+    }
+    return all;
+  }
+
+  /// From silence, with a parameter moved as a user would.
+  Trace run(const Move* move) {
+    // The sidechain filters' coefficients glide to where they were set, also across `resume`.
+    constexpr int kLongerThanRamps = 1100;
+    {
+      const RealTimeCheck::Exception mayGoOffline;
+      render(rig.plug, Stereo<double>(kLongerThanRamps), kLongerThanRamps);
+    }
+    rig.plug.resume();
+    if (move == nullptr) return renderInput();
+    const float before = rig.plug.getParameter(move->index);
+    rig.plug.beginEdit(move->index);
+    rig.set(move->index, move->plain);
+    rig.plug.endEdit(move->index);
+    Trace trace = renderInput();
+    rig.plug.setParameter(move->index, before);
+    applyScene();
+    return trace;
+  }
+
+ private:
+  [[nodiscard]] int after() const { return (band + 1) % kNumBands; }
+  void applyScene() {
+    rig.set(kBandOrder, order(band, after()));
+    for (const Move& setting : moves(scene[1])) rig.set(setting.index, setting.plain);
+  }
+  /// The order that begins with two bands, as `kBandOrder` holds it.
+  [[nodiscard]] static double order(int first, int second) {
+    double packed = first + 8 * second;
+    for (int b = 0, place = 2; b < kNumBands && place < 7; ++b) {
+      if (b != first && b != second) packed += b * std::pow(8.0, place++);
+    }
+    return packed / std::pow(2.0, 21);
+  }
+
+  Trace renderInput() {
+    auto main = noise<double>(frames);
+    auto side = noise<double>(frames + 77);  // what the sidechain hears comes earlier
+    for (auto& channel : side.channels) channel.erase(channel.begin(), channel.begin() + 77);
+    for (int i = 0; i < frames; ++i) {
+      const double level = i < frames / 2 ? 0.1 : i < 3 * frames / 4 ? 0.9 : 0.02;
+      main.channels[0][static_cast<std::size_t>(i)] *= level;
+      main.channels[1][static_cast<std::size_t>(i)] *= 0.6 * level;
+    }
+    if (channels == 1) main.channels[1].clear();
+    const auto idle = [this](int /*frame*/) { rig.plug.onIdle(); };
+    return {render(rig.plug, main, 250, idle, &side), rig.plug.getAeffect()->initialDelay};
+  }
+
+  const DataRow& scene;
+  int band, frames = 0, channels = 0;
+  PlugRig rig{"B1State=0"};
+};
+
+/// Everything with the bands at the ends, with the others what no scene before has tried.
+void tryScene(const DataRow& scene, int band, std::set<int>& heard) {
+  SCOPED_TRACE(testing::Message() << scene[0] << ", band " << band + 1);
+  const bool everything = band == 0 || band == kNumBands - 1;
+  Stage stage(scene, band);
+  auto news = stage.moves(scene[2]);
+  const auto isOld = [&](const auto& move) { return heard.count(move.index) != 0; };
+  if (!everything) std::erase_if(news, isOld);
+  if (!everything && news.empty()) return;
+  const auto still = stage.run(nullptr);
+  ASSERT_GT(deviation(still.output, Stereo<double>(still.output.frames()), 0), 0.1)
+      << "nothing comes out";
+  // Well below what an ear would tell, well above what rounding does.
+  constexpr double kHeard = 1e-4;
+  for (const auto& move : news) {
+    const auto moved = stage.run(&move);
+    EXPECT_GT(deviation(still.output, moved.output, 0), kHeard) << move.text << move.plain;
+    EXPECT_TRUE(!move.latency || still.latency != moved.latency) << move.text;
+    heard.insert(move.index);
+  }
+  EXPECT_TRUE(still == stage.run(nullptr)) << "moved back, something stays";
+  if (!everything) return;
+  for (const auto& move : stage.moves(scene[3])) {
+    EXPECT_TRUE(still == stage.run(&move)) << move.text << move.plain;
+  }
+}
+
+class ParameterEffectTest : public testing::TestWithParam<int> {};
+
+TEST_P(ParameterEffectTest, EachIsHeardWhereItMattersAndNowhereElse) {
+  const int band = GetParam();
+  const bool atEnd = band == 0 || band == kNumBands - 1;
+  // Says which of the stored states is shown: that switch has no sound of its own.
+  std::set<int> heard = {kABBank};
+  for (const DataRow& scene : scenes()) {
+    if (atEnd || !scene[0].starts_with("resting")) tryScene(scene, band, heard);
+  }
+  for (int id = 0; id < kNumParams; ++id) {
+    const bool wanted = !isBandParameter(id) || bandOf(id) == band;
+    EXPECT_TRUE(!wanted || heard.count(id) == 1) << parameterKeyTable().name(id);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Bands, ParameterEffectTest, testing::Range(0, kNumBands));
 
 }  // namespace

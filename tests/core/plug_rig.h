@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <numbers>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -25,29 +26,24 @@ class PlugRig {
     std::int32_t opcode;
     std::int32_t index;
     float value;
-    bool operator==(const Message&) const = default;
   };
-  using Settings = std::vector<std::pair<const char*, double>>;
 
-  PlugRig() : PlugRig(Settings{}) {}
-  explicit PlugRig(const Settings& settings, double rate = 48000.0, InstallFolders folders = {})
+  explicit PlugRig(const std::string& settings = "", double rate = 48000.0,
+                   InstallFolders folders = {})
       : machine(std::make_unique<MemoryStore>(), std::move(folders)),
         plug(
             &PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }, machine) {
     plug.getAeffect()->user = this;
     plug.setSampleRate(static_cast<float>(rate));
-    set(settings);
+    setText(settings);
     plug.resume();
     messages.clear();
   }
 
-  void set(const Settings& settings) {
-    for (const auto& [identifier, plain] : settings) set(id(identifier), plain);
-  }
   void set(int index, double plain) {
     plug.setParameter(index, plug.plainToNormalised(index, static_cast<float>(plain)));
   }
-  /// "B1Type=1 IpTrim=-6": as `set`, all together, for tables.
+  /// "B1Type=1 IpTrim=-6": as `set`, all together.
   void setText(const std::string& text) {
     const Plug::UpdateHold together(plug);
     std::istringstream words(text);
@@ -65,9 +61,6 @@ class PlugRig {
   void prefer(const char* preference, std::int32_t choice) {
     machine.globals().setGlobal(preference, choice);
     plug.applyGlobalPreferences();
-  }
-  [[nodiscard]] double get(const char* identifier) const {
-    return static_cast<double>(plug.getPlainValue(id(identifier)));
   }
   [[nodiscard]] int count(std::int32_t opcode, std::int32_t index) const {
     int found = 0;
@@ -143,6 +136,15 @@ Stereo<Sample> render(Plug& plug, Stereo<Sample> input, int block, Between betwe
 template <typename Sample>
 Stereo<Sample> render(Plug& plug, const Stereo<Sample>& input, int block) {
   return render(plug, input, block, [](int) {});
+}
+
+/// A sine in the left channel alone.
+inline Stereo<double> tone(double level, double hertz, int frames) {
+  Stereo<double> signal(frames);
+  for (int i = 0; double& x : signal.channels[0]) {
+    x = level * std::sin(2.0 * std::numbers::pi * hertz * i++ / 48000.0);
+  }
+  return signal;
 }
 
 /// The largest difference between the output and the input as late as `latency`.

@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "analysis/vector_kernels.h"
 #include "dynamics/detector_pair.h"
 #include "dynamics/lookahead_window.h"
 #include "dynamics/sidechain_filters.h"
+#include "tests/support/all_kernels.h"
 #include "tests/support/data_rows.h"
 #include "tests/support/known_numbers.h"
 #include "tests/support/real_time.h"
@@ -32,18 +32,6 @@ void run(BandDetector& detector, std::vector<double>& signal) {
   for (std::size_t at = 0; at < signal.size(); at += 100) {
     processInRealTime(detector, &signal[at], 100, m[0], m[1], m[2], m[3], m[4]);
   }
-}
-
-/// Runs `body` with each set of kernels that the processor has.
-template <typename Body>
-void withAllKernels(Body body) {
-  const VectorKernels& usual = vectorKernels();
-  for (const VectorKernels* kernels : allVectorKernels()) {
-    SCOPED_TRACE(kernels->name);
-    useVectorKernels(*kernels);
-    body();
-  }
-  useVectorKernels(usual);
 }
 
 /// Random knobs, their ends often.
@@ -239,64 +227,35 @@ TEST(LookaheadWindowTest, TurnsMillisecondsIntoWholeSamplesAtAnyRate) {
   }
 }
 
-TEST(LookaheadWindowTest, IsTheMaximumOfNSamplesUnderTwoAveragesInAnyBlocks) {
-  LookaheadWindow window;
-  window.setSampleRate(1000.0);
-  std::mt19937 random(7);
-  for (const int samples : {0,  1,  2,  3,   4,   5,   6,   7,    8,    9,    15,   16,   17,
-                            63, 64, 65, 480, 511, 512, 513, 1025, 4095, 4096, 4097, 8191, 9000}) {
-    SCOPED_TRACE(testing::Message() << samples << " samples");
-    const auto n = static_cast<std::size_t>(std::min(samples, 8191));
-    // Peaks of all sizes, with long stretches below them.
-    std::vector<double> levels(2 * n + 700);
-    for (double& x : levels) x = std::pow(std::uniform_real_distribution<double>()(random), 12.0);
-    std::vector<double> out = levels;
-    for (double& x : out) x = random() % 2 == 0 ? x : -x;
-    window.setLookahead(static_cast<float>(samples) + 0.25F);
-    window.clear();
-    for (std::size_t done = 0; done < out.size();) {
-      const std::size_t frames = std::min(random() % 600, out.size() - done);
-      processInRealTime(window, out.data() + done, static_cast<int>(frames));
-      done += frames;
-    }
-    const std::size_t length1 = n > 3 ? 3 * n / 4 : 1;
-    const std::size_t length2 = n > 3 ? n / 4 : 1;
-    std::vector<double> total1{0.0};  // of all maxima up to a sample, which begins with 0
-    std::vector<double> total2{0.0};
-    const auto mean = [](const std::vector<double>& total, std::size_t length) {
-      const std::size_t last = total.size() - 1;
-      return (total[last] - total[last - std::min(last, length)]) / static_cast<double>(length);
-    };
-    auto loudest = levels.begin();
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-      const auto first =
-          levels.begin() + static_cast<long>(i + 1 - std::min(std::max<std::size_t>(n, 1), i + 1));
-      if (loudest < first) loudest = std::max_element(first, first + static_cast<long>(n));
-      if (levels[i] >= *loudest) loudest = levels.begin() + static_cast<long>(i);
-      const double maximum = *loudest;
-      total1.push_back(total1.back() + maximum);
-      total2.push_back(total2.back() + mean(total1, length1));
-      // Both sides add up thousands of values of at most 1.
-      ASSERT_NEAR(out[i], n > 3 ? mean(total2, length2) : maximum, n > 3 ? 1e-10 : 0.0) << i;
-    }
-  }
-}
-
-// Was compared with the law, each level of the maximum in a ring of its own, when it was recorded.
-TEST(LookaheadWindowTest, GoesOnFromWhatItRemembersWhenItChanges) {
+// Of levels with peaks of all sizes and long stretches below them. The numbers were compared with
+// the law, each maximum and both averages of it taken anew, when they were recorded.
+TEST(LookaheadWindowTest, IsTheMaximumUnderTwoAveragesAndGoesOnFromWhatItRemembers) {
   KnownNumbers known(TEST_DATA "/windows.txt");
   LookaheadWindow window;
   window.setSampleRate(1000.0);
   std::mt19937 random(9);
-  constexpr std::array kSamples = {0, 1, 2, 3, 4, 7, 33, 64, 86, 257, 480, 2400};
-  for (int block = 0; block < 150; ++block) {
-    const int samples = kSamples[random() % kSamples.size()];
+  std::uniform_real_distribution<double> share;
+  const auto play = [&](const std::string& name, int samples, std::size_t length) {
     window.setLookahead(static_cast<float>(samples) + 0.25F);
-    std::vector<double> levels(1 + random() % 700);
-    for (double& x : levels) x = std::pow(std::uniform_real_distribution<double>()(random), 6.0);
-    processInRealTime(window, levels.data(), static_cast<int>(levels.size()));
-    known.expect(std::to_string(block) + ", " + std::to_string(samples) + " samples",
-                 {levels.front(), std::accumulate(levels.begin(), levels.end(), 0.0)});
+    std::vector<double> levels(length);
+    for (double& x : levels) x = (random() % 2 == 0 ? 1 : -1) * std::pow(share(random), 12.0);
+    for (std::size_t done = 0; done < length;) {
+      const std::size_t frames = std::min(random() % 600, length - done);
+      processInRealTime(window, levels.data() + done, static_cast<int>(frames));
+      done += frames;
+    }
+    std::vector<double> sums(5);  // of each fifth, the samples weighted
+    for (std::size_t i = 0; i < length; ++i) sums[5 * i / length] += levels[i] * share(random);
+    known.expect(name + ", " + std::to_string(samples) + " samples", sums);
+  };
+  for (const int samples : {0,  1,  2,  3,   4,   5,   6,   7,    8,    9,    15,   16,   17,
+                            63, 64, 65, 480, 511, 512, 513, 1025, 4095, 4096, 4097, 8191, 9000}) {
+    window.clear();
+    play("new", samples, 2 * static_cast<std::size_t>(samples) + 700);
+  }
+  constexpr std::array kSamples = {0, 1, 2, 3, 4, 7, 33, 64, 86, 257, 480, 2400};
+  for (int turn = 0; turn < 150; ++turn) {
+    play(std::to_string(turn), kSamples[random() % kSamples.size()], 1 + random() % 700);
   }
 }
 

@@ -141,8 +141,8 @@ class TestEffect : public PlugBaseJSON {
   /// The document as a host gets it.
   std::string chunk(bool isPreset = false) {
     void* data = nullptr;
-    const auto size = static_cast<std::size_t>(getChunk(&data, isPreset));
-    return {static_cast<const char*>(data), size};
+    const auto size = dispatcher(kEffectGetChunk, isPreset ? 1 : 0, 0, &data, 0);
+    return {static_cast<const char*>(data), static_cast<std::size_t>(size)};
   }
 
   using AudioEffect::setEditor;

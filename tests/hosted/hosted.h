@@ -16,12 +16,6 @@ struct HostSetup {
   bool inPlace = false;
 };
 
-/// What the plug-in asked its host to set, in the host's own units.
-struct Told {
-  int id;
-  double value;
-};
-
 /// What a host stores of an instance: its parts by name, and what it shows of each parameter.
 struct Session {
   std::map<std::string, std::string> parts;
@@ -32,35 +26,33 @@ inline constexpr const char* kStatePart = "state";  ///< the effect's own
 /// Controllers that move parameters from inside, in all hosts of the tests.
 inline constexpr std::array<std::pair<int, int>, 5> kControllers = {
     {{kIpTrim, 20}, {kOpTrim, 21}, {kBypass, 22}, {kB1Threshold, 23}, {kABBank, 24}}};
-[[nodiscard]] constexpr int controllerOf(int id) {
-  for (const auto& [moved, number] : kControllers) {
-    if (moved == id) return number;
-  }
-  return -1;
-}
 
 /// One instance of a built plug-in in a host of its kind, as far as all kinds agree. One thread.
 class Hosted {
  public:
   static constexpr int kLead = 4096;  ///< frames of silence that pass before a host's moves
 
-  Hosted() = default;
+  explicit Hosted(const HostSetup& itsSetup) : setup(itsSetup) {}
   virtual ~Hosted() = default;
   Hosted(const Hosted&) = delete;
   Hosted& operator=(const Hosted&) = delete;
 
   /// `in`: main channels, then those of the sidechain. Blocks of many lengths, in real time.
-  virtual Signal render(Signal in) = 0;
+  Signal render(Signal in);
+  void rest(int frames) { static_cast<void>(render(silence(setup.channels, frames))); }
   /// The host moves parameters, after `kLead`; offline they are in force in the next block.
-  virtual void move(const Settings& settings) = 0;
+  void move(const Settings& settings) {
+    rest(kLead);
+    set(settings);
+  }
   /// Until all moves are in the sound.
   virtual void settle() {}
   virtual void setBypass(bool on) = 0;
-  virtual void setOffline(bool on) = 0;
-  /// A controller's message in a block of silence of 64 frames.
-  virtual void turn(int controller, int position) = 0;
-  /// Since the last call.
-  [[nodiscard]] virtual std::vector<Told> takeTold() = 0;
+  void setOffline(bool on);
+  /// A controller's message, by the parameter it moves, in a block of silence of 64 frames.
+  void turn(int id, int position);
+  /// What the plug-in asked its host to set since the last call, in the host's own units.
+  [[nodiscard]] virtual std::multimap<int, double> takeTold() = 0;
   /// Whether a value of the host's stands for a plain one, and what it shows of a parameter.
   [[nodiscard]] virtual bool means(int id, double value, double plain) const = 0;
   [[nodiscard]] virtual double shown(int id) = 0;
@@ -73,16 +65,24 @@ class Hosted {
   virtual void expectMeters(const Reference& /*reference*/) {}
 
   [[nodiscard]] std::string state() { return save().parts.at(kStatePart); }
+
+ protected:
+  virtual void set(const Settings& settings) = 0;
+  virtual void process(Signal& in, Signal& out) = 0;
+  virtual void tellOffline(bool on) = 0;
+  virtual void queue(std::uint8_t controller, std::uint8_t position) = 0;
+
+  const HostSetup setup;
+  bool isOffline = false;
 };
 
 /// A kind of plug-in and its host.
 struct HostKind {
   const char* name;
   const char* library;   ///< the copy that hosts load, in a folder of its own
-  bool hidesLatency;     ///< in bypass
+  bool hidesLatency;     ///< in bypass, which then passes the very bits
   int mostSideChannels;  ///< of a stereo instance
   int monoSideChannels;
-  bool restoresTell;
   std::unique_ptr<Hosted> (*make)(const HostSetup& setup);
   void (*unload)();  ///< after the last instance
 };

@@ -3,12 +3,15 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <random>
+#include <sstream>
 
 #include "core/parameter_table.h"
 #include "platform/shared_library.h"
 #include "tests/hosted/hosted.h"
 #include "tests/support/becomes.h"
+#include "tests/support/data_rows.h"
 
 namespace {
 
@@ -22,19 +25,6 @@ class Hosting : public testing::TestWithParam<const HostKind*> {
 INSTANTIATE_TEST_SUITE_P(, Hosting, testing::Values(&kAaxKind, &kLv2Kind),
                          [](const auto& each) { return each.param->name; });
 
-Signal silence(int channels, int frames) {
-  return Signal(static_cast<std::size_t>(channels),
-                std::vector<float>(static_cast<std::size_t>(frames)));
-}
-
-/// The sidechain of a stereo instance that is fed one channel serves both in one kind of host, and
-/// the left in the other.
-Signal forReference(const HostKind& kind, Signal in, int channels) {
-  const bool isShared = kind.mostSideChannels == 1 && channels == 2 && in.size() == 3;
-  if (isShared) in.push_back(in[2]);
-  return in;
-}
-
 /// An instance beside the effect alone, through the same moves.
 struct SideBySide {
   SideBySide(const HostKind& hostKind, const HostSetup& setup)
@@ -42,26 +32,30 @@ struct SideBySide {
   void move(const Settings& settings) {
     hosted->move(settings);
     hosted->settle();
-    static_cast<void>(reference.render(silence(channels, Hosted::kLead), channels));
+    rest(Hosted::kLead);
     reference.set(settings);
     // Until what moves smoothly has come: when it began is the business of other threads.
-    static_cast<void>(hosted->render(silence(channels, 2 * Hosted::kLead)));
-    static_cast<void>(reference.render(silence(channels, 2 * Hosted::kLead), channels));
+    hosted->rest(2 * Hosted::kLead);
+    rest(2 * Hosted::kLead);
   }
   void setOffline(bool on) {
     hosted->setOffline(on);
     reference.isOffline = on;
-    static_cast<void>(reference.render(silence(channels, 64), channels));
+    rest(64);
+  }
+  /// The effect alone, as long as its instance has rested.
+  void rest(int frames) {
+    static_cast<void>(reference.render(silence(channels, frames), channels));
   }
   void restore(const Session& session) {
     EXPECT_TRUE(hosted->restore(session));
     reference.take(session.parts.at(kStatePart));
   }
-  Signal play(const Signal& in) {
+  Signal play(Signal in) {
     Signal out = hosted->render(in);
-    EXPECT_EQ(firstDifference(out, reference.render(forReference(kind, in, channels), channels),
-                              kRounding),
-              "");
+    // The sidechain of a stereo instance that is fed one channel serves both, or the left alone.
+    if (kind.mostSideChannels == 1 && channels == 2 && in.size() == 3) in.push_back(in[2]);
+    EXPECT_EQ(firstDifference(out, reference.render(in, channels), kRounding), "");
     EXPECT_EQ(hosted->latency(), reference.getInitialDelay());
     return out;
   }
@@ -73,95 +67,69 @@ struct SideBySide {
 };
 
 TEST_P(Hosting, SoundsAsTheEffectAlone) {
-  const struct {
-    const char* name;
+  for (const DataRow& row : dataRows(TEST_DATA "/sounds.txt")) {
+    SCOPED_TRACE(row[0]);
     HostSetup setup;
-    int sideChannels;
-    int source;  ///< 1 own signal, 2 sidechain
-    bool offline;
-  } rows[] = {
-      {"stereo", {2, 48000.0}, 0, 1, false},
-      {"mono, in place", {1, 44100.0, false, true}, 0, 1, false},
-      {"stereo sidechain", {2, 48000.0, true}, 2, 2, false},
-      {"mono sidechain", {2, 96000.0, true}, 1, 2, false},
-      {"no sidechain, in place", {2, 22050.0, true, true}, 0, 2, false},
-      {"mono with sidechain", {1, 48000.0, true}, 1, 2, false},
-      {"high rate", {2, 192000.0}, 0, 1, false},
-      {"offline", {2, 48000.0, true}, 1, 2, true},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const int channels = row.setup.channels;
-    if (row.sideChannels > (channels == 2 ? kind().mostSideChannels : kind().monoSideChannels)) {
+    int sideChannels = 0;
+    int source = 0;
+    std::istringstream(row[1]) >> setup.channels >> setup.rate >> sideChannels >> source;
+    setup.hasSidechain = row[2] == "yes";
+    setup.inPlace = row[3] == "yes";
+    const int channels = setup.channels;
+    if (sideChannels > (channels == 2 ? kind().mostSideChannels : kind().monoSideChannels)) {
       continue;
     }
-    SideBySide both(kind(), row.setup);
-    if (row.offline) both.setOffline(true);
-    both.move(busySettings(row.source));
-    both.play(noise(channels + row.sideChannels, 24000));
+    SideBySide both(kind(), setup);
+    if (row[4] == "yes") both.setOffline(true);
+    both.move(busySettings(source));
+    both.play(noise(channels + sideChannels, 24000));
     both.hosted->expectMeters(both.reference);
     const auto& reductions = both.reference.reductions;
-    EXPECT_TRUE(channels == 1 || row.source == 2 || reductions[1] - reductions[0] > 0.01);
-    both.move({{kB1Threshold, -12.0}, {kIpTrim, 6.0}, {bandParameterId(1, kB1Frequency), 2000.0}});
-    Signal odd = noise(channels + row.sideChannels, 12000, 7);
+    EXPECT_TRUE(channels == 1 || source == 2 || reductions[1] - reductions[0] > 0.01);
+    both.move(settingsOf("kB1Threshold=-12 kIpTrim=6 kB2Frequency=2000"));
+    Signal odd = noise(channels + sideChannels, 12000, 7);
     odd[0][100] = std::numeric_limits<float>::quiet_NaN();
     odd.back()[200] = std::numeric_limits<float>::infinity();
     both.play(odd);
-    both.hosted->render(silence(channels, 48000));
+    both.hosted->rest(48000);
     const Signal nothing = silence(channels, 2000);
     EXPECT_EQ(firstDifference(both.hosted->render(nothing), nothing), "");
   }
 }
 
 /// Whatever changes the latency is told, in bypass as well, and what does not is not told wrong.
-TEST_P(Hosting, TellsItsLatency) {
-  const int on = bandParameterId(1, kB1State);
-  auto both = std::make_unique<SideBySide>(kind(), HostSetup{});
+TEST_P(Hosting, DoesAsListedAndTellsItsLatency) {
+  Reference reader;
+  std::optional<SideBySide> both;
+  std::map<std::string, Session> sessions;
   bool isHidden = false;
-  const auto told = [&](const char* action) {
-    const int expected = isHidden ? 0 : both->reference.getInitialDelay();
-    EXPECT_TRUE(becomes([&] { return both->hosted->latency() == expected; }))
-        << action << ": " << both->hosted->latency() << " instead of " << expected;
-    return both->reference.getInitialDelay();
-  };
-  const auto moved = [&](const char* action, const Settings& settings) {
-    both->move(settings);
-    return told(action);
-  };
-  const auto restored = [&](const char* action, const Session& session) {
-    both->restore(session);
-    return told(action);
-  };
-  const int first = told("start");
-  const Session plain = both->hosted->save();
-  const int ahead = moved("lookahead", {{kB1Lookahead, 20.0}});
-  const int longest = moved("a band", {{on, 1.0}, {bandParameterId(1, kB1Type), 1.0}});
-  const int sampled = moved("oversampling", {{kOversample, 2.0}, {kOversampleOL, 1.0}});
-  EXPECT_TRUE(first < ahead && ahead < longest && longest < sampled);
-  const Session late = both->hosted->save();
-  EXPECT_EQ(moved("another bank", {{kABBank, 1.0}}), first);
-  EXPECT_EQ(moved("the bank again", {{kABBank, 0.0}}), sampled);
-  EXPECT_EQ(restored("a restored state", plain), first);
-  EXPECT_EQ(restored("a restored longer one", late), sampled);
-  for (const bool isOffline : {true, false}) {
-    both->setOffline(isOffline);
-    EXPECT_EQ(told("offline and back") == sampled, !isOffline);
-  }
-  Session effectAlone = plain;  // the controls tell of the bypass
-  effectAlone.parts.erase("controls");
-  both->hosted->setBypass(true);
-  isHidden = kind().hidesLatency;
-  told("bypass");
-  moved("a move in bypass", {{on, 0.0}});
-  restored("a state restored in bypass", effectAlone);
-  isHidden = false;
-  both->hosted->setBypass(false);
-  told("bypass let go");
-  for (const double rate : {22050.0, 192000.0}) {
-    both = std::make_unique<SideBySide>(kind(), HostSetup{2, rate});
-    const int fresh = told("another rate");
-    EXPECT_LT(fresh, restored("a state of another rate", late));
-  }
+  runRows(TEST_DATA "/moves.txt", [&](const DataRow& row) {
+    const std::string& value = row[1];
+    if (row[0] == "new") {
+      both.emplace(kind(), HostSetup{2, std::stod(value)});
+    } else if (row[0] == "move") {
+      both->move(settingsOf(value));
+    } else if (row[0] == "turn") {
+      const PlainSetting turned = settingsOf(value).front();
+      both->hosted->turn(turned.id, static_cast<int>(turned.plain));
+    } else if (row[0] == "offline") {
+      both->setOffline(value == "on");
+    } else if (row[0] == "bypass") {
+      both->hosted->setBypass(value == "on");
+      isHidden = value == "on" && kind().hidesLatency;
+    } else if (row[0] == "save") {
+      sessions[value] = sessions["the effect of " + value] = both->hosted->save();
+      sessions["the effect of " + value].parts.erase("controls");  // which tell of the bypass
+    } else {
+      both->restore(sessions.at(value));
+    }
+    const int delay = both->reference.getInitialDelay();
+    EXPECT_TRUE(becomes([&] { return both->hosted->latency() == (isHidden ? 0 : delay); }))
+        << row[0] << ' ' << value << ": " << both->hosted->latency();
+    if (row[2].empty()) return std::to_string(delay);
+    const auto id = static_cast<std::size_t>(parameterKeyTable().find(row[2]));
+    return std::to_string(std::lround(reader.valuesOf(both->hosted->state())[id]));
+  });
 }
 
 TEST_P(Hosting, BypassPassesTheInputAsLateAsTold) {
@@ -169,40 +137,25 @@ TEST_P(Hosting, BypassPassesTheInputAsLateAsTold) {
     SCOPED_TRACE(channels);
     SideBySide both(kind(), HostSetup{channels});
     both.move(busySettings());
-    const Signal in = noise(channels, 48000, 3);
+    Signal in = noise(channels, 48000, 3);
     EXPECT_NE(firstDifference(both.play(in), delayed(in, both.hosted->latency()), 0.01), "");
     for (const bool isOn : {true, false, true}) {
       both.hosted->setBypass(isOn);
       static_cast<void>(both.hosted->render(in));
+      if (kind().hidesLatency) {
+        const std::array<float, 3> odd = {std::numeric_limits<float>::quiet_NaN(), -0.0F, 1e-42F};
+        std::copy(odd.begin(), odd.end(), in.back().end() - 20);
+      }
       const Signal out = both.hosted->render(in);
       const int latency = both.hosted->latency();
       EXPECT_EQ(latency, isOn && kind().hidesLatency ? 0 : both.reference.getInitialDelay());
-      const Signal late = delayed(in, latency);
-      const auto tail = [](const Signal& signal) {
-        Signal end;
-        for (const auto& channel : signal) end.emplace_back(channel.end() - 9000, channel.end());
-        return end;
-      };
-      EXPECT_EQ(firstDifference(tail(out), tail(late), kRounding).empty(), isOn);
+      Signal late = delayed(in, latency);
+      // The rendering before sounds on at the begin.
+      for (std::size_t c = 0; c < late.size(); ++c)
+        std::copy_n(out[c].begin(), 9000, late[c].begin());
+      EXPECT_EQ(firstDifference(out, late, kind().hidesLatency ? 0.0 : kRounding).empty(), isOn);
+      if (isOn) both.hosted->expectMeters(both.reference);
     }
-  }
-}
-
-/// A value that a host may bring for a parameter.
-double anyValue(int id, std::mt19937& random) {
-  const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(id)];
-  const auto low = static_cast<double>(record.min);
-  const double range = static_cast<double>(record.max) - low;
-  const double share = std::uniform_real_distribution<double>(0.0, 1.0)(random);
-  switch (record.curve) {
-    case kCurveWhole:
-      return low + std::floor(share * (range + 0.999));
-    case kCurveMultipleOf6:
-      return low + 6.0 * std::floor(share * (range / 6.0 + 0.999));
-    case kCurveSwitch:
-      return share < 0.5 ? 0.0 : 1.0;
-    default:
-      return static_cast<double>(static_cast<float>(low + share * range));
   }
 }
 
@@ -218,49 +171,22 @@ TEST_P(Hosting, TellsOnceWhatChangesInside) {
   for (const int bank : {1, 0, 7}) {
     SCOPED_TRACE(bank);
     const std::vector<float> before = reader.valuesOf(hosted->state());
-    if (bank == 7) {
-      hosted->turn(controllerOf(kABBank), 127);
-    } else {
-      hosted->move({{kABBank, static_cast<double>(bank)}});
-    }
+    bank == 7 ? hosted->turn(kABBank, 127) : hosted->move({{kABBank, double(bank)}});
     waitForIdle();
-    const std::vector<Told> told = hosted->takeTold();
+    const std::multimap<int, double> told = hosted->takeTold();
     const std::vector<float> after = reader.valuesOf(hosted->state());
     EXPECT_NE(after[kB1Threshold], before[kB1Threshold]);
-    std::map<int, int> counts;
-    for (const auto& [id, value] : told) {
-      const auto plain = static_cast<double>(after[static_cast<std::size_t>(id)]);
-      EXPECT_TRUE(hosted->means(id, value, plain)) << parameterKeyTable().name(id) << ' ' << value;
-      EXPECT_EQ(++counts[id], 1) << parameterKeyTable().name(id);
-    }
     for (int id = 0; id < kNumParams; ++id) {
+      SCOPED_TRACE(parameterKeyTable().name(id));
       const auto at = static_cast<std::size_t>(id);
-      if (before[at] != after[at] && movesAlone(id)) {
-        EXPECT_EQ(counts[id], 1) << id;
-      }
-      EXPECT_TRUE(id == kABBank ||
-                  hosted->means(id, hosted->shown(id), static_cast<double>(after[at])))
-          << parameterKeyTable().name(id);
+      const auto plain = static_cast<double>(after[at]);
+      EXPECT_LE(told.count(id), 1U);
+      EXPECT_TRUE(before[at] == after[at] || !movesAlone(id) || told.contains(id));
+      EXPECT_TRUE(!told.contains(id) || hosted->means(id, told.find(id)->second, plain));
+      EXPECT_TRUE(id == kABBank || hosted->means(id, hosted->shown(id), plain));
     }
     waitForIdle();
     EXPECT_TRUE(hosted->takeTold().empty()) << "the host's answers are no news";
-  }
-}
-
-TEST_P(Hosting, ControllersMoveParameters) {
-  Reference reader;
-  const auto hosted = kind().make(HostSetup{});
-  const struct {
-    int id, position;
-    double plain;
-  } rows[] = {{kIpTrim, 127, 24.0},     {kIpTrim, 0, -24.0}, {kOpTrim, 127, 24.0},
-              {kB1Threshold, 0, -48.0}, {kBypass, 127, 1.0}, {kBypass, 0, 0.0}};
-  for (const auto& [id, position, plain] : rows) {
-    hosted->turn(controllerOf(id), position);
-    const auto value = reader.valuesOf(hosted->state())[static_cast<std::size_t>(id)];
-    EXPECT_NEAR(static_cast<double>(value), plain, 1e-4) << parameterKeyTable().name(id);
-    hosted->turn(3, 64);  // moves nothing
-    EXPECT_EQ(reader.valuesOf(hosted->state())[static_cast<std::size_t>(id)], value);
   }
 }
 
@@ -268,21 +194,23 @@ TEST_P(Hosting, ControllersMoveParameters) {
 /// shows, what was moved last.
 void wander(Hosted& hosted, std::mt19937& random) {
   Reference reader;
+  std::uniform_real_distribution<float> anywhere(0.0F, 1.0F);
   for (const int bank : {5, 0, static_cast<int>(random() % 8)}) {
     hosted.move({{kABBank, static_cast<double>(bank)}});
     waitForIdle();
     static_cast<void>(hosted.takeTold());  // which the host follows
     Settings settings;
     for (int id = 0; id < kNumParams; ++id) {
-      if (movesAlone(id)) settings.push_back({id, anyValue(id, random)});
+      const auto plain = static_cast<double>(reader.normalisedToPlain(id, anywhere(random)));
+      if (movesAlone(id)) settings.push_back({id, plain});
     }
     hosted.move(settings);
     const std::vector<float> values = reader.valuesOf(hosted.state());
     for (const auto& [id, plain] : settings) {
       const auto value = static_cast<double>(values[static_cast<std::size_t>(id)]);
-      EXPECT_NEAR(value, plain, 1e-4 * std::max(1.0, std::abs(plain)))
-          << parameterKeyTable().name(id);
-      EXPECT_TRUE(hosted.means(id, hosted.shown(id), plain)) << parameterKeyTable().name(id);
+      SCOPED_TRACE(parameterKeyTable().name(id));
+      EXPECT_NEAR(value, plain, 1e-4 * std::max(1.0, std::abs(plain)));
+      EXPECT_TRUE(hosted.means(id, hosted.shown(id), plain));
     }
   }
 }
@@ -297,11 +225,13 @@ TEST_P(Hosting, RestoresWhatItStored) {
     SCOPED_TRACE(hasWandered);
     if (hasWandered) {
       wander(*source, random);
-      source->turn(controllerOf(kIpTrim), 99);
+      source->turn(kIpTrim, 99);
       waitForIdle();
       static_cast<void>(source->takeTold());
     } else {
       source->move(busySettings());
+      source->move({{kBandOrder, 0.83652115}});  // another chain that these bands may have
+      EXPECT_NEAR(reader.valuesOf(source->state())[kBandOrder], 0.83652115F, 1e-7F);
     }
     const Session session = source->save();
     EXPECT_TRUE(target->restore(session));
@@ -315,7 +245,7 @@ TEST_P(Hosting, RestoresWhatItStored) {
       EXPECT_EQ(reader.valuesOf(state, bank), expected) << bank;
       for (int id = 0; bank < 0 && id < kNumParams; ++id) {
         const auto plain = static_cast<double>(expected[static_cast<std::size_t>(id)]);
-        EXPECT_TRUE(id == kBandOrder || target->means(id, target->shown(id), plain)) << id;
+        EXPECT_TRUE(target->means(id, target->shown(id), plain)) << parameterKeyTable().name(id);
       }
     }
     EXPECT_EQ(target->latency(), source->latency());
@@ -388,9 +318,6 @@ TEST_P(Hosting, ManyInstancesPlaySideBySide) {
       EXPECT_EQ(firstDifference(out, delayed(in, instances[i]->latency()), 1e-6), "") << i;
     }
   }
-  const long most = usedBytes() - before;
-  while (instances.size() > 2) instances.pop_back();
-  expectNoGrowth(before, most / 4);
   instances.clear();
   expectNoGrowth(before, 200000);
 }
@@ -399,7 +326,7 @@ TEST_P(Hosting, LoadsAndUnloadsWithoutALeak) {
   const auto liveOnce = [] {
     {
       const auto hosted = kind().make(HostSetup{});
-      hosted->render(silence(2, 64));
+      hosted->rest(64);
       EXPECT_FALSE(hosted->state().empty());
     }
     kind().unload();

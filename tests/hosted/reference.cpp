@@ -1,10 +1,15 @@
 #include "tests/hosted/reference.h"
 
+#include <gtest/gtest.h>
+
 #include <bit>
 #include <chrono>
 #include <cmath>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "core/parameter_table.h"
 
 namespace {
 
@@ -65,9 +70,13 @@ std::vector<float> Reference::valuesOf(const HostedInstance& instance) {
   return valuesOf(instance.chunk(AAX_TypeID("CvnP")).data);
 }
 
-Signal noise(int channels, int frames, unsigned seed) {
-  Signal signal(static_cast<std::size_t>(channels),
+Signal silence(int channels, int frames) {
+  return Signal(static_cast<std::size_t>(channels),
                 std::vector<float>(static_cast<std::size_t>(frames)));
+}
+
+Signal noise(int channels, int frames, unsigned seed) {
+  Signal signal = silence(channels, frames);
   std::uint32_t state = seed;
   for (std::size_t c = 0; c < signal.size(); ++c) {
     for (float& sample : signal[c]) {
@@ -79,19 +88,24 @@ Signal noise(int channels, int frames, unsigned seed) {
   return signal;
 }
 
+Settings settingsOf(const std::string& text) {
+  Settings settings;
+  std::istringstream words(text);
+  double plain = 0.0;
+  for (std::string name; std::getline(words >> std::ws, name, '=') && words >> plain;) {
+    settings.push_back({parameterKeyTable().find(name), plain});
+    EXPECT_GE(settings.back().id, 0) << name;
+  }
+  return settings;
+}
+
 Settings busySettings(int source) {
-  const auto second = [](int row) { return bandParameterId(1, row); };
-  return {{kB1Threshold, -30.0},    {kB1Ratio, 0.75},
-          {kB1Knee, 20.0},          {kB1Attack, 2.0},
-          {kB1RelSlow, 120.0},      {kB1LR, 1.0},
-          {kB1SCLR, 1.0},           {kB1SCLink, 0.0},
-          {second(kB1LR), 1.0},     {second(kB1SCLR), 1.0},
-          {second(kB1SCLink), 0.0}, {kB1SCSrc, static_cast<double>(source)},
-          {second(kB1Type), 1.0},   {second(kB1SubType), 2.0},
-          {second(kB1Slope), 36.0}, {second(kB1SCLFSlope), 48.0},
-          {second(kB1State), 1.0},  {second(kB1Threshold), -20.0},
-          {second(kB1Ratio), -0.5}, {second(kB1Frequency), 400.0},
-          {kOversampleOL, 1.0},     {kOpTrim, 3.0}};
+  return settingsOf(
+      "kB1Threshold=-30 kB1Ratio=0.75 kB1Knee=20 kB1Attack=2 kB1RelSlow=120 kB1LR=1 kB1SCLR=1 "
+      "kB1SCLink=0 kB2LR=1 kB2SCLR=1 kB2SCLink=0 kB2Type=1 kB2SubType=2 kB2Slope=36 "
+      "kB2SCLFSlope=48 kB2State=1 kB2Threshold=-20 kB2Ratio=-0.5 kB2Frequency=400 kOversampleOL=1 "
+      "kOpTrim=3 kB1SCSrc=" +
+      std::to_string(source));
 }
 
 std::string firstDifference(const Signal& actual, const Signal& expected, double error) {

@@ -32,8 +32,13 @@ class Reference : public Plug {
   bool isOffline = false;
 };
 
+[[nodiscard]] Signal silence(int channels, int frames);
+
 /// Noise in -0.5..0.5; the right is another and 12 dB below.
 [[nodiscard]] Signal noise(int channels, int frames, unsigned seed = 1);
+
+/// "kIpTrim=-6 kB1Knee=20", in that order.
+[[nodiscard]] Settings settingsOf(const std::string& text);
 
 /// Bands of both kinds that work hard on `noise`, each channel for itself; `source` is the first
 /// one's `kB1SCSrc`: 1 its own signal, 2 the sidechain.

@@ -21,16 +21,19 @@
 #include <utility>
 #include <vector>
 
+#include "apps/aax_host/host_memory.h"
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "libraries/lv2_wrap/port_change_request.h"
 #include "libraries/lv2_wrap/port_layout.h"
+#include "platform/shared_library.h"
 #include "tests/support/real_time.h"
 
 /// Names and their numbers, the same for all hosts of the process.
 class UridMap {
  public:
   static LV2_URID map(const char* uri) {
+    const HostMemory own;
     static std::mutex mutex;
     static std::map<std::string, LV2_URID> known;
     const std::lock_guard guard(mutex);
@@ -61,6 +64,7 @@ struct StoredState {
   }
   static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
                                 std::size_t size, std::uint32_t type, std::uint32_t flags) {
+    const HostMemory own;
     auto& state = *static_cast<StoredState*>(handle);
     if (key == state.refused) return LV2_STATE_ERR_NO_SPACE;
     const auto* const bytes = static_cast<const char*>(value);
@@ -80,6 +84,15 @@ struct StoredState {
 
   std::map<LV2_URID, Value> values;
   LV2_URID refused = 0;  ///< the host has no room for it
+};
+
+/// The built library.
+struct Lv2Library {
+  explicit Lv2Library(const std::string& path) : library(path) {
+    library.find(find, "lv2_descriptor");
+  }
+  const SharedLibrary library;
+  const LV2_Descriptor* (*find)(std::uint32_t) = nullptr;
 };
 
 /// A host of one instance: memory for all ports, a worker that runs when the test says so, and a

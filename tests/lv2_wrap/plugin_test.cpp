@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <sstream>
@@ -42,9 +43,9 @@ class Stall final : public IdleClient {
 };
 
 /// An instance and its host, led by the words of data/sessions.txt, which explains them.
-class Scripted {
- public:
-  Scripted() {
+class Lv2Sessions : public testing::Test {
+ protected:
+  Lv2Sessions() {
     PlugRig linked;
     for (int band = 0; band < 3; ++band) {
       linked.plug.setLinked(bandParameterId(band, kB1Threshold), true);
@@ -55,11 +56,9 @@ class Scripted {
                                                                 UridMap::map(LV2_ATOM__Bool)};
     for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().learn(id, number);
   }
-  ~Scripted() {
+  void TearDown() override {
     for (const auto& [id, number] : kControllers) Machine::ofProcess().midiMap().unlearn(id);
   }
-  Scripted(const Scripted&) = delete;
-  Scripted& operator=(const Scripted&) = delete;
 
   std::string play(const DataRow& row) {
     if (rig) {
@@ -67,77 +66,70 @@ class Scripted {
       rig->jobs = notes = 0;
       rig->requestStatus = lv2::kPortChangeSuccess;
     }
-    std::istringstream actions(row[0]);
-    for (std::string action; actions >> action;) {
-      const std::size_t value = action.find('=');
-      act(action.substr(0, value), value == std::string::npos ? "" : action.substr(value + 1));
+    std::istringstream words(row[0]);
+    for (std::string word; words >> word;) {
+      const std::string name = word.substr(0, word.find('='));
+      text = word.substr(std::min(name.size() + 1, word.size()));
+      count = std::atoi(text.c_str());
+      const auto action = actions.find(name);
+      if (action != actions.end()) {
+        action->second();
+      } else {
+        rig->control(portOf(name)) = std::strtof(text.c_str(), nullptr);
+      }
     }
     jobs = rig->jobs;
     // What threads bring may take its time, but where they are held up.
     std::string shown;
-    const auto isShown = [&] { return (shown = show(row[1])) == row.back() || stall; };
+    const bool isOnce = stall || row[2] == "at once";
+    const auto isShown = [&] { return (shown = show(row[1])) == row.back() || isOnce; };
     static_cast<void>(becomes([&] { return isShown() || (run(1), false); }));
     return shown;
   }
 
  private:
-  void act(const std::string& what, const std::string& value) {
-    const int count = std::atoi(value.c_str());
-    if (what == "new") {
-      rig = std::make_unique<Lv2Rig>(kStereo, 48000.0,
-                                     value == "alone" ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
-      rig->movesPorts = false;
-      rig->workerAccepts = value != "refuses";
-      rig->works = value != "loses";
-      for (auto& channel : rig->in) std::fill(channel.begin(), channel.end(), kLevel);
-    } else if (what == "activate") {
-      rig->descriptor->activate(rig->instance);
-    } else if (what == "frames") {
-      frames = static_cast<std::uint32_t>(count);
-    } else if (what == "run") {
-      run(std::max(count, 1));
-    } else if (what == "block") {
-      block();
-    } else if (what == "work") {
-      rig->work();
-    } else if (what == "pause") {
-      for (int turn = 0; turn < count; ++turn) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        run(1);
-      }
-    } else {
-      change(what, value);
+  void make() {
+    rig = std::make_unique<Lv2Rig>(kStereo, 48000.0,
+                                   text == "alone" ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
+    rig->movesPorts = false;
+    rig->workerAccepts = text != "refuses";
+    rig->works = text != "loses";
+    for (auto& channel : rig->in) std::fill(channel.begin(), channel.end(), kLevel);
+  }
+  void pause() {
+    for (int turn = 0; turn < count; ++turn) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      run(1);
     }
   }
-  void change(const std::string& what, const std::string& value) {
-    const int count = std::atoi(value.c_str());
-    if (what == "refuse") {
-      rig->requestStatus = lv2::kPortChangeUnknownError;
-    } else if (what == "stall") {
-      stall.emplace();
-    } else if (what == "go") {
-      stall.reset();
-    } else if (what == "room") {
-      rig->notifyBytes = static_cast<std::size_t>(count);
-    } else if (what.starts_with("turn:")) {
-      const auto number = kControllers[what == "turn:kBypass" ? 1 : 0].second;
-      rig->midi.push_back({0xB0, static_cast<std::uint8_t>(number), std::uint8_t(count)});
-      rig->midi.push_back({0x90, static_cast<std::uint8_t>(number), 64});  // no controller
-      rig->midi.push_back({0xB0, 99, 64});                                 // moves nothing
-    } else if (what == "save") {
-      EXPECT_EQ(rig->saveTo(states[value] = {}), LV2_STATE_SUCCESS);
-      spoil(states[value]);
-    } else if (what == "full") {
-      StoredState full;
-      full.refused = UridMap::map(value == "state" ? lv2::kChunkUri : lv2::kPortValuesUri);
-      status = rig->saveTo(full);
-    } else if (what == "restore") {
-      status = rig->restore(states[value]);
-    } else if (what == "open") {
-      rig->connect(portOf(value), nullptr);
-    } else {
-      rig->control(portOf(what)) = std::strtof(value.c_str(), nullptr);
+  /// A step of the trim in every block.
+  void step() {
+    for (int block = 0; block < count; ++block) {
+      rig->parameter("kOpTrim") = -6.0F * static_cast<float>(block % 2);
+      run(1);
     }
+  }
+  /// All ports to the next number, but for what is 0: a switch is on from there.
+  void nudge() {
+    for (int port = kStereo.firstParameter(); port < kStereo.count(); ++port) {
+      float& value = rig->control(port);
+      if (value != 0.0F) value = std::nextafter(value, 100.0F);
+    }
+  }
+  void turn(int controller) {
+    const auto number = static_cast<std::uint8_t>(controller);
+    rig->midi.push_back({0xB0, number, static_cast<std::uint8_t>(count)});
+    rig->midi.push_back({0x90, number, 64});  // no controller
+    rig->midi.push_back({0xB0, 99, 64});      // moves nothing
+  }
+  void save() {
+    EXPECT_EQ(rig->saveTo(states[text] = {}), LV2_STATE_SUCCESS);
+    spoil(states[text]);
+  }
+  void saveWithoutRoom() {
+    StoredState full;
+    full.refused = UridMap::map(text == "state" ? lv2::kChunkUri : lv2::kPortValuesUri);
+    status = rig->saveTo(full);
   }
   /// Copies of what was saved, without or with other contents.
   void spoil(const StoredState& saved) {
@@ -175,9 +167,9 @@ class Scripted {
 
   std::string show(const std::string& names) {
     std::istringstream all(names);
-    std::ostringstream text;
-    for (std::string name; all >> name;) text << (text.str().empty() ? "" : " ") << showOne(name);
-    return text.str();
+    std::string seen;
+    for (std::string name; all >> name;) seen += (seen.empty() ? "" : " ") + showOne(name);
+    return seen;
   }
   std::string showOne(const std::string& name) {
     if (name == "jobs") return std::to_string(jobs);
@@ -189,14 +181,14 @@ class Scripted {
       return gain > 0.0 ? number(20.0 * std::log10(gain)) : "none";
     }
     if (name == "asked") {
-      std::string text;
+      std::string asked;
       for (const auto& [id, value] : rig->requests) {
         // The port of the host's own switch lies before those of the parameters.
-        text += text.empty() ? "" : " ";
-        text += (id < 0 ? "enabled" : parameterKeyTable().name(id)) + std::string("=");
-        text += number(static_cast<double>(value));
+        asked += asked.empty() ? "" : " ";
+        asked += (id < 0 ? "enabled" : parameterKeyTable().name(id)) + std::string("=");
+        asked += number(static_cast<double>(value));
       }
-      return text.empty() ? "-" : text;
+      return asked.empty() ? "-" : asked;
     }
     if (name.starts_with("is=")) return rig->chunk() == chunkOf(name.substr(3)) ? "yes" : "no";
     const std::vector<char> chunk = rig->chunk();
@@ -210,11 +202,34 @@ class Scripted {
     return states[name].values.at(UridMap::map(lv2::kChunkUri)).bytes;
   }
   static std::string number(double value) {
-    std::ostringstream text;
-    text << std::round(value * 100.0) / 100.0 + 0.0;
-    return text.str();
+    std::ostringstream rounded;
+    rounded << std::round(value * 100.0) / 100.0 + 0.0;
+    return rounded.str();
   }
 
+  const std::map<std::string, std::function<void()>> actions = {
+      {"new", [this] { make(); }},
+      {"activate", [this] { rig->descriptor->activate(rig->instance); }},
+      {"frames", [this] { frames = static_cast<std::uint32_t>(count); }},
+      {"run", [this] { run(std::max(count, 1)); }},
+      {"block", [this] { block(); }},
+      {"work", [this] { rig->work(); }},
+      {"pause", [this] { pause(); }},
+      {"step", [this] { step(); }},
+      {"nudge", [this] { nudge(); }},
+      {"refuse", [this] { rig->requestStatus = lv2::kPortChangeUnknownError; }},
+      {"stall", [this] { stall.emplace(); }},
+      {"go", [this] { stall.reset(); }},
+      {"room", [this] { rig->notifyBytes = static_cast<std::size_t>(count); }},
+      {"turn:kOpTrim", [this] { turn(21); }},
+      {"turn:kBypass", [this] { turn(22); }},
+      {"save", [this] { save(); }},
+      {"full", [this] { saveWithoutRoom(); }},
+      {"restore", [this] { status = rig->restore(states[text]); }},
+      {"open", [this] { rig->connect(portOf(text), nullptr); }},
+  };
+  std::string text;  // behind the "=" of the action
+  int count = 0;     // the same
   std::map<std::string, StoredState> states;
   PlugRig reader;
   std::unique_ptr<Lv2Rig> rig;
@@ -225,50 +240,8 @@ class Scripted {
   int status = 0;
 };
 
-TEST(Lv2Plugin, SessionsGoAsTold) {
-  Scripted scripted;
-  for (const DataRow& row : dataRows(TEST_DATA "/sessions.txt")) {
-    ASSERT_EQ(scripted.play(row), row.back()) << row[0] << " | " << row[1];
-  }
-}
-
-TEST(Lv2Plugin, ControlsReachTheSoundSoonAndNotTooOften) {
-  constexpr std::uint32_t kFrames = 64;
-  Lv2Rig rig(kStereo);
-  const auto gainAfter = [&rig](int blocks) {
-    for (auto& channel : rig.in) std::fill(channel.begin(), channel.end(), kLevel);
-    rig.runAndWork(blocks, kFrames);
-    return 20.0 * std::log10(static_cast<double>(rig.out[0][kFrames - 1] / kLevel));
-  };
-  gainAfter(200);
-  EXPECT_EQ(rig.jobs, 0) << "the controls were in force from the start";
-  // A step of the trim in every block: the worker hears at most every 14 ms, and never the less
-  // often.
-  for (int block = 0; block < 150; ++block) {
-    rig.parameter("kOpTrim") = -6.0F * static_cast<float>(block % 2);
-    rig.runAndWork(1, kFrames);
-  }
-  EXPECT_NEAR(rig.jobs, 150.0 / 10.0, 2.0);
-  // A change is in the sound, whose gains take 21 ms from one to the next, after less than 20 ms.
-  gainAfter(50);
-  rig.parameter("kOpTrim") = -12.0F;
-  EXPECT_LT(gainAfter(15), -6.2);
-  EXPECT_NEAR(gainAfter(20), -12.0, 0.01);
-  // All at once make one job.
-  rig.jobs = 0;
-  for (int port = kStereo.firstParameter(); port < kStereo.count(); ++port) {
-    // But for what is 0: a switch is on from the next number.
-    if (rig.control(port) != 0.0F) rig.control(port) = std::nextafter(rig.control(port), 100.0F);
-  }
-  gainAfter(1);
-  EXPECT_EQ(rig.jobs, 1);
-  // While the host renders offline there is no wait at all.
-  rig.control(kStereo.freewheel()) = 1.0F;
-  const double before = gainAfter(1);
-  rig.jobs = 0;
-  rig.parameter("kOpTrim") = 0.0F;
-  EXPECT_GT(gainAfter(1), before + 1.0);
-  EXPECT_EQ(rig.jobs, 0);
+TEST_F(Lv2Sessions, GoAsTold) {
+  runRows(TEST_DATA "/sessions.txt", [this](const DataRow& row) { return play(row); });
 }
 
 TEST(Lv2Plugin, SurvivesHostsThatBreakTheRules) {

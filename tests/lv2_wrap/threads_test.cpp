@@ -7,13 +7,6 @@
 
 namespace {
 
-bool soundsGood(const Lv2Rig& rig, std::size_t frames) {
-  for (std::size_t i = 0; i < frames; ++i) {
-    if (!(std::abs(rig.out[0][i]) < 100.0F)) return false;
-  }
-  return true;
-}
-
 /// Audio with moving controls and MIDI, the worker, a session that stores and restores, and the
 /// message thread, all at once.
 TEST(Lv2Threads, StatesAndControlsMeetTheAudioThread) {
@@ -36,7 +29,7 @@ TEST(Lv2Threads, StatesAndControlsMeetTheAudioThread) {
     rig.set({{"kB1Frequency", 100.0F + 10.0F * step}, {"kABBank", std::floor(step / 10.0F)}});
     rig.midi.push_back({0xB0, 20, static_cast<std::uint8_t>(block % 128)});
     rig.run(static_cast<std::uint32_t>(1 + block * 37 % 2000));
-    ASSERT_TRUE(soundsGood(rig, 1));
+    ASSERT_LT(std::abs(rig.out[0][0]), 100.0F);
     std::this_thread::sleep_for(std::chrono::microseconds(500));
   }
   done = true;

@@ -23,7 +23,7 @@
 #include "editing/parameter_ids.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/memory/memory_walk.h"
-#include "tests/support/host_memory.h"
+#include "tests/support/becomes.h"
 #include "tests/support/test_directory.h"
 
 // What the rig finds its plug-ins by.
@@ -38,7 +38,6 @@ namespace {
 constexpr AAX_CTypeID kState = AAX_TypeID("CvnP");
 constexpr AAX_CTypeID kControls = AAX_TypeID("elck");
 constexpr int kFrames = 1024;
-constexpr useconds_t kTick = 10'000;
 
 /// Filters of all kinds, by plain values.
 constexpr std::pair<const char*, float> kSound[] = {
@@ -151,17 +150,13 @@ class Lv2Host : public Lv2Rig {
 
   static void load() { lv2_descriptor(0); }
   static LV2_Handle make() {
-    static LV2_URID_Map map = {nullptr, [](LV2_URID_Map_Handle, const char* uri) {
-                                 const HostMemory own;
-                                 return UridMap::map(uri);
-                               }};
-    static const LV2_Feature feature = {LV2_URID__map, &map};
+    static const LV2_Feature feature = {LV2_URID__map, UridMap::feature()};
     static const LV2_Feature* const features[] = {&feature, nullptr};
     return lv2_descriptor(0)->instantiate(lv2_descriptor(0), 48000.0, "", features);
   }
   static std::string told(LV2_Handle made) {
     StoredState state;
-    storing()->save(made, &store, &state, 0, nullptr);
+    storing()->save(made, &StoredState::store, &state, 0, nullptr);
     return textOf(state);
   }
   static void end(LV2_Handle made) { lv2_descriptor(0)->cleanup(made); }
@@ -179,9 +174,7 @@ class Lv2Host : public Lv2Rig {
     return save(stored) ? textOf(stored) : "none";
   }
   [[nodiscard]] static Stored room() { return {}; }
-  bool save(Stored& state) const {
-    return storing()->save(instance, &store, &state, 0, nullptr) == LV2_STATE_SUCCESS;
-  }
+  bool save(Stored& state) const { return saveTo(state) == LV2_STATE_SUCCESS; }
   bool take(Stored& state) const {
     return storing()->restore(instance, &StoredState::retrieve, &state, 0, nullptr) ==
            LV2_STATE_SUCCESS;
@@ -203,11 +196,6 @@ class Lv2Host : public Lv2Rig {
     return static_cast<const LV2_State_Interface*>(
         lv2_descriptor(0)->extension_data(LV2_STATE__interface));
   }
-  static LV2_State_Status store(LV2_State_Handle handle, std::uint32_t key, const void* value,
-                                std::size_t size, std::uint32_t type, std::uint32_t flags) {
-    const HostMemory own;
-    return StoredState::store(handle, key, value, size, type, flags);
-  }
   static std::string textOf(const StoredState& stored) {
     std::string text;
     for (const auto& [key, value] : stored.values)
@@ -223,16 +211,6 @@ void keepOthers() {
 }
 
 bool hasStruck() { return shortage().hasStruck(); }
-
-/// Whether `isIt` comes true while jobs and ticks have their time.
-template <typename Condition>
-bool comes(const Condition& isIt) {
-  for (int i = 0; i < 100; ++i) {
-    if (isIt()) return true;
-    usleep(kTick);
-  }
-  return false;
-}
 
 /// A new instance is whole, or there is none; it ends without memory, too.
 template <typename Hosted, bool isFirst>
@@ -298,13 +276,13 @@ Walk changing(const char* name, void (*change)(Hosted&), typename Hosted::Kind k
     keepOthers<Hosted>();
     Hosted good(kind);
     makeChange(good);
-    usleep(10 * kTick);
+    usleep(100'000);
     const std::vector<float> sound = good.played();
     return [=, wanted = good.state()]() -> std::string {
       Hosted hosted(kind);
       makeChange(hosted);
       const auto isNear = [](float x, float y) { return std::abs(x - y) < 1e-5F; };
-      if (!comes([&] { return std::ranges::equal(hosted.played(), sound, isNear); }))
+      if (!becomes([&] { return std::ranges::equal(hosted.played(), sound, isNear); }))
         return "the sound never came";
       return hosted.state() == wanted ? "" : "not all values came";
     };
@@ -371,7 +349,7 @@ TEST(Lv2Memory, Playing) {
   };
   const auto tick = [](Lv2Host& host) {
     host.run(kFrames);
-    meet([] { comes(&hasStruck); });
+    meet([] { return becomes(&hasStruck, std::chrono::seconds(1)); });
   };
   walkMemory({changing<Lv2Host>("run and job", job, Lv2Rig::kWorker),
               changing<Lv2Host>("run offline", offline, Lv2Rig::kNoWorker, 4),

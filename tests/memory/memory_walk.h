@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/host_memory.h"
+#include "apps/aax_host/host_memory.h"
 
 /// Which allocation fails, alone or with all behind it.
 struct Shortfall {

@@ -11,6 +11,7 @@
 #include "platform/clock.h"
 #include "platform/file_lock.h"
 #include "platform/timer.h"
+#include "tests/support/becomes.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -18,16 +19,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::int32_t kForeverMs = 600000;
-
-/// Whether `isIt` comes true in time, however busy the machine is.
-template <typename Condition>
-bool comes(const Condition& isIt) {
-  for (const auto start = monotonicMilliseconds(); monotonicMilliseconds() - start < 30'000;) {
-    if (isIt()) return true;
-    std::this_thread::yield();
-  }
-  return false;
-}
 
 TEST(Timer, KeepsItsRateAndDropsWhatItMisses) {
   constexpr int kInterval = 10;
@@ -41,7 +32,7 @@ TEST(Timer, KeepsItsRateAndDropsWhatItMisses) {
     if (count <= 10) std::this_thread::sleep_for(milliseconds(count == 10 ? 20 * kInterval : 7));
     ++count;
   });
-  ASSERT_TRUE(comes([&] { return count >= 31; }));
+  ASSERT_TRUE(becomes([&] { return count >= 31; }));
   timer->stop();
   EXPECT_GE(ticks[10] - start, 11 * kInterval - 1) << "no call before its time";
   std::set<std::int64_t> gaps;
@@ -68,7 +59,7 @@ TEST(Timer, StaysOnOneThreadOverRestartsAlsoFromWithinACall) {
         if (++second % 3 == 0) timer->stop();
       });
     });
-    ASSERT_TRUE(comes([&] { return second >= 3 * round; }));
+    ASSERT_TRUE(becomes([&] { return second >= 3 * round; }));
     std::this_thread::sleep_for(milliseconds(20));
     EXPECT_EQ(first, round);
     EXPECT_EQ(second, 3 * round);
@@ -80,7 +71,7 @@ TEST(Timer, StaysOnOneThreadOverRestartsAlsoFromWithinACall) {
     std::this_thread::sleep_for(milliseconds(30));
     ++done;
   });
-  ASSERT_TRUE(comes([&] { return begun > 0; }));
+  ASSERT_TRUE(becomes([&] { return begun > 0; }));
   timer.reset();
   EXPECT_EQ(done, begun) << "a call under way is waited for";
   EXPECT_EQ(threads.size(), 1U);

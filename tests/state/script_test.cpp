@@ -8,11 +8,8 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
-#include <memory>
-#include <optional>
 
 #include "platform/resources.h"
 #include "platform/user_folders.h"
@@ -43,18 +40,12 @@ std::string outline(const PresetMenu& menu) {
   return text;
 }
 
-void setDiskFull(bool isFull) {
-  static rlimit limit = {};
-  if (isFull) getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit none = {0, limit.rlim_max};
-  std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, isFull ? &none : &limit);
-}
-
 /// Files lie in a directory that paths begin with as "@"; "x*9" is a text of so many.
 class ScriptTest : public Script {
  protected:
   ScriptTest() {
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &oldLimit);
     addDisk();
     addFolders();
     addChoices();
@@ -108,7 +99,10 @@ class ScriptTest : public Script {
       for (const std::string& name : directory->names()) say(name);
     };
     commands["bytes"] = [this] { say(readBytes(in(1))); };
-    commands["full disk"] = [this] { setDiskFull(row[1] != "no"); };
+    commands["full disk"] = [this] {
+      const rlimit none = {0, oldLimit.rlim_max};
+      setrlimit(RLIMIT_FSIZE, row[1] != "no" ? &none : &oldLimit);
+    };
     commands["store"] = [this] { store = std::make_unique<FileStore>(in(1)); };
     commands["read"] = [this] { say(store->read(row[1]).value_or("(none)")); };
     commands["write"] = [this] { say(store->write(row[1], in(2))); };
@@ -200,7 +194,7 @@ class ScriptTest : public Script {
     commands["groups"] = [this] { say(own()->getGroupCount()); };
     commands["group"] = [this] { describeGroup(); };
     commands["choice"] = [this] { say(own()->getGlobal(name(2))); };
-    commands["choice or -9"] = [this] { say(own()->getGlobal(name(2), -9)); };
+    commands["choice or"] = [this] { say(own()->getGlobal(name(2), number(3))); };
     commands["choose"] = [this] {
       own()->setGlobal(name(2), number(3)), say(kept.text("globals"));
     };
@@ -270,6 +264,7 @@ class ScriptTest : public Script {
     commands["saved"] = [this] { say(compact(options->save())); };
   }
 
+  rlimit oldLimit = {};
   const fs::path oldFolder = fs::current_path();
   std::map<std::string, std::string> oldVariables;
   std::unique_ptr<TestDirectory> directory = std::make_unique<TestDirectory>();
@@ -282,18 +277,12 @@ class ScriptTest : public Script {
   std::unique_ptr<UiSettings> options;
 };
 
-TEST_F(ScriptTest, Stores) { run(TEST_DATA "/stores.txt"); }
-
-TEST_F(ScriptTest, FoldersAndMenus) {
-  run(TEST_DATA "/folders.txt");
-  run(TEST_DATA "/preset_menus.txt");
-}
-
-TEST_F(ScriptTest, ChoicesControllersOptionsAndFlags) {
-  run(TEST_DATA "/options.txt");
-  run(TEST_DATA "/controllers.txt");
-  run(TEST_DATA "/two_maps.txt");
-  run(TEST_DATA "/flags.txt");
+TEST_F(ScriptTest, EachCallDoesWhatItsTableTells) {
+  for (const std::string table :
+       {"stores", "folders", "preset_menus", "options", "controllers", "two_maps", "flags"}) {
+    SCOPED_TRACE(table);
+    ASSERT_NO_FATAL_FAILURE(run(TEST_DATA "/" + table + ".txt"));
+  }
 }
 
 }  // namespace

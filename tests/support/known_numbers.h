@@ -11,6 +11,25 @@
 #include <string>
 #include <vector>
 
+inline std::string numbersText(const std::vector<double>& values) {
+  std::ostringstream text;
+  text << std::setprecision(11);
+  for (const double value : values) text << ' ' << value;
+  return text.str();
+}
+
+/// Whether `values` are those of a text, each to a share of its size, or to `least`.
+inline void expectNumbers(const std::string& text, const std::vector<double>& values, double share,
+                          double least) {
+  std::istringstream known(text);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    double number = NAN;
+    known >> number;
+    EXPECT_NEAR(values[i], number, share * std::abs(number) + least) << "number " << i;
+  }
+  EXPECT_TRUE((known >> std::ws).eof()) << "more numbers are known than" << numbersText(values);
+}
+
 /// Numbers that were recorded when they were known to be right: a line per case of its name, ":"
 /// and the numbers, below the lines that begin with "#". CORVANTHELIS_REMAKE_NUMBERS in the
 /// environment makes the file anew.
@@ -37,19 +56,11 @@ class KnownNumbers {
   /// The numbers of a case, each to a share of its size, or to `least`.
   void expect(const std::string& name, const std::vector<double>& values, double share = 1e-9,
               double least = 1e-12) {
-    made << name << ':' << std::setprecision(11);
-    for (const double value : values) made << ' ' << value;
-    made << '\n';
+    made << name << ':' << numbersText(values) << '\n';
     if (remakes) return;
-    ASSERT_EQ(numbers.count(name), 1U) << name << " is not in " << path;
-    std::istringstream known(numbers[name]);
-    numbers.erase(name);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      double number = NAN;
-      known >> number;
-      EXPECT_NEAR(values[i], number, share * std::abs(number) + least) << name << ", number " << i;
-    }
-    EXPECT_TRUE((known >> std::ws).eof()) << name << " has more numbers than are shown";
+    SCOPED_TRACE(name + " of " + path);
+    ASSERT_EQ(numbers.count(name), 1U);
+    expectNumbers(numbers.extract(name).mapped(), values, share, least);
   }
 
  private:

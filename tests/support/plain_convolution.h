@@ -13,3 +13,10 @@ inline Signal noiseOf(int frames, unsigned seed) {
   for (double& x : signal) x = level(random);
   return signal;
 }
+
+/// Changes with any sample.
+inline double weightedSum(const double* samples, std::size_t count) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < count; ++i) sum += (1.0 + static_cast<double>(i % 7)) * samples[i];
+  return sum;
+}

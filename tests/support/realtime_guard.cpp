@@ -9,12 +9,6 @@
 #include <cstdlib>
 #include <ctime>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define CORVANTHELIS_SANITIZER_HEAP 1
-#else
-#define CORVANTHELIS_SANITIZER_HEAP 0
-#endif
-
 // Takes the place of the C library's function in the whole process, so it must stay visible, and it
 // runs before the sanitizers are ready, so it must not be instrumented.
 #define CORVANTHELIS_INTERPOSED \
@@ -92,7 +86,7 @@ CORVANTHELIS_INTERPOSED int sem_wait(sem_t* semaphore) {
   return countedLock<&sem_wait>("sem_wait", semaphore);
 }
 
-#if CORVANTHELIS_SANITIZER_HEAP
+#if CORVANTHELIS_SANITIZED
 
 // Declared here: the compiler's header of it comes with another package.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onAllocation)(const volatile void*,

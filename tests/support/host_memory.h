@@ -1,3 +1,0 @@
-#pragma once
-
-#include "apps/aax_host/host_memory.h"
