@@ -70,9 +70,9 @@ void detectors(benchmark::State& state) {
   std::array<double, 5> meters{};
   std::array<BandDetector::Job, kDetectors> jobs{};
   for (std::size_t i = 0; i < kDetectors; ++i) {
-    jobs[i] = {
-        &all[i],   signals.data() + i * kFrames, &meters[0], &meters[1], &meters[2], &meters[3],
-        &meters[4]};
+    jobs[i] = {&all[i],    &all[i].designed(), signals.data() + i * kFrames,
+               &meters[0], &meters[1],         &meters[2],
+               &meters[3], &meters[4]};
   }
   for (auto _ : state) {
     signals = input;

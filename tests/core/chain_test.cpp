@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "core/crossover_spacing.h"
+#include "editing/crossover_spacing.h"
 #include "tests/core/plug_rig.h"
 #include "tests/support/data_rows.h"
 #include "tests/support/known_numbers.h"

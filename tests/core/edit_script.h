@@ -275,7 +275,7 @@ class EditScript {
     const int id = args.id(0);
     const int steps = args.whole(1);
     const bool movesAll = plug.editorState().selectedBands == 0x1f;
-    group.begin(plug, id);
+    group.begin(id);
     plug.beginEdit(id);
     for (std::size_t goal = 2; goal < args.words.size(); ++goal) {
       const float from = plug.getParameter(id);
@@ -283,29 +283,29 @@ class EditScript {
       for (int i = 1; i <= steps + (steps > 1 ? 1 : 0); ++i) {
         const float share = static_cast<float>(i) / static_cast<float>(steps);
         const float normalised = i < steps ? from + (to - from) * share : to;
-        group.spread(plug, id, normalised);
+        group.spread(id, normalised);
         const auto hertz = [this](int band) { return hertzOf(band); };
         EXPECT_TRUE(!movesAll || std::ranges::is_sorted(crossover(), {}, hertz));
         plug.setParameterAutomated(id, normalised);
       }
     }
     plug.endEdit(id);
-    group.end(plug, id);
+    group.end(id);
   }
   /// A gesture whose end comes late, if it does anything.
   void lose(const Args& args) {
     const int id = args.id(0);
     const float before = plug.getParameter(id);
-    group.begin(plug, id);
+    group.begin(id);
     plug.beginEdit(id);
-    group.spread(plug, id, value(args, 1, id));
+    group.spread(id, value(args, 1, id));
     plug.setParameterAutomated(id, value(args, 1, id));
     lost.insert(id);
     if (plug.getParameter(id) == before) endLost();
   }
   void endLost() {
     for (const int id : std::exchange(lost, {})) {
-      group.end(plug, id);
+      group.end(id);
       plug.endEdit(id);
     }
   }
@@ -477,7 +477,9 @@ class EditScript {
 
   std::string menuText(const Args& args) {
     std::vector<std::string> parts;
-    for (const auto& part : parameterMenu(args.id(0), parameterMenuState(plug, args.id(0)))) {
+    const int id = args.id(0);
+    for (const auto& part :
+         parameterMenu(id, parameterMenuState(plug.edits(), plug.editorState(), midi, id))) {
       std::string text = part.title + ":";
       for (const std::string& entry : part.entries) text += " [" + entry + "]";
       parts.push_back(text);
@@ -577,11 +579,11 @@ class EditScript {
   PresetFiles& presets = plug.presetFiles();
   ScriptedDialogs user;
   MIDIMap& midi = rig.machine.midiMap();
-  GroupEdit group;
-  ParameterActions actions{plug};
-  BandActions bands{plug};
-  BankSelector banks{plug};
-  std::list<Plug::UpdateHold> holds;
+  GroupEdit group{plug.edits(), plug.editorState()};
+  ParameterActions actions{plug.edits()};
+  BandActions bands{plug.edits()};
+  BankSelector banks{plug.edits(), plug.editorState()};
+  std::list<UpdateHold> holds;
   std::vector<float> start;
   std::map<int, int> gestures;  // open ones
   std::map<int, float> told;
@@ -601,10 +603,10 @@ class EditScript {
       {"drag", [&](auto& a) { drag(a); }},
       {"lose", [&](auto& a) { lose(a); }},
       {"late", [&](auto&) { endLost(); }},
-      {"groupbegin", [&](auto& a) { group.begin(plug, a.id(0)); }},
-      {"groupmove", [&](auto& a) { group.spread(plug, a.id(0), value(a, 1, a.id(0))); }},
-      {"groupend", [&](auto& a) { group.end(plug, a.id(0)); }},
-      {"hold", [&](auto&) { holds.emplace_back(plug); }},
+      {"groupbegin", [&](auto& a) { group.begin(a.id(0)); }},
+      {"groupmove", [&](auto& a) { group.spread(a.id(0), value(a, 1, a.id(0))); }},
+      {"groupend", [&](auto& a) { group.end(a.id(0)); }},
+      {"hold", [&](auto&) { holds.emplace_back(plug.updates()); }},
       {"release", [&](auto&) { holds.pop_back(); }},
       {"lock", [&](auto& a) { plug.setLocked(a.id(0), true); }},
       {"unlock", [&](auto& a) { plug.setLocked(a.id(0), false); }},
@@ -618,7 +620,8 @@ class EditScript {
       {"bandlink", [&](auto& a) { bands.link(a.band(0), a.whole(1), a.bands(2)); }},
       {"bandunlink", [&](auto& a) { bands.unlink(a.band(0), a.whole(1), a.bands(2)); }},
       {"copy", [&](auto& a) { bands.copyBand(a.band(0), a.band(1)); }},
-      {"source", [&](auto& a) { setSidechainSource(plug, a.band(0), a.whole(1), a.band(2)); }},
+      {"source",
+       [&](auto& a) { setSidechainSource(plug.edits(), a.band(0), a.whole(1), a.band(2)); }},
       {"delete", [&](auto& a) { plug.deleteBand(a.band(0)); }},
       {"bankcopy", [&](auto& a) { banks.copyTo(a.whole(0)); }},
       {"toggle", [&](auto& a) { banks.toggle(static_cast<AbToggleMode>(a.whole(0))); }},

@@ -183,7 +183,7 @@ class EditWalk {
     for (const auto& [id, value] : std::exchange(script.told, {})) {
       host[static_cast<std::size_t>(id)] = value;
     }
-    Plug::Flags linked;
+    BandRules::Flags linked;
     linked.setWords(links);
     for (int id = 0; id < kNumParams; ++id) {
       float& known = host[static_cast<std::size_t>(id)];

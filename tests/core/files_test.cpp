@@ -22,7 +22,7 @@ void changeAll(Plug& plug, unsigned seed) {
   plug.setLockWords(Plug::FlagWords{});
   plug.setLinkWords(Plug::FlagWords{});
   for (int bank = 0; bank < Plug::kNumBanks; ++bank) {
-    const Plug::UpdateHold hold(plug);
+    const UpdateHold hold(plug.updates());
     for (int id = 0; id < kABBank; ++id) plug.setParameter(id, anywhere(random));
     plug.copyToBank(bank);
   }

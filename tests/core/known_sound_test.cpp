@@ -62,7 +62,7 @@ class Scene {
     rig.plug.setMeterDecay(below(100));
     rig.clockStep = below(3) == 0 ? 15 : 100;
     single = below(6) == 0;
-    const Plug::UpdateHold together(rig.plug);
+    const UpdateHold together(rig.plug.updates());
     if (below(2) == 0) rig.plug.deleteBand(0);
     for (int band = below(calm ? 2 : 8); band >= 0; --band) workOnBands(0);
     for (int band = 0; band < kNumBands; ++band) {

@@ -123,7 +123,7 @@ class Stage {
     rig.plug.setSampleRate(static_cast<float>(rate));
     {
       // Values as they come back from the host's 0..1, also where a default is a little off.
-      const Plug::UpdateHold hold(rig.plug);
+      const UpdateHold hold(rig.plug.updates());
       for (int id = 0; id < kNumParams; ++id) rig.plug.setParameter(id, rig.plug.getParameter(id));
     }
     rig.processLevel = offline ? kProcessLevelOffline : 2;

@@ -45,7 +45,7 @@ class PlugRig {
   }
   /// "B1Type=1 IpTrim=-6": as `set`, all together.
   void setText(const std::string& text) {
-    const Plug::UpdateHold together(plug);
+    const UpdateHold together(plug.updates());
     std::istringstream words(text);
     double plain = 0.0;
     for (std::string name; std::getline(words >> std::ws, name, '=') && words >> plain;) {

@@ -104,8 +104,8 @@ struct Bands {
       change(lane, knobs);
       lane.play(frames, knobs);
       auto& [fast, slow] = lamps[i / 2];
-      jobs.push_back({&lane.detector, lane.signal.data(), &env[i / 2], &lane.dynPeak,
-                      &lane.tranPeak, &fast, &slow});
+      jobs.push_back({&lane.detector, &lane.detector.designed(), lane.signal.data(), &env[i / 2],
+                      &lane.dynPeak, &lane.tranPeak, &fast, &slow});
     }
     if (knobs.upTo(2) == 0) std::fill(env.begin(), env.end(), 0.0);
     inRealTime([&] { BandDetector::processTogether(jobs, frames); });
@@ -320,20 +320,20 @@ TEST(SidechainFiltersTest, AreTheTrimAndTheCurvesOfTheirSettingsInBothChannels) 
 }
 
 TEST(SidechainFiltersTest, LinkTheChannelsAsPositionAndUnlinkSay) {
-  SidechainFilters filters;
+  SidechainLinkage linkage;
   std::mt19937 random(2);
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
   for (int i = 0; i < 400; ++i) {
     const bool leftRight = random() % 2 == 0;
     const int percent = std::array{0, 50, 100, 20, 73}[random() % 5];
     const double unlink = std::array{0.0, 1.0, 0.3}[random() % 3];
-    filters.setPosition(leftRight, percent);
-    filters.setUnlink(unlink);
+    linkage.setPosition(leftRight, percent);
+    linkage.unlink = unlink;
     Signal left(9), right(9);
     for (double& x : left) x = unit(random);
     for (double& x : right) x = unit(random);
     Signal both[] = {left, right};
-    const bool same = inRealTime([&] { return filters.link(both[0].data(), both[1].data(), 9); });
+    const bool same = inRealTime([&] { return linkage.link(both[0].data(), both[1].data(), 9); });
     EXPECT_EQ(same, unlink == 0.0);
     // In the middle both are heard whole, at an end one of them alone; mid and side are halved.
     const double first = std::min(1.0, (100 - percent) / 50.0);

@@ -118,7 +118,7 @@ TEST(OversampledGain, GoesOnAsItDidInAnyBlocksAndQuality) {
     std::vector<double> sums;
     for (std::size_t call = 0; call < 100; ++call) {
       if (random() % 20 == 0) unit.setHighQuality(isHigh = !isHigh);
-      EXPECT_EQ(unit.latency(), isHigh ? 127 : 33);
+      EXPECT_EQ(OversampledGain::latency(isHigh), isHigh ? 127 : 33);
       // Lengths that meet the short blocks, the chunks' ends and the long blocks alike.
       const auto n = static_cast<int>(random() % std::array{3U, 40U, 300U, 1500U}[random() % 4]);
       Signal signal = noiseOf(n, static_cast<unsigned>(random()));

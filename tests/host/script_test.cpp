@@ -27,7 +27,7 @@ class HostScript : public Script {
   }
 
   void afterRow() override {
-    said = effect->host.take() + said;
+    said = effect->recorder.take() + said;
     said.erase(said.find_last_not_of(' ') + 1);
   }
   [[nodiscard]] std::int32_t id() const { return row[1].empty() ? 0 : number(1); }
@@ -46,7 +46,7 @@ class HostScript : public Script {
     commands["automate"] = [this] { effect->setParameterAutomated(id(), value()); };
     commands["edit"] = [this] { effect->setParameterWithEdit(id(), value()); };
     commands["audio"] = [this] {
-      inRealTime([this] { effect->setParameterFromAudio(id(), value()); });
+      inRealTime([this] { effect->parameterInput().setFromAudio(id(), value()); });
     };
     commands["idle"] = [this] { effect->onIdle(); };
     commands["begin"] = [this] { effect->beginEdit(id()); };
@@ -56,10 +56,10 @@ class HostScript : public Script {
     commands["value"] = [this] { say(effect->getParameter(id())); };
     commands["plain"] = [this] { say(effect->getPlainValue(id())); };
     commands["default"] = [this] { say(effect->getParameterDefault(id())); };
-    commands["tell"] = [this] { effect->tellValue(id()); };
-    commands["echo"] = [this] { say(effect->isEcho(id(), value())); };
-    commands["gestures off"] = [this] { effect->gesturesOff = value() != 0.0F; };
-    commands["tell all"] = [this] { effect->notifyAllOnBankSwitch = value() != 0.0F; };
+    commands["tell"] = [this] { effect->hostLink().tellValue(id()); };
+    commands["echo"] = [this] { say(effect->hostLink().isEcho(id(), value())); };
+    commands["gestures off"] = [this] { effect->hostLink().setGesturesOff(value() != 0.0F); };
+    commands["tell all"] = [this] { effect->parameterInput().setTellsBanks(value() != 0.0F); };
     commands["midi"] = [this] { effect->wantEvents(); };
     commands["group"] = [this] { say(effect->parameterInfo(id()).group); };
     commands["bands"] = [this] {
@@ -96,10 +96,12 @@ class HostScript : public Script {
   /// What it leaves: three values, the first one in the first and last bank, and both names.
   void load(bool isPreset) {
     EXPECT_TRUE(effect->load(row[2], isPreset));
-    EXPECT_FALSE(effect->chunkRefused() || effect->isLoading);
+    EXPECT_FALSE(effect->chunkRefused() || effect->parameterInput().loading());
     for (std::int32_t i = 0; i < 3; ++i) say(effect->getParameter(i));
-    say(effect->banks[0].values[0]), say(effect->banks[7].values[0]);
-    for (const ProgramRecord& program : effect->programs) say(program.name.data());
+    say(effect->parameterStore().banks()[0].values[0]),
+        say(effect->parameterStore().banks()[7].values[0]);
+    for (const ProgramRecord& program : effect->parameterStore().programs())
+      say(program.name.data());
   }
 
   void addState() {
@@ -108,7 +110,7 @@ class HostScript : public Script {
       for (std::int32_t i = 0; i < kABBank; ++i) effect->setParameter(i, value());
       for (int bank = 0; bank < 8; ++bank) effect->copyToBank(bank);
       effect->setProgramName("Old");
-      effect->host.take();
+      effect->recorder.take();
     };
     commands["load full"] = [this] { load(false); };
     commands["load preset"] = [this] { load(true); };
@@ -119,7 +121,8 @@ class HostScript : public Script {
       std::thread([this] { effect->setParameterAutomated(id(), value()); }).join();
     };
     commands["latency"] = [this] {
-      effect->declareLatency(static_cast<int>(value())), say(effect->getAeffect()->initialDelay);
+      effect->hostLink().declareLatency(static_cast<int>(value())),
+          say(effect->getAeffect()->initialDelay);
     };
   }
 
@@ -135,10 +138,10 @@ class HostScript : public Script {
       effect->setBlockSize(static_cast<int>(value())), say(effect->getBlockSize());
     };
     commands["level"] = [this] {
-      effect->host.processLevel = static_cast<std::intptr_t>(value());
+      effect->recorder.processLevel = static_cast<std::intptr_t>(value());
       effect->checkProcessLevel();
     };
-    commands["vendor"] = [this] { effect->host.vendor = row[2]; };
+    commands["vendor"] = [this] { effect->recorder.vendor = row[2]; };
     commands["pins"] = [this] {
       effect->setNumInputs(id());
       effect->setNumOutputs(static_cast<int>(value()));
@@ -160,7 +163,7 @@ class HostScript : public Script {
     commands["editor idle"] = [this] { effect->onEditorIdle(); };
     commands["has editor"] = [this] { say(effect->getAeffect()->flags & kEffectHasEditor); };
     commands["editor"] = [this] {
-      auto made = value() != 0.0F ? std::make_unique<TestEditor>(effect->host.log) : nullptr;
+      auto made = value() != 0.0F ? std::make_unique<TestEditor>(effect->recorder.log) : nullptr;
       editor = made.get();
       for (int i = 0; editor && i < kNumIds; ++i) editor->setParameter(i, effect->getParameter(i));
       effect->setEditor(std::move(made));
@@ -185,7 +188,10 @@ class HostScript : public Script {
       EXPECT_TRUE(effect->load(savedBytes, false));
       EXPECT_EQ(stored(*effect), saved);
     };
-    commands["cached"] = [this] { effect->chunkCacheEnabled = true, effect->updateDsp(true); };
+    commands["cached"] = [this] {
+      effect = std::make_unique<TestEffect>(HostRecorder::callback, true);
+      effect->updateDsp(true);
+    };
     commands["show"] = [this] { showAll(); };
     commands["to both ends"] = [this] { goToBothEnds(); };
   }
@@ -197,8 +203,10 @@ class HostScript : public Script {
   /// What documents bring back.
   static std::vector<float> stored(TestEffect& of) {
     std::vector<float> all;
-    for (std::size_t i = 0; i < of.programs.size() + of.banks.size(); ++i) {
-      const auto& record = i < 2 ? of.programs[i] : of.banks[i - 2];
+    for (std::size_t i = 0;
+         i < of.parameterStore().programs().size() + of.parameterStore().banks().size(); ++i) {
+      const auto& record =
+          i < 2 ? of.parameterStore().programs()[i] : of.parameterStore().banks()[i - 2];
       all.insert(all.end(), record.values.begin(), record.values.begin() + kABBank);
     }
     return all;
@@ -221,7 +229,7 @@ class HostScript : public Script {
     if (effect->canUndo()) say("undo");
     if (effect->canRedo()) say("redo");
     for (int i = 0; i < kNumIds; ++i) {
-      if (effect->isEcho(i, effect->getParameter(i))) say("~" + std::to_string(i));
+      if (effect->hostLink().isEcho(i, effect->getParameter(i))) say("~" + std::to_string(i));
     }
   }
   // The history is walked back, forth and back again, each step as it was.
@@ -240,7 +248,7 @@ class HostScript : public Script {
     double sum = 0.0;
     for (const Values& step : steps)
       sum = 0.7 * sum + std::accumulate(step.begin(), step.end(), 0.0);
-    effect->host.take();
+    effect->recorder.take();
     say(steps.size()), say(sum);
   }
 

@@ -90,24 +90,28 @@ class TestEditor : public AEffEditor {
 };
 
 /// An effect with its host. It notes what reaches it in the host's log and opens what is protected.
-/// "u " stands for `updateDsp(false)`, "l " for one while a state is being loaded, "F " for
-/// `updateDsp(true)`, "v " for values that are replaced, and brackets for what holds the updates.
-class TestEffect : public PlugBaseJSON {
+/// "u " stands for `update(false)`, "l " for one while a state is being loaded, "F " for
+/// `update(true)`, "v " for values that are replaced, and brackets for what holds the updates.
+class TestEffect : public PlugBaseJSON, private EngineLink {
  public:
-  explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback)
-      : PlugBaseJSON(audioMaster, kTestTable, testKeys(), 2) {
+  explicit TestEffect(AudioMasterCallback audioMaster = HostRecorder::callback,
+                      bool isCached = false)
+      : PlugBaseJSON(audioMaster, kTestTable, testKeys(), 2, isCached) {
+    engineLink.connect(*this);
+    input.whenReplaced([this] { note("v "); });
     setNumInputs(4);
     setNumOutputs(2);
-    abParameter = kABBank;
-    getAeffect()->user = &host;
+    setAbParameter(kABBank);
+    getAeffect()->user = &recorder;
   }
 
   void open() override { note("open "); }
   void close() override { note("close "); }
   void suspend() override { note("suspend "); }
   void resume() override { note("resume "), PlugBaseJSON::resume(); }
-  void updateDsp(bool force) override {
-    note(force ? "F " : isLoading ? "l " : "u ");
+  void parameterChanged(std::int32_t /*index*/) noexcept override {}
+  void update(bool force) override {
+    note(force ? "F " : input.loading() ? "l " : "u ");
     for (std::int32_t i = 0; i < kNumIds; ++i) {
       engine[static_cast<std::size_t>(i)] = getPlainValue(i);
     }
@@ -116,9 +120,8 @@ class TestEffect : public PlugBaseJSON {
     note(offline != isOffline ? "? " : offline ? "offline " : "online ");
     PlugBaseJSON::offlineChanged(offline);
   }
-  void valuesReplaced() override { note("v "); }
-  void holdUpdates() override { note("( "); }
-  void releaseUpdates() override { note(") "); }
+  void hold() override { note("( "); }
+  void release() override { note(") "); }
   void processMidi(const VstMidiEvent& event) noexcept override { midi.push_back(event); }
   bool setBypass(bool on) override { return note(on ? "bypass " : "run "); }
   bool stringToParameter(std::int32_t index, const char* text) override {
@@ -150,23 +153,13 @@ class TestEffect : public PlugBaseJSON {
   using AudioEffect::setNumOutputs;
   using AudioEffectX::wantEvents;
   using PlugBase::advanceSampleCount;
-  using PlugBase::banks;
-  using PlugBase::declareLatency;
-  using PlugBase::gesturesOff;
-  using PlugBase::isEcho;
-  using PlugBase::isLoading;
-  using PlugBase::notifyAllOnBankSwitch;
-  using PlugBase::programs;
-  using PlugBase::setParameterFromAudio;
-  using PlugBase::tellValue;
-  using PlugBaseJSON::chunkCacheEnabled;
 
-  HostRecorder host;
+  HostRecorder recorder;
   std::vector<VstMidiEvent> midi;
   std::array<float, kNumIds> engine{};  // plain values, as they were handed over
 
  private:
-  bool note(const std::string& words) { return !(host.log += words).empty(); }
+  bool note(const std::string& words) { return !(recorder.log += words).empty(); }
   static const ParameterKeys& testKeys() {
     static const ParameterKeys keys("kGain=0,kB1State,kB1Slope,kB2Mode,kB2Wide,kB2Slope,kABBank");
     return keys;

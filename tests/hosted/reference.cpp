@@ -30,8 +30,8 @@ Reference::Reference(double rate)
 }
 
 void Reference::set(const Settings& settings) {
-  for (const auto& [id, plain] : settings) {
-    setParameter(id, plainToNormalised(id, static_cast<float>(plain)));
+  for (const auto& [id, number] : settings) {
+    setParameter(id, plainToNormalised(id, static_cast<float>(number)));
   }
   updateDsp(true);
   updateLatency();
@@ -51,19 +51,19 @@ Signal Reference::render(Signal in, int channels) {
   return out;
 }
 
-void Reference::take(const std::string& state) {
-  setChunk(state.data(), static_cast<std::int32_t>(state.size()), false);
-  if (state.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
+void Reference::take(const std::string& chunk) {
+  setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
+  if (chunk.empty() || chunkRefused()) throw std::runtime_error("an instance has no state");
   updateLatency();
 }
 
-std::vector<float> Reference::valuesOf(const std::string& state, int bank) {
-  take(state);
-  if (bank >= 0) loadBank(bank);
-  std::vector<float> values;
-  values.reserve(kNumParams);
-  for (int id = 0; id < kNumParams; ++id) values.push_back(getPlainValue(id));
-  return values;
+std::vector<float> Reference::valuesOf(const std::string& chunk, int bank) {
+  take(chunk);
+  if (bank >= 0) input.applyBank(bank, false);
+  std::vector<float> all;
+  all.reserve(kNumParams);
+  for (int id = 0; id < kNumParams; ++id) all.push_back(getPlainValue(id));
+  return all;
 }
 
 std::vector<float> Reference::valuesOf(const HostedInstance& instance) {
