@@ -13,14 +13,13 @@ constexpr auto kAlone = std::memory_order_relaxed;
 
 // What of a band may be due.
 enum : std::uint32_t {
-  kPlace = 1,       // where it sits in the chain
-  kFilter = 2,      // the filter of a dynamic EQ band
-  kDynamics = 4,    // its detectors
-  kPath = 8,        // gains, listening, position
-  kLinkage = 16,    // how its sidechain's channels are linked
-  kRoute = 32,      // where its sidechain comes from
-  kSidechain = 64,  // the filters of its sidechain
-  kAllOfBand = 127,
+  kPlace = 1,     // where it sits in the chain
+  kFilter = 2,    // the filter of a dynamic EQ band
+  kDynamics = 4,  // its detectors
+  kPath = 8,      // gains, listening, position
+  kLinkage = 16,  // how its sidechain's channels are linked
+  kRoute = 32,    // where its sidechain comes from
+  kAllOfBand = 63,
 };
 
 // What of the whole.
@@ -60,7 +59,7 @@ constexpr std::uint32_t dependsOnRow(int row) noexcept {
     case kB1SCLink:
       return kLinkage;
     default:
-      return row < kB1SCSrc ? kDynamics : kSidechain;
+      return row < kB1SCSrc ? kDynamics : 0;  // the sidechain's filters wait for the gate
   }
 }
 
@@ -217,9 +216,10 @@ void ParameterHandOver::updateSplits() {
 }
 
 void ParameterHandOver::redesign() {
-  forDueBands(kSidechain, [this](int band) {
+  // Of all bands: a filter that has been switched off sets out anew with each of these.
+  for (int band = 0; band < kNumBands; ++band) {
     engine.setSidechainFilters(band, bandSidechainFilters(values, band));
-  });
+  }
   engine.rebuildKernels();
 }
 

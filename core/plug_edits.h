@@ -53,7 +53,9 @@ class PlugEdits final : public EditedParameters {
   [[nodiscard]] float getDefault(int id) const override;
   void setDefault(int id, float normalised) override;
 
-  void set(int id, float normalised) override { crossover.automate(id, normalised); }
+  void set(int id, float normalised) override {
+    if (!isLocked(id)) crossover.automate(id, normalised);
+  }
   void setAmongNeighbours(int id, float normalised) override { the.input.automate(id, normalised); }
   void setAlone(int id, float normalised) override { the.input.put(id, normalised); }
   void align(int id) override { the.input.align(id); }

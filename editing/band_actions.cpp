@@ -207,6 +207,7 @@ void BandActions::moveRows(const Order& order) {
 /// An edit, but none of the user's that Auto Gain should give way to.
 void BandActions::change(int index, float normalised) {
   if (parameters.get(index) == normalised) return;
+  parameters.endLost(index);
   parameters.note(index);
   parameters.tellGesture(index, true);
   parameters.set(index, normalised);

@@ -103,7 +103,7 @@ void ControlExchange::deliverOne(int id, bool isAlone) {
   if (!isAlone) {
     effect.setParameter(id, normalised);
   } else if (!effect.isLocked(id)) {
-    effect.PlugBaseJSON::setParameter(id, normalised);
+    effect.parameterInput().put(id, normalised);
   }
 }
 
