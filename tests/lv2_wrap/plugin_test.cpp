@@ -195,7 +195,7 @@ class Lv2Sessions : public testing::Test {
     reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
     const std::size_t bank = name.find('@');
     if (bank != std::string::npos) reader.plug.loadBank(name[bank + 1] - '0');
-    return number(reader.get(name.substr(0, bank).c_str()));
+    return number(reader.plug.getPlainValue(reader.id(name.substr(0, bank).c_str())));
   }
   std::vector<char> chunkOf(const std::string& name) {
     if (name == "new") return Lv2Rig(kStereo).chunk();
