@@ -212,6 +212,8 @@ TEST(AaxLoaded, ControlsGoToTheirBank) {
   Reference reader;
   const std::string state = target.chunk(kEffectChunk).data;
   EXPECT_EQ(reader.valuesOf(state), reader.valuesOf(source));
+  const int moved = bandParameterId(3, kB1Frequency);
+  EXPECT_FLOAT_EQ(float(target.normalised(target.id(moved))), reader.getParameter(moved));
   EXPECT_TRUE(becomes([&] { return target.host.latency() == reader.getInitialDelay(); }));
   EXPECT_NEAR(reader.valuesOf(state, 0)[kB1Gain], 7.0F, 1e-5F);
   EXPECT_EQ(reader.valuesOf(state, 0)[kOpTrim], 0.0F);
