@@ -233,7 +233,9 @@ void AAXWrap_Parameters::takeEffectValues() {
   for (std::int32_t i = 0; i < kNumParams; ++i) {
     AAX_IParameter* const parameter = effectParameter(i);
     if (parameter == nullptr) return;
-    storeParameter(*parameter, static_cast<double>(hostValue(i, effect->getParameter(i))));
+    const float value = effect->getParameter(i);
+    if (effectValue(i, *parameter) == value) continue;  // the host's own stays to the bit
+    storeParameter(*parameter, static_cast<double>(hostValue(i, value)));
   }
 }
 
@@ -378,6 +380,7 @@ AAX_Result AAXWrap_Parameters::restoreControls(const AAX_SPlugInChunk& chunk) {
     }
     const AAX_Result result = AAX_CEffectParameters::SetChunk(kAAX_ControlsChunkID, &chunk);
     effect->edits().chain.repair();
+    takeEffectValues();  // the repair tells nobody what it moves
     return result;
   });
 }

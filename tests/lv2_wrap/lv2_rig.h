@@ -4,6 +4,7 @@
 #include <lv2/atom/forge.h>
 #include <lv2/atom/util.h>
 #include <lv2/core/lv2.h>
+#include <lv2/log/log.h>
 #include <lv2/midi/midi.h>
 #include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
@@ -109,8 +110,9 @@ class Lv2Rig {
     const LV2_Feature map = {LV2_URID__map, UridMap::feature()};
     const LV2_Feature schedule = {LV2_WORKER__schedule, &workerFeature};
     const LV2_Feature change = {lv2::kPortChangeRequestUri, &changeFeature};
-    const std::array<const LV2_Feature*, 4> features = {
-        &map, &change, worker == kWorker ? &schedule : nullptr, nullptr};
+    const LV2_Feature log = {LV2_LOG__log, &logFeature};
+    const std::array<const LV2_Feature*, 5> features = {
+        &map, &change, &log, worker == kWorker ? &schedule : nullptr, nullptr};
     for (std::uint32_t i = 0; (descriptor = find(i)) != nullptr; ++i) {
       if (std::strcmp(descriptor->URI, layout.uri) == 0) break;
     }
@@ -183,14 +185,15 @@ class Lv2Rig {
         ->restore(instance, &StoredState::retrieve, &state, 0, nullptr);
   }
 
-  /// Changes of the state that the plug-in noted in the last run.
+  /// Changes of the state that the plug-in noted in the last run, as its block began.
   [[nodiscard]] int stateChanges() const {
     const auto* const sequence = reinterpret_cast<const LV2_Atom_Sequence*>(notes.data());
     EXPECT_EQ(sequence->atom.type, UridMap::map(LV2_ATOM__Sequence));
     int count = 0;
     LV2_ATOM_SEQUENCE_FOREACH(sequence, event) {
       const auto* const object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
-      count += object->body.otype == UridMap::map(LV2_STATE__StateChanged) ? 1 : 0;
+      const bool isInTime = event->time.frames == 0;
+      count += isInTime && object->body.otype == UridMap::map(LV2_STATE__StateChanged) ? 1 : 0;
     }
     return count;
   }
@@ -206,6 +209,7 @@ class Lv2Rig {
   std::vector<std::array<std::uint8_t, 3>> midi;  // for the next run
   std::vector<std::pair<int, float>> requests;    // parameters, and the plain values asked for
   int jobs = 0;
+  int errors = 0;  // in the host's log
   bool workerAccepts = true;
   bool works = true;       // else it takes jobs and loses them
   bool movesPorts = true;  // when it is asked to; else it says so and leaves them for later
@@ -243,10 +247,14 @@ class Lv2Rig {
                               sizeof events);
     LV2_Atom_Forge_Frame frame;
     lv2_atom_forge_sequence_head(&forge, &frame, 0);
-    for (const auto& message : midi) {
-      lv2_atom_forge_frame_time(&forge, 0);
-      lv2_atom_forge_atom(&forge, 3, UridMap::map(LV2_MIDI__MidiEvent));
-      lv2_atom_forge_write(&forge, message.data(), 3);
+    for (auto message : midi) {
+      // Each is followed by what would move back and is no MIDI.
+      for (const char* const type : {LV2_MIDI__MidiEvent, LV2_ATOM__Chunk}) {
+        lv2_atom_forge_frame_time(&forge, 0);
+        lv2_atom_forge_atom(&forge, 3, UridMap::map(type));
+        lv2_atom_forge_write(&forge, message.data(), 3);
+        message[2] ^= 0x7F;
+      }
     }
     lv2_atom_forge_pop(&forge, &frame);
     notes.fill(kGuard);
@@ -277,5 +285,9 @@ class Lv2Rig {
   alignas(8) std::array<char, 4096> notes{};
   LV2_Worker_Schedule workerFeature = {this, &Lv2Rig::schedule};
   lv2::PortChangeRequest changeFeature = {this, &Lv2Rig::requestChange};
+  LV2_Log_Log logFeature = {
+      &errors, nullptr, [](LV2_Log_Handle count, LV2_URID type, const char* /*text*/, va_list) {
+        return *static_cast<int*>(count) += type == UridMap::map(LV2_LOG__Error) ? 1 : 0;
+      }};
   bool workAsked = false;
 };

@@ -63,7 +63,7 @@ class Lv2Sessions : public testing::Test {
   std::string play(const DataRow& row) {
     if (rig) {
       rig->requests.clear();
-      rig->jobs = notes = 0;
+      rig->jobs = rig->errors = notes = 0;
       rig->requestStatus = lv2::kPortChangeSuccess;
     }
     std::istringstream words(row[0]);
@@ -89,7 +89,7 @@ class Lv2Sessions : public testing::Test {
 
  private:
   void make() {
-    rig = std::make_unique<Lv2Rig>(kStereo, 48000.0,
+    rig = std::make_unique<Lv2Rig>(kStereo, rate,
                                    text == "alone" ? Lv2Rig::kNoWorker : Lv2Rig::kWorker);
     rig->movesPorts = false;
     rig->workerAccepts = text != "refuses";
@@ -143,6 +143,7 @@ class Lv2Sessions : public testing::Test {
     states["noPorts"].values.erase(ports);
     states["shortPorts"].values[ports].bytes.resize(100);
     states["otherPorts"].values[ports].bytes[4] ^= 1;  // of whole numbers
+    (states["damaged"] = saved).values[UridMap::map(lv2::kChunkUri)].bytes.resize(100);
     states["otherType"].values[UridMap::map(lv2::kChunkUri)].type = UridMap::map(LV2_ATOM__Int);
   }
   [[nodiscard]] static int portOf(const std::string& name) {
@@ -175,6 +176,7 @@ class Lv2Sessions : public testing::Test {
     if (name == "jobs") return std::to_string(jobs);
     if (name == "notes") return std::to_string(notes);
     if (name == "status") return std::to_string(status);
+    if (name == "logged") return std::to_string(rig->errors);
     if (name == "latency") return std::to_string(rig->latency());
     if (name == "level") {
       const auto gain = static_cast<double>(rig->out[0][frames - 1] / kLevel);
@@ -194,8 +196,9 @@ class Lv2Sessions : public testing::Test {
     const std::vector<char> chunk = rig->chunk();
     reader.plug.setChunk(chunk.data(), static_cast<std::int32_t>(chunk.size()), false);
     const std::size_t bank = name.find('@');
-    if (bank != std::string::npos)
+    if (bank != std::string::npos) {
       reader.plug.parameterInput().applyBank(name[bank + 1] - '0', false);
+    }
     return number(reader.plug.getPlainValue(reader.id(name.substr(0, bank).c_str())));
   }
   std::vector<char> chunkOf(const std::string& name) {
@@ -211,6 +214,7 @@ class Lv2Sessions : public testing::Test {
   const std::map<std::string, std::function<void()>> actions = {
       {"new", [this] { make(); }},
       {"activate", [this] { rig->descriptor->activate(rig->instance); }},
+      {"rate", [this] { rate = count; }},
       {"frames", [this] { frames = static_cast<std::uint32_t>(count); }},
       {"run", [this] { run(std::max(count, 1)); }},
       {"block", [this] { block(); }},
@@ -231,6 +235,7 @@ class Lv2Sessions : public testing::Test {
   };
   std::string text;  // behind the "=" of the action
   int count = 0;     // the same
+  double rate = 48000.0;
   std::map<std::string, StoredState> states;
   PlugRig reader;
   std::unique_ptr<Lv2Rig> rig;
