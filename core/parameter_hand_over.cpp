@@ -59,7 +59,8 @@ constexpr std::uint32_t dependsOnRow(int row) noexcept {
     case kB1SCLink:
       return kLinkage;
     default:
-      return row < kB1SCSrc ? kDynamics : 0;  // the sidechain's filters wait for the gate
+      // The filters of the sidechain come with the gate.
+      return row < kB1SCSrc ? std::uint32_t{kDynamics} : 0U;
   }
 }
 
