@@ -51,6 +51,7 @@ class StateFiles : public ProgramTest {
     plug.switchBank(2);
     set(plug, {"kB1Threshold=-42", "kB5Knee=40"});
     plug.setLocked(kIpTrim, true);
+    plug.setLocked(bandParameterId(1, kB1Threshold), true);
     plug.setLinked(kB1Threshold, true);
     plug.setLinked(bandParameterId(1, kB1Threshold), true);
     store("bank", plug, false, 9);

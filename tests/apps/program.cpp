@@ -134,6 +134,7 @@ ProgramTest::ProgramTest() : program(CORVANTHELIS_PROGRAM) {
   for (const char* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
     ::setenv(name, file("home").c_str(), 1);
   }
+  ::setenv("PROGRAM", program.c_str(), 1);
   ::unsetenv("CORVANTHELIS_PATH");
 }
 

@@ -215,6 +215,16 @@ TEST(Linkage, OneDetectorForBothGivesWhatTwoGive) {
   }
 }
 
+TEST(PlugMeters, ARightInputThatHasGoneIsSilent) {
+  PlugRig rig("B1State=0");
+  auto input = noise<double>(300000);  // more than the meters keep
+  render(rig.plug, input, 1000);
+  EXPECT_GT(rig.plug.getGainReduction(5), 1.1);
+  input.channels[1].clear();
+  render(rig.plug, input, 1000);
+  EXPECT_EQ(rig.plug.getGainReduction(5), 1.0);
+}
+
 using Centres = std::vector<double>;
 
 // The numbers were compared with the rule, taken word by word, when they were recorded.

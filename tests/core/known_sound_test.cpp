@@ -53,12 +53,13 @@ constexpr std::array<int, 7> kSwitched = {kB1Bypass, kB1Solo,   kB1LR,   kB1SCLR
 class Scene {
  public:
   explicit Scene(int number)
-      : name(std::to_string(number)),
-        random(static_cast<unsigned>(number)),
-        rig({}, kRates.at(static_cast<std::size_t>(number) % kRates.size())),
-        calm(number >= kCalm) {
+      : name(std::to_string(number)), random(static_cast<unsigned>(number)), calm(number >= kCalm) {
     rig.prefer("Meter Ballistic", below(4));
     rig.prefer("Autolisten", below(2));
+    const double rate = kRates.at(static_cast<std::size_t>(number) % kRates.size());
+    rig.plug.setSampleRate(static_cast<float>(rate));  // which all that is preferred follows
+    rig.plug.resume();
+    rig.messages.clear();
     rig.plug.setMeterDecay(below(100));
     rig.clockStep = below(3) == 0 ? 15 : 100;
     single = below(6) == 0;

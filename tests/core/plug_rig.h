@@ -29,8 +29,9 @@ class PlugRig {
   };
 
   explicit PlugRig(const std::string& settings = "", double rate = 48000.0,
-                   InstallFolders folders = {})
-      : machine(std::make_unique<MemoryStore>(), std::move(folders)),
+                   InstallFolders folders = {},
+                   std::unique_ptr<UserStore> store = std::make_unique<MemoryStore>())
+      : machine(std::move(store), std::move(folders)),
         plug(
             &PlugRig::callback, Plug::Idle::kCaller, [this] { return now += clockStep; }, machine) {
     plug.getAeffect()->user = this;
@@ -191,14 +192,16 @@ class Disturbance {
       : thread([this, disturb] {
           for (; !done; ++calls) disturb(calls.load());
         }) {
-    while (calls == 0) std::this_thread::yield();
+    await(1);
   }
   ~Disturbance() { end(); }
-  /// How often it has called in all.
-  int end() {
+  /// Until it has called so often in all.
+  void await(int count) const {
+    while (calls < count) std::this_thread::yield();
+  }
+  void end() {
     done = true;
     if (thread.joinable()) thread.join();
-    return calls;
   }
 
  private:

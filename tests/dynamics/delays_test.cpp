@@ -22,7 +22,8 @@ TEST(DelayRingsTest, DelaysEachLineOnItsOwnAndForgetsWhatMissedABlock) {
   for (int block = 0; block < 150; ++block) {
     constexpr std::array kFrames = {64, 1, 500, 63, 0, 2, 700, 64, 4096, 16383, 16384, 40001};
     constexpr std::array kDelays = {0, 1, 480, 1535, 8192, 16382, 16383, 16384, -5, 3000, 12345};
-    const int frames = kFrames[random() % (random() % 8 == 0 ? 12 : 8)];
+    const auto which = random();
+    const int frames = kFrames[which % (random() % 8 == 0 ? 12 : 8)];
     const auto event = random() % 30;
     if (event == 0) inRealTime([&] { rings.forget(3); });
     if (event == 1) rings.clear();

@@ -54,7 +54,8 @@ std::vector<Signal> played(Convolver& convolver, std::size_t taps, std::size_t m
       convolver.setKernels(pointers.data(), static_cast<int>(kernels.size()));
     }
     if (random() % 20 == 0) inRealTime([&] { convolver.resetRight(); });
-    const std::size_t frames = std::min(random() % (random() % 4 == 0 ? 700 : 70), kWalk - at);
+    const std::size_t length = random();
+    const std::size_t frames = std::min(length % (random() % 4 == 0 ? 700 : 70), kWalk - at);
     const auto outputs = static_cast<int>(1 + random() % kOutputs);
     const bool mono = random() % 5 == 0;
     std::array<double*, kOutputs> to[2];
@@ -120,7 +121,8 @@ TEST(OversampledGain, GoesOnAsItDidInAnyBlocksAndQuality) {
       if (random() % 20 == 0) unit.setHighQuality(isHigh = !isHigh);
       EXPECT_EQ(OversampledGain::latency(isHigh), isHigh ? 127 : 33);
       // Lengths that meet the short blocks, the chunks' ends and the long blocks alike.
-      const auto n = static_cast<int>(random() % std::array{3U, 40U, 300U, 1500U}[random() % 4]);
+      const auto length = random();
+      const auto n = static_cast<int>(length % std::array{3U, 40U, 300U, 1500U}[random() % 4]);
       Signal signal = noiseOf(n, static_cast<unsigned>(random()));
       const Signal gain = noiseOf(n, static_cast<unsigned>(random()));
       Signal scratch[] = {Signal(2 * signal.size() + 1, 7.0), Signal(2 * signal.size() + 1, 7.0)};
