@@ -1,12 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <string>
 
+#include "host/state_chunks.h"
 #include "state/install_folders.h"
 
-/// Loads the bank that new instances begin with, the user's or else the product's: `take` gets its
-/// bytes and answers whether they are one. Of a file that is none the user is told. Returns the
-/// path of the user's; empty without a folder for it. Any control thread.
-std::string loadDefaultBank(const InstallFolders& folders, const std::string& extension,
-                            const std::function<bool(const std::string& bytes)>& take);
+/// Loads the bank that new instances begin with, the user's or else the product's, of an older
+/// release first. Of a file that is none the user is told. Returns the path of the user's; empty
+/// without a folder for it. Any control thread.
+std::string loadDefaultBanks(const InstallFolders& folders, StateChunks& state);

@@ -1,9 +1,7 @@
 #include "core/plug.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <utility>
 
 #include "core/default_banks.h"
@@ -15,8 +13,6 @@
 
 namespace {
 
-constexpr int kMainChannels = 2;
-constexpr int kSidechainChannels = 2;
 constexpr std::int32_t kLongestAnnounced = 1 << 20;  // frames
 constexpr std::int32_t kUniqueId = 0x43766e50;       // "CvnP"
 
@@ -51,7 +47,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   applyGlobalPreferences();
   updateDsp(false);
   files().loadBandTemplate();
-  loadDefaultBanks();
+  presets.setDefaultBankPath(loadDefaultBanks(ownMachine.folders(), chunks));  // no host listens
   // Where there is no such folder, saving tells.
   static_cast<void>(makeFolders(ownMachine.folders().install));
   Plug::resume();
@@ -61,38 +57,6 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
 Plug::~Plug() {
   if (idle == Idle::kTimer) IdleTimer::instance().remove(*this);
   setEditor(nullptr);  // before what it shows
-}
-
-void Plug::processReplacing(float** inputs, float** outputs, std::int32_t frames) {
-  process(inputs, outputs, frames);
-}
-
-void Plug::processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) {
-  process(inputs, outputs, frames);
-}
-
-template <typename Sample>
-void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept {
-  if (inputs == nullptr || outputs == nullptr || frames <= 0) return;
-  try {
-    checkProcessLevel();
-    const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
-    engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
-                        kSidechainChannels - absent);
-  } catch (const std::exception&) {
-    // Only a block longer than the buffers allocates, and only that can fail: silence, and go on.
-    for (int c = 0; c < kMainChannels; ++c) {
-      if (outputs[c] != nullptr) std::fill_n(outputs[c], frames, Sample{0});
-    }
-  }
-  advanceSampleCount(frames);
-  handOver.addSamples(frames);
-}
-
-void Plug::processMidi(const VstMidiEvent& event) noexcept {
-  if (const auto move = ownMachine.midiMap().process(event.midiData)) {
-    input.setFromAudio(move->id, move->normalised);
-  }
 }
 
 void Plug::resume() {
@@ -167,52 +131,21 @@ void Plug::formatParameterValue(std::int32_t index, float normalised, char* text
   text[shown.copy(text, kParameterTextCapacity - 1)] = '\0';
 }
 
-/// Takes a state, and tells the host what a full document has changed.
-template <typename Take>
-void Plug::tellLoaded(bool isPreset, const Take& take) {
-  std::array<float, kNumParams> before{};
-  {
-    const HostLink::StateScope scope(host);
-    for (int id = 0; id < kNumParams; ++id) {
-      before[static_cast<std::size_t>(id)] = values.normalised(id);
-    }
-    if (!take() || isPreset || chunkRefused()) return;
-  }
-  // The host has heard that the program is another one, after all that was loaded.
-  for (int id = 0; id < kNumParams; ++id) {
-    if (values.normalised(id) != before[static_cast<std::size_t>(id)]) {
-      host.tellValue(id);
-    } else {
-      host.expectEcho(id);  // a host may bring back its own list of all values
-    }
-  }
-}
-
 std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
-  std::int32_t taken = 0;
-  tellLoaded(isPreset, [&] { return (taken = chunks.set(data, byteSize, isPreset)) != 0; });
+  HostLink::ChangedValues changed(host);
+  const std::int32_t taken = chunks.set(data, byteSize, isPreset);
+  if (taken != 0 && !isPreset && !chunkRefused()) changed.tellAtEnd();
   return taken;
 }
 
 void Plug::setDocument(const JsonNode* root, bool isPreset) {
-  tellLoaded(isPreset, [&] {
-    chunks.take(root, isPreset);
-    return true;
-  });
+  HostLink::ChangedValues changed(host);
+  chunks.take(root, isPreset);
+  if (!isPreset) changed.tellAtEnd();
 }
 
 void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {
   presets.restoreSnapshot(marker == historyPresetLoad, towardsRedo);
-}
-
-void Plug::loadDefaultBanks() {
-  // No host listens yet.
-  const auto take = [this](const std::string& bytes) {
-    chunks.set(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
-    return !chunkRefused();
-  };
-  loadDefaultBank(ownMachine.folders(), kOldBankExtension, take);
-  presets.setDefaultBankPath(loadDefaultBank(ownMachine.folders(), kBankExtension, take));
 }
 
 void Plug::applyGlobalPreferences() {

@@ -159,12 +159,12 @@ class Plug : public PlugBaseJSON {
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 
  private:
+  static constexpr int kMainChannels = 2;
+  static constexpr int kSidechainChannels = 2;
+
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
-  template <typename Take>
-  void tellLoaded(bool isPreset, const Take& take);
   [[nodiscard]] BandFiles& files() noexcept { return parameterEdits.bandFiles; }
-  void loadDefaultBanks();
 
   const MemoryShare memory;  // first: what it looks after goes before it
   compressor engine;

@@ -213,3 +213,16 @@ void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
     second.apply<0>(run.side[1], {}, block.frames);
   }
 }
+
+void compressor::delaySidechain(DelayRings::Ring ring, int owner, const Block& block,
+                                int samples) noexcept {
+  // Without a sidechain there is silence in the buffers and in all their rings.
+  if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, block, samples);
+}
+
+void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
+                           const Block& block, int samples) noexcept {
+  for (int c = 0; c < block.channels; ++c) {
+    delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, owner, block.frames, samples);
+  }
+}

@@ -258,19 +258,6 @@ void compressor::splitIntoBands(std::span<const BandRun> runs, const Block& bloc
   }
 }
 
-void compressor::delaySidechain(DelayRings::Ring ring, int owner, const Block& block,
-                                int samples) noexcept {
-  // Without a sidechain there is silence in the buffers and in all their rings.
-  if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, block, samples);
-}
-
-void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
-                           const Block& block, int samples) noexcept {
-  for (int c = 0; c < block.channels; ++c) {
-    delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, owner, block.frames, samples);
-  }
-}
-
 template <typename Sample>
 void compressor::mixOutput(Sample* const* outputs, const Block& block) noexcept {
   double* const gain = buffers->ramp;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <bitset>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -53,9 +55,10 @@ class HostLink {
     StateScope(const StateScope&) = delete;
     StateScope& operator=(const StateScope&) = delete;
 
-   private:
-    friend class HostLink;
+    /// Whether a message waits for the end.
     [[nodiscard]] bool keep(std::int32_t opcode, std::int32_t index) noexcept;
+
+   private:
     void tellHost();
 
     HostLink& host;
@@ -64,6 +67,23 @@ class HostLink {
     std::bitset<kMostParameters> automated;
     bool programChanged = false;
     bool latencyChanged = false;
+  };
+
+  /// A state is replaced while it lives, in one `StateScope`: afterwards the host may hear of each
+  /// parameter that has changed, once; the others it may bring back out of its own list of all.
+  class ChangedValues {
+   public:
+    explicit ChangedValues(HostLink& link);
+    ~ChangedValues();
+    ChangedValues(const ChangedValues&) = delete;
+    ChangedValues& operator=(const ChangedValues&) = delete;
+    void tellAtEnd() noexcept { tells = true; }
+
+   private:
+    HostLink& host;
+    std::optional<StateScope> scope;
+    std::array<float, kMostParameters> before{};  // normalised
+    bool tells = false;
   };
 
  private:

@@ -3,10 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "libraries/aax/aax_host_services.h"
 #include "libraries/aax_wrap/aaxwrap_context.h"
+#include "libraries/aax_wrap/aaxwrap_host_callback.h"
 #include "libraries/aax_wrap/aaxwrap_parameters.h"
 #include "libraries/aax_wrap/aaxwrap_render.h"
 
@@ -130,7 +132,7 @@ void describeMeters(AAX_IEffectDescriptor& effect) {
 IACFUnknown* makeParameters() {
   try {
     // The host holds the one reference it starts with.
-    return new AAXWrap_Parameters;
+    return new AAXWrap_Parameters(std::make_unique<Plug>(&aaxHostCallback));
   } catch (...) {
     return nullptr;
   }

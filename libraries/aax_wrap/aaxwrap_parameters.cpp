@@ -12,7 +12,6 @@
 #include "libraries/aax_wrap/aaxwrap_channel_labels.h"
 #include "libraries/aax_wrap/aaxwrap_context.h"
 #include "libraries/aax_wrap/aaxwrap_display_delegate.h"
-#include "libraries/aax_wrap/aaxwrap_host_callback.h"
 
 namespace {
 
@@ -45,9 +44,6 @@ std::string aaxTrackName(std::span<const char> name) {
   }
   return text;
 }
-
-AAXWrap_Parameters::AAXWrap_Parameters()
-    : AAXWrap_Parameters(std::make_unique<Plug>(&aaxHostCallback)) {}
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
     : effect(std::move(newEffect)), receivesMidi(effect->canDo("receiveVstEvents") == 1) {

@@ -30,7 +30,6 @@
 /// its own below.
 class AAXWrap_Parameters final : public AAX_CEffectParameters {
  public:
-  AAXWrap_Parameters();
   /// `newEffect` is not null and sends its messages to `aaxHostCallback`.
   explicit AAXWrap_Parameters(std::unique_ptr<Plug> newEffect);
 
