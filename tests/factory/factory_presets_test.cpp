@@ -248,7 +248,7 @@ TEST_P(FactoryPresets, doWhatTheirLinesSay) {
   for (const PresetClaims& row : presetClaims()) {
     if (!row.preset.starts_with(GetParam())) continue;
     if (!sounds.contains(row.sound)) {
-      Sound sound = soundNamed(row.sound);
+      Sound sound = soundNamed(row.sound, CORVANTHELIS_DEMO);
       sounds.emplace(row.sound, std::pair(sound, Heard(sound.main)));
     }
     const auto& [sound, before] = sounds.at(row.sound);

@@ -162,7 +162,8 @@ inline Signal plucked(double lowest, double loudest) {
 }
 
 /// By name:
-/// - "demo": the demo piece; "keyed" with a key that sounds from 0 to 2.5 and from 5 to 7.5 s, at
+/// - "demo": the demo piece, which lies in `demoFile`; "keyed" with a key that sounds from 0 to 2.5
+/// and from 5 to 7.5 s, at
 ///   -12 dBFS
 /// - "talk": one voice in the middle, in a room that rumbles at -62 dB and hisses at -75 dB: from
 ///   1.5 s loud, from 4.5 s 14 dB softer, from 7.5 s with a sharp s every 0.4 s, from 8.7 s soft
@@ -173,10 +174,10 @@ inline Signal plucked(double lowest, double loudest) {
 /// - "lowTones": tones at -6 dB, of 41.2 Hz and from 5 s of 130 Hz, over a hiss at -75 dB
 /// - "guitar", "bass": plucked notes every half second, loud and 10 dB softer in turn, each begun
 ///   by the click of a pick, over a hiss at -75 dB, from 82 to 247 Hz or an octave lower
-inline Sound soundNamed(const std::string& name) {
+inline Sound soundNamed(const std::string& name, const char* demoFile) {
   Sound sound{Signal(2UL * kSoundSeconds * kSoundRate), {}};
   if (name == "demo" || name == "keyed") {
-    AudioReader(CORVANTHELIS_DEMO).read(sound.main.data(), kSoundSeconds * kSoundRate);
+    AudioReader(demoFile).read(sound.main.data(), kSoundSeconds * kSoundRate);
     if (name == "demo") return sound;
     sound.key = sounding([](double seconds) {
       return std::fmod(seconds, 5.0) < 2.5 ? 0.25 * sine(200.0 * seconds) : 0.0;
