@@ -9,8 +9,8 @@
 
 #include "apps/failure.h"
 #include "apps/text.h"
-#include "editing/band_files.h"
 #include "core/parameter_table.h"
+#include "editing/band_files.h"
 #include "platform/whole_file.h"
 #include "state/json_document.h"
 

@@ -10,8 +10,8 @@
 #include "apps/failure.h"
 #include "apps/settings.h"
 #include "apps/text.h"
-#include "editing/band_files.h"
 #include "core/parameter_table.h"
+#include "editing/band_files.h"
 #include "host/curves.h"
 
 namespace {

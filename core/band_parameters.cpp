@@ -38,7 +38,6 @@ BandSettings bandSettings(const ParameterStore& values, int band) {
   settings.active = rows.on(kB1State);
   settings.solo = rows.on(kB1Solo);
   settings.bypass = rows.on(kB1Bypass);
-  settings.isXover = !rows.on(kB1Type);
   settings.leftRight = rows.on(kB1LR);
   settings.position = rows.whole(kB1Position) * 0.02 - 1.0;
   settings.gain = std::pow(10.0, rows.plain(kB1Gain) * 0.05);

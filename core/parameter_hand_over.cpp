@@ -35,8 +35,8 @@ enum : std::uint32_t {
 constexpr std::uint32_t dependsOnRow(int row) noexcept {
   switch (row) {
     case kB1State:
-    case kB1Type:
       return kPlace | kFilter | kPath;
+    case kB1Type:
     case kB1Frequency:
       return kPlace | kFilter;
     case kB1SubType:
@@ -92,8 +92,8 @@ void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
 }
 
 void ParameterHandOver::everythingChanged() noexcept {
-  for (auto& band : changedBands) band.store(kAllOfBand, kAlone);
-  changedWhole.store(kAllOfWhole, std::memory_order_release);
+  for (auto& band : changedBands) band.fetch_or(kAllOfBand, std::memory_order_release);
+  changedWhole.fetch_or(kAllOfWhole, std::memory_order_release);
 }
 
 void ParameterHandOver::collect() noexcept {
@@ -128,8 +128,10 @@ bool ParameterHandOver::isHeld() {
 
 float ParameterHandOver::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope scope(lock);
-  engine.layout.moveBand(band, list, frequency);
+  // The parameters follow; where they do not, they put the band back.
+  due.bands[static_cast<std::size_t>(band)] |= kPlace;
   due.whole |= kOrder;
+  engine.layout.moveBand(band, list, frequency);
   return static_cast<float>(engine.layout.bandOrderValue());
 }
 
@@ -162,6 +164,8 @@ void ParameterHandOver::ifDue(std::uint32_t what, const Run& run) {
 }
 
 void ParameterHandOver::handOverDue(bool asOne) {
+  // With every update: an edit may just have begun a measurement that nobody wants any more.
+  if (engine.measuring() && !isOn(kAutoGain)) engine.setMeasuring(false);
   forDueBands(kPlace, [this](int band) {
     updatePlace(band);
     due.whole |= kOrder;
@@ -225,7 +229,6 @@ void ParameterHandOver::redesign() {
 }
 
 void ParameterHandOver::updateGlobals() {
-  if (!isOn(kAutoGain)) engine.setMeasuring(false);
   engine.setGains(static_cast<double>(plain(kIpTrim)), static_cast<double>(plain(kOpTrim)),
                   isOn(kBypass), isOn(kListen), static_cast<double>(values.normalised(kWetDry)));
   const int row = isOffline.load(kAlone) ? kOversampleOL : kOversample;

@@ -16,10 +16,11 @@
 /// whole, but new filters only as often as `UpdateGate` lets them.
 ///
 /// Where memory runs out, nothing is lost: the engine keeps what it has, `isMissing` tells, and a
-/// later call comes to the end.
+/// later call finishes.
 ///
-/// Threads: `parameterChanged` and `addSamples` on any, the audio thread included; all else on
-/// control threads, one after the other by themselves.
+/// Threads: `parameterChanged`, `everythingChanged`, `addSamples`, `isOwed` and `isMissing` on any;
+/// all else on control threads, one after the other by themselves, and on the audio thread in the
+/// one block in which the host goes offline or comes back.
 class ParameterHandOver final : public EngineLink {
  public:
   /// Milliseconds of a clock that never runs backwards; asked on any thread, must not lock.
@@ -42,6 +43,12 @@ class ParameterHandOver final : public EngineLink {
     const PlugBaseMutex::Scope scope(lock);
     const Publish after{engine};
     return set(engine);
+  }
+  /// The engine for a look, or for what the audio thread takes by itself.
+  template <typename Ask>
+  auto askEngine(const Ask& ask) {
+    const PlugBaseMutex::Scope scope(lock);
+    return ask(engine);
   }
   /// As `BandLayout::moveBand`, for use under a hold. Returns the order that results, as
   /// `kBandOrder` holds it.

@@ -81,7 +81,7 @@ void Plug::setBlockSize(std::int32_t frames) {
   PlugBaseJSON::setBlockSize(frames);
   // A host that names a length beyond reason gets its buffers when such a block really comes.
   if (frames <= 0 || frames > kLongestAnnounced) return;
-  handOver.withEngine([frames](compressor& it) { it.announceBlockSize(frames); });
+  handOver.askEngine([frames](compressor& it) { it.announceBlockSize(frames); });
 }
 
 bool Plug::setBypass(bool on) {
@@ -96,7 +96,7 @@ void Plug::offlineChanged(bool offline) {
 }
 
 void Plug::updateLatency() {
-  host.declareLatency(handOver.withEngine([](compressor& it) { return it.getLatency(); }));
+  host.declareLatency(handOver.askEngine([](compressor& it) { return it.getLatency(); }));
 }
 
 void Plug::onIdle() {
@@ -134,14 +134,14 @@ void Plug::formatParameterValue(std::int32_t index, float normalised, char* text
 std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
   HostLink::ChangedValues changed(host);
   const std::int32_t taken = chunks.set(data, byteSize, isPreset);
-  if (taken != 0 && !isPreset && !chunkRefused()) changed.tellAtEnd();
+  if (taken != 0 && !isPreset && !chunkRefused()) changed.tell();
   return taken;
 }
 
 void Plug::setDocument(const JsonNode* root, bool isPreset) {
   HostLink::ChangedValues changed(host);
   chunks.take(root, isPreset);
-  if (!isPreset) changed.tellAtEnd();
+  if (!isPreset) changed.tell();
 }
 
 void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {

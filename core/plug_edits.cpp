@@ -4,18 +4,18 @@
 
 #include "host/shared_value.h"
 
-PlugEdits::PlugEdits(const EditedParts& parts, const InstallFolders& folders)
-    : the(parts), bandTemplate(parts.values.defaults()), bandFiles(*this, folders) {}
+PlugEdits::PlugEdits(const EditedParts& editedParts, const InstallFolders& folders)
+    : parts(editedParts), bandTemplate(parts.values.defaults()), bandFiles(*this, folders) {}
 
 float PlugEdits::getDefault(int id) const {
-  if (!the.values.contains(id)) return 0.0F;
+  if (!parts.values.contains(id)) return 0.0F;
   return loadShared(bandTemplate.values[static_cast<std::size_t>(id)]);
 }
 
 void PlugEdits::setDefault(int id, float normalised) {
-  if (!the.values.contains(id)) return;
+  if (!parts.values.contains(id)) return;
   storeShared(bandTemplate.values[static_cast<std::size_t>(id)], normalised);
-  the.editor.defaultsStale = true;
+  parts.editor.defaultsStale = true;
 }
 
 void PlugEdits::begin(int id) {
@@ -25,51 +25,60 @@ void PlugEdits::begin(int id) {
     const EditStep step(*this);
     crossover.beginRecording(id);
     links.beginRecording(id);
-    the.gestures.begin(id);
+    parts.gestures.begin(id);
   }
   crossover.beginEdit(id);
   autoGain.beginEdit(id);
 }
 
 void PlugEdits::end(int id) {
-  if (the.gestures.isLateEnd(id)) return;
-  the.gestures.end(id);
+  if (parts.gestures.isLateEnd(id)) return;
+  parts.gestures.end(id);
   links.endRecording(id);
   crossover.endEdit(id);
   autoGain.endEdit();
 }
 
+void PlugEdits::beginAlone(int id) {
+  endLost(id);
+  parts.gestures.begin(id);
+}
+
+void PlugEdits::endAlone(int id) {
+  if (!parts.gestures.isLateEnd(id)) parts.gestures.end(id);
+}
+
 void PlugEdits::endLost(int id) {
   if (!isOpen(id)) return;
   end(id);
-  the.gestures.expectLateEnd(id);
+  parts.gestures.expectLateEnd(id);
 }
 
 void PlugEdits::flagsChanged() noexcept {
-  the.editor.flagsStale = true;
+  parts.editor.flagsStale = true;
   markChanged();
 }
 
 void PlugEdits::setLocked(int id, bool on) {
-  the.rules.locked.set(id, on);
+  parts.rules.locked.set(id, on);
   flagsChanged();
 }
 
 void PlugEdits::setLinked(int id, bool on) {
-  the.rules.linked.set(id, on);
+  parts.rules.linked.set(id, on);
   flagsChanged();
 }
 
 void PlugEdits::setLockWords(std::span<const std::int32_t> words) {
-  the.rules.locked.setWords(words);
+  parts.rules.locked.setWords(words);
   flagsChanged();
 }
 
 void PlugEdits::setLinkWords(std::span<const std::int32_t> words) {
-  the.rules.linked.setWords(words);
+  parts.rules.linked.setWords(words);
   flagsChanged();
 }
 
 bool PlugEdits::neighboursGiveWay() const {
-  return !the.input.loading().load() && !the.history.isStepping() && !the.handOver.isHeld();
+  return !parts.input.loading().load() && !parts.history.isStepping() && !parts.handOver.isHeld();
 }

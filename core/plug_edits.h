@@ -39,15 +39,15 @@ struct EditedParts {
 /// the crossover, links, Auto Gain. Threads: control threads.
 class PlugEdits final : public EditedParameters {
  public:
-  PlugEdits(const EditedParts& parts, const InstallFolders& folders);
+  PlugEdits(const EditedParts& editedParts, const InstallFolders& folders);
 
-  [[nodiscard]] float get(int id) const override { return the.values.normalised(id); }
-  [[nodiscard]] float getPlain(int id) const override { return the.values.plain(id); }
+  [[nodiscard]] float get(int id) const override { return parts.values.normalised(id); }
+  [[nodiscard]] float getPlain(int id) const override { return parts.values.plain(id); }
   [[nodiscard]] float toPlain(int id, float normalised) const override {
-    return the.values.toPlain(id, normalised);
+    return parts.values.toPlain(id, normalised);
   }
   [[nodiscard]] float toNormalised(int id, float plain) const override {
-    return the.values.toNormalised(id, plain);
+    return parts.values.toNormalised(id, plain);
   }
   /// Of the band template: the value that double clicks and new bands go to.
   [[nodiscard]] float getDefault(int id) const override;
@@ -56,27 +56,31 @@ class PlugEdits final : public EditedParameters {
   void set(int id, float normalised) override {
     if (!isLocked(id)) crossover.automate(id, normalised);
   }
-  void setAmongNeighbours(int id, float normalised) override { the.input.automate(id, normalised); }
-  void setAlone(int id, float normalised) override { the.input.put(id, normalised); }
-  void align(int id) override { the.input.align(id); }
+  void setAmongNeighbours(int id, float normalised) override {
+    parts.input.automate(id, normalised);
+  }
+  void setAlone(int id, float normalised) override { parts.input.put(id, normalised); }
+  void align(int id) override { parts.input.align(id); }
 
   /// All that the gesture may change is noted by the time it begins: the group for the history need
   /// not wait for an end that may not come.
   void begin(int id) override;
   void end(int id) override;
-  [[nodiscard]] bool isOpen(int id) const override { return the.gestures.isOpen(id); }
+  [[nodiscard]] bool isOpen(int id) const override { return parts.gestures.isOpen(id); }
+  void beginAlone(int id) override;
+  void endAlone(int id) override;
   void endLost(int id) override;
-  void tellGesture(int id, bool begins) override { the.host.tellGesture(id, begins); }
-  void tellInGesture(int id) override { the.host.tellInGesture(id); }
+  void tellGesture(int id, bool begins) override { parts.host.tellGesture(id, begins); }
+  void tellInGesture(int id) override { parts.host.tellInGesture(id); }
 
-  void beginStep() override { the.history.beginGroup(); }
-  void endStep() override { the.history.endGroup(); }
-  void endStepWithEdit(int id) override { the.history.endGroupWithEdit(id); }
-  void note(int id) override { the.history.begin(id); }
-  void endNote(int id) override { the.history.end(id); }
+  void beginStep() override { parts.history.beginGroup(); }
+  void endStep() override { parts.history.endGroup(); }
+  void endStepWithEdit(int id) override { parts.history.endGroupWithEdit(id); }
+  void note(int id) override { parts.history.begin(id); }
+  void endNote(int id) override { parts.history.end(id); }
 
-  [[nodiscard]] bool isLocked(int id) const override { return the.rules.locked.get(id); }
-  [[nodiscard]] bool isLinked(int id) const override { return the.rules.linked.get(id); }
+  [[nodiscard]] bool isLocked(int id) const override { return parts.rules.locked.get(id); }
+  [[nodiscard]] bool isLinked(int id) const override { return parts.rules.linked.get(id); }
   void setLocked(int id, bool on) override;
   void setLinked(int id, bool on) override;
   // 32 flags to a word, parameter 0 in the lowest bit of the first; what lies beyond the words
@@ -84,29 +88,30 @@ class PlugEdits final : public EditedParameters {
   void setLockWords(std::span<const std::int32_t> words);
   void setLinkWords(std::span<const std::int32_t> words);
 
-  void hold() override { the.handOver.hold(); }
-  void release() override { the.handOver.release(); }
+  void hold() override { parts.handOver.hold(); }
+  void release() override { parts.handOver.release(); }
+  [[nodiscard]] std::atomic<bool>& loading() override { return parts.input.loading(); }
   [[nodiscard]] bool neighboursGiveWay() const override;
-  [[nodiscard]] BandLayout& layout() override { return the.engine.layout; }
+  [[nodiscard]] BandLayout& layout() override { return parts.engine.layout; }
   float moveBand(int band, int list, double frequency) override {
-    return the.handOver.moveBand(band, list, frequency);
+    return parts.handOver.moveBand(band, list, frequency);
   }
 
-  [[nodiscard]] int currentBank() const override { return the.values.currentBank(); }
-  void copyToBank(int bank) override { the.input.copyToBank(bank); }
-  void markChanged() override { the.stateChanged.store(true, std::memory_order_release); }
-  [[nodiscard]] const ParameterKeys& keys() const override { return the.values.keys(); }
+  [[nodiscard]] int currentBank() const override { return parts.values.currentBank(); }
+  void copyToBank(int bank) override { parts.input.copyToBank(bank); }
+  void markChanged() override { parts.stateChanged.store(true, std::memory_order_release); }
+  [[nodiscard]] const ParameterKeys& keys() const override { return parts.values.keys(); }
 
  private:
   void flagsChanged() noexcept;
 
-  const EditedParts the;
+  const EditedParts parts;
   ProgramRecord bandTemplate;
   LinkedEdits links{*this};
   CrossoverEdits crossover{*this, links};
 
  public:
-  AutoGain autoGain{*this, the.engine};
+  AutoGain autoGain{*this, parts.engine};
   BandOperations bands{*this, crossover, links};
   BandFiles bandFiles;
   ChainKeeper chain{*this};

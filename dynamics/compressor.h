@@ -27,8 +27,9 @@
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
 /// 64-bit floats inside, whatever the host gives.
 ///
-/// Threads: setters on the control side, one thread at a time, at any moment: the audio thread sees
-/// what they have set at the next `publish`, all of it at once. `processBlock` on the audio thread,
+/// Threads: setters on the control side, one thread at a time, at any moment. The audio thread sees
+/// what they have set at the next `publish`, all of it at once; filters, meters and measuring take
+/// effect by themselves. `processBlock` on the audio thread,
 /// where it takes no lock and allocates only for a block longer than any that was announced;
 /// `reset*` and `setSampleRate` while nothing processes; getters anywhere.
 class compressor {
@@ -97,7 +98,9 @@ class compressor {
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
   [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
   [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return analyser; }
-  [[nodiscard]] double getOutputPeak(int channel) const noexcept { return outputPeak.peak(channel); }
+  [[nodiscard]] double getOutputPeak(int channel) const noexcept {
+    return outputPeak.peak(channel);
+  }
   [[nodiscard]] double getGainReduction(int selector) noexcept;
   /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
   /// band.

@@ -11,7 +11,6 @@ struct BandSettings {
   bool active = false;
   bool solo = false;
   bool bypass = false;
-  bool isXover = true;
   bool leftRight = false;  ///< the two gains act on left and right, else on mid and side
   double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
   double gain = 1.0;       ///< linear
@@ -49,8 +48,9 @@ struct BandDynamics {
 /// How the product of a band and its gain is formed.
 enum class Oversampling { kOff, kStandard, kHighQuality };
 
-/// All that a block reads of the engine's settings, beside the filters' kernels. The audio thread
-/// sees it change as a whole: a band is never heard in one place with the settings of another.
+/// All that a block reads of the engine's settings, apart from the filters and the sidechains'
+/// trim, which go ahead of it. The audio thread sees it change as a whole: a band is never heard in
+/// one place with the settings of another.
 struct EngineSettings {
   static constexpr int kBands = StagePlan::kBands;
 
@@ -77,5 +77,5 @@ struct EngineSettings {
   int scListen = -1;  ///< the band whose sidechain is heard, or -1
   bool autolistenPassband = false;
   double analyserGain = 1.0;  ///< linear, of the dry traces
-  double meterDecay = 0.0;  ///< 0..1, the share that a peak keeps per sample
+  double meterDecay = 0.0;    ///< 0..1, the share that a peak keeps per sample
 };

@@ -8,8 +8,8 @@ class BandLayout;
 /// The chain of a block, packed: dynamic EQ bands one after the other, among them the crossover
 /// stage with its bands side by side.
 ///
-/// One word of 64 bits, so that a band is never seen in two places or in none. Aligned as one, or
-/// some compilers call a library with locks for it.
+/// One word of 64 bits, for those who look on while it changes. Aligned as one, or some compilers
+/// call a library with locks for it.
 struct alignas(8) StagePlan {
   static constexpr int kBands = 8;
   static constexpr int kCrossoverStage = -1;  ///< beside the stages 0..7, which are bands

@@ -7,6 +7,7 @@
 
 #include "dynamics/band_layout.h"
 #include "editing/edited_parameters.h"
+#include "host/raised.h"
 
 namespace {
 
@@ -177,6 +178,7 @@ bool BandActions::sortBands() {
   Order order{};
   if (!findOrder(order)) return false;
   const EditHold hold(parameters);
+  const Raised loading(parameters.loading());
   parameters.beginStep();
   moveRows(order);
   parameters.endStep();
@@ -204,13 +206,9 @@ void BandActions::moveRows(const Order& order) {
   change(kBandOrder, kNeutralNormalised);
 }
 
-/// An edit, but none of the user's that Auto Gain should give way to.
 void BandActions::change(int index, float normalised) {
   if (parameters.get(index) == normalised) return;
-  parameters.endLost(index);
-  parameters.note(index);
-  parameters.tellGesture(index, true);
+  parameters.beginAlone(index);
   parameters.set(index, normalised);
-  parameters.endNote(index);
-  parameters.tellGesture(index, false);
+  parameters.endAlone(index);
 }

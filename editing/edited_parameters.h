@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <atomic>
 
 class BandLayout;
 class ParameterKeys;
@@ -39,6 +39,9 @@ class EditedParameters {
   virtual void begin(int id) = 0;
   virtual void end(int id) = 0;
   [[nodiscard]] virtual bool isOpen(int id) const = 0;
+  // The same of this parameter alone: nobody follows, and Auto Gain does not take it for a sign.
+  virtual void beginAlone(int id) = 0;
+  virtual void endAlone(int id) = 0;
   /// Ends an edit whose own end has been lost.
   virtual void endLost(int id) = 0;
   /// The messages to the host alone, unless it is to have none.
@@ -64,6 +67,8 @@ class EditedParameters {
   /// Several parameters change as one from the first to the last of these; they count.
   virtual void hold() = 0;
   virtual void release() = 0;
+  /// Raised while values are taken as they come: no bank is switched to.
+  [[nodiscard]] virtual std::atomic<bool>& loading() = 0;
   /// Bands of the crossover give way to one that moves: not while a state is being loaded, a step
   /// of the history is being done, or several parameters change as one.
   [[nodiscard]] virtual bool neighboursGiveWay() const = 0;

@@ -1,5 +1,7 @@
 #include "host/edit_history.h"
 
+#include "host/raised.h"
+
 namespace {
 
 constexpr float kBankStep = 0.125F;  // one bank, as the history notes it
@@ -58,10 +60,9 @@ void EditHistory::endOpenGroups() {
 
 void EditHistory::step(bool towardsRedo, const Restore& restore) {
   endOpenGroups();
-  stepping.store(true);
+  const Raised now(stepping);
   const std::int32_t loaded = walk(towardsRedo, restore);
   if (loaded != 0) restore.loadedState(loaded);
-  stepping.store(false);
 }
 
 /// Returns the marker of a loaded state, or 0.

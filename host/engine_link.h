@@ -13,15 +13,16 @@ class EngineLink {
   /// A parameter stands at a new value, of which the next update takes notice. Any thread, the
   /// audio thread included.
   virtual void parameterChanged(std::int32_t index) noexcept = 0;
-  /// Hands over what has changed. `force` also runs what is rate limited. Control threads.
+  /// Hands over what has changed. `force` also runs what is rate limited. Control threads, and the
+  /// audio thread in the one block in which the host goes offline or comes back.
   virtual void update(bool force) = 0;
   // Updates wait from the first to the last of these; they count.
   virtual void hold() = 0;
   virtual void release() = 0;
 };
 
-/// Several parameters change as one: while it lives, the engine's updates wait; its end makes up
-/// for them. Control threads.
+/// Several parameters change as one: while it lives, the engine's updates wait; its end runs them.
+/// Control threads.
 class UpdateHold {
  public:
   explicit UpdateHold(EngineLink& link) : engine(link) { engine.hold(); }

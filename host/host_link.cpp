@@ -124,9 +124,9 @@ HostLink::ChangedValues::ChangedValues(HostLink& link) : host(link), scope(link)
   for (std::int32_t i = 0; i < host.values.count(); ++i) before[at(i)] = host.values.normalised(i);
 }
 
-HostLink::ChangedValues::~ChangedValues() {
+void HostLink::ChangedValues::tell() {
   scope.reset();  // after which the host has heard that the program is another one
-  for (std::int32_t i = 0; tells && i < host.values.count(); ++i) {
+  for (std::int32_t i = 0; i < host.values.count(); ++i) {
     if (host.values.normalised(i) != before[at(i)]) {
       host.tellValue(i);
     } else {

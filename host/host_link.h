@@ -15,7 +15,8 @@
 
 /// What the host is told of its own accord, and what is known of what it was told.
 ///
-/// Threads: control threads; `isEcho` and `expectEcho` anywhere.
+/// Threads: control threads, and the audio thread in the one block in which the host goes offline
+/// or comes back; `isEcho` and `expectEcho` anywhere.
 class HostLink {
  public:
   static constexpr std::size_t kMostParameters = 512;
@@ -55,7 +56,7 @@ class HostLink {
     StateScope(const StateScope&) = delete;
     StateScope& operator=(const StateScope&) = delete;
 
-    /// Whether a message waits for the end.
+    /// Notes a message that waits for the end; false for one that does not.
     [[nodiscard]] bool keep(std::int32_t opcode, std::int32_t index) noexcept;
 
    private:
@@ -69,21 +70,21 @@ class HostLink {
     bool latencyChanged = false;
   };
 
-  /// A state is replaced while it lives, in one `StateScope`: afterwards the host may hear of each
-  /// parameter that has changed, once; the others it may bring back out of its own list of all.
+  /// The values before a state is replaced, and a `StateScope` for that.
   class ChangedValues {
    public:
     explicit ChangedValues(HostLink& link);
-    ~ChangedValues();
+    ~ChangedValues() = default;
     ChangedValues(const ChangedValues&) = delete;
     ChangedValues& operator=(const ChangedValues&) = delete;
-    void tellAtEnd() noexcept { tells = true; }
+    /// Ends the scope, and then tells the host of each parameter that has changed, once; the others
+    /// it may bring back from its own list of all.
+    void tell();
 
    private:
     HostLink& host;
     std::optional<StateScope> scope;
     std::array<float, kMostParameters> before{};  // normalised
-    bool tells = false;
   };
 
  private:

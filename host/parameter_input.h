@@ -77,7 +77,7 @@ class ParameterInput {
   void whenReplaced(std::function<void()> repair) { replaced = std::move(repair); }
   /// The host hears of every parameter when a bank is switched to.
   void setTellsBanks(bool on) noexcept { tellsBanks.store(on, kAlone); }
-  /// A state is being applied: values are taken as they come. For `LoadingScope`.
+  /// A state is being applied: values are taken as they come.
   [[nodiscard]] std::atomic<bool>& loading() noexcept { return isLoading; }
 
  private:

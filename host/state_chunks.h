@@ -42,8 +42,8 @@ class StateChunks {
   void connect(StateModel& newModel) noexcept { model = &newModel; }
 
   /// Points `*data` to the bytes, valid until the next call on the same thread, and returns their
-  /// number; 0 and null without memory. Where nothing has changed since the last full form, that is
-  /// handed out.
+  /// number; 0 and null without memory. Where nothing has changed since the last full form, the
+  /// bytes handed out last are handed out again.
   std::int32_t get(void** data, bool isPreset);
   /// The same for the product's own use, of this moment; what hosts were handed stays. Empty
   /// without memory.

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "host/loading_scope.h"
+#include "host/raised.h"
 #include "host/shared_value.h"
 #include "state/document_keys.h"
 #include "state/json_writer.h"
@@ -99,7 +99,7 @@ void StateCodec::load(const JsonNode* root, bool isPreset) {
 }
 
 void StateCodec::loadFull(const JsonNode* root) {
-  const LoadingScope loading(input.loading());  // ends early, with the program
+  const Raised loading(input.loading());  // ends early, with the program
   const JsonNode* const list = jsonGetObjectItem(root, documentKey::kPresets);
   if (list != nullptr) {
     const int stored = jsonGetArraySize(list);
