@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/text.h"
+#include "apps/output/text.h"
 #include "tests/support/data_rows.h"
 #include "tests/support/known_numbers.h"
 
