@@ -10,6 +10,7 @@
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
+#include "platform/index.h"
 #include "platform/resources.h"
 #include "platform/whole_file.h"
 
@@ -174,13 +175,13 @@ void Plug::tellLoaded(bool isPreset, const Take& take) {
   {
     const HostLink::StateScope scope(host);
     for (int id = 0; id < kNumParams; ++id) {
-      before[static_cast<std::size_t>(id)] = values.normalised(id);
+      before[at(id)] = values.normalised(id);
     }
     if (!take() || isPreset || chunkRefused()) return;
   }
   // The host has heard that the program is another one, after all that was loaded.
   for (int id = 0; id < kNumParams; ++id) {
-    if (values.normalised(id) != before[static_cast<std::size_t>(id)]) {
+    if (values.normalised(id) != before[at(id)]) {
       host.tellValue(id);
     } else {
       host.expectEcho(id);  // a host may bring back its own list of all values

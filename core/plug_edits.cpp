@@ -3,18 +3,19 @@
 #include <cstddef>
 
 #include "host/shared_value.h"
+#include "platform/index.h"
 
 PlugEdits::PlugEdits(const EditedParts& parts, const InstallFolders& folders)
     : the(parts), bandTemplate(parts.values.defaults()), bandFiles(*this, folders) {}
 
 float PlugEdits::getDefault(int id) const {
   if (!the.values.contains(id)) return 0.0F;
-  return loadShared(bandTemplate.values[static_cast<std::size_t>(id)]);
+  return loadShared(bandTemplate.values[at(id)]);
 }
 
 void PlugEdits::setDefault(int id, float normalised) {
   if (!the.values.contains(id)) return;
-  storeShared(bandTemplate.values[static_cast<std::size_t>(id)], normalised);
+  storeShared(bandTemplate.values[at(id)], normalised);
   the.editor.defaultsStale = true;
 }
 

@@ -14,6 +14,7 @@
 #include "apps/output/text.h"
 #include "apps/render/loudness.h"
 #include "core/parameter_table.h"
+#include "platform/index.h"
 #include "state/json_document.h"
 
 namespace {
@@ -89,8 +90,7 @@ int ParamsCommand::run() const {
   if (json) {
     JsonTree list(jsonCreateArray());
     for (std::int32_t i = 0; i < kNumParams; ++i) {
-      jsonAddItemToArray(list.get(),
-                         parameterJson(i, kParameterTable[static_cast<std::size_t>(i)]).release());
+      jsonAddItemToArray(list.get(), parameterJson(i, kParameterTable[at(i)]).release());
     }
     printJson(list.get());
     return kDone;
@@ -98,7 +98,7 @@ int ParamsCommand::run() const {
   std::vector<Columns> rows = {
       {"number", "id", "name", "label", "default", "min", "max", "curve", "group"}};
   for (std::int32_t i = 0; i < kNumParams; ++i) {
-    rows.push_back(parameterColumns(i, kParameterTable[static_cast<std::size_t>(i)]));
+    rows.push_back(parameterColumns(i, kParameterTable[at(i)]));
   }
   printTable(rows);
   return kDone;

@@ -7,10 +7,9 @@
 
 #include "apps/output/text.h"
 #include "host/aeffect.h"
+#include "platform/index.h"
 
 namespace {
-
-constexpr std::intptr_t kProcessLevelRealtime = 2;
 
 /// A host that tells its process level and has nothing else to say.
 template <std::intptr_t kLevel>
@@ -172,7 +171,7 @@ void EffectRunner::readGains() {
   constexpr int kBothParts = 3;
   for (int band = 0; band < kNumBands; ++band) {
     if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) continue;
-    std::optional<GainRange>& range = bandGains[static_cast<std::size_t>(band)];
+    std::optional<GainRange>& range = bandGains[at(band)];
     if (!range) range = GainRange{};
     for (int channel = 0; channel < channels; ++channel) {
       const double gain = plug.getBandGain(band, kBothParts, channel);

@@ -7,6 +7,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/text.h"
 #include "core/parameter_table.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ std::vector<std::string> nearestIdentifiers(std::string_view text) {
 }
 
 float plainInRange(std::int32_t parameter, double plain, std::vector<std::string>& warnings) {
-  const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(parameter)];
+  const ParameterRecord& record = kParameterTable[at(parameter)];
   return clampWithWarning(parameter, plain, record.min, record.max, warnings);
 }
 

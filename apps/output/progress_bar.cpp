@@ -69,9 +69,9 @@ void ProgressBar::clear() {
 }
 
 void ProgressBar::draw(std::int64_t now) {
-  const auto relaxed = std::memory_order_relaxed;
   std::cerr << "\r" +
-                   progressLine(done.load(relaxed), total.load(relaxed), now - start,
+                   progressLine(done.load(std::memory_order_relaxed),
+                                total.load(std::memory_order_relaxed), now - start,
                                 errorStreamColumns()) +
                    "\033[K"
             << std::flush;

@@ -131,3 +131,8 @@ std::string validUtf8(std::string_view text) {
   }
   return result;
 }
+
+std::string reportRow(const std::string& label, const std::string& text) {
+  constexpr std::size_t kLabelWidth = 18;
+  return padded(label, kLabelWidth) + text + "\n";
+}

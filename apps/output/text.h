@@ -1,7 +1,7 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,9 +18,17 @@
 /// "m:ss.mmm", or "h:mm:ss.mmm" from an hour on.
 [[nodiscard]] std::string durationText(double seconds);
 
+/// "1 file", "2 files".
+[[nodiscard]] std::string countOf(std::integral auto count, const std::string& one,
+                                  const std::string& many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
 /// The whole of `text` as a finite number, blanks around it aside; an empty result if it is none.
 [[nodiscard]] std::optional<double> finiteNumber(std::string_view text);
 
+/// What files of text may begin with, in UTF-8.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 [[nodiscard]] std::string_view trimmed(std::string_view text);
 /// ASCII letters made small.
 [[nodiscard]] std::string lowered(std::string_view text);
@@ -35,3 +43,5 @@ inline constexpr std::size_t kLongestShown = 64;
 /// `text` filled up with blanks to `width` characters.
 [[nodiscard]] std::string padded(std::string text, std::size_t width);
 [[nodiscard]] std::string paddedLeft(const std::string& text, std::size_t width);
+/// A line of a report: the label in a column of its own, then the text.
+[[nodiscard]] std::string reportRow(const std::string& label, const std::string& text);

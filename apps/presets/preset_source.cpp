@@ -11,13 +11,13 @@
 #include "apps/output/text.h"
 #include "core/parameter_table.h"
 #include "editing/band_files.h"
+#include "platform/index.h"
 #include "platform/whole_file.h"
 #include "state/json_document.h"
 
 namespace {
 
-constexpr int kOrderBits = 3;                    // per band, in `kBandOrder`
-constexpr double kOrderScale = 1.0 / 2097152.0;  // 2^-21: seven bands
+constexpr int kOrderBits = 3;  // per band, in `kBandOrder`
 
 using Chain = PresetSource::Chain;
 
@@ -126,7 +126,7 @@ float plainOf(const PresetSource& source, std::int32_t parameter) {
   for (const Setting& setting : source.values) {
     if (setting.parameter == parameter) return setting.value;
   }
-  return kParameterTable[static_cast<std::size_t>(parameter)].value;
+  return kParameterTable[at(parameter)].value;
 }
 
 /// The bands of the chain from its start to its end.
@@ -204,8 +204,8 @@ void applyChain(Plug& plug, const Chain& chain) {
   const std::int32_t packed = packedOrder(chain);
   const auto present = static_cast<double>(plug.getPlainValue(kBandOrder));
   // A default of few digits may mean this very order.
-  if (static_cast<std::int32_t>(present / kOrderScale) != packed) {
-    setPlain(plug, kBandOrder, static_cast<float>(packed * kOrderScale));
+  if (static_cast<std::int32_t>(present * BandLayout::kOrderScale) != packed) {
+    setPlain(plug, kBandOrder, static_cast<float>(packed / BandLayout::kOrderScale));
   }
 }
 

@@ -46,7 +46,6 @@ AutomationPoint parseRow(std::string_view row, std::vector<std::string>& warning
 
 /// `line` without a comment and the blanks around it.
 std::string_view content(std::string_view line, bool isFirst) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   if (isFirst && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
   return trimmed(line.substr(0, line.find('#')));
 }

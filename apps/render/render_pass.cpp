@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "apps/output/failure.h"
+#include "apps/output/text.h"
 #include "platform/stop_request.h"
 
 namespace {
@@ -13,10 +14,6 @@ namespace {
 std::optional<AudioReader> openSidechain(const std::string& path) {
   if (path.empty()) return std::nullopt;
   return AudioReader(path);
-}
-
-std::string countOf(std::int64_t count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
 }  // namespace

@@ -9,16 +9,11 @@
 
 namespace {
 
-constexpr std::size_t kLabelWidth = 18;
 constexpr std::size_t kNumberWidth = 6;
 
 std::string levelText(double level, const char* unit, const char* silence) {
   if (!std::isfinite(level)) return silence;
   return paddedLeft(fixedText(level, 1), kNumberWidth) + " " + unit;
-}
-
-std::string row(const std::string& label, const std::string& text) {
-  return padded(label, kLabelWidth) + text + "\n";
 }
 
 std::string loudnessRows(const RenderReport& report) {
@@ -28,10 +23,10 @@ std::string loudnessRows(const RenderReport& report) {
   if (std::isfinite(before) && std::isfinite(after)) {
     change = " (" + signedText(after - before, 1) + " LU)";
   }
-  return row("loudness", levelText(before, "LUFS", "silent") + " before, " +
-                             levelText(after, "LUFS", "silent") + " after" + change) +
-         row("true peak", levelText(report.before.truePeakDb, "dBTP", "none") + " before, " +
-                              levelText(report.after.truePeakDb, "dBTP", "none") + " after");
+  return reportRow("loudness", levelText(before, "LUFS", "silent") + " before, " +
+                                   levelText(after, "LUFS", "silent") + " after" + change) +
+         reportRow("true peak", levelText(report.before.truePeakDb, "dBTP", "none") + " before, " +
+                                    levelText(report.after.truePeakDb, "dBTP", "none") + " after");
 }
 
 std::string latencyText(const RenderReport& report) {
@@ -51,10 +46,10 @@ std::string gainRows(const RenderReport& report) {
   std::string rows;
   for (std::size_t band = 0; band < report.gains.size(); ++band) {
     if (!report.gains[band]) continue;
-    rows += row(rows.empty() ? "gain reduction" : "",
-                "band " + std::to_string(band + 1) + gainText(*report.gains[band]));
+    rows += reportRow(rows.empty() ? "gain reduction" : "",
+                      "band " + std::to_string(band + 1) + gainText(*report.gains[band]));
   }
-  return rows.empty() ? row("gain reduction", "no band is on") : rows;
+  return rows.empty() ? reportRow("gain reduction", "no band is on") : rows;
 }
 
 std::string trimText(const RenderReport& report) {
@@ -106,21 +101,22 @@ double RenderReport::speed() const noexcept {
 
 std::string reportText(const RenderReport& report) {
   std::string text = oneLine(report.output) + "\n";
-  text += row("rate", std::to_string(report.sampleRate) + " Hz");
-  text += row("channels", std::to_string(report.channels));
-  text += row("length", durationText(report.seconds()) + " (" + std::to_string(report.frames) +
-                            (report.frames == 1 ? " frame)" : " frames)"));
+  text += reportRow("rate", std::to_string(report.sampleRate) + " Hz");
+  text += reportRow("channels", std::to_string(report.channels));
+  text +=
+      reportRow("length", durationText(report.seconds()) + " (" + std::to_string(report.frames) +
+                              (report.frames == 1 ? " frame)" : " frames)"));
   for (const std::string& file : report.loaded) {
-    text += row(&file == &report.loaded.front() ? "set by" : "", oneLine(file));
+    text += reportRow(&file == &report.loaded.front() ? "set by" : "", oneLine(file));
   }
-  text += row("latency", latencyText(report));
+  text += reportRow("latency", latencyText(report));
   text += loudnessRows(report);
   text += gainRows(report);
-  text += row("output trim", trimText(report));
-  if (report.passes > 1) text += row("passes", std::to_string(report.passes));
+  text += reportRow("output trim", trimText(report));
+  if (report.passes > 1) text += reportRow("passes", std::to_string(report.passes));
   if (report.frames == 0) return text;
-  text +=
-      row("speed", fixedText(report.speed(), report.speed() < 10.0 ? 1 : 0) + " times real time");
+  text += reportRow("speed",
+                    fixedText(report.speed(), report.speed() < 10.0 ? 1 : 0) + " times real time");
   return text;
 }
 

@@ -17,6 +17,7 @@
 #include "core/plug.h"
 #include "editing/band_files.h"
 #include "host/curves.h"
+#include "platform/index.h"
 #include "platform/whole_file.h"
 #include "state/chunk_codec.h"
 #include "state/document_keys.h"
@@ -26,15 +27,12 @@ namespace {
 constexpr int kBankCount = Plug::kNumBanks;
 constexpr const char* kTooMuch = "is damaged: larger than any document, or nested deeper";
 
-std::size_t at(std::int32_t index) { return static_cast<std::size_t>(index); }
-
 const JsonNode* member(const JsonNode* object, const char* key) {
   return jsonIsType(object, kJsonObject) ? jsonGetObjectItem(object, key) : nullptr;
 }
 
 /// The text of a file's bytes without what only marks its ends.
 std::string contentOf(const std::string& path, std::string bytes) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   if (bytes.starts_with(kByteOrderMark)) bytes.erase(0, kByteOrderMark.size());
   const std::size_t end = bytes.find('\0');
   if (end == std::string::npos) return bytes;

@@ -16,16 +16,6 @@
 
 namespace {
 
-constexpr std::size_t kLabelWidth = 18;
-
-std::string row(const std::string& label, const std::string& text) {
-  return padded(label, kLabelWidth) + text + "\n";
-}
-
-std::string countOf(std::size_t count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
-}
-
 std::string kindText(StateKind kind) {
   switch (kind) {
     case StateKind::kPreset:
@@ -84,30 +74,32 @@ std::string nameOf(const JsonNode* program) {
 }
 
 std::string setRow(const StoredSet& set) {
-  if (set.object == nullptr) return row(set.place, "missing: stays as it is when this is loaded");
-  return row(set.place, nameOf(set.object) + countOf(changedCount(storedValues(set), false),
-                                                     "parameter differs from its default",
-                                                     "parameters differ from their defaults"));
+  if (set.object == nullptr)
+    return reportRow(set.place, "missing: stays as it is when this is loaded");
+  return reportRow(set.place,
+                   nameOf(set.object) + countOf(changedCount(storedValues(set), false),
+                                                "parameter differs from its default",
+                                                "parameters differ from their defaults"));
 }
 
 std::string bandRow(const StateDocument& document) {
   const StoredValues stored = storedBandValues(document);
   std::size_t present = 0;
   for (const auto& value : stored.values) present += value ? 1 : 0;
-  return row("settings", std::to_string(present) + " of " + std::to_string(kBandFileRows.size()) +
-                             ", " +
-                             countOf(changedCount(stored, true), "differs from its default",
-                                     "differ from their defaults"));
+  return reportRow("settings", std::to_string(present) + " of " +
+                                   std::to_string(kBandFileRows.size()) + ", " +
+                                   countOf(changedCount(stored, true), "differs from its default",
+                                           "differ from their defaults"));
 }
 
 std::string bodyRows(const StateDocument& document) {
   if (document.kind == StateKind::kBand) return bandRow(document);
-  std::string text =
-      row("version mark",
-          document.hasVersionMark() ? "v101" : "none: kLogBehaviour is on when this is loaded");
+  std::string text = reportRow(
+      "version mark",
+      document.hasVersionMark() ? "v101" : "none: kLogBehaviour is on when this is loaded");
   for (const StoredSet& set : storedSets(document)) text += setRow(set);
   const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
-  return text + row("editor settings", hasEditor ? "yes" : "none");
+  return text + reportRow("editor settings", hasEditor ? "yes" : "none");
 }
 
 /// Of the labels of parameters, those that name a unit and not the choices.
@@ -151,16 +143,16 @@ StoredValues comparedValues(const StateDocument& document, std::optional<int> ba
 
 std::string stateReport(const StateDocument& document) {
   std::string text = oneLine(document.name) + "\n";
-  text += row("kind", kindText(document.kind));
-  text += row("stored", (document.isPacked ? "packed, " : "plain, ") +
-                            countOf(document.fileBytes, "byte", "bytes") + "; the text has " +
-                            std::to_string(document.text.size()));
+  text += reportRow("kind", kindText(document.kind));
+  text += reportRow("stored", (document.isPacked ? "packed, " : "plain, ") +
+                                  countOf(document.fileBytes, "byte", "bytes") + "; the text has " +
+                                  std::to_string(document.text.size()));
   text += bodyRows(document);
   const std::vector<std::string> faults = documentFaults(document);
   for (const std::string& fault : faults) {
-    text += row(&fault == &faults.front() ? "findings" : "", oneLine(fault));
+    text += reportRow(&fault == &faults.front() ? "findings" : "", oneLine(fault));
   }
-  return faults.empty() ? text + row("findings", "none") : text;
+  return faults.empty() ? text + reportRow("findings", "none") : text;
 }
 
 std::string stateDifference(const StateDocument& a, const StateDocument& b,
