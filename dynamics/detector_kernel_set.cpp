@@ -1,17 +1,15 @@
-#pragma once
-
-#include "analysis/vector_math.h"
-#include "dynamics/detector_kernels.h"
-#include "dynamics/window_kernels_impl.h"
-
-// One text for all instruction sets: each of detector_kernels_*.cpp compiles it with its own
-// options and vector width. As vector_types.h: everything unnamed, nothing of the standard library.
+// Compiled once for each instruction set, with the set's options and its name in `KERNEL_SET`.
+// As vector_types.h: all but the table unnamed, nothing of the standard library.
 //
 // Two layouts: along time, a chunk of one detector; and in rows, one value of each detector of a
 // group side by side, a row per sample. Sums and ballistics run in rows, where no step waits for
 // the step before it of another detector.
 
-namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
+#include "analysis/vector_math.h"
+#include "dynamics/detector_kernels.h"
+#include "dynamics/window_kernels_impl.h"
+
+namespace {
 
 // A group of detectors, in rows of W * N; T is the width for what needs no rows.
 
@@ -504,9 +502,13 @@ void detectAll(DetectorLane* const* lanes, int count, int frames) noexcept {
   }
 }
 
-template <int W>
-constexpr DetectorKernels detectorKernelsOf() noexcept {
-  return {windowAll<W>, detectAll<W>};
-}
+constexpr int kWidth = lanesOf(InstructionSet::KERNEL_SET);
+
+constexpr DetectorKernels kTable = {windowAll<kWidth>, detectAll<kWidth>};
 
 }  // namespace
+
+template <>
+const DetectorKernels& detectorKernelsOf<InstructionSet::KERNEL_SET>() noexcept {
+  return kTable;
+}

@@ -1,13 +1,11 @@
-#pragma once
+// Compiled once for each instruction set, with the set's options and its name in `KERNEL_SET`.
+// Everything but the table is in an unnamed namespace and nothing of the standard library is used,
+// so that no function compiled for a wide processor can reach another file.
 
 #include "analysis/vector_kernels.h"
 #include "analysis/vector_math.h"
 
-// One text for all instruction sets: each of vector_kernels_*.cpp compiles it with its own options
-// and vector width. Everything is in an unnamed namespace and nothing of the standard library is
-// used, so that no function compiled for a wide processor can reach another file.
-
-namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
+namespace {
 
 template <int lanes>
 struct Complex {
@@ -456,19 +454,23 @@ void arrayToDecibels(double* values, int count) noexcept {
   }
 }
 
-template <int lanes>
-constexpr VectorKernels kernelsOf(const char* name, InstructionSet set) noexcept {
-  return {name,
-          set,
-          transform<lanes>,
-          deinterleave<lanes>,
-          interleave<lanes>,
-          splitReal<lanes>,
-          multiplySpectra<lanes>,
-          fir<lanes>,
-          raise<lanes>,
-          lower<lanes>,
-          arrayToDecibels<lanes>};
-}
+constexpr int kLanes = lanesOf(InstructionSet::KERNEL_SET);
+
+constexpr VectorKernels kTable = {nameOf(InstructionSet::KERNEL_SET),
+                                  InstructionSet::KERNEL_SET,
+                                  transform<kLanes>,
+                                  deinterleave<kLanes>,
+                                  interleave<kLanes>,
+                                  splitReal<kLanes>,
+                                  multiplySpectra<kLanes>,
+                                  fir<kLanes>,
+                                  raise<kLanes>,
+                                  lower<kLanes>,
+                                  arrayToDecibels<kLanes>};
 
 }  // namespace
+
+template <>
+const VectorKernels& vectorKernelsOf<InstructionSet::KERNEL_SET>() noexcept {
+  return kTable;
+}
