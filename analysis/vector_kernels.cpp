@@ -4,19 +4,17 @@
 #include <atomic>
 #include <cstddef>
 
-#include "analysis/vector_kernels_sets.h"
-
 namespace {
 
 struct Available {
   Available() noexcept {
-    add(kPortableKernels);
+    add(vectorKernelsOf<InstructionSet::kPortable>());
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx2") == 0 || __builtin_cpu_supports("fma") == 0) return;
-    add(kAvx2Kernels);
+    add(vectorKernelsOf<InstructionSet::kAvx2>());
     if (__builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
         __builtin_cpu_supports("avx512vl") != 0) {
-      add(kAvx512Kernels);
+      add(vectorKernelsOf<InstructionSet::kAvx512>());
     }
 #endif
   }

@@ -25,6 +25,15 @@ struct FftPlan {
 
 enum class InstructionSet { kPortable, kAvx2, kAvx512 };
 
+/// Doubles in one vector of a set.
+[[nodiscard]] constexpr int lanesOf(InstructionSet set) noexcept {
+  return set == InstructionSet::kPortable ? 2 : set == InstructionSet::kAvx2 ? 4 : 8;
+}
+[[nodiscard]] constexpr const char* nameOf(InstructionSet set) noexcept {
+  if (set == InstructionSet::kPortable) return "portable";
+  return set == InstructionSet::kAvx2 ? "AVX2" : "AVX-512";
+}
+
 /// The arithmetic that is worth the processor's widest vectors, one table per instruction set. All
 /// sets give the same results to rounding, and each gives the same result for an element wherever
 /// it stands in its array. Arrays need no alignment. Any thread; nothing locks, allocates or
@@ -63,6 +72,17 @@ struct VectorKernels {
   /// of 8 beyond `count`.
   void (*toDecibels)(double* values, int count) noexcept;
 };
+
+/// The kernels of one set, there for the sets of this build and not to be called on a processor
+/// without it.
+template <InstructionSet set>
+[[nodiscard]] const VectorKernels& vectorKernelsOf() noexcept;
+template <>
+[[nodiscard]] const VectorKernels& vectorKernelsOf<InstructionSet::kPortable>() noexcept;
+template <>
+[[nodiscard]] const VectorKernels& vectorKernelsOf<InstructionSet::kAvx2>() noexcept;
+template <>
+[[nodiscard]] const VectorKernels& vectorKernelsOf<InstructionSet::kAvx512>() noexcept;
 
 /// The kernels in use: the widest that this processor has, unless told otherwise.
 [[nodiscard]] const VectorKernels& vectorKernels() noexcept;

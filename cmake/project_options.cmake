@@ -27,3 +27,26 @@ function(corvanthelis_folder name)
   add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC project_options ${arg_LINK})
 endfunction()
+
+# Compiles a source of a folder once for each instruction set of the processor, as `KERNEL_SET`:
+# corvanthelis_kernels(<folder> <source> [WIDE_OPTIONS <options of all sets but the portable>...]).
+function(corvanthelis_kernels folder source)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "WIDE_OPTIONS")
+  set(sets kPortable)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND sets kAvx2 kAvx512)
+  endif()
+  set(kAvx2_options -mavx2 -mfma ${arg_WIDE_OPTIONS})
+  set(kAvx512_options -mavx512f -mavx512dq -mavx512vl -mfma -mprefer-vector-width=512
+    ${arg_WIDE_OPTIONS})
+  # Options of a source come after those of `project_options`, and so overrule them.
+  set_source_files_properties(${source} PROPERTIES
+    COMPILE_OPTIONS "$<TARGET_PROPERTY:KERNEL_OPTIONS>")
+  foreach(set IN LISTS sets)
+    add_library(${folder}_${set} OBJECT ${source})
+    set_target_properties(${folder}_${set} PROPERTIES KERNEL_OPTIONS "${${set}_options}")
+    target_compile_definitions(${folder}_${set} PRIVATE KERNEL_SET=${set})
+    target_link_libraries(${folder}_${set} PRIVATE project_options)
+    target_sources(${folder} PRIVATE $<TARGET_OBJECTS:${folder}_${set}>)
+  endforeach()
+endfunction()

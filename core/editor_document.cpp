@@ -118,7 +118,7 @@ void takeMode(const JsonNode* settings, EditorState& state) {
 void takeBand(const JsonNode* settings, EditorState& state) {
   int band = state.currentBand;
   takeNumber(settings, kCurrentBand, band);
-  if (jsonGetObjectItem(settings, kCurrentBand) == nullptr || band < 0 || band >= kNumBands) return;
+  if (jsonGetObjectItem(settings, kCurrentBand) == nullptr || !isBand(band)) return;
   state.currentBand = band;
   state.selectedBands = 1U << band;
   state.shownBands = 1U << band;

@@ -6,10 +6,9 @@
 
 #include "core/band_parameters.h"
 #include "core/value_text.h"
+#include "platform/index.h"
 
 namespace {
-
-constexpr auto kAlone = std::memory_order_relaxed;
 
 // What of a band may be due.
 enum : std::uint32_t {
@@ -78,17 +77,16 @@ ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& dr
 
 void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
   // Release: whoever takes the mark sees the value.
-  constexpr auto kAfterValue = std::memory_order_release;
   if (isBandParameter(index)) {
     const int row = bandOneIdOf(index);
-    changedBands[static_cast<std::size_t>(bandOf(index))].fetch_or(dependsOnRow(row), kAfterValue);
-    if (row == kB1Slope) changedWhole.fetch_or(kSplits, kAfterValue);
-    if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, kAfterValue);
+    changedBands[at(bandOf(index))].fetch_or(dependsOnRow(row), std::memory_order_release);
+    if (row == kB1Slope) changedWhole.fetch_or(kSplits, std::memory_order_release);
+    if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, std::memory_order_release);
     return;
   }
-  changedWhole.fetch_or(dependsOnGlobal(index), kAfterValue);
+  changedWhole.fetch_or(dependsOnGlobal(index), std::memory_order_release);
   if (index != kExtendedRanges && index != kExtendedRatios) return;
-  for (auto& band : changedBands) band.fetch_or(kDynamics, kAfterValue);
+  for (auto& band : changedBands) band.fetch_or(kDynamics, std::memory_order_release);
 }
 
 void ParameterHandOver::everythingChanged() noexcept {
@@ -97,12 +95,12 @@ void ParameterHandOver::everythingChanged() noexcept {
 }
 
 void ParameterHandOver::collect() noexcept {
-  constexpr auto kWithValue = std::memory_order_acquire;
   for (std::size_t band = 0; band < kNumBands; ++band) {
-    if (changedBands[band].load(kAlone) == 0) continue;
-    due.bands[band] |= changedBands[band].exchange(0, kWithValue);
+    if (changedBands[band].load(std::memory_order_relaxed) == 0) continue;
+    due.bands[band] |= changedBands[band].exchange(0, std::memory_order_acquire);
   }
-  if (changedWhole.load(kAlone) != 0) due.whole |= changedWhole.exchange(0, kWithValue);
+  if (changedWhole.load(std::memory_order_relaxed) != 0)
+    due.whole |= changedWhole.exchange(0, std::memory_order_acquire);
 }
 
 void ParameterHandOver::update(bool force) {
@@ -139,17 +137,17 @@ void ParameterHandOver::handOver(bool asOne) {
   collect();
   try {
     handOverDue(asOne);
-    missing.store(false, kAlone);
+    missing.store(false, std::memory_order_relaxed);
   } catch (const std::bad_alloc&) {
     gate.owe();
-    missing.store(true, kAlone);
+    missing.store(true, std::memory_order_relaxed);
   }
 }
 
 template <typename Run>
 void ParameterHandOver::forDueBands(std::uint32_t what, const Run& run) {
   for (int band = 0; band < kNumBands; ++band) {
-    std::uint32_t& bandDue = due.bands[static_cast<std::size_t>(band)];
+    std::uint32_t& bandDue = due.bands[at(band)];
     if ((bandDue & what) == 0) continue;
     run(band);
     bandDue &= ~what;  // still due if it has thrown
@@ -175,7 +173,7 @@ void ParameterHandOver::handOverDue(bool asOne) {
   ifDue(kSplits, [this] { updateSplits(); });
   // What changes as one with the chain includes the filters of a band that comes.
   if (asOne && (due.whole & kPlan) != 0 && engine.planIsDue()) gate.force();
-  if (gate.opens(clock(), isOffline.load(kAlone))) redesign();
+  if (gate.opens(clock(), isOffline.load(std::memory_order_relaxed))) redesign();
   ifDue(kGlobals, [this] { updateGlobals(); });
   forDueBands(kDynamics, [this](int band) { updateDynamics(band); });
   forDueBands(kPath, [this](int band) { engine.setBand(band, bandSettings(values, band)); });
@@ -214,8 +212,7 @@ void ParameterHandOver::arrange() {
 void ParameterHandOver::updateSplits() {
   std::array<double, kNumBands> slopes{};
   for (int band = 0; band < kNumBands; ++band) {
-    slopes[static_cast<std::size_t>(band)] =
-        static_cast<double>(plain(bandParameterId(band, kB1Slope)));
+    slopes[at(band)] = static_cast<double>(plain(bandParameterId(band, kB1Slope)));
   }
   engine.setSplits(slopes);
 }
@@ -231,7 +228,7 @@ void ParameterHandOver::redesign() {
 void ParameterHandOver::updateGlobals() {
   engine.setGains(static_cast<double>(plain(kIpTrim)), static_cast<double>(plain(kOpTrim)),
                   isOn(kBypass), isOn(kListen), static_cast<double>(values.normalised(kWetDry)));
-  const int row = isOffline.load(kAlone) ? kOversampleOL : kOversample;
+  const int row = isOffline.load(std::memory_order_relaxed) ? kOversampleOL : kOversample;
   engine.setOversampling(static_cast<Oversampling>(static_cast<int>(plain(row))));
   engine.setScListen(static_cast<int>(plain(kSCListen)));
   engine.setExpandMode(isOn(kLogBehaviour));

@@ -8,6 +8,7 @@
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
+#include "platform/index.h"
 #include "platform/resources.h"
 #include "platform/whole_file.h"
 

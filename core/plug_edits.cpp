@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "host/shared_value.h"
+#include "platform/index.h"
 
 PlugEdits::PlugEdits(const EditedParts& editedParts, const InstallFolders& folders)
     : parts(editedParts), bandTemplate(parts.values.defaults()), bandFiles(*this, folders) {}

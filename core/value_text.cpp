@@ -7,6 +7,7 @@
 
 #include "core/parameter_table.h"
 #include "editing/parameter_ids.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ template <std::size_t Size>
 std::string choice(double value, const std::array<std::string_view, Size>& texts) {
   const int entry = static_cast<int>(value);
   if (entry < 0 || entry >= static_cast<int>(Size)) return {};
-  return std::string(texts[static_cast<std::size_t>(entry)]);
+  return std::string(texts[at(entry)]);
 }
 
 std::string subTypeText(double plain) {
@@ -109,8 +110,8 @@ std::string noteText(double frequency) {
   const int note = static_cast<int>(nearest);
   const int number = static_cast<int>(octave) + (note > 2 ? 5 : 4);
   const std::string sign = cents < 0 ? "-" : "+";
-  return std::string(kNames[static_cast<std::size_t>((note + 21) % 12)]) + std::to_string(number) +
-         sign + std::to_string(std::abs(cents));
+  return std::string(kNames[at((note + 21) % 12)]) + std::to_string(number) + sign +
+         std::to_string(std::abs(cents));
 }
 
 std::string genericText(double plain, const ParameterRecord& record, bool simple) {

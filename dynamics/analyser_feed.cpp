@@ -1,5 +1,7 @@
 #include "dynamics/analyser_feed.h"
 
+#include "platform/index.h"
+
 void AnalyserFeed::reset() noexcept {
   for (auto& ring : rings) ring.clear();
   written = 0;
@@ -13,8 +15,8 @@ void AnalyserFeed::beginBlock() noexcept {
 
 template <typename Sample>
 void AnalyserFeed::write(Trace trace, const Sample* signal, int frames, double gain) noexcept {
-  auto& ring = rings[static_cast<std::size_t>(trace)];
-  std::uint64_t& end = traceEnds[static_cast<std::size_t>(trace)];
+  auto& ring = rings[at(trace)];
+  std::uint64_t& end = traceEnds[at(trace)];
   if (end != written) ring.clear();
   end = written + static_cast<std::uint64_t>(frames);
   for (int i = 0; i < frames; ++i) {

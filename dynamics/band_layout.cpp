@@ -6,11 +6,7 @@
 #include <numeric>
 #include <utility>
 
-namespace {
-
-constexpr double kOrderScale = 2097152.0;  // 2^21: seven band numbers of three bits
-
-}  // namespace
+#include "platform/index.h"
 
 BandLayout::BandLayout() {
   state[0] = true;
@@ -50,7 +46,7 @@ bool BandLayout::sortIntoLists(const Order& wanted, Lists& lists) const {
   }
   const List& rising = lists[kXoverList];
   const auto notBelow = [this](std::int32_t a, std::int32_t b) {
-    return !(frequency[static_cast<std::size_t>(a)] < frequency[static_cast<std::size_t>(b)]);
+    return !(frequency[at(a)] < frequency[at(b)]);
   };
   return std::adjacent_find(rising.begin(), rising.end(), notBelow) == rising.end();
 }
@@ -73,9 +69,8 @@ void BandLayout::arrangeBands(double value) {
   for (const std::int32_t band : told) {
     lists[listFor(band, !lists[kXoverList].empty())].push_back(band);
   }
-  std::ranges::stable_sort(lists[kXoverList], {}, [this](std::int32_t band) {
-    return frequency[static_cast<std::size_t>(band)];
-  });
+  std::ranges::stable_sort(lists[kXoverList], {},
+                           [this](std::int32_t band) { return frequency[at(band)]; });
   takeLists(std::move(lists));
 }
 
@@ -117,7 +112,7 @@ BandLayout::List& BandLayout::listNumber(int list) noexcept {
 }
 
 void BandLayout::moveBand(int band, int list, double newFrequency) {
-  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return;
+  if (!isBand(band) || list < kPreList || list > kOffList) return;
   const auto index = static_cast<std::size_t>(band);
   const Scope lock(*this);
   const double hz = newFrequency == 0.0 ? frequency[index] : newFrequency;
@@ -126,7 +121,7 @@ void BandLayout::moveBand(int band, int list, double newFrequency) {
   target.reserve(target.size() + 1);  // or a band would be lost where memory runs out
   for (List* source : {&pre, &xover, &post, &off}) std::erase(*source, band);
   const auto place = std::find_if(target.begin(), target.end(), [this, hz](std::int32_t other) {
-    return frequency[static_cast<std::size_t>(other)] >= hz;
+    return frequency[at(other)] >= hz;
   });
   target.insert(place, band);
   isXover[index] = list == kXoverList;
@@ -151,5 +146,5 @@ void BandLayout::rebuildOrder() {
   for (const List* list : {&pre, &xover, &post, &off}) {
     orderList.insert(orderList.end(), list->begin(), list->end());
   }
-  std::copy_n(orderList.begin(), kBands, order.begin());
+  std::copy_n(orderList.begin(), kNumBands, order.begin());
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "dynamics/bands.h"
 #include "platform/plug_base_mutex.h"
 
 /// Number of the four lists of a `BandLayout`.
@@ -16,8 +17,9 @@ enum BandList : int { kPreList = 0, kXoverList = 1, kPostList = 2, kOffList = 3 
 /// under it (`Scope`). The audio thread sees the chain through the engine's packed words alone.
 class BandLayout : public PlugBaseMutex {
  public:
-  static constexpr int kBands = 8;
   using List = std::vector<std::int32_t>;
+  /// A packed order times this is whole: seven band numbers of three bits.
+  static constexpr double kOrderScale = 2097152.0;  // 2^21
 
   /// Band 0 in the XOver list, the others off.
   BandLayout();
@@ -41,19 +43,19 @@ class BandLayout : public PlugBaseMutex {
   /// Copies of lists, taken under the lock.
   [[nodiscard]] List copyOf(const List& list);
 
-  std::array<bool, kBands> state{};    ///< the band is active
-  std::array<bool, kBands> isXover{};  ///< the band is a crossover band
-  std::array<std::int32_t, kBands> order{};
+  std::array<bool, kNumBands> state{};    ///< the band is active
+  std::array<bool, kNumBands> isXover{};  ///< the band is a crossover band
+  std::array<std::int32_t, kNumBands> order{};
   List pre;
   List post;
   List xover;
   List off;
-  List orderList;                          ///< as `order`
-  std::array<double, kBands> frequency{};  ///< Hz, each band's centre
+  List orderList;                             ///< as `order`
+  std::array<double, kNumBands> frequency{};  ///< Hz, each band's centre
 
  private:
   using Lists = std::array<List, 4>;  // by `BandList`
-  using Order = std::array<std::int32_t, kBands>;
+  using Order = std::array<std::int32_t, kNumBands>;
 
   [[nodiscard]] static bool decodeOrder(double value, Order& decoded) noexcept;
   [[nodiscard]] std::size_t listFor(std::int32_t band, bool behindCrossover) const;

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "dynamics/compressor.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -69,7 +70,7 @@ struct GainStage {
 
 compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t place,
                                           const Block& block) noexcept {
-  const EngineSettings::Band& own = block.settings.bands[static_cast<std::size_t>(band)];
+  const EngineSettings::Band& own = block.settings.bands[at(band)];
   const ListenState& listening = block.listening;
   const bool unheard = listening.soloCount != 0 && !own.path.solo;
   BandRun run{};
@@ -106,7 +107,7 @@ void compressor::processBands(std::span<BandRun> runs, const Block& block, int a
 /// What a channel of a band's sidechain is made from; null: what is there already.
 const double* compressor::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
   if (run.heardPlace >= 0) {
-    return buffers->bandCopy[channel][static_cast<std::size_t>(run.heardPlace)];
+    return buffers->bandCopy[channel][at(run.heardPlace)];
   }
   switch (run.settings->route.source) {
     case SidechainRoute::kWide:
@@ -121,7 +122,7 @@ const double* compressor::sidechainSource(const BandRun& run, std::size_t channe
 }
 
 void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
-  SidechainFilters& filters = sidechains[static_cast<std::size_t>(run.band)];
+  SidechainFilters& filters = sidechains[at(run.band)];
   const auto channels = static_cast<std::size_t>(block.channels);
   for (std::size_t c = 0; c < channels; ++c) {
     const double* const source = sidechainSource(run, c);
@@ -137,7 +138,7 @@ void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
 }
 
 void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
-  std::array<BandDetector::Job, kBands * WorkBuffers::kChannels> jobs{};
+  std::array<BandDetector::Job, kNumBands * WorkBuffers::kChannels> jobs{};
   std::size_t count = 0;
   for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
@@ -154,7 +155,7 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
   for (BandRun& run : runs) {
     if (run.oneDetector) shareGain(run, block);
     if (!run.passive) continue;
-    BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
+    BandMeters& meter = bandMeters[at(run.band)];
     meter.dynPeak.fill(0.0);
     meter.tranPeak.fill(0.0);
     for (double* const gain : run.side) std::fill_n(gain, block.frames, 1.0);
@@ -163,7 +164,7 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
 
 /// The second channel gets what the detector of the first has found for both.
 void compressor::shareGain(BandRun& run, const Block& block) noexcept {
-  BandMeters& meter = bandMeters[static_cast<std::size_t>(run.band)];
+  BandMeters& meter = bandMeters[at(run.band)];
   meter.dynPeak[1] = meter.dynPeak[0];
   meter.tranPeak[1] = meter.tranPeak[0];
   const PositionWeights weight(run.settings->path.position, block.channels);
@@ -186,8 +187,8 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
     if (block.settings.oversampleLatency > 0) {
-      oversampled[static_cast<std::size_t>(run.band)][c].process(
-          signal, gain, block.frames, buffers->upSignal, buffers->upGain);
+      oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers->upSignal,
+                                           buffers->upGain);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }

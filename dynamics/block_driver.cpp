@@ -6,12 +6,13 @@
 #include <cstddef>
 
 #include "dynamics/compressor.h"
+#include "platform/index.h"
 
 namespace {
 
 /// The weighted bands one after the other, two in a pass.
-void sumBands(const std::array<double*, compressor::kBands>& bands,
-              const std::array<double, compressor::kBands>& weights, std::size_t count, double* out,
+void sumBands(const std::array<double*, kNumBands>& bands,
+              const std::array<double, kNumBands>& weights, std::size_t count, double* out,
               int frames) noexcept {
   std::fill_n(out, frames, 0.0);
   std::size_t place = 0;
@@ -77,7 +78,7 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
   if (usable == 2 && side[1] == nullptr) usable = 1;
   if (usable >= 1 && side[0] == nullptr) usable = 0;
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
-    double* const ext = buffers->ext[static_cast<std::size_t>(c)];
+    double* const ext = buffers->ext[at(c)];
     if (c < usable) {
       std::copy_n(side[c], frames, ext);
     } else {
@@ -85,7 +86,7 @@ void compressor::copySidechain(Sample* const* side, int channels, int frames) no
     }
   }
   // More than all the delays of a chain together, whose rings then hold silence.
-  constexpr int kLongestWay = 4 * kBands * DelayRings::kSize;
+  constexpr int kLongestWay = 4 * kNumBands * DelayRings::kSize;
   if (usable > 0) sidechainLeft = kLongestWay + frames;
 }
 
@@ -144,7 +145,7 @@ void compressor::resetChangedBands(const Block& block) noexcept {
   if (plan.stages != chainSeen.plan.stages) {
     changed |= (chain.stages | chainSeen.stages) & ~stagesInOrder(chainSeen.plan, plan);
   }
-  for (int band = 0; band < kBands; ++band) {
+  for (int band = 0; band < kNumBands; ++band) {
     if ((changed & stageBit(band)) != 0) resetBandState(band);
   }
   // Nor does the crossover come back with what it held when it stopped.
@@ -161,7 +162,7 @@ void compressor::resetReturning(const Block& block) noexcept {
   oversampledSeen = oversampling;
   if (channelReturns) crossover.resetRight();
   const std::uint32_t inUse = chainSeen.stages | chainSeen.listed;
-  for (std::size_t band = 0; band < kBands; ++band) {
+  for (std::size_t band = 0; band < kNumBands; ++band) {
     if ((inUse & stageBit(static_cast<int>(band))) == 0) continue;
     if (channelReturns) {
       sidechains[band].resetRight();
@@ -186,15 +187,15 @@ void compressor::runStages(const Block& block) noexcept {
 }
 
 void compressor::runBandStage(int band, const Block& block) noexcept {
-  const SoloBand self{band, block.settings.bands[static_cast<std::size_t>(band)].path.solo};
+  const SoloBand self{band, block.settings.bands[at(band)].path.solo};
   const StageWeights weights = dynamicEqWeights(self, block.listening);
   const WorkBuffers::Pair lifted = {buffers->band[0][0], buffers->band[1][0]};
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     std::copy_n(buffers->wet[channel], block.frames, lifted[channel]);
   }
-  const int filterDelay = subbands[static_cast<std::size_t>(band)].filter(
-      lifted.data(), buffers->rest.data(), block.frames, block.channels);
+  const int filterDelay =
+      subbands[at(band)].filter(lifted.data(), buffers->rest.data(), block.frames, block.channels);
   delaySidechain(DelayRings::kExtBefore, band, block, filterDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, band, block, filterDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, band, block, filterDelay);
@@ -214,15 +215,14 @@ void compressor::runBandStage(int band, const Block& block) noexcept {
 
 void compressor::runCrossoverStage(const Block& block) noexcept {
   const int length = block.settings.plan.xoverLength();
-  std::array<SoloBand, kBands> listed{};
+  std::array<SoloBand, kNumBands> listed{};
   for (int place = 0; place < length; ++place) {
     const int band = block.settings.plan.xoverBand(place);
-    listed[static_cast<std::size_t>(place)] = {
-        band, block.settings.bands[static_cast<std::size_t>(band)].path.solo};
+    listed[at(place)] = {band, block.settings.bands[at(band)].path.solo};
   }
   const auto weights =
       crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
-  std::array<BandRun, kBands> bandRuns;
+  std::array<BandRun, kNumBands> bandRuns;
   const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
     bandRuns[place] = beginBand(listed[place].band, true, place, block);
@@ -263,13 +263,13 @@ void compressor::mixOutput(Sample* const* outputs, const Block& block) noexcept 
   double* const gain = buffers->ramp;
   wetRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers->wet[static_cast<std::size_t>(c)];
+    double* const wet = buffers->wet[at(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] *= gain[i];
   }
   dryRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers->wet[static_cast<std::size_t>(c)];
-    const double* const dry = buffers->dry[static_cast<std::size_t>(c)];
+    double* const wet = buffers->wet[at(c)];
+    const double* const dry = buffers->dry[at(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] += gain[i] * dry[i];
     if (Sample* const output = outputs[c]) {
       for (int i = 0; i < block.frames; ++i) output[i] = static_cast<Sample>(wet[i]);
@@ -281,8 +281,7 @@ template <typename Sample>
 void compressor::feedEditor(Sample* const* outputs, const Block& block) noexcept {
   for (int c = 0; c < block.channels; ++c) {
     const auto dryTrace = static_cast<AnalyserFeed::Trace>(AnalyserFeed::kDryLeft + c);
-    analyser.write(dryTrace, buffers->dry[static_cast<std::size_t>(c)], block.frames,
-                   block.settings.analyserGain);
+    analyser.write(dryTrace, buffers->dry[at(c)], block.frames, block.settings.analyserGain);
     if (outputs[c] == nullptr) continue;
     analyser.write(static_cast<AnalyserFeed::Trace>(c), outputs[c], block.frames, 1.0);
   }
@@ -292,10 +291,10 @@ void compressor::feedEditor(Sample* const* outputs, const Block& block) noexcept
 
 void compressor::storeMeters(const Block& block) noexcept {
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
-    meters.writeReduction(c, buffers->reduction[static_cast<std::size_t>(c)], block.frames);
+    meters.writeReduction(c, buffers->reduction[at(c)], block.frames);
   }
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
-    const double* const wet = buffers->wet[static_cast<std::size_t>(c)];
+    const double* const wet = buffers->wet[at(c)];
     meters.writeOutput(c, c < block.channels ? wet : nullptr, block.frames);
   }
   meters.endBlock(block.frames);
@@ -304,10 +303,9 @@ void compressor::storeMeters(const Block& block) noexcept {
 void compressor::publishMeters(const Block& block) noexcept {
   const EngineSettings& now = block.settings;
   const double decay = 1.0 - std::pow(now.meterDecay, static_cast<double>(block.frames));
-  for (int band = 0; band < kBands; ++band) {
-    const double position = now.bands[static_cast<std::size_t>(band)].path.position;
+  for (int band = 0; band < kNumBands; ++band) {
+    const double position = now.bands[at(band)].path.position;
     const double left = block.channels == 1 ? 1.0 : std::min(1.0, 1.0 - position);
-    bandMeters[static_cast<std::size_t>(band)].endBlock({left, std::min(1.0, 1.0 + position)},
-                                                        decay);
+    bandMeters[at(band)].endBlock({left, std::min(1.0, 1.0 + position)}, decay);
   }
 }

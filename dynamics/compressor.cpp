@@ -4,14 +4,14 @@
 #include <cmath>
 #include <cstddef>
 
+#include "platform/index.h"
+
 namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
 
 // Practically 0: the peak of each block shows alone until an editor asks for a slower decay.
 const double kInstantMeterDecay = std::exp(-2.0 / 0.02);
-
-constexpr bool isBand(int band) noexcept { return band >= 0 && band < compressor::kBands; }
 
 }  // namespace
 
@@ -73,7 +73,7 @@ void compressor::resetEngine() noexcept {
   sidechainLeft = 0;
   channelsSeen = WorkBuffers::kChannels;
   crossover.reset();
-  for (int band = 0; band < kBands; ++band) resetPath(band);
+  for (int band = 0; band < kNumBands; ++band) resetPath(band);
 }
 
 void compressor::resetBandState(int band) noexcept {
@@ -93,7 +93,7 @@ void compressor::resetPath(int band) noexcept {
   detectors[index].reset();
   detectors[index][0].setOwnsLamps(true);
   // By the engine's clock, so that the eight take turns at the large part of their work.
-  constexpr int kTurn = PartitionedConvolver::kPhases / kBands;
+  constexpr int kTurn = PartitionedConvolver::kPhases / kNumBands;
   subbands[index].reset(delays.position() + kTurn * band);
 }
 
@@ -131,7 +131,7 @@ void compressor::setBand(int band, const BandSettings& path) noexcept {
 
 void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
   if (!isBand(band)) return;
-  BandDetector& detector = detectors[static_cast<std::size_t>(band)][0];
+  BandDetector& detector = detectors[at(band)][0];
   detector.setCurve(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor, d.deadband,
                     d.knee);
   detector.setTimes(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest);
@@ -142,7 +142,7 @@ void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
 }
 
 void compressor::setExpandMode(bool on) noexcept {
-  for (std::size_t band = 0; band < kBands; ++band) {
+  for (std::size_t band = 0; band < kNumBands; ++band) {
     detectors[band][0].setExpandMode(on);
     wanted.bands[band].detector.expandMode = on;
   }
@@ -161,7 +161,7 @@ void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
 }
 
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
-  if (isBand(band)) sidechains[static_cast<std::size_t>(band)].set(settings);
+  if (isBand(band)) sidechains[at(band)].set(settings);
 }
 
 void compressor::setOversampling(Oversampling mode) noexcept {
@@ -174,10 +174,10 @@ void compressor::setOversampling(Oversampling mode) noexcept {
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
                                   float slope2) {
   if (!isBand(band)) return;
-  subbands[static_cast<std::size_t>(band)].configureFilters(shape, frequency, slope, q, slope2);
+  subbands[at(band)].configureFilters(shape, frequency, slope, q, slope2);
 }
 
-void compressor::setSplits(const std::array<double, kBands>& slopes) {
+void compressor::setSplits(const std::array<double, kNumBands>& slopes) {
   std::vector<double> centres;
   std::vector<double> listedSlopes;
   {
@@ -208,16 +208,15 @@ void compressor::makeStagePlan() {
 bool compressor::planIsDue() { return StagePlan::of(layout) != wanted.plan; }
 
 void compressor::publish() noexcept {
-  constexpr auto kAlone = std::memory_order_relaxed;
   const bool anySolo = std::ranges::any_of(
       wanted.bands, [](const auto& band) { return band.path.solo && band.path.active; });
-  for (std::size_t band = 0; band < kBands; ++band) {
+  for (std::size_t band = 0; band < kNumBands; ++band) {
     const BandSettings& path = wanted.bands[band].path;
     const bool isIdle = path.bypass || (anySolo && !path.solo);
-    shown[band].gain.store(isIdle ? 1.0 : path.gain, kAlone);
-    shown[band].dry.store(isIdle ? 0.0 : path.dry, kAlone);
+    shown[band].gain.store(isIdle ? 1.0 : path.gain, std::memory_order_relaxed);
+    shown[band].dry.store(isIdle ? 0.0 : path.dry, std::memory_order_relaxed);
   }
-  shownPlan.store(wanted.plan, kAlone);
+  shownPlan.store(wanted.plan, std::memory_order_relaxed);
   published.spare() = wanted;
   published.publish();
 }
@@ -228,8 +227,7 @@ int compressor::getLatency() {
   int samples = 0;
   for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
     for (const std::int32_t band : *list) {
-      samples += wantedOf(band).detector.lookahead + perStage +
-                 subbands[static_cast<std::size_t>(band)].latency();
+      samples += wantedOf(band).detector.lookahead + perStage + subbands[at(band)].latency();
     }
   }
   if (!layout.xover.empty()) samples += crossover.latency() + perStage;
@@ -237,7 +235,7 @@ int compressor::getLatency() {
 }
 
 void compressor::bandCurve(int band, const float* frequencies, int n, float* out) {
-  if (isBand(band)) subbands[static_cast<std::size_t>(band)].bandCurve(frequencies, n, out);
+  if (isBand(band)) subbands[at(band)].bandCurve(frequencies, n, out);
 }
 
 void compressor::crossoverCurve(int place, const float* frequencies, int n, float* out) {
@@ -264,15 +262,15 @@ double compressor::getGainReduction(int selector) noexcept {
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {
   if (!isBand(band) || channel < 0 || channel > 1) return 0.0;
-  return bandMeters[static_cast<std::size_t>(band)].shownGain(parts, channel);
+  return bandMeters[at(band)].shownGain(parts, channel);
 }
 
 double compressor::getBandEnvelope(int band) const noexcept {
-  return isBand(band) ? bandMeters[static_cast<std::size_t>(band)].shownEnv() : 0.0;
+  return isBand(band) ? bandMeters[at(band)].shownEnv() : 0.0;
 }
 
 double compressor::getBandLamp(int band, bool fast) const noexcept {
-  return isBand(band) ? bandMeters[static_cast<std::size_t>(band)].lamp(fast) : 0.0;
+  return isBand(band) ? bandMeters[at(band)].lamp(fast) : 0.0;
 }
 
 double compressor::getBandGraphGain(int band) const noexcept {

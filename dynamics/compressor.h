@@ -9,6 +9,7 @@
 #include "dynamics/analyser_feed.h"
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
+#include "dynamics/bands.h"
 #include "dynamics/delay_rings.h"
 #include "dynamics/detector_pair.h"
 #include "dynamics/engine_settings.h"
@@ -23,6 +24,7 @@
 #include "filters/kernel_exchange.h"
 #include "filters/resampler.h"
 #include "filters/subband.h"
+#include "platform/index.h"
 
 /// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
 /// 64-bit floats inside, whatever the host gives.
@@ -34,7 +36,6 @@
 /// `reset*` and `setSampleRate` while nothing processes; getters anywhere.
 class compressor {
  public:
-  static constexpr int kBands = EngineSettings::kBands;
   static constexpr int kDefaultFrames = 4096;
 
   compressor();
@@ -77,7 +78,7 @@ class compressor {
   void configureFilters(int band, int shape, float frequency, float slope, float q, float slope2);
   /// Puts the crossover's splits between the bands of the XOver list; `slopes` by band, in dB per
   /// octave.
-  void setSplits(const std::array<double, kBands>& slopes);
+  void setSplits(const std::array<double, kNumBands>& slopes);
   /// Designs the kernels that the filters and splits now want, and hands them to the audio thread.
   void rebuildKernels();
   /// Shows the audio thread all settings as they are now.
@@ -193,9 +194,7 @@ class compressor {
   template <typename Sample>
   void feedEditor(Sample* const* outputs, const Block& block) noexcept;
   void publishMeters(const Block& block) noexcept;
-  [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept {
-    return wanted.bands[static_cast<std::size_t>(band)];
-  }
+  [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept { return wanted.bands[at(band)]; }
 
   // The audio thread's, and how longer ones reach it: it takes `announced` at its next block and
   // leaves what it had in `retired`, which the control side empties before it announces again.
@@ -211,12 +210,12 @@ class compressor {
   MeterRings meters;
   AnalyserFeed analyser;
   OutputPeak outputPeak;
-  std::array<BandMeters, kBands> bandMeters;
-  std::array<ShownBand, kBands> shown;
-  std::array<subband, kBands> subbands;
-  std::array<DetectorPair, kBands> detectors;
-  std::array<SidechainFilters, kBands> sidechains;
-  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kBands> oversampled;
+  std::array<BandMeters, kNumBands> bandMeters;
+  std::array<ShownBand, kNumBands> shown;
+  std::array<subband, kNumBands> subbands;
+  std::array<DetectorPair, kNumBands> detectors;
+  std::array<SidechainFilters, kNumBands> sidechains;
+  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kNumBands> oversampled;
   CrossoverBank crossover;
   DelayRings delays;
   double sampleRate = 44100.0;  // Hz

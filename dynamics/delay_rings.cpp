@@ -40,8 +40,8 @@ std::size_t DelayRings::lineOf(int ring, int owner) noexcept {
   assert(ring >= (owner == kCrossover ? kExtBefore : 0) && ring < kRings);
   assert(owner >= 0 && owner <= kCrossover);
   // The crossover's lines lie behind those of the bands.
-  return static_cast<std::size_t>(owner == kCrossover ? kRings * kBands + ring - kExtBefore
-                                                      : ring * kBands + owner);
+  return static_cast<std::size_t>(owner == kCrossover ? kRings * kNumBands + ring - kExtBefore
+                                                      : ring * kNumBands + owner);
 }
 
 void DelayRings::delayLine(double* buffer, int ring, int owner, int frames, int delay) noexcept {

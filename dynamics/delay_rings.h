@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "dynamics/bands.h"
+
 /// The delays that keep the engine's parallel paths in step: a ring for each path, channel and
 /// owner, all at one common position. A delay of 0 records too, so that a longer one finds what
 /// came before it. A line that was not fed up to the present block starts from silence: nothing
@@ -13,9 +15,8 @@
 /// Threads: all on the audio thread, or while nothing processes. Only the constructor allocates.
 class DelayRings {
  public:
-  static constexpr int kBands = 8;
-  static constexpr int kCrossover = kBands;  ///< the owner beside the bands 0 to 7
-  static constexpr int kSize = 16384;        ///< samples of one ring
+  static constexpr int kCrossover = kNumBands;  ///< the owner beside the bands 0 to 7
+  static constexpr int kSize = 16384;           ///< samples of one ring
   static constexpr int kMaxDelay = kSize - 1;
 
   /// The left ring of each path; the right one has the next number. The first two paths are of
@@ -46,7 +47,7 @@ class DelayRings {
   void clear() noexcept;           ///< all lines do, from position 0
 
  private:
-  static constexpr int kLines = kRings * kBands + (kRings - kExtBefore);
+  static constexpr int kLines = kRings * kNumBands + (kRings - kExtBefore);
 
   struct Line {
     std::uint64_t end = 0;  // up to where it was fed

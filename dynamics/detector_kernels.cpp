@@ -1,16 +1,14 @@
 #include "dynamics/detector_kernels.h"
 
-#include "dynamics/detector_kernels_sets.h"
-
 const DetectorKernels& detectorKernels() noexcept {
   switch (vectorKernels().set) {
 #if defined(__x86_64__)
     case InstructionSet::kAvx512:
-      return kAvx512Detectors;
+      return detectorKernelsOf<InstructionSet::kAvx512>();
     case InstructionSet::kAvx2:
-      return kAvx2Detectors;
+      return detectorKernelsOf<InstructionSet::kAvx2>();
 #endif
     default:
-      return kPortableDetectors;
+      return detectorKernelsOf<InstructionSet::kPortable>();
   }
 }

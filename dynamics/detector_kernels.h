@@ -19,5 +19,15 @@ struct DetectorKernels {
   void (*detect)(DetectorLane* const* lanes, int count, int frames) noexcept;
 };
 
+/// As `vectorKernelsOf`.
+template <InstructionSet set>
+[[nodiscard]] const DetectorKernels& detectorKernelsOf() noexcept;
+template <>
+[[nodiscard]] const DetectorKernels& detectorKernelsOf<InstructionSet::kPortable>() noexcept;
+template <>
+[[nodiscard]] const DetectorKernels& detectorKernelsOf<InstructionSet::kAvx2>() noexcept;
+template <>
+[[nodiscard]] const DetectorKernels& detectorKernelsOf<InstructionSet::kAvx512>() noexcept;
+
 /// Those that belong to `vectorKernels()`.
 [[nodiscard]] const DetectorKernels& detectorKernels() noexcept;

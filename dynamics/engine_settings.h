@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "dynamics/bands.h"
 #include "dynamics/detector_lane.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/stage_plan.h"
@@ -52,8 +53,6 @@ enum class Oversampling { kOff, kStandard, kHighQuality };
 /// trim, which go ahead of it. The audio thread sees it change as a whole: a band is never heard in
 /// one place with the settings of another.
 struct EngineSettings {
-  static constexpr int kBands = StagePlan::kBands;
-
   struct Band {
     BandSettings path;
     DetectorSettings detector;
@@ -68,7 +67,7 @@ struct EngineSettings {
     bool listen = false;  ///< to the difference of wet and dry
   };
 
-  std::array<Band, kBands> bands;
+  std::array<Band, kNumBands> bands;
   StagePlan plan;
   int xoverMaxLookahead = 0;  ///< samples: the largest of the XOver list
   int oversampleLatency = 0;  ///< samples, 0 where nothing is oversampled

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "analysis/vector_kernels.h"
+#include "platform/index.h"
 
 void MeterRings::reset() noexcept {
   for (auto* rings : {&inputRings, &outputRings, &reductionRings}) {
@@ -33,15 +34,15 @@ void MeterRings::write(Ring& ring, std::uint32_t position, const double* signal,
 }
 
 void MeterRings::writeInput(int channel, const double* signal, int frames) noexcept {
-  write(inputRings[static_cast<std::size_t>(channel)], writePosition(), signal, frames);
+  write(inputRings[at(channel)], writePosition(), signal, frames);
 }
 
 void MeterRings::writeOutput(int channel, const double* signal, int frames) noexcept {
-  write(outputRings[static_cast<std::size_t>(channel)], writePosition(), signal, frames);
+  write(outputRings[at(channel)], writePosition(), signal, frames);
 }
 
 void MeterRings::writeReduction(int channel, const float* gains, int frames) noexcept {
-  Ring& ring = reductionRings[static_cast<std::size_t>(channel)];
+  Ring& ring = reductionRings[at(channel)];
   const std::uint32_t start = writePosition();
   constexpr int kChunk = 64;
   constexpr double kSmallest = 1e-300;  // of what has a logarithm; as good as 0
@@ -50,7 +51,7 @@ void MeterRings::writeReduction(int channel, const float* gains, int frames) noe
     const int chunk = std::min(kChunk, frames - done);
     for (int i = 0; i < chunk; ++i) {
       const auto gain = static_cast<double>(gains[done + i]);
-      decibels[static_cast<std::size_t>(i)] = std::max(gain, kSmallest);
+      decibels[at(i)] = std::max(gain, kSmallest);
     }
     vectorKernels().toDecibels(decibels.data(), chunk);
     write(ring, start + static_cast<std::uint32_t>(done), decibels.data(), chunk);
@@ -65,8 +66,8 @@ void MeterRings::endBlock(int frames) noexcept {
 double MeterRings::getGainReduction(int selector) noexcept {
   if (selector < 0 || selector >= kSelectors) return 1.0;
   auto& rings = selector < 4 ? reductionRings : selector < 6 ? inputRings : outputRings;
-  const Ring& ring = rings[static_cast<std::size_t>(selector % 2)];
-  Reader& reader = readers[static_cast<std::size_t>(selector)];
+  const Ring& ring = rings[at(selector % 2)];
+  Reader& reader = readers[at(selector)];
 
   const std::uint32_t end = meterWrite.load(std::memory_order_acquire);
   std::uint32_t position = reader.position.load(std::memory_order_relaxed);

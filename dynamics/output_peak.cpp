@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "platform/index.h"
+
 namespace {
 
 /// A one-pole step that covers all but the share `base` of its way in `seconds`; 0 seconds: all at
@@ -38,7 +40,7 @@ double step(double env, double x, double up, double down) noexcept {
 
 void OutputPeak::setBallistic(int choice, double sampleRate) noexcept {
   const bool known = choice >= 0 && choice < static_cast<int>(kBallistics.size());
-  const Ballistic& ballistic = kBallistics[static_cast<std::size_t>(known ? choice : kDigital)];
+  const Ballistic& ballistic = kBallistics[at(known ? choice : kDigital)];
   attack.store(factor(ballistic.attack, sampleRate), std::memory_order_relaxed);
   release.store(factor(ballistic.release, sampleRate), std::memory_order_relaxed);
 }
@@ -50,7 +52,7 @@ void OutputPeak::reset() noexcept {
 template <typename Sample>
 void OutputPeak::followOne(int channel, const Sample* signal, int frames,
                            Factors factors) noexcept {
-  auto& shared = envelope[static_cast<std::size_t>(channel)];
+  auto& shared = envelope[at(channel)];
   double env = shared.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i)
     env = step(env, static_cast<double>(signal[i]), factors.up, factors.down);
@@ -90,5 +92,5 @@ template void OutputPeak::follow(double const* const*, int, int) noexcept;
 
 double OutputPeak::peak(int channel) const noexcept {
   if (channel < 0 || channel >= static_cast<int>(envelope.size())) return 0.0;
-  return envelope[static_cast<std::size_t>(channel)].load(std::memory_order_relaxed);
+  return envelope[at(channel)].load(std::memory_order_relaxed);
 }

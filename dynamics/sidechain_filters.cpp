@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr auto kAlone = std::memory_order_relaxed;
-
 /// A filter at one end: a pass filter of a slope, or a shelf of order 2 with a gain.
 void setEnd(LanthornEQ& filter, const SidechainFilterSettings::Filter& settings, int passType,
             int shelfType) noexcept {
@@ -68,7 +66,7 @@ void SidechainFilters::setSampleRate(float hz) noexcept {
 }
 
 void SidechainFilters::set(const SidechainFilterSettings& settings) {
-  trim.store(std::pow(10.0, settings.trimDb * 0.05), kAlone);
+  trim.store(std::pow(10.0, settings.trimDb * 0.05), std::memory_order_relaxed);
   for (std::size_t c = 0; c < kChannels; ++c) {
     setEnd(lowFilter[c], settings.low, EQ::kHpf, EQ::kLowShelf);
     setMiddle(midFilter[c], settings.mid);
@@ -89,7 +87,7 @@ void SidechainFilters::resetRight() noexcept {
 
 void SidechainFilters::process(std::size_t channel, const double* in, double* out,
                                int frames) noexcept {
-  const double gain = trim.load(kAlone);
+  const double gain = trim.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) out[i] = in[i] * gain;
   for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
     (*filters)[channel].process(out, frames);

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "dynamics/band_layout.h"
+#include "platform/index.h"
 
 StagePlan StagePlan::of(BandLayout& layout) {
   const BandLayout::Scope lock(layout);
@@ -25,7 +26,7 @@ StagePlan StagePlan::of(BandLayout& layout) {
 }
 
 std::uint32_t stagesInOrder(const StagePlan& before, const StagePlan& plan) noexcept {
-  constexpr int kSlots = StagePlan::kBands;
+  constexpr int kSlots = kNumBands;
   const auto isWorse = [](std::uint32_t a, std::uint32_t b) {
     const auto worth = [](std::uint32_t stages) {
       const bool hasCrossover = (stages & stageBit(StagePlan::kCrossoverStage)) != 0;
@@ -38,7 +39,7 @@ std::uint32_t stagesInOrder(const StagePlan& before, const StagePlan& plan) noex
   plan.forEachStage([&](int stage) {
     std::uint32_t best = 0;
     for (int slot = 0; slot < kSlots; ++slot) {
-      std::uint32_t& choice = choices[static_cast<std::size_t>(slot)];
+      std::uint32_t& choice = choices[at(slot)];
       if (before.stageInSlot(slot) == stage) {
         choice = best | stageBit(stage);
         return;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "dynamics/bands.h"
+
 class BandLayout;
 
 /// The chain of a block, packed: dynamic EQ bands one after the other, among them the crossover
@@ -11,7 +13,6 @@ class BandLayout;
 /// One word of 64 bits, for those who look on while it changes. Aligned as one, or some compilers
 /// call a library with locks for it.
 struct alignas(8) StagePlan {
-  static constexpr int kBands = 8;
   static constexpr int kCrossoverStage = -1;  ///< beside the stages 0..7, which are bands
 
   /// Eight 4-bit slots, lowest first, each a stage + 2, or 0 for none.
@@ -23,7 +24,7 @@ struct alignas(8) StagePlan {
   [[nodiscard]] static StagePlan of(BandLayout& layout);
 
   [[nodiscard]] constexpr int xoverLength() const noexcept {
-    return std::min(static_cast<int>((xover >> 24U) & 15U), kBands);
+    return std::min(static_cast<int>((xover >> 24U) & 15U), kNumBands);
   }
   /// The band at a place of the XOver list.
   [[nodiscard]] constexpr int xoverBand(int place) const noexcept {
@@ -36,7 +37,7 @@ struct alignas(8) StagePlan {
   /// Calls `run` with each stage in order.
   template <typename Run>
   void forEachStage(const Run& run) const {
-    for (int slot = 0; slot < kBands; ++slot) {
+    for (int slot = 0; slot < kNumBands; ++slot) {
       const int stage = stageInSlot(slot);
       if (stage == kEnd) return;
       if (stage != kEmpty) run(stage);
@@ -52,7 +53,7 @@ struct alignas(8) StagePlan {
 
 /// Stages as bits: bands 0..7, and above them the crossover.
 [[nodiscard]] constexpr std::uint32_t stageBit(int stage) noexcept {
-  return 1U << (stage < 0 ? StagePlan::kBands : stage);
+  return 1U << (stage < 0 ? kNumBands : stage);
 }
 
 /// The stages of both plans that stand in the same order in both, so many of them that the fewest

@@ -9,7 +9,7 @@ constexpr std::size_t kPairs = 4;
 constexpr std::size_t kBandSets = 3;
 constexpr std::size_t kSingle = 1 + 2 * 2;  // the ramp, and two of twice the length
 constexpr std::size_t kBuffers =
-    WorkBuffers::kChannels * (kPairs + kBandSets * WorkBuffers::kBands) + kSingle;
+    WorkBuffers::kChannels * (kPairs + kBandSets * kNumBands) + kSingle;
 
 }  // namespace
 

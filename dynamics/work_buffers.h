@@ -4,15 +4,16 @@
 #include <cstddef>
 #include <vector>
 
+#include "dynamics/bands.h"
+
 /// The engine's block buffers, all of one length: whatever is as long as a block is here, so that a
 /// longer block means another one of these and nothing else. Two channels always stand; a mono
 /// instance leaves the second as it is.
 class WorkBuffers {
  public:
   static constexpr int kChannels = 2;
-  static constexpr int kBands = 8;
   using Pair = std::array<double*, kChannels>;
-  using BandSet = std::array<std::array<double*, kBands>, kChannels>;
+  using BandSet = std::array<std::array<double*, kNumBands>, kChannels>;
 
   /// For blocks of `frames`, cleared. Throws when memory runs out.
   explicit WorkBuffers(int frames);

@@ -8,14 +8,12 @@
 #include "dynamics/band_layout.h"
 #include "editing/edited_parameters.h"
 #include "host/raised.h"
+#include "platform/index.h"
 
 namespace {
 
-constexpr double kOrderScale = 2097152.0;        // see `BandLayout::bandOrderValue`
 constexpr std::int32_t kNeutralOrder = 1754760;  // 0 to 7
 constexpr float kNeutralNormalised = 0.8367348F;
-
-constexpr bool isBand(int band) noexcept { return band >= 0 && band < kNumBands; }
 
 bool isRunning(const EditedParameters& parameters, int band) {
   return parameters.getPlain(bandParameterId(band, kB1State)) != 0.0F;
@@ -74,8 +72,7 @@ bool chainStands(const BandLayout& layout) {
     });
   };
   const auto notBelow = [&layout](std::int32_t a, std::int32_t b) {
-    return layout.frequency[static_cast<std::size_t>(a)] >=
-           layout.frequency[static_cast<std::size_t>(b)];
+    return layout.frequency[at(a)] >= layout.frequency[at(b)];
   };
   return all(layout.pre, true, false) && all(layout.xover, true, true) &&
          all(layout.post, true, false) && all(layout.off, false, false) &&
@@ -171,7 +168,7 @@ bool BandActions::findOrder(Order& order) {
   std::copy(layout.order.begin(), layout.order.end(), order.begin());
   const auto stored = static_cast<double>(parameters.getPlain(kBandOrder));
   return !std::ranges::is_sorted(order) ||
-         static_cast<std::int32_t>(stored * kOrderScale) != kNeutralOrder;
+         static_cast<std::int32_t>(stored * BandLayout::kOrderScale) != kNeutralOrder;
 }
 
 bool BandActions::sortBands() {

@@ -18,8 +18,6 @@ constexpr const char* kDefaultFile = "Default Band.cvb";
 constexpr const char* kFactoryFile = "Factory Band.cvb";
 constexpr const char* kNoBandFile = "is no band file";
 
-constexpr bool isBand(int band) noexcept { return band >= 0 && band < kNumBands; }
-
 /// The place in the file's list of rows that has this key: `hint` if that does, since files have
 /// the order of the list. Past the end for a key that is none.
 std::size_t placeOf(const ParameterKeys& keys, const char* key, std::size_t hint) {

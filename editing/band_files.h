@@ -9,7 +9,7 @@
 #include "editing/parameter_ids.h"
 
 class EditedParameters;
-class InstallFolders;
+struct InstallFolders;
 
 /// Rows of a band that a band file holds, in its order, as ids of band 1: all but where the band
 /// sits, of which kind it is, whether it runs or is heard alone, and which band it listens to.

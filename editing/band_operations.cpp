@@ -13,22 +13,18 @@
 #include "editing/parameter_ids.h"
 #include "host/alerts.h"
 
-namespace {
-
-constexpr int kBands = BandLayout::kBands;
-
-}  // namespace
+namespace {}  // namespace
 
 // Frequencies from the start, since crossover bands move when others do.
 BandOperations::Step::Step(EditedParameters& edited) : parameters(edited) {
   parameters.beginStep();
-  for (int band = 0; band < kBands; ++band) {
+  for (int band = 0; band < kNumBands; ++band) {
     parameters.note(bandParameterId(band, kB1Frequency));
   }
 }
 
 BandOperations::Step::~Step() {
-  for (int band = 0; band < kBands; ++band) {
+  for (int band = 0; band < kNumBands; ++band) {
     parameters.endNote(bandParameterId(band, kB1Frequency));
   }
   parameters.endStep();
@@ -83,7 +79,7 @@ std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wan
   {
     // Those included that a broken order has kept out: it is repaired, too.
     const BandLayout::Scope lock(layout);
-    for (std::int32_t other = 0; other < kBands; ++other) {
+    for (std::int32_t other = 0; other < kNumBands; ++other) {
       const auto index = static_cast<std::size_t>(other);
       if (other == band || !layout.state[index] || !layout.isXover[index]) continue;
       others.push_back({other, layout.frequency[index],
@@ -157,7 +153,7 @@ bool BandOperations::addBand(int list, double wanted) {
 }
 
 bool BandOperations::setBandPosition(int band, int list) {
-  if (band < 0 || band >= kBands || list < kPreList || list > kOffList) return false;
+  if (!isBand(band) || list < kPreList || list > kOffList) return false;
   if (list == kOffList) {
     deleteBand(band);
     return true;
@@ -184,7 +180,7 @@ bool BandOperations::setBandPosition(int band, int list) {
 }
 
 void BandOperations::deleteBand(int band) {
-  if (band < 0 || band >= kBands) return;
+  if (!isBand(band)) return;
   const Step step(parameters);
   freeBand(band);
   const EditHold hold(parameters);
@@ -197,7 +193,7 @@ void BandOperations::deleteBand(int band) {
 
 void BandOperations::checkSidechainSources() {
   parameters.beginStep();
-  for (int band = 0; band < kBands; ++band) {
+  for (int band = 0; band < kNumBands; ++band) {
     const int id = bandParameterId(band, kB1SCSBand);
     const int source = static_cast<int>(parameters.getPlain(id));
     if (source == -1 || parameters.layout().crossoverIndex(source) != -1) continue;

@@ -7,6 +7,7 @@
 #include "editing/crossover_spacing.h"
 #include "editing/edited_parameters.h"
 #include "editing/parameter_ids.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -30,13 +31,13 @@ std::optional<ChainRepair> chainRepair(const EditedParameters& parameters) {
   layout.arrangeBands(told);
   std::vector<CrossoverPlace> places;
   for (const std::int32_t band : layout.xover) {
-    places.push_back({band, layout.frequency[static_cast<std::size_t>(band)],
+    places.push_back({band, layout.frequency[at(band)],
                       parameters.isLocked(bandParameterId(band, kB1Frequency))});
   }
   separateEqual(places);
   ChainRepair repair;
   for (const CrossoverPlace& place : places) {
-    double& frequency = layout.frequency[static_cast<std::size_t>(place.band)];
+    double& frequency = layout.frequency[at(place.band)];
     if (place.hz == frequency) continue;
     const int id = bandParameterId(place.band, kB1Frequency);
     repair.frequencies.emplace_back(id, parameters.toNormalised(id, static_cast<float>(place.hz)));

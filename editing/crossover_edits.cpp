@@ -9,6 +9,7 @@
 #include "editing/gesture_bands.h"
 #include "editing/linked_edits.h"
 #include "editing/parameter_ids.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ CrossoverEdits::Crossover CrossoverEdits::crossoverOf(int index) {
   found.bands = layout.xover;
   found.place = static_cast<std::size_t>(band - layout.xover.begin());
   for (const std::int32_t listed : layout.xover) {
-    found.centres.push_back(layout.frequency[static_cast<std::size_t>(listed)]);
+    found.centres.push_back(layout.frequency[at(listed)]);
   }
   return found;
 }

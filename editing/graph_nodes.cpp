@@ -6,6 +6,7 @@
 #include "dynamics/band_layout.h"
 #include "editing/edited_parameters.h"
 #include "editing/parameter_ids.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ constexpr std::array<Rows, 3> kFilterRowsByKind = {{
 
 constexpr int rowIn(const Rows& rows, int kind, int band) {
   if (kind < 0 || kind >= kKinds) return -1;
-  const int row = rows[static_cast<std::size_t>(kind)];
+  const int row = rows[at(kind)];
   return row == -1 ? -1 : bandParameterId(band, row);
 }
 
@@ -49,7 +50,7 @@ int nodeParameter(EditedParameters& parameters, int kind, int node) {
     return place < list.size() ? bandParameterId(list[place], kB1Slope) : -1;
   }
   const int filter = node - kFirstFilter;
-  return rowIn(kFilterRowsByKind[static_cast<std::size_t>(filter % 3)], kind, filter / 3);
+  return rowIn(kFilterRowsByKind[at(filter % 3)], kind, filter / 3);
 }
 
 float nodeValue(EditedParameters& parameters, int kind, int node) {

@@ -156,7 +156,7 @@ int otherRelease(int id) noexcept {
 }
 
 void setSidechainSource(EditedParameters& parameters, int band, int source, int sourceBand) {
-  if (band < 0 || band >= kNumBands) return;
+  if (!isBand(band)) return;
   const EditHold hold(parameters);
   parameters.beginStep();
   editPlain(parameters, bandParameterId(band, kB1SCSrc), static_cast<float>(source));

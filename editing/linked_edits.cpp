@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "editing/edited_parameters.h"
+#include "platform/index.h"
 
 void LinkedEdits::beginRecording(int index) {
   if (!isBandParameter(index) || !parameters.isLinked(index) || parameters.isLocked(index)) return;
@@ -12,12 +13,12 @@ void LinkedEdits::beginRecording(int index) {
     if (other != index && parameters.isLinked(other) && !parameters.isLocked(other))
       linked |= 1U << band;
   }
-  const std::uint32_t following = followers[static_cast<std::size_t>(index)].begin(linked);
+  const std::uint32_t following = followers[at(index)].begin(linked);
   forRowOfBands(bandOneIdOf(index), following, [this](int id) { parameters.note(id); });
 }
 
 void LinkedEdits::endRecording(int index) {
   if (!isBandParameter(index)) return;
-  const std::uint32_t following = followers[static_cast<std::size_t>(index)].end();
+  const std::uint32_t following = followers[at(index)].end();
   forRowOfBands(bandOneIdOf(index), following, [this](int id) { parameters.endNote(id); });
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "dynamics/bands.h"
 #include "filters/band_shape.h"
 
 /// Numbers of the 422 parameters. The eight bands have equal rows, 51 each; only band 1 is spelt
@@ -78,7 +79,6 @@ enum ParameterId : std::int32_t {
   kNumParams,
 };
 
-inline constexpr int kNumBands = 8;
 inline constexpr int kBandRows = 51;
 
 /// The row of `bandOneId` (`kB1State` to `kB1SCHFType`) in band 0..7.

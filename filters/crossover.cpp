@@ -3,11 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace {
-
-std::size_t at(int index) noexcept { return static_cast<std::size_t>(index); }
-
-}  // namespace
+#include "platform/index.h"
 
 Crossover_WithLatency::Crossover_WithLatency() : fft(PlanarFft::shared(2 * kBlock)) {}
 

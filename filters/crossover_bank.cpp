@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstddef>
 
-namespace {
+#include "platform/index.h"
 
-std::size_t at(int index) noexcept { return static_cast<std::size_t>(index); }
+namespace {
 
 /// The low-pass of one split.
 double lowpass(const CrossoverSplits& splits, int split, double frequency) noexcept {

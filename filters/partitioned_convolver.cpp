@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <functional>
 
+#include "platform/index.h"
+
 namespace {
 
 constexpr int kVectorSlack = 8;  // what the vector kernels may read or write beyond a count
@@ -58,12 +60,12 @@ void PartitionedConvolver::Stage::run(ConstPlanarSpan padded, int kernels,
   fft.forward(padded, inputs[newest], work[1]);
   std::array<ConstPlanarSpan, kMaxPartitions> x;
   std::array<ConstPlanarSpan, kMaxPartitions> h;
-  for (int j = 0; j < known; ++j) x[static_cast<std::size_t>(j)] = inputs[(newest + j) % count];
+  for (int j = 0; j < known; ++j) x[at(j)] = inputs[(newest + j) % count];
   for (int kernel = 0; kernel < static_cast<int>(ringing.size()); ++kernel) {
-    const bool former = ringing[static_cast<std::size_t>(kernel)] > 0;
+    const bool former = ringing[at(kernel)] > 0;
     if (kernel >= kernels && !former) continue;
     const int terms = kernel < kernels ? known : 0;
-    for (int j = 0; j < terms; ++j) h[static_cast<std::size_t>(j)] = spectraOf(kernel)[j];
+    for (int j = 0; j < terms; ++j) h[at(j)] = spectraOf(kernel)[j];
     vectorKernels().multiplySpectra(x.data(), h.data(), terms, work[0], 2 * blockSize);
     if (former) addRetired(kernel, work[0]);
     fft.backward(work[0], fresh(kernel), work[1]);
@@ -72,7 +74,7 @@ void PartitionedConvolver::Stage::run(ConstPlanarSpan padded, int kernels,
 }
 
 void PartitionedConvolver::Stage::addRetired(int kernel, PlanarSpan sum) noexcept {
-  --ringing[static_cast<std::size_t>(kernel)];
+  --ringing[at(kernel)];
   const PlanarSpan part = retired[kernel * count + due];
   addTo(sum, part, 2 * blockSize);
   std::fill_n(part.re, 2 * blockSize, 0.0);
@@ -83,9 +85,9 @@ template <typename SpectraOf>
 void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexcept {
   std::array<ConstPlanarSpan, kMaxPartitions> x;
   std::array<ConstPlanarSpan, kMaxPartitions> h;
-  for (int j = 0; j < known; ++j) x[static_cast<std::size_t>(j)] = inputs[(newest + j) % count];
+  for (int j = 0; j < known; ++j) x[at(j)] = inputs[(newest + j) % count];
   for (int kernel = 0; kernel < kernels; ++kernel) {
-    for (int j = 0; j < count; ++j) h[static_cast<std::size_t>(j)] = spectraOf(kernel)[j];
+    for (int j = 0; j < count; ++j) h[at(j)] = spectraOf(kernel)[j];
     // The next run is the turn of the newest block's partition 1, and so forth.
     for (int ahead = 0; ahead + 1 < count; ++ahead) {
       const int terms = std::min(known, count - 1 - ahead);
@@ -94,7 +96,7 @@ void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexc
       addTo(retired[kernel * count + (due + ahead) % count], work[0], 2 * blockSize);
     }
     // The partitions' turns, and two more to leave silence in both of its parts.
-    ringing[static_cast<std::size_t>(kernel)] = count + 1;
+    ringing[at(kernel)] = count + 1;
   }
   known = 0;
 }
@@ -120,7 +122,7 @@ void PartitionedConvolver::setKernels(const double* const* kernels, int count) n
   KernelSet& set = exchange.spare();
   set.count = std::min(count, static_cast<int>(set.kernels.size()));
   for (int k = 0; k < set.count; ++k) {
-    Spectra& spectra = set.kernels[static_cast<std::size_t>(k)];
+    Spectra& spectra = set.kernels[at(k)];
     std::copy_n(kernels[k], kHead, spectra.head.data());
     loadPartitions(kernels[k], small, spectra.small);
     loadPartitions(kernels[k], large, spectra.large);
@@ -209,7 +211,7 @@ void PartitionedConvolver::convolveChunk(int kernel, double* left, double* right
   const auto convolve = [&](double* PlanarSpan::*part, double* out) {
     std::array<double, kSmall + kVectorSlack> head;
     if (kernel < set.count) {
-      const double* const taps = set.kernels[static_cast<std::size_t>(kernel)].head.data();
+      const double* const taps = set.kernels[at(kernel)].head.data();
       vectorKernels().fir(taps, kHead, newest.*part, head.data(), frames);
     } else {
       head.fill(0.0);
@@ -219,7 +221,7 @@ void PartitionedConvolver::convolveChunk(int kernel, double* left, double* right
     const double* const far = large.fresh(kernel).*part + position;
     const double* const farTail = large.tail(kernel).*part + position;
     for (int i = 0; i < frames; ++i) {
-      out[i] = head[static_cast<std::size_t>(i)] + near[i] + nearTail[i] + far[i] + farTail[i];
+      out[i] = head[at(i)] + near[i] + nearTail[i] + far[i] + farTail[i];
     }
   };
   convolve(&PlanarSpan::re, left);
@@ -252,7 +254,7 @@ void PartitionedConvolver::changeKernels() noexcept {
     std::fill_n(samples + kHead, kHead + kVectorSlack, 0.0);
     for (int k = 0; k < old.count; ++k) {
       std::array<double, kHead + kVectorSlack> rest;
-      const double* const taps = old.kernels[static_cast<std::size_t>(k)].head.data();
+      const double* const taps = old.kernels[at(k)].head.data();
       vectorKernels().fir(taps, kHead, samples + kHead, rest.data(), kHead);
       addTo(small.fresh(k).*part, rest.data(), kHead);
     }

@@ -6,6 +6,7 @@
 #include "analysis/planar_array.h"
 #include "analysis/planar_fft.h"
 #include "filters/kernel_exchange.h"
+#include "platform/index.h"
 
 /// Convolves a stereo signal with one or several FIR kernels of up to 2048 taps, the exact sum of
 /// taps with no delay at all (W. Gardner, Efficient convolution without input-output delay, 1995):
@@ -87,14 +88,10 @@ class PartitionedConvolver {
   struct KernelSet {
     KernelSet(int smallPartitions, int largePartitions, int kernelCount);
     [[nodiscard]] auto smallSpectra() const noexcept {
-      return [this](int k) -> const PlanarArrays& {
-        return kernels[static_cast<std::size_t>(k)].small;
-      };
+      return [this](int k) -> const PlanarArrays& { return kernels[at(k)].small; };
     }
     [[nodiscard]] auto largeSpectra() const noexcept {
-      return [this](int k) -> const PlanarArrays& {
-        return kernels[static_cast<std::size_t>(k)].large;
-      };
+      return [this](int k) -> const PlanarArrays& { return kernels[at(k)].large; };
     }
     std::vector<Spectra> kernels;
     int count = 0;

@@ -5,6 +5,8 @@
 #include <numbers>
 #include <utility>
 
+#include "platform/index.h"
+
 namespace filters {
 namespace {
 
@@ -45,8 +47,8 @@ template <typename MakeRow>
 AnalogSections passSections(int order, const AnalogRow& firstOrder, MakeRow makeRow) noexcept {
   AnalogSections sections;
   const int pairs = order / 2;
-  for (int k = 0; k < pairs; ++k) sections.rows[static_cast<std::size_t>(k)] = makeRow(k);
-  if (order % 2 != 0) sections.rows[static_cast<std::size_t>(pairs)] = firstOrder;
+  for (int k = 0; k < pairs; ++k) sections.rows[at(k)] = makeRow(k);
+  if (order % 2 != 0) sections.rows[at(pairs)] = firstOrder;
   sections.count = (order + 1) / 2;
   return sections;
 }
@@ -78,7 +80,7 @@ AnalogSections butterworthLowPass(int order) noexcept {
 
 void mirrorSections(AnalogSections& sections) noexcept {
   for (int i = 0; i < sections.count; ++i) {
-    auto& [n2, n1, n0, d2, d1, d0] = sections.rows[static_cast<std::size_t>(i)];
+    auto& [n2, n1, n0, d2, d1, d0] = sections.rows[at(i)];
     const bool firstOrder = n0 == 0.0 && d0 == 0.0;
     std::swap(n2, firstOrder ? n1 : n0);
     std::swap(d2, firstOrder ? d1 : d0);
@@ -91,7 +93,7 @@ void applyPassGain(AnalogSections& sections, int order, double gainDb) noexcept 
   const int scaledRows = n == 1 ? 1 : (n + 1) / 2 - n % 2;
   const double c = std::pow(10.0, gainDb / (20.0 * scaledRows));
   for (int i = 0; i < scaledRows; ++i) {
-    AnalogRow& row = sections.rows[static_cast<std::size_t>(i)];
+    AnalogRow& row = sections.rows[at(i)];
     for (std::size_t numerator = 0; numerator < 3; ++numerator) row[numerator] *= c;
   }
 }

@@ -83,7 +83,12 @@ enum HostOpcode : std::int32_t {
   kHostEndEdit = 44,
 };
 
-/// Answer to `kHostProcessLevel` of a host that renders faster or slower than real time.
+/// Version of this interface, as both sides tell it.
+inline constexpr std::intptr_t kInterfaceVersion = 2400;
+
+/// Answers to `kHostProcessLevel`: on the audio thread, and of a host that renders faster or slower
+/// than real time.
+inline constexpr std::intptr_t kProcessLevelRealtime = 2;
 inline constexpr std::intptr_t kProcessLevelOffline = 4;
 
 /// Index of the `kHostVendorSpecific` message after every `setProgram`: the letters "prch".

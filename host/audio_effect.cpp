@@ -92,15 +92,16 @@ AudioEffect::~AudioEffect() {
 
 std::int32_t AudioEffect::getInitialDelay() const noexcept {
   return std::atomic_ref<std::int32_t>(const_cast<std::int32_t&>(cEffect.initialDelay))
-      .load(relaxed);
+      .load(std::memory_order_relaxed);
 }
 
 void AudioEffect::setSampleRate(float newRate) {
-  if (isSampleRate(static_cast<double>(newRate))) sampleRate.store(newRate, relaxed);
+  if (isSampleRate(static_cast<double>(newRate)))
+    sampleRate.store(newRate, std::memory_order_relaxed);
 }
 
 void AudioEffect::setBlockSize(std::int32_t newBlockSize) {
-  if (newBlockSize > 0) blockSize.store(newBlockSize, relaxed);
+  if (newBlockSize > 0) blockSize.store(newBlockSize, std::memory_order_relaxed);
 }
 
 void AudioEffect::setParameterAutomated(std::int32_t index, float normalised) {

@@ -30,8 +30,13 @@ class AudioEffect {
   /// Owned by the effect. Closing through it does not delete the effect: whoever made it does.
   [[nodiscard]] AEffect* getAeffect() noexcept { return &cEffect; }
   [[nodiscard]] AEffEditor* getEditor() const noexcept { return ownedEditor.get(); }
-  [[nodiscard]] float getSampleRate() const noexcept { return sampleRate.load(relaxed); }  ///< Hz
-  [[nodiscard]] std::int32_t getBlockSize() const noexcept { return blockSize.load(relaxed); }
+  /// Hz.
+  [[nodiscard]] float getSampleRate() const noexcept {
+    return sampleRate.load(std::memory_order_relaxed);
+  }
+  [[nodiscard]] std::int32_t getBlockSize() const noexcept {
+    return blockSize.load(std::memory_order_relaxed);
+  }
   [[nodiscard]] std::int32_t getInitialDelay() const noexcept;  ///< declared latency, samples
 
   /// Every call that is neither audio nor a parameter value. An unknown opcode gives 0.
@@ -72,8 +77,6 @@ class AudioEffect {
   }
 
  protected:
-  static constexpr auto relaxed = std::memory_order_relaxed;
-
   // For the constructor of a derived class, before the record is handed out.
   void setUniqueID(std::int32_t id) noexcept { cEffect.uniqueID = id; }
   void setNumInputs(std::int32_t count) noexcept { cEffect.numInputs = count; }

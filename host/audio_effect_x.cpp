@@ -4,7 +4,6 @@
 #include <array>
 
 namespace {
-constexpr std::intptr_t kInterfaceVersion = 2400;
 // Hosts are known to write more than the 64 bytes agreed on.
 constexpr std::size_t kHostTextCapacity = 256;
 }  // namespace

@@ -1,10 +1,6 @@
 #include "host/edit_gestures.h"
 
-namespace {
-
-std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
-
-}  // namespace
+#include "platform/index.h"
 
 EditGestures::EditGestures(const ParameterStore& store, EditHistory& edits, HostLink& hostLink,
                            EngineLink& engineLink)

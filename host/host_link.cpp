@@ -2,13 +2,7 @@
 
 #include <cassert>
 
-namespace {
-
-constexpr auto kAlone = std::memory_order_relaxed;
-
-std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
-
-}  // namespace
+#include "platform/index.h"
 
 HostLink::HostLink(AEffect& effect, AudioMasterCallback audioMaster, const ParameterStore& store,
                    EngineLink& link)
@@ -27,7 +21,7 @@ std::intptr_t HostLink::tell(std::int32_t opcode, std::int32_t index, std::intpt
 }
 
 void HostLink::tellGesture(std::int32_t index, bool begins) {
-  if (!values.contains(index) || gesturesOff.load(kAlone)) return;
+  if (!values.contains(index) || gesturesOff.load(std::memory_order_relaxed)) return;
   tell(begins ? kHostBeginEdit : kHostEndEdit, index);
 }
 
@@ -61,7 +55,8 @@ bool HostLink::isEcho(std::int32_t index, float normalised) noexcept {
 }
 
 void HostLink::declareLatency(std::int32_t samples) {
-  const auto before = std::atomic_ref<std::int32_t>(record.initialDelay).exchange(samples, kAlone);
+  const auto before = std::atomic_ref<std::int32_t>(record.initialDelay)
+                          .exchange(samples, std::memory_order_relaxed);
   if (before != samples) tell(kHostIoChanged);
 }
 
@@ -69,7 +64,7 @@ void HostLink::tellProgramChanged() { tell(kHostVendorSpecific, kProgramChanged)
 
 bool HostLink::keepsMessage(std::int32_t opcode, std::int32_t index) noexcept {
   // Nobody but the thread itself makes it the owner, so that its own look is never late.
-  return stateOwner.load(kAlone) == std::this_thread::get_id() &&
+  return stateOwner.load(std::memory_order_relaxed) == std::this_thread::get_id() &&
          outermostScope->keep(opcode, index);
 }
 
@@ -78,12 +73,12 @@ HostLink::StateScope::StateScope(HostLink& link) : host(link) {
   isOutermost = host.outermostScope == nullptr;
   if (!isOutermost) return;
   host.outermostScope = this;
-  host.stateOwner.store(std::this_thread::get_id(), kAlone);
+  host.stateOwner.store(std::this_thread::get_id(), std::memory_order_relaxed);
 }
 
 HostLink::StateScope::~StateScope() {
   if (isOutermost) {
-    host.stateOwner.store({}, kAlone);
+    host.stateOwner.store({}, std::memory_order_relaxed);
     host.outermostScope = nullptr;
   }
   host.stateMutex.unlock();

@@ -5,10 +5,9 @@
 
 #include "host/aeff_editor.h"
 #include "host/shared_value.h"
+#include "platform/index.h"
 
 namespace {
-
-std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
 
 float clamped(float normalised) noexcept { return std::clamp(normalised, 0.0F, 1.0F); }
 
@@ -85,7 +84,7 @@ void ParameterInput::putFromAudio(std::int32_t index, float normalised) noexcept
     values.store(index, value);
     engine.parameterChanged(index);
   }
-  audioChanged[at(index)].store(true, kAlone);
+  audioChanged[at(index)].store(true, std::memory_order_relaxed);
   audioChangedValues.store(true, std::memory_order_release);
   markChanged();
 }
@@ -107,9 +106,9 @@ void ParameterInput::makeUpForAudio() {
     if (bankSwitched) tellReplaced();
     engine.update(bankSwitched);
   }
-  const bool tellsHost = bankSwitched && tellsBanks.load(kAlone);
+  const bool tellsHost = bankSwitched && tellsBanks.load(std::memory_order_relaxed);
   for (std::int32_t i = 0; i < values.count(); ++i) {
-    if (!audioChanged[at(i)].exchange(false, kAlone)) continue;
+    if (!audioChanged[at(i)].exchange(false, std::memory_order_relaxed)) continue;
     if (tellsHost && i != values.bankSelector()) host.tellInGesture(i);
     show(i, values.normalised(i));
   }

@@ -69,20 +69,20 @@ class ParameterInput {
   void applyProgram(std::int32_t program);
   /// The same of a bank, which is the live one from now on; `tellsHost` of each value.
   void applyBank(std::int32_t bank, bool tellsHost);
-  void switchBank(std::int32_t bank) { applyBank(bank, tellsBanks.load(kAlone)); }
+  void switchBank(std::int32_t bank) {
+    applyBank(bank, tellsBanks.load(std::memory_order_relaxed));
+  }
   void copyToBank(std::int32_t bank);
 
   /// Called, while updates wait, when the values of a bank or a program stand in place of those
   /// before: to bring in line what does not fit together. Set before any other call.
   void whenReplaced(std::function<void()> repair) { replaced = std::move(repair); }
   /// The host hears of every parameter when a bank is switched to.
-  void setTellsBanks(bool on) noexcept { tellsBanks.store(on, kAlone); }
+  void setTellsBanks(bool on) noexcept { tellsBanks.store(on, std::memory_order_relaxed); }
   /// A state is being applied: values are taken as they come.
   [[nodiscard]] std::atomic<bool>& loading() noexcept { return isLoading; }
 
  private:
-  static constexpr auto kAlone = std::memory_order_relaxed;
-
   [[nodiscard]] std::int32_t bankSwitchedTo(std::int32_t index, float normalised) const noexcept;
   void putFromAudio(std::int32_t index, float normalised) noexcept;
   void switchBankFromAudio(std::int32_t bank) noexcept;

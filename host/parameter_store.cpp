@@ -7,10 +7,9 @@
 
 #include "host/curves.h"
 #include "host/shared_value.h"
+#include "platform/index.h"
 
 namespace {
-
-std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
 
 /// The band 1..9 that an identifier such as "kB3Ratio" belongs to; 0 for a global parameter.
 std::int32_t groupOf(std::string_view identifier) noexcept {
@@ -145,7 +144,7 @@ std::int32_t ParameterStore::bankSwitchedTo(std::int32_t index, float normalised
 }
 
 void ParameterStore::selectBank(std::int32_t bank) noexcept {
-  curBank.store(bank, kAlone);
+  curBank.store(bank, std::memory_order_relaxed);
   if (!contains(selector)) return;
   const auto plain = static_cast<float>(bank);
   storeShared(records[at(selector)].value, plain);

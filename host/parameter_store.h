@@ -61,8 +61,12 @@ class ParameterStore {
   [[nodiscard]] std::span<ProgramRecord> programs() noexcept { return programList; }
   [[nodiscard]] std::span<const ProgramRecord> programs() const noexcept { return programList; }
   [[nodiscard]] bool isProgram(std::int32_t program) const noexcept;
-  [[nodiscard]] std::int32_t currentProgram() const noexcept { return curProgram.load(kAlone); }
-  void selectProgram(std::int32_t program) noexcept { curProgram.store(program, kAlone); }
+  [[nodiscard]] std::int32_t currentProgram() const noexcept {
+    return curProgram.load(std::memory_order_relaxed);
+  }
+  void selectProgram(std::int32_t program) noexcept {
+    curProgram.store(program, std::memory_order_relaxed);
+  }
   [[nodiscard]] ProgramRecord& program() noexcept;  ///< the present one
 
   // Banks.
@@ -73,7 +77,9 @@ class ParameterStore {
   [[nodiscard]] const std::array<ProgramRecord, kNumBanks>& banks() const noexcept {
     return bankList;
   }
-  [[nodiscard]] std::int32_t currentBank() const noexcept { return curBank.load(kAlone); }
+  [[nodiscard]] std::int32_t currentBank() const noexcept {
+    return curBank.load(std::memory_order_relaxed);
+  }
   /// The parameter that tells the live bank, or -1.
   [[nodiscard]] std::int32_t bankSelector() const noexcept { return selector; }
   void setBankSelector(std::int32_t id) noexcept { selector = id; }
@@ -87,8 +93,6 @@ class ParameterStore {
   void copyToBank(std::int32_t bank) noexcept;  ///< the present values
 
  private:
-  static constexpr auto kAlone = std::memory_order_relaxed;
-
   void takeGroups();
   void fill(ProgramRecord& program) const;
 

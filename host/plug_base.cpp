@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/aeff_editor.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -115,7 +116,7 @@ void PlugBase::formatParameterValue(std::int32_t index, float normalised, char* 
 }
 
 float PlugBase::getParameterDefault(std::int32_t index) const noexcept {
-  return values.contains(index) ? values.defaults().values[static_cast<std::size_t>(index)] : 0.0F;
+  return values.contains(index) ? values.defaults().values[at(index)] : 0.0F;
 }
 
 void PlugBase::setProgramName(const char* name) {
@@ -134,7 +135,7 @@ void PlugBase::getProgramName(char* name) {
 bool PlugBase::getProgramNameIndexed(std::int32_t /*category*/, std::int32_t index, char* text) {
   if (text == nullptr || !values.isProgram(index)) return false;
   const HostLink::StateScope scope(host);
-  copyText(values.programs()[static_cast<std::size_t>(index)].name, text);
+  copyText(values.programs()[at(index)].name, text);
   return true;
 }
 

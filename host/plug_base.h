@@ -158,7 +158,9 @@ class PlugBase : public AudioEffectX, public IdleClient {
   [[nodiscard]] const ParameterStore& parameterStore() const noexcept { return values; }
   [[nodiscard]] HostLink& hostLink() noexcept { return host; }
 
-  [[nodiscard]] std::int32_t getSampleCount() const noexcept { return sampleCount.load(relaxed); }
+  [[nodiscard]] std::int32_t getSampleCount() const noexcept {
+    return sampleCount.load(std::memory_order_relaxed);
+  }
 
  protected:
   /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
@@ -167,7 +169,9 @@ class PlugBase : public AudioEffectX, public IdleClient {
   virtual void restoreLoadedState(std::int32_t marker, bool towardsRedo);
 
   /// Counts processed samples, wrapping around; audio thread.
-  void advanceSampleCount(std::int32_t frames) noexcept { sampleCount.fetch_add(frames, relaxed); }
+  void advanceSampleCount(std::int32_t frames) noexcept {
+    sampleCount.fetch_add(frames, std::memory_order_relaxed);
+  }
 
   ParameterStore values;
   EngineSlot engineLink;

@@ -6,14 +6,13 @@
 
 #include "host/raised.h"
 #include "host/shared_value.h"
+#include "platform/index.h"
 #include "state/document_keys.h"
 #include "state/json_writer.h"
 
 namespace {
 
 constexpr double kLeastDifference = 1e-9;
-
-std::size_t at(std::int32_t index) noexcept { return static_cast<std::size_t>(index); }
 
 /// The values of a record that other threads write to.
 std::vector<float> copyOf(const ProgramRecord& record) {

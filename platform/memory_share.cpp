@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr auto kAlone = std::memory_order_relaxed;
-
 std::atomic<int> alive{0};
 std::atomic<int> most{0};  // since memory was given back
 
@@ -15,18 +13,18 @@ std::atomic<int> most{0};  // since memory was given back
 
 MemoryShare::MemoryShare(bool counts) noexcept : isCounted(counts) {
   if (!isCounted) return;
-  const int now = alive.fetch_add(1, kAlone) + 1;
-  int before = most.load(kAlone);
-  while (before < now && !most.compare_exchange_weak(before, now, kAlone)) {
+  const int now = alive.fetch_add(1, std::memory_order_relaxed) + 1;
+  int before = most.load(std::memory_order_relaxed);
+  while (before < now && !most.compare_exchange_weak(before, now, std::memory_order_relaxed)) {
   }
 }
 
 MemoryShare::~MemoryShare() {
   if (!isCounted) return;
-  const int left = alive.fetch_sub(1, kAlone) - 1;
-  int before = most.load(kAlone);
+  const int left = alive.fetch_sub(1, std::memory_order_relaxed) - 1;
+  int before = most.load(std::memory_order_relaxed);
   // Not at every one: it takes a look at the whole heap.
-  if (2 * left <= before && most.compare_exchange_strong(before, left, kAlone)) {
+  if (2 * left <= before && most.compare_exchange_strong(before, left, std::memory_order_relaxed)) {
     returnFreedMemory();
   }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/index.h"
 #include "state/json_memory.h"
 
 namespace {
@@ -9,7 +10,6 @@ namespace {
 constexpr const char* kStoreName = "MIDIMap";
 constexpr std::uint8_t kControlChange = 0xB0;
 constexpr int kCallsAfterFailure = 500;  // five seconds of idle calls
-constexpr auto kRelaxed = std::memory_order_relaxed;
 
 }  // namespace
 
@@ -17,7 +17,8 @@ MIDIMap::MIDIMap(UserStore& userStore) : store(userStore) {
   Table table;
   table.fill(-1);
   readTable(store.read(kStoreName), table);
-  for (std::size_t i = 0; i < table.size(); ++i) entries[i].store({table[i], 0}, kRelaxed);
+  for (std::size_t i = 0; i < table.size(); ++i)
+    entries[i].store({table[i], 0}, std::memory_order_relaxed);
 }
 
 // Leaves the table as it is if the text is no array.
@@ -42,32 +43,35 @@ std::int32_t MIDIMap::controllerOf(std::int32_t id) const noexcept {
 
 std::int32_t MIDIMap::parameterOf(std::int32_t controller) const noexcept {
   if (controller < 0 || controller >= kControllers) return -1;
-  return entries[static_cast<std::size_t>(controller)].load(kRelaxed).id;
+  return entries[at(controller)].load(std::memory_order_relaxed).id;
 }
 
 void MIDIMap::setLearnTarget(std::int32_t id) noexcept {
-  learnTarget.store(std::max(id, -1), kRelaxed);
+  learnTarget.store(std::max(id, -1), std::memory_order_relaxed);
 }
 
-std::int32_t MIDIMap::getLearnTarget() const noexcept { return learnTarget.load(kRelaxed); }
+std::int32_t MIDIMap::getLearnTarget() const noexcept {
+  return learnTarget.load(std::memory_order_relaxed);
+}
 
 void MIDIMap::learn(std::int32_t id, std::int32_t controller) {
   learnLive(id, controller);
-  callsToWait.store(0, kRelaxed);
+  callsToWait.store(0, std::memory_order_relaxed);
   saveChanges();
 }
 
 void MIDIMap::unlearn(std::int32_t id) {
   release(id);
-  callsToWait.store(0, kRelaxed);
+  callsToWait.store(0, std::memory_order_relaxed);
   saveChanges();
 }
 
 void MIDIMap::release(std::int32_t id) noexcept {
   if (id < 0) return;
   for (std::atomic<Entry>& entry : entries) {
-    Entry old = entry.load(kRelaxed);
-    while (old.id == id && !entry.compare_exchange_weak(old, {-1, old.edits + 1}, kRelaxed)) {
+    Entry old = entry.load(std::memory_order_relaxed);
+    while (old.id == id &&
+           !entry.compare_exchange_weak(old, {-1, old.edits + 1}, std::memory_order_relaxed)) {
     }
   }
 }
@@ -75,9 +79,9 @@ void MIDIMap::release(std::int32_t id) noexcept {
 void MIDIMap::learnLive(std::int32_t id, std::int32_t controller) noexcept {
   if (id < 0) return;
   release(id);
-  auto& entry = entries[static_cast<std::size_t>(controller & (kControllers - 1))];
-  Entry old = entry.load(kRelaxed);
-  while (!entry.compare_exchange_weak(old, {id, old.edits + 1}, kRelaxed)) {
+  auto& entry = entries[at(controller & (kControllers - 1))];
+  Entry old = entry.load(std::memory_order_relaxed);
+  while (!entry.compare_exchange_weak(old, {id, old.edits + 1}, std::memory_order_relaxed)) {
   }
 }
 
@@ -86,7 +90,7 @@ std::optional<MIDIMap::Move> MIDIMap::process(const std::uint8_t* message) noexc
   const std::int32_t controller = message[1] & 0x7F;
   // Of two audio threads with a controller each only one may learn.
   if (getLearnTarget() != -1) {
-    learnLive(learnTarget.exchange(-1, kRelaxed), controller);
+    learnLive(learnTarget.exchange(-1, std::memory_order_relaxed), controller);
   }
   const std::int32_t id = parameterOf(controller);
   if (id == -1) return std::nullopt;
@@ -94,22 +98,26 @@ std::optional<MIDIMap::Move> MIDIMap::process(const std::uint8_t* message) noexc
 }
 
 bool MIDIMap::isChanged(std::size_t index, const Entry& entry) const noexcept {
-  return entry.edits != storedEdits[index].load(kRelaxed);
+  return entry.edits != storedEdits[index].load(std::memory_order_relaxed);
 }
 
 bool MIDIMap::saveChanges() {
   bool anyChanged = false;
   for (std::size_t i = 0; i < entries.size() && !anyChanged; ++i) {
-    anyChanged = isChanged(i, entries[i].load(kRelaxed));
+    anyChanged = isChanged(i, entries[i].load(std::memory_order_relaxed));
   }
   if (!anyChanged) return false;
   // A store that cannot be written is not asked again with every idle call.
-  if (callsToWait.load(kRelaxed) > 0 && callsToWait.fetch_sub(1, kRelaxed) > 0) return true;
+  if (callsToWait.load(std::memory_order_relaxed) > 0 &&
+      callsToWait.fetch_sub(1, std::memory_order_relaxed) > 0) {
+    return true;
+  }
   Entries seen;
   if (store.update(kStoreName, [&](const auto& stored) { return mergeInto(stored, seen); })) {
-    for (std::size_t i = 0; i < seen.size(); ++i) storedEdits[i].store(seen[i].edits, kRelaxed);
+    for (std::size_t i = 0; i < seen.size(); ++i)
+      storedEdits[i].store(seen[i].edits, std::memory_order_relaxed);
   } else {
-    callsToWait.store(kCallsAfterFailure, kRelaxed);
+    callsToWait.store(kCallsAfterFailure, std::memory_order_relaxed);
   }
   return true;
 }
@@ -120,7 +128,7 @@ std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& 
                                               Entries& seen) {
   Table merged;
   for (std::size_t i = 0; i < seen.size(); ++i) {
-    seen[i] = entries[i].load(kRelaxed);
+    seen[i] = entries[i].load(std::memory_order_relaxed);
     merged[i] = seen[i].id;
   }
   readTable(stored, merged);
@@ -133,7 +141,8 @@ std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& 
       merged[i] = seen[i].id;
     } else if (Entry expected = seen[i]; expected.id != merged[i]) {
       // Fails if it was edited since: that edit counts, and is stored by the next call.
-      entries[i].compare_exchange_strong(expected, {merged[i], expected.edits}, kRelaxed);
+      entries[i].compare_exchange_strong(expected, {merged[i], expected.edits},
+                                         std::memory_order_relaxed);
     }
   }
   const JsonTree array(made(jsonCreateIntArray(merged.data(), kControllers)));

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/index.h"
+
 /// One flag per parameter, such as its lock. Ids out of range read false and are ignored.
 /// Threads: any; each flag stands for itself.
 template <int kCount>
@@ -15,10 +17,10 @@ class ParameterFlags {
   static constexpr int kWords = (kCount + kWordBits - 1) / kWordBits;
 
   [[nodiscard]] bool get(std::int32_t id) const noexcept {
-    return isFlag(id) && flags[static_cast<std::size_t>(id)].load(std::memory_order_relaxed);
+    return isFlag(id) && flags[at(id)].load(std::memory_order_relaxed);
   }
   void set(std::int32_t id, bool on) noexcept {
-    if (isFlag(id)) flags[static_cast<std::size_t>(id)].store(on, std::memory_order_relaxed);
+    if (isFlag(id)) flags[at(id)].store(on, std::memory_order_relaxed);
   }
   void clear() noexcept {
     for (auto& flag : flags) flag.store(false, std::memory_order_relaxed);
@@ -28,7 +30,7 @@ class ParameterFlags {
   [[nodiscard]] std::array<std::int32_t, kWords> words() const noexcept {
     std::array<std::uint32_t, kWords> packed{};
     for (int id = 0; id < kCount; ++id) {
-      if (get(id)) packed[static_cast<std::size_t>(id / kWordBits)] |= 1U << (id % kWordBits);
+      if (get(id)) packed[at(id / kWordBits)] |= 1U << (id % kWordBits);
     }
     std::array<std::int32_t, kWords> result{};
     for (std::size_t i = 0; i < packed.size(); ++i) {
@@ -40,7 +42,7 @@ class ParameterFlags {
   void setWords(std::span<const std::int32_t> words) noexcept {
     const int given = words.size() < kWords ? static_cast<int>(words.size()) * kWordBits : kCount;
     for (int id = 0; id < given && id < kCount; ++id) {
-      const auto word = static_cast<std::uint32_t>(words[static_cast<std::size_t>(id / kWordBits)]);
+      const auto word = static_cast<std::uint32_t>(words[at(id / kWordBits)]);
       set(id, (word >> (id % kWordBits) & 1U) != 0);
     }
   }

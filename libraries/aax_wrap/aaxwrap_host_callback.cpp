@@ -7,9 +7,6 @@
 
 namespace {
 
-constexpr std::intptr_t kInterfaceVersion = 2400;
-constexpr std::intptr_t kProcessLevelAudio = 2;
-
 AAXWrap_Parameters* adapterOf(AEffect* effect) noexcept {
   if (effect == nullptr) return nullptr;
   // Pairs with the store at the end of the adapter's constructor.
@@ -46,7 +43,7 @@ std::intptr_t aaxHostCallback(AEffect* effect, std::int32_t opcode, std::int32_t
   AAXWrap_Parameters* const adapter = adapterOf(effect);
   const bool offline = adapter != nullptr && adapter->isRenderingOffline();
   if (opcode == kHostVersion) return kInterfaceVersion;
-  if (opcode == kHostProcessLevel) return offline ? kProcessLevelOffline : kProcessLevelAudio;
+  if (opcode == kHostProcessLevel) return offline ? kProcessLevelOffline : kProcessLevelRealtime;
   if (adapter == nullptr) return 0;
   if (opcode == kHostGetTime) return reinterpret_cast<std::intptr_t>(&adapter->timeInfo);
   if (opcode == kHostProcessEvents) {

@@ -177,7 +177,7 @@ AAX_Result AAXWrap_Parameters::UpdateParameterNormalizedValue(AAX_CParamID id, d
 
 void AAXWrap_Parameters::bypassChanged() {
   const bool on = bypassParameter->GetValueAsBool();
-  bypassOn.store(on, relaxed);
+  bypassOn.store(on, std::memory_order_relaxed);
   reportLatency(false);
   if (effectHandlesBypass) effect->setBypass(on);
 }
@@ -190,8 +190,8 @@ AAX_Result AAXWrap_Parameters::reportLatency(bool onlyOnceRendered) {
   const auto host = controller.get();
   if (!host) return AAX_SUCCESS;
   const auto latency = [&] {
-    const bool mayHide = !onlyOnceRendered || hasRendered.load(relaxed) != 0;
-    return mayHide && bypassOn.load(relaxed) ? 0 : effect->getInitialDelay();
+    const bool mayHide = !onlyOnceRendered || hasRendered.load(std::memory_order_relaxed) != 0;
+    return mayHide && bypassOn.load(std::memory_order_relaxed) ? 0 : effect->getInitialDelay();
   };
   // Another thread may report meanwhile: whoever comes last has told what is true.
   AAX_Result result = AAX_SUCCESS;
@@ -261,10 +261,10 @@ AAX_Result AAXWrap_Parameters::NotificationReceived(AAX_CTypeID type, const void
   return aaxGuarded([&] {
     switch (type) {
       case AAX_eNotificationEvent_EnteringOfflineMode:
-        isOfflineRender.store(true, relaxed);
+        isOfflineRender.store(true, std::memory_order_relaxed);
         break;
       case AAX_eNotificationEvent_ExitingOfflineMode:
-        isOfflineRender.store(false, relaxed);
+        isOfflineRender.store(false, std::memory_order_relaxed);
         break;
       case AAX_eNotificationEvent_TrackNameChanged:
         if (data != nullptr) {

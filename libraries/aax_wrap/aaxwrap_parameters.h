@@ -56,14 +56,16 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void latencyChanged();
   /// The effect has taken other values without naming them: what the host reads follows.
   void takeEffectValues();
-  [[nodiscard]] bool isRenderingOffline() const noexcept { return isOfflineRender.load(relaxed); }
+  [[nodiscard]] bool isRenderingOffline() const noexcept {
+    return isOfflineRender.load(std::memory_order_relaxed);
+  }
 
   // Audio thread; no locks, no heap.
   [[nodiscard]] Plug& plug() const noexcept { return *effect; }
   [[nodiscard]] bool takesMidi() const noexcept { return receivesMidi; }
   /// The effect is to be left out.
   [[nodiscard]] bool isBypassed() const noexcept;
-  void markRendered() noexcept { hasRendered.store(1, relaxed); }
+  void markRendered() noexcept { hasRendered.store(1, std::memory_order_relaxed); }
   /// Copies MIDI and system exclusive events; what does not fit any more is lost. Null is fine.
   void queueMidiOut(const VstEvents* events) noexcept;
   void clearMidiOut() noexcept;
@@ -75,8 +77,6 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   AAX_Result EffectInit() override;
 
  private:
-  static constexpr auto relaxed = std::memory_order_relaxed;
-
   AAX_Result registerParameters();
   [[nodiscard]] std::unique_ptr<AAX_IParameter> makeParameter(std::int32_t index) const;
   [[nodiscard]] float plainAt(std::int32_t index, float normalised) const;

@@ -2,31 +2,25 @@
 
 #include <cstddef>
 
+#include "platform/index.h"
+
 namespace lv2 {
-
-namespace {
-
-constexpr auto kAlone = std::memory_order_relaxed;
-
-std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
-
-}  // namespace
 
 ControlExchange::ControlExchange(Plug& whose) : effect(whose) {
   for (int id = 0; id < kNumParams; ++id) {
-    ports[at(id)].store(plainNow(id), kAlone);
-    held[at(id)].store(plainNow(id), kAlone);
+    ports[at(id)].store(plainNow(id), std::memory_order_relaxed);
+    held[at(id)].store(plainNow(id), std::memory_order_relaxed);
   }
   rememberAll();
 }
 
 void ControlExchange::offer(int id, float plain) noexcept {
-  ports[at(id)].store(plain, kAlone);
+  ports[at(id)].store(plain, std::memory_order_relaxed);
   offered.set(id);
 }
 
 void ControlExchange::confirm(int id, float plain) noexcept {
-  ports[at(id)].store(plain, kAlone);
+  ports[at(id)].store(plain, std::memory_order_relaxed);
   confirmed.set(id);
 }
 
@@ -38,17 +32,21 @@ void ControlExchange::takeLoading() noexcept {
   const unsigned newest = loads.load(std::memory_order_acquire);
   offered.takeAll([](int /*id*/) {});
   confirmed.takeAll([](int /*id*/) {});
-  alone.store(true, kAlone);
+  alone.store(true, std::memory_order_relaxed);
   takenLoads.store(newest, std::memory_order_release);
 }
 
 void ControlExchange::assumePort(int id, float plain) noexcept {
-  held[at(id)].store(plain, kAlone);
+  held[at(id)].store(plain, std::memory_order_relaxed);
 }
 
-float ControlExchange::heldByPort(int id) const noexcept { return held[at(id)].load(kAlone); }
+float ControlExchange::heldByPort(int id) const noexcept {
+  return held[at(id)].load(std::memory_order_relaxed);
+}
 
-float ControlExchange::portValue(int id) const noexcept { return ports[at(id)].load(kAlone); }
+float ControlExchange::portValue(int id) const noexcept {
+  return ports[at(id)].load(std::memory_order_relaxed);
+}
 
 float ControlExchange::plainNow(int id) const noexcept {
   return id == kABBank ? static_cast<float>(effect.getCurrentBank()) : effect.getPlainValue(id);
@@ -66,11 +64,12 @@ void ControlExchange::deliver() {
 
 void ControlExchange::deliverNews() {
   if (isLoaded()) return;
-  confirmed.takeAll([this](int id) { held[at(id)].store(portValue(id), kAlone); });
+  confirmed.takeAll(
+      [this](int id) { held[at(id)].store(portValue(id), std::memory_order_relaxed); });
   if (!offered.any() && !effect.isUpdateMissing()) return;
   {
     const UpdateHold together(effect.updates());
-    deliverOffered(alone.exchange(false, kAlone));
+    deliverOffered(alone.exchange(false, std::memory_order_relaxed));
     // New filters at once: whoever moves a port has waited for its block already.
     effect.updateDsp(true);
   }
@@ -97,7 +96,7 @@ void ControlExchange::deliverOne(int id, bool isAlone) {
   const bool isSwitch = effect.parameterInfo(id).curve == kCurveSwitch;
   const float normalised =
       isSwitch ? (plain > 0.0F ? 1.0F : 0.0F) : effect.plainToNormalised(id, plain);
-  held[at(id)].store(plain, kAlone);
+  held[at(id)].store(plain, std::memory_order_relaxed);
   known[at(id)] = normalised;
   if (normalisedNow(id) == normalised) return;
   if (!isAlone) {

@@ -10,22 +10,18 @@
 #include <new>
 
 #include "core/parameter_table.h"
+#include "platform/index.h"
 
 namespace lv2 {
 
 namespace {
 
-constexpr auto kAlone = std::memory_order_relaxed;
-constexpr std::intptr_t kHostInterface = 2400;
-constexpr std::intptr_t kProcessLevelRealtime = 2;
 // New filters are news to the caches of the audio thread, too: no more often than it takes for
 // moves to be in the sound 20 ms later.
 constexpr double kSecondsBetweenJobs = 0.014;
 constexpr double kSecondsAfterLoad = 0.1;
 constexpr int kPatientTicks = 3;
 constexpr float kNothing = std::numeric_limits<float>::quiet_NaN();
-
-std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
 
 /// As `lv2:toggled` has it.
 bool isOn(float control) noexcept { return control > 0.0F; }
@@ -65,10 +61,10 @@ Plugin::~Plugin() { IdleTimer::instance().remove(*this); }
 
 std::intptr_t Plugin::answer(AEffect* effect, std::int32_t opcode, std::int32_t /*index*/,
                              std::intptr_t /*value*/, void* /*ptr*/, float /*opt*/) {
-  if (opcode == kHostVersion) return kHostInterface;
+  if (opcode == kHostVersion) return kInterfaceVersion;
   if (opcode != kHostProcessLevel) return 0;
   const auto* const plugin = static_cast<const Plugin*>(effect->user);
-  const bool isOffline = plugin != nullptr && plugin->offline.load(kAlone);
+  const bool isOffline = plugin != nullptr && plugin->offline.load(std::memory_order_relaxed);
   return isOffline ? kProcessLevelOffline : kProcessLevelRealtime;
 }
 
@@ -102,7 +98,7 @@ bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
 }
 
 void Plugin::activate() {
-  offline.store(isOn(*freewheelPort), kAlone);
+  offline.store(isOn(*freewheelPort), std::memory_order_relaxed);
   lookAtPorts(controls.isLoaded());
   controls.deliver();
   effect.resume();
@@ -123,7 +119,7 @@ void Plugin::run(std::uint32_t frames) noexcept {
 
 void Plugin::takeControls(std::uint32_t frames) noexcept {
   const bool isOffline = isOn(*freewheelPort);
-  offline.store(isOffline, kAlone);
+  offline.store(isOffline, std::memory_order_relaxed);
   // While audio runs, hosts restore the state first and set the ports in some later block. What
   // they hold until then belongs to the sound before, and must not get into the banks of the new
   // one.
@@ -180,18 +176,18 @@ void Plugin::askForDelivery(std::uint32_t frames) noexcept {
   framesSinceJob = std::min(framesSinceJob, framesBetweenJobs) + frames;
   const bool mayWait = framesSinceJob + frames <= framesBetweenJobs;
   if (features.worker == nullptr || mayWait || !controls.hasNews()) return;
-  if (workAsked.exchange(true, kAlone)) return;
+  if (workAsked.exchange(true, std::memory_order_relaxed)) return;
   const std::uint32_t job = 0;  // hosts need not take empty ones
   const auto status = features.worker->schedule_work(features.worker->handle, sizeof job, &job);
   if (status == LV2_WORKER_SUCCESS) {
     framesSinceJob = 0;
   } else {
-    workAsked.store(false, kAlone);
+    workAsked.store(false, std::memory_order_relaxed);
   }
 }
 
 void Plugin::work() {
-  workAsked.store(false, kAlone);
+  workAsked.store(false, std::memory_order_relaxed);
   controls.deliver();
 }
 

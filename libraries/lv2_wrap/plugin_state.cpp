@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "libraries/lv2_wrap/plugin.h"
+#include "platform/index.h"
 #include "state/chunk_codec.h"
 
 namespace lv2 {
@@ -13,8 +14,6 @@ namespace lv2 {
 namespace {
 
 constexpr std::uint32_t kFlags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
-
-std::size_t at(int id) noexcept { return static_cast<std::size_t>(id); }
 
 /// The values of all ports by place, as a vector atom holds them.
 struct PortValues {

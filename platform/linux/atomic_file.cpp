@@ -12,12 +12,11 @@
 #include <random>
 #include <utility>
 
+#include "platform/linux/last_error.h"
 #include "platform/paths.h"
 #include "platform/stop_request.h"
 
 namespace {
-
-std::error_code lastError() { return {errno, std::generic_category()}; }
 
 /// A name beside `target` that nobody else has. It is cut so that a long name stays a valid one.
 std::string nameBeside(const std::string& target) {

@@ -10,13 +10,13 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/last_error.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kPause{500};
-
-std::error_code lastError() { return {errno, std::generic_category()}; }
 
 /// Tries at least once. Asks again and again, because a waiting `flock` has no time limit.
 std::error_code waitForLock(int descriptor, Clock::time_point deadline) {

@@ -13,6 +13,8 @@
 #include <new>
 #include <utility>
 
+#include "platform/linux/last_error.h"
+
 namespace {
 
 struct Close {
@@ -88,7 +90,7 @@ std::string resolvedLinks(std::string path) {
 
 std::error_code moveFile(const std::string& from, const std::string& to) noexcept {
   if (std::rename(from.c_str(), to.c_str()) == 0) return {};
-  return {errno, std::generic_category()};
+  return lastError();
 }
 
 std::vector<FolderEntry> listFolder(const std::string& path) {

@@ -10,11 +10,10 @@
 #include <utility>
 
 #include "platform/atomic_file.h"
+#include "platform/linux/last_error.h"
 #include "platform/paths.h"
 
 namespace {
-
-std::error_code lastError() { return {errno, std::generic_category()}; }
 
 class Descriptor {
  public:

@@ -1,6 +1,6 @@
 // Several files, threads and signals at a time.
 
-#include "apps/batch.h"
+#include "apps/render/batch.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>

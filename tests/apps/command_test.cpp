@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "apps/audio_format.h"
-#include "apps/audio_writer.h"
-#include "apps/effect_runner.h"
-#include "apps/failure.h"
-#include "apps/preset_source.h"
-#include "apps/progress_bar.h"
-#include "apps/text.h"
+#include "apps/audio_files/audio_format.h"
+#include "apps/audio_files/audio_writer.h"
+#include "apps/effect/effect_runner.h"
+#include "apps/output/failure.h"
+#include "apps/output/progress_bar.h"
+#include "apps/output/text.h"
+#include "apps/presets/preset_source.h"
 #include "state/chunk_codec.h"
 #include "state/json_document.h"
 #include "tests/apps/program.h"

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/text.h"
+#include "apps/output/text.h"
 #include "tests/support/data_rows.h"
 #include "tests/support/known_numbers.h"
 
@@ -52,7 +52,7 @@ Numbers makeSignal(int frames, const SF_INFO& info, unsigned seed, Numbers level
   levels.resize(static_cast<std::size_t>(info.channels), 1.0);
   std::mt19937 random(seed);
   Numbers samples;
-  samples.reserve(static_cast<std::size_t>(frames * info.channels));
+  samples.reserve(static_cast<std::size_t>(frames) * static_cast<std::size_t>(info.channels));
   for (int i = 0; i < frames * info.channels; ++i) {
     const int frame = i / info.channels;
     const int channel = i % info.channels;

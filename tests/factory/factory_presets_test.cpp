@@ -8,10 +8,9 @@
 #include <set>
 
 #include "analysis/fft.h"
-#include "apps/chain_fault.h"
-#include "apps/effect_runner.h"
-#include "apps/loudness.h"
-#include "apps/preset_source.h"
+#include "apps/effect/effect_runner.h"
+#include "apps/presets/preset_source.h"
+#include "apps/render/loudness.h"
 #include "platform/clock.h"
 #include "state/chunk_codec.h"
 #include "state/json_document.h"

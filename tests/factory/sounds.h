@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/audio_reader.h"
+#include "apps/audio_files/audio_reader.h"
 
 inline constexpr int kSoundRate = 48000;  // Hz
 inline constexpr int kSoundSeconds = 10;

@@ -8,6 +8,7 @@
 #include "core/parameter_table.h"
 #include "core/value_text.h"
 #include "host/curves.h"
+#include "platform/index.h"
 
 namespace lv2 {
 
@@ -16,7 +17,7 @@ namespace {
 /// Rules are written for band 1 and hold for all bands.
 int rowOf(int id) { return isBandParameter(id) ? bandOneIdOf(id) : id; }
 
-const ParameterRecord& recordOf(int id) { return kParameterTable[static_cast<std::size_t>(id)]; }
+const ParameterRecord& recordOf(int id) { return kParameterTable[at(id)]; }
 
 std::string textOf(int id, float plain) {
   return valueText(id, plain, recordOf(id), ValueTextContext{}, false);

@@ -13,6 +13,7 @@
 #include "libraries/lv2_wrap/port_layout.h"
 #include "libraries/lv2_wrap/turtle/parameter_port.h"
 #include "platform/clock.h"
+#include "platform/index.h"
 #include "platform/whole_file.h"
 #include "state/install_folders.h"
 #include "state/json_document.h"
@@ -40,8 +41,7 @@ std::array<float, kNumParams> loadValues(const fs::path& file) {
   if (plug.chunkRefused()) throw failure(file, "holds no preset");
   std::array<float, kNumParams> values{};
   for (int id = 0; id < kNumParams; ++id) {
-    values[static_cast<std::size_t>(id)] =
-        roundPlain(id, plug.getPlainValue(id), plug.normalisedValue(id));
+    values[at(id)] = roundPlain(id, plug.getPlainValue(id), plug.normalisedValue(id));
   }
   return values;
 }
@@ -124,7 +124,7 @@ std::string presetTurtle(const FactoryPreset& preset) {
     if (id == kABBank || id == kBypass) continue;
     Statements port;
     port.add("lv2:symbol", turtleString(parameterKeyTable().name(id)));
-    port.add("pset:value", turtleDecimal(preset.values[static_cast<std::size_t>(id)]));
+    port.add("pset:value", turtleDecimal(preset.values[at(id)]));
     about.add("lv2:port", port.blankNode());
   }
   Statements state;

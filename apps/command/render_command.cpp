@@ -1,0 +1,241 @@
+#include "apps/command/render_command.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iostream>
+#include <thread>
+
+#include "apps/output/failure.h"
+#include "apps/output/json_output.h"
+#include "apps/output/messages.h"
+#include "apps/output/progress_bar.h"
+#include "apps/output/text.h"
+#include "apps/render/render_job.h"
+#include "apps/render/report.h"
+#include "platform/clock.h"
+#include "platform/paths.h"
+#include "platform/stop_request.h"
+#include "platform/terminal.h"
+
+namespace {
+
+constexpr int kLargestBlock = 1 << 20;  // frames
+constexpr int kMostJobs = 256;
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  corvanthelis render in.wav out.wav --set kB1Threshold=-20 --set kB1Ratio=0.5\n"
+    "  corvanthelis render in.wav out.flac --match-loudness\n"
+    "  corvanthelis render music.wav ducked.wav --sidechain voice.wav --set kB1SCSrc=2\n"
+    "  corvanthelis render in.wav out.wav --automation moves.csv --json\n"
+    "  corvanthelis render *.wav --out-dir done --jobs 4\n"
+    "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
+    "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
+    "\n"
+    "Files set the effect first: a state or bank, then a preset, then bands; then --set and "
+    "--setn\n"
+    "in the order given. Locks and links that a file holds are not in force.";
+
+void printReports(const std::vector<RenderOutcome>& outcomes, double elapsedSeconds) {
+  std::size_t nameWidth = 4;
+  std::size_t done = 0;
+  double seconds = 0.0;
+  for (const RenderOutcome& outcome : outcomes) {
+    if (outcome.report) nameWidth = std::max(nameWidth, outcome.report->output.size());
+  }
+  bool headingPrinted = false;
+  for (const RenderOutcome& outcome : outcomes) {
+    if (!outcome.report) continue;
+    if (!headingPrinted) std::cout << tableHeading(nameWidth) << '\n';
+    headingPrinted = true;
+    std::cout << tableLine(*outcome.report, nameWidth) << '\n';
+    ++done;
+    seconds += outcome.report->seconds();
+  }
+  std::cout << done << " of " << outcomes.size() << (outcomes.size() == 1 ? " file" : " files")
+            << " done, " << fixedText(seconds / std::max(elapsedSeconds, 0.001), 0)
+            << " times real time\n";
+}
+
+void printReportsJson(const std::vector<RenderItem>& items,
+                      const std::vector<RenderOutcome>& outcomes) {
+  JsonTree list(jsonCreateArray());
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    if (outcomes[i].report) {
+      jsonAddItemToArray(list.get(), reportJson(*outcomes[i].report).release());
+      continue;
+    }
+    JsonTree failed(jsonCreateObject());
+    addMember(failed, "input", jsonCreateString(validUtf8(items[i].input).c_str()));
+    addMember(failed, "error", jsonCreateString(validUtf8(outcomes[i].failure).c_str()));
+    jsonAddItemToArray(list.get(), failed.release());
+  }
+  printJson(list.get());
+}
+
+void printReportWarnings(const std::vector<RenderOutcome>& outcomes) {
+  for (const RenderOutcome& outcome : outcomes) {
+    if (!outcome.report) continue;
+    for (const std::string& warning : outcome.report->warnings) {
+      printWarning(outcome.report->input + ": " + warning);
+    }
+  }
+}
+
+}  // namespace
+
+RenderCommand::RenderCommand(CLI::App& program)
+    : app(addCommand(program, "render", "Run the effect over audio files")), state(app) {
+  setFooter(app, kExamples);
+  addFileOptions();
+  addEffectOptions();
+  addReportOptions();
+}
+
+void RenderCommand::addFileOptions() {
+  addOption(app, "FILES", files, "IN and OUT, whose ending names the container",
+            {.isRequired = true});
+  names.push_back(addOption(app, "--out-dir", outDirectory,
+                            "Take all FILES as inputs, write them here under their names",
+                            {.type = "DIR"}));
+  addOption(app, "--jobs", jobs, "Files rendered at a time with --out-dir (all cores)",
+            {.type = "N", .range = {{1, kMostJobs}}});
+  addOption(app, "--format", format, "Samples of the output: f32, f64, s24 or s16 (f32; flac: s24)",
+            {.type = "F", .choices = {"f32", "f64", "s24", "s16"}});
+}
+
+void RenderCommand::addEffectOptions() {
+  names.push_back(addOption(app, "--sidechain", sidechain,
+                            "One or two channels for the sidechain inputs", {.type = "FILE"}));
+  names.push_back(
+      addOption(app, "--automation", automation, "CSV rows seconds,ID,PLAIN", {.type = "FILE"}));
+  addOption(app, "--block", block, "Frames per block",
+            {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});
+  addFlag(app, "--double", doubles, "Use the effect's 64-bit entry");
+  addFlag(app, "--realtime", realtime, "Tell the effect that it plays live, not offline");
+  addFlag(app, "--keep-latency", keepLatency, "Leave the effect's delay in the output");
+  addFlag(app, "--match-loudness", matchLoudness,
+          "Set kOpTrim so that the output is as loud as the input (EBU R 128)");
+}
+
+void RenderCommand::addReportOptions() {
+  addFlag(app, "--json", json, "Print the report as JSON");
+  addFlag(app, "--quiet", quiet, "Print no report and no progress");
+}
+
+RenderOptions RenderCommand::options(std::vector<std::string>& warnings) const {
+  RenderOptions result;
+  result.effect.state = orElse("nothing was rendered", [&] { return state.read(warnings); });
+  result.effect.blockFrames = block;
+  result.effect.doubles = doubles;
+  result.effect.realtime = realtime;
+  result.sidechain = sidechain;
+  result.format = sampleFormatNamed(format);
+  result.keepLatency = keepLatency;
+  result.matchLoudness = matchLoudness;
+  result.measure = json || !quiet;
+  return result;
+}
+
+std::vector<RenderItem> RenderCommand::items() const {
+  std::vector<RenderItem> result;
+  if (isBatch()) {
+    result = planDirectory(files, outDirectory);
+  } else if (files.size() == 2) {
+    result.push_back({files[0], files[1]});
+  } else {
+    throw WrongArguments(files.size() < 2 ? "render needs IN and OUT"
+                                          : "more than one input needs --out-dir");
+  }
+  return result;
+}
+
+void RenderCommand::checkMatch(const RenderOptions& renderOptions) const {
+  if (!matchLoudness) return;
+  HostedPlug plug(realtime);
+  applyState(plug, renderOptions.effect.state);
+  if (plug.getPlainValue(kAutoGain) != 0.0F || renderOptions.automation.touches(kAutoGain)) {
+    throw WrongArguments("--match-loudness and kAutoGain both set kOpTrim; use one of them");
+  }
+  if (renderOptions.automation.touches(kOpTrim)) {
+    throw WrongArguments("--match-loudness sets kOpTrim; the automation cannot");
+  }
+}
+
+int RenderCommand::jobCount() const {
+  if (jobs > 0) return jobs;
+  return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
+}
+
+RenderCommand::Plan RenderCommand::plan() const {
+  refuseEmptyNames(names);
+  if (std::find(files.begin(), files.end(), "") != files.end()) {
+    throw WrongArguments("the name of a file is empty");
+  }
+  Plan result;
+  result.options = options(result.warnings);
+  result.items = items();
+  for (const RenderItem& item : result.items) {
+    if (isFolder(item.output)) {
+      throw Failure(item.output, "is a directory; --out-dir writes into one");
+    }
+    static_cast<void>(audioFormatFor(item.output, result.options.format));
+  }
+  std::vector<std::string> alsoRead = {sidechain, automation};
+  for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
+  refuseOverwriting(result.items, alsoRead);
+  if (!automation.empty()) {
+    result.options.automation = readAutomationFile(automation);
+    const std::vector<std::string>& told = result.options.automation.warnings;
+    result.warnings.insert(result.warnings.end(), told.begin(), told.end());
+  }
+  checkMatch(result.options);
+  return result;
+}
+
+int RenderCommand::run() {
+  catchStopRequests();
+  const Plan work = plan();
+  if (isBatch()) makeDirectory(outDirectory);
+  const std::int64_t start = monotonicMilliseconds();
+  std::vector<RenderOutcome> outcomes;
+  {
+    const bool showsProgress = !quiet && !json && errorStreamIsTerminal();
+    ProgressBar progress(showsProgress);
+    for (const RenderItem& item : work.items) {
+      if (showsProgress && !stopRequested())
+        progress.addTotal(expectedFrames(item.input, work.options));
+    }
+    outcomes = renderAll(work.items, work.options, jobCount(), progress);
+  }
+  releaseStopRequests();
+  const bool allDone = std::all_of(outcomes.begin(), outcomes.end(),
+                                   [](const auto& outcome) { return outcome.report.has_value(); });
+  // A single file that failed has had its one line.
+  if (allDone || isBatch()) {
+    printWarnings(work.warnings);
+    printReportWarnings(outcomes);
+    // In JSON each report tells them all.
+    for (RenderOutcome& outcome : outcomes) {
+      if (!outcome.report) continue;
+      std::vector<std::string>& told = outcome.report->warnings;
+      told.insert(told.begin(), work.warnings.begin(), work.warnings.end());
+    }
+    print(work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
+  }
+  return allDone ? kDone : kFailed;
+}
+
+void RenderCommand::print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
+                          double elapsedSeconds) const {
+  if (json && isBatch()) {
+    printReportsJson(work.items, outcomes);
+  } else if (json) {
+    printJson(reportJson(*outcomes.front().report).get());
+  } else if (!quiet && isBatch()) {
+    printReports(outcomes, elapsedSeconds);
+  } else if (!quiet) {
+    std::cout << reportText(*outcomes.front().report);
+  }
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "apps/command/command_line.h"
+#include "apps/command/state_options.h"
+#include "apps/output/output_files.h"
+#include "apps/render/batch.h"
+#include "apps/render/render_pass.h"
+
+/// `corvanthelis render`.
+class RenderCommand {
+ public:
+  explicit RenderCommand(CLI::App& program);
+
+  /// After the command line was parsed; an `ExitStatus`. Throws `Failure` and `WrongArguments` for
+  /// what concerns all files.
+  int run();
+  [[nodiscard]] bool chosen() const { return isChosen(app); }
+
+ private:
+  struct Plan {
+    RenderOptions options;
+    std::vector<RenderItem> items;
+    std::vector<std::string> warnings;  // about the arguments
+  };
+
+  void addFileOptions();
+  void addEffectOptions();
+  void addReportOptions();
+  [[nodiscard]] RenderOptions options(std::vector<std::string>& warnings) const;
+  [[nodiscard]] std::vector<RenderItem> items() const;
+  [[nodiscard]] Plan plan() const;
+  [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
+  void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
+             double elapsedSeconds) const;
+  void checkMatch(const RenderOptions& options) const;
+  [[nodiscard]] int jobCount() const;
+
+  CLI::App& app;
+  StateOptions state;
+  std::vector<CLI::Option*> names;  // that must not be empty
+  std::vector<std::string> files;
+  std::string outDirectory;
+  std::string sidechain;
+  std::string automation;
+  std::string format;
+  int block = 1024;
+  int jobs = 0;  // 0: as many as there are cores
+  bool doubles = false;
+  bool realtime = false;
+  bool keepLatency = false;
+  bool matchLoudness = false;
+  bool json = false;
+  bool quiet = false;
+};

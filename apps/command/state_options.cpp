@@ -1,0 +1,104 @@
+#include "apps/command/state_options.h"
+
+#include <cstddef>
+
+#include "apps/output/failure.h"
+#include "apps/presets/preset_lookup.h"
+#include "apps/state/state_document.h"
+#include "state/machine.h"
+
+namespace {
+
+void checkRole(const StateDocument& document, StateFile::Role role) {
+  const bool isBandFile = document.kind == StateKind::kBand;
+  if (role == StateFile::Role::kBand && !isBandFile) {
+    throw Failure(document.name, "is no band file: \"params\" is missing");
+  }
+  if (role != StateFile::Role::kBand && isBandFile) {
+    throw Failure(document.name, "holds a single band; load it with --band N=FILE");
+  }
+  const bool hasBanks = document.kind == StateKind::kFull || storedSets(document).size() > 1;
+  if (role == StateFile::Role::kBank && !hasBanks) {
+    throw Failure(document.name, "is a preset and no bank; load it with --preset");
+  }
+}
+
+CLI::Option* addRepeatable(CLI::App& command, const char* name, const char* value,
+                           const char* description) {
+  return addOption(command, name, description, {.type = value, .isRepeatable = true});
+}
+
+}  // namespace
+
+SettingOptions::SettingOptions(CLI::App& command)
+    : app(command),
+      plain(addRepeatable(command, "--set", "ID=PLAIN",
+                          "Set a parameter in its own unit; repeatable")),
+      normalised(addRepeatable(command, "--setn", "ID=NORMALISED",
+                               "Set a parameter by its position, 0 to 1; repeatable")) {}
+
+std::vector<Setting> SettingOptions::parse(std::vector<std::string>& warnings) const {
+  std::vector<Setting> settings;
+  std::size_t nextPlain = 0;
+  std::size_t nextNormalised = 0;
+  // An option stands in this list once for each time it was given.
+  for (const CLI::Option* const option : optionsInOrder(app)) {
+    if (option == plain) {
+      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, warnings));
+    } else if (option == normalised) {
+      settings.push_back(parseSetting(valuesOf(normalised).at(nextNormalised++), true, warnings));
+    }
+  }
+  return settings;
+}
+
+StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(command) {
+  CLI::Option* const stateOption =
+      addOption(command, "--state", state, "Load a state as hosts store it, packed or plain",
+                {.type = "FILE"});
+  CLI::Option* const bankOption =
+      addOption(command, "--bank", bank, "Load a bank file", {.type = "FILE"});
+  exclude(bankOption, stateOption);
+  CLI::Option* const presetOption = addOption(
+      command, "--preset", preset,
+      "Load a preset: a file, or a name or Folder/Name of presets list", {.type = "FILE"});
+  CLI::Option* const bandOption = addOption(
+      command, isBandFree ? "--band,--band-file" : "--band-file", bands,
+      "Load a band file into band N, 1 to 8; repeatable", {.type = "N=FILE", .isRepeatable = true});
+  options = {stateOption, bankOption, presetOption, bandOption};
+}
+
+EffectState StateOptions::read(std::vector<std::string>& warnings) const {
+  refuseEmptyNames(options);
+  EffectState result;
+  result.settings = settings.parse(warnings);
+  if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);
+  if (!bank.empty()) addFile(bank, StateFile::Role::kBank, 0, result, warnings);
+  if (!preset.empty()) {
+    const std::string path = findPreset(preset, walkPresets(Machine::ofProcess().folders()));
+    addFile(path, StateFile::Role::kPreset, 0, result, warnings);
+  }
+  for (const std::string& text : bands) addBand(text, result, warnings);
+  return result;
+}
+
+void StateOptions::addBand(const std::string& text, EffectState& result,
+                           std::vector<std::string>& warnings) const {
+  const bool isNamed =
+      text.size() > 2 && text[0] >= '1' && text[0] < '1' + kNumBands && text[1] == '=';
+  if (!isNamed) {
+    throw WrongArguments("--band: '" + text + "' should read N=FILE with N from 1 to " +
+                         std::to_string(kNumBands));
+  }
+  addFile(text.substr(2), StateFile::Role::kBand, text[0] - '1', result, warnings);
+}
+
+void StateOptions::addFile(const std::string& path, StateFile::Role role, int band,
+                           EffectState& result, std::vector<std::string>& warnings) const {
+  StateDocument document = readStateDocument(path);
+  checkRole(document, role);
+  for (const std::string& fault : documentFaults(document)) {
+    warnings.push_back(path + ": " + fault);
+  }
+  result.files.push_back({role, path, std::move(document.text), band});
+}

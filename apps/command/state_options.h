@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "apps/command/command_line.h"
+#include "apps/effect/effect_state.h"
+#include "apps/effect/settings.h"
+
+/// The options `--set` and `--setn` of a command. `command` must outlive it.
+class SettingOptions {
+ public:
+  explicit SettingOptions(CLI::App& command);
+
+  /// The settings of both options in the order of the command line, after it was parsed.
+  /// Throws `WrongArguments`; what had to be corrected is told to `warnings`.
+  [[nodiscard]] std::vector<Setting> parse(std::vector<std::string>& warnings) const;
+
+ private:
+  const CLI::App& app;
+  const CLI::Option* plain;
+  const CLI::Option* normalised;
+};
+
+/// The options by which a command sets up the effect: `--state`, `--bank`, `--preset`,
+/// `--band-file` and those of `SettingOptions`. `command` must outlive it.
+class StateOptions {
+ public:
+  /// `isBandFree`: whether the files of bands go by `--band`, too.
+  explicit StateOptions(CLI::App& command, bool isBandFree = true);
+
+  /// Reads the files, after the command line was parsed: first a state or bank, then a preset, then
+  /// bands. Throws `Failure` and `WrongArguments`; what the effect will pass over or correct is
+  /// told to `warnings`.
+  [[nodiscard]] EffectState read(std::vector<std::string>& warnings) const;
+
+ private:
+  void addFile(const std::string& path, StateFile::Role role, int band, EffectState& result,
+               std::vector<std::string>& warnings) const;
+  void addBand(const std::string& text, EffectState& result,
+               std::vector<std::string>& warnings) const;
+
+  std::string state;
+  std::string bank;
+  std::string preset;
+  std::vector<std::string> bands;
+  std::vector<CLI::Option*> options;
+  SettingOptions settings;
+};

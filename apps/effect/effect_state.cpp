@@ -1,0 +1,51 @@
+#include "apps/effect/effect_state.h"
+
+#include <cstdint>
+
+#include "apps/effect/effect_runner.h"
+#include "apps/output/failure.h"
+
+namespace {
+
+constexpr Plug::FlagWords kNoFlags{};
+
+void loadBand(Plug& plug, const StateFile& file) {
+  const Plug::FlagWords locks = plug.getLockWords();
+  const Plug::FlagWords links = plug.getLinkWords();
+  plug.setLockWords(kNoFlags);
+  plug.setLinkWords(kNoFlags);
+  const bool isLoaded = plug.loadBandFromText(file.text.c_str(), file.text.size(), file.band);
+  plug.setLockWords(locks);
+  plug.setLinkWords(links);
+  if (!isLoaded) throw Failure(file.name, "holds no band");
+}
+
+}  // namespace
+
+void applySettings(Plug& plug, std::span<const Setting> settings) {
+  for (const Setting& setting : settings) {
+    plug.setParameter(setting.parameter,
+                      setting.isNormalised
+                          ? setting.value
+                          : plug.plainToNormalised(setting.parameter, setting.value));
+  }
+}
+
+void loadStateFile(Plug& plug, const StateFile& file) {
+  if (file.role == StateFile::Role::kBand) {
+    loadBand(plug, file);
+    return;
+  }
+  plug.setChunk(file.text.data(), static_cast<std::int32_t>(file.text.size()),
+                file.role == StateFile::Role::kPreset);
+  if (plug.chunkRefused()) throw Failure(file.name, "holds no document");
+  requireUpdate(plug);
+}
+
+void applyState(Plug& plug, const EffectState& state) {
+  for (const StateFile& file : state.files) loadStateFile(plug, file);
+  plug.setLockWords(kNoFlags);
+  plug.setLinkWords(kNoFlags);
+  applySettings(plug, state.settings);
+  requireUpdate(plug);
+}

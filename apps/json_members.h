@@ -1,9 +1,0 @@
-#pragma once
-
-#include "state/json_document.h"
-
-/// Adds to an object; takes `item`, and throws std::bad_alloc for null. `key` must outlive the
-/// object.
-void addMember(const JsonTree& object, const char* key, JsonNode* item);
-/// null for what is not finite.
-void addMember(const JsonTree& object, const char* key, double number);

@@ -1,0 +1,59 @@
+#include "apps/output/output_files.h"
+
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "apps/output/failure.h"
+#include "platform/paths.h"
+#include "platform/stop_request.h"
+#include "platform/whole_file.h"
+
+namespace {
+
+/// The same text for all names of one file, be it there or not.
+std::string identityOf(const std::string& name) {
+  if (auto real = realPath(name)) return std::move(*real);
+  const std::string path = resolvedLinks(name);
+  const std::string parent = parentFolder(path);
+  const auto folder = realPath(parent.empty() ? "." : parent);
+  return folder ? joinedPath(*folder, path.substr(path.rfind('/') + 1)) : path;
+}
+
+}  // namespace
+
+void refuseOverwriting(std::span<const RenderItem> items,
+                       const std::vector<std::string>& alsoRead) {
+  std::vector<std::string> read = alsoRead;
+  for (const RenderItem& item : items) read.push_back(item.input);
+  std::map<std::string, std::string> outputs;  // by what a link leads to
+  for (const RenderItem& item : items) {
+    // Many files take a while: each is compared with all.
+    if (stopRequested()) throw Failure(item.input, "interrupted");
+    const auto [other, isNew] = outputs.emplace(identityOf(item.output), item.output);
+    if (!isNew) {
+      throw WrongArguments(other->second + " and " + item.output + " are one file");
+    }
+    if (!isFile(item.output)) continue;
+    for (const std::string& name : read) {
+      if (!isSameFile(item.output, name)) continue;
+      throw WrongArguments(item.output + ": would overwrite " +
+                           (item.output == name ? "what is read" : name + ", which is read"));
+    }
+  }
+}
+
+void makeDirectory(const std::string& directory) {
+  if (const std::error_code error = makeFolders(directory)) {
+    throw Failure(directory, "cannot be made a directory (" + error.message() + ")");
+  }
+}
+
+void writeOutput(const std::string& path, const std::string& bytes) {
+  // A process that ends here and now would leave a part of the file beside it.
+  catchStopRequests();
+  if (const std::error_code error = writeWholeFile(path, bytes)) {
+    if (error == std::errc::interrupted) throw Failure(path, "interrupted");
+    throw Failure(path, "cannot be written (" + error.message() + ")");
+  }
+}

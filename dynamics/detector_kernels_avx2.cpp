@@ -1,4 +1,0 @@
-#include "dynamics/detector_kernels_impl.h"
-#include "dynamics/detector_kernels_sets.h"
-
-constinit const DetectorKernels kAvx2Detectors = detectorKernelsOf<4>();
