@@ -71,8 +71,13 @@ constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
 }  // namespace
 
 ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& driven,
-                                     const std::atomic<bool>& offline, Clock whatTime)
-    : values(store), engine(driven), isOffline(offline), clock(std::move(whatTime)) {
+                                     const std::atomic<bool>& offline, Clock whatTime,
+                                     const ChainMarks& chainMarks)
+    : values(store),
+      engine(driven),
+      isOffline(offline),
+      clock(std::move(whatTime)),
+      marks(chainMarks) {
   everythingChanged();
 }
 
@@ -82,6 +87,7 @@ void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
   if (isBandParameter(index)) {
     const int row = bandOneIdOf(index);
     changedBands[static_cast<std::size_t>(bandOf(index))].fetch_or(dependsOnRow(row), kAfterValue);
+    if (row == kB1State || row == kB1Type || row == kB1SubType) marks.kinds = true;
     if (row == kB1Slope) changedWhole.fetch_or(kSplits, kAfterValue);
     if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, kAfterValue);
     return;
@@ -129,6 +135,7 @@ bool ParameterHandOver::isHeld() {
 float ParameterHandOver::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope scope(lock);
   engine.layout.moveBand(band, list, frequency);
+  marks.order = true;
   due.whole |= kOrder;
   return static_cast<float>(engine.layout.bandOrderValue());
 }
@@ -202,7 +209,9 @@ void ParameterHandOver::updateFilter(int band) {
 /// By the order of bands, which the places in the XOver list follow.
 void ParameterHandOver::arrange() {
   // An order that breaks the chain keeps the last valid one.
+  const unsigned before = engine.layout.revision();
   engine.layout.applyBandOrder(static_cast<double>(plain(kBandOrder)));
+  if (engine.layout.revision() != before) marks.order = true;
   due.whole |= kSplits | kPlan;
   for (std::uint32_t& band : due.bands) band |= kRoute;
 }

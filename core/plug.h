@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -40,10 +42,15 @@ class Plug : public PlugBaseJSON {
   enum class Idle { kTimer, kCaller };
   using Clock = ParameterHandOver::Clock;
 
+  /// Makes the editor of an effect, without a window: called once, when the effect's parts stand
+  /// and before preferences and banks come, which the editor may hear of at once. Null for none.
+  using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
+
   /// Takes preferences, the band template and the default banks of `machine`, which must outlive
   /// it.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
-                Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess());
+                Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
+                const EditorFactory& makeEditor = nullptr);
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
@@ -159,6 +166,12 @@ class Plug : public PlugBaseJSON {
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 
  private:
+  /// Ends the editor before what it shows, also where the constructor does not come to its end.
+  struct EditorEnd {
+    Plug& plug;
+    ~EditorEnd();
+  };
+
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   template <typename Take>
@@ -179,4 +192,5 @@ class Plug : public PlugBaseJSON {
   PresetFiles presets;
   std::atomic<bool> simpleNumbers{false};
   const Idle idle;
+  const EditorEnd editorEnd{*this};  // last, so that it goes first
 };

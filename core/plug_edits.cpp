@@ -45,6 +45,11 @@ void PlugEdits::endLost(int id) {
   the.gestures.expectLateEnd(id);
 }
 
+void PlugEdits::endAll() {
+  for (int id = 0; id < kNumParams; ++id) endLost(id);
+  the.history.endOpenGroups();
+}
+
 void PlugEdits::flagsChanged() noexcept {
   the.editor.flagsStale = true;
   markChanged();

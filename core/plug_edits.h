@@ -66,6 +66,9 @@ class PlugEdits final : public EditedParameters {
   void end(int id) override;
   [[nodiscard]] bool isOpen(int id) const override { return the.gestures.isOpen(id); }
   void endLost(int id) override;
+  /// Ends all edits and the step of the history that are open, as the window closes in which they
+  /// began: the host hears of it. Ends that come after all are left out.
+  void endAll();
   void tellGesture(int id, bool begins) override { the.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { the.host.tellInGesture(id); }
 

@@ -152,4 +152,5 @@ void BandLayout::rebuildOrder() {
     orderList.insert(orderList.end(), list->begin(), list->end());
   }
   std::copy_n(orderList.begin(), kBands, order.begin());
+  ++changes;
 }
