@@ -1,16 +1,18 @@
 #include "editing/parameter_actions.h"
 
-#include <bit>
-#include <utility>
-
 #include "editing/edited_parameters.h"
-#include "host/editor_state.h"
-#include "state/midi_map.h"
 
 namespace {
 
-using Part = ParameterMenuPart;
-using State = ParameterMenuState;
+/// Sets the flag of a row in some bands.
+template <typename Set>
+void setFlags(int id, BandMask bands, bool on, const Set& set) {
+  for (int band = 0; band < kNumBands; ++band) {
+    if (isIn(bands, band)) set(bandParameterId(band, bandOneIdOf(id)), on);
+  }
+}
+
+}  // namespace
 
 bool hasMenu(int id) noexcept {
   if (isBandParameter(id)) return bandOneIdOf(id) != kB1State;
@@ -29,62 +31,6 @@ bool canBeShared(int id) noexcept {
   return isBandParameter(id) && canBeLocked(id) && bandOneIdOf(id) != kB1Frequency;
 }
 
-std::string kindOf(const State& state) { return state.crossoverBand ? "XOver" : "Dynamic"; }
-
-Part lockPart(int id, const State& state) {
-  const std::string verb = state.locked ? "Unlock" : "Lock";
-  if (!isBandParameter(id)) return {Part::Kind::kLocking, "", {verb}};
-  Part part{Part::Kind::kLocking,
-            "Locking",
-            {verb, "Lock all others", "Unlock all others", verb + " all",
-             verb + " all " + kindOf(state)}};
-  if (state.selectedBands > 1) part.entries.push_back(verb + " selected");
-  return part;
-}
-
-Part propagatePart(const State& state) {
-  Part part{Part::Kind::kPropagate,
-            "Propagate",
-            {"To all bands", "To other " + kindOf(state) + " bands"}};
-  if (state.selectedBands > 1) part.entries.emplace_back("To selected bands");
-  return part;
-}
-
-Part linkPart(const State& state) {
-  const std::string verb = state.linked ? "Unlink" : "Link";
-  Part part{Part::Kind::kLink,
-            "Link",
-            {verb, verb + " all bands", verb + " all " + kindOf(state) + " bands"}};
-  // follows the lock although it is about the link: kept
-  if (state.selectedBands > 1) {
-    part.entries.emplace_back(state.locked ? "Unlink selected" : "Link selected");
-  }
-  return part;
-}
-
-Part midiPart(const State& state) {
-  switch (state.midi) {
-    case State::Midi::kLearning:
-      return {Part::Kind::kMidi, "", {"Cancel Learn"}};
-    case State::Midi::kMapped:
-      return {Part::Kind::kMidi,
-              "MIDI",
-              {"Mapped to CC#" + std::to_string(state.controller), "", "Relearn...", "Unlearn"}};
-    default:
-      return {Part::Kind::kMidi, "", {"Learn..."}};
-  }
-}
-
-/// Sets the flag of a row in some bands.
-template <typename Set>
-void setFlags(int id, BandMask bands, bool on, const Set& set) {
-  for (int band = 0; band < kNumBands; ++band) {
-    if (isIn(bands, band)) set(bandParameterId(band, bandOneIdOf(id)), on);
-  }
-}
-
-}  // namespace
-
 BandMask bandsOfKind(const EditedParameters& parameters, int band) {
   const float kind = parameters.getPlain(bandParameterId(band, kB1Type));
   BandMask bands = 0;
@@ -94,36 +40,7 @@ BandMask bandsOfKind(const EditedParameters& parameters, int band) {
   return bands;
 }
 
-std::vector<Part> parameterMenu(int id, const State& state) {
-  std::vector<Part> menu;
-  if (!hasMenu(id)) return menu;
-  if (canBeLocked(id)) menu.push_back(lockPart(id, state));
-  if (canBeShared(id)) {
-    menu.push_back(propagatePart(state));
-    menu.push_back(linkPart(state));
-  }
-  menu.push_back(midiPart(state));
-  return menu;
-}
-
-State parameterMenuState(const EditedParameters& parameters, const EditorState& editor,
-                         const MIDIMap& midi, int id) {
-  State state;
-  state.locked = parameters.isLocked(id);
-  state.linked = parameters.isLinked(id);
-  state.crossoverBand =
-      !isBandParameter(id) || parameters.getPlain(bandParameterId(bandOf(id), kB1Type)) == 0.0F;
-  state.selectedBands = std::popcount(editor.selectedBands & kEveryBand);
-  state.controller = midi.controllerOf(id);
-  if (midi.getLearnTarget() == id) {
-    state.midi = State::Midi::kLearning;
-  } else if (state.controller >= 0) {
-    state.midi = State::Midi::kMapped;
-  }
-  return state;
-}
-
-void ParameterActions::lock(int id, int action, BandMask selected) {
+void ParameterActions::lock(int id, LockAction action, BandMask selected) {
   if (!canBeLocked(id)) return;
   const bool now = parameters.isLocked(id);
   const auto set = [this, id](BandMask bands, bool on) {
@@ -150,7 +67,7 @@ void ParameterActions::lock(int id, int action, BandMask selected) {
   }
 }
 
-void ParameterActions::link(int id, int action, BandMask selected) {
+void ParameterActions::link(int id, LinkAction action, BandMask selected) {
   if (!canBeShared(id) || action < kLinkToggle || action > kLinkSelected) return;
   BandMask bands = 1U << bandOf(id);
   if (action == kLinkAllBands) bands = kEveryBand;
@@ -164,7 +81,7 @@ void ParameterActions::link(int id, int action, BandMask selected) {
   parameters.end(id);
 }
 
-void ParameterActions::propagate(int id, int action, BandMask selected) {
+void ParameterActions::propagate(int id, PropagateAction action, BandMask selected) {
   if (!canBeShared(id) || action < kPropagateToAll || action > kPropagateToSelected) return;
   BandMask bands = kEveryBand;
   if (action == kPropagateToKind) bands = bandsOfKind(parameters, bandOf(id));

@@ -21,8 +21,12 @@
 #include <vector>
 
 #include "editing/band_actions.h"
+#include "editing/band_menu.h"
 #include "editing/bank_selector.h"
 #include "editing/group_edit.h"
+#include "editing/parameter_actions.h"
+#include "editing/parameter_menu.h"
+#include "editing/state_menus.h"
 #include "host/alerts.h"
 #include "state/chunk_codec.h"
 #include "state/file_store.h"
@@ -481,16 +485,49 @@ class EditScript {
     return text;
   }
 
-  std::string menuText(const Args& args) {
+  /// "title: [entry] [*checked] [-disabled]" of submenus, ": [entry]" of what stands by itself.
+  static std::string menuText(const Menu& menu) {
     std::vector<std::string> parts;
-    const int id = args.id(0);
-    for (const auto& part :
-         parameterMenu(id, parameterMenuState(plug.edits(), plug.editorState(), midi, id))) {
-      std::string text = part.title + ":";
-      for (const std::string& entry : part.entries) text += " [" + entry + "]";
+    for (const Menu::Entry& entry : menu.entries) {
+      const std::string mark = entry.enabled ? entry.checked ? "*" : "" : "-";
+      std::string text = entry.isSubmenu ? entry.text + ":" : ": [" + mark + entry.text + "]";
+      for (const Menu::Entry& each : entry.submenu) {
+        text += " [" + std::string(each.enabled ? "" : "-") + (each.checked ? "*" : "") +
+                each.text + (each.isSubmenu ? "/" : "") + "]";
+      }
       parts.push_back(text);
     }
     return joined(parts, " | ");
+  }
+  /// The entry that a path of texts leads to.
+  static void choose(const Menu& menu, const std::string& path) {
+    const std::vector<Menu::Entry>* entries = &menu.entries;
+    std::istringstream parts(path);
+    const Menu::Entry* entry = nullptr;
+    for (std::string part; std::getline(parts, part, '/'); entries = &entry->submenu) {
+      const auto found = std::ranges::find(*entries, part, &Menu::Entry::text);
+      ASSERT_TRUE(found != entries->end()) << path;
+      entry = &*found;
+    }
+    entry->choose();
+  }
+  [[nodiscard]] Menu menuOf(const Args& args) {
+    return parameterMenu({plug.edits(), plug.editorState(), midi}, args.id(0));
+  }
+  [[nodiscard]] Menu bandMenuOf(const Args& args) {
+    return bandMenu({plug.edits(), plug.edits().bands, plug.edits().bandFiles, plug.editorState(),
+                     rig.machine.globals(), user},
+                    args.band(0));
+  }
+  [[nodiscard]] Menu stateMenuOf(const Args& args) {
+    if (args.word(0) == "presets") return presetMenu(presets);
+    return args.word(0) == "banks" ? bankMenu(plug.edits(), banks) : bankCopyMenu(banks);
+  }
+  /// A window that opens, is laid out or closes.
+  void window(const std::string& what) {
+    const Plug::StateScope scope(plug);
+    if (what == "lays") return plug.editorState().beginLayout();
+    plug.editorState().setWindowOpen(what == "opens");
   }
   /// Of as many bands as are asked for.
   std::string rowText(const Args& args) {
@@ -625,13 +662,23 @@ class EditScript {
       {"unlock", [&](auto& a) { plug.setLocked(a.id(0), false); }},
       {"link", [&](auto& a) { plug.setLinked(a.id(0), true); }},
       {"unlink", [&](auto& a) { plug.setLinked(a.id(0), false); }},
-      {"menulock", [&](auto& a) { actions.lock(a.id(0), a.whole(1), a.bands(2)); }},
-      {"menulink", [&](auto& a) { actions.link(a.id(0), a.whole(1), a.bands(2)); }},
-      {"propagate", [&](auto& a) { actions.propagate(a.id(0), a.whole(1), a.bands(2)); }},
+      {"menulock",
+       [&](auto& a) { actions.lock(a.id(0), static_cast<LockAction>(a.whole(1)), a.bands(2)); }},
+      {"menulink",
+       [&](auto& a) { actions.link(a.id(0), static_cast<LinkAction>(a.whole(1)), a.bands(2)); }},
+      {"propagate",
+       [&](auto& a) {
+         actions.propagate(a.id(0), static_cast<PropagateAction>(a.whole(1)), a.bands(2));
+       }},
       {"bandlock", [&](auto& a) { bands.lock(a.band(0), a.whole(1), a.bands(2)); }},
       {"bandunlock", [&](auto& a) { bands.unlock(a.band(0), a.whole(1), a.bands(2)); }},
       {"bandlink", [&](auto& a) { bands.link(a.band(0), a.whole(1), a.bands(2)); }},
       {"bandunlink", [&](auto& a) { bands.unlink(a.band(0), a.whole(1), a.bands(2)); }},
+      {"choose", [&](auto& a) { choose(menuOf(a), a.text(1)); }},
+      {"bandchoose", [&](auto& a) { choose(bandMenuOf(a), a.text(1)); }},
+      {"choosefrom", [&](auto& a) { choose(stateMenuOf(a), a.text(1)); }},
+      {"windowthat", [&](auto& a) { window(a.word(0)); }},
+      {"endall", [&](auto&) { plug.edits().endAll(); }},
       {"copy", [&](auto& a) { bands.copyBand(a.band(0), a.band(1)); }},
       {"source",
        [&](auto& a) { setSidechainSource(plug.edits(), a.band(0), a.whole(1), a.band(2)); }},
@@ -727,7 +774,18 @@ class EditScript {
                         editor.flagsStale.exchange(false) ? "flags" : "",
                         editor.presetNameStale.exchange(false) ? "name" : ""});
        }},
-      {"offers", [&](auto& a) { return menuText(a); }},
+      {"marks",
+       [&](auto&) {
+         EditorState& editor = plug.editorState();
+         return joined({editor.orderStale.exchange(false) ? "order" : "",
+                        editor.kindsStale.exchange(false) ? "kinds" : "",
+                        editor.preferencesStale.exchange(false) ? "preferences" : "",
+                        editor.gesturesStale.exchange(false) ? "gestures" : "",
+                        editor.loadingFlagsStale.exchange(false) ? "carried" : ""});
+       }},
+      {"offers", [&](auto& a) { return menuText(menuOf(a)); }},
+      {"bandoffers", [&](auto& a) { return menuText(bandMenuOf(a)); }},
+      {"menuof", [&](auto& a) { return menuText(stateMenuOf(a)); }},
       {"row", [&](auto& a) { return rowText(a); }},
       {"value", [&](auto& a) { return numberText(plug.getPlainValue(a.id(0))); }},
       {"took", [&](auto& a) { return takenText(a); }},
