@@ -67,8 +67,6 @@ Plug::~Plug() {
   if (AEffEditor* const shown = getEditor()) shown->effectClosed();
 }
 
-Plug::EditorEnd::~EditorEnd() { plug.setEditor(nullptr); }
-
 void Plug::processReplacing(float** inputs, float** outputs, std::int32_t frames) {
   process(inputs, outputs, frames);
 }
@@ -245,3 +243,5 @@ void Plug::setMeterDecay(double percent) {
   handOver.withEngine(
       [samples](compressor& it) { it.setMeterDecay(std::exp(-2.0 / (samples + 0.02))); });
 }
+
+Plug::EditorEnd::~EditorEnd() { plug.setEditor(nullptr); }

@@ -33,7 +33,7 @@
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
 /// Two things there leave real time: a block longer than any announced by `setBlockSize` (at least
 /// 4096 frames are always ready), and a switch of the host between real time and offline.
-/// Parameters, edits, band operations, `setSampleRate` and `setBlockSize` from any control thread
+/// Parameters, edits, `setSampleRate` and `setBlockSize` from any control thread
 /// at any moment; `resume` while nothing processes.
 class Plug : public PlugBaseJSON {
  public:
@@ -166,12 +166,6 @@ class Plug : public PlugBaseJSON {
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 
  private:
-  /// Ends the editor before what it shows, also where the constructor does not come to its end.
-  struct EditorEnd {
-    Plug& plug;
-    ~EditorEnd();
-  };
-
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   template <typename Take>
@@ -192,5 +186,9 @@ class Plug : public PlugBaseJSON {
   PresetFiles presets;
   std::atomic<bool> simpleNumbers{false};
   const Idle idle;
-  const EditorEnd editorEnd{*this};  // last, so that it goes first
+  /// The editor goes before what it shows, also where the constructor does not come to its end.
+  const struct EditorEnd {
+    Plug& plug;
+    ~EditorEnd();
+  } editorEnd{*this};  // last
 };

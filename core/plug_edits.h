@@ -8,7 +8,7 @@
 #include "core/parameter_hand_over.h"
 #include "editing/auto_gain.h"
 #include "editing/band_files.h"
-#include "editing/band_operations.h"
+#include "editing/chain_edits.h"
 #include "editing/chain_repair.h"
 #include "editing/crossover_edits.h"
 #include "editing/edited_parameters.h"
@@ -67,7 +67,8 @@ class PlugEdits final : public EditedParameters {
   [[nodiscard]] bool isOpen(int id) const override { return the.gestures.isOpen(id); }
   void endLost(int id) override;
   /// Ends all edits and the step of the history that are open, as the window closes in which they
-  /// began: the host hears of it. Ends that come after all are left out.
+  /// began, after those of its `GroupEdit`: the host hears of it. Ends that come after all are left
+  /// out.
   void endAll();
   void tellGesture(int id, bool begins) override { the.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { the.host.tellInGesture(id); }
@@ -110,7 +111,7 @@ class PlugEdits final : public EditedParameters {
 
  public:
   AutoGain autoGain{*this, the.engine};
-  BandOperations bands{*this, crossover, links};
+  ChainEdits bands{*this, crossover, links};
   BandFiles bandFiles;
   ChainKeeper chain{*this};
 };

@@ -11,7 +11,7 @@
 
 class Dialogs;
 class EditedParameters;
-class InstallFolders;
+struct InstallFolders;
 
 /// Rows of a band that a band file holds, in its order, as ids of band 1: all but where the band
 /// sits, of which kind it is, whether it runs or is heard alone, and which band it listens to.

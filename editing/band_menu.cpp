@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "dynamics/band_layout.h"
-#include "editing/band_actions.h"
+#include "editing/band_edits.h"
 #include "editing/band_files.h"
-#include "editing/band_operations.h"
+#include "editing/chain_edits.h"
 #include "editing/edited_parameters.h"
 #include "filters/band_shape.h"
 #include "host/editor_state.h"
@@ -112,29 +112,29 @@ void addPlaces(Menu& menu, const Parts& parts, int band) {
 void addCopies(Menu& menu, const Parts& parts, int band) {
   Menu targets{"Copy band to"};
   const auto copyTo = [&parts, band](int target) {
-    return [parts, band, target] { BandActions(parts.parameters).copyBand(band, target); };
+    return [parts, band, target] { BandEdits(parts.parameters).copyBand(band, target); };
   };
   for (int target = 0; target < kNumBands; ++target) {
     if (!isRunning(parts, target)) continue;
     targets.add("Band " + std::to_string(target + 1), copyTo(target));
     targets.entries.back().enabled = target != band;
   }
-  targets.add("All bands", copyTo(BandActions::kEveryTarget));
+  targets.add("All bands", copyTo(BandEdits::kEveryTarget));
   menu.addSubmenu(std::move(targets));
 }
 
 void sort(const Parts& parts) {
   const bool asks = parts.globals.getGlobal(kSortPreference, -1) != 0;
   if (asks && !parts.dialogs.confirm(kSortCaption, kSortQuestion)) return;
-  BandActions(parts.parameters).sortBands();
+  BandEdits(parts.parameters).sortBands();
 }
 
 void addScopes(Menu& menu, const Parts& parts, int band, const char* title,
-               void (BandActions::*act)(int, int, BandMask)) {
+               void (BandEdits::*act)(int, int, BandMask)) {
   Menu scopes{title};
   for (std::size_t scope = 0; scope < kBandScopeTexts.size(); ++scope) {
     scopes.add(kBandScopeTexts.at(scope), [parts, band, act, scope = static_cast<int>(scope)] {
-      (BandActions(parts.parameters).*act)(band, scope, parts.editor.selectedBands);
+      (BandEdits(parts.parameters).*act)(band, scope, parts.editor.selectedBands);
     });
   }
   menu.addSubmenu(std::move(scopes));
@@ -150,9 +150,9 @@ Menu bandMenu(const BandMenuParts& parts, int band) {
   addPlaces(menu, parts, band);
   addCopies(menu, parts, band);
   menu.add("Sort bands into order", [parts] { sort(parts); });
-  addScopes(menu, parts, band, "Lock", &BandActions::lock);
-  addScopes(menu, parts, band, "Unlock", &BandActions::unlock);
-  addScopes(menu, parts, band, "Link", &BandActions::link);
-  addScopes(menu, parts, band, "Unlink", &BandActions::unlink);
+  addScopes(menu, parts, band, "Lock", &BandEdits::lock);
+  addScopes(menu, parts, band, "Unlock", &BandEdits::unlock);
+  addScopes(menu, parts, band, "Link", &BandEdits::link);
+  addScopes(menu, parts, band, "Unlink", &BandEdits::unlink);
   return menu;
 }

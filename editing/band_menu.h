@@ -3,7 +3,7 @@
 #include "editing/menu.h"
 
 class BandFiles;
-class BandOperations;
+class ChainEdits;
 class Dialogs;
 class EditedParameters;
 class Globals;
@@ -12,7 +12,7 @@ struct EditorState;
 /// What the menu of a band works on.
 struct BandMenuParts {
   EditedParameters& parameters;
-  BandOperations& bands;
+  ChainEdits& bands;
   BandFiles& files;
   const EditorState& editor;  ///< its selection counts when an entry is chosen
   const Globals& globals;

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "editing/edited_parameters.h"
-#include "editing/parameter_actions.h"
+#include "editing/parameter_edits.h"
 #include "host/editor_state.h"
 #include "state/midi_map.h"
 
@@ -33,18 +33,18 @@ struct Texts {
   bool severalSelected;
 };
 
-/// Adds a choice of `ParameterActions`, for the bands selected when it is made.
+/// Adds a choice of `ParameterEdits`, for the bands selected when it is made.
 template <typename Choice>
-void addChoice(Menu& menu, std::string text, const Parts& parts, int id,
-               void (ParameterActions::*act)(int, Choice, BandMask), Choice choice) {
-  menu.add(std::move(text), [parts, id, act, choice] {
-    (ParameterActions(parts.parameters).*act)(id, choice, parts.editor.selectedBands);
+void addChoice(Menu& menu, const std::string& text, const Parts& parts, int id,
+               void (ParameterEdits::*act)(int, Choice, BandMask), Choice choice) {
+  menu.add(text, [parts, id, act, choice] {
+    (ParameterEdits(parts.parameters).*act)(id, choice, parts.editor.selectedBands);
   });
 }
 
 void addLocks(Menu& menu, const Parts& parts, int id, const Texts& texts) {
-  const auto add = [&parts, id](Menu& to, std::string text, LockAction choice) {
-    addChoice(to, std::move(text), parts, id, &ParameterActions::lock, choice);
+  const auto add = [&parts, id](Menu& to, const std::string& text, LockScope choice) {
+    addChoice(to, text, parts, id, &ParameterEdits::lock, choice);
   };
   if (!isBandParameter(id)) return add(menu, texts.lock, kLockToggle);
   Menu locks{"Locking"};
@@ -59,8 +59,8 @@ void addLocks(Menu& menu, const Parts& parts, int id, const Texts& texts) {
 
 void addPropagation(Menu& menu, const Parts& parts, int id, const Texts& texts) {
   Menu targets{"Propagate"};
-  const auto add = [&](std::string text, PropagateAction choice) {
-    addChoice(targets, std::move(text), parts, id, &ParameterActions::propagate, choice);
+  const auto add = [&](const std::string& text, PropagateScope choice) {
+    addChoice(targets, text, parts, id, &ParameterEdits::propagate, choice);
   };
   add("To all bands", kPropagateToAll);
   add("To other " + texts.kind + " bands", kPropagateToKind);
@@ -70,8 +70,8 @@ void addPropagation(Menu& menu, const Parts& parts, int id, const Texts& texts) 
 
 void addLinks(Menu& menu, const Parts& parts, int id, const Texts& texts) {
   Menu links{"Link"};
-  const auto add = [&](std::string text, LinkAction choice) {
-    addChoice(links, std::move(text), parts, id, &ParameterActions::link, choice);
+  const auto add = [&](const std::string& text, LinkScope choice) {
+    addChoice(links, text, parts, id, &ParameterEdits::link, choice);
   };
   add(texts.link, kLinkToggle);
   add(texts.link + " all bands", kLinkAllBands);

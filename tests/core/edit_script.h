@@ -20,11 +20,10 @@
 #include <utility>
 #include <vector>
 
-#include "editing/band_actions.h"
+#include "editing/band_edits.h"
 #include "editing/band_menu.h"
 #include "editing/bank_selector.h"
 #include "editing/group_edit.h"
-#include "editing/parameter_actions.h"
 #include "editing/parameter_menu.h"
 #include "editing/state_menus.h"
 #include "host/alerts.h"
@@ -511,6 +510,22 @@ class EditScript {
     }
     entry->choose();
   }
+  /// The entry at a place of a submenu, or else the only one of its kind, with these bands
+  /// selected.
+  void pick(const Args& args, Menu (EditScript::*menuFor)(const Args&), const std::string& title) {
+    EditorState& editor = plug.editorState();
+    const std::uint32_t selected = editor.selectedBands;
+    editor.selectedBands = args.bands(2);
+    const Menu menu = (this->*menuFor)(args);
+    const auto place = static_cast<std::size_t>(args.whole(1));
+    const auto found = std::ranges::find(menu.entries, title, &Menu::Entry::text);
+    if (found != menu.entries.end()) {
+      if (place < found->submenu.size()) found->submenu[place].choose();
+    } else if (title == "Locking" && place == 0 && menu.entries.size() > 1) {
+      menu.entries.front().choose();
+    }
+    editor.selectedBands = selected;
+  }
   [[nodiscard]] Menu menuOf(const Args& args) {
     return parameterMenu({plug.edits(), plug.editorState(), midi}, args.id(0));
   }
@@ -630,8 +645,7 @@ class EditScript {
   ScriptedDialogs user;
   MIDIMap& midi = rig.machine.midiMap();
   GroupEdit group{plug.edits(), plug.editorState()};
-  ParameterActions actions{plug.edits()};
-  BandActions bands{plug.edits()};
+  BandEdits bands{plug.edits()};
   BankSelector banks{plug.edits(), plug.editorState()};
   std::list<UpdateHold> holds;
   std::vector<float> start;
@@ -662,23 +676,18 @@ class EditScript {
       {"unlock", [&](auto& a) { plug.setLocked(a.id(0), false); }},
       {"link", [&](auto& a) { plug.setLinked(a.id(0), true); }},
       {"unlink", [&](auto& a) { plug.setLinked(a.id(0), false); }},
-      {"menulock",
-       [&](auto& a) { actions.lock(a.id(0), static_cast<LockAction>(a.whole(1)), a.bands(2)); }},
-      {"menulink",
-       [&](auto& a) { actions.link(a.id(0), static_cast<LinkAction>(a.whole(1)), a.bands(2)); }},
-      {"propagate",
-       [&](auto& a) {
-         actions.propagate(a.id(0), static_cast<PropagateAction>(a.whole(1)), a.bands(2));
-       }},
-      {"bandlock", [&](auto& a) { bands.lock(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandunlock", [&](auto& a) { bands.unlock(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandlink", [&](auto& a) { bands.link(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandunlink", [&](auto& a) { bands.unlink(a.band(0), a.whole(1), a.bands(2)); }},
+      {"menulock", [&](auto& a) { pick(a, &EditScript::menuOf, "Locking"); }},
+      {"menulink", [&](auto& a) { pick(a, &EditScript::menuOf, "Link"); }},
+      {"propagate", [&](auto& a) { pick(a, &EditScript::menuOf, "Propagate"); }},
+      {"bandlock", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Lock"); }},
+      {"bandunlock", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Unlock"); }},
+      {"bandlink", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Link"); }},
+      {"bandunlink", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Unlink"); }},
       {"choose", [&](auto& a) { choose(menuOf(a), a.text(1)); }},
       {"bandchoose", [&](auto& a) { choose(bandMenuOf(a), a.text(1)); }},
       {"choosefrom", [&](auto& a) { choose(stateMenuOf(a), a.text(1)); }},
       {"windowthat", [&](auto& a) { window(a.word(0)); }},
-      {"endall", [&](auto&) { plug.edits().endAll(); }},
+      {"endall", [&](auto&) { group.endAll(), plug.edits().endAll(); }},
       {"copy", [&](auto& a) { bands.copyBand(a.band(0), a.band(1)); }},
       {"source",
        [&](auto& a) { setSidechainSource(plug.edits(), a.band(0), a.whole(1), a.band(2)); }},

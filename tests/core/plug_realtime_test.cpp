@@ -260,7 +260,7 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
 
 // Neither is a band operation undone by a parameter that comes from another thread at that moment,
 // nor are designs made at a mix of two rates.
-TEST(PlugThreadsTest, ParametersFromAnotherThreadDisturbNeitherBandOperationsNorANewRate) {
+TEST(PlugThreadsTest, ParametersFromAnotherThreadDisturbNeitherChainEditsNorANewRate) {
   PlugRig rig("B1State=1 B1Type=1 B1Lookahead=50");
   const Disturbance control([&rig](int step) {
     const auto value = static_cast<float>(step % 100) * 0.01F;

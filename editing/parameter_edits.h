@@ -17,7 +17,7 @@ inline constexpr BandMask kEveryBand = (1U << kNumBands) - 1;
 [[nodiscard]] BandMask bandsOfKind(const EditedParameters& parameters, int band);
 
 // Whom an entry of the context menu of a parameter means, by its place.
-enum LockAction : int {
+enum LockScope : int {
   kLockToggle,
   kLockAllOthers,
   kUnlockAllOthers,
@@ -25,8 +25,8 @@ enum LockAction : int {
   kLockOfKind,
   kLockSelected,
 };
-enum PropagateAction : int { kPropagateToAll, kPropagateToKind, kPropagateToSelected };
-enum LinkAction : int { kLinkToggle, kLinkAllBands, kLinkOfKind, kLinkSelected };
+enum PropagateScope : int { kPropagateToAll, kPropagateToKind, kPropagateToSelected };
+enum LinkScope : int { kLinkToggle, kLinkAllBands, kLinkOfKind, kLinkSelected };
 
 // What a parameter can be asked for, by its id.
 [[nodiscard]] bool hasMenu(int id) noexcept;
@@ -36,15 +36,15 @@ enum LinkAction : int { kLinkToggle, kLinkAllBands, kLinkOfKind, kLinkSelected }
 /// Does what the context menu of a parameter offers, to bands whether they run or not, each call as
 /// one step of the history; locks and links themselves are no part of that. What the menu does not
 /// offer for a parameter does nothing. Threads: message thread.
-class ParameterActions {
+class ParameterEdits {
  public:
-  explicit ParameterActions(EditedParameters& edited) noexcept : parameters(edited) {}
+  explicit ParameterEdits(EditedParameters& edited) noexcept : parameters(edited) {}
 
-  void lock(int id, LockAction action, BandMask selected);
+  void lock(int id, LockScope scope, BandMask selected);
   /// All that are linked take the parameter's value.
-  void link(int id, LinkAction action, BandMask selected);
+  void link(int id, LinkScope scope, BandMask selected);
   /// Locked parameters stay as they are.
-  void propagate(int id, PropagateAction action, BandMask selected);
+  void propagate(int id, PropagateScope scope, BandMask selected);
 
  private:
   EditedParameters& parameters;

@@ -1,4 +1,4 @@
-#include "editing/parameter_actions.h"
+#include "editing/parameter_edits.h"
 
 #include "editing/edited_parameters.h"
 
@@ -40,18 +40,18 @@ BandMask bandsOfKind(const EditedParameters& parameters, int band) {
   return bands;
 }
 
-void ParameterActions::lock(int id, LockAction action, BandMask selected) {
+void ParameterEdits::lock(int id, LockScope scope, BandMask selected) {
   if (!canBeLocked(id)) return;
   const bool now = parameters.isLocked(id);
   const auto set = [this, id](BandMask bands, bool on) {
     setFlags(id, bands, on, [this](int each, bool flag) { parameters.setLocked(each, flag); });
   };
-  if (action == kLockToggle) parameters.setLocked(id, !now);
+  if (scope == kLockToggle) parameters.setLocked(id, !now);
   if (!isBandParameter(id)) return;
-  switch (action) {
+  switch (scope) {
     case kLockAllOthers:
     case kUnlockAllOthers:
-      set(kEveryBand & ~(1U << bandOf(id)), action == kLockAllOthers);
+      set(kEveryBand & ~(1U << bandOf(id)), scope == kLockAllOthers);
       break;
     case kLockAllBands:
       set(kEveryBand, !now);
@@ -67,12 +67,12 @@ void ParameterActions::lock(int id, LockAction action, BandMask selected) {
   }
 }
 
-void ParameterActions::link(int id, LinkAction action, BandMask selected) {
-  if (!canBeShared(id) || action < kLinkToggle || action > kLinkSelected) return;
+void ParameterEdits::link(int id, LinkScope scope, BandMask selected) {
+  if (!canBeShared(id) || scope < kLinkToggle || scope > kLinkSelected) return;
   BandMask bands = 1U << bandOf(id);
-  if (action == kLinkAllBands) bands = kEveryBand;
-  if (action == kLinkOfKind) bands = bandsOfKind(parameters, bandOf(id));
-  if (action == kLinkSelected) bands = selected;
+  if (scope == kLinkAllBands) bands = kEveryBand;
+  if (scope == kLinkOfKind) bands = bandsOfKind(parameters, bandOf(id));
+  if (scope == kLinkSelected) bands = selected;
   const bool now = parameters.isLinked(id);
   setFlags(id, bands, !now, [this](int each, bool flag) { parameters.setLinked(each, flag); });
   const EditHold hold(parameters);
@@ -81,11 +81,11 @@ void ParameterActions::link(int id, LinkAction action, BandMask selected) {
   parameters.end(id);
 }
 
-void ParameterActions::propagate(int id, PropagateAction action, BandMask selected) {
-  if (!canBeShared(id) || action < kPropagateToAll || action > kPropagateToSelected) return;
+void ParameterEdits::propagate(int id, PropagateScope scope, BandMask selected) {
+  if (!canBeShared(id) || scope < kPropagateToAll || scope > kPropagateToSelected) return;
   BandMask bands = kEveryBand;
-  if (action == kPropagateToKind) bands = bandsOfKind(parameters, bandOf(id));
-  if (action == kPropagateToSelected) bands = selected;
+  if (scope == kPropagateToKind) bands = bandsOfKind(parameters, bandOf(id));
+  if (scope == kPropagateToSelected) bands = selected;
   const float normalised = parameters.get(id);
   const EditHold hold(parameters);
   parameters.beginStep();
