@@ -541,7 +541,11 @@ class EditScript {
   /// A window that opens, is laid out or closes.
   void window(const std::string& what) {
     const Plug::StateScope scope(plug);
-    if (what == "lays") return plug.editorState().beginLayout();
+    if (what == "lays") {
+      plug.editorState().beginLayout();
+      EXPECT_FALSE(plug.editorState().layoutWanted);
+      return;
+    }
     plug.editorState().setWindowOpen(what == "opens");
   }
   /// Of as many bands as are asked for.
