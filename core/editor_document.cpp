@@ -100,8 +100,8 @@ void takeBanks(const EditorDocument& of, const JsonNode* settings) {
   of.state.bankStale = true;
 }
 
-/// The mode is in force at once while there is no window; the width of another mode follows from
-/// the zoom unless the document gives it.
+/// The mode is in force at once while there is no window, else with the layout pass; the width of
+/// another mode follows from the zoom unless the document gives it.
 void takeMode(const JsonNode* settings, EditorState& state) {
   takeNumber(settings, kModeKey, state.wantedUimode);
   const JsonNode* const width = jsonGetObjectItem(settings, kFreeWidth);
@@ -109,10 +109,8 @@ void takeMode(const JsonNode* settings, EditorState& state) {
   if (isWidth && !state.loadingFile) {
     state.freeWidth = width->valueInt;
     state.zoom = static_cast<double>(state.freeWidth) / EditorState::widthOf(state.wantedUimode);
-  } else if (state.uimode != state.wantedUimode) {
-    state.freeWidth = static_cast<int>(state.zoom * EditorState::widthOf(state.wantedUimode));
   }
-  state.uimode = state.wantedUimode;
+  if (!state.isWindowOpen()) state.applyWantedMode();
 }
 
 void takeBand(const JsonNode* settings, EditorState& state) {

@@ -70,8 +70,13 @@ constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
 }  // namespace
 
 ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& driven,
-                                     const std::atomic<bool>& offline, Clock whatTime)
-    : values(store), engine(driven), isOffline(offline), clock(std::move(whatTime)) {
+                                     const std::atomic<bool>& offline, Clock whatTime,
+                                     const ChainMarks& chainMarks)
+    : values(store),
+      engine(driven),
+      isOffline(offline),
+      clock(std::move(whatTime)),
+      marks(chainMarks) {
   everythingChanged();
 }
 
@@ -80,6 +85,7 @@ void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
   if (isBandParameter(index)) {
     const int row = bandOneIdOf(index);
     changedBands[at(bandOf(index))].fetch_or(dependsOnRow(row), std::memory_order_release);
+    if (row == kB1State || row == kB1Type || row == kB1SubType) marks.kinds = true;
     if (row == kB1Slope) changedWhole.fetch_or(kSplits, std::memory_order_release);
     if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, std::memory_order_release);
     return;
@@ -127,7 +133,8 @@ bool ParameterHandOver::isHeld() {
 float ParameterHandOver::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope scope(lock);
   // The parameters follow; where they do not, they put the band back.
-  due.bands[static_cast<std::size_t>(band)] |= kPlace;
+  due.bands[at(band)] |= kPlace;
+  marks.order = true;
   due.whole |= kOrder;
   engine.layout.moveBand(band, list, frequency);
   return static_cast<float>(engine.layout.bandOrderValue());
@@ -204,7 +211,9 @@ void ParameterHandOver::updateFilter(int band) {
 /// By the order of bands, which the places in the XOver list follow.
 void ParameterHandOver::arrange() {
   // An order that breaks the chain keeps the last valid one.
+  const unsigned before = engine.layout.revision();
   engine.layout.applyBandOrder(static_cast<double>(plain(kBandOrder)));
+  if (engine.layout.revision() != before) marks.order = true;
   due.whole |= kSplits | kPlan;
   for (std::uint32_t& band : due.bands) band |= kRoute;
 }

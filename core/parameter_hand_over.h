@@ -26,9 +26,16 @@ class ParameterHandOver final : public EngineLink {
   /// Milliseconds of a clock that never runs backwards; asked on any thread, must not lock.
   using Clock = std::function<std::int64_t()>;
 
+  /// Raised when the bands' lists in the layout have become others, and with each value that tells
+  /// which bands run and of what kind they are.
+  struct ChainMarks {
+    std::atomic<bool>& order;
+    std::atomic<bool>& kinds;
+  };
+
   /// `offline`: the host renders offline. All must outlive it. Everything is due at first.
   ParameterHandOver(const ParameterStore& values, compressor& engine,
-                    const std::atomic<bool>& offline, Clock clock);
+                    const std::atomic<bool>& offline, Clock clock, const ChainMarks& marks);
 
   void parameterChanged(std::int32_t index) noexcept override;
   void everythingChanged() noexcept;  ///< also what no parameter tells: rate, offline state
@@ -93,6 +100,7 @@ class ParameterHandOver final : public EngineLink {
   compressor& engine;
   const std::atomic<bool>& isOffline;
   const Clock clock;
+  const ChainMarks marks;
   std::array<std::atomic<std::uint32_t>, kNumBands> changedBands{};
   std::atomic<std::uint32_t> changedWhole{0};
   std::atomic<bool> missing{false};

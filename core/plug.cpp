@@ -21,13 +21,15 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
 }  // namespace
 
-Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose)
+Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose,
+           const EditorFactory& makeEditor)
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1, true),
       memory(whoIdles == Idle::kTimer),  // programs end, or soon need it again
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
       loadingFlags(whose.store()),
-      handOver(values, engine, isOffline, std::move(whatTime)),
+      handOver(values, engine, isOffline, std::move(whatTime),
+               {editor.orderStale, editor.kindsStale}),
       bandRules(history),
       parameterEdits({values, input, host, history, gestures, bandRules, handOver, engine, editor,
                       stateChanged},
@@ -44,6 +46,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   setNumOutputs(kMainChannels);
   setUniqueID(kUniqueId);
   setAbParameter(kABBank);
+  if (makeEditor) setEditor(makeEditor(*this));
   ownMachine.globals().initGlobals(findResource("json", "defaults").data());
   applyGlobalPreferences();
   updateDsp(false);
@@ -52,12 +55,13 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   // Where there is no such folder, saving tells.
   static_cast<void>(makeFolders(ownMachine.folders().install));
   Plug::resume();
+  if (AEffEditor* const made = getEditor()) made->effectReady();
   if (idle == Idle::kTimer) IdleTimer::instance().add(*this);
 }
 
 Plug::~Plug() {
   if (idle == Idle::kTimer) IdleTimer::instance().remove(*this);
-  setEditor(nullptr);  // before what it shows
+  if (AEffEditor* const shown = getEditor()) shown->effectClosed();
 }
 
 void Plug::resume() {
@@ -156,13 +160,15 @@ void Plug::applyGlobalPreferences() {
     it.setAutolistenPassband(wanted.autolistenPassband);
   });
   simpleNumbers.store(wanted.simpleNumbers, std::memory_order_relaxed);
-  host.setGesturesOff(!wanted.gestures);
+  if (host.setGesturesOff(!wanted.gestures)) editor.gesturesStale = true;
   input.setTellsBanks(wanted.automateBanks);
   setCompressionLevel(9);
+  editor.preferencesStale = true;
 }
 
 void Plug::setLoadingFlags(std::int32_t flags) {
   loadingFlags.set(flags);
+  editor.loadingFlagsStale = true;
   markChanged();
 }
 
@@ -171,3 +177,5 @@ void Plug::setMeterDecay(double percent) {
   handOver.withEngine(
       [samples](compressor& it) { it.setMeterDecay(std::exp(-2.0 / (samples + 0.02))); });
 }
+
+Plug::EditorEnd::~EditorEnd() { plug.setEditor(nullptr); }

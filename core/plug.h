@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -31,7 +33,7 @@
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
 /// Two things there leave real time: a block longer than any announced by `setBlockSize` (at least
 /// 4096 frames are always ready), and a switch of the host between real time and offline.
-/// Parameters, edits, band operations, `setSampleRate` and `setBlockSize` from any control thread
+/// Parameters, edits, `setSampleRate` and `setBlockSize` from any control thread
 /// at any moment; `resume` while nothing processes.
 class Plug : public PlugBaseJSON {
  public:
@@ -40,10 +42,15 @@ class Plug : public PlugBaseJSON {
   enum class Idle { kTimer, kCaller };
   using Clock = ParameterHandOver::Clock;
 
+  /// Makes the editor of an effect, without a window: called once, when the effect's parts stand
+  /// and before preferences and banks come, which the editor may hear of at once. Null for none.
+  using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
+
   /// Takes preferences, the band template and the default banks of `machine`, which must outlive
   /// it.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
-                Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess());
+                Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
+                const EditorFactory& makeEditor = nullptr);
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
@@ -179,4 +186,9 @@ class Plug : public PlugBaseJSON {
   PresetFiles presets;
   std::atomic<bool> simpleNumbers{false};
   const Idle idle;
+  /// The editor goes before what it shows, also where the constructor does not come to its end.
+  const struct EditorEnd {
+    Plug& plug;
+    ~EditorEnd();
+  } editorEnd{*this};  // last
 };

@@ -55,6 +55,11 @@ void PlugEdits::endLost(int id) {
   parts.gestures.expectLateEnd(id);
 }
 
+void PlugEdits::endAll() {
+  for (int id = 0; id < kNumParams; ++id) endLost(id);
+  parts.history.endOpenGroups();
+}
+
 void PlugEdits::flagsChanged() noexcept {
   parts.editor.flagsStale = true;
   markChanged();

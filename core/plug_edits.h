@@ -8,7 +8,7 @@
 #include "core/parameter_hand_over.h"
 #include "editing/auto_gain.h"
 #include "editing/band_files.h"
-#include "editing/band_operations.h"
+#include "editing/chain_edits.h"
 #include "editing/chain_repair.h"
 #include "editing/crossover_edits.h"
 #include "editing/edited_parameters.h"
@@ -70,6 +70,10 @@ class PlugEdits final : public EditedParameters {
   void beginAlone(int id) override;
   void endAlone(int id) override;
   void endLost(int id) override;
+  /// Ends all edits and the step of the history that are open, as the window closes in which they
+  /// began, after those of its `GroupEdit`: the host hears of it. Ends that come after all are left
+  /// out.
+  void endAll();
   void tellGesture(int id, bool begins) override { parts.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { parts.host.tellInGesture(id); }
 
@@ -112,7 +116,7 @@ class PlugEdits final : public EditedParameters {
 
  public:
   AutoGain autoGain{*this, parts.engine};
-  BandOperations bands{*this, crossover, links};
+  ChainEdits bands{*this, crossover, links};
   BandFiles bandFiles;
   ChainKeeper chain{*this};
 };

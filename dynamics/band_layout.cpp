@@ -147,4 +147,5 @@ void BandLayout::rebuildOrder() {
     orderList.insert(orderList.end(), list->begin(), list->end());
   }
   std::copy_n(orderList.begin(), kNumBands, order.begin());
+  ++changes;
 }

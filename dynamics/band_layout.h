@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -40,6 +41,8 @@ class BandLayout : public PlugBaseMutex {
   void moveBand(int band, int list, double frequency);
   /// The band's place in the XOver list, or -1.
   [[nodiscard]] int crossoverIndex(int band);
+  /// Another number whenever the lists have become others; any thread.
+  [[nodiscard]] unsigned revision() const noexcept { return changes.load(); }
   /// Copies of lists, taken under the lock.
   [[nodiscard]] List copyOf(const List& list);
 
@@ -63,4 +66,6 @@ class BandLayout : public PlugBaseMutex {
   [[nodiscard]] List& listNumber(int list) noexcept;
   void takeLists(Lists&& lists);
   void rebuildOrder();
+
+  std::atomic<unsigned> changes{0};
 };

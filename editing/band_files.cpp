@@ -6,6 +6,7 @@
 #include "editing/edited_parameters.h"
 #include "host/file_errors.h"
 #include "host/parameter_keys.h"
+#include "platform/dialogs.h"
 #include "platform/whole_file.h"
 #include "state/document_keys.h"
 #include "state/install_folders.h"
@@ -17,6 +18,8 @@ namespace {
 constexpr const char* kDefaultFile = "Default Band.cvb";
 constexpr const char* kFactoryFile = "Factory Band.cvb";
 constexpr const char* kNoBandFile = "is no band file";
+constexpr const char* kOpenTitle = "Select band file";
+constexpr const char* kSaveTitle = "Choose destination filename";
 
 /// The place in the file's list of rows that has this key: `hint` if that does, since files have
 /// the order of the list. Past the end for a key that is none.
@@ -142,4 +145,32 @@ bool BandFiles::loadBandFile(const std::string& path, int band) {
   if (!error && loadBandFromText(text.data(), text.size(), band)) return true;
   reportFileContent(path, kNoBandFile, "The band has not been changed");
   return false;
+}
+
+/// Where it cannot be made, saving tells.
+std::string BandFiles::ownFolder() const {
+  std::string folder = folders.bands();
+  if (!folder.empty()) static_cast<void>(makeFolders(folder));
+  return folder;
+}
+
+PresetMenu BandFiles::bandPresets() const {
+  PresetMenu menu;
+  menu.path = folders.bands();
+  if (!menu.path.empty()) walkPresetFolder(menu, menu.path, kBandExtension);
+  return menu;
+}
+
+void BandFiles::saveBandDialog(Dialogs& dialogs, int band) const {
+  std::string path;
+  if (dialogs.openFileDialog({false, kSaveTitle, ownFolder(), {}, kBandExtension}, path)) {
+    saveBandFile(path, band);
+  }
+}
+
+void BandFiles::loadBandDialog(Dialogs& dialogs, int band) {
+  std::string path;
+  if (dialogs.openFileDialog({true, kOpenTitle, ownFolder(), {}, kBandExtension}, path)) {
+    loadBandFile(path, band);
+  }
 }

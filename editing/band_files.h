@@ -7,7 +7,9 @@
 #include <string>
 
 #include "editing/parameter_ids.h"
+#include "state/preset_menu.h"
 
+class Dialogs;
 class EditedParameters;
 struct InstallFolders;
 
@@ -53,11 +55,18 @@ class BandFiles {
   bool saveBandFile(const std::string& path, int band) const;
   bool loadBandFile(const std::string& path, int band);
 
+  /// The user's folder of bands with those below it, as it is now.
+  [[nodiscard]] PresetMenu bandPresets() const;
+  // Ask for a file in that folder, which is made if it is missing; nothing happens on cancel.
+  void saveBandDialog(Dialogs& dialogs, int band) const;
+  void loadBandDialog(Dialogs& dialogs, int band);
+
  private:
   using Values = std::array<std::optional<float>, kBandFileRows.size()>;  // plain
 
   [[nodiscard]] std::optional<Values> parse(const std::string& text) const;
   void apply(int band, const Values& values);
+  [[nodiscard]] std::string ownFolder() const;
   [[nodiscard]] bool writeBand(const std::string& path, int band) const;
 
   EditedParameters& parameters;

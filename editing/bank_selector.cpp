@@ -13,7 +13,7 @@ std::uint32_t bit(std::int32_t number) noexcept { return 1U << static_cast<std::
 
 bool BankSelector::choose(std::int32_t bank) {
   if (!ParameterStore::isBank(bank)) return false;
-  editor.visitedBanks |= bit(bank);
+  editor.visitedBanks = editor.visitedBanks | bit(bank);
   editor.lastAB = parameters.currentBank();
   apply(bank);
   return showActiveBand();
@@ -39,9 +39,9 @@ void BankSelector::apply(std::int32_t bank) {
 }
 
 std::int32_t BankSelector::nextVisited() {
-  std::uint32_t& visited = editor.visitedBanks;
   std::int32_t bank = parameters.currentBank();
-  visited |= bit(bank);
+  const std::uint32_t visited = editor.visitedBanks | bit(bank);
+  editor.visitedBanks = visited;
   do bank = (bank + 1) % ParameterStore::kNumBanks;
   while ((visited & bit(bank)) == 0);
   return bank;

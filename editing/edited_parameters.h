@@ -7,6 +7,10 @@ class ParameterKeys;
 
 /// The parameters of an effect as edits see them: what people do to an effect is done through this.
 ///
+/// An edit is whatever a user changes; its gesture, the begin and end that the host hears of, is
+/// that of one parameter; a step of the history is what undo takes back as one. An action is what
+/// an entry of a menu runs.
+///
 /// `normalised` is 0..1, `plain` in the unit of the parameter's label. Ids out of range read 0 and
 /// are ignored. Threads: control threads.
 class EditedParameters {

@@ -148,6 +148,10 @@ void GroupEdit::end(int id) {
   forRows(id, gesture.edited, [this](int /*band*/, int each) { parameters.end(each); });
 }
 
+void GroupEdit::endAll() {
+  for (int row = kB1State; row <= kB1SCHFType; ++row) end(row);
+}
+
 int otherRelease(int id) noexcept {
   if (!isBandParameter(id)) return -1;
   const int row = bandOneIdOf(id);

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "editing/parameter_actions.h"
+#include "editing/parameter_edits.h"
 
 class EditedParameters;
 struct EditorState;
@@ -37,6 +37,8 @@ class GroupEdit {
   void begin(int id);
   void spread(int id, float normalised);
   void end(int id);
+  /// Of all gestures under way, as the window closes in which they began.
+  void endAll();
 
  private:
   using References = std::array<float, kNumBands>;

@@ -179,6 +179,23 @@ struct VstMidiSysExEvent {
   std::intptr_t reserved2;
 };
 
+/// A key that a host hands to the editor.
+struct VstKeyCode {
+  std::int32_t character;  ///< as text, 0 for none
+  std::uint8_t virt;       ///< number of a key without a character, 0 for none
+  std::uint8_t modifier;   ///< of `VstModifierKeys`
+};
+
+/// The key that hosts move between their own controls with: an editor leaves it to them.
+inline constexpr std::uint8_t kVstKeyTab = 2;
+
+enum VstModifierKeys : std::uint8_t {
+  kVstModifierShift = 1,
+  kVstModifierAlternate = 2,
+  kVstModifierCommand = 4,
+  kVstModifierControl = 8,
+};
+
 /// `numEvents` pointers, of which the record declares the first two.
 struct VstEvents {
   std::int32_t numEvents;

@@ -64,6 +64,13 @@ bool fitsInt32(std::intptr_t value) noexcept {
          value <= std::numeric_limits<std::int32_t>::max();
 }
 
+/// Numbers of keys and bits of modifiers; what is none is 0.
+template <typename Number>
+std::uint8_t byteOf(Number number) noexcept {
+  const bool fits = number >= Number{0} && number <= Number{255};
+  return fits ? static_cast<std::uint8_t>(number) : std::uint8_t{0};
+}
+
 }  // namespace
 
 AudioEffect::AudioEffect(AudioMasterCallback audioMaster, std::int32_t numPrograms,
@@ -157,6 +164,9 @@ std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, s
     case kEffectEditClose:
     case kEffectEditIdle:
       return dispatchEditor(opcode, ptr);
+    case kEffectEditKeyDown:
+    case kEffectEditKeyUp:
+      return dispatchKey(opcode, {index, byteOf(value), byteOf(opt)});
     default:
       return dispatchText(opcode, index, static_cast<char*>(ptr));
   }
@@ -177,6 +187,13 @@ std::intptr_t AudioEffect::dispatchEditor(std::int32_t opcode, void* ptr) {
       editor->idle();
       return 0;
   }
+}
+
+std::intptr_t AudioEffect::dispatchKey(std::int32_t opcode, const VstKeyCode& key) {
+  AEffEditor* const editor = getEditor();
+  if (editor == nullptr) return 0;
+  const bool taken = opcode == kEffectEditKeyDown ? editor->onKeyDown(key) : editor->onKeyUp(key);
+  return taken ? 1 : 0;
 }
 
 std::intptr_t AudioEffect::dispatchText(std::int32_t opcode, std::int32_t index, char* text) {

@@ -99,6 +99,7 @@ class AudioEffect {
  private:
   void setFlag(std::int32_t flag, bool state) noexcept;
   std::intptr_t dispatchEditor(std::int32_t opcode, void* ptr);
+  std::intptr_t dispatchKey(std::int32_t opcode, const VstKeyCode& key);
   std::intptr_t dispatchText(std::int32_t opcode, std::int32_t index, char* text);
 
   const AudioMasterCallback hostCallback;

@@ -50,7 +50,6 @@ void EditHistory::clear() {
   redoStack.clear();
 }
 
-/// A group's own end must not stand alone after what is taken back now.
 void EditHistory::endOpenGroups() {
   groupEndsWith.store(-1);
   if (openGroups.load() == 0) return;
@@ -59,7 +58,7 @@ void EditHistory::endOpenGroups() {
 }
 
 void EditHistory::step(bool towardsRedo, const Restore& restore) {
-  endOpenGroups();
+  endOpenGroups();  // whose end must not stand alone after what is taken back now
   const Raised now(stepping);
   const std::int32_t loaded = walk(towardsRedo, restore);
   if (loaded != 0) restore.loadedState(loaded);

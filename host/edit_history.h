@@ -30,6 +30,7 @@ class EditHistory {
   /// it: what its gesture will change is known then, and no end can be lost.
   void endGroupWithEdit(std::int32_t index);
   void editHasBegun(std::int32_t index);  ///< ... which a group may wait for
+  void endOpenGroups();                   ///< of whoever cannot any more
 
   /// How entries are brought back: each parameter, and then the state that the marker of a load
   /// among them stands for.
@@ -48,7 +49,6 @@ class EditHistory {
  private:
   std::int32_t walk(bool towardsRedo, const Restore& restore);
   [[nodiscard]] float valueOf(std::int32_t id) const noexcept;
-  void endOpenGroups();
 
   const ParameterStore& values;
   EngineLink& engine;

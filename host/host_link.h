@@ -30,7 +30,8 @@ class HostLink {
 
   // Gestures frame a change of a parameter by the user; ids that are none are not told.
   void tellGesture(std::int32_t index, bool begins);
-  void setGesturesOff(bool off) noexcept { gesturesOff.store(off, std::memory_order_relaxed); }
+  /// Whether that is new.
+  bool setGesturesOff(bool off) noexcept { return gesturesOff.exchange(off) != off; }
   /// Tells the present value of a parameter, which the host may give back at any time later.
   void tellValue(std::int32_t index);
   void tellInGesture(std::int32_t index);        ///< as `tellValue`, with a begin and an end

@@ -51,8 +51,6 @@ const JsonNode* memberOfItem(const JsonTree& table, int index, const char* name)
   return jsonGetObjectItem(jsonGetArrayItem(table.get(), index), name);
 }
 
-std::string textOf(const char* text) { return text ? text : ""; }
-
 }  // namespace
 
 Globals::Globals(UserStore& userStore)
@@ -135,6 +133,17 @@ std::optional<std::string> Globals::storeChoices(const std::optional<std::string
 void Globals::apply(const Choices& choices) {
   if (!values) values.reset(made(jsonCreateObject()));
   for (const auto& [key, value] : choices) setNumber(*values, key.c_str(), value);
+}
+
+std::vector<Preference> Globals::list() const {
+  const std::lock_guard lock(mutex);
+  std::vector<Preference> all;
+  for (const JsonNode* entry = defaults ? defaults->child : nullptr; entry; entry = entry->next) {
+    const JsonNode* const page = jsonGetObjectItem(entry, "page");
+    all.push_back({textOf(entry->key), find(entry->key), page ? page->valueInt : 0,
+                   textsOf(jsonGetObjectItem(entry, "values"))});
+  }
+  return all;
 }
 
 int Globals::getGroupCount() const {

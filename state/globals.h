@@ -5,9 +5,18 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "state/json_document.h"
 #include "state/user_store.h"
+
+/// A preference, as a setup page shows it.
+struct Preference {
+  std::string key;
+  std::int32_t value = 0;           ///< the choice: a place in `values`
+  int page = 0;                     ///< of the setup
+  std::vector<std::string> values;  ///< texts of the choices
+};
 
 /// The machine-wide preferences: a number each, chosen among texts. Threads: any but the audio
 /// thread; takes a lock of its own, and the store's before it.
@@ -29,6 +38,8 @@ class Globals {
   /// What cannot be written holds in this process, and the next call tries to store it as well.
   void setGlobal(const char* key, std::int32_t value);
 
+  /// All of the table, in its order.
+  [[nodiscard]] std::vector<Preference> list() const;
   // The table, for the setup page, by the order of its entries; out of range "" or 0.
   [[nodiscard]] int getGroupCount() const;
   [[nodiscard]] std::string getGroupName(int index) const;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <new>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "state/json_document.h"
 
@@ -30,4 +32,17 @@ inline void addToObject(JsonNode& object, const char* key, JsonNode* item) {
   const JsonTree name(made(jsonCreateString(key)));
   held->key = std::exchange(name->valueString, nullptr);
   jsonAddItemToArray(&object, held.release());
+}
+
+/// Empty for null.
+[[nodiscard]] inline std::string textOf(const char* text) { return text != nullptr ? text : ""; }
+
+/// The texts of an array.
+[[nodiscard]] inline std::vector<std::string> textsOf(const JsonNode* array) {
+  std::vector<std::string> texts;
+  for (const JsonNode* item = array != nullptr ? array->child : nullptr; item != nullptr;
+       item = item->next) {
+    texts.push_back(textOf(item->valueString));
+  }
+  return texts;
 }

@@ -37,6 +37,29 @@ JsonNode* findValue(const JsonTree& table, std::string_view group, std::string_v
   return jsonGetObjectItem(jsonGetObjectItem(entries, std::string(key).c_str()), "value");
 }
 
+UiOption optionOf(const JsonNode& group, const JsonNode& entry) {
+  const auto member = [&entry](const char* name) { return jsonGetObjectItem(&entry, name); };
+  const auto number = [&member](const char* name) {
+    const JsonNode* const node = member(name);
+    return node ? node->valueDouble : 0.0;
+  };
+  const auto isSet = [&member](const char* name) {
+    const JsonNode* const node = member(name);
+    return node && !jsonIsType(node, kJsonFalse);
+  };
+  UiOption option;
+  option.group = textOf(group.key);
+  option.key = textOf(entry.key);
+  option.value = number("value");
+  option.values = textsOf(member("values"));
+  if (const JsonNode* const unit = member("unit")) option.unit = textOf(unit->valueString);
+  option.min = number("min");
+  option.max = number("max");
+  option.hidden = isSet("hidden");
+  option.isColour = isSet("colour");
+  return option;
+}
+
 }  // namespace
 
 UiSettings::UiSettings(const char* text) : table(parsedJson(text)) {
@@ -67,6 +90,17 @@ void UiSettings::setUiValue(std::string_view group, std::string_view key, double
   const PlugBaseMutex::Scope lock(mutex);
   JsonNode* const target = findValue(table, group, key);
   if (target) set(*target, number->valueInt, number->valueDouble);
+}
+
+std::vector<UiOption> UiSettings::list() const {
+  const PlugBaseMutex::Scope lock(mutex);
+  std::vector<UiOption> all;
+  for (const JsonNode* group = table ? table->child : nullptr; group; group = group->next) {
+    for (const JsonNode* entry = group->child; entry; entry = entry->next) {
+      if (entry->key) all.push_back(optionOf(*group, *entry));
+    }
+  }
+  return all;
 }
 
 JsonTree UiSettings::save() const {

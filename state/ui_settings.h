@@ -4,9 +4,23 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/plug_base_mutex.h"
 #include "state/json_document.h"
+
+/// An option, as a list of options shows it.
+struct UiOption {
+  std::string group;
+  std::string key;
+  double value = 0.0;               ///< a place in `values`, or a number from `min` to `max`
+  std::vector<std::string> values;  ///< texts of the choices; empty for a number
+  std::string unit;                 ///< of a number
+  double min = 0.0;
+  double max = 0.0;
+  bool hidden = false;    ///< not shown
+  bool isColour = false;  ///< the number is one, 0xRRGGBB
+};
 
 /// The graph options of one instance: groups of entries, each with its value, its texts or its
 /// limits. Threads: any but the audio thread; takes a lock of its own.
@@ -20,6 +34,9 @@ class UiSettings {
   [[nodiscard]] double getUiValue(std::string_view group, std::string_view key) const;
   /// Sets both number forms of an entry's value; unknown names do nothing. Throws std::bad_alloc.
   void setUiValue(std::string_view group, std::string_view key, double value);
+
+  /// All of the table, in its order.
+  [[nodiscard]] std::vector<UiOption> list() const;
 
   /// Another number whenever a value has become another one.
   [[nodiscard]] unsigned revision() const noexcept {

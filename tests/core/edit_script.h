@@ -20,9 +20,12 @@
 #include <utility>
 #include <vector>
 
-#include "editing/band_actions.h"
+#include "editing/band_edits.h"
+#include "editing/band_menu.h"
 #include "editing/bank_selector.h"
 #include "editing/group_edit.h"
+#include "editing/parameter_menu.h"
+#include "editing/state_menus.h"
 #include "host/alerts.h"
 #include "state/chunk_codec.h"
 #include "state/file_store.h"
@@ -481,16 +484,69 @@ class EditScript {
     return text;
   }
 
-  std::string menuText(const Args& args) {
+  /// "title: [entry] [*checked] [-disabled]" of submenus, ": [entry]" of what stands by itself.
+  static std::string menuText(const Menu& menu) {
     std::vector<std::string> parts;
-    const int id = args.id(0);
-    for (const auto& part :
-         parameterMenu(id, parameterMenuState(plug.edits(), plug.editorState(), midi, id))) {
-      std::string text = part.title + ":";
-      for (const std::string& entry : part.entries) text += " [" + entry + "]";
+    for (const Menu::Entry& entry : menu.entries) {
+      const std::string mark = entry.enabled ? entry.checked ? "*" : "" : "-";
+      std::string text = entry.isSubmenu ? entry.text + ":" : ": [" + mark + entry.text + "]";
+      for (const Menu::Entry& each : entry.submenu) {
+        text += " [" + std::string(each.enabled ? "" : "-") + (each.checked ? "*" : "") +
+                each.text + (each.isSubmenu ? "/" : "") + "]";
+      }
       parts.push_back(text);
     }
     return joined(parts, " | ");
+  }
+  /// The entry that a path of texts leads to.
+  static void choose(const Menu& menu, const std::string& path) {
+    const std::vector<Menu::Entry>* entries = &menu.entries;
+    std::istringstream parts(path);
+    const Menu::Entry* entry = nullptr;
+    for (std::string part; std::getline(parts, part, '/'); entries = &entry->submenu) {
+      const auto found = std::ranges::find(*entries, part, &Menu::Entry::text);
+      ASSERT_TRUE(found != entries->end()) << path;
+      entry = &*found;
+    }
+    entry->choose();
+  }
+  /// The entry at a place of a submenu, or else the only one of its kind, with these bands
+  /// selected.
+  void pick(const Args& args, Menu (EditScript::*menuFor)(const Args&), const std::string& title) {
+    EditorState& editor = plug.editorState();
+    const std::uint32_t selected = editor.selectedBands;
+    editor.selectedBands = args.bands(2);
+    const Menu menu = (this->*menuFor)(args);
+    const auto place = static_cast<std::size_t>(args.whole(1));
+    const auto found = std::ranges::find(menu.entries, title, &Menu::Entry::text);
+    if (found != menu.entries.end()) {
+      if (place < found->submenu.size()) found->submenu[place].choose();
+    } else if (title == "Locking" && place == 0 && menu.entries.size() > 1) {
+      menu.entries.front().choose();
+    }
+    editor.selectedBands = selected;
+  }
+  [[nodiscard]] Menu menuOf(const Args& args) {
+    return parameterMenu({plug.edits(), plug.editorState(), midi}, args.id(0));
+  }
+  [[nodiscard]] Menu bandMenuOf(const Args& args) {
+    return bandMenu({plug.edits(), plug.edits().bands, plug.edits().bandFiles, plug.editorState(),
+                     rig.machine.globals(), user},
+                    args.band(0));
+  }
+  [[nodiscard]] Menu stateMenuOf(const Args& args) {
+    if (args.word(0) == "presets") return presetMenu(presets);
+    return args.word(0) == "banks" ? bankMenu(plug.edits(), banks) : bankCopyMenu(banks);
+  }
+  /// A window that opens, is laid out or closes.
+  void window(const std::string& what) {
+    const Plug::StateScope scope(plug);
+    if (what == "lays") {
+      plug.editorState().beginLayout();
+      EXPECT_FALSE(plug.editorState().layoutWanted);
+      return;
+    }
+    plug.editorState().setWindowOpen(what == "opens");
   }
   /// Of as many bands as are asked for.
   std::string rowText(const Args& args) {
@@ -593,8 +649,7 @@ class EditScript {
   ScriptedDialogs user;
   MIDIMap& midi = rig.machine.midiMap();
   GroupEdit group{plug.edits(), plug.editorState()};
-  ParameterActions actions{plug.edits()};
-  BandActions bands{plug.edits()};
+  BandEdits bands{plug.edits()};
   BankSelector banks{plug.edits(), plug.editorState()};
   std::list<UpdateHold> holds;
   std::vector<float> start;
@@ -625,13 +680,18 @@ class EditScript {
       {"unlock", [&](auto& a) { plug.setLocked(a.id(0), false); }},
       {"link", [&](auto& a) { plug.setLinked(a.id(0), true); }},
       {"unlink", [&](auto& a) { plug.setLinked(a.id(0), false); }},
-      {"menulock", [&](auto& a) { actions.lock(a.id(0), a.whole(1), a.bands(2)); }},
-      {"menulink", [&](auto& a) { actions.link(a.id(0), a.whole(1), a.bands(2)); }},
-      {"propagate", [&](auto& a) { actions.propagate(a.id(0), a.whole(1), a.bands(2)); }},
-      {"bandlock", [&](auto& a) { bands.lock(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandunlock", [&](auto& a) { bands.unlock(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandlink", [&](auto& a) { bands.link(a.band(0), a.whole(1), a.bands(2)); }},
-      {"bandunlink", [&](auto& a) { bands.unlink(a.band(0), a.whole(1), a.bands(2)); }},
+      {"menulock", [&](auto& a) { pick(a, &EditScript::menuOf, "Locking"); }},
+      {"menulink", [&](auto& a) { pick(a, &EditScript::menuOf, "Link"); }},
+      {"propagate", [&](auto& a) { pick(a, &EditScript::menuOf, "Propagate"); }},
+      {"bandlock", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Lock"); }},
+      {"bandunlock", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Unlock"); }},
+      {"bandlink", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Link"); }},
+      {"bandunlink", [&](auto& a) { pick(a, &EditScript::bandMenuOf, "Unlink"); }},
+      {"choose", [&](auto& a) { choose(menuOf(a), a.text(1)); }},
+      {"bandchoose", [&](auto& a) { choose(bandMenuOf(a), a.text(1)); }},
+      {"choosefrom", [&](auto& a) { choose(stateMenuOf(a), a.text(1)); }},
+      {"windowthat", [&](auto& a) { window(a.word(0)); }},
+      {"endall", [&](auto&) { group.endAll(), plug.edits().endAll(); }},
       {"copy", [&](auto& a) { bands.copyBand(a.band(0), a.band(1)); }},
       {"source",
        [&](auto& a) { setSidechainSource(plug.edits(), a.band(0), a.whole(1), a.band(2)); }},
@@ -727,7 +787,18 @@ class EditScript {
                         editor.flagsStale.exchange(false) ? "flags" : "",
                         editor.presetNameStale.exchange(false) ? "name" : ""});
        }},
-      {"offers", [&](auto& a) { return menuText(a); }},
+      {"marks",
+       [&](auto&) {
+         EditorState& editor = plug.editorState();
+         return joined({editor.orderStale.exchange(false) ? "order" : "",
+                        editor.kindsStale.exchange(false) ? "kinds" : "",
+                        editor.preferencesStale.exchange(false) ? "preferences" : "",
+                        editor.gesturesStale.exchange(false) ? "gestures" : "",
+                        editor.loadingFlagsStale.exchange(false) ? "carried" : ""});
+       }},
+      {"offers", [&](auto& a) { return menuText(menuOf(a)); }},
+      {"bandoffers", [&](auto& a) { return menuText(bandMenuOf(a)); }},
+      {"menuof", [&](auto& a) { return menuText(stateMenuOf(a)); }},
       {"row", [&](auto& a) { return rowText(a); }},
       {"value", [&](auto& a) { return numberText(plug.getPlainValue(a.id(0))); }},
       {"took", [&](auto& a) { return takenText(a); }},

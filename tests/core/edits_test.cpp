@@ -4,7 +4,9 @@
 
 #include <array>
 #include <optional>
+#include <stdexcept>
 
+#include "host/aeff_editor.h"
 #include "tests/core/edit_script.h"
 
 namespace {
@@ -223,6 +225,47 @@ class EditWalk {
   std::vector<State> states;
   int freshBank = 1;
 };
+
+namespace {
+
+/// Notes what becomes of it; looks at its effect whenever it may.
+class NotedEditor : public AEffEditor {
+ public:
+  NotedEditor(Plug& ofPlug, std::string& notes) : plug(ofPlug), log(notes) {
+    EXPECT_EQ(plug.machine().globals().getGroupCount(), 0) << "preferences come later";
+    EXPECT_EQ(plug.normalisedValue(kIpTrim), plug.getParameterDefault(kIpTrim));
+    log += "made ";
+  }
+  ~NotedEditor() override { log += "gone " + std::to_string(plug.editorState().currentBand) + " "; }
+  void effectReady() override { log += "ready " + numberText(plug.getPlainValue(kIpTrim)) + " "; }
+  void effectClosed() override { log += "closed " + chunkOf(plug).substr(0, 1) + " "; }
+  void setParameter(std::int32_t index, float /*normalised*/) override {
+    if (index == kIpTrim && !log.ends_with("trim ")) log += "trim ";
+  }
+
+ private:
+  Plug& plug;
+  std::string& log;
+};
+
+}  // namespace
+
+TEST(PlugEditor, IsThereFromBeforeTheBanksToTheEnd) {
+  const TestDirectory directory;
+  writeBytes(directory.path("Default Bank.CorvanthelisBank"), R"({"parameters":{"kIpTrim":0.75}})");
+  std::string log;
+  const auto make = [&log](Plug& plug) { return std::make_unique<NotedEditor>(plug, log); };
+  {
+    Machine machine(std::make_unique<MemoryStore>(), {directory.path(""), ""});
+    const Plug plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, machine, make);
+    EXPECT_EQ(std::exchange(log, {}), "made trim ready 12 ");
+  }
+  EXPECT_EQ(std::exchange(log, {}), "closed { gone 0 ");
+  Machine machine(std::make_unique<MemoryStore>(), {});
+  const auto noClock = []() -> std::int64_t { throw std::runtime_error("no clock"); };
+  EXPECT_THROW(Plug(nullptr, Plug::Idle::kCaller, noClock, machine, make), std::runtime_error);
+  EXPECT_EQ(log, "made gone 0 ") << "before what it shows";
+}
 
 TEST(Edits, TellTheHostLoadAgainAndAreUndoneToBothEnds) {
 #ifdef NDEBUG

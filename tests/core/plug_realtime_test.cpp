@@ -11,6 +11,7 @@
 #include <random>
 #include <thread>
 
+#include "editing/bank_selector.h"
 #include "state/chunk_codec.h"
 #include "tests/core/plug_rig.h"
 #include "tests/support/becomes.h"
@@ -143,6 +144,9 @@ class Storm {
         [&] { save(kPresetExtension, true), files.buildPresetMenu(); },
         [&] { save(kBankExtension, false), files.loadPresetFile(path + kBankExtension); },
         [&] { files.nextPreset(), files.previousPreset(); },
+        [&] { banks.choose(below(Plug::kNumBanks)), banks.toggle(AbToggleMode::kVisited); },
+        [&] { showWindow(below(3)); },
+        [&] { plug.edits().endAll(); },
         [&] { editor.lastListen = editor.currentBand = below(kNumBands); },
         [&] { plug.uiSettings().setUiValue("Graph", "Range", static_cast<double>(below(6))); }};
     all[random() % std::size(all)]();
@@ -151,7 +155,14 @@ class Storm {
   double look();
 
  private:
+  /// Opens it, lays it out or closes it.
+  void showWindow(int step) {
+    const Plug::StateScope scope(plug);
+    step == 2 ? plug.editorState().beginLayout() : plug.editorState().setWindowOpen(step == 0);
+  }
+
   Plug& plug;
+  BankSelector banks{plug.edits(), plug.editorState()};
   std::mt19937 random;
 };
 
@@ -249,7 +260,7 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
 
 // Neither is a band operation undone by a parameter that comes from another thread at that moment,
 // nor are designs made at a mix of two rates.
-TEST(PlugThreadsTest, ParametersFromAnotherThreadDisturbNeitherBandOperationsNorANewRate) {
+TEST(PlugThreadsTest, ParametersFromAnotherThreadDisturbNeitherChainEditsNorANewRate) {
   PlugRig rig("B1State=1 B1Type=1 B1Lookahead=50");
   const Disturbance control([&rig](int step) {
     const auto value = static_cast<float>(step % 100) * 0.01F;

@@ -152,7 +152,8 @@ class HostScript : public Script {
       char text[128];
       std::strcpy(text, row[4].c_str());
       AEffect* const record = effect->getAeffect();
-      say(record->dispatcher(record, id(), number(2), std::stol(row[3]), text, 300.0F));
+      const float opt = row[6].empty() ? 300.0F : std::stof(row[6]);
+      say(record->dispatcher(record, id(), number(2), std::stol(row[3]), text, opt));
       if (text[0] != '\0') say(text);
     };
     commands["call editor"] = [this] {

@@ -76,6 +76,8 @@ class TestEditor : public AEffEditor {
   bool open(void* parentWindow) override { return parentWindow != nullptr; }
   void close() override { log += "close "; }
   void idle() override { log += "idle "; }
+  bool onKeyDown(const VstKeyCode& key) override { return note("down ", key); }
+  bool onKeyUp(const VstKeyCode& key) override { return note("up ", key); }
   void setParameter(std::int32_t index, float normalised) override {
     if (index >= 0) {
       shown.at(static_cast<std::size_t>(index)) = normalised;
@@ -87,6 +89,13 @@ class TestEditor : public AEffEditor {
   std::string& log;
   std::array<float, kNumIds> shown{};
   ERect size{0, 0, 500, 844};
+
+ private:
+  bool note(const char* what, const VstKeyCode& key) {
+    log += what + std::to_string(key.character) + "," + std::to_string(key.virt) + "," +
+           std::to_string(key.modifier) + " ";
+    return key.virt != kVstKeyTab;
+  }
 };
 
 /// An effect with its host. It notes what reaches it in the host's log and opens what is protected.

@@ -169,6 +169,16 @@ class ScriptTest : public Script {
     for (int i = -1; i <= own()->getGroupValueCount(index); ++i) {
       said += own()->getGroupValue(index, i) + ",";
     }
+    const std::vector<Preference> all = own()->list();
+    if (index < 0 || index >= std::ssize(all)) return;
+    const Preference& listed = all[static_cast<std::size_t>(index)];
+    EXPECT_EQ(listed.key, key);
+    EXPECT_EQ(listed.value, own()->getGlobal(key.c_str()));
+    EXPECT_EQ(listed.page, own()->getGroupPage(index));
+    EXPECT_EQ(std::ssize(listed.values), own()->getGroupValueCount(index));
+    for (std::size_t i = 0; i < listed.values.size(); ++i) {
+      EXPECT_EQ(listed.values[i], own()->getGroupValue(index, static_cast<int>(i)));
+    }
   }
   template <typename Change>
   void seeRevision(const Change& change) {
@@ -260,6 +270,16 @@ class ScriptTest : public Script {
     };
     commands["merge"] = [this] {
       seeRevision([&] { options->merge(JsonTree(jsonParse(row[1].c_str())).get()); });
+    };
+    commands["listed"] = [this] {
+      for (const UiOption& each : options->list()) {
+        say(each.group + "/" + each.key + "=");
+        said += std::to_string(each.value).substr(0, 4);
+        for (const std::string& text : each.values) said += "," + text;
+        if (!each.unit.empty()) say(each.unit), say(each.min), say(each.max);
+        if (each.hidden) say("hidden");
+        if (each.isColour) say("colour");
+      }
     };
     commands["saved"] = [this] { say(compact(options->save())); };
   }

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "editing/parameter_actions.h"
+#include "editing/parameter_edits.h"
 
 class EditedParameters;
 
@@ -29,9 +29,9 @@ inline constexpr const char* kSortQuestion =
 /// Does what the menu of a band offers, each call as one step of the history; locks and links
 /// themselves are no part of that. Bands are 0..7; another one does nothing. Threads: message
 /// thread.
-class BandActions {
+class BandEdits {
  public:
-  explicit BandActions(EditedParameters& edited) noexcept : parameters(edited) {}
+  explicit BandEdits(EditedParameters& edited) noexcept : parameters(edited) {}
 
   // Locks and links of all rows of the running bands in a `BandScope`, but for what says where a
   // band sits, of which kind it is and whether it is heard.

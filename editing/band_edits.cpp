@@ -1,4 +1,4 @@
-#include "editing/band_actions.h"
+#include "editing/band_edits.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -81,7 +81,7 @@ bool chainStands(const BandLayout& layout) {
 
 }  // namespace
 
-BandMask BandActions::bandsIn(int band, int scope, BandMask selected) const {
+BandMask BandEdits::bandsIn(int band, int scope, BandMask selected) const {
   if (!isBand(band)) return 0;
   BandMask running = 0;
   BandMask crossover = 0;
@@ -107,7 +107,7 @@ BandMask BandActions::bandsIn(int band, int scope, BandMask selected) const {
   }
 }
 
-void BandActions::setLocks(int band, int scope, BandMask selected, bool on) {
+void BandEdits::setLocks(int band, int scope, BandMask selected, bool on) {
   const BandMask bands = bandsIn(band, scope, selected);
   for (int each = 0; each < kNumBands; ++each) {
     for (int row = kB1Threshold; isIn(bands, each) && row <= kB1SCHFType; ++row) {
@@ -116,7 +116,7 @@ void BandActions::setLocks(int band, int scope, BandMask selected, bool on) {
   }
 }
 
-void BandActions::setLinks(int band, int scope, BandMask selected, bool on) {
+void BandEdits::setLinks(int band, int scope, BandMask selected, bool on) {
   const BandMask bands = bandsIn(band, scope, selected);
   if (bands == 0) return;
   const EditHold hold(parameters);
@@ -134,7 +134,7 @@ void BandActions::setLinks(int band, int scope, BandMask selected, bool on) {
   parameters.endStep();
 }
 
-void BandActions::copyRow(int from, int to) {
+void BandEdits::copyRow(int from, int to) {
   parameters.setLocked(to, false);
   parameters.setLinked(to, false);
   const float normalised = parameters.get(from);
@@ -147,7 +147,7 @@ void BandActions::copyRow(int from, int to) {
   parameters.setLinked(to, parameters.isLinked(from));
 }
 
-void BandActions::copyBand(int source, int target) {
+void BandEdits::copyBand(int source, int target) {
   if (!isBand(source) || (target != kEveryTarget && !isBand(target))) return;
   const EditHold hold(parameters);
   parameters.beginStep();
@@ -161,7 +161,7 @@ void BandActions::copyBand(int source, int target) {
 }
 
 /// False when there is nothing to sort, or no chain to sort by.
-bool BandActions::findOrder(Order& order) {
+bool BandEdits::findOrder(Order& order) {
   BandLayout& layout = parameters.layout();
   const BandLayout::Scope lock(layout);
   if (!chainStands(layout)) return false;
@@ -171,7 +171,7 @@ bool BandActions::findOrder(Order& order) {
          static_cast<std::int32_t>(stored * BandLayout::kOrderScale) != kNeutralOrder;
 }
 
-bool BandActions::sortBands() {
+bool BandEdits::sortBands() {
   Order order{};
   if (!findOrder(order)) return false;
   const EditHold hold(parameters);
@@ -182,7 +182,7 @@ bool BandActions::sortBands() {
   return true;
 }
 
-void BandActions::moveRows(const Order& order) {
+void BandEdits::moveRows(const Order& order) {
   std::vector<int> sources;
   std::vector<float> values;  // normalised
   for (const int band : order) {
@@ -203,7 +203,7 @@ void BandActions::moveRows(const Order& order) {
   change(kBandOrder, kNeutralNormalised);
 }
 
-void BandActions::change(int index, float normalised) {
+void BandEdits::change(int index, float normalised) {
   if (parameters.get(index) == normalised) return;
   parameters.beginAlone(index);
   parameters.set(index, normalised);

@@ -1,4 +1,4 @@
-#include "editing/band_operations.h"
+#include "editing/chain_edits.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,24 +13,22 @@
 #include "editing/parameter_ids.h"
 #include "host/alerts.h"
 
-namespace {}  // namespace
-
 // Frequencies from the start, since crossover bands move when others do.
-BandOperations::Step::Step(EditedParameters& edited) : parameters(edited) {
+ChainEdits::Step::Step(EditedParameters& edited) : parameters(edited) {
   parameters.beginStep();
   for (int band = 0; band < kNumBands; ++band) {
     parameters.note(bandParameterId(band, kB1Frequency));
   }
 }
 
-BandOperations::Step::~Step() {
+ChainEdits::Step::~Step() {
   for (int band = 0; band < kNumBands; ++band) {
     parameters.endNote(bandParameterId(band, kB1Frequency));
   }
   parameters.endStep();
 }
 
-void BandOperations::set(int index, float normalised) {
+void ChainEdits::set(int index, float normalised) {
   const bool isFrequency = isBandParameter(index) && bandOneIdOf(index) == kB1Frequency;
   if (isFrequency) {
     parameters.set(index, normalised);
@@ -43,12 +41,12 @@ void BandOperations::set(int index, float normalised) {
   linkedEdits.endRecording(index);
 }
 
-double BandOperations::frequencyOf(const Room& room) const {
+double ChainEdits::frequencyOf(const Room& room) const {
   return static_cast<double>(parameters.toPlain(kB1Frequency, room.own));
 }
 
 /// Ends its locks and links. What was locked against the live bank belongs to it from now on.
-void BandOperations::freeBand(int band) {
+void ChainEdits::freeBand(int band) {
   for (int row = kB1State; row <= kB1SCHFType; ++row) {
     const int id = bandParameterId(band, row);
     const bool wasLocked = parameters.isLocked(id);
@@ -58,12 +56,12 @@ void BandOperations::freeBand(int band) {
   }
 }
 
-void BandOperations::automate(int index, double plain) {
+void ChainEdits::automate(int index, double plain) {
   set(index, parameters.toNormalised(index, static_cast<float>(plain)));
 }
 
 /// Although it may be locked: it has to tell the chain.
-void BandOperations::automateOrder(float plain) {
+void ChainEdits::automateOrder(float plain) {
   const float normalised = parameters.toNormalised(kBandOrder, plain);
   const bool wasLocked = parameters.isLocked(kBandOrder);
   parameters.setLocked(kBandOrder, false);
@@ -73,7 +71,7 @@ void BandOperations::automateOrder(float plain) {
 
 /// Room for a band in the crossover; else the user is told. A new one gets what it wants if it can;
 /// one that comes from elsewhere gives way as in a drag.
-std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wanted, bool isNew) {
+std::optional<ChainEdits::Room> ChainEdits::findRoom(int band, float wanted, bool isNew) {
   BandLayout& layout = parameters.layout();
   std::vector<CrossoverPlace> others;
   {
@@ -107,12 +105,12 @@ std::optional<BandOperations::Room> BandOperations::findRoom(int band, float wan
   return room;
 }
 
-void BandOperations::makeRoom(const Room& room) {
+void ChainEdits::makeRoom(const Room& room) {
   for (const auto& [id, hz] : room.moves) crossoverEdits.moveNeighbour(id, hz);
 }
 
 /// An order that was no chain before, such as one that a host's automation leaves, becomes one.
-void BandOperations::repairOrder() {
+void ChainEdits::repairOrder() {
   const auto repair = chainRepair(parameters);
   if (!repair) return;
   for (const auto& [id, normalised] : repair->frequencies) {
@@ -122,7 +120,7 @@ void BandOperations::repairOrder() {
   automateOrder(parameters.toPlain(kBandOrder, repair->order));
 }
 
-bool BandOperations::addBand(int list, double wanted) {
+bool ChainEdits::addBand(int list, double wanted) {
   if (list < kPreList || list > kPostList) return false;
   BandLayout& layout = parameters.layout();
   const BandLayout::List off = layout.copyOf(layout.off);
@@ -152,7 +150,7 @@ bool BandOperations::addBand(int list, double wanted) {
   return true;
 }
 
-bool BandOperations::setBandPosition(int band, int list) {
+bool ChainEdits::setBandPosition(int band, int list) {
   if (!isBand(band) || list < kPreList || list > kOffList) return false;
   if (list == kOffList) {
     deleteBand(band);
@@ -179,7 +177,7 @@ bool BandOperations::setBandPosition(int band, int list) {
   return true;
 }
 
-void BandOperations::deleteBand(int band) {
+void ChainEdits::deleteBand(int band) {
   if (!isBand(band)) return;
   const Step step(parameters);
   freeBand(band);
@@ -191,7 +189,7 @@ void BandOperations::deleteBand(int band) {
   checkSidechainSources();
 }
 
-void BandOperations::checkSidechainSources() {
+void ChainEdits::checkSidechainSources() {
   parameters.beginStep();
   for (int band = 0; band < kNumBands; ++band) {
     const int id = bandParameterId(band, kB1SCSBand);

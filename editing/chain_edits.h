@@ -13,9 +13,9 @@ class LinkedEdits;
 /// locks and links end. A band that comes into the crossover stands where it is wanted, as far as
 /// `roomInCrossover` finds, and the others make room; where locks leave none, nothing happens and
 /// the user is told. Threads: message thread.
-class BandOperations {
+class ChainEdits {
  public:
-  BandOperations(EditedParameters& edited, CrossoverEdits& crossover, LinkedEdits& links) noexcept
+  ChainEdits(EditedParameters& edited, CrossoverEdits& crossover, LinkedEdits& links) noexcept
       : parameters(edited), crossoverEdits(crossover), linkedEdits(links) {}
 
   /// Switches the first band of the Off list on in `list` at `frequency` (Hz), with all its other
@@ -29,7 +29,7 @@ class BandOperations {
   void checkSidechainSources();
 
  private:
-  /// Notes for the history what an operation changes while this lives.
+  /// Notes for the history what an edit changes while this lives.
   class Step {
    public:
     explicit Step(EditedParameters& edited);

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "editing/menu.h"
+
+class BandFiles;
+class ChainEdits;
+class Dialogs;
+class EditedParameters;
+class Globals;
+struct EditorState;
+
+/// What the menu of a band works on.
+struct BandMenuParts {
+  EditedParameters& parameters;
+  ChainEdits& bands;
+  BandFiles& files;
+  const EditorState& editor;  ///< its selection counts when an entry is chosen
+  const Globals& globals;
+  Dialogs& dialogs;
+};
+
+/// The menu of band 0..7: files, kind, place in the chain, copies, order, locks and links. It reads
+/// the folder of bands. Without entries for another band. Message thread.
+[[nodiscard]] Menu bandMenu(const BandMenuParts& parts, int band);
