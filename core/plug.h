@@ -100,7 +100,7 @@ class Plug : public PlugBaseJSON {
 
   // Edits, as `editing/` does them.
   [[nodiscard]] PlugEdits& edits() noexcept { return parameterEdits; }
-  bool addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }
+  int addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }
   bool setBandPosition(int band, int list) { return edits().bands.setBandPosition(band, list); }
   void deleteBand(int band) { edits().bands.deleteBand(band); }
   void checkSidechainSources() { edits().bands.checkSidechainSources(); }

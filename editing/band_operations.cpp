@@ -126,16 +126,16 @@ void BandOperations::repairOrder() {
   automateOrder(parameters.toPlain(kBandOrder, repair->order));
 }
 
-bool BandOperations::addBand(int list, double wanted) {
-  if (list < kPreList || list > kPostList) return false;
+int BandOperations::addBand(int list, double wanted) {
+  if (list < kPreList || list > kPostList) return -1;
   BandLayout& layout = parameters.layout();
   const BandLayout::List off = layout.copyOf(layout.off);
-  if (off.empty()) return false;
+  if (off.empty()) return -1;
   const int band = off.front();
   Room room{parameters.toNormalised(kB1Frequency, static_cast<float>(wanted)), {}};
   if (list == kXoverList) {
     const auto found = findRoom(band, room.own, true);
-    if (!found) return false;
+    if (!found) return -1;
     room = *found;
   }
   const Step step(parameters);
@@ -153,7 +153,7 @@ bool BandOperations::addBand(int list, double wanted) {
     const int index = bandParameterId(band, id);
     set(index, parameters.getDefault(index));
   }
-  return true;
+  return band;
 }
 
 bool BandOperations::setBandPosition(int band, int list) {
