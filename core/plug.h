@@ -136,9 +136,14 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
+  /// As `MeterRings::readFurthest`. For one consumer only, since a second would take its peaks:
+  /// others make a `GainReductionReader` of their own over `meterRings`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
+  [[nodiscard]] const MeterRings& meterRings() const noexcept { return engine.meterRings(); }
+  /// Rms and loudness, by an `OutputLevels` of each consumer's own.
+  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return engine.outputFeed(); }
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept {
     return engine.getBandGain(band, parts, channel);
   }

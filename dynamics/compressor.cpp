@@ -51,6 +51,7 @@ void compressor::ensureBuffers(int frames) {
 void compressor::setSampleRate(double rate) noexcept {
   sampleRate = rate;
   loudness.setSampleRate(rate);
+  levels.setSampleRate(rate);
   for (subband& filter : subbands) filter.setSampleRate(rate);
   for (SidechainFilters& filters : sidechains) filters.setSampleRate(static_cast<float>(rate));
   for (auto& pair : detectors) {
@@ -65,7 +66,7 @@ void compressor::resetEngine() noexcept {
   takeGains();
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
-  meters.resetReaders();
+  levels.reset();
   analyser.reset();
   outputPeak.reset();
   for (BandMeters& meter : bandMeters) meter.reset();
@@ -256,10 +257,6 @@ void compressor::setMeterBallistic(int ballistic, double rate) noexcept {
 
 void compressor::setMeterDecay(double perSample) noexcept {
   wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
-}
-
-double compressor::getGainReduction(int selector) noexcept {
-  return meters.getGainReduction(selector);
 }
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {

@@ -15,6 +15,7 @@
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
@@ -94,11 +95,20 @@ class compressor {
                     int sideChannels);
 
   // Anywhere.
+  /// The history that each consumer's own `GainReductionReader` reads.
+  [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
+  /// The final output, for each consumer's own `OutputLevels`.
+  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
   [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
   [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return analyser; }
-  [[nodiscard]] double getOutputPeak(int channel) const noexcept { return outputPeak.peak(channel); }
-  [[nodiscard]] double getGainReduction(int selector) noexcept;
+  [[nodiscard]] double getOutputPeak(int channel) const noexcept {
+    return outputPeak.peak(channel);
+  }
+  /// From the engine's own `GainReductionReader`.
+  [[nodiscard]] double getGainReduction(int selector) noexcept {
+    return reductionReader.getGainReduction(selector);
+  }
   /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
   /// band.
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
@@ -206,6 +216,8 @@ class compressor {
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
   MeterRings meters;
+  GainReductionReader reductionReader{meters};
+  OutputFeed levels;
   AnalyserFeed analyser;
   OutputPeak outputPeak;
   std::array<BandMeters, kBands> bandMeters;

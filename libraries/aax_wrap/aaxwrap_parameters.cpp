@@ -50,7 +50,9 @@ AAXWrap_Parameters::AAXWrap_Parameters()
     : AAXWrap_Parameters(std::make_unique<Plug>(&aaxHostCallback)) {}
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
-    : effect(std::move(newEffect)), receivesMidi(effect->canDo("receiveVstEvents") == 1) {
+    : reductionReader(newEffect->meterRings()),
+      effect(std::move(newEffect)),
+      receivesMidi(effect->canDo("receiveVstEvents") == 1) {
   midiOutQueue.reserve(kMidiOutCapacity);
   sysexOutQueue.reserve(kMidiOutCapacity);
   instances.fetch_add(1);
