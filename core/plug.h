@@ -126,7 +126,19 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   [[nodiscard]] PresetFiles& presetFiles() noexcept { return presets; }
 
-  // What the editor shows; any thread, but one at a time per selector of `getGainReduction`.
+  // What graphs draw, as `compressor` says; any thread but the audio thread, several at once.
+  [[nodiscard]] double getBandResponse(int band, double frequency) {
+    return engine.getBandResponse(band, frequency);
+  }
+  void getBandCurve(int band, const float* frequencies, int n, float* out) {
+    engine.getBandCurve(band, frequencies, n, out);
+  }
+  [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const {
+    return engine.getSidechainResponse(band, filter, frequency);
+  }
+  [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
+
+  // What meters show; any thread, but one at a time per selector of `getGainReduction`.
   /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
   /// seconds.
   void setMeterDecay(double percent);
@@ -156,7 +168,11 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getBandGraphGain(int band) const noexcept {
     return engine.getBandGraphGain(band);
   }
-  [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return engine.analyserFeed(); }
+  /// The last `n` samples, at most 8192, of the output (left, right) and of the dry signal (left,
+  /// right), without the newest block.
+  void getAnalyserData(double* const buffers[AnalyserFeed::kTraces], int n) const noexcept {
+    engine.analyserFeed().copyLatest(buffers, n);
+  }
   [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
  protected:
