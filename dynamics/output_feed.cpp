@@ -7,6 +7,7 @@ void OutputFeed::reset() noexcept {
 
 template <typename Sample>
 void OutputFeed::write(const Sample* const* signals, int channels, int frames) noexcept {
+  if (readers.load(std::memory_order_relaxed) == 0) return;
   const std::uint64_t start = written.load(std::memory_order_relaxed);
   const auto count = static_cast<std::uint64_t>(frames);
   for (int c = 0; c < kChannels; ++c) {

@@ -7,7 +7,8 @@
 
 #include "dynamics/shared_ring.h"
 
-/// The newest samples of the output, from which meters work out levels off the audio thread.
+/// The newest samples of the output, from which meters work out levels off the audio thread. It
+/// costs the audio thread nothing while nobody reads.
 /// Threads: `write` on the audio thread; `setSampleRate` and `reset` while nothing processes; all
 /// else anywhere, for any number of readers.
 class OutputFeed {
@@ -23,6 +24,9 @@ class OutputFeed {
   template <typename Sample>
   void write(const Sample* const* signals, int channels, int frames) noexcept;
 
+  /// From `addReader` to `removeReader` samples are written.
+  void addReader() const noexcept { readers.fetch_add(1, std::memory_order_relaxed); }
+  void removeReader() const noexcept { readers.fetch_sub(1, std::memory_order_relaxed); }
   [[nodiscard]] double sampleRate() const noexcept {  ///< Hz
     return rate.load(std::memory_order_relaxed);
   }
@@ -39,4 +43,5 @@ class OutputFeed {
   std::array<SharedRing<float, kSize>, kChannels> rings;
   std::atomic<std::uint64_t> written{0};  // stored with release once the samples stand
   std::atomic<double> rate{44100.0};      // Hz
+  mutable std::atomic<int> readers{0};
 };

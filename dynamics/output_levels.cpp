@@ -15,7 +15,7 @@ void OutputLevels::start(double newRate, std::uint64_t end) noexcept {
   rate = newRate;
   stepFrames = std::max(1, static_cast<int>(std::lround(rate / kStepsPerSecond)));
   const auto wanted = static_cast<std::uint64_t>(rate * kSettlingSeconds);
-  position = end - std::min<std::uint64_t>({end, wanted, OutputFeed::kSize});
+  position = end - std::min<std::uint64_t>({end - begin, wanted, OutputFeed::kSize});
   for (KWeighting& filter : filters) {
     filter.design(rate);
     filter.reset();

@@ -16,10 +16,13 @@ class OutputLevels {
  public:
   static constexpr double kSilent = -std::numeric_limits<double>::infinity();
 
-  explicit OutputLevels(const OutputFeed& source) noexcept : feed(source) {}
+  explicit OutputLevels(const OutputFeed& source) noexcept : feed(source) { feed.addReader(); }
+  ~OutputLevels() { feed.removeReader(); }
+  OutputLevels(const OutputLevels&) = delete;
+  OutputLevels& operator=(const OutputLevels&) = delete;
 
-  /// Takes what has come since the last call; the first call, and one that comes very late, start
-  /// half a second back. Some 20 ns per frame.
+  /// Takes what has come since the last call, from the making of this on; a call that comes very
+  /// late starts half a second back. Some 20 ns per frame.
   void update() noexcept;
   /// Linear, 1 for a constant of full scale; 0 for an unknown channel.
   [[nodiscard]] double rms(int channel) const noexcept;
@@ -44,7 +47,8 @@ class OutputLevels {
 
   const OutputFeed& feed;
   double rate = 0.0;  // Hz, that the rest is made for
-  std::uint64_t position = 0;
+  const std::uint64_t begin = feed.position();
+  std::uint64_t position = begin;
   std::array<KWeighting, kChannels> filters;
   int stepFrames = 1;
   int filled = 0;  // of `running`

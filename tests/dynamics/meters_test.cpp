@@ -202,7 +202,6 @@ TEST(OutputLevelsTest, AreThoseOfTheStandardsReferenceToneForWhoeverAsks) {
     feed.setSampleRate(rate);
     feed.reset();
     OutputLevels often(feed), late(feed);
-    often.update();
     const auto play = [&](const Signal& left, int channels, bool both = false) {
       for (std::size_t at = 0; at < left.size(); at += 441) {
         const std::size_t frames = std::min<std::size_t>(441, left.size() - at);
@@ -212,10 +211,8 @@ TEST(OutputLevelsTest, AreThoseOfTheStandardsReferenceToneForWhoeverAsks) {
       }
     };
     const auto expect = [&](double rms, double lufs) {
-      OutputLevels another(feed);
       late.update();
-      another.update();
-      for (const OutputLevels* levels : {&often, &late, &another}) {
+      for (const OutputLevels* levels : {&often, &late}) {
         EXPECT_NEAR(levels->rms(0), rms, 2e-4);
         EXPECT_EQ(levels->rms(1) + levels->rms(2) + levels->rms(-1), 0.0);
         EXPECT_TRUE(lufs == levels->momentaryLufs() ||
@@ -230,6 +227,9 @@ TEST(OutputLevelsTest, AreThoseOfTheStandardsReferenceToneForWhoeverAsks) {
     expect(std::sqrt(0.5), -3.01);
     play(Signal(static_cast<std::size_t>(std::lround(rate * 0.15))), 1);
     expect(0.5, -3.01 + 10.0 * std::log10(0.25 / 0.4));
+    OutputLevels another(feed);
+    another.update();
+    EXPECT_EQ(another.rms(0), 0.0) << "what was before its time";
     feed.reset();
     often.update();
     expect(0.0, OutputLevels::kSilent);
