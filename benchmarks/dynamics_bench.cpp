@@ -1,7 +1,9 @@
-// Detectors beside their plain form, one sample after the other with the library's mathematics.
+// Detectors beside their plain form, one sample after the other with the library's mathematics, and
+// the engine with nothing around it.
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -12,6 +14,7 @@
 #include "analysis/vector_kernels.h"
 #include "benchmarks/plain_detector.h"
 #include "dynamics/band_detector.h"
+#include "dynamics/compressor.h"
 
 namespace {
 
@@ -119,6 +122,44 @@ void decibels(benchmark::State& state) {
   report(state);
 }
 
+/// Range: bands, all in the crossover.
+void engineAlone(benchmark::State& state) {
+  compressor engine;
+  engine.setSampleRate(kRate);
+  BandDynamics dynamics;
+  const auto turnAll = [&] {
+    for (int band = 0; band < state.range(0); ++band) {
+      engine.layout.moveBand(band, kXoverList, 1000.0 * (band + 1));
+      engine.setBand(band, {.active = true});
+      engine.setSidechainLinkage(band, true, 50, 0.0);
+      engine.setDynamics(band, dynamics);
+    }
+    engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
+    engine.rebuildKernels();
+    engine.makeStagePlan();
+    engine.publish();
+  };
+  turnAll();
+  const auto late = static_cast<std::size_t>(engine.getLatency());
+  std::vector<double> left(late + 1);
+  left[0] = 1.0;
+  std::vector<double> right = left;
+  std::array<double*, 2> pins = {left.data(), right.data()};
+  engine.processBlock(pins.data(), pins.data(), static_cast<int>(left.size()), 2, 0);
+  if (std::abs(left[late] - 1.0) > 1e-9) state.SkipWithError("not the sum of its bands");
+  dynamics.threshold = -30.0;
+  dynamics.ratioAbove = 0.5;
+  turnAll();
+  const std::vector<double> input = noise(kFrames);
+  for (auto _ : state) {
+    std::ranges::copy(input, left.begin());
+    std::ranges::copy(input, right.begin());
+    engine.processBlock(pins.data(), pins.data(), kFrames, 2, 0);
+  }
+  report(state);
+  state.SetItemsProcessed(state.iterations() * kFrames);
+}
+
 void everySet(benchmark::internal::Benchmark* wanted) {
   wanted->ArgNames({"together", "transients", "lookahead", "set"});
   const auto sets = static_cast<std::int64_t>(allVectorKernels().size());
@@ -135,6 +176,7 @@ void everySet(benchmark::internal::Benchmark* wanted) {
 }
 
 BENCHMARK(detectors)->Apply(everySet);
+BENCHMARK(engineAlone)->ArgName("bands")->Arg(1)->Arg(8);
 BENCHMARK(plainDetectors)->ArgName("transients")->Arg(0)->Arg(1);
 BENCHMARK(decibels)->ArgName("set")->DenseRange(
     -1, static_cast<std::int64_t>(allVectorKernels().size()) - 1);

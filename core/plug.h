@@ -107,7 +107,7 @@ class Plug : public PlugBaseJSON {
 
   // Edits, as `editing/` does them.
   [[nodiscard]] PlugEdits& edits() noexcept { return parameterEdits; }
-  bool addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }
+  int addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }
   bool setBandPosition(int band, int list) { return edits().bands.setBandPosition(band, list); }
   void deleteBand(int band) { edits().bands.deleteBand(band); }
   void checkSidechainSources() { edits().bands.checkSidechainSources(); }
@@ -133,7 +133,19 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   [[nodiscard]] PresetFiles& presetFiles() noexcept { return presets; }
 
-  // What the editor shows; any thread, but one at a time per selector of `getGainReduction`.
+  // What graphs draw, as `compressor` says; any thread but the audio thread, several at once.
+  [[nodiscard]] double getBandResponse(int band, double frequency) {
+    return engine.getBandResponse(band, frequency);
+  }
+  void getBandCurve(int band, const float* frequencies, int n, float* out) {
+    engine.getBandCurve(band, frequencies, n, out);
+  }
+  [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const {
+    return engine.getSidechainResponse(band, filter, frequency);
+  }
+  [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
+
+  // What meters show; any thread, but one at a time per selector of `getGainReduction`.
   /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
   /// seconds.
   void setMeterDecay(double percent);
@@ -143,9 +155,14 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
+  /// As `MeterRings::readFurthest`. For one consumer only, since a second would take its peaks:
+  /// others make a `GainReductionReader` of their own over `meterRings`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
+  [[nodiscard]] const MeterRings& meterRings() const noexcept { return engine.meterRings(); }
+  /// Rms and loudness, by an `OutputLevels` of each consumer's own.
+  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return engine.outputFeed(); }
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept {
     return engine.getBandGain(band, parts, channel);
   }
@@ -158,7 +175,11 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getBandGraphGain(int band) const noexcept {
     return engine.getBandGraphGain(band);
   }
-  [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return engine.analyserFeed(); }
+  /// The last `n` samples, at most 8192, of the output (left, right) and of the dry signal (left,
+  /// right), without the newest block.
+  void getAnalyserData(double* const buffers[AnalyserFeed::kTraces], int n) const noexcept {
+    engine.analyserFeed().copyLatest(buffers, n);
+  }
   [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
  protected:

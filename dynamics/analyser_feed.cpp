@@ -1,5 +1,7 @@
 #include "dynamics/analyser_feed.h"
 
+#include <algorithm>
+
 #include "platform/index.h"
 
 void AnalyserFeed::reset() noexcept {
@@ -27,10 +29,10 @@ void AnalyserFeed::write(Trace trace, const Sample* signal, int frames, double g
 template void AnalyserFeed::write(Trace, const float*, int, double) noexcept;
 template void AnalyserFeed::write(Trace, const double*, int, double) noexcept;
 
-void AnalyserFeed::copyLatest(const std::array<std::span<double>, kTraces>& traces) const noexcept {
-  const std::size_t end = analyserWrite.load(std::memory_order_acquire) + kSize;
-  for (std::size_t t = 0; t < traces.size(); ++t) {
-    const std::size_t count = traces[t].size();
-    for (std::size_t i = 0; i < count; ++i) traces[t][i] = rings[t].load(end - count + i);
+void AnalyserFeed::copyLatest(double* const buffers[kTraces], int n) const noexcept {
+  const auto count = static_cast<std::size_t>(std::clamp(n, 0, static_cast<int>(kSize)));
+  const std::size_t start = analyserWrite.load(std::memory_order_acquire) + kSize - count;
+  for (std::size_t t = 0; t < kTraces; ++t) {
+    for (std::size_t i = 0; i < count; ++i) buffers[t][i] = rings[t].load(start + i);
   }
 }

@@ -3,12 +3,11 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <span>
 
 #include "dynamics/shared_ring.h"
 
 /// The newest samples before and after the effect, for the spectrum in the graph.
-/// Threads: `beginBlock` to `endBlock` on the audio thread; `copyLatest` on one reading thread;
+/// Threads: `beginBlock` to `endBlock` on the audio thread; `copyLatest` on any other;
 /// `reset` while nothing processes.
 class AnalyserFeed {
  public:
@@ -24,10 +23,9 @@ class AnalyserFeed {
   void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
   /// Moves the position behind the block that has been written.
   void endBlock(int frames) noexcept { written += static_cast<std::uint64_t>(frames); }
-  /// Of all traces the samples that end just before the position, oldest first; the four spans are
-  /// of one length, at most `kSize`. They trail the newest block by one block, so that a block
-  /// being written is not read.
-  void copyLatest(const std::array<std::span<double>, kTraces>& traces) const noexcept;
+  /// Of all traces the last `n` samples before the position, 0 to `kSize`, oldest first. They trail
+  /// the newest block by one block, so that a block being written is not read.
+  void copyLatest(double* const buffers[kTraces], int n) const noexcept;
 
  private:
   std::array<SharedRing<double, kSize>, kTraces> rings;

@@ -130,10 +130,19 @@ void BandLayout::moveBand(int band, int list, double newFrequency) {
   rebuildOrder();
 }
 
-int BandLayout::crossoverIndex(int band) {
+BandLayout::Place BandLayout::placeOf(int band) {
   const Scope lock(*this);
-  const auto found = std::find(xover.begin(), xover.end(), band);
-  return found == xover.end() ? -1 : static_cast<int>(found - xover.begin());
+  for (int list = kPreList; list <= kOffList; ++list) {
+    const List& bands = listNumber(list);
+    const auto found = std::find(bands.begin(), bands.end(), band);
+    if (found != bands.end()) return {list, static_cast<int>(found - bands.begin())};
+  }
+  return {};
+}
+
+int BandLayout::crossoverIndex(int band) {
+  const Place place = placeOf(band);
+  return place.list == kXoverList ? place.index : -1;
 }
 
 BandLayout::List BandLayout::copyOf(const List& list) {

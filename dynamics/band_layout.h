@@ -14,8 +14,9 @@ enum BandList : int { kPreList = 0, kXoverList = 1, kPostList = 2, kOffList = 3 
 /// The shape of the chain: which bands run before the crossover, inside it, after it, or not at
 /// all. The lists one after the other are `order`; the XOver list ascends by frequency.
 ///
-/// Threads: control side only. Operations take the lock themselves; the fields are read and written
-/// under it (`Scope`). The audio thread sees the chain through the engine's packed words alone.
+/// Threads: any but the audio thread. Operations take the lock themselves; the fields are read and
+/// written under it (`Scope`). The audio thread sees the chain through the engine's packed words
+/// alone.
 class BandLayout : public PlugBaseMutex {
  public:
   using List = std::vector<std::int32_t>;
@@ -39,6 +40,12 @@ class BandLayout : public PlugBaseMutex {
   /// Moves a band into a list, before the first band that is not below it in frequency. A frequency
   /// of 0 keeps the stored one (Hz). Nothing happens when the band is in that list already.
   void moveBand(int band, int list, double frequency);
+  /// Where a band stands; an unknown one is off.
+  struct Place {
+    int list = kOffList;
+    int index = -1;  ///< in the list
+  };
+  [[nodiscard]] Place placeOf(int band);
   /// The band's place in the XOver list, or -1.
   [[nodiscard]] int crossoverIndex(int band);
   /// Another number whenever the lists have become others; any thread.

@@ -287,6 +287,7 @@ void compressor::feedEditor(Sample* const* outputs, const Block& block) noexcept
   }
   analyser.endBlock(block.frames);
   outputPeak.follow(outputs, block.channels, block.frames);
+  levels.write(outputs, block.channels, block.frames);
 }
 
 void compressor::storeMeters(const Block& block) noexcept {

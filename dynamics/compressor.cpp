@@ -51,6 +51,7 @@ void compressor::ensureBuffers(int frames) {
 void compressor::setSampleRate(double rate) noexcept {
   sampleRate = rate;
   loudness.setSampleRate(rate);
+  levels.setSampleRate(rate);
   for (subband& filter : subbands) filter.setSampleRate(rate);
   for (SidechainFilters& filters : sidechains) filters.setSampleRate(static_cast<float>(rate));
   for (auto& pair : detectors) {
@@ -65,7 +66,7 @@ void compressor::resetEngine() noexcept {
   takeGains();
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   meters.reset();
-  meters.resetReaders();
+  levels.reset();
   analyser.reset();
   outputPeak.reset();
   for (BandMeters& meter : bandMeters) meter.reset();
@@ -138,6 +139,7 @@ void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
   detector.setLookahead(d.lookaheadMs);
   detector.setShape(d.shape);
   detector.setWeights(d.dynWeight, d.tranWeight);
+  const PlugBaseMutex::Scope lock(curveLock);
   wantedOf(band).detector = detector.designed();
 }
 
@@ -234,12 +236,34 @@ int compressor::getLatency() {
   return samples + wanted.xoverMaxLookahead;
 }
 
-void compressor::bandCurve(int band, const float* frequencies, int n, float* out) {
-  if (isBand(band)) subbands[at(band)].bandCurve(frequencies, n, out);
+double compressor::getBandResponse(int band, double frequency) {
+  const BandLayout::Place place = layout.placeOf(band);
+  if (place.list == kOffList) return 1.0;
+  return place.list == kXoverList
+             ? crossover.bandMagnitude(place.index, frequency)
+             : subbands[static_cast<std::size_t>(band)].bandMagnitude(frequency);
 }
 
-void compressor::crossoverCurve(int place, const float* frequencies, int n, float* out) {
-  crossover.crossoverCurve(frequencies, n, out, place);
+void compressor::getBandCurve(int band, const float* frequencies, int n, float* out) {
+  const BandLayout::Place place = layout.placeOf(band);
+  if (place.list == kOffList) {
+    std::fill_n(out, n, 1.0F);
+  } else if (place.list == kXoverList) {
+    crossover.crossoverCurve(frequencies, n, out, place.index);
+  } else {
+    subbands[static_cast<std::size_t>(band)].bandCurve(frequencies, n, out);
+  }
+}
+
+double compressor::getSidechainResponse(int band, int filter, double frequency) const {
+  if (!isBand(band)) return 1.0;
+  return sidechains[static_cast<std::size_t>(band)].response(filter, frequency);
+}
+
+StaticCurve compressor::getStaticCurve(int band) const {
+  if (!isBand(band)) return {};
+  const PlugBaseMutex::Scope lock(curveLock);
+  return wanted.bands[static_cast<std::size_t>(band)].detector.curve;
 }
 
 void compressor::setScListen(int band) noexcept { wanted.scListen = isBand(band) ? band : -1; }
@@ -254,10 +278,6 @@ void compressor::setMeterBallistic(int ballistic, double rate) noexcept {
 
 void compressor::setMeterDecay(double perSample) noexcept {
   wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
-}
-
-double compressor::getGainReduction(int selector) noexcept {
-  return meters.getGainReduction(selector);
 }
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {

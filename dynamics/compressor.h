@@ -16,6 +16,7 @@
 #include "dynamics/gain_ramp.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
@@ -96,13 +97,20 @@ class compressor {
                     int sideChannels);
 
   // Anywhere.
+  /// The history that each consumer's own `GainReductionReader` reads.
+  [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
+  /// The final output, for each consumer's own `OutputLevels`.
+  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
   [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
   [[nodiscard]] const AnalyserFeed& analyserFeed() const noexcept { return analyser; }
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
-  [[nodiscard]] double getGainReduction(int selector) noexcept;
+  /// From the engine's own `GainReductionReader`.
+  [[nodiscard]] double getGainReduction(int selector) noexcept {
+    return reductionReader.getGainReduction(selector);
+  }
   /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
   /// band.
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
@@ -113,11 +121,19 @@ class compressor {
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
   [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
-  // Editor's thread: curves as graphs draw them, `n` magnitudes at `frequencies` in Hz.
-  /// The analog filter of a dynamic EQ band.
-  void bandCurve(int band, const float* frequencies, int n, float* out);
-  /// The band at a place of the XOver list.
-  void crossoverCurve(int place, const float* frequencies, int n, float* out);
+  // What graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
+  // frequencies in Hz, each well below a microsecond.
+  /// The ideal of a crossover band or the analog filter of a dynamic EQ band; 1 for a band that is
+  /// off or unknown.
+  [[nodiscard]] double getBandResponse(int band, double frequency);
+  /// The same at `n` frequencies, from a cache while neither they (by first, last and number) nor
+  /// the band have changed.
+  void getBandCurve(int band, const float* frequencies, int n, float* out);
+  /// As `SidechainFilters::response`; 1 for an unknown band.
+  [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const;
+  /// As it is set, which the audio thread follows from the next `publish` on; 0 dB everywhere for
+  /// an unknown band.
+  [[nodiscard]] StaticCurve getStaticCurve(int band) const;
 
   BandLayout layout;
 
@@ -208,6 +224,8 @@ class compressor {
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
   MeterRings meters;
+  GainReductionReader reductionReader{meters};
+  OutputFeed levels;
   AnalyserFeed analyser;
   OutputPeak outputPeak;
   std::array<BandMeters, kNumBands> bandMeters;
@@ -220,7 +238,8 @@ class compressor {
   DelayRings delays;
   double sampleRate = 44100.0;  // Hz
 
-  EngineSettings wanted;  // control side
+  EngineSettings wanted;            // control side
+  mutable PlugBaseMutex curveLock;  // of the static curves in it, which others read
   KernelExchange<EngineSettings> published;
   std::atomic<StagePlan> shownPlan{};
   static_assert(std::atomic<StagePlan>::is_always_lock_free);

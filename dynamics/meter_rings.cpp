@@ -13,13 +13,7 @@ void MeterRings::reset() noexcept {
     for (Ring& ring : *rings) ring.clear();
   }
   meterWrite.store(0, std::memory_order_release);
-}
-
-void MeterRings::resetReaders() noexcept {
-  for (Reader& reader : readers) {
-    reader.position.store(0, std::memory_order_relaxed);
-    reader.result.store(1.0, std::memory_order_relaxed);
-  }
+  resets.fetch_add(1, std::memory_order_release);
 }
 
 void MeterRings::write(Ring& ring, std::uint32_t position, const double* signal,
@@ -63,22 +57,29 @@ void MeterRings::endBlock(int frames) noexcept {
   meterWrite.store(static_cast<std::uint32_t>(next), std::memory_order_release);
 }
 
-double MeterRings::getGainReduction(int selector) noexcept {
-  if (selector < 0 || selector >= kSelectors) return 1.0;
-  auto& rings = selector < 4 ? reductionRings : selector < 6 ? inputRings : outputRings;
-  const Ring& ring = rings[at(selector % 2)];
-  Reader& reader = readers[at(selector)];
+MeterRings::Cursor MeterRings::newCursor() const noexcept {
+  const std::uint32_t now = resets.load(std::memory_order_acquire);
+  return {meterWrite.load(std::memory_order_acquire), now, 1.0};
+}
 
+double MeterRings::readFurthest(int selector, Cursor& cursor) const noexcept {
+  const auto& rings = selector < 4 ? reductionRings : selector < 6 ? inputRings : outputRings;
+  const Ring& ring = rings[static_cast<std::size_t>(selector % 2)];
+
+  const std::uint32_t now = resets.load(std::memory_order_acquire);
+  if (cursor.resets != now) cursor = {0, now, 1.0};
   const std::uint32_t end = meterWrite.load(std::memory_order_acquire);
-  std::uint32_t position = reader.position.load(std::memory_order_relaxed);
-  if (position == end) return reader.result.load(std::memory_order_relaxed);
+  if (cursor.position == end) return cursor.result;
   float furthest = 0.0F;
-  for (; position != end; position = (position + 1) % kSize) {
-    const float entry = ring.load(position);
+  for (; cursor.position != end; cursor.position = (cursor.position + 1) % kSize) {
+    const float entry = ring.load(cursor.position);
     if (std::abs(entry) > std::abs(furthest)) furthest = entry;
   }
-  const double result = std::pow(10.0, static_cast<double>(furthest) * 0.05);
-  reader.position.store(end, std::memory_order_relaxed);
-  reader.result.store(result, std::memory_order_relaxed);
-  return result;
+  cursor.result = std::pow(10.0, static_cast<double>(furthest) * 0.05);
+  return cursor.result;
+}
+
+double GainReductionReader::getGainReduction(int selector) noexcept {
+  if (selector < 0 || selector >= MeterRings::kSelectors) return 1.0;
+  return rings.readFurthest(selector, cursors[static_cast<std::size_t>(selector)]);
 }

@@ -8,15 +8,21 @@
 
 /// Per-sample history for the meters: what goes into the chain, what comes out of it, and the gain
 /// reduction in decibels, two channels each, under one write position.
-/// Threads: `writeInput` to `endBlock` on the audio thread; `getGainReduction` on one reading
-/// thread per selector; `reset` and `resetReaders` while nothing processes.
+/// Threads: `writeInput` to `endBlock` on the audio thread; `readFurthest` on any, one at a time
+/// per cursor; `reset` while nothing processes.
 class MeterRings {
  public:
   static constexpr std::size_t kSize = 262144;  ///< samples
   static constexpr int kSelectors = 8;
 
-  void reset() noexcept;         ///< rings and write position
-  void resetReaders() noexcept;  ///< read positions to 0, results to 1
+  /// How far a consumer has read for one selector, and what it found.
+  struct Cursor {
+    std::uint32_t position = 0;
+    std::uint32_t resets = 0;
+    double result = 1.0;
+  };
+
+  void reset() noexcept;  ///< to silence; all cursors start anew
 
   /// A null signal is silence.
   void writeInput(int channel, const double* signal, int frames) noexcept;
@@ -26,17 +32,15 @@ class MeterRings {
   /// Publishes the position behind the block.
   void endBlock(int frames) noexcept;
 
-  /// The entry furthest from 0 since the last call with this selector, taken as decibels and made
-  /// linear; the last result again where nothing new has come. Selectors 0 to 3: gain reduction
-  /// left, right, left, right; 4, 5: input; 6, 7: output. Another selector gives 1.
-  [[nodiscard]] double getGainReduction(int selector) noexcept;
+  /// A cursor at the present position: nothing older is read with it.
+  [[nodiscard]] Cursor newCursor() const noexcept;
+  /// The entry furthest from 0 since the last call with this cursor, taken as decibels and made
+  /// linear; the last result again where nothing new has come. `selector` 0 to 3: gain reduction
+  /// left, right, left, right; 4, 5: input; 6, 7: output. Cost: linear in the entries read.
+  double readFurthest(int selector, Cursor& cursor) const noexcept;
 
  private:
   using Ring = SharedRing<float, kSize>;
-  struct Reader {
-    std::atomic<std::uint32_t> position{0};
-    std::atomic<double> result{1.0};
-  };
   [[nodiscard]] std::uint32_t writePosition() const noexcept {
     return meterWrite.load(std::memory_order_relaxed);
   }
@@ -47,5 +51,21 @@ class MeterRings {
   std::array<Ring, 2> reductionRings;
   // Where the next block goes; stored with release once the block's entries stand.
   std::atomic<std::uint32_t> meterWrite{0};
-  std::array<Reader, kSelectors> readers;
+  std::atomic<std::uint32_t> resets{0};
+};
+
+/// What one consumer reads of the meters' history, from the moment the reader is made. Each reader
+/// sees every peak, whatever others have read. Threads: any, one at a time per selector. The rings
+/// must outlive it.
+class GainReductionReader {
+ public:
+  explicit GainReductionReader(const MeterRings& source) noexcept : rings(source) {
+    cursors.fill(source.newCursor());
+  }
+  /// As `MeterRings::readFurthest`; an unknown selector gives 1.
+  [[nodiscard]] double getGainReduction(int selector) noexcept;
+
+ private:
+  const MeterRings& rings;
+  std::array<MeterRings::Cursor, MeterRings::kSelectors> cursors;
 };

@@ -73,6 +73,20 @@ void SidechainFilters::set(const SidechainFilterSettings& settings) {
     setEnd(highFilter[c], settings.high, EQ::kLpf, EQ::kHighShelf);
     for (LanthornEQ* filter : {&lowFilter[c], &midFilter[c], &highFilter[c]}) filter->update();
   }
+  const PlugBaseMutex::Scope lock(rowsLock);
+  rows = {lowFilter[0].activeSections(), midFilter[0].activeSections(),
+          highFilter[0].activeSections()};
+}
+
+double SidechainFilters::response(int filter, double frequency) const {
+  const PlugBaseMutex::Scope lock(rowsLock);
+  double magnitude = 1.0;
+  for (int i = 0; i < kAllFilters; ++i) {
+    if (filter != i && filter != kAllFilters) continue;
+    const AnalogSections& drawn = rows[static_cast<std::size_t>(i)];
+    magnitude *= analogMagnitude(drawn.rows.data(), drawn.count, frequency);
+  }
+  return magnitude;
 }
 
 void SidechainFilters::reset() noexcept {

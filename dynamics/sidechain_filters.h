@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "filters/lanthorn_eq.h"
+#include "platform/plug_base_mutex.h"
 
 /// The three filters of a sidechain as its parameters give them: Hz, dB and whole dB per octave.
 struct SidechainFilterSettings {
@@ -34,11 +35,15 @@ struct SidechainLinkage {
   double unlink = 0.0;  ///< 0: both detectors hear the louder channel .. 1: each hears its own
 };
 
+/// One of a sidechain's three filters, or all of them in a row.
+enum SidechainFilter : int { kLowFilter = 0, kMidFilter = 1, kHighFilter = 2, kAllFilters = 3 };
+
 /// What a band's detectors hear of their source: trim, a low, a middle and a high filter per
 /// channel.
 ///
 /// Threads: `set` on one control thread at a time, at any moment; `process` and `reset*` on the
-/// audio thread; `setSampleRate` while nothing processes.
+/// audio thread; `setSampleRate` while nothing processes; `response` on any thread but the audio
+/// thread, several at once.
 class SidechainFilters {
  public:
   void setSampleRate(float hz) noexcept;
@@ -49,6 +54,10 @@ class SidechainFilters {
   /// Clears the filters' past; coefficients in force stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel alone
+  /// The analog magnitude of a `SidechainFilter`, without the trim, at `frequency` Hz, as of the
+  /// last design; 1 for a filter that is off and for an unknown one.
+  [[nodiscard]] double response(int filter, double frequency) const;
+
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
   void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
 
@@ -60,4 +69,7 @@ class SidechainFilters {
   Filters midFilter;
   Filters highFilter;
   std::atomic<double> trim{1.0};  // linear
+  // What responses are drawn from: copies, under the lock.
+  std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
+  mutable PlugBaseMutex rowsLock;
 };

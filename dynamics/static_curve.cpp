@@ -30,7 +30,10 @@ StaticCurve StaticCurve::make(double threshold, double ratioAbove, double ceilin
 }
 
 double StaticCurve::gainDb(double level) const noexcept {
-  const double decibels = level < kSilence ? kSilenceDb : 20.0 * std::log10(level);
+  return gainAtDb(level < kSilence ? kSilenceDb : 20.0 * std::log10(level));
+}
+
+double StaticCurve::gainAtDb(double decibels) const noexcept {
   double way = 0.0;
   double range = 0.0;
   if (decibels >= thresholdHigh) {

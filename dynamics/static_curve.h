@@ -20,6 +20,8 @@ struct StaticCurve {
   static StaticCurve make(double threshold, double ratioAbove, double ceiling, double ratioBelow,
                           double floor, double deadband, double knee) noexcept;
 
+  /// Gain in dB at a level in dB. Any thread.
+  [[nodiscard]] double gainAtDb(double decibels) const noexcept;
   /// Gain in dB at a linear level >= 0. Any thread.
   [[nodiscard]] double gainDb(double level) const noexcept;
 };

@@ -120,16 +120,16 @@ void ChainEdits::repairOrder() {
   automateOrder(parameters.toPlain(kBandOrder, repair->order));
 }
 
-bool ChainEdits::addBand(int list, double wanted) {
-  if (list < kPreList || list > kPostList) return false;
+int ChainEdits::addBand(int list, double wanted) {
+  if (list < kPreList || list > kPostList) return -1;
   BandLayout& layout = parameters.layout();
   const BandLayout::List off = layout.copyOf(layout.off);
-  if (off.empty()) return false;
+  if (off.empty()) return -1;
   const int band = off.front();
   Room room{parameters.toNormalised(kB1Frequency, static_cast<float>(wanted)), {}};
   if (list == kXoverList) {
     const auto found = findRoom(band, room.own, true);
-    if (!found) return false;
+    if (!found) return -1;
     room = *found;
   }
   const Step step(parameters);
@@ -147,7 +147,7 @@ bool ChainEdits::addBand(int list, double wanted) {
     const int index = bandParameterId(band, id);
     set(index, parameters.getDefault(index));
   }
-  return true;
+  return band;
 }
 
 bool ChainEdits::setBandPosition(int band, int list) {

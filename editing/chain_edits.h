@@ -19,9 +19,9 @@ class ChainEdits {
       : parameters(edited), crossoverEdits(crossover), linkedEdits(links) {}
 
   /// Switches the first band of the Off list on in `list` at `frequency` (Hz), with all its other
-  /// rows at their stored defaults. False, with nothing changed, when all bands are in use or there
-  /// is no room.
-  bool addBand(int list, double frequency);
+  /// rows at their stored defaults. Returns the band; -1, with nothing changed, when all bands are
+  /// in use or there is no room.
+  int addBand(int list, double frequency);
   /// False, with nothing changed, when there is no such band or list, or no room.
   bool setBandPosition(int band, int list);
   void deleteBand(int band);

@@ -109,11 +109,6 @@ void CrossoverBank::crossoverCurve(const float* frequencies, int n, float* out, 
     return;
   }
   const CrossoverSplits drawn = currentSplits();
-  if (!caches[at(band)].holds(drawn, frequencies, n)) {
-    for (int k = 0; k < kBands; ++k) {
-      caches[at(k)].fill(drawn, frequencies, n,
-                         [&](double f) { return ::bandMagnitude(drawn, k, f); });
-    }
-  }
-  caches[at(band)].copyTo(out);
+  caches[at(band)].draw(drawn, frequencies, n, out,
+                        [&](double f) { return ::bandMagnitude(drawn, band, f); });
 }

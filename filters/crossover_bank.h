@@ -31,8 +31,8 @@ struct CrossoverSplits {
 /// add up to the input delayed by `latency` samples.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
-/// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude` anywhere;
-/// `crossoverCurve` on the editor's thread.
+/// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude` and `crossoverCurve` on
+/// any other, several at once.
 class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;

@@ -167,16 +167,20 @@ subband::Sections subband::currentSections() const {
   return sections;
 }
 
+double subband::Sections::magnitudeAt(double frequency) const noexcept {
+  const auto magnitude = [frequency](const AnalogSections& filter) {
+    return analogMagnitude(filter.rows.data(), filter.count, frequency);
+  };
+  return magnitude(high) * magnitude(low) * magnitude(band);
+}
+
+double subband::bandMagnitude(double frequency) const {
+  const PlugBaseMutex::Scope lock(sectionsLock);
+  return sections.magnitudeAt(frequency);
+}
+
 void subband::bandCurve(const float* frequencies, int n, float* out) {
   if (n <= 0) return;
   const Sections drawn = currentSections();
-  if (!curve.holds(drawn, frequencies, n)) {
-    curve.fill(drawn, frequencies, n, [&drawn](double f) {
-      const auto magnitude = [f](const AnalogSections& filter) {
-        return analogMagnitude(filter.rows.data(), filter.count, f);
-      };
-      return magnitude(drawn.high) * magnitude(drawn.low) * magnitude(drawn.band);
-    });
-  }
-  curve.copyTo(out);
+  curve.draw(drawn, frequencies, n, out, [&drawn](double f) { return drawn.magnitudeAt(f); });
 }

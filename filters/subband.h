@@ -22,7 +22,8 @@
 ///
 /// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
 /// time, at any moment; `filter` and `reset*` on the audio thread, where they neither lock nor
-/// allocate; `bandCurve` on the editor's thread; `latency` anywhere.
+/// allocate; `latency` anywhere, `bandCurve` and `bandMagnitude` on any other thread, several at
+/// once.
 class subband {
  public:
   static constexpr int kTaps = 2048;
@@ -51,7 +52,9 @@ class subband {
     return filtered.load(std::memory_order_relaxed) ? kTaps / 2 : 0;
   }
 
-  /// The analog magnitude at `n` frequencies in Hz, from a cache while neither they (by first, last
+  /// The analog magnitude at `frequency` Hz.
+  [[nodiscard]] double bandMagnitude(double frequency) const;
+  /// As `bandMagnitude` at `n` frequencies in Hz, from a cache while neither they (by first, last
   /// and number) nor the filters have changed.
   void bandCurve(const float* frequencies, int n, float* out);
 
@@ -63,6 +66,7 @@ class subband {
     AnalogSections high = kFlatSections;
     AnalogSections low = kFlatSections;
     AnalogSections band = kFlatSections;
+    [[nodiscard]] double magnitudeAt(double frequency) const noexcept;
     bool operator==(const Sections&) const = default;
   };
 
@@ -90,8 +94,8 @@ class subband {
   int phase = 0;
   bool running = false;  // the last block was filtered
 
-  // Editor's thread, and how the rows reach it.
-  Sections sections;
+  // What curves are drawn from.
+  Sections sections;  // under the lock
   mutable PlugBaseMutex sectionsLock;
   CurveCache<Sections> curve;
 };

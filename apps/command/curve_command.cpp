@@ -43,14 +43,8 @@ void checkInChain(Plug& plug, int band) {
 
 std::vector<double> drawnMagnitudes(Plug& plug, int band, std::span<const float> frequencies) {
   std::vector<float> magnitudes(frequencies.size());
-  compressor& engine = plug.getEngine();
-  const auto count = static_cast<int>(frequencies.size());
-  const int place = engine.layout.crossoverIndex(band);
-  if (place >= 0) {
-    engine.crossoverCurve(place, frequencies.data(), count, magnitudes.data());
-  } else {
-    engine.bandCurve(band, frequencies.data(), count, magnitudes.data());
-  }
+  plug.getBandCurve(band, frequencies.data(), static_cast<int>(frequencies.size()),
+                    magnitudes.data());
   return {magnitudes.begin(), magnitudes.end()};
 }
 
@@ -178,7 +172,7 @@ void CurveCommand::print(Plug& plug, const Curve& curve) const {
     printCurve(curve);
     return;
   }
-  const bool isCrossover = plug.getEngine().layout.crossoverIndex(band - 1) >= 0;
+  const bool isCrossover = plug.getPlainValue(bandParameterId(band - 1, kB1Type)) == 0.0F;
   JsonTree object(jsonCreateObject());
   addMember(object, "band", jsonCreateNumber(band));
   addMember(object, "kind", jsonCreateString(isCrossover ? "crossover" : "dynamic EQ"));

@@ -46,7 +46,9 @@ std::string aaxTrackName(std::span<const char> name) {
 }
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
-    : effect(std::move(newEffect)), receivesMidi(effect->canDo("receiveVstEvents") == 1) {
+    : reductionReader(newEffect->meterRings()),
+      effect(std::move(newEffect)),
+      receivesMidi(effect->canDo("receiveVstEvents") == 1) {
   midiOutQueue.reserve(kMidiOutCapacity);
   sysexOutQueue.reserve(kMidiOutCapacity);
   instances.fetch_add(1);

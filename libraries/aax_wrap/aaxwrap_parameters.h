@@ -70,7 +70,8 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void queueMidiOut(const VstEvents* events) noexcept;
   void clearMidiOut() noexcept;
 
-  VstTimeInfo timeInfo{};  ///< the audio thread's alone
+  VstTimeInfo timeInfo{};               ///< the audio thread's alone
+  GainReductionReader reductionReader;  ///< likewise
 
  protected:
   ~AAXWrap_Parameters() override;

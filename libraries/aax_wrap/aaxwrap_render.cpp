@@ -94,11 +94,13 @@ void process(const SAAXWrap_Alg_Context& context, Plug& plug, std::int32_t frame
 }
 
 template <int mainChannels>
-void writeMeters(float* meters, Plug& plug) {
+void writeMeters(float* meters, AAXWrap_Parameters& adapter) {
+  const Plug& plug = adapter.plug();
   for (int i = 0; i < 4; ++i) meters[i] = static_cast<float>(plug.getMeterValue(i % 2));
   // A host that has but one of the two for the gain reduction gets none.
   if (aaxMeterCount(mainChannels) < 6) return;
-  for (int c = 0; c < 2; ++c) meters[4 + c] = static_cast<float>(1.0 - plug.getGainReduction(c));
+  GainReductionReader& reader = adapter.reductionReader;
+  for (int c = 0; c < 2; ++c) meters[4 + c] = static_cast<float>(1.0 - reader.getGainReduction(c));
 }
 
 template <int mainChannels>
@@ -119,7 +121,7 @@ void renderInstance(const SAAXWrap_Alg_Context& context) {
     if (meters != nullptr) std::fill_n(meters, aaxMeterCount(mainChannels), 0.0F);
   } else {
     if (context.audioOut != nullptr) process<mainChannels>(context, adapter.plug(), frames);
-    if (meters != nullptr) writeMeters<mainChannels>(meters, adapter.plug());
+    if (meters != nullptr) writeMeters<mainChannels>(meters, adapter);
   }
   adapter.clearMidiOut();
 }

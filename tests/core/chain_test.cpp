@@ -225,6 +225,36 @@ TEST(PlugMeters, ARightInputThatHasGoneIsSilent) {
   EXPECT_EQ(rig.plug.getGainReduction(5), 1.0);
 }
 
+TEST(PlugGraphs, DrawEachBandByItsKindAndPlaceAndNothingElse) {
+  PlugRig rig("B1Frequency=4000");
+  EXPECT_EQ(rig.plug.addBand(kXoverList, 1000), 1);
+  EXPECT_EQ(rig.plug.addBand(kPostList, 500), 2);
+  rig.setText("B2Slope=12 B3SubType=4 B3Slope=24 B3Threshold=-20 B3SCLF=1 B3SCLFF=1000 B3SCMF=1");
+  const struct {
+    int band;
+    float hertz;
+    double magnitude;
+  } rows[] = {{0, 2000, 0.5},
+              {1, 2000, 0.5},
+              {0, 4000, 0.8},
+              {1, 4000, 0.2},
+              {2, 500, std::sqrt(0.5)},
+              {2, 1000, 1 / std::sqrt(257.0)},
+              {3, 500, 1},
+              {-1, 500, 1},
+              {8, 500, 1}};
+  for (const auto& [band, hertz, magnitude] : rows) {
+    float drawn = 0.0F;
+    rig.plug.getBandCurve(band, &hertz, 1, &drawn);
+    EXPECT_NEAR(rig.plug.getBandResponse(band, static_cast<double>(hertz)), magnitude, 1e-6)
+        << band << ", " << hertz;
+    EXPECT_NEAR(drawn, magnitude, 1e-6) << band << ", " << hertz;
+    EXPECT_EQ(rig.plug.getStaticCurve(band).thresholdHigh == -20.0, band == 2) << band;
+    EXPECT_EQ(rig.plug.getSidechainResponse(band, kLowFilter, 200.0) < 0.1, band == 2) << band;
+    EXPECT_EQ(rig.plug.getSidechainResponse(band, kHighFilter, 200.0), 1.0) << band;
+  }
+}
+
 using Centres = std::vector<double>;
 
 // The numbers were compared with the rule, taken word by word, when they were recorded.

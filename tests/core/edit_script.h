@@ -747,7 +747,7 @@ class EditScript {
       {"nothing", [&](auto&) { expectNothing(); }},
   };
   const std::map<std::string, std::function<bool(const Args&)>> attempts = {
-      {"add", [&](auto& a) { return plug.addBand(a.whole(0), a.whole(1)); }},
+      {"add", [&](auto& a) { return plug.addBand(a.whole(0), a.whole(1)) >= 0; }},
       {"place", [&](auto& a) { return plug.setBandPosition(a.band(0), a.whole(1)); }},
       {"sort", [&](auto&) { return bands.sortBands(); }},
       {"chooseshows", [&](auto& a) { return banks.choose(a.whole(0)); }},

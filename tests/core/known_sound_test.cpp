@@ -187,7 +187,9 @@ class Scene {
     for (const int selector : {0, 3, 4, 7}) polled += rig.plug.getGainReduction(selector);
     const Plug& plug = rig.plug;
     std::array<std::array<double, 32>, AnalyserFeed::kTraces> traces;
-    rig.plug.analyserFeed().copyLatest({traces[0], traces[1], traces[2], traces[3]});
+    double* const buffers[] = {traces[0].data(), traces[1].data(), traces[2].data(),
+                               traces[3].data()};
+    plug.getAnalyserData(buffers, static_cast<int>(traces[0].size()));
     for (std::size_t t = 0; t < traces.size(); ++t) {
       for (const double x : traces[t]) drawn[t] += x * x;
     }

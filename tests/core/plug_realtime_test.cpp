@@ -11,6 +11,7 @@
 #include <random>
 #include <thread>
 
+#include "dynamics/output_levels.h"
 #include "editing/bank_selector.h"
 #include "state/chunk_codec.h"
 #include "tests/core/plug_rig.h"
@@ -153,6 +154,7 @@ class Storm {
     plug.updateDsp(below(10) == 0);
   }
   double look();
+  double draw();
 
  private:
   /// Opens it, lays it out or closes it.
@@ -164,28 +166,43 @@ class Storm {
   Plug& plug;
   BankSelector banks{plug.edits(), plug.editorState()};
   std::mt19937 random;
+  GainReductionReader reductions{plug.meterRings()};
+  OutputLevels levels{plug.outputFeed()};
 };
+
+/// All that an editor shows of a chain.
+double Storm::draw() {
+  double seen = 0.0;
+  const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(below(100)),
+                                            9000.0F};
+  std::array<float, 3> curve{};
+  for (int band = 0; band < kNumBands; ++band) {
+    const int n = 1 + below(3);
+    plug.getBandCurve(band, frequencies.data(), n, curve.data());
+    seen += static_cast<double>(curve[static_cast<std::size_t>(n) - 1]);
+    seen += plug.getBandResponse(band, 500.0) + plug.getStaticCurve(band).gainAtDb(-10.0);
+    seen += plug.getSidechainResponse(band, below(4), 500.0);
+  }
+  levels.update();
+  // Samples are taken for decibels: beyond 6160 the power of ten is infinite, and should be.
+  return seen + std::min(reductions.getGainReduction(below(8)), 1e9) + levels.rms(below(2)) +
+         std::max(levels.momentaryLufs(), -1e9);
+}
 
 /// All that an editor shows.
 double Storm::look() {
   double seen = plug.getOutputPeak(0) + plug.getOutputPeak(1);
   for (int selector = 0; selector < 8; ++selector) {
-    // Samples are taken for decibels: beyond 6160 the power of ten is infinite, and should be.
     seen += std::min(plug.getGainReduction(selector), 1e9);
   }
-  const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(below(100)),
-                                            9000.0F};
-  std::array<float, 3> curve{};
   for (int band = 0; band < kNumBands; ++band) {
     seen += plug.getBandGraphGain(band) + plug.getBandEnvelope(band);
     seen += plug.getBandGain(band, 3, band % 2) + plug.getBandLamp(band, band % 2 == 0);
-    plug.getEngine().bandCurve(band, frequencies.data(), 3, curve.data());
-    seen += static_cast<double>(curve[1]);
-    plug.getEngine().crossoverCurve(band, frequencies.data(), 3, curve.data());
-    seen += static_cast<double>(curve[1]);
   }
   std::array<std::array<double, 512>, AnalyserFeed::kTraces> traces{};
-  plug.analyserFeed().copyLatest({traces[0], traces[1], traces[2], traces[3]});
+  double* const buffers[] = {traces[0].data(), traces[1].data(), traces[2].data(),
+                             traces[3].data()};
+  plug.getAnalyserData(buffers, 512);
   for (const auto& trace : traces) seen += std::accumulate(trace.begin(), trace.end(), 0.0);
   std::array<char, 256> text{};
   plug.getParameterDisplay(index(), text.data());
@@ -219,7 +236,8 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     void* data = nullptr;
     EXPECT_TRUE(++told % 1000 != 0 || rig.plug.getChunk(&data, false) > 0);
   };
-  Storm host(rig.plug, 0), automat(rig.plug, 1), user(rig.plug, 2), audio(rig.plug, 3);
+  Storm host(rig.plug, 0), automat(rig.plug, 1), user(rig.plug, 2), audio(rig.plug, 3),
+      painter(rig.plug, 4);
   Disturbance session([&](int /*step*/) {
     const std::lock_guard guard(hostLock);
     host.keepSession();
@@ -229,8 +247,9 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
     user.turn();
     for (int i = 0; i < 3; ++i) user.work();
     rig.plug.onIdle();
-    EXPECT_TRUE(std::isfinite(user.look()));
+    EXPECT_TRUE(std::isfinite(user.look() + user.draw()));
   });
+  Disturbance picture([&](int /*step*/) { EXPECT_TRUE(std::isfinite(painter.draw())); });
   Call<double> call;
   const auto end = std::chrono::steady_clock::now() + kStress;
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
@@ -250,7 +269,7 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
                               [](double x) { return std::isfinite(x); }));
     }
   }
-  for (Disturbance* const each : {&automation, &message, &session}) each->end();
+  for (Disturbance* const each : {&automation, &message, &session, &picture}) each->end();
   BandLayout::List all = rig.plug.getEngine().layout.orderList;
   std::sort(all.begin(), all.end());
   EXPECT_EQ(all, (BandLayout::List{0, 1, 2, 3, 4, 5, 6, 7}));

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <limits>
+#include <numbers>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -186,6 +188,7 @@ TEST(BandDetectorTest, HasTheSteadyGainsOfItsKnobs) {
       const double gain = std::stod(row.back());
       const auto curve = StaticCurve::make(threshold, above, ceiling, below, floor, deadband, knee);
       EXPECT_NEAR(curve.gainDb(linear(level)), gain, kToDecibels) << row[0];
+      EXPECT_NEAR(curve.gainAtDb(level), gain, kToDecibels) << row[0];
       BandDetector detector;
       detector.setCurve(threshold, above, ceiling, below, floor, deadband, knee);
       detector.setTimes(0, 0, 0, 0, 0);
@@ -297,6 +300,14 @@ TEST(SidechainFiltersTest, AreTheTrimAndTheCurvesOfTheirSettingsInBothChannels) 
       process(filters, channel, response);
       known.expect(row.what + (channel == 0 ? ", left" : ", right"),
                    {response[0], response[1], response[10], response[100], response[300]});
+      for (const double hz : {500.0, 1000.0, 3000.0}) {
+        std::complex<double> heard;
+        for (std::size_t n = 0; n < response.size(); ++n) {
+          heard += std::polar(response[n], -2 * std::numbers::pi * hz / kRate * double(n));
+        }
+        const double drawn = linear(row.settings.trimDb) * filters.response(kAllFilters, hz);
+        EXPECT_NEAR(std::abs(heard) / drawn, 1.0, 0.01) << row.what << ", " << hz;
+      }
     }
   }
   // A reset of one channel is one of all its filters and of no other's.

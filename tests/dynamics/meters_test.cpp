@@ -12,6 +12,7 @@
 #include "dynamics/band_meters.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
+#include "dynamics/output_levels.h"
 #include "dynamics/output_peak.h"
 #include "tests/support/known_numbers.h"
 #include "tests/support/real_time.h"
@@ -25,6 +26,7 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
   std::mt19937 random;
   std::uniform_real_distribution<double> gain(0.0, 4.0);
   MeterRings rings;
+  GainReductionReader own(rings), another(rings);
   for (int block = 0; block < 340; ++block) {
     const std::size_t frames = 1 + random() % 2000;  // once round the ring
     for (const int channel : {0, 1}) {
@@ -41,12 +43,15 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
       rings.writeOutput(channel, output.data(), count);
     }
     rings.endBlock(static_cast<int>(frames));
-    if (block == 330) rings.reset(), rings.resetReaders();
+    if (block == 330) rings.reset();
     std::vector<double> shown;
     for (int s = -1; s <= 8; ++s) {
-      if (random() % 4 != 0) shown.push_back(rings.getGainReduction(s));
+      if (random() % 4 != 0) shown.push_back(own.getGainReduction(s));
     }
     known.expect(std::to_string(block), shown);
+    // Who takes each peak at once leaves it to the others, and hears of none from before its time.
+    for (int s = 0; s < 8; ++s) static_cast<void>(another.getGainReduction(s));
+    EXPECT_EQ(GainReductionReader(rings).getGainReduction(block % 8), 1.0);
   }
 }
 
@@ -187,6 +192,47 @@ TEST(LoudnessMeterTest, MeetsTheStandardsReferenceToneAtEveryRateAndEndsInSilenc
     const auto tone = sine(997.0, rate, kSeconds, 1.0);
     EXPECT_NEAR(10 * std::log10(measure(tone, Signal(tone.size())) / share) - 0.691, -3.01, 0.04);
     EXPECT_EQ(meter.result().dryCount, static_cast<int>(rate * kSeconds));
+  }
+}
+
+TEST(OutputLevelsTest, AreThoseOfTheStandardsReferenceToneForWhoeverAsks) {
+  for (const double rate : {44100.0, 48000.0, 96000.0, 192000.0}) {
+    SCOPED_TRACE(rate);
+    OutputFeed feed;
+    feed.setSampleRate(rate);
+    feed.reset();
+    OutputLevels often(feed), late(feed);
+    const auto play = [&](const Signal& left, int channels, bool both = false) {
+      for (std::size_t at = 0; at < left.size(); at += 441) {
+        const std::size_t frames = std::min<std::size_t>(441, left.size() - at);
+        const double* const signals[] = {left.data() + at, both ? left.data() + at : nullptr};
+        inRealTime([&] { feed.write(signals, channels, static_cast<int>(frames)); });
+        often.update();
+      }
+    };
+    const auto expect = [&](double rms, double lufs) {
+      late.update();
+      for (const OutputLevels* levels : {&often, &late}) {
+        EXPECT_NEAR(levels->rms(0), rms, 2e-4);
+        EXPECT_EQ(levels->rms(1) + levels->rms(2) + levels->rms(-1), 0.0);
+        EXPECT_TRUE(lufs == levels->momentaryLufs() ||
+                    std::abs(levels->momentaryLufs() - lufs) < 0.04)
+            << levels->momentaryLufs();
+      }
+    };
+    Signal tone = sine(997.0, rate, 2.0, 1.0);
+    tone[tone.size() - 100] = std::numeric_limits<double>::quiet_NaN();
+    play(tone, 2, true);
+    play(tone, 2);
+    expect(std::sqrt(0.5), -3.01);
+    play(Signal(static_cast<std::size_t>(std::lround(rate * 0.15))), 1);
+    expect(0.5, -3.01 + 10.0 * std::log10(0.25 / 0.4));
+    OutputLevels another(feed);
+    another.update();
+    EXPECT_EQ(another.rms(0), 0.0) << "what was before its time";
+    feed.reset();
+    often.update();
+    expect(0.0, OutputLevels::kSilent);
   }
 }
 

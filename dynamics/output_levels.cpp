@@ -1,0 +1,70 @@
+#include "dynamics/output_levels.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double kStepsPerSecond = 100.0;
+constexpr double kSettlingSeconds = 0.5;  // both windows and the filters'
+constexpr double kSilentPower = 1e-20;
+
+}  // namespace
+
+void OutputLevels::start(double newRate, std::uint64_t end) noexcept {
+  rate = newRate;
+  stepFrames = std::max(1, static_cast<int>(std::lround(rate / kStepsPerSecond)));
+  const auto wanted = static_cast<std::uint64_t>(rate * kSettlingSeconds);
+  position = end - std::min<std::uint64_t>({end - begin, wanted, OutputFeed::kSize});
+  for (KWeighting& filter : filters) {
+    filter.design(rate);
+    filter.reset();
+  }
+  filled = 0;
+  running = {};
+  steps.fill({});
+}
+
+void OutputLevels::update() noexcept {
+  const std::uint64_t end = feed.position();
+  const double newRate = feed.sampleRate();
+  if (!(newRate > 0.0)) return;
+  if (newRate != rate || end - position >= OutputFeed::kSize) start(newRate, end);
+  for (; position != end; ++position) take(position);
+}
+
+void OutputLevels::take(std::uint64_t at) noexcept {
+  for (std::size_t c = 0; c < kChannels; ++c) {
+    const auto sample = static_cast<double>(feed.sample(c, at));
+    const double x = sample * 0.0 == 0.0 ? sample : 0.0;  // no number would stay for ever
+    const double y = filters[c].process(x);
+    running.plain[c] += x * x;
+    running.weighted += y * y;
+  }
+  if (++filled < stepFrames) return;
+  steps[next] = running;
+  next = (next + 1) % steps.size();
+  running = {};
+  filled = 0;
+}
+
+template <typename SumOf>
+double OutputLevels::mean(std::size_t count, const SumOf& sumOf) const noexcept {
+  double sum = 0.0;
+  for (std::size_t i = 1; i <= count; ++i) {
+    sum += sumOf(steps[(next + steps.size() - i) % steps.size()]);
+  }
+  return sum / (static_cast<double>(count) * stepFrames);
+}
+
+double OutputLevels::rms(int channel) const noexcept {
+  if (channel < 0 || channel >= OutputFeed::kChannels) return 0.0;
+  const auto c = static_cast<std::size_t>(channel);
+  return std::sqrt(mean(kRmsSteps, [c](const Step& step) { return step.plain[c]; }));
+}
+
+double OutputLevels::momentaryLufs() const noexcept {
+  const double power = mean(kLoudnessSteps, [](const Step& step) { return step.weighted; });
+  // ITU-R BS.1770, annex 1: eq. (2), both channels weighted alike
+  return power >= kSilentPower ? 10.0 * std::log10(power) - 0.691 : kSilent;
+}

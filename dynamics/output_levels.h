@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "dynamics/loudness_meter.h"
+#include "dynamics/output_feed.h"
+
+/// Levels of the output as a meter shows them: the rms of each channel over 300 ms, and the
+/// momentary loudness of EBU Tech 3341, K-weighted over 400 ms without a gate. Both move in steps
+/// of 10 ms. One object per consumer, used by one thread at a time, never by the audio thread. The
+/// feed must outlive it.
+class OutputLevels {
+ public:
+  static constexpr double kSilent = -std::numeric_limits<double>::infinity();
+
+  explicit OutputLevels(const OutputFeed& source) noexcept : feed(source) { feed.addReader(); }
+  ~OutputLevels() { feed.removeReader(); }
+  OutputLevels(const OutputLevels&) = delete;
+  OutputLevels& operator=(const OutputLevels&) = delete;
+
+  /// Takes what has come since the last call, from the making of this on; a call that comes very
+  /// late starts half a second back. Some 20 ns per frame.
+  void update() noexcept;
+  /// Linear, 1 for a constant of full scale; 0 for an unknown channel.
+  [[nodiscard]] double rms(int channel) const noexcept;
+  /// LUFS; `kSilent` below -200. Made for rates from 8 kHz up.
+  [[nodiscard]] double momentaryLufs() const noexcept;
+
+ private:
+  static constexpr std::size_t kChannels = OutputFeed::kChannels;
+  static constexpr std::size_t kRmsSteps = 30;
+  static constexpr std::size_t kLoudnessSteps = 40;
+
+  /// Sums of squares.
+  struct Step {
+    std::array<double, kChannels> plain{};
+    double weighted = 0.0;  // of both channels
+  };
+  void start(double newRate, std::uint64_t end) noexcept;
+  void take(std::uint64_t at) noexcept;
+  /// The mean over the last `count` steps of what `sumOf` takes of each.
+  template <typename SumOf>
+  [[nodiscard]] double mean(std::size_t count, const SumOf& sumOf) const noexcept;
+
+  const OutputFeed& feed;
+  double rate = 0.0;  // Hz, that the rest is made for
+  const std::uint64_t begin = feed.position();
+  std::uint64_t position = begin;
+  std::array<KWeighting, kChannels> filters;
+  int stepFrames = 1;
+  int filled = 0;  // of `running`
+  Step running;
+  std::array<Step, kLoudnessSteps> steps{};
+  std::size_t next = 0;  // of `steps`, the oldest
+};
