@@ -42,10 +42,6 @@ HostedPlug::HostedPlug(bool realtime)
     : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>, Idle::kCaller,
            &monotonicMilliseconds, Machine::detached()) {}
 
-void requireUpdate(const Plug& plug) {
-  if (plug.isUpdateMissing()) throw std::bad_alloc();
-}
-
 std::optional<std::string> chainFault(Plug& plug, int band) {
   if (!isOn(plug, band, kB1State)) return std::nullopt;
   BandLayout& layout = plug.getEngine().layout;

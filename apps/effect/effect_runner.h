@@ -24,10 +24,6 @@ class HostedPlug : public Plug {
   explicit HostedPlug(bool realtime);
 };
 
-/// Throws std::bad_alloc where the engine has not got all that the effect was told: what it would
-/// render is another sound.
-void requireUpdate(const Plug& plug);
-
 /// Says why the signal does not run through a band, 0 to 7, that is on as its settings say, and
 /// what would help; nothing where it does, or where the band is off.
 [[nodiscard]] std::optional<std::string> chainFault(Plug& plug, int band);

@@ -1,8 +1,8 @@
 #include "apps/effect/effect_state.h"
 
 #include <cstdint>
+#include <new>
 
-#include "apps/effect/effect_runner.h"
 #include "apps/output/failure.h"
 
 namespace {
@@ -21,6 +21,10 @@ void loadBand(Plug& plug, const StateFile& file) {
 }
 
 }  // namespace
+
+void requireUpdate(const Plug& plug) {
+  if (plug.isUpdateMissing()) throw std::bad_alloc();
+}
 
 void applySettings(Plug& plug, std::span<const Setting> settings) {
   for (const Setting& setting : settings) {

@@ -24,6 +24,10 @@ struct EffectState {
   std::vector<Setting> settings;
 };
 
+/// Throws std::bad_alloc where the engine has not got all that the effect was told: what it would
+/// render is another sound.
+void requireUpdate(const Plug& plug);
+
 /// Sets parameters of `plug` in the order of `settings`.
 void applySettings(Plug& plug, std::span<const Setting> settings);
 
