@@ -17,7 +17,7 @@ void require(bool holds) {
 class DocumentEffect : public PlugBaseJSON {
  public:
   DocumentEffect() : PlugBaseJSON(nullptr, kParameterTable, parameterKeyTable(), 1) {
-    abParameter = kABBank;
+    setAbParameter(kABBank);
   }
 };
 
