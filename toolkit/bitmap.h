@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "toolkit/base_object.h"
+#include "toolkit/geometry.h"
+
+/// A picture of 32-bit pixels, rows from the top: blue in the lowest byte, then green, red and
+/// alpha, premultiplied. Threads: one at a time.
+class CBitmap : public CBaseObject {
+ public:
+  CBitmap(int width, int height);
+  /// The picture that is part of the program as `PNG` under this number; null where there is none
+  /// or it is damaged.
+  [[nodiscard]] static Held<CBitmap> load(int resourceNumber);
+  /// From the bytes of a PNG file; null where they are none, or larger than 4096 by 4096.
+  [[nodiscard]] static Held<CBitmap> decode(std::string_view png);
+
+  [[nodiscard]] int getWidth() const noexcept { return width; }
+  [[nodiscard]] int getHeight() const noexcept { return height; }
+  /// Bytes from a row to the next.
+  [[nodiscard]] int getStride() const noexcept { return width * 4; }
+  [[nodiscard]] std::uint32_t* pixels() noexcept { return data.data(); }
+  [[nodiscard]] const std::uint32_t* pixels() const noexcept { return data.data(); }
+  [[nodiscard]] bool isEmpty() const noexcept { return data.empty(); }
+
+  /// How often its pixels have changed: who holds a copy takes them anew when the count differs.
+  [[nodiscard]] std::uint32_t revision() const noexcept { return changes; }
+  /// Its pixels have been changed.
+  void setDirty() noexcept { ++changes; }
+
+ protected:
+  ~CBitmap() override;
+
+ private:
+  int width;
+  int height;
+  std::vector<std::uint32_t> data;
+  std::uint32_t changes = 0;
+};
+
+/// A bitmap that controls draw into, with edges smoothed by the share of each pixel that a shape
+/// covers. Coordinates in pixels; what lies outside is cut off. Each operation blends over what is
+/// there by the colour's alpha times `alpha`, and none calls `setDirty`.
+class CDIB : public CBitmap {
+ public:
+  using CBitmap::CBitmap;
+
+  void clear(CColor colour = kTransparentCColor);
+  void setPixel(int x, int y, CColor colour, float alpha = 1.0F);
+  void box(const CRect& rect, CColor colour, float alpha = 1.0F);
+  void line(CPoint from, CPoint to, float width, CColor colour, float alpha = 1.0F);
+  void disc(CPoint centre, float radius, CColor colour, float alpha = 1.0F);
+  /// A circle's line of `width`, half of it on either side of `radius`.
+  void ring(CPoint centre, float radius, float width, CColor colour, float alpha = 1.0F);
+  /// Corners of `radius`, those at the top and those at the bottom as asked for.
+  void roundBox(const CRect& rect, float radius, bool roundTop, bool roundBottom, CColor colour,
+                float alpha = 1.0F);
+  /// The inside of a closed outline, also one that crosses itself (non-zero winding).
+  void polygon(const std::vector<CPoint>& outline, CColor colour, float alpha = 1.0F);
+  /// Another picture, its upper left corner at `x`, `y`, each of its channels times `tint`.
+  void blend(const CBitmap& other, int x, int y, CColor tint = kWhiteCColor);
+};

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "toolkit/geometry.h"
+
+/// The code points of a UTF-8 text; what is no such gives U+FFFD, once for each byte.
+[[nodiscard]] std::u32string codePoints(std::string_view utf8);
+
+/// A typeface that is part of the program. Sizes are heights in pixels from the highest ascender to
+/// the lowest descender, as the face has them. Threads: any; nothing changes after construction.
+class Face {
+ public:
+  /// The face of this name among the `TTF` resources, read once for the process; null where there
+  /// is none or it is damaged.
+  [[nodiscard]] static std::shared_ptr<const Face> find(std::string_view name);
+  /// From the bytes of a TrueType file, which must outlive it; null where they are damaged.
+  [[nodiscard]] static std::shared_ptr<const Face> read(std::string_view bytes);
+  ~Face();
+
+  [[nodiscard]] float scaleFor(float size) const;
+  [[nodiscard]] float ascent(float size) const;
+  /// From the start of a character to that of the next.
+  [[nodiscard]] float advance(char32_t character, float size) const;
+  [[nodiscard]] float width(std::string_view utf8, float size) const;
+  [[nodiscard]] bool has(char32_t character) const;
+
+  /// Edges of a character's picture around its start on the baseline, in whole pixels, y down.
+  struct Box {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+  };
+  [[nodiscard]] Box box(char32_t character, float size) const;
+  /// Writes coverage, 0 to 255, of a character's box to rows of `stride` bytes. `shift`: how far to
+  /// the right of its start, 0 to less than 1.
+  void rasterise(char32_t character, float size, std::uint8_t* out, int stride) const;
+
+ private:
+  struct Parsed;
+  explicit Face(std::unique_ptr<Parsed> parsed);
+
+  std::unique_ptr<Parsed> parsed;
+};
