@@ -1,0 +1,69 @@
+#include "toolkit/control.h"
+
+#include <algorithm>
+
+#include "toolkit/frame.h"
+
+CControl::CControl(const CRect& rect, CControlListener* who, std::int32_t number)
+    : CView(rect), listener(who), tag(number) {}
+
+void CControl::setValue(float plain) { value = plain; }
+
+void CControl::valueChanged() {
+  if (listener != nullptr) listener->valueChanged(*this);
+}
+
+void CControl::beginEdit() {
+  if (edits++ > 0 || getFrame() == nullptr) return;
+  if (VSTGUIEditorInterface* const editor = getFrame()->getEditor()) editor->beginEdit(tag);
+}
+
+void CControl::endEdit() {
+  if (edits == 0 || --edits > 0 || getFrame() == nullptr) return;
+  if (VSTGUIEditorInterface* const editor = getFrame()->getEditor()) editor->endEdit(tag);
+}
+
+void CControl::bounceValue() noexcept {
+  if (!(value >= vmin)) value = vmin;  // also what is no number
+  value = std::min(value, vmax);
+}
+
+bool CControl::checkDefaultValue(CButtonState buttons) {
+  if (!buttons.has(kLButton | kControl)) return false;
+  beginEdit();
+  changeValue(defaultValue);
+  endEdit();
+  return true;
+}
+
+void CControl::changeValue(float plain) {
+  const float before = value;
+  setValue(plain);
+  bounceValue();
+  if (value == before) return;
+  valueChanged();
+  setDirty();
+}
+
+bool CControl::isDirty() const { return oldValue != value || CView::isDirty(); }
+
+void CControl::setDirty(bool on) {
+  CView::setDirty(on);
+  oldValue = on ? -1.0F : value;
+}
+
+void CControl::removed() {
+  if (edits > 0) {
+    edits = 1;
+    endEdit();
+  }
+  CView::removed();
+}
+
+bool CControl::onWheel(CPoint /*where*/, float steps, CButtonState buttons) {
+  const float fine = buttons.has(kShift) ? 0.1F : 1.0F;
+  beginEdit();
+  changeValue(value + steps * wheelInc * fine);
+  endEdit();
+  return true;
+}
