@@ -4,8 +4,8 @@
 
 #include "toolkit/frame.h"
 
-CControl::CControl(const CRect& rect, CControlListener* who, std::int32_t number)
-    : CView(rect), listener(who), tag(number) {}
+CControl::CControl(const ControlSetup& setup)
+    : CView(setup.size), listener(setup.listener), tag(setup.tag) {}
 
 void CControl::setValue(float plain) { value = plain; }
 

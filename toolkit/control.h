@@ -19,10 +19,17 @@ class CControlListener {
   }
 };
 
+/// Where a control stands, who hears of it, and the number it is known by, -1 for none.
+struct ControlSetup {
+  CRect size;
+  CControlListener* listener = nullptr;
+  std::int32_t tag = -1;
+};
+
 /// A view with a value and the number it is known by. Threads: as `CView`.
 class CControl : public CView {
  public:
-  CControl(const CRect& size, CControlListener* listener, std::int32_t tag);
+  explicit CControl(const ControlSetup& setup);
 
   /// Not told to the listener.
   virtual void setValue(float plain);

@@ -10,7 +10,7 @@ CView::CView(const CRect& rect) : size(rect), mouseableArea(rect) {}
 CView::~CView() = default;
 
 void CView::draw(CDrawContext& context) {
-  if (background) context.drawBitmap(*background, size);
+  if (backgroundBitmap) context.drawBitmap(*backgroundBitmap, size);
   setDirty(false);
 }
 
@@ -18,11 +18,11 @@ void CView::drawRect(CDrawContext& context, const CRect& /*part*/) { draw(contex
 
 void CView::setDirty(bool on) {
   dirty = on;
-  if (on && frame != nullptr) frame->markDirty();
+  if (on && ownFrame != nullptr) ownFrame->markDirty();
 }
 
 void CView::invalid() {
-  if (isShown()) frame->invalidFrameRect(localToFrame(size));
+  if (isShown()) ownFrame->invalidFrameRect(localToFrame(size));
 }
 
 void CView::setVisible(bool on) {
@@ -35,7 +35,7 @@ void CView::setVisible(bool on) {
 bool CView::isShown() const {
   const CView* view = this;
   while (view->visible && view->parent != nullptr) view = view->parent;
-  return view->visible && frame != nullptr;
+  return view->visible && ownFrame != nullptr;
 }
 
 void CView::setViewSize(const CRect& rect, bool invalidates) {
@@ -51,14 +51,14 @@ bool CView::hitTest(CPoint where, CButtonState /*buttons*/) const {
 
 void CView::attached(CViewContainer& holder) {
   parent = &holder;
-  frame = holder.getFrame();
+  ownFrame = holder.getFrame();
   dirty = true;
 }
 
 void CView::removed() {
-  if (frame != nullptr) frame->viewGone(*this);
+  if (ownFrame != nullptr) ownFrame->viewGone(*this);
   parent = nullptr;
-  frame = nullptr;
+  ownFrame = nullptr;
 }
 
 CMouseEventResult CView::onMouseDown(CPoint /*where*/, CButtonState /*buttons*/) {
@@ -80,7 +80,7 @@ bool CView::onKeyDown(const KeyEvent& /*key*/) { return false; }
 bool CView::onKeyUp(const KeyEvent& /*key*/) { return false; }
 
 void CView::setBackground(Held<CBitmap> bitmap) {
-  background = std::move(bitmap);
+  backgroundBitmap = std::move(bitmap);
   setDirty();
 }
 

@@ -74,10 +74,10 @@ class CView : public CBaseObject {
   /// Called on the message thread about every 10 ms while `CFrame::wantIdle` holds for it.
   virtual void onIdle() {}
 
-  [[nodiscard]] CFrame* getFrame() const noexcept { return frame; }
+  [[nodiscard]] CFrame* getFrame() const noexcept { return ownFrame; }
   [[nodiscard]] CViewContainer* getParentView() const noexcept { return parent; }
   void setBackground(Held<CBitmap> bitmap);
-  [[nodiscard]] CBitmap* getBackground() const noexcept { return background.get(); }
+  [[nodiscard]] CBitmap* getBackground() const noexcept { return backgroundBitmap.get(); }
   /// A point of its container as one of the frame, and back.
   [[nodiscard]] CPoint localToFrame(CPoint point) const;
   [[nodiscard]] CRect localToFrame(const CRect& rect) const;
@@ -87,7 +87,7 @@ class CView : public CBaseObject {
   ~CView() override;
 
   /// The frame itself, whose frame it is.
-  void becomeRoot(CFrame& root) noexcept { frame = &root; }
+  void becomeRoot(CFrame& root) noexcept { ownFrame = &root; }
 
   CRect size;
   CRect mouseableArea;
@@ -95,9 +95,9 @@ class CView : public CBaseObject {
  private:
   friend class CViewContainer;
 
-  CFrame* frame = nullptr;
+  CFrame* ownFrame = nullptr;
   CViewContainer* parent = nullptr;
-  Held<CBitmap> background;
+  Held<CBitmap> backgroundBitmap;
   bool dirty = true;
   bool visible = true;
   bool mouseEnabled = true;

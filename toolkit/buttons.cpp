@@ -1,0 +1,89 @@
+#include "toolkit/buttons.h"
+
+#include <utility>
+
+CButtonControl::CButtonControl(const ControlSetup& setup, Held<CBitmap> picture,
+                               float heightOfOneImage)
+    : CControl(setup) {
+  strip.heightOfOneImage = heightOfOneImage;
+  setBackground(std::move(picture));
+}
+
+void CButtonControl::draw(CDrawContext& context) {
+  strip.draw(context, getBackground(), getViewSize(), isOn() ? 1 : 0);
+  setDirty(false);
+}
+
+bool CButtonControl::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
+  return false;  // a button has nothing between its states
+}
+
+void CKickButton::show(float plain) {
+  if (plain == value) return;
+  setValue(plain);
+  setDirty();
+}
+
+CMouseEventResult CKickButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
+  if (!buttons.isLeft()) return kMouseEventNotHandled;
+  beginEdit();
+  show(vmax);
+  return kMouseEventHandled;
+}
+
+CMouseEventResult CKickButton::onMouseMoved(CPoint where, CButtonState buttons) {
+  if (!buttons.isLeft()) return kMouseEventNotHandled;
+  show(hitTest(where) ? vmax : vmin);
+  return kMouseEventHandled;
+}
+
+CMouseEventResult CKickButton::onMouseUp(CPoint where, CButtonState /*buttons*/) {
+  show(hitTest(where) ? vmax : vmin);
+  if (isOn()) {
+    valueChanged();
+    show(vmin);
+    valueChanged();
+  }
+  endEdit();
+  return kMouseEventHandled;
+}
+
+void CKickButton::onMouseCancel() {
+  show(vmin);
+  endEdit();
+}
+
+CMouseEventResult CMovieButton::onMouseDown(CPoint where, CButtonState buttons) {
+  if (!buttons.isLeft()) return kMouseEventNotHandled;
+  beginEdit();
+  before = value;
+  return onMouseMoved(where, buttons);
+}
+
+CMouseEventResult CMovieButton::onMouseMoved(CPoint where, CButtonState buttons) {
+  if (!buttons.isLeft()) return kMouseEventNotHandled;
+  const float other = before > (vmin + vmax) * 0.5F ? vmin : vmax;
+  setValue(hitTest(where) ? other : before);
+  if (isDirty()) setDirty();
+  return kMouseEventHandled;
+}
+
+CMouseEventResult CMovieButton::onMouseUp(CPoint /*where*/, CButtonState /*buttons*/) {
+  if (value != before) valueChanged();
+  endEdit();
+  return kMouseEventHandled;
+}
+
+void CMovieButton::onMouseCancel() {
+  setValue(before);
+  setDirty();
+  endEdit();
+}
+
+CMouseEventResult COnOffButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
+  if (!buttons.isLeft()) return kMouseEventNotHandled;
+  beginEdit();
+  changeValue(isOn() ? vmin : vmax);
+  endEdit();
+  return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
