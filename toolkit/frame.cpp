@@ -215,13 +215,14 @@ CRect CFrame::takeDamage() {
 }
 
 void CFrame::drawFrame(CDrawContext& context, const CRect& part) {
-  context.setOffset({0.0F, 0.0F});
-  context.setClipRect(part);
-  drawRect(context, part);
-  for (const Held<CView>& modal : modalViews) {
+  const auto drawWhole = [&](CView& view) {
     context.setOffset({0.0F, 0.0F});
-    context.setClipRect(part);
-    if (modal->isVisible()) modal->drawRect(context, part);
+    context.setClipRect({0.0F, 0.0F, size.width(), size.height()});
+    view.drawRect(context, part);
+  };
+  drawWhole(*this);
+  for (const Held<CView>& modal : modalViews) {
+    if (modal->isVisible()) drawWhole(*modal);
   }
 }
 

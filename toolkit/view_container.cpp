@@ -64,7 +64,8 @@ void CViewContainer::drawRect(CDrawContext& context, const CRect& part) {
   const CRect seen = part.cutTo(size).cutTo(outer).movedBy(-size.left, -size.top);
   if (seen.isEmpty()) return;
   context.setOffset(origin + size.topLeft());
-  context.setClipRect(seen);
+  // The part asked for is no clip: a figure that reaches beyond a clip is not drawn at all.
+  context.setClipRect(size.cutTo(outer).movedBy(-size.left, -size.top));
   drawBackgroundRect(context, seen);
   for (const Held<CView>& child : children) {
     const CRect there = child->getViewSize().cutTo(seen);

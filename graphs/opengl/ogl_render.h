@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "graphs/opengl/cgl_context.h"
+#include "graphs/opengl/opengl_view.h"
+
+class OGLFrame;
+
+/// Draws the tree of a frame, in the frame's window, when something of it has changed. Threads: as
+/// `OpenGLView`; `askReset` on any.
+class OGLRender : public OpenGLView {
+ public:
+  explicit OGLRender(OGLFrame& frame);
+
+  /// Scale or size are others: fonts are made anew with the next frame, which is drawn whole.
+  void askReset() noexcept { needsReset.store(true, std::memory_order_relaxed); }
+
+  void draw(CDrawContext& context) override;
+
+ protected:
+  ~OGLRender() override = default;
+  [[nodiscard]] bool hasNews() override;
+  void platformDraw() override;
+  void contextCloses() override;
+
+ private:
+  OGLFrame& shown;
+  std::unique_ptr<CGLContext> glContext;  // made with the first frame
+  std::atomic<bool> needsReset{true};
+};
