@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+
+#include "editor/controls/pages.h"
+
+/// The ground of a panel: a rounded rectangle with a hairline round it. Its picture is made once
+/// for a size and scale. Threads: as `CView`.
+class roundEdgedFrame : public nPage {
+ public:
+  enum Flags : int { kRoundTop = 1, kRoundBottom = 2 };
+  /// `flags`: which corners are round.
+  roundEdgedFrame(const CRect& size, std::int32_t tag, int pagenumber, int flags, CColor border,
+                  CColor fill);
+
+  void drawBackgroundRect(CDrawContext& context, const CRect& part) override;
+
+ private:
+  int flags;
+  CColor border;
+  CColor fill;
+  Held<CDIB> shape;
+  float shapeScale = 0.0F;
+};
