@@ -42,12 +42,12 @@ CTitleLabel::CTitleLabel(const ControlSetup& setup, std::string first, std::stri
       restColour(secondColour) {}
 
 void CTitleLabel::draw(CDrawContext& context) {
-  TextStyle style = getStyle();
-  context.drawTextCached(getText(), size, style);
+  TextStyle written = getStyle();
+  context.drawTextCached(getText(), size, written);
   CRect after = size;
-  if (style.face != nullptr) after.left += style.face->width(getText(), style.size);
-  style.colour = restColour;
-  context.drawTextCached(rest, after, style);
+  if (written.face != nullptr) after.left += written.face->width(getText(), written.size);
+  written.colour = restColour;
+  context.drawTextCached(rest, after, written);
   setDirty(false);
 }
 

@@ -9,9 +9,9 @@ constexpr float kRadius = 3.0F;
 
 }  // namespace
 
-roundEdgedFrame::roundEdgedFrame(const CRect& rect, std::int32_t tag, int page, int corners,
+roundEdgedFrame::roundEdgedFrame(const CRect& rect, std::int32_t number, int page, int corners,
                                  CColor line, CColor ground)
-    : nPage(rect, tag, page), flags(corners), border(line), fill(ground) {}
+    : nPage(rect, number, page), flags(corners), border(line), fill(ground) {}
 
 void roundEdgedFrame::drawBackgroundRect(CDrawContext& context, const CRect& /*part*/) {
   const float scale = context.getScale();
