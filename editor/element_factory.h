@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "editor/layout/walker.h"
+#include "toolkit/control.h"
+
+/// A control that only shows where it is: what stands for an element whose own class is not built
+/// yet, under that class's name.
+class PlainElement : public CControl {
+ public:
+  PlainElement(const ControlSetup& setup, std::string className);
+
+  [[nodiscard]] const std::string& getClassName() const noexcept { return className; }
+  void draw(CDrawContext& context) override;
+  [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
+
+ private:
+  std::string className;
+};
+
+/// Makes the views of a layout's elements. Threads: as `CView`.
+class ElementFactory : public ViewMaker {
+ public:
+  /// `listener` hears of the controls; it outlives them.
+  explicit ElementFactory(CControlListener& listener) : listener(listener) {}
+
+  std::optional<CView*> createStockView(const LayoutElement& element) override;
+  CView* createCustomView(const LayoutElement& element) override;
+  void addView(CViewContainer& parent, CView& view) override;
+  CViewContainer* asContainer(CView& view) override;
+
+  /// The names of the elements that `PlainElement` stands for.
+  [[nodiscard]] static std::vector<std::string> plainElements();
+
+ private:
+  CControlListener& listener;
+};
