@@ -190,6 +190,10 @@ void PlainElement::draw(CDrawContext& /*context*/) { setDirty(false); }
 
 bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 
+std::optional<CView*> ElementFactory::createStockView(const LayoutElement& /*element*/) {
+  return std::nullopt;
+}
+
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
   const auto* const row = std::ranges::find(kRows, std::string_view(element.name), &Row::element);
   if (row == std::end(kRows)) return nullptr;

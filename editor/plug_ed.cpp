@@ -1,0 +1,107 @@
+#include "editor/plug_ed.h"
+
+#include "core/parameter_table.h"
+#include "core/plug.h"
+#include "editor/layout/tag_table.h"
+#include "editor/surface_layout.h"
+#include "state/machine.h"
+
+void FlagEd::valueChanged(CControl& control) {
+  const float value = control.getValue();
+  switch (control.getTag()) {
+    case kGUISetup:
+      setupOpen = value != 0.0F;
+      showValue(kGUISetup, value);
+      return;
+    case kGUISetupPage:
+    case kGUIPresetBank:
+    case kGUIBandGraph:
+    case kGUISelectedBand:
+      showValue(control.getTag(), value);
+      return;
+    default:
+      VGEditor::valueChanged(control);
+  }
+}
+
+void FlagEd::viewsClose() { setupOpen = false; }
+
+bool PlugEd::showsHelp() const {
+  return effect().machine().globals().getGlobal("Mouseover Help") != 0;
+}
+
+void PlugEd::layoutEditor() {
+  EditorState& state = effect().editorState();
+  state.beginLayout();
+  state.setWindowOpen(true);
+  const SurfaceSize size(state.uimode, showsHelp());
+  resizeSurface(size.width, size.height, static_cast<float>(state.zoom));
+  placeParts();
+  showAllValues();
+}
+
+void PlugEd::placeParts() {
+  const SurfaceSize size(effect().editorState().uimode, showsHelp());
+  PresentPlaces present{};
+  if (const CControl* const buttons = index().find(kGUIBox2)) {
+    present.titleButtonsWidth = buttons->getViewSize().width();
+  }
+  if (const CControl* const tray = index().find(kGUIPresetBox)) {
+    present.presetBoxTop = tray->getViewSize().top;
+  }
+  for (const SurfacePart& part : surfaceParts()) {
+    int count = 0;
+    index().forEach(part.tag, [&](CControl& control) {
+      if (part.which != SurfacePart::kEvery && part.which != count++) return;
+      present.own = control.getViewSize();
+      const CRect place = part.place(size, present);
+      control.setViewSize(place);
+      if (part.withMouse) control.setMouseableArea(place);
+    });
+  }
+}
+
+void PlugEd::showAllValues() {
+  for (std::int32_t tag = 0; tag < kNumParams; ++tag)
+    showValue(tag, effect().getParameter(tag));
+  const EditorState& state = effect().editorState();
+  showValue(kGUIMode, static_cast<float>(state.uimode));
+  showValue(kGUIABMenu, static_cast<float>(effect().getCurrentBank()));
+  showValue(kGUISelectedBand, static_cast<float>(state.currentBand));
+  showValue(kGUIBandGraph, static_cast<float>(state.bandGraph));
+  showValue(kGUIShowSidechain, state.uimode == 1 ? 1.0F : 0.0F);
+  showValue(kGUIShowAdvanced, state.uimode == 2 ? 1.0F : 0.0F);
+  showValue(kGUISetup, setupOpen ? 1.0F : 0.0F);
+}
+
+void PlugEd::toggleMode(int mode) {
+  EditorState& state = effect().editorState();
+  state.wantedUimode = state.uimode == mode ? 0 : mode;
+  layoutEditor();
+}
+
+void PlugEd::valueChanged(CControl& control) {
+  switch (control.getTag()) {
+    case kGUIShowSidechain:
+      toggleMode(1);
+      return;
+    case kGUIShowAdvanced:
+      toggleMode(2);
+      return;
+    default:
+      FlagEd::valueChanged(control);
+  }
+}
+
+void PlugEd::idle() {
+  if (isOpen() && effect().editorState().layoutWanted) {
+    const std::lock_guard guard(getFrame()->treeLock());
+    layoutEditor();
+  }
+  FlagEd::idle();
+}
+
+void PlugEd::viewsClose() {
+  effect().editorState().setWindowOpen(false);
+  FlagEd::viewsClose();
+}

@@ -1,0 +1,173 @@
+#include "editor/vg_editor.h"
+
+#include <algorithm>
+#include <bit>
+#include <exception>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "core/parameter_table.h"
+#include "core/plug.h"
+#include "editor/layout/layout_tree.h"
+#include "editor/layout/walker.h"
+#include "graphs/opengl/ogl_frame.h"
+#include "platform/clock.h"
+#include "platform/resources.h"
+
+VGEditor::VGEditor(Plug& shown) : plug(shown) {}
+
+VGEditor::~VGEditor() { VGEditor::close(); }
+
+bool VGEditor::getRect(ERect** result) {
+  if (result == nullptr) return false;
+  *result = &rect;
+  return true;
+}
+
+Held<CGFrame> VGEditor::createFrame() {
+  CFrame::Clock clock = shownHow.clock ? shownHow.clock : CFrame::Clock(&monotonicMilliseconds);
+  const CRect size{0.0F, 0.0F, static_cast<float>(rect.right), static_cast<float>(rect.bottom)};
+  if (shownHow.usesOpenGl) {
+    return Held<CGFrame>::adopt(new OGLFrame(size, this, std::move(clock)));
+  }
+  return Held<CGFrame>::adopt(new CGFrame(size, this, std::move(clock)));
+}
+
+void VGEditor::loadLayout() {
+  const LayoutTree tree(findResource("xml", "ui"));
+  createViews(tree.root().child, frame.get(), factory);
+}
+
+bool VGEditor::build() {
+  if (frame) return false;
+  closeWanted = false;
+  frame = createFrame();
+  const std::lock_guard guard(frame->treeLock());
+  loadLayout();
+  viewsBuilt();
+  controls.build(*frame);
+  layoutEditor();
+  return true;
+}
+
+bool VGEditor::opened(bool isShown) {
+  if (!isShown) close();
+  return isShown;
+}
+
+bool VGEditor::open(void* parentWindow) {
+  return build() && opened(frame->open(reinterpret_cast<std::uintptr_t>(parentWindow)));
+}
+
+bool VGEditor::openTop(const std::string& title) {
+  return build() && opened(frame->openTop(title));
+}
+
+bool VGEditor::openOffScreen(float deviceScale) {
+  if (!build()) return false;
+  frame->openOffScreen(deviceScale);
+  return true;
+}
+
+void VGEditor::close() {
+  const Held<CGFrame> closing = frame;
+  if (!closing) return;
+  {
+    const std::lock_guard guard(closing->treeLock());
+    viewsClose();
+  }
+  closing->close();
+  controls.clear();
+  frame = {};
+}
+
+void VGEditor::idle() {
+  const Held<CGFrame> shown = frame;
+  if (!shown) return;
+  showChangedParameters();
+  shown->idle();
+  if (closeWanted) close();
+}
+
+void VGEditor::setParameter(std::int32_t index, float /*normalised*/) {
+  if (index < 0 || index >= kNumParams) return;
+  const auto word = static_cast<std::size_t>(index / kMarkBits);
+  changedParameters[word].fetch_or(1U << (index % kMarkBits), std::memory_order_release);
+}
+
+void VGEditor::showChangedParameters() {
+  const std::lock_guard guard(frame->treeLock());
+  for (int word = 0; word < kMarkWords; ++word) {
+    std::uint32_t bits =
+        changedParameters[static_cast<std::size_t>(word)].exchange(0, std::memory_order_acquire);
+    for (; bits != 0; bits &= bits - 1) {
+      const std::int32_t tag = word * kMarkBits + std::countr_zero(bits);
+      showValue(tag, plug.getParameter(tag));
+    }
+  }
+}
+
+void VGEditor::showValue(std::int32_t tag, float value) {
+  controls.forEach(tag, [value](CControl& control) {
+    control.setValue(value);
+    control.setDirty(true);
+  });
+}
+
+void VGEditor::resizeSurface(float width, float height, float zoom) {
+  rect.right = static_cast<std::int16_t>(width * zoom);
+  rect.bottom = static_cast<std::int16_t>(height * zoom);
+  if (!frame) return;
+  frame->setZoom(zoom);
+  frame->setSize(width, height);
+  if (heardBy != nullptr) heardBy->onFrameEvent(kFrameSizeChanged, -1);
+}
+
+namespace {
+
+KeyEvent keyOf(const VstKeyCode& code) {
+  KeyEvent key;
+  key.key = static_cast<Key>(code.virt);
+  key.character = static_cast<char32_t>(std::max(code.character, 0));
+  if (code.character >= 32 && code.character < 127) {
+    key.text = static_cast<char>(code.character);
+  }
+  std::uint32_t held = 0;
+  if ((code.modifier & kVstModifierShift) != 0) held |= kShift;
+  if ((code.modifier & kVstModifierAlternate) != 0) held |= kAlt;
+  if ((code.modifier & kVstModifierCommand) != 0) held |= kControl;
+  if ((code.modifier & kVstModifierControl) != 0) held |= kApple;
+  key.modifiers = held;
+  return key;
+}
+
+}  // namespace
+
+bool VGEditor::onKeyDown(const VstKeyCode& key) {
+  const Held<CGFrame> shown = frame;
+  return shown && key.virt != kVstKeyTab && shown->onKeyDown(keyOf(key));
+}
+
+bool VGEditor::onKeyUp(const VstKeyCode& key) {
+  const Held<CGFrame> shown = frame;
+  return shown && key.virt != kVstKeyTab && shown->onKeyUp(keyOf(key));
+}
+
+void VGEditor::beginEdit(std::int32_t tag) {
+  if (tag >= 0 && tag < kNumParams) plug.beginEdit(tag);
+}
+
+void VGEditor::endEdit(std::int32_t tag) {
+  if (tag >= 0 && tag < kNumParams) plug.endEdit(tag);
+}
+
+void VGEditor::frameCallback(std::int32_t code, void* /*data*/) {
+  // From within an event of the window, which it outlives.
+  if (code == kFrameDestroyed || code == kFrameCloseAsked) closeWanted = true;
+}
+
+void VGEditor::valueChanged(CControl& control) {
+  const std::int32_t tag = control.getTag();
+  if (tag >= 0 && tag < kNumParams) plug.setParameterAutomated(tag, control.getValue());
+}
