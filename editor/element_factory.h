@@ -25,7 +25,7 @@ class PlainElement : public CControl {
 class ElementFactory : public ViewMaker {
  public:
   /// `listener` hears of the controls; it outlives them.
-  explicit ElementFactory(CControlListener& listener) : listener(listener) {}
+  explicit ElementFactory(CControlListener& who) : listener(who) {}
 
   std::optional<CView*> createStockView(const LayoutElement& element) override;
   CView* createCustomView(const LayoutElement& element) override;
