@@ -1,5 +1,7 @@
 #include "editor/plug_ed.h"
 
+#include <mutex>
+
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "editor/layout/tag_table.h"
@@ -62,8 +64,7 @@ void PlugEd::placeParts() {
 }
 
 void PlugEd::showAllValues() {
-  for (std::int32_t tag = 0; tag < kNumParams; ++tag)
-    showValue(tag, effect().getParameter(tag));
+  for (std::int32_t tag = 0; tag < kNumParams; ++tag) showValue(tag, effect().getParameter(tag));
   const EditorState& state = effect().editorState();
   showValue(kGUIMode, static_cast<float>(state.uimode));
   showValue(kGUIABMenu, static_cast<float>(effect().getCurrentBank()));
@@ -72,6 +73,13 @@ void PlugEd::showAllValues() {
   showValue(kGUIShowSidechain, state.uimode == 1 ? 1.0F : 0.0F);
   showValue(kGUIShowAdvanced, state.uimode == 2 ? 1.0F : 0.0F);
   showValue(kGUISetup, setupOpen ? 1.0F : 0.0F);
+}
+
+void PlugEd::openSetup(int page) {
+  const std::lock_guard guard(getFrame()->treeLock());
+  setupOpen = true;
+  showValue(kGUISetup, 1.0F);
+  showValue(kGUISetupPage, static_cast<float>(page));
 }
 
 void PlugEd::toggleMode(int mode) {

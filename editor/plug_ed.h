@@ -30,6 +30,8 @@ class PlugEd : public FlagEd {
   }
 
   void idle() override;
+  /// Opens the setup window at a page, 0 to 3.
+  void openSetup(int page);
 
  protected:
   void layoutEditor() override;

@@ -8,6 +8,7 @@
 #include "apps/command/band_command.h"
 #include "apps/command/command_line.h"
 #include "apps/command/curve_command.h"
+#include "apps/command/editor_command.h"
 #include "apps/command/presets_command.h"
 #include "apps/command/render_command.h"
 #include "apps/command/state_command.h"
@@ -40,6 +41,9 @@ int runCommand(int argc, char** argv) {
   const StateCommand state(program);
   const BandCommand band(program);
   const PresetsCommand presets(program);
+  const PictureCommand screenshot(program, PictureCommand::Kind::kScreenshot);
+  const PictureCommand views(program, PictureCommand::Kind::kViews);
+  const GuiCommand gui(program);
   if (!line.parse(argc, argv)) return kDone;
   if (render.chosen()) return render.run();
   if (params.chosen()) return params.run();
@@ -49,9 +53,12 @@ int runCommand(int argc, char** argv) {
   if (state.chosen()) return state.run();
   if (band.chosen()) return band.run();
   if (presets.chosen()) return presets.run();
+  if (screenshot.chosen()) return screenshot.run();
+  if (views.chosen()) return views.run();
+  if (gui.chosen()) return gui.run();
   throw WrongArguments(
-      "a command is missing: render, params, format, latency, curve, state, band or presets "
-      "(see --help)");
+      "a command is missing: render, params, format, latency, curve, state, band, presets, "
+      "screenshot, views or gui (see --help)");
 }
 
 int runAndReport(int argc, char** argv) {

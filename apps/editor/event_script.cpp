@@ -6,6 +6,7 @@
 #include <cmath>
 #include <optional>
 #include <span>
+#include <tuple>
 #include <utility>
 
 #include "apps/effect/settings.h"

@@ -38,9 +38,9 @@ std::optional<double> fittingOrder(const Plug& plug) {
 
 }  // namespace
 
-HostedPlug::HostedPlug(bool realtime)
+HostedPlug::HostedPlug(bool realtime, const EditorFactory& makeEditor)
     : Plug(realtime ? &answer<kProcessLevelRealtime> : &answer<kProcessLevelOffline>, Idle::kCaller,
-           &monotonicMilliseconds, Machine::detached()) {}
+           &monotonicMilliseconds, Machine::detached(), makeEditor) {}
 
 std::optional<std::string> chainFault(Plug& plug, int band) {
   if (!isOn(plug, band, kB1State)) return std::nullopt;
@@ -56,8 +56,8 @@ std::optional<std::string> chainFault(Plug& plug, int band) {
 }
 
 EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainChannels,
-                           int sidechainChannels)
-    : plug(setup.realtime),
+                           int sidechainChannels, const Plug::EditorFactory& makeEditor)
+    : plug(setup.realtime, makeEditor),
       channels(mainChannels),
       sideChannels(sidechainChannels),
       doubles(setup.doubles),

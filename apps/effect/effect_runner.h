@@ -21,7 +21,7 @@ struct EffectSetup {
 /// settings of the user: what it does depends on nothing but what it is told.
 class HostedPlug : public Plug {
  public:
-  explicit HostedPlug(bool realtime);
+  explicit HostedPlug(bool realtime, const EditorFactory& makeEditor = nullptr);
 };
 
 /// Says why the signal does not run through a band, 0 to 7, that is on as its settings say, and
@@ -39,7 +39,10 @@ struct GainRange {
 class EffectRunner {
  public:
   /// `channels` 1 or 2; `sideChannels` 0 to 2.
-  EffectRunner(const EffectSetup& setup, int sampleRate, int channels, int sideChannels);
+  EffectRunner(const EffectSetup& setup, int sampleRate, int channels, int sideChannels,
+               const Plug::EditorFactory& makeEditor = nullptr);
+
+  [[nodiscard]] Plug& effect() noexcept { return plug; }
 
   /// From now on, before the next block.
   void automate(std::int32_t parameter, float plain);

@@ -13,8 +13,10 @@ void addMember(const JsonTree& object, const char* key, double number) {
   addMember(object, key, std::isfinite(number) ? jsonCreateNumber(number) : jsonParse("null"));
 }
 
-void printJson(const JsonNode* document) {
+std::string jsonText(const JsonNode* document) {
   const JsonText text(jsonPrintFormatted(document));
   if (!text) throw std::bad_alloc();
-  std::cout << text.get() << '\n';
+  return std::string(text.get()) + '\n';
 }
+
+void printJson(const JsonNode* document) { std::cout << jsonText(document); }
