@@ -38,7 +38,7 @@ JsonNode* places(const CRect& rect) {
 
 class Lister {
  public:
-  explicit Lister(JsonNode* list) : list(list) {}
+  explicit Lister(JsonNode* entries) : list(entries) {}
 
   void add(CView& view, int depth, bool isShown) {
     isShown = isShown && view.isVisible();
