@@ -11,7 +11,7 @@ class BandMeters {
   using Peaks = std::array<double, 2>;
 
   void reset() noexcept;
-  /// Publishes the block's peaks, weighted per channel, then multiplies each peak by `decay`
+  /// Publishes the block's peaks, weighted per channel, then lowers each by the share `decay`
   /// (0..1).
   void endBlock(const Peaks& weights, double decay) noexcept;
 
