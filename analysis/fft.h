@@ -27,7 +27,7 @@ class FftTables {
 /// not scaled: X[k] = sum of x[j] * exp(+2 pi i jk / points). Forward and then backward multiplies
 /// by `points`.
 void complexForward(int points, double* pairs, FftTables& tables);
-/// The same with exp(-2 pi i jk / points).
+/// As `complexForward`, with exp(-2 pi i jk / points).
 void complexBackward(int points, double* pairs, FftTables& tables);
 /// `complexForward` if `sign` is not negative, otherwise `complexBackward`.
 void complexTransform(int points, int sign, double* pairs, FftTables& tables);

@@ -63,8 +63,8 @@ struct VectorKernels {
   /// taps[j] * oldest[i + j], out[2i + 1] = oldest[i + tapCount / 2].
   void (*raise)(const double* taps, int tapCount, const double* oldest, double* out,
                 int count) noexcept;
-  /// Halves the rate, from the even and the odd samples: out[i] = half of
-  /// (odd[i + tapCount / 2 - 1] + sum of taps[j] * even[i + j]).
+  /// Halves the rate, from the even and the odd samples: out[i] = half of (odd[i + tapCount / 2 -
+  /// 1] + sum of taps[j] * even[i + j]).
   void (*lower)(const double* taps, int tapCount, const double* even, const double* odd,
                 double* out, int count) noexcept;
   /// 20 log10 of normal numbers > 0, in place, to within 1e-11 dB. Reads and writes up to the next

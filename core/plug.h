@@ -47,8 +47,8 @@ class Plug : public PlugBaseJSON {
   /// Null for no editor.
   using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
 
-  /// Loads preferences, the band template and the default bank of `machine`, which must outlive
-  /// the effect.
+  /// Loads preferences, the band template and the default bank of `machine`, which must outlive the
+  /// effect.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
                 Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
                 const EditorFactory& makeEditor = nullptr);

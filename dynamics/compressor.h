@@ -67,7 +67,7 @@ class compressor {
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode) noexcept;
   void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
-  /// What is heard of a soloed band: false the band itself, true what passes beside it.
+  /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
   void setMeterDecay(double perSample) noexcept;  ///< share of a peak left after a sample, 0..1

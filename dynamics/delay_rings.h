@@ -23,7 +23,7 @@ class DelayRings {
   /// are bands only; owners of the others are stages, either a dynamic EQ band or the crossover.
   enum Ring : int {
     kLook = 0,       ///< band signal, by the lookahead of its band
-    kAlign = 2,      ///< what lies beside a dynamic EQ band, or a crossover band's own signal
+    kAlign = 2,      ///< the signal outside a dynamic EQ band, or a crossover band's own signal
     kExtBefore = 4,  ///< external sidechain, by the filter's latency
     kWetBefore = 6,  ///< chain signal, likewise
     kDryBefore = 8,  ///< dry path, likewise

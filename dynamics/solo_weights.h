@@ -8,7 +8,7 @@ struct ListenState {
   int soloCount = 0;      ///< active bands soloed
   int scListen = -1;      ///< the band whose sidechain is heard, -1 for none
   bool listen = false;    ///< the difference between dry and wet is heard
-  bool passband = false;  ///< solo lets hear what passes beside the band; never with `listen`
+  bool passband = false;  ///< solo plays the rest instead of the band; never with `listen`
 };
 
 /// A band and whether it is soloed.
@@ -20,7 +20,7 @@ struct SoloBand {
 /// Shares in the output of a dynamic EQ stage.
 struct StageWeights {
   double band;
-  double rest;  ///< of the signal beside the band
+  double rest;  ///< of the signal outside the band
 };
 
 /// Pure; any thread.

@@ -5,8 +5,8 @@ class EditedParameters;
 // Graphs number the nodes that they draw: 0..7 are the bands, 8..14 the crossover points, 15..38
 // the three sidechain filters of each band (low, middle, high). Threads: control threads.
 
-/// The id of a node's parameter of a `kind`: 0 on or bypass, 2 filter type, 3 shape, 4 gain,
-/// 5 frequency, 6 Q, 7 second slope, 8 slope. -1 if the node has none. Every kind of a crossover
+/// The id of a node's parameter of a `kind`: 0 on or bypass, 2 filter type, 3 shape, 4 gain, 5
+/// frequency, 6 Q, 7 second slope, 8 slope. -1 if the node has none. Every kind of a crossover
 /// point gives the slope that it sets.
 [[nodiscard]] int nodeParameter(EditedParameters& parameters, int kind, int node);
 /// The plain value of that parameter; 0 if the node has none. For bands, three kinds are no

@@ -69,8 +69,8 @@ class DF1Cascade : public EQ {
   // A mixture of two sets, or of two moments of a ramp, may be unstable. Sets are therefore handed
   // over whole, and the audio thread computes the ramp from its own present coefficients.
   KernelExchange<CoefficientSet> exchange;
-  // Present coefficients: written by the audio thread after each block of a ramp, read elsewhere
-  // to see what differs.
+  // Present coefficients: written by the audio thread after each block of a ramp, read elsewhere to
+  // see what differs.
   std::array<SharedCoefficients, kMaxSections> coefficients{};
 
   // Audio thread.

@@ -13,7 +13,7 @@
 #include "host/engine_link.h"
 #include "host/parameter_store.h"
 
-/// The messages that the effect sends to the host unasked, and a record of the values it sent.
+/// Sends the effect's own messages to the host and records the values it has sent.
 ///
 /// Threads: control threads, and the audio thread in the one block in which the host goes offline
 /// or comes back; `isEcho` and `expectEcho` on any.

@@ -58,7 +58,7 @@ class ParameterInput {
   void setFromAudio(std::int32_t index, float normalised) noexcept;
   /// Passes on the values that `setFromAudio` has stored; control threads.
   void makeUpForAudio();
-  /// As `set`, and tells the host. A locked parameter is not told.
+  /// As `set`, and tells the host, unless the parameter is locked.
   void automate(std::int32_t index, float normalised);
   /// Sets this parameter alone, whatever the rules say. Switches banks as `set` does.
   void put(std::int32_t index, float normalised);
