@@ -11,8 +11,7 @@ struct WindowLane {
   static constexpr unsigned kUnrolled = 6;
   static constexpr unsigned kRingSize = 8192;
   static constexpr unsigned kRingMask = kRingSize - 1;
-  static constexpr int kRecent = 1
-                                 << (kUnrolled - 1);  // entries per small level, used from the end
+  static constexpr int kRecent = 1 << (kUnrolled - 1);  // entries per small level, last in use
 
   double* tree = nullptr;
   double* recent = nullptr;  // `kRecent` entries for each small level

@@ -58,8 +58,7 @@ class EQ {
   [[nodiscard]] virtual float getParameterA() const noexcept;
   [[nodiscard]] virtual float getParameterB() const noexcept;
   [[nodiscard]] virtual bool getDifferenceMode() const noexcept;
-  [[nodiscard]] virtual std::int32_t getFlat()
-      const noexcept;  ///< whether the last design is unity
+  [[nodiscard]] virtual std::int32_t getFlat() const noexcept;  ///< 1 if the last design is unity
   virtual bool setFlat(std::int32_t isFlat) noexcept;
   /// Writes the analog rows in Hz to `out`; while bypassed the flat row, unless `ignoreBypass`.
   virtual void design(AnalogSections* out, bool ignoreBypass) const noexcept;

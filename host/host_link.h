@@ -36,9 +36,10 @@ class HostLink {
   /// Tells the host the present value of a parameter and expects its echo: the host may send the
   /// value back at any later time.
   void tellValue(std::int32_t index);
-  void tellInGesture(std::int32_t index);  ///< `tellValue` between begin and end of a gesture
-  void expectEcho(
-      std::int32_t index) noexcept;  ///< when the host learns the present value elsewhere
+  /// As `tellValue`, between the begin and the end of a gesture.
+  void tellInGesture(std::int32_t index);
+  /// Expects the echo of the present value, for a host that has learnt it in another way.
+  void expectEcho(std::int32_t index) noexcept;
   /// Whether `normalised` is only the expected echo: the value last told, while the parameter still
   /// has it. Any other value ends the expectation.
   [[nodiscard]] bool isEcho(std::int32_t index, float normalised) noexcept;

@@ -95,8 +95,7 @@ AAX_Result AAXWrap_Parameters::EffectInit() {
 
 AAX_Result AAXWrap_Parameters::registerParameters() {
   const auto add = [this](std::unique_ptr<AAX_IParameter> parameter) {
-    packetDispatcher.SetDirty(parameter->Identifier(),
-                              false);  // so that later calls do not allocate
+    packetDispatcher.SetDirty(parameter->Identifier(), false);  // later calls do not allocate
     return parameterManager.AddParameter(std::move(parameter));
   };
   for (std::int32_t i = 0; i < effect->parameterCount(); ++i) {
