@@ -6,8 +6,9 @@
 
 #include "analysis/vector_kernels.h"
 
-/// Owns `count` planar complex arrays of `points` each, zeroed, placed so that a transform's
-/// strided reads of one do not push the other out of the first-level cache. Moves, does not copy.
+/// Owns `count` planar complex arrays of `points` each, initially zero, placed so that a
+/// transform's strided reads of one part do not evict the other from the first-level cache. Can be
+/// moved but not copied.
 class PlanarArrays {
  public:
   PlanarArrays() = default;
@@ -24,7 +25,7 @@ class PlanarArrays {
     for (std::size_t i = 0; i < size(); ++i) memory[i] = 0.0;
   }
   [[nodiscard]] int count() const noexcept { return arrayCount; }
-  /// Imaginary parts alone.
+  /// Zeroes the imaginary parts only.
   void clearImaginary() noexcept {
     for (int i = 0; i < arrayCount; ++i) {
       double* const im = (*this)[i].im;
@@ -35,7 +36,7 @@ class PlanarArrays {
  private:
   static constexpr std::size_t kAlignment = 64;
   static constexpr int kLine = 8;  // doubles of a cache line
-  // Five lines: with sizes that are powers of two the parts would otherwise share cache sets.
+  // Five lines: without a gap, parts whose size is a power of two would share cache sets.
   static constexpr int kGap = 5 * kLine;
 
   struct Free {

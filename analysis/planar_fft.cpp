@@ -22,12 +22,12 @@ PlanarFft::PlanarFft(int points) : size(points) {
 
 const PlanarFft& PlanarFft::shared(int points) {
   constexpr std::size_t kSizes = 32;
-  // Not `std::call_once`: an exception cannot get out of that without memory.
+  // Not `std::call_once`: when memory has run out, no exception can leave it.
   static std::mutex making;
   static std::array<std::unique_ptr<const PlanarFft>, kSizes> owners;
   static std::array<std::atomic<const PlanarFft*>, kSizes> made{};
   const auto size = static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(points)));
-  // Acquire: pairs with the release below. Whoever comes later takes no lock.
+  // Acquire: pairs with the release below. Later callers take no lock.
   if (const PlanarFft* const fft = made[size].load(std::memory_order_acquire)) return *fft;
   const std::lock_guard guard(making);
   if (owners[size] == nullptr) owners[size] = std::make_unique<const PlanarFft>(points);

@@ -4,17 +4,17 @@
 
 #include "analysis/vector_kernels.h"
 
-/// Complex transforms of one size on planar arrays (real parts and imaginary parts apart), on the
-/// processor's vector unit. Not scaled; natural order in and out; `in`, `out` and `scratch` are
-/// three different arrays of `points` each, and `in` is kept. Any thread, at once; neither
-/// transform allocates.
+/// Complex transforms of one size on planar arrays (separate real and imaginary parts), on the
+/// processor's vector unit. Not scaled; natural order in and out. `in`, `out` and `scratch` are
+/// three different arrays of `points` each; `in` keeps its values. Any threads at the same time;
+/// transforms do not allocate.
 class PlanarFft {
  public:
   /// `points`: a power of two.
   explicit PlanarFft(int points);
 
-  /// The one of this size that the whole process shares. The first call of a size makes it, so
-  /// call it where allocation is allowed and keep the reference, which holds to the end.
+  /// The instance of this size that the whole process shares. The first call of a size allocates
+  /// it; the reference stays valid for the life of the process.
   [[nodiscard]] static const PlanarFft& shared(int points);
 
   [[nodiscard]] int points() const noexcept { return size; }
@@ -28,7 +28,7 @@ class PlanarFft {
     // Exchanging real and imaginary parts on both sides turns the exponent's sign.
     forward({in.im, in.re}, {out.im, out.re}, scratch);
   }
-  /// Makes the transform of a signal, in place, that of the signal's real part alone.
+  /// Turns the transform of a signal, in place, into that of the signal's real part.
   void keepRealSignal(PlanarSpan transform) const noexcept;
   /// `forward` with the kernels of a given instruction set.
   void forward(const VectorKernels& kernels, ConstPlanarSpan in, PlanarSpan out,
@@ -38,7 +38,7 @@ class PlanarFft {
 
  private:
   int size;
-  // For each pass but the last, of n points: exp(2 pi i p / n) for p below n / 4, its squares and
-  // its cubes, each as real parts and then imaginary parts.
+  // For each pass except the last, of n points: exp(2 pi i p / n) for p below n / 4, then the
+  // squares and the cubes of these, each as real parts followed by imaginary parts.
   std::vector<double> twiddles;
 };

@@ -38,7 +38,7 @@ inline Complex<lanes> turned(Complex<lanes> a) noexcept {
   return {-a.im, a.re};
 }
 
-// Orders of elements.
+// Reordering of elements.
 template <int lanes>
 inline Vector<lanes> evens(Vector<lanes> a, Vector<lanes> b) noexcept {
   if constexpr (lanes == 2) return pick<0, 2>(a, b);
@@ -85,7 +85,7 @@ inline void storeInTurn(double* to, Vector<lanes> a, Vector<lanes> b, Vector<lan
     to[2] = c;
     to[3] = d;
   } else if constexpr (lanes == 4) {
-    // Within halves of a register first: crossing them is dear on these processors.
+    // Within halves of a register first: crossing the halves is slow on these processors.
     const auto ab0 = pick<0, 4, 2, 6>(a, b);
     const auto ab1 = pick<1, 5, 3, 7>(a, b);
     const auto cd0 = pick<0, 4, 2, 6>(c, d);
@@ -172,7 +172,7 @@ template <int lanes>
 void middlePass(int n, int span, const double* table, ConstPlanarSpan in, PlanarSpan out) noexcept {
   const int quarter = n / 4;
   const PassTwiddles w(table, quarter);
-  for (int q = 0; q < span; q += lanes) {  // p = 0 turns nothing
+  for (int q = 0; q < span; q += lanes) {  // p = 0: all twiddle factors are 1
     storeFour<lanes>(out, q, span, butterfly4<lanes>(loadFour<lanes>(in, q, span * quarter)));
   }
   for (int p = 1; p < quarter; ++p) {
@@ -357,9 +357,9 @@ void fir(const double* taps, int tapCount, const double* newest, double* out, in
   for (; i < count; i += 8) firStep<lanes, 8 / lanes>(taps, tapCount, newest + i, out + i);
 }
 
-/// Covers `count` outputs in groups of eight vectors, so that as many sums hide the latency of an
-/// addition, and then in ever smaller ones. What is left over is done once more with some of what
-/// came before, or one by one, so that nothing beyond the arrays is touched.
+/// Covers `count` outputs in groups of eight vectors, whose independent sums hide the latency of an
+/// addition, and then in ever smaller groups. The rest is done together with some outputs already
+/// done, or one by one, so that nothing beyond the arrays is touched.
 template <int lanes, typename Group>
 inline void inGroups(int count, Group group) noexcept {
   int i = 0;
@@ -393,15 +393,15 @@ inline void addTaps(const double* taps, const double* oldest,
   }
 }
 
-/// The same address, as one that the compiler knows nothing of: it would otherwise keep vectors
-/// from one turn of a loop for the next and push the sums out of the registers.
+/// Hides from the compiler where an address comes from. Otherwise it would keep vectors from one
+/// iteration of a loop for the next and push the sums out of the registers.
 inline const double* opaque(const double* address) noexcept {
   asm("" : "+r"(address));  // NOLINT(hicpp-no-assembler): no instruction
   return address;
 }
 
-/// sum[v] = sum of taps[j] * oldest[v * width + j]. The order of the terms hangs on `lanes` alone:
-/// every `lanes`-th tap, then the taps one further on, and so forth.
+/// sum[v] = sum of taps[j] * oldest[v * width + j]. The order of the terms depends on `lanes` only:
+/// every `lanes`-th tap, then the taps one further on, and so on.
 template <int lanes, int width, int vectors>
 inline void correlate(const double* taps, int tapCount, const double* oldest,
                       Vector<width> (&sum)[vectors]) noexcept {

@@ -2,7 +2,7 @@
 
 #include "analysis/vector_types.h"
 
-// Logarithm and power by short polynomials. As vector_types.h: a copy per instruction set.
+// Logarithm and power by short polynomials. Like `vector_types.h`, one copy per instruction set.
 
 namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
 
@@ -15,8 +15,8 @@ struct BitsOf {
 template <int lanes>
 using Bits = typename BitsOf<lanes>::Type;
 
-/// a * b + c, in one rounding where the processor has that. For polynomials, whose last bit nobody
-/// counts on.
+/// a * b + c, with one rounding if the processor can do that. For polynomials, whose last bit does
+/// not matter.
 template <int lanes>
 inline Vector<lanes> multiplyAdd(Vector<lanes> a, Vector<lanes> b, Vector<lanes> c) noexcept {
 #if defined(__AVX512F__)

@@ -30,19 +30,19 @@ inline void store(double* to, Vector<lanes> x) noexcept {
 }
 template <int lanes>
 inline Vector<lanes> broadcast(double x) noexcept {
-  // Not a sum with zeros, which would turn -0 and cost an addition.
+  // Not by adding `x` to zeros: that would turn -0 into 0 and cost an addition.
   if constexpr (lanes == 1) return x;
   if constexpr (lanes == 2) return Vector<2>{x, x};
   if constexpr (lanes == 4) return Vector<4>{x, x, x, x};
   if constexpr (lanes == 8) return Vector<8>{x, x, x, x, x, x, x, x};
 }
 
-// Orders of elements.
+// Reordering of elements.
 template <int... index, typename V>
 inline V pick(V a, V b) noexcept {
   return __builtin_shufflevector(a, b, index...);
 }
-/// The first halves of `a` and `b`, element by element in turn; `zipHigh` their second halves.
+/// Interleaves the first halves of `a` and `b`; `zipHigh` interleaves their second halves.
 template <int lanes>
 inline Vector<lanes> zipLow(Vector<lanes> a, Vector<lanes> b) noexcept {
   if constexpr (lanes == 2) return pick<0, 2>(a, b);
@@ -56,7 +56,7 @@ inline Vector<lanes> zipHigh(Vector<lanes> a, Vector<lanes> b) noexcept {
   if constexpr (lanes == 8) return pick<4, 12, 5, 13, 6, 14, 7, 15>(a, b);
 }
 
-/// The blocks of `half` by `half` elements of two rows that a transposition exchanges.
+/// Exchanges the blocks of `half` by `half` elements that a transposition swaps between two rows.
 template <int lanes, int half>
 inline void exchangeBlocks(Vector<lanes>& a, Vector<lanes>& b) noexcept {
   const Vector<lanes> x = a;
@@ -82,7 +82,7 @@ inline void exchangeBlocks(Vector<lanes>& a, Vector<lanes>& b) noexcept {
   }
 }
 
-/// A square of `lanes` rows becomes its columns.
+/// Transposes a square matrix of `lanes` rows.
 template <int lanes, int half = 1>
 inline void transpose(Vector<lanes> (&rows)[lanes]) noexcept {
   for (int i = 0; i < lanes; ++i) {

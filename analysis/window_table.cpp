@@ -6,7 +6,7 @@
 
 namespace {
 
-/// First coefficient first.
+/// Evaluates a polynomial; lowest coefficient first.
 template <std::size_t count>
 double polynomial(const std::array<double, count>& coefficients, double x) noexcept {
   double sum = 0.0;

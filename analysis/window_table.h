@@ -2,18 +2,18 @@
 
 #include <vector>
 
-/// The modified Bessel function of the first kind and order zero, to a relative error of 1e-7 or
-/// so.
+/// The modified Bessel function of the first kind and order zero, with a relative error of about
+/// 1e-7. M. Abramowitz, I. Stegun, Handbook of Mathematical Functions, 1964: 9.8.1 and 9.8.2.
 [[nodiscard]] double besselI0(double x) noexcept;
 
-/// A Kaiser window, periodic: its peak of 1 stands at the middle of the table, its lowest value at
-/// index 0. The table is made on first use and again when the length changes: control side only.
+/// A periodic Kaiser window: its peak of 1 lies at the middle of the table, its lowest value at
+/// index 0. The table is made on first use and whenever the length changes. Control threads.
 class WindowTable {
  public:
-  /// `beta`: 0 a rectangle; the larger, the wider the main lobe and the lower the side lobes.
+  /// `beta`: 0 is a rectangle; larger values widen the main lobe and lower the side lobes.
   explicit WindowTable(float beta) noexcept : parameter(beta) {}
 
-  /// data[i] *= window of `n` points; nothing for null data or n of 0.
+  /// Multiplies `n` points of `data` by the window; does nothing if `data` is null or `n` is 0.
   void applyWindow(double* data, int n);
 
  private:

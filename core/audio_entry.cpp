@@ -1,4 +1,4 @@
-// The way in of audio and MIDI.
+// The effect's calls on the audio thread: audio and MIDI.
 
 #include <algorithm>
 #include <exception>
@@ -22,7 +22,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
                         kSidechainChannels - absent);
   } catch (const std::exception&) {
-    // Only a block longer than the buffers allocates, and only that can fail: silence, and go on.
+    // Only a block longer than the buffers allocates, and only that can fail: output silence.
     for (int c = 0; c < kMainChannels; ++c) {
       if (outputs[c] != nullptr) std::fill_n(outputs[c], frames, Sample{0});
     }

@@ -7,7 +7,8 @@
 
 namespace {
 
-/// Crest at its end, "SLOW": no level is so far above its mean that its release would be fast.
+/// Crest at its maximum, "SLOW", becomes `kNeverFast`: no level rises that far above its mean, so
+/// the release is never fast.
 constexpr double kCrestSlow = 24.0;
 constexpr double kNeverFast = 1e9;
 
@@ -53,7 +54,7 @@ BandDynamics bandDynamics(const ParameterStore& values, int band, double rangeMu
   d.ratioAbove = rows.plain(kB1Ratio) * ratioMult;
   d.ceiling = rows.plain(kB1Ceiling) * rangeMult;
   const double below = rows.plain(kB1RatioB);
-  d.ratioBelow = below < 0.0 ? below * ratioMult : below;  // towards a gate it is never extended
+  d.ratioBelow = below < 0.0 ? below * ratioMult : below;  // expansion is never extended
   d.floor = rows.plain(kB1Floor) * rangeMult;
   d.deadband = rows.plain(kB1Deadband);
   d.knee = rows.normalised(kB1Knee);

@@ -3,10 +3,10 @@
 #include "dynamics/engine_settings.h"
 #include "host/parameter_store.h"
 
-// A band's rows of the parameter table as the engine takes them; `band` 0..7. Control side.
+// Converts a band's parameters to the engine's settings. `band` is 0..7. Control threads.
 
 [[nodiscard]] BandSettings bandSettings(const ParameterStore& values, int band);
-/// The factors that the extended ranges and ratios put on a band's knobs.
+/// `rangeMult` and `ratioMult` are the factors of the extended ranges and extended ratios.
 [[nodiscard]] BandDynamics bandDynamics(const ParameterStore& values, int band, double rangeMult,
                                         double ratioMult);
 [[nodiscard]] SidechainFilterSettings bandSidechainFilters(const ParameterStore& values, int band);

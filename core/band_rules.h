@@ -9,10 +9,10 @@
 #include "host/parameter_input.h"
 #include "state/parameter_flags.h"
 
-/// Locks and links of parameters: a locked one stays as it is; a linked one takes the same row of
-/// all other bands that are linked, too, and not locked, with it, but in a step of the history,
-/// which knows the others' own values. Ids out of range read false and are ignored.
-/// Threads: any.
+/// Locks and links of parameters. A locked parameter keeps its value. A linked one passes its value
+/// to the same row of all other bands that is linked and not locked. During undo and redo links do
+/// not act, since the history restores each parameter's own value. Ids out of range read false and
+/// are ignored. Threads: any.
 class BandRules final : public ParameterRules {
  public:
   using Flags = ParameterFlags<kNumParams>;

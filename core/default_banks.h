@@ -5,7 +5,8 @@
 #include "host/state_chunks.h"
 #include "state/install_folders.h"
 
-/// Loads the bank that new instances begin with, the user's or else the product's, of an older
-/// release first. Of a file that is none the user is told. Returns the path of the user's; empty
-/// without a folder for it. Any control thread.
+/// Loads the bank that new instances start with: the user's default bank, otherwise the factory
+/// bank. A bank with the file extension of older releases is loaded before one with the present
+/// extension. The user is told of a file that holds no bank. Returns the path of the user's default
+/// bank; empty if there is no folder for it. Any control thread.
 std::string loadDefaultBanks(const InstallFolders& folders, StateChunks& state);

@@ -28,7 +28,7 @@ constexpr const char* kFolder = "lastPresetFolder";
 constexpr const char* kLocks = "parameterLocks";
 constexpr const char* kLinks = "parameterLinks";
 
-// Pixels, of any window system; the width of another mode stays within its type, too.
+// Pixels. No window system goes beyond; widths scaled to another mode stay within `int`, too.
 constexpr int kWidestWindow = 32767;
 
 constexpr std::size_t kLongestPath = 4095;  // bytes
@@ -38,7 +38,7 @@ struct Number {
   SharedNumber<int> EditorState::*field;
 };
 
-// Whole numbers that are taken as they stand, in the order of the document.
+// Whole numbers stored without conversion, in the order of the document.
 constexpr std::array<Number, 3> kBeforeWidth = {{
     {"lastListen", &EditorState::lastListen},
     {"linkPage", &EditorState::linkPage},
@@ -72,7 +72,7 @@ void takeNumbers(const JsonNode* settings, EditorState& state, std::span<const N
   for (const Number& number : numbers) takeNumber(settings, number.key, state.*number.field);
 }
 
-/// Hands the words of a list to `use`, as many as are given and of use.
+/// Hands the words of a list to `use`: as many as it holds, at most as many as the flags need.
 template <typename Use>
 void takeWords(const JsonNode* list, const Use& use) {
   BandRules::Words words{};
@@ -84,7 +84,7 @@ void takeWords(const JsonNode* list, const Use& use) {
   use(std::span<const std::int32_t>(words.data(), count));
 }
 
-/// What is longer than any path is none, and every state would carry it on.
+/// The folder in the settings. None if it is longer than any path: every later state would hold it.
 std::optional<std::string_view> folderIn(const JsonNode* settings) {
   const JsonNode* const folder = jsonGetObjectItem(settings, kFolder);
   if (folder == nullptr) return std::nullopt;
@@ -100,8 +100,8 @@ void takeBanks(const EditorDocument& of, const JsonNode* settings) {
   of.state.bankStale = true;
 }
 
-/// The mode is in force at once while there is no window, else with the layout pass; the width of
-/// another mode follows from the zoom unless the document gives it.
+/// Takes mode and width. The mode is in force at once if no window is open, otherwise with the next
+/// layout. Unless the document gives a width, the width of a new mode follows from the zoom.
 void takeMode(const JsonNode* settings, EditorState& state) {
   takeNumber(settings, kModeKey, state.wantedUimode);
   const JsonNode* const width = jsonGetObjectItem(settings, kFreeWidth);
@@ -154,10 +154,10 @@ void loadEditorState(const EditorDocument& of, const JsonNode* root, bool isPres
   const JsonNode* const settings = jsonGetObjectItem(root, documentKey::kSettings);
   if (settings == nullptr) return;
   EditorState& state = of.state;
-  // Ahead of the banks: what is locked keeps what was heard of it, whatever the live bank holds.
+  // Before the banks: a locked parameter keeps its present value, whatever the live bank holds.
   takeWords(jsonGetObjectItem(settings, kLocks),
             [&of](auto words) { of.rules.locked.setWords(words); });
-  // A bank that is given for a preset holds "presets", too, but loads its first program alone.
+  // A bank loaded as a preset holds "presets", too, but only its first program is loaded.
   if (!isPreset && jsonGetObjectItem(root, documentKey::kPresets) != nullptr)
     takeBanks(of, settings);
   takeMode(settings, state);

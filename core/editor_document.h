@@ -8,7 +8,7 @@ class ParameterStore;
 class UiSettings;
 struct EditorState;
 
-/// Whose the editor's part of a document is.
+/// The objects that the editor's part of a document is saved from and loaded into.
 struct EditorDocument {
   EditorState& state;
   UiSettings& options;
@@ -22,11 +22,11 @@ struct EditorDocument {
 /// Appends both to the root of a document. Throws std::bad_alloc.
 void saveEditorState(const EditorDocument& of, JsonNode* root);
 
-/// Makes room for what the root holds of both, so that `loadEditorState` cannot fail. Throws
+/// Allocates what `loadEditorState` will need for this root, so that it cannot fail. Throws
 /// std::bad_alloc, with nothing changed.
 void reserveEditorState(const EditorDocument& of, const JsonNode* root);
 
-/// Takes what the root holds of both; what is missing stays as it is, and so do the banks where a
-/// preset is loaded. Does nothing without "settings". Allocates nothing after
+/// Loads both from the root. Missing values stay as they are, and so do the live and the last bank
+/// when a preset is loaded. Does nothing without "settings". Allocates nothing after
 /// `reserveEditorState`.
 void loadEditorState(const EditorDocument& of, const JsonNode* root, bool isPreset);

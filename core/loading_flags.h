@@ -5,8 +5,8 @@
 
 #include "state/user_store.h"
 
-/// What preset files carry besides parameters; stored for the machine. Threads: any but the audio
-/// thread.
+/// Flags for what preset files carry besides parameters; kept in the user's store, not in
+/// documents. Threads: any but the audio thread.
 class LoadingFlags {
  public:
   /// The editor's part is saved and restored with presets.

@@ -10,7 +10,7 @@
 
 namespace {
 
-// What of a band may be due.
+// Work that may be due for a band.
 enum : std::uint32_t {
   kPlace = 1,     // where it sits in the chain
   kFilter = 2,    // the filter of a dynamic EQ band
@@ -21,16 +21,16 @@ enum : std::uint32_t {
   kAllOfBand = 63,
 };
 
-// What of the whole.
+// Work that may be due for the whole chain.
 enum : std::uint32_t {
   kOrder = 1,  // of the bands in the chain
   kSplits = 2,
   kGlobals = 4,
-  kPlan = 8,  // the chain as a block follows it
+  kPlan = 8,  // the sequence of stages that a block runs through
   kAllOfWhole = 15,
 };
 
-/// What depends on a row of a band.
+/// The work that a change of a band's row makes due.
 constexpr std::uint32_t dependsOnRow(int row) noexcept {
   switch (row) {
     case kB1State:
@@ -58,7 +58,7 @@ constexpr std::uint32_t dependsOnRow(int row) noexcept {
     case kB1SCLink:
       return kLinkage;
     default:
-      // The filters of the sidechain come with the gate.
+      // `redesign` sets the sidechain's filters, whenever the gate opens.
       return row < kB1SCSrc ? std::uint32_t{kDynamics} : 0U;
   }
 }
@@ -81,7 +81,7 @@ ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& dr
 }
 
 void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
-  // Release: whoever takes the mark sees the value.
+  // Release: a thread that takes the mark also sees the value.
   if (isBandParameter(index)) {
     const int row = bandOneIdOf(index);
     changedBands[at(bandOf(index))].fetch_or(dependsOnRow(row), std::memory_order_release);
@@ -111,7 +111,7 @@ void ParameterHandOver::collect() noexcept {
 
 void ParameterHandOver::update(bool force) {
   const PlugBaseMutex::Scope scope(lock);
-  if (force) gate.force();  // holds for the end of a hold, too
+  if (force) gate.force();  // also under a hold, for the update at its end
   if (holds == 0) handOver(false);
 }
 
@@ -132,7 +132,7 @@ bool ParameterHandOver::isHeld() {
 
 float ParameterHandOver::moveBand(int band, int list, double frequency) {
   const PlugBaseMutex::Scope scope(lock);
-  // The parameters follow; where they do not, they put the band back.
+  // The parameters follow. Should they not, the next update puts the band back.
   due.bands[at(band)] |= kPlace;
   marks.order = true;
   due.whole |= kOrder;
@@ -157,7 +157,7 @@ void ParameterHandOver::forDueBands(std::uint32_t what, const Run& run) {
     std::uint32_t& bandDue = due.bands[at(band)];
     if ((bandDue & what) == 0) continue;
     run(band);
-    bandDue &= ~what;  // still due if it has thrown
+    bandDue &= ~what;  // stays due if `run` throws
   }
 }
 
@@ -169,7 +169,7 @@ void ParameterHandOver::ifDue(std::uint32_t what, const Run& run) {
 }
 
 void ParameterHandOver::handOverDue(bool asOne) {
-  // With every update: an edit may just have begun a measurement that nobody wants any more.
+  // With every update: an edit may have started a measurement that is no longer wanted.
   if (engine.measuring() && !isOn(kAutoGain)) engine.setMeasuring(false);
   forDueBands(kPlace, [this](int band) {
     updatePlace(band);
@@ -178,7 +178,7 @@ void ParameterHandOver::handOverDue(bool asOne) {
   forDueBands(kFilter, [this](int band) { updateFilter(band); });
   ifDue(kOrder, [this] { arrange(); });
   ifDue(kSplits, [this] { updateSplits(); });
-  // What changes as one with the chain includes the filters of a band that comes.
+  // When the chain changes under a hold, the filters of a new band must come with it.
   if (asOne && (due.whole & kPlan) != 0 && engine.planIsDue()) gate.force();
   if (gate.opens(clock(), isOffline.load(std::memory_order_relaxed))) redesign();
   ifDue(kGlobals, [this] { updateGlobals(); });
@@ -190,7 +190,7 @@ void ParameterHandOver::handOverDue(bool asOne) {
   engine.publish();
 }
 
-/// Where a band sits in the chain.
+/// Sets a band's place in the chain.
 void ParameterHandOver::updatePlace(int band) {
   BandLayout& layout = engine.layout;
   const BandLayout::Scope scope(layout);
@@ -200,7 +200,7 @@ void ParameterHandOver::updatePlace(int band) {
   layout.frequency[index] = static_cast<double>(plain(bandParameterId(band, kB1Frequency)));
 }
 
-/// What lifts a dynamic EQ band out; another band has none.
+/// Sets the filter of a dynamic EQ band; other bands have none.
 void ParameterHandOver::updateFilter(int band) {
   const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
   if (row(kB1State) == 0.0F || row(kB1Type) == 0.0F) return;
@@ -208,9 +208,9 @@ void ParameterHandOver::updateFilter(int band) {
                           row(kB1Q), row(kB1Slope2));
 }
 
-/// By the order of bands, which the places in the XOver list follow.
+/// Applies the order of the bands.
 void ParameterHandOver::arrange() {
-  // An order that breaks the chain keeps the last valid one.
+  // An order that is no valid chain is ignored: the last valid one stays.
   const unsigned before = engine.layout.revision();
   engine.layout.applyBandOrder(static_cast<double>(plain(kBandOrder)));
   if (engine.layout.revision() != before) marks.order = true;
@@ -227,7 +227,7 @@ void ParameterHandOver::updateSplits() {
 }
 
 void ParameterHandOver::redesign() {
-  // Of all bands: a filter that has been switched off sets out anew with each of these.
+  // For all bands: a filter that is switched off starts anew each time.
   for (int band = 0; band < kNumBands; ++band) {
     engine.setSidechainFilters(band, bandSidechainFilters(values, band));
   }

@@ -12,57 +12,58 @@
 #include "host/parameter_store.h"
 #include "platform/plug_base_mutex.h"
 
-/// Brings parameters to the engine: what depends on those that have changed, at once and as a
-/// whole, but new filters only as often as `UpdateGate` lets them.
+/// Passes changed parameters to the engine. Each update sets everything that depends on them and
+/// publishes it as one; only filters are redesigned no more often than `UpdateGate` allows.
 ///
-/// Where memory runs out, nothing is lost: the engine keeps what it has, `isMissing` tells, and a
-/// later call finishes.
+/// If memory runs out, the engine keeps what it has, `isMissing` is true, and a later update
+/// finishes the work.
 ///
 /// Threads: `parameterChanged`, `everythingChanged`, `addSamples`, `isOwed` and `isMissing` on any;
-/// all else on control threads, one after the other by themselves, and on the audio thread in the
+/// all else on control threads, where calls serialise themselves, and on the audio thread in the
 /// one block in which the host goes offline or comes back.
 class ParameterHandOver final : public EngineLink {
  public:
-  /// Milliseconds of a clock that never runs backwards; asked on any thread, must not lock.
+  /// Milliseconds of a clock that never runs backwards; called on any thread, must not lock.
   using Clock = std::function<std::int64_t()>;
 
-  /// Raised when the bands' lists in the layout have become others, and with each value that tells
-  /// which bands run and of what kind they are.
+  /// `order` is raised when the bands' order in the layout changes, `kinds` with each value that
+  /// sets a band's state, type or shape.
   struct ChainMarks {
     std::atomic<bool>& order;
     std::atomic<bool>& kinds;
   };
 
-  /// `offline`: the host renders offline. All must outlive it. Everything is due at first.
+  /// `offline`: whether the host renders offline. All arguments must outlive it. The first update
+  /// hands over everything.
   ParameterHandOver(const ParameterStore& values, compressor& engine,
                     const std::atomic<bool>& offline, Clock clock, const ChainMarks& marks);
 
   void parameterChanged(std::int32_t index) noexcept override;
-  void everythingChanged() noexcept;  ///< also what no parameter tells: rate, offline state
+  void everythingChanged() noexcept;  ///< for changes that are no parameters: rate, offline state
   void update(bool force) override;
   void hold() override;
   void release() override;
   [[nodiscard]] bool isHeld();
 
-  /// The engine for other settings, which the audio thread sees when `set` has returned.
+  /// Calls `set` with the engine, to change settings, and publishes them once it has returned.
   template <typename Set>
   auto withEngine(const Set& set) {
     const PlugBaseMutex::Scope scope(lock);
     const Publish after{engine};
     return set(engine);
   }
-  /// The engine for a look, or for what the audio thread takes by itself.
+  /// Calls `ask` with the engine, for reading or for settings that need no publishing.
   template <typename Ask>
   auto askEngine(const Ask& ask) {
     const PlugBaseMutex::Scope scope(lock);
     return ask(engine);
   }
-  /// As `BandLayout::moveBand`, for use under a hold. Returns the order that results, as
-  /// `kBandOrder` holds it.
+  /// See `BandLayout::moveBand`; for use between `hold` and `release`. Returns the resulting order
+  /// as a plain value of `kBandOrder`.
   float moveBand(int band, int list, double frequency);
 
   void addSamples(std::int32_t frames) noexcept { gate.addSamples(frames); }
-  /// Filters wait for the gate.
+  /// Whether a redesign of filters waits for the gate.
   [[nodiscard]] bool isOwed() const noexcept { return gate.isOwed(); }
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
@@ -71,7 +72,7 @@ class ParameterHandOver final : public EngineLink {
     compressor& engine;
     ~Publish() { engine.publish(); }
   };
-  /// What is due, as bits: of each band, and of the whole.
+  /// The work still to be done, as bits: per band, and for the whole chain.
   struct Due {
     std::array<std::uint32_t, kNumBands> bands{};
     std::uint32_t whole = 0;
@@ -109,5 +110,5 @@ class ParameterHandOver final : public EngineLink {
   // Under the lock.
   Due due;
   int holds = 0;
-  UpdateGate gate;  // but for its other threads' parts
+  UpdateGate gate;  // apart from the calls it allows on other threads
 };

@@ -4,8 +4,7 @@
 
 namespace {
 
-/// A row as written here: the identifier and the name stand without the band's prefix in the
-/// template.
+/// A parameter as written here; in the band template, identifier and name lack the band's prefix.
 struct Row {
   std::string_view identifier;
   std::string_view name;
@@ -137,7 +136,7 @@ constexpr std::array<ParameterRecord, kNumParams> makeTable() {
     for (const Row& row : kBandTemplate) table[next++] = makeBandRecord(row, band);
   }
   for (const Row& row : kGlobals) table[next++] = makeRecord(row, row.name);
-  table[kB1State].value = 1.0F;  // a new instance works with one crossover band
+  table[kB1State].value = 1.0F;  // a new instance starts with one crossover band
   return table;
 }
 

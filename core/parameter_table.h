@@ -7,15 +7,15 @@
 #include "host/parameter_keys.h"
 #include "host/parameter_record.h"
 
-/// All parameters in number order, with the default in `value`; `normalised` and `group` are filled
-/// by the effect's constructor.
+/// All parameters in the order of their ids, with the default in `value`; the effect's constructor
+/// fills in `normalised` and `group`.
 extern const std::array<ParameterRecord, kNumParams> kParameterTable;
 
 /// The identifiers as one comma-separated text, "kIpTrim=0,kOpTrim,kB1State,...". They are the keys
-/// of stored documents and stay as they are, whatever happens to the names shown.
+/// in stored documents and must never change, even if the names shown do.
 [[nodiscard]] std::string_view parameterEnumeration() noexcept;
 
-/// Identifiers and their numbers, split once per process; safe from any thread.
+/// Identifiers and their numbers, split once per process; any thread.
 [[nodiscard]] const ParameterKeys& parameterKeyTable();
 
 /// Texts of `kB1SubType`, by value.

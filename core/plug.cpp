@@ -24,7 +24,7 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose,
            const EditorFactory& makeEditor)
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1, true),
-      memory(whoIdles == Idle::kTimer),  // programs end, or soon need it again
+      memory(whoIdles == Idle::kTimer),  // a program that idles by itself ends or reuses the memory
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
       loadingFlags(whose.store()),
@@ -52,7 +52,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   updateDsp(false);
   files().loadBandTemplate();
   presets.setDefaultBankPath(loadDefaultBanks(ownMachine.folders(), chunks));  // no host listens
-  // Where there is no such folder, saving tells.
+  // If the folder cannot be made, saving reports it.
   static_cast<void>(makeFolders(ownMachine.folders().install));
   Plug::resume();
   if (AEffEditor* const made = getEditor()) made->effectReady();
@@ -84,7 +84,7 @@ void Plug::setSampleRate(float rate) {
 
 void Plug::setBlockSize(std::int32_t frames) {
   PlugBaseJSON::setBlockSize(frames);
-  // A host that names a length beyond reason gets its buffers when such a block really comes.
+  // For an absurd length buffers are made only if such a block really comes.
   if (frames <= 0 || frames > kLongestAnnounced) return;
   handOver.askEngine([frames](compressor& it) { it.announceBlockSize(frames); });
 }

@@ -27,27 +27,28 @@
 
 /// The effect: 422 parameters around one engine.
 ///
-/// Channels: `inputs` are two main channels and two sidechain channels, `outputs` two. A null last
-/// output makes the call mono: one main input, then one sidechain input.
+/// Channels: `inputs` are two main channels and two sidechain channels, `outputs` two main
+/// channels. If the last output is null the call is mono: one main input, then one sidechain input.
 ///
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
-/// Two things there leave real time: a block longer than any announced by `setBlockSize` (at least
-/// 4096 frames are always ready), and a switch of the host between real time and offline.
-/// Parameters, edits, `setSampleRate` and `setBlockSize` from any control thread
-/// at any moment; `resume` while nothing processes.
+/// Processing is not real-time safe in two cases: a block longer than any announced by
+/// `setBlockSize` (4096 frames are always ready), and the block in which the host switches between
+/// real time and offline. Parameters, edits, `setSampleRate` and `setBlockSize` from any control
+/// thread at any moment; `resume` while nothing processes.
 class Plug : public PlugBaseJSON {
  public:
-  /// Who calls `onIdle`: the process's 10 ms timer, or whoever made the instance (a renderer, a
-  /// test), so that what happens when is its own decision.
+  /// Who calls `onIdle`: the process's 10 ms timer, or the code that made the instance (a renderer,
+  /// a test), which then controls when idle work is done.
   enum class Idle { kTimer, kCaller };
   using Clock = ParameterHandOver::Clock;
 
-  /// Makes the editor of an effect, without a window: called once, when the effect's parts stand
-  /// and before preferences and banks come, which the editor may hear of at once. Null for none.
+  /// Makes the editor of an effect, without a window. Called once, when all parts of the effect are
+  /// constructed but preferences and banks are not loaded yet, so that the editor is told of them.
+  /// Null for no editor.
   using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
 
-  /// Takes preferences, the band template and the default banks of `machine`, which must outlive
-  /// it.
+  /// Loads preferences, the band template and the default bank of `machine`, which must outlive the
+  /// effect.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
                 Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
                 const EditorFactory& makeEditor = nullptr);
@@ -56,17 +57,17 @@ class Plug : public PlugBaseJSON {
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
   void processDoubleReplacing(double** inputs, double** outputs, std::int32_t frames) override;
   void resume() override;
-  /// What is no rate is ignored. The engine goes on at the rate it had until `resume`.
+  /// Hz; ignored unless `isSampleRate`. The engine keeps its present rate until `resume`.
   void setSampleRate(float rate) override;
   void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
-  /// As `EditedParameters::set`.
+  /// See `EditedParameters::set`.
   void setParameterAutomated(std::int32_t index, float normalised) override {
     parameterEdits.set(index, normalised);
   }
   void beginEdit(std::int32_t index) override { parameterEdits.begin(index); }
   void endEdit(std::int32_t index) override { parameterEdits.end(index); }
-  /// Memory has run out before the engine had all; a later call of `onIdle` comes to the end.
+  /// Whether memory ran out before the engine had every change; a later `onIdle` finishes the work.
   [[nodiscard]] bool isUpdateMissing() const noexcept {
     return handOver.isMissing() || parameterEdits.chain.isMissing();
   }
@@ -84,10 +85,10 @@ class Plug : public PlugBaseJSON {
     return parameterEdits.getDefault(index);
   }
 
-  /// As the base; the host hears of each parameter that a full document has changed, once.
+  /// As the base; also tells the host, once each, of the parameters that a full document changed.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   void setDocument(const JsonNode* root, bool isPreset) override;
-  /// Takes the machine's preferences as they are now.
+  /// Applies the machine's present preferences.
   void applyGlobalPreferences();
 
   // Locks and links; ids out of range read false and are ignored.
@@ -101,11 +102,11 @@ class Plug : public PlugBaseJSON {
   void setLockWords(std::span<const std::int32_t> words) { parameterEdits.setLockWords(words); }
   void setLinkWords(std::span<const std::int32_t> words) { parameterEdits.setLinkWords(words); }
 
-  /// As `LoadingFlags`.
+  /// See `LoadingFlags`.
   [[nodiscard]] std::int32_t getLoadingFlags() { return loadingFlags.get(); }
   void setLoadingFlags(std::int32_t flags);
 
-  // Edits, as `editing/` does them.
+  // Edits; see `editing/`.
   [[nodiscard]] PlugEdits& edits() noexcept { return parameterEdits; }
   int addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }
   bool setBandPosition(int band, int list) { return edits().bands.setBandPosition(band, list); }
@@ -120,20 +121,20 @@ class Plug : public PlugBaseJSON {
   bool saveBandFile(const std::string& path, int band) { return files().saveBandFile(path, band); }
   bool loadBandFile(const std::string& path, int band) { return files().loadBandFile(path, band); }
 
-  // As in `editing/graph_nodes.h`.
+  // See `editing/graph_nodes.h`.
   [[nodiscard]] int bandParameter(int kind, int node) { return nodeParameter(edits(), kind, node); }
   [[nodiscard]] float getBandValue(int kind, int node) { return nodeValue(edits(), kind, node); }
   [[nodiscard]] int getBandFlags(int node, int flags = 0) {
     return nodeFlags(edits(), node, flags);
   }
 
-  // What the editor will show; the message thread's.
+  // State and services for the editor; message thread.
   [[nodiscard]] EditorState& editorState() noexcept { return editor; }
   [[nodiscard]] UiSettings& uiSettings() noexcept { return uiOptions; }
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   [[nodiscard]] PresetFiles& presetFiles() noexcept { return presets; }
 
-  // What graphs draw, as `compressor` says; any thread but the audio thread, several at once.
+  // Values that graphs draw; see `compressor`. Any thread but the audio thread, several at once.
   [[nodiscard]] double getBandResponse(int band, double frequency) {
     return engine.getBandResponse(band, frequency);
   }
@@ -145,9 +146,9 @@ class Plug : public PlugBaseJSON {
   }
   [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
 
-  // What meters show; any thread, but one at a time per selector of `getGainReduction`.
-  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
-  /// seconds.
+  // Values that meters show. Any thread, but one at a time per selector of `getGainReduction`.
+  /// How fast the bands' gain meters fall after a peak: at 100 % by the end of its block, at 0 %
+  /// over seconds.
   void setMeterDecay(double percent);
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return engine.getOutputPeak(channel);
@@ -155,13 +156,13 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
-  /// As `MeterRings::readFurthest`. For one consumer only, since a second would take its peaks:
+  /// See `MeterRings::readFurthest`. For one consumer only, since reading takes the peaks away:
   /// others make a `GainReductionReader` of their own over `meterRings`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
   [[nodiscard]] const MeterRings& meterRings() const noexcept { return engine.meterRings(); }
-  /// Rms and loudness, by an `OutputLevels` of each consumer's own.
+  /// Source of RMS and loudness: each consumer makes an `OutputLevels` of its own over it.
   [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return engine.outputFeed(); }
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept {
     return engine.getBandGain(band, parts, channel);
@@ -194,7 +195,7 @@ class Plug : public PlugBaseJSON {
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   [[nodiscard]] BandFiles& files() noexcept { return parameterEdits.bandFiles; }
 
-  const MemoryShare memory;  // first: what it looks after goes before it
+  const MemoryShare memory;  // first, so that it is destroyed after all that it counts
   compressor engine;
   Machine& ownMachine;
   EditorState editor;
@@ -207,7 +208,7 @@ class Plug : public PlugBaseJSON {
   PresetFiles presets;
   std::atomic<bool> simpleNumbers{false};
   const Idle idle;
-  /// The editor goes before what it shows, also where the constructor does not come to its end.
+  /// Deletes the editor before the members that it shows, even if the constructor throws.
   const struct EditorEnd {
     Plug& plug;
     ~EditorEnd();

@@ -21,7 +21,7 @@
 #include "host/parameter_store.h"
 #include "state/install_folders.h"
 
-/// The parts of an effect that edits reach.
+/// The parts of an effect that edits use.
 struct EditedParts {
   ParameterStore& values;
   ParameterInput& input;
@@ -35,8 +35,8 @@ struct EditedParts {
   std::atomic<bool>& stateChanged;
 };
 
-/// The effect's parameters as edits see them, and the edits that follow all others: neighbours in
-/// the crossover, links, Auto Gain. Threads: control threads.
+/// The effect's parameters as edits see them, with the side effects of every edit: crossover bands
+/// give way, linked parameters follow, Auto Gain measures. Threads: control threads.
 class PlugEdits final : public EditedParameters {
  public:
   PlugEdits(const EditedParts& editedParts, const InstallFolders& folders);
@@ -49,7 +49,7 @@ class PlugEdits final : public EditedParameters {
   [[nodiscard]] float toNormalised(int id, float plain) const override {
     return parts.values.toNormalised(id, plain);
   }
-  /// Of the band template: the value that double clicks and new bands go to.
+  /// Value in the band template, 0..1: what double clicks reset to and new bands start with.
   [[nodiscard]] float getDefault(int id) const override;
   void setDefault(int id, float normalised) override;
 
@@ -62,17 +62,16 @@ class PlugEdits final : public EditedParameters {
   void setAlone(int id, float normalised) override { parts.input.put(id, normalised); }
   void align(int id) override { parts.input.align(id); }
 
-  /// All that the gesture may change is noted by the time it begins: the group for the history need
-  /// not wait for an end that may not come.
+  /// Records everything that the gesture may change, so that its history group is complete at once
+  /// and does not depend on an end that may be lost.
   void begin(int id) override;
   void end(int id) override;
   [[nodiscard]] bool isOpen(int id) const override { return parts.gestures.isOpen(id); }
   void beginAlone(int id) override;
   void endAlone(int id) override;
   void endLost(int id) override;
-  /// Ends all edits and the step of the history that are open, as the window closes in which they
-  /// began, after those of its `GroupEdit`: the host hears of it. Ends that come after all are left
-  /// out.
+  /// Ends all open edits and the open undo step, and tells the host; for the closing of the window
+  /// in which they began, after `GroupEdit::endAll`. Ends that still come later are ignored.
   void endAll();
   void tellGesture(int id, bool begins) override { parts.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { parts.host.tellInGesture(id); }
@@ -87,8 +86,8 @@ class PlugEdits final : public EditedParameters {
   [[nodiscard]] bool isLinked(int id) const override { return parts.rules.linked.get(id); }
   void setLocked(int id, bool on) override;
   void setLinked(int id, bool on) override;
-  // 32 flags to a word, parameter 0 in the lowest bit of the first; what lies beyond the words
-  // given stays.
+  // 32 flags per word, parameter 0 in the lowest bit of the first. Flags beyond the given words
+  // stay as they are.
   void setLockWords(std::span<const std::int32_t> words);
   void setLinkWords(std::span<const std::int32_t> words);
 

@@ -42,7 +42,7 @@ void PlugState::refuse() {
   engine.update(true);
 }
 
-/// Makes room for what comes, and ends locks and links, which do not hold it off.
+/// Makes room for the document and clears locks and links, which must not keep values out.
 void PlugState::prepare(const JsonNode* root) {
   reserveEditorState(editor, root);
   clearFlags();
@@ -53,7 +53,8 @@ void PlugState::clearFlags() noexcept {
   editor.state.flagsStale = true;
 }
 
-/// Documents of the first version know no other behaviour than the logarithmic one.
+/// For documents of the first version, which have no version mark: they were made with the
+/// logarithmic behaviour, so it is switched on.
 void PlugState::keepOldLogBehaviour(bool isPreset) {
   editor.input.set(kLogBehaviour, 1.0F);
   if (isPreset) return;

@@ -11,23 +11,23 @@
 
 class AutoGain;
 
-/// All that an instance stores: programs and banks, locks, links, what its editor shows.
+/// The state that an instance stores: programs, banks, locks, links and the editor's state.
 /// Threads: in a `StateScope`.
 class PlugState final : public StateModel {
  public:
-  /// All must outlive it.
+  /// All arguments must outlive it.
   PlugState(StateCodec& programs, const EditorDocument& editorPart, LoadingFlags& loadingFlags,
             AutoGain& gain, EngineLink& link) noexcept
       : codec(programs), editor(editorPart), flags(loadingFlags), autoGain(gain), engine(link) {}
 
   [[nodiscard]] JsonTree save(bool isPreset) override;
-  /// All that allocates comes before anything is changed.
+  /// Makes all allocations before it changes anything.
   void load(const JsonNode* root, bool isPreset) override;
   void refuse() override;
   [[nodiscard]] bool hasUnmarkedChanges() const override { return extras() != storedExtras; }
 
  private:
-  /// What a document holds besides parameters and flags.
+  /// The stored state that does not mark itself as changed.
   struct Extras {
     StoredEditorState editor;
     unsigned uiRevision = 0;

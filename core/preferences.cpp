@@ -1,7 +1,7 @@
 #include "core/preferences.h"
 
 Preferences Preferences::of(const Globals& globals) {
-  constexpr int kNoTable = -1;  // stands for every preference then
+  constexpr int kNoTable = -1;  // read for every preference if there is no table
   const auto choice = [&globals](const char* key) { return globals.getGlobal(key, kNoTable); };
   Preferences wanted;
   wanted.meterBallistic = choice("Meter Ballistic");

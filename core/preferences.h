@@ -3,7 +3,7 @@
 #include "dynamics/output_peak.h"
 #include "state/globals.h"
 
-/// What an instance takes from the machine-wide preferences; the members start at their defaults.
+/// The machine-wide preferences that an instance uses. Members are initialised to the defaults.
 struct Preferences {
   int meterBallistic = kDigital;    ///< "Meter Ballistic": a `MeterBallistic`
   bool autolistenPassband = false;  ///< "Autolisten": "Passband"

@@ -9,7 +9,7 @@ constexpr std::uint32_t kEnoughSamples = 4096;
 
 bool UpdateGate::opens(std::int64_t milliseconds, bool offline) noexcept {
   const std::int64_t tick = milliseconds / kTickMs;
-  // Only this way in starts the count anew.
+  // Only a gate opened by the count restarts the count.
   if (samplesSinceUpdate.load(std::memory_order_relaxed) >= kEnoughSamples) {
     samplesSinceUpdate.store(0, std::memory_order_relaxed);
   } else if (tick == lastTick && !forced && !offline) {

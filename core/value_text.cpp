@@ -27,7 +27,7 @@ std::string decibels(double value) { return fixed(value, 1) + "dB"; }
 
 double nearestMultipleOf6(double value) { return std::floor(value / 6.0 + 0.5) * 6.0; }
 
-/// The text of entry `value`, or an empty one where there is no such entry.
+/// The text of entry `value`; empty if there is no such entry.
 template <std::size_t Size>
 std::string choice(double value, const std::array<std::string_view, Size>& texts) {
   const int entry = static_cast<int>(value);
@@ -45,16 +45,16 @@ std::string ratioText(double plain, bool above, const ValueTextContext& context)
   if (plain >= 0.0) {
     const double share = above && context.extendedRatios ? 2.0 * plain : plain;
     if (std::abs(share - 1.0) <= 0.001) return "Inf:1";
-    // Over-compression reads as a negative ratio: meant.
+    // Over-compression reads as a negative ratio: intended.
     return fixed(1.0 / (1.0 - share), decimals) + ":1";
   }
-  // Not the mirror of the positive side, and not the engine's law: kept.
+  // Neither the mirror of the positive side nor the engine's law: kept on purpose.
   const double share = context.extendedRatios ? -plain : -0.5 * plain;
   if (std::abs(share - 1.0) <= 0.001) return "1:Inf";
   return "1:" + fixed(1.0 / (1.0 - share), decimals);
 }
 
-/// The limit of a gain, shown as a reduction while its ratio reduces.
+/// The limit of a gain change, shown as negative while the ratio reduces the gain.
 std::string limitText(double plain, float ratio, const ValueTextContext& context) {
   const std::string text = decibels(rangeMultiplier(context.extendedRanges) * plain);
   return ratio > 0.0F && plain > 0.0 ? "-" + text : text;
@@ -68,7 +68,7 @@ std::string positionText(double plain, bool leftRight) {
   return percent(value);
 }
 
-/// A truncated percentage with words at some of its values.
+/// A truncated percentage, with words instead at 0, 50 (if given) and 100.
 std::string percentText(double plain, std::string_view atZero, std::string_view atHalf,
                         std::string_view atFull) {
   const double value = std::trunc(plain);
@@ -139,7 +139,7 @@ std::string slopeText(double plain, bool multipleOf6, const ParameterRecord& rec
   return genericText(multipleOf6 ? nearestMultipleOf6(plain) : plain, record, false);
 }
 
-// Texts of the parameters that have a rule of their own; empty for all others.
+// Texts of the parameters with a rule of their own; empty for all others.
 
 std::string bandRowText(int row, double p, const ParameterRecord& record,
                         const ValueTextContext& context) {

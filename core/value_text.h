@@ -5,8 +5,8 @@
 #include "host/parameter_record.h"
 #include "host/parameter_store.h"
 
-/// What the text of a value depends on besides the value itself: plain values of other parameters
-/// and one preference.
+/// What the text of a value depends on besides the value: plain values of other parameters and one
+/// preference.
 struct ValueTextContext {
   float extendedRanges = 0.0F;  ///< `kExtendedRanges`: 0, 1, 2
   bool extendedRatios = false;  ///< `kExtendedRatios`
@@ -25,7 +25,8 @@ struct ValueTextContext {
 [[nodiscard]] std::string valueText(int index, float plain, const ParameterRecord& record,
                                     const ValueTextContext& context, bool showNote);
 
-/// The same for a value of 0..1 of the parameter in `values`, in range. Any thread.
+/// As above, for a normalised value; the context is read from `values`. `index` must be in range.
+/// Any thread.
 [[nodiscard]] std::string valueText(const ParameterStore& values, int index, float normalised,
                                     bool simpleNumbers, bool showNote);
 

@@ -7,7 +7,7 @@
 #include "dynamics/shared_ring.h"
 
 /// The newest samples before and after the effect, for the spectrum in the graph.
-/// Threads: `beginBlock` to `endBlock` on the audio thread; `copyLatest` on any other;
+/// Threads: `beginBlock` to `endBlock` on the audio thread; `copyLatest` on any other thread;
 /// `reset` while nothing processes.
 class AnalyserFeed {
  public:
@@ -16,21 +16,22 @@ class AnalyserFeed {
   static constexpr int kTraces = 4;
 
   void reset() noexcept;
-  /// Hands the block before to the reader.
+  /// Makes the previous block available to readers.
   void beginBlock() noexcept;
-  /// A trace that is not written in each block starts from silence when it is again.
+  /// Writes the next `frames` samples of a trace, times the linear `gain`. A trace that was not
+  /// written in the previous block starts from silence.
   template <typename Sample>
   void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
-  /// Moves the position behind the block that has been written.
+  /// Moves the position past the block just written.
   void endBlock(int frames) noexcept { written += static_cast<std::uint64_t>(frames); }
-  /// Of all traces the last `n` samples before the position, 0 to `kSize`, oldest first. They trail
-  /// the newest block by one block, so that a block being written is not read.
+  /// Copies the last `n` samples (0 to `kSize`) of each trace, oldest first. The newest block is
+  /// left out, so that a block being written is never read.
   void copyLatest(double* const buffers[kTraces], int n) const noexcept;
 
  private:
   std::array<SharedRing<double, kSize>, kTraces> rings;
   std::atomic<std::uint32_t> analyserWrite{0};
-  // Audio thread: samples since `reset`, of all blocks and up to each trace's last.
+  // Audio thread: samples since `reset`, in total and up to the end of each trace.
   std::uint64_t written = 0;
   std::array<std::uint64_t, kTraces> traceEnds{};
 };

@@ -118,7 +118,7 @@ void BandLayout::moveBand(int band, int list, double newFrequency) {
   const double hz = newFrequency == 0.0 ? frequency[index] : newFrequency;
   List& target = listNumber(list);
   if (std::find(target.begin(), target.end(), band) != target.end()) return;
-  target.reserve(target.size() + 1);  // or a band would be lost where memory runs out
+  target.reserve(target.size() + 1);  // first: running out of memory later would lose a band
   for (List* source : {&pre, &xover, &post, &off}) std::erase(*source, band);
   const auto place = std::find_if(target.begin(), target.end(), [this, hz](std::int32_t other) {
     return frequency[at(other)] >= hz;

@@ -3,30 +3,31 @@
 #include <array>
 #include <atomic>
 
-/// What one band shows: peaks that its detectors raise, decayed and published at the end of each
-/// block. Threads: the peaks and `endBlock` are the audio thread's; the shown values may be read
-/// anywhere.
+/// The meters of one band: peaks that its detectors raise, and that are published and decayed at
+/// the end of each block. Threads: the peaks and `endBlock` belong to the audio thread; the shown
+/// values may be read on any thread.
 class BandMeters {
  public:
   using Peaks = std::array<double, 2>;
 
   void reset() noexcept;
-  /// Publishes the block's peaks, weighted per channel, and takes `decay` (0..1) off each of them.
+  /// Publishes the block's peaks, weighted per channel, then lowers each by the share `decay`
+  /// (0..1).
   void endBlock(const Peaks& weights, double decay) noexcept;
 
-  /// Decibels, sign kept; `parts` adds up 1 for the dynamic and 2 for the transient part. `channel`
-  /// 0 or 1.
+  /// Gain in dB, sign kept. `parts` is a sum: 1 for the dynamic part, 2 for the transient part.
+  /// `channel`: 0 or 1.
   [[nodiscard]] double shownGain(int parts, int channel) const noexcept;
-  /// Linear gain of both parts together, of the channel where they are larger in size.
+  /// Linear gain of both parts together, for the channel where it is further from 0 dB.
   [[nodiscard]] double graphGain() const noexcept;
   [[nodiscard]] double shownEnv() const noexcept;       ///< linear
-  [[nodiscard]] double lamp(bool fast) const noexcept;  ///< 1 at use, decaying
+  [[nodiscard]] double lamp(bool fast) const noexcept;  ///< 1 when its release is used, decaying
 
   // Audio thread.
   Peaks dynPeak{};        ///< dB, sign kept
   Peaks tranPeak{};       ///< dB, sign kept
   double envPeak = 0.0;   ///< linear
-  double fastLamp = 0.0;  ///< 1 at use, decaying
+  double fastLamp = 0.0;  ///< 1 when its release is used, decaying
   double slowLamp = 0.0;
 
  private:

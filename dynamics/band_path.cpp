@@ -1,4 +1,4 @@
-// The way of one band's signal: sidechain, detectors, gain.
+// The path of one band's signal: sidechain, detectors, gain.
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// How much of its gain each of a band's two channels takes.
+/// How much of the gain each of a band's two channels takes.
 struct PositionWeights {
   PositionWeights(double position, int channels) noexcept
       : first(channels == 1 ? 1.0 : std::min(1.0, 1.0 - position)),
@@ -36,7 +36,7 @@ void decodeMidSide(double* mid, double* side, int frames) noexcept {
   }
 }
 
-/// Encoded, multiplied by the gains of mid and side, and decoded in one pass.
+/// Encodes, multiplies by the gains of mid and side, and decodes in one pass.
 void multiplyMidSide(double* left, double* right, const double* midGain, const double* sideGain,
                      int frames) noexcept {
   for (int i = 0; i < frames; ++i) {
@@ -47,13 +47,13 @@ void multiplyMidSide(double* left, double* right, const double* midGain, const d
   }
 }
 
-/// From the detectors' gain to that which the signal gets.
+/// Turns the detectors' gain into the gain applied to the signal.
 struct GainStage {
   double bandGain;
   double bandDry;
   double weight;  // 0..1, how much of the gain the channel takes
 
-  /// In place; the detectors' share goes into `count` meters, which show all bands together.
+  /// In place; the detectors' part is added to `count` meters, which show all bands together.
   template <std::size_t count>
   void apply(double* gain, const std::array<float*, count>& reductions, int frames) const noexcept {
     for (int i = 0; i < frames; ++i) {
@@ -77,7 +77,7 @@ compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t pl
   run.band = band;
   run.settings = &own;
   run.isXover = isXover;
-  // While a sidechain is listened to, no band changes what it passes.
+  // While a sidechain is heard, bands pass their signal unchanged.
   run.passive = own.path.bypass || unheard || listening.scListen != -1;
   run.lookahead = own.detector.lookahead;
   run.heardPlace = run.isXover ? own.route.bandIndex : -1;
@@ -91,20 +91,20 @@ void compressor::processBands(std::span<BandRun> runs, const Block& block, int a
   detect(runs, block);
   for (const BandRun& run : runs) {
     if (!run.isXover) {
-      // The band itself gets as late by its oversampled product.
+      // The band itself is delayed as much by its oversampled product.
       delayPair(buffers->rest, DelayRings::kAlign, run.band, block,
                 run.lookahead + block.settings.oversampleLatency);
     }
     delayPair(run.signal, DelayRings::kLook, run.band, block, run.lookahead);
     applyGain(run, block);
-    // All crossover bands come out as late as the one that looks ahead furthest.
+    // All crossover bands are delayed as much as the one with the longest lookahead.
     if (run.isXover) {
       delayPair(run.signal, DelayRings::kAlign, run.band, block, alignTo - run.lookahead);
     }
   }
 }
 
-/// What a channel of a band's sidechain is made from; null: what is there already.
+/// Source of a channel of a band's sidechain; null for what is in its buffer already.
 const double* compressor::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
   if (run.heardPlace >= 0) {
     return buffers->bandCopy[channel][at(run.heardPlace)];
@@ -162,7 +162,7 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
   }
 }
 
-/// The second channel gets what the detector of the first has found for both.
+/// Gives the second channel the gain that the detector of the first has found for both.
 void compressor::shareGain(BandRun& run, const Block& block) noexcept {
   BandMeters& meter = bandMeters[at(run.band)];
   meter.dynPeak[1] = meter.dynPeak[0];
@@ -217,7 +217,7 @@ void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
 
 void compressor::delaySidechain(DelayRings::Ring ring, int owner, const Block& block,
                                 int samples) noexcept {
-  // Without a sidechain there is silence in the buffers and in all their rings.
+  // Without a sidechain, the buffers and all their rings hold silence.
   if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, block, samples);
 }
 

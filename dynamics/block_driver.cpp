@@ -1,4 +1,4 @@
-// The way of a block through the engine.
+// The path of a block through the engine.
 
 #include <algorithm>
 #include <bit>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The weighted bands one after the other, two in a pass.
+/// Adds up the weighted bands in order, two in a pass.
 void sumBands(const std::array<double*, kNumBands>& bands,
               const std::array<double, kNumBands>& weights, std::size_t count, double* out,
               int frames) noexcept {
@@ -63,7 +63,7 @@ void compressor::scrub(Sample* const* inputs, int channels, int frames) noexcept
   for (int c = 0; c < channels; ++c) {
     Sample* const samples = inputs[c];
     if (samples == nullptr) continue;
-    // Only a NaN or an infinity times 0 is not 0. Good buffers are read, not written.
+    // Only NaN and infinities times 0 are not 0. Good buffers are read, not written.
     bool bad = false;
     for (int i = 0; i < frames; ++i) bad |= samples[i] * Sample{0} != Sample{0};
     if (!bad) continue;
@@ -131,8 +131,8 @@ void compressor::setQuality(bool high) noexcept {
   }
 }
 
-/// A band that joins or leaves the chain, or changes its kind or its place, starts from silence:
-/// what it holds belongs elsewhere. Crossover bands keep what they hold whatever their order.
+/// A band that joins or leaves the chain, or changes its kind or place, starts from silence, since
+/// its past signal belongs elsewhere. Crossover bands keep their past whatever their order.
 void compressor::resetChangedBands(const Block& block) noexcept {
   const StagePlan& plan = block.settings.plan;
   ChainSeen chain{plan, 0, 0};
@@ -148,12 +148,12 @@ void compressor::resetChangedBands(const Block& block) noexcept {
   for (int band = 0; band < kNumBands; ++band) {
     if ((changed & stageBit(band)) != 0) resetBandState(band);
   }
-  // Nor does the crossover come back with what it held when it stopped.
+  // The crossover, too, must not come back with the signal of when it stopped.
   if (chain.listed != 0 && chainSeen.listed == 0) crossover.reset();
   chainSeen = chain;
 }
 
-/// What did nothing in the last block comes back from silence, too.
+/// Resets what was inactive in the last block, so that it, too, starts from silence.
 void compressor::resetReturning(const Block& block) noexcept {
   const bool oversampling = block.settings.oversampleLatency > 0;
   const bool channelReturns = block.channels > channelsSeen;
@@ -248,7 +248,7 @@ void compressor::splitIntoBands(std::span<const BandRun> runs, const Block& bloc
   const double* const inputs[] = {buffers->wet[0], stereo ? buffers->wet[1] : nullptr};
   crossover.processBlock(inputs, buffers->band[0].data(), buffers->band[1].data(),
                          static_cast<int>(runs.size()), block.frames);
-  // The bands as they are now, where one of them is a sidechain.
+  // Copies of the unprocessed bands, where another band listens to them.
   for (const BandRun& run : runs) {
     if (run.heardPlace < 0) continue;
     for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {

@@ -10,7 +10,7 @@ namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
 
-// Practically 0: the peak of each block shows alone until an editor asks for a slower decay.
+// Practically 0: meters show the peak of each block until an editor asks for a slower decay.
 const double kInstantMeterDecay = std::exp(-2.0 / 0.02);
 
 }  // namespace
@@ -32,7 +32,7 @@ void compressor::announceBlockSize(int frames) {
   auto longer = std::make_unique<WorkBuffers>(frames);
   delete retired.exchange(nullptr, std::memory_order_acquire);
   delete announced.exchange(longer.release(), std::memory_order_acq_rel);
-  // Once more, since the one before may have been taken in between.
+  // Once more, since the audio thread may have taken the previous one in between.
   delete retired.exchange(nullptr, std::memory_order_acquire);
   announcedFrames = frames;
 }
@@ -93,7 +93,7 @@ void compressor::resetPath(int band) noexcept {
   for (OversampledGain& product : oversampled[index]) product.reset();
   detectors[index].reset();
   detectors[index][0].setOwnsLamps(true);
-  // By the engine's clock, so that the eight take turns at the large part of their work.
+  // Phases by the engine's clock, so that the eight do the large part of their work in turn.
   constexpr int kTurn = PartitionedConvolver::kPhases / kNumBands;
   subbands[index].reset(delays.position() + kTurn * band);
 }
@@ -168,7 +168,7 @@ void compressor::setSidechainFilters(int band, const SidechainFilterSettings& se
 
 void compressor::setOversampling(Oversampling mode) noexcept {
   wanted.oversampleLatency = 0;
-  if (mode == Oversampling::kOff) return;  // leaves the quality as it was
+  if (mode == Oversampling::kOff) return;  // the quality stays as it was
   wanted.highQuality = mode == Oversampling::kHighQuality;
   wanted.oversampleLatency = OversampledGain::latency(wanted.highQuality);
 }

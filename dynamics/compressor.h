@@ -27,14 +27,14 @@
 #include "filters/subband.h"
 #include "platform/index.h"
 
-/// The whole engine: takes a block through input gain, the chain of bands, and the output mix.
-/// 64-bit floats inside, whatever the host gives.
+/// The complete engine: processes blocks through the input gain, the chain of bands and the output
+/// mix. Computes in 64-bit floating point, whatever the host's format.
 ///
-/// Threads: setters on the control side, one thread at a time, at any moment. The audio thread sees
-/// what they have set at the next `publish`, all of it at once; filters, meters and measuring take
-/// effect by themselves. `processBlock` on the audio thread,
-/// where it takes no lock and allocates only for a block longer than any that was announced;
-/// `reset*` and `setSampleRate` while nothing processes; getters anywhere.
+/// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
+/// they set at the next `publish`, all at once; only filters, meters and measuring take effect
+/// without it. `processBlock` on the audio thread, where it takes no lock and allocates only for a
+/// block longer than any that was announced. `reset*` and `setSampleRate` while nothing processes.
+/// Getters on any thread.
 class compressor {
  public:
   static constexpr int kDefaultFrames = 4096;
@@ -50,56 +50,55 @@ class compressor {
   void resetBandState(int band) noexcept;
 
   // Control side.
-  /// Makes buffers for blocks of up to `frames` ready for the audio thread, so that it need not
-  /// allocate. Throws when memory runs out, with everything as it was.
+  /// Allocates buffers for blocks of up to `frames`, so that the audio thread need not. Throws
+  /// std::bad_alloc, with nothing changed.
   void announceBlockSize(int frames);
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
   void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
-  /// Of loudness; any control thread. Returns whether it was on.
+  /// Switches the measurement of loudness; any control thread. Returns whether it was on.
   bool setMeasuring(bool on);
   void setBand(int band, const BandSettings& settings) noexcept;
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
-  /// As in `SidechainLinkage`.
+  /// See `SidechainLinkage`.
   void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
-  /// Designs filters.
+  /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode) noexcept;
   void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
-  /// What a soloed band lets through: false the band itself, true what passes beside it.
+  /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
-  void setMeterBallistic(int ballistic, double rate) noexcept;  ///< as `OutputPeak::setBallistic`
-  void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
-  /// Makes the chain that of the layout; empty until the first call.
+  void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
+  void setMeterDecay(double perSample) noexcept;  ///< share of a peak left after a sample, 0..1
+  /// Makes the chain from the layout; it is empty until the first call.
   void makeStagePlan();
-  /// Whether `makeStagePlan` would show another chain.
+  /// Whether `makeStagePlan` would change the chain.
   [[nodiscard]] bool planIsDue();
-  /// The filter of a dynamic EQ band, as `subband::configureFilters`.
+  /// Sets the filter of a dynamic EQ band; see `subband::configureFilters`.
   void configureFilters(int band, int shape, float frequency, float slope, float q, float slope2);
   /// Puts the crossover's splits between the bands of the XOver list; `slopes` by band, in dB per
   /// octave.
   void setSplits(const std::array<double, kNumBands>& slopes);
-  /// Designs the kernels that the filters and splits now want, and hands them to the audio thread.
+  /// Designs the kernels of the present filters and splits, and hands them to the audio thread.
   void rebuildKernels();
-  /// Shows the audio thread all settings as they are now.
+  /// Hands all present settings to the audio thread.
   void publish() noexcept;
-  /// Samples by which the output is late once what is set is published.
+  /// Latency in samples with the present settings, once they are published.
   [[nodiscard]] int getLatency();
 
   // Audio thread.
-  /// `inputs`: main channels first, then sidechain channels; bad samples in them are replaced by 0.
-  /// `outputs`: one per main channel, may be the inputs themselves. Null channels are allowed: a
-  /// null input is silence, a null output is not written. 1 or 2 main channels, 0 to 2 sidechain
-  /// channels. 0 frames change nothing. `Sample` is float or double.
+  /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
+  /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
+  /// null output is not written. 0 frames change nothing. `Sample` is float or double.
   template <typename Sample>
   void processBlock(Sample* const* inputs, Sample* const* outputs, int frames, int mainChannels,
                     int sideChannels);
 
-  // Anywhere.
-  /// The history that each consumer's own `GainReductionReader` reads.
+  // Any thread.
+  /// Source for a `GainReductionReader`, of which each consumer needs its own.
   [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
-  /// The final output, for each consumer's own `OutputLevels`.
+  /// The final output: source for an `OutputLevels`, of which each consumer needs its own.
   [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
   [[nodiscard]] LoudnessMeter::Result loudnessResult() const noexcept { return loudness.result(); }
@@ -107,12 +106,11 @@ class compressor {
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
-  /// From the engine's own `GainReductionReader`.
+  /// Reads through the engine's own `GainReductionReader`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return reductionReader.getGainReduction(selector);
   }
-  /// Decibels; `parts` adds up 1 for the dynamic and 2 for the transient part. 0 for an unknown
-  /// band.
+  /// See `BandMeters::shownGain`; 0 for an unknown band.
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept;
   [[nodiscard]] double getBandEnvelope(int band) const noexcept;  ///< linear
   [[nodiscard]] double getBandLamp(int band, bool fast) const noexcept;
@@ -121,51 +119,50 @@ class compressor {
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
   [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
-  // What graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
-  // frequencies in Hz, each well below a microsecond.
-  /// The ideal of a crossover band or the analog filter of a dynamic EQ band; 1 for a band that is
-  /// off or unknown.
+  // Values that graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
+  // frequencies in Hz; one takes well below a microsecond.
+  /// The ideal magnitude of a crossover band, or that of a dynamic EQ band's analog filter; 1 for a
+  /// band that is off or unknown.
   [[nodiscard]] double getBandResponse(int band, double frequency);
-  /// The same at `n` frequencies, from a cache while neither they (by first, last and number) nor
-  /// the band have changed.
+  /// Writes `getBandResponse` at `n` frequencies to `out`. Cached; see `CurveCache`.
   void getBandCurve(int band, const float* frequencies, int n, float* out);
-  /// As `SidechainFilters::response`; 1 for an unknown band.
+  /// See `SidechainFilters::response`; 1 for an unknown band.
   [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const;
-  /// As it is set, which the audio thread follows from the next `publish` on; 0 dB everywhere for
-  /// an unknown band.
+  /// The curve as it is set, published or not; 0 dB everywhere for an unknown band.
   [[nodiscard]] StaticCurve getStaticCurve(int band) const;
 
   BandLayout layout;
 
  private:
-  /// What the frequency graph makes of a band's gain; 1 and 0 for a band that does nothing.
+  /// Linear gain and dry share of a band for the frequency graph; 1 and 0 for a band that does
+  /// nothing.
   struct ShownBand {
     std::atomic<double> gain{1.0}, dry{0.0};
   };
-  /// What a block reads once and keeps to its end.
+  /// Everything that is read once at the beginning of a block.
   struct Block {
     int frames;
     int channels;
     const EngineSettings& settings;
     ListenState listening;
   };
-  /// One band on its way through a block.
+  /// The processing of one band in a block.
   struct BandRun {
     int band;
     const EngineSettings::Band* settings;
     bool isXover;
     bool passive;
     int lookahead;             // samples
-    int heardPlace;            // of the crossover band that is its sidechain, or -1
-    WorkBuffers::Pair signal;  // in place
-    WorkBuffers::Pair side;    // sidechain, then linear gain; may become the same buffer
-    bool sameSide;             // both channels hear the same
-    bool oneDetector;          // which has worked for both channels
+    int heardPlace;            // list position of the crossover band it listens to, or -1
+    WorkBuffers::Pair signal;  // processed in place
+    WorkBuffers::Pair side;    // sidechain, then linear gain; both may become the same buffer
+    bool sameSide;             // both channels have the same sidechain
+    bool oneDetector;          // one detector has worked for both channels
   };
-  /// Who stood where in a block's chain.
+  /// The chain of a block.
   struct ChainSeen {
     StagePlan plan;
-    std::uint32_t stages = 0;  // a bit for each band that was one, and one for the crossover
+    std::uint32_t stages = 0;  // bits as in `stageBit`
     std::uint32_t listed = 0;  // a bit for each crossover band
   };
 
@@ -189,10 +186,10 @@ class compressor {
   void runBandStage(int band, const Block& block) noexcept;
   void runCrossoverStage(const Block& block) noexcept;
   void splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept;
-  /// The paths of bands that do not hear each other's output, over their signals in place.
-  /// `alignTo`: the lookahead that crossover bands come to, in samples.
+  /// Processes bands, none of which hears the output of another, with their signals in place.
+  /// `alignTo`: lookahead in samples to which crossover bands are delayed.
   void processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept;
-  /// `place`: of its signal in the buffers, for a crossover band that in the list.
+  /// `place`: index of its signal in the buffers; for a crossover band its index in the list.
   [[nodiscard]] BandRun beginBand(int band, bool isXover, std::size_t place,
                                   const Block& block) noexcept;
   [[nodiscard]] const double* sidechainSource(const BandRun& run,
@@ -202,7 +199,7 @@ class compressor {
   void shareGain(BandRun& run, const Block& block) noexcept;
   void applyGain(const BandRun& run, const Block& block) noexcept;
   void finishGain(const BandRun& run, const Block& block) noexcept;
-  /// `owner`: of the rings, as `DelayRings` has it.
+  /// `owner`: a band or `DelayRings::kCrossover`.
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
                  const Block& block, int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int owner, const Block& block, int samples) noexcept;
@@ -212,8 +209,9 @@ class compressor {
   void publishMeters(const Block& block) noexcept;
   [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept { return wanted.bands[at(band)]; }
 
-  // The audio thread's, and how longer ones reach it: it takes `announced` at its next block and
-  // leaves what it had in `retired`, which the control side empties before it announces again.
+  // The audio thread's buffers, and their replacement by longer ones: it takes `announced` at its
+  // next block and leaves the old ones in `retired`, which the control side empties before it
+  // announces again.
   std::unique_ptr<WorkBuffers> buffers;
   std::atomic<WorkBuffers*> announced{nullptr};
   std::atomic<WorkBuffers*> retired{nullptr};
@@ -239,14 +237,14 @@ class compressor {
   double sampleRate = 44100.0;  // Hz
 
   EngineSettings wanted;            // control side
-  mutable PlugBaseMutex curveLock;  // of the static curves in it, which others read
+  mutable PlugBaseMutex curveLock;  // guards the static curves in it, which other threads read
   KernelExchange<EngineSettings> published;
   std::atomic<StagePlan> shownPlan{};
   static_assert(std::atomic<StagePlan>::is_always_lock_free);
 
-  // Audio thread: samples until what last came in as a sidechain is out of the whole chain.
+  // Audio thread: samples until the last sidechain input has left the whole chain.
   int sidechainLeft = 0;
-  ChainSeen chainSeen;                        // audio thread: by the last block
+  ChainSeen chainSeen;                        // audio thread: of the last block
   int channelsSeen = WorkBuffers::kChannels;  // audio thread: in the last block
   bool oversampledSeen = false;               // audio thread: in the last block
   bool qualitySeen = false;                   // audio thread: `highQuality` of the last block

@@ -6,8 +6,8 @@
 namespace {
 
 constexpr int kMask = DelayRings::kSize - 1;
-// Rings stand further apart than their size, or all would share the few cache sets of their common
-// position: by what a ring has in use at a time, a filter's delay and a block.
+// Rings lie further apart than their size, by about what a ring uses at a time (a filter's delay
+// and a block). Otherwise their common position would map all of them to the same few cache sets.
 constexpr int kStride = DelayRings::kSize + 1024 + 72;
 
 void writeRing(double* ring, int position, const double* from, int count) noexcept {
@@ -16,11 +16,11 @@ void writeRing(double* ring, int position, const double* from, int count) noexce
   if (toEnd < count) std::copy_n(from + toEnd, count - toEnd, ring);
 }
 
-/// Fetches what the next block of this length will overwrite: with so many long rings taking turns,
-/// it has left the near caches since it was written.
+/// Prefetches the entries that the next block of this length will overwrite: with so many long
+/// rings they have left the near caches since they were written.
 void fetchAhead(const double* ring, int position, int count) noexcept {
   constexpr int kLine = 8;     // samples
-  constexpr int kMost = 1024;  // a longer block has time enough on its own
+  constexpr int kMost = 1024;  // samples; longer blocks do not need more
   for (int i = 0; i < std::min(count, kMost); i += kLine) {
     __builtin_prefetch(ring + ((position + i) & kMask), 1, 2);
   }
@@ -39,7 +39,7 @@ DelayRings::DelayRings() : memory(std::size_t{kLines} * kStride) {}
 std::size_t DelayRings::lineOf(int ring, int owner) noexcept {
   assert(ring >= (owner == kCrossover ? kExtBefore : 0) && ring < kRings);
   assert(owner >= 0 && owner <= kCrossover);
-  // The crossover's lines lie behind those of the bands.
+  // The crossover's lines come after those of the bands.
   return static_cast<std::size_t>(owner == kCrossover ? kRings * kNumBands + ring - kExtBefore
                                                       : ring * kNumBands + owner);
 }
@@ -50,8 +50,8 @@ void DelayRings::delayLine(double* buffer, int ring, int owner, int frames, int 
   Line& line = lines[index];
   if (line.end != now) line.known = 0;
   const int lag = std::clamp(delay, 0, kMaxDelay);
-  // A piece is written before it is read, as it may reach back into itself: no longer than what
-  // leaves the entries that it needs.
+  // A piece is written before it is read, since the delay may be shorter than the piece. It must
+  // not be so long that it overwrites entries still to be read.
   const int longest = kSize - lag;
   int at = position();
   for (int done = 0; done < frames;) {

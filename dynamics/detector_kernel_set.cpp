@@ -1,9 +1,10 @@
 // Compiled once for each instruction set, with the set's options and its name in `KERNEL_SET`.
-// As vector_types.h: all but the table unnamed, nothing of the standard library.
+// As in vector_types.h, everything but the table is in an unnamed namespace and nothing of the
+// standard library is used.
 //
-// Two layouts: along time, a chunk of one detector; and in rows, one value of each detector of a
-// group side by side, a row per sample. Sums and ballistics run in rows, where no step waits for
-// the step before it of another detector.
+// There are two layouts: along time, a chunk of one detector; and in rows, one value of each
+// detector of a group side by side, one row per sample. Sums and ballistics run in rows, where the
+// steps of one detector do not wait for those of another.
 
 #include "analysis/vector_math.h"
 #include "dynamics/detector_kernels.h"
@@ -11,7 +12,7 @@
 
 namespace {
 
-// A group of detectors, in rows of W * N; T is the width for what needs no rows.
+// A group of detectors, in rows of W * N; T is the vector width for work along time.
 
 template <int W, int N, int T>
 struct Group {
@@ -81,7 +82,7 @@ struct Group {
   }
 
   struct Averages {
-    Row scale1, scale2;  // 0 where there are no averages: then rows pass as they are
+    Row scale1, scale2;  // 0 for lanes without averages, whose rows pass unchanged
     Row sum1, sum2;
   };
 
@@ -104,7 +105,7 @@ struct Group {
     });
   }
 
-  /// One average, in place: from the changes of its sum to its values.
+  /// One moving average, in place: turns the changes of its sum into its values.
   static V average(V& sum, V scale, V change) noexcept {
     sum = ((sum + change) + kFlush) - kFlush;
     return scale > 0.0 ? scale * sum : change;
@@ -120,7 +121,7 @@ struct Group {
     sums = sum;
   }
 
-  /// The windows up to the changes of the second average's sum, in rows.
+  /// Runs the windows up to the changes of the second average's sum, in rows.
   static void windowRows(WindowLane* const* windows, double* const* signals, int count, int frames,
                          Averages& averages, Rows& rows) noexcept {
     WindowChunk a;
@@ -168,9 +169,9 @@ struct Group {
   struct Settings {
     Row attack, relSlow, relFast, rms, crest, hold, expand;
     Row shape, dynWeight, tranWeight;
-    bool transients = false;  // some detector wants them
-    bool flat = true;         // no detector's curve does anything
-    bool bent = false;        // some detector's curve has a knee
+    bool transients = false;  // some detector uses them
+    bool flat = true;         // all curves are 0 dB everywhere
+    bool bent = false;        // some curve has a knee
   };
 
   static void readTimes(DetectorLane* const* lanes, int count, Settings& s) noexcept {
@@ -201,17 +202,17 @@ struct Group {
     }
   }
 
-  /// `a` and `b` in the proportion `share` of `b`; exactly `b` where that is 1.
+  /// Mixes `a` with the share `share` of `b`; exactly `b` if that is 1.
   template <typename Values>
   static Values blend(Values a, Values b, Values share) noexcept {
     return share == 1.0 ? b : a + (b - a) * share;
   }
 
-  // What takes each value alone goes over rows as one array, a lane every `kLanes` values.
+  // Operations on single values treat the rows as one array, with a lane every `kLanes` values.
 
   using Wide = Vector<T>;
   static constexpr int kWides = kLanes > T ? kLanes / T : 1;
-  /// One value per lane, at each of its places in `kWides` vectors.
+  /// One value per lane, repeated at each of its places in `kWides` vectors.
   struct LaneValues {
     Wide v[kWides];
   };
@@ -266,7 +267,7 @@ struct Group {
     return (t - (2.0 * t * t * (t - 1.5) + t) * c.knee.v[n]) * range;
   }
 
-  /// The gains that the levels want at once.
+  /// The gains that the curve gives for the levels, without ballistics.
   template <bool bent>
   static void instantGains(Rows& levels, const Curves& curves, Rows& gains, int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
@@ -274,7 +275,8 @@ struct Group {
     });
   }
 
-  /// The levels become the gains that they and their envelopes want in the proportion of the shape.
+  /// Turns levels into gains: a mixture, by the shape, of the gains for the levels and for their
+  /// envelopes.
   template <bool bent>
   static void blendedGains(Rows& levels, Rows& envelopes, const Curves& curves,
                            int frames) noexcept {
@@ -305,7 +307,7 @@ struct Group {
   struct State {
     Row meanSquare, envelope, holdLeft, smoothedGain;
     Row envPeak, dynPeak, tranPeak;
-    Row fast, slow;  // 1 where a release was that
+    Row fast, slow;  // 1 where a release was fast or slow
   };
 
   static State stateOf(DetectorLane* const* lanes, int count) noexcept {
@@ -349,7 +351,7 @@ struct Group {
     });
   }
 
-  /// One step of the level's ballistics: moves the envelope to `x` and tells the phase.
+  /// One step of the level's ballistics: moves the envelope towards `x` and returns the phase.
   static V followLevel(V x, const Settings& s, State& state, int n) noexcept {
     const V one = broadcast<W>(1.0);
     V& envelope = state.envelope.v[n];
@@ -380,7 +382,7 @@ struct Group {
     const auto attacks = rises | (~expand & (phase == double{kAttack}));
     const auto holds = ~rises & (phase == double{kHold});
     const auto fast = ~rises & (phase == double{kFast});
-    // In "Expand" whatever is neither hold nor fast is slow, an attack of the level too.
+    // In expand mode everything except hold and fast release is slow, even an attack of the level.
     const V coefficient = fast ? one - s.relFast.v[n] : one - s.relSlow.v[n];
     const V used = attacks ? s.attack.v[n] : coefficient;
     state.fast.v[n] = fast ? one : state.fast.v[n];
@@ -390,7 +392,8 @@ struct Group {
     return y;
   }
 
-  /// From windows to envelopes: `rows` the changes of the second average's sum, then the levels.
+  /// From windows to envelopes. `rows` holds the changes of the second average's sum and is
+  /// replaced by the levels.
   static void followLevels(const Settings& s, Averages& averages, State& state, Rows& rows,
                            Rows& smoothed, Rows& phases, int frames) noexcept {
     for (int i = 0; i < frames; ++i) {
@@ -409,7 +412,7 @@ struct Group {
     }
   }
 
-  /// From gains to their smoothed parts, weighted; all in dB.
+  /// Turns gains into their weighted dynamic and transient parts; all in dB.
   static void followGains(const Settings& s, State& state, Rows& gains, Rows& instant, Rows& phases,
                           int frames) noexcept {
     const V one = broadcast<W>(1.0);
@@ -469,7 +472,7 @@ struct Group {
   }
 };
 
-// A pair has a group of its own width; more go by eights.
+// Up to two detectors form a group of their own width; more go in groups of eight.
 
 constexpr int kPair = 2;
 constexpr int kMany = 8;

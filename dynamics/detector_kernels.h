@@ -3,23 +3,23 @@
 #include "analysis/vector_kernels.h"
 #include "dynamics/detector_lane.h"
 
-/// The arithmetic of the detectors with the widest vectors of the processor: along time where
-/// samples are independent, across detectors where each needs the one before. Decisions (attack or
-/// release, slow or fast) rest on the same roundings on every processor; logarithm and power are
-/// polynomials that agree with the library's to 1e-9 dB. On the audio thread; nothing locks,
-/// allocates or throws.
+/// The arithmetic of the detectors on the processor's widest vectors: along time where samples are
+/// independent, across detectors where each sample needs the one before. Decisions (attack or
+/// release, slow or fast) use the same roundings on every processor; logarithm and power are
+/// polynomials that agree with the C library to 1e-9 dB. Audio thread; nothing locks, allocates or
+/// throws.
 struct DetectorKernels {
   static constexpr int kMaxLanes = 16;
   static constexpr int kChunk = 64;  ///< frames that one call takes at most
 
-  /// Lookahead windows over `signals`, linear levels of any sign, in place.
+  /// Runs lookahead windows over `signals`, linear samples of any sign, in place.
   void (*window)(WindowLane* const* windows, double* const* signals, int count,
                  int frames) noexcept;
-  /// Whole detectors over their signals, which are left alone but for those of their lanes.
+  /// Runs whole detectors over the signals of their lanes, in place.
   void (*detect)(DetectorLane* const* lanes, int count, int frames) noexcept;
 };
 
-/// As `vectorKernelsOf`.
+/// See `vectorKernelsOf`.
 template <InstructionSet set>
 [[nodiscard]] const DetectorKernels& detectorKernelsOf() noexcept;
 template <>
@@ -29,5 +29,5 @@ template <>
 template <>
 [[nodiscard]] const DetectorKernels& detectorKernelsOf<InstructionSet::kAvx512>() noexcept;
 
-/// Those that belong to `vectorKernels()`.
+/// The kernels of the instruction set of `vectorKernels()`.
 [[nodiscard]] const DetectorKernels& detectorKernels() noexcept;

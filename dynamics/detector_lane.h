@@ -2,51 +2,51 @@
 
 #include "dynamics/static_curve.h"
 
-// What the kernels of the detectors work on: plain records, one of each per detector.
+// The data of the detectors' kernels: plain records, one of each per detector.
 
-/// A lookahead window (see `LookaheadWindow`, which owns the memory). Level k of the tree, from
-/// entry 2^k - 1 on, is a ring of 2^k entries with the write position `treePosition`; while a level
-/// below `kUnrolled` is in use, its entries stand in `recent` instead, oldest first.
+/// A lookahead window; see `LookaheadWindow`, which owns the memory. Level k of the tree starts at
+/// entry 2^k - 1 and is a ring of 2^k entries with the write position `treePosition`. While a level
+/// below `kUnrolled` is in use, its entries are in `recent` instead, oldest first.
 struct WindowLane {
   static constexpr unsigned kUnrolled = 6;
   static constexpr unsigned kRingSize = 8192;
   static constexpr unsigned kRingMask = kRingSize - 1;
-  static constexpr int kRecent = 1 << (kUnrolled - 1);  // entries of a level, the last in use
+  static constexpr int kRecent = 1 << (kUnrolled - 1);  // entries per small level, last in use
 
   double* tree = nullptr;
-  double* recent = nullptr;  // `kRecent` for each small level
+  double* recent = nullptr;  // `kRecent` entries for each small level
   unsigned treePosition = 0;
   unsigned levels = 0;   // in use
-  unsigned lastLag = 0;  // samples by which the last of them looks back
+  unsigned lastLag = 0;  // samples by which the last level looks back
 
-  bool averaging = false;    // else the maximum is the result
-  double* maxima = nullptr;  // ring: what the first average takes in
-  double* means = nullptr;   // ring: what the second takes in
+  bool averaging = false;    // if not, the maximum is the result
+  double* maxima = nullptr;  // ring: input of the first average
+  double* means = nullptr;   // ring: input of the second average
   unsigned write = 0;        // position in both rings
   unsigned length1 = 0, length2 = 0;
   double scale1 = 0.0, scale2 = 0.0;
   double sum1 = 0.0, sum2 = 0.0;
 
-  double loudest = 0.0;  // level that came in since the owner set it to 0
+  double loudest = 0.0;  // highest input level since the owner last set this to 0
 };
 
-/// How soon a detector follows, per sample.
+/// How fast a detector follows, per sample.
 struct BallisticsCoefficients {
-  double attackCoef = 1.0;   ///< share of the way towards a rising input
-  double relSlowCoef = 0.0;  ///< what a release keeps
-  double relFastCoef = 0.0;
-  double rmsCoef = 1.0;      ///< share of the way of the mean square
+  double attackCoef = 1.0;   ///< share of the distance to a rising input
+  double relSlowCoef = 0.0;  ///< share of the distance that remains in a slow release
+  double relFastCoef = 0.0;  ///< the same in a fast release
+  double rmsCoef = 1.0;      ///< share of the distance of the mean square
   double crestRatio = 0.0;   ///< peak power over mean power from which release is fast
-  double holdSamples = 0.0;  ///< whole
+  double holdSamples = 0.0;  ///< a whole number
 };
 
 struct DetectorSettings {
   StaticCurve curve;
   BallisticsCoefficients times;
-  double shape = 1.0;       ///< 0 ballistics behind the curve .. 1 in front of it
+  double shape = 1.0;       ///< 0 ballistics after the curve .. 1 before it
   double dynWeight = 1.0;   ///< 0..1
   double tranWeight = 0.0;  ///< 0..1
-  bool expandMode = false;  ///< attack follows rising gain, not rising level
+  bool expandMode = false;  ///< attack follows rising gain instead of rising level
   int lookahead = 0;        ///< samples
 };
 
@@ -54,7 +54,7 @@ struct DetectorSettings {
 struct BallisticsState {
   double meanSquare = 0.0;
   double envelope = 0.0;      // linear
-  double holdLeft = 0.0;      // samples, whole
+  double holdLeft = 0.0;      // samples, a whole number
   double smoothedGain = 0.0;  // dB
 };
 
@@ -63,7 +63,7 @@ struct DetectorLane {
   WindowLane* window = nullptr;
   BallisticsState* state = nullptr;
   double* signal = nullptr;  // sidechain in, linear gain out
-  // Raised by the kernels.
+  // Updated by the kernels.
   double envPeak = 0.0;   // linear
   double dynPeak = 0.0;   // dB
   double tranPeak = 0.0;  // dB

@@ -5,11 +5,11 @@
 
 #include "dynamics/band_detector.h"
 
-/// The detectors of a band's two channels, which have the same settings. As long as both have heard
-/// the same since their last reset they would do the same work: then the first does it for both,
-/// and the second learns what it has missed when their ways part.
+/// The detectors of a band's two channels, which have the same settings. While both have heard the
+/// same signal since their last reset, the first works for both; when the signals start to differ,
+/// the second takes over the state of the first.
 ///
-/// Threads: as the detectors; `reset`, `resetRight` and `oneForBoth` on the audio thread.
+/// Threads: see `BandDetector`; `reset`, `resetRight` and `oneForBoth` on the audio thread.
 class DetectorPair {
  public:
   [[nodiscard]] BandDetector& operator[](std::size_t channel) noexcept {
@@ -27,15 +27,15 @@ class DetectorPair {
     behind = false;
   }
 
-  /// The second channel alone.
+  /// Resets the second channel only.
   void resetRight() noexcept {
     detectors[1].reset();
     alike = false;
     behind = false;
   }
 
-  /// In front of each block: `same`, the two hear the same samples in it. True: only the first is
-  /// to be run, and its result is that of the second, too.
+  /// Call before each block. `same`: both channels hear the same samples in it. Returns true if
+  /// only the first detector is to run, with its result valid for both.
   [[nodiscard]] bool oneForBoth(bool same) noexcept {
     if (!same) {
       if (behind) detectors[1].copySignal(detectors[0]);
@@ -47,6 +47,6 @@ class DetectorPair {
 
  private:
   std::array<BandDetector, 2> detectors;
-  bool alike = true;    // all heard since the last reset was the same
-  bool behind = false;  // the second has missed some of it
+  bool alike = true;    // both have heard the same since the last reset
+  bool behind = false;  // the second has missed blocks
 };

@@ -7,12 +7,12 @@
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/stage_plan.h"
 
-/// Settings of one band as its parameters give them.
+/// Settings of one band, as its parameters give them.
 struct BandSettings {
   bool active = false;
   bool solo = false;
   bool bypass = false;
-  bool leftRight = false;  ///< the two gains act on left and right, else on mid and side
+  bool leftRight = false;  ///< the two gains act on left and right; if false, on mid and side
   double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
   double gain = 1.0;       ///< linear
   double dry = 0.0;        ///< linear share of the unprocessed band
@@ -20,13 +20,13 @@ struct BandSettings {
 
 /// Where a band's sidechain comes from.
 struct SidechainRoute {
-  enum Source : int { kWide, kBand, kExternal };  ///< any other leaves what there was
+  enum Source : int { kWide, kBand, kExternal };  ///< other values keep the source before
   int source = kBand;
-  /// Place in the XOver list of the band that a crossover band hears instead, or -1.
+  /// Index in the XOver list of the band that a crossover band hears instead of itself, or -1.
   int bandIndex = -1;
 };
 
-/// What a band's two detectors do; decibels and ms, see `BandDetector`.
+/// Settings of a band's two detectors, in dB and ms; see `BandDetector`.
 struct BandDynamics {
   double threshold = 0.0;
   double ratioAbove = 0.0;
@@ -46,12 +46,12 @@ struct BandDynamics {
   float lookaheadMs = 0.0F;
 };
 
-/// How the product of a band and its gain is formed.
+/// How a band is multiplied by its gain.
 enum class Oversampling { kOff, kStandard, kHighQuality };
 
-/// All that a block reads of the engine's settings, apart from the filters and the sidechains'
-/// trim, which go ahead of it. The audio thread sees it change as a whole: a band is never heard in
-/// one place with the settings of another.
+/// All settings that a block reads, except filters and the sidechains' trim, which take effect
+/// earlier. The audio thread sees it change as a whole, so that a band is never heard in one place
+/// of the chain with the settings for another.
 struct EngineSettings {
   struct Band {
     BandSettings path;
@@ -64,17 +64,17 @@ struct EngineSettings {
     double in = 1.0;
     double wet = 1.0;
     double dry = 0.0;
-    bool listen = false;  ///< to the difference of wet and dry
+    bool listen = false;  ///< the difference between wet and dry is heard
   };
 
   std::array<Band, kNumBands> bands;
   StagePlan plan;
   int xoverMaxLookahead = 0;  ///< samples: the largest of the XOver list
-  int oversampleLatency = 0;  ///< samples, 0 where nothing is oversampled
-  bool highQuality = false;   ///< of what is oversampled; kept while nothing is
+  int oversampleLatency = 0;  ///< samples, 0 without oversampling
+  bool highQuality = false;   ///< of the oversampling; keeps its value while that is off
   Gains gains;
   int scListen = -1;  ///< the band whose sidechain is heard, or -1
   bool autolistenPassband = false;
   double analyserGain = 1.0;  ///< linear, of the dry traces
-  double meterDecay = 0.0;    ///< 0..1, the share that a peak keeps per sample
+  double meterDecay = 0.0;    ///< share of a peak left after a sample, 0..1
 };

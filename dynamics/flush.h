@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-/// `x`, or 0 for what is too small to matter: what decays to nothing would otherwise end among the
-/// denormals, where a step rounds to the value that it left. Far below any level that is compared,
-/// far above the denormals, so that once per block is enough.
+/// `x`, or 0 if it is too small to matter. A decaying value would otherwise end among the
+/// denormals, where a step can round back to the same value. The limit is far below any level that
+/// is compared and so far above the denormals that one call per block is enough.
 [[nodiscard]] inline double flushed(double x) noexcept { return std::abs(x) < 1e-100 ? 0.0 : x; }

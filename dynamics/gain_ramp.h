@@ -2,18 +2,18 @@
 
 #include <cstdint>
 
-/// A gain that moves to each new target in a straight line of 1000 samples, at any sample rate.
-/// Threads: on the audio thread, where it neither locks nor allocates.
+/// A gain that moves to each new target in a linear ramp of 1000 samples, at any sample rate.
+/// Threads: audio thread; it neither locks nor allocates.
 class GainRamp {
  public:
   static constexpr int kLength = 1000;  ///< samples
 
   explicit GainRamp(double startGain) noexcept : target(startGain) {}
 
-  /// Starts a ramp from the present gain when `gain` differs from the last target; a change in the
-  /// middle of a ramp starts from where that ramp is, with its whole length to go.
+  /// Starts a ramp of full length from the present gain, even in the middle of another ramp, if
+  /// `gain` differs from the last target.
   void setTarget(double gain) noexcept;
-  /// The gain jumps to its target.
+  /// Makes the gain jump to its target.
   void reset() noexcept;
   /// Writes the next `frames` gains.
   void fill(double* gains, int frames) noexcept;

@@ -7,14 +7,14 @@
 
 namespace {
 
-constexpr int kPlainUpTo = 3;  // samples that are too few for two averages
+constexpr int kPlainUpTo = 3;  // samples; up to here there are too few for two averages
 constexpr unsigned kRing = WindowLane::kRingSize;
 constexpr unsigned kMask = WindowLane::kRingMask;
 constexpr std::size_t kRecentSize = std::size_t{WindowLane::kUnrolled} * WindowLane::kRecent;
 constexpr std::size_t kSlack = 8;  // vectors may read beyond the last ring's end
 
-// A running sum keeps the rounding of the loudest level that went through it: from +120 dB on,
-// which no audio reaches, that is not below all levels that count.
+// A running sum keeps the rounding error of the loudest level that went through it. From +120 dB
+// on, which no audio reaches, that error matters at normal levels.
 constexpr double kLoud = 1e6;
 
 }  // namespace
@@ -52,7 +52,7 @@ void LookaheadWindow::clear() noexcept {
   window.write = 0;
   window.loudest = 0.0;
   loudSamples = 0;
-  // The next block takes up the lookahead anew, and with it the sums.
+  // The next block adopts the lookahead again and recomputes the sums.
   activeSamples = 0;
   window.levels = 0;
   window.averaging = false;
@@ -98,7 +98,7 @@ void LookaheadWindow::adopt(int samples) noexcept {
   unsigned size = 1;
   window.levels = 0;
   for (; size < static_cast<unsigned>(samples); size *= 2) ++window.levels;
-  // Half of the window's span, less what its power of two is too long.
+  // Half of the power of two, minus the samples by which that exceeds the window.
   window.lastLag = size / 2 - (size - static_cast<unsigned>(std::max(samples, 1)));
   unroll();
   window.averaging = samples > kPlainUpTo;

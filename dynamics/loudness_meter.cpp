@@ -63,7 +63,7 @@ void LoudnessMeter::setSampleRate(double sampleRate) noexcept {
 }
 
 void LoudnessMeter::setMeasuring(bool on) noexcept {
-  // The audio thread reads `started` only after it has seen `active`.
+  // In this order: the audio thread reads `started` only after it has seen `active`.
   if (on && !active.load(std::memory_order_relaxed)) {
     started.store(started.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   }

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-/// The two biquads of the K-weighting of ITU-R BS.1770, one channel, for any sample rate.
+/// The two biquads of the K-weighting of ITU-R BS.1770, for one channel at any sample rate.
 class KWeighting {
  public:
   /// Coefficients for `sampleRate` (Hz, > 0).
@@ -23,11 +23,10 @@ class KWeighting {
   Biquad shelf;
 };
 
-/// Compares the loudness of a signal before (`dry`) and after (`wet`) processing: two K-weighted
+/// Compares the loudness of a signal before (`dry`) and after (`wet`) processing by two K-weighted
 /// running mean squares with a time constant of 22.5 seconds. Threads: `setSampleRate` while
 /// nothing processes; `setMeasuring` and `result` on control threads, one at a time; `measure` on
-/// the audio thread. The filters and sums are the audio thread's own: it clears them when it meets
-/// a measurement that it has not seen.
+/// the audio thread, which owns the filters and sums and clears them when a new measurement begins.
 class LoudnessMeter {
  public:
   struct Result {
@@ -37,16 +36,15 @@ class LoudnessMeter {
     std::int32_t wetCount = 0;
   };
 
-  /// Hz; below or equal to 0 the mean follows every sample at once.
+  /// Hz; at or below 0 the mean follows every sample at once.
   void setSampleRate(double sampleRate) noexcept;
-  /// Switching on while off starts afresh; switching on while on changes nothing.
+  /// Starts a new measurement, unless one is running, or stops it.
   void setMeasuring(bool on) noexcept;
   [[nodiscard]] bool measuring() const noexcept;
-  /// What the running measurement has found; all 0 before its first block and while none runs.
+  /// The result so far; all 0 before the first block of a measurement and while none is running.
   [[nodiscard]] Result result() const noexcept;
 
-  /// Measures a block of one side; `right` is not read when `channels` is 1.
-  /// A block's dry side comes first, its wet side second.
+  /// Measures one side of a block, first dry, then wet. `right` is not read if `channels` is 1.
   void measure(const double* left, const double* right, bool isDry, int frames,
                int channels) noexcept;
 
@@ -68,8 +66,8 @@ class LoudnessMeter {
   Side dry;
   Side wet;
 
-  // The last block's findings; `publishedStart`, stored last with release, says of which
-  // measurement.
+  // Results up to the last block. `publishedStart`, stored last with release, says to which
+  // measurement they belong.
   std::atomic<double> dryMeanSquare{0.0};
   std::atomic<double> wetMeanSquare{0.0};
   std::atomic<std::int32_t> dryCount{0};

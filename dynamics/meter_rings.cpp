@@ -39,7 +39,7 @@ void MeterRings::writeReduction(int channel, const float* gains, int frames) noe
   Ring& ring = reductionRings[at(channel)];
   const std::uint32_t start = writePosition();
   constexpr int kChunk = 64;
-  constexpr double kSmallest = 1e-300;  // of what has a logarithm; as good as 0
+  constexpr double kSmallest = 1e-300;  // as good as 0, but with a logarithm
   std::array<double, kChunk> decibels{};
   for (int done = 0; done < frames; done += kChunk) {
     const int chunk = std::min(kChunk, frames - done);

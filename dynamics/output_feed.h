@@ -7,31 +7,31 @@
 
 #include "dynamics/shared_ring.h"
 
-/// The newest samples of the output, from which meters work out levels off the audio thread. It
-/// costs the audio thread nothing while nobody reads.
+/// The newest samples of the output, from which meters compute levels outside the audio thread.
+/// Nothing is written while there is no reader.
 /// Threads: `write` on the audio thread; `setSampleRate` and `reset` while nothing processes; all
-/// else anywhere, for any number of readers.
+/// else on any thread, for any number of readers.
 class OutputFeed {
  public:
   static constexpr int kChannels = 2;
-  /// Samples, at 192 kHz 0.68 s; both channels take 1 MiB.
+  /// Samples (0.68 s at 192 kHz); both channels take 1 MiB.
   static constexpr std::size_t kSize = 131072;
 
   void setSampleRate(double hz) noexcept { rate.store(hz, std::memory_order_relaxed); }
   /// As if a whole ring of silence had been written.
   void reset() noexcept;
-  /// One signal per channel, 1 or 2; a null signal and a channel that is not there are silence.
+  /// One signal per channel, 1 or 2; null signals and missing channels are silence.
   template <typename Sample>
   void write(const Sample* const* signals, int channels, int frames) noexcept;
 
-  /// From `addReader` to `removeReader` samples are written.
+  // Samples are written while there are readers.
   void addReader() const noexcept { readers.fetch_add(1, std::memory_order_relaxed); }
   void removeReader() const noexcept { readers.fetch_sub(1, std::memory_order_relaxed); }
   [[nodiscard]] double sampleRate() const noexcept {  ///< Hz
     return rate.load(std::memory_order_relaxed);
   }
-  /// Samples written since the beginning. The last `kSize` of them can be read; one that the audio
-  /// thread has overwritten meanwhile is a newer one.
+  /// Number of samples written so far. The last `kSize` can be read; a sample that the audio thread
+  /// overwrites meanwhile reads as a newer one.
   [[nodiscard]] std::uint64_t position() const noexcept {
     return written.load(std::memory_order_acquire);
   }
@@ -41,7 +41,7 @@ class OutputFeed {
 
  private:
   std::array<SharedRing<float, kSize>, kChannels> rings;
-  std::atomic<std::uint64_t> written{0};  // stored with release once the samples stand
+  std::atomic<std::uint64_t> written{0};  // stored with release after the samples
   std::atomic<double> rate{44100.0};      // Hz
   mutable std::atomic<int> readers{0};
 };

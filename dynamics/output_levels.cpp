@@ -6,7 +6,7 @@
 namespace {
 
 constexpr double kStepsPerSecond = 100.0;
-constexpr double kSettlingSeconds = 0.5;  // both windows and the filters'
+constexpr double kSettlingSeconds = 0.5;  // longer than both windows, so that the filters settle
 constexpr double kSilentPower = 1e-20;
 
 }  // namespace
@@ -36,7 +36,7 @@ void OutputLevels::update() noexcept {
 void OutputLevels::take(std::uint64_t at) noexcept {
   for (std::size_t c = 0; c < kChannels; ++c) {
     const auto sample = static_cast<double>(feed.sample(c, at));
-    const double x = sample * 0.0 == 0.0 ? sample : 0.0;  // no number would stay for ever
+    const double x = sample * 0.0 == 0.0 ? sample : 0.0;  // infinities and NaN would never decay
     const double y = filters[c].process(x);
     running.plain[c] += x * x;
     running.weighted += y * y;

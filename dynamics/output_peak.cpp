@@ -7,8 +7,8 @@
 
 namespace {
 
-/// A one-pole step that covers all but the share `base` of its way in `seconds`; 0 seconds: all at
-/// once.
+/// The factor of a one-pole follower that covers all but the share `base` of its way in `seconds`;
+/// with 0 seconds it follows at once.
 struct Time {
   double base;
   double seconds;
@@ -30,7 +30,7 @@ double factor(const Time& time, double sampleRate) noexcept {
 }
 
 double step(double env, double x, double up, double down) noexcept {
-  // A sample that is no number moves nothing: it would stay for ever.
+  // Infinities and NaN are ignored: they would stay for ever.
   const double distance = x * 0.0 == 0.0 ? std::abs(x) - env : 0.0;
   const double next = env + (distance > 0.0 ? up : down) * distance;
   return (next + 1.0) - 1.0;  // flushes small values; coarse below 2^-52, which no meter shows
@@ -62,7 +62,7 @@ void OutputPeak::followOne(int channel, const Sample* signal, int frames,
 template <typename Sample>
 void OutputPeak::followBoth(const Sample* left, const Sample* right, int frames,
                             Factors factors) noexcept {
-  // Each step waits for the one before it: two channels side by side take the time of one.
+  // Each step waits for the one before it, so that two channels side by side take the time of one.
   double l = envelope[0].load(std::memory_order_relaxed);
   double r = envelope[1].load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) {

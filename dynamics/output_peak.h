@@ -6,16 +6,16 @@
 /// Choices of the preference "Meter Ballistic".
 enum MeterBallistic : int { kDigital = 0, kPpm = 1, kVu = 2, kBbc = 3 };
 
-/// A level follower per output channel with the ballistics of a level meter.
+/// One level follower per output channel, with the ballistics of a level meter.
 /// Threads: `setBallistic` on a control thread at any moment; `reset` while nothing processes;
-/// `follow` on the audio thread; `peak` anywhere.
+/// `follow` on the audio thread; `peak` on any thread.
 class OutputPeak {
  public:
   /// Designs attack and release for `sampleRate` (Hz, > 0). An unknown choice counts as `kDigital`.
   void setBallistic(int choice, double sampleRate) noexcept;
   void reset() noexcept;
-  /// One signal per channel, 1 or 2; a null signal leaves its channel as it is. What is not a
-  /// channel shows silence.
+  /// One signal per channel, 1 or 2; a null signal leaves its channel as it is. Missing channels
+  /// show silence.
   template <typename Sample>
   void follow(Sample const* const* signals, int channels, int frames) noexcept;
   [[nodiscard]] double peak(int channel) const noexcept;  ///< linear; 0 for an unknown channel

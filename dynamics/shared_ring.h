@@ -4,10 +4,9 @@
 #include <cstddef>
 #include <memory>
 
-/// A ring of `Size` values that one thread writes and another reads while it does. Every entry is
-/// an atomic word without order; the position that goes with the ring is published by its owner
-/// with release after the entries are complete. A reader that falls a whole ring behind reads newer
-/// entries, no more.
+/// A ring of `Size` values that one thread writes while others read. Entries are relaxed atomics;
+/// the owner publishes the position that belongs to the ring with release, after the entries are
+/// written. A reader that falls a whole ring behind just reads newer entries.
 template <typename Value, std::size_t Size>
 class SharedRing {
   static_assert((Size & (Size - 1)) == 0, "indexed by a mask");

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A filter at one end: a pass filter of a slope, or a shelf of order 2 with a gain.
+/// Sets the low or the high filter: a pass filter with a slope, or a shelf of order 2 with a gain.
 void setEnd(LanthornEQ& filter, const SidechainFilterSettings::Filter& settings, int passType,
             int shelfType) noexcept {
   filter.setBypass(settings.on ? 0 : 1);
@@ -27,7 +27,7 @@ void setMiddle(LanthornEQ& filter, const SidechainFilterSettings::Filter& settin
   filter.setType(settings.second ? EQ::kBpf : EQ::kPeak);
 }
 
-/// Bit by bit.
+/// Whether both are the same, bit by bit.
 bool areSame(const double* a, const double* b, int count) noexcept {
   std::uint64_t differences = 0;
   for (int i = 0; i < count; ++i) {

@@ -7,39 +7,40 @@
 #include "filters/lanthorn_eq.h"
 #include "platform/plug_base_mutex.h"
 
-/// The three filters of a sidechain as its parameters give them: Hz, dB and whole dB per octave.
+/// The three filters of a sidechain, as its parameters give them: Hz, dB and whole dB per octave.
 struct SidechainFilterSettings {
   struct Filter {
     bool on = false;
     float frequency = 1000.0F;
     float gain = 0.0F;
     float q = 0.71F;
-    int slope = 24;  // of a pass filter; the middle filter has none
-    /// The second of the filter's types: a shelf at the ends, a band-pass in the middle.
+    int slope = 24;  // of a pass filter; the middle filter has no slope
+    /// The second of the filter's two types: a shelf for low and high, a band-pass for the middle.
     bool second = false;
   };
   double trimDb = 0.0;
   Filter low, mid, high;
 };
 
-/// How the two channels of a sidechain become what the two detectors hear.
+/// How the two channels of a sidechain are mixed for the two detectors.
 struct SidechainLinkage {
-  /// Left/right or mid/side, and which of the two is heard: 0 the first alone .. 100 the second
-  /// alone.
+  /// Chooses left/right or mid/side, and the balance between the two: 0 only the first .. 100 only
+  /// the second.
   void setPosition(bool leftRight, int percent) noexcept;
-  /// Makes left and right, in place, into what the detectors hear; whether that is the same.
+  /// Turns left and right, in place, into the levels for the two detectors. Returns whether both
+  /// are known to be the same.
   bool link(double* left, double* right, int frames) const noexcept;
 
-  /// By which left and right become the first channel (0, 1) and the second (2, 3).
+  /// Factors of left and right in the first channel (0, 1) and in the second (2, 3).
   std::array<double, 4> factors{};
   double unlink = 0.0;  ///< 0: both detectors hear the louder channel .. 1: each hears its own
 };
 
-/// One of a sidechain's three filters, or all of them in a row.
+/// One of a sidechain's three filters, or all three in series.
 enum SidechainFilter : int { kLowFilter = 0, kMidFilter = 1, kHighFilter = 2, kAllFilters = 3 };
 
-/// What a band's detectors hear of their source: trim, a low, a middle and a high filter per
-/// channel.
+/// The trim and the low, middle and high filters of each channel between a band's sidechain source
+/// and its detectors.
 ///
 /// Threads: `set` on one control thread at a time, at any moment; `process` and `reset*` on the
 /// audio thread; `setSampleRate` while nothing processes; `response` on any thread but the audio
@@ -47,15 +48,15 @@ enum SidechainFilter : int { kLowFilter = 0, kMidFilter = 1, kHighFilter = 2, kA
 class SidechainFilters {
  public:
   void setSampleRate(float hz) noexcept;
-  /// Designs what has changed, which may take some hundred microseconds per filter. Throws when
-  /// memory runs out; what it had not come to, the next call does.
+  /// Designs the filters that have changed, which may take some hundred microseconds per filter.
+  /// Throws std::bad_alloc; the next call designs the filters that this one did not reach.
   void set(const SidechainFilterSettings& settings);
 
-  /// Clears the filters' past; coefficients in force stay.
+  /// Clears the filters' past; present coefficients stay.
   void reset() noexcept;
-  void resetRight() noexcept;  ///< the second channel alone
-  /// The analog magnitude of a `SidechainFilter`, without the trim, at `frequency` Hz, as of the
-  /// last design; 1 for a filter that is off and for an unknown one.
+  void resetRight() noexcept;  ///< the second channel only
+  /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
+  /// designed; 1 for a filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;
 
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
@@ -69,7 +70,7 @@ class SidechainFilters {
   Filters midFilter;
   Filters highFilter;
   std::atomic<double> trim{1.0};  // linear
-  // What responses are drawn from: copies, under the lock.
+  // Copies from which responses are drawn, under the lock.
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
   mutable PlugBaseMutex rowsLock;
 };

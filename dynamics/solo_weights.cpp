@@ -6,7 +6,7 @@
 StageWeights dynamicEqWeights(const SoloBand& band, const ListenState& listening) noexcept {
   const bool alone = listening.scListen == band.band || band.solo;
   const double rest = !alone || listening.listen ? 1.0 : 0.0;
-  // Another band's sidechain being heard takes the place of what passes beside this one.
+  // While another band's sidechain is heard, that replaces the rest of this band.
   if (listening.scListen == -1 && band.solo && listening.passband) return {0.0, 1.0 - rest};
   return {1.0, rest};
 }

@@ -34,7 +34,7 @@ std::uint32_t stagesInOrder(const StagePlan& before, const StagePlan& plan) noex
     };
     return worth(a) < worth(b);
   };
-  // By the slot of before: the best choice so far whose last stage stood there.
+  // Indexed by a slot of `before`: the best choice so far whose last stage is in that slot.
   std::array<std::uint32_t, kSlots> choices{};
   plan.forEachStage([&](int stage) {
     std::uint32_t best = 0;

@@ -7,26 +7,26 @@
 
 class BandLayout;
 
-/// The chain of a block, packed: dynamic EQ bands one after the other, among them the crossover
-/// stage with its bands side by side.
+/// The chain of a block, packed: dynamic EQ bands in series, and among them the crossover stage
+/// with its bands in parallel.
 ///
-/// One word of 64 bits, for those who look on while it changes. Aligned as one, or some compilers
-/// call a library with locks for it.
+/// One word of 64 bits, so that other threads can read it while it changes. Aligned as one word;
+/// otherwise some compilers call a library that locks.
 struct alignas(8) StagePlan {
-  static constexpr int kCrossoverStage = -1;  ///< beside the stages 0..7, which are bands
+  static constexpr int kCrossoverStage = -1;  ///< stages 0..7 are bands
 
   /// Eight 4-bit slots, lowest first, each a stage + 2, or 0 for none.
   std::uint32_t stages = 0;
   /// Eight 3-bit bands in list order, lowest first; bits 24..27 hold the length of the list.
   std::uint32_t xover = 0;
 
-  /// The chain that a layout describes, under its lock.
+  /// The chain that a layout describes; takes the layout's lock.
   [[nodiscard]] static StagePlan of(BandLayout& layout);
 
   [[nodiscard]] constexpr int xoverLength() const noexcept {
     return std::min(static_cast<int>((xover >> 24U) & 15U), kNumBands);
   }
-  /// The band at a place of the XOver list.
+  /// The band at an index of the XOver list.
   [[nodiscard]] constexpr int xoverBand(int place) const noexcept {
     return static_cast<int>((xover >> (3 * place)) & 7U);
   }
@@ -51,11 +51,11 @@ struct alignas(8) StagePlan {
   static constexpr int kEnd = 13;
 };
 
-/// Stages as bits: bands 0..7, and above them the crossover.
+/// A stage as a bit: bands 0..7, then the crossover.
 [[nodiscard]] constexpr std::uint32_t stageBit(int stage) noexcept {
   return 1U << (stage < 0 ? kNumBands : stage);
 }
 
-/// The stages of both plans that stand in the same order in both, so many of them that the fewest
-/// are left over. The crossover, with all its bands, is never left over. Any thread.
+/// The stages, as bits, that can stay when `before` becomes `plan`: a longest common subsequence of
+/// both. It always includes the crossover, with all its bands, if both have one. Any thread.
 [[nodiscard]] std::uint32_t stagesInOrder(const StagePlan& before, const StagePlan& plan) noexcept;

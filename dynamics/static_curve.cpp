@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr double kSteepest = 1e6;  // a gate
+constexpr double kSteepest = 1e6;  // dB per dB: a gate
 
 double slope(double amount, double range) noexcept {
   return range == 0.0 ? 0.0 : std::abs(amount / range);

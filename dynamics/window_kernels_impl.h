@@ -3,22 +3,22 @@
 #include "analysis/vector_math.h"
 #include "dynamics/detector_kernels.h"
 
-// What a lookahead window does along time, a chunk of one detector at once. As vector_types.h: a
-// copy per instruction set, nothing of the standard library.
+// The part of a lookahead window that runs along time, one chunk of one detector at a time. As in
+// vector_types.h, one copy per instruction set and nothing of the standard library.
 
 namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
 
 constexpr int kChunk = DetectorKernels::kChunk;
 constexpr int kSlack = 8;  // what a vector may read or write beyond a chunk
 constexpr double kFlush = 1e-30;
-constexpr double kNoLevel = 1e150;  // from here on (its square overflows) a level is none
+constexpr double kNoLevel = 1e150;  // from here on, where squares overflow, a level counts as 0
 
 /// A chunk of one detector along time; vectors may run into the slack.
 struct TimeChunk {
   double samples[kChunk + kSlack];
 };
 
-/// Short copies, which the compiler would make calls of the library's.
+/// Copies few samples, where the compiler would otherwise call the library.
 template <int T>
 inline void copy(const double* from, int count, double* to) noexcept {
   int i = 0;
@@ -32,20 +32,20 @@ inline void copy(const double* from, int count, double* to) noexcept {
 
 // The sliding maximum, along time.
 
-/// A chunk with the samples before it in front.
+/// A chunk, preceded by room for the samples before it.
 struct WindowChunk {
   double memory[WindowLane::kRecent + kChunk + kSlack];
   [[nodiscard]] double* samples() noexcept { return memory + WindowLane::kRecent; }
 };
 
-/// The size of a sample, 0 for what is no number.
+/// The absolute value of a sample; 0 for NaN and absurdly large ones.
 template <int T>
 inline Vector<T> sizeOf(Vector<T> x) noexcept {
   const auto size = larger<T>(x, -x);
   return size < kNoLevel ? size : Vector<T>{};
 }
 
-/// Levels of a signal; returns the largest.
+/// Turns a signal into levels; returns the largest.
 template <int T>
 inline double rectify(const double* from, int frames, double* to) noexcept {
   Vector<T> loudest = {};
@@ -78,7 +78,8 @@ inline int least(int x, unsigned y) noexcept {
   return x < static_cast<int>(y) ? x : static_cast<int>(y);
 }
 
-/// One of the tree's small levels: `entries` come in front of the chunk and leave behind it.
+/// One of the tree's small levels: its entries are put before the chunk, and the last ones of the
+/// chunk replace them.
 template <int T>
 inline void maximumOfRecent(double* entriesEnd, unsigned size, unsigned lag, double* in,
                             double* out, int frames) noexcept {
@@ -88,7 +89,7 @@ inline void maximumOfRecent(double* entriesEnd, unsigned size, unsigned lag, dou
   copy<T>(in + (frames - kept), kept, entriesEnd - kept);
 }
 
-/// One of the tree's large levels, a ring: it gives what lies before the chunk.
+/// One of the tree's large levels: a ring that holds the samples before the chunk.
 template <int T>
 inline void maximumThroughRing(double* ring, unsigned size, unsigned position, unsigned lag,
                                const double* in, double* out, int frames) noexcept {
@@ -104,7 +105,8 @@ inline void maximumThroughRing(double* ring, unsigned size, unsigned position, u
   copy<T>(in + upToEnd, frames - upToEnd, ring);
 }
 
-/// The largest of the last samples of `from`, a level of any sign; the result stands in `a` or `b`.
+/// The sliding maximum of the absolute values of `from`. Returns the result, which is in `a` or
+/// `b`.
 template <int T>
 double* slideMaximum(WindowLane& window, const double* from, int frames, WindowChunk& a,
                      WindowChunk& b) noexcept {
@@ -132,10 +134,10 @@ double* slideMaximum(WindowLane& window, const double* from, int frames, WindowC
   return in;
 }
 
-// The moving averages, along time but for their sums.
+// The part of the moving averages that runs along time: everything but their sums.
 
-/// What a sum over `length` samples changes by at each of `in`, which its ring takes in from
-/// `write` on.
+/// Writes to `out` the changes of a sum over `length` samples at each sample of `in`, and stores
+/// `in` in its ring from `write` on.
 template <int T>
 inline void takeIn(double* ring, unsigned write, unsigned length, const double* in, double* out,
                    int frames) noexcept {
@@ -143,7 +145,7 @@ inline void takeIn(double* ring, unsigned write, unsigned length, const double* 
   const int upToEnd = least(frames, size - write);
   copy<T>(in, upToEnd, ring + write);
   copy<T>(in + upToEnd, frames - upToEnd, ring);
-  // The entries that the next chunk overwrites have left the near caches long ago.
+  // Prefetch the entries that the next chunk overwrites: they left the near caches long ago.
   for (unsigned ahead = write + kChunk; ahead < write + 2 * kChunk; ahead += kSlack) {
     __builtin_prefetch(ring + (ahead & WindowLane::kRingMask), 1, 2);
   }

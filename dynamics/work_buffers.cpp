@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kPairs = 4;
 constexpr std::size_t kBandSets = 3;
-constexpr std::size_t kSingle = 1 + 2 * 2;  // the ramp, and two of twice the length
+constexpr std::size_t kSingle = 1 + 2 * 2;  // the ramp, and two buffers of twice the length
 constexpr std::size_t kBuffers =
     WorkBuffers::kChannels * (kPairs + kBandSets * kNumBands) + kSingle;
 

@@ -6,16 +6,16 @@
 
 #include "dynamics/bands.h"
 
-/// The engine's block buffers, all of one length: whatever is as long as a block is here, so that a
-/// longer block means another one of these and nothing else. Two channels always stand; a mono
-/// instance leaves the second as it is.
+/// The engine's block buffers, all of one length. Everything as long as a block is here, so that a
+/// longer block only needs a new object of this class. There are always two channels; mono blocks
+/// do not touch the second.
 class WorkBuffers {
  public:
   static constexpr int kChannels = 2;
   using Pair = std::array<double*, kChannels>;
   using BandSet = std::array<std::array<double*, kNumBands>, kChannels>;
 
-  /// For blocks of `frames`, cleared. Throws when memory runs out.
+  /// Makes cleared buffers for blocks of up to `frames`. Throws std::bad_alloc.
   explicit WorkBuffers(int frames);
   WorkBuffers(const WorkBuffers&) = delete;
   WorkBuffers& operator=(const WorkBuffers&) = delete;
@@ -24,15 +24,15 @@ class WorkBuffers {
   [[nodiscard]] int capacity() const noexcept { return maxFrames; }  ///< frames
 
   Pair wet{};          ///< the running chain signal
-  Pair dry{};          ///< the input after its trim, delayed as the wet path is
+  Pair dry{};          ///< the input after its trim, with the delay of the wet path
   Pair rest{};         ///< the part of the signal outside a dynamic EQ band
   Pair ext{};          ///< external sidechain input
   BandSet band{};      ///< crossover bands by list position; entry 0 serves a dynamic EQ stage
-  BandSet bandCopy{};  ///< the crossover bands as the split left them, a sidechain source
+  BandSet bandCopy{};  ///< the crossover bands after the split, as sidechain sources
   BandSet side{};      ///< each band's sidechain, then its linear gain
   double* ramp = nullptr;
   double* upSignal = nullptr;                 ///< 2 * capacity: scratch of the oversampled product
-  double* upGain = nullptr;                   ///< likewise
+  double* upGain = nullptr;                   ///< the same size and use
   std::array<float*, kChannels> reduction{};  ///< linear gain of all bands together, for the meters
 
  private:

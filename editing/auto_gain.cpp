@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kSilence = 0.00000001;  // mean square
 
-/// What a user moves to judge or set levels by ear: Auto Gain keeps out of the way.
+/// Parameters with which users judge or set levels by ear: Auto Gain must not interfere.
 bool takesOver(int index) noexcept {
   const int row = isBandParameter(index) ? bandOneIdOf(index) : index;
   return row == kOpTrim || row == kSCListen || row == kListen || row == kB1Solo;
@@ -53,7 +53,7 @@ void AutoGain::onIdle(double sampleRate) {
   if (!engine.measuring()) return;
   const LoudnessMeter::Result found = engine.loudnessResult();
   if (!std::isfinite(found.dryMeanSquare) || !std::isfinite(found.wetMeanSquare)) {
-    // Nor would it be one later: the trim stays, and another measurement begins.
+    // It would never become finite again: keep the trim and start another measurement.
     engine.setMeasuring(false);
     startIfWanted();
     return;

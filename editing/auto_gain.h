@@ -3,9 +3,9 @@
 class EditedParameters;
 class compressor;
 
-/// Auto Gain: measures what the chain has done to loudness and sets the output trim to undo it. An
-/// edit starts a measurement, the idle call ends it; touching what the measurement stands on
-/// switches it off. Threads: control side.
+/// Auto Gain: measures how the chain changes the loudness and sets the output trim to undo that. An
+/// edit starts a measurement and the idle call ends it. An edit of the output trim, of listening or
+/// of a solo switches Auto Gain off. Threads: control threads.
 class AutoGain {
  public:
   AutoGain(EditedParameters& edited, compressor& measured) noexcept
@@ -13,9 +13,9 @@ class AutoGain {
 
   void beginEdit(int index);
   void endEdit();
-  /// A state was loaded: what was measured of another one does not count.
+  /// Restarts the measurement after a state has been loaded.
   void startAfresh();
-  /// Ends the measurement when a second of audible signal has gone through.
+  /// Ends the measurement and sets the trim after one second of audible signal.
   void onIdle(double sampleRate);  ///< Hz
 
  private:

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::int32_t kNeutralOrder = 1754760;  // 0 to 7
+constexpr std::int32_t kNeutralOrder = 1754760;  // bands 0 to 7 in order
 constexpr float kNeutralNormalised = 0.8367348F;
 
 bool isRunning(const EditedParameters& parameters, int band) {
@@ -23,14 +23,15 @@ constexpr bool staysWithBand(int row) noexcept {
   return row <= kB1Solo || row == kB1Frequency || row == kB1Slope || row == kB1Slope2;
 }
 
-/// A place in the order for what names a band by its number.
+/// The new number of a band that a parameter names; a value that names no band stays.
 template <typename Order>
 float renamed(float plainBand, const Order& order) {
   const auto* const found = std::find(order.begin(), order.end(), static_cast<int>(plainBand));
   return found == order.end() ? plainBand : static_cast<float>(found - order.begin());
 }
 
-/// Takes all locks and links off parameters; puts others on at its end.
+/// Clears the locks and links of the band parameters and of the order. At its end gives each band
+/// parameter those of its source, and restores the lock of the order.
 class FlagMove {
  public:
   FlagMove(EditedParameters& edited, std::vector<int> from)
@@ -58,12 +59,12 @@ class FlagMove {
  private:
   EditedParameters& parameters;
   const bool orderLocked;
-  const std::vector<int> sources;  // of each band parameter
+  const std::vector<int> sources;  // for each band parameter, the one whose place it takes
   std::vector<bool> locks;
   std::vector<bool> links;
 };
 
-/// Whether the lists hold what the bands' parameters say they should.
+/// Whether the lists agree with the bands' state, type and frequency.
 bool chainStands(const BandLayout& layout) {
   const auto all = [&layout](const BandLayout::List& list, bool running, bool crossover) {
     return std::ranges::all_of(list, [&](std::int32_t band) {
@@ -160,7 +161,7 @@ void BandEdits::copyBand(int source, int target) {
   parameters.endStep();
 }
 
-/// False when there is nothing to sort, or no chain to sort by.
+/// Finds the order to sort by. False if there is nothing to sort or no valid chain.
 bool BandEdits::findOrder(Order& order) {
   BandLayout& layout = parameters.layout();
   const BandLayout::Scope lock(layout);

@@ -6,7 +6,7 @@
 
 class EditedParameters;
 
-/// Which bands an entry of the band menu means, by its place in its submenu.
+/// The bands that an entry of the band menu applies to, numbered by its place in its submenu.
 enum BandScope : int {
   kThisBand,
   kOtherBands,
@@ -19,42 +19,42 @@ inline constexpr std::array<const char*, 6> kBandScopeTexts = {
     "This band",       "All other bands",   "All bands",
     "All XOver bands", "All Dynamic bands", "All selected bands"};
 
-// Asked before the bands are sorted, unless this preference is off.
+// The question asked before bands are sorted, unless the preference is off.
 inline constexpr const char* kSortPreference = "Sorting Warning";
 inline constexpr const char* kSortCaption = "Halvekro : Confirmation";
 inline constexpr const char* kSortQuestion =
     "Sorting bands into order may cause existing automation data to replay for the wrong bands. Do "
     "you still wish to continue?";
 
-/// Does what the menu of a band offers, each call as one step of the history; locks and links
-/// themselves are no part of that. Bands are 0..7; another one does nothing. Threads: message
-/// thread.
+/// The actions of a band's menu. Each call is one undo step, but changes of locks and links are not
+/// undone. Bands are 0..7; a call for any other band does nothing. Threads: message thread.
 class BandEdits {
  public:
   explicit BandEdits(EditedParameters& edited) noexcept : parameters(edited) {}
 
-  // Locks and links of all rows of the running bands in a `BandScope`, but for what says where a
-  // band sits, of which kind it is and whether it is heard.
+  // Lock, unlock, link or unlink the rows of the running bands in a `BandScope`: all rows from
+  // `kB1Threshold` on, so not state, bypass, type, shape and solo.
   void lock(int band, int scope, BandMask selected) { setLocks(band, scope, selected, true); }
   void unlock(int band, int scope, BandMask selected) { setLocks(band, scope, selected, false); }
-  /// Frequencies and gains stay alone; their rows take the values of `band`.
+  /// Frequencies and gains are left out. The linked rows take the values of `band`.
   void link(int band, int scope, BandMask selected) { setLinks(band, scope, selected, true); }
-  /// As `link`: the rows take the values of `band` a last time.
+  /// As `link`: the rows take the values of `band` one last time.
   void unlink(int band, int scope, BandMask selected) { setLinks(band, scope, selected, false); }
 
-  /// What `copyBand` takes for all bands.
+  /// Target of `copyBand` for all other bands.
   static constexpr int kEveryTarget = -1;
-  /// Copies rows with their locks and links, but for what `lock` leaves out, frequency and slopes.
-  /// A lock of the target does not hold this off.
+  /// Copies a band's rows with their locks and links, except those that `lock` leaves out,
+  /// frequency and slopes. Locked rows of the target are overwritten, too.
   void copyBand(int source, int target);
 
-  /// Numbers the bands by their order in the chain, which stays as it is, and so does the sound:
-  /// rows, locks and links move, and what names a band names it by its new number. False, with
-  /// nothing changed, when they are in order, and while the chain does not follow its parameters.
+  /// Renumbers the bands in the order of the chain. The chain and the sound stay the same: rows,
+  /// locks and links move to the new numbers, and parameters that name a band name its new number.
+  /// False, with nothing changed, if the bands are in order already or the chain does not agree
+  /// with the parameters.
   bool sortBands();
 
  private:
-  using Order = std::array<int, kNumBands>;  // old numbers by new ones
+  using Order = std::array<int, kNumBands>;  // old band number, indexed by the new one
 
   [[nodiscard]] BandMask bandsIn(int band, int scope, BandMask selected) const;
   void setLocks(int band, int scope, BandMask selected, bool on);

@@ -21,8 +21,8 @@ constexpr const char* kNoBandFile = "is no band file";
 constexpr const char* kOpenTitle = "Select band file";
 constexpr const char* kSaveTitle = "Choose destination filename";
 
-/// The place in the file's list of rows that has this key: `hint` if that does, since files have
-/// the order of the list. Past the end for a key that is none.
+/// The index in `kBandFileRows` of the row with this key; past the end if there is none. Tries
+/// `hint` first, since files usually follow the order of the list.
 std::size_t placeOf(const ParameterKeys& keys, const char* key, std::size_t hint) {
   if (hint < kBandFileRows.size() && keys.name(kBandFileRows.at(hint)) == key) return hint;
   const auto* const found = std::find(kBandFileRows.begin(), kBandFileRows.end(), keys.find(key));
@@ -98,7 +98,7 @@ void BandFiles::loadBandTemplate() {
   if (text.empty()) return;
   const auto values = parse(text);
   if (!values) {
-    // Either file may have been the one.
+    // Find out which of the two files was read.
     std::string bytes;
     const bool isFactory = static_cast<bool>(readWholeFile(defaultPath, bytes, kMostDocumentBytes));
     reportFileContent(isFactory ? kFactoryFile : defaultPath, kNoBandFile,
@@ -147,7 +147,7 @@ bool BandFiles::loadBandFile(const std::string& path, int band) {
   return false;
 }
 
-/// Where it cannot be made, saving tells.
+/// The user's folder of bands, created if missing. If that fails, saving reports it.
 std::string BandFiles::ownFolder() const {
   std::string folder = folders.bands();
   if (!folder.empty()) static_cast<void>(makeFolders(folder));

@@ -13,8 +13,8 @@ class Dialogs;
 class EditedParameters;
 struct InstallFolders;
 
-/// Rows of a band that a band file holds, in its order, as ids of band 1: all but where the band
-/// sits, of which kind it is, whether it runs or is heard alone, and which band it listens to.
+/// The rows of a band that a band file holds, in the file's order, as ids of band 1: all rows
+/// except state, bypass, type, solo, frequency and the sidechain's source band.
 inline constexpr auto kBandFileRows = [] {
   std::array<std::int32_t, 45> rows{};
   std::size_t count = 0;
@@ -26,38 +26,38 @@ inline constexpr auto kBandFileRows = [] {
   return rows;
 }();
 
-/// Band files, and the band template that one of them may replace.
+/// Band files, and the band template, which the user's default band may replace.
 ///
-/// A band file is an object "params" of plain values under the keys of band 1, whichever band it is
-/// of, with a zero byte behind the text. Bands are 0..7; another one does nothing. What changes a
-/// band does it as one step of the history, and the engine hears of all of it at once. Threads:
-/// message thread.
+/// A band file is a JSON object "params" of plain values under the keys of band 1, whichever band
+/// was saved, followed by a zero byte. Bands are 0..7; a call for any other band does nothing. Each
+/// change of a band is one undo step and reaches the engine as one. Threads: message thread.
 class BandFiles {
  public:
   BandFiles(EditedParameters& edited, const InstallFolders& installed) noexcept
       : parameters(edited), folders(installed) {}
 
-  /// Gives the text of a band's file. Returns its length with the zero behind it; 0 for no band.
+  /// Writes a band to the text of a band file. Returns its length including the zero byte; 0 if
+  /// there is no such band.
   std::int32_t saveBand(std::string& text, int band) const;
-  /// Takes the text of a band file, zero-terminated or not. Rows it does not hold stay. False, with
-  /// nothing changed, when it is none.
+  /// Loads a band from the text of a band file, zero-terminated or not. Rows that it lacks stay as
+  /// they are. False, with nothing changed, if the text is no band file.
   bool loadBandFromText(const char* text, std::size_t size, int band);
-  /// Takes the values of the band template.
+  /// Sets the rows of a band to the values of the band template.
   void resetBand(int band);
 
-  /// Reads the user's or else the product's default band into the template of all bands. Where
-  /// there is none the template stays; of one that is no band file the user is told.
+  /// Reads the default band into the template of all bands: the user's, otherwise the factory one.
+  /// Without either the template stays; the user is told of a file that is no band file.
   void loadBandTemplate();
-  /// Makes a band the user's default. When it cannot be written, all stays as it is.
+  /// Makes a band the user's default. If its file cannot be written, nothing changes.
   void saveDefaultBand(int band);
 
-  // Files that the user has chosen: false when it failed, and the user has been told.
+  // Save and load files that the user has chosen. On failure they tell the user and return false.
   bool saveBandFile(const std::string& path, int band) const;
   bool loadBandFile(const std::string& path, int band);
 
-  /// The user's folder of bands with those below it, as it is now.
+  /// The present contents of the user's folder of bands and its subfolders.
   [[nodiscard]] PresetMenu bandPresets() const;
-  // Ask for a file in that folder, which is made if it is missing; nothing happens on cancel.
+  // Ask for a file in that folder, which is created if missing; nothing happens on cancel.
   void saveBandDialog(Dialogs& dialogs, int band) const;
   void loadBandDialog(Dialogs& dialogs, int band);
 
@@ -71,5 +71,5 @@ class BandFiles {
 
   EditedParameters& parameters;
   const InstallFolders& folders;
-  std::string defaultPath;  // of the user's default band; empty without a folder for it
+  std::string defaultPath;  // file of the user's default band; empty without a folder for it
 };

@@ -22,7 +22,7 @@ namespace {
 
 using Parts = BandMenuParts;
 
-/// Shapes that the menu offers, of all that a dynamic EQ band may have.
+/// The shapes that the menu offers, a selection of those a dynamic EQ band can have.
 struct Shape {
   const char* text;
   int subType;
@@ -66,8 +66,8 @@ void addFiles(Menu& menu, const Parts& parts, int band) {
   menu.addSubmenu(std::move(files));
 }
 
-/// A running band that becomes one of the other kind moves in the chain; one that is dynamic
-/// already, and one that is off, stays where it is.
+/// Sets kind and shape. A running band that changes its kind moves in the chain; one that does not,
+/// or that is off, stays where it is.
 void setKind(const Parts& parts, int band, bool dynamic, int subType) {
   const EditStep step(parts.parameters);
   const EditHold hold(parts.parameters);

@@ -14,11 +14,11 @@ struct BandMenuParts {
   EditedParameters& parameters;
   ChainEdits& bands;
   BandFiles& files;
-  const EditorState& editor;  ///< its selection counts when an entry is chosen
+  const EditorState& editor;  ///< entries use the selection at the moment they are chosen
   const Globals& globals;
   Dialogs& dialogs;
 };
 
-/// The menu of band 0..7: files, kind, place in the chain, copies, order, locks and links. It reads
-/// the folder of bands. Without entries for another band. Message thread.
+/// The menu of band 0..7: files, kind, place in the chain, copies, order, locks and links. Empty
+/// for any other band. Reads the folder of bands. Message thread.
 [[nodiscard]] Menu bandMenu(const BandMenuParts& parts, int band);

@@ -23,7 +23,7 @@ void BankSelector::toggle(AbToggleMode mode) {
   if (mode == AbToggleMode::kMidiLearn) return;
   const std::int32_t target =
       mode == AbToggleMode::kVisited ? nextVisited() : std::int32_t{editor.lastAB};
-  // A document may name any bank as the last one.
+  // The last bank may be any number, since documents store it.
   if (!ParameterStore::isBank(target)) return;
   const std::int32_t current = parameters.currentBank();
   apply(target);

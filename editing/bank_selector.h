@@ -5,22 +5,22 @@
 class EditedParameters;
 struct EditorState;
 
-/// What toggling the bank does: the preference "A/B Toggle".
+/// The preference "A/B Toggle": what toggling the bank does.
 enum class AbToggleMode : int {
-  kLastTwo = 0,    ///< between the present bank and the one before
-  kVisited = 1,    ///< to the next bank that was seen, around
-  kMidiLearn = 2,  ///< nothing: the gesture opens a menu
+  kLastTwo = 0,    ///< switches between the present bank and the one before
+  kVisited = 1,    ///< cycles through the banks visited so far
+  kMidiLearn = 2,  ///< nothing: the gesture opens a menu instead
 };
 
-/// Choosing among the banks A to H as the editor's menus do, each a step of the history.
-/// Banks are 0..7; others are ignored. Threads: message thread.
+/// Chooses among banks A to H as the editor's menus do. Switching is one undo step. Banks are 0..7;
+/// others are ignored. Threads: message thread.
 class BankSelector {
  public:
   BankSelector(EditedParameters& edited, EditorState& shown) noexcept
       : parameters(edited), editor(shown) {}
 
-  /// Makes a bank live. Where the band shown is inactive in it, the first active one is shown and
-  /// selected alone; returns whether that was so.
+  /// Makes a bank live. If the band shown is inactive in it, shows and selects the first active
+  /// band alone, and returns true.
   bool choose(std::int32_t bank);
   void toggle(AbToggleMode mode);
   /// Overwrites a bank with the present values; the live one stays.

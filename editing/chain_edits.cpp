@@ -13,7 +13,7 @@
 #include "editing/parameter_ids.h"
 #include "host/alerts.h"
 
-// Frequencies from the start, since crossover bands move when others do.
+// All frequencies, from the start, since crossover bands move when others do.
 ChainEdits::Step::Step(EditedParameters& edited) : parameters(edited) {
   parameters.beginStep();
   for (int band = 0; band < kNumBands; ++band) {
@@ -45,7 +45,7 @@ double ChainEdits::frequencyOf(const Room& room) const {
   return static_cast<double>(parameters.toPlain(kB1Frequency, room.own));
 }
 
-/// Ends its locks and links. What was locked against the live bank belongs to it from now on.
+/// Clears a band's locks and links. Values that a lock kept out of the live bank are stored in it.
 void ChainEdits::freeBand(int band) {
   for (int row = kB1State; row <= kB1SCHFType; ++row) {
     const int id = bandParameterId(band, row);
@@ -60,7 +60,7 @@ void ChainEdits::automate(int index, double plain) {
   set(index, parameters.toNormalised(index, static_cast<float>(plain)));
 }
 
-/// Although it may be locked: it has to tell the chain.
+/// Sets the order even if it is locked, since it must describe the chain.
 void ChainEdits::automateOrder(float plain) {
   const float normalised = parameters.toNormalised(kBandOrder, plain);
   const bool wasLocked = parameters.isLocked(kBandOrder);
@@ -69,13 +69,13 @@ void ChainEdits::automateOrder(float plain) {
   parameters.setLocked(kBandOrder, wasLocked);
 }
 
-/// Room for a band in the crossover; else the user is told. A new one gets what it wants if it can;
-/// one that comes from elsewhere gives way as in a drag.
+/// Finds room for a band in the crossover; if there is none, tells the user. A new band gets its
+/// frequency if possible; a band that comes from another list gives way as if dragged there.
 std::optional<ChainEdits::Room> ChainEdits::findRoom(int band, float wanted, bool isNew) {
   BandLayout& layout = parameters.layout();
   std::vector<CrossoverPlace> others;
   {
-    // Those included that a broken order has kept out: it is repaired, too.
+    // Includes bands that an invalid order keeps out of the list: the order is repaired later.
     const BandLayout::Scope lock(layout);
     for (std::int32_t other = 0; other < kNumBands; ++other) {
       const auto index = static_cast<std::size_t>(other);
@@ -109,12 +109,12 @@ void ChainEdits::makeRoom(const Room& room) {
   for (const auto& [id, hz] : room.moves) crossoverEdits.moveNeighbour(id, hz);
 }
 
-/// An order that was no chain before, such as one that a host's automation leaves, becomes one.
+/// Repairs an order that is no valid chain, as a host's automation may leave it.
 void ChainEdits::repairOrder() {
   const auto repair = chainRepair(parameters);
   if (!repair) return;
   for (const auto& [id, normalised] : repair->frequencies) {
-    parameters.setAlone(id, normalised);  // links would take others along
+    parameters.setAlone(id, normalised);  // links would move other bands, too
     parameters.tellInGesture(id);
   }
   automateOrder(parameters.toPlain(kBandOrder, repair->order));

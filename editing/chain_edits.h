@@ -8,28 +8,28 @@ class CrossoverEdits;
 class EditedParameters;
 class LinkedEdits;
 
-/// Adding, moving and deleting bands, each as one change and one step of the history: the order is
-/// taken right after the move, and the engine hears of it when all parameters stand. The band's
-/// locks and links end. A band that comes into the crossover stands where it is wanted, as far as
-/// `roomInCrossover` finds, and the others make room; where locks leave none, nothing happens and
-/// the user is told. Threads: message thread.
+/// Adding, moving and deleting bands. Each call is one undo step, and the engine takes it as one
+/// once all parameters are set. The band loses its locks and links. A band new to the crossover
+/// gets the frequency it asks for as nearly as `roomInCrossover` allows, and the others make room;
+/// if locks leave no room, nothing changes and the user is told. Threads: message thread.
 class ChainEdits {
  public:
   ChainEdits(EditedParameters& edited, CrossoverEdits& crossover, LinkedEdits& links) noexcept
       : parameters(edited), crossoverEdits(crossover), linkedEdits(links) {}
 
-  /// Switches the first band of the Off list on in `list` at `frequency` (Hz), with all its other
-  /// rows at their stored defaults. Returns the band; -1, with nothing changed, when all bands are
-  /// in use or there is no room.
+  /// Switches on the first band of the Off list, in `list` at `frequency` (Hz), with all other rows
+  /// at the band template's values. Returns the band; -1, with nothing changed, if all bands are in
+  /// use or there is no room.
   int addBand(int list, double frequency);
-  /// False, with nothing changed, when there is no such band or list, or no room.
+  /// False, with nothing changed, if there is no such band or list, or no room.
   bool setBandPosition(int band, int list);
   void deleteBand(int band);
-  /// Bands that listen to a band which is no crossover band any more hear their own band again.
+  /// Lets bands whose sidechain listens to a band that has left the crossover hear themselves
+  /// again.
   void checkSidechainSources();
 
  private:
-  /// Notes for the history what an edit changes while this lives.
+  /// An undo step that also records the frequencies of all bands.
   class Step {
    public:
     explicit Step(EditedParameters& edited);
@@ -41,7 +41,8 @@ class ChainEdits {
     EditedParameters& parameters;
   };
 
-  /// A place in the crossover, and the parameters of those that give way to it, with Hz.
+  /// A frequency for a band in the crossover, and the frequencies (parameter, Hz) of those bands
+  /// that must give way to it.
   struct Room {
     float own = 0.0F;  // normalised
     std::vector<std::pair<int, double>> moves;

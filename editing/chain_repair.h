@@ -7,23 +7,24 @@
 
 class EditedParameters;
 
-/// Parameter values that make a chain of bands.
+/// Parameter values that turn an invalid chain of bands into a valid one.
 struct ChainRepair {
   std::vector<std::pair<int, float>> frequencies;  ///< parameter and normalised value
   float order = 0.0F;                              ///< normalised, of `kBandOrder`
 };
 
-/// What makes a chain of the parameters as they stand: the order that is nearest to the one told,
-/// and other frequencies for crossover bands at equal ones. None where the order told is one.
+/// Finds the values that make a valid chain of the present parameters: the order nearest to that of
+/// `kBandOrder`, and new frequencies for crossover bands that share one. None if the order is
+/// valid.
 [[nodiscard]] std::optional<ChainRepair> chainRepair(const EditedParameters& parameters);
 
-/// Makes a chain of the parameters where all have been replaced and their order tells none: a band
-/// that is on is to be heard, and locks do not hold that off. Threads: control threads.
+/// Repairs the chain after all parameters have been replaced, so that every band that is on is
+/// heard. Locks are ignored. Threads: control threads.
 class ChainKeeper {
  public:
   explicit ChainKeeper(EditedParameters& edited) noexcept : parameters(edited) {}
 
-  /// Without memory for it a later `makeUp` does it.
+  /// If memory runs out, a later `makeUp` does the repair.
   void repair() noexcept;
   void makeUp() noexcept {
     if (isMissing()) repair();

@@ -55,9 +55,9 @@ void CrossoverEdits::automate(int index, float normalised) {
 }
 
 void CrossoverEdits::moveNeighbour(int index, double centre) {
-  if (parameters.isLocked(index)) return;  // stays, and so there is nothing to tell
+  if (parameters.isLocked(index)) return;  // does not move, so there is nothing to tell
   const float normalised = parameters.toNormalised(index, static_cast<float>(centre));
-  // The messages alone: this is no edit of the user's that Auto Gain should follow.
+  // Only the messages: this is not an edit by the user, so Auto Gain must not react.
   const bool told = !takesPart(index);
   if (told) parameters.tellGesture(index, true);
   parameters.setAmongNeighbours(index, normalised);

@@ -10,36 +10,40 @@
 class EditedParameters;
 class LinkedEdits;
 
-/// What an edit of one crossover band's frequency does to the other crossover bands: they give way
-/// to it, and so they take part in its gesture. Threads: control side.
+/// Moves the other crossover bands out of the way when the frequency of one is edited. The others
+/// therefore take part in its gesture. Threads: control threads.
 class CrossoverEdits {
  public:
   CrossoverEdits(EditedParameters& edited, LinkedEdits& links) noexcept
       : parameters(edited), linkedEdits(links) {}
 
-  /// Sets a parameter and tells the host. For the frequency of a crossover band those that have to
-  /// give way come first, and the band comes last, perhaps not quite where it was wanted; the
-  /// engine hears of all at once. While a state is loaded, or several parameters change as one,
-  /// nothing gives way.
+  /// Sets a parameter and tells the host. For the frequency of a crossover band, bands that must
+  /// give way are set first and the band itself last, perhaps not quite where it was wanted; the
+  /// engine takes all of them as one. No band gives way unless `neighboursGiveWay`.
   void automate(int index, float normalised);
-  /// A band that gives way: told in a gesture of its own, unless it takes part in one.
+  /// Moves a band that gives way to `centre` (Hz). The host is told in a gesture of its own, unless
+  /// the band takes part in an open one.
   void moveNeighbour(int index, double centre);
-  // The other bands' share of a gesture; the end is for those who were in at the beginning.
-  /// Each gesture takes the whole crossover along, so that another one still open has lost its end.
+
+  // The other bands' part in a gesture. The bands that begin it also end it, whatever the crossover
+  // has become since.
+  /// Ends another gesture that is still open: each takes the whole crossover, so it has lost its
+  /// end.
   void endLostGesture(int index);
-  void beginRecording(int index);
-  void beginEdit(int index);  ///< once the host has been told of the gesture itself
+  void beginRecording(int index);  ///< records the other bands' values for the history
+  void beginEdit(int index);       ///< tells the host; after it was told of the band itself
   void endEdit(int index);
 
  private:
-  /// The XOver list as it stands, empty for a parameter that is no frequency of one in it.
+  /// The present XOver list; empty if the parameter is not the frequency of a band in it.
   struct Crossover {
     BandLayout::List bands;
     std::vector<double> centres;  // Hz
-    std::size_t place = 0;        // of the band whose parameter it is
+    std::size_t place = 0;        // index of the parameter's band in both lists
   };
 
-  /// The open one, if `isOpen`. Aligned as one word, or some compilers call a library with locks.
+  /// The open gesture, if any. Aligned as one word; otherwise some compilers call a library that
+  /// locks.
   struct alignas(4) Gesture {
     bool isOpen = false;
     std::uint8_t band = 0;

@@ -11,10 +11,10 @@ constexpr double kFloorHz = 10.0;
 constexpr double kCeilingHz = 30000.0;
 constexpr double kLowestHz = kFloorHz * kSpacing;
 constexpr double kHighestHz = kCeilingHz / kSpacing;
-constexpr double kLeastStep = 1.0 + 1e-5;  // that single precision tells apart for certain
-constexpr int kMostPasses = 1000;  // eight bands from anywhere in the range are done within 60
+constexpr double kLeastStep = 1.0 + 1e-5;  // surely distinct in single precision
+constexpr int kMostPasses = 1000;          // eight bands need fewer than 60, wherever they start
 
-/// The nearest entry on one side that is in use, for each, as they stand before a pass.
+/// For each entry, the nearest one in use on one side, as it is before a pass.
 struct Neighbours {
   std::vector<double> lower;
   std::vector<double> upper;
@@ -34,8 +34,8 @@ void noteNeighbours(const std::vector<double>& centres, Neighbours& noted) {
   }
 }
 
-/// Whether anything changed. One that has moved in this pass keeps those above it from moving down
-/// in the same pass; they may still move up.
+/// Makes one pass; returns whether anything changed. Bands above one that has moved in this pass
+/// may not move down in the same pass, but may move up.
 bool spaceOnce(std::vector<double>& centres, const Neighbours& noted) {
   bool changed = false;
   for (std::size_t i = 0; i < centres.size(); ++i) {
@@ -53,7 +53,7 @@ bool spaceOnce(std::vector<double>& centres, const Neighbours& noted) {
   return changed;
 }
 
-/// How far a band below all of `above` may go up, were these to give way as far as they can.
+/// The highest centre for a band below all of `above`, if these give way as far as they can.
 double highestBelow(std::span<const CrossoverPlace> above) {
   double limit = kHighestHz;
   for (std::size_t i = above.size(); i-- > 0;) {
@@ -91,12 +91,13 @@ std::optional<CrossoverRoom> roomAt(std::span<const CrossoverPlace> others, std:
   return room;
 }
 
-/// The factor between `gaps` + 1 bands in a range; less than 1 where there is none.
+/// The factor between `gaps` + 1 bands in a range; less than 1 if there is none.
 double stepWithin(double lower, double upper, std::size_t gaps) {
   return std::min(std::pow(upper / lower, 1.0 / static_cast<double>(gaps)), kSpacing);
 }
 
-/// Takes the bands `first` to before `end`, all at one frequency, apart. False for want of numbers.
+/// Separates the bands from `first` to before `end`, all at one frequency. False if too few numbers
+/// lie between their neighbours.
 bool separateRun(std::span<CrossoverPlace> places, std::size_t first, std::size_t end) {
   const double hz = places[first].hz;
   const std::size_t others = end - first - 1;
@@ -136,7 +137,7 @@ std::optional<CrossoverRoom> roomInCrossover(std::span<const CrossoverPlace> oth
       others, [wanted](const CrossoverPlace& other) { return other.hz >= wanted; });
   const auto place = static_cast<std::size_t>(above - others.begin());
   auto room = roomAt(others, place, wanted);
-  // On either side of one that stays at this very frequency.
+  // Try either side of a fixed band at exactly this frequency.
   if (!room && above != others.end() && above->hz == wanted) {
     room = roomAt(others, place + 1, wanted);
   }

@@ -5,14 +5,15 @@
 class BandLayout;
 class ParameterKeys;
 
-/// The parameters of an effect as edits see them: what people do to an effect is done through this.
+/// The parameters of an effect as edits see them: everything users do to an effect goes through
+/// this interface.
 ///
-/// An edit is whatever a user changes; its gesture, the begin and end that the host hears of, is
-/// that of one parameter; a step of the history is what undo takes back as one. An action is what
-/// an entry of a menu runs.
+/// Terms: an edit is a change by the user. A gesture is the begin and end of an edit of one
+/// parameter, which the host is told of. A step is what one undo takes back. An action is what a
+/// menu entry runs.
 ///
-/// `normalised` is 0..1, `plain` in the unit of the parameter's label. Ids out of range read 0 and
-/// are ignored. Threads: control threads.
+/// `normalised` is 0..1, `plain` in the unit of the parameter's label. Reads of ids out of range
+/// return 0, writes are ignored. Threads: control threads.
 class EditedParameters {
  public:
   EditedParameters() = default;
@@ -29,35 +30,35 @@ class EditedParameters {
   virtual void setDefault(int id, float normalised) = 0;
   [[nodiscard]] bool isOn(int id) const { return getPlain(id) != 0.0F; }
 
-  /// As a user's control does: a locked parameter stays, linked ones follow, neighbours in the
-  /// crossover give way, and the host is told.
+  /// Sets a parameter as a user's control does: a locked one stays, linked ones follow, neighbours
+  /// in the crossover give way, and the host is told.
   virtual void set(int id, float normalised) = 0;
-  /// The same, but nobody gives way.
+  /// As `set`, but no band gives way.
   virtual void setAmongNeighbours(int id, float normalised) = 0;
-  /// This parameter alone, locked or not; the host is not told.
+  /// Sets this parameter only, locked or not; the host is not told.
   virtual void setAlone(int id, float normalised) = 0;
-  /// All that are linked with it take its value.
+  /// Gives the value of a parameter to all that are linked with it.
   virtual void align(int id) = 0;
 
-  // Edits: a gesture of the user's, as host and history see it.
+  // Begin and end the user's gesture, for host and history.
   virtual void begin(int id) = 0;
   virtual void end(int id) = 0;
   [[nodiscard]] virtual bool isOpen(int id) const = 0;
-  // The same of this parameter alone: nobody follows, and Auto Gain does not take it for a sign.
+  // The same for this parameter only: no others take part, and Auto Gain does not react.
   virtual void beginAlone(int id) = 0;
   virtual void endAlone(int id) = 0;
   /// Ends an edit whose own end has been lost.
   virtual void endLost(int id) = 0;
-  /// The messages to the host alone, unless it is to have none.
+  /// Only sends the host the message, unless gestures are off.
   virtual void tellGesture(int id, bool begins) = 0;
-  virtual void tellInGesture(int id) = 0;  ///< the present value
+  virtual void tellInGesture(int id) = 0;  ///< tells the host the present value, in a gesture
 
-  // Steps of the history; within a step others are part of it.
+  // Begin and end an undo step; a step within a step is part of the outer one.
   virtual void beginStep() = 0;
   virtual void endStep() = 0;
-  /// The step ends when the edit of this parameter has begun, which belongs to it.
+  /// Ends the step by itself once the edit of this parameter, which is part of it, has begun.
   virtual void endStepWithEdit(int id) = 0;
-  // Notes a change for the step, without a gesture; what has not changed is forgotten at its end.
+  // Record a change for the undo step without a gesture; it is dropped if the value stays the same.
   virtual void note(int id) = 0;
   virtual void endNote(int id) = 0;
 
@@ -68,27 +69,29 @@ class EditedParameters {
   virtual void setLinked(int id, bool on) = 0;
 
   // The engine.
-  /// Several parameters change as one from the first to the last of these; they count.
+  // Changes wait for the engine, to be taken as one, while there are more calls of `hold` than of
+  // `release`.
   virtual void hold() = 0;
   virtual void release() = 0;
-  /// Raised while values are taken as they come: no bank is switched to.
+  /// Raised while values are taken as they are: the bank selector switches no bank.
   [[nodiscard]] virtual std::atomic<bool>& loading() = 0;
-  /// Bands of the crossover give way to one that moves: not while a state is being loaded, a step
-  /// of the history is being done, or several parameters change as one.
+  /// Whether crossover bands give way to one that moves: false during undo and redo, while a state
+  /// is being loaded, and under a hold.
   [[nodiscard]] virtual bool neighboursGiveWay() const = 0;
   [[nodiscard]] virtual BandLayout& layout() = 0;
-  /// Moves a band in the layout, ahead of its parameters and while these are held. Returns the
-  /// order that results, as `kBandOrder` holds it.
+  /// Moves a band in the layout, under a hold and before its parameters change. Returns the
+  /// resulting order as a plain value of `kBandOrder`.
   virtual float moveBand(int band, int list, double frequency) = 0;
 
-  // Banks, and what documents hold besides.
+  // Banks and documents.
   [[nodiscard]] virtual int currentBank() const = 0;
   virtual void copyToBank(int bank) = 0;
   virtual void markChanged() = 0;
   [[nodiscard]] virtual const ParameterKeys& keys() const = 0;
 };
 
-/// Several parameters change as one: the engine hears of them when the last of these ends.
+/// Lets several parameters change as one: the engine takes the changes when the last `EditHold`
+/// ends.
 class EditHold {
  public:
   explicit EditHold(EditedParameters& edited) : parameters(edited) { parameters.hold(); }
@@ -100,7 +103,7 @@ class EditHold {
   EditedParameters& parameters;
 };
 
-/// A step of the history.
+/// An undo step, for as long as it lives.
 class EditStep {
  public:
   explicit EditStep(EditedParameters& edited) : parameters(edited) { parameters.beginStep(); }
@@ -112,7 +115,7 @@ class EditStep {
   EditedParameters& parameters;
 };
 
-/// Sets a parameter to a plain value in an edit of its own.
+/// Sets a parameter to a plain value, in a gesture of its own.
 inline void editPlain(EditedParameters& parameters, int id, float plain) {
   parameters.begin(id);
   parameters.set(id, parameters.toNormalised(id, plain));

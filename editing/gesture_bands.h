@@ -5,11 +5,11 @@
 
 #include "editing/parameter_ids.h"
 
-/// The other bands, as bits, that take part in the gestures of one parameter. Gestures of it may
-/// lie within each other: the bands are those of the outermost. Threads: control side.
+/// The other bands, as bits, that take part in the gestures of one parameter. Gestures of a
+/// parameter may nest; the bands are then those of the outermost. Threads: control threads.
 class GestureBands {
  public:
-  /// Returns the bands of the gesture that begins: `wanted`, unless one is open already.
+  /// Begins a gesture and returns its bands: `wanted`, unless one is open already.
   std::uint32_t begin(std::uint32_t wanted) noexcept {
     std::uint32_t before = word.load();
     std::uint32_t after = 0;
@@ -19,7 +19,7 @@ class GestureBands {
     } while (!word.compare_exchange_weak(before, after));
     return after & kBands;
   }
-  /// Returns the bands of the gesture that ends; none where none is open.
+  /// Ends a gesture and returns its bands; 0 if none is open.
   std::uint32_t end() noexcept {
     std::uint32_t before = word.load();
     std::uint32_t after = 0;
@@ -37,7 +37,7 @@ class GestureBands {
   std::atomic<std::uint32_t> word{0};  // bands, and above them the count of open gestures
 };
 
-/// Calls `each` with the parameter of the row of `bandOneId` in each of `bands`.
+/// Calls `each` with the id of the row of `bandOneId` in each of `bands`.
 template <typename Each>
 void forRowOfBands(int bandOneId, std::uint32_t bands, const Each& each) {
   for (int band = 0; band < kNumBands; ++band) {

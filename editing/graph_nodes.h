@@ -2,12 +2,17 @@
 
 class EditedParameters;
 
-// The graphs address what they draw by nodes: 0..7 bands, 8..14 crossover points, from 15 the three
-// sidechain filters of each band. Threads: control threads.
+// Graphs number the nodes that they draw: 0..7 are the bands, 8..14 the crossover points, 15..38
+// the three sidechain filters of each band (low, middle, high). Threads: control threads.
 
-/// The parameter of a `kind` (0..8) that a node has; -1 for none.
+/// The id of a node's parameter of a `kind`: 0 on or bypass, 2 filter type, 3 shape, 4 gain, 5
+/// frequency, 6 Q, 7 second slope, 8 slope. -1 if the node has none. Every kind of a crossover
+/// point gives the slope that it sets.
 [[nodiscard]] int nodeParameter(EditedParameters& parameters, int kind, int node);
-/// Its plain value, or what stands for a kind that is no parameter; 0 for none.
+/// The plain value of that parameter; 0 if the node has none. For bands, three kinds are no
+/// parameters: 0 is 0 off, 1 bypassed, 2 running; 1 is the gain range (128); 2 the number of the
+/// filter to draw.
 [[nodiscard]] float nodeValue(EditedParameters& parameters, int kind, int node);
-/// What draws and edits a node, as bits; `flags` are those of a crossover point to begin with.
+/// Bits that say how a node is drawn and edited; 16 if it has a slope. A crossover point adds its
+/// bit to `flags`, which other nodes ignore. 0 if there is no such node.
 [[nodiscard]] int nodeFlags(EditedParameters& parameters, int node, int flags);

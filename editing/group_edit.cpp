@@ -56,7 +56,7 @@ GroupEdit::References& GroupEdit::referencesOf(int id) noexcept {
   return bandOneIdOf(id) == kB1Threshold ? thresholdReference : frequencyReference;
 }
 
-/// The bands that follow an edit of `id` as the editor's selection is now.
+/// The bands that follow an edit of `id` with the editor's present selection.
 BandMask GroupEdit::followersOf(int id) const {
   const int own = bandOf(id);
   const bool grouped = editor.selectMode != 0 && isIn(editor.shownBands, own);
@@ -79,9 +79,10 @@ BandMask GroupEdit::crossoverBands() const {
   return bands;
 }
 
-/// Crossover bands move under one hold, so that they do not push each other about; then one of them
-/// makes the rest give way. It is the band edited, if that is one, since its own value comes next.
-/// One that is locked does not move, and nobody gives way to it.
+/// The crossover band that makes the rest of the crossover give way, or -1. All move under one
+/// hold, so that they do not push each other; then the leader is set once more. It is the edited
+/// band if that is in the crossover, since its own value comes next. Locked bands do not move and
+/// cannot lead.
 int GroupEdit::leaderOf(int id, BandMask followers) const {
   if (bandOneIdOf(id) != kB1Frequency) return -1;
   BandMask movable = crossoverBands();
@@ -96,7 +97,7 @@ int GroupEdit::leaderOf(int id, BandMask followers) const {
 void GroupEdit::begin(int id) {
   const SpreadRule rule = spreadRuleOf(id);
   if (rule == SpreadRule::kNone) return;
-  end(id);  // of a gesture whose end was lost
+  end(id);  // a gesture whose end was lost
   if (rule != SpreadRule::kSame) {
     References& references = referencesOf(id);
     for (int band = 0; band < kNumBands; ++band) {

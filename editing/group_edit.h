@@ -8,36 +8,36 @@
 class EditedParameters;
 struct EditorState;
 
-/// How the edit of a row of one band moves the same row of the others that are selected.
+/// How the edit of a row of one band moves the same row of the other selected bands.
 enum class SpreadRule {
   kNone,
-  kSame,        ///< all take the value, normalised
-  kDifference,  ///< distances stay, normalised
-  kRatio,       ///< ratios stay, plain; distances where the band edited began at 0
+  kSame,        ///< all take the same value; normalised
+  kDifference,  ///< differences stay the same; normalised
+  kRatio,       ///< ratios stay the same, or differences if the edited band began at 0; plain
 };
 [[nodiscard]] SpreadRule spreadRuleOf(int id) noexcept;
 
-/// Where a band goes that began at `reference`, when the one edited began at `ownReference` and is
-/// asked for `wanted`: in the units of the rule, what is normalised held in 0..1.
+/// The new value of a band that began at `reference`, if the edited band began at `ownReference`
+/// and is set to `wanted`. All in the units of the rule; a normalised result is clamped to 0..1.
 [[nodiscard]] float spreadValue(SpreadRule rule, float reference, float ownReference,
                                 float wanted) noexcept;
 
-/// Bands edited as a group: while several are selected, the gesture of one band's control moves
-/// the others, as part of the same step of the history.
+/// Edits the selected bands together: while several are selected, a gesture on one band's control
+/// moves the others, too, in the same undo step.
 ///
-/// Calls: `begin` ahead of the edit's own `beginEdit`, `spread` ahead of each value, `end` behind
-/// its `endEdit`. Gestures of different rows may overlap. Any parameter may be given; most do
-/// nothing. Threads: message thread.
+/// Order of calls: `begin` before the edit's own `beginEdit`, `spread` before each value, `end`
+/// after its `endEdit`. Gestures of different rows may overlap. Calls for parameters without a
+/// `SpreadRule` do nothing. Threads: message thread.
 class GroupEdit {
  public:
   GroupEdit(EditedParameters& edited, const EditorState& selection) noexcept
       : parameters(edited), editor(selection) {}
 
-  /// Notes where the bands begin, and which of them the gesture moves.
+  /// Records the bands' values and which of the bands the gesture moves.
   void begin(int id);
   void spread(int id, float normalised);
   void end(int id);
-  /// Of all gestures under way, as the window closes in which they began.
+  /// Ends all open gestures, when the window in which they began closes.
   void endAll();
 
  private:
@@ -45,8 +45,8 @@ class GroupEdit {
 
   struct Gesture {
     BandMask followers = 0;
-    BandMask edited = 0;  // followers that have a gesture of their own
-    int leader = -1;      // the crossover band whose gesture is that of all of them
+    BandMask edited = 0;  // followers with a gesture of their own
+    int leader = -1;      // the crossover band whose gesture covers the whole crossover, or -1
   };
 
   [[nodiscard]] References& referencesOf(int id) noexcept;
@@ -63,9 +63,10 @@ class GroupEdit {
   std::array<Gesture, kBandRows> gestures{};  // under way, by row
 };
 
-/// The other of a band's two release times, which an edit with Alt sets too; -1 for any other id.
+/// The other of a band's two release times, which an edit with Alt held sets, too; -1 for any other
+/// id.
 [[nodiscard]] int otherRelease(int id) noexcept;
 
-/// Chooses what a band's sidechain hears: `source` as `kB1SCSrc`, `sourceBand` as `kB1SCSBand`; an
-/// edit of its own, one step of the history. Message thread.
+/// Sets what a band's sidechain hears, as one undo step: `source` is a plain value of `kB1SCSrc`,
+/// `sourceBand` one of `kB1SCSBand`. Message thread.
 void setSidechainSource(EditedParameters& parameters, int band, int source, int sourceBand);

@@ -7,13 +7,14 @@
 
 class EditedParameters;
 
-/// The part of linked parameters in the edit of one of them: they follow it, and are undone with
-/// it. Threads: control side.
+/// Records linked parameters in the history when one of them is edited, so that the values that
+/// follow are undone with it. Threads: control threads.
 class LinkedEdits {
  public:
   explicit LinkedEdits(EditedParameters& edited) noexcept : parameters(edited) {}
 
-  // Ahead of the edit, and behind it; the end is for those that followed at the beginning.
+  // To be called before and after the edit. The end is for the parameters that were linked at the
+  // beginning.
   void beginRecording(int index);
   void endRecording(int index);
 

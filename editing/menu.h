@@ -6,19 +6,19 @@
 #include <utility>
 #include <vector>
 
-/// A menu as data: what an editor shows, and what each entry does. Whatever the actions work on
-/// must outlive it. Threads: message thread.
+/// A menu as data: what an editor shows and what each entry does. Everything the actions work on
+/// must outlive the menu. Threads: message thread.
 struct Menu {
   struct Entry {
     std::string text;                        ///< UTF-8; empty for a separator
-    std::function<void()> action = nullptr;  ///< null for what does nothing
-    std::vector<Entry> submenu = {};         ///< of a submenu, which has no action
-    bool isSubmenu = false;                  ///< also of one without entries
+    std::function<void()> action = nullptr;  ///< null if choosing the entry does nothing
+    std::vector<Entry> submenu = {};         ///< entries of a submenu, which has no action
+    bool isSubmenu = false;                  ///< true even if it has no entries
     bool enabled = true;
     bool checked = false;
 
     [[nodiscard]] bool isSeparator() const noexcept { return text.empty() && !isSubmenu; }
-    /// Does what the user has chosen; nothing for an entry that cannot be.
+    /// Runs the action, unless the entry is disabled or has none.
     void choose() const {
       if (enabled && action) action();
     }
@@ -32,7 +32,7 @@ struct Menu {
     entries.back().checked = checked;
   }
   void addSeparator() { entries.push_back({}); }
-  /// The title of `menu` is the text of its entry.
+  /// The title of `menu` becomes the text of the entry.
   void addSubmenu(Menu menu) {
     entries.push_back({std::move(menu.title)});
     entries.back().submenu = std::move(menu.entries);

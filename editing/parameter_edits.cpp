@@ -19,14 +19,14 @@ bool hasMenu(int id) noexcept {
   return id >= 0 && id < kNumParams && id != kBandOrder;
 }
 
-/// Switches that are clicked by themselves keep out of locks and links.
+/// Switches operated by a click have neither locks nor links.
 bool canBeLocked(int id) noexcept {
   if (!isBandParameter(id)) return hasMenu(id);
   const int row = bandOneIdOf(id);
   return row != kB1State && row != kB1Bypass && row != kB1Solo;
 }
 
-/// Frequencies are what tells bands apart.
+/// Not frequencies: bands differ by them.
 bool canBeShared(int id) noexcept {
   return isBandParameter(id) && canBeLocked(id) && bandOneIdOf(id) != kB1Frequency;
 }

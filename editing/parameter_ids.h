@@ -5,8 +5,8 @@
 #include "dynamics/bands.h"
 #include "filters/band_shape.h"
 
-/// Numbers of the 422 parameters. The eight bands have equal rows, 51 each; only band 1 is spelt
-/// out, and `bandParameterId` gives the same row of another band.
+/// Ids of the 422 parameters. Each of the eight bands has the same 51 rows; only those of band 1
+/// are named here, and `bandParameterId` gives the same row of another band.
 enum ParameterId : std::int32_t {
   kIpTrim = 0,
   kOpTrim,
@@ -81,13 +81,13 @@ enum ParameterId : std::int32_t {
 
 inline constexpr int kBandRows = 51;
 
-/// The row of `bandOneId` (`kB1State` to `kB1SCHFType`) in band 0..7.
+/// The id of the row of `bandOneId` (`kB1State` to `kB1SCHFType`) in band 0..7.
 [[nodiscard]] constexpr int bandParameterId(int band, int bandOneId) noexcept {
   return bandOneId + kBandRows * band;
 }
 
-/// Whether a parameter is a row of a band, and which: for ids that are, `bandOf` gives the band
-/// 0..7 and `bandOneIdOf` the same row of band 1.
+/// Whether a parameter is a row of a band. If so, `bandOf` gives the band 0..7 and `bandOneIdOf`
+/// the same row of band 1.
 [[nodiscard]] constexpr bool isBandParameter(int id) noexcept {
   return id >= kB1State && id < kBandOrder;
 }

@@ -18,7 +18,7 @@ struct Texts {
   Texts(const Parts& parts, int id)
       : lock(parts.parameters.isLocked(id) ? "Unlock" : "Lock"),
         link(parts.parameters.isLinked(id) ? "Unlink" : "Link"),
-        // follows the lock although it is about the link: kept
+        // Depends on the lock although it is about the link: kept on purpose.
         linkSelected(parts.parameters.isLocked(id) ? "Unlink selected" : "Link selected"),
         severalSelected(std::popcount(parts.editor.selectedBands & kEveryBand) > 1) {
     const bool isDynamic =
@@ -80,7 +80,7 @@ void addLinks(Menu& menu, const Parts& parts, int id, const Texts& texts) {
   menu.addSubmenu(std::move(links));
 }
 
-/// Learning takes the place of whatever else was waiting for a controller.
+/// Learning replaces any other parameter that was waiting for a controller.
 void addMidi(Menu& menu, MIDIMap& midi, int id) {
   const auto learn = [&midi, id] { midi.setLearnTarget(id); };
   const int controller = midi.controllerOf(id);

@@ -6,13 +6,13 @@ class EditedParameters;
 class MIDIMap;
 struct EditorState;
 
-/// What the context menu of a parameter works on.
+/// What a parameter's context menu works on.
 struct ParameterMenuParts {
   EditedParameters& parameters;
-  const EditorState& editor;  ///< its selection counts when an entry is chosen
+  const EditorState& editor;  ///< entries use the selection at the moment they are chosen
   MIDIMap& midi;
 };
 
-/// The context menu of parameter `id`: locks, values and links for other bands, MIDI. Without
-/// entries for one that has none. Message thread.
+/// The context menu of parameter `id`: lock, link, values for other bands, MIDI. Empty for a
+/// parameter without a menu. Message thread.
 [[nodiscard]] Menu parameterMenu(const ParameterMenuParts& parts, int id);

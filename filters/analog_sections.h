@@ -8,12 +8,12 @@
 /// is the constant n2 / d2.
 using AnalogRow = std::array<double, 6>;
 
-/// The analog description of a filter: the product of its rows. A filter hands it out with its
-/// frequencies in Hz, to be evaluated at s = j f.
+/// The analog description of a filter: the product of its rows. Filters provide it with frequencies
+/// in Hz, to be evaluated at s = j f.
 struct AnalogSections {
   static constexpr int kMaxRows = 16;
 
-  std::array<AnalogRow, kMaxRows> rows{};  // zero from `count` on: caches compare whole records
+  std::array<AnalogRow, kMaxRows> rows{};  // zero from `count` on, since caches compare all rows
   std::int32_t count = 0;
 
   friend bool operator==(const AnalogSections&, const AnalogSections&) = default;
@@ -22,9 +22,10 @@ struct AnalogSections {
 /// Unity gain: one constant row.
 inline constexpr AnalogSections kFlatSections{{{{1.0, 0.0, 0.0, 1.0, 0.0, 0.0}}}, 1};
 
-/// Moves every corner by the factor `w`, > 0: from a prototype's 1 to Hz, or by 2 pi to rad/s.
+/// Multiplies every corner frequency by `w`, > 0: the corner in Hz turns a prototype into rows in
+/// Hz, 2 pi turns these into rad/s.
 void scaleSections(AnalogRow* rows, int count, double w) noexcept;
 
-/// Magnitude of the product of rows in Hz at `frequency`, Hz; 1 for no rows. Where all denominators
-/// together vanish it is 0, or 1 where the numerators vanish too.
+/// Magnitude at `frequency` (Hz) of the product of rows in Hz; 1 for no rows. If the product of the
+/// denominators vanishes it is 0, or 1 if that of the numerators vanishes, too.
 [[nodiscard]] double analogMagnitude(const AnalogRow* rows, int count, double frequency) noexcept;

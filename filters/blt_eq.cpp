@@ -11,7 +11,7 @@ constexpr double kTwoPi = 2.0 * std::numbers::pi;
 // s = (2 pi / T) (1 - 1/z) / (1 + 1/z) in a row in rad/s; b0, b1, b2, a1, a2.
 std::array<double, 5> bilinear(const AnalogRow& row, double warpHz, double sampleRate) noexcept {
   const auto& [n2, n1, n0, d2, d1, d0] = row;
-  // At 0 Hz the limit: the section is a constant there, and 0 / 0 would stay in the state for good.
+  // At 0 Hz take the limit, a constant section: 0 / 0 would stay in the state for ever.
   const double T = warpHz == 0.0 ? std::numbers::pi / sampleRate
                                  : std::tan(kTwoPi * warpHz / (2.0 * sampleRate)) / warpHz;
   if (n0 == 0.0 && d0 == 0.0) {

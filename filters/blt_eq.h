@@ -2,9 +2,9 @@
 
 #include "filters/lanthorn_eq.h"
 
-/// The analog rows made digital by the bilinear transform, each warped to be exact at its own pole
-/// frequency, at most at 0.45 of the sample rate: cheap to design, narrowed towards Nyquist.
-/// `update` allocates nothing.
+/// Digitises the analog rows by the bilinear transform. Each row is prewarped to be exact at its
+/// own pole frequency, or at 0.45 of the sample rate if that is lower. Cheap to design, but
+/// responses narrow towards Nyquist. `update` allocates nothing.
 class BLTEQ : public LanthornEQ {
  public:
   void update() noexcept override;

@@ -88,7 +88,7 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
 }
 
 void Crossover_WithLatency::endOfSpan() noexcept {
-  // The first sample of this block completed the input block that is now worked on.
+  // The first sample of this block completed the input block now being worked on.
   const int turn = position / kSpan - 1;
   if (turn == 0) {
     transformInput();
@@ -123,8 +123,8 @@ void Crossover_WithLatency::addBands(int before, int count) noexcept {
       std::fill_n(next, 2 * kBlock, 0.0);
       std::fill_n(tail, kBlock, 0.0);
       if (band != before) continue;
-      // So far this was the top band: what it still rings with is the rest of the last blocks, the
-      // impulse at the middle tap being the first tap of the second partition.
+      // Until now this was the top band, whose kernel has its impulse at the first tap of the
+      // second partition: what it still adds is the rest of the last blocks.
       std::transform(spectrum[0].*part, spectrum[0].*part + 2 * kBlock, next,
                      [](double x) { return x * kScale; });
       for (int below = 0; below < before; ++below) {
@@ -136,7 +136,7 @@ void Crossover_WithLatency::addBands(int before, int count) noexcept {
 }
 
 void Crossover_WithLatency::transformBand(int band) noexcept {
-  // Overlap-add, and not overlap-save: a block of the input stays with the kernels it met first.
+  // Overlap-add, not overlap-save: an input block stays with the kernels it met first.
   const ConstPlanarSpan x = spectrum[0];
   const PlanarArrays& kernels = exchange.active().spectra;
   const ConstPlanarSpan near = kernels[band * kPartitions];

@@ -9,7 +9,7 @@
 #include "filters/kernel_exchange.h"
 #include "filters/partitioned_convolver.h"
 
-/// Splits a stereo signal into bands, each by an FIR kernel of `kTaps` taps.
+/// Splits a mono or stereo signal into bands, each by an FIR kernel of `kTaps` taps.
 ///
 /// Threads: `setKernels` on a control thread at any moment; `process` and `reset*` on the audio
 /// thread, where they neither lock nor allocate.
@@ -23,19 +23,19 @@ class CrossoverEngine {
   CrossoverEngine& operator=(const CrossoverEngine&) = delete;
   virtual ~CrossoverEngine() = default;
 
-  /// The kernels of `bandCount` bands, which add up to an impulse at the middle tap.
+  /// Sets the kernels of `bandCount` bands; they must add up to an impulse at the middle tap.
   virtual void setKernels(const double* const* kernels, int bandCount) noexcept = 0;
-  /// Writes `bandCount` bands; `right` null is mono, and `bandRight` is then not touched. The
-  /// outputs must not be the inputs.
+  /// Writes `bandCount` bands. If `right` is null the call is mono and `bandRight` is not touched.
+  /// Outputs must not be inputs.
   virtual void process(const double* left, const double* right, double* const* bandLeft,
                        double* const* bandRight, int bandCount, int frames) noexcept = 0;
   virtual void reset() noexcept = 0;       ///< forgets the past
-  virtual void resetRight() noexcept = 0;  ///< that of the second channel
-  /// Samples by which the block scheme delays, beside the kernels' own `kTaps` / 2.
+  virtual void resetRight() noexcept = 0;  ///< forgets the past of the second channel
+  /// Delay of the block scheme in samples, in addition to the kernels' own `kTaps` / 2.
   [[nodiscard]] virtual int blockDelay() const noexcept = 0;
 };
 
-/// With the latency of the kernels alone.
+/// The crossover whose only delay is that of the kernels.
 class Crossover final : public CrossoverEngine {
  public:
   void setKernels(const double* const* kernels, int bandCount) noexcept override {
@@ -53,16 +53,15 @@ class Crossover final : public CrossoverEngine {
   PartitionedConvolver convolver{kTaps, kBands};
 };
 
-/// The same bands 1023 samples later, for less work, spread evenly over time: the input is taken in
-/// blocks of 512, and of a block's transforms, one forward and one backward per band, one is done
-/// in each of the next eight spans of 64 samples. The top band is the delayed input less the
-/// others, which is what its kernel is, so that all add up to the delayed input whatever the
-/// kernels do.
+/// Produces the same bands 1023 samples later, with less work that is spread evenly over time. The
+/// input is taken in blocks of 512; a block's transforms, one forward and one backward per band,
+/// run one at a time in the next eight spans of 64 samples. The top band is the delayed input minus
+/// all other bands, as its kernel is, so that the sum is exact.
 ///
-/// New kernels, and a new number of bands, take effect for the first block taken in with them; what
-/// came before rings out through the old ones, so that no band jumps when a split moves. When the
-/// caller's number of bands is not that of the block coming out, the topmost band both know holds
-/// all that is above it.
+/// New kernels, and a new number of bands, take effect at the next input block. Earlier blocks ring
+/// out through the old kernels, so that no band jumps when a split moves. While the caller's number
+/// of bands differs from that of the block being output, the topmost band common to both holds
+/// everything above it.
 class Crossover_WithLatency final
     : public CrossoverEngine {  // NOLINT(readability-identifier-naming)
  public:
@@ -79,10 +78,10 @@ class Crossover_WithLatency final
   static constexpr int kBlockDelay = 1023;
   static constexpr int kBlock = 512;
   static constexpr int kPartitions = kTaps / kBlock;
-  static constexpr int kSpan = kBlock / kBands;  // of one transform's turn
+  static constexpr int kSpan = kBlock / kBands;  // samples per transform
   static constexpr int kLines = kBands - 1;      // bands that are convolved
   static constexpr int kDelay = kBlockDelay + kTaps / 2;
-  static constexpr double kScale = 0.5 / kBlock;  // of a forward and a backward transform
+  static constexpr double kScale = 0.5 / kBlock;  // undoes the gain of both transforms
 
   struct KernelSet {
     PlanarArrays spectra{kLines * kPartitions, 2 * kBlock};
@@ -106,13 +105,13 @@ class Crossover_WithLatency final
   KernelExchange<KernelSet> exchange;
   const PlanarFft& fft;
   PlanarArrays loading{3, 2 * kBlock};  // control side
-  // The last `kDelay` samples, then those of the present block.
+  // The last `kDelay` samples, followed by those of the present block.
   PlanarArrays input{1, kDelay + kBlock};
   PlanarArrays spectrum{1, 2 * kBlock};      // of the block being worked on
-  PlanarArrays carried{kLines, 2 * kBlock};  // spectra: its part, per band, in the next block's
-  PlanarArrays tails{kLines, kBlock};        // what of a band's last block rings on
+  PlanarArrays carried{kLines, 2 * kBlock};  // spectra: per band, its part in the next block
+  PlanarArrays tails{kLines, kBlock};        // per band, what the last block still adds
   PlanarArrays work{3, 2 * kBlock};
-  std::array<Lines, 2> lines;  // coming out, being worked on
-  int out = 0;                 // of `lines`
-  int position = 0;            // in the block coming out
+  std::array<Lines, 2> lines;  // the block being output and the one being worked on
+  int out = 0;                 // index in `lines` of the block being output
+  int position = 0;            // in the block being output
 };

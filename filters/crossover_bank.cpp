@@ -42,7 +42,8 @@ CrossoverSplits CrossoverBank::currentSplits() const {
 void CrossoverBank::buildKernels() {
   const CrossoverSplits wanted = currentSplits();
   if (wanted.bandCount < 1 || (wanted == builtSplits && sampleRate == builtRate)) return;
-  // From the top: what is above a split is all below the split over it, less its low-pass.
+  // From the top down: a band is all that lies below the split above it, minus the low-pass of the
+  // split below it.
   Kernel above{};
   above[kTaps / 2] = 1.0;
   for (int k = wanted.bandCount - 1; k >= 1; --k) {
@@ -69,7 +70,7 @@ void CrossoverBank::lowpassKernel(double relativeFrequency, double exponent, Ker
   }
   for (std::size_t i = 1; i < kHalf; ++i) spectrum[2 * (kTaps - i)] = spectrum[2 * i];
   complexForward(kTaps, spectrum.data(), fft);
-  // The response is centred on index 0, its wings at both ends: exchange the halves.
+  // The response is centred on index 0 and wraps around: exchange the halves.
   for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
   kernelWindow.applyWindow(kernel.data(), kTaps);
 }

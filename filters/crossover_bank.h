@@ -10,55 +10,55 @@
 #include "filters/curve_cache.h"
 #include "platform/plug_base_mutex.h"
 
-/// Where the crossover splits, and how steeply.
+/// The frequencies and slopes at which the crossover splits.
 struct CrossoverSplits {
   static constexpr int kBands = CrossoverEngine::kBands;
 
   int bandCount = 0;
   // Index k from 1 is the split between bands k - 1 and k.
   std::array<double, kBands> splitFrequency{};  ///< Hz
-  std::array<double, kBands> splitExponent{};   ///< slope in units of 6.02 dB per octave, a real
+  std::array<double, kBands> splitExponent{};   ///< slope in units of 6.02 dB per octave
   bool operator==(const CrossoverSplits&) const = default;
 };
 
 /// The ideal magnitude of a band: the low-pass of the split above it times the high-passes of all
-/// splits below it, each 1 / (1 + (f / split)^exponent) or 1 less that. 1 for a band not in use.
+/// splits below it. A low-pass is 1 / (1 + (f / split)^exponent), a high-pass 1 minus that. Returns
+/// 1 for a band not in use.
 [[nodiscard]] double bandMagnitude(const CrossoverSplits& splits, int band,
                                    double frequency) noexcept;
 
-/// The crossover: splits in, kernels designed from them, and the engines that run the kernels.
-/// The kernels are linear-phase, 1024 taps, and add up to an impulse at tap 512, so that the bands
-/// add up to the input delayed by `latency` samples.
+/// The crossover: designs kernels from splits and runs them. The kernels are linear-phase with 1024
+/// taps and add up to an impulse at tap 512, so that the bands add up to the input delayed by
+/// `latency` samples.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
 /// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude` and `crossoverCurve` on
-/// any other, several at once.
+/// any other threads, several at once.
 class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;
   static constexpr int kTaps = CrossoverEngine::kTaps;
 
   void setSampleRate(double hz) noexcept { sampleRate = hz; }
-  /// Band centres in Hz and slopes in dB per octave, ascending, up to eight: a split lies at the
-  /// geometric mean of two neighbours and has the slope of the lower one.
+  /// Takes the centres (Hz, ascending) and slopes (dB per octave) of up to eight bands. A split
+  /// lies at the geometric mean of two neighbouring centres and has the slope of the lower band.
   void setSplits(std::span<const double> centres, std::span<const double> slopes);
-  /// Designs the kernels and hands them to the engines; nothing where nothing has changed since.
+  /// Designs the kernels and hands them to the engines, if splits or rate have changed.
   void buildKernels();
 
-  /// Splits `inputs` into `bandCount` bands; a null second channel is mono.
+  /// Splits `inputs` into `bandCount` bands; mono if the second channel is null.
   void processBlock(const double* const inputs[2], double* const* bandLeft,
                     double* const* bandRight, int bandCount, int frames) noexcept;
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel alone
-  /// Samples, where there is a crossover band.
+  /// Samples, if there is a crossover band.
   [[nodiscard]] int latency() const noexcept;
 
   [[nodiscard]] double bandMagnitude(int band, double frequency) const;
-  /// `bandMagnitude` at `n` frequencies in Hz, from a cache while neither they (by first, last and
-  /// number) nor the splits have changed.
+  /// Writes `bandMagnitude` at `n` frequencies (Hz) to `out`. Cached; see `CurveCache`.
   void crossoverCurve(const float* frequencies, int n, float* out, int band);
 
-  bool useBlocked = true;  ///< the engine with less work and 1023 samples more; set before use
+  bool useBlocked = true;  ///< less work, 1023 samples more delay; set before first use
 
  private:
   using Kernel = std::array<double, kTaps>;

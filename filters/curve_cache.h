@@ -6,14 +6,14 @@
 
 #include "platform/plug_base_mutex.h"
 
-/// A curve that is worked out again only when what it was drawn from has changed: `Source`,
-/// compared by ==, or the frequencies, told apart by the first, the last and their number.
-/// Threads: any but the audio thread, several at once.
+/// A curve that is computed again only when its source has changed (compared by ==) or its
+/// frequencies have (compared by the first, the last and their number). Threads: any but the audio
+/// thread, several at once.
 template <typename Source>
 class CurveCache {
  public:
-  /// Writes `n` > 0 magnitudes at `frequencies` in Hz to `out`. `magnitude`: a frequency in Hz
-  /// (double) to a magnitude (double). Throws when memory runs out.
+  /// Writes `n` > 0 magnitudes at `frequencies` (Hz) to `out`. `magnitude` maps a frequency in Hz
+  /// (double) to a magnitude (double). Throws std::bad_alloc.
   template <typename Magnitude>
   void draw(const Source& from, const float* frequencies, int n, float* out,
             const Magnitude& magnitude) {

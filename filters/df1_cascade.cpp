@@ -26,8 +26,8 @@ void store(std::array<std::atomic<double>, 5>& shared, const Coefficients& value
   }
 }
 
-// 0 for what is 0, subnormal, or a factor of two from it, in which a decaying tail must not end;
-// and for what is no number, which would stay for ever.
+// Replaces by 0 what is subnormal or within a factor of two of it, so that a decaying tail does not
+// end in subnormals, and infinities and NaN, which would stay in the state for ever.
 double flushed(double value) noexcept {
   const auto exponent = (std::bit_cast<std::uint64_t>(value) >> 52) & 0x7FF;
   return exponent <= 1 || exponent == 0x7FF ? 0.0 : value;
@@ -38,8 +38,8 @@ void flush(State& s) noexcept {
   s = {flushed(s.x1), flushed(s.x2), flushed(s.y1), flushed(s.y2)};
 }
 
-// One sample of one section. In single precision small constants keep subnormals out instead, both
-// of the state and of what the next section gets.
+// One sample of one section. In single precision, adding and subtracting small constants keeps
+// subnormals out of the state and out of the next section's input.
 template <typename Sample, typename State>
 Sample advance(const Coefficients& c, State& s, Sample sample) noexcept {
   const double x = sample;
@@ -57,7 +57,7 @@ Sample advance(const Coefficients& c, State& s, Sample sample) noexcept {
   }
 }
 
-// e^(2jw) (b0 + b1 e^(-jw) + b2 e^(-2jw)) and the same of 1, a1, a2.
+// e^(2jw) (b0 + b1 e^(-jw) + b2 e^(-2jw)), and the same with 1, a1, a2.
 struct SectionResponse {
   std::complex<double> numerator;
   std::complex<double> denominator;
@@ -147,7 +147,7 @@ void DF1Cascade::getCoefficients(double* out) const noexcept {
 
 void DF1Cascade::process(double* samples, std::int32_t n) noexcept {
   if (n < 1) return;
-  // `flat` first: whoever sees it set sees the ramp that leads to it.
+  // Read `flat` first: if it is set, the ramp that leads to it is visible, too.
   const bool isFlat = flat.load(std::memory_order_acquire) != 0;
   takeCoefficients();
   if (isFlat && rampRemaining <= 0) {
@@ -159,7 +159,7 @@ void DF1Cascade::process(double* samples, std::int32_t n) noexcept {
 
 void DF1Cascade::process(float* samples, std::int32_t n) noexcept {
   if (n < 1) return;
-  // Unlike in double precision bypass counts before `update` has seen it: on purpose.
+  // Unlike in double precision, bypass counts even before `update` has seen it: on purpose.
   const bool isOut = flat.load(std::memory_order_acquire) != 0 || getBypass() != 0;
   takeCoefficients();
   if (isOut && rampRemaining < 1) return;
@@ -183,7 +183,7 @@ void DF1Cascade::runCascade(Sample* samples, std::int32_t n) noexcept {
     samples += moving;
     n -= moving;
   }
-  // Each section waits for its own last output: two at a time wait together.
+  // Each section waits for its own last output: running two together overlaps the waits.
   std::size_t i = 0;
   for (; i + 2 <= count; i += 2) runPlain<2>(samples, n, i);
   if (i < count) runPlain<1>(samples, n, i);

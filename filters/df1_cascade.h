@@ -7,10 +7,10 @@
 #include "filters/eq.h"
 #include "filters/kernel_exchange.h"
 
-/// A cascade of up to 16 second-order sections in direct form I for one channel, whose coefficients
-/// move to each new set in a straight line of 1000 samples.
-/// Threads: as `EQ`. `process` takes the newest set of coefficients, whole, at its next block, and
-/// starts the ramp to it from where the last block ended.
+/// A cascade of up to 16 second-order sections in direct form I for one channel. Coefficients move
+/// to a new set in a linear ramp of 1000 samples.
+/// Threads: see `EQ`. At each block `process` takes the newest complete set of coefficients and
+/// starts the ramp to it from the values at which the last block ended.
 class DF1Cascade : public EQ {
  public:
   static constexpr int kMaxSections = AnalogSections::kMaxRows;
@@ -18,7 +18,7 @@ class DF1Cascade : public EQ {
 
   DF1Cascade() noexcept;
 
-  void resetState() noexcept override;  ///< takes effect in front of the next block
+  void resetState() noexcept override;  ///< takes effect before the next block
   void resetCoefficients(bool immediate) noexcept override;
   void process(double* samples, std::int32_t n) noexcept override;
   void process(float* samples, std::int32_t n) noexcept override;
@@ -28,11 +28,11 @@ class DF1Cascade : public EQ {
   void setCoefficients(const double* newCoefficients, std::int32_t count) noexcept override;
 
  protected:
-  /// For a design: the new number of sections in front of `setCoefficients`, which then starts no
-  /// ramp for the sake of the number alone and hands it over with its set.
+  /// For designs: sets the number of sections before `setCoefficients`, which hands it over with
+  /// the coefficients and then starts no ramp only because the number differs.
   void setSectionCount(std::int32_t count) noexcept;
-  /// For a design that came out as unity, and for one that did not; after the coefficients in the
-  /// first case, before them in the second, so that no block misses their ramp.
+  /// For designs: stores whether the result is unity. Call it after setting the coefficients if it
+  /// is, before if it is not, so that no block misses their ramp.
   void storeFlat(bool isFlat) noexcept;
 
  private:
@@ -43,12 +43,12 @@ class DF1Cascade : public EQ {
     double y2 = 0.0;
   };
   using Coefficients = std::array<double, 5>;                     // b0, b1, b2, a1, a2
-  using SharedCoefficients = std::array<std::atomic<double>, 5>;  // the same
+  using SharedCoefficients = std::array<std::atomic<double>, 5>;  // same order
   struct CoefficientSet {
     std::array<Coefficients, kMaxSections> target{};
     std::int32_t count = 1;
-    std::uint32_t serial = 0;       // tells a set from the one before
-    std::uint32_t rampsWanted = 0;  // so far: none is lost where one set replaces another untaken
+    std::uint32_t serial = 0;       // distinguishes a set from the one before
+    std::uint32_t rampsWanted = 0;  // running count, so that a set replaced untaken loses no ramp
   };
 
   [[nodiscard]] int sectionsInUse() const noexcept;
@@ -60,17 +60,17 @@ class DF1Cascade : public EQ {
   template <std::size_t kTogether, typename Sample>
   void runPlain(Sample* samples, std::int32_t n, std::size_t first) noexcept;
 
-  // Control side; the responses may be read elsewhere.
+  // Control side; responses may be read from them on other threads.
   std::atomic<std::int32_t> sectionCount{1};
   std::array<SharedCoefficients, kMaxSections> target{};
   std::uint32_t serial = 0;
   std::uint32_t rampsWanted = 0;
 
-  // A mix of two sets may be unstable, and so may one of two moments of a ramp: sets change hands
-  // whole, and the audio thread works out the steps from what it has in force itself.
+  // A mixture of two sets, or of two moments of a ramp, may be unstable. Sets are therefore handed
+  // over whole, and the audio thread computes the ramp from its own present coefficients.
   KernelExchange<CoefficientSet> exchange;
-  // In force: written by the audio thread at the end of a block of a ramp, read to see what
-  // differs.
+  // Present coefficients: written by the audio thread after each block of a ramp, read elsewhere to
+  // see what differs.
   std::array<SharedCoefficients, kMaxSections> coefficients{};
 
   // Audio thread.

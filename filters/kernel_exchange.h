@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Hands kernels from a control thread to the audio thread, neither waiting for the other and
-/// nothing copied: of three kernels each side owns one, and the third lies between them. The
-/// control side fills `spare` and publishes it; the audio side takes the newest one published.
+/// Hands kernels from a control thread to the audio thread without waiting and without copying. Of
+/// three kernels each side owns one, and the third lies between them. The control side fills
+/// `spare` and publishes it; the audio thread takes the newest published kernel.
 template <typename Kernel>
 class KernelExchange {
  public:
@@ -18,7 +18,8 @@ class KernelExchange {
   // Control side, one thread at a time.
   [[nodiscard]] Kernel& spare() noexcept { return kernels[spareIndex]; }
   void publish() noexcept {
-    // Release: the filled kernel; acquire: what the audio thread last read of the one coming back.
+    // Release: hands over the filled kernel. Acquire: the audio thread has finished reading the one
+    // that comes back.
     const std::uint32_t back = middle.exchange(spareIndex | kFresh, std::memory_order_acq_rel);
     spareIndex = back & kIndex;
   }

@@ -31,8 +31,8 @@ FitLimits fitLimits(filters::RowShape shape) noexcept {
   }
 }
 
-// The closed form or its fit. It is the FIRST section of the cascade that decides, whichever has
-// been fitted: on purpose.
+// The fit if it is stable, otherwise the closed form. The FIRST section of the cascade decides,
+// whichever section was fitted: on purpose.
 DigitalSection checkedSection(const filters::RowMatch& match, const DigitalSection& fitted,
                               const DigitalSection& first) noexcept {
   if (!match.inverted) return filters::isStable(first[3], first[4]) ? fitted : match.section;
@@ -40,14 +40,14 @@ DigitalSection checkedSection(const filters::RowMatch& match, const DigitalSecti
   return filters::reciprocalSection(kept ? fitted : match.section);
 }
 
-// H - 1 in place of H.
+// Turns H into H - 1.
 void subtractInput(DigitalSection& section) noexcept {
   section[0] -= 1.0;
   section[1] -= section[3];
   section[2] -= section[4];
 }
 
-// The same of both together: the poles stay, and their new zeros are shared out.
+// The same for a product of two: the poles stay, the new zeros are divided between the two.
 void subtractInput(DigitalSection& first, DigitalSection& second) noexcept {
   const std::array<double, 3> d{1.0, first[3], first[4]};
   const std::array<double, 3> e{1.0, second[3], second[4]};
@@ -114,14 +114,14 @@ void LanthornEQ::update() {
   setCoefficients(result[0].data(), radian.count);
 }
 
-// Returns whether all of them are unity.
+// Digitises all rows. Returns whether all of them are unity.
 bool LanthornEQ::matchRows(const AnalogSections& radian, Cascade& result) noexcept {
   bool allFlat = true;
   filters::RowMatch match;
   DigitalSection fitted{};
   for (std::size_t i = 0; i < static_cast<std::size_t>(radian.count); ++i) {
     const AnalogRow& row = radian.rows[i];
-    // A steep filter is a stack of equal rows: equal fits of those need not be repeated.
+    // A steep filter is a stack of equal rows, which need only one fit.
     if (i == 0 || row != radian.rows[i - 1]) {
       match = filters::matchRow(row, sampleRate);
       allFlat = allFlat && isUnity(match);
@@ -145,7 +145,7 @@ DigitalSection LanthornEQ::fitRow(const AnalogRow& row, const filters::RowMatch&
   if (match.shape == filters::RowShape::kConstant) return section;
   MatchFit::Points wanted;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
-    // Single precision on purpose: the end of a fit follows the last places of its target.
+    // Single precision on purpose: the result of a fit depends on the last digits of its target.
     const auto magnitude = static_cast<float>(analogMagnitude(&row, 1, fit->radiansPerSecond(i)));
     wanted[i] = magnitude;
     if (match.inverted) wanted[i] = 1.0 / wanted[i];

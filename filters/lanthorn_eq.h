@@ -6,10 +6,10 @@
 #include "filters/df1_cascade.h"
 #include "filters/match_fit.h"
 
-/// The analog rows made digital so that they hold up to Nyquist: each by a closed form that
-/// prescribes its gain there, then fitted to the analog curve.
-/// Threads: as `EQ`; `update` allocates when it first has rows to take. It costs some hundred
-/// microseconds per different row.
+/// Digitises the analog rows so that they match the analog curve up to Nyquist: each row by a
+/// closed form with a prescribed gain there, then by a fit to the analog curve.
+/// Threads: see `EQ`. `update` allocates when it first designs rows, and takes some hundred
+/// microseconds per distinct row.
 class LanthornEQ : public DF1Cascade {
  public:
   bool setSampleRate(float hz) noexcept override;
@@ -18,7 +18,7 @@ class LanthornEQ : public DF1Cascade {
  protected:
   /// Whether the filter is switched off or bypassed.
   [[nodiscard]] bool isOut() const noexcept;
-  /// Designs if need be. The rows in rad/s into `radian`, and their number into use; false if they
+  /// Designs if dirty, writes the rows in rad/s to `radian` and sets their number. False if they
   /// have been taken before.
   bool takeRows(AnalogSections& radian) noexcept;
 
@@ -30,6 +30,6 @@ class LanthornEQ : public DF1Cascade {
   [[nodiscard]] DigitalSection fitRow(const AnalogRow& row,
                                       const filters::RowMatch& match) noexcept;
 
-  // Large, and made when first needed: many a filter is never switched on.
+  // Large, therefore made when first needed: many filters are never switched on.
   std::unique_ptr<MatchFit> fit;
 };

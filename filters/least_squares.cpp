@@ -22,14 +22,14 @@ struct Rotation {
   double s = 0.0;
 };
 
-// The one that turns (x, y) into (|(x, y)|, 0).
+// The rotation that turns (x, y) into (|(x, y)|, 0).
 Rotation onto(double x, double y) noexcept {
   const double size = std::hypot(x, y);
   return size == 0.0 ? Rotation{} : Rotation{x / size, y / size};
 }
 
-// A 2 x 2 bidiagonal matrix [d0 e; 0 d1] under rotations of its columns, gathered in `v`, and of
-// its rows, done to the right side `b` as well.
+// A 2 x 2 bidiagonal matrix [d0 e; 0 d1]. Rotations of its columns are accumulated in `v`; those of
+// its rows are applied to the right side `b` as well.
 struct Bidiagonal {
   double d0;
   double e;
@@ -41,7 +41,7 @@ struct Bidiagonal {
     return std::abs(e) <= std::numeric_limits<double>::epsilon() * (std::abs(d0) + std::abs(d1));
   }
 
-  // One implicit QR step, shifted by the smaller eigenvalue of B'B: of two it is known beforehand.
+  // One implicit QR step, shifted by the smaller eigenvalue of B'B, which is known for a 2 x 2.
   // G. H. Golub, C. Reinsch: Singular Value Decomposition and Least Squares Solutions, 1970
   void sweep() noexcept {
     if (d0 == 0.0) {  // the row of e alone goes into the other

@@ -9,11 +9,11 @@ namespace {
 using Vector = MatchFit::Vector;
 
 constexpr double kLowestHz = 20.0;
-constexpr double kLeastMove = 1e-8;            // of a parameter, or of 1 if that is more
-constexpr double kReciprocalOfZero = 10000.0;  // for a curvature that vanished
-constexpr int kLostSteps = 3;                  // in all, after which a fit ends
+constexpr double kLeastMove = 1e-8;            // relative to a parameter, or to 1 if that is more
+constexpr double kReciprocalOfZero = 10000.0;  // for a vanishing curvature
+constexpr int kLostSteps = 3;                  // steps without progress that end a fit
 
-// Sums run in lanes: one lane alone would wait for each addition.
+// Sums run in several lanes: a single lane would wait for each addition.
 constexpr std::size_t kLanes = 4;
 using Lanes = std::array<double, kLanes>;
 
@@ -52,7 +52,7 @@ void MatchFit::fitSection(DigitalSection& section, const Points& wanted, double 
   if (section[0] == 0.0) return;
   start(section, wanted);
   const double firstError = error;
-  // Nor is there a way on from what is not a number.
+  // Nothing to improve; NaN ends here, too.
   if (!(firstError > floor)) return;
   int lost = 0;
   for (int i = 1; i < tries && lost < kLostSteps; ++i) {
@@ -85,7 +85,7 @@ void MatchFit::reflectPoles() noexcept {
     double r2 = 0.5 * (-a1 - root);
     if (std::abs(r1) > 1.0) r1 = 1.0 / r1;
     if (std::abs(r2) > 1.0) r2 = 1.0 / r2;
-    // Formed anew even where they stay: see `step`.
+    // Computed anew even if the poles stay: see `step`.
     a1 = -r1 - r2;
     a2 = r1 * r2;
   }
@@ -126,8 +126,8 @@ double MatchFit::errorOf() noexcept {
   return total(errors);
 }
 
-// By the chain rule through numerator and denominator of each magnitude, as `errorOf` left them.
-// The gain is the best one, so that its own change counts for nothing.
+// By the chain rule through the numerator and denominator of each magnitude, as `errorOf` left
+// them. Since the gain is the best one, the error does not depend on it to first order.
 void MatchFit::sumGradient() noexcept {
   previousGradient = gradient;
   const auto [b1, b2, a1, a2] = x;
@@ -142,7 +142,7 @@ void MatchFit::sumGradient() noexcept {
       const double numerator = nRe * nRe + nIm * nIm;
       const double denominator = dRe * dRe + dIm * dIm;
       const double weight = 2.0 * gain * (gain * magnitude[p] - target[p]) * magnitude[p];
-      // At a zero or a pole on the circle itself the slope has no direction.
+      // At a zero or pole exactly on the unit circle the slope is undefined.
       const double byN = numerator == 0.0 ? 0.0 : weight / numerator;
       const double byD = denominator == 0.0 ? 0.0 : weight / denominator;
       sums[0][k] += byN * (nRe * cos1[p] + nIm * sin1[p]);
@@ -166,8 +166,8 @@ bool MatchFit::step() noexcept {
     x = from;
     error = errorOf();
   }
-  // After a lost step, too: the last places of the poles then turn the next direction, which now
-  // and then frees a fit that has come to a halt.
+  // After a lost step, too: the last digits of the poles then change the next direction, which
+  // sometimes frees a fit that is stuck.
   sumGradient();
   updateHessian({x[0] - from[0], x[1] - from[1], x[2] - from[2], x[3] - from[3]});
   return progress;

@@ -5,10 +5,11 @@
 
 #include "filters/section_match.h"
 
-/// Refines a digital section until its magnitude lies closest to wanted ones, in the sum of squares
-/// over 128 points spaced evenly in pitch from 20 Hz to half the rate. Quasi-Newton in b1/b0,
-/// b2/b0, a1 and a2; b0 is the best one for those.
-/// Control side; allocates nothing. A fit takes some hundred passes over the points.
+/// Refines a digital section to approximate wanted magnitudes, with the least sum of squared errors
+/// at 128 points from 20 Hz to half the rate, evenly spaced in pitch. Quasi-Newton in b1/b0, b2/b0,
+/// a1 and a2, with the best b0 for these (W. H. Press et al., Numerical Recipes in C, 1992, chapter
+/// 10.7).
+/// Control threads; allocates nothing. A fit takes some hundred passes over the points.
 class MatchFit {
  public:
   static constexpr std::size_t kPoints = 128;
@@ -18,26 +19,26 @@ class MatchFit {
   explicit MatchFit(double sampleRate) noexcept { prepare(sampleRate); }
 
   void prepare(double sampleRate) noexcept;  ///< Hz, > 40
-  /// Angular frequencies of the points in rad/s.
+  /// Angular frequency of a point in rad/s.
   [[nodiscard]] double radiansPerSecond(std::size_t point) const noexcept {
     return omega[point] * gridRate;
   }
 
-  /// Improves `section` towards `wanted` by up to `tries` - 1 steps. It stays as it was if its
-  /// error is at most `floor`, or did not fall, or did not fall below `ceiling`.
+  /// Improves `section` towards `wanted` in up to `tries` - 1 steps. It stays as it was if its
+  /// error is at most `floor`, or if the error does not fall, or does not fall below `ceiling`.
   void fitSection(DigitalSection& section, const Points& wanted, double ceiling, int tries,
                   double floor) noexcept;
 
-  // What a fit is made of.
+  // The parts of a fit.
 
-  /// Begins a fit of `section`, b0 not 0, to `wanted`, with the gradient there.
+  /// Begins a fit of `section`, whose b0 is not 0, to `wanted`; computes the gradient.
   void start(const DigitalSection& section, const Points& wanted) noexcept;
-  /// Brings the poles into the unit circle, the magnitude being the same but for its gain; then the
-  /// best gain and the sum of squared errors with it.
+  /// Reflects the poles into the unit circle, which changes the magnitude by a factor only. Then
+  /// finds the best gain and returns the sum of squared errors with it.
   double errorOf() noexcept;
   /// One step with BFGS update. Returns whether it made progress.
   bool step() noexcept;
-  /// Of the error in `parameters`; as of `start` and of each `step`.
+  /// Gradient of the error in `parameters`, as left by `start` or the last `step`.
   [[nodiscard]] const Vector& errorGradient() const noexcept { return gradient; }
   [[nodiscard]] const Vector& parameters() const noexcept { return x; }
   [[nodiscard]] DigitalSection fitted() const noexcept;

@@ -88,14 +88,14 @@ void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexc
   for (int j = 0; j < known; ++j) x[at(j)] = inputs[(newest + j) % count];
   for (int kernel = 0; kernel < kernels; ++kernel) {
     for (int j = 0; j < count; ++j) h[at(j)] = spectraOf(kernel)[j];
-    // The next run is the turn of the newest block's partition 1, and so forth.
+    // The next run uses the newest block with partition 1, and so on.
     for (int ahead = 0; ahead + 1 < count; ++ahead) {
       const int terms = std::min(known, count - 1 - ahead);
       vectorKernels().multiplySpectra(x.data(), h.data() + ahead + 1, terms, work[0],
                                       2 * blockSize);
       addTo(retired[kernel * count + (due + ahead) % count], work[0], 2 * blockSize);
     }
-    // The partitions' turns, and two more to leave silence in both of its parts.
+    // One run per partition, and two more to leave silence in both parts.
     ringing[at(kernel)] = count + 1;
   }
   known = 0;
@@ -135,9 +135,9 @@ void PartitionedConvolver::loadPartitions(const double* taps, const Stage& stage
   const int block = stage.blockSize;
   const PlanarSpan padded = loading[0];
   for (int j = 0; j < stage.count; ++j) {
-    // The head, or the partitions of the stage before, hold the first block of taps.
+    // The first block of taps belongs to the head or to the stage before.
     const double* const partition = taps + static_cast<std::ptrdiff_t>(j + 1) * block;
-    const double scale = 0.5 / block;  // of a forward and a backward transform
+    const double scale = 0.5 / block;  // undoes the gain of both transforms
     std::transform(partition, partition + block, padded.re,
                    [scale](double h) { return h * scale; });
     std::fill_n(padded.re + block, block, 0.0);
@@ -163,7 +163,7 @@ void PartitionedConvolver::resetRight() noexcept {
 void PartitionedConvolver::process(const double* left, const double* right, double* const* outLeft,
                                    double* const* outRight, int outputs, int frames) noexcept {
   if (frames <= 0) return;
-  // With no past to convolve, any sample is as good a place to change kernels as another.
+  // With no past to convolve, kernels can be changed at any sample.
   if (silent) exchange.take();
   silent = false;
   std::array<double*, 8> toLeft{};
@@ -240,7 +240,7 @@ void PartitionedConvolver::endOfBlock() noexcept {
     std::copy_n(channel + kLarge, kHead, channel);
   }
   position = 0;
-  // Only here do blocks of both sizes begin, each of which meets one set of kernels.
+  // Kernels change only where blocks of both sizes begin, so that each block meets one set.
   if (exchange.waiting()) changeKernels();
 }
 
@@ -249,7 +249,7 @@ void PartitionedConvolver::changeKernels() noexcept {
   small.retire(old.count, old.smallSpectra());
   large.retire(old.count, old.largeSpectra());
   for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
-    // The direct taps look back: what they would still find goes out with the next small block.
+    // The direct taps reach back: what they would still add is output with the next small block.
     double* const samples = past[0].*part;
     std::fill_n(samples + kHead, kHead + kVectorSlack, 0.0);
     for (int k = 0; k < old.count; ++k) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kMaxOrder = 2 * AnalogSections::kMaxRows;
 
-// Kept at nine digits on purpose: full ones would move every shelf in its ninth place.
+// Nine digits on purpose: more would change every shelf in its ninth digit.
 constexpr double kHalfRoot = 0.707106781;
 constexpr double kRoot = 1.41421356;
 
@@ -21,7 +21,7 @@ struct ShelfQ {
   double denominator;
 };
 
-// Q works through the power |gain| / 16 dB: all of it at 16 dB, none at 0 dB.
+// Q acts with the exponent |gain| / 16 dB: fully at 16 dB, not at all at 0 dB.
 ShelfQ shelfQ(double gainDb, double q, float parameterA) noexcept {
   const float spread = parameterA * 0.01F;
   const double d = q < kHalfRoot ? 0.0 : (q - kHalfRoot) * static_cast<double>(spread);
@@ -37,7 +37,7 @@ AnalogRow shelf(double gainDb, double q, float parameterA, bool high) noexcept {
   const double d1 = 1.0 / shape.denominator;
   const double n2 = high ? x : 1.0;
   const double n0 = high ? 1.0 : x;
-  // A cut is the reciprocal of the boost of its size.
+  // A cut is the reciprocal of the boost of the same size.
   if (gain < 1.0) return {1.0, d1, 1.0, n2, n1, n0};
   return {n2, n1, n0, 1.0, d1, 1.0};
 }
@@ -115,7 +115,7 @@ double peakEffectiveQ(double gainDb, double q, double parameterA) noexcept {
   const double r = (-v - std::sqrt(v * v - 4.0)) / 2.0;
   const double t = std::pow(b, 1.0 / p);
   const double spread = 2.0 - (r * r + 1.0) / r;
-  // So near 0 dB that it rounds away: 0 / 0 would follow.
+  // So close to 0 dB that it rounds to unity: avoids 0 / 0.
   if (!(spread < 0.0)) return q;
   return std::sqrt((1.0 - 1.0 / (t * t)) / spread);
 }

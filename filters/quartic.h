@@ -2,16 +2,16 @@
 
 #include <array>
 
-/// Polynomials by their real quadratic factors. Pure functions; any thread.
+/// Splits polynomials into real quadratic factors. Pure functions; any thread.
 namespace filters {
 
 /// x^2 + [0] x + [1].
 using Quadratic = std::array<double, 2>;
 
-/// The largest real root of x^3 + a x^2 + b x + c.
+/// The largest real root of x^3 + a x^2 + b x + c (G. Cardano).
 [[nodiscard]] double largestCubicRoot(double a, double b, double c) noexcept;
 
-/// The two quadratic factors of x^4 + a x^3 + b x^2 + c x + d.
+/// The two quadratic factors of x^4 + a x^3 + b x^2 + c x + d (L. Ferrari).
 [[nodiscard]] std::array<Quadratic, 2> splitQuartic(double a, double b, double c,
                                                     double d) noexcept;
 

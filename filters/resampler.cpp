@@ -11,8 +11,8 @@
 
 namespace {
 
-/// The odd phase of a half-band filter, the sinc at half-integer places, under a Kaiser window that
-/// reaches its ends at the first and the last tap.
+/// The odd phase of a half-band filter: the sinc at half-integer positions, with a Kaiser window
+/// whose ends lie at the first and the last tap.
 template <std::size_t count>
 std::array<double, count> halfBandKernel(double beta) noexcept {
   std::array<double, count> kernel{};
@@ -49,8 +49,7 @@ void raise(const double* input, int n, double* output, const double* kernel, int
   }
 }
 
-/// Leaves in the cells after the first `past` what filling them again and again with the input
-/// leaves there.
+/// Leaves the cells after the first `past` as if the input had passed through them in chunks.
 void keepPassed(const double* input, int n, int past, double* history) noexcept {
   const int capacity = Resampler::kHistory - past;
   const int last = (n - 1) % capacity + 1;
@@ -62,8 +61,8 @@ void keepPassed(const double* input, int n, int past, double* history) noexcept 
 void lower(const double* input, int n, double* output, const double* kernel, int taps,
            double* history) noexcept {
   if (n <= 0) return;
-  // The filter sees every second sample, so the two phases are kept apart while it runs; and in
-  // blocks of its own, since a long kernel leaves the history room for two samples at a time.
+  // The filter uses every second sample, so the two phases are kept in separate arrays, in blocks
+  // of their own: a long kernel leaves room in the history for two samples at a time only.
   constexpr int kBlock = 256;
   const int past = taps - 1;  // of each phase
   std::array<double, kBlock + Resampler::kHistory / 2> even;

@@ -3,9 +3,9 @@
 #include <array>
 #include <atomic>
 
-/// Raises a signal to twice its rate, or lowers it from there, by a half-band filter: a windowed
-/// sinc of `taps` taps, not normalised, so that DC comes back within its ripple. One object is for
-/// one signal in one direction.
+/// Doubles or halves the rate of a signal with a half-band filter: a windowed sinc of `taps` taps,
+/// not normalised, so that the gain at DC is 1 within its ripple. One object serves one signal in
+/// one direction.
 ///
 /// Threads: all on the audio thread, where it neither locks nor allocates.
 class Resampler {
@@ -19,18 +19,18 @@ class Resampler {
   virtual ~Resampler() = default;
 
   /// `ratio` 2.0: `n` samples in, 2n out, each interpolated sample before the input sample it
-  /// precedes. `ratio` 0.5: `n`, which is even, in and n / 2 out. Arrays apart from each other.
+  /// precedes. `ratio` 0.5: `n` samples in, an even number, and n / 2 out. Arrays must not overlap.
   /// `kernel`: the taps of the interpolated phase, an even number of at most 128. `cells`: a
-  /// history of 256, of which the first tapCount - 1 (raising) or 2 (tapCount - 1) (lowering) are
-  /// the last inputs. The input goes through the others in chunks that fill them; what it leaves
-  /// there becomes the past when the next call has more taps or the other ratio.
+  /// history of 256 cells, of which the first tapCount - 1 (doubling) or 2 (tapCount - 1) (halving)
+  /// hold the last inputs. The input passes through the other cells in chunks that fill them; what
+  /// remains there counts as past input if the next call has more taps or the other ratio.
   static void resample(double ratio, const double* input, int n, double* output,
                        const double* kernel, int tapCount, double* cells) noexcept;
 
-  /// `resample` with this object's kernel and history.
+  /// See `resample`; uses this object's kernel and history.
   virtual void process(double ratio, const double* input, int n, double* output) noexcept;
 
-  /// Makes `value` the whole past.
+  /// Sets all past inputs to `value`.
   void fillHistory(double value) noexcept;
 
  protected:
@@ -49,32 +49,32 @@ class ResamplerHQ final : public Resampler {
 
   void process(double ratio, const double* input, int n, double* output) noexcept override;
 
-  /// Any thread; holds from the next call of `process` on, which finds the history as it is.
+  /// Any thread; takes effect at the next call of `process`, with the history as it is.
   std::atomic<bool> highQuality{false};
 
  private:
   const double* const hqKernel;
 };
 
-/// The product of one channel and its gain, formed at twice the rate so that the sidebands of a
-/// fast gain do not alias.
+/// Multiplies one channel by its gain at twice the rate, so that the sidebands of a fast gain do
+/// not alias.
 ///
-/// Threads: `setHighQuality` and `latency` anywhere; the rest on the audio thread, where it
+/// Threads: `setHighQuality` and `latency` on any thread; the rest on the audio thread, where it
 /// neither locks nor allocates.
 class OversampledGain {
  public:
   OversampledGain() noexcept { reset(); }
 
-  /// Silence at a gain of 1 before the next sample.
+  /// Makes the past silence at a gain of 1.
   void reset() noexcept;
   void setHighQuality(bool on) noexcept;
 
-  /// `signal` becomes signal times `gain`, `latency` samples late. `upSignal` and `upGain`: scratch
-  /// of 2 * `frames` each.
+  /// Replaces `signal` by signal times `gain`, `latency` samples late. `upSignal` and `upGain`:
+  /// scratch arrays of 2 * `frames` each.
   void process(double* signal, const double* gain, int frames, double* upSignal,
                double* upGain) noexcept;
 
-  /// Samples at the base rate by which raising and lowering together delay.
+  /// Delay of raising and lowering together, in samples at the base rate.
   [[nodiscard]] static constexpr int latency(bool highQuality) noexcept {
     return (highQuality ? ResamplerHQ::hqTaps : Resampler::taps) - 1;
   }

@@ -16,8 +16,8 @@ constexpr double kUnityDb = 0.01;
 double square(double x) noexcept { return x * x; }
 double fourthRoot(double x) noexcept { return std::sqrt(std::sqrt(x)); }
 
-// tan of an angle that rounding may have taken beyond pi / 2. Limited, since at Nyquist itself the
-// poles would come to lie on the unit circle.
+// tan of an angle that rounding may have moved beyond pi / 2. Limited, since exactly at Nyquist the
+// poles would lie on the unit circle.
 double warpTangent(double angle) noexcept { return std::min(std::abs(std::tan(angle)), 1e6); }
 
 double rootOrZero(double x) noexcept { return x < 0.0 ? 0.0 : std::sqrt(x); }
@@ -27,7 +27,7 @@ void scaleNumerator(DigitalSection& section, double factor) noexcept {
   for (std::size_t i = 0; i < 3; ++i) section[i] *= factor;
 }
 
-// The peak above half the rate: what lies below is one rise, from 1 at 0 Hz to G1 at Nyquist.
+// A peak above half the rate: below it there is only a rise, from 1 at 0 Hz to G1 at Nyquist.
 DigitalSection highPeakMatch(double G, double G1, double hz, double q, double rate) noexcept {
   if (G1 == 1.0) return {1.0, 0.0, 0.0, 0.0, 0.0};
   const double u = (G1 - 1.0) * q * q * G / (G1 - G * G);
@@ -44,7 +44,7 @@ double lowpassPower(double angle, double w, double Y) noexcept {
   return 1.0 / (squared / Y + square(1.0 - squared / (w * w)));
 }
 
-// Where the low-pass is to be met exactly, as the tangent of half the angle.
+// The frequency at which the low-pass is met exactly, as the tangent of half the angle.
 double lowpassPoint(double Q, double X, double w) noexcept {
   if (Q >= std::numbers::sqrt2 / 2.0) {
     const double h = std::sqrt(4.0 * Q * Q - 1.0);
@@ -59,7 +59,7 @@ double lowpassPoint(double Q, double X, double w) noexcept {
                   std::tan(rootOrZero((R + 2.0 - 1.0 / Q2) / 2.0) * w / 2.0));
 }
 
-// The square of `value` as found by least squares replaces it, unless nothing was found.
+// Replaces `value` by the root of its square found by least squares, unless nothing was found.
 void takeRoot(double& value, double squared) noexcept {
   if (squared != 0.0) value = std::sqrt(std::abs(squared));
 }
@@ -77,7 +77,8 @@ struct Normalised {
   double lower = 0.0;  // the lower one of two
 };
 
-// Squares of the frequencies, rad/s, between 0 and infinity where the gain has an extremum, or 0.
+// Squares of the frequencies (rad/s) between 0 and infinity at which the gain has an extremum; 0
+// for none.
 std::array<double, 2> extrema(double N2, double N1, double N0, double D1, double D0) noexcept {
   const double A = 2.0 * N0 * N2 - N1 * N1 + N2 * N2 * D1 * D1 - 2.0 * N2 * N2 * D0;
   const double B = N2 * N2 * D0 * D0 - N0 * N0;
@@ -124,8 +125,8 @@ void invert(Normalised& row) noexcept {
   std::swap(row.d, row.q);
 }
 
-// Bilinear in shape, with the gain at Nyquist as asked and the widths of both sides chosen so that
-// the gain is met at up to four frequencies.
+// Shaped like a bilinear transform, but with the prescribed gain at Nyquist and the widths of both
+// sides chosen so that the gain is met at up to four frequencies.
 DigitalSection secondOrderMatch(const Normalised& row, double rate) noexcept {
   const auto& [hi, lo, q0, d0, f0, G, upper, lowerExtremum] = row;
   double lower = lowerExtremum;
@@ -158,8 +159,8 @@ DigitalSection secondOrderMatch(const Normalised& row, double rate) noexcept {
           2.0 * (V - 1.0) / a0, (1.0 - T * d + V) / a0};
 }
 
-// `q` refined by least squares so that the high-pass is met at its extrema, if any, its corner, and
-// an octave below.
+// Refines `q` by least squares so that the high-pass is met at its extrema, if any, at its corner
+// and an octave below.
 double highpassWidth(double q, double hz, double G, double V, std::array<double, 2> extremes,
                      double rate) noexcept {
   LeastSquares equations;
@@ -211,7 +212,7 @@ DigitalSection peakMatch(double gainDb, double hz, double q, double rate) noexce
   const double G2 = G * G;
   const double w = kTwoPi * hz / rate;
   const double T = warpTangent(w / 2.0);
-  // Nothing lies above the peak but, for one at Nyquist, by rounding.
+  // Nothing lies above the peak, except by rounding for a peak at Nyquist.
   const double e = std::max(0.0, G2 - G1 * G1);
   const double W = e <= 1e-10 ? T * T : std::sqrt(e / (G2 - 1.0)) * T * T;
   const double E = 2.0 * W * (G2 - G1 - std::sqrt(e * (G2 - 1.0)));

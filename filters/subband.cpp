@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kStacked = 1;  // prototypes of the edges: stacked sections, corner kept in place
+constexpr int kStacked = 1;  // subtype of the edges: stacked sections, corner kept in place
 constexpr int kButterworth = 2;
 
 struct Edge {
@@ -26,7 +26,7 @@ void setEdge(BLTEQ& filter, EQ::Type type, int prototype, const Edge& edge) noex
   filter.setFrequency(static_cast<float>(edge.frequency));
 }
 
-/// All of a filter that shows in its magnitude.
+/// Everything that the magnitude of a filter depends on.
 auto valuesOf(const BLTEQ& filter) noexcept {
   return std::make_tuple(filter.getBypass(), filter.getType(), filter.getSubtype(),
                          filter.getOrder(), filter.getFrequency(), filter.getQ());
@@ -95,7 +95,7 @@ void subband::rebuildKernel() {
   }
   for (std::size_t k = 1; k < kHalf; ++k) spectrum[2 * (kTaps - k)] = spectrum[2 * k];
   complexForward(kTaps, spectrum.data(), fft);
-  // The response is centred on index 0, its wings at both ends: exchange the halves.
+  // The response is centred on index 0 and wraps around: exchange the halves.
   std::vector<double> kernel(kTaps);
   for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
   kernelWindow.applyWindow(kernel.data(), kTaps);
@@ -118,7 +118,7 @@ int subband::filter(double* const band[kChannels], double* const rest[kChannels]
     running = false;
     return 0;
   }
-  // What the filter held when it was last in use is long past.
+  // What the filter held when it was last in use is stale.
   if (!running) reset(phase);
   running = true;
   for (int c = 0; c < channels; ++c) {

@@ -15,15 +15,14 @@
 /// Half-power edge ratio of a second-order band-pass: its edges lie at f / r and f * r.
 [[nodiscard]] double bandEdgeRatio(double q) noexcept;
 
-/// The filter of a dynamic EQ band: lifts a region of the spectrum out of a signal by a
-/// linear-phase FIR of 2048 taps, and gives what is left beside it, so that both add up to the
-/// delayed input. Analog filters describe the region; their magnitude is sampled into the kernel,
-/// alike for all channels.
+/// The filter of a dynamic EQ band: extracts a region of the spectrum with a linear-phase FIR of
+/// 2048 taps, and provides the rest, so that both add up to the delayed input. Analog filters
+/// describe the region; the kernel is sampled from their magnitude and used for all channels.
 ///
 /// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
 /// time, at any moment; `filter` and `reset*` on the audio thread, where they neither lock nor
-/// allocate; `latency` anywhere, `bandCurve` and `bandMagnitude` on any other thread, several at
-/// once.
+/// allocate; `latency` on any thread; `bandCurve` and `bandMagnitude` on any other thread, several
+/// at once.
 class subband {
  public:
   static constexpr int kTaps = 2048;
@@ -32,30 +31,29 @@ class subband {
   subband();
 
   void setSampleRate(double hz);  ///< Hz
-  /// `shape`: a `SubType`. `frequency` in Hz; slopes in dB per octave, of which `slope2` is for
-  /// the lower edge of `kBandPassB`. Marks the kernel for a rebuild when anything has changed.
+  /// `shape`: a `SubType`. `frequency` in Hz; slopes in dB per octave, `slope2` that of the lower
+  /// edge of `kBandPassB`. Marks the kernel for a rebuild if anything has changed.
   void configureFilters(int shape, float frequency, float slope, float q, float slope2);
-  /// Designs the kernel and hands it over, when marked.
+  /// Designs the kernel and hands it over, if marked.
   void rebuildKernel();
 
-  /// `band`: the input, then the band. `rest` is written. `channels`: 1 or 2. Returns by how many
-  /// samples both are later than the input.
+  /// `band` holds the input and is replaced by the band; `rest` is written. `channels`: 1 or 2.
+  /// Returns the delay of both in samples.
   int filter(double* const band[kChannels], double* const rest[kChannels], int frames,
              int channels) noexcept;
   /// Forgets the past. `newPhase`: when to do the large part of the work, in samples; bands whose
-  /// phases differ by multiples of 32 take turns.
+  /// phases differ by multiples of 32 do it at different times.
   void reset(int newPhase) noexcept;
   void resetRight() noexcept;  ///< forgets the second channel's past
 
-  /// Samples by which the band path is late.
+  /// Delay of the band in samples.
   [[nodiscard]] int latency() const noexcept {
     return filtered.load(std::memory_order_relaxed) ? kTaps / 2 : 0;
   }
 
-  /// The analog magnitude at `frequency` Hz.
+  /// The analog magnitude at `frequency` (Hz).
   [[nodiscard]] double bandMagnitude(double frequency) const;
-  /// As `bandMagnitude` at `n` frequencies in Hz, from a cache while neither they (by first, last
-  /// and number) nor the filters have changed.
+  /// Writes `bandMagnitude` at `n` frequencies (Hz) to `out`. Cached; see `CurveCache`.
   void bandCurve(const float* frequencies, int n, float* out);
 
  private:
@@ -75,7 +73,7 @@ class subband {
   [[nodiscard]] Sections currentSections() const;
   void delay(double* samples, std::size_t channel, int frames) noexcept;
 
-  // Control side. The filters are designed, never run.
+  // Control side. These filters only provide designs; they never process audio.
   BLTEQ highPass;
   BLTEQ lowPass;
   BLTEQ bandPass;
@@ -85,7 +83,7 @@ class subband {
   WindowTable kernelWindow{12.0F};
 
   std::atomic<bool> filtered{true};
-  std::atomic<bool> configured{false};  // until then what is beside the band is the whole input
+  std::atomic<bool> configured{false};  // until it is set, the rest is the whole input
 
   // Audio thread.
   PartitionedConvolver convolver{kTaps, 1};
@@ -94,7 +92,7 @@ class subband {
   int phase = 0;
   bool running = false;  // the last block was filtered
 
-  // What curves are drawn from.
+  // Source of the curves.
   Sections sections;  // under the lock
   mutable PlugBaseMutex sectionsLock;
   CurveCache<Sections> curve;

@@ -4,7 +4,7 @@
 
 #include "host/aeffect.h"
 
-/// A rectangle in pixels as the adapter reads it.
+/// A rectangle in pixels, in the layout that the adapter reads.
 struct ERect {
   std::int16_t top;
   std::int16_t left;
@@ -13,11 +13,11 @@ struct ERect {
 };
 
 enum FrameEvent : std::int32_t {
-  kFrameMouseDown = 0,    ///< on the control of the parameter `index`; negative for no parameter's
-  kFrameSizeChanged = 1,  ///< the editor's rectangle is another one
+  kFrameMouseDown = 0,    ///< on the control of parameter `index`; negative: on no parameter
+  kFrameSizeChanged = 1,  ///< the editor's rectangle has changed
 };
 
-/// What the adapter supplies to hear from the window of the editor. Threads: message thread.
+/// Implemented by the adapter to receive events of the editor's window. Threads: message thread.
 class iVSTFrameCallbackInterface {
  public:
   iVSTFrameCallbackInterface() = default;
@@ -25,13 +25,13 @@ class iVSTFrameCallbackInterface {
   iVSTFrameCallbackInterface(const iVSTFrameCallbackInterface&) = delete;
   iVSTFrameCallbackInterface& operator=(const iVSTFrameCallbackInterface&) = delete;
 
-  /// `type`: a `FrameEvent`. True from one that deals with the event itself.
+  /// `type`: a `FrameEvent`. Returns true when the event has been dealt with.
   virtual bool onFrameEvent(std::int32_t type, std::int32_t index) = 0;
 };
 
-/// The editor as its effect and the adapter see it. The effect owns it from construction on, window
-/// or no window. Threads: all on the message thread, but for `setParameter`, and for `effectReady`
-/// and `effectClosed`, which come on the thread that makes and deletes the effect.
+/// The editor as its effect and the adapter see it. The effect owns it from construction on,
+/// whether or not a window is open. Threads: message thread, except `setParameter` (any thread) and
+/// `effectReady` and `effectClosed` (the thread that makes and deletes the effect).
 class AEffEditor {
  public:
   AEffEditor() = default;
@@ -39,31 +39,31 @@ class AEffEditor {
   AEffEditor(const AEffEditor&) = delete;
   AEffEditor& operator=(const AEffEditor&) = delete;
 
-  /// The effect stands whole: what it has may be used from here on. `setParameter` may come before.
+  /// The effect is complete: all of it may be used from now on. `setParameter` may come earlier.
   virtual void effectReady() {}
-  /// The effect is about to go, all of it still there: a window that is open closes. Nothing but
-  /// the destructor follows.
+  /// The effect is about to be destroyed but is still complete: an open window must be closed now.
+  /// Only the destructor follows.
   virtual void effectClosed() {}
 
-  /// Points `*rect` to the size of the window, owned by the editor; false when there is none to
-  /// give.
+  /// Points `*rect` to the rectangle of the window, owned by the editor; false if there is none.
   virtual bool getRect(ERect** /*rect*/) { return false; }
-  /// Opens inside the window handle of the host; false when that fails.
+  /// Opens inside the host's window, given by its handle; false on failure.
   virtual bool open(void* /*parentWindow*/) { return false; }
   virtual void close() {}
   [[nodiscard]] virtual bool isOpen() const { return false; }
   /// Called every 10 ms.
   virtual void idle() {}
-  /// A parameter has changed. Comes on whatever thread changed it, the window open or not; must not
+  /// A parameter has changed. Called on whichever thread changed it, window open or not; must not
   /// block.
   virtual void setParameter(std::int32_t /*index*/, float /*normalised*/) {}
 
-  // Keys of the host's window; true for one that was of use. `kVstKeyTab` is not taken.
+  // Keys pressed in the host's window; true if the editor used the key. It never uses `kVstKeyTab`.
   virtual bool onKeyDown(const VstKeyCode& /*key*/) { return false; }
   virtual bool onKeyUp(const VstKeyCode& /*key*/) { return false; }
-  /// The host marks the control of a parameter, in one of its own `colour` numbers, or no longer.
+  /// The host highlights the control of a parameter, or stops doing so; `colour` is a number of the
+  /// host's own.
   virtual void setControlHighlight(std::int32_t /*index*/, bool /*on*/, std::int32_t /*colour*/) {}
-  /// Who hears of the window from now on; null for nobody. Not owned: set before `open`, taken back
-  /// before it goes.
+  /// Receiver of the window's events from now on; null for none. Not owned: set it before `open`
+  /// and reset it to null before it is destroyed.
   virtual void setFrameCallback(iVSTFrameCallbackInterface* /*callback*/) {}
 };

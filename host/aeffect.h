@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Records, flags and numbers that an effect and its adapter share: the contract between them, with
-/// C layout, so names, order and numbers are fixed.
+/// Records, flags and numbers that an effect and its adapter share. They are the contract between
+/// the two, with C layout: names, order and numbers are fixed.
 
 struct AEffect;
 
-/// What an adapter supplies to hear from the effect. Must not throw; may be null.
+/// Supplied by the adapter to receive the effect's messages. Must not throw; may be null.
 using AudioMasterCallback = std::intptr_t (*)(AEffect* effect, std::int32_t opcode,
                                               std::int32_t index, std::intptr_t value, void* ptr,
                                               float opt);
@@ -23,10 +23,10 @@ using AEffectProcessDouble = void (*)(AEffect* effect, double** inputs, double**
 using AEffectSetParameter = void (*)(AEffect* effect, std::int32_t index, float normalised);
 using AEffectGetParameter = float (*)(AEffect* effect, std::int32_t index);
 
-/// Reads "PtsV" in the memory of a little-endian machine.
+/// "PtsV" in the memory of a little-endian machine.
 inline constexpr std::int32_t kEffectMagic = 0x56737450;
 
-/// The record handed to the adapter. It lives inside the effect and as long as that.
+/// The record handed to the adapter. It is a member of the effect and lives as long as the effect.
 struct AEffect {
   std::int32_t magic;
   AEffectDispatcher dispatcher;
@@ -83,15 +83,15 @@ enum HostOpcode : std::int32_t {
   kHostEndEdit = 44,
 };
 
-/// Version of this interface, as both sides tell it.
+/// Version of this interface, as both sides report it.
 inline constexpr std::intptr_t kInterfaceVersion = 2400;
 
-/// Answers to `kHostProcessLevel`: on the audio thread, and of a host that renders faster or slower
-/// than real time.
+/// Answers to `kHostProcessLevel`: called on the audio thread in real time, and rendering faster or
+/// slower than real time.
 inline constexpr std::intptr_t kProcessLevelRealtime = 2;
 inline constexpr std::intptr_t kProcessLevelOffline = 4;
 
-/// Index of the `kHostVendorSpecific` message after every `setProgram`: the letters "prch".
+/// Index of the `kHostVendorSpecific` message sent after every `setProgram`: the letters "prch".
 inline constexpr std::int32_t kProgramChanged = 0x70726368;
 
 /// Host to effect.
@@ -144,7 +144,7 @@ enum EffectOpcode : std::int32_t {
 
 enum VstEventType : std::int32_t { kVstMidiType = 1, kVstSysExType = 6 };
 
-/// Head of every event; `type` tells what the bytes are.
+/// Common start of every event; `type` says which record it really is.
 struct VstEvent {
   std::int32_t type;
   std::int32_t byteSize;
@@ -167,7 +167,7 @@ struct VstMidiEvent {
   std::uint8_t reserved2;
 };
 
-/// A system exclusive message; its bytes are the sender's and gone after the call's block.
+/// A system exclusive message. The sender owns its bytes; they are valid for this block only.
 struct VstMidiSysExEvent {
   std::int32_t type;  ///< `kVstSysExType`
   std::int32_t byteSize;
@@ -181,12 +181,12 @@ struct VstMidiSysExEvent {
 
 /// A key that a host hands to the editor.
 struct VstKeyCode {
-  std::int32_t character;  ///< as text, 0 for none
-  std::uint8_t virt;       ///< number of a key without a character, 0 for none
+  std::int32_t character;  ///< the character typed, 0 for none
+  std::uint8_t virt;       ///< number of a key that types no character, 0 for none
   std::uint8_t modifier;   ///< of `VstModifierKeys`
 };
 
-/// The key that hosts move between their own controls with: an editor leaves it to them.
+/// The key that moves between controls of the host: an editor leaves it to the host.
 inline constexpr std::uint8_t kVstKeyTab = 2;
 
 enum VstModifierKeys : std::uint8_t {
@@ -196,7 +196,7 @@ enum VstModifierKeys : std::uint8_t {
   kVstModifierControl = 8,
 };
 
-/// `numEvents` pointers, of which the record declares the first two.
+/// A list of `numEvents` pointers, of which the record declares the first two.
 struct VstEvents {
   std::int32_t numEvents;
   std::intptr_t reserved;
@@ -211,8 +211,8 @@ static_assert(offsetof(VstEvents, events) == 2 * sizeof(void*));
 struct VstTimeInfo {
   double samplePos;
   double sampleRate;   ///< Hz
-  double nanoSeconds;  ///< a clock of the host's
-  double ppqPos;       ///< quarter notes, as are bar and cycle positions
+  double nanoSeconds;  ///< time on the host's own clock
+  double ppqPos;       ///< quarter notes, like the bar and cycle positions
   double tempo;        ///< quarter notes per minute
   double barStartPos;
   double cycleStartPos;
@@ -228,7 +228,7 @@ struct VstTimeInfo {
 enum VstTimeInfoFlags : std::int32_t {
   kVstTransportPlaying = 2,
   kVstTransportCycleActive = 4,
-  // Which fields hold something:
+  // Which fields are valid:
   kVstNanosValid = 0x100,
   kVstPpqPosValid = 0x200,
   kVstTempoValid = 0x400,

@@ -9,7 +9,7 @@ namespace {
 
 std::atomic<bool> showing{false};
 
-/// Takes the process-wide right to show, if it is free, for a scope.
+/// Takes the process-wide right to show messages for a scope, if it is free.
 class ShowingScope {
  public:
   ShowingScope() : taken(!showing.exchange(true)) {}

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The entries of the record: C calls that find their effect and let no exception out.
+// The functions in the record: C calls that find their effect and let no exception out.
 
 AudioEffect* effectOf(AEffect* record) noexcept {
   return record != nullptr ? static_cast<AudioEffect*>(record->object) : nullptr;
@@ -64,7 +64,7 @@ bool fitsInt32(std::intptr_t value) noexcept {
          value <= std::numeric_limits<std::int32_t>::max();
 }
 
-/// Numbers of keys and bits of modifiers; what is none is 0.
+/// The number as a byte; 0 if it does not fit.
 template <typename Number>
 std::uint8_t byteOf(Number number) noexcept {
   const bool fits = number >= Number{0} && number <= Number{255};

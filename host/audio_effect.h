@@ -8,26 +8,26 @@
 
 class AEffEditor;
 
-/// Whether it is one: 1 Hz to 10 MHz.
+/// Whether `hz` is a usable sample rate: 1 Hz to 10 MHz.
 [[nodiscard]] constexpr bool isSampleRate(double hz) noexcept { return hz >= 1.0 && hz <= 10e6; }
 
 /// Base of an effect: owns the record that the adapter holds, answers the calls that come through
-/// it and sends messages back. Operations without a body of their own here do nothing or return 0.
+/// it and sends messages back. Operations defined inline here do nothing or return 0.
 ///
 /// Texts are written with their terminating zero to buffers of at least `kTextCapacity` bytes.
 /// Threads: process calls on the audio thread; all else on the host's control threads or the
-/// message thread. No exception leaves through the record: the call answers 0 instead.
+/// message thread. No exception leaves through the record: the call returns 0 instead.
 class AudioEffect {
  public:
   static constexpr std::size_t kTextCapacity = 64;
 
-  /// With a null `audioMaster` the messages to the host go nowhere and are answered 0.
+  /// With a null `audioMaster`, messages to the host go nowhere and return 0.
   AudioEffect(AudioMasterCallback audioMaster, std::int32_t numPrograms, std::int32_t numParams);
   virtual ~AudioEffect();
   AudioEffect(const AudioEffect&) = delete;
   AudioEffect& operator=(const AudioEffect&) = delete;
 
-  /// Owned by the effect. Closing through it does not delete the effect: whoever made it does.
+  /// Owned by the effect. `kEffectClose` does not delete the effect; whoever made it does.
   [[nodiscard]] AEffect* getAeffect() noexcept { return &cEffect; }
   [[nodiscard]] AEffEditor* getEditor() const noexcept { return ownedEditor.get(); }
   /// Hz.
@@ -39,7 +39,7 @@ class AudioEffect {
   }
   [[nodiscard]] std::int32_t getInitialDelay() const noexcept;  ///< declared latency, samples
 
-  /// Every call that is neither audio nor a parameter value. An unknown opcode gives 0.
+  /// Every call other than audio and parameter values. An unknown opcode returns 0.
   virtual std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                    void* ptr, float opt);
   virtual void open() {}
@@ -49,14 +49,14 @@ class AudioEffect {
   virtual void setSampleRate(float newRate);             ///< Hz; ignored unless `isSampleRate`
   virtual void setBlockSize(std::int32_t newBlockSize);  ///< frames; ignored unless positive
 
-  /// `frames` samples of each channel from `inputs` to `outputs`, which may be the same buffers.
+  /// Processes `frames` samples of each channel; `inputs` and `outputs` may be the same buffers.
   virtual void processReplacing(float** /*inputs*/, float** /*outputs*/, std::int32_t /*frames*/) {}
   virtual void processDoubleReplacing(double** /*inputs*/, double** /*outputs*/,
                                       std::int32_t /*frames*/) {}
 
   virtual void setParameter(std::int32_t /*index*/, float /*normalised*/) {}
   virtual float getParameter(std::int32_t /*index*/) { return 0.0f; }
-  /// `setParameter`, and tells the host that the change came from this side.
+  /// As `setParameter`, and tells the host that the effect itself made the change.
   virtual void setParameterAutomated(std::int32_t index, float normalised);
   virtual void getParameterLabel(std::int32_t /*index*/, char* /*text*/) {}
   virtual void getParameterDisplay(std::int32_t /*index*/, char* /*text*/) {}
@@ -67,10 +67,10 @@ class AudioEffect {
   virtual void setProgramName(const char* /*name*/) {}
   virtual void getProgramName(char* /*name*/) {}
 
-  /// Points `*data` to the state, owned by the effect until the next call, and returns its size in
-  /// bytes.
+  /// Points `*data` to the stored state, which the effect owns and which is valid until the next
+  /// call, and returns its size in bytes.
   virtual std::int32_t getChunk(void** /*data*/, bool /*isPreset*/) { return 0; }
-  /// Reads `byteSize` bytes, the caller's. Not 0 when they were taken.
+  /// Loads a state from `byteSize` bytes owned by the caller. Returns 0 when it was not taken.
   virtual std::int32_t setChunk(const void* /*data*/, std::int32_t /*byteSize*/,
                                 bool /*isPreset*/) {
     return 0;
@@ -85,7 +85,7 @@ class AudioEffect {
   void canDoubleReplacing(bool state = true) noexcept { setFlag(kEffectCanDoubleReplacing, state); }
   void programsAreChunks(bool state = true) noexcept { setFlag(kEffectProgramChunks, state); }
   /// Null deletes the editor. Only while no other thread can reach the effect: at the end of a
-  /// constructor and at the head of a destructor.
+  /// constructor or at the start of a destructor.
   void setEditor(std::unique_ptr<AEffEditor> newEditor);
   [[nodiscard]] const std::unique_ptr<AEffEditor>& editorSlot() const noexcept {
     return ownedEditor;

@@ -7,7 +7,7 @@
 #include "host/audio_effect.h"
 
 /// The extended calls: events, properties, names, and the messages to the host beyond automation.
-/// Operations without a body of their own here return 0 or false.
+/// Operations defined inline here return 0 or false.
 class AudioEffectX : public AudioEffect {
  public:
   using AudioEffect::AudioEffect;
@@ -15,7 +15,7 @@ class AudioEffectX : public AudioEffect {
   std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value, void* ptr,
                            float opt) override;
 
-  /// Events for the coming block; audio thread. Null and an empty list are fine.
+  /// Takes the events for the coming block; audio thread. The list may be null or empty.
   virtual std::int32_t processEvents(const VstEvents* /*events*/) { return 0; }
 
   virtual bool canParameterBeAutomated(std::int32_t /*index*/) { return false; }
@@ -24,7 +24,7 @@ class AudioEffectX : public AudioEffect {
                                      char* /*text*/) {
     return false;
   }
-  /// Fill `properties` whole; false, with nothing written, for a channel that is not there.
+  // Fill all of `properties`; false, with nothing written, for a channel that does not exist.
   virtual bool getInputProperties(std::int32_t /*index*/, VstPinProperties* /*properties*/) {
     return false;
   }
@@ -32,7 +32,7 @@ class AudioEffectX : public AudioEffect {
     return false;
   }
 
-  /// True from an effect that bypasses by itself.
+  /// True from an effect that does the bypass itself.
   virtual bool setBypass(bool /*on*/) { return false; }
   virtual bool getEffectName(char* /*text*/) { return false; }
   virtual bool getVendorString(char* /*text*/) { return false; }
@@ -42,31 +42,31 @@ class AudioEffectX : public AudioEffect {
                                        void* /*ptr*/, float /*opt*/) {
     return 0;
   }
-  /// 1 yes, -1 no, 0 do not know.
+  /// Whether the effect supports the named feature: 1 yes, -1 no, 0 unknown.
   virtual std::int32_t canDo(const char* /*text*/) { return 0; }
   virtual std::int32_t getTailSize() { return 0; }  ///< samples
 
-  // For adapters whose host knows more than the record has calls for.
-  /// Level of an output channel, linear, 0 and up; the audio thread.
+  // For adapters whose hosts ask for more than the record has calls for.
+  /// Level of an output channel, linear, >= 0; audio thread.
   [[nodiscard]] virtual double getMeterValue(std::int32_t /*channel*/) const noexcept {
     return 0.0;
   }
   virtual void setTrackName(const char* /*name*/) {}
-  /// Fills `values` with the response at `count` `frequencies`, Hz; false from one that has none.
+  /// Fills `values` with the response at `count` `frequencies` (Hz); false if the effect has none.
   virtual bool getCurve(const float* /*frequencies*/, std::uint32_t /*count*/, float* /*values*/) {
     return false;
   }
-  /// Whether the effect would run with as many main inputs and outputs and no others.
+  /// Whether the effect can run with this many main inputs, as many outputs, and no other channels.
   [[nodiscard]] virtual bool acceptsChannels(std::int32_t /*channels*/) const { return false; }
 
-  /// Frame a change of a parameter by the user.
+  // Begin and end a change of a parameter by the user.
   virtual void beginEdit(std::int32_t index);
   virtual void endEdit(std::int32_t index);
 
  protected:
   void wantEvents();  ///< asks the host for MIDI
   [[nodiscard]] std::intptr_t getProcessLevel();
-  /// Empties `text` when the host does not say.
+  /// Writes the name of the host's vendor; empties `text` if the host gives none.
   void getHostVendorString(std::span<char> text);
 
  private:

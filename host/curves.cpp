@@ -32,8 +32,8 @@ double plainOf(double x, double min, double max, std::int32_t curve) noexcept {
     case kCurveCube:
       return r * x * x * x + min;
     case kCurveWhole:
-      // The normalised value of a whole number is the lower edge of its slice: a nudge puts it
-      // inside.
+      // The normalised value of a whole number is the lower edge of its slice: a small offset moves
+      // it inside.
       return std::floor(s + 0.00001);
     case kCurveMultipleOf6:
       return floorToMultiple(std::floor(s + 0.5), 6.0);

@@ -5,7 +5,7 @@
 /// Maps a normalised value to the user's number.
 /// `normalised` is clamped to 0..1 (NaN counts as 0), the result to `min`..`max`. The arithmetic is
 /// 64-bit on the 32-bit arguments; the result is rounded to 32 bits. An unknown curve gives 0,
-/// clamped like any other. Pure; any thread.
+/// clamped like any other result. Pure; any thread.
 [[nodiscard]] float normalisedToPlain(float normalised, float min, float max,
                                       std::int32_t curve) noexcept;
 

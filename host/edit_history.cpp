@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr float kBankStep = 0.125F;  // one bank, as the history notes it
+constexpr float kBankStep = 0.125F;  // one bank in the values that the history records
 
 }  // namespace
 
@@ -58,7 +58,7 @@ void EditHistory::endOpenGroups() {
 }
 
 void EditHistory::step(bool towardsRedo, const Restore& restore) {
-  endOpenGroups();  // whose end must not stand alone after what is taken back now
+  endOpenGroups();  // an end that came later would stand alone, after the entries taken back now
   const Raised now(stepping);
   const std::int32_t loaded = walk(towardsRedo, restore);
   if (loaded != 0) restore.loadedState(loaded);
@@ -68,7 +68,7 @@ void EditHistory::step(bool towardsRedo, const Restore& restore) {
 std::int32_t EditHistory::walk(bool towardsRedo, const Restore& restore) {
   HistoryStack& from = towardsRedo ? redoStack : undoStack;
   HistoryStack& to = towardsRedo ? undoStack : redoStack;
-  // The marks of a group come in the order in which it is walked.
+  // Walking back through the undo stack meets the end of a group first.
   const std::int32_t opens = towardsRedo ? historyGroupBegin : historyGroupEnd;
   const std::int32_t closes = towardsRedo ? historyGroupEnd : historyGroupBegin;
   std::int32_t loaded = 0;

@@ -8,8 +8,8 @@
 #include "host/parameter_store.h"
 #include "state/history.h"
 
-/// What the user can take back: the parameters that edits change, with their values of before, in
-/// groups.
+/// Undo and redo: which parameters the user's edits changed, with their values from before, grouped
+/// so that edits made together are undone together.
 ///
 /// Threads: edits on any control thread; `step` on one thread at a time.
 class EditHistory {
@@ -17,28 +17,31 @@ class EditHistory {
   EditHistory(const ParameterStore& store, EngineLink& link) noexcept
       : values(store), engine(link) {}
 
-  /// Notes the present value of a parameter, or that a state is loaded; other ids do nothing.
+  /// Records the present value of a parameter, or that a state is being loaded when `id` is a load
+  /// marker; other ids do nothing.
   void begin(std::int32_t id);
-  /// Forgets an edit that changed nothing, and what could be redone after one that did.
+  /// Drops the edit if the value has not changed; otherwise clears what could be redone.
   void end(std::int32_t id);
 
-  // Edits between the two marks are undone as one; marks with nothing between leave none, and those
-  // of a group within a group are left out.
+  // Edits between these two are undone as one. An empty group leaves no entry, and a group within a
+  // group is part of the outer one.
   void beginGroup();
   void endGroup();
-  /// The group that is open ends as soon as the edit of this parameter has begun, which belongs to
-  /// it: what its gesture will change is known then, and no end can be lost.
+  /// Leaves the open group to end by itself as soon as the edit of this parameter, its last, has
+  /// begun: by then everything the gesture will change is recorded, so a lost end does no harm.
   void endGroupWithEdit(std::int32_t index);
-  void editHasBegun(std::int32_t index);  ///< ... which a group may wait for
-  void endOpenGroups();                   ///< of whoever cannot any more
+  /// The edit of this parameter has begun: ends a group that waits for it.
+  void editHasBegun(std::int32_t index);
+  /// Ends the groups whose owner can no longer end them.
+  void endOpenGroups();
 
-  /// How entries are brought back: each parameter, and then the state that the marker of a load
-  /// among them stands for.
+  /// How entries are restored: `parameter` for each value, then `loadedState` once with the marker
+  /// if a load was among them.
   struct Restore {
     std::function<void(HistoryEntry)> parameter;
     std::function<void(std::int32_t)> loadedState;
   };
-  /// Takes the newest group back, or does the one taken back last again.
+  /// Undoes the newest group or single edit, or redoes the one undone last. Open groups end first.
   void step(bool towardsRedo, const Restore& restore);
   [[nodiscard]] bool isStepping() const noexcept { return stepping.load(); }
 
@@ -55,6 +58,6 @@ class EditHistory {
   HistoryStack undoStack;
   HistoryStack redoStack;
   std::atomic<bool> stepping{false};
-  std::atomic<int> openGroups{0};               // a group within a group is part of it
-  std::atomic<std::int32_t> groupEndsWith{-1};  // the edit that the open group waits for
+  std::atomic<int> openGroups{0};               // depth of nesting
+  std::atomic<std::int32_t> groupEndsWith{-1};  // parameter whose edit ends the open group, or -1
 };

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// The engine as the parameters see it: what is told of each value that has changed.
+/// The engine as the parameters see it: it is told of every value that changes.
 class EngineLink {
  public:
   EngineLink() = default;
@@ -10,19 +10,20 @@ class EngineLink {
   EngineLink(const EngineLink&) = delete;
   EngineLink& operator=(const EngineLink&) = delete;
 
-  /// A parameter stands at a new value, of which the next update takes notice. Any thread, the
-  /// audio thread included.
+  /// Notes that a parameter has a new value, for the next `update`. Any thread, the audio thread
+  /// included.
   virtual void parameterChanged(std::int32_t index) noexcept = 0;
-  /// Hands over what has changed. `force` also runs what is rate limited. Control threads, and the
-  /// audio thread in the one block in which the host goes offline or comes back.
+  /// Hands the changed values to the engine. `force` also does what is otherwise rate limited.
+  /// Control threads, and the audio thread in the one block in which the host goes offline or comes
+  /// back.
   virtual void update(bool force) = 0;
-  // Updates wait from the first to the last of these; they count.
+  // Updates wait while there are more calls of `hold` than of `release`.
   virtual void hold() = 0;
   virtual void release() = 0;
 };
 
-/// Several parameters change as one: while it lives, the engine's updates wait; its end runs them.
-/// Control threads.
+/// Lets several parameters change as one: the engine's updates wait while it lives and run when it
+/// ends. Control threads.
 class UpdateHold {
  public:
   explicit UpdateHold(EngineLink& link) : engine(link) { engine.hold(); }

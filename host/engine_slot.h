@@ -3,8 +3,8 @@
 #include "host/engine_link.h"
 #include "host/parameter_input.h"
 
-/// Holds the place of an engine that its effect makes later; until then nothing is done.
-/// Threads: `connect` before any other call.
+/// Forwards to an engine that is made later. Until `connect`, calls do nothing.
+/// Threads: `connect` before any other thread uses it.
 class EngineSlot final : public EngineLink {
  public:
   void connect(EngineLink& link) noexcept { engine = &link; }
@@ -26,7 +26,7 @@ class EngineSlot final : public EngineLink {
   EngineLink* engine = nullptr;
 };
 
-/// The same for rules; until then each parameter is set alone.
+/// Forwards to rules that are made later. Until `connect`, each parameter is its own only target.
 class RulesSlot final : public ParameterRules {
  public:
   void connect(const ParameterRules& wanted) noexcept { rules = &wanted; }

@@ -44,7 +44,7 @@ bool HostLink::isEcho(std::int32_t index, float normalised) noexcept {
   if (!values.contains(index)) return false;
   const Echo expected = echoes[at(index)].load();
   if (expected.isDue == 0) return false;
-  // Hosts that count steps give a value back at its step.
+  // Hosts that count steps send a value back rounded to its step.
   const bool isSame =
       normalised == expected.normalised ||
       (values.stepCount(index) > 0 &&
@@ -63,7 +63,7 @@ void HostLink::declareLatency(std::int32_t samples) {
 void HostLink::tellProgramChanged() { tell(kHostVendorSpecific, kProgramChanged); }
 
 bool HostLink::keepsMessage(std::int32_t opcode, std::int32_t index) noexcept {
-  // Nobody but the thread itself makes it the owner, so that its own look is never late.
+  // Only the thread itself makes itself the owner, so what it reads about itself is up to date.
   return stateOwner.load(std::memory_order_relaxed) == std::this_thread::get_id() &&
          outermostScope->keep(opcode, index);
 }
@@ -91,7 +91,7 @@ bool HostLink::StateScope::keep(std::int32_t opcode, std::int32_t index) noexcep
       if (host.values.contains(index)) automated.set(at(index));
       return true;
     case kHostBeginEdit:
-    case kHostEndEdit:  // gestures are told with the values
+    case kHostEndEdit:  // gestures are sent together with the values
       return true;
     case kHostVendorSpecific:
       programChanged = programChanged || index == kProgramChanged;
@@ -107,7 +107,7 @@ bool HostLink::StateScope::keep(std::int32_t opcode, std::int32_t index) noexcep
 void HostLink::StateScope::tellHost() {
   if (programChanged) host.tellProgramChanged();
   if (automated.any()) {
-    const UpdateHold hold(host.engine);  // for what the host sends back
+    const UpdateHold hold(host.engine);  // the host may send values back
     for (std::int32_t i = 0; i < host.values.count(); ++i) {
       if (automated.test(at(i))) host.tellInGesture(i);
     }
@@ -120,7 +120,7 @@ HostLink::ChangedValues::ChangedValues(HostLink& link) : host(link), scope(link)
 }
 
 void HostLink::ChangedValues::tell() {
-  scope.reset();  // after which the host has heard that the program is another one
+  scope.reset();  // sends what the scope has kept: the host learns first that the program changed
   for (std::int32_t i = 0; i < host.values.count(); ++i) {
     if (host.values.normalised(i) != before[at(i)]) {
       host.tellValue(i);

@@ -13,43 +13,48 @@
 #include "host/engine_link.h"
 #include "host/parameter_store.h"
 
-/// What the host is told of its own accord, and what is known of what it was told.
+/// Sends the effect's own messages to the host and records the values it has sent.
 ///
 /// Threads: control threads, and the audio thread in the one block in which the host goes offline
-/// or comes back; `isEcho` and `expectEcho` anywhere.
+/// or comes back; `isEcho` and `expectEcho` on any.
 class HostLink {
  public:
   static constexpr std::size_t kMostParameters = 512;
 
-  /// With a null `callback` the messages go nowhere and are answered 0. All must outlive it.
+  /// With a null `callback`, messages go nowhere and return 0. All arguments must outlive the link.
   HostLink(AEffect& record, AudioMasterCallback callback, const ParameterStore& values,
            EngineLink& engine);
 
   std::intptr_t tell(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                      void* ptr = nullptr, float opt = 0.0F);
 
-  // Gestures frame a change of a parameter by the user; ids that are none are not told.
+  /// Tells the host that the user begins or ends a change of a parameter. Does nothing for an id
+  /// out of range or while gestures are off.
   void tellGesture(std::int32_t index, bool begins);
-  /// Whether that is new.
+  /// Returns whether this changes the setting.
   bool setGesturesOff(bool off) noexcept { return gesturesOff.exchange(off) != off; }
-  /// Tells the present value of a parameter, which the host may give back at any time later.
+  /// Tells the host the present value of a parameter and expects its echo: the host may send the
+  /// value back at any later time.
   void tellValue(std::int32_t index);
-  void tellInGesture(std::int32_t index);        ///< as `tellValue`, with a begin and an end
-  void expectEcho(std::int32_t index) noexcept;  ///< of what is told otherwise
-  /// Whether a value is the one that the host was told last by itself, while it still stands: then
-  /// it is no news.
+  /// As `tellValue`, between the begin and the end of a gesture.
+  void tellInGesture(std::int32_t index);
+  /// Expects the echo of the present value, for a host that has learnt it in another way.
+  void expectEcho(std::int32_t index) noexcept;
+  /// Whether `normalised` is only the expected echo: the value last told, while the parameter still
+  /// has it. Any other value ends the expectation.
   [[nodiscard]] bool isEcho(std::int32_t index, float normalised) noexcept;
 
-  /// Declares the latency in samples; a change is told.
+  /// Declares the latency in samples, and tells the host if it has changed.
   void declareLatency(std::int32_t samples);
   void tellProgramChanged();
 
-  /// While it lives, no other thread reads or replaces the state as a whole, its texts included.
-  /// Scopes nest, since the calls that do so are made of each other. Never on the audio thread.
+  /// A lock: while it lives, no other thread reads or replaces the state as a whole, its texts
+  /// included. Scopes nest, because operations on the state call each other. Never on the audio
+  /// thread.
   ///
-  /// What the host is to hear meanwhile it hears at the end of the outermost scope, each parameter
-  /// once, when the lock is open: it may answer by asking for the state, or want a lock of its own
-  /// whose holder waits for the state.
+  /// Messages to the host wait until the outermost scope has ended and unlocked, and name each
+  /// parameter once. The host may answer them by asking for the state, or by taking a lock of its
+  /// own whose holder waits for the state.
   class StateScope {
    public:
     explicit StateScope(HostLink& link);
@@ -57,7 +62,7 @@ class HostLink {
     StateScope(const StateScope&) = delete;
     StateScope& operator=(const StateScope&) = delete;
 
-    /// Notes a message that waits for the end; false for one that does not.
+    /// Keeps a message for the end of the scope; false for a message that must not wait.
     [[nodiscard]] bool keep(std::int32_t opcode, std::int32_t index) noexcept;
 
    private:
@@ -65,21 +70,21 @@ class HostLink {
 
     HostLink& host;
     bool isOutermost = false;
-    // Messages that wait.
+    // Messages kept for the end.
     std::bitset<kMostParameters> automated;
     bool programChanged = false;
     bool latencyChanged = false;
   };
 
-  /// The values before a state is replaced, and a `StateScope` for that.
+  /// Remembers the values while a state is replaced, under a `StateScope` of its own.
   class ChangedValues {
    public:
     explicit ChangedValues(HostLink& link);
     ~ChangedValues() = default;
     ChangedValues(const ChangedValues&) = delete;
     ChangedValues& operator=(const ChangedValues&) = delete;
-    /// Ends the scope, and then tells the host of each parameter that has changed, once; the others
-    /// it may bring back from its own list of all.
+    /// Ends the scope, then tells the host of each parameter that has changed, once. Of the others
+    /// it expects an echo, since a host may send back its whole list.
     void tell();
 
    private:
@@ -89,7 +94,7 @@ class HostLink {
   };
 
  private:
-  /// Aligned as one word, or some compilers call a library with locks for it.
+  /// Aligned as one word; otherwise some compilers call a library that locks.
   struct alignas(8) Echo {
     float normalised = 0.0F;
     std::uint32_t isDue = 0;
@@ -102,7 +107,7 @@ class HostLink {
   const ParameterStore& values;
   EngineLink& engine;
   std::atomic<bool> gesturesOff{false};
-  std::vector<std::atomic<Echo>> echoes;  // by parameter: told, and due to come back
+  std::vector<std::atomic<Echo>> echoes;  // by parameter: the value told and not yet superseded
   std::recursive_mutex stateMutex;
   StateScope* outermostScope = nullptr;       // under `stateMutex`
   std::atomic<std::thread::id> stateOwner{};  // the thread that holds it

@@ -44,7 +44,7 @@ void IdleTimer::remove(IdleClient& client) {
     return call.serial == serial && call.thread != own;
   };
   callEnded.wait(lock, [&] { return std::ranges::none_of(calls, calledElsewhere); });
-  // A timer cannot be deleted from its own tick; then it stays, stopped, for the next client.
+  // A timer cannot be deleted from its own tick: it then stays, stopped, for the next client.
   if (registrations.empty() && calls.empty()) {
     ++generation;
     unused = std::move(timer);
@@ -57,7 +57,7 @@ void IdleTimer::tick(std::uint64_t timerGeneration) {
   std::uint64_t end = 0;
   {
     const std::lock_guard guard(mutex);
-    end = nextSerial;  // clients that come during the tick wait for the next one
+    end = nextSerial;  // clients added during the tick wait for the next one
   }
   std::uint64_t last = 0;
   while (const auto registration = beginCall(timerGeneration, last, end)) {
@@ -73,7 +73,7 @@ void IdleTimer::callClient(const Registration& registration) {
     // Its own `onIdle` may have removed, and deleted, the client.
     if (isRegistered(registration.serial)) registration.client->onEditorIdle();
   } catch (...) {
-    // Nobody above could handle it, and the other clients must have their turn.
+    // No caller could handle it, and the other clients must have their turn.
   }
 }
 

@@ -11,7 +11,7 @@
 
 #include "platform/timer.h"
 
-/// What has work to do every 10 ms on the message thread.
+/// An object with work to do every 10 ms on the message thread.
 class IdleClient {
  public:
   virtual ~IdleClient() = default;
@@ -21,41 +21,42 @@ class IdleClient {
 };
 
 /// The one timer that serves all effects of the process: each tick calls every client in the order
-/// they were added. The timer's thread ends with the removal of the last client, unless a tick is
-/// under way: then it waits, stopped, for the next one.
+/// in which they were added. Removing the last client ends the timer's thread; if a tick is under
+/// way, the timer is only stopped and waits for the next client.
 ///
-/// Threads: `add` and `remove` from any thread, also from within a tick. An exception out of a
-/// client ends its turn, no more.
+/// Threads: `add` and `remove` on any thread, also from within a tick. An exception thrown by a
+/// client ends the turn of that client only.
 class IdleTimer {
  public:
   static constexpr std::int32_t kIntervalMs = 10;
   using TimerFactory = std::function<std::unique_ptr<Timer>()>;
 
   explicit IdleTimer(TimerFactory makeTimer);
-  /// No tick may be under way and no client may use it any more.
+  /// No tick may be under way, and no client may use the timer any more.
   ~IdleTimer() = default;
   IdleTimer(const IdleTimer&) = delete;
   IdleTimer& operator=(const IdleTimer&) = delete;
 
-  /// The one of the process, made at first use. A child of `fork()` has one of its own, without the
-  /// clients that it inherits: those get no ticks there.
+  /// The instance of this process, made on first use. A child of `fork()` has one of its own;
+  /// clients inherited from the parent get no ticks there.
   static IdleTimer& instance();
 
-  /// Not owned: the client leaves before it dies. Adding it twice is as once. Restarts the timer.
-  /// Throws, with the client not added, when memory runs out or there is no thread to be had.
+  /// Adds a client, which is not owned and must be removed before it is destroyed. Adding it again
+  /// does nothing. Restarts the timer. Throws, with the client not added, when memory runs out or
+  /// no thread can be started.
   void add(IdleClient& client);
 
-  /// Once this has returned no tick touches the client. Waits for a call of it under way on another
-  /// thread, so the caller holds no lock that the client's idle needs; from within a tick of the
-  /// client itself it does not wait, and the tick leaves it alone from there on. Restarts the timer
-  /// if clients are left. Removing what is not there does nothing. Takes no
-  /// memory.
+  /// Removes a client: once this has returned, no tick touches it. Waits while another thread is
+  /// calling the client, so the caller must hold no lock that the client's idle call needs. From
+  /// within the client's own call it does not wait, and that tick does not touch the client again.
+  /// Restarts the timer if clients are left. Removing a client that was not added does nothing.
+  /// Allocates nothing.
   void remove(IdleClient& client);
 
  private:
   struct Registration {
     IdleClient* client;
-    std::uint64_t serial;  // ascending; tells a client from a later one at the same address
+    std::uint64_t serial;  // ascending; distinguishes a client from a later one at its address
   };
   struct Call {
     std::uint64_t serial;
@@ -76,6 +77,6 @@ class IdleTimer {
   std::vector<Registration> registrations;
   std::vector<Call> calls;  // under way; nested when a client runs a message loop
   std::uint64_t nextSerial = 1;
-  std::uint64_t generation = 0;  // of `timer`; the last tick of one given up must call nobody
+  std::uint64_t generation = 0;  // of `timer`; a late tick of a discarded timer must call nobody
   std::unique_ptr<Timer> timer;
 };

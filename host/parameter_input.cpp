@@ -26,7 +26,7 @@ ParameterInput::ParameterInput(ParameterStore& store, HostLink& hostLink, Engine
 
 void ParameterInput::set(std::int32_t index, float normalised) {
   const ParameterTargets targets = rules.targetsOf(index);
-  // Links have done their part when the host gives back what it was told.
+  // A value that the host merely sends back has already gone through the links.
   if (targets.count > 0 && host.isEcho(index, normalised)) {
     put(index, normalised);
     return;
@@ -58,7 +58,7 @@ std::int32_t ParameterInput::bankSwitchedTo(std::int32_t index, float normalised
 }
 
 void ParameterInput::automate(std::int32_t index, float normalised) {
-  // A write that is ignored is no news to the host either.
+  // A value that is ignored must not be told to the host either.
   if (!values.contains(index) || std::isnan(normalised)) return;
   if (rules.targetsOf(index).count == 0) return;
   const float value = clamped(normalised);

@@ -14,8 +14,8 @@
 
 class AEffEditor;
 
-/// The parameters that take a value meant for one of them: those it takes along first, itself last;
-/// none where it is to stay as it is.
+/// The parameters that take a value sent to one of them: its followers first, itself last. Empty if
+/// that parameter is locked.
 struct ParameterTargets {
   std::array<std::int32_t, 8> ids{};
   std::size_t count = 0;
@@ -25,7 +25,7 @@ struct ParameterTargets {
   [[nodiscard]] auto end() const noexcept { return ids.begin() + count; }
 };
 
-/// Locks and links, as values see them.
+/// Decides which parameters take a value: the rules that locks and links make.
 class ParameterRules {
  public:
   ParameterRules() = default;
@@ -36,8 +36,8 @@ class ParameterRules {
   [[nodiscard]] virtual ParameterTargets targetsOf(std::int32_t index) const noexcept = 0;
 };
 
-/// Where every value enters, whoever sends it: into the store, on to the engine, then to the
-/// editor. Nothing is told to the host but where it says so.
+/// The way in for every parameter value, whoever sends it: into the store, on to the engine, then
+/// to the editor. The host is told only where an operation says so.
 ///
 /// `normalised` is clamped to 0..1; NaN and ids out of range are ignored. Threads: control threads;
 /// `setFromAudio` on the audio thread, where it neither locks nor allocates.
@@ -45,41 +45,43 @@ class ParameterInput {
  public:
   using Editor = std::unique_ptr<AEffEditor>;
 
-  /// `stateChanged` is raised with each value. All must outlive it.
+  /// `stateChanged` is raised with each value. All arguments must outlive it.
   ParameterInput(ParameterStore& values, HostLink& host, EngineLink& engine,
                  const ParameterRules& rules, const Editor& editor,
                  std::atomic<bool>& stateChanged);
 
-  /// A value for a parameter and those it takes along. Another bank than the live one as value of
-  /// the bank selector is switched to, unless a state is being loaded.
+  /// Sets a parameter and its followers, as the rules say. A new value of the bank selector
+  /// switches banks, unless a state is being loaded.
   void set(std::int32_t index, float normalised);
-  /// The same from the audio thread: the values stand at once, engine, editor and host hear of them
-  /// at the next `makeUpForAudio`.
+  /// As `set`, from the audio thread: the values are stored at once; engine, editor and host learn
+  /// of them at the next `makeUpForAudio`.
   void setFromAudio(std::int32_t index, float normalised) noexcept;
+  /// Passes on the values that `setFromAudio` has stored; control threads.
   void makeUpForAudio();
-  /// As `set`, told to the host.
+  /// As `set`, and tells the host, unless the parameter is locked.
   void automate(std::int32_t index, float normalised);
-  /// This parameter alone, whatever its rules say.
+  /// Sets this parameter alone, whatever the rules say. Switches banks as `set` does.
   void put(std::int32_t index, float normalised);
-  /// All that a parameter takes along take its value.
+  /// Gives a parameter's present value to its followers.
   void align(std::int32_t index);
 
-  /// Makes the values of a program the present ones, but for the bank selector unless a state is
-  /// being loaded, which it ends; the host hears of it.
+  /// Makes a program the present one, with all its values except the bank selector's, which counts
+  /// only while a state is being loaded. Ends that loading and tells the host.
   void applyProgram(std::int32_t program);
-  /// The same of a bank, which is the live one from now on; `tellsHost` of each value.
+  /// Makes a bank the live one, with all its values except the bank selector's. With `tellsHost`
+  /// the host is told each value.
   void applyBank(std::int32_t bank, bool tellsHost);
   void switchBank(std::int32_t bank) {
     applyBank(bank, tellsBanks.load(std::memory_order_relaxed));
   }
   void copyToBank(std::int32_t bank);
 
-  /// Called, while updates wait, when the values of a bank or a program stand in place of those
-  /// before: to bring in line what does not fit together. Set before any other call.
+  /// Sets what is called, while updates wait, after a bank or a program has replaced the values: it
+  /// repairs values that do not fit together. Set it before any other call.
   void whenReplaced(std::function<void()> repair) { replaced = std::move(repair); }
-  /// The host hears of every parameter when a bank is switched to.
+  /// Whether `switchBank` tells the host every value.
   void setTellsBanks(bool on) noexcept { tellsBanks.store(on, std::memory_order_relaxed); }
-  /// A state is being applied: values are taken as they come.
+  /// Raised while a state is being applied: values are taken as they are and switch no bank.
   [[nodiscard]] std::atomic<bool>& loading() noexcept { return isLoading; }
 
  private:
@@ -102,6 +104,6 @@ class ParameterInput {
   std::atomic<bool> isLoading{false};
   std::atomic<bool> tellsBanks{false};
   std::atomic<bool> audioChangedValues{false};
-  std::atomic<std::int32_t> audioBankSwitch{-1};  // the bank that the audio thread switched to
+  std::atomic<std::int32_t> audioBankSwitch{-1};  // bank the audio thread switched to, or -1
   std::vector<std::atomic<bool>> audioChanged;    // by parameter
 };

@@ -9,9 +9,9 @@
 /// Identifiers and their numbers, split from an enumeration text such as "kIpTrim=0,kOpTrim,
 /// kB1State".
 ///
-/// `name=number` sets the running counter, any other entry takes the next number; a number that
-/// cannot be read is as if it were not there. White space is ignored and an empty entry is none.
-/// Immutable once built: any thread.
+/// `name=number` sets the running counter; any other entry takes the next number, and so does one
+/// whose number cannot be read. White space and empty entries are ignored. Immutable once built:
+/// any thread.
 class ParameterKeys {
  public:
   struct Entry {
@@ -21,9 +21,9 @@ class ParameterKeys {
 
   explicit ParameterKeys(std::string_view enumeration);
 
-  /// Empty for a number that no entry has; the first in text order when several have it.
+  /// The name of a number: empty if no entry has it, the first in text order if several do.
   [[nodiscard]] const std::string& name(std::int32_t number) const noexcept;
-  /// Exact match; -1 for a name that is not there. Logarithmic in the size.
+  /// The number of a name, which must match exactly; -1 if there is none. Logarithmic in the size.
   [[nodiscard]] std::int32_t find(std::string_view name) const noexcept;
 
   // Entries in text order.

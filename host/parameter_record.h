@@ -19,7 +19,7 @@ enum Curve : std::int32_t {
 };
 
 /// One parameter as host, editor and engine see it. The fields and their order are a contract:
-/// hosts' adapters and tables address them by place.
+/// adapters and tables rely on them.
 struct ParameterRecord {
   char name[32];       ///< text shown to the host, zero-terminated
   char label[32];      ///< unit or option hint; may be empty

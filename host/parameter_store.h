@@ -11,13 +11,13 @@
 #include "host/parameter_record.h"
 #include "host/program_record.h"
 
-/// All parameter values of an effect: the present ones, those of its programs and of the banks A to
-/// H. It tells nobody of a change.
+/// All parameter values of an effect: the present ones, those of its programs and those of banks A
+/// to H. It notifies nobody of changes.
 ///
-/// Ids out of range read 0 and are ignored. `normalised` is 0..1, `plain` in the unit of the
-/// parameter's label. Threads: values are single 32-bit words, read and written atomically on any
-/// thread, the audio thread included; names, and programs or banks as a whole, are for one thread
-/// at a time.
+/// Reads of ids out of range return 0, writes are ignored. `normalised` is 0..1, `plain` in the
+/// unit of the parameter's label. Threads: values are single 32-bit words, read and written
+/// atomically on any thread, the audio thread included; names, and programs or banks as a whole,
+/// are for one thread at a time.
 class ParameterStore {
  public:
   static constexpr int kNumBanks = 8;
@@ -34,27 +34,28 @@ class ParameterStore {
   [[nodiscard]] bool contains(std::int32_t index) const noexcept {
     return index >= 0 && index < count();
   }
-  /// In range only. `value` and `normalised` of it change under the reader: use the getters.
+  /// `index` must be in range. `value` and `normalised` may change while they are read: use the
+  /// getters for them.
   [[nodiscard]] const ParameterRecord& info(std::int32_t index) const noexcept;
   [[nodiscard]] const ParameterKeys& keys() const noexcept { return parameterKeys; }
   [[nodiscard]] const std::vector<std::string>& bandNames() const noexcept { return names; }
   [[nodiscard]] float toPlain(std::int32_t index, float normalised) const noexcept;
   [[nodiscard]] float toNormalised(std::int32_t index, float plain) const noexcept;
-  /// Steps from the lowest value to the highest as hosts count them; 0 for a continuous parameter.
+  /// Number of steps from the lowest value to the highest, as hosts count them; 0 if continuous.
   [[nodiscard]] std::int32_t stepCount(std::int32_t index) const noexcept;
   /// Width of a step in plain units; 1 also for a continuous parameter.
   [[nodiscard]] std::int32_t stepSize(std::int32_t index) const noexcept;
-  /// For hosts that treat stepped parameters as a count of steps: maps such a value toward the host
-  /// or toward the engine; values of other parameters come back unchanged.
+  /// For hosts that treat stepped parameters as a count of steps: maps such a value for the host
+  /// or, coming from the host, for the engine. Values of continuous parameters stay unchanged.
   [[nodiscard]] float hostStepValue(std::int32_t index, float value, bool toHost) const noexcept;
-  /// Of the table, normalised; never changes.
+  /// The defaults of the table, normalised; they never change.
   [[nodiscard]] const ProgramRecord& defaults() const noexcept { return defaultValues; }
 
   // Present values.
   [[nodiscard]] float normalised(std::int32_t index) const noexcept;
   [[nodiscard]] float plain(std::int32_t index) const noexcept;
-  /// Stores a value of 0..1 in the record, the present program and the live bank. Writers of one
-  /// parameter side by side leave the value of one of them in all three places.
+  /// Stores a value in 0..1 in the record, the present program and the live bank. When threads
+  /// write one parameter at the same time, all three places end with the value of the same writer.
   void store(std::int32_t index, float normalised) noexcept;
 
   // Programs; at least one.
@@ -80,15 +81,16 @@ class ParameterStore {
   [[nodiscard]] std::int32_t currentBank() const noexcept {
     return curBank.load(std::memory_order_relaxed);
   }
-  /// The parameter that tells the live bank, or -1.
+  /// The parameter whose value selects the live bank, or -1.
   [[nodiscard]] std::int32_t bankSelector() const noexcept { return selector; }
   void setBankSelector(std::int32_t id) noexcept { selector = id; }
-  /// The bank that a value of the selector means, if it is another than the live one; else -1.
+  /// The bank that a value of the selector stands for, if `index` is the selector and the bank is
+  /// not the live one; otherwise -1.
   [[nodiscard]] std::int32_t bankSwitchedTo(std::int32_t index, float normalised) const noexcept;
-  /// Makes a bank the live one, and the selector tell so; present values stay.
+  /// Makes a bank the live one and sets the selector to it; all other present values stay.
   void selectBank(std::int32_t bank) noexcept;
   [[nodiscard]] float bankValue(std::int32_t bank, std::int32_t index) const noexcept;
-  /// Brings a bank's values to where their curves would put them.
+  /// Rounds a bank's values to those that their curves can reach.
   void snapBank(std::int32_t bank) noexcept;
   void copyToBank(std::int32_t bank) noexcept;  ///< the present values
 

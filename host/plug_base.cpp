@@ -172,7 +172,7 @@ std::int32_t PlugBase::processEvents(const VstEvents* events) {
   for (std::int32_t i = 0; i < events->numEvents; ++i) {
     const VstEvent* const event = list[i];
     if (event == nullptr || event->type != kVstMidiType) continue;
-    // Copied, since the bytes are not declared as a MIDI event where they come from.
+    // Copied, since the host's memory need not hold an object of this type.
     VstMidiEvent midi;
     std::memcpy(&midi, event, sizeof midi);
     processMidi(midi);

@@ -22,28 +22,28 @@ struct ChannelLabel {
 };
 
 /// The generic effect as hosts call it: parameters, programs, banks and history. It knows nothing
-/// of bands. What it does lies in its parts.
+/// of bands and forwards most calls to its parts.
 ///
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread;
 /// all else on the host's control threads or the message thread. Parameter values are single 32-bit
-/// words, read and written atomically. Program names, programs and banks as a whole: `StateScope`.
-/// `undo` and `redo` are for one thread at a time.
+/// words, read and written atomically. Program names, and programs and banks as a whole, need a
+/// `StateScope`. `undo` and `redo` are for one thread at a time.
 class PlugBase : public AudioEffectX, public IdleClient {
  public:
   static constexpr int kNumBanks = ParameterStore::kNumBanks;
   static constexpr std::size_t kParameterTextCapacity = kTextCapacity;
 
-  /// As `ParameterStore`.
+  /// Arguments as for `ParameterStore`.
   PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
            const ParameterKeys& keys, int numPrograms);
   ~PlugBase() override;
 
-  /// As the base, but the idle of an editor is none of the host's business: it comes from the
-  /// timer.
+  /// As the base, except that `kEffectEditIdle` does nothing: editors idle by the timer.
   std::intptr_t dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value, void* ptr,
                            float opt) override;
 
-  // Parameters. `normalised` is 0..1 and clamped; NaN and ids out of range are ignored, and read 0.
+  // Parameters. `normalised` is clamped to 0..1; NaN and ids out of range are ignored; reads of ids
+  // out of range return 0.
   void setParameter(std::int32_t index, float normalised) override { input.set(index, normalised); }
   float getParameter(std::int32_t index) override { return values.normalised(index); }
   void setParameterAutomated(std::int32_t index, float normalised) override {
@@ -51,7 +51,8 @@ class PlugBase : public AudioEffectX, public IdleClient {
   }
   /// `beginEdit`, `setParameterAutomated` of the plain value, `endEdit`.
   void setParameterWithEdit(std::int32_t index, float plain);
-  // Frame an edit by the user, which `undo` takes back as one; also the ids of loaded states.
+  // Begin and end an edit by the user, which `undo` takes back as one. The history's markers of
+  // loaded states are accepted too.
   void beginEdit(std::int32_t index) override;
   void endEdit(std::int32_t index) override;
   bool canParameterBeAutomated(std::int32_t index) override { return values.contains(index); }
@@ -60,7 +61,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   void getParameterLabel(std::int32_t index, char* text) override;
   void getParameterDisplay(std::int32_t index, char* text) override;
 
-  // As in `ParameterStore`.
+  // See `ParameterStore`.
   [[nodiscard]] float plainToNormalised(std::int32_t index, float plain) const noexcept {
     return values.toNormalised(index, plain);
   }
@@ -90,20 +91,20 @@ class PlugBase : public AudioEffectX, public IdleClient {
   [[nodiscard]] const std::vector<std::string>& getBandNames() const noexcept {
     return values.bandNames();
   }
-  /// Writes at most `kParameterTextCapacity` bytes. A negative index leaves `text` as it was; one
-  /// at or beyond the last gives an empty text.
+  /// Writes the text of a value, at most `kParameterTextCapacity` bytes with its terminating zero.
+  /// A negative index leaves `text` as it was; one past the last gives an empty text.
   virtual void formatParameterValue(std::int32_t index, float normalised, char* text,
                                     bool showNote) const;
   [[nodiscard]] virtual float getParameterDefault(std::int32_t index) const noexcept;  ///< 0..1
 
-  // Banks A to H, each a set of values; the live one follows every change. Out of range does
+  // Banks A to H, each a set of values; the live one follows every change. A bank out of range does
   // nothing.
   void switchBank(std::int32_t bank) { input.switchBank(bank); }
   void copyToBank(std::int32_t bank) { input.copyToBank(bank); }  ///< the present values
   [[nodiscard]] std::int32_t getCurrentBank() const noexcept { return values.currentBank(); }
   void setAbParameter(std::int32_t id) noexcept { values.setBankSelector(id); }
 
-  // As in `EditHistory`.
+  // See `EditHistory`.
   void beginHistoryGroup() { history.beginGroup(); }
   void endHistoryGroup() { history.endGroup(); }
   void endGroupWithEdit(std::int32_t index) { history.endGroupWithEdit(index); }
@@ -123,27 +124,28 @@ class PlugBase : public AudioEffectX, public IdleClient {
   bool getOutputProperties(std::int32_t index, VstPinProperties* properties) override;
   std::int32_t canDo(const char* text) override;
 
-  /// Names of the channels in use, from the adapter, before an editor opens.
+  /// Set by the adapter before an editor opens: names of the channels in use.
   void setChannelLabels(std::vector<ChannelLabel> labels) { channelLabels = std::move(labels); }
   [[nodiscard]] const std::vector<ChannelLabel>& getChannelLabels() const noexcept {
     return channelLabels;
   }
 
-  /// Hands each MIDI event of the list to `processMidi`; other events and null ones are left out.
+  /// Hands each MIDI event of the list to `processMidi`; null events and other types are skipped.
   std::int32_t processEvents(const VstEvents* events) override;
 
-  /// Asks the host for its process level; on a change of the offline state calls `offlineChanged`.
+  /// Asks the host for its process level and calls `offlineChanged` if the offline state changes.
   void checkProcessLevel();
-  /// `isOffline` holds the new state already. Runs on the audio thread; here: `updateDsp(true)`.
+  /// `isOffline` already holds the new state. Runs on the audio thread; the default calls
+  /// `updateDsp(true)`.
   virtual void offlineChanged(bool offline);
   /// Hands changed parameters to the engine. `force` also runs what is rate limited.
   void updateDsp(bool force) { engineLink.update(force); }
-  /// Called every 10 ms on the message thread, once the instance is in the timer's list. Makes up
-  /// for what the audio thread leaves open.
+  /// Called every 10 ms on the message thread, once the instance is in the timer's list. Finishes
+  /// what the audio thread has left undone.
   void onIdle() override { input.makeUpForAudio(); }
   void onEditorIdle() override;
 
-  /// As `HostLink::StateScope`.
+  /// See `HostLink::StateScope`.
   class StateScope {
    public:
     explicit StateScope(PlugBase& plug) : scope(plug.host) {}
@@ -165,7 +167,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
  protected:
   /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
   virtual void processMidi(const VstMidiEvent& event) noexcept;
-  /// The state that a load has replaced is to come back, or go again: `marker` as in the history.
+  /// Undoes or redoes the loading of a state; `marker` is that of the history.
   virtual void restoreLoadedState(std::int32_t marker, bool towardsRedo);
 
   /// Counts processed samples, wrapping around; audio thread.
@@ -176,7 +178,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   ParameterStore values;
   EngineSlot engineLink;
   RulesSlot rules;
-  std::atomic<bool> stateChanged{true};  // since the document that was handed out last
+  std::atomic<bool> stateChanged{true};  // since the last document was handed out
   HostLink host;
   EditHistory history;
   EditGestures gestures;

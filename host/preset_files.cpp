@@ -16,7 +16,7 @@ constexpr const char* kFactoryMenu = "Factory";
 constexpr const char* kOpenTitle = "Select preset file";
 constexpr const char* kOpenFolder = "~/Desktop";
 constexpr const char* kSaveTitle = "Choose destination filename";
-constexpr int kMostTold = 3;  // presets that a step passes over, one by one
+constexpr int kMostTold = 3;  // presets skipped by one step that are reported one by one
 
 /// The last part of a path, cut at its last dot.
 struct FileName {
@@ -32,7 +32,7 @@ FileName splitName(const std::string& path) {
   return {name.substr(0, dot), name.substr(dot + 1)};
 }
 
-/// Marks that a file is being loaded, however the scope is left.
+/// Marks that a file is being loaded, until the scope is left in whatever way.
 class FileLoadingScope {
  public:
   explicit FileLoadingScope(EditorState& state) : editor(state) { editor.loadingFile = true; }
@@ -44,7 +44,7 @@ class FileLoadingScope {
   EditorState& editor;
 };
 
-/// Reads a file that a document is in; null for any other, of which the user is told, if `tells`.
+/// Reads the document in a file. Null if it holds none; with `tells` the user is told why.
 JsonTree readDocumentFile(const std::string& path, bool tells = true) {
   std::string bytes;
   const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes);
@@ -53,7 +53,7 @@ JsonTree readDocumentFile(const std::string& path, bool tells = true) {
     if (tells) reportFileError(path, "rb");
     return nullptr;
   }
-  // Before anything is applied: locks and links would go even where a document is refused.
+  // Before anything is applied: a refused document would still clear locks and links.
   JsonTree root = isTooLarge ? nullptr : readDocument(bytes);
   if (root == nullptr && tells) {
     reportFileContent(
@@ -107,7 +107,7 @@ const PresetMenu::Entry* PresetFiles::Target::entry() const noexcept {
   return index >= 0 && index < count ? &menu->entries[static_cast<std::size_t>(index)] : nullptr;
 }
 
-/// Where a step leads. A document may name any place at all.
+/// The entry that a step leads to. The place may be anything, since it comes from a document.
 PresetFiles::Target PresetFiles::targetOf(int by) const {
   const Place here = place();
   if (const PresetMenu* const current = findMenu(here.folder)) {
@@ -142,7 +142,7 @@ void PresetFiles::step(int by) {
       "They have been passed over");
 }
 
-/// False for an index beyond the ends, to which the place then moves.
+/// False for an index beyond the ends of the menu; the place then moves to the nearer end.
 bool PresetFiles::clampPlace(const Target& target) {
   if (target.entry() != nullptr) return true;
   const auto count = static_cast<int>(target.menu->entries.size());
@@ -150,8 +150,8 @@ bool PresetFiles::clampPlace(const Target& target) {
   return false;
 }
 
-/// False, with nothing changed, when it is none that can be loaded, of which the user is told if
-/// `tells`.
+/// Loads an entry. False, with nothing changed, if it cannot be loaded; with `tells` the user is
+/// told why.
 bool PresetFiles::loadEntry(const Target& target, bool tells) {
   const PresetMenu::Entry& entry = *target.entry();
   if (entry.submenu != nullptr) return false;
@@ -172,7 +172,7 @@ bool PresetFiles::nextEnabled() const {
 
 void PresetFiles::savePresetDialog(Dialogs& dialogs, const std::string& extension, bool isPreset) {
   const std::string folder = folders.presets();
-  // The proposal lies there; where it cannot be made, saving tells.
+  // The proposed file lies there. If the folder cannot be made, saving reports it.
   if (!folder.empty()) static_cast<void>(makeFolders(folder));
   std::string name = programName();
   std::replace(name.begin(), name.end(), '/', '-');
@@ -194,7 +194,7 @@ bool PresetFiles::savePreset(const std::string& path, const std::string& extensi
   };
   std::string bytes;
   {
-    // The document has them already, the program only once it is written.
+    // The document holds the new name and folder at once, the program only after it is written.
     const PlugBase::StateScope scope(plug);
     const std::string oldName = programName();
     const std::string oldFolder = editor.lastPresetFolder;
@@ -231,8 +231,8 @@ bool PresetFiles::loadPresetFile(const std::string& path) {
   return takeDocument(root.get(), isPreset, isNamed ? file.base : std::string(), {{}, -1}, place());
 }
 
-/// In a scope. An empty `name` leaves that of the document. What is undone returns to `from`; a
-/// preset, which may hold the place where it was saved, leads to `to`.
+/// Loads a document; the caller holds a `StateScope`. An empty `name` keeps the document's own.
+/// Undo returns to place `from`; a preset moves the place to `to`, whatever place it carries.
 bool PresetFiles::takeDocument(const JsonNode* root, bool isPreset, const std::string& name,
                                const Place& from, const Place& to) {
   const FileLoadingScope loading(editor);
@@ -240,7 +240,7 @@ bool PresetFiles::takeDocument(const JsonNode* root, bool isPreset, const std::s
   if (before.data.empty()) return false;
   undoStates.reserve(undoStates.size() + 1);
   plug.setDocument(root, isPreset);
-  undoStates.push_back(std::move(before));  // not of a load that has failed
+  undoStates.push_back(std::move(before));  // only now: a load that fails must leave none
   if (isPreset) setPlace(to);
   if (!name.empty()) plug.setProgramName(name.c_str());
   updatePresetButtons();

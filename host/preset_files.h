@@ -12,58 +12,62 @@
 #include "state/machine.h"
 #include "state/preset_menu.h"
 
-/// A whole state that a load has replaced, or that an undo has.
+/// A whole state, kept when a load, an undo or a redo replaces it.
 struct StateSnapshot {
   std::string data;       ///< document
   bool isPreset = false;  ///< form of the document
-  int presetIndex = -1;   ///< `lastPreset` to return to, -1 for none
+  int presetIndex = -1;   ///< `lastPreset` to restore, -1 for none
   std::string menuPath;   ///< `path` of its menu, empty for none
 };
 
-/// Preset and bank files of an instance: the menu of presets and the place in it, saving, loading,
-/// and what loads have replaced.
+/// Preset and bank files of an instance: the menu of presets and the current place in it, saving,
+/// loading, and undo of loads.
 ///
-/// The place is `lastPresetFolder` and `lastPreset` of the editor's state, so that documents carry
-/// it. A preset never moves it by what it holds itself. Whatever fails is told by `Alerts` and
-/// leaves everything as it was. Threads: message thread, also while hosts save and load on others;
-/// no dialog and no file holds these up.
+/// The place is `lastPresetFolder` and `lastPreset` of the editor's state, so documents carry it;
+/// the place stored inside a preset file is ignored. Failures are reported through `Alerts` and
+/// leave everything as it was. Threads: message thread. Hosts may save and load on other threads
+/// meanwhile; no dialog and no reading or writing of a file blocks them.
 class PresetFiles {
  public:
-  /// All three must outlive it.
+  /// All arguments must outlive it.
   PresetFiles(PlugBaseJSON& effect, EditorState& state, const Machine& machine) noexcept
       : plug(effect), editor(state), folders(machine.folders()) {}
 
-  /// Reads the folders again: the user's presets and, last, a submenu of those the product brings
-  /// along. The place stays, if its folder does.
+  /// Reads the folders again: the user's presets and, last, a submenu of the factory presets. The
+  /// place stays as it is.
   void buildPresetMenu();
   /// Valid until the menu is built again; null before it is built.
   [[nodiscard]] const PresetMenu* presetMenu() const noexcept { return menu.get(); }
   /// The menu of the present place; null if there is no such folder.
   [[nodiscard]] const PresetMenu* currentPresetMenu() const;
 
-  /// Loads an entry of the menu with this `path`, which the place then is.
+  /// Loads entry `index` of the menu with this `path` and makes it the current place.
   void choosePreset(std::string_view menuPath, int index);
-  // To the entry before or behind the place, in the same menu and not beyond its ends or into a
-  // submenu; past what cannot be loaded, of which the user is told, to the next that can. Where no
-  // other can, the place stays. Without a place the first entry of the root is loaded.
+  // Load the entry after or before the place, in the same menu, never beyond its ends or in a
+  // submenu. Presets that cannot be loaded are skipped and the user is told of them; if none can,
+  // the place stays. Without a valid place the first entry of the root is loaded.
   void nextPreset() { step(1); }
   void previousPreset() { step(-1); }
   void loadCurrentPreset();
   [[nodiscard]] bool previousEnabled() const;
   [[nodiscard]] bool nextEnabled() const;
 
-  /// Asks for a name and saves; nothing happens on cancel. `extension` without dot.
+  /// Asks for a file name and saves; nothing happens on cancel. `extension` without the dot.
   void savePresetDialog(Dialogs& dialogs, const std::string& extension, bool isPreset);
-  /// The program takes the name of a file with this extension. Whether it was written.
+  /// Writes a preset or a bank; the program takes the name of the file if it has this extension.
+  /// Returns whether the file was written.
   bool savePreset(const std::string& path, const std::string& extension, bool isPreset);
   void loadPresetDialog(Dialogs& dialogs, const std::string& extension);
-  /// A file with a bank's extension is a bank, any other a preset. Whether it was loaded.
+  /// Loads a file: a bank if it has a bank's extension, otherwise a preset. Returns whether it was
+  /// loaded.
   bool loadPresetFile(const std::string& path);
 
-  /// Exchanges the present state for the newest one kept in that direction of the history.
+  /// Replaces the present state by the newest one kept in that direction of the history, and keeps
+  /// the present one for the other direction.
   void restoreSnapshot(bool isPreset, bool towardsRedo);
 
-  /// Writes the bank that new instances begin with; whether it was written. A failure is not told.
+  /// Writes the bank that new instances start with. Returns whether it was written; the user is not
+  /// told of a failure.
   bool saveAsDefault();
   void setDefaultBankPath(std::string path) { defaultBankPath = std::move(path); }
 
@@ -73,7 +77,7 @@ class PresetFiles {
     int index = 0;
   };
 
-  /// An entry of a menu, or what lies beyond its ends.
+  /// An index into a menu, which may lie beyond its ends.
   struct Target {
     [[nodiscard]] const PresetMenu::Entry* entry() const noexcept;
 

@@ -4,14 +4,14 @@
 
 namespace {
 
-/// How many bytes of `text` go into `most` bytes without a character cut in two.
+/// How many bytes of `text` fit into `most` bytes without splitting a character.
 std::size_t wholeCharacters(std::string_view text, std::size_t most) noexcept {
   if (text.size() <= most) return text.size();
   const auto continues = [text](std::size_t i) {
     return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;
   };
   std::size_t length = most;
-  // A character has at most three bytes after its first; more of them are no UTF-8 and cut
+  // A character has at most three bytes after its first; a longer run is not UTF-8 and may be cut
   // anywhere.
   while (length > most - 3 && continues(length)) --length;
   return continues(length) ? most : length;

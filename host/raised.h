@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-/// Keeps a mark raised while it lives; one that was raised before stays so.
+/// Keeps a mark raised while it lives, then restores its earlier value.
 class Raised {
  public:
   explicit Raised(std::atomic<bool>& sharedMark) : mark(sharedMark), before(mark.exchange(true)) {}

@@ -2,10 +2,10 @@
 
 #include <atomic>
 
-/// Access to a plain float of a record that several threads read and write, each value for itself.
-/// Every access to such a word goes through these two, but for those of the constructor.
+// Atomic access to a plain float of a record that several threads read and write, each value by
+// itself. Outside constructors, every access to such a float goes through these two.
 [[nodiscard]] inline float loadShared(const float& word) noexcept {
-  // `atomic_ref` of a const object came after C++20; the load writes nothing.
+  // C++20 has no `atomic_ref` to const; the load writes nothing.
   return std::atomic_ref<float>(const_cast<float&>(word)).load(std::memory_order_relaxed);
 }
 
@@ -13,7 +13,7 @@ inline void storeShared(float& word, float value) noexcept {
   std::atomic_ref<float>(word).store(value, std::memory_order_relaxed);
 }
 
-/// A number that several threads read and write, each access for itself.
+/// A number that several threads read and write, each access by itself.
 template <typename Number>
 class SharedNumber {
  public:

@@ -28,8 +28,8 @@ std::int32_t StateChunks::get(void** data, bool isPreset) {
   try {
     if (model->hasUnmarkedChanges()) markChanged();
     if (isPreset || !cache || isDirty.load(std::memory_order_acquire)) {
-      // Before the values are read: what changes meanwhile marks the state again. An exchange, so
-      // that the values behind a mark that it takes away are seen.
+      // Before the values are read: changes made meanwhile mark the state again. An exchange, so
+      // that values written before a mark that it clears are seen.
       if (!isPreset && isCached) isDirty.exchange(false);
       bool isPacked = false;
       cache = std::make_shared<const std::string>(build(isPreset, isPacked));
@@ -45,9 +45,9 @@ std::int32_t StateChunks::get(void** data, bool isPreset) {
   return static_cast<std::int32_t>(cache->size());
 }
 
-/// A thread may still read what it was handed when another one asks.
+/// Keeps a chunk alive for its reader: another thread may ask while this one still reads.
 void StateChunks::keepFor(std::thread::id reader, const Chunk& chunk) {
-  constexpr std::size_t kMostReaders = 16;  // more than hosts have: most threads of old are gone
+  constexpr std::size_t kMostReaders = 16;  // more than hosts use at a time; the oldest goes first
   std::erase_if(handedOut, [reader](const auto& entry) { return entry.first == reader; });
   handedOut.reserve(kMostReaders);
   if (handedOut.size() == kMostReaders) handedOut.erase(handedOut.begin());
@@ -56,7 +56,7 @@ void StateChunks::keepFor(std::thread::id reader, const Chunk& chunk) {
 
 std::string StateChunks::document(bool isPreset) {
   const HostLink::StateScope scope(host);
-  markChanged();  // what was handed out last is no document of this moment
+  markChanged();  // this document is not the one the cache holds
   try {
     bool isPacked = false;
     return build(isPreset, isPacked);
@@ -65,7 +65,7 @@ std::string StateChunks::document(bool isPreset) {
   }
 }
 
-/// The plain text, with `isPacked` false, when it could not be packed.
+/// If the text cannot be packed, returns it plain, with `isPacked` false.
 std::string StateChunks::build(bool isPreset, bool& isPacked) {
   const JsonTree tree = model->save(isPreset);
   const JsonText text(made(jsonPrintFormatted(tree.get())));

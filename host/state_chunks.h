@@ -21,46 +21,46 @@ class StateModel {
 
   /// Throws std::bad_alloc.
   [[nodiscard]] virtual JsonTree save(bool isPreset) = 0;
-  /// Applies the root of a document. Where memory runs out it throws with nothing changed.
+  /// Applies the root of a document. Throws std::bad_alloc, with nothing changed.
   virtual void load(const JsonNode* root, bool isPreset) = 0;
-  /// What was asked to be loaded is no document.
+  /// Called instead of `load` for bytes that hold no document.
   virtual void refuse() {}
-  /// Whether the state holds something that differs from the last full document and that nobody
-  /// marks as changed.
+  /// Whether anything in the state that does not mark itself as changed differs from the last full
+  /// document.
   [[nodiscard]] virtual bool hasUnmarkedChanges() const { return false; }
 };
 
 /// The state as hosts store it: bytes of a document, packed unless the compression level is 0.
 ///
-/// Threads: any but the audio thread; one after the other by themselves.
+/// Threads: any but the audio thread; calls serialise themselves.
 class StateChunks {
  public:
-  /// `isCached`: a full form is kept for the next request, as long as nothing changes, which
-  /// `changeMark` tells. All must outlive it.
+  /// `isCached`: a full form is kept and handed out again until `changeMark` says that the state
+  /// has changed. All arguments must outlive it.
   StateChunks(HostLink& host, StateModel& model, std::atomic<bool>& changeMark, bool isCached);
-  /// Another model in place of the first; before any other call.
+  /// Replaces the model; before any other call.
   void connect(StateModel& newModel) noexcept { model = &newModel; }
 
   /// Points `*data` to the bytes, valid until the next call on the same thread, and returns their
-  /// number; 0 and null without memory. Where nothing has changed since the last full form, the
-  /// bytes handed out last are handed out again.
+  /// number; 0 and null when memory runs out. If caching is on and nothing has changed since the
+  /// last full form, its bytes are handed out again.
   std::int32_t get(void** data, bool isPreset);
-  /// The same for the product's own use, of this moment; what hosts were handed stays. Empty
-  /// without memory.
+  /// A new document of the present state for the effect's own use; bytes handed to hosts stay
+  /// valid. Empty when memory runs out.
   [[nodiscard]] std::string document(bool isPreset);
-  /// Takes packed or plain bytes; those that hold no document change no value, and `refused` tells.
-  /// Returns `byteSize`; 0 for null `data` and for less than no bytes. Throws std::bad_alloc, with
+  /// Loads packed or plain bytes. Bytes that hold no document change no value and set `refused`.
+  /// Returns `byteSize`, or 0 if `data` is null or `byteSize` negative. Throws std::bad_alloc, with
   /// nothing changed.
   std::int32_t set(const void* data, std::int32_t byteSize, bool isPreset);
-  /// Takes the root of a document that has been read already; throws as `set`.
+  /// Loads a document that has been parsed already, given by its root. Throws as `set` does.
   void take(const JsonNode* root, bool isPreset);
   /// Whether the last `set` held no document.
   [[nodiscard]] bool refused() const noexcept { return isRefused.load(std::memory_order_relaxed); }
 
-  void setLevel(std::int32_t newLevel) noexcept;  ///< 0 none to 9 smallest; clamped
+  void setLevel(std::int32_t newLevel) noexcept;  ///< compression, 0 none to 9 smallest; clamped
   void forget();                                  ///< the next request makes a new document
 
-  /// The state is another one than the document that was handed out last.
+  /// Marks the state as changed since the last document was handed out.
   void markChanged() noexcept { isDirty.store(true, std::memory_order_release); }
 
  private:
@@ -76,6 +76,6 @@ class StateChunks {
   std::atomic<bool> isRefused{false};
   std::atomic<std::int32_t> level{9};
   // In a `StateScope`.
-  Chunk cache;                                               // what was handed out last
-  std::vector<std::pair<std::thread::id, Chunk>> handedOut;  // to each thread last
+  Chunk cache;                                               // the last one handed out
+  std::vector<std::pair<std::thread::id, Chunk>> handedOut;  // the last one of each thread
 };

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kLeastDifference = 1e-9;
 
-/// The values of a record that other threads write to.
+/// A copy of a record's values, which other threads may be writing.
 std::vector<float> copyOf(const ProgramRecord& record) {
   std::vector<float> values;
   values.reserve(record.values.size());
@@ -22,8 +22,8 @@ std::vector<float> copyOf(const ProgramRecord& record) {
   return values;
 }
 
-/// The key of parameter `hint`, if that is `key`: documents have the order of the table. Else a
-/// search; -1 for a key that is none.
+/// The parameter with this key, or -1. Tries `hint` before searching, since documents usually
+/// follow the order of the table.
 std::int32_t parameterOf(const ParameterKeys& keys, const char* key, std::int32_t hint) noexcept {
   if (hint >= 0 && at(hint) < keys.size()) {
     const ParameterKeys::Entry& entry = keys[at(hint)];
@@ -98,7 +98,7 @@ void StateCodec::load(const JsonNode* root, bool isPreset) {
 }
 
 void StateCodec::loadFull(const JsonNode* root) {
-  const Raised loading(input.loading());  // ends early, with the program
+  const Raised loading(input.loading());  // `applyProgram` lowers it earlier
   const JsonNode* const list = jsonGetObjectItem(root, documentKey::kPresets);
   if (list != nullptr) {
     const int stored = jsonGetArraySize(list);
@@ -117,7 +117,7 @@ void StateCodec::loadFull(const JsonNode* root) {
   } else if (list != nullptr) {
     for (std::int32_t bank = 0; bank < ParameterStore::kNumBanks; ++bank) input.copyToBank(bank);
   }
-  values.selectBank(values.currentBank());  // whatever the program's value of the selector was
+  values.selectBank(values.currentBank());  // the program may hold another value of the selector
 }
 
 void StateCodec::loadBanks(const JsonNode* list) {
@@ -131,14 +131,14 @@ void StateCodec::loadBanks(const JsonNode* list) {
 
 void StateCodec::loadPreset(const JsonNode* root) {
   takeName(root, values.program());
-  // A bank where a preset was asked for gives its first program.
+  // A bank loaded as a preset gives its first program.
   const JsonNode* const list = jsonGetObjectItem(root, documentKey::kPresets);
   const JsonNode* const first = jsonGetArrayItem(list, 0);
   loadProgram(first != nullptr ? first : root, values.currentProgram());
   input.applyProgram(values.currentProgram());
 }
 
-/// A name that is none leaves the one there is.
+/// Takes the name of a document; keeps the program's own if there is none or it is no string.
 void StateCodec::takeName(const JsonNode* object, ProgramRecord& program) const {
   const JsonNode* const name = jsonGetObjectItem(object, documentKey::kName);
   if (jsonIsType(name, kJsonString)) program.setName(name->valueString);
@@ -170,7 +170,7 @@ void StateCodec::loadParameters(const JsonNode* object, ProgramRecord& record) {
     hint = index >= 0 ? index + 1 : -1;
     if (!values.contains(index)) continue;
     const float value = hooks.convertLoadedValue(index, member->valueDouble);
-    // A number beyond all bounds could not be stored again.
+    // A value that is not finite could not be stored again.
     if (std::isfinite(value)) loaded[at(index)] = value;
   }
   for (std::size_t i = 0; i < loaded.size(); ++i) storeShared(record.values[i], loaded[i]);

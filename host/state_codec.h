@@ -7,7 +7,7 @@
 #include "host/parameter_store.h"
 #include "state/json_document.h"
 
-/// What a product adds to the documents of its programs and banks, and how it reads their values.
+/// How a derived effect extends the documents of programs and banks and converts their values.
 class DocumentHooks {
  public:
   DocumentHooks() = default;
@@ -19,21 +19,21 @@ class DocumentHooks {
   virtual void saveBankExtras(JsonNode* /*object*/, std::int32_t /*index*/) {}
   virtual void loadProgramExtras(const JsonNode* /*object*/, std::int32_t /*index*/) {}
   virtual void loadBankExtras(const JsonNode* /*object*/, std::int32_t /*index*/) {}
-  /// Before anything is changed; may throw as long as that holds.
+  /// Called before anything is changed, and may therefore throw.
   virtual void documentLoaded(const JsonNode* /*root*/) {}
   [[nodiscard]] virtual float convertLoadedValue(std::int32_t /*index*/, double value) const {
     return static_cast<float>(value);
   }
 };
 
-/// Programs and banks to and from a document. The full form holds all of them, the preset form the
-/// present program alone. A value is stored where it differs from its default and reads as the
-/// default where it is missing.
+/// Writes programs and banks to documents and reads them back. The full form holds all of them, the
+/// preset form the present program only. Only values that differ from their defaults are stored; a
+/// missing value reads as its default.
 ///
 /// Threads: in a `HostLink::StateScope`.
 class StateCodec {
  public:
-  /// All must outlive it.
+  /// All arguments must outlive it.
   StateCodec(ParameterStore& values, ParameterInput& input, DocumentHooks& hooks);
 
   /// Throws std::bad_alloc.
@@ -61,5 +61,5 @@ class StateCodec {
   ParameterStore& values;
   ParameterInput& input;
   DocumentHooks& hooks;
-  std::vector<float> loadedValues;  // what a document gives to one record, while it is read
+  std::vector<float> loadedValues;  // scratch: the values of one record while it is read
 };

@@ -5,11 +5,11 @@
 #include <string>
 #include <system_error>
 
-/// A file that takes its name only when it is complete: it is written beside its target and renamed
-/// on `commit`, so that an older target stays whole until then. What is not committed is removed.
+/// A file that gets its name only when it is complete: it is written next to its target and renamed
+/// on `commit`, so that an existing target stays whole until then. Without `commit` it is removed.
 ///
-/// A symbolic link as target is followed. A character device (`/dev/null`) is written in place.
-/// Threads: one at a time.
+/// Symbolic links are followed. A character device (`/dev/null`) is written in place. Threads: one
+/// at a time.
 class AtomicFile {
  public:
   AtomicFile() = default;
@@ -17,21 +17,21 @@ class AtomicFile {
   AtomicFile(const AtomicFile&) = delete;
   AtomicFile& operator=(const AtomicFile&) = delete;
 
-  /// Begins an empty file for `target`; what was begun before is discarded. Directories, pipes and
-  /// the like are refused.
+  /// Begins an empty file for `target`, discarding one that was begun before. Directories, pipes
+  /// and the like are refused.
   [[nodiscard]] std::error_code open(const std::string& target);
   /// Writes `count` bytes at `offset` (>= 0), all of them or an error.
   [[nodiscard]] std::error_code write(const void* bytes, std::size_t count, std::int64_t offset);
-  /// Takes back all that was written; nothing to a device.
+  /// Empties the file; does nothing on a device.
   [[nodiscard]] std::error_code clear();
-  /// Flushes to the disk and gives the file its name. On an error nothing is left, and the target
-  /// is as it was; a process that was asked to stop gets `std::errc::interrupted`.
+  /// Flushes to the disk and gives the file its name. On an error the new file is gone and the
+  /// target is unchanged; `std::errc::interrupted` if the process was asked to stop.
   [[nodiscard]] std::error_code commit();
   void discard() noexcept;
 
   [[nodiscard]] std::int64_t size() const noexcept {
     return length;
-  }  ///< bytes, up to the last written
+  }  ///< bytes, up to the last one written
 
  private:
   [[nodiscard]] std::error_code openBeside();
@@ -43,5 +43,5 @@ class AtomicFile {
   std::int64_t length = 0;
 };
 
-/// Whether `path` is a device that output goes to without a file being made.
+/// Whether `path` is a character device, which is written in place.
 [[nodiscard]] bool isCharacterDevice(const std::string& path);

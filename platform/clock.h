@@ -2,5 +2,5 @@
 
 #include <cstdint>
 
-/// Milliseconds since some fixed moment of the past; never runs backwards. Any thread, no lock.
+/// Milliseconds since a fixed moment in the past; never runs backwards. Any thread, no lock.
 [[nodiscard]] std::int64_t monotonicMilliseconds() noexcept;

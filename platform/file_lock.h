@@ -4,9 +4,10 @@
 #include <string>
 #include <system_error>
 
-/// Keeps other processes out while it lives, by a lock on a file that stands for what is guarded.
-/// Ends with the process, however that ends. The file stays: removing it would open a gap.
-/// Threads: one at a time; those of one process that share an object need a mutex of their own.
+/// Keeps other processes out while it lives, by locking a file that stands for the guarded
+/// resource. The lock ends with the process at the latest, even if that crashes. The file is never
+/// removed, since removing it would let two processes lock different files.
+/// Threads: one at a time; threads that share an object need a mutex as well.
 class FileLock {
  public:
   FileLock() = default;
@@ -14,8 +15,9 @@ class FileLock {
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
 
-  /// Makes the file if there is none, not its folder, and waits for the lock, at most as long as
-  /// told (0 tries once): then `std::errc::timed_out`. A lock held before is given up first.
+  /// Creates the file (but not its folder) if missing and waits for the lock. Fails with
+  /// `std::errc::timed_out` after `longestWait`; 0 tries once. A lock already held is released
+  /// first.
   [[nodiscard]] std::error_code lock(const std::string& path,
                                      std::chrono::milliseconds longestWait);
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// A number from 0 up as the standard containers count.
+/// Converts a number >= 0 to the index type of the standard containers.
 [[nodiscard]] constexpr std::size_t at(std::int32_t number) noexcept {
   return static_cast<std::size_t>(number);
 }

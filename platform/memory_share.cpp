@@ -7,7 +7,7 @@
 namespace {
 
 std::atomic<int> alive{0};
-std::atomic<int> most{0};  // since memory was given back
+std::atomic<int> most{0};  // highest count since memory was last returned
 
 }  // namespace
 
@@ -23,7 +23,7 @@ MemoryShare::~MemoryShare() {
   if (!isCounted) return;
   const int left = alive.fetch_sub(1, std::memory_order_relaxed) - 1;
   int before = most.load(std::memory_order_relaxed);
-  // Not at every one: it takes a look at the whole heap.
+  // Not for every object: returning memory searches the whole heap.
   if (2 * left <= before && most.compare_exchange_strong(before, left, std::memory_order_relaxed)) {
     returnFreedMemory();
   }

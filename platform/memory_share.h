@@ -1,12 +1,12 @@
 #pragma once
 
-/// Lives in each of the objects that hold most of a process's heap, before all that these hold, and
-/// so outlives it. Once half of the objects are gone, what they have freed is given back to the
-/// system: the heap alone keeps it, since a few small blocks of others lie behind.
-/// Threads: any but the audio thread.
+/// Counts the objects that hold most of a process's heap. It is the first member of each such
+/// object, so that it is destroyed after everything the object holds. Once half of them are gone,
+/// freed memory is returned to the system; the heap would keep it for the sake of a few small
+/// blocks that lie after it. Threads: any but the audio thread.
 class MemoryShare {
  public:
-  /// One that does not count does nothing.
+  /// With `counts` false it does nothing.
   explicit MemoryShare(bool counts) noexcept;
   ~MemoryShare();
   MemoryShare(const MemoryShare&) = delete;

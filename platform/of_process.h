@@ -6,10 +6,10 @@
 
 #include "platform/process.h"
 
-/// The one object of its kind in a process, made at first use. For static storage.
+/// The single object of its kind in a process, made on first use. For static storage.
 ///
-/// A child of `fork()` makes an object of its own and never touches the one it has inherited: the
-/// threads that this one relies on are not there, and a lock of it may be held by one of them.
+/// A child of `fork()` makes an object of its own and never touches the inherited one: the threads
+/// which that one relies on do not exist in the child, and one of them may have held its lock.
 /// Threads: any but the audio thread.
 template <typename Object>
 class OfProcess {
@@ -17,7 +17,7 @@ class OfProcess {
   using Make = Object (*)();
 
   explicit OfProcess(Make makeObject) noexcept : make(makeObject) {}
-  /// Deletes the process's own.
+  /// Deletes the object of this process, not inherited ones.
   ~OfProcess() {
     Place* const own = newest.load(std::memory_order_acquire);
     if (!isOwn(own)) return;
@@ -30,7 +30,8 @@ class OfProcess {
   [[nodiscard]] Object& get() {
     Place* found = newest.load(std::memory_order_acquire);
     if (isOwn(found)) return found->object;
-    // No lock: one could be held for ever, too. Of two threads that get here the first one wins.
+    // No lock: after a fork it, too, could be held for ever. If two threads get here, the first
+    // one's object is kept.
     auto made = std::make_unique<Place>(make, found);
     if (!newest.compare_exchange_strong(found, made.get())) return found->object;
     return made.release()->object;
@@ -42,7 +43,7 @@ class OfProcess {
 
     Object object;
     const std::int64_t process = processId();
-    Place* const inherited;  // kept for as long as the process lives
+    Place* const inherited;  // never deleted in this process
   };
 
   [[nodiscard]] static bool isOwn(const Place* place) noexcept {

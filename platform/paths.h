@@ -6,36 +6,37 @@
 #include <system_error>
 #include <vector>
 
-// Files by their names, as plain text: the standard library's own paths do not survive it when
-// memory runs out while they are put together. Where it does, these throw std::bad_alloc.
+// Paths as plain text. `std::filesystem::path` does not survive running out of memory while a path
+// is put together; these functions then throw std::bad_alloc.
 
-/// `name` in `folder`, which may end in a slash; alone in an empty one.
+/// `name` in `folder`, which may end in a slash; just `name` if `folder` is empty.
 [[nodiscard]] std::string joinedPath(std::string_view folder, std::string_view name);
-/// Without the last part and the slash before it; empty where there is none, `/` of what lies
-/// there.
+/// The path without its last part and the slash before it: empty if there is no slash, `/` for what
+/// lies in the root.
 [[nodiscard]] std::string parentFolder(std::string_view path);
 
-/// The last part of a name from its last dot on; empty without one, and where all is behind it.
+/// The last part of the path from its last dot on, with the dot. Empty if there is no dot or only a
+/// leading one.
 [[nodiscard]] std::string_view extensionOf(std::string_view path);
 
 [[nodiscard]] bool isFolder(const std::string& path) noexcept;
 [[nodiscard]] bool isFile(const std::string& path) noexcept;  ///< a regular one
 [[nodiscard]] bool isSameFile(const std::string& a, const std::string& b) noexcept;
 [[nodiscard]] bool isThere(const std::string& path) noexcept;
-/// Also for a link to nowhere.
+/// Whether anything has this name, even a link to nowhere.
 [[nodiscard]] bool isNameTaken(const std::string& path) noexcept;
-/// Absolute and without links; empty for what is not there.
+/// The absolute path without links; none if nothing is there.
 [[nodiscard]] std::optional<std::string> realPath(const std::string& path);
-/// Where a chain of symbolic links ends, even if nothing stands there yet.
+/// The end of a chain of symbolic links, even if nothing exists there yet.
 [[nodiscard]] std::string resolvedLinks(std::string path);
 [[nodiscard]] std::error_code moveFile(const std::string& from, const std::string& to) noexcept;
 
-/// One name in a folder; what a link leads to counts.
+/// One name in a folder; for a link, `isFolder` and `isFile` describe its target.
 struct FolderEntry {
   std::string name;
   bool isFolder = false;
   bool isFile = false;
   bool isLink = false;
 };
-/// All but `.` and `..`, in no order; empty for what cannot be listed.
+/// All entries except `.` and `..`, in no particular order; empty if the folder cannot be listed.
 [[nodiscard]] std::vector<FolderEntry> listFolder(const std::string& path);

@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-/// Base class of objects that carry one lock, and a lock of its own where a member is wanted.
+/// A lock, used as a base class by objects with one lock, or as a member.
 /// Not recursive: a thread that holds it must not enter again. Never entered on the audio thread.
 class PlugBaseMutex {
  public:

@@ -4,8 +4,7 @@
 
 PlugBaseThread::~PlugBaseThread() {
   stop();
-  // Reached on the own thread only when the process exits from within `run`, which never returns
-  // then.
+  // On its own thread this is reached only if `run` ends the process, so `run` never returns.
   if (handle.joinable()) handle.detach();
 }
 
@@ -25,7 +24,7 @@ void PlugBaseThread::stop() {
     requestStop();
     return;
   }
-  // Asked for under the lock, or a `start` on a third thread could take the request back unseen.
+  // Set under the lock; otherwise a `start` on a third thread could clear the request unseen.
   const std::lock_guard guard(handleMutex);
   requestStop();
   if (handle.joinable()) handle.join();
@@ -33,7 +32,7 @@ void PlugBaseThread::stop() {
 
 void PlugBaseThread::requestStop() {
   {
-    // Under the lock, or the request could fall between the sleeper's check and its sleep.
+    // Under the lock; otherwise the request could come between the sleeper's check and its sleep.
     const std::lock_guard guard(sleepMutex);
     stopRequested.store(true);
   }

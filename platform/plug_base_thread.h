@@ -6,12 +6,12 @@
 #include <mutex>
 #include <thread>
 
-/// A thread that calls `run` again and again, sleeping `interval` between calls, until told to
-/// stop.
+/// A thread that calls `run` repeatedly, sleeping `interval` milliseconds between calls, until it
+/// is stopped.
 ///
-/// A derived class calls `stop` at the head of its own destructor: the base destructor stops the
-/// thread too, but by then the derived part that `run` works on is gone. Threads: `start` and
-/// `stop` from any thread, also from within `run`.
+/// A derived class must call `stop` at the start of its own destructor: the base destructor stops
+/// the thread, too, but only after the derived members that `run` uses are gone. Threads: `start`
+/// and `stop` on any thread, also from within `run`.
 class PlugBaseThread {
  public:
   /// `intervalMs` at or below 0 calls `run` without a pause. No thread runs before `start`.
@@ -20,17 +20,16 @@ class PlugBaseThread {
   PlugBaseThread(const PlugBaseThread&) = delete;
   PlugBaseThread& operator=(const PlugBaseThread&) = delete;
 
-  /// Starts the thread, also again after a stop. Does nothing while it runs and from within `run`.
-  /// Throws `std::system_error` when the system has no thread to give.
+  /// Starts the thread, also after a stop. Does nothing while it runs or from within `run`. Throws
+  /// `std::system_error` if the system cannot make a thread.
   void start();
 
   /// Ends the sleep and waits, without limit, for a `run` under way to return. From within `run` it
-  /// only asks for the end: `run` is not called again, and the next `stop` from outside does the
-  /// waiting.
+  /// does not wait: `run` is just not called again, and the next `stop` from outside waits.
   void stop();
 
  protected:
-  /// One round of work, on the thread. An exception that leaves it ends the process.
+  /// One round of work, on the thread. An exception that leaves it terminates the process.
   virtual void run() = 0;
 
   std::atomic<bool> stopRequested{false};
@@ -42,7 +41,7 @@ class PlugBaseThread {
   void requestStop();
   [[nodiscard]] bool onOwnThread() const noexcept;
 
-  // Not a thread's own variable: the first look at one of those in a library takes memory.
+  // Not thread-local: in a library, the first access to a thread-local variable allocates memory.
   std::atomic<std::thread::id> runner;
   std::mutex handleMutex;  // held while the thread is made or joined
   std::thread handle;

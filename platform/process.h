@@ -2,10 +2,10 @@
 
 #include <cstdint>
 
-/// Number of the calling process: another one in a child of `fork()`. Any thread, no lock; a system
-/// call.
+/// Id of the calling process; a child of `fork()` has a different one. Any thread; a system call,
+/// no lock.
 [[nodiscard]] std::int64_t processId() noexcept;
 
-/// Gives heap memory that nobody uses any more back to the system. Any thread but the audio thread;
-/// milliseconds where much was freed.
+/// Returns freed heap memory to the system. Any thread but the audio thread; takes milliseconds if
+/// much was freed.
 void returnFreedMemory() noexcept;

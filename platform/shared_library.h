@@ -3,15 +3,15 @@
 #include <memory>
 #include <string>
 
-/// A shared object, loaded as long as this lives.
+/// A shared object that is loaded while this lives.
 class SharedLibrary {
  public:
-  /// Throws std::runtime_error that names the file and what is wrong with it.
+  /// Throws a std::runtime_error that names the file and the reason.
   explicit SharedLibrary(const std::string& path);
 
-  /// Whether anybody in this process has it loaded.
+  /// Whether this process has it loaded.
   [[nodiscard]] static bool isLoaded(const std::string& path);
-  /// Points `function` to what is exported under `name`; throws std::runtime_error without.
+  /// Points `function` to the export called `name`; throws std::runtime_error if there is none.
   template <typename Function>
   void find(Function*& function, const char* name) const {
     function = reinterpret_cast<Function*>(symbol(name));

@@ -1,12 +1,12 @@
 #pragma once
 
-/// From now on an interrupt, hang-up or termination of the process only raises the flag below, so
-/// that work under way can end in good order. A file past the size limit, or a pipe that nobody
-/// reads, becomes an error of the write.
+/// From now on, signals to interrupt, hang up or terminate only raise the flag below, so that work
+/// under way can end in order. Exceeding the file size limit and writing to a pipe that nobody
+/// reads become errors of the write.
 void catchStopRequests() noexcept;
 
-/// Ends what `catchStopRequests` did for requests: the next one ends the process at once. For when
-/// nothing is left to be put in order, so that a message nobody takes does not hold it up.
+/// Undoes `catchStopRequests` for these signals: the next one ends the process at once. For when
+/// there is nothing left to tidy up, so that a blocked write of a message can be interrupted.
 void releaseStopRequests() noexcept;
 
 /// Whether the process was asked to stop since `catchStopRequests`. Any thread.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Whether a person watches what goes to the standard error stream.
+/// Whether the standard error stream is a terminal.
 [[nodiscard]] bool errorStreamIsTerminal() noexcept;
 
-/// Width of that terminal in characters; 80 if it does not tell.
+/// Width of that terminal in characters; 80 if unknown.
 [[nodiscard]] int errorStreamColumns() noexcept;

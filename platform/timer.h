@@ -4,10 +4,10 @@
 #include <functional>
 #include <memory>
 
-/// Calls back at a fixed rate on one thread of its own, the message thread.
-/// A call that takes longer than the interval drops the ticks it missed.
-/// Threads: `start` and `stop` from any thread, also from within a call. Destroyed on any thread
-/// but its own; the destructor waits for a call under way.
+/// Calls back at a fixed rate on a thread of its own, the message thread. Ticks missed because a
+/// call took too long are dropped.
+/// Threads: `start` and `stop` on any thread, also from within a call. Must not be destroyed on its
+/// own thread; the destructor waits for a call under way.
 class Timer {
  public:
   Timer() = default;
@@ -15,14 +15,14 @@ class Timer {
   Timer(const Timer&) = delete;
   Timer& operator=(const Timer&) = delete;
 
-  /// The first call comes `intervalMs` (at least 1) from now. Starting again replaces what ran
-  /// before; the thread stays the same one. Throws, with nothing running, when there is no thread
-  /// to be had; starting again cannot fail. A callback of no more than two pointers needs no memory
-  /// when it falls due.
+  /// Starts the calls, the first one `intervalMs` (at least 1) from now. Starting again replaces
+  /// interval and callback but keeps the thread, and cannot fail; the first start throws, with
+  /// nothing running, if no thread can be made. Calling a callback of at most two pointers in size
+  /// allocates nothing.
   virtual void start(std::int32_t intervalMs, std::function<void()> callback) = 0;
 
-  /// No call falls due any more. It does not wait for one under way or just beginning, so that a
-  /// caller may hold locks which that call needs.
+  /// No further calls fall due. Does not wait for a call under way or just beginning, so the caller
+  /// may hold locks that such a call needs.
   virtual void stop() = 0;
 };
 

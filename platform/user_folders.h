@@ -2,11 +2,11 @@
 
 #include <string>
 
-// By the environment of the process; no slash at the end. Empty when it does not tell.
+// Folders from the environment of the process, without a slash at the end. Empty if unknown.
 
-[[nodiscard]] std::string userConfigFolder();  ///< `XDG_CONFIG_HOME`, else `.config` of the home
-[[nodiscard]] std::string userDataFolder();    ///< `XDG_DATA_HOME`, else `.local/share` of the home
-/// Where the program or the shared library that holds this code lies.
+[[nodiscard]] std::string userConfigFolder();  ///< `XDG_CONFIG_HOME`, or `~/.config`
+[[nodiscard]] std::string userDataFolder();    ///< `XDG_DATA_HOME`, or `~/.local/share`
+/// The folder of the program or shared library that contains this code.
 [[nodiscard]] std::string codeFolder();
-/// A variable of the environment; empty if it is not set.
+/// The value of an environment variable; empty if it is not set.
 [[nodiscard]] std::string environmentText(const char* name);

@@ -14,7 +14,7 @@ constexpr std::size_t kBlock = 8192;  // bytes in and out at a time
 
 using Block = std::array<char, kBlock>;
 
-/// Ends what was begun on a stream, however the function is left.
+/// Ends a stream when its scope is left in whatever way.
 struct StreamEnd {
   z_stream& stream;
   int (*end)(z_stream*);
@@ -24,12 +24,12 @@ struct StreamEnd {
 void feed(z_stream& stream, std::string_view& rest) noexcept {
   const std::string_view next = rest.substr(0, kBlock);
   rest.remove_prefix(next.size());
-  // zlib reads only, but its field is not const.
+  // zlib only reads, but its field is not const.
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(next.data()));
   stream.avail_in = static_cast<uInt>(next.size());
 }
 
-/// Runs `step` until it has taken all input that `feed` gave, or fails; returns its last answer.
+/// Runs `step` until it has taken all input that `feed` gave, or fails; returns its last result.
 template <typename Step>
 int drain(z_stream& stream, std::string& out, Step step) {
   Block block;
@@ -77,7 +77,7 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
       return text.size() > kMostDocumentBytes ? Z_DATA_ERROR : inflate(s, Z_NO_FLUSH);
     });
     if (state == Z_MEM_ERROR) throw std::bad_alloc();
-    // Without output left to give the stream only waits for more input.
+    // `Z_BUF_ERROR` only means that the stream waits for more input.
     const bool goesOn = state == Z_OK || state == Z_BUF_ERROR || state == Z_STREAM_END;
     if (!goesOn) return std::nullopt;
   }
@@ -85,7 +85,7 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
 }
 
 JsonTree readDocument(std::string_view bytes) {
-  // Bytes that do not unpack are no document either, and no more of them than one can have.
+  // Bytes that cannot be unpacked are tried as plain text, so the limit applies to both.
   if (bytes.size() > kMostDocumentBytes) return nullptr;
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Members of the stored documents; each is both written and looked for by more than one file.
+// Names of members in stored documents, shared by the files that write and read them.
 namespace documentKey {
 
 inline constexpr const char* kPresets = "presets";        ///< programs of the full form

@@ -13,14 +13,14 @@ namespace {
 
 constexpr std::chrono::milliseconds kNoWait{0};
 
-/// What lies at the place of a store; one of the three is set.
+/// What was found at the path of a store; one of the three is set.
 struct Contents {
   JsonTree root;
-  std::string foreignReason;  // why it is no store
-  std::error_code error;      // why it is not known what it is
+  std::string foreignReason;  // why the file is no store
+  std::error_code error;      // why the file could not be examined
 };
 
-/// Whether the file itself is at fault, rather than what the machine lacks at the moment.
+/// Whether the file itself is at fault, not a temporary lack of resources.
 bool isFaultOfFile(const std::error_code& error) {
   for (const std::errc fault :
        {std::errc::permission_denied, std::errc::is_a_directory, std::errc::not_supported,
@@ -35,13 +35,13 @@ Contents load(const std::string& path) {
   const std::error_code error = readWholeFile(path, text, kMostDocumentBytes);
   if (error && isFaultOfFile(error)) return {nullptr, error.message(), {}};
   if (error && error != std::errc::no_such_file_or_directory) return {nullptr, {}, error};
-  // An empty file holds nothing that could be lost.
+  // An empty file counts as an empty store: nothing in it could be lost.
   JsonTree root = text.empty() ? JsonTree(made(jsonCreateObject())) : FileStore::parse(text);
   if (root) return {std::move(root), {}, {}};
   return {nullptr, "it does not hold what this program writes", {}};
 }
 
-/// The byte behind the object that a readable text begins with.
+/// The index after the object with which a valid text begins.
 std::size_t endOfObject(const std::string& text) {
   int depth = 0;
   bool inString = false;
@@ -60,7 +60,7 @@ std::size_t endOfObject(const std::string& text) {
   return text.size();
 }
 
-// What the reader takes for white space.
+// What the reader treats as white space.
 bool isBlank(const std::string& text, std::size_t begin) {
   for (std::size_t i = begin; i < text.size(); ++i) {
     if (static_cast<unsigned char>(text[i]) > 32) return false;
@@ -76,7 +76,7 @@ bool hasOnlyFiniteNumbers(const JsonNode* list) {
   return true;
 }
 
-/// Unlike `jsonGetObjectItem` by the exact name, and past what is no string.
+/// Unlike `jsonGetObjectItem`, matches the exact name and skips members that are no strings.
 JsonNode* findString(const JsonNode& root, std::string_view name) {
   for (JsonNode* item = root.child; item; item = item->next) {
     if (jsonIsType(item, kJsonString) && name == item->key) return item;
@@ -86,7 +86,7 @@ JsonNode* findString(const JsonNode& root, std::string_view name) {
 
 bool hasZero(const std::string& text) { return text.find('\0') != std::string::npos; }
 
-/// A name beside `path` at which nothing stands, not even a link to nowhere.
+/// A name next to `path` that nothing has, not even a link to nowhere.
 std::string nameForKept(const std::string& path) {
   std::string name = path + ".kept";
   for (int i = 2; isNameTaken(name); ++i) {
@@ -166,7 +166,7 @@ bool FileStore::refuse(const std::string& reason) {
   return false;
 }
 
-// One line each. What fails again and again is told once: some callers try for ever.
+// One line per notice. A repeated failure is reported once, since some callers retry for ever.
 void FileStore::addNotice(const std::string& sentence) {
   const std::scoped_lock lock(noticeMutex);
   if (!told.insert(sentence).second) return;
@@ -188,7 +188,7 @@ JsonTree FileStore::parse(const std::string& text) {
   if (hasZero(text)) return nullptr;
   JsonTree root = parsedJson(text.c_str());
   if (!root || root->type != kJsonObject || !hasOnlyFiniteNumbers(root.get())) return nullptr;
-  // The reader stops behind the first value; what follows would be lost with the next write.
+  // The reader stops after the first value; anything after it would be lost with the next write.
   return isBlank(text, endOfObject(text)) ? std::move(root) : nullptr;
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* kStoreName = "globals";
 
-/// An object whose numbers can all be stored again; null for a text that is none.
+/// Parses an object whose numbers can all be stored again; null for any other text.
 JsonTree parseObject(const char* text) {
   JsonTree tree = parsedJson(text);
   if (!jsonIsType(tree.get(), kJsonObject)) tree.reset();
@@ -19,7 +19,7 @@ JsonTree parseObject(const char* text) {
   return tree;
 }
 
-/// Stored choices; null for a text that holds none.
+/// The stored choices; null if the text holds none.
 JsonTree choicesIn(const std::optional<std::string>& text) {
   JsonTree choices = text ? parseObject(text->c_str()) : nullptr;
   if (choices && !choices->child) choices.reset();
@@ -64,10 +64,10 @@ void Globals::initGlobals(const char* text) {
     defaults = std::move(table);
     if (values) return;
   }
-  // The first change of a value stores them all, so that no instance has to wait here.
+  // Without waiting: the first change of a value stores all of them anyway.
   store.updateIfFree(kStoreName, [this](const auto& stored) { return storeDefaults(stored); });
   const std::lock_guard lock(mutex);
-  // A store that cannot be opened, or is busy, does not ask.
+  // A store that is busy or cannot be opened does not call `storeDefaults`.
   if (!values) values = defaultChoices(defaults.get());
 }
 
@@ -111,19 +111,20 @@ void Globals::setGlobal(const char* key, std::int32_t value) {
     const auto change = [&](const auto& stored) { return storeChoices(stored, taken); };
     if (store.update(kStoreName, change)) return;
   } catch (const std::bad_alloc&) {
-    // As for a store that cannot be written.
+    // Treated like a store that cannot be written.
   }
   const std::lock_guard lock(mutex);
   unsaved.merge(taken);
   apply(unsaved);
 }
 
-// Under the store's lock, so that threads take their results in the order these are stored in.
+// Called under the store's lock, so that threads take results in the order in which they are
+// stored.
 std::optional<std::string> Globals::storeChoices(const std::optional<std::string>& stored,
                                                  Choices& taken) {
   JsonTree merged = choicesIn(stored);
   const std::lock_guard lock(mutex);
-  unsaved.merge(taken);  // a store may ask twice
+  unsaved.merge(taken);  // a store may call this twice
   taken = std::exchange(unsaved, {});
   if (merged) values = std::move(merged);
   apply(taken);

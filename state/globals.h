@@ -13,34 +13,34 @@
 /// A preference, as a setup page shows it.
 struct Preference {
   std::string key;
-  std::int32_t value = 0;           ///< the choice: a place in `values`
-  int page = 0;                     ///< of the setup
+  std::int32_t value = 0;           ///< the choice: an index into `values`
+  int page = 0;                     ///< number of the setup page
   std::vector<std::string> values;  ///< texts of the choices
 };
 
-/// The machine-wide preferences: a number each, chosen among texts. Threads: any but the audio
-/// thread; takes a lock of its own, and the store's before it.
+/// The machine-wide preferences, each a number that stands for one of several texts. Threads: any
+/// but the audio thread; locks by itself, always after the store's lock.
 class Globals {
  public:
   /// Reads the stored choices. `store` must outlive it.
   explicit Globals(UserStore& store);
 
-  /// Takes the table of all preferences; the first time on a machine their defaults are stored.
-  /// A text that is no JSON object changes nothing.
+  /// Takes the table of all preferences; on first use on a machine its defaults are stored. A text
+  /// that is no JSON object changes nothing.
   void initGlobals(const char* text);
 
-  /// The stored choice, or else the table's default. Without a table 0, for a key that is not in
-  /// it -2, for an entry without a default -3. Keys in any case.
+  /// The stored choice, otherwise the table's default. 0 without a table, -2 for a key that is not
+  /// in it, -3 for an entry without a default. Keys are case-insensitive.
   [[nodiscard]] std::int32_t getGlobal(const char* key) const;
-  /// As `getGlobal`, but `absent` when there are no choices at all.
+  /// As `getGlobal`, but returns `absent` if there are no choices at all.
   [[nodiscard]] std::int32_t getGlobal(const char* key, std::int32_t absent) const;
-  /// Stores a choice at once; choices that other processes have made meanwhile are kept and taken.
-  /// What cannot be written holds in this process, and the next call tries to store it as well.
+  /// Stores a choice at once, and takes over choices that other processes have stored meanwhile. A
+  /// choice that cannot be written is valid in this process, and the next call tries again.
   void setGlobal(const char* key, std::int32_t value);
 
-  /// All of the table, in its order.
+  /// The whole table, in its order.
   [[nodiscard]] std::vector<Preference> list() const;
-  // The table, for the setup page, by the order of its entries; out of range "" or 0.
+  // The table's entries by index, for the setup page; "" or 0 if out of range.
   [[nodiscard]] int getGroupCount() const;
   [[nodiscard]] std::string getGroupName(int index) const;
   [[nodiscard]] int getGroupValueCount(int index) const;
@@ -56,9 +56,9 @@ class Globals {
   void apply(const Choices& choices);
 
   UserStore& store;
-  // Never held while the store is called: the store's lock may be held when this one is taken.
+  // Never held while the store is called, since it is taken under the store's lock.
   mutable std::mutex mutex;
   JsonTree values;    // object of key to number; null for none
   JsonTree defaults;  // the table; null before `initGlobals`
-  Choices unsaved;    // could not be written yet
+  Choices unsaved;    // not written yet
 };

@@ -7,11 +7,11 @@
 
 #include "platform/plug_base_mutex.h"
 
-/// Entries of the history that are no parameter, as its ids.
+/// Ids of history entries that are no parameters.
 enum HistoryMarker : std::int32_t {
   historyGroupBegin = -1000,
   historyGroupEnd = -1001,
-  historyPresetLoad = -1002,  ///< the newest of the kept states belongs to it
+  historyPresetLoad = -1002,  ///< belongs to the newest state that `PresetFiles` keeps
   historyBankLoad = -1003,
 };
 
@@ -19,24 +19,24 @@ enum HistoryMarker : std::int32_t {
   return id == historyPresetLoad || id == historyBankLoad;
 }
 
-/// What to restore: a parameter and its normalised value, or a marker.
+/// An entry of the history: a parameter with its normalised value, or a marker.
 struct HistoryEntry {
   std::int32_t id;
   float value;
 };
 
-/// One direction of the history, newest last. Each operation locks for itself: edits come from the
-/// editor, and from hosts' threads through control surfaces.
+/// One direction of the history, newest entry last. Each operation locks by itself, since edits
+/// come from the editor and, through control surfaces, from threads of the host.
 class HistoryStack {
  public:
   void push(HistoryEntry entry);
   [[nodiscard]] std::optional<HistoryEntry> pop();
   void clear();
   [[nodiscard]] bool empty();
-  /// Ends the group that the newest mark opens. One entry needs no marks, nothing leaves none.
+  /// Ends the open group. A group of one entry or none loses its marks.
   void endGroup();
-  /// Takes out the newest entry of `id` if it holds exactly `value`, and the marks of a group that
-  /// it leaves empty; false when it does not, and when there is no such entry.
+  /// Removes the newest entry of `id` if its value is exactly `value`, and the marks of a group
+  /// that becomes empty. False if there is no such entry or the value differs.
   bool removeUnchanged(std::int32_t id, float value);
 
  private:

@@ -34,7 +34,7 @@ std::string findInstallFolder(UserStore& store) {
   return data.empty() ? "" : joinedPath(data, kProductFolder);
 }
 
-/// The text of a file that holds something, or an empty one.
+/// The text of a file; empty if it cannot be read.
 std::string readInstallFile(const std::string& folder, const std::string& name) {
   std::string text;
   if (folder.empty() || readWholeFile(folder + '/' + name, text, kMostDocumentBytes)) return {};

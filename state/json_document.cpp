@@ -22,7 +22,7 @@ char* copyText(const char* text) noexcept {
   return copy ? static_cast<char*>(std::memcpy(copy, text, size)) : nullptr;
 }
 
-// Not std::tolower: a host may have set a locale in which it moves bytes above 127.
+// Not std::tolower: a host may have set a locale in which it changes bytes above 127.
 char lowerCase(char c) noexcept {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -153,7 +153,7 @@ void jsonAddItemToArray(JsonNode* node, JsonNode* item) noexcept {
 
 void jsonAddItemToObject(JsonNode* node, const char* name, JsonNode* item) noexcept {
   if (!node || !name || !item) return;
-  // Copied first: `name` may be the very key that goes.
+  // Copied first: `name` may be the key that is about to be freed.
   char* const copy = copyText(name);
   freeKey(*item);
   item->key = copy;

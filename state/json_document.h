@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
-/// What a node is: the low byte of `JsonNode::type`.
+/// Type of a node: the low byte of `JsonNode::type`.
 enum JsonType : std::uint32_t {
   kJsonFalse = 0,
   kJsonTrue = 1,
@@ -16,7 +16,7 @@ enum JsonType : std::uint32_t {
   kJsonObject = 6,
 };
 
-/// Takes the `JsonType` out of `JsonNode::type`; the flags below stand above it.
+/// Extracts the `JsonType` from `JsonNode::type`; the flags below use higher bits.
 inline constexpr std::uint32_t kJsonTypeMask = 0xFF;
 
 /// The node shares `child` and `valueString` with another node; deleting it frees neither.
@@ -25,61 +25,63 @@ inline constexpr std::uint32_t jsonIsReference = 0x100;
 /// `key` points at a constant string and is never freed.
 inline constexpr std::uint32_t jsonKeyIsConst = 0x200;
 
-/// One value of a document, on the heap. Whoever holds the root owns the whole tree and ends it
-/// with `jsonDelete`. Trees carry no lock: one thread at a time has a tree.
+/// One value of a document, on the heap. The owner of the root owns the whole tree and frees it
+/// with `jsonDelete`. Trees have no lock: only one thread at a time may use a tree.
 struct JsonNode {
   JsonNode* next;      ///< following sibling; null at the end of a list
   JsonNode* prev;      ///< preceding sibling; null for the first child
   JsonNode* child;     ///< first child of an array or object; null if empty
   std::uint32_t type;  ///< a `JsonType` and flags
-  char* valueString;   ///< text of a string node, heap copy; else null
-  /// Number truncated toward zero and held within 32 bits, 0 for NaN; 1 for a true node.
+  char* valueString;   ///< text of a string node, on the heap; otherwise null
+  /// Number truncated towards zero and clamped to 32 bits, 0 for NaN; 1 for a true node.
   std::int32_t valueInt;
   double valueDouble;  ///< number
   char* key;           ///< name inside the parent object; null in arrays and at the root
 };
 
-// What the reader takes at most: no document comes near, and what is made to cost memory and time
-// is told from one early. All that is read from files and hosts is held to the same.
+// Limits of the reader. Real documents are far smaller; input made to waste memory or time is
+// rejected early. They apply to everything read from files and hosts.
 inline constexpr std::size_t kMostDocumentBytes = std::size_t{4}
                                                   << 20;  ///< of a text, a file or a chunk
 inline constexpr std::size_t kMostDocumentNodes = std::size_t{1} << 18;
-/// Brackets inside one another. Each takes a stack frame, and a host may read on a small stack.
+/// Depth of nested brackets. Each level takes a stack frame, and a host's thread may have a small
+/// stack.
 inline constexpr int kMostDocumentDepth = 512;
 
 /// Where and why a text could not be read.
 struct JsonFault {
-  const char* position = nullptr;  ///< in the text; null if there is no fault in it
-  bool isTooMuch = false;          ///< more than the reader takes, however well it is written
+  const char* position = nullptr;  ///< in the text; null if the text has no fault
+  bool isTooMuch = false;          ///< a limit was exceeded, even if the text is valid
 };
 
-/// Whether there is a node, and of this type.
+/// Whether `node` is not null and has this type.
 [[nodiscard]] inline bool jsonIsType(const JsonNode* node, JsonType type) noexcept {
   return node != nullptr && (node->type & kJsonTypeMask) == type;
 }
 
-/// Reads the first complete value of `text`, after leading white space; what follows it is ignored.
-/// `text` is zero-terminated; null gives null. The caller owns the tree. Null on a fault in the
-/// text, on more than the reader takes, and when memory runs out; the last leaves no error pointer.
+/// Reads the first complete value of `text`, after leading white space; anything after it is
+/// ignored. `text` is zero-terminated or null, which gives null. The caller owns the tree. Returns
+/// null on a fault in the text, if a limit is exceeded, and when memory runs out; the last leaves
+/// no error pointer.
 [[nodiscard]] JsonNode* jsonParse(const char* text) noexcept;
-/// The same, and tells what was wrong with this very text.
+/// As above, and describes the fault of this text.
 [[nodiscard]] JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept;
 
-/// Where in its text the last parse of the process, on whatever thread, gave up; null if it did
-/// not. Valid as long as that text.
+/// Where in its text the last parse of the process, on any thread, failed; null if it did not.
+/// Valid as long as that text.
 [[nodiscard]] const char* jsonGetErrorPtr() noexcept;
 
-/// The document as text: an object has one member per line, indented by tabs; an array one line.
-/// The caller frees the text by `free` (see `JsonText`). Null for a null node, for a node of
-/// unknown type, for a string without text or a member without key anywhere, and when memory runs
-/// out. Numbers keep ten decimal places, or seven digits where they are very small or large; what
-/// is not finite prints as null, since no reader takes the text of it for a number.
+/// Prints a document: one member of an object per line, indented by tabs; an array on one line. The
+/// caller frees the text with `free` (see `JsonText`). Returns null when memory runs out, for a
+/// null node, and if the tree contains a node of unknown type, a string without text or a member
+/// without key. Numbers keep ten decimal places, or seven digits if they are very small or large;
+/// infinities and NaN print as null, since no reader accepts them as numbers.
 [[nodiscard]] char* jsonPrintFormatted(const JsonNode* node) noexcept;
 
-/// As `jsonPrintFormatted`, without any white space between the values.
+/// As `jsonPrintFormatted`, but without white space between values.
 [[nodiscard]] char* jsonPrintUnformatted(const JsonNode* node) noexcept;
 
-/// Frees the node, all siblings behind it and everything below them. Null does nothing.
+/// Frees the node, all siblings after it and everything below them. Null does nothing.
 void jsonDelete(JsonNode* node) noexcept;
 
 // New nodes, owned by the caller; null when memory runs out.
@@ -92,23 +94,23 @@ void jsonDelete(JsonNode* node) noexcept;
 /// An array of `count` number nodes in order; empty for null `values` or a count below 1.
 [[nodiscard]] JsonNode* jsonCreateIntArray(const std::int32_t* values, int count) noexcept;
 
-/// A node that shows the same children or text as `node` and owns neither, to be put in another
-/// tree. `node` must outlive it; nothing is added or deleted through it. Null for null.
+/// A node that shares the children or text of `node` without owning them, for use in another tree.
+/// `node` must outlive it; nothing may be added or deleted through it. Null for null.
 [[nodiscard]] JsonNode* jsonCreateReference(const JsonNode* node) noexcept;
 
-// Looking up. A null node has no children. All walk the children one by one.
+// Lookup. A null node has no children. Cost: linear in the number of children.
 [[nodiscard]] int jsonGetArraySize(const JsonNode* node) noexcept;
-/// The child number `index`; null if it is negative or past the end.
+/// The child at `index`; null if that is negative or past the end.
 [[nodiscard]] JsonNode* jsonGetArrayItem(const JsonNode* node, int index) noexcept;
-/// The first child whose key is `name`, the case of ASCII letters ignored; null if there is none.
+/// The first child with the key `name`, ignoring the case of ASCII letters; null if there is none.
 [[nodiscard]] JsonNode* jsonGetObjectItem(const JsonNode* node, const char* name) noexcept;
 
-/// Appends `item`, which the tree of `node` then owns. A null node or item does nothing.
+/// Appends `item`, which the tree of `node` then owns. Does nothing if either is null.
 void jsonAddItemToArray(JsonNode* node, JsonNode* item) noexcept;
 
-/// Gives `item` a copy of `name` as its key, in place of any other, and appends it. Does nothing if
-/// one of the three is null. When memory runs out the item is appended without a key: owned, but
-/// the document does not print, so that a half document is never stored.
+/// Gives `item` a copy of `name` as its key, replacing any other, and appends it. Does nothing if
+/// one of the three is null. When memory runs out the item is appended without a key: the tree owns
+/// it but can no longer be printed, so that an incomplete document is never stored.
 void jsonAddItemToObject(JsonNode* node, const char* name, JsonNode* item) noexcept;
 
 /// As `jsonAddItemToObject`, but keeps the pointer `name` itself, which must outlive the item.
@@ -124,7 +126,7 @@ struct JsonTextDeleter {
   void operator()(char* text) const noexcept { std::free(text); }
 };
 
-/// Holder of a tree by its root.
+/// Owner of a tree, by its root.
 using JsonTree = std::unique_ptr<JsonNode, JsonDeleter>;
-/// Holder of the text of a printer.
+/// Owner of a printed text.
 using JsonText = std::unique_ptr<char, JsonTextDeleter>;

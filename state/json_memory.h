@@ -7,17 +7,17 @@
 
 #include "state/json_document.h"
 
-// The document answers null where memory runs out. What stores and loads must not take that for an
-// empty document, a damaged one or none: these throw.
+// The JSON functions return null when memory runs out. Code that stores and loads must not mistake
+// that for an empty, damaged or missing document: the functions below throw instead.
 
-/// What the document has made; throws std::bad_alloc for null.
+/// Returns `result`, made by a JSON function; throws std::bad_alloc if it is null.
 template <typename Made>
 [[nodiscard]] Made* made(Made* result) {
   if (result == nullptr) throw std::bad_alloc();
   return result;
 }
 
-/// As `jsonParse`: null for null and for a text with a fault. Throws std::bad_alloc.
+/// See `jsonParse`: null for null and for a text with a fault. Throws std::bad_alloc.
 [[nodiscard]] inline JsonTree parsedJson(const char* text) {
   JsonFault fault;
   JsonTree root(jsonParse(text, fault));
@@ -25,8 +25,8 @@ template <typename Made>
   return root;
 }
 
-/// Appends `item`, which has no key yet, under a copy of `key`. Throws std::bad_alloc for a null
-/// item and when there is no memory for the key, with the object as it was.
+/// Appends `item`, which has no key yet, under a copy of `key`. Throws std::bad_alloc, with the
+/// object unchanged, if `item` is null or memory runs out.
 inline void addToObject(JsonNode& object, const char* key, JsonNode* item) {
   JsonTree held(made(item));
   const JsonTree name(made(jsonCreateString(key)));
@@ -34,7 +34,7 @@ inline void addToObject(JsonNode& object, const char* key, JsonNode* item) {
   jsonAddItemToArray(&object, held.release());
 }
 
-/// Empty for null.
+/// The text; empty for null.
 [[nodiscard]] inline std::string textOf(const char* text) { return text != nullptr ? text : ""; }
 
 /// The texts of an array.

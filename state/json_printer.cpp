@@ -50,11 +50,11 @@ namespace {
 
 using json_detail::ensure;
 
-// Bytes with an escape of their own, and its letters.
+// Bytes that have an escape of their own, and its letter.
 constexpr std::string_view kEscaped = "\b\f\n\r\t\"\\";
 constexpr std::string_view kEscapeLetters = "bfnrt\"\\";
 
-// How many bytes more than itself a byte takes inside quotes.
+// How many extra bytes a byte takes inside quotes.
 constexpr std::array<unsigned char, 256> escapeCosts() noexcept {
   std::array<unsigned char, 256> costs{};
   for (std::size_t i = 1; i < 32; ++i) costs[i] = 5;
@@ -81,14 +81,14 @@ char* writeEscaped(char* out, char c) noexcept {
 constexpr std::size_t kNumberRoom = 80;
 
 // "%.10f" of a magnitude from 1e-6 to 1e9, exactly rounded, at a fraction of the cost of
-// std::to_chars: nearly every number of a session takes this way.
+// std::to_chars. Nearly every number of a session is printed this way.
 char* writeTenPlaces(char* out, double d) noexcept {
   if (d < 0.0) *out++ = '-';
   const double magnitude = std::fabs(d);
   auto whole = static_cast<std::uint32_t>(magnitude);
   const double fraction = magnitude - whole;  // exact
-  // `scaled` + `rest` is the exact product, so the comparison below sees what any rounding would
-  // hide.
+  // `scaled` + `rest` is the exact product, so rounding cannot hide anything from the comparison
+  // below.
   const double scaled = fraction * 1e10;
   const double rest = std::fma(fraction, 1e10, -scaled);
   auto places = static_cast<std::uint64_t>(scaled);
@@ -106,7 +106,7 @@ char* writeTenPlaces(char* out, double d) noexcept {
   return out + 11;
 }
 
-// Gives the bytes of the C formats named, whatever locale the host has set.
+// Writes the same bytes as the C formats named, whatever locale the host has set.
 char* writeNumber(char* out, const JsonNode& node) noexcept {
   constexpr double kEpsilon = 2.220446049250313e-16;
   char* const end = out + kNumberRoom;
@@ -130,7 +130,7 @@ char* writeNumber(char* out, const JsonNode& node) noexcept {
 }
 
 // Writes a tree to a buffer, which holds a terminated text at every step. Every print operation
-// answers false when there is something that cannot be printed or no memory.
+// returns false if something cannot be printed or memory runs out.
 class JsonPrinter {
  public:
   explicit JsonPrinter(bool indented) noexcept : formatted(indented) { json_detail::start(buffer); }
@@ -138,7 +138,7 @@ class JsonPrinter {
   JsonPrinter(const JsonPrinter&) = delete;
   JsonPrinter& operator=(const JsonPrinter&) = delete;
 
-  // The text of the tree, or null; the caller owns it.
+  // Returns the text of the tree, or null; the caller owns it.
   [[nodiscard]] char* print(const JsonNode& root) noexcept {
     if (!printValue(root, 0)) return nullptr;
     char* const text = buffer.data;
@@ -160,7 +160,7 @@ class JsonPrinter {
   JsonPrintBuffer buffer{};
 };
 
-// `end` is behind the text just written; there is room for the zero.
+// `end` is just past the text written; there is room for the zero.
 void JsonPrinter::finish(char* end) noexcept {
   *end = 0;
   buffer.offset = static_cast<std::int32_t>(end - buffer.data);
@@ -217,7 +217,7 @@ bool JsonPrinter::printString(const char* text) noexcept {
   return true;
 }
 
-// One line, even around objects; those stand one level deeper than the array.
+// One line, even around objects, which are indented one level deeper than the array.
 bool JsonPrinter::printArray(const JsonNode& node, int depth) noexcept {
   if (!printText("[")) return false;
   for (const JsonNode* item = node.child; item; item = item->next) {
@@ -235,7 +235,7 @@ bool JsonPrinter::printObject(const JsonNode& node, int depth) noexcept {
     if (member->next && !printText(",")) return false;
     if (formatted && !printText("\n")) return false;
   }
-  // An empty object has one tab fewer than one with members: stored sessions hold it so.
+  // An empty object has one tab fewer than one with members, as in sessions already stored.
   return printTabs(node.child ? depth : depth - 1) && printText("}");
 }
 

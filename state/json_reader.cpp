@@ -8,16 +8,17 @@
 
 namespace {
 
-// Stands alone, so relaxed; atomic because a host may restore two instances on two threads.
+// Atomic, because a host may restore two instances on two threads; relaxed, because it stands
+// alone.
 std::atomic<const char*> lastErrorPosition{nullptr};
 
-// One parse: what it may still take, and what stopped it.
+// One parse: the limits that remain, and the fault that stopped it.
 struct Reading {
   std::size_t nodesLeft = kMostDocumentNodes;
   JsonFault fault;
 };
 
-// Every reader below answers the position behind what it read, or null: then the parse has failed.
+// Every reader below returns the position after what it read, or null if the parse has failed.
 
 const char* failAt(Reading& reading, const char* position, bool isTooMuch = false) noexcept {
   reading.fault = {position, isTooMuch};
@@ -36,8 +37,8 @@ const char* readDigits(const char* text, double& value) noexcept {
   return text;
 }
 
-// Cannot fail: whatever digits are there make the value. Only one leading zero is passed, so "007"
-// is 0 and leaves "07": kept.
+// Cannot fail: the digits that are there make the value. Only one leading zero is skipped, so "007"
+// reads as 0 and leaves "07": on purpose.
 const char* readNumber(JsonNode& node, const char* text) noexcept {
   double sign = 1.0;
   double value = 0.0;
@@ -53,7 +54,7 @@ const char* readNumber(JsonNode& node, const char* text) noexcept {
     text = readDigits(firstPlace, value);
     scale = -static_cast<double>(text - firstPlace);
   }
-  // A double for the exponent as well: it cannot overflow, however many digits there are.
+  // The exponent is a double, too, since that cannot overflow, however many digits there are.
   double exponent = 0.0;
   double exponentSign = 1.0;
   if (*text == 'e' || *text == 'E') {
@@ -63,7 +64,7 @@ const char* readNumber(JsonNode& node, const char* text) noexcept {
     text = readDigits(text, exponent);
   }
   const double power = scale + exponentSign * exponent;
-  // pow(10, 0) is 1; most whole numbers come this way.
+  // Most numbers are whole, and pow(10, 0) is 1.
   json_detail::setNumber(node, (power == 0.0 ? 1.0 : std::pow(10.0, power)) * (sign * value));
   return text;
 }
@@ -75,7 +76,7 @@ int hexDigit(char c) noexcept {
   return -1;
 }
 
-// Takes four bytes, or those left before `end`; 0 unless they are four hexadecimal digits.
+// Reads four bytes, or those left before `end`; 0 unless they are four hexadecimal digits.
 std::uint32_t readFourHex(const char*& text, const char* end) noexcept {
   std::uint32_t value = 0;
   bool valid = true;
@@ -109,8 +110,8 @@ char* writeUtf8(char* out, std::uint32_t code) noexcept {
   return out;
 }
 
-// Decodes what follows `\u` up to its end, the second half of a surrogate pair included. Zero and
-// halves without their partner write nothing.
+// Decodes what follows `\u`, including the second half of a surrogate pair. Zero and unpaired
+// halves write nothing.
 char* decodeUnicode(const char*& text, const char* end, char* out) noexcept {
   const std::uint32_t code = readFourHex(text, end);
   if (code == 0 || (code >= 0xDC00 && code <= 0xDFFF)) return out;
@@ -139,7 +140,7 @@ char unescaped(char c) noexcept {
   }
 }
 
-// Copies the plain runs whole. The output is never longer than the caller's count of it.
+// Copies runs of plain bytes as a whole. The output is never longer than the caller has counted.
 char* decodeString(const char* text, const char* end, char* out) noexcept {
   while (text != end) {
     const void* const found = std::memchr(text, '\\', static_cast<std::size_t>(end - text));
@@ -159,7 +160,7 @@ char* decodeString(const char* text, const char* end, char* out) noexcept {
   return out;
 }
 
-// The end of the text ends a string as well as its quote does.
+// The end of the text ends a string, just as a closing quote does.
 const char* readString(Reading& reading, char*& result, const char* text) noexcept {
   if (*text != '"') return failAt(reading, text);
   const char* const begin = text + 1;

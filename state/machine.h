@@ -8,21 +8,21 @@
 #include "state/midi_map.h"
 #include "state/user_store.h"
 
-/// The file of the user's store. Empty where the environment names no place for settings: a store
-/// there reads nothing and refuses to write.
+/// The path of the user's store. Empty if the environment names no folder for settings; a store
+/// with that path reads nothing and refuses to write.
 [[nodiscard]] std::string settingsPath();
 
 /// What all instances on a machine share: the user's store, preferences, MIDI map, folders.
-/// Threads: any but the audio thread, save for what a member allows there.
+/// Threads: any but the audio thread, unless a member allows that.
 class Machine {
  public:
   /// `userStore` is not null.
   Machine(std::unique_ptr<UserStore> userStore, InstallFolders installFolders);
 
-  /// This machine's, made at first use on whatever thread, found by the environment.
+  /// This machine, found through the environment. Made on first use, on any thread.
   static Machine& ofProcess();
-  /// One that knows no files and forgets what it is told: renders must not depend on the user's
-  /// settings. Made at first use, shared by all of the process.
+  /// A machine without files that stores nothing permanently: renders must not depend on the user's
+  /// settings. Made on first use, shared by the process.
   static Machine& detached();
 
   [[nodiscard]] UserStore& store() noexcept { return *ownedStore; }

@@ -21,7 +21,7 @@ MIDIMap::MIDIMap(UserStore& userStore) : store(userStore) {
     entries[i].store({table[i], 0}, std::memory_order_relaxed);
 }
 
-// Leaves the table as it is if the text is no array.
+// Leaves the table unchanged if the text is no array.
 void MIDIMap::readTable(const std::optional<std::string>& text, Table& table) {
   const JsonTree array = parsedJson(text ? text->c_str() : nullptr);
   if (!jsonIsType(array.get(), kJsonArray)) return;
@@ -88,7 +88,7 @@ void MIDIMap::learnLive(std::int32_t id, std::int32_t controller) noexcept {
 std::optional<MIDIMap::Move> MIDIMap::process(const std::uint8_t* message) noexcept {
   if ((message[0] & 0xF0) != kControlChange) return std::nullopt;
   const std::int32_t controller = message[1] & 0x7F;
-  // Of two audio threads with a controller each only one may learn.
+  // If two audio threads receive a controller each, only one may learn.
   if (getLearnTarget() != -1) {
     learnLive(learnTarget.exchange(-1, std::memory_order_relaxed), controller);
   }
@@ -107,7 +107,7 @@ bool MIDIMap::saveChanges() {
     anyChanged = isChanged(i, entries[i].load(std::memory_order_relaxed));
   }
   if (!anyChanged) return false;
-  // A store that cannot be written is not asked again with every idle call.
+  // Do not ask a store that cannot be written again in every idle call.
   if (callsToWait.load(std::memory_order_relaxed) > 0 &&
       callsToWait.fetch_sub(1, std::memory_order_relaxed) > 0) {
     return true;
@@ -122,8 +122,8 @@ bool MIDIMap::saveChanges() {
   return true;
 }
 
-// Under the store's lock, so that of two threads the later one stores what is newer. Without a
-// readable table it starts from the live one.
+// Called under the store's lock, so that the later of two threads stores the newer table. Without a
+// readable stored table it starts from the live one.
 std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& stored,
                                               Entries& seen) {
   Table merged;
@@ -140,7 +140,7 @@ std::optional<std::string> MIDIMap::mergeInto(const std::optional<std::string>& 
     if (isChanged(i, seen[i])) {
       merged[i] = seen[i].id;
     } else if (Entry expected = seen[i]; expected.id != merged[i]) {
-      // Fails if it was edited since: that edit counts, and is stored by the next call.
+      // Fails if the entry was edited since: that edit wins and is stored by the next call.
       entries[i].compare_exchange_strong(expected, {merged[i], expected.edits},
                                          std::memory_order_relaxed);
     }

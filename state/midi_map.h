@@ -9,10 +9,10 @@
 
 #include "state/user_store.h"
 
-/// Which parameter each MIDI controller moves: one table for all instances of the machine.
+/// The parameter that each MIDI controller moves: one table for all instances of the machine.
 ///
-/// Threads: `process` on audio threads, lock-free, any number of them; all else on any other
-/// thread. What is learnt by `process` is in force at once and stored by the next `saveChanges`.
+/// Threads: `process` on any number of audio threads, lock-free; all else on any other thread. What
+/// `process` learns takes effect at once and is stored by the next `saveChanges`.
 class MIDIMap {
  public:
   static constexpr int kControllers = 128;
@@ -28,27 +28,27 @@ class MIDIMap {
 
   /// The first controller that moves `id`; -1 for none.
   [[nodiscard]] std::int32_t controllerOf(std::int32_t id) const noexcept;
-  /// What controller 0..127 moves; -1 for nothing and out of range.
+  /// The parameter that controller 0..127 moves; -1 for none or if out of range.
   [[nodiscard]] std::int32_t parameterOf(std::int32_t controller) const noexcept;
-  /// The parameter that takes the next controller that comes; -1 for none, and so all below 0.
+  /// Chooses the parameter that learns the next controller to arrive; below 0 for none.
   void setLearnTarget(std::int32_t id) noexcept;
   [[nodiscard]] std::int32_t getLearnTarget() const noexcept;
-  /// Takes `id` from all controllers, gives it to this one (seven bits of it) and stores that.
+  /// Assigns `id` to this controller only (its lowest seven bits count) and stores the table.
   void learn(std::int32_t id, std::int32_t controller);
   void unlearn(std::int32_t id);
 
-  /// One MIDI message of at least three bytes: learns if that was asked for, and tells what to set.
-  /// Only controller messages, on any channel, do anything.
+  /// Takes one MIDI message of at least three bytes: learns its controller if a target is set, and
+  /// returns the parameter to set. Ignores everything but controller messages, on any channel.
   [[nodiscard]] std::optional<Move> process(const std::uint8_t* message) noexcept;
 
-  /// Stores what has changed, into the table as other processes have left it, and takes over what
-  /// they have changed. Returns whether there was anything; what could not be written is tried
-  /// again some hundred calls later. Never on the audio thread.
+  /// Merges changes into the stored table and takes over what other processes have changed there.
+  /// Returns whether anything had to be stored; if writing failed, tries again some hundred calls
+  /// later. Never on the audio thread.
   bool saveChanges();
 
  private:
-  /// What a controller moves, and how often that was edited here. Aligned as one word, or some
-  /// compilers call a library with locks for it.
+  /// The parameter of a controller, and how often it was edited here. Aligned as one word;
+  /// otherwise some compilers call a library that locks.
   struct alignas(8) Entry {
     std::int32_t id = -1;
     std::uint32_t edits = 0;
@@ -64,10 +64,10 @@ class MIDIMap {
   std::optional<std::string> mergeInto(const std::optional<std::string>& stored, Entries& seen);
 
   UserStore& store;
-  // One word each, so that an edit between looking and taking over is never lost. All relaxed: an
-  // entry means nothing for another.
+  // One word each, so that an edit between reading and taking over is never lost. All relaxed:
+  // entries are independent of each other.
   std::array<std::atomic<Entry>, kControllers> entries{};
-  std::array<std::atomic<std::uint32_t>, kControllers> storedEdits{};  // the count last stored
+  std::array<std::atomic<std::uint32_t>, kControllers> storedEdits{};  // `edits` when last stored
   std::atomic<std::int32_t> learnTarget{-1};
-  std::atomic<int> callsToWait{0};  // of `saveChanges`, after a failure
+  std::atomic<int> callsToWait{0};  // calls of `saveChanges` to skip after a failure
 };

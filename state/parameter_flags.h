@@ -9,7 +9,7 @@
 #include "platform/index.h"
 
 /// One flag per parameter, such as its lock. Ids out of range read false and are ignored.
-/// Threads: any; each flag stands for itself.
+/// Threads: any; flags are independent of each other.
 template <int kCount>
 class ParameterFlags {
  public:
@@ -38,7 +38,7 @@ class ParameterFlags {
     }
     return result;
   }
-  /// Takes the flags that `words` holds; those beyond it stay.
+  /// Takes the flags that `words` holds; flags beyond it stay as they are.
   void setWords(std::span<const std::int32_t> words) noexcept {
     const int given = words.size() < kWords ? static_cast<int>(words.size()) * kWordBits : kCount;
     for (int id = 0; id < given && id < kCount; ++id) {

@@ -10,15 +10,15 @@
 
 namespace {
 
-// What no collection of presets reaches, but a link into the rest of the disk does.
+// Limits that no collection of presets reaches, but a link to the rest of the disk does.
 constexpr int kDeepestFolder = 32;
 constexpr int kMostFolders = 10'000;
 
-/// What a folder holds, before it is sorted.
+/// An entry of a folder, to be sorted.
 struct Found {
   std::string text;
   std::string name;  // with its extension
-  int number = 0;    // that the text begins with
+  int number = 0;    // at the start of the text
   bool isLink = false;
 };
 
@@ -34,7 +34,7 @@ int leadingNumber(const std::string& text) {
 
 void sortByNumber(std::vector<Found>& found) {
   std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
-    // The name settles it for folders that differ behind their last dot.
+    // Folders may differ only after their last dot: compare the whole name.
     return std::tie(a.number, a.text, a.name) < std::tie(b.number, b.text, b.name);
   });
 }

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// Files of one kind in a folder and those below it, as a menu shows them.
+/// Files of one kind in a folder and its subfolders, as a menu shows them.
 struct PresetMenu {
   /// A file without its extension, or a folder.
   struct Entry {
@@ -13,7 +13,7 @@ struct PresetMenu {
     std::unique_ptr<PresetMenu> submenu;  ///< null for a file
   };
 
-  std::string path;  ///< prefix of the entries' files; ends in a slash
+  std::string path;  ///< the folder, as a prefix of the entries' files; ends in a slash
   std::vector<Entry> entries;
 
   /// The menu whose `path` is exactly `wanted`: this one or one below it, depth first; null if
@@ -21,9 +21,9 @@ struct PresetMenu {
   [[nodiscard]] PresetMenu* findSubmenu(std::string_view wanted);
 };
 
-/// Adds what lies in the folder `path` to `menu`: files with exactly this extension, then folders,
-/// each by the number it begins with, then by its bytes. Names that begin with a dot are left out;
-/// a folder that cannot be opened adds nothing. `path` may or may not end in a slash.
-/// Links are followed; one that leads back to a folder it lies in is left out, and so are folders
-/// deeper than 32 and those past 10,000. `menu.path` and the entries that it has stay.
+/// Adds the contents of folder `path` to `menu`: files with exactly this extension, then folders,
+/// each sorted by the number at the start of the name, then by bytes. Names that begin with a dot
+/// are left out; a folder that cannot be opened adds nothing. `path` may or may not end in a slash.
+/// Links are followed, except back to a folder that contains them. Folders deeper than 32 levels
+/// and those after the first 10,000 are left out. `menu.path` and existing entries stay.
 void walkPresetFolder(PresetMenu& menu, const std::string& path, std::string_view extension);

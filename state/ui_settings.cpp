@@ -24,7 +24,7 @@ JsonTree copyOf(const JsonNode& node) {
   return copy;
 }
 
-// Documents are written in the order of the table, so that the first look mostly finds.
+// Documents are written in the order of the table, so the first try usually succeeds.
 const JsonNode* findMember(const JsonNode* object, int expectedIndex, const char* name) {
   if (!name) return nullptr;
   const JsonNode* const expected = jsonGetArrayItem(object, expectedIndex);
@@ -122,7 +122,7 @@ void UiSettings::mergeGroup(const JsonNode& group, const JsonNode* stored) {
     JsonNode* const target = jsonGetObjectItem(entry, "value");
     const JsonNode* const source =
         jsonGetObjectItem(findMember(stored, index, entry->key), "value");
-    // A number beyond all bounds could not be stored again.
+    // A number that is not finite could not be stored again.
     if (!target || !source || !std::isfinite(source->valueDouble)) continue;
     const bool isNumber = jsonIsType(source, kJsonNumber);
     set(*target, isNumber ? source->valueInt : 0, isNumber ? source->valueDouble : 0.0);

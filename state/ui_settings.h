@@ -9,44 +9,44 @@
 #include "platform/plug_base_mutex.h"
 #include "state/json_document.h"
 
-/// An option, as a list of options shows it.
+/// An option of the graphs, as a list of options shows it.
 struct UiOption {
   std::string group;
   std::string key;
-  double value = 0.0;               ///< a place in `values`, or a number from `min` to `max`
+  double value = 0.0;               ///< an index into `values`, or a number from `min` to `max`
   std::vector<std::string> values;  ///< texts of the choices; empty for a number
   std::string unit;                 ///< of a number
   double min = 0.0;
   double max = 0.0;
   bool hidden = false;    ///< not shown
-  bool isColour = false;  ///< the number is one, 0xRRGGBB
+  bool isColour = false;  ///< the number is a colour, 0xRRGGBB
 };
 
-/// The graph options of one instance: groups of entries, each with its value, its texts or its
-/// limits. Threads: any but the audio thread; takes a lock of its own.
+/// The graph options of one instance: groups of entries, each with a value and texts or limits.
+/// Threads: any but the audio thread; locks by itself.
 class UiSettings {
  public:
-  /// `text`: the table of the program. One that does not parse leaves no options, and the standard
-  /// error stream tells where it gave up. Throws std::bad_alloc.
+  /// `text`: the table of options. If it cannot be parsed there are no options, and the position of
+  /// the fault is printed on the standard error stream. Throws std::bad_alloc.
   explicit UiSettings(const char* text);
 
-  /// The value of an entry, names in any case; 0 if it is missing.
+  /// The value of an entry; 0 if it is missing. Names are case-insensitive.
   [[nodiscard]] double getUiValue(std::string_view group, std::string_view key) const;
-  /// Sets both number forms of an entry's value; unknown names do nothing. Throws std::bad_alloc.
+  /// Sets the value of an entry; unknown names do nothing. Throws std::bad_alloc.
   void setUiValue(std::string_view group, std::string_view key, double value);
 
-  /// All of the table, in its order.
+  /// The whole table, in its order.
   [[nodiscard]] std::vector<UiOption> list() const;
 
-  /// Another number whenever a value has become another one.
+  /// A number that changes whenever a value changes.
   [[nodiscard]] unsigned revision() const noexcept {
     return changes.load(std::memory_order_relaxed);
   }
-  /// The table with its values as a document's member, for the caller; null without options. Throws
+  /// The table with its values, as a member for a document; null without options. Throws
   /// std::bad_alloc.
   [[nodiscard]] JsonTree save() const;
-  /// Takes the values of those entries of a document's member that this table has too; texts and
-  /// limits stay its own.
+  /// Takes values from a document's member for entries that this table has, too; texts and limits
+  /// stay those of the table.
   void merge(const JsonNode* uiprefs);
 
  private:

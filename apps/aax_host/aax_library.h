@@ -5,10 +5,10 @@
 #include "libraries/aax/acf.h"
 #include "platform/shared_library.h"
 
-/// The shared object of a plug-in with its seven entry points, loaded as long as this lives.
+/// The shared object of a plug-in with its seven entry points, loaded while this lives.
 class AaxLibrary {
  public:
-  /// Throws std::runtime_error that names the file and what is wrong with it.
+  /// Throws a std::runtime_error that names the file and the reason.
   explicit AaxLibrary(const std::string& path);
 
  private:

@@ -14,14 +14,14 @@ std::string propertiesText(const AAX_IPropertyMap* map) {
   return map != nullptr ? static_cast<const RecordedProperties*>(map)->text() : " (none)";
 }
 
-/// The four bytes of a meter's number as they stand in memory.
+/// The four bytes of a meter's number, in memory order.
 std::string bytesOf(AAX_CTypeID id) {
   std::string bytes(sizeof id, '\0');
   std::memcpy(bytes.data(), &id, sizeof id);
   return bytes;
 }
 
-/// As four letters where it has them, else in hexadecimal.
+/// The id as four letters if it consists of letters, otherwise in hexadecimal.
 std::string numberText(AAX_CPropertyValue number) {
   std::string letters = bytesOf(static_cast<AAX_CTypeID>(number));
   std::ranges::reverse(letters);

@@ -9,11 +9,10 @@
 #include "libraries/aax/aax_descriptors.h"
 #include "libraries/aax/aax_host.h"
 
-/// A host at load: its objects keep what a plug-in tells about itself, and can write it for
-/// reading.
+// A host while it loads a plug-in: its objects record the plug-in's description and can print it.
 
-/// A host's object behind one or several interfaces. It counts its references but belongs to
-/// whoever made it, so that references left over can be told.
+/// An object of the host with one or several interfaces. It counts its references but is owned by
+/// its maker, so that leaked references can be detected.
 template <typename... Interfaces>
 class Counted : public Interfaces... {
  public:
@@ -23,7 +22,7 @@ class Counted : public Interfaces... {
 
  protected:
   ~Counted() = default;
-  /// Answers `QueryInterface` with one of the interfaces, or with none for null.
+  /// Result of `QueryInterface`: the interface `object`, or none if that is null.
   ACFRESULT give(void* object, void** out) {
     if (object != nullptr) AddRef();
     *out = object;
@@ -34,13 +33,13 @@ class Counted : public Interfaces... {
   std::uint32_t references = 0;
 };
 
-/// The call that the host refuses, and what failed assertions said.
+/// The call that the host refuses, and the messages of failed assertions.
 struct HostLog {
   std::string refusedCall;
   std::vector<std::string> notes;
 };
 
-/// An object that keeps what it is told, a line each, and whatever it makes.
+/// An object that records the calls it gets, one line each, and owns the objects it makes.
 template <typename Made>
 class Recorder {
  public:
@@ -55,7 +54,7 @@ class Recorder {
     lines += line + "\n";
     return answer(call);
   }
-  /// A new object of the host, null where it refuses that.
+  /// Makes an object of the host; null if the host refuses.
   Made* make(const char* call) {
     if (answer(call) != AAX_SUCCESS) return nullptr;
     return made.emplace_back(std::make_unique<Made>(log)).get();
@@ -81,11 +80,11 @@ class RecordedProperties final : public AAX_IPropertyMap, private Recorder<int> 
 
 enum class FieldKind { kIn, kOut, kLength, kRate, kClock, kSide, kMidi, kTransport, kMeters, kOwn };
 
-/// One field of a context; `text` tells all that was registered of it.
+/// One field of a context; `text` describes everything registered for it.
 struct FieldRecord {
   FieldKind kind;
   std::string text;
-  std::int32_t bytes = 0;  ///< of private data, else 0
+  std::int32_t bytes = 0;  ///< size of private data; 0 for other fields
 };
 
 class RecordedComponent final : public AAX_IComponentDescriptor,
@@ -122,7 +121,7 @@ class RecordedComponent final : public AAX_IComponentDescriptor,
   [[nodiscard]] std::string text() const;
 
   std::map<AAX_CFieldIndex, FieldRecord> fields;
-  /// A callback of a component that has several is for the stem format of its properties.
+  /// Render callbacks by the stem format of their properties.
   std::map<AAX_CPropertyValue, AAX_CProcessProc> procs;
 
  private:
@@ -152,14 +151,14 @@ class RecordedEffect final : public AAX_IEffectDescriptor, public Recorder<Recor
   AAX_Result AddResourceInfo(AAX_EResourceType type, const char* name) override;
   AAX_Result AddMeterDescription(AAX_CTypeID id, const char* name, AAX_IPropertyMap* map) override;
   [[nodiscard]] std::string text() const;
-  /// The component with a callback for a stem format; throws std::runtime_error without.
+  /// The component with a callback for a stem format; throws std::runtime_error if there is none.
   [[nodiscard]] const RecordedComponent& component(AAX_EStemFormat format) const;
 
   std::map<AAX_CTypeID, AAX_CProcPtr> procs;
 
  private:
   std::vector<const RecordedComponent*> components;
-  RecordedComponent properties;  // for what it makes
+  RecordedComponent properties;  // owns the property maps that this makes
 };
 
 class RecordedCollection final : public Counted<AAX_ICollection>, public Recorder<RecordedEffect> {
@@ -177,7 +176,7 @@ class RecordedCollection final : public Counted<AAX_ICollection>, public Recorde
   std::vector<RecordedEffect*> effects;
 };
 
-/// The host's own unknown, with its log and the factory of collections.
+/// The host's own unknown: provides its log and the factory of collections.
 class HostUnknown final : public Counted<IACFComponentFactory, AAX_IHostServices>,
                           private Recorder<RecordedCollection> {
  public:

@@ -1,7 +1,7 @@
 #pragma once
 
-/// While one lives, what its thread allocates is the host's own: whoever lets a plug-in's memory
-/// run out leaves that alone.
+/// Marks allocations of its thread as the host's own while it lives. Tests that let a plug-in run
+/// out of memory do not fail these.
 class HostMemory {
  public:
   HostMemory() noexcept { ++depth; }

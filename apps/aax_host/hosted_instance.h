@@ -35,14 +35,14 @@ struct AutomationEvent {
   double normalised;
 };
 
-/// The answer of a call that tells `value`.
+/// Returns `value` through `out`, with success.
 template <typename Value>
 AAX_Result tell(Value* out, Value value) {
   *out = value;
   return AAX_SUCCESS;
 }
 
-/// The place of an instance in the host. What it is told may come from any thread.
+/// The host's view of one instance. Calls of the plug-in may come on any thread.
 class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelegate> {
  public:
   InstanceHost(AAX_EStemFormat stemFormat, float sampleRate)
@@ -65,23 +65,23 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
   AAX_Result PostTouchRequest(AAX_CParamID id) override { return note('T', id, 0.0); }
   AAX_Result PostReleaseRequest(AAX_CParamID id) override { return note('R', id, 0.0); }
 
-  /// Last reported, samples; -1 before.
+  /// Latency last reported, in samples; -1 before any.
   [[nodiscard]] int latency() const {
     const std::scoped_lock lock(mutex);
     return lastLatency;
   }
-  /// Since the last call.
+  /// The events since the last call.
   [[nodiscard]] std::vector<AutomationEvent> takeEvents() {
     const std::scoped_lock lock(mutex);
     return std::exchange(events, {});
   }
 
   std::map<std::string, int> registrations;
-  AAX_IEffectParameters* echo = nullptr;  ///< posted values go back to it at once
-  bool automates = true;                  ///< else it has no automation
+  AAX_IEffectParameters* echo = nullptr;  ///< if set, posted values are sent back to it at once
+  bool automates = true;                  ///< whether the host has automation
   float rate;
   AAX_Result rateResult = AAX_SUCCESS;
-  std::size_t mostParameters = 1000;  ///< further ones are not registered
+  std::size_t mostParameters = 1000;  ///< refuses to register more
 
  private:
   AAX_Result count(AAX_CParamID id, int change);
@@ -92,7 +92,7 @@ class InstanceHost final : public Counted<AAX_IController, AAX_IAutomationDelega
   std::vector<AutomationEvent> events;
 };
 
-/// A position that stays where it is; keeps what it is asked.
+/// A transport with a fixed position; records the questions it is asked.
 class FixedTransport final : public AAX_ITransport {
  public:
   AAX_Result GetCurrentTempo(double* tempo) const override { return say(kTempo, tempo, 97.5); }
@@ -125,10 +125,10 @@ class FixedTransport final : public AAX_ITransport {
     kSamples = 32,
     kAll = 63
   };
-  mutable unsigned asked = 0;  ///< questions
+  mutable unsigned asked = 0;  ///< a sum of `Question`
   bool plays = true;
   bool loops = true;
-  AAX_Result result = AAX_SUCCESS;  ///< else that of all answers, which tell nothing
+  AAX_Result result = AAX_SUCCESS;  ///< of all questions; if it is an error, no value is returned
 
  private:
   template <typename Value>
@@ -139,7 +139,7 @@ class FixedTransport final : public AAX_ITransport {
   }
 };
 
-/// Serves the packets of one block, or a transport.
+/// A node that provides the packets of one block, or a transport.
 class FedMidiNode final : public AAX_IMIDINode {
  public:
   AAX_CMidiStream* GetNodeBuffer() override {
@@ -156,39 +156,39 @@ class FedMidiNode final : public AAX_IMIDINode {
   AAX_CMidiStream stream{};
 };
 
-/// A chunk as the host keeps it.
+/// A chunk as the host stores it.
 struct StoredChunk {
   AAX_Result result;  ///< of the first call that failed
   std::string name;
   std::string data;
-  bool overrun = false;  ///< more was written than announced
+  bool overrun = false;  ///< the plug-in wrote more than it announced
 };
 
-/// One instance, initialised, and the context it is rendered with: its fields lie where the
-/// registration put them. One thread, but for what the plug-in calls.
+/// One initialised instance and the context for rendering it, with fields in the places that were
+/// registered. For one thread, except for calls from the plug-in.
 class HostedInstance {
  public:
   static constexpr float kRate = 48000.0F;
 
-  /// `channels` 1 or 2. Throws std::runtime_error when it cannot be made.
+  /// `channels`: 1 or 2. Throws std::runtime_error if the instance cannot be made.
   HostedInstance(const RecordedEffect& effect, int channels, float sampleRate = kRate);
   ~HostedInstance() { close(); }
   HostedInstance(const HostedInstance&) = delete;
   HostedInstance& operator=(const HostedInstance&) = delete;
 
-  void close();  ///< ends its life; nothing but `host` may be used any more
-  /// The identifier of parameter 0..422, by the plug-in's own word.
+  void close();  ///< ends the instance; only `host` may be used afterwards
+  /// The identifier of parameter 0..422, as the plug-in returns it.
   [[nodiscard]] std::string id(int index) const;
   AAX_Result update(const std::string& parameterId, double normalised);
-  /// A parameter of the effect by its plain value: the value that a host would store for it.
+  /// Sets a parameter of the effect to the value that a host would store for a plain value.
   void set(int index, double plain);
   [[nodiscard]] double normalised(const std::string& parameterId) const;
   void notify(AAX_CTypeID type, std::string_view data = {});
 
-  /// `in` has the main channels and, after them, the sidechain where there is one. Returns the main
+  /// `in` holds the main channels and, optionally, the sidechain after them. Returns the main
   /// channels.
   [[nodiscard]] Signal render(Signal in);
-  /// Calls `block(frame, frames)` for blocks of many lengths.
+  /// Calls `block(frame, frames)` for consecutive blocks of various lengths.
   template <typename Block>
   static void forBlocks(int frames, const Block& block) {
     constexpr std::array kLengths = {512, 1, 1024, 63, 64, 7, 1000, 256, 2};
@@ -198,10 +198,10 @@ class HostedInstance {
       block(at, count);
     }
   }
-  /// Sets up the context for a block of `frames` from `frame` on; `in` as in `render`.
+  /// Sets up the context for a block of `frames` from `frame` on; for `in` see `render`.
   void prepareBlock(Signal& in, Signal& out, int frame, int frames);
   [[nodiscard]] void* context() { return fields.data(); }
-  /// What stands in the context's field of that number.
+  /// The context's field of this number.
   [[nodiscard]] void*& field(AAX_CFieldIndex index) { return fields[index]; }
   [[nodiscard]] void*& privatePointer() const { return *static_cast<void**>(fields[8]); }
 
@@ -215,7 +215,7 @@ class HostedInstance {
   InstanceHost host;
   AAX_IEffectParameters* parameters = nullptr;
   FixedTransport transport;
-  bool nodesPresent = true;              ///< else the host has no MIDI nodes
+  bool nodesPresent = true;              ///< whether the host has MIDI nodes
   std::vector<AAX_CMidiPacket> packets;  ///< for the next block
   std::array<float, 8> meters{};
 
@@ -224,7 +224,7 @@ class HostedInstance {
 
   std::vector<float*> inputs;
   std::vector<float*> outputs;
-  std::vector<float> decoy;  // stands where a sidechain would, and an output too many
+  std::vector<float> decoy;  // in place of a missing sidechain, and of a superfluous output
   std::int32_t length = 0;
   AAX_CSampleRate rate;
   AAX_CTimestamp clock = 0;

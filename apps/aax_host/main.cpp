@@ -1,5 +1,5 @@
-// Loads an AAX plug-in as a host does and prints how it describes itself and
-// answers mistakes.
+// Loads an AAX plug-in as a host does and prints how it describes itself and how it handles
+// mistakes.
 
 #include <exception>
 #include <iomanip>
@@ -14,7 +14,7 @@ namespace {
 
 enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongArguments = 2 };
 
-/// Identifiers hold bytes that are no letters.
+/// An identifier in hexadecimal, since it may contain bytes that are no letters.
 std::string shownId(const std::string& id) {
   std::ostringstream text;
   for (const char c : id) text << std::hex << std::setw(2) << std::setfill('0') << (c & 0xff);

@@ -11,7 +11,7 @@ namespace {
 constexpr AAX_CTypeID kUnknown = AAX_TypeID("zzzz");
 
 void printRefusedCalls(AaxSession& session, std::ostream& out) {
-  std::deque<HostUnknown> hosts;  // each may be in use until the next registration
+  std::deque<HostUnknown> hosts;  // kept, since each may be in use until the next registration
   for (const char* const call : {"AddProperty",
                                  "AddAudioIn",
                                  "AddAudioOut",

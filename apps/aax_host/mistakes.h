@@ -4,6 +4,6 @@
 
 #include "apps/aax_host/aax_session.h"
 
-/// Prints how a plug-in answers a host that refuses it something, and one that asks for what is
-/// not there.
+/// Prints how a plug-in reacts to a host that refuses calls, and to one that asks for things that
+/// do not exist.
 void printMistakes(AaxSession& session, std::ostream& out);

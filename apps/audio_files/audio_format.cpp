@@ -15,7 +15,7 @@
 
 namespace {
 
-// Sizes of the header fields; the rest is room for the chunks around the samples.
+// Limits of the header's size fields, minus room for the chunks around the samples.
 constexpr std::int64_t kFourGiB = (std::int64_t{1} << 32) - (1 << 16);
 constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
 
@@ -62,7 +62,7 @@ std::string knownEndings() {
   return list;
 }
 
-/// Null for an ending that names no container of ours.
+/// The container for an extension; null if it is not supported.
 const Container* findContainer(const std::string& path) {
   std::string ending = lowered(std::string(extensionOf(path)));
   if (ending.empty() && isCharacterDevice(path)) return &kContainers.front();

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// How chunks stand in a kind of file.
+/// The layout of chunks in a kind of file.
 struct Layout {
   std::string_view magic;
   std::string_view dataId;
@@ -45,7 +45,7 @@ std::uint64_t number(std::string_view bytes, bool bigEndian) {
   return result;
 }
 
-/// Lengths that stand for "not known" where a file is written to a pipe.
+/// Lengths that mean "unknown", as written by programs that write to a pipe.
 bool isOpenEnded(std::uint64_t size, unsigned sizeBytes) {
   if (sizeBytes == 8) return size == ~std::uint64_t{0};
   return size == 0xFFFFFFFFU || size == 0x7FFFF000U;

@@ -4,13 +4,13 @@
 #include <iosfwd>
 #include <optional>
 
-/// What a file says about the bytes its audio takes, and what there is of them.
+/// The size of a file's audio in bytes: as its header says, and as it is.
 struct AudioExtent {
-  std::uint64_t promised;
-  std::uint64_t present;  ///< from the audio's first byte to the file's end
+  std::uint64_t promised;  ///< by the header
+  std::uint64_t present;   ///< from the audio's first byte to the end of the file
 };
 
-/// Looks the audio up in the headers of RIFF, RF64, W64, AIFF, CAF and AU files. Empty for all
-/// others, and where the writer left the length open. Readers of audio go by the bytes that are
-/// there, so that a file cut short would pass for a whole one.
+/// Finds the audio in the headers of RIFF, RF64, W64, AIFF, CAF and AU files. None for other files
+/// and if the header leaves the length open. Needed because audio libraries just read what is
+/// there, so that a truncated file would pass for a complete one.
 [[nodiscard]] std::optional<AudioExtent> audioExtent(std::istream& file);

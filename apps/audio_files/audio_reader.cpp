@@ -16,7 +16,7 @@
 
 namespace {
 
-/// The library's sentence without its decoration.
+/// The library's error message without its decoration.
 std::string libraryReason(SNDFILE* file) {
   std::string text = sf_strerror(file);
   requireMemory(text);
@@ -26,7 +26,7 @@ std::string libraryReason(SNDFILE* file) {
   return text;
 }
 
-/// Bytes of a sample as it is stored; 0 for compressed ones.
+/// Bytes of a stored sample; 0 for compressed formats.
 int storedBytes(int format) {
   switch (format & SF_FORMAT_SUBMASK) {
     case SF_FORMAT_PCM_S8:
@@ -46,7 +46,7 @@ int storedBytes(int format) {
   }
 }
 
-/// The file for reading; a stream tells a want of memory as any other fault.
+/// Opens the file for reading; a stream reports lack of memory like any other error.
 std::ifstream opened(const std::string& path) {
   errno = 0;
   std::ifstream file(path, std::ios::binary);
@@ -95,7 +95,7 @@ void AudioReader::checkLength() {
                             " are there");
   }
   if (extent->promised == 0) {
-    // A recorder that was cut off never told the length. A little may be chunks of another kind.
+    // An interrupted recorder never wrote the length. A few bytes may belong to other chunks.
     constexpr std::uint64_t kOtherChunks = 4096;
     if (info.frames == 0 && extent->present > kOtherChunks) {
       throw Failure(path, "its header promises no audio, but " + std::to_string(extent->present) +
@@ -103,7 +103,7 @@ void AudioReader::checkLength() {
     }
     return;
   }
-  // The library takes chunks behind the audio of a W64 file for more of it.
+  // The library takes chunks after the audio of a W64 file for more audio.
   if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_W64) return;
   const int frameBytes = storedBytes(info.format) * info.channels;
   if (frameBytes == 0) return;

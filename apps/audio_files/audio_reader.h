@@ -6,22 +6,22 @@
 #include <memory>
 #include <string>
 
-/// Reads an audio file from its start, block by block. Every fault is a `Failure` that names the
+/// Reads an audio file from its start, block by block. Every error is a `Failure` that names the
 /// file.
 class AudioReader {
  public:
   /// Opens a regular file of one or two channels that is as long as its header says.
   explicit AudioReader(std::string path);
 
-  /// Fills `interleaved` with up to `frames` frames; fewer, or none, only at the end. Integers
-  /// become -1..1; NaN and infinities come as they are. A file that ends before its time is a
-  /// fault.
+  /// Reads up to `frames` frames into `interleaved` and returns their number: fewer, or none, only
+  /// at the end. Integers are scaled to -1..1; NaN and infinities are passed on. A file that ends
+  /// too early is an error.
   int read(double* interleaved, int frames);
 
   [[nodiscard]] const std::string& name() const noexcept { return path; }
   [[nodiscard]] int sampleRate() const noexcept { return info.samplerate; }  ///< Hz
   [[nodiscard]] int channels() const noexcept { return info.channels; }
-  /// As the header tells; 0 if it does not. Of a few compressed formats it is an estimate.
+  /// Number of frames by the header; 0 if unknown, an estimate for a few compressed formats.
   [[nodiscard]] std::int64_t frames() const noexcept;
 
  private:

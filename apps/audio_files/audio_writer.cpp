@@ -35,8 +35,8 @@ int bytesPerSample(SampleFormat sample) {
   return 4;
 }
 
-/// The header of an RF64 file without the moment of writing in its chunk of peaks, which the
-/// library cannot leave out there.
+/// Removes the time of writing from the peak chunk of an RF64 header, which the library cannot
+/// leave out.
 std::string withoutTimeStamp(const void* bytes, std::size_t count) {
   constexpr std::string_view kChunk = "PEAK\x18";
   constexpr std::size_t kTimeStamp = 12;  // after identifier, size and version
@@ -63,9 +63,9 @@ AudioWriter::AudioWriter(std::string filePath, const AudioFormat& fileFormat, in
   file.reset(sf_open_virtual(&virtualIo, SFM_WRITE, &info, &target));
   checkFault();
   if (!file) throw cannotWrite(path, sf_strerror(nullptr));
-  // The chunk of peaks carries the time of writing, and would make every file different.
+  // The peak chunk contains the time of writing, which would make every file different.
   sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-  // The header written so far was longer, and would show behind a file of a few frames.
+  // The header written so far was longer and would remain after the end of a very short file.
   target.fault = target.file.clear();
   sf_command(file.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
   checkFault();
@@ -132,7 +132,7 @@ void AudioWriter::write(const double* interleaved, int frames) {
 }
 
 sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, int bits) {
-  // The library's own conversion scales by one step less than its reading does, so that a file
+  // Not the library's conversion: it scales by one step less than its reading does, so that a file
   // would not come out as it went in.
   const double scale = std::ldexp(1.0, bits - 1);
   const int shift = 32 - bits;

@@ -11,18 +11,18 @@
 #include "apps/audio_files/audio_format.h"
 #include "platform/atomic_file.h"
 
-/// Writes an audio file that takes its name only on `commit`; without one nothing is left. The
-/// bytes depend on nothing but what is written. Every fault is a `Failure` that names the file.
+/// Writes an audio file that gets its name only on `commit`; without that nothing is left. Its
+/// bytes depend only on what is written. Every error is a `Failure` that names the file.
 class AudioWriter {
  public:
-  /// `expectedFrames` (0: not known) serves to refuse at once what the container cannot hold.
+  /// `expectedFrames` (0 if unknown) lets it refuse at once what the container cannot hold.
   AudioWriter(std::string path, const AudioFormat& format, int sampleRate, int channels,
               std::int64_t expectedFrames);
   AudioWriter(const AudioWriter&) = delete;
   AudioWriter& operator=(const AudioWriter&) = delete;
 
-  /// Appends frames of 1.0 full scale. Integer formats round to the nearest step, without dither,
-  /// and hold what is beyond full scale.
+  /// Appends frames; full scale is 1.0. Integer formats round to the nearest step, without dither,
+  /// and clip beyond full scale.
   void write(const double* interleaved, int frames);
   void commit();
 
@@ -32,7 +32,7 @@ class AudioWriter {
   struct Close {
     void operator()(SNDFILE* handle) const noexcept { sf_close(handle); }
   };
-  /// Where the library's bytes go.
+  /// The destination of the library's bytes.
   struct Target {
     AtomicFile file;
     std::int64_t position = 0;

@@ -116,7 +116,7 @@ void BandCommand::loadBand() const {
   HostedPlug plug(false);
   loadDocument(plug, document);
   loadStateFile(plug, {StateFile::Role::kBand, bandFile, std::move(bandDocument.text), band - 1});
-  // The editor's part is there again only if it was.
+  // Keeps the editor's part only if the file had one.
   const bool isPreset = isPresetForm(document);
   const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
   plug.setLoadingFlags(hasEditor ? -1 : 0);

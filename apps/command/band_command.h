@@ -5,7 +5,7 @@
 
 #include "apps/command/command_line.h"
 
-/// `corvanthelis band`: takes bands out of states and presets, and puts them in.
+/// `corvanthelis band`: saves bands of states and presets to band files, and loads them.
 class BandCommand {
  public:
   explicit BandCommand(CLI::App& program);
@@ -19,10 +19,10 @@ class BandCommand {
   void loadBand() const;
 
   CLI::App& app;
-  std::vector<std::string> words;  // what stands behind `save`
+  std::vector<std::string> words;  // arguments of `save`
   bool isDefault = false;
   std::string file;
-  int band = 1;  // as users count, 1..8
+  int band = 1;  // 1..8
   std::string bandFile;
   std::string output;
   const CLI::App& save;

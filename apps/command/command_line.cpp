@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A sentence of the parser as our messages begin.
+/// A message of the parser, adapted to the style of our messages.
 std::string parserReason(const CLI::ParseError& fault) {
   std::string text = fault.what();
   if (text.starts_with("The ") || text.starts_with("A ")) text.front() += 'a' - 'A';
@@ -85,7 +85,7 @@ CLI::Option* addOption(CLI::App& command, const char* name, double& value, const
 
 CLI::Option* addOption(CLI::App& command, const char* name, const char* description,
                        const OptionForm& form) {
-  const std::string text = description;  // what is no constant text would be taken for a value
+  const std::string text = description;  // const: a variable would be taken for the option's value
   return formed(command.add_option(name, text), form);
 }
 

@@ -32,7 +32,7 @@ std::vector<float> curveFrequencies(int points, double highest) {
   return frequencies;
 }
 
-/// Throws `Failure` for a band that the signal does not run through as its settings say.
+/// Throws `Failure` if the signal does not pass through the band although its settings say so.
 void checkInChain(Plug& plug, int band) {
   const std::string number = std::to_string(band + 1);
   if (plug.getPlainValue(bandParameterId(band, kB1State)) == 0.0F) {
@@ -69,7 +69,7 @@ CurveCommand::Curve curveOf(std::span<const float> frequencies,
 }
 
 std::string levelText(double level) {
-  // + 0 takes the sign off a zero.
+  // + 0 turns -0 into 0.
   return shortestText(static_cast<float>(level) + 0.0F);
 }
 
@@ -89,7 +89,7 @@ void printImpulse(std::span<const double> response) {
   std::cout << text;
 }
 
-/// The number that a text tells; null for an infinity.
+/// The number of a text; JSON null for an infinity.
 JsonNode* numberJson(const std::string& text) {
   const auto number = finiteNumber(text);
   return number ? jsonCreateNumber(*number) : jsonParse("null");

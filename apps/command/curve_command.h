@@ -11,7 +11,7 @@ class CurveCommand {
  public:
   struct Point {
     float frequency;  ///< Hz
-    double level;     ///< dB, minus infinity where nothing passes
+    double level;     ///< dB, minus infinity if nothing passes
   };
   using Curve = std::vector<Point>;
 
@@ -25,7 +25,7 @@ class CurveCommand {
 
   CLI::App& app;
   StateOptions state;
-  int band = 1;  // as users count, 1..8
+  int band = 1;  // 1..8
   int points = 512;
   double rate = 48000.0;  // Hz
   bool json = false;

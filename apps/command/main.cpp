@@ -77,8 +77,8 @@ int runAndReport(int argc, char** argv) {
   }
 }
 
-/// Ends the program where an exception finds no way out: before `main`, where the parser's own
-/// tables take memory, and from a library that does not reckon with it.
+/// Ends the program on an exception that nothing catches: before `main`, where the parser allocates
+/// its tables, and in libraries that do not expect exceptions.
 class OutOfMemoryEnd {
  public:
   OutOfMemoryEnd() noexcept { std::set_terminate(&end); }
@@ -88,7 +88,7 @@ class OutOfMemoryEnd {
     try {
       if (std::current_exception() != nullptr) throw;
     } catch (const std::bad_alloc&) {
-      // Neither streams nor what has been opened can be relied on here.
+      // Streams and open files cannot be relied on here.
       std::fputs(kOutOfMemory, stderr);
       std::_Exit(kFailed);
     }
@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
   try {
     return runAndReport(argc, argv);
   } catch (const std::bad_alloc&) {
-    // From anywhere, the words of another message included.
+    // May come from anywhere, even from building another message.
     printOutOfMemory();
     return kFailed;
   }

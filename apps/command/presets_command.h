@@ -2,7 +2,8 @@
 
 #include "apps/command/command_line.h"
 
-/// `corvanthelis presets`: the presets of the user and of the program, and where they lie.
+/// `corvanthelis presets`: lists the user's presets and the factory presets, and prints the
+/// folders.
 class PresetsCommand {
  public:
   explicit PresetsCommand(CLI::App& program);

@@ -212,11 +212,11 @@ int RenderCommand::run() {
   releaseStopRequests();
   const bool allDone = std::all_of(outcomes.begin(), outcomes.end(),
                                    [](const auto& outcome) { return outcome.report.has_value(); });
-  // A single file that failed has had its one line.
+  // The failure of a single file has been reported already.
   if (allDone || isBatch()) {
     printWarnings(work.warnings);
     printReportWarnings(outcomes);
-    // In JSON each report tells them all.
+    // In JSON each report contains them all.
     for (RenderOutcome& outcome : outcomes) {
       if (!outcome.report) continue;
       std::vector<std::string>& told = outcome.report->warnings;

@@ -14,8 +14,8 @@ class RenderCommand {
  public:
   explicit RenderCommand(CLI::App& program);
 
-  /// After the command line was parsed; an `ExitStatus`. Throws `Failure` and `WrongArguments` for
-  /// what concerns all files.
+  /// Call after parsing. Returns an `ExitStatus`. Throws `Failure` and `WrongArguments` for
+  /// problems that concern all files.
   int run();
   [[nodiscard]] bool chosen() const { return isChosen(app); }
 
@@ -40,14 +40,14 @@ class RenderCommand {
 
   CLI::App& app;
   StateOptions state;
-  std::vector<CLI::Option*> names;  // that must not be empty
+  std::vector<CLI::Option*> names;  // options whose value must not be empty
   std::vector<std::string> files;
   std::string outDirectory;
   std::string sidechain;
   std::string automation;
   std::string format;
   int block = 1024;
-  int jobs = 0;  // 0: as many as there are cores
+  int jobs = 0;  // 0: one per core
   bool doubles = false;
   bool realtime = false;
   bool keepLatency = false;

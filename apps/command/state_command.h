@@ -4,7 +4,8 @@
 
 #include "apps/command/command_line.h"
 
-/// `corvanthelis state`: looks into stored states, presets, banks and band files, and makes them.
+/// `corvanthelis state`: shows, checks, compares and makes stored states, presets, banks and band
+/// files.
 class StateCommand {
  public:
   explicit StateCommand(CLI::App& program);

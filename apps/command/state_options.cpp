@@ -41,7 +41,7 @@ std::vector<Setting> SettingOptions::parse(std::vector<std::string>& warnings) c
   std::vector<Setting> settings;
   std::size_t nextPlain = 0;
   std::size_t nextNormalised = 0;
-  // An option stands in this list once for each time it was given.
+  // The list contains an option once for each time it was given.
   for (const CLI::Option* const option : optionsInOrder(app)) {
     if (option == plain) {
       settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, warnings));

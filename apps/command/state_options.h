@@ -12,8 +12,8 @@ class SettingOptions {
  public:
   explicit SettingOptions(CLI::App& command);
 
-  /// The settings of both options in the order of the command line, after it was parsed.
-  /// Throws `WrongArguments`; what had to be corrected is told to `warnings`.
+  /// Call after parsing. Returns the settings of both options in the order of the command line.
+  /// Throws `WrongArguments`; corrections are added to `warnings`.
   [[nodiscard]] std::vector<Setting> parse(std::vector<std::string>& warnings) const;
 
  private:
@@ -26,12 +26,11 @@ class SettingOptions {
 /// `--band-file` and those of `SettingOptions`. `command` must outlive it.
 class StateOptions {
  public:
-  /// `isBandFree`: whether the files of bands go by `--band`, too.
+  /// `isBandFree`: whether `--band` is free to be another name of `--band-file`.
   explicit StateOptions(CLI::App& command, bool isBandFree = true);
 
-  /// Reads the files, after the command line was parsed: first a state or bank, then a preset, then
-  /// bands. Throws `Failure` and `WrongArguments`; what the effect will pass over or correct is
-  /// told to `warnings`.
+  /// Call after parsing. Reads the files: first a state or bank, then a preset, then bands. Throws
+  /// `Failure` and `WrongArguments`; what the effect will skip or correct is added to `warnings`.
   [[nodiscard]] EffectState read(std::vector<std::string>& warnings) const;
 
  private:

@@ -23,7 +23,7 @@ int groupOf(std::int32_t parameter) {
   return isBandParameter(parameter) ? bandOf(parameter) + 1 : 0;
 }
 
-/// The number as its shortest decimal text has it, so that 0.71 does not print as 0.7099999785.
+/// The number of its shortest decimal text, so that 0.71 does not print as 0.7099999785.
 JsonNode* decimalJson(float value) {
   return jsonCreateNumber(std::strtod(shortestText(value).c_str(), nullptr));
 }
@@ -58,7 +58,7 @@ Columns parameterColumns(std::int32_t number, const ParameterRecord& record) {
 }
 
 void printTable(const std::vector<Columns>& rows) {
-  // Texts stand to the left, numbers to the right.
+  // Texts are left-aligned, numbers right-aligned.
   constexpr std::array<bool, 9> kIsText = {false, true,  true,  true, false,
                                            false, false, false, false};
   std::array<std::size_t, 9> widths{};

@@ -18,7 +18,7 @@ class ParamsCommand {
   bool json = false;
 };
 
-/// `corvanthelis format`: the texts that values are shown with.
+/// `corvanthelis format`: the texts with which values are shown.
 class FormatCommand {
  public:
   explicit FormatCommand(CLI::App& program);

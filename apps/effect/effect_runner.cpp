@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A host that tells its process level and has nothing else to say.
+/// A host that answers only the question for its process level.
 template <std::intptr_t kLevel>
 std::intptr_t answer(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*, float) {
   return opcode == kHostProcessLevel ? kLevel : 0;
@@ -21,8 +21,8 @@ bool isOn(const Plug& plug, int band, int row) {
   return plug.getPlainValue(bandParameterId(band, row)) != 0.0F;
 }
 
-/// The `kBandOrder` that takes every band that is on into the chain, dynamic EQ bands last; none
-/// where crossover bands share a frequency.
+/// The value of `kBandOrder` with which every band that is on is in the chain, dynamic EQ bands
+/// last; none if crossover bands share a frequency.
 std::optional<double> fittingOrder(const Plug& plug) {
   BandLayout layout;
   layout.moveBand(0, kOffList, 0.0);
@@ -66,12 +66,12 @@ EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainCha
   plug.setBlockSize(setup.blockFrames);
   applyState(plug, setup.state);
   plug.resume();
-  requireUpdate(plug);  // before the idle call makes up for it, too late
-  // The end of a gesture is what starts a measurement.
+  requireUpdate(plug);  // the idle call would finish the update, but too late
+  // The end of a gesture starts a measurement.
   if (plug.getPlainValue(kAutoGain) != 0.0F) plug.endEdit(kAutoGain);
   plug.onIdle();
   requireUpdate(plug);
-  readGains();  // the bands that are on from the start, also where no block follows
+  readGains();  // includes bands that are on from the start, even if no block follows
   if (doubles) {
     reserve(doublePlanes, setup.blockFrames);
   } else {
@@ -86,10 +86,9 @@ void EffectRunner::reserve(Planes<Sample>& planes, int frames) {
 }
 
 void EffectRunner::automate(std::int32_t parameter, float plain) {
-  // As a host plays automation: no other parameter gives way to it, as to the user's hand.
+  // As a host plays automation: unlike in an edit by the user, no other parameter gives way.
   plug.setParameter(parameter, plug.plainToNormalised(parameter, plain));
-  // A live effect puts redesigns off by the clock; here they have to come at the same frame every
-  // time.
+  // A live effect delays redesigns by the clock; here they must come at the same frame every time.
   if (realtime) plug.updateDsp(true);
   requireUpdate(plug);
 }
@@ -111,8 +110,7 @@ void EffectRunner::processAs(Planes<Sample>& planes, const double* main, const d
                              int frames, double* out) {
   const auto stride = static_cast<std::size_t>(channels);
   const auto count = static_cast<std::size_t>(frames);
-  // Main channels come first, then as many of the sidechain; a mono call is told by the missing
-  // output.
+  // Main channels come first, then as many sidechain channels; a missing output marks a mono call.
   std::array<Sample*, 4> inputs{};
   std::array<Sample*, 2> outputs{};
   for (std::size_t c = 0; c < stride; ++c) {
@@ -147,7 +145,7 @@ void EffectRunner::fillSidechain(Planes<Sample>& planes, const double* side, int
     std::vector<Sample>& plane = planes.in[main + c];
     for (std::size_t i = 0; i < count; ++i) {
       const double* const frame = side + i * stride;
-      // A mono effect has one sidechain input, and hears the middle of a stereo one.
+      // A mono effect has one sidechain input and hears the mid of a stereo sidechain.
       const double mixed =
           main < stride ? 0.5 * (frame[0] + frame[1]) : frame[std::min(c, stride - 1)];
       plane[i] = static_cast<Sample>(mixed);

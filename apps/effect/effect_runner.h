@@ -9,46 +9,46 @@
 #include "apps/effect/effect_state.h"
 #include "core/plug.h"
 
-/// How the effect is to be run.
+/// How to run the effect.
 struct EffectSetup {
   EffectState state;
   int blockFrames = 1024;  ///< largest block
-  bool doubles = false;    ///< the 64-bit entry
+  bool doubles = false;    ///< process in 64-bit floating point
   bool realtime = false;   ///< tell the effect that it plays live
 };
 
-/// An instance that nobody idles but its owner, whose host renders live or offline. It knows no
-/// settings of the user: what it does depends on nothing but what it is told.
+/// An instance that only its owner idles, in a host that renders live or offline. It ignores the
+/// user's preferences and files, so that its results depend only on the calls it gets.
 class HostedPlug : public Plug {
  public:
   explicit HostedPlug(bool realtime, const EditorFactory& makeEditor = nullptr);
 };
 
-/// Says why the signal does not run through a band, 0 to 7, that is on as its settings say, and
-/// what would help; nothing where it does, or where the band is off.
+/// Explains why the signal does not pass through band 0..7 although it is on, and what would help.
+/// None if the signal passes through it or the band is off.
 [[nodiscard]] std::optional<std::string> chainFault(Plug& plug, int band);
 
-/// How far the gain of a band went in a render, dB.
+/// The range of a band's gain in a render, in dB.
 struct GainRange {
   double lowest = 0.0;   ///< at most 0
   double highest = 0.0;  ///< at least 0
 };
 
-/// One instance of the effect that is fed interleaved audio block by block, with its idle call
-/// after each: what comes out depends on nothing but what goes in.
+/// Runs one instance of the effect on interleaved audio, block by block, with an idle call after
+/// each block: the output depends only on the input.
 class EffectRunner {
  public:
-  /// `channels` 1 or 2; `sideChannels` 0 to 2.
+  /// `channels`: 1 or 2; `sideChannels`: 0 to 2; `sampleRate` in Hz. `makeEditor` as for `Plug`.
   EffectRunner(const EffectSetup& setup, int sampleRate, int channels, int sideChannels,
                const Plug::EditorFactory& makeEditor = nullptr);
 
   [[nodiscard]] Plug& effect() noexcept { return plug; }
 
-  /// From now on, before the next block.
+  /// Sets a parameter for the next block on.
   void automate(std::int32_t parameter, float plain);
 
-  /// `main` and `out` hold `frames` times `channels` samples, `side` `frames` times `sideChannels`
-  /// (null without sidechain). 1 to `blockFrames` frames.
+  /// Processes 1 to `blockFrames` frames. `main` and `out` hold `frames` * `channels` samples,
+  /// `side` holds `frames` * `sideChannels` (null without sidechain).
   void process(const double* main, const double* side, int frames, double* out);
 
   [[nodiscard]] std::int32_t latency() const noexcept {
@@ -57,9 +57,9 @@ class EffectRunner {
   [[nodiscard]] float plainValue(std::int32_t parameter) const {
     return plug.getPlainValue(parameter);
   }
-  /// Of bands that are on but not in the chain as set, one sentence each.
+  /// One sentence for each band that is on but not in the chain.
   [[nodiscard]] std::vector<std::string> chainFaults();
-  /// The gain that each band had; empty for bands that were never on.
+  /// The range of each band's gain; none for bands that were never on.
   [[nodiscard]] const std::array<std::optional<GainRange>, kNumBands>& gains() const noexcept {
     return bandGains;
   }

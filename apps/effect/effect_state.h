@@ -7,7 +7,7 @@
 #include "apps/effect/settings.h"
 #include "core/plug.h"
 
-/// A file that the effect is to be set by, read and found sound.
+/// A file with settings for the effect, already read and checked.
 struct StateFile {
   enum class Role { kState, kBank, kPreset, kBand };
 
@@ -17,24 +17,24 @@ struct StateFile {
   int band = 0;      ///< 0..7, of a band file
 };
 
-/// What the effect is set to before the first block: by files, then by single settings, each in
-/// this order.
+/// The settings of the effect before the first block: files, then single settings, each applied in
+/// order.
 struct EffectState {
   std::vector<StateFile> files;
   std::vector<Setting> settings;
 };
 
-/// Throws std::bad_alloc where the engine has not got all that the effect was told: what it would
-/// render is another sound.
+/// Throws std::bad_alloc if memory ran out before the engine had all settings: it would render a
+/// different sound.
 void requireUpdate(const Plug& plug);
 
 /// Sets parameters of `plug` in the order of `settings`.
 void applySettings(Plug& plug, std::span<const Setting> settings);
 
-/// Loads one file. Throws `Failure` if the effect refuses it. A band file is not held back by
-/// locks; the plug has them again afterwards.
+/// Loads one file. Throws `Failure` if the effect refuses it. A band file overrides locks, which
+/// are restored afterwards.
 void loadStateFile(Plug& plug, const StateFile& file);
 
-/// Sets a new `plug` to `state`. Locks and links that its files hold do not stay: what is set here
-/// or automated later is exactly what is named.
+/// Applies `state` to a new `plug`. Locks and links of its files are cleared, so that settings and
+/// automation change exactly the parameters that they name.
 void applyState(Plug& plug, const EffectState& state);

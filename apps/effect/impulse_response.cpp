@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int kChannels = 2;
-constexpr int kTail = 4096;  // samples: more than the kernels reach past the latency
+constexpr int kTail = 4096;  // samples: longer than the kernels extend past the latency
 
 }  // namespace
 
@@ -39,7 +39,7 @@ std::vector<double> soloedImpulseResponse(const EffectState& state, int band, in
 }
 
 double responseMagnitude(std::span<const double> response, double cyclesPerSample) noexcept {
-  // Horner's scheme for the polynomial in z^-1, whose modulus on the unit circle is the same from
+  // Horner's scheme for the polynomial in z^-1. On the unit circle its modulus is the same from
   // either end.
   const std::complex<double> turn = std::polar(1.0, 2.0 * std::numbers::pi * cyclesPerSample);
   double re = 0.0;

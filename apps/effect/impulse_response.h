@@ -5,9 +5,9 @@
 
 #include "apps/effect/effect_state.h"
 
-/// What the left output gives for a unit impulse on both inputs with only `band` (0..7) soloed, its
-/// delay included, until the response has died away. The effect is otherwise as `state` leaves
-/// it, run through its 64-bit entry as offline. `sampleRate`: Hz.
+/// The left output for a unit impulse on both inputs with only `band` (0..7) soloed, including the
+/// delay, until the response has decayed. The effect is otherwise set by `state` and processes
+/// offline in 64-bit floating point. `sampleRate` in Hz.
 [[nodiscard]] std::vector<double> soloedImpulseResponse(const EffectState& state, int band,
                                                         int sampleRate);
 

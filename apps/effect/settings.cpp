@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kNamed = 3;  // identifiers that a message about an unknown one offers
+constexpr std::size_t kNamed = 3;  // identifiers suggested for an unknown one
 
 /// Levenshtein distance: insertions, deletions and replacements of one character each.
 std::size_t editDistance(std::string_view a, std::string_view b) {
@@ -71,7 +71,7 @@ std::vector<std::string> nearestIdentifiers(std::string_view text) {
   for (std::int32_t number = 0; number < kNumParams; ++number) {
     candidates.emplace_back(editDistance(wanted, lowered(parameterIdentifier(number))), number);
   }
-  // Ties go by number, so that the answer is always the same.
+  // Ties are broken by number, so that the result is always the same.
   std::partial_sort(candidates.begin(), candidates.begin() + kNamed, candidates.end());
   std::vector<std::string> names;
   for (std::size_t i = 0; i < kNamed; ++i) {

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-/// One value for one parameter, in the unit the user gave it in.
+/// A value for a parameter, normalised or plain as the user gave it.
 struct Setting {
   std::int32_t parameter;  ///< 0..421
-  bool isNormalised;       ///< else plain
+  bool isNormalised;       ///< if false, `value` is plain
   float value;             ///< within the parameter's range
 };
 
@@ -16,21 +16,21 @@ struct Setting {
 /// the nearest known identifiers if there is none.
 [[nodiscard]] std::int32_t parameterNumber(std::string_view identifier);
 
-/// The sentence about an identifier that no parameter has. Names the nearest ones, but not to what
-/// is far longer than any of them: the comparison would take its time.
+/// A sentence about an identifier that no parameter has. It names the nearest ones, unless the
+/// identifier is so long that comparing would take too much time.
 [[nodiscard]] std::string unknownParameter(std::string_view identifier);
 
 /// The identifier of parameter `number`.
 [[nodiscard]] std::string parameterIdentifier(std::int32_t number);
 
-/// Up to three known identifiers, nearest first, by edit distance whatever their case.
+/// Up to three known identifiers, nearest first, by case-insensitive edit distance.
 [[nodiscard]] std::vector<std::string> nearestIdentifiers(std::string_view text);
 
-/// `plain` (finite) within the range of `parameter`; a change is told as a sentence to `warnings`.
+/// Clamps `plain` (finite) to the range of `parameter`; a change adds a sentence to `warnings`.
 [[nodiscard]] float plainInRange(std::int32_t parameter, double plain,
                                  std::vector<std::string>& warnings);
 
-/// Reads "ID=VALUE". Throws `WrongArguments` for an unknown ID and for a value that is no finite
-/// number; a value out of range is brought into it and told to `warnings`.
+/// Reads "ID=VALUE". Throws `WrongArguments` for an unknown ID or a value that is no finite number.
+/// A value out of range is clamped, with a sentence in `warnings`.
 [[nodiscard]] Setting parseSetting(std::string_view text, bool isNormalised,
                                    std::vector<std::string>& warnings);

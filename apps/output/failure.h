@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-/// Work that cannot be done: `what()` names the file and the reason in one line.
+/// A failure of the work: `what()` names the file and the reason in one line.
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -11,7 +11,7 @@ class Failure : public std::runtime_error {
       : std::runtime_error(file + ": " + reason) {}
 };
 
-/// Runs `work`; a `Failure` of it tells `consequence`, too.
+/// Runs `work`; adds `consequence` to the message of a `Failure`.
 template <typename Work>
 auto orElse(const char* consequence, const Work& work) {
   try {
@@ -21,7 +21,7 @@ auto orElse(const char* consequence, const Work& work) {
   }
 }
 
-/// Arguments that make no sense, whatever the files hold.
+/// Wrong arguments, whatever the files contain.
 class WrongArguments : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

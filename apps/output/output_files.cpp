@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The same text for all names of one file, be it there or not.
+/// A text that is the same for all names of one file, whether it exists or not.
 std::string identityOf(const std::string& name) {
   if (auto real = realPath(name)) return std::move(*real);
   const std::string path = resolvedLinks(name);
@@ -26,9 +26,9 @@ void refuseOverwriting(std::span<const RenderItem> items,
                        const std::vector<std::string>& alsoRead) {
   std::vector<std::string> read = alsoRead;
   for (const RenderItem& item : items) read.push_back(item.input);
-  std::map<std::string, std::string> outputs;  // by what a link leads to
+  std::map<std::string, std::string> outputs;  // by the file that a link leads to
   for (const RenderItem& item : items) {
-    // Many files take a while: each is compared with all.
+    // Each is compared with all others, which takes a while for many files.
     if (stopRequested()) throw Failure(item.input, "interrupted");
     const auto [other, isNew] = outputs.emplace(identityOf(item.output), item.output);
     if (!isNew) {
@@ -50,7 +50,7 @@ void makeDirectory(const std::string& directory) {
 }
 
 void writeOutput(const std::string& path, const std::string& bytes) {
-  // A process that ends here and now would leave a part of the file beside it.
+  // Ending the process now would leave a temporary file next to the target.
   catchStopRequests();
   if (const std::error_code error = writeWholeFile(path, bytes)) {
     if (error == std::errc::interrupted) throw Failure(path, "interrupted");

@@ -4,19 +4,19 @@
 #include <string>
 #include <vector>
 
-/// A file and what becomes of it.
+/// An input file and its output file.
 struct RenderItem {
   std::string input;
   std::string output;
 };
 
-/// Throws `WrongArguments` if an output is one of the inputs or of `alsoRead`, by whatever name or
-/// link.
+/// Throws `WrongArguments` if an output is one of the inputs or one of `alsoRead`, even under
+/// another name or through a link.
 void refuseOverwriting(std::span<const RenderItem> items, const std::vector<std::string>& alsoRead);
 
-/// Replaces the file `path` as a whole. Throws `Failure`, and leaves what stood there, when that
-/// cannot be done or the process is asked to stop meanwhile.
+/// Replaces the file `path` as a whole. Throws `Failure`, with the old file unchanged, if that
+/// fails or the process is asked to stop meanwhile.
 void writeOutput(const std::string& path, const std::string& bytes);
 
-/// Makes `directory` and those above it where they are missing. Throws `Failure`.
+/// Creates `directory` and its parents if missing. Throws `Failure`.
 void makeDirectory(const std::string& directory);

@@ -27,7 +27,7 @@ std::string progressLine(std::int64_t done, std::int64_t total, std::int64_t ela
   if (total > 0) {
     share = std::clamp(static_cast<double>(done) / static_cast<double>(total), 0.0, 1.0);
     tail = " " + paddedLeft(std::to_string(static_cast<int>(share * 100.0)), 3) + " %";
-    // The first moments tell nothing about the rest.
+    // Too early to estimate the rest.
     if (share > 0.001) {
       const double left = static_cast<double>(elapsedMs) * (1.0 - share) / share;
       tail += "  " + clockText(static_cast<std::int64_t>(left)) + " left";
@@ -51,7 +51,7 @@ void ProgressBar::advance(std::int64_t frames) {
   done.fetch_add(frames, std::memory_order_relaxed);
   const std::int64_t now = monotonicMilliseconds();
   std::int64_t due = nextDraw.load(std::memory_order_relaxed);
-  // Of several threads that find the time come, one draws.
+  // If several threads find that it is time, only one draws.
   if (now < due || !nextDraw.compare_exchange_strong(due, now + kDrawIntervalMs)) return;
   const std::lock_guard guard(mutex);
   draw(now);

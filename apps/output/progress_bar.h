@@ -5,13 +5,12 @@
 #include <mutex>
 #include <string>
 
-/// The bar as a line of at most `columns` characters: share done and time left. `done` beyond
-/// `total` counts as all; with a `total` of 0 the length is not known, and only the time spent is
-/// shown.
+/// The bar as a line of at most `columns` characters: share done and time left. `done` is clamped
+/// to `total`; with a `total` of 0 (unknown) only the elapsed time is shown.
 [[nodiscard]] std::string progressLine(std::int64_t done, std::int64_t total,
                                        std::int64_t elapsedMs, int columns);
 
-/// A bar on the standard error stream, drawn ten times a second by those who advance it. Any
+/// A bar on the standard error stream, drawn by calls of `advance` at most ten times a second. Any
 /// thread.
 class ProgressBar {
  public:
@@ -25,7 +24,7 @@ class ProgressBar {
     total.fetch_add(frames, std::memory_order_relaxed);
   }
   void advance(std::int64_t frames);
-  /// Writes a whole line to the standard error stream; the bar moves below it.
+  /// Prints a line to the standard error stream; the bar moves below it.
   void printLine(const std::string& line);
   void clear();
 
@@ -38,6 +37,6 @@ class ProgressBar {
   std::atomic<std::int64_t> done{0};
   std::atomic<std::int64_t> total{0};
   std::atomic<std::int64_t> nextDraw;  // ms
-  std::mutex mutex;                    // of the stream and of what stands on it
+  std::mutex mutex;                    // guards the stream and `drawn`
   bool drawn = false;
 };

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Characters of UTF-8 text.
+/// Number of characters in UTF-8 text.
 std::size_t shownWidth(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
@@ -21,7 +21,7 @@ std::string shortest(Number value) {
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
 
-/// Bytes of the UTF-8 character at the head of `text`; 0 if there is none.
+/// Bytes of the UTF-8 character at the start of `text`; 0 if there is none.
 std::size_t utf8Length(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   const std::size_t length = lead < 0x80                   ? 1
@@ -106,7 +106,7 @@ std::string oneLine(std::string_view text) {
 std::string shownName(std::string_view name) {
   if (name.size() <= kLongestShown) return oneLine(name);
   std::size_t end = kLongestShown;
-  // Not within a character.
+  // Do not cut within a character.
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) --end;
   return oneLine(name.substr(0, end)) + "...";
 }

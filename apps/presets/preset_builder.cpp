@@ -1,5 +1,5 @@
-// Makes the factory content out of its readable sources: presets, the factory bank and the band
-// that new bands start as. Run by the build.
+// Builds the factory content from its readable sources: presets, the factory bank and the factory
+// band, with which new bands start. Run by the build.
 
 #include <cstddef>
 #include <cstdint>
@@ -23,8 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// An instance that knows nothing of this machine's user, and stores presets without the editor's
-/// part: to load one leaves the window alone.
+/// An instance that ignores this machine's user and stores presets without the editor's part, so
+/// that loading them does not change the window.
 class StoringPlug : public Plug {
  public:
   StoringPlug() : Plug(nullptr, Idle::kCaller, &monotonicMilliseconds, Machine::detached()) {
@@ -32,7 +32,7 @@ class StoringPlug : public Plug {
   }
 };
 
-/// All of a file or none of it: a build that stops half way must not leave content that loads.
+/// Writes a file as a whole or not at all: an interrupted build must not leave incomplete content.
 void writeFile(const fs::path& path, std::string_view bytes) {
   fs::create_directories(path.parent_path());
   std::ofstream out(path, std::ios::binary);
@@ -58,7 +58,7 @@ void buildPreset(const fs::path& from, const fs::path& to) {
   writeFile(to, storedState(plug, true, source));
 }
 
-/// What each entry sets goes to the live bank, one after the other.
+/// Makes each bank in turn the live one and applies its entry.
 void buildBank(const fs::path& from, const fs::path& to) {
   const std::vector<PresetSource> entries = readBankSource(from.string());
   StoringPlug plug;
@@ -80,10 +80,10 @@ void buildBand(const fs::path& from, const fs::path& to) {
   applyPreset(plug, source);
   std::string text;
   const auto size = static_cast<std::size_t>(plug.saveBand(text, 0));
-  writeFile(to, {text.c_str(), size});  // its end is part of the file
+  writeFile(to, {text.c_str(), size});  // the zero byte is part of the file
 }
 
-/// Presets of an earlier build whose source is gone.
+/// Removes presets of earlier builds whose source no longer exists.
 void removeStale(const fs::path& presets, const std::set<fs::path>& built) {
   std::vector<fs::path> stale;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(presets)) {

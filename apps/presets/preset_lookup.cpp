@@ -57,7 +57,7 @@ std::string findPreset(const std::string& name, const PresetTrees& trees) {
     if (preset.name.ends_with("/" + wanted)) found.push_back(preset);
   }
   if (found.size() == 1) return found.front().path;
-  if (found.empty() && exists) return name;  // a folder, as reading it will tell
+  if (found.empty() && exists) return name;  // a folder: reading it gives the error message
   if (found.empty()) {
     throw Failure(name, "no such file, nor a preset of that name (see presets list)");
   }

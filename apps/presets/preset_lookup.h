@@ -6,16 +6,16 @@
 #include "state/install_folders.h"
 #include "state/preset_menu.h"
 
-/// The presets of a user and those that come with the program, each as its menu shows them.
+/// The user's presets and the factory presets, as menus show them.
 struct PresetTrees {
   PresetMenu user;
-  PresetMenu factory;  ///< `path` is empty where there is none
+  PresetMenu factory;  ///< `path` is empty if there are none
 };
 
 [[nodiscard]] PresetTrees walkPresets(const InstallFolders& folders);
 
-/// The file that a user means by `name`: the file of that name, or else the preset that the trees
-/// have under it. A preset has the name "User/Folder/Name" or "Factory/Folder/Name", of which any
-/// part from the end will do, with or without the extension. Throws `Failure` for none, and for
-/// several with their names.
+/// Finds the file that a user means by `name`: a file of that name, otherwise a preset in the
+/// trees. The full name of a preset is "User/Folder/Name" or "Factory/Folder/Name"; leading parts
+/// and the extension may be omitted. Throws `Failure` if there is none or, listing them, if there
+/// are several.
 [[nodiscard]] std::string findPreset(const std::string& name, const PresetTrees& trees);

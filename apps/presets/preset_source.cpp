@@ -21,7 +21,8 @@ constexpr int kOrderBits = 3;  // per band, in `kBandOrder`
 
 using Chain = PresetSource::Chain;
 
-/// Reads the members of one object; every complaint begins with the file and where in it.
+/// Reads the members of one object; every error message begins with the file and the position in
+/// it.
 class ObjectReader {
  public:
   ObjectReader(const JsonNode* object, std::string file, std::string place)
@@ -54,7 +55,7 @@ class ObjectReader {
     if (item == nullptr) return std::nullopt;
     return ObjectReader(item, fileName, where.empty() ? key : where + ", " + key);
   }
-  /// Band numbers 1..8 as 0..7; none without the member.
+  /// Band numbers 1..8 converted to 0..7; empty without the member.
   [[nodiscard]] std::vector<int> bands(const char* key) const {
     std::vector<int> result;
     const JsonNode* const item = jsonGetObjectItem(node, key);
@@ -115,7 +116,8 @@ JsonTree readTree(const std::string& file) {
 
 std::string stemOf(const std::string& file) { return std::filesystem::path(file).stem().string(); }
 
-/// Whether "set" leaves this parameter to the chain: where bands are and which are on.
+/// Whether this parameter belongs to "chain" and not to "set": positions of bands, and which are
+/// on.
 bool isChainParameter(std::int32_t parameter) {
   if (!isBandParameter(parameter)) return parameter == kBandOrder || parameter == kABBank;
   const int row = bandOneIdOf(parameter);
@@ -129,7 +131,7 @@ float plainOf(const PresetSource& source, std::int32_t parameter) {
   return kParameterTable[at(parameter)].value;
 }
 
-/// The bands of the chain from its start to its end.
+/// The bands of the chain in the order of the signal path.
 std::vector<int> bandsInOrder(const Chain& chain) {
   std::vector<int> order = chain.pre;
   order.insert(order.end(), chain.crossover.begin(), chain.crossover.end());
@@ -164,7 +166,7 @@ void checkBandsAreUsed(const PresetSource& source, const ObjectReader& reader) {
   }
 }
 
-/// Takes what a preset and an entry of a bank have in common.
+/// Reads what a preset and an entry of a bank have in common.
 void readCommon(const ObjectReader& reader, PresetSource& source) {
   source.description = reader.line("description");
   if (const auto set = reader.object("set")) source.values = set->settings();
@@ -176,7 +178,7 @@ void readCommon(const ObjectReader& reader, PresetSource& source) {
   checkBandsAreUsed(source, reader);
 }
 
-/// All eight bands as `kBandOrder` packs them: the last is the one that the others leave.
+/// All eight bands, packed as in `kBandOrder`: the last one follows from the others.
 std::int32_t packedOrder(const Chain& chain) {
   std::vector<int> order = bandsInOrder(chain);
   for (int band = 0; band < kNumBands; ++band) {
@@ -203,7 +205,7 @@ void applyChain(Plug& plug, const Chain& chain) {
   }
   const std::int32_t packed = packedOrder(chain);
   const auto present = static_cast<double>(plug.getPlainValue(kBandOrder));
-  // A default of few digits may mean this very order.
+  // A default with few digits may stand for exactly this order.
   if (static_cast<std::int32_t>(present * BandLayout::kOrderScale) != packed) {
     setPlain(plug, kBandOrder, static_cast<float>(packed / BandLayout::kOrderScale));
   }
@@ -277,7 +279,7 @@ PresetSource readBandSource(const std::string& file) {
 
 void applyPreset(Plug& plug, const PresetSource& source) {
   {
-    // The chain and the frequencies in it make sense only together.
+    // The chain is valid only together with its frequencies.
     const UpdateHold hold(plug.updates());
     for (const Setting& setting : source.values) {
       setPlain(plug, setting.parameter, setting.value);

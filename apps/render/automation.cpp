@@ -108,7 +108,7 @@ Automation readAutomationFile(const std::string& path) {
 const AutomationPoint* AutomationCursor::nextBefore(std::int64_t end) noexcept {
   if (next == points.size()) return nullptr;
   const AutomationPoint& point = points[next];
-  // A time written with six places for a frame must not fall short of it by its last place.
+  // A time rounded to six decimal places must not fall just short of its frame.
   constexpr double kRounding = 1e-6;  // frames
   if (std::floor(point.seconds * rate + kRounding) >= static_cast<double>(end)) return nullptr;
   ++next;

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-/// One change of a parameter at a moment.
+/// A change of one parameter at a point in time.
 struct AutomationPoint {
   double seconds;          ///< since the input's start, >= 0
   std::int32_t parameter;  ///< 0..421
   float plain;             ///< within the parameter's range
 };
 
-/// Points in order of time; those of one moment stay in the file's order.
+/// Points sorted by time; points of the same time stay in the order of the file.
 struct Automation {
   std::vector<AutomationPoint> points;
   std::vector<std::string> warnings;
@@ -21,19 +21,19 @@ struct Automation {
   [[nodiscard]] bool touches(std::int32_t parameter) const noexcept;
 };
 
-/// Reads rows "seconds,ID,PLAIN". Blank lines, a heading in the first row and everything from a '#'
-/// on are passed over. Throws `Failure` with `name`, the line and the reason. Values out of range
-/// are brought into it and told.
+/// Reads rows "seconds,ID,PLAIN". Blank lines, a heading in the first row and everything after a
+/// '#' are skipped. Throws `Failure` with `name`, the line and the reason. Values out of range are
+/// clamped, with a warning.
 [[nodiscard]] Automation readAutomation(std::istream& text, const std::string& name);
 [[nodiscard]] Automation readAutomationFile(const std::string& path);
 
-/// Hands out the points of an automation block by block. The automation must outlive it.
+/// Returns the points of an automation block by block. The automation must outlive it.
 class AutomationCursor {
  public:
   AutomationCursor(const Automation& automation, double sampleRate) noexcept
       : points(automation.points), rate(sampleRate) {}
 
-  /// The next point whose time lies in a frame before `end`; null if there is none.
+  /// The next point that lies in a frame before `end`; null if there is none.
   [[nodiscard]] const AutomationPoint* nextBefore(std::int64_t end) noexcept;
   [[nodiscard]] std::size_t remaining() const noexcept { return points.size() - next; }
 

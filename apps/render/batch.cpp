@@ -20,12 +20,13 @@ namespace {
 std::string outputFor(const std::string& input, const std::string& directory) {
   std::string output = joinedPath(directory, input.substr(input.rfind('/') + 1));
   if (hasWritableEnding(output)) return output;
-  // What can be read but not written comes out as WAV.
+  // Formats that can be read but not written become WAV.
   output.resize(output.size() - extensionOf(output).size());
   return output + ".wav";
 }
 
-/// What is told of a file when memory has run out; little where there is not even enough for that.
+/// The message for a file when memory has run out; a short one if there is too little even for
+/// that.
 std::string outOfMemory(const std::string& input) noexcept {
   try {
     return input + ": not enough memory";
@@ -42,7 +43,7 @@ void tellFailure(const std::string& failure, ProgressBar& progress) noexcept {
   }
 }
 
-/// Empty, with a reason, where it failed.
+/// Renders one item; on failure the outcome has no report but a reason.
 std::optional<RenderReport> renderReported(const RenderItem& item, const RenderOptions& options,
                                            ProgressBar& progress, std::string& failure) {
   try {
@@ -93,7 +94,7 @@ std::vector<RenderOutcome> renderAll(std::span<const RenderItem> items,
   std::atomic<std::size_t> next{0};
   const auto work = [&] {
     for (std::size_t i = next++; i < items.size(); i = next++) {
-      // A file that is the only one is tried, and tells of it.
+      // A single file is tried even then: rendering it reports the interruption.
       const bool isLeftOut = items.size() > 1 && stopRequested();
       outcomes[i] = isLeftOut ? RenderOutcome{std::nullopt, "interrupted"}
                               : renderOne(items[i], options, progress);
@@ -106,7 +107,7 @@ std::vector<RenderOutcome> renderAll(std::span<const RenderItem> items,
     try {
       while (others.size() + 1 < workers) others.emplace_back(work);
     } catch (const std::system_error&) {
-      // No more threads are to be had: those that run, and this one, do the work.
+      // No more threads can be made: those that run, and this one, do the work.
     }
     work();
   }

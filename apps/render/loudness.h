@@ -11,18 +11,18 @@ class Loudness {
   static constexpr double kSilent = -std::numeric_limits<double>::infinity();
 
   struct Result {
-    double integratedLufs = kSilent;  ///< `kSilent` for what is too quiet or too short to measure
-    double truePeakDb = kSilent;      ///< dBTP, the larger of the channels
+    double integratedLufs = kSilent;  ///< `kSilent` if too quiet or too short to measure
+    double truePeakDb = kSilent;      ///< dBTP, of the louder channel
   };
 
-  /// `sampleRate` within `kLowestRate` and `kHighestRate`, Hz.
+  /// `sampleRate` in Hz, from `kLowestRate` to `kHighestRate`.
   Loudness(int sampleRate, int channels);
 
   /// `interleaved` must be finite.
   void add(const double* interleaved, int frames);
   [[nodiscard]] Result result() const;
 
-  /// The meter behind this overruns its memory at rates of a few Hz, which no audio has.
+  // The library used overruns its memory at rates of a few Hz, which no audio has.
   static constexpr int kLowestRate = 1000;
   static constexpr int kHighestRate = 2822400;
 

@@ -17,17 +17,16 @@ constexpr int kMostPasses = 4;
 constexpr int kUsualPasses = 2;           // of a match: one to measure, one with the trim
 constexpr double kMatchTolerance = 0.05;  // LU
 
-/// How far the output has to be raised to be as loud as the input, in LU; empty if either is
-/// silent.
+/// How much louder the output must become to match the input, in LU; none if either is silent.
 std::optional<double> loudnessMissing(const RenderReport& report) {
   const double missing = report.before.integratedLufs - report.after.integratedLufs;
   return std::isfinite(missing) ? std::optional(missing) : std::nullopt;
 }
 
-/// Looks for the output trim that makes a file come out as loud as it went in, pass by pass.
+/// Searches, pass by pass, for the output trim with which the output is as loud as the input.
 class TrimSearch {
  public:
-  /// The trim that the pass after `report` should have; empty if another pass brings nothing.
+  /// The trim for the pass after `report`; none if another pass would not help.
   [[nodiscard]] std::optional<float> next(const RenderReport& report) {
     const auto missing = loudnessMissing(report);
     if (!missing || std::abs(*missing) <= kMatchTolerance) return std::nullopt;
@@ -47,9 +46,9 @@ class TrimSearch {
     double missing;  // LU
   };
   static constexpr double kSmallestStep = 0.001;  // dB
-  static constexpr double kFlattest = 0.1;        // LU per dB: bounds what a far guess may be
+  static constexpr double kFlattest = 0.1;        // LU per dB: limits how far a guess may go
 
-  /// Loudness gained per dB of trim: 1, but less where a dry share passes the trim by.
+  /// Loudness gained per dB of trim: 1, or less if a dry share bypasses the trim.
   [[nodiscard]] double slope(double trim, double missing) const {
     if (!last || trim == last->trim) return 1.0;
     return std::clamp((last->missing - missing) / (trim - last->trim), kFlattest, 1.0);
@@ -101,6 +100,6 @@ std::int64_t expectedFrames(const std::string& input, const RenderOptions& optio
   try {
     return AudioReader(input).frames() * (options.matchLoudness ? kUsualPasses : 1);
   } catch (const Failure&) {
-    return 0;  // the render will tell
+    return 0;  // rendering will report the error
   }
 }

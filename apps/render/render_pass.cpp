@@ -90,7 +90,7 @@ void RenderPass::applyAutomation(std::int64_t end) {
 void RenderPass::measureInput(int frames) {
   const auto samples =
       static_cast<std::size_t>(frames) * static_cast<std::size_t>(reader.channels());
-  // What the effect's entry cannot hold reaches it as an infinity.
+  // Values beyond the effect's sample type reach it as infinities.
   const auto most = options.effect.doubles ? std::numeric_limits<double>::max()
                                            : static_cast<double>(std::numeric_limits<float>::max());
   const auto isBad = [most](double sample) { return !(std::abs(sample) <= most); };
@@ -103,7 +103,7 @@ void RenderPass::measureInput(int frames) {
 void RenderPass::readSidechain(int frames) {
   if (!sideReader) return;
   const int got = sideReader->read(side.data(), frames);
-  // Past its end the sidechain is silent.
+  // After its end the sidechain is silent.
   std::fill(side.begin() + std::ptrdiff_t{got} * sideReader->channels(), side.end(), 0.0);
 }
 

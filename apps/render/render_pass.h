@@ -15,7 +15,7 @@
 #include "apps/render/loudness.h"
 #include "apps/render/report.h"
 
-/// How files are to be rendered; the same for all files of a batch.
+/// How to render files; the same for all files of a batch.
 struct RenderOptions {
   EffectSetup effect;
   std::string sidechain;  ///< path; empty for none
@@ -26,24 +26,24 @@ struct RenderOptions {
   bool measure = true;  ///< loudness and peaks, for the report
 };
 
-/// Bookkeeping that takes a process's delay out of what it puts out: the first `delay` frames are
-/// dropped, and as many frames of silence follow the input to bring the tail out. What remains is
-/// as long as the input and aligned with it.
+/// Bookkeeping to remove the delay of a process from its output: the first `delay` output frames
+/// are dropped, and as many frames of silence are fed after the input to get the tail. The result
+/// is as long as the input and aligned with it.
 class LatencyAligner {
  public:
   /// `delayFrames` below 0 counts as 0.
   explicit LatencyAligner(std::int64_t delayFrames) noexcept
       : left(std::max<std::int64_t>(delayFrames, 0)), silence(left) {}
 
-  /// How many of the next `frames` that the process put out are to be dropped from their head.
+  /// How many of the next `frames` output frames to drop from their start.
   [[nodiscard]] int drop(int frames) noexcept {
     const auto dropped = static_cast<int>(std::min<std::int64_t>(frames, left));
     left -= dropped;
     return dropped;
   }
 
-  /// After the input's end: the frames of the next block of silence, at most `largest`; 0 when all
-  /// is out.
+  /// After the end of the input: frames of the next block of silence to feed, at most `largest`; 0
+  /// when done.
   [[nodiscard]] int nextFlush(int largest) noexcept {
     const auto frames = static_cast<int>(std::min<std::int64_t>(largest, silence));
     silence -= frames;
@@ -55,20 +55,20 @@ class LatencyAligner {
   std::int64_t silence;  // frames still to be fed after the input
 };
 
-/// One way through a file: read, process, write, measured as it passes. Takes memory for a few
-/// blocks, however long the file. `options` and `progress` must outlive it.
+/// One pass over a file: reads, processes, writes and measures it. Needs memory for a few blocks
+/// only, however long the file. `options` and `progress` must outlive it.
 class RenderPass {
  public:
-  /// Opens all files. `setup` stands in for the one of `options`.
+  /// Opens all files. `setup` is used instead of that in `options`.
   RenderPass(const std::string& input, const std::string& output, const EffectSetup& setup,
              const RenderOptions& options, ProgressBar& progress);
 
-  /// Renders to the end, or throws; `Failure` also when the process is asked to stop.
+  /// Renders to the end or throws; `Failure` also if the process is asked to stop.
   void run();
-  /// Gives the output its name. Without it nothing is left.
+  /// Gives the output its name. Without this nothing is left.
   void commit();
 
-  /// After `run`; the fields that one pass knows.
+  /// Valid after `run`; contains the fields that a single pass knows.
   [[nodiscard]] RenderReport report() const;
   [[nodiscard]] std::int64_t framesRead() const noexcept { return position; }
 
@@ -79,7 +79,7 @@ class RenderPass {
   void measureInput(int frames);
   void step(int frames);
   void flush();
-  void checkStop() const;  // throws when the process was asked to stop
+  void checkStop() const;  // throws if the process was asked to stop
 
   const RenderOptions& options;
   ProgressBar& progress;
@@ -99,7 +99,7 @@ class RenderPass {
   std::vector<double> input;   // interleaved, one block
   std::vector<double> side;    // interleaved, one block; empty without sidechain
   std::vector<double> output;  // interleaved, one block
-  std::vector<double> finite;  // the input as it is measured
-  std::int64_t position = 0;   // frames of the input that went in
+  std::vector<double> finite;  // the input for measuring, without infinities and NaN
+  std::int64_t position = 0;   // frames of input processed so far
   std::int64_t badSamples = 0;
 };

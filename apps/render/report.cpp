@@ -95,7 +95,7 @@ double RenderReport::seconds() const noexcept {
 }
 
 double RenderReport::speed() const noexcept {
-  // A file so short that the clock saw nothing took at most one tick of it.
+  // If the file was too short for the clock, it took at most one tick.
   return seconds() / std::max(elapsedSeconds, 0.001);
 }
 

@@ -11,7 +11,7 @@
 #include "editing/parameter_ids.h"
 #include "state/json_document.h"
 
-/// What a render of one file did.
+/// The report on the rendering of one file.
 struct RenderReport {
   std::string input;
   std::string output;
@@ -22,26 +22,26 @@ struct RenderReport {
   bool latencyKept = false;
   Loudness::Result before;
   Loudness::Result after;
-  /// Of each band that was on.
+  /// For each band that was on.
   std::array<std::optional<GainRange>, kNumBands> gains;
   double trimBefore = 0.0;  ///< `kOpTrim` as the user set it, dB
-  double trimAfter = 0.0;   ///< and as it stood at the end
+  double trimAfter = 0.0;   ///< `kOpTrim` at the end, dB
   int passes = 1;
   double elapsedSeconds = 0.0;
-  std::vector<std::string> loaded;  ///< files that set the effect, in their order
+  std::vector<std::string> loaded;  ///< files with settings, in the order they were applied
   std::vector<std::string> warnings;
 
   [[nodiscard]] double seconds() const noexcept;
-  /// Rendered time by time spent; 0 for an empty file.
+  /// Duration of the audio divided by the time spent; 0 for an empty file.
   [[nodiscard]] double speed() const noexcept;
 };
 
-/// Aligned lines for people.
+/// The report as aligned lines for people.
 [[nodiscard]] std::string reportText(const RenderReport& report);
 
-/// One line of a batch's table, and its heading. `nameWidth`: characters for the names.
+// The heading and one line of a batch's table. `nameWidth`: characters for the names.
 [[nodiscard]] std::string tableHeading(std::size_t nameWidth);
 [[nodiscard]] std::string tableLine(const RenderReport& report, std::size_t nameWidth);
 
-/// The report as an object; loudness and peak of silence are null.
+/// The report as an object; loudness and peak are null for silence.
 [[nodiscard]] JsonTree reportJson(const RenderReport& report);

@@ -31,7 +31,7 @@ const JsonNode* member(const JsonNode* object, const char* key) {
   return jsonIsType(object, kJsonObject) ? jsonGetObjectItem(object, key) : nullptr;
 }
 
-/// The text of a file's bytes without what only marks its ends.
+/// The text of a file, without a byte order mark and final zero bytes.
 std::string contentOf(const std::string& path, std::string bytes) {
   if (bytes.starts_with(kByteOrderMark)) bytes.erase(0, kByteOrderMark.size());
   const std::size_t end = bytes.find('\0');
@@ -49,11 +49,11 @@ std::string unpacked(const std::string& path, const std::string& bytes) {
   return std::move(*text);
 }
 
-/// Why `text` is no document from `offset` on.
+/// The error message for a fault in `text` at `offset`, with line and column.
 Failure faultAt(const std::string& path, const std::string& text, std::size_t offset) {
   const std::string_view before = std::string_view(text).substr(0, offset);
   if (trimmed(before).empty()) return {path, "holds no document"};
-  const std::size_t lineStart = before.rfind('\n') + 1;  // 0 where there is none
+  const std::size_t lineStart = before.rfind('\n') + 1;  // 0 without a line end
   const auto line = std::count(before.begin(), before.end(), '\n') + 1;
   const std::string place =
       path + ":" + std::to_string(line) + ":" + std::to_string(offset - lineStart + 1);
@@ -62,8 +62,9 @@ Failure faultAt(const std::string& path, const std::string& text, std::size_t of
   return {place, "no JSON from here on: '" + rest + "'"};
 }
 
-/// The one value of `text`, which ends with it. The parser passes over what follows a value, and
-/// half of a document with one bracket too many would be gone: so it reads a list of one.
+/// Parses `text`, which must consist of a single value. The parser ignores anything after a value,
+/// which would lose half of a document with one bracket too many; so the text is parsed as a list
+/// with one entry.
 JsonTree parsedWhole(const std::string& path, const std::string& text) {
   const std::string list = "[" + text + "]";
   JsonFault fault;
@@ -100,7 +101,7 @@ bool isBandFileRow(std::int32_t id) {
   return std::find(kBandFileRows.begin(), kBandFileRows.end(), id) != kBandFileRows.end();
 }
 
-/// The parameter of a member's key; empty, with a fault, for one that `accepts` takes none of.
+/// The parameter of a member's key; none, with a fault added, unless `accepts` allows it.
 template <typename Accepts>
 std::optional<std::int32_t> keyOf(const JsonNode& entry, const Accepts& accepts,
                                   StoredValues& result) {
@@ -112,7 +113,7 @@ std::optional<std::int32_t> keyOf(const JsonNode& entry, const Accepts& accepts,
   return std::nullopt;
 }
 
-/// The number of a member as the effect takes it; empty for what it passes over.
+/// The number of a member as the effect reads it; none if it skips the member.
 std::optional<float> valueOf(const JsonNode& entry, float min, float max, StoredValues& result) {
   const bool isNumber = jsonIsType(&entry, kJsonNumber);
   const float value = isNumber ? static_cast<float>(entry.valueDouble) : 0.0F;
@@ -147,7 +148,7 @@ std::string sentenceOf(const StoredFault& fault) {
   return "\"parameters\" is missing or no object: all are at their default";
 }
 
-/// The first number that no text can hold, in a list and below it; null if there is none.
+/// The first number, in a list and below it, that cannot be printed; null if there is none.
 const JsonNode* boundlessNumber(const JsonNode* list) {
   for (; list != nullptr; list = list->next) {
     if (!std::isfinite(list->valueDouble)) return list;
@@ -254,7 +255,7 @@ StoredValues storedBandValues(const StateDocument& document) {
 }
 
 std::vector<std::string> documentFaults(const StateDocument& document) {
-  std::map<StoredFault, std::size_t> places;  // in `found`
+  std::map<StoredFault, std::size_t> places;  // indices into `found`
   std::vector<std::pair<StoredFault, std::string>> found;
   const std::vector<StoredSet> sets = storedSets(document);
   for (const StoredSet& set : sets) {

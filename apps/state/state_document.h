@@ -10,17 +10,17 @@
 #include "state/document_keys.h"
 #include "state/json_document.h"
 
-/// What a stored document is, by the members of its root.
+/// Kind of a stored document, by the members of its root.
 enum class StateKind {
   kPreset,  ///< one program
   kFull,    ///< program and banks: what hosts store, and bank files
-  kOld,     ///< one program without "presets" and without version mark, or with banks beside it
+  kOld,     ///< one program without "presets", and either without version mark or with banks
   kBand,    ///< the settings of one band
 };
 
-/// A state, preset, bank or band file, read whole.
+/// A state, preset, bank or band file.
 struct StateDocument {
-  std::string name;  ///< path, as it was given
+  std::string name;  ///< path, as the user gave it
   StateKind kind = StateKind::kPreset;
   bool isPacked = false;
   std::size_t fileBytes = 0;
@@ -32,54 +32,54 @@ struct StateDocument {
   }
 };
 
-/// Reads a file. Throws `Failure` when it cannot be read, is damaged or holds no document; with
-/// line and column ("file:3:14: ...") where its text is no JSON.
+/// Reads a file. Throws `Failure` if it cannot be read, is damaged or contains no document; with
+/// line and column ("file:3:14: ...") if its text is no JSON.
 [[nodiscard]] StateDocument readStateDocument(const std::string& path);
 
-/// The formatted print of the document, without line end. Throws `Failure` for a document with a
-/// number that is too large to be printed.
+/// The document as formatted text, without a line end. Throws `Failure` if it contains a number
+/// that is too large to be printed.
 [[nodiscard]] std::string printedText(const StateDocument& document);
 
-/// The bytes of a file that holds `text`, with its final zero, packed or plain.
+/// The bytes of a file with `text` and a final zero byte, packed or plain.
 [[nodiscard]] std::string stateBytes(const std::string& text, bool isPacked);
 
 /// One set of parameters within a document.
 struct StoredSet {
   std::string place;       ///< "program 1", "bank C"; "band" of a band file
-  const JsonNode* object;  ///< that holds its "parameters"; null for a bank that is missing
+  const JsonNode* object;  ///< the object with its "parameters"; null for a missing bank
 };
 
 /// Program 1 first; then, if there are any, the eight banks.
 [[nodiscard]] std::vector<StoredSet> storedSets(const StateDocument& document);
 
-/// What the effect passes over or corrects in a set.
+/// Something in a set that the effect skips or corrects.
 struct StoredFault {
   enum class Kind { kUnknown, kNoPlace, kNoNumber, kBoundless, kOutOfRange, kNoParameters };
 
   Kind kind = Kind::kNoParameters;
-  std::string_view key;  ///< as the document holds it
-  float value = 0.0F;    ///< what is stored, of one out of range
+  std::string_view key;  ///< as in the document
+  float value = 0.0F;    ///< stored value, if out of range
   float min = 0.0F;
   float max = 0.0F;
 
-  /// What is out of range is so by its key.
+  /// Ignores `min` and `max`, which follow from the key.
   [[nodiscard]] bool operator<(const StoredFault& other) const {
     return std::tie(kind, key, value) < std::tie(other.kind, other.key, other.value);
   }
 };
 
-/// What one set stores, as the effect reads it. The document must outlive it.
+/// The values of a set, as the effect reads them. The document must outlive it.
 struct StoredValues {
-  /// By parameter, 0..1; of a band file plain, and empty for what it does not store.
+  /// By parameter, 0..1. For a band file plain, and none for rows that it does not store.
   std::vector<std::optional<float>> values;
   std::vector<StoredFault> faults;
 };
 
-/// All parameters of a program or bank: what is not stored is at its default.
+/// All parameters of a program or bank; those not stored have their defaults.
 [[nodiscard]] StoredValues storedValues(const StoredSet& set);
-/// The rows of a band file, by the numbers of band 1.
+/// The rows of a band file, by the ids of band 1.
 [[nodiscard]] StoredValues storedBandValues(const StateDocument& document);
 
-/// The faults of all sets, a sentence each, told once with the places it is found in; of a document
-/// with very many the first ten, and how many more there are.
+/// The faults of all sets, one sentence each with all places where it occurs. If there are many,
+/// the first ten and the number of the others.
 [[nodiscard]] std::vector<std::string> documentFaults(const StateDocument& document);

@@ -32,10 +32,10 @@ std::string kindText(StateKind kind) {
 
 const ParameterRecord& recordOf(std::size_t parameter) { return kParameterTable[parameter]; }
 
-/// Stored values as people compare them: enough digits to tell, few enough to read.
+/// A stored value for comparing by eye: enough digits to differ, few enough to read.
 std::string plainText(std::size_t parameter, float plain) {
   constexpr int kDigits = 6;
-  constexpr float kZero = 1e-6F;  // of the range: what is left of a 0 that went through 0..1
+  constexpr float kZero = 1e-6F;  // of the range: rounding error of a 0 that went through 0..1
   const ParameterRecord& record = recordOf(parameter);
   if (std::fabs(plain) < kZero * (record.max - record.min)) return "0";
   std::array<char, 64> text;
@@ -51,9 +51,9 @@ float defaultValue(std::size_t parameter, bool isPlain) {
                  : plainToNormalised(record.value, record.min, record.max, record.curve);
 }
 
-/// Plain values come through text and taper; they are one when they show as one.
+/// Plain values are rounded by text and taper: they are equal if they are shown as equal.
 bool differs(std::size_t parameter, float a, float b, bool isPlain) {
-  constexpr double kLeast = 1e-9;  // what the effect stores
+  constexpr double kLeast = 1e-9;  // least difference that the effect stores
   if (isPlain) return plainText(parameter, a) != plainText(parameter, b);
   return !(static_cast<double>(std::fabs(a - b)) < kLeast);
 }
@@ -102,7 +102,7 @@ std::string bodyRows(const StateDocument& document) {
   return text + reportRow("editor settings", hasEditor ? "yes" : "none");
 }
 
-/// Of the labels of parameters, those that name a unit and not the choices.
+/// The label of a parameter if it is a unit; empty if it lists choices.
 std::string unitOf(std::size_t parameter) {
   const std::string_view label = recordOf(parameter).label;
   for (const std::string_view unit : {"dB", "Hz", "ms", "%", "dB/Oct"}) {

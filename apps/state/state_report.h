@@ -5,11 +5,11 @@
 
 #include "apps/state/state_document.h"
 
-/// What a document is and holds, as aligned lines for people.
+/// Describes a document and its contents, as aligned lines for people.
 [[nodiscard]] std::string stateReport(const StateDocument& document);
 
-/// A line "ID: A B unit" of plain values for each parameter that differs, then how many do. Of
-/// documents program 1 is compared, or the bank 0..7; band files compare with each other alone.
-/// Throws `Failure` for what does not compare.
+/// A line "ID: A B unit" with plain values for each parameter that differs, then their number.
+/// Compares program 1, or bank 0..7. A band file can only be compared with another one. Throws
+/// `Failure` if the documents cannot be compared.
 [[nodiscard]] std::string stateDifference(const StateDocument& a, const StateDocument& b,
                                           std::optional<int> bank);

@@ -75,7 +75,7 @@ AAX_Result AAX_CEffectParameters::NotificationReceived(AAX_CTypeID /*type*/, con
   return AAX_SUCCESS;
 }
 
-/// Calls `read` with the parameter, unless there is none or nowhere to put what it tells.
+/// Calls `read` with the parameter, unless that is unknown or `target` is null.
 template <typename Read>
 AAX_Result AAX_CEffectParameters::readParameter(AAX_CParamID id, const void* target,
                                                 const Read& read) const noexcept {
@@ -225,7 +225,7 @@ AAX_Result AAX_CEffectParameters::GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chu
   if (chunk == nullptr) return AAX_ERROR_NULL_ARGUMENT;
   if (id != kAAX_ControlsChunkID) return AAX_ERROR_INVALID_CHUNK_ID;
   const std::size_t size = controlsChunkSize(parameterManager);
-  // The record has room for what was told, no more.
+  // The record has no more room than the size last returned.
   if (size != controlsSize.load(std::memory_order_relaxed)) return AAX_ERROR_INCORRECT_CHUNK_SIZE;
   writeControlsChunk(parameterManager, chunk->fData);
   chunk->fSize = static_cast<std::int32_t>(size);

@@ -8,10 +8,10 @@
 #include "libraries/aax/aax_parameter_manager.h"
 #include "libraries/aax/acf_reference.h"
 
-/// What all plug-ins share of an instance: reference counting, the way to the host, parameters and
-/// the chunk of their values. Starts with one reference, the maker's, and deletes itself with the
-/// last. Null arguments give `AAX_ERROR_NULL_ARGUMENT`, null identifiers count as unknown. No
-/// exception leaves an operation of the interface.
+/// The parts of an instance that all plug-ins share: reference counting, connection to the host,
+/// parameters and the chunk of their values. Starts with one reference, which belongs to its maker,
+/// and deletes itself with the last. Null arguments return `AAX_ERROR_NULL_ARGUMENT`, null
+/// identifiers count as unknown. No exception leaves an operation of the interface.
 class AAX_CEffectParameters : public AAX_IEffectParameters {
  public:
   AAX_CEffectParameters(const AAX_CEffectParameters&) = delete;
@@ -21,7 +21,7 @@ class AAX_CEffectParameters : public AAX_IEffectParameters {
   std::uint32_t AddRef() override;
   std::uint32_t Release() override;
 
-  /// `EffectInit`, once the host's objects are there; its failure leaves all as before.
+  /// Gets the host's objects and calls `EffectInit`; if that fails, everything is as before.
   AAX_Result Initialize(IACFUnknown* host) override;
   AAX_Result Uninitialize() override;
   AAX_Result NotificationReceived(AAX_CTypeID type, const void* data, std::uint32_t size) override;
@@ -37,14 +37,15 @@ class AAX_CEffectParameters : public AAX_IEffectParameters {
                                          AAX_IString* text) const override;
 
   AAX_Result GetParameterNormalizedValue(AAX_CParamID id, double* normalised) const override;
-  /// Asks the host to set the value, or sets it where no host listens. NaN does nothing.
+  /// Asks the host to set the value, or sets it at once if there is no automation. NaN does
+  /// nothing.
   AAX_Result SetParameterNormalizedValue(AAX_CParamID id, double normalised) override;
   AAX_Result TouchParameter(AAX_CParamID id) override;
   AAX_Result ReleaseParameter(AAX_CParamID id) override;
   AAX_Result UpdateParameterNormalizedValue(AAX_CParamID id, double normalised,
                                             AAX_EUpdateSource source) override;
 
-  /// Zeros.
+  /// Fills the field with zeros.
   AAX_Result ResetFieldData(AAX_CFieldIndex field, void* data, std::uint32_t size) const override;
 
   AAX_Result GetNumberOfChunks(std::int32_t* count) const override;
@@ -52,7 +53,7 @@ class AAX_CEffectParameters : public AAX_IEffectParameters {
   AAX_Result GetChunkSize(AAX_CTypeID id, std::uint32_t* size) const override;
   AAX_Result GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk) const override;
   /// Asks the host to set every value whose parameter is known. Damaged bytes change nothing and
-  /// give `AAX_ERROR_INCORRECT_CHUNK_SIZE`.
+  /// return `AAX_ERROR_INCORRECT_CHUNK_SIZE`.
   AAX_Result SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) override;
   AAX_Result GetNumberOfChanges(std::int32_t* changes) const override;
   AAX_Result GetCurveData(AAX_CTypeID type, const float* frequencies, std::uint32_t count,
@@ -62,21 +63,21 @@ class AAX_CEffectParameters : public AAX_IEffectParameters {
   AAX_CEffectParameters() : parameterManager(automation) {}
   virtual ~AAX_CEffectParameters() = default;
 
-  /// Registers the parameters; may fail with a code of its own. The controller is there.
+  /// Registers the parameters; may fail with any code. The controller is available.
   virtual AAX_Result EffectInit() = 0;
 
-  /// From the end of `Initialize` to `Uninitialize`: what other threads need to know before they
-  /// look for parameters.
+  /// True from the end of `Initialize` to `Uninitialize`; other threads must check it before they
+  /// access parameters.
   [[nodiscard]] bool isInitialised() const noexcept {
     return initialised.load(std::memory_order_acquire);
   }
   /// Stores a value and marks it for the host.
   void storeParameter(AAX_IParameter& parameter, double normalised);
   void countChange() noexcept { numPlugInChanges.fetch_add(1, std::memory_order_relaxed); }
-  /// Copies a text into the head of a chunk, cut to its room.
+  /// Copies a text to the name of a chunk, cut to fit.
   static void nameChunk(AAX_SPlugInChunk& chunk, const char* name) noexcept;
 
-  SharedAcfReference<AAX_IController> controller;  // both none outside of `isInitialised`
+  SharedAcfReference<AAX_IController> controller;  // both empty unless `isInitialised`
   SharedAcfReference<AAX_IAutomationDelegate> automation;
   AAX_CParameterManager parameterManager;
   AAX_CPacketDispatcher packetDispatcher;
@@ -90,5 +91,5 @@ class AAX_CEffectParameters : public AAX_IEffectParameters {
   std::atomic<bool> started{false};
   std::atomic<bool> initialised{false};
   std::atomic<std::int32_t> numPlugInChanges{0};
-  mutable std::atomic<std::uint32_t> controlsSize{0};  // as last told
+  mutable std::atomic<std::uint32_t> controlsSize{0};  // as last returned by `GetChunkSize`
 };

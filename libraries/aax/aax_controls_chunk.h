@@ -8,18 +8,19 @@
 
 #include "libraries/aax/aax_parameter_manager.h"
 
-/// The values of all parameters as bytes: a mark, the count, then per parameter the length of its
-/// identifier, the identifier and its normalised value in 64 bits; numbers in little-endian order.
+// A chunk with the values of all parameters: a mark, the count, then for each parameter the length
+// of its identifier, the identifier and its normalised value as a 64-bit float. Numbers are
+// little-endian.
 
 struct AaxControlValue {
   std::string id;
   double normalised;  ///< 0..1
 };
 
-/// Depends on the identifiers alone.
+/// Bytes of the chunk; depends only on the identifiers.
 [[nodiscard]] std::size_t controlsChunkSize(const AAX_CParameterManager& parameters) noexcept;
-/// Writes as many bytes as `controlsChunkSize` tells.
+/// Writes `controlsChunkSize` bytes.
 void writeControlsChunk(const AAX_CParameterManager& parameters, char* data) noexcept;
-/// Nothing for bytes that were cut, have more behind them or hold what is no such value.
+/// None if the bytes are cut short, are followed by others or contain an invalid value.
 [[nodiscard]] std::optional<std::vector<AaxControlValue>> readControlsChunk(
     std::span<const char> data);

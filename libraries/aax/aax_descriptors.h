@@ -5,11 +5,11 @@
 #include "libraries/aax/aax_types.h"
 #include "libraries/aax/acf.h"
 
-/// What a plug-in tells about itself at load. All objects are the host's; those that come from a
-/// `New...` call live as long as the collection. A call that fails answers a negative code.
-/// Texts are copied. One thread, during `ACFRegisterPlugin`.
+// The description that a plug-in gives of itself when it is loaded. The host owns all objects;
+// those from a `New...` call live as long as the collection. A call that fails returns a negative
+// code. Texts are copied. One thread, during `ACFRegisterPlugin`.
 
-/// Numbered values of an effect, a component or a meter.
+/// Numbered properties of an effect, a component or a meter.
 class AAX_IPropertyMap {
  public:
   virtual AAX_Result AddProperty(AAX_EProperty property, AAX_CPropertyValue value) = 0;
@@ -20,8 +20,8 @@ class AAX_IPropertyMap {
   ~AAX_IPropertyMap() = default;
 };
 
-/// Renders the instances from `begin` to before `end`: pointers to their contexts, whose fields lie
-/// in the order of their numbers.
+/// Renders the instances from `begin` to before `end`, given by pointers to their contexts. The
+/// fields of a context lie in the order of their numbers.
 using AAX_CProcessProc = void (*)(void* const* begin, const void* end);
 
 /// One signal processing component: the fields of its context and its render callbacks.
@@ -32,9 +32,9 @@ class AAX_IComponentDescriptor {
   virtual AAX_Result AddAudioBufferLength(AAX_CFieldIndex field) = 0;  ///< int32*, frames
   virtual AAX_Result AddSampleRate(AAX_CFieldIndex field) = 0;         ///< AAX_CSampleRate*
   virtual AAX_Result AddClock(AAX_CFieldIndex field) = 0;              ///< AAX_CTimestamp*
-  /// int32*: the place of the sidechain among the channels of audio in; 0 for none.
+  /// int32*: index of the sidechain among the channels of audio in; 0 for none.
   virtual AAX_Result AddSideChainIn(AAX_CFieldIndex field) = 0;
-  /// AAX_IMIDINode*, null where the host has none.
+  /// AAX_IMIDINode*, null if the host has none.
   virtual AAX_Result AddMIDINode(AAX_CFieldIndex field, AAX_EMIDINodeType type, const char* name,
                                  std::uint32_t channelMask) = 0;
   /// A block of `size` bytes per instance, filled by `ResetFieldData`.
@@ -68,7 +68,7 @@ class AAX_IEffectDescriptor {
   ~AAX_IEffectDescriptor() = default;
 };
 
-/// All effects of a library.
+/// The effects of a library.
 class AAX_ICollection : public IACFPluginDefinition {
  public:
   [[nodiscard]] virtual AAX_IEffectDescriptor* NewDescriptor() = 0;  ///< null when it fails

@@ -3,7 +3,8 @@
 #include "libraries/aax/aax_types.h"
 #include "libraries/aax/acf.h"
 
-/// The result of `call`; `ACF_E_UNEXPECTED` for an exception, which must not reach the host.
+/// Returns the result of `call`; `ACF_E_UNEXPECTED` if it throws, since no exception may reach the
+/// host.
 template <typename Call>
 AAX_Result aaxGuarded(const Call& call) noexcept {
   try {

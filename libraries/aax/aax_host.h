@@ -5,9 +5,9 @@
 #include "libraries/aax/aax_types.h"
 #include "libraries/aax/acf.h"
 
-/// What the host offers to an instance while it lives.
+// The interfaces that the host offers to an instance while it lives.
 
-/// Text that host and plug-in hand to each other.
+/// Text passed between host and plug-in.
 class AAX_IString {
  public:
   [[nodiscard]] virtual std::uint32_t Length() const = 0;
@@ -18,7 +18,7 @@ class AAX_IString {
   ~AAX_IString() = default;
 };
 
-/// The host's log; the host's own unknown hands it out. Any thread but the audio thread.
+/// The host's log, provided by the host's own unknown. Any thread but the audio thread.
 class AAX_IHostServices : public IACFUnknown {
  public:
   virtual AAX_Result HandleAssertFailure(const char* file, std::int32_t line, const char* note) = 0;
@@ -27,7 +27,7 @@ class AAX_IHostServices : public IACFUnknown {
   ~AAX_IHostServices() = default;
 };
 
-/// One instance's place in the host. Not on the audio thread, but for what says so.
+/// The host's view of one instance. Any thread but the audio thread, unless noted.
 class AAX_IController : public IACFUnknown {
  public:
   virtual AAX_Result GetSampleRate(AAX_CSampleRate* hz) const = 0;
@@ -39,8 +39,8 @@ class AAX_IController : public IACFUnknown {
   ~AAX_IController() = default;
 };
 
-/// How parameter changes reach the host's automation. The same object as the controller. Values
-/// posted come back through `AAX_IEffectParameters::UpdateParameterNormalizedValue`, at once or
+/// Sends parameter changes to the host's automation. The same object as the controller. Posted
+/// values come back through `AAX_IEffectParameters::UpdateParameterNormalizedValue`, at once or
 /// later. Any thread but the audio thread.
 class AAX_IAutomationDelegate : public IACFUnknown {
  public:
@@ -60,7 +60,7 @@ class AAX_ITransport {
   virtual AAX_Result GetCurrentTempo(double* beatsPerMinute) const = 0;
   virtual AAX_Result GetCurrentMeter(std::int32_t* numerator, std::int32_t* denominator) const = 0;
   virtual AAX_Result IsTransportPlaying(bool* playing) const = 0;
-  /// 960000 to the quarter note.
+  /// 960000 ticks per quarter note.
   virtual AAX_Result GetCurrentTickPosition(std::int64_t* ticks) const = 0;
   virtual AAX_Result GetCurrentLoopPosition(bool* looping, std::int64_t* startTick,
                                             std::int64_t* endTick) const = 0;
@@ -70,12 +70,12 @@ class AAX_ITransport {
   ~AAX_ITransport() = default;
 };
 
-/// A stream of MIDI packets to or from the plug-in, or the way to the transport. Audio thread.
+/// A stream of MIDI packets to or from the plug-in, or access to the transport. Audio thread.
 class AAX_IMIDINode {
  public:
   [[nodiscard]] virtual AAX_CMidiStream* GetNodeBuffer() = 0;
   virtual AAX_Result PostMIDIPacket(AAX_CMidiPacket* packet) = 0;
-  /// Null where the node is none of the transport type.
+  /// Null unless the node has the transport type.
   [[nodiscard]] virtual AAX_ITransport* GetTransport() = 0;
 
  protected:

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Not destroyed with the library: the host may be gone by then.
+// Never destroyed: when the library is unloaded, the host may be gone already.
 constinit std::mutex mutex;
 constinit AAX_IHostServices* services = nullptr;
 
@@ -18,7 +18,7 @@ void AAX_CHostServices::Set(IACFUnknown* host) noexcept {
   try {
     next = acfQuery<AAX_IHostServices>(host, IID_AAX_IHostServices).detach();
   } catch (...) {
-    // A host that throws has no log.
+    // If the host throws, nothing can be logged.
     next = nullptr;
   }
   {

@@ -7,8 +7,8 @@
 /// The host's log, for all instances of the process. Any thread but the audio thread.
 class AAX_CHostServices {
  public:
-  /// Keeps the services that `host` hands out, if any, in place of those before. Null lets go.
+  /// Replaces the services by those that `host` provides, if any. Null releases them.
   static void Set(IACFUnknown* host) noexcept;
-  /// Goes nowhere while there are no services. Of `file` the name alone is told.
+  /// Does nothing while there are no services. Only the name of `file` is logged, not its folder.
   static void HandleAssertFailure(const char* file, std::int32_t line, const char* note) noexcept;
 };

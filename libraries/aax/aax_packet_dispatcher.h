@@ -6,9 +6,8 @@
 
 #include "libraries/aax/aax_types.h"
 
-/// Remembers which parameters have changed since somebody last looked. Any thread but the audio
-/// thread. A null identifier is never marked. One that has been marked or cleared before needs no
-/// memory any more.
+/// Remembers which parameters have changed since they were last cleared. Any thread but the audio
+/// thread. A null identifier is never marked. Only the first call for an identifier allocates.
 class AAX_CPacketDispatcher {
  public:
   void SetDirty(AAX_CParamID id, bool isDirty);

@@ -22,7 +22,7 @@ class AAX_ITaperDelegate {
   [[nodiscard]] virtual double RealToNormalized(T real) const noexcept = 0;
 };
 
-/// A straight line from `lowest` to `highest`, which are not equal.
+/// A linear taper from `lowest` to `highest`, which must differ.
 template <typename T>
 class AAX_CLinearTaperDelegate final : public AAX_ITaperDelegate<T> {
  public:
@@ -41,7 +41,7 @@ class AAX_CLinearTaperDelegate final : public AAX_ITaperDelegate<T> {
   const T high;
 };
 
-/// Off below the middle, on from there.
+/// Off below 0.5, otherwise on.
 template <typename T>
 class AAX_CBinaryTaperDelegate final : public AAX_ITaperDelegate<T> {
  public:
@@ -51,7 +51,7 @@ class AAX_CBinaryTaperDelegate final : public AAX_ITaperDelegate<T> {
   [[nodiscard]] double RealToNormalized(T real) const noexcept override { return real ? 1.0 : 0.0; }
 };
 
-/// The text of a value. Any thread but the audio thread.
+/// Writes the text of a value. Any thread but the audio thread.
 template <typename T>
 class AAX_IDisplayDelegate {
  public:
@@ -59,7 +59,7 @@ class AAX_IDisplayDelegate {
   virtual void ValueToString(T value, AAX_IString* text) const = 0;
 };
 
-/// One text for off, one for on; they are kept by address.
+/// One text for off and one for on; keeps pointers to them.
 template <typename T>
 class AAX_CBinaryDisplayDelegate final : public AAX_IDisplayDelegate<T> {
  public:
@@ -74,8 +74,8 @@ class AAX_CBinaryDisplayDelegate final : public AAX_IDisplayDelegate<T> {
 
 /// A parameter as the host sees it. Normalised values are 0..1 and clamped; NaN counts as 0.
 ///
-/// Threads: what it is, is set before it is registered; its value is read on any thread and stored
-/// on any; the rest on any thread but the audio thread.
+/// Threads: set steps and type before registering it; values may be read and stored on any thread;
+/// the rest on any thread but the audio thread.
 class AAX_IParameter {
  public:
   virtual ~AAX_IParameter() = default;
@@ -89,16 +89,16 @@ class AAX_IParameter {
   [[nodiscard]] virtual double GetNormalizedDefaultValue() const noexcept = 0;
   [[nodiscard]] virtual double GetNormalizedValue() const noexcept = 0;
   [[nodiscard]] virtual bool GetValueAsBool() const noexcept = 0;  ///< not 0
-  /// Stores the value; nobody is told.
+  /// Stores the value; the host is not told.
   virtual void UpdateNormalizedValue(double normalised) noexcept = 0;
-  /// Steps are counted from 0 and lie evenly in 0..1.
+  /// The step of the value; steps count from 0 and are evenly spaced in 0..1.
   [[nodiscard]] virtual std::int32_t GetStepValue() const noexcept = 0;
   virtual void GetStringFromNormalizedValue(double normalised, AAX_IString* text) const = 0;
 
-  /// Whom touches are posted to, kept by address; null for nobody.
+  /// Sets where touches are posted; keeps the pointer. Null for nowhere.
   virtual void SetAutomationDelegate(
       const SharedAcfReference<AAX_IAutomationDelegate>* delegate) noexcept = 0;
-  // Frame a change by the user.
+  // Begin and end a change by the user.
   virtual AAX_Result Touch() = 0;
   virtual AAX_Result Release() = 0;
 };
@@ -110,7 +110,7 @@ class AAX_CParameter final : public AAX_IParameter {
   using Taper = std::unique_ptr<const AAX_ITaperDelegate<T>>;
   using Display = std::unique_ptr<const AAX_IDisplayDelegate<T>>;
 
-  /// Has its default as value. The delegates are not null.
+  /// `usual` is the default and the initial value. The delegates must not be null.
   AAX_CParameter(std::string newIdentifier, std::string newName, T usual, Taper newTaper,
                  Display newDisplay)
       : identifier(std::move(newIdentifier)),

@@ -9,23 +9,23 @@
 #include "libraries/aax/aax_parameter.h"
 
 /// The parameters of an instance, in order and by identifier.
-/// Threads: they are added and removed on one thread while no other looks.
+/// Threads: add and remove parameters on one thread while no other accesses them.
 class AAX_CParameterManager {
  public:
-  /// `delegate` hears of the parameters that come and go; kept by address.
+  /// `delegate` is told of parameters added and removed; the reference is kept.
   explicit AAX_CParameterManager(const SharedAcfReference<AAX_IAutomationDelegate>& delegate)
       : automation(delegate) {}
 
-  /// Registers it with the host, too. An identifier that is there already is refused.
+  /// Adds a parameter and registers it with the host. Refuses an identifier that exists already.
   AAX_Result AddParameter(std::unique_ptr<AAX_IParameter> parameter);
-  /// Tells the host that none of them is to be automated any more; they stay.
+  /// Unregisters all parameters from the host's automation, but keeps them.
   void UnregisterParameters() const;
   void RemoveAllParameters() noexcept;
 
   [[nodiscard]] std::int32_t NumParameters() const noexcept {
     return static_cast<std::int32_t>(parameters.size());
   }
-  // Null, and -1, for what is not there.
+  // Null or -1 if there is no such parameter.
   [[nodiscard]] AAX_IParameter* GetParameter(std::int32_t index) const noexcept;
   [[nodiscard]] AAX_IParameter* GetParameterByID(AAX_CParamID id) const noexcept;
   [[nodiscard]] std::int32_t GetParameterIndex(AAX_CParamID id) const noexcept;

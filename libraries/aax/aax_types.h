@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Results, numbers and records that host and plug-in share.
+// Results, numbers and records that host and plug-in share.
 
 using AAX_Result = std::int32_t;
 inline constexpr AAX_Result AAX_SUCCESS = 0;
@@ -24,7 +24,7 @@ using AAX_CSampleRate = float;        ///< Hz
 using AAX_CTimestamp = std::int64_t;  ///< samples
 using AAX_CPropertyValue = std::int64_t;
 
-/// 'CvnP' and the like.
+/// Makes an id from four letters, such as "CvnP".
 [[nodiscard]] constexpr AAX_CTypeID AAX_TypeID(const char (&letters)[5]) noexcept {
   AAX_CTypeID id = 0;
   for (int i = 0; i < 4; ++i) id = id << 8 | static_cast<unsigned char>(letters[i]);
@@ -34,7 +34,7 @@ using AAX_CPropertyValue = std::int64_t;
 enum AAX_EStemFormat : std::int32_t {
   AAX_eStemFormat_None = 0,
   AAX_eStemFormat_Mono = 1,
-  AAX_eStemFormat_Stereo = 0x10002,  ///< number of the format above, channels below
+  AAX_eStemFormat_Stereo = 0x10002,  ///< high half: number of the format; low half: channels
 };
 /// Channels of a stem format.
 [[nodiscard]] constexpr std::int32_t AAX_STEM_FORMAT_CHANNEL_COUNT(std::int32_t format) noexcept {
@@ -80,7 +80,7 @@ enum AAX_EUpdateSource : std::int32_t {
   AAX_eUpdateSource_Chunk = 2,
 };
 
-// Which of an effect's functions a registered pointer is.
+// Which function of an effect a registered pointer is.
 inline constexpr AAX_CTypeID kAAX_ProcPtrID_Create_EffectParameters = AAX_TypeID("ePar");
 inline constexpr AAX_CTypeID kAAX_ProcPtrID_Create_EffectGUI = AAX_TypeID("eGUI");
 
@@ -96,7 +96,7 @@ inline constexpr AAX_CTypeID AAX_eCurveType_EQ = AAX_TypeID("AXeq");
 inline constexpr AAX_CTypeID kAAX_ControlsChunkID = AAX_TypeID("elck");
 inline constexpr const char* kAAX_ControlsChunkDescription = "Complete Controls State";
 
-/// A stored state on its way; `fSize` bytes of it stand from `fData` on.
+/// A stored state in transit: `fSize` bytes from `fData` on.
 struct AAX_SPlugInChunk {
   std::int32_t fSize;
   std::int32_t fVersion;
@@ -109,7 +109,7 @@ struct AAX_SPlugInChunk {
 };
 static_assert(offsetof(AAX_SPlugInChunk, fData) == 56);
 
-/// One message of up to four bytes; longer ones come as several.
+/// Up to four bytes of a message; longer messages come as several packets.
 struct AAX_CMidiPacket {
   std::uint32_t mTimestamp;  ///< samples after the start of the buffer
   std::uint32_t mLength;     ///< bytes, up to 4

@@ -3,11 +3,11 @@
 #include <array>
 #include <cstdint>
 
-/// The component framework of the AAX interface: reference-counted objects that hand out their
-/// interfaces by number, and the six functions that a plug-in library exports.
-///
-/// Declared here under the published names as far as the bridge needs them, so that the platform's
-/// own headers can stand in their place.
+// The component framework of the AAX interface: reference-counted objects that provide their
+// interfaces by number, and the functions that a plug-in library exports.
+//
+// Only the declarations that the adapter needs, under their published names, so that the platform's
+// own headers can replace this one.
 
 using ACFRESULT = std::int32_t;
 inline constexpr ACFRESULT ACF_OK = 0;
@@ -24,11 +24,11 @@ struct acfUID {
 using acfIID = acfUID;
 using acfCLSID = acfUID;
 
-/// Objects live as long as their count of references is above 0. Whoever gets a pointer through an
-/// out parameter holds a reference and releases it.
+/// Objects live while their reference count is above 0. Whoever gets a pointer through an out
+/// parameter owns a reference and must release it.
 class IACFUnknown {
  public:
-  /// `*object` is null, and the result `ACF_E_NOINTERFACE`, for an interface that is not there.
+  /// For an interface that the object lacks, `*object` is null and the result `ACF_E_NOINTERFACE`.
   virtual ACFRESULT QueryInterface(const acfIID& iid, void** object) = 0;
   virtual std::uint32_t AddRef() = 0;
   virtual std::uint32_t Release() = 0;
@@ -37,7 +37,7 @@ class IACFUnknown {
   ~IACFUnknown() = default;
 };
 
-/// What `ACFRegisterPlugin` gives to the host.
+/// What `ACFRegisterPlugin` returns to the host.
 class IACFPluginDefinition : public IACFUnknown {
  protected:
   ~IACFPluginDefinition() = default;
@@ -48,7 +48,7 @@ class IACFComponentDefinition : public IACFUnknown {
   ~IACFComponentDefinition() = default;
 };
 
-/// Makes the host's objects; the host's own unknown hands it out.
+/// Makes the host's objects; provided by the host's own unknown.
 class IACFComponentFactory : public IACFUnknown {
  public:
   virtual ACFRESULT CreateInstance(const acfCLSID& classId, IACFUnknown* outer, const acfIID& iid,
@@ -62,7 +62,7 @@ inline constexpr acfIID IID_IACFUnknown = {{0x00000000, 0x00000000, 0x000000c0, 
 inline constexpr acfIID IID_IACFComponentFactory = {
     {0x48564b41, 0x43460001, 0x8c1f6a52, 0x5d3e9b70}};
 
-// The entry points, as a host finds them by name.
+// The exported functions, which a host finds by name.
 using ACFRegisterPluginProc = ACFRESULT (*)(IACFUnknown* host, IACFPluginDefinition** definition);
 using ACFRegisterComponentProc = ACFRESULT (*)(IACFUnknown* host, std::uint32_t index,
                                                IACFComponentDefinition** definition);
@@ -73,5 +73,5 @@ using ACFStartupProc = ACFRESULT (*)(IACFUnknown* host);
 using ACFShutdownProc = ACFRESULT (*)(IACFUnknown* host);
 using ACFGetSDKVersionProc = ACFRESULT (*)(std::uint64_t* version);
 
-/// Of the interface as declared here: the version in the upper half, its revision in the lower.
+/// Version of the interface declared here: version in the upper half, revision in the lower.
 inline constexpr std::uint64_t kAcfSdkVersion = std::uint64_t{0x0200} << 32;

@@ -38,7 +38,7 @@ class AcfReference {
   Interface* object = nullptr;
 };
 
-/// What `source` hands out by number; none for a null source and for what it does not have.
+/// The interface of `source` with this number; empty if `source` is null or lacks it.
 template <typename Interface>
 [[nodiscard]] AcfReference<Interface> acfQuery(IACFUnknown* source, const acfIID& iid) {
   void* found = nullptr;
@@ -46,14 +46,14 @@ template <typename Interface>
   return AcfReference<Interface>::adopt(static_cast<Interface*>(found));
 }
 
-/// A reference that one thread gives back while others use it: they take one of their own, so that
-/// nobody calls a host while holding a lock. Any thread but the audio thread.
+/// A reference that one thread may release while others use the object. Users take a reference of
+/// their own, so that no lock is held while a host is called. Any thread but the audio thread.
 template <typename Interface>
 class SharedAcfReference {
  public:
   void set(AcfReference<Interface> next) {
     const std::lock_guard guard(mutex);
-    std::swap(reference, next);  // the old one goes with `next`, after the lock
+    std::swap(reference, next);  // the old one is released with `next`, after the lock
   }
   void reset() { set({}); }
   [[nodiscard]] AcfReference<Interface> get() const {

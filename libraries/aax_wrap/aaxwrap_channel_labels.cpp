@@ -22,8 +22,7 @@ constexpr std::array<Label, 9> kLabels = {{{"Left", "Mid"},
                                            {"LFE", "LFE"}}};
 constexpr std::string_view kLetters = "LRClrxySW";  // of the labels above, in their order
 
-// Mono, stereo, then by channels: three in front, with one behind, quad, five, five and one, seven
-// and one.
+// Mono, stereo, three front channels, the same with one rear channel, quad, 5.0, 5.1, 7.1.
 constexpr std::array<std::string_view, 8> kFormats = {"C",    "LR",    "LCR",    "LCRS",
                                                       "LRlr", "LCRlr", "LCRlrW", "LxCyRlrW"};
 

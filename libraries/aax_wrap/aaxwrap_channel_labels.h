@@ -5,6 +5,6 @@
 #include "host/plug_base.h"
 #include "libraries/aax/aax_types.h"
 
-/// The names of the channels of a stem format, in the host's order; empty for a format that is none
-/// of the first eight.
+/// The names of a stem format's channels, in the host's order; empty unless it is one of the first
+/// eight formats.
 [[nodiscard]] std::vector<ChannelLabel> aaxChannelLabels(AAX_EStemFormat format);

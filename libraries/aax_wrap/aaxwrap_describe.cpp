@@ -25,7 +25,7 @@ constexpr std::uint32_t kMidiInChannels = 0xf;
 constexpr std::uint32_t kTransportChannels = 0xffff;
 constexpr std::int32_t kMidiOutSize = 4;
 
-/// Four letters that lie in memory as they are read.
+/// Four letters that appear in memory in reading order.
 constexpr AAX_CTypeID meterId(std::string_view letters) {
   AAX_CTypeID id = 0;
   for (std::size_t i = 4; i-- > 0;) id = id << 8 | static_cast<unsigned char>(letters[i]);
@@ -62,13 +62,13 @@ constexpr std::array<Configuration, 2> kConfigurations = {
     {{AAX_eStemFormat_Mono, AAX_TypeID("RTMN"), AAX_TypeID("ASMN"), &aaxRender<1>},
      {AAX_eStemFormat_Stereo, AAX_TypeID("RTST"), AAX_TypeID("ASST"), &aaxRender<2>}}};
 
-/// Logs a call of the host's that failed, with the line it stands in.
+/// Logs a failed call of the host, with its line in this file.
 void check(AAX_Result err, std::int32_t line = __builtin_LINE()) {
   if (err == AAX_SUCCESS) return;
   AAX_CHostServices::HandleAssertFailure(__FILE__, line, "err == AAX_SUCCESS");
 }
 
-/// Logs the same where the host could not make an object; whether it could.
+/// Logs if the host could not make an object; returns whether it could.
 bool isThere(const void* object, std::int32_t line = __builtin_LINE()) {
   if (object == nullptr) check(AAX_ERROR_NULL_OBJECT, line);
   return object != nullptr;
@@ -128,10 +128,10 @@ void describeMeters(AAX_IEffectDescriptor& effect) {
   }
 }
 
-/// Null where there is no memory for an instance.
+/// Makes an instance; null if memory runs out.
 IACFUnknown* makeParameters() {
   try {
-    // The host holds the one reference it starts with.
+    // The host owns the reference with which it starts.
     return new AAXWrap_Parameters(std::make_unique<Plug>(&aaxHostCallback));
   } catch (...) {
     return nullptr;

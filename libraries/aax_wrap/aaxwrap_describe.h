@@ -2,7 +2,7 @@
 
 #include "libraries/aax/aax_descriptors.h"
 
-/// Tells the host what this library holds: one effect, for mono and for stereo. A call that fails
-/// is logged and the description goes on; without an effect descriptor the result is
-/// `AAX_ERROR_NULL_OBJECT`, else success.
+/// Describes the contents of this library to the host: one effect, for mono and for stereo. Calls
+/// that fail are logged and the description continues. Returns `AAX_ERROR_NULL_OBJECT` if the host
+/// makes no effect descriptor, otherwise success.
 [[nodiscard]] AAX_Result aaxDescribe(AAX_ICollection& collection);

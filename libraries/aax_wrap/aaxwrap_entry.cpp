@@ -1,4 +1,4 @@
-// What the library exports.
+// The functions that the library exports.
 
 #include <cstdint>
 
@@ -33,7 +33,7 @@ ACFRESULT registerPlugin(IACFUnknown& host, IACFPluginDefinition*& definition) {
 #pragma GCC visibility push(default)
 extern "C" {
 
-/// Describes the library in a collection that the host makes, and hands that back.
+/// Describes the library in a collection made by the host, and returns that.
 ACFRESULT ACFRegisterPlugin(IACFUnknown* host, IACFPluginDefinition** definition) {
   if (definition == nullptr) return ACF_E_POINTER;
   *definition = nullptr;
@@ -41,14 +41,14 @@ ACFRESULT ACFRegisterPlugin(IACFUnknown* host, IACFPluginDefinition** definition
   return aaxGuarded([&] { return registerPlugin(*host, *definition); });
 }
 
-/// There are no components apart from the plug-in's.
+/// The library has no further components.
 ACFRESULT ACFRegisterComponent(IACFUnknown* /*host*/, std::uint32_t /*index*/,
                                IACFComponentDefinition** definition) {
   if (definition != nullptr) *definition = nullptr;
   return ACF_OK;
 }
 
-/// Nor classes by number: instances come from the registered function.
+/// The library has no classes by number: instances come from the registered function.
 ACFRESULT ACFGetClassFactory(IACFUnknown* /*host*/, const acfCLSID& /*classId*/,
                              const acfIID& /*iid*/, void** object) {
   if (object == nullptr) return ACF_E_POINTER;

@@ -58,8 +58,8 @@ AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
 }
 
 AAXWrap_Parameters::~AAXWrap_Parameters() {
-  // Before all that its last messages reach. Not by `reset`, which clears the pointer first: a
-  // message under way on another thread still asks the effect for values.
+  // Before the members that its last messages use. Not by `reset`, which clears the pointer first:
+  // a message under way on another thread still asks the effect for values.
   std::default_delete<Plug>()(effect.get());
   static_cast<void>(effect.release());
   instances.fetch_sub(1);
@@ -95,7 +95,7 @@ AAX_Result AAXWrap_Parameters::EffectInit() {
 
 AAX_Result AAXWrap_Parameters::registerParameters() {
   const auto add = [this](std::unique_ptr<AAX_IParameter> parameter) {
-    packetDispatcher.SetDirty(parameter->Identifier(), false);  // from here on it takes no memory
+    packetDispatcher.SetDirty(parameter->Identifier(), false);  // later calls do not allocate
     return parameterManager.AddParameter(std::move(parameter));
   };
   for (std::int32_t i = 0; i < effect->parameterCount(); ++i) {
@@ -136,14 +136,14 @@ float AAXWrap_Parameters::plainAt(std::int32_t index, float normalised) const {
   return effect->normalisedToPlain(index, normalised);
 }
 
-/// A plain value as a share of the range and one step more: what the host counts as its steps.
+/// A plain value as a share of the range plus one step, which is how the host counts steps.
 float AAXWrap_Parameters::stepShare(std::int32_t index, float plain) const {
   const float lowest = plainAt(index, 0.0F);
   return (plain - lowest) / (plainAt(index, 1.0F) - lowest + 1.0F);
 }
 
-/// The host's value for one of the effect's. Of parameters with steps it is that of the value the
-/// effect makes of it, since the host's nearest step may be another one.
+/// The host's value for one of the effect's. For parameters with steps it is computed from the
+/// effect's plain value, since the host's nearest step may be a different one.
 float AAXWrap_Parameters::hostValue(std::int32_t index, float normalised) const {
   if (effect->getStepCount(index) <= 1) return normalised;
   const float plain = plainAt(index, normalised);
@@ -151,7 +151,7 @@ float AAXWrap_Parameters::hostValue(std::int32_t index, float normalised) const 
   return wholeSteps ? stepShare(index, plain) : effect->plainToNormalised(index, plain);
 }
 
-/// The effect's value for the host's: of parameters with steps exactly that of the host's step.
+/// The effect's value for the host's; for parameters with steps exactly that of the host's step.
 float AAXWrap_Parameters::effectValue(std::int32_t index, const AAX_IParameter& parameter) const {
   if (effect->getStepCount(index) <= 1) return static_cast<float>(parameter.GetNormalizedValue());
   const std::int32_t units = parameter.GetStepValue() * effect->getStepSize(index);
@@ -195,7 +195,7 @@ AAX_Result AAXWrap_Parameters::reportLatency(bool onlyOnceRendered) {
     const bool mayHide = !onlyOnceRendered || hasRendered.load(std::memory_order_relaxed) != 0;
     return mayHide && bypassOn.load(std::memory_order_relaxed) ? 0 : effect->getInitialDelay();
   };
-  // Another thread may report meanwhile: whoever comes last has told what is true.
+  // Another thread may report meanwhile: repeat until the value told is still the current one.
   AAX_Result result = AAX_SUCCESS;
   std::int32_t told = 0;
   do {
@@ -232,7 +232,7 @@ void AAXWrap_Parameters::takeEffectValues() {
     AAX_IParameter* const parameter = effectParameter(i);
     if (parameter == nullptr) return;
     const float value = effect->getParameter(i);
-    if (effectValue(i, *parameter) == value) continue;  // the host's own stays to the bit
+    if (effectValue(i, *parameter) == value) continue;  // the host's value stays, bit by bit
     storeParameter(*parameter, static_cast<double>(hostValue(i, value)));
   }
 }
@@ -243,7 +243,7 @@ void AAXWrap_Parameters::queueMidiOut(const VstEvents* events) noexcept {
   const auto append = [](auto& queue, const VstEvent* event) {
     if (queue.size() == queue.capacity()) return;
     auto& place = queue.emplace_back();
-    // Copied, since the bytes are not declared as what they are.
+    // Copied, since the memory need not hold objects of these types.
     std::memcpy(&place, event, sizeof place);
   };
   for (std::int32_t i = 0; i < events->numEvents; ++i) {
@@ -277,7 +277,7 @@ AAX_Result AAXWrap_Parameters::NotificationReceived(AAX_CTypeID type, const void
         std::int32_t state = 0;
         if (data == nullptr || size < sizeof state) break;
         std::memcpy(&state, data, sizeof state);
-        // Only effects with a parameter of that name want to know.
+        // Of use only to effects with a parameter of that name.
         SetParameterNormalizedValue(kPreviewIdentifier, static_cast<double>(state));
         break;
       }
@@ -363,7 +363,7 @@ AAX_Result AAXWrap_Parameters::SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* 
   });
 }
 
-/// The list of all values, as one change. The bank comes first: to switch to it exchanges the
+/// Restores all values as one change. The bank comes first, since switching banks replaces the
 /// others.
 AAX_Result AAXWrap_Parameters::restoreControls(const AAX_SPlugInChunk& chunk) {
   return aaxGuarded([&] {
@@ -378,7 +378,7 @@ AAX_Result AAXWrap_Parameters::restoreControls(const AAX_SPlugInChunk& chunk) {
     }
     const AAX_Result result = AAX_CEffectParameters::SetChunk(kAAX_ControlsChunkID, &chunk);
     effect->edits().chain.repair();
-    takeEffectValues();  // the repair tells nobody what it moves
+    takeEffectValues();  // the repair of the chain does not report what it changes
     return result;
   });
 }

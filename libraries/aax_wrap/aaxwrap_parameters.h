@@ -14,26 +14,26 @@
 #include "host/aeffect.h"
 #include "libraries/aax/aax_c_effect_parameters.h"
 
-/// Number of a parameter and whether it has steps, as the host identifies it: four bytes, the
-/// lowest of the number first, then a zero. Number 224 has a zero in front, thus an empty text:
-/// kept, since sessions hold these texts and no other parameter's is empty.
+/// The host's identifier of a parameter, made of its number and whether it has steps: four bytes,
+/// lowest first, then a zero. For number 224 the first byte is zero and the text therefore empty:
+/// kept, since sessions store these texts and no other one is empty.
 [[nodiscard]] std::array<char, 5> aaxParameterIdentifier(std::int32_t index, bool stepped) noexcept;
 
-/// Up to 127 bytes of a track's name, to its first zero; `?` for each byte that is not ASCII.
+/// Up to 127 bytes of a track's name, up to its first zero byte, with `?` for each non-ASCII byte.
 [[nodiscard]] std::string aaxTrackName(std::span<const char> name);
 
 /// One instance: owns the effect and translates between it and the host. The host's parameters are
-/// the effect's 422 by number and one for the bypass.
+/// the effect's 422, in order, and one for the bypass.
 ///
-/// Threads: as the interface says; what the effect sends may come from any thread, before
-/// `Initialize` and after `Uninitialize`, and then reaches no host. The audio thread has a part of
-/// its own below.
+/// Threads: see the interface. Messages of the effect may come on any thread, even before
+/// `Initialize` and after `Uninitialize`, when they reach no host. Calls for the audio thread are
+/// listed separately below.
 class AAXWrap_Parameters final : public AAX_CEffectParameters {
  public:
-  /// `newEffect` is not null and sends its messages to `aaxHostCallback`.
+  /// `newEffect` must not be null and must send its messages to `aaxHostCallback`.
   explicit AAXWrap_Parameters(std::unique_ptr<Plug> newEffect);
 
-  /// Instances that have not been deleted yet.
+  /// Number of instances that exist.
   [[nodiscard]] static std::int32_t liveInstances() noexcept;
 
   AAX_Result NotificationReceived(AAX_CTypeID type, const void* data, std::uint32_t size) override;
@@ -43,35 +43,35 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   AAX_Result GetNumberOfChunks(std::int32_t* count) const override;
   AAX_Result GetChunkIDFromIndex(std::int32_t index, AAX_CTypeID* id) const override;
   AAX_Result GetChunkSize(AAX_CTypeID id, std::uint32_t* size) const override;
-  /// The effect's state is the one whose size was told last.
+  /// The effect's state is that whose size `GetChunkSize` last returned.
   AAX_Result GetChunk(AAX_CTypeID id, AAX_SPlugInChunk* chunk) const override;
   AAX_Result SetChunk(AAX_CTypeID id, const AAX_SPlugInChunk* chunk) override;
   AAX_Result GetCurveData(AAX_CTypeID type, const float* frequencies, std::uint32_t count,
                           float* values) const override;
 
-  // From the effect. Parameters out of range do nothing.
+  // Messages of the effect. Parameters out of range do nothing.
   void automate(std::int32_t index, float normalised);
   void touch(std::int32_t index);
   void release(std::int32_t index);
   void latencyChanged();
-  /// The effect has taken other values without naming them: what the host reads follows.
+  /// The effect has changed values without saying which: updates the values that the host reads.
   void takeEffectValues();
   [[nodiscard]] bool isRenderingOffline() const noexcept {
     return isOfflineRender.load(std::memory_order_relaxed);
   }
 
-  // Audio thread; no locks, no heap.
+  // Audio thread; these neither lock nor allocate.
   [[nodiscard]] Plug& plug() const noexcept { return *effect; }
   [[nodiscard]] bool takesMidi() const noexcept { return receivesMidi; }
-  /// The effect is to be left out.
+  /// Whether the render callback must bypass the effect.
   [[nodiscard]] bool isBypassed() const noexcept;
   void markRendered() noexcept { hasRendered.store(1, std::memory_order_relaxed); }
-  /// Copies MIDI and system exclusive events; what does not fit any more is lost. Null is fine.
+  /// Copies MIDI and system exclusive events; those that do not fit are lost. May be null.
   void queueMidiOut(const VstEvents* events) noexcept;
   void clearMidiOut() noexcept;
 
-  VstTimeInfo timeInfo{};               ///< the audio thread's alone
-  GainReductionReader reductionReader;  ///< likewise
+  VstTimeInfo timeInfo{};               ///< for the audio thread only
+  GainReductionReader reductionReader;  ///< for the audio thread only
 
  protected:
   ~AAXWrap_Parameters() override;
@@ -92,8 +92,8 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void fetchChunk() const;  // under `chunkLock`
 
   std::unique_ptr<Plug> effect;
-  // Of the effect's state as last told to the host: a copy, since the effect's own changes whenever
-  // anybody else asks for it.
+  // The effect's state whose size the host was last told: a copy, since the effect's own bytes
+  // change whenever anything else asks for its state.
   mutable std::vector<char> chunkData;
   mutable std::mutex chunkLock;  // never held while the host is called
   AAX_IParameter* bypassParameter = nullptr;

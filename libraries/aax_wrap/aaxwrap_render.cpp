@@ -13,7 +13,7 @@ constexpr std::int32_t kValidTime =
     kVstNanosValid | kVstPpqPosValid | kVstTempoValid | kVstCyclePosValid | kVstTimeSigValid;
 constexpr std::uint32_t kPacketBytes = 4;
 
-/// What the host refuses to tell stays as it was.
+/// Reads position and tempo; values that the host refuses stay as they were.
 void takePosition(AAX_IMIDINode* node, VstTimeInfo& time) {
   const AAX_ITransport* const transport = node != nullptr ? node->GetTransport() : nullptr;
   if (transport == nullptr) return;
@@ -42,7 +42,7 @@ void takePosition(AAX_IMIDINode* node, VstTimeInfo& time) {
       kValidTime | (playing ? kVstTransportPlaying : 0) | (looping ? kVstTransportCycleActive : 0);
 }
 
-/// One packet at a time.
+/// Passes MIDI packets to the effect one at a time.
 void sendMidi(AAX_IMIDINode* node, Plug& plug) {
   const AAX_CMidiStream* const stream = node != nullptr ? node->GetNodeBuffer() : nullptr;
   if (stream == nullptr || stream->mBuffer == nullptr) return;
@@ -81,7 +81,7 @@ void passThrough(const SAAXWrap_Alg_Context& context, std::int32_t frames) {
 template <int mainChannels>
 void process(const SAAXWrap_Alg_Context& context, Plug& plug, std::int32_t frames) {
   const std::int32_t sideChain = context.sideChain != nullptr ? *context.sideChain : 0;
-  // A mono call is told by the missing output: one main input, then one of the sidechain.
+  // The missing output marks a mono call: one main input, then one sidechain input.
   std::array<float*, 4> inputs{};
   std::array<float*, 2> outputs{};
   for (int c = 0; c < mainChannels; ++c) {
@@ -97,7 +97,7 @@ template <int mainChannels>
 void writeMeters(float* meters, AAXWrap_Parameters& adapter) {
   const Plug& plug = adapter.plug();
   for (int i = 0; i < 4; ++i) meters[i] = static_cast<float>(plug.getMeterValue(i % 2));
-  // A host that has but one of the two for the gain reduction gets none.
+  // A mono instance has only one meter for the gain reduction, which is not written.
   if (aaxMeterCount(mainChannels) < 6) return;
   GainReductionReader& reader = adapter.reductionReader;
   for (int c = 0; c < 2; ++c) meters[4 + c] = static_cast<float>(1.0 - reader.getGainReduction(c));

@@ -52,7 +52,8 @@ float ControlExchange::plainNow(int id) const noexcept {
   return id == kABBank ? static_cast<float>(effect.getCurrentBank()) : effect.getPlainValue(id);
 }
 
-/// A host may leave the bank selector anywhere within the step of the live bank.
+/// The normalised value; for the bank selector, whose value may lie anywhere in the live bank's
+/// step, that of the live bank.
 float ControlExchange::normalisedNow(int id) const noexcept {
   return id == kABBank ? effect.plainToNormalised(id, plainNow(id)) : effect.normalisedValue(id);
 }
@@ -70,7 +71,7 @@ void ControlExchange::deliverNews() {
   {
     const UpdateHold together(effect.updates());
     deliverOffered(alone.exchange(false, std::memory_order_relaxed));
-    // New filters at once: whoever moves a port has waited for its block already.
+    // New filters at once: a moved port has already waited for its block.
     effect.updateDsp(true);
   }
   effect.updateLatency();
@@ -78,13 +79,13 @@ void ControlExchange::deliverNews() {
 }
 
 void ControlExchange::deliverOffered(bool isAlone) {
-  // A switch of banks exchanges the values of all others, so it comes before them.
+  // Switching banks replaces all other values, so it comes first.
   if (offered.take(kABBank)) deliverOne(kABBank, isAlone);
   std::array<int, kNumParams> news;
   std::size_t count = 0;
   offered.takeAll([&news, &count](int id) { news[count++] = id; });
   for (std::size_t i = 0; i < count; ++i) deliverOne(news[i], isAlone);
-  // Where links have spread one port's value over that of another.
+  // Again where links have replaced a port's value by that of another port.
   for (std::size_t i = 0; i < count; ++i) {
     if (normalisedNow(news[i]) != known[at(news[i])]) deliverOne(news[i], true);
   }
@@ -92,7 +93,7 @@ void ControlExchange::deliverOffered(bool isAlone) {
 
 void ControlExchange::deliverOne(int id, bool isAlone) {
   const float plain = portValue(id);
-  // Ports of switches are on above 0, the parameters at 1.
+  // Ports of switches are on above 0, parameters only at 1.
   const bool isSwitch = effect.parameterInfo(id).curve == kCurveSwitch;
   const float normalised =
       isSwitch ? (plain > 0.0F ? 1.0F : 0.0F) : effect.plainToNormalised(id, plain);
@@ -111,7 +112,8 @@ void ControlExchange::findInsideChanges() {
   markInsideChanges();
 }
 
-/// Each value is read once: a controller may move it meanwhile.
+/// Marks parameters that differ from `known`. Reads each value once, since a controller may move
+/// it.
 void ControlExchange::markInsideChanges() noexcept {
   for (int id = 0; id < kNumParams; ++id) {
     const float now = normalisedNow(id);

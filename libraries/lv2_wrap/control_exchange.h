@@ -9,8 +9,8 @@
 
 namespace lv2 {
 
-/// Parameter values between the ports of a host, read on the audio thread, and the effect, which
-/// designs filters when they change and so may not be told there.
+/// Passes parameter values between the host's ports, which are read on the audio thread, and the
+/// effect, which designs filters when values change and must not do that there.
 ///
 /// Values are plain, in the units of the parameter table.
 class ControlExchange {
@@ -19,17 +19,18 @@ class ControlExchange {
   explicit ControlExchange(Plug& effect);
 
   // Audio thread.
-  void offer(int id, float plain) noexcept;  ///< a port holds a new value
-  /// A port has come to what it was asked for: nothing to deliver.
+  void offer(int id, float plain) noexcept;  ///< a port has a new value to deliver
+  /// A port has reached the value that the host was asked to set: nothing to deliver.
   void confirm(int id, float plain) noexcept;
   [[nodiscard]] bool hasNews() const noexcept { return offered.any(); }
-  /// Whether a state was loaded that `takeLoading` has not met: until then nothing is delivered.
+  /// Whether a state has been loaded since the last `takeLoading`; until that call nothing is
+  /// delivered.
   [[nodiscard]] bool isLoaded() const noexcept;
-  /// Drops what was offered before the load. The coming news are ports that differ from it: each
-  /// for itself, links do not spread them.
+  /// Drops values offered before the load. The values of the next delivery are those of ports that
+  /// differ from the loaded state; links do not spread them.
   void takeLoading() noexcept;
-  /// Calls `use(id, plain)` for each parameter whose value has changed otherwise than by its port,
-  /// but for those whose ports have moved since, too, and are still to be delivered.
+  /// Calls `use(id, plain)` for each parameter that has changed other than by its port, unless a
+  /// value of its port is still to be delivered.
   template <typename Use>
   void takeInsideChanges(const Use& use) noexcept {
     changedInside.takeAll([this, &use](int id) {
@@ -38,22 +39,23 @@ class ControlExchange {
   }
   [[nodiscard]] bool hasInsideChanges() const noexcept { return changedInside.any(); }
 
-  // Other threads, and the audio thread where it need not keep real time. They lock.
-  /// Hands all news to the effect as one change, which is in force when this returns. Links spread
-  /// a value to bands whose ports bring none of their own. Where memory runs out the values stand,
-  /// and the next call hands them to the engine again.
+  // Other threads, and the audio thread when it is not in real time. These lock.
+  /// Delivers all offered values to the effect as one change, which is in force on return. Links
+  /// spread a value to bands whose ports offer none of their own. If memory runs out, the values
+  /// are kept and the next call hands them to the engine again.
   void deliver();
-  /// Looks for values that the effect has changed by itself.
+  /// Finds the parameters that the effect has changed by itself.
   void findInsideChanges();
-  /// Delivers, then runs `save` with nothing delivered meanwhile: state and `heldByPort` agree.
+  /// Delivers, then runs `save` while nothing else is delivered, so that the state and `heldByPort`
+  /// agree.
   template <typename Save>
   auto aroundSaving(const Save& save) {
     const std::lock_guard guard(delivering);
     deliverNews();
     return save();
   }
-  /// Runs `load`, which changes the effect's state and tells `assumePort` of all ports, with
-  /// nothing delivered meanwhile. What it changed counts as known to the ports.
+  /// Runs `load`, which changes the effect's state and calls `assumePort` for all ports, while
+  /// nothing is delivered. The ports count as knowing the values that it changes.
   template <typename Load>
   void aroundLoading(const Load& load) {
     const std::lock_guard guard(delivering);
@@ -61,9 +63,9 @@ class ControlExchange {
     rememberAll();
     loads.fetch_add(1, std::memory_order_release);
   }
-  /// Within `load`: what a port held when the state was stored, NaN where that is not known.
+  /// Within `load`: the value of a port when the state was stored; NaN if unknown.
   void assumePort(int id, float plain) noexcept;
-  /// What a port held when the effect heard of it last. Within `save`, or behind `takeLoading`.
+  /// The value of a port when the effect last heard of it. Within `save`, or after `takeLoading`.
   [[nodiscard]] float heldByPort(int id) const noexcept;
 
  private:
@@ -77,16 +79,16 @@ class ControlExchange {
   void rememberAll() noexcept;
 
   Plug& effect;
-  std::array<std::atomic<float>, kNumParams> ports;  // plain, at the audio thread's last look
-  std::array<std::atomic<float>, kNumParams> held;   // plain, as far as the effect has heard
+  std::array<std::atomic<float>, kNumParams> ports;  // plain, as the audio thread last read them
+  std::array<std::atomic<float>, kNumParams> held;   // plain, as last delivered to the effect
   ParameterMarks offered;
   ParameterMarks confirmed;
   ParameterMarks changedInside;
   std::atomic<bool> alone{false};
   std::atomic<unsigned> loads{0};
-  std::atomic<unsigned> takenLoads{0};  // the audio thread's; behind what it drops
-  std::mutex delivering;  // guards all below, and the order of what the effect is told
-  std::array<float, kNumParams> known{};  // normalised, as the ports have been told or told us
+  std::atomic<unsigned> takenLoads{0};    // by the audio thread; stored after it has dropped values
+  std::mutex delivering;                  // guards all below, and the order of deliveries
+  std::array<float, kNumParams> known{};  // normalised values that effect and ports agree on
 };
 
 }  // namespace lv2

@@ -1,4 +1,4 @@
-// The function that a host finds the plug-ins by.
+// The function through which a host finds the plug-ins.
 
 #include <lv2/core/lv2.h>
 #include <lv2/state/state.h>
@@ -14,8 +14,8 @@ namespace {
 
 lv2::Plugin& plugin(LV2_Handle instance) noexcept { return *static_cast<lv2::Plugin*>(instance); }
 
-/// The answer of `call`; `failure` for an exception, most likely of memory that has run out, which
-/// must not reach the host.
+/// Returns the result of `call`; `failure` if it throws (most likely because memory has run out),
+/// since no exception may reach the host.
 template <typename Answer, typename Call>
 Answer guarded(Answer failure, const Call& call) noexcept {
   try {
@@ -73,7 +73,7 @@ LV2_Worker_Status work(LV2_Handle instance, LV2_Worker_Respond_Function /*respon
   });
 }
 
-/// The effect takes what a job has done by itself.
+/// Nothing to do: the effect takes the results of a job by itself.
 LV2_Worker_Status workResponse(LV2_Handle /*instance*/, std::uint32_t /*size*/,
                                const void* /*body*/) {
   return LV2_WORKER_SUCCESS;

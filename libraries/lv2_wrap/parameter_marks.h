@@ -10,8 +10,8 @@
 
 namespace lv2 {
 
-/// A mark per parameter, set on one thread and taken on another: what was written before `set` is
-/// seen by the thread that takes the mark. Any thread; never locks.
+/// One mark per parameter, set on one thread and taken on another. The thread that takes a mark
+/// sees everything written before `set`. Any thread; never locks.
 class ParameterMarks {
  public:
   void set(int id) noexcept {
@@ -26,12 +26,12 @@ class ParameterMarks {
   [[nodiscard]] bool has(int id) const noexcept {
     return (words[wordOf(id)].load(std::memory_order_relaxed) >> (id % kBits) & 1U) != 0;
   }
-  /// Clears one; whether it was set.
+  /// Clears a mark; returns whether it was set.
   [[nodiscard]] bool take(int id) noexcept {
     const std::uint32_t bit = std::uint32_t{1} << (id % kBits);
     return (words[wordOf(id)].fetch_and(~bit, std::memory_order_acquire) & bit) != 0;
   }
-  /// Clears all and calls `use` with each that was set, lowest first.
+  /// Clears all marks and calls `use` with each id that was marked, lowest first.
   template <typename Use>
   void takeAll(const Use& use) {
     for (std::size_t w = 0; w < words.size(); ++w) {

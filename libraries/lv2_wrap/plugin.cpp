@@ -16,14 +16,14 @@ namespace lv2 {
 
 namespace {
 
-// New filters are news to the caches of the audio thread, too: no more often than it takes for
-// moves to be in the sound 20 ms later.
+// New filters must be loaded into the audio thread's caches: no more often than needed for changes
+// to be heard within 20 ms.
 constexpr double kSecondsBetweenJobs = 0.014;
 constexpr double kSecondsAfterLoad = 0.1;
 constexpr int kPatientTicks = 3;
 constexpr float kNothing = std::numeric_limits<float>::quiet_NaN();
 
-/// As `lv2:toggled` has it.
+/// The meaning of a value under `lv2:toggled`.
 bool isOn(float control) noexcept { return control > 0.0F; }
 
 }  // namespace
@@ -120,9 +120,8 @@ void Plugin::run(std::uint32_t frames) noexcept {
 void Plugin::takeControls(std::uint32_t frames) noexcept {
   const bool isOffline = isOn(*freewheelPort);
   offline.store(isOffline, std::memory_order_relaxed);
-  // While audio runs, hosts restore the state first and set the ports in some later block. What
-  // they hold until then belongs to the sound before, and must not get into the banks of the new
-  // one.
+  // While audio runs, hosts restore the state first and set the ports in some later block. Until
+  // then the ports have values of the old sound, which must not get into the banks of the new one.
   const bool isLoaded = controls.isLoaded();
   if (isLoaded && !isOffline && framesSinceLoad <= framesAfterLoad) {
     framesSinceLoad += frames;
@@ -136,7 +135,7 @@ void Plugin::takeControls(std::uint32_t frames) noexcept {
   }
 }
 
-/// `isLoaded`: a state was loaded since the last look. Asked for but once in a block.
+/// `isLoaded`: a state was loaded since the last call. Read only once per block.
 void Plugin::lookAtPorts(bool isLoaded) noexcept {
   if (isLoaded) {
     controls.takeLoading();
@@ -145,7 +144,7 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
     framesSinceLoad = 0;
   }
   bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
-  // Most bring nothing new: told without a branch per port.
+  // Most ports have not changed: find that out without a branch per port.
   constexpr int kTogether = 32;
   for (int first = 0; first < kNumParams; first += kTogether) {
     const int end = std::min(first + kTogether, static_cast<int>(kNumParams));
@@ -177,7 +176,7 @@ void Plugin::askForDelivery(std::uint32_t frames) noexcept {
   const bool mayWait = framesSinceJob + frames <= framesBetweenJobs;
   if (features.worker == nullptr || mayWait || !controls.hasNews()) return;
   if (workAsked.exchange(true, std::memory_order_relaxed)) return;
-  const std::uint32_t job = 0;  // hosts need not take empty ones
+  const std::uint32_t job = 0;  // hosts need not accept empty jobs
   const auto status = features.worker->schedule_work(features.worker->handle, sizeof job, &job);
   if (status == LV2_WORKER_SUCCESS) {
     framesSinceJob = 0;
@@ -231,7 +230,7 @@ void Plugin::processPart(std::uint32_t from, std::uint32_t frames) noexcept {
     copy(c, mainPorts[c]);
     copy(channels + c, sidePorts[c]);
   }
-  // A mono call is told by the missing output, which a port left open must not look like.
+  // A missing output marks a mono call, so an unconnected port must not look like one.
   for (std::size_t c = 0; c < channels; ++c) {
     out[c] = outputPorts[c] != nullptr ? outputPorts[c] + from : inputs[c].data();
   }
@@ -249,11 +248,11 @@ void Plugin::requestChange(int id, float plain) noexcept {
                                                  static_cast<std::uint32_t>(port), value);
   };
   const int port = layout.firstParameter() + placeOfParameter(id);
-  // A port may still be on its way to what it was asked for before.
+  // The host may not have carried out the previous request yet.
   const float coming = std::isnan(requested[at(id)]) ? seen[at(id)] : requested[at(id)];
   if (plain == coming) return;
   PortChangeStatus status = kPortChangeSuccess;
-  if (id == kBypass) {  // of which the host shows its own switch
+  if (id == kBypass) {  // the host has a switch of its own for it
     status = request(layout.enabled(), 1.0F - plain);
     if (plain == 0.0F && isOn(*bypassPort)) status = request(port, plain);
   } else {

@@ -16,36 +16,37 @@
 
 namespace lv2 {
 
-/// One instance in a host: ports on one side, the effect on the other.
+/// One instance in a host: connects the host's ports with the effect.
 ///
-/// Control values go to the host's worker or, where it has none, to the message thread, at most
-/// every 14 ms; while the host renders faster or slower than real time they are in force in the
-/// block that brings them.
+/// Control values are delivered by the host's worker or, if it has none, by the message thread, at
+/// most every 14 ms. While the host renders faster or slower than real time, they take effect in
+/// the block that brings them.
 ///
-/// Threads: `connectPort` and `run` on the audio thread, `activate` while that rests; `work` on the
-/// host's worker; `save` and `restore` on any other, also while audio runs. `run` neither locks nor
-/// allocates, but when the host enters or leaves offline rendering and while that lasts.
+/// Threads: `connectPort` and `run` on the audio thread; `activate` while that does not run; `work`
+/// on the host's worker; `save` and `restore` on any other thread, even while audio runs. `run`
+/// neither locks nor allocates, except when the host enters or leaves offline rendering and during
+/// it.
 class Plugin final : private IdleClient {
  public:
   /// `rate` in Hz. Throws std::bad_alloc.
   Plugin(const PortLayout& layout, double rate, const HostFeatures& features);
   ~Plugin() override;
 
-  /// Null disconnects: controls then hold their default. Ports that are not there are ignored.
+  /// Null disconnects a port: a control then has its default. Unknown ports are ignored.
   void connectPort(std::uint32_t port, void* data) noexcept;
-  /// Takes the controls as they are and starts from silence.
+  /// Takes the present values of the controls and starts from silence.
   void activate();
   void run(std::uint32_t frames) noexcept;
   void work();
-  /// Stores the effect's state and what the ports held.
+  /// Stores the effect's state and the values of the ports.
   LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle);
-  /// Takes a state stored; without one, that of a new instance, but a preset of ports alone leaves
-  /// all as it is. The ports have the last word: those that hold something else than when the state
-  /// was stored win over it. A damaged state is refused as a whole.
+  /// Loads a stored state; if there is none, that of a new instance, unless a preset of ports only
+  /// is loaded, which changes nothing. Ports win: a port whose value differs from when the state
+  /// was stored overrides it. A damaged state is refused as a whole.
   LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle);
 
  private:
-  /// Blocks are split at this: hosts have been seen to break their word about the longest.
+  /// Longer blocks are split: some hosts exceed the maximum they announce.
   static constexpr std::uint32_t kMostFrames = 1024;
   using Planes = std::array<std::array<float, kMostFrames>, 4>;
 
@@ -73,9 +74,9 @@ class Plugin final : private IdleClient {
   std::string newState;  // the chunk of a new instance
   std::atomic<bool> offline{false};
   std::atomic<bool> workAsked{false};
-  int idleTicks = 0;  // message thread: with news that the worker has not come to
+  int idleTicks = 0;  // message thread: ticks for which the worker has left values undelivered
 
-  // Ports; controls that are not connected point to what stands below.
+  // Ports; controls that are not connected point to the defaults below.
   std::array<const float*, kNumParams> parameterPorts;  // by parameter
   std::array<const float*, 2> mainPorts{};
   std::array<const float*, 2> sidePorts{};
@@ -85,21 +86,21 @@ class Plugin final : private IdleClient {
   float* latencyPort = nullptr;
   const float* enabledPort;
   const float* freewheelPort;
-  const float* bypassPort;  // `kBypass`, which `enabled` has a part in
+  const float* bypassPort;  // `kBypass`, which is combined with `enabled`
   std::array<float, kNumParams> defaults{};
   float enabledByDefault = 1.0F;
   float freewheelByDefault = 0.0F;
   float bypassInForce = 0.0F;
 
   // Audio thread: plain values.
-  std::array<float, kNumParams> seen{};       // at the last look
-  std::array<float, kNumParams> requested{};  // asked for and not yet come; NaN for none
+  std::array<float, kNumParams> seen{};       // port values last read
+  std::array<float, kNumParams> requested{};  // requested and not yet set; NaN for none
   std::uint32_t framesBetweenJobs;
   std::uint32_t framesSinceJob;
-  std::uint32_t framesAfterLoad;  // for which ports are left alone
+  std::uint32_t framesAfterLoad;  // for which ports are ignored
   std::uint32_t framesSinceLoad = 0;
   LV2_Atom_Forge forge{};
-  Planes inputs{};  // copies: the effect clears bad samples in place, and the host's are not ours
+  Planes inputs{};  // copies, since the effect clears bad samples in place
 };
 
 }  // namespace lv2

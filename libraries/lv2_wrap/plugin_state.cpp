@@ -1,4 +1,4 @@
-// What an instance stores in a host's session.
+// The state that an instance stores in a host's session.
 
 #include <cstddef>
 #include <cstring>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t kFlags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
 
-/// The values of all ports by place, as a vector atom holds them.
+/// The values of all parameter ports in their order, laid out as a vector atom.
 struct PortValues {
   LV2_Atom_Vector_Body head;
   std::array<float, kNumParams> plain;

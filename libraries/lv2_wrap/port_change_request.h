@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// An extension of some hosts: the plug-in asks for another value of one of its own input ports,
-/// which it must not write itself. Called within `run`.
+/// An extension that some hosts support: the plug-in asks the host to change one of its own input
+/// ports, which it must not write itself. Called within `run`.
 namespace lv2 {
 
 inline constexpr const char* kPortChangeRequestUri =

@@ -5,29 +5,30 @@
 
 #include "editing/parameter_ids.h"
 
-/// The plug-ins of the bundle and the order of their ports. Sessions store port numbers: the order
-/// is fixed for ever, new ports go to the end.
+/// The plug-ins of the bundle and the order of their ports. Sessions store port numbers, so the
+/// order must never change, and new ports go to the end.
 namespace lv2 {
 
-/// Head of all names of ours.
+/// Prefix of all our URIs.
 inline constexpr std::string_view kBaseUri = "https://halvekro.com/lv2/corvanthelis";
 // Keys of the stored state.
 inline constexpr const char* kChunkUri = "https://halvekro.com/lv2/corvanthelis#chunk";
 inline constexpr const char* kPortValuesUri = "https://halvekro.com/lv2/corvanthelis#ports";
-/// Stands in presets that have no state: hosts restore one all the same, and an empty one means
+/// Key in presets without a state. Hosts restore a state all the same, and an empty one would mean
 /// that of a new instance.
 inline constexpr const char* kPortsOnlyUri = "https://halvekro.com/lv2/corvanthelis#portsOnly";
 
-/// Bytes that the event ports ask for.
+/// Buffer size that the event ports request, in bytes.
 inline constexpr int kEventPortBytes = 65536;
 
-/// Audio first (main inputs, outputs, sidechain inputs), then `control` and `notify` (events in and
-/// out), `latency`, `enabled`, `freewheel`, then the parameters: globals, then bands 1 to 8.
+/// The ports of a plug-in: audio first (main inputs, outputs, sidechain inputs), then `control` and
+/// `notify` (events in and out), `latency`, `enabled`, `freewheel`, then the parameters: globals,
+/// then bands 1 to 8.
 struct PortLayout {
   const char* uri;       ///< of the plug-in
   const char* fileStem;  ///< of its Turtle file
   const char* name;      ///< shown to users
-  int mainChannels;      ///< inputs, and as many outputs
+  int mainChannels;      ///< number of inputs and of outputs
   int sideChannels;
 
   [[nodiscard]] constexpr int input(int channel) const noexcept { return channel; }
@@ -45,7 +46,7 @@ struct PortLayout {
   [[nodiscard]] constexpr int count() const noexcept { return firstParameter() + kNumParams; }
 };
 
-/// In the order in which the library hands out its descriptors.
+/// In the order in which the library returns its descriptors.
 inline constexpr std::array<PortLayout, 3> kPlugins = {{
     {"https://halvekro.com/lv2/corvanthelis/sidechain", "sidechain", "Corvanthelis Sidechain", 2,
      2},
@@ -53,7 +54,7 @@ inline constexpr std::array<PortLayout, 3> kPlugins = {{
     {"https://halvekro.com/lv2/corvanthelis/mono", "mono", "Corvanthelis Mono", 1, 0},
 }};
 
-/// The parameter in `place` 0..421 of the order of ports, and back.
+/// The parameter at `place` 0..421 in the order of ports, and the reverse.
 [[nodiscard]] constexpr int parameterInPlace(int place) noexcept {
   constexpr int kGlobalsBehind = kNumParams - kBandOrder;
   if (place < kB1State) return place;

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// A name beside `target` that nobody else has. It is cut so that a long name stays a valid one.
+/// A unique name next to `target`, cut so that it is valid even if the target's name is long.
 std::string nameBeside(const std::string& target) {
   constexpr std::size_t kKept = 200;
   std::array<char, 16> digits;
@@ -45,7 +45,7 @@ std::error_code AtomicFile::open(const std::string& target) {
   }
   if (exists && S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
   if (exists && !S_ISREG(status.st_mode)) return std::make_error_code(std::errc::not_supported);
-  // The rename would get round a target that is protected against writing.
+  // Otherwise the rename would replace a write-protected target.
   if (exists && ::access(finalPath.c_str(), W_OK) != 0) return lastError();
   if (const std::error_code error = openBeside()) return error;
   if (exists && ::fchmod(descriptor, status.st_mode & 07777) != 0) {
@@ -62,7 +62,7 @@ std::error_code AtomicFile::openBeside() {
     std::string name = nameBeside(finalPath);
     descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor >= 0) {
-      temporaryPath = std::move(name);  // nothing may fail between the two
+      temporaryPath = std::move(name);  // nothing may fail between opening and this
       return {};
     }
     if (errno != EEXIST) break;

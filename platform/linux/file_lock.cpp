@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kPause{500};
 
-/// Tries at least once. Asks again and again, because a waiting `flock` has no time limit.
+/// Tries at least once and then polls, because a blocking `flock` has no time limit.
 std::error_code waitForLock(int descriptor, Clock::time_point deadline) {
   while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
@@ -47,7 +47,7 @@ std::error_code FileLock::lock(const std::string& path, std::chrono::millisecond
     descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0) return lastError();
     const std::error_code error = waitForLock(descriptor, deadline);
-    // Whoever removes the file while others wait for it leaves them a lock that guards nothing.
+    // If somebody has removed the file meanwhile, this lock guards nothing: try again.
     if (!error && isFileAt(descriptor, path)) return {};
     release();
     if (error) return error;
@@ -58,7 +58,8 @@ std::error_code FileLock::lock(const std::string& path, std::chrono::millisecond
 void FileLock::release() noexcept {
   const int closing = std::exchange(descriptor, -1);
   if (closing < 0) return;
-  // By name: a process forked meanwhile shares the lock, which closing would leave with it.
+  // Unlocked explicitly: a process forked meanwhile shares the lock and would keep it after
+  // `close`.
   ::flock(closing, LOCK_UN);
   ::close(closing);
 }

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
-/// What the last system call that failed said.
+/// The error of the last failed system call.
 [[nodiscard]] inline std::error_code lastError() noexcept {
   return {errno, std::generic_category()};
 }

@@ -24,7 +24,7 @@ struct Free {
   void operator()(char* text) const noexcept { std::free(text); }
 };
 
-/// The kind of what stands at a path; 0 for nothing.
+/// The kind of file at a path; 0 if there is none.
 mode_t kindAt(const std::string& path) noexcept {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
@@ -101,7 +101,7 @@ std::vector<FolderEntry> listFolder(const std::string& path) {
     FolderEntry entry{found->d_name, found->d_type == DT_DIR, found->d_type == DT_REG,
                       found->d_type == DT_LNK};
     if (entry.name == "." || entry.name == "..") continue;
-    // The directory itself tells the kind of all but links, on most file systems.
+    // On most file systems the directory gives the kind of every entry that is not a link.
     if (entry.isLink || found->d_type == DT_UNKNOWN) {
       const std::string full = joinedPath(path, entry.name);
       const mode_t kind = kindAt(full);

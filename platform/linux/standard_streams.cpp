@@ -8,8 +8,8 @@
 void holdClosedStandardStreams() noexcept {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) != -1) continue;
-    // The lowest free number is this very one. The input cannot be read from, the outputs not
-    // written to.
+    // `open` returns the lowest free number: this one. Opened so that the input cannot be read and
+    // the outputs cannot be written.
     const int held = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     if (held != stream && held != -1) close(held);
   }

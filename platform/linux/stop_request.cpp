@@ -21,7 +21,7 @@ void handleRequests(void (*handler)(int)) noexcept {
   action.sa_flags = SA_RESTART;
   for (const int number : kRequests) {
     struct sigaction current {};
-    // Who was started with a signal ignored (nohup) keeps it ignored.
+    // A process started with a signal ignored (nohup) keeps it ignored.
     if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) continue;
     sigaction(number, &action, nullptr);
   }

@@ -40,7 +40,7 @@ class ThreadTimer final : public Timer {
   Clock::duration period{};
   Clock::time_point due;
   bool ending = false;
-  Worker worker{*this};  // last: its thread uses what stands above
+  Worker worker{*this};  // last: its thread uses the members above
 };
 
 ThreadTimer::~ThreadTimer() {
@@ -80,10 +80,10 @@ ThreadTimer::Callback ThreadTimer::waitForDue() {
     if (!callback) {
       changed.wait(lock);
     } else if (now < due) {
-      const auto until = due;  // `due` may change while the lock is open
+      const auto until = due;  // `due` may change while the lock is released
       changed.wait_until(lock, until);
     } else {
-      // From the time it was due, not from now, so that the rate does not drift.
+      // Counted from when the call was due, not from now, so that the rate does not drift.
       due = std::max(due + period, now);
       return callback;
     }

@@ -14,7 +14,7 @@
 
 namespace {
 
-// The rules of the XDG base folders ask to ignore relative ones.
+// Relative paths in XDG variables are to be ignored.
 bool isAbsolute(const std::string& path) { return !path.empty() && path.front() == '/'; }
 
 std::string homeByPasswordDatabase() {
@@ -59,7 +59,7 @@ std::string codeFolder() {
   link_map* module = nullptr;
   const auto address = reinterpret_cast<const void*>(&codeFolder);
   if (::dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return {};
-  // The program itself has no name here; the one it was started by may be relative.
+  // For the program itself there is no name here, and the one it was started by may be relative.
   const bool isProgram = !module || !module->l_name || *module->l_name == 0;
   const char* const name = isProgram ? "/proc/self/exe" : module->l_name;
   const auto real = realPath(name);

@@ -28,11 +28,12 @@ class Descriptor {
   const int number;
 };
 
-/// `expected` bytes are likely, but the file may grow, and some in `/proc` say 0.
+/// Reads to the end of the file. Its size is only an estimate: the file may grow, and some files in
+/// `/proc` report 0.
 std::error_code readToEnd(int descriptor, std::size_t expected, std::size_t mostBytes,
                           std::string& bytes) {
   constexpr std::size_t kLeastRoom = 4096;
-  // One byte more than expected shows the end without another allocation.
+  // Room for one byte more than expected: the end is seen without another allocation.
   std::string found(std::max(expected + 1, kLeastRoom), '\0');
   std::size_t length = 0;
   for (;;) {
@@ -49,8 +50,8 @@ std::error_code readToEnd(int descriptor, std::size_t expected, std::size_t most
   return {};
 }
 
-/// Makes a new name in the folder last through a power cut. Not every file system can do that, and
-/// the file is written in any case.
+/// Makes a new name in the folder survive a power cut. Errors are ignored: not every file system
+/// can do this, and the file itself is already written.
 void flushFolderOf(const std::string& path) noexcept {
   try {
     const auto real = realPath(path);
@@ -65,7 +66,7 @@ void flushFolderOf(const std::string& path) noexcept {
 }  // namespace
 
 std::error_code readWholeFile(const std::string& path, std::string& bytes, std::size_t mostBytes) {
-  // A pipe without a writer would hold up the opening.
+  // Opening a pipe without a writer would block.
   const Descriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (file.number < 0) return lastError();
   struct stat status {};

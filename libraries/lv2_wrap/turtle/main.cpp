@@ -35,7 +35,7 @@ void writeBundle(const fs::path& bundle, const std::string& presetFolder) {
   for (const lv2::PortLayout& plugin : lv2::kPlugins) {
     writeFile(bundle / (std::string(plugin.fileStem) + ".ttl"), lv2::pluginTurtle(plugin));
   }
-  // Last: what it names is there by then.
+  // Last, when the files that it names exist.
   writeFile(bundle / "manifest.ttl", lv2::manifestTurtle(presets));
 }
 

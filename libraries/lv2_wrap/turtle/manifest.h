@@ -7,7 +7,7 @@
 
 namespace lv2 {
 
-/// The file that hosts read of every bundle: where the plug-ins and the presets are told of.
+/// The file that hosts read first in every bundle: it names the files of plug-ins and presets.
 [[nodiscard]] std::string manifestTurtle(std::span<const FactoryPreset> presets);
 
 }  // namespace lv2

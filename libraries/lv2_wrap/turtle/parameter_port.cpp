@@ -25,7 +25,7 @@ std::string textOf(int id, float plain) {
 
 std::string decibelsPerOctave() { return turtleUri(std::string(kBaseUri) + "#decibelsPerOctave"); }
 
-/// Empty for a label that is no unit.
+/// The unit of a label; empty if the label is no unit.
 std::string unitOf(const ParameterRecord& record) {
   const std::string_view label = record.label;
   if (label == "dB") return "units:db";
@@ -40,7 +40,8 @@ bool isOffOn(int id) {
          textOf(id, 1.0F) == "ON";
 }
 
-/// Whether each value stands for something else: a number without a unit is the code of a choice.
+/// Whether values are codes of a choice: whole numbers without a unit, or a switch that is not
+/// off/on.
 bool isChoice(int id) {
   const ParameterRecord& record = recordOf(id);
   if (record.curve == kCurveSwitch) return !isOffOn(id);
@@ -65,7 +66,7 @@ std::vector<float> ratioStops(int id) {
       const float plain = normalisedToPlain(normalised, record.min, record.max, record.curve);
       values.push_back(roundPlain(id, plain, normalised));
     }
-    // Commas and blanks are stepped over one by one.
+    // Skips commas and blanks one by one.
     next = number.ec == std::errc() ? number.ptr : next + 1;
   }
   return values;
@@ -109,7 +110,7 @@ void addTaper(Statements& port, int id) {
   }
 }
 
-/// Changes of these design filters anew or change the latency.
+/// Parameters whose changes redesign filters or change the latency.
 bool isExpensive(int row) {
   switch (row) {
     case kB1State:
@@ -132,7 +133,7 @@ void addMarks(Statements& port, int row) {
     property("pprops:causesArtifacts");
   }
   if (row == kBandOrder || row == kABBank) property("pprops:notAutomatic");
-  // A packed number that says nothing to the eye, and what `enabled` shows already.
+  // A packed number means nothing to users, and `enabled` shows the bypass already.
   if (row == kBandOrder || row == kBypass) property("pprops:notOnGUI");
 }
 

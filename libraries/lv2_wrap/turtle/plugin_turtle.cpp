@@ -17,16 +17,16 @@ namespace {
 
 constexpr std::string_view kMakerUri = "https://halvekro.com";
 constexpr std::string_view kLicenceUri = "https://halvekro.com/licence";
-constexpr int kMinorVersion = 2;  // odd ones are for trials
+constexpr int kMinorVersion = 2;  // odd numbers mark development versions
 constexpr int kMicroVersion = 0;
 
-// Frames, an upper bound at any rate: all bands in a row at their longest lookahead.
+// Frames, an upper bound at any rate: all bands in series with their longest lookahead.
 constexpr int kMaxLatency = 96000;
 static_assert(kMaxLatency > kNumBands * (LookaheadWindow::kMaxSamples + subband::kTaps / 2 +
                                          2 * ResamplerHQ::hqTaps) +
                                 2 * CrossoverBank::kTaps);
 
-/// Channels that belong together: a group, and the heads of its ports' symbols and names.
+/// Channels that belong together: a group, and the prefixes of its ports' symbols and names.
 struct Channels {
   const char* group;
   const char* groupName;
@@ -71,7 +71,7 @@ std::string audioGroups(const PortLayout& plugin) {
          groupOf(side).add("pg:sideChainOf", groupUri(plugin, in)).about(groupUri(plugin, side));
 }
 
-/// The head of every port's statements; `kind` is a class beside that of the direction.
+/// The first statements about every port; `kind` is a class in addition to that of the direction.
 Statements portHead(int index, bool isOutput, const char* kind, const std::string& symbol,
                     const std::string& name) {
   Statements port;
@@ -120,7 +120,7 @@ void addLatencyPort(Statements& about, const PortLayout& plugin) {
   about.add("lv2:port", port.blankNode());
 }
 
-/// A switch that the host moves by itself, not the user.
+/// A switch that the host operates, not the user.
 Statements hostSwitch(int index, const char* symbol, const char* name, const char* designation,
                       const char* byDefault) {
   Statements port = portHead(index, false, "lv2:ControlPort", symbol, name);
@@ -176,12 +176,12 @@ void addAbilities(Statements& about) {
   }
   about.add("lv2:optionalFeature", turtleUri(kPortChangeRequestUri));
   about.add("lv2:extensionData", "state:interface").add("lv2:extensionData", "work:interface");
-  // The state to begin with holds nothing: start as a new instance does.
+  // The default state is empty: start as a new instance does.
   about.add("state:state", "[]");
 }
 
-/// The project with its maker, and what no installed description tells of: a feature, and the mark
-/// of presets.
+/// The project with its maker, and declarations that installed descriptions lack: a feature, and
+/// the key of presets.
 std::string sharedDefinitions() {
   Statements maker;
   maker.add("foaf:name", turtleString("Halvekro")).add("foaf:homepage", turtleUri(kMakerUri));

@@ -6,7 +6,7 @@
 
 namespace lv2 {
 
-/// The whole file that describes one plug-in and all of its ports.
+/// The file that describes one plug-in and all its ports.
 [[nodiscard]] std::string pluginTurtle(const PortLayout& plugin);
 
 }  // namespace lv2

@@ -9,32 +9,33 @@
 
 namespace lv2 {
 
-/// A factory preset as hosts know it: values of ports and, as its state, that there is none, so
-/// that it leaves the user's banks alone.
+/// A factory preset as hosts see it: values of ports, and a state which says that there is none, so
+/// that it does not touch the user's banks.
 struct FactoryPreset {
-  std::string stem;                        ///< of its file in the bundle, and the end of its URI
-  std::string folder;                      ///< shown; empty for one that is in none
+  std::string stem;                        ///< name of its file in the bundle, and end of its URI
+  std::string folder;                      ///< shown; empty if it is in none
   std::string name;                        ///< shown
   std::array<float, kNumParams> values{};  ///< plain, as `roundPlain` gives them
 
   [[nodiscard]] std::string uri() const;
-  [[nodiscard]] std::string bankUri() const;  ///< that of its folder
-  [[nodiscard]] std::string file() const;     ///< path from the bundle on
+  [[nodiscard]] std::string bankUri() const;  ///< URI of its folder
+  [[nodiscard]] std::string file() const;     ///< path relative to the bundle
 };
 
-/// "Bus Glue" of "01 Bus Glue": two digits in front only tell the order.
+/// Removes the two digits at the start of a name, which only give the order: "01 Bus Glue" becomes
+/// "Bus Glue".
 [[nodiscard]] std::string shownName(const std::string& name);
 
-/// All presets in a folder and those below it, by path. Throws std::runtime_error, which names file
-/// and reason, for what cannot be read, is no preset or would take the URI of another one, and if
-/// there are none.
+/// All presets in a folder and its subfolders, sorted by path. Throws std::runtime_error, which
+/// names file and reason, if a file cannot be read, is no preset or would get the URI of another
+/// one, and if there are no presets.
 [[nodiscard]] std::vector<FactoryPreset> readFactoryPresets(const std::string& folder);
 
-/// What the manifest and the preset's own file both say of it.
+/// The statements about a preset that both the manifest and its own file contain.
 [[nodiscard]] Statements presetHead(const FactoryPreset& preset);
 
-/// The preset's own file. It names all ports but those of `kABBank` and `kBypass`: hosts leave
-/// ports as they are that a preset does not name.
+/// The preset's own file. It names all parameter ports except those of `kABBank` and `kBypass`,
+/// since hosts leave unnamed ports as they are.
 [[nodiscard]] std::string presetTurtle(const FactoryPreset& preset);
 
 }  // namespace lv2

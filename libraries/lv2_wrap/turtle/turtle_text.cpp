@@ -47,7 +47,7 @@ std::string turtleString(std::string_view text) {
 
 std::string turtleDecimal(float value) {
   std::array<char, 64> text;
-  // Adding zero turns a negative one into the positive.
+  // Adding zero turns a negative zero into a positive one.
   const auto end =
       std::to_chars(text.data(), text.data() + text.size(), value + 0.0F, std::chars_format::fixed);
   std::string decimal(text.data(), end.ptr);

@@ -4,37 +4,37 @@
 #include <string_view>
 #include <vector>
 
-/// Turtle, the text that describes plug-ins to LV2 hosts: its words, and statements made of them.
-/// Pure functions and a value, for one thread at a time.
+/// Turtle, the text format that describes plug-ins to LV2 hosts: terms, and statements made of
+/// them. The functions are pure; a `Statements` object is for one thread at a time.
 namespace lv2 {
 
-/// Declares all prefixes that our files use; stands at the head of each.
+/// Declarations of all prefixes that our files use; each file starts with them.
 [[nodiscard]] std::string_view turtlePrefixes() noexcept;
 
-/// `<uri>` of a URI, or of a path from the bundle on, that needs no escapes.
+/// `<uri>` for a URI, or for a path relative to the bundle, that needs no escapes.
 [[nodiscard]] std::string turtleUri(std::string_view uri);
 
-/// A string in quotes. Bytes that are not ASCII pass as they are: `text` is UTF-8.
+/// A string in quotes. `text` is UTF-8; non-ASCII bytes are not escaped.
 [[nodiscard]] std::string turtleString(std::string_view text);
 
-/// The shortest decimal that reads back as `value`, which is finite: always with a point and never
-/// with an exponent, because some hosts take port values of this type alone.
+/// The shortest decimal that reads back as `value`, which must be finite. It always has a point and
+/// never an exponent, because some hosts accept only this type for port values.
 [[nodiscard]] std::string turtleDecimal(float value);
 
-/// `name` as one step of a URI's path: small letters, digits and single hyphens; empty if it holds
-/// no ASCII letter or digit.
+/// `name` as a segment of a URI's path: lower-case letters, digits and single hyphens; empty if it
+/// contains no ASCII letter or digit.
 [[nodiscard]] std::string uriStep(std::string_view name);
 
-/// What is said of one subject, in the order it was added.
+/// The statements about one subject, in the order in which they were added.
 class Statements {
  public:
-  /// `object` is a word of Turtle or a `blankNode`. A predicate that is there already takes it as
-  /// one more object.
+  /// `object` is a Turtle term or a `blankNode`. If the predicate exists already, it gets one more
+  /// object.
   Statements& add(std::string_view predicate, std::string object);
 
-  /// All of it, `subject` being a word of Turtle, with the stop and an empty line behind.
+  /// The statements about `subject`, a Turtle term, followed by a full stop and an empty line.
   [[nodiscard]] std::string about(std::string_view subject) const;
-  /// All of it about something without a name: an object of other statements, on one line.
+  /// The statements as a blank node on one line, to be used as an object of other statements.
   [[nodiscard]] std::string blankNode() const;
 
  private:
