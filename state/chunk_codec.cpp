@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "state/json_memory.h"
+#include "state/whole_inflate.h"
 
 namespace {
 
@@ -65,11 +66,12 @@ std::optional<std::string> packChunk(std::string_view text, int level) {
 }
 
 std::optional<std::string> unpackChunk(std::string_view bytes) {
+  bytes.remove_prefix(std::min(bytes.size(), kPackedMark.size()));
+  if (auto whole = inflateWhole(bytes, kMostDocumentBytes)) return whole;
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
   const StreamEnd end{stream, &inflateEnd};
   std::string text;
-  bytes.remove_prefix(std::min(bytes.size(), kPackedMark.size()));
   int state = Z_OK;
   while (!bytes.empty() && state != Z_STREAM_END) {
     feed(stream, bytes);
