@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <new>
+#include <utility>
 
-#include "state/json_memory.h"
 #include "state/whole_inflate.h"
 
 namespace {
@@ -86,12 +87,12 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
   return text;
 }
 
-JsonTree readDocument(std::string_view bytes) {
+std::shared_ptr<const JsonNode> readDocument(std::string_view bytes) {
   // Bytes that do not unpack are no document either, and no more of them than one can have.
   if (bytes.size() > kMostDocumentBytes) return nullptr;
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);
-  JsonTree root = parsedJson(text->c_str());
+  auto root = jsonReadInPlace(std::move(*text));
   return jsonIsType(root.get(), kJsonObject) ? std::move(root) : nullptr;
 }

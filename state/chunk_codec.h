@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,5 +22,6 @@ inline constexpr std::string_view kPackedMark = "ZIP ";
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
 
 /// The root of the document that `bytes`, packed or plain, are: text that holds an object, of a
-/// size that documents have; null for any other. Throws std::bad_alloc.
-[[nodiscard]] JsonTree readDocument(std::string_view bytes);
+/// size that documents have; null for any other. As `jsonReadInPlace` reads it. Throws
+/// std::bad_alloc.
+[[nodiscard]] std::shared_ptr<const JsonNode> readDocument(std::string_view bytes);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 /// What a node is: the low byte of `JsonNode::type`.
 enum JsonType : std::uint32_t {
@@ -64,6 +65,11 @@ struct JsonFault {
 [[nodiscard]] JsonNode* jsonParse(const char* text) noexcept;
 /// The same, and tells what was wrong with this very text.
 [[nodiscard]] JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept;
+
+/// Reads a text as `jsonParse` does, several times as fast, for documents that are only looked at:
+/// the nodes stand in a few blocks, their texts in `text`, and whoever holds one node holds them
+/// all. Null on a fault in the text and on more than the reader takes. Throws std::bad_alloc.
+[[nodiscard]] std::shared_ptr<const JsonNode> jsonReadInPlace(std::string&& text);
 
 /// Where in its text the last parse of the process, on whatever thread, gave up; null if it did
 /// not. Valid as long as that text.

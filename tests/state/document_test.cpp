@@ -66,6 +66,7 @@ std::string read(std::string_view source, JsonTree& tree) {
   const JsonTree again(jsonParse(text.get()));
   EXPECT_EQ(jsonGetErrorPtr(), fault.position);
   EXPECT_NE(tree == nullptr, fault.position == nullptr);
+  EXPECT_EQ(treeOf(jsonReadInPlace(std::string(source)).get()), treeOf(tree.get()));
   if (tree) return treeOf(tree.get());
   return (fault.isTooMuch ? "!!" : "!") + std::to_string(fault.position - text.get());
 }
@@ -123,6 +124,27 @@ TEST(Json, NumbersHaveTheirStoredForm) {
       std::snprintf(expected, sizeof expected, isWide ? "%e" : "%.10f", value);
       ASSERT_EQ(compact(JsonTree(jsonCreateNumber(value)).get()), expected) << "step " << i;
     }
+  }
+}
+
+// Digit by digit, by a power that the library gives.
+TEST(Json, NumbersAreReadToTheLastBit) {
+  std::mt19937 random(21);
+  const auto digits = [&random] {
+    std::string text;
+    for (auto n = random() % 22; n > 0; --n) text += static_cast<char>('0' + random() % 10);
+    return text;
+  };
+  for (int i = 0; i < 50'000; ++i) {
+    const std::string whole = i % 3 == 0 ? "0" : "3" + digits();
+    const std::string places = "9" + digits();
+    const int exponent = i % 2 == 0 ? 0 : static_cast<int>(random() % 90) - 45;
+    double expected = 0.0;
+    for (const char digit : whole + places) expected = expected * 10.0 + (digit - '0');
+    expected *= std::pow(10.0, exponent - static_cast<double>(places.size()));
+    const std::string power = exponent == 0 ? "" : "e" + std::to_string(exponent);
+    const JsonTree number(jsonParse((whole + '.' + places + power).c_str()));
+    ASSERT_EQ(number->valueDouble, expected) << whole << '.' << places << power;
   }
 }
 
