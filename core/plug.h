@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -17,7 +16,6 @@
 #include "dynamics/compressor.h"
 #include "editing/graph_nodes.h"
 #include "host/editor_state.h"
-#include "host/idle_timer.h"
 #include "host/plug_base_json.h"
 #include "host/preset_files.h"
 #include "platform/clock.h"
@@ -78,8 +76,6 @@ class Plug : public PlugBaseJSON {
   bool getEffectName(char* text) override;
   bool getProductString(char* text) override { return getEffectName(text); }
   bool getVendorString(char* text) override;
-  void formatParameterValue(std::int32_t index, float normalised, char* text,
-                            bool showNote) const override;
   [[nodiscard]] float getParameterDefault(std::int32_t index) const noexcept override {
     return parameterEdits.getDefault(index);
   }
@@ -117,8 +113,6 @@ class Plug : public PlugBaseJSON {
     return files().loadBandFromText(text, size, band);
   }
   void resetBand(int band) { files().resetBand(band); }
-  bool saveBandFile(const std::string& path, int band) { return files().saveBandFile(path, band); }
-  bool loadBandFile(const std::string& path, int band) { return files().loadBandFile(path, band); }
 
   // As in `editing/graph_nodes.h`.
   [[nodiscard]] int bandParameter(int kind, int node) { return nodeParameter(edits(), kind, node); }
@@ -133,6 +127,9 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   [[nodiscard]] PresetFiles& presetFiles() noexcept { return presets; }
 
+  /// Of which graphs and meters ask for what is not here; its setters are none of theirs.
+  [[nodiscard]] compressor& getEngine() noexcept { return engine; }
+
   // What graphs draw, as `compressor` says; any thread but the audio thread, several at once.
   [[nodiscard]] double getBandResponse(int band, double frequency) {
     return engine.getBandResponse(band, frequency);
@@ -140,15 +137,9 @@ class Plug : public PlugBaseJSON {
   void getBandCurve(int band, const float* frequencies, int n, float* out) {
     engine.getBandCurve(band, frequencies, n, out);
   }
-  [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const {
-    return engine.getSidechainResponse(band, filter, frequency);
-  }
-  [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
 
   // What meters show; any thread, but one at a time per selector of `getGainReduction`.
-  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, 0 % over
-  /// seconds.
-  void setMeterDecay(double percent);
+  void setMeterDecay(double percent);  ///< as in `compressor`
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return engine.getOutputPeak(channel);
   }
@@ -156,13 +147,10 @@ class Plug : public PlugBaseJSON {
     return getOutputPeak(channel);
   }
   /// As `MeterRings::readFurthest`. For one consumer only, since a second would take its peaks:
-  /// others make a `GainReductionReader` of their own over `meterRings`.
+  /// others make a `GainReductionReader` of their own over the engine's `meterRings`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
-  [[nodiscard]] const MeterRings& meterRings() const noexcept { return engine.meterRings(); }
-  /// Rms and loudness, by an `OutputLevels` of each consumer's own.
-  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return engine.outputFeed(); }
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept {
     return engine.getBandGain(band, parts, channel);
   }
@@ -180,9 +168,10 @@ class Plug : public PlugBaseJSON {
   void getAnalyserData(double* const buffers[AnalyserFeed::kTraces], int n) const noexcept {
     engine.analyserFeed().copyLatest(buffers, n);
   }
-  [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
  protected:
+  [[nodiscard]] std::string parameterText(std::int32_t index, float normalised,
+                                          bool showNote) const override;
   void processMidi(const VstMidiEvent& event) noexcept override;
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 

@@ -10,14 +10,11 @@ namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
 
-// Practically 0: the peak of each block shows alone until an editor asks for a slower decay.
-const double kInstantMeterDecay = std::exp(-2.0 / 0.02);
-
 }  // namespace
 
 compressor::compressor() : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)) {
   wanted.bands[0].path.active = true;
-  wanted.meterDecay = kInstantMeterDecay;
+  setMeterDecay(100.0, sampleRate);
   publish();
   resetEngine();
 }
@@ -276,8 +273,9 @@ void compressor::setMeterBallistic(int ballistic, double rate) noexcept {
   outputPeak.setBallistic(ballistic, rate);
 }
 
-void compressor::setMeterDecay(double perSample) noexcept {
-  wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
+void compressor::setMeterDecay(double percent, double rate) noexcept {
+  const double samples = (1.0 - percent * 0.01) * rate * 4.0;
+  wanted.meterDecay = std::clamp(std::exp(-2.0 / (samples + 0.02)), 0.0, 1.0);
 }
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {

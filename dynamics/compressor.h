@@ -70,7 +70,9 @@ class compressor {
   /// What a soloed band lets through: false the band itself, true what passes beside it.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< as `OutputPeak::setBallistic`
-  void setMeterDecay(double perSample) noexcept;  ///< 0..1, the share that a peak keeps per sample
+  /// How soon the bands' gain meters let go of a peak: 100 % at the end of its block, as at first,
+  /// 0 % over seconds.
+  void setMeterDecay(double percent, double rate) noexcept;
   /// Makes the chain that of the layout; empty until the first call.
   void makeStagePlan();
   /// Whether `makeStagePlan` would show another chain.

@@ -92,8 +92,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   }
   /// Writes at most `kParameterTextCapacity` bytes. A negative index leaves `text` as it was; one
   /// at or beyond the last gives an empty text.
-  virtual void formatParameterValue(std::int32_t index, float normalised, char* text,
-                                    bool showNote) const;
+  void formatParameterValue(std::int32_t index, float normalised, char* text, bool showNote) const;
   [[nodiscard]] virtual float getParameterDefault(std::int32_t index) const noexcept;  ///< 0..1
 
   // Banks A to H, each a set of values; the live one follows every change. Out of range does
@@ -163,6 +162,9 @@ class PlugBase : public AudioEffectX, public IdleClient {
   }
 
  protected:
+  /// A value of 0..1 as it is shown; `index` is a parameter's.
+  [[nodiscard]] virtual std::string parameterText(std::int32_t index, float normalised,
+                                                  bool showNote) const;
   /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
   virtual void processMidi(const VstMidiEvent& event) noexcept;
   /// The state that a load has replaced is to come back, or go again: `marker` as in the history.
