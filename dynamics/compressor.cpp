@@ -215,7 +215,7 @@ void compressor::publish() noexcept {
     shown[band].gain.store(isIdle ? 1.0 : path.gain, std::memory_order_relaxed);
     shown[band].dry.store(isIdle ? 0.0 : path.dry, std::memory_order_relaxed);
   }
-  shownPlan.store(wanted.plan, std::memory_order_relaxed);
+  shownStages.store(wanted.plan.stages, std::memory_order_relaxed);
   published.spare() = wanted;
   published.publish();
 }
@@ -299,9 +299,5 @@ double compressor::getBandGraphGain(int band) const noexcept {
 }
 
 std::uint32_t compressor::stagePlanWord() const noexcept {
-  return shownPlan.load(std::memory_order_relaxed).stages;
-}
-
-std::uint32_t compressor::xoverPlanWord() const noexcept {
-  return shownPlan.load(std::memory_order_relaxed).xover;
+  return shownStages.load(std::memory_order_relaxed);
 }

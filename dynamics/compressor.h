@@ -121,7 +121,6 @@ class compressor {
   /// Linear gain that the frequency graph draws for a band.
   [[nodiscard]] double getBandGraphGain(int band) const noexcept;
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
-  [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
   // What graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
   // frequencies in Hz, each well below a microsecond.
@@ -243,8 +242,7 @@ class compressor {
   EngineSettings wanted;            // control side
   mutable PlugBaseMutex curveLock;  // of the static curves in it, which others read
   KernelExchange<EngineSettings> published;
-  std::atomic<StagePlan> shownPlan{};
-  static_assert(std::atomic<StagePlan>::is_always_lock_free);
+  std::atomic<std::uint32_t> shownStages{0};
 
   // Audio thread: samples until what last came in as a sidechain is out of the whole chain.
   int sidechainLeft = 0;

@@ -12,9 +12,6 @@ struct DetectorKernels {
   static constexpr int kMaxLanes = 16;
   static constexpr int kChunk = 64;  ///< frames that one call takes at most
 
-  /// Lookahead windows over `signals`, linear levels of any sign, in place.
-  void (*window)(WindowLane* const* windows, double* const* signals, int count,
-                 int frames) noexcept;
   /// Whole detectors over their signals, which are left alone but for those of their lanes.
   void (*detect)(DetectorLane* const* lanes, int count, int frames) noexcept;
 };

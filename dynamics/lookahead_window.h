@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <vector>
 
 #include "dynamics/detector_lane.h"
@@ -17,36 +15,23 @@
 /// gives the plain maximum. A change while audio runs takes the averages from the remembered
 /// maxima, not from silence.
 ///
-/// Threads: `setLookahead` on one control thread, at any moment; `lookaheadSamples` anywhere;
-/// `process` on the audio thread, where a change applies from the next call; `setSampleRate` on the
-/// control thread and `clear` while nothing processes. Only the constructor allocates.
+/// Threads: the audio thread; `clear` while nothing processes. Only the constructor allocates.
 class LookaheadWindow {
  public:
   static constexpr int kMaxSamples = 8191;
 
   LookaheadWindow();
 
-  void setSampleRate(double rate) noexcept;  ///< Hz, keeps the milliseconds
-  /// Milliseconds; cut to whole samples and to `kMaxSamples`, 0 for anything below.
-  void setLookahead(float ms) noexcept;
-  /// By how much the audio has to be delayed.
-  [[nodiscard]] int lookaheadSamples() const noexcept {
-    return pendingSamples.load(std::memory_order_relaxed);
-  }
-  /// Forgets the signal, keeps the lookahead.
-  void clear() noexcept;
-  /// Takes over what `other` has heard; audio thread.
+  void clear() noexcept;  ///< forgets the signal
+  /// Takes over what `other` has heard.
   void copySignal(const LookaheadWindow& other) noexcept;
-  /// At most one comparison per doubling of the lookahead and sample; 0 frames change nothing.
-  void process(double* signal, int frames) noexcept;
-
-  // For the detectors, which run many windows side by side.
-  /// Applies a change of the lookahead; before each block of `frames`.
+  /// Takes up a lookahead of `samples`, at most `kMaxSamples`; before each block of `frames`.
   void beginBlock(int frames, int samples) noexcept;
+  /// For the kernels of the detectors, which run many windows side by side: at most one comparison
+  /// per doubling of the lookahead and sample.
   [[nodiscard]] WindowLane& lane() noexcept { return window; }
 
  private:
-  void design() noexcept;
   void adopt(int samples) noexcept;
   void rebuildAverages() noexcept;
   // The tree's small levels from how they are kept in use to the rings that they are, and back.
@@ -55,14 +40,7 @@ class LookaheadWindow {
   template <typename Visit>
   void forEachSmallLevel(Visit visit) noexcept;
 
-  // Control thread.
-  double sampleRate = 48000.0;  // Hz
-  float lookaheadMs = 0.0F;
-
-  // From control to audio: all else follows from this one word, so no mix of old and new is seen.
-  std::atomic<int> pendingSamples{0};
-
-  // Audio thread. Level k of the tree holds the largest of the last 2^k samples, for each of as
+  // Level k of the tree holds the largest of the last 2^k samples, for each of as
   // many samples.
   std::vector<double> memory;  // the tree, its small levels unrolled, and both rings
   WindowLane window;

@@ -9,10 +9,7 @@ class BandLayout;
 
 /// The chain of a block, packed: dynamic EQ bands one after the other, among them the crossover
 /// stage with its bands side by side.
-///
-/// One word of 64 bits, for those who look on while it changes. Aligned as one, or some compilers
-/// call a library with locks for it.
-struct alignas(8) StagePlan {
+struct StagePlan {
   static constexpr int kCrossoverStage = -1;  ///< beside the stages 0..7, which are bands
 
   /// Eight 4-bit slots, lowest first, each a stage + 2, or 0 for none.
