@@ -65,13 +65,13 @@ Plug::~Plug() {
 }
 
 void Plug::resume() {
-  wantEvents();
+  host.wantMidi();
   applyGlobalPreferences();
   handOver.withEngine([rate = getSampleRate()](compressor& it) { it.setSampleRate(rate); });
   engine.resetEngine();
   PlugBaseJSON::resume();
   checkProcessLevel();
-  wantEvents();
+  host.wantMidi();
   handOver.everythingChanged();
   updateDsp(true);
   updateLatency();

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "host/audio_effect.h"
 
-/// The extended calls: events, properties, names, and the messages to the host beyond automation.
+/// The extended calls: events, properties, names, and the edits that frame a change.
 /// Operations without a body of their own here return 0 or false.
 class AudioEffectX : public AudioEffect {
  public:
@@ -60,14 +58,8 @@ class AudioEffectX : public AudioEffect {
   [[nodiscard]] virtual bool acceptsChannels(std::int32_t /*channels*/) const { return false; }
 
   /// Frame a change of a parameter by the user.
-  virtual void beginEdit(std::int32_t index);
-  virtual void endEdit(std::int32_t index);
-
- protected:
-  void wantEvents();  ///< asks the host for MIDI
-  [[nodiscard]] std::intptr_t getProcessLevel();
-  /// Empties `text` when the host does not say.
-  void getHostVendorString(std::span<char> text);
+  virtual void beginEdit(std::int32_t /*index*/) {}
+  virtual void endEdit(std::int32_t /*index*/) {}
 
  private:
   std::intptr_t dispatchProperties(std::int32_t opcode, std::int32_t index, void* ptr);

@@ -16,7 +16,7 @@
 /// What the host is told of its own accord, and what is known of what it was told.
 ///
 /// Threads: control threads, and the audio thread in the one block in which the host goes offline
-/// or comes back; `isEcho` and `expectEcho` anywhere.
+/// or comes back; `isOffline`, `isEcho` and `expectEcho` anywhere.
 class HostLink {
  public:
   static constexpr std::size_t kMostParameters = 512;
@@ -27,6 +27,13 @@ class HostLink {
 
   std::intptr_t tell(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                      void* ptr = nullptr, float opt = 0.0F);
+
+  // What the host is asked.
+  void wantMidi() { tell(kHostWantMidi, 0, 1); }
+  [[nodiscard]] bool isOffline() { return tell(kHostProcessLevel) == kProcessLevelOffline; }
+  /// Who makes it, empty when it does not say. Hosts are known to write more than the 64 bytes
+  /// agreed on.
+  [[nodiscard]] std::array<char, 256> vendor();
 
   // Gestures frame a change of a parameter by the user; ids that are none are not told.
   void tellGesture(std::int32_t index, bool begins);

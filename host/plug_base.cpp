@@ -30,7 +30,7 @@ VstPinProperties pin(const char* form, std::int32_t index, std::int32_t numOutpu
 
 PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
                    const ParameterKeys& keys, int numPrograms)
-    : AudioEffectX(audioMaster, std::max(numPrograms, 1), static_cast<std::int32_t>(table.size())),
+    : AudioEffectX(std::max(numPrograms, 1), static_cast<std::int32_t>(table.size())),
       values(table, keys, numPrograms),
       host(*getAeffect(), audioMaster, values, engineLink),
       history(values, engineLink),
@@ -144,8 +144,7 @@ bool PlugBase::getProgramNameIndexed(std::int32_t /*category*/, std::int32_t ind
 }
 
 bool PlugBase::hostShowsPinsAsSpeakers() {
-  std::array<char, kTextCapacity> vendor{};
-  getHostVendorString(vendor);
+  const auto vendor = host.vendor();
   const std::string_view name = vendor.data();
   return name != "Ableton" && name != "Cakewalk, Inc";
 }
@@ -187,7 +186,7 @@ std::int32_t PlugBase::processEvents(const VstEvents* events) {
 void PlugBase::processMidi(const VstMidiEvent& /*event*/) noexcept {}
 
 void PlugBase::checkProcessLevel() {
-  const bool offline = getProcessLevel() == kProcessLevelOffline;
+  const bool offline = host.isOffline();
   if (isOffline.exchange(offline) != offline) offlineChanged(offline);
 }
 

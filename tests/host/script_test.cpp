@@ -60,7 +60,7 @@ class HostScript : public Script {
     commands["echo"] = [this] { say(effect->hostLink().isEcho(id(), value())); };
     commands["gestures off"] = [this] { effect->hostLink().setGesturesOff(value() != 0.0F); };
     commands["tell all"] = [this] { effect->parameterInput().setTellsBanks(value() != 0.0F); };
-    commands["midi"] = [this] { effect->wantEvents(); };
+    commands["midi"] = [this] { effect->hostLink().wantMidi(); };
     commands["group"] = [this] { say(effect->parameterInfo(id()).group); };
     commands["bands"] = [this] {
       for (const auto& band : effect->getBandNames()) say(band);

@@ -160,7 +160,6 @@ class TestEffect : public PlugBaseJSON, private EngineLink {
   using AudioEffect::setEditor;
   using AudioEffect::setNumInputs;
   using AudioEffect::setNumOutputs;
-  using AudioEffectX::wantEvents;
   using PlugBase::advanceSampleCount;
 
   HostRecorder recorder;
