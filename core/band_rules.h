@@ -10,8 +10,8 @@
 #include "state/parameter_flags.h"
 
 /// Locks and links of parameters: a locked one stays as it is; a linked one takes the same row of
-/// all other bands that are linked, too, and not locked, with it, but in a step of the history,
-/// which knows the others' own values. Ids out of range read false and are ignored.
+/// all other bands that are linked, too, and not locked, with it, but when undo or redo takes a
+/// step, which knows the others' own values. Ids out of range read false and are ignored.
 /// Threads: any.
 class BandRules final : public ParameterRules {
  public:

@@ -70,16 +70,16 @@ class PlugEdits final : public EditedParameters {
   void beginAlone(int id) override;
   void endAlone(int id) override;
   void endLost(int id) override;
-  /// Ends all edits and the step of the history that are open, as the window closes in which they
+  /// Ends all edits and the group of the history that are open, as the window closes in which they
   /// began, after those of its `GroupEdit`: the host hears of it. Ends that come after all are left
   /// out.
   void endAll();
   void tellGesture(int id, bool begins) override { parts.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { parts.host.tellInGesture(id); }
 
-  void beginStep() override { parts.history.beginGroup(); }
-  void endStep() override { parts.history.endGroup(); }
-  void endStepWithEdit(int id) override { parts.history.endGroupWithEdit(id); }
+  void beginHistoryGroup() override { parts.history.beginGroup(); }
+  void endHistoryGroup() override { parts.history.endGroup(); }
+  void endGroupWithEdit(int id) override { parts.history.endGroupWithEdit(id); }
   void note(int id) override { parts.history.begin(id); }
   void endNote(int id) override { parts.history.end(id); }
 
@@ -92,8 +92,7 @@ class PlugEdits final : public EditedParameters {
   void setLockWords(std::span<const std::int32_t> words);
   void setLinkWords(std::span<const std::int32_t> words);
 
-  void hold() override { parts.handOver.hold(); }
-  void release() override { parts.handOver.release(); }
+  [[nodiscard]] EngineLink& updates() override { return parts.handOver; }
   [[nodiscard]] std::atomic<bool>& loading() override { return parts.input.loading(); }
   [[nodiscard]] bool neighboursGiveWay() const override;
   [[nodiscard]] BandLayout& layout() override { return parts.engine.layout; }

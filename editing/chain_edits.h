@@ -4,8 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "editing/edited_parameters.h"
+
 class CrossoverEdits;
-class EditedParameters;
 class LinkedEdits;
 
 /// Adding, moving and deleting bands, each as one change and one step of the history: the order is
@@ -29,16 +30,17 @@ class ChainEdits {
   void checkSidechainSources();
 
  private:
-  /// Notes for the history what an edit changes while this lives.
-  class Step {
+  /// A group of the history that notes the frequencies while this lives.
+  class NotedGroup {
    public:
-    explicit Step(EditedParameters& edited);
-    ~Step();
-    Step(const Step&) = delete;
-    Step& operator=(const Step&) = delete;
+    explicit NotedGroup(EditedParameters& edited);
+    ~NotedGroup();
+    NotedGroup(const NotedGroup&) = delete;
+    NotedGroup& operator=(const NotedGroup&) = delete;
 
    private:
     EditedParameters& parameters;
+    const HistoryGroup group;
   };
 
   /// A place in the crossover, and the parameters of those that give way to it, with Hz.

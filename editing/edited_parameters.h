@@ -2,14 +2,16 @@
 
 #include <atomic>
 
+#include "host/engine_link.h"
+
 class BandLayout;
 class ParameterKeys;
 
 /// The parameters of an effect as edits see them: what people do to an effect is done through this.
 ///
 /// An edit is whatever a user changes; its gesture, the begin and end that the host hears of, is
-/// that of one parameter; a step of the history is what undo takes back as one. An action is what
-/// an entry of a menu runs.
+/// that of one parameter; a step of the history is what undo takes back as one, an edit or a group
+/// of them. An action is what an entry of a menu runs.
 ///
 /// `normalised` is 0..1, `plain` in the unit of the parameter's label. Ids out of range read 0 and
 /// are ignored. Threads: control threads.
@@ -52,12 +54,13 @@ class EditedParameters {
   virtual void tellGesture(int id, bool begins) = 0;
   virtual void tellInGesture(int id) = 0;  ///< the present value
 
-  // Steps of the history; within a step others are part of it.
-  virtual void beginStep() = 0;
-  virtual void endStep() = 0;
-  /// The step ends when the edit of this parameter has begun, which belongs to it.
-  virtual void endStepWithEdit(int id) = 0;
-  // Notes a change for the step, without a gesture; what has not changed is forgotten at its end.
+  // What lies between is one step of the history; groups within a group are part of it.
+  virtual void beginHistoryGroup() = 0;
+  virtual void endHistoryGroup() = 0;
+  /// The group ends when the edit of this parameter has begun, which belongs to it.
+  virtual void endGroupWithEdit(int id) = 0;
+  // Notes a change for the history, without a gesture; what has not changed is forgotten at its
+  // end.
   virtual void note(int id) = 0;
   virtual void endNote(int id) = 0;
 
@@ -68,13 +71,12 @@ class EditedParameters {
   virtual void setLinked(int id, bool on) = 0;
 
   // The engine.
-  /// Several parameters change as one from the first to the last of these; they count.
-  virtual void hold() = 0;
-  virtual void release() = 0;
+  /// For `UpdateHold`, while several parameters change as one.
+  [[nodiscard]] virtual EngineLink& updates() = 0;
   /// Raised while values are taken as they come: no bank is switched to.
   [[nodiscard]] virtual std::atomic<bool>& loading() = 0;
   /// Bands of the crossover give way to one that moves: not while a state is being loaded, a step
-  /// of the history is being done, or several parameters change as one.
+  /// of the history is taken, or several parameters change as one.
   [[nodiscard]] virtual bool neighboursGiveWay() const = 0;
   [[nodiscard]] virtual BandLayout& layout() = 0;
   /// Moves a band in the layout, ahead of its parameters and while these are held. Returns the
@@ -88,25 +90,15 @@ class EditedParameters {
   [[nodiscard]] virtual const ParameterKeys& keys() const = 0;
 };
 
-/// Several parameters change as one: the engine hears of them when the last of these ends.
-class EditHold {
+/// Edits that are one step of the history.
+class HistoryGroup {
  public:
-  explicit EditHold(EditedParameters& edited) : parameters(edited) { parameters.hold(); }
-  ~EditHold() { parameters.release(); }
-  EditHold(const EditHold&) = delete;
-  EditHold& operator=(const EditHold&) = delete;
-
- private:
-  EditedParameters& parameters;
-};
-
-/// A step of the history.
-class EditStep {
- public:
-  explicit EditStep(EditedParameters& edited) : parameters(edited) { parameters.beginStep(); }
-  ~EditStep() { parameters.endStep(); }
-  EditStep(const EditStep&) = delete;
-  EditStep& operator=(const EditStep&) = delete;
+  explicit HistoryGroup(EditedParameters& edited) : parameters(edited) {
+    parameters.beginHistoryGroup();
+  }
+  ~HistoryGroup() { parameters.endHistoryGroup(); }
+  HistoryGroup(const HistoryGroup&) = delete;
+  HistoryGroup& operator=(const HistoryGroup&) = delete;
 
  private:
   EditedParameters& parameters;
