@@ -240,7 +240,7 @@ struct Group {
             spread(count, [&](int l) { return lanes[l]->settings->shape; })};
   }
 
-  /// `StaticCurve::gainDb`; `bent`: not all knees are 0.
+  /// `StaticCurve::gainAtDb` of a linear level; `bent`: not all knees are 0.
   template <bool bent>
   static Wide gainDb(Wide level, const Curves& c, int n) noexcept {
     const Wide silent = broadcast<T>(StaticCurve::kSilenceDb);

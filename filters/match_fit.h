@@ -37,8 +37,6 @@ class MatchFit {
   double errorOf() noexcept;
   /// One step with BFGS update. Returns whether it made progress.
   bool step() noexcept;
-  /// Of the error in `parameters`; as of `start` and of each `step`.
-  [[nodiscard]] const Vector& errorGradient() const noexcept { return gradient; }
   [[nodiscard]] const Vector& parameters() const noexcept { return x; }
   [[nodiscard]] DigitalSection fitted() const noexcept;
 

@@ -86,7 +86,6 @@ class PlugBase : public AudioEffectX, public IdleClient {
   [[nodiscard]] const ParameterRecord& parameterInfo(std::int32_t index) const noexcept {
     return values.info(index);
   }
-  [[nodiscard]] const ParameterKeys& parameterKeys() const noexcept { return values.keys(); }
   [[nodiscard]] const std::vector<std::string>& getBandNames() const noexcept {
     return values.bandNames();
   }
@@ -153,9 +152,6 @@ class PlugBase : public AudioEffectX, public IdleClient {
   /// For `UpdateHold`.
   [[nodiscard]] EngineLink& updates() noexcept { return engineLink; }
   [[nodiscard]] ParameterInput& parameterInput() noexcept { return input; }
-  [[nodiscard]] ParameterStore& parameterStore() noexcept { return values; }
-  [[nodiscard]] const ParameterStore& parameterStore() const noexcept { return values; }
-  [[nodiscard]] HostLink& hostLink() noexcept { return host; }
 
   [[nodiscard]] std::int32_t getSampleCount() const noexcept {
     return sampleCount.load(std::memory_order_relaxed);

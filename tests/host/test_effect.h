@@ -161,6 +161,8 @@ class TestEffect : public PlugBaseJSON, private EngineLink {
   using AudioEffect::setNumInputs;
   using AudioEffect::setNumOutputs;
   using PlugBase::advanceSampleCount;
+  using PlugBase::host;
+  using PlugBase::values;
 
   HostRecorder recorder;
   std::vector<VstMidiEvent> midi;
