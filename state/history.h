@@ -29,11 +29,23 @@ struct HistoryEntry {
 /// editor, and from hosts' threads through control surfaces.
 class HistoryStack {
  public:
+  /// Throws std::bad_alloc, with nothing changed.
   void push(HistoryEntry entry);
-  [[nodiscard]] std::optional<HistoryEntry> pop();
+  /// Moves the newest entry to `other`, there with the value that `valueOf(id)` gives; null when
+  /// there is none. Throws std::bad_alloc, with nothing changed.
+  template <typename ValueOf>
+  std::optional<HistoryEntry> moveNewest(HistoryStack& other, const ValueOf& valueOf) {
+    const PlugBaseMutex::Scope scope(lock);
+    if (entries.empty()) return std::nullopt;
+    const HistoryEntry newest = entries.back();
+    other.push({newest.id, valueOf(newest.id)});
+    entries.pop_back();
+    return newest;
+  }
   void clear();
   [[nodiscard]] bool empty();
-  /// Ends the group that the newest mark opens. One entry needs no marks, nothing leaves none.
+  /// Ends the group that the newest mark opens, for whose end its `push` has made room. One entry
+  /// needs no marks, nothing leaves none.
   void endGroup();
   /// Takes out the newest entry of `id` if it holds exactly `value`, and the marks of a group that
   /// it leaves empty; false when it does not, and when there is no such entry.
