@@ -53,12 +53,14 @@ class ControlExchange {
     return save();
   }
   /// Runs `load`, which changes the effect's state and tells `assumePort` of all ports, with
-  /// nothing delivered meanwhile. What it changed counts as known to the ports.
+  /// nothing delivered meanwhile. What it changed counts as known to the ports, but where the state
+  /// is not what a port stands for: a chain was repaired, or the port had not followed.
   template <typename Load>
   void aroundLoading(const Load& load) {
     const std::lock_guard guard(delivering);
     load();
     rememberAll();
+    markAgainstPorts();
     loads.fetch_add(1, std::memory_order_release);
   }
   /// Within `load`: what a port held when the state was stored, NaN where that is not known.
@@ -70,11 +72,13 @@ class ControlExchange {
   [[nodiscard]] float portValue(int id) const noexcept;
   [[nodiscard]] float plainNow(int id) const noexcept;
   [[nodiscard]] float normalisedNow(int id) const noexcept;
+  [[nodiscard]] float normalisedOf(int id, float portPlain) const noexcept;
   void deliverNews();  // this and all below: under `delivering`
   void deliverOffered(bool isAlone);
   void deliverOne(int id, bool isAlone);
   void markInsideChanges() noexcept;
   void rememberAll() noexcept;
+  void markAgainstPorts() noexcept;
 
   Plug& effect;
   std::array<std::atomic<float>, kNumParams> ports;  // plain, at the audio thread's last look
