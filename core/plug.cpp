@@ -1,6 +1,5 @@
 #include "core/plug.h"
 
-#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -8,6 +7,7 @@
 #include "core/parameter_table.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
+#include "host/idle_timer.h"
 #include "platform/index.h"
 #include "platform/resources.h"
 #include "platform/whole_file.h"
@@ -65,13 +65,13 @@ Plug::~Plug() {
 }
 
 void Plug::resume() {
-  wantEvents();
+  host.wantMidi();
   applyGlobalPreferences();
   handOver.withEngine([rate = getSampleRate()](compressor& it) { it.setSampleRate(rate); });
   engine.resetEngine();
   PlugBaseJSON::resume();
   checkProcessLevel();
-  wantEvents();
+  host.wantMidi();
   handOver.everythingChanged();
   updateDsp(true);
   updateLatency();
@@ -126,14 +126,9 @@ bool Plug::getVendorString(char* text) {
   return true;
 }
 
-void Plug::formatParameterValue(std::int32_t index, float normalised, char* text,
-                                bool showNote) const {
-  if (index < 0 || text == nullptr) return;
-  text[0] = '\0';
-  if (!values.contains(index)) return;
-  const std::string shown =
-      valueText(values, index, normalised, simpleNumbers.load(std::memory_order_relaxed), showNote);
-  text[shown.copy(text, kParameterTextCapacity - 1)] = '\0';
+std::string Plug::parameterText(std::int32_t index, float normalised, bool showNote) const {
+  return valueText(values, index, normalised, simpleNumbers.load(std::memory_order_relaxed),
+                   showNote);
 }
 
 std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {
@@ -173,9 +168,8 @@ void Plug::setLoadingFlags(std::int32_t flags) {
 }
 
 void Plug::setMeterDecay(double percent) {
-  const double samples = (1.0 - percent * 0.01) * static_cast<double>(getSampleRate()) * 4.0;
-  handOver.withEngine(
-      [samples](compressor& it) { it.setMeterDecay(std::exp(-2.0 / (samples + 0.02))); });
+  const auto rate = static_cast<double>(getSampleRate());
+  handOver.withEngine([percent, rate](compressor& it) { it.setMeterDecay(percent, rate); });
 }
 
 Plug::EditorEnd::~EditorEnd() { plug.setEditor(nullptr); }

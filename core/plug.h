@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -17,7 +16,6 @@
 #include "dynamics/compressor.h"
 #include "editing/graph_nodes.h"
 #include "host/editor_state.h"
-#include "host/idle_timer.h"
 #include "host/plug_base_json.h"
 #include "host/preset_files.h"
 #include "platform/clock.h"
@@ -79,8 +77,6 @@ class Plug : public PlugBaseJSON {
   bool getEffectName(char* text) override;
   bool getProductString(char* text) override { return getEffectName(text); }
   bool getVendorString(char* text) override;
-  void formatParameterValue(std::int32_t index, float normalised, char* text,
-                            bool showNote) const override;
   [[nodiscard]] float getParameterDefault(std::int32_t index) const noexcept override {
     return parameterEdits.getDefault(index);
   }
@@ -118,8 +114,6 @@ class Plug : public PlugBaseJSON {
     return files().loadBandFromText(text, size, band);
   }
   void resetBand(int band) { files().resetBand(band); }
-  bool saveBandFile(const std::string& path, int band) { return files().saveBandFile(path, band); }
-  bool loadBandFile(const std::string& path, int band) { return files().loadBandFile(path, band); }
 
   // See `editing/graph_nodes.h`.
   [[nodiscard]] int bandParameter(int kind, int node) { return nodeParameter(edits(), kind, node); }
@@ -134,6 +128,9 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] Machine& machine() noexcept { return ownMachine; }
   [[nodiscard]] PresetFiles& presetFiles() noexcept { return presets; }
 
+  /// For what graphs and meters read that has no call of its own here; they call no setters of it.
+  [[nodiscard]] compressor& getEngine() noexcept { return engine; }
+
   // Values that graphs draw; see `compressor`. Any thread but the audio thread, several at once.
   [[nodiscard]] double getBandResponse(int band, double frequency) {
     return engine.getBandResponse(band, frequency);
@@ -141,15 +138,9 @@ class Plug : public PlugBaseJSON {
   void getBandCurve(int band, const float* frequencies, int n, float* out) {
     engine.getBandCurve(band, frequencies, n, out);
   }
-  [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const {
-    return engine.getSidechainResponse(band, filter, frequency);
-  }
-  [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
 
   // Values that meters show. Any thread, but one at a time per selector of `getGainReduction`.
-  /// How fast the bands' gain meters fall after a peak: at 100 % by the end of its block, at 0 %
-  /// over seconds.
-  void setMeterDecay(double percent);
+  void setMeterDecay(double percent);  ///< see `compressor`
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return engine.getOutputPeak(channel);
   }
@@ -157,13 +148,10 @@ class Plug : public PlugBaseJSON {
     return getOutputPeak(channel);
   }
   /// See `MeterRings::readFurthest`. For one consumer only, since reading takes the peaks away:
-  /// others make a `GainReductionReader` of their own over `meterRings`.
+  /// others make a `GainReductionReader` of their own over the engine's `meterRings`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
-  [[nodiscard]] const MeterRings& meterRings() const noexcept { return engine.meterRings(); }
-  /// Source of RMS and loudness: each consumer makes an `OutputLevels` of its own over it.
-  [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return engine.outputFeed(); }
   [[nodiscard]] double getBandGain(int band, int parts, int channel) const noexcept {
     return engine.getBandGain(band, parts, channel);
   }
@@ -181,9 +169,10 @@ class Plug : public PlugBaseJSON {
   void getAnalyserData(double* const buffers[AnalyserFeed::kTraces], int n) const noexcept {
     engine.analyserFeed().copyLatest(buffers, n);
   }
-  [[nodiscard]] compressor& getEngine() noexcept { return engine; }
 
  protected:
+  [[nodiscard]] std::string parameterText(std::int32_t index, float normalised,
+                                          bool showNote) const override;
   void processMidi(const VstMidiEvent& event) noexcept override;
   void restoreLoadedState(std::int32_t marker, bool towardsRedo) override;
 

@@ -23,7 +23,7 @@ void PlugEdits::begin(int id) {
   endLost(id);
   crossover.endLostGesture(id);
   {
-    const EditStep step(*this);
+    const HistoryGroup group(*this);
     crossover.beginRecording(id);
     links.beginRecording(id);
     parts.gestures.begin(id);

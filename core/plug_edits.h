@@ -70,15 +70,15 @@ class PlugEdits final : public EditedParameters {
   void beginAlone(int id) override;
   void endAlone(int id) override;
   void endLost(int id) override;
-  /// Ends all open edits and the open undo step, and tells the host; for the closing of the window
-  /// in which they began, after `GroupEdit::endAll`. Ends that still come later are ignored.
+  /// Ends all open edits and the open history group, and tells the host; for the closing of the
+  /// window in which they began, after `GroupEdit::endAll`. Ends that still come later are ignored.
   void endAll();
   void tellGesture(int id, bool begins) override { parts.host.tellGesture(id, begins); }
   void tellInGesture(int id) override { parts.host.tellInGesture(id); }
 
-  void beginStep() override { parts.history.beginGroup(); }
-  void endStep() override { parts.history.endGroup(); }
-  void endStepWithEdit(int id) override { parts.history.endGroupWithEdit(id); }
+  void beginHistoryGroup() override { parts.history.beginGroup(); }
+  void endHistoryGroup() override { parts.history.endGroup(); }
+  void endGroupWithEdit(int id) override { parts.history.endGroupWithEdit(id); }
   void note(int id) override { parts.history.begin(id); }
   void endNote(int id) override { parts.history.end(id); }
 
@@ -91,8 +91,7 @@ class PlugEdits final : public EditedParameters {
   void setLockWords(std::span<const std::int32_t> words);
   void setLinkWords(std::span<const std::int32_t> words);
 
-  void hold() override { parts.handOver.hold(); }
-  void release() override { parts.handOver.release(); }
+  [[nodiscard]] EngineLink& updates() override { return parts.handOver; }
   [[nodiscard]] std::atomic<bool>& loading() override { return parts.input.loading(); }
   [[nodiscard]] bool neighboursGiveWay() const override;
   [[nodiscard]] BandLayout& layout() override { return parts.engine.layout; }

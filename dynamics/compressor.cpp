@@ -10,14 +10,11 @@ namespace {
 
 double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
 
-// Practically 0: meters show the peak of each block until an editor asks for a slower decay.
-const double kInstantMeterDecay = std::exp(-2.0 / 0.02);
-
 }  // namespace
 
 compressor::compressor() : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)) {
   wanted.bands[0].path.active = true;
-  wanted.meterDecay = kInstantMeterDecay;
+  setMeterDecay(100.0, sampleRate);
   publish();
   resetEngine();
 }
@@ -218,7 +215,7 @@ void compressor::publish() noexcept {
     shown[band].gain.store(isIdle ? 1.0 : path.gain, std::memory_order_relaxed);
     shown[band].dry.store(isIdle ? 0.0 : path.dry, std::memory_order_relaxed);
   }
-  shownPlan.store(wanted.plan, std::memory_order_relaxed);
+  shownStages.store(wanted.plan.stages, std::memory_order_relaxed);
   published.spare() = wanted;
   published.publish();
 }
@@ -276,8 +273,9 @@ void compressor::setMeterBallistic(int ballistic, double rate) noexcept {
   outputPeak.setBallistic(ballistic, rate);
 }
 
-void compressor::setMeterDecay(double perSample) noexcept {
-  wanted.meterDecay = std::clamp(perSample, 0.0, 1.0);
+void compressor::setMeterDecay(double percent, double rate) noexcept {
+  const double samples = (1.0 - percent * 0.01) * rate * 4.0;
+  wanted.meterDecay = std::clamp(std::exp(-2.0 / (samples + 0.02)), 0.0, 1.0);
 }
 
 double compressor::getBandGain(int band, int parts, int channel) const noexcept {
@@ -301,9 +299,5 @@ double compressor::getBandGraphGain(int band) const noexcept {
 }
 
 std::uint32_t compressor::stagePlanWord() const noexcept {
-  return shownPlan.load(std::memory_order_relaxed).stages;
-}
-
-std::uint32_t compressor::xoverPlanWord() const noexcept {
-  return shownPlan.load(std::memory_order_relaxed).xover;
+  return shownStages.load(std::memory_order_relaxed);
 }

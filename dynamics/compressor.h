@@ -70,7 +70,9 @@ class compressor {
   /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
-  void setMeterDecay(double perSample) noexcept;  ///< share of a peak left after a sample, 0..1
+  /// How fast the bands' gain meters fall after a peak: at 100 %, as at first, by the end of its
+  /// block, at 0 % over seconds.
+  void setMeterDecay(double percent, double rate) noexcept;
   /// Makes the chain from the layout; it is empty until the first call.
   void makeStagePlan();
   /// Whether `makeStagePlan` would change the chain.
@@ -117,7 +119,6 @@ class compressor {
   /// Linear gain that the frequency graph draws for a band.
   [[nodiscard]] double getBandGraphGain(int band) const noexcept;
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
-  [[nodiscard]] std::uint32_t xoverPlanWord() const noexcept;
 
   // Values that graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
   // frequencies in Hz; one takes well below a microsecond.
@@ -239,8 +240,7 @@ class compressor {
   EngineSettings wanted;            // control side
   mutable PlugBaseMutex curveLock;  // guards the static curves in it, which other threads read
   KernelExchange<EngineSettings> published;
-  std::atomic<StagePlan> shownPlan{};
-  static_assert(std::atomic<StagePlan>::is_always_lock_free);
+  std::atomic<std::uint32_t> shownStages{0};
 
   // Audio thread: samples until the last sidechain input has left the whole chain.
   int sidechainLeft = 0;

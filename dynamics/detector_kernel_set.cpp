@@ -152,16 +152,6 @@ struct Group {
     toRows(lanes, rows, frames);
   }
 
-  static void window(WindowLane* const* windows, double* const* signals, int count,
-                     int frames) noexcept {
-    Rows rows;
-    Averages averages = averagesOf(windows, count);
-    windowRows(windows, signals, count, frames, averages, rows);
-    averageRows(averages.sum2, averages.scale2, rows, frames);
-    storeSums(averages, windows, count);
-    toSignals(rows, signals, count, frames);
-  }
-
   // The detectors.
 
   enum Phase { kAttack, kHold, kFast, kSlow };  // as numbers, in rows
@@ -251,7 +241,7 @@ struct Group {
             spread(count, [&](int l) { return lanes[l]->settings->shape; })};
   }
 
-  /// `StaticCurve::gainDb`; `bent`: not all knees are 0.
+  /// `StaticCurve::gainAtDb` of a linear level; `bent`: not all knees are 0.
   template <bool bent>
   static Wide gainDb(Wide level, const Curves& c, int n) noexcept {
     const Wide silent = broadcast<T>(StaticCurve::kSilenceDb);
@@ -478,20 +468,6 @@ constexpr int kPair = 2;
 constexpr int kMany = 8;
 
 template <int W>
-void windowAll(WindowLane* const* windows, double* const* signals, int count, int frames) noexcept {
-  for (int first = 0; first < count;) {
-    const int left = count - first;
-    if (left <= kPair) {
-      Group<kPair, 1, W>::window(windows + first, signals + first, left, frames);
-      return;
-    }
-    const int taken = left < kMany ? left : kMany;
-    Group<W, kMany / W, W>::window(windows + first, signals + first, taken, frames);
-    first += taken;
-  }
-}
-
-template <int W>
 void detectAll(DetectorLane* const* lanes, int count, int frames) noexcept {
   for (int first = 0; first < count;) {
     const int left = count - first;
@@ -507,7 +483,7 @@ void detectAll(DetectorLane* const* lanes, int count, int frames) noexcept {
 
 constexpr int kWidth = lanesOf(InstructionSet::KERNEL_SET);
 
-constexpr DetectorKernels kTable = {windowAll<kWidth>, detectAll<kWidth>};
+constexpr DetectorKernels kTable = {detectAll<kWidth>};
 
 }  // namespace
 

@@ -12,9 +12,6 @@ struct DetectorKernels {
   static constexpr int kMaxLanes = 16;
   static constexpr int kChunk = 64;  ///< frames that one call takes at most
 
-  /// Runs lookahead windows over `signals`, linear samples of any sign, in place.
-  void (*window)(WindowLane* const* windows, double* const* signals, int count,
-                 int frames) noexcept;
   /// Runs whole detectors over the signals of their lanes, in place.
   void (*detect)(DetectorLane* const* lanes, int count, int frames) noexcept;
 };

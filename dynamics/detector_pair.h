@@ -15,9 +15,6 @@ class DetectorPair {
   [[nodiscard]] BandDetector& operator[](std::size_t channel) noexcept {
     return detectors[channel];
   }
-  [[nodiscard]] const BandDetector& operator[](std::size_t channel) const noexcept {
-    return detectors[channel];
-  }
   [[nodiscard]] auto begin() noexcept { return detectors.begin(); }
   [[nodiscard]] auto end() noexcept { return detectors.end(); }
 

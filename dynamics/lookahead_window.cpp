@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "dynamics/detector_kernels.h"
-
 namespace {
 
 constexpr int kPlainUpTo = 3;  // samples; up to here there are too few for two averages
@@ -30,20 +28,6 @@ LookaheadWindow::LookaheadWindow() : memory(kRecentSize + 3 * std::size_t{kRing}
   window.tree = window.recent + kRecentSize;
   window.maxima = window.tree + kRing;
   window.means = window.maxima + kRing;
-}
-
-void LookaheadWindow::setSampleRate(double rate) noexcept {
-  sampleRate = rate;
-  design();
-}
-
-void LookaheadWindow::setLookahead(float ms) noexcept {
-  lookaheadMs = ms;
-  design();
-}
-
-void LookaheadWindow::design() noexcept {
-  pendingSamples.store(::lookaheadSamples(lookaheadMs, sampleRate), std::memory_order_relaxed);
 }
 
 void LookaheadWindow::clear() noexcept {
@@ -132,14 +116,4 @@ void LookaheadWindow::beginBlock(int frames, int samples) noexcept {
   if (loudSamples <= 0) return;
   if (window.averaging) rebuildAverages();
   loudSamples -= frames;
-}
-
-void LookaheadWindow::process(double* signal, int frames) noexcept {
-  if (frames <= 0) return;
-  beginBlock(frames, lookaheadSamples());
-  WindowLane* const lanes[] = {&window};
-  for (int done = 0; done < frames; done += DetectorKernels::kChunk) {
-    double* const signals[] = {signal + done};
-    detectorKernels().window(lanes, signals, 1, std::min(DetectorKernels::kChunk, frames - done));
-  }
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <vector>
 
 #include "dynamics/detector_lane.h"
@@ -17,37 +15,24 @@
 /// gives the plain maximum. After a change while audio runs, the averages continue from the
 /// remembered maxima, not from silence.
 ///
-/// Threads: `setLookahead` on one control thread, at any moment; `lookaheadSamples` on any thread;
-/// `process` on the audio thread, where a change applies from the next call; `setSampleRate` on the
-/// control thread and `clear` while nothing processes. Only the constructor allocates.
+/// Threads: the audio thread; `clear` while nothing processes. Only the constructor allocates.
 class LookaheadWindow {
  public:
   static constexpr int kMaxSamples = 8191;
 
   LookaheadWindow();
 
-  void setSampleRate(double rate) noexcept;  ///< Hz; the lookahead in ms stays
-  /// Milliseconds; clamped, see `::lookaheadSamples`.
-  void setLookahead(float ms) noexcept;
-  /// The delay that the audio needs, in samples.
-  [[nodiscard]] int lookaheadSamples() const noexcept {
-    return pendingSamples.load(std::memory_order_relaxed);
-  }
-  /// Forgets the signal, keeps the lookahead.
-  void clear() noexcept;
-  /// Takes over the past signal of `other`; audio thread.
+  void clear() noexcept;  ///< forgets the signal
+  /// Takes over the past signal of `other`.
   void copySignal(const LookaheadWindow& other) noexcept;
-  /// Processes in place; 0 frames change nothing. Cost per sample: at most one comparison per
-  /// doubling of the lookahead.
-  void process(double* signal, int frames) noexcept;
-
-  // For detectors, which run many windows side by side.
-  /// Applies a change of the lookahead; call it before each block of `frames`.
+  /// Applies a lookahead of `samples`, at most `kMaxSamples`; call it before each block of
+  /// `frames`.
   void beginBlock(int frames, int samples) noexcept;
+  /// For the kernels of the detectors, which run many windows side by side: at most one comparison
+  /// per doubling of the lookahead and sample.
   [[nodiscard]] WindowLane& lane() noexcept { return window; }
 
  private:
-  void design() noexcept;
   void adopt(int samples) noexcept;
   void rebuildAverages() noexcept;
   // Move the tree's small levels from their form in use (`recent`) to rings, and back.
@@ -56,16 +41,8 @@ class LookaheadWindow {
   template <typename Visit>
   void forEachSmallLevel(Visit visit) noexcept;
 
-  // Control thread.
-  double sampleRate = 48000.0;  // Hz
-  float lookaheadMs = 0.0F;
-
-  // From control to audio: everything else follows from this one word, so that old and new never
-  // mix.
-  std::atomic<int> pendingSamples{0};
-
-  // Audio thread. Level k of the tree holds, for each of the last 2^k samples, the largest of the
-  // 2^k samples up to it.
+  // Level k of the tree holds, for each of the last 2^k samples, the largest of the 2^k samples up
+  // to it.
   std::vector<double> memory;  // the tree, its small levels unrolled, and both rings
   WindowLane window;
   int activeSamples = 0;

@@ -9,10 +9,7 @@ class BandLayout;
 
 /// The chain of a block, packed: dynamic EQ bands in series, and among them the crossover stage
 /// with its bands in parallel.
-///
-/// One word of 64 bits, so that other threads can read it while it changes. Aligned as one word;
-/// otherwise some compilers call a library that locks.
-struct alignas(8) StagePlan {
+struct StagePlan {
   static constexpr int kCrossoverStage = -1;  ///< stages 0..7 are bands
 
   /// Eight 4-bit slots, lowest first, each a stage + 2, or 0 for none.

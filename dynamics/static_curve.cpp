@@ -29,10 +29,6 @@ StaticCurve StaticCurve::make(double threshold, double ratioAbove, double ceilin
   return curve;
 }
 
-double StaticCurve::gainDb(double level) const noexcept {
-  return gainAtDb(level < kSilence ? kSilenceDb : 20.0 * std::log10(level));
-}
-
 double StaticCurve::gainAtDb(double decibels) const noexcept {
   double way = 0.0;
   double range = 0.0;

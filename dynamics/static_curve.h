@@ -24,6 +24,4 @@ struct StaticCurve {
 
   /// Gain in dB at a level in dB. Any thread.
   [[nodiscard]] double gainAtDb(double decibels) const noexcept;
-  /// Gain in dB at a linear level >= 0. Any thread.
-  [[nodiscard]] double gainDb(double level) const noexcept;
 };

@@ -120,8 +120,8 @@ void BandEdits::setLocks(int band, int scope, BandMask selected, bool on) {
 void BandEdits::setLinks(int band, int scope, BandMask selected, bool on) {
   const BandMask bands = bandsIn(band, scope, selected);
   if (bands == 0) return;
-  const EditHold hold(parameters);
-  parameters.beginStep();
+  const UpdateHold hold(parameters.updates());
+  const HistoryGroup group(parameters);
   for (int each = 0; each < kNumBands; ++each) {
     for (int row = kB1Threshold; isIn(bands, each) && row <= kB1SCHFType; ++row) {
       const int target = bandParameterId(each, row);
@@ -132,7 +132,6 @@ void BandEdits::setLinks(int band, int scope, BandMask selected, bool on) {
       parameters.end(target);
     }
   }
-  parameters.endStep();
 }
 
 void BandEdits::copyRow(int from, int to) {
@@ -150,15 +149,14 @@ void BandEdits::copyRow(int from, int to) {
 
 void BandEdits::copyBand(int source, int target) {
   if (!isBand(source) || (target != kEveryTarget && !isBand(target))) return;
-  const EditHold hold(parameters);
-  parameters.beginStep();
+  const UpdateHold hold(parameters.updates());
+  const HistoryGroup group(parameters);
   for (int band = 0; band < kNumBands; ++band) {
     if (band == source || (target != kEveryTarget && band != target)) continue;
     for (int row = kB1State; row <= kB1SCHFType; ++row) {
       if (!staysWithBand(row)) copyRow(bandParameterId(source, row), bandParameterId(band, row));
     }
   }
-  parameters.endStep();
 }
 
 /// Finds the order to sort by. False if there is nothing to sort or no valid chain.
@@ -175,11 +173,10 @@ bool BandEdits::findOrder(Order& order) {
 bool BandEdits::sortBands() {
   Order order{};
   if (!findOrder(order)) return false;
-  const EditHold hold(parameters);
+  const UpdateHold hold(parameters.updates());
   const Raised loading(parameters.loading());
-  parameters.beginStep();
+  const HistoryGroup group(parameters);
   moveRows(order);
-  parameters.endStep();
   return true;
 }
 

@@ -64,13 +64,12 @@ std::optional<BandFiles::Values> BandFiles::parse(const std::string& text) const
 }
 
 void BandFiles::apply(int band, const Values& values) {
-  const EditHold hold(parameters);
-  parameters.beginStep();
+  const UpdateHold hold(parameters.updates());
+  const HistoryGroup group(parameters);
   for (std::size_t i = 0; i < values.size(); ++i) {
     const auto& plain = values.at(i);
     if (plain) editPlain(parameters, bandParameterId(band, kBandFileRows.at(i)), *plain);
   }
-  parameters.endStep();
 }
 
 bool BandFiles::loadBandFromText(const char* text, std::size_t size, int band) {

@@ -69,8 +69,8 @@ void addFiles(Menu& menu, const Parts& parts, int band) {
 /// Sets kind and shape. A running band that changes its kind moves in the chain; one that does not,
 /// or that is off, stays where it is.
 void setKind(const Parts& parts, int band, bool dynamic, int subType) {
-  const EditStep step(parts.parameters);
-  const EditHold hold(parts.parameters);
+  const HistoryGroup group(parts.parameters);
+  const UpdateHold hold(parts.parameters.updates());
   if (isDynamic(parts, band) != dynamic) {
     if (!isRunning(parts, band)) {
       editPlain(parts.parameters, bandParameterId(band, kB1Type), dynamic ? 1.0F : 0.0F);

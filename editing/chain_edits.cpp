@@ -14,18 +14,16 @@
 #include "host/alerts.h"
 
 // All frequencies, from the start, since crossover bands move when others do.
-ChainEdits::Step::Step(EditedParameters& edited) : parameters(edited) {
-  parameters.beginStep();
+ChainEdits::NotedGroup::NotedGroup(EditedParameters& edited) : parameters(edited), group(edited) {
   for (int band = 0; band < kNumBands; ++band) {
     parameters.note(bandParameterId(band, kB1Frequency));
   }
 }
 
-ChainEdits::Step::~Step() {
+ChainEdits::NotedGroup::~NotedGroup() {
   for (int band = 0; band < kNumBands; ++band) {
     parameters.endNote(bandParameterId(band, kB1Frequency));
   }
-  parameters.endStep();
 }
 
 void ChainEdits::set(int index, float normalised) {
@@ -132,8 +130,8 @@ int ChainEdits::addBand(int list, double wanted) {
     if (!found) return -1;
     room = *found;
   }
-  const Step step(parameters);
-  const EditHold hold(parameters);
+  const NotedGroup group(parameters);
+  const UpdateHold hold(parameters.updates());
   makeRoom(room);
   const float order = parameters.moveBand(band, list, frequencyOf(room));
   freeBand(band);
@@ -163,8 +161,8 @@ bool ChainEdits::setBandPosition(int band, int list) {
     if (!found) return false;
     room = *found;
   }
-  const Step step(parameters);
-  const EditHold hold(parameters);
+  const NotedGroup group(parameters);
+  const UpdateHold hold(parameters.updates());
   const float order = parameters.moveBand(band, list, frequencyOf(room));
   freeBand(band);
   automate(bandParameterId(band, kB1State), 1.0);
@@ -179,9 +177,9 @@ bool ChainEdits::setBandPosition(int band, int list) {
 
 void ChainEdits::deleteBand(int band) {
   if (!isBand(band)) return;
-  const Step step(parameters);
+  const NotedGroup group(parameters);
   freeBand(band);
-  const EditHold hold(parameters);
+  const UpdateHold hold(parameters.updates());
   const float order = parameters.moveBand(band, kOffList, 0.0);
   automate(bandParameterId(band, kB1State), 0.0);
   automateOrder(order);
@@ -190,7 +188,7 @@ void ChainEdits::deleteBand(int band) {
 }
 
 void ChainEdits::checkSidechainSources() {
-  parameters.beginStep();
+  const HistoryGroup group(parameters);
   for (int band = 0; band < kNumBands; ++band) {
     const int id = bandParameterId(band, kB1SCSBand);
     const int source = static_cast<int>(parameters.getPlain(id));
@@ -198,5 +196,4 @@ void ChainEdits::checkSidechainSources() {
     automate(id, -1.0);
     automate(bandParameterId(band, kB1SCSrc), SidechainRoute::kBand);
   }
-  parameters.endStep();
 }

@@ -4,8 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "editing/edited_parameters.h"
+
 class CrossoverEdits;
-class EditedParameters;
 class LinkedEdits;
 
 /// Adding, moving and deleting bands. Each call is one undo step, and the engine takes it as one
@@ -29,16 +30,17 @@ class ChainEdits {
   void checkSidechainSources();
 
  private:
-  /// An undo step that also records the frequencies of all bands.
-  class Step {
+  /// A history group that also records the frequencies of all bands.
+  class NotedGroup {
    public:
-    explicit Step(EditedParameters& edited);
-    ~Step();
-    Step(const Step&) = delete;
-    Step& operator=(const Step&) = delete;
+    explicit NotedGroup(EditedParameters& edited);
+    ~NotedGroup();
+    NotedGroup(const NotedGroup&) = delete;
+    NotedGroup& operator=(const NotedGroup&) = delete;
 
    private:
     EditedParameters& parameters;
+    const HistoryGroup group;
   };
 
   /// A frequency for a band in the crossover, and the frequencies (parameter, Hz) of those bands

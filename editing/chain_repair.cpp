@@ -53,7 +53,7 @@ void ChainKeeper::repair() noexcept {
     missing.store(false, std::memory_order_relaxed);
     const auto repair = chainRepair(parameters);
     if (!repair) return;
-    const EditHold together(parameters);
+    const UpdateHold together(parameters.updates());
     for (const auto& [id, normalised] : repair->frequencies) parameters.setAlone(id, normalised);
     parameters.setAlone(kBandOrder, repair->order);
   } catch (const std::bad_alloc&) {

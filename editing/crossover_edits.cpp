@@ -43,10 +43,10 @@ void CrossoverEdits::automate(int index, float normalised) {
   const auto wanted =
       static_cast<double>(parameters.toPlain(index, std::clamp(normalised, 0.0F, 1.0F)));
   const auto spaced = spacedCrossover(crossover.centres, crossover.place, wanted);
-  std::optional<EditHold> hold;
+  std::optional<UpdateHold> hold;
   for (std::size_t i = 0; i < spaced.size(); ++i) {
     if (i == crossover.place || spaced[i] == crossover.centres[i]) continue;
-    if (!hold) hold.emplace(parameters);
+    if (!hold) hold.emplace(parameters.updates());
     moveNeighbour(bandParameterId(crossover.bands[i], kB1Frequency), spaced[i]);
   }
   const double own = spaced[crossover.place];

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "host/engine_link.h"
+
 class BandLayout;
 class ParameterKeys;
 
@@ -9,8 +11,8 @@ class ParameterKeys;
 /// this interface.
 ///
 /// Terms: an edit is a change by the user. A gesture is the begin and end of an edit of one
-/// parameter, which the host is told of. A step is what one undo takes back. An action is what a
-/// menu entry runs.
+/// parameter, which the host is told of. A step is what one undo takes back: an edit or a group of
+/// them. An action is what a menu entry runs.
 ///
 /// `normalised` is 0..1, `plain` in the unit of the parameter's label. Reads of ids out of range
 /// return 0, writes are ignored. Threads: control threads.
@@ -53,12 +55,12 @@ class EditedParameters {
   virtual void tellGesture(int id, bool begins) = 0;
   virtual void tellInGesture(int id) = 0;  ///< tells the host the present value, in a gesture
 
-  // Begin and end an undo step; a step within a step is part of the outer one.
-  virtual void beginStep() = 0;
-  virtual void endStep() = 0;
-  /// Ends the step by itself once the edit of this parameter, which is part of it, has begun.
-  virtual void endStepWithEdit(int id) = 0;
-  // Record a change for the undo step without a gesture; it is dropped if the value stays the same.
+  // Edits between these two are one step; a group within a group is part of the outer one.
+  virtual void beginHistoryGroup() = 0;
+  virtual void endHistoryGroup() = 0;
+  /// Ends the group by itself once the edit of this parameter, which is part of it, has begun.
+  virtual void endGroupWithEdit(int id) = 0;
+  // Record a change for undo without a gesture; it is dropped if the value stays the same.
   virtual void note(int id) = 0;
   virtual void endNote(int id) = 0;
 
@@ -69,10 +71,8 @@ class EditedParameters {
   virtual void setLinked(int id, bool on) = 0;
 
   // The engine.
-  // Changes wait for the engine, to be taken as one, while there are more calls of `hold` than of
-  // `release`.
-  virtual void hold() = 0;
-  virtual void release() = 0;
+  /// For `UpdateHold`, while several parameters change as one.
+  [[nodiscard]] virtual EngineLink& updates() = 0;
   /// Raised while values are taken as they are: the bank selector switches no bank.
   [[nodiscard]] virtual std::atomic<bool>& loading() = 0;
   /// Whether crossover bands give way to one that moves: false during undo and redo, while a state
@@ -90,26 +90,15 @@ class EditedParameters {
   [[nodiscard]] virtual const ParameterKeys& keys() const = 0;
 };
 
-/// Lets several parameters change as one: the engine takes the changes when the last `EditHold`
-/// ends.
-class EditHold {
+/// A group of edits, one step of the history, for as long as it lives.
+class HistoryGroup {
  public:
-  explicit EditHold(EditedParameters& edited) : parameters(edited) { parameters.hold(); }
-  ~EditHold() { parameters.release(); }
-  EditHold(const EditHold&) = delete;
-  EditHold& operator=(const EditHold&) = delete;
-
- private:
-  EditedParameters& parameters;
-};
-
-/// An undo step, for as long as it lives.
-class EditStep {
- public:
-  explicit EditStep(EditedParameters& edited) : parameters(edited) { parameters.beginStep(); }
-  ~EditStep() { parameters.endStep(); }
-  EditStep(const EditStep&) = delete;
-  EditStep& operator=(const EditStep&) = delete;
+  explicit HistoryGroup(EditedParameters& edited) : parameters(edited) {
+    parameters.beginHistoryGroup();
+  }
+  ~HistoryGroup() { parameters.endHistoryGroup(); }
+  HistoryGroup(const HistoryGroup&) = delete;
+  HistoryGroup& operator=(const HistoryGroup&) = delete;
 
  private:
   EditedParameters& parameters;

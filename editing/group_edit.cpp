@@ -112,9 +112,9 @@ void GroupEdit::begin(int id) {
   gesture.leader = leaderOf(id, gesture.followers);
   gesture.edited = gesture.followers;
   if (gesture.leader >= 0) gesture.edited &= ~crossoverBands() | 1U << gesture.leader;
-  parameters.beginStep();
+  parameters.beginHistoryGroup();
   forRows(id, gesture.edited, [this](int /*band*/, int each) { parameters.begin(each); });
-  parameters.endStepWithEdit(id);
+  parameters.endGroupWithEdit(id);
 }
 
 void GroupEdit::spread(int id, float normalised) {
@@ -129,7 +129,7 @@ void GroupEdit::spread(int id, float normalised) {
   const float own = references.at(static_cast<std::size_t>(bandOf(id)));
   if (gesture.leader == bandOf(id)) bands |= 1U << gesture.leader;
   {
-    const EditHold hold(parameters);
+    const UpdateHold hold(parameters.updates());
     forRows(id, bands, [&](int band, int each) {
       const float reference = references.at(static_cast<std::size_t>(band));
       const float value = spreadValue(rule, reference, own, wanted);
@@ -145,7 +145,7 @@ void GroupEdit::end(int id) {
   if (spreadRuleOf(id) == SpreadRule::kNone) return;
   const Gesture gesture = std::exchange(gestures.at(rowOf(id)), Gesture{});
   if (gesture.followers == 0) return;
-  const EditHold hold(parameters);
+  const UpdateHold hold(parameters.updates());
   forRows(id, gesture.edited, [this](int /*band*/, int each) { parameters.end(each); });
 }
 
@@ -162,9 +162,8 @@ int otherRelease(int id) noexcept {
 
 void setSidechainSource(EditedParameters& parameters, int band, int source, int sourceBand) {
   if (!isBand(band)) return;
-  const EditHold hold(parameters);
-  parameters.beginStep();
+  const UpdateHold hold(parameters.updates());
+  const HistoryGroup group(parameters);
   editPlain(parameters, bandParameterId(band, kB1SCSrc), static_cast<float>(source));
   editPlain(parameters, bandParameterId(band, kB1SCSBand), static_cast<float>(sourceBand));
-  parameters.endStep();
 }

@@ -75,7 +75,7 @@ void ParameterEdits::link(int id, LinkScope scope, BandMask selected) {
   if (scope == kLinkSelected) bands = selected;
   const bool now = parameters.isLinked(id);
   setFlags(id, bands, !now, [this](int each, bool flag) { parameters.setLinked(each, flag); });
-  const EditHold hold(parameters);
+  const UpdateHold hold(parameters.updates());
   parameters.begin(id);
   parameters.align(id);
   parameters.end(id);
@@ -87,8 +87,8 @@ void ParameterEdits::propagate(int id, PropagateScope scope, BandMask selected) 
   if (scope == kPropagateToKind) bands = bandsOfKind(parameters, bandOf(id));
   if (scope == kPropagateToSelected) bands = selected;
   const float normalised = parameters.get(id);
-  const EditHold hold(parameters);
-  parameters.beginStep();
+  const UpdateHold hold(parameters.updates());
+  const HistoryGroup group(parameters);
   for (int band = 0; band < kNumBands; ++band) {
     if (!isIn(bands, band)) continue;
     const int target = bandParameterId(band, bandOneIdOf(id));
@@ -96,5 +96,4 @@ void ParameterEdits::propagate(int id, PropagateScope scope, BandMask selected) 
     parameters.set(target, normalised);
     parameters.end(target);
   }
-  parameters.endStep();
 }

@@ -38,8 +38,6 @@ class MatchFit {
   double errorOf() noexcept;
   /// One step with BFGS update. Returns whether it made progress.
   bool step() noexcept;
-  /// Gradient of the error in `parameters`, as left by `start` or the last `step`.
-  [[nodiscard]] const Vector& errorGradient() const noexcept { return gradient; }
   [[nodiscard]] const Vector& parameters() const noexcept { return x; }
   [[nodiscard]] DigitalSection fitted() const noexcept;
 

@@ -79,6 +79,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const char* const error = jsonGetErrorPtr();
   require((tree == nullptr) == (error != nullptr));
   if (error) require(error >= text.get() && error <= text.get() + std::strlen(text.get()));
+  const auto inPlace = jsonReadInPlace(text.get());
+  require((tree == nullptr) == (inPlace == nullptr));
+  if (tree && hasOnlyFiniteNumbers(tree.get())) requireSame(tree.get(), inPlace.get(), 0.0, 0.0);
   if (tree) checkPrinting(tree.get());
   return 0;
 }

@@ -73,9 +73,7 @@ std::uint8_t byteOf(Number number) noexcept {
 
 }  // namespace
 
-AudioEffect::AudioEffect(AudioMasterCallback audioMaster, std::int32_t numPrograms,
-                         std::int32_t numParams)
-    : hostCallback(audioMaster) {
+AudioEffect::AudioEffect(std::int32_t numPrograms, std::int32_t numParams) {
   cEffect.magic = kEffectMagic;
   cEffect.dispatcher = dispatchEntry;
   cEffect.process = accumulateEntry;
@@ -111,11 +109,6 @@ void AudioEffect::setBlockSize(std::int32_t newBlockSize) {
   if (newBlockSize > 0) blockSize.store(newBlockSize, std::memory_order_relaxed);
 }
 
-void AudioEffect::setParameterAutomated(std::int32_t index, float normalised) {
-  setParameter(index, normalised);
-  tellHost(kHostAutomate, index, 0, nullptr, normalised);
-}
-
 void AudioEffect::setFlag(std::int32_t flag, bool state) noexcept {
   cEffect.flags = state ? cEffect.flags | flag : cEffect.flags & ~flag;
 }
@@ -123,12 +116,6 @@ void AudioEffect::setFlag(std::int32_t flag, bool state) noexcept {
 void AudioEffect::setEditor(std::unique_ptr<AEffEditor> newEditor) {
   ownedEditor = std::move(newEditor);
   setFlag(kEffectHasEditor, ownedEditor != nullptr);
-}
-
-std::intptr_t AudioEffect::tellHost(std::int32_t opcode, std::int32_t index, std::intptr_t value,
-                                    void* ptr, float opt) {
-  if (hostCallback == nullptr) return 0;
-  return hostCallback(&cEffect, opcode, index, value, ptr, opt);
 }
 
 std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,

@@ -11,8 +11,8 @@ class AEffEditor;
 /// Whether `hz` is a usable sample rate: 1 Hz to 10 MHz.
 [[nodiscard]] constexpr bool isSampleRate(double hz) noexcept { return hz >= 1.0 && hz <= 10e6; }
 
-/// Base of an effect: owns the record that the adapter holds, answers the calls that come through
-/// it and sends messages back. Operations defined inline here do nothing or return 0.
+/// Base of an effect: owns the record that the adapter holds and answers the calls that come
+/// through it. Operations defined inline here do nothing or return 0.
 ///
 /// Texts are written with their terminating zero to buffers of at least `kTextCapacity` bytes.
 /// Threads: process calls on the audio thread; all else on the host's control threads or the
@@ -21,8 +21,7 @@ class AudioEffect {
  public:
   static constexpr std::size_t kTextCapacity = 64;
 
-  /// With a null `audioMaster`, messages to the host go nowhere and return 0.
-  AudioEffect(AudioMasterCallback audioMaster, std::int32_t numPrograms, std::int32_t numParams);
+  AudioEffect(std::int32_t numPrograms, std::int32_t numParams);
   virtual ~AudioEffect();
   AudioEffect(const AudioEffect&) = delete;
   AudioEffect& operator=(const AudioEffect&) = delete;
@@ -57,7 +56,7 @@ class AudioEffect {
   virtual void setParameter(std::int32_t /*index*/, float /*normalised*/) {}
   virtual float getParameter(std::int32_t /*index*/) { return 0.0f; }
   /// As `setParameter`, and tells the host that the effect itself made the change.
-  virtual void setParameterAutomated(std::int32_t index, float normalised);
+  virtual void setParameterAutomated(std::int32_t /*index*/, float /*normalised*/) {}
   virtual void getParameterLabel(std::int32_t /*index*/, char* /*text*/) {}
   virtual void getParameterDisplay(std::int32_t /*index*/, char* /*text*/) {}
   virtual void getParameterName(std::int32_t /*index*/, char* /*text*/) {}
@@ -91,9 +90,6 @@ class AudioEffect {
     return ownedEditor;
   }
 
-  std::intptr_t tellHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
-                         void* ptr = nullptr, float opt = 0.0f);
-
   AEffect cEffect{};
 
  private:
@@ -102,7 +98,6 @@ class AudioEffect {
   std::intptr_t dispatchKey(std::int32_t opcode, const VstKeyCode& key);
   std::intptr_t dispatchText(std::int32_t opcode, std::int32_t index, char* text);
 
-  const AudioMasterCallback hostCallback;
   std::unique_ptr<AEffEditor> ownedEditor;
   std::atomic<float> sampleRate{44100.0f};
   std::atomic<std::int32_t> blockSize{1024};

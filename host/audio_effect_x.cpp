@@ -1,13 +1,5 @@
 #include "host/audio_effect_x.h"
 
-#include <algorithm>
-#include <array>
-
-namespace {
-// Hosts are known to write more than the 64 bytes agreed on.
-constexpr std::size_t kHostTextCapacity = 256;
-}  // namespace
-
 std::intptr_t AudioEffectX::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                        void* ptr, float opt) {
   switch (opcode) {
@@ -64,24 +56,4 @@ std::intptr_t AudioEffectX::dispatchStrings(std::int32_t opcode, char* text) {
     default:
       return getProductString(text) ? 1 : 0;
   }
-}
-
-void AudioEffectX::beginEdit(std::int32_t index) { tellHost(kHostBeginEdit, index); }
-
-void AudioEffectX::endEdit(std::int32_t index) { tellHost(kHostEndEdit, index); }
-
-void AudioEffectX::wantEvents() { tellHost(kHostWantMidi, 0, 1); }
-
-std::intptr_t AudioEffectX::getProcessLevel() { return tellHost(kHostProcessLevel); }
-
-void AudioEffectX::getHostVendorString(std::span<char> text) {
-  std::array<char, kHostTextCapacity> answer{};
-  tellHost(kHostGetVendor, 0, 0, answer.data());
-  answer.back() = '\0';
-  if (text.empty()) return;
-  const auto end = std::find(answer.begin(), answer.end(), '\0');
-  const std::size_t length =
-      std::min(static_cast<std::size_t>(end - answer.begin()), text.size() - 1);
-  std::copy_n(answer.begin(), length, text.begin());
-  text[length] = '\0';
 }

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "host/audio_effect.h"
 
-/// The extended calls: events, properties, names, and the messages to the host beyond automation.
-/// Operations defined inline here return 0 or false.
+/// The extended calls: events, properties, names, and the begin and end of edits. Operations
+/// defined inline here return 0 or false.
 class AudioEffectX : public AudioEffect {
  public:
   using AudioEffect::AudioEffect;
@@ -60,14 +58,8 @@ class AudioEffectX : public AudioEffect {
   [[nodiscard]] virtual bool acceptsChannels(std::int32_t /*channels*/) const { return false; }
 
   // Begin and end a change of a parameter by the user.
-  virtual void beginEdit(std::int32_t index);
-  virtual void endEdit(std::int32_t index);
-
- protected:
-  void wantEvents();  ///< asks the host for MIDI
-  [[nodiscard]] std::intptr_t getProcessLevel();
-  /// Writes the name of the host's vendor; empties `text` if the host gives none.
-  void getHostVendorString(std::span<char> text);
+  virtual void beginEdit(std::int32_t /*index*/) {}
+  virtual void endEdit(std::int32_t /*index*/) {}
 
  private:
   std::intptr_t dispatchProperties(std::int32_t opcode, std::int32_t index, void* ptr);

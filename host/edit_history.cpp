@@ -27,7 +27,13 @@ void EditHistory::end(std::int32_t id) {
 }
 
 void EditHistory::beginGroup() {
-  if (openGroups.fetch_add(1) == 0) undoStack.push({historyGroupBegin, 0.0F});
+  if (openGroups.fetch_add(1) > 0) return;
+  try {
+    undoStack.push({historyGroupBegin, 0.0F});
+  } catch (...) {
+    openGroups.fetch_sub(1);
+    throw;
+  }
 }
 
 void EditHistory::endGroup() {
@@ -74,8 +80,8 @@ std::int32_t EditHistory::walk(bool towardsRedo, const Restore& restore) {
   std::int32_t loaded = 0;
   bool inGroup = false;
   const UpdateHold hold(engine);
-  while (const auto entry = from.pop()) {
-    to.push({entry->id, valueOf(entry->id)});
+  const auto present = [this](std::int32_t id) { return valueOf(id); };
+  while (const auto entry = from.moveNewest(to, present)) {
     if (isLoadMarker(entry->id)) loaded = entry->id;
     if (values.contains(entry->id)) restore.parameter(*entry);
     if (entry->id == opens) inGroup = true;

@@ -20,6 +20,13 @@ std::intptr_t HostLink::tell(std::int32_t opcode, std::int32_t index, std::intpt
   return callback(&record, opcode, index, value, ptr, opt);
 }
 
+std::array<char, 256> HostLink::vendor() {
+  std::array<char, 256> answer{};
+  tell(kHostGetVendor, 0, 0, answer.data());
+  answer.back() = '\0';
+  return answer;
+}
+
 void HostLink::tellGesture(std::int32_t index, bool begins) {
   if (!values.contains(index) || gesturesOff.load(std::memory_order_relaxed)) return;
   tell(begins ? kHostBeginEdit : kHostEndEdit, index);

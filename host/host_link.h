@@ -16,7 +16,7 @@
 /// Sends the effect's own messages to the host and records the values it has sent.
 ///
 /// Threads: control threads, and the audio thread in the one block in which the host goes offline
-/// or comes back; `isEcho` and `expectEcho` on any.
+/// or comes back; `isOffline`, `isEcho` and `expectEcho` on any.
 class HostLink {
  public:
   static constexpr std::size_t kMostParameters = 512;
@@ -27,6 +27,12 @@ class HostLink {
 
   std::intptr_t tell(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                      void* ptr = nullptr, float opt = 0.0F);
+
+  void wantMidi() { tell(kHostWantMidi, 0, 1); }
+  [[nodiscard]] bool isOffline() { return tell(kHostProcessLevel) == kProcessLevelOffline; }
+  /// The name of the host's vendor, empty if the host gives none. Hosts are known to write more
+  /// than the 64 bytes agreed on.
+  [[nodiscard]] std::array<char, 256> vendor();
 
   /// Tells the host that the user begins or ends a change of a parameter. Does nothing for an id
   /// out of range or while gestures are off.

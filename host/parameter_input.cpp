@@ -11,6 +11,22 @@ namespace {
 
 float clamped(float normalised) noexcept { return std::clamp(normalised, 0.0F, 1.0F); }
 
+/// A state is being applied while it lives; its end is that of any load around it, too.
+class LoadScope {
+ public:
+  explicit LoadScope(std::atomic<bool>& loading) noexcept
+      : mark(loading), wasLoading(mark.exchange(true)) {}
+  ~LoadScope() { mark.store(false); }
+  LoadScope(const LoadScope&) = delete;
+  LoadScope& operator=(const LoadScope&) = delete;
+
+ private:
+  std::atomic<bool>& mark;
+
+ public:
+  const bool wasLoading;
+};
+
 }  // namespace
 
 ParameterInput::ParameterInput(ParameterStore& store, HostLink& hostLink, EngineLink& engineLink,
@@ -117,24 +133,23 @@ void ParameterInput::makeUpForAudio() {
 void ParameterInput::applyProgram(std::int32_t program) {
   if (!values.isProgram(program)) return;
   const HostLink::StateScope scope(host);
-  const bool wasLoading = isLoading.exchange(true);
+  const LoadScope load(isLoading);
   values.selectProgram(program);
   {
     const UpdateHold hold(engine);
     for (std::int32_t i = 0; i < values.count(); ++i) {
-      if (i == values.bankSelector() && !wasLoading) continue;
+      if (i == values.bankSelector() && !load.wasLoading) continue;
       set(i, loadShared(values.program().values[at(i)]));
     }
     tellReplaced();
   }
-  isLoading.store(false);
   host.tellProgramChanged();
 }
 
 void ParameterInput::applyBank(std::int32_t bank, bool tellsHost) {
   if (!ParameterStore::isBank(bank)) return;
   const HostLink::StateScope scope(host);
-  isLoading.store(true);
+  const LoadScope load(isLoading);
   values.selectBank(bank);
   values.snapBank(bank);
   const auto forEach = [this](const auto& each) {
@@ -150,7 +165,6 @@ void ParameterInput::applyBank(std::int32_t bank, bool tellsHost) {
     engine.update(true);
   }
   forEach([&](std::int32_t i) { show(i, values.bankValue(bank, i)); });
-  isLoading.store(false);
   markChanged();
 }
 

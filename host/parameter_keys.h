@@ -29,8 +29,6 @@ class ParameterKeys {
   // Entries in text order.
   [[nodiscard]] std::size_t size() const noexcept { return entries.size(); }
   [[nodiscard]] const Entry& operator[](std::size_t position) const { return entries[position]; }
-  [[nodiscard]] auto begin() const noexcept { return entries.begin(); }
-  [[nodiscard]] auto end() const noexcept { return entries.end(); }
 
  private:
   void addEntry(std::string_view text, std::int64_t& next);

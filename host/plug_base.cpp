@@ -30,7 +30,7 @@ VstPinProperties pin(const char* form, std::int32_t index, std::int32_t numOutpu
 
 PlugBase::PlugBase(AudioMasterCallback audioMaster, std::span<const ParameterRecord> table,
                    const ParameterKeys& keys, int numPrograms)
-    : AudioEffectX(audioMaster, std::max(numPrograms, 1), static_cast<std::int32_t>(table.size())),
+    : AudioEffectX(std::max(numPrograms, 1), static_cast<std::int32_t>(table.size())),
       values(table, keys, numPrograms),
       host(*getAeffect(), audioMaster, values, engineLink),
       history(values, engineLink),
@@ -103,16 +103,20 @@ void PlugBase::getParameterDisplay(std::int32_t index, char* text) {
 }
 
 void PlugBase::formatParameterValue(std::int32_t index, float normalised, char* text,
-                                    bool /*showNote*/) const {
+                                    bool showNote) const {
   if (index < 0 || text == nullptr) return;
   *text = '\0';
   if (!values.contains(index)) return;
-  const ParameterRecord& record = values.info(index);
+  const std::string shown = parameterText(index, normalised, showNote);
+  text[shown.copy(text, kParameterTextCapacity - 1)] = '\0';
+}
+
+std::string PlugBase::parameterText(std::int32_t index, float normalised, bool /*showNote*/) const {
   // Not `printf`: the decimal point must not follow the locale of the host.
-  char* const last = text + kParameterTextCapacity - 1 - std::strlen(record.label);
-  const auto [end, error] =
-      std::to_chars(text, last, values.toPlain(index, normalised), std::chars_format::fixed, 2);
-  copyText(record.label, error == std::errc() ? end : text);
+  std::array<char, kParameterTextCapacity> number{};  // longer than any
+  const float plain = values.toPlain(index, normalised);
+  std::to_chars(number.begin(), number.end(), plain, std::chars_format::fixed, 2);
+  return std::string(number.data()) + values.info(index).label;
 }
 
 float PlugBase::getParameterDefault(std::int32_t index) const noexcept {
@@ -140,8 +144,7 @@ bool PlugBase::getProgramNameIndexed(std::int32_t /*category*/, std::int32_t ind
 }
 
 bool PlugBase::hostShowsPinsAsSpeakers() {
-  std::array<char, kTextCapacity> vendor{};
-  getHostVendorString(vendor);
+  const auto vendor = host.vendor();
   const std::string_view name = vendor.data();
   return name != "Ableton" && name != "Cakewalk, Inc";
 }
@@ -183,7 +186,7 @@ std::int32_t PlugBase::processEvents(const VstEvents* events) {
 void PlugBase::processMidi(const VstMidiEvent& /*event*/) noexcept {}
 
 void PlugBase::checkProcessLevel() {
-  const bool offline = getProcessLevel() == kProcessLevelOffline;
+  const bool offline = host.isOffline();
   if (isOffline.exchange(offline) != offline) offlineChanged(offline);
 }
 

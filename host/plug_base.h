@@ -87,14 +87,12 @@ class PlugBase : public AudioEffectX, public IdleClient {
   [[nodiscard]] const ParameterRecord& parameterInfo(std::int32_t index) const noexcept {
     return values.info(index);
   }
-  [[nodiscard]] const ParameterKeys& parameterKeys() const noexcept { return values.keys(); }
   [[nodiscard]] const std::vector<std::string>& getBandNames() const noexcept {
     return values.bandNames();
   }
   /// Writes the text of a value, at most `kParameterTextCapacity` bytes with its terminating zero.
   /// A negative index leaves `text` as it was; one past the last gives an empty text.
-  virtual void formatParameterValue(std::int32_t index, float normalised, char* text,
-                                    bool showNote) const;
+  void formatParameterValue(std::int32_t index, float normalised, char* text, bool showNote) const;
   [[nodiscard]] virtual float getParameterDefault(std::int32_t index) const noexcept;  ///< 0..1
 
   // Banks A to H, each a set of values; the live one follows every change. A bank out of range does
@@ -156,15 +154,15 @@ class PlugBase : public AudioEffectX, public IdleClient {
   /// For `UpdateHold`.
   [[nodiscard]] EngineLink& updates() noexcept { return engineLink; }
   [[nodiscard]] ParameterInput& parameterInput() noexcept { return input; }
-  [[nodiscard]] ParameterStore& parameterStore() noexcept { return values; }
-  [[nodiscard]] const ParameterStore& parameterStore() const noexcept { return values; }
-  [[nodiscard]] HostLink& hostLink() noexcept { return host; }
 
   [[nodiscard]] std::int32_t getSampleCount() const noexcept {
     return sampleCount.load(std::memory_order_relaxed);
   }
 
  protected:
+  /// A value of 0..1 as it is shown; `index` is a parameter's.
+  [[nodiscard]] virtual std::string parameterText(std::int32_t index, float normalised,
+                                                  bool showNote) const;
   /// One MIDI message on the audio thread, `event.deltaFrames` into the coming block.
   virtual void processMidi(const VstMidiEvent& event) noexcept;
   /// Undoes or redoes the loading of a state; `marker` is that of the history.

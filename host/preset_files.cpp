@@ -45,7 +45,7 @@ class FileLoadingScope {
 };
 
 /// Reads the document in a file. Null if it holds none; with `tells` the user is told why.
-JsonTree readDocumentFile(const std::string& path, bool tells = true) {
+std::shared_ptr<const JsonNode> readDocumentFile(const std::string& path, bool tells = true) {
   std::string bytes;
   const std::error_code error = readWholeFile(path, bytes, kMostDocumentBytes);
   const bool isTooLarge = error == std::errc::file_too_large;
@@ -54,7 +54,7 @@ JsonTree readDocumentFile(const std::string& path, bool tells = true) {
     return nullptr;
   }
   // Before anything is applied: a refused document would still clear locks and links.
-  JsonTree root = isTooLarge ? nullptr : readDocument(bytes);
+  auto root = isTooLarge ? nullptr : readDocument(bytes);
   if (root == nullptr && tells) {
     reportFileContent(
         path,
@@ -156,7 +156,7 @@ bool PresetFiles::loadEntry(const Target& target, bool tells) {
   const PresetMenu::Entry& entry = *target.entry();
   if (entry.submenu != nullptr) return false;
   const std::string path = target.menu->path + entry.text + "." + kPresetExtension;
-  const JsonTree root = readDocumentFile(path, tells);
+  const auto root = readDocumentFile(path, tells);
   if (root == nullptr) return false;
   const PlugBase::StateScope scope(plug);
   const Place to = {target.menu->path, static_cast<int>(target.index)};
@@ -225,7 +225,7 @@ bool PresetFiles::loadPresetFile(const std::string& path) {
   const FileName file = splitName(path);
   const bool isPreset = file.extension != kBankExtension;
   const bool isNamed = !isPreset || file.extension == kPresetExtension;
-  const JsonTree root = readDocumentFile(path);
+  const auto root = readDocumentFile(path);
   if (root == nullptr) return false;
   const PlugBase::StateScope scope(plug);
   return takeDocument(root.get(), isPreset, isNamed ? file.base : std::string(), {{}, -1}, place());

@@ -82,7 +82,7 @@ std::int32_t StateChunks::set(const void* data, std::int32_t byteSize, bool isPr
   const HostLink::StateScope scope(host);
   markChanged();
   if (data == nullptr || byteSize < 0) return 0;
-  const JsonTree root =
+  const auto root =
       readDocument({static_cast<const char*>(data), static_cast<std::size_t>(byteSize)});
   isRefused.store(root == nullptr, std::memory_order_relaxed);
   if (root != nullptr) {

@@ -27,7 +27,7 @@ std::vector<float> copyOf(const ProgramRecord& record) {
 std::int32_t parameterOf(const ParameterKeys& keys, const char* key, std::int32_t hint) noexcept {
   if (hint >= 0 && at(hint) < keys.size()) {
     const ParameterKeys::Entry& entry = keys[at(hint)];
-    if (entry.number == hint && entry.name == key) return hint;
+    if (entry.number == hint && std::strcmp(entry.name.c_str(), key) == 0) return hint;
   }
   return keys.find(key);
 }

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <new>
+#include <utility>
 
-#include "state/json_memory.h"
+#include "state/whole_inflate.h"
 
 namespace {
 
@@ -65,11 +67,12 @@ std::optional<std::string> packChunk(std::string_view text, int level) {
 }
 
 std::optional<std::string> unpackChunk(std::string_view bytes) {
+  bytes.remove_prefix(std::min(bytes.size(), kPackedMark.size()));
+  if (auto whole = inflateWhole(bytes, kMostDocumentBytes)) return whole;
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
   const StreamEnd end{stream, &inflateEnd};
   std::string text;
-  bytes.remove_prefix(std::min(bytes.size(), kPackedMark.size()));
   int state = Z_OK;
   while (!bytes.empty() && state != Z_STREAM_END) {
     feed(stream, bytes);
@@ -84,12 +87,12 @@ std::optional<std::string> unpackChunk(std::string_view bytes) {
   return text;
 }
 
-JsonTree readDocument(std::string_view bytes) {
+std::shared_ptr<const JsonNode> readDocument(std::string_view bytes) {
   // Bytes that cannot be unpacked are tried as plain text, so the limit applies to both.
   if (bytes.size() > kMostDocumentBytes) return nullptr;
   std::optional<std::string> text;
   if (isPackedChunk(bytes)) text = unpackChunk(bytes);
   if (!text) text = std::string(bytes);
-  JsonTree root = parsedJson(text->c_str());
+  auto root = jsonReadInPlace(std::move(*text));
   return jsonIsType(root.get(), kJsonObject) ? std::move(root) : nullptr;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,6 @@ inline constexpr std::string_view kPackedMark = "ZIP ";
 /// std::bad_alloc.
 [[nodiscard]] std::optional<std::string> unpackChunk(std::string_view bytes);
 
-/// Parses a document, packed or plain, and returns its root. Null unless it is an object and within
-/// `kMostDocumentBytes`. Throws std::bad_alloc.
-[[nodiscard]] JsonTree readDocument(std::string_view bytes);
+/// Parses a document, packed or plain, by `jsonReadInPlace` and returns its root. Null unless it is
+/// an object and within `kMostDocumentBytes`. Throws std::bad_alloc.
+[[nodiscard]] std::shared_ptr<const JsonNode> readDocument(std::string_view bytes);

@@ -5,15 +5,10 @@
 
 void HistoryStack::push(HistoryEntry entry) {
   const PlugBaseMutex::Scope scope(lock);
+  // One place more than it takes: the end of a group must not fail.
+  const std::size_t wanted = entries.size() + 2;
+  if (wanted > entries.capacity()) entries.reserve(2 * wanted);
   entries.push_back(entry);
-}
-
-std::optional<HistoryEntry> HistoryStack::pop() {
-  const PlugBaseMutex::Scope scope(lock);
-  if (entries.empty()) return std::nullopt;
-  const HistoryEntry newest = entries.back();
-  entries.pop_back();
-  return newest;
 }
 
 void HistoryStack::clear() {

@@ -29,11 +29,23 @@ struct HistoryEntry {
 /// come from the editor and, through control surfaces, from threads of the host.
 class HistoryStack {
  public:
+  /// Throws std::bad_alloc, with nothing changed.
   void push(HistoryEntry entry);
-  [[nodiscard]] std::optional<HistoryEntry> pop();
+  /// Moves the newest entry to `other`, there with the value that `valueOf(id)` gives; null when
+  /// there is none. Throws std::bad_alloc, with nothing changed.
+  template <typename ValueOf>
+  std::optional<HistoryEntry> moveNewest(HistoryStack& other, const ValueOf& valueOf) {
+    const PlugBaseMutex::Scope scope(lock);
+    if (entries.empty()) return std::nullopt;
+    const HistoryEntry newest = entries.back();
+    other.push({newest.id, valueOf(newest.id)});
+    entries.pop_back();
+    return newest;
+  }
   void clear();
   [[nodiscard]] bool empty();
-  /// Ends the open group. A group of one entry or none loses its marks.
+  /// Ends the group opened by the newest mark, for whose end its `push` has made room. A group of
+  /// one entry or none loses its marks.
   void endGroup();
   /// Removes the newest entry of `id` if its value is exactly `value`, and the marks of a group
   /// that becomes empty. False if there is no such entry or the value differs.

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 /// Type of a node: the low byte of `JsonNode::type`.
 enum JsonType : std::uint32_t {
@@ -66,6 +67,11 @@ struct JsonFault {
 [[nodiscard]] JsonNode* jsonParse(const char* text) noexcept;
 /// As above, and describes the fault of this text.
 [[nodiscard]] JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept;
+
+/// Reads a text as `jsonParse` does, several times as fast, for documents that are only looked at:
+/// the nodes stand in a few blocks, their texts in `text`, and whoever holds one node holds them
+/// all. Null on a fault in the text and if a limit is exceeded. Throws std::bad_alloc.
+[[nodiscard]] std::shared_ptr<const JsonNode> jsonReadInPlace(std::string&& text);
 
 /// Where in its text the last parse of the process, on any thread, failed; null if it did not.
 /// Valid as long as that text.

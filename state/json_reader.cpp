@@ -1,7 +1,12 @@
+#include <array>
 #include <atomic>
+#include <bit>
 #include <cmath>
 #include <cstring>
+#include <new>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "state/json_detail.h"
 #include "state/json_document.h"
@@ -12,15 +17,21 @@ namespace {
 // alone.
 std::atomic<const char*> lastErrorPosition{nullptr};
 
-// One parse: the limits that remain, and the fault that stopped it.
+// One parse: where its nodes and texts are kept, the limits that remain, and the fault that stopped
+// it.
+template <typename Memory>
 struct Reading {
+  Memory memory;
+  const char* end = nullptr;  // of the text: its zero
   std::size_t nodesLeft = kMostDocumentNodes;
   JsonFault fault;
 };
 
 // Every reader below returns the position after what it read, or null if the parse has failed.
 
-const char* failAt(Reading& reading, const char* position, bool isTooMuch = false) noexcept {
+template <typename Memory>
+const char* failAt(Reading<Memory>& reading, const char* position,
+                   bool isTooMuch = false) noexcept {
   reading.fault = {position, isTooMuch};
   return nullptr;
 }
@@ -32,14 +43,57 @@ const char* skipSpace(const char* text) noexcept {
 
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
-const char* readDigits(const char* text, double& value) noexcept {
+// The number that eight digits make, if they are there.
+bool takeEightDigits(const char* text, std::int64_t& value) noexcept {
+  if constexpr (std::endian::native != std::endian::little) return false;
+  constexpr std::uint64_t kZeros = 0x3030303030303030;
+  constexpr std::uint64_t kHighHalves = 0xF0F0F0F0F0F0F0F0;
+  std::uint64_t word = 0;
+  std::memcpy(&word, text, sizeof word);
+  // Of the bytes from 0x30 to 0x3F digits are those that six more leave there.
+  if ((word & kHighHalves) != kZeros || ((word + 0x0606060606060606) & kHighHalves) != kZeros) {
+    return false;
+  }
+  word -= kZeros;
+  // Numbers of two digits, of four, of eight.
+  word = (word * 10 + (word >> 8)) & 0x00FF00FF00FF00FF;
+  word = (word * 100 + (word >> 16)) & 0x0000FFFF0000FFFF;
+  word = (word * 10000 + (word >> 32)) & 0xFFFFFFFF;
+  value = static_cast<std::int64_t>(word);
+  return true;
+}
+
+// In integers as long as doubles hold them exactly. `end` of the text.
+const char* readDigits(const char* text, const char* end, double& value) noexcept {
+  if (!isDigit(*text)) return text;
+  constexpr std::int64_t kMostToExtend = ((std::int64_t{1} << 53) - 9) / 10;
+  if (value <= static_cast<double>(kMostToExtend)) {
+    auto whole = static_cast<std::int64_t>(value);
+    if (whole == 0 && end - text >= 8 && takeEightDigits(text, whole)) text += 8;
+    while (isDigit(*text) && whole <= kMostToExtend) whole = whole * 10 + (*text++ - '0');
+    value = static_cast<double>(whole);
+  }
   while (isDigit(*text)) value = value * 10.0 + (*text++ - '0');
   return text;
 }
 
+// The result of std::pow, from a table for the usual exponents.
+double powerOfTen(double exponent) noexcept {
+  constexpr double kMost = 20.0;
+  static const auto powers = [] {
+    std::array<double, 41> table;  // from -20 on
+    for (std::size_t i = 0; i < table.size(); ++i) {
+      table[i] = std::pow(10.0, static_cast<double>(i) - kMost);
+    }
+    return table;
+  }();
+  if (!(std::fabs(exponent) <= kMost)) return std::pow(10.0, exponent);
+  return powers[static_cast<std::size_t>(exponent + kMost)];
+}
+
 // Cannot fail: the digits that are there make the value. Only one leading zero is skipped, so "007"
 // reads as 0 and leaves "07": on purpose.
-const char* readNumber(JsonNode& node, const char* text) noexcept {
+const char* readNumber(JsonNode& node, const char* text, const char* end) noexcept {
   double sign = 1.0;
   double value = 0.0;
   double scale = 0.0;
@@ -48,10 +102,10 @@ const char* readNumber(JsonNode& node, const char* text) noexcept {
     ++text;
   }
   if (*text == '0') ++text;
-  if (*text != '0') text = readDigits(text, value);
+  if (*text != '0') text = readDigits(text, end, value);
   if (*text == '.' && isDigit(text[1])) {
     const char* const firstPlace = text + 1;
-    text = readDigits(firstPlace, value);
+    text = readDigits(firstPlace, end, value);
     scale = -static_cast<double>(text - firstPlace);
   }
   // The exponent is a double, too, since that cannot overflow, however many digits there are.
@@ -61,11 +115,9 @@ const char* readNumber(JsonNode& node, const char* text) noexcept {
     ++text;
     if (*text == '-') exponentSign = -1.0;
     if (*text == '-' || *text == '+') ++text;
-    text = readDigits(text, exponent);
+    text = readDigits(text, end, exponent);
   }
-  const double power = scale + exponentSign * exponent;
-  // Most numbers are whole, and pow(10, 0) is 1.
-  json_detail::setNumber(node, (power == 0.0 ? 1.0 : std::pow(10.0, power)) * (sign * value));
+  json_detail::setNumber(node, powerOfTen(scale + exponentSign * exponent) * (sign * value));
   return text;
 }
 
@@ -140,13 +192,14 @@ char unescaped(char c) noexcept {
   }
 }
 
-// Copies runs of plain bytes as a whole. The output is never longer than the caller has counted.
+// Copies runs of plain bytes as a whole. The output is never longer than the caller has counted,
+// and may stand in place of the text.
 char* decodeString(const char* text, const char* end, char* out) noexcept {
   while (text != end) {
     const void* const found = std::memchr(text, '\\', static_cast<std::size_t>(end - text));
     const char* const runEnd = found ? static_cast<const char*>(found) : end;
     const auto run = static_cast<std::size_t>(runEnd - text);
-    std::memcpy(out, text, run);
+    std::memmove(out, text, run);
     out += run;
     text = runEnd;
     if (text == end || ++text == end) break;
@@ -160,32 +213,75 @@ char* decodeString(const char* text, const char* end, char* out) noexcept {
   return out;
 }
 
+// Nodes and texts on the heap, each by itself, as `jsonDelete` frees them.
+struct HeapMemory {
+  static JsonNode* createNode() noexcept { return json_detail::createNode(kJsonNull); }
+  static char* keepText(const char* begin, const char* end, std::size_t escapes) noexcept {
+    // Each escape gives fewer bytes than it has, by one at least.
+    const std::size_t most = static_cast<std::size_t>(end - begin) - escapes;
+    auto* const copy = static_cast<char*>(json_detail::allocate(most + 1));
+    if (copy) *decodeString(begin, end, copy) = 0;
+    return copy;
+  }
+};
+
+// Nodes in blocks, texts where they stand, each ended in place of its quote. Throws std::bad_alloc.
+struct TextMemory {
+  static constexpr std::size_t kNodesOfBlock = 256;
+
+  std::string text;
+  std::vector<std::unique_ptr<JsonNode[]>> blocks;
+  std::size_t nodesLeft = 0;  // of the last block
+
+  JsonNode* createNode() {
+    if (nodesLeft == 0) {
+      blocks.push_back(std::make_unique<JsonNode[]>(kNodesOfBlock));
+      nodesLeft = kNodesOfBlock;
+    }
+    JsonNode* const node = &blocks.back()[kNodesOfBlock - nodesLeft--];
+    node->type = kJsonNull;
+    return node;
+  }
+  // `begin` and `end` in `text`, which is ours to change.
+  static char* keepText(const char* begin, const char* end, std::size_t escapes) noexcept {
+    auto* const out = const_cast<char*>(begin);
+    auto* const outEnd = escapes > 0 ? decodeString(begin, end, out) : const_cast<char*>(end);
+    *outEnd = 0;
+    return out;
+  }
+};
+
 // The end of the text ends a string, just as a closing quote does.
-const char* readString(Reading& reading, char*& result, const char* text) noexcept {
+template <typename Memory>
+const char* readString(Reading<Memory>& reading, char*& result, const char* text) {
   if (*text != '"') return failAt(reading, text);
   const char* const begin = text + 1;
   const char* end = begin;
-  std::size_t count = 0;
-  for (; *end && *end != '"'; ++end, ++count) {
-    if (*end == '\\' && end[1]) ++end;
+  std::size_t escapes = 0;
+  for (; *end && *end != '"'; ++end) {
+    if (*end != '\\') continue;
+    ++escapes;
+    if (end[1]) ++end;
   }
-  result = static_cast<char*>(json_detail::allocate(count + 1));
-  if (!result) return nullptr;
-  *decodeString(begin, end, result) = 0;
-  return *end ? end + 1 : end;
+  const char* const next = *end ? end + 1 : end;
+  result = reading.memory.keepText(begin, end, escapes);
+  return result ? next : nullptr;
 }
 
-const char* readKey(Reading& reading, JsonNode& node, const char* text) noexcept {
+template <typename Memory>
+const char* readKey(Reading<Memory>& reading, JsonNode& node, const char* text) {
   text = readString(reading, node.key, text);
   if (!text) return nullptr;
   text = skipSpace(text);
   return *text == ':' ? skipSpace(text + 1) : failAt(reading, text);
 }
 
-const char* readValue(Reading& reading, JsonNode& node, const char* text, int depth) noexcept;
+template <typename Memory>
+const char* readValue(Reading<Memory>& reading, JsonNode& node, const char* text, int depth);
 
 // An array or object. Each entry is linked before it is read, so that a failure loses none.
-const char* readEntries(Reading& reading, JsonNode& node, const char* text, int depth) noexcept {
+template <typename Memory>
+const char* readEntries(Reading<Memory>& reading, JsonNode& node, const char* text, int depth) {
   if (depth >= kMostDocumentDepth) return failAt(reading, text, true);
   const bool isObject = *text == '{';
   const char close = isObject ? '}' : ']';
@@ -194,7 +290,7 @@ const char* readEntries(Reading& reading, JsonNode& node, const char* text, int 
   if (*text == close) return text + 1;
   for (JsonNode* last = nullptr;; text = skipSpace(text + 1)) {
     if (--reading.nodesLeft == 0) return failAt(reading, text, true);
-    JsonNode* const entry = json_detail::createNode(kJsonNull);
+    JsonNode* const entry = reading.memory.createNode();
     if (!entry) return nullptr;
     json_detail::linkBehind(node, last, *entry);
     last = entry;
@@ -207,7 +303,8 @@ const char* readEntries(Reading& reading, JsonNode& node, const char* text, int 
   return *text == close ? text + 1 : failAt(reading, text);
 }
 
-const char* readWord(Reading& reading, JsonNode& node, const char* text) noexcept {
+template <typename Memory>
+const char* readWord(Reading<Memory>& reading, JsonNode& node, const char* text) {
   if (std::strncmp(text, "null", 4) == 0) {
     node.type = kJsonNull;
     return text + 4;
@@ -225,7 +322,8 @@ const char* readWord(Reading& reading, JsonNode& node, const char* text) noexcep
 }
 
 // `depth` counts the brackets around the value.
-const char* readValue(Reading& reading, JsonNode& node, const char* text, int depth) noexcept {
+template <typename Memory>
+const char* readValue(Reading<Memory>& reading, JsonNode& node, const char* text, int depth) {
   switch (*text) {
     case '"':
       node.type = kJsonString;
@@ -234,9 +332,20 @@ const char* readValue(Reading& reading, JsonNode& node, const char* text, int de
     case '{':
       return readEntries(reading, node, text, depth);
     default:
-      return *text == '-' || isDigit(*text) ? readNumber(node, text)
+      return *text == '-' || isDigit(*text) ? readNumber(node, text, reading.end)
                                             : readWord(reading, node, text);
   }
+}
+
+// The root of a text as `reading` takes it; what there is of it before a fault.
+template <typename Memory>
+bool readText(Reading<Memory>& reading, JsonNode& root, const char* text) {
+  const std::size_t size = ::strnlen(text, kMostDocumentBytes + 1);
+  reading.end = text + size;
+  if (size > kMostDocumentBytes) {
+    return failAt(reading, text + kMostDocumentBytes, true) != nullptr;
+  }
+  return readValue(reading, root, skipSpace(text), 0) != nullptr;
 }
 
 }  // namespace
@@ -244,13 +353,9 @@ const char* readValue(Reading& reading, JsonNode& node, const char* text, int de
 JsonNode* jsonParse(const char* text, JsonFault& fault) noexcept {
   fault = {};
   if (!text) return nullptr;
-  if (::strnlen(text, kMostDocumentBytes + 1) > kMostDocumentBytes) {
-    fault = {text + kMostDocumentBytes, true};
-    return nullptr;
-  }
-  Reading reading;
-  JsonTree root(json_detail::createNode(kJsonNull));
-  const bool isRead = root && readValue(reading, *root, skipSpace(text), 0);
+  Reading<HeapMemory> reading;
+  JsonTree root(HeapMemory::createNode());
+  const bool isRead = root && readText(reading, *root, text);
   fault = reading.fault;
   return isRead ? root.release() : nullptr;
 }
@@ -261,6 +366,15 @@ JsonNode* jsonParse(const char* text) noexcept {
   JsonNode* const root = jsonParse(text, fault);
   lastErrorPosition.store(fault.position, std::memory_order_relaxed);
   return root;
+}
+
+std::shared_ptr<const JsonNode> jsonReadInPlace(std::string&& text) {
+  const auto reading = std::make_shared<Reading<TextMemory>>();
+  TextMemory& memory = reading->memory;
+  memory.text = std::move(text);
+  JsonNode* const root = memory.createNode();
+  if (!readText(*reading, *root, memory.text.c_str())) return nullptr;
+  return {reading, root};
 }
 
 const char* jsonGetErrorPtr() noexcept { return lastErrorPosition.load(std::memory_order_relaxed); }

@@ -46,7 +46,7 @@ std::string aaxTrackName(std::span<const char> name) {
 }
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
-    : reductionReader(newEffect->meterRings()),
+    : reductionReader(newEffect->getEngine().meterRings()),
       effect(std::move(newEffect)),
       receivesMidi(effect->canDo("receiveVstEvents") == 1) {
   midiOutQueue.reserve(kMidiOutCapacity);

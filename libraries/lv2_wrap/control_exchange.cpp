@@ -1,5 +1,6 @@
 #include "libraries/lv2_wrap/control_exchange.h"
 
+#include <cmath>
 #include <cstddef>
 
 #include "platform/index.h"
@@ -58,6 +59,12 @@ float ControlExchange::normalisedNow(int id) const noexcept {
   return id == kABBank ? effect.plainToNormalised(id, plainNow(id)) : effect.normalisedValue(id);
 }
 
+/// Ports of switches are on above 0, the parameters at 1.
+float ControlExchange::normalisedOf(int id, float portPlain) const noexcept {
+  if (effect.parameterInfo(id).curve == kCurveSwitch) return portPlain > 0.0F ? 1.0F : 0.0F;
+  return effect.plainToNormalised(id, portPlain);
+}
+
 void ControlExchange::deliver() {
   const std::lock_guard guard(delivering);
   deliverNews();
@@ -93,10 +100,7 @@ void ControlExchange::deliverOffered(bool isAlone) {
 
 void ControlExchange::deliverOne(int id, bool isAlone) {
   const float plain = portValue(id);
-  // Ports of switches are on above 0, parameters only at 1.
-  const bool isSwitch = effect.parameterInfo(id).curve == kCurveSwitch;
-  const float normalised =
-      isSwitch ? (plain > 0.0F ? 1.0F : 0.0F) : effect.plainToNormalised(id, plain);
+  const float normalised = normalisedOf(id, plain);
   held[at(id)].store(plain, std::memory_order_relaxed);
   known[at(id)] = normalised;
   if (normalisedNow(id) == normalised) return;
@@ -125,6 +129,14 @@ void ControlExchange::markInsideChanges() noexcept {
 
 void ControlExchange::rememberAll() noexcept {
   for (int id = 0; id < kNumParams; ++id) known[at(id)] = normalisedNow(id);
+}
+
+void ControlExchange::markAgainstPorts() noexcept {
+  for (int id = 0; id < kNumParams; ++id) {
+    const float plain = heldByPort(id);
+    if (std::isnan(plain) || plain == plainNow(id)) continue;
+    if (normalisedOf(id, plain) != normalisedNow(id)) changedInside.set(id);
+  }
 }
 
 }  // namespace lv2

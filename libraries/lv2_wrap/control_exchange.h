@@ -55,12 +55,14 @@ class ControlExchange {
     return save();
   }
   /// Runs `load`, which changes the effect's state and calls `assumePort` for all ports, while
-  /// nothing is delivered. The ports count as knowing the values that it changes.
+  /// nothing is delivered. The ports count as knowing the values that it changes, unless the state
+  /// differs from what a port stands for: a chain was repaired, or the port had not followed.
   template <typename Load>
   void aroundLoading(const Load& load) {
     const std::lock_guard guard(delivering);
     load();
     rememberAll();
+    markAgainstPorts();
     loads.fetch_add(1, std::memory_order_release);
   }
   /// Within `load`: the value of a port when the state was stored; NaN if unknown.
@@ -72,11 +74,13 @@ class ControlExchange {
   [[nodiscard]] float portValue(int id) const noexcept;
   [[nodiscard]] float plainNow(int id) const noexcept;
   [[nodiscard]] float normalisedNow(int id) const noexcept;
+  [[nodiscard]] float normalisedOf(int id, float portPlain) const noexcept;
   void deliverNews();  // this and all below: under `delivering`
   void deliverOffered(bool isAlone);
   void deliverOne(int id, bool isAlone);
   void markInsideChanges() noexcept;
   void rememberAll() noexcept;
+  void markAgainstPorts() noexcept;
 
   Plug& effect;
   std::array<std::atomic<float>, kNumParams> ports;  // plain, as the audio thread last read them

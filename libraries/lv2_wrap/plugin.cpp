@@ -112,8 +112,10 @@ void Plugin::run(std::uint32_t frames) noexcept {
     processPart(from, std::min(frames - from, kMostFrames));
   }
   if (latencyPort != nullptr) *latencyPort = static_cast<float>(effect.getInitialDelay());
-  const bool stateHasChanged = controls.hasInsideChanges();
-  requestChanges();
+  // Of a state that was loaded the ports are told when the host has set them.
+  const bool mayRequest = !controls.isLoaded();
+  const bool stateHasChanged = mayRequest && controls.hasInsideChanges();
+  if (mayRequest) requestChanges();
   writeEvents(stateHasChanged);
 }
 

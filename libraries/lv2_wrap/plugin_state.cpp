@@ -54,7 +54,7 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     return LV2_STATE_SUCCESS;
   }
   const std::string_view chunk = bytes != nullptr ? std::string_view(bytes, size) : newState;
-  const JsonTree root = readDocument(chunk);
+  const auto root = readDocument(chunk);
   if (root == nullptr) {
     lv2_log_error(const_cast<LV2_Log_Logger*>(&features.logger),
                   "Corvanthelis: the stored state is damaged and was not loaded\n");

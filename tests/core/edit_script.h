@@ -530,7 +530,7 @@ class EditScript {
     return parameterMenu({plug.edits(), plug.editorState(), midi}, args.id(0));
   }
   [[nodiscard]] Menu bandMenuOf(const Args& args) {
-    return bandMenu({plug.edits(), plug.edits().bands, plug.edits().bandFiles, plug.editorState(),
+    return bandMenu({plug.edits(), plug.edits().bands, bandFiles, plug.editorState(),
                      rig.machine.globals(), user},
                     args.band(0));
   }
@@ -646,6 +646,7 @@ class EditScript {
   PlugRig rig{{}, 48000.0, {directory.path("user"), directory.path("factory")}, storeIn(directory)};
   Plug& plug = rig.plug;
   PresetFiles& presets = plug.presetFiles();
+  BandFiles& bandFiles = plug.edits().bandFiles;
   ScriptedDialogs user;
   MIDIMap& midi = rig.machine.midiMap();
   GroupEdit group{plug.edits(), plug.editorState()};
@@ -752,8 +753,8 @@ class EditScript {
       {"sort", [&](auto&) { return bands.sortBands(); }},
       {"chooseshows", [&](auto& a) { return banks.choose(a.whole(0)); }},
       {"paste", [&](auto& a) { return paste(a); }},
-      {"saveband", [&](auto& a) { return plug.saveBandFile(path(a), a.band(1)); }},
-      {"loadband", [&](auto& a) { return plug.loadBandFile(path(a), a.band(1)); }},
+      {"saveband", [&](auto& a) { return bandFiles.saveBandFile(path(a), a.band(1)); }},
+      {"loadband", [&](auto& a) { return bandFiles.loadBandFile(path(a), a.band(1)); }},
       {"save", [&](auto& a) { return presets.savePreset(path(a), extensionOf(a), isPreset(a)); }},
       {"load", [&](auto& a) { return presets.loadPresetFile(path(a)); }},
       {"saveasdefault", [&](auto&) { return presets.saveAsDefault(); }},

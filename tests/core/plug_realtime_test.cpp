@@ -166,12 +166,13 @@ class Storm {
   Plug& plug;
   BankSelector banks{plug.edits(), plug.editorState()};
   std::mt19937 random;
-  GainReductionReader reductions{plug.meterRings()};
-  OutputLevels levels{plug.outputFeed()};
+  GainReductionReader reductions{plug.getEngine().meterRings()};
+  OutputLevels levels{plug.getEngine().outputFeed()};
 };
 
 /// All that an editor shows of a chain.
 double Storm::draw() {
+  compressor& engine = plug.getEngine();
   double seen = 0.0;
   const std::array<float, 3> frequencies = {100.0F, 1000.0F + static_cast<float>(below(100)),
                                             9000.0F};
@@ -180,8 +181,8 @@ double Storm::draw() {
     const int n = 1 + below(3);
     plug.getBandCurve(band, frequencies.data(), n, curve.data());
     seen += static_cast<double>(curve[static_cast<std::size_t>(n) - 1]);
-    seen += plug.getBandResponse(band, 500.0) + plug.getStaticCurve(band).gainAtDb(-10.0);
-    seen += plug.getSidechainResponse(band, below(4), 500.0);
+    seen += plug.getBandResponse(band, 500.0) + engine.getStaticCurve(band).gainAtDb(-10.0);
+    seen += engine.getSidechainResponse(band, below(4), 500.0);
   }
   levels.update();
   // Samples are taken for decibels: beyond 6160 the power of ten is infinite, and should be.

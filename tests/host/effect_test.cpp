@@ -15,7 +15,7 @@ namespace {
 /// Has audio, and fails where it gets none.
 class AudioOnly : public AudioEffectX {
  public:
-  AudioOnly() : AudioEffectX(nullptr, 3, 5) {}
+  AudioOnly() : AudioEffectX(3, 5) {}
   void open() override { fail(); }
   void setParameter(std::int32_t /*index*/, float /*normalised*/) override { fail(); }
   float getParameter(std::int32_t index) override { return index == 3 ? 0.25F : fail(); }

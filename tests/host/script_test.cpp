@@ -56,11 +56,11 @@ class HostScript : public Script {
     commands["value"] = [this] { say(effect->getParameter(id())); };
     commands["plain"] = [this] { say(effect->getPlainValue(id())); };
     commands["default"] = [this] { say(effect->getParameterDefault(id())); };
-    commands["tell"] = [this] { effect->hostLink().tellValue(id()); };
-    commands["echo"] = [this] { say(effect->hostLink().isEcho(id(), value())); };
-    commands["gestures off"] = [this] { effect->hostLink().setGesturesOff(value() != 0.0F); };
+    commands["tell"] = [this] { effect->host.tellValue(id()); };
+    commands["echo"] = [this] { say(effect->host.isEcho(id(), value())); };
+    commands["gestures off"] = [this] { effect->host.setGesturesOff(value() != 0.0F); };
     commands["tell all"] = [this] { effect->parameterInput().setTellsBanks(value() != 0.0F); };
-    commands["midi"] = [this] { effect->wantEvents(); };
+    commands["midi"] = [this] { effect->host.wantMidi(); };
     commands["group"] = [this] { say(effect->parameterInfo(id()).group); };
     commands["bands"] = [this] {
       for (const auto& band : effect->getBandNames()) say(band);
@@ -87,7 +87,9 @@ class HostScript : public Script {
     commands["normalised of"] = [this] { turnCurve(plainToNormalised); };
     commands["keys"] = [this] {
       keys = ParameterKeys(row[2]);
-      for (const auto& entry : keys) say(entry.name + std::to_string(entry.number));
+      for (std::size_t i = 0; i < keys.size(); ++i) {
+        say(keys[i].name + std::to_string(keys[i].number));
+      }
     };
     commands["key"] = [this] { say(keys.find(row[2])); };
     commands["key of"] = [this] { say(keys.name(id())); };
@@ -98,10 +100,8 @@ class HostScript : public Script {
     EXPECT_TRUE(effect->load(row[2], isPreset));
     EXPECT_FALSE(effect->chunkRefused() || effect->parameterInput().loading());
     for (std::int32_t i = 0; i < 3; ++i) say(effect->getParameter(i));
-    say(effect->parameterStore().banks()[0].values[0]),
-        say(effect->parameterStore().banks()[7].values[0]);
-    for (const ProgramRecord& program : effect->parameterStore().programs())
-      say(program.name.data());
+    say(effect->values.banks()[0].values[0]), say(effect->values.banks()[7].values[0]);
+    for (const ProgramRecord& program : effect->values.programs()) say(program.name.data());
   }
 
   void addState() {
@@ -121,7 +121,7 @@ class HostScript : public Script {
       std::thread([this] { effect->setParameterAutomated(id(), value()); }).join();
     };
     commands["latency"] = [this] {
-      effect->hostLink().declareLatency(static_cast<int>(value())),
+      effect->host.declareLatency(static_cast<int>(value())),
           say(effect->getAeffect()->initialDelay);
     };
   }
@@ -204,10 +204,8 @@ class HostScript : public Script {
   /// What documents bring back.
   static std::vector<float> stored(TestEffect& of) {
     std::vector<float> all;
-    for (std::size_t i = 0;
-         i < of.parameterStore().programs().size() + of.parameterStore().banks().size(); ++i) {
-      const auto& record =
-          i < 2 ? of.parameterStore().programs()[i] : of.parameterStore().banks()[i - 2];
+    for (std::size_t i = 0; i < of.values.programs().size() + of.values.banks().size(); ++i) {
+      const auto& record = i < 2 ? of.values.programs()[i] : of.values.banks()[i - 2];
       all.insert(all.end(), record.values.begin(), record.values.begin() + kABBank);
     }
     return all;
@@ -230,7 +228,7 @@ class HostScript : public Script {
     if (effect->canUndo()) say("undo");
     if (effect->canRedo()) say("redo");
     for (int i = 0; i < kNumIds; ++i) {
-      if (effect->hostLink().isEcho(i, effect->getParameter(i))) say("~" + std::to_string(i));
+      if (effect->host.isEcho(i, effect->getParameter(i))) say("~" + std::to_string(i));
     }
   }
   // The history is walked back, forth and back again, each step as it was.

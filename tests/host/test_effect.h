@@ -160,8 +160,9 @@ class TestEffect : public PlugBaseJSON, private EngineLink {
   using AudioEffect::setEditor;
   using AudioEffect::setNumInputs;
   using AudioEffect::setNumOutputs;
-  using AudioEffectX::wantEvents;
   using PlugBase::advanceSampleCount;
+  using PlugBase::host;
+  using PlugBase::values;
 
   HostRecorder recorder;
   std::vector<VstMidiEvent> midi;

@@ -16,6 +16,7 @@
 #include "state/json_document.h"
 #include "state/json_print_buffer.h"
 #include "state/json_writer.h"
+#include "state/whole_inflate.h"
 #include "tests/support/script.h"
 
 namespace {
@@ -65,6 +66,7 @@ std::string read(std::string_view source, JsonTree& tree) {
   const JsonTree again(jsonParse(text.get()));
   EXPECT_EQ(jsonGetErrorPtr(), fault.position);
   EXPECT_NE(tree == nullptr, fault.position == nullptr);
+  EXPECT_EQ(treeOf(jsonReadInPlace(std::string(source)).get()), treeOf(tree.get()));
   if (tree) return treeOf(tree.get());
   return (fault.isTooMuch ? "!!" : "!") + std::to_string(fault.position - text.get());
 }
@@ -122,6 +124,27 @@ TEST(Json, NumbersHaveTheirStoredForm) {
       std::snprintf(expected, sizeof expected, isWide ? "%e" : "%.10f", value);
       ASSERT_EQ(compact(JsonTree(jsonCreateNumber(value)).get()), expected) << "step " << i;
     }
+  }
+}
+
+// Digit by digit, by a power that the library gives.
+TEST(Json, NumbersAreReadToTheLastBit) {
+  std::mt19937 random(21);
+  const auto digits = [&random] {
+    std::string text;
+    for (auto n = random() % 22; n > 0; --n) text += static_cast<char>('0' + random() % 10);
+    return text;
+  };
+  for (int i = 0; i < 50'000; ++i) {
+    const std::string whole = i % 3 == 0 ? "0" : "3" + digits();
+    const std::string places = "9" + digits();
+    const int exponent = i % 2 == 0 ? 0 : static_cast<int>(random() % 90) - 45;
+    double expected = 0.0;
+    for (const char digit : whole + places) expected = expected * 10.0 + (digit - '0');
+    expected *= std::pow(10.0, exponent - static_cast<double>(places.size()));
+    const std::string power = exponent == 0 ? "" : "e" + std::to_string(exponent);
+    const JsonTree number(jsonParse((whole + '.' + places + power).c_str()));
+    ASSERT_EQ(number->valueDouble, expected) << whole << '.' << places << power;
   }
 }
 
@@ -249,14 +272,26 @@ TEST(Json, EveryFailedAllocationGivesNullAndLeaksNothing) {
 
 constexpr std::size_t kBlock = 8192;  // bytes that the codec moves at a time
 
+/// Letters from common to one in a thousand, and runs of them from near and far.
+std::string wordsOf(std::mt19937& random, std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    const unsigned reach = 1U << random() % 16;
+    const std::size_t back = text.size() - std::min<std::size_t>(text.size(), random() % reach);
+    text += std::string(text.substr(back, random() % 300));
+    for (int n = 0; n < 100; ++n) text += static_cast<char>(std::countr_zero(random()) * 7);
+  }
+  return text.substr(0, size);
+}
+
 // Of texts that shrink to nothing and of texts that grow, the packed or the plain form ends at each
 // place around the edge of a block.
 TEST(ChunkCodec, EveryLengthComesBackAndIsWhatTheSystemPacks) {
   std::mt19937 random(4);
-  const std::string blank(3 * kBlock + 40, ' ');
+  const std::string blank(3 * kBlock + 40, '\xFF');
   std::string grown = blank;
   for (char& c : grown) c = static_cast<char>(random());
-  for (const std::string& source : {blank, grown}) {
+  for (const std::string& source : {blank, grown, wordsOf(random, blank.size())}) {
     for (std::size_t size = 0; size < source.size(); ++size) {
       if (size % kBlock == 40) size += kBlock - 80;
       const std::string text = source.substr(0, size);
@@ -269,7 +304,9 @@ TEST(ChunkCodec, EveryLengthComesBackAndIsWhatTheSystemPacks) {
       ASSERT_EQ(packed, "ZIP " + expected.substr(0, length)) << size;
       for (const char* const behind : {"", "\n", "\r\n", "ZIP ZIP "}) {
         ASSERT_EQ(unpackChunk(*packed + behind), text) << size;
+        ASSERT_EQ(inflateWhole(packed->substr(4) + behind, size), text) << size;
       }
+      ASSERT_EQ(inflateWhole(packed->substr(4), size - 1).has_value(), size == 0) << size;
       // Without its checksum the text is still whole.
       ASSERT_EQ(unpackChunk(packed->substr(0, packed->size() - 4)), text) << size;
     }
@@ -279,6 +316,33 @@ TEST(ChunkCodec, EveryLengthComesBackAndIsWhatTheSystemPacks) {
       ASSERT_TRUE(begun && source.starts_with(*begun)) << cut;
     }
   }
+}
+
+// One bit is another one, and the checksum is that of what zlib then reads.
+TEST(ChunkCodec, WhatIsInflatedFastZlibInflatesToTheSameText) {
+  constexpr std::size_t kMost = 1 << 16;
+  std::mt19937 random(9);
+  int accepted = 0;
+  for (const int level : {1, 9}) {
+    const std::string text = wordsOf(random, 6000);
+    const std::string good = packChunk(text, level)->substr(4);
+    for (std::size_t bit = 0; bit < 8 * (good.size() - 4); bit += bit < 1200 ? 1 : 17) {
+      std::string stream = good.substr(0, good.size() - 4);
+      stream[bit / 8] = static_cast<char>(stream[bit / 8] ^ 1 << bit % 8);
+      const std::string read = unpackChunk("ZIP " + stream).value_or("");
+      const auto sum = adler32_z(1, reinterpret_cast<const Bytef*>(read.data()), read.size());
+      for (const int shift : {24, 16, 8, 0}) stream += static_cast<char>(sum >> shift);
+      const auto fast = inflateWhole(stream, kMost);
+      std::string expected(kMost, '\0');
+      uLongf size = expected.size();
+      const int state = uncompress(reinterpret_cast<Bytef*>(expected.data()), &size,
+                                   reinterpret_cast<const Bytef*>(stream.data()), stream.size());
+      expected.resize(size);
+      ASSERT_TRUE(!fast || (state == Z_OK && *fast == expected)) << level << ' ' << bit;
+      if (fast) ++accepted;
+    }
+  }
+  EXPECT_GT(accepted, 100);
 }
 
 TEST(ChunkCodec, TellsDocumentsFromOtherBytes) {
