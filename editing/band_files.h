@@ -57,7 +57,8 @@ class BandFiles {
 
   /// The user's folder of bands with those below it, as it is now.
   [[nodiscard]] PresetMenu bandPresets() const;
-  // Ask for a file in that folder, which is made if it is missing; nothing happens on cancel.
+  // Ask for a file in that folder, which is made if it is missing, and act on it once the user has
+  // answered; nothing happens on cancel. This must live until then.
   void saveBandDialog(Dialogs& dialogs, int band) const;
   void loadBandDialog(Dialogs& dialogs, int band);
 

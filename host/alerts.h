@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,13 +17,17 @@ class Alerts : public PlugBaseMutex {
 
   void add(std::string caption, std::string message);
 
-  /// Shows what waits at the moment of the call, one box after the other, and forgets it; what is
-  /// added meanwhile stays for the next call. While any `show` of the process has a box open,
-  /// another one, such as that of a second editor idling inside the box, does nothing.
+  /// Shows what waits at the moment of the call, a box at a time, and returns; what is added
+  /// meanwhile stays for the next call. Each message is forgotten when the user has closed its box.
+  /// A box that goes with its window ends the round: its message and the further ones wait for the
+  /// next editor. While any round of the process has a box open, `show` does nothing.
   void show(Dialogs& dialogs);
 
  private:
   using Alert = std::pair<std::string, std::string>;  // caption, message
+  struct Round;
+
+  void showNext(const std::shared_ptr<Round>& round);
 
   std::vector<Alert> alerts;
 };

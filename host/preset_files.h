@@ -52,7 +52,8 @@ class PresetFiles {
   [[nodiscard]] bool previousEnabled() const;
   [[nodiscard]] bool nextEnabled() const;
 
-  /// Asks for a name and saves; nothing happens on cancel. `extension` without dot.
+  // Ask for a file, and act on it once the user has answered; nothing happens on cancel. This must
+  // live until then. `extension` without dot.
   void savePresetDialog(Dialogs& dialogs, const std::string& extension, bool isPreset);
   /// The program takes the name of a file with this extension. Whether it was written.
   bool savePreset(const std::string& path, const std::string& extension, bool isPreset);
