@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,5 +38,8 @@ struct FolderEntry {
   bool isFile = false;
   bool isLink = false;
 };
+/// Adds all but `.` and `..`, in no order, but no more than `most`; then `isWhole` is false.
+[[nodiscard]] std::error_code readFolder(const std::string& path, std::size_t most,
+                                         std::vector<FolderEntry>& entries, bool& isWhole);
 /// All but `.` and `..`, in no order; empty for what cannot be listed.
 [[nodiscard]] std::vector<FolderEntry> listFolder(const std::string& path);
