@@ -1,7 +1,8 @@
-# A library that holds files for `findResource` (platform/resources.h):
-# corvanthelis_resources(<target> [<type> <name> <file>]...). A changed file is taken in anew.
+# A library of files for `findResource` (platform/resources.h):
+# corvanthelis_resources(<target> [<type> <name> <file>]...). A changed file is taken in anew. A
+# program holds the files of all such libraries that it links.
 function(corvanthelis_resources target)
-  set(symbols "")
+  set(resources "")
   set(entries "")
   set(paths "")
   set(known "")
@@ -15,9 +16,9 @@ function(corvanthelis_resources target)
       message(FATAL_ERROR "${target}: resource \"${type}\" \"${name}\" is there twice")
     endif()
     cmake_path(ABSOLUTE_PATH file NORMALIZE OUTPUT_VARIABLE path)
-    string(APPEND symbols "RESOURCE(${index}, \"${path}\")\n")
-    string(APPEND entries
-      "    {\"${type}\", \"${name}\", resource${index}Begin, resource${index}End},\n")
+    set(symbol "${target}${index}")
+    string(APPEND resources "RESOURCE(${symbol}, \"${path}\")\n")
+    string(APPEND entries "    {\"${type}\", \"${name}\", ${symbol}Begin, ${symbol}End},\n")
     list(APPEND paths "${path}")
     list(APPEND known "${type}/${name}")
     math(EXPR index "${index} + 1")
@@ -27,5 +28,6 @@ function(corvanthelis_resources target)
   configure_file("${CMAKE_SOURCE_DIR}/cmake/resources.cpp.in" "${source}" @ONLY)
   # The compiler does not see what the assembler reads.
   set_source_files_properties("${source}" PROPERTIES OBJECT_DEPENDS "${paths}")
-  corvanthelis_folder(${target} "${CMAKE_SOURCE_DIR}/platform/linux/resources.cpp" "${source}")
+  # Nothing else asks the linker for it by name.
+  corvanthelis_folder(${target} "${source}" LINK platform "-Wl,-u,${target}0Begin")
 endfunction()

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <span>
-
-/// A file within the program; a zero byte stands at `end`.
+/// A file within the program; a zero byte stands at `end`. The build writes tables of them into the
+/// section `corvanthelis_resources`, which the linker joins: ready before any constructor runs.
 struct Resource {
   const char* type;
   const char* name;
   const char* begin;
   const char* end;
 };
-
-/// All of them. Written by the build, and ready before any constructor runs.
-[[nodiscard]] std::span<const Resource> resourceTable() noexcept;

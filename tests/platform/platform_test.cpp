@@ -214,16 +214,26 @@ TEST(OfProcess, AChildMakesItsOwn) {
 const std::string_view earlyFound = findResource("json", "uisettings");
 
 TEST(Resources, HoldTheFilesByteByByteWithAZeroBehind) {
-  for (const std::string name : {"defaults", "uisettings"}) {
-    const std::string bytes = readBytes(CORVANTHELIS_OPTIONS "/" + name + ".json");
-    const std::string_view found = findResource("json", name);
-    EXPECT_GT(bytes.size(), 500U) << name;
-    EXPECT_EQ(found, bytes) << name;
-    EXPECT_EQ(found.data()[found.size()], 0) << name;
+  const struct {
+    const char *type, *name, *file;
+  } rows[] = {{"json", "defaults", "options/defaults.json"},
+              {"json", "uisettings", "options/uisettings.json"},
+              {"TTF", "DSP-Bold", "faces/DSP-Bold.ttf"},
+              {"TTF", "OpenSans-Regular", "faces/OpenSans-Regular.ttf"},
+              {"PNG", "101@2x", "images/101@2x.png"},
+              {"PNG", "804", "images/804.png"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file);
+    const std::string bytes = readBytes(std::string(CORVANTHELIS_RESOURCES "/") + row.file);
+    const std::string_view found = findResource(row.type, row.name);
+    EXPECT_GT(bytes.size(), 100U);
+    ASSERT_TRUE(found == bytes);
+    EXPECT_EQ(found.data()[found.size()], 0);
   }
   EXPECT_EQ(earlyFound.data(), findResource("json", "uisettings").data());
   const std::pair<const char*, const char*> unknown[] = {
-      {"json", "default"}, {"json", "defaults2"}, {"json", ""}, {"JSON", "defaults"}, {"", ""}};
+      {"json", "default"}, {"json", "defaults2"}, {"json", ""}, {"JSON", "defaults"},
+      {"PNG", "DSP-Bold"}, {"PNG", "101@"},       {"", ""}};
   for (const auto& [type, name] : unknown) {
     EXPECT_EQ(findResource(type, name).data(), nullptr) << type << ' ' << name;
   }
