@@ -13,6 +13,8 @@ constexpr std::size_t kMostEntries = 20'000;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
+bool isLetter(char c) { return (c | 32) >= 'a' && (c | 32) <= 'z'; }
+
 /// Takes the digits at the start, without zeros before them.
 std::string_view takeNumber(std::string_view& text) {
   std::size_t end = 0;
@@ -89,5 +91,8 @@ int FolderList::find(std::string_view name) const {
 }
 
 std::string withExtension(const std::string& path, const std::string& extension) {
-  return extension.empty() || !extensionOf(path).empty() ? path : path + "." + extension;
+  // "Vocal 1.5" and "St. James" have none.
+  const std::string_view own = extensionOf(path);
+  const bool isOne = std::ranges::any_of(own, isLetter) && own.find(' ') == std::string_view::npos;
+  return extension.empty() || isOne ? path : path + "." + extension;
 }

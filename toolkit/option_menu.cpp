@@ -183,7 +183,7 @@ void COptionMenu::chosen(const std::vector<std::size_t>& path) {
   lastResult = index;
   beginEdit();
   menu->setValue(static_cast<float>(index));
-  valueChanged();
+  if (!wasRemoved) valueChanged();
   endEdit();
 }
 

@@ -51,7 +51,7 @@ void CTextEdit::takeText(const std::string& utf8) {
   if (utf8 == textToEdit()) return;
   beginEdit();
   setText(utf8);
-  valueChanged();
+  if (getFrame() != nullptr) valueChanged();
   endEdit();
 }
 
