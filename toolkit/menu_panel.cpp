@@ -12,7 +12,7 @@ namespace {
 constexpr float kInside = 4.0F;  // from the box to its rows
 constexpr float kSeparatorHeight = 9.0F;
 constexpr float kTextLeft = 26.0F;
-constexpr float kTextRight = 27.0F;
+constexpr float kTextRight = 26.0F;
 constexpr float kLeastWidth = 128.0F;
 constexpr float kArrowHeight = 16.0F;
 constexpr BoxLook kGround{4.0F, look::kBluePanel, look::kBlueBorder, 5, 0.16F, 2.0F};
@@ -41,7 +41,13 @@ void MenuPanel::fitInto(const CRect& room) {
   rect = {rect.left, rect.top, rect.left + std::min(wanted, std::max(1.0F, room.width())),
           rect.top + std::min(height, std::max(1.0F, room.height()))};
   content = rect.height() - 2.0F * kInside;
-  if (scrolls()) content = std::max(0.0F, content - 2.0F * kArrowHeight);
+  if (scrolls()) {
+    // Whole rows, at least one: what is left over belongs to no row.
+    const float rows = std::floor((content - 2.0F * kArrowHeight) / look::kRowHeight);
+    const float spare = content - 2.0F * kArrowHeight - rows * look::kRowHeight;
+    content = std::max(1.0F, rows) * look::kRowHeight;
+    if (rows >= 1.0F) rect.bottom -= spare;
+  }
   scroll(0);
 }
 

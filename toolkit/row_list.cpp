@@ -12,7 +12,8 @@ namespace {
 
 constexpr float kInside = 1.0F;
 constexpr float kTextLeft = 10.0F;
-constexpr float kFolderTextLeft = 30.0F;
+constexpr float kFolderTextLeft = 28.0F;
+constexpr float kGlyphSize = 15.0F;
 constexpr float kBarWidth = 6.0F;
 constexpr float kBarRoom = 12.0F;
 constexpr float kLeastBar = 18.0F;
@@ -102,8 +103,8 @@ void RowList::drawRow(CDrawContext& context, int row) {
   const float room = place.right - left - 4.0F;
   if (shown.isFolder) {
     context.drawTextCached(kFolderGlyph,
-                           {place.left + 8.0F, place.top, place.left + 26.0F, place.bottom},
-                           look::bold(look::kTextSize, look::kValue));
+                           {place.left + 9.0F, place.top, place.left + 27.0F, place.bottom},
+                           look::bold(kGlyphSize, look::kValue));
   }
   context.drawTextCached(look::cutTo(room, style, shown.text),
                          {left, place.top, place.right, place.bottom}, style);

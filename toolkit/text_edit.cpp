@@ -22,10 +22,11 @@ void CTextEdit::openField() {
   if (shownIn == nullptr || !isShown() || field) return;
   TextStyle fieldStyle = getTextStyle();
   fieldStyle.colour = kWhiteCColor;
-  auto* const opened = new TextField(localToFrame(fieldPlace()), std::move(fieldStyle),
-                                     [this](TextField& /*ended*/, TextField::End how) {
-                                       closeField(how != TextField::End::kLeft);
-                                     });
+  auto* const opened =
+      new TextField(localToFrame(fieldPlace()).cutTo(shownIn->getSize()), std::move(fieldStyle),
+                    [this](TextField& /*ended*/, TextField::End how) {
+                      closeField(how != TextField::End::kLeft);
+                    });
   field = Held<TextField>(opened);
   opened->setMaxLength(mostCharacters);
   opened->setText(textToEdit());

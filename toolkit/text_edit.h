@@ -37,9 +37,12 @@ class CTextEdit : public CParamDisplay {
  protected:
   ~CTextEdit() override;
 
-  /// What the field begins with, and where it stands in the coordinates of the view's container.
+  /// What the field begins with, and where it stands in the coordinates of the view's container: so
+  /// that the text stays in its place.
   [[nodiscard]] virtual std::string textToEdit() const { return shownText(); }
-  [[nodiscard]] virtual CRect fieldPlace() const { return getViewSize(); }
+  [[nodiscard]] virtual CRect fieldPlace() const {
+    return getViewSize().inset(-TextField::kPadding, 0.0F);
+  }
   /// The user has written this: the text becomes it, and if it is another one the listener hears.
   virtual void takeText(const std::string& utf8);
 

@@ -12,6 +12,7 @@ namespace {
 using Unit = TextLine::Unit;
 
 constexpr std::uint64_t kTripleClickMs = 500;
+constexpr float kCaretRoom = 2.0F;    // after a text at the right edge
 constexpr float kMarkHeight = 12.0F;  // of caret and selection
 constexpr BoxLook kBox{2.0F, look::kGround, look::kLit};
 constexpr BoxLook kQuietBox{2.0F, look::kGround, look::kBlueBorder};
@@ -83,7 +84,7 @@ float TextField::startX() const {
   if (first > 0 || style.align == kLeftText) return left;
   const std::size_t end = fitting(0);
   if (end < line.text().size()) return left;
-  const float spare = std::max(0.0F, room() - widthOf(0, end));
+  const float spare = std::max(0.0F, room() - widthOf(0, end) - kCaretRoom);
   return left + (style.align == kCenterText ? 0.5F * spare : spare);
 }
 

@@ -22,6 +22,9 @@ class TextField : public CView {
     kLeft,       ///< by the Escape key
     kFocusLost,  ///< something else has the keys now
   };
+  /// From the edges of the field to its text.
+  static constexpr float kPadding = 4.0F;
+
   /// May remove the field.
   using Ended = std::function<void(TextField& field, End how)>;
 
@@ -71,8 +74,6 @@ class TextField : public CView {
   void paste(bool primary);
   void offerSelection();
   void end(End how);
-
-  static constexpr float kPadding = 4.0F;
 
   TextLine line;
   TextStyle style;
