@@ -19,7 +19,7 @@ enum CButton : std::uint32_t {
 
 class CButtonState {
  public:
-  constexpr CButtonState(std::uint32_t bits = 0) : bits(bits) {}  // NOLINT: a set of enumerators
+  constexpr CButtonState(std::uint32_t set = 0) : bits(set) {}  // NOLINT: a set of enumerators
 
   [[nodiscard]] constexpr bool has(std::uint32_t all) const { return (bits & all) == all; }
   [[nodiscard]] constexpr bool isLeft() const { return has(kLButton); }
