@@ -161,15 +161,15 @@ PresetMenu BandFiles::bandPresets() const {
 }
 
 void BandFiles::saveBandDialog(Dialogs& dialogs, int band) const {
-  std::string path;
-  if (dialogs.openFileDialog({false, kSaveTitle, ownFolder(), {}, kBandExtension}, path)) {
-    saveBandFile(path, band);
-  }
+  dialogs.openFileDialog({false, kSaveTitle, ownFolder(), {}, kBandExtension},
+                         [this, band](const std::string& path) {
+                           if (!path.empty()) saveBandFile(path, band);
+                         });
 }
 
 void BandFiles::loadBandDialog(Dialogs& dialogs, int band) {
-  std::string path;
-  if (dialogs.openFileDialog({true, kOpenTitle, ownFolder(), {}, kBandExtension}, path)) {
-    loadBandFile(path, band);
-  }
+  dialogs.openFileDialog({true, kOpenTitle, ownFolder(), {}, kBandExtension},
+                         [this, band](const std::string& path) {
+                           if (!path.empty()) loadBandFile(path, band);
+                         });
 }

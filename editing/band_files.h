@@ -57,7 +57,8 @@ class BandFiles {
 
   /// The present contents of the user's folder of bands and its subfolders.
   [[nodiscard]] PresetMenu bandPresets() const;
-  // Ask for a file in that folder, which is created if missing; nothing happens on cancel.
+  // Ask for a file in that folder, which is created if missing, and act on it once the user has
+  // answered; nothing happens on cancel. This must live until then.
   void saveBandDialog(Dialogs& dialogs, int band) const;
   void loadBandDialog(Dialogs& dialogs, int band);
 

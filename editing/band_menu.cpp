@@ -125,8 +125,14 @@ void addCopies(Menu& menu, const Parts& parts, int band) {
 
 void sort(const Parts& parts) {
   const bool asks = parts.globals.getGlobal(kSortPreference, -1) != 0;
-  if (asks && !parts.dialogs.confirm(kSortCaption, kSortQuestion)) return;
-  BandEdits(parts.parameters).sortBands();
+  const auto act = [parts](bool isConfirmed) {
+    if (isConfirmed) BandEdits(parts.parameters).sortBands();
+  };
+  if (asks) {
+    parts.dialogs.confirm(kSortCaption, kSortQuestion, act);
+  } else {
+    act(true);
+  }
 }
 
 void addScopes(Menu& menu, const Parts& parts, int band, const char* title,

@@ -9,7 +9,7 @@ class EditedParameters;
 class Globals;
 struct EditorState;
 
-/// What the menu of a band works on.
+/// What the menu of a band works on, until the user has answered what an entry asks.
 struct BandMenuParts {
   EditedParameters& parameters;
   ChainEdits& bands;

@@ -2,25 +2,13 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
 
 #include "platform/of_process.h"
 
 namespace {
 
 std::atomic<bool> showing{false};
-
-/// Takes the process-wide right to show messages for a scope, if it is free.
-class ShowingScope {
- public:
-  ShowingScope() : taken(!showing.exchange(true)) {}
-  ~ShowingScope() {
-    if (taken) showing.store(false);
-  }
-  ShowingScope(const ShowingScope&) = delete;
-  ShowingScope& operator=(const ShowingScope&) = delete;
-
-  const bool taken;
-};
 
 }  // namespace
 
@@ -34,22 +22,42 @@ void Alerts::add(std::string caption, std::string message) {
   alerts.emplace_back(std::move(caption), std::move(message));
 }
 
+/// The process-wide right to show, until nobody holds it any more.
+struct Alerts::Round {
+  Round(Dialogs& shownBy, std::size_t count) : dialogs(shownBy), left(count) {}
+  ~Round() { showing.store(false); }
+  Round(const Round&) = delete;
+  Round& operator=(const Round&) = delete;
+
+  Dialogs& dialogs;
+  std::size_t left;
+};
+
 void Alerts::show(Dialogs& dialogs) {
-  const ShowingScope scope;
-  if (!scope.taken) return;
+  if (showing.exchange(true)) return;
   std::size_t count = 0;
   {
     const Scope lock(*this);
     count = alerts.size();
   }
-  for (std::size_t i = 0; i < count; ++i) {
-    Alert alert;
+  showNext(std::make_shared<Round>(dialogs, count));
+}
+
+void Alerts::showNext(const std::shared_ptr<Round>& round) {
+  if (round->left == 0) return;
+  --round->left;
+  Alert alert;
+  {
+    const Scope lock(*this);
+    alert = alerts.front();
+  }
+  // Where a window closes, its dialogs may be gone afterwards.
+  round->dialogs.showWarning(alert.first, alert.second, [this, round](bool byUser) {
+    if (!byUser) return;
     {
       const Scope lock(*this);
-      alert = alerts[i];
+      alerts.erase(alerts.begin());
     }
-    dialogs.showWarning(alert.first, alert.second);
-  }
-  const Scope lock(*this);
-  alerts.erase(alerts.begin(), alerts.begin() + static_cast<std::ptrdiff_t>(count));
+    showNext(round);
+  });
 }

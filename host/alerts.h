@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,13 +17,17 @@ class Alerts : public PlugBaseMutex {
 
   void add(std::string caption, std::string message);
 
-  /// Shows the messages waiting at the moment of the call, one box after another, and forgets them;
-  /// any added meanwhile wait for the next call. While one `show` of the process has a box open,
-  /// another (a second editor may idle while the box is open) does nothing.
+  /// Shows the messages waiting at the moment of the call, one box after another, and returns at
+  /// once; any added meanwhile wait for the next call. A message is forgotten when the user has
+  /// closed its box. If a box goes with its window, its message and the ones after it wait for the
+  /// next editor. While one round of the process has a box open, `show` does nothing.
   void show(Dialogs& dialogs);
 
  private:
   using Alert = std::pair<std::string, std::string>;  // caption, message
+  struct Round;
+
+  void showNext(const std::shared_ptr<Round>& round);
 
   std::vector<Alert> alerts;
 };

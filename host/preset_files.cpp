@@ -176,12 +176,11 @@ void PresetFiles::savePresetDialog(Dialogs& dialogs, const std::string& extensio
   if (!folder.empty()) static_cast<void>(makeFolders(folder));
   std::string name = programName();
   std::replace(name.begin(), name.end(), '/', '-');
-  std::string path;
-  if (!dialogs.openFileDialog(
-          {false, kSaveTitle, folder, folder + name + "." + extension, extension}, path)) {
-    return;
-  }
-  savePreset(path, extension, isPreset);
+  const std::string proposed = folder + name + "." + extension;
+  dialogs.openFileDialog({false, kSaveTitle, folder, proposed, extension},
+                         [this, extension, isPreset](const std::string& path) {
+                           if (!path.empty()) savePreset(path, extension, isPreset);
+                         });
 }
 
 bool PresetFiles::savePreset(const std::string& path, const std::string& extension, bool isPreset) {
@@ -215,10 +214,10 @@ bool PresetFiles::savePreset(const std::string& path, const std::string& extensi
 }
 
 void PresetFiles::loadPresetDialog(Dialogs& dialogs, const std::string& extension) {
-  std::string path;
-  if (dialogs.openFileDialog({true, kOpenTitle, kOpenFolder, {}, extension}, path)) {
-    loadPresetFile(path);
-  }
+  dialogs.openFileDialog({true, kOpenTitle, kOpenFolder, {}, extension},
+                         [this](const std::string& path) {
+                           if (!path.empty()) loadPresetFile(path);
+                         });
 }
 
 bool PresetFiles::loadPresetFile(const std::string& path) {

@@ -52,7 +52,8 @@ class PresetFiles {
   [[nodiscard]] bool previousEnabled() const;
   [[nodiscard]] bool nextEnabled() const;
 
-  /// Asks for a file name and saves; nothing happens on cancel. `extension` without the dot.
+  // Ask for a file, and act on it once the user has answered; nothing happens on cancel. This must
+  // live until then. `extension` without the dot.
   void savePresetDialog(Dialogs& dialogs, const std::string& extension, bool isPreset);
   /// Writes a preset or a bank; the program takes the name of the file if it has this extension.
   /// Returns whether the file was written.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,5 +39,9 @@ struct FolderEntry {
   bool isFile = false;
   bool isLink = false;
 };
+/// Adds all entries except `.` and `..`, in no particular order, but no more than `most`; then
+/// `isWhole` is false.
+[[nodiscard]] std::error_code readFolder(const std::string& path, std::size_t most,
+                                         std::vector<FolderEntry>& entries, bool& isWhole);
 /// All entries except `.` and `..`, in no particular order; empty if the folder cannot be listed.
 [[nodiscard]] std::vector<FolderEntry> listFolder(const std::string& path);

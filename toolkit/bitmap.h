@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -12,21 +12,24 @@
 /// alpha, premultiplied. Threads: one at a time.
 class CBitmap : public CBaseObject {
  public:
+  /// Clear; empty where a side is 0 or less.
   CBitmap(int width, int height);
-  /// The picture that is part of the program as `PNG` under this number; null where there is none
-  /// or it is damaged.
-  [[nodiscard]] static Held<CBitmap> load(int resourceNumber);
+  /// The picture that is part of the program as `PNG` under this number, or the one made for twice
+  /// the scale; null where there is none or it is damaged.
+  [[nodiscard]] static Held<CBitmap> load(int resourceNumber, bool isDouble = false);
   /// From the bytes of a PNG file; null where they are none, or larger than 4096 by 4096.
   [[nodiscard]] static Held<CBitmap> decode(std::string_view png);
 
-  [[nodiscard]] int getWidth() const noexcept { return width; }
-  [[nodiscard]] int getHeight() const noexcept { return height; }
+  [[nodiscard]] int getWidth() const noexcept { return columns; }
+  [[nodiscard]] int getHeight() const noexcept { return rows; }
   /// Bytes from a row to the next.
-  [[nodiscard]] int getStride() const noexcept { return width * 4; }
+  [[nodiscard]] int getStride() const noexcept { return columns * 4; }
   [[nodiscard]] std::uint32_t* pixels() noexcept { return data.data(); }
   [[nodiscard]] const std::uint32_t* pixels() const noexcept { return data.data(); }
   [[nodiscard]] bool isEmpty() const noexcept { return data.empty(); }
 
+  /// No other picture of the process has it, nor will have: what copies of pictures are kept by.
+  [[nodiscard]] std::uint64_t serial() const noexcept { return number; }
   /// How often its pixels have changed: who holds a copy takes them anew when the count differs.
   [[nodiscard]] std::uint32_t revision() const noexcept { return changes; }
   /// Its pixels have been changed.
@@ -36,9 +39,10 @@ class CBitmap : public CBaseObject {
   ~CBitmap() override;
 
  private:
-  int width;
-  int height;
+  int columns;
+  int rows;
   std::vector<std::uint32_t> data;
+  std::uint64_t number;
   std::uint32_t changes = 0;
 };
 
@@ -59,8 +63,8 @@ class CDIB : public CBitmap {
   /// Corners of `radius`, those at the top and those at the bottom as asked for.
   void roundBox(const CRect& rect, float radius, bool roundTop, bool roundBottom, CColor colour,
                 float alpha = 1.0F);
-  /// The inside of a closed outline, also one that crosses itself (non-zero winding).
-  void polygon(const std::vector<CPoint>& outline, CColor colour, float alpha = 1.0F);
+  /// The inside of a closed outline; of one that crosses itself all that it goes round.
+  void polygon(std::span<const CPoint> outline, CColor colour, float alpha = 1.0F);
   /// Another picture, its upper left corner at `x`, `y`, each of its channels times `tint`.
   void blend(const CBitmap& other, int x, int y, CColor tint = kWhiteCColor);
 };

@@ -6,25 +6,17 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/baked_font.h"
 #include "toolkit/bitmap.h"
 #include "toolkit/face.h"
+#include "toolkit/feather.h"
 #include "toolkit/geometry.h"
+#include "toolkit/label_cache.h"
 
 enum CDrawStyle { kDrawStroked, kDrawFilled, kDrawFilledAndStroked };
+/// Edges hard, or smoothed over one device pixel.
 enum CDrawMode { kCopyMode, kAntialias };
 enum CHoriTxtAlign { kLeftText = 0, kCenterText = 1, kRightText = 2 };
-
-/// A corner of a triangle with the colour it has there.
-struct CVertex {
-  CPoint at;
-  CColor colour;
-};
-
-/// Part of a picture, in its pixels, and where it goes: whole device pixels.
-struct DeviceQuad {
-  CRect source;
-  CRect target;
-};
 
 /// How a text is written: `size` in unzoomed pixels.
 struct TextStyle {
@@ -36,22 +28,26 @@ struct TextStyle {
 
 /// What views draw with. Coordinates are unzoomed pixels from the origin that `setOffset` gives,
 /// and all of them are cut by one rule: a figure of which a point lies outside of the clip
-/// rectangle is not drawn at all. Edges of rectangles, text and pictures fall on whole device
-/// pixels.
+/// rectangle is not drawn at all; of a text or picture the corners of its rectangle count. Edges of
+/// rectangles, text and pictures fall on whole device pixels; discs, curves and slanted lines stand
+/// where they are.
 ///
 /// What a figure consists of is worked out here, so that every context shows the same; a context
 /// itself knows how to put triangles, pictures and glyphs to the screen, in device pixels. Threads:
 /// the one that draws, under the frame's lock.
 class CDrawContext {
  public:
-  CDrawContext() = default;
-  virtual ~CDrawContext() = default;
+  CDrawContext();
+  virtual ~CDrawContext();
   CDrawContext(const CDrawContext&) = delete;
   CDrawContext& operator=(const CDrawContext&) = delete;
 
   /// Device pixels per unzoomed pixel.
   [[nodiscard]] float getScale() const noexcept { return scale; }
-  virtual void setScale(float devicePixels);
+  /// Texts are made anew where it differs.
+  void setScale(float devicePixels);
+  /// Gives up what is kept of texts.
+  void clearTexts();
   /// One device pixel, or what comes nearest to one unzoomed pixel, in unzoomed pixels.
   [[nodiscard]] float hairline() const noexcept;
   /// The nearest edge between device pixels.
@@ -75,21 +71,24 @@ class CDrawContext {
   void setDrawMode(CDrawMode mode) noexcept { drawMode = mode; }
 
   void moveTo(CPoint point) noexcept { pen = point; }
-  /// A line in the frame colour, smoothed along its sides.
+  /// A line in the frame colour, half of its width on either side of the way. A horizontal or
+  /// vertical one is moved to whole device pixels: of width 1 at scale 1, one from (0, 10) and one
+  /// from (0, 10.5) both fill the row from 10 to 11.
   void lineTo(CPoint point);
-  /// A line through all points, with joined corners.
-  void drawPath(std::span<const CPoint> points, float width, CColor colour);
-  void drawPolygon(std::span<const CPoint> points, CDrawStyle style);
+  /// A line through all points, with joined corners, which blends no pixel twice at a corner.
+  void drawPath(std::span<const CPoint> way, float width, CColor colour);
+  /// `outline`: convex; its line is closed.
+  void drawPolygon(std::span<const CPoint> outline, CDrawStyle style);
+  /// A line within the rectangle's edges, in the frame colour.
   void drawRect(const CRect& rect);
   void fillRect(const CRect& rect);
   void fillRect(const CRect& rect, CColor colour);
   void drawEllipse(const CRect& rect, CDrawStyle style);
-  /// Each corner makes a triangle with the two before it.
+  /// Each corner makes a triangle with the two before it; edges are hard.
   void drawTriangleStrip(std::span<const CVertex> corners);
 
-  /// The part of a picture that begins at `from` in it, in its own pixels, at its own size or,
-  /// where `rect` is of another size than the picture's rest, stretched to it when `stretch` is
-  /// set.
+  /// The part of a picture that begins at `from` in it and is as large as `rect`: one of its pixels
+  /// for each unzoomed pixel.
   void drawBitmap(const CBitmap& bitmap, const CRect& rect, CPoint from = {},
                   std::uint8_t alpha = 255);
   /// The whole picture stretched over `rect`.
@@ -122,9 +121,22 @@ class CDrawContext {
 
  private:
   [[nodiscard]] bool isInside(CPoint point) const noexcept;
-  [[nodiscard]] bool areInside(std::span<const CPoint> points) const noexcept;
+  [[nodiscard]] bool areInside(std::span<const CPoint> outline) const noexcept;
+  [[nodiscard]] bool isInside(const CRect& rect) const noexcept;
   [[nodiscard]] CPoint toDevice(CPoint point) const noexcept;
   [[nodiscard]] CRect toDevice(const CRect& rect) const noexcept;
+  std::span<const CPoint> toDevice(std::span<const CPoint> outline);
+  /// Device pixels of a line.
+  [[nodiscard]] float wholeWidth() const noexcept;
+
+  void putRect(const CRect& rect, CColor colour);
+  void putLine(CPoint from, CPoint to, float width, CColor colour);
+  void putOutline(std::span<const CPoint> corners, CDrawStyle style);
+  void putFeathered();
+  [[nodiscard]] const BakedFont& bakedFont(const std::shared_ptr<const Face>& face, float size);
+  [[nodiscard]] const BakedFont& smallFont();
+  void putText(const BakedFont& baked, std::string_view text, const CRect& rect,
+               CHoriTxtAlign align, CColor colour);
 
   CPoint offset;
   CRect clip;
@@ -135,4 +147,14 @@ class CDrawContext {
   CColor frameColor = kWhiteCColor;
   CColor fillColor = kWhiteCColor;
   TextStyle font;
+
+  std::vector<std::unique_ptr<BakedFont>> fonts;  // each for its face and size
+  std::unique_ptr<BakedPixelFont> pixelFont;
+  StaticTextLabelCache labels;
+
+  // Kept from figure to figure, so that a frame allocates nothing.
+  std::vector<CPoint> points;
+  std::vector<CVertex> vertices;
+  std::vector<DeviceQuad> pieces;
+  FeatheredShape feathered;
 };

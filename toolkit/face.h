@@ -4,9 +4,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
-
-#include "toolkit/geometry.h"
 
 /// The code points of a UTF-8 text; what is no such gives U+FFFD, once for each byte.
 [[nodiscard]] std::u32string codePoints(std::string_view utf8);
@@ -22,9 +19,11 @@ class Face {
   [[nodiscard]] static std::shared_ptr<const Face> read(std::string_view bytes);
   ~Face();
 
+  /// Pixels per unit of the face.
   [[nodiscard]] float scaleFor(float size) const;
   [[nodiscard]] float ascent(float size) const;
-  /// From the start of a character to that of the next.
+  /// From the start of a character to that of the next. One that the face has not is as wide as
+  /// the face's stand-in for such, of which nothing is drawn.
   [[nodiscard]] float advance(char32_t character, float size) const;
   [[nodiscard]] float width(std::string_view utf8, float size) const;
   [[nodiscard]] bool has(char32_t character) const;
@@ -35,15 +34,24 @@ class Face {
     int top = 0;
     int right = 0;
     int bottom = 0;
+
+    bool operator==(const Box&) const = default;
+    [[nodiscard]] bool isEmpty() const { return right <= left || bottom <= top; }
+    [[nodiscard]] int width() const { return right - left; }
+    [[nodiscard]] int height() const { return bottom - top; }
   };
-  [[nodiscard]] Box box(char32_t character, float size) const;
-  /// Writes coverage, 0 to 255, of a character's box to rows of `stride` bytes. `shift`: how far to
-  /// the right of its start, 0 to less than 1.
-  void rasterise(char32_t character, float size, std::uint8_t* out, int stride) const;
+  /// `shift`: by how much of a pixel the character is moved to the right, 0 to less than 1. Empty
+  /// for sizes beyond `kLargestSize`.
+  [[nodiscard]] Box box(char32_t character, float size, float shift = 0.0F) const;
+  /// Writes coverage, 0 to 255, of a character's box to rows of `stride` bytes.
+  void rasterise(char32_t character, float size, float shift, std::uint8_t* out, int stride) const;
+
+  static constexpr float kLargestSize = 256.0F;
 
  private:
   struct Parsed;
   explicit Face(std::unique_ptr<Parsed> parsed);
+  [[nodiscard]] int glyphOf(char32_t character) const;
 
-  std::unique_ptr<Parsed> parsed;
+  std::unique_ptr<Parsed> file;
 };

@@ -117,6 +117,7 @@ void CFrame::pushModalView(CView* view) {
   modalViews.emplace_back(view);
   view->attached(*this);
   view->invalid();
+  if (native != nullptr) native->takeFocus();
   findHovered(mouseButtons);
 }
 
@@ -127,6 +128,7 @@ void CFrame::popModalView(CView* view) {
   leaving->invalid();
   leaving->removed();
   std::erase_if(modalViews, [view](const Held<CView>& modal) { return modal.get() == view; });
+  if (native != nullptr && modalViews.empty() && !focusView) native->giveFocusBack();
   if (opened) findHovered(mouseButtons);
 }
 
@@ -172,15 +174,22 @@ void CFrame::warpMouse(CPoint where) {
 }
 
 void CFrame::putClipboard(Clipboard which, std::string text) {
-  if (native != nullptr) native->putClipboard(which, std::move(text));
+  if (native != nullptr) {
+    native->putClipboard(which, std::move(text));
+  } else {
+    ownClipboards.at(static_cast<std::size_t>(which)) = std::move(text);
+  }
 }
 
 void CFrame::askClipboard(Clipboard which, CView& asker,
                           std::function<void(std::string_view)> take) {
-  if (native == nullptr) return;
   clipboardAsker = Held<CView>(&asker);
   takeClipboard = std::move(take);
-  native->askClipboard(which);
+  if (native != nullptr) {
+    native->askClipboard(which);
+  } else {
+    clipboardText(std::string(ownClipboards.at(static_cast<std::size_t>(which))));
+  }
 }
 
 bool CFrame::onKeyDown(const KeyEvent& key) {
@@ -288,7 +297,7 @@ void CFrame::mouseDown(DevicePoint where, CButton /*changedButton*/, CButtonStat
     modal->onMouseDown(mouse, buttons);
     return;
   }
-  if (focusView) notify(this, kMsgLooseFocus);
+  if (focusView && viewAt(mouse, buttons) != focusView.get()) notify(this, kMsgLooseFocus);
   onMouseDown(mouse, buttons);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -92,7 +93,8 @@ class CFrame : public CViewContainer, private WindowListener {
   /// The events of the window, for those who play them.
   [[nodiscard]] WindowListener& events() noexcept { return *this; }
 
-  /// Puts a text to both clipboards' other programs; asks for one, given to `take` when it comes.
+  /// Puts a text to one of the clipboards; asks for one, given to `take` when it comes. Off screen
+  /// the frame has clipboards of its own.
   void putClipboard(Clipboard which, std::string text);
   void askClipboard(Clipboard which, CView& asker, std::function<void(std::string_view)> take);
 
@@ -162,6 +164,7 @@ class CFrame : public CViewContainer, private WindowListener {
   Held<CView> hovered;
   Held<CView> clipboardAsker;
   std::function<void(std::string_view)> takeClipboard;
+  std::array<std::string, 2> ownClipboards;
   std::vector<Held<CView>> modalViews;
   std::vector<Held<CView>> idleViews;
   CPoint mouse;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -93,14 +94,18 @@ std::error_code moveFile(const std::string& from, const std::string& to) noexcep
   return lastError();
 }
 
-std::vector<FolderEntry> listFolder(const std::string& path) {
-  std::vector<FolderEntry> entries;
+std::error_code readFolder(const std::string& path, std::size_t most,
+                           std::vector<FolderEntry>& entries, bool& isWhole) {
+  isWhole = true;
   const std::unique_ptr<DIR, Close> folder(::opendir(path.c_str()));
   if (folder == nullptr && errno == ENOMEM) throw std::bad_alloc();
-  while (const dirent* const found = folder != nullptr ? ::readdir(folder.get()) : nullptr) {
+  if (folder == nullptr) return lastError();
+  while (const dirent* const found = ::readdir(folder.get())) {
     FolderEntry entry{found->d_name, found->d_type == DT_DIR, found->d_type == DT_REG,
                       found->d_type == DT_LNK};
     if (entry.name == "." || entry.name == "..") continue;
+    isWhole = most-- > 0;
+    if (!isWhole) break;
     // On most file systems the directory gives the kind of every entry that is not a link.
     if (entry.isLink || found->d_type == DT_UNKNOWN) {
       const std::string full = joinedPath(path, entry.name);
@@ -112,5 +117,13 @@ std::vector<FolderEntry> listFolder(const std::string& path) {
     }
     entries.push_back(std::move(entry));
   }
+  return {};
+}
+
+std::vector<FolderEntry> listFolder(const std::string& path) {
+  std::vector<FolderEntry> entries;
+  bool isWhole = true;
+  // What cannot be listed holds nothing.
+  static_cast<void>(readFolder(path, SIZE_MAX, entries, isWhole));
   return entries;
 }

@@ -54,6 +54,13 @@ std::string userConfigFolder() { return baseFolder("XDG_CONFIG_HOME", "/.config"
 
 std::string userDataFolder() { return baseFolder("XDG_DATA_HOME", "/.local/share"); }
 
+std::string userHomeFolder() { return withoutSlashes(homeFolder(), 1); }
+
+std::string withHomeFolder(const std::string& path) {
+  const bool isInHome = path == "~" || path.starts_with("~/");
+  return isInHome ? withoutSlashes(homeFolder(), 0) + path.substr(1) : path;
+}
+
 std::string codeFolder() {
   Dl_info info{};
   link_map* module = nullptr;

@@ -108,16 +108,17 @@ inline std::string documentOf(Plug& plug) { return textOf(plug.document(false));
 /// A user who answers every file dialog alike.
 class ScriptedDialogs : public Dialogs {
  public:
-  void showWarning(const std::string& caption, const std::string& message) override {
+  void showWarning(const std::string& caption, const std::string& message, Closed closed) override {
     warnings.push_back(caption + ": " + message);
+    closed(true);
   }
-  bool confirm(const std::string& /*caption*/, const std::string& /*message*/) override {
-    return true;
+  void confirm(const std::string& /*caption*/, const std::string& /*message*/,
+               Confirmed confirmed) override {
+    confirmed(true);
   }
-  bool openFileDialog(const FileDialog& dialog, std::string& resultPath) override {
+  void openFileDialog(const FileDialog& dialog, FileChosen chosen) override {
     asked = joined({dialog.title, dialog.startFolder, dialog.proposedName}, "|");
-    resultPath = answer;
-    return !answer.empty();
+    chosen(answer);
   }
 
   std::string answer;

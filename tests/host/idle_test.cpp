@@ -151,16 +151,23 @@ TEST_F(IdleTimerTest, ClientsComeAndGoWhileTicksRunAndRemoveWaitsForTheirCalls) 
 /// Notes what is shown and runs `inside` while the box is open.
 class Boxes : public Dialogs {
  public:
-  void showWarning(const std::string& caption, const std::string& message) override {
+  void showWarning(const std::string& caption, const std::string& message, Closed closed) override {
     shown += caption + ": " + message + "|";
     if (inside) inside();
+    if (stays) {
+      open = std::move(closed);
+    } else {
+      closed(true);
+    }
   }
-  bool confirm(const std::string&, const std::string&) override { return false; }
-  bool openFileDialog(const FileDialog&, std::string&) override { return false; }
+  void confirm(const std::string&, const std::string&, Confirmed answer) override { answer(false); }
+  void openFileDialog(const FileDialog&, FileChosen answer) override { answer({}); }
   std::string take() { return std::exchange(shown, {}); }
 
   std::string shown;
   std::function<void()> inside;
+  bool stays = false;  // a box waits in `open`
+  Closed open;
 };
 
 TEST(Alerts, AreShownOnceInOneBoxAtATimeAndLostByNone) {
@@ -184,6 +191,15 @@ TEST(Alerts, AreShownOnceInOneBoxAtATimeAndLostByNone) {
   boxes.inside = nullptr;
   for (int again = 0; again < 2; ++again) others.show(boxes);
   EXPECT_EQ(boxes.take(), "B: 1|B: 1|") << "shown again, since the box failed";
+  for (const char* const message : {"2", "3"}) others.add("B", message);
+  boxes.stays = true;
+  for (int again = 0; again < 2; ++again) others.show(boxes);
+  std::exchange(boxes.open, nullptr)(true);
+  std::exchange(boxes.open, nullptr)(false);
+  EXPECT_EQ(boxes.take(), "B: 2|B: 3|") << "one after the other";
+  boxes.stays = false;
+  others.show(boxes);
+  EXPECT_EQ(boxes.take(), "B: 3|") << "shown again, since its window closed";
   std::thread raiser([&] {
     for (int n = 0; n < 500; ++n) alerts.add("", "");
   });

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "platform/linux/x11_display.h"
+#include "platform/linux/x11_input_method.h"
+#include "platform/linux/x11_selections.h"
+#include "platform/window_events.h"
+
+/// Who is told what the server says of one window. A target may go from within any of these.
+class X11Target {
+ public:
+  virtual ~X11Target() = default;
+
+  virtual void handle(XEvent& event) = 0;
+  /// Whether the input method may make text of this key.
+  [[nodiscard]] virtual bool isForUs(const XKeyEvent& event) const = 0;
+  /// Tells the last of the moves that `handle` was given; they are told once, however many come.
+  virtual void tellMove() = 0;
+  virtual void scaleChanged() = 0;
+  virtual void displayLost() = 0;
+};
+
+/// What the windows of a process share: one connection, whose events it hands out. Threads: the
+/// message thread.
+class X11Connection {
+ public:
+  X11Connection();
+  virtual ~X11Connection();
+  X11Connection(const X11Connection&) = delete;
+  X11Connection& operator=(const X11Connection&) = delete;
+
+  void dispatch();
+  void add(Window window, X11Target& target) { targets[window] = &target; }
+  void remove(Window window);
+
+  [[nodiscard]] X11Cursor cursor(Cursor which);
+  [[nodiscard]] double scale() const { return currentScale; }
+  /// When the user last did something, by the server's clock.
+  [[nodiscard]] Time lastTime() const { return newestTime; }
+  /// Number by which events of the second input extension are known; 0 without it.
+  [[nodiscard]] int inputExtension() const { return inputOpcode; }
+
+  X11Display display;
+  X11Selections selections{display};
+  X11InputMethod inputMethod{display};
+
+ private:
+  void handleNext();
+  void handOut(XEvent& event, Window window);
+  void noteTime(const XEvent& event);
+  [[nodiscard]] bool isFiltered(XEvent& event);
+  void readScale();
+  void loseAll();
+
+  std::map<Cursor, X11Cursor> cursors;
+  std::map<Window, X11Target*> targets;
+  Window moved = None;  // has moves to tell
+  double currentScale = 1.0;
+  Time newestTime = CurrentTime;
+  int inputOpcode = 0;
+  bool isDispatching = false;
+};

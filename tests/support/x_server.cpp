@@ -1,0 +1,49 @@
+#include "tests/support/x_server.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+
+// The sanitizers do not see inside the software driver, which also keeps memory of some contexts.
+extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() {
+  return "race:swrast_dri.so\nmutex:swrast_dri.so\ndeadlock:libEGL_mesa.so\n";
+}
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() { return "leak:swrast_dri.so\n"; }
+
+XServer::XServer() {
+  std::array<int, 2> number{};
+  if (::pipe(number.data()) != 0) throw std::runtime_error("no pipe");
+  process = ::fork();
+  if (process == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const std::string told = std::to_string(number[1]);
+    ::execlp("Xvfb", "Xvfb", "-displayfd", told.c_str(), "-screen", "0", "640x480x24", "-nolisten",
+             "tcp", "-noreset", nullptr);
+    ::_exit(127);
+  }
+  ::close(number[1]);
+  std::string name = ":";
+  for (char digit = 0; ::read(number[0], &digit, 1) == 1 && digit != '\n';) name += digit;
+  ::close(number[0]);
+  if (name.size() < 2) throw std::runtime_error("Xvfb does not start");
+  ::setenv("DISPLAY", name.c_str(), 1);
+}
+
+XServer::~XServer() {
+  kill();
+  ::unsetenv("DISPLAY");
+}
+
+void XServer::kill() {
+  if (process <= 0) return;
+  ::kill(process, SIGKILL);
+  ::waitpid(process, nullptr, 0);
+  process = 0;
+}

@@ -1,0 +1,373 @@
+// What the user does to menus, texts and boxes, told in tables, and what comes of it.
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "tests/support/script.h"
+#include "tests/support/test_directory.h"
+#include "toolkit/file_browser.h"
+#include "toolkit/frame.h"
+#include "toolkit/frame_dialogs.h"
+#include "toolkit/message_box.h"
+#include "toolkit/option_menu.h"
+#include "toolkit/popup_menu.h"
+#include "toolkit/text_edit.h"
+
+namespace {
+
+constexpr CRect kPlace{20, 20, 140, 40};  // of the control that is tried
+
+/// Notes what an editor hears; where `closes` is set, the next news closes its frame.
+class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
+ public:
+  NotedEditor() { open(600, 420); }
+  ~NotedEditor() override { frame->close(); }
+  NotedEditor(const NotedEditor&) = delete;
+  NotedEditor& operator=(const NotedEditor&) = delete;
+
+  void open(float width, float height) {
+    if (frame) frame->close();
+    closes = false;
+    const CFrame::Clock clock = [this] { return now; };
+    frame = Held<CFrame>::adopt(new OpenFrame({0, 0, width, height}, this, clock));
+    frame->openOffScreen(1.0F);
+    log.clear();
+  }
+  void hear(const std::string& news) {
+    log += (log.empty() ? "" : " ") + news;
+    if (std::exchange(closes, false)) frame->close();
+  }
+  void beginEdit(std::int32_t tag) override { hear("begin" + std::to_string(tag)); }
+  void endEdit(std::int32_t tag) override { hear("end" + std::to_string(tag)); }
+  void setParameter(std::int32_t /*tag*/, float /*normalised*/) override {}
+  [[nodiscard]] CFrame* getFrame() const override { return frame.get(); }
+  void frameCallback(std::int32_t code, void* /*data*/) override {
+    hear("frame" + std::to_string(code));
+  }
+  void valueChanged(CControl& control) override {
+    auto* const text = dynamic_cast<CTextEdit*>(&control);
+    auto* const menu = dynamic_cast<COptionMenu*>(&control);
+    if (menu != nullptr && menu->getLastItemMenu() != menu) hear("sub");
+    hear(text != nullptr ? "'" + text->getText() + "'"
+                         : "=" + std::to_string(menu->getLastResult()));
+  }
+
+  Held<CFrame> frame;
+  std::uint64_t now = 1000;
+  std::string log;
+  bool closes = false;
+
+ private:
+  class OpenFrame : public CFrame {
+   public:
+    using CFrame::CFrame;
+  };
+};
+
+class BoxScript : public Script {
+ protected:
+  BoxScript() {
+    addControls();
+    addEvents();
+    addBoxes();
+  }
+
+  void afterRow() override {
+    if (!editor.log.empty()) say(std::exchange(editor.log, {}));
+    if (const std::string state = stateText(); !state.empty()) say(state);
+  }
+
+  void addControls() {
+    commands["new"] = [this] {
+      editor.open(row[1].empty() ? 600 : std::stof(row[1]),
+                  row[2].empty() ? 420 : std::stof(row[2]));
+      menu = nullptr;
+    };
+    commands["menu"] = [this] {
+      const std::int32_t style = row[2].empty() ? 0 : number(2) << 16;
+      menu = new COptionMenu(kPlace, &editor, 7, style);
+      fill(*menu, row[1]);
+      editor.frame->addView(menu);
+      if (!row[3].empty()) menu->setValue(std::stof(row[3]));
+    };
+    commands["popup"] = [this] { menu->popup(); };
+    commands["fill"] = [this] { menu->addEntries(row[1]); };
+    commands["value"] = [this] { say(menu->getValue()); };
+    commands["entries"] = [this] {
+      for (int i = 0; i < menu->getNbEntries(); ++i) {
+        say(menu->getEntry(i)->isSeparator ? "-" : "(" + menu->getEntry(i)->title + ")");
+      }
+    };
+    commands["edit"] = [this] {
+      const std::int32_t style = row[2].empty() ? 0 : kDoubleClickStyle;
+      auto* const edit = new CTextEdit(kPlace, &editor, 9, row[1], style);
+      edit->setHoriAlign(kLeftText);
+      if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
+      editor.frame->addView(edit);
+    };
+    commands["closing"] = [this] { editor.closes = true; };
+    commands["close"] = [this] { editor.frame->close(); };
+  }
+
+  /// "a, -, !off, *checked, sub>b/c"
+  static void fill(COptionMenu& filled, const std::string& entries) {
+    std::istringstream parts(entries);
+    for (std::string part; std::getline(parts, part, ',');) {
+      part.erase(0, part.find_first_not_of(' '));
+      const std::size_t sub = part.find('>');
+      if (sub == std::string::npos) {
+        const bool isMarked = part[0] == '!' || part[0] == '*';
+        CMenuItem* const item = filled.addEntry(part.substr(isMarked ? 1 : 0));
+        item->isEnabled = part[0] != '!';
+        item->isChecked = part[0] == '*';
+        continue;
+      }
+      auto* const submenu = new COptionMenu({}, nullptr, -1);
+      std::string inner = part.substr(sub + 1);
+      std::ranges::replace(inner, '/', ',');
+      fill(*submenu, inner);
+      filled.addEntry(submenu, part.substr(0, sub));
+    }
+  }
+
+  [[nodiscard]] DevicePoint at() const { return {std::stod(row[1]), std::stod(row[2])}; }
+  [[nodiscard]] static CButtonState held(const std::string& words) {
+    const std::map<std::string, std::uint32_t> known = {
+        {"shift", kShift},        {"control", kControl}, {"alt", kAlt},
+        {"double", kDoubleClick}, {"right", kRButton},   {"middle", kMButton}};
+    std::uint32_t bits = 0;
+    std::istringstream in(words);
+    for (std::string word; in >> word;) bits |= known.contains(word) ? known.at(word) : 0;
+    return bits;
+  }
+  [[nodiscard]] CButtonState pressed() const {
+    const CButtonState bits = held(row[3]);
+    return bits.buttons() != 0 ? bits.all() : bits.all() | kLButton;
+  }
+
+  void addEvents() {
+    commands["down"] = [this] { events().mouseDown(at(), kLButton, pressed()); };
+    commands["drag"] = [this] { events().mouseMoved(at(), kLButton); };
+    commands["up"] = [this] { events().mouseUp(at(), kLButton, {}); };
+    commands["click"] = [this] {
+      events().mouseDown(at(), kLButton, pressed());
+      events().mouseUp(at(), kLButton, {});
+    };
+    commands["move"] = [this] { events().mouseMoved(at(), {}); };
+    commands["wheel"] = [this] { events().wheel(at(), std::stof(row[3]), {}); };
+    commands["wait"] = [this] {
+      editor.now += static_cast<std::uint64_t>(number(1));
+      editor.frame->idle();
+    };
+    commands["type"] = [this] {
+      for (std::size_t i = 0; i < row[1].size();) {
+        std::size_t end = i + 1;  // characters come one by one
+        while (end < row[1].size() && (static_cast<unsigned char>(row[1][end]) & 0xC0U) == 0x80)
+          ++end;
+        press({Key::kNone, static_cast<unsigned char>(row[1][i]), row[1].substr(i, end - i), {}});
+        i = end;
+      }
+    };
+    commands["text"] = [this] { press({Key::kNone, 0, row[1], {}}); };
+    commands["key"] = [this] {
+      const std::map<std::string, Key> keys = {
+          {"return", Key::kReturn},     {"escape", Key::kEscape}, {"tab", Key::kTab},
+          {"back", Key::kBack},         {"delete", Key::kDelete}, {"left", Key::kLeft},
+          {"right", Key::kRight},       {"up", Key::kUp},         {"down", Key::kDown},
+          {"home", Key::kHome},         {"end", Key::kEnd},       {"pageup", Key::kPageUp},
+          {"pagedown", Key::kPageDown}, {"space", Key::kSpace},   {"insert", Key::kInsert}};
+      const std::string name = row[1].substr(0, row[1].find(' '));
+      KeyEvent key{keys.contains(name) ? keys.at(name) : Key::kNone, 0, {}, held(row[1])};
+      if (key.key == Key::kNone) key.character = static_cast<unsigned char>(name[0]);
+      press(key);
+    };
+    commands["clipboard"] = [this] { editor.frame->putClipboard(Clipboard::kClipboard, row[1]); };
+  }
+
+  void press(const KeyEvent& key) {
+    if (!events().keyDown(key)) say("passed");
+  }
+  [[nodiscard]] WindowListener& events() { return editor.frame->events(); }
+
+  void addBoxes() {
+    commands["ask"] = [this] {
+      dialogs().confirm("Caption", row[1], [this](bool ok) { editor.hear(ok ? "yes" : "no"); });
+    };
+    commands["warn"] = [this] {
+      dialogs().showWarning("Caption", row[1],
+                            [this](bool byUser) { editor.hear(byUser ? "read" : "gone"); });
+    };
+    commands["open"] = [this] { browse(true); };
+    commands["save"] = [this] { browse(false); };
+    commands["file"] = [this] { writeBytes(folder.path(row[1]), row[2]); };
+    commands["folder"] = [this] { std::filesystem::create_directories(folder.path(row[1])); };
+    commands["remove"] = [this] { std::filesystem::remove_all(folder.path(row[1])); };
+    commands["names"] = [this] {
+      for (const FolderList::Row& entry : browser()->entries().rows()) {
+        say(entry.name + (entry.isFolder ? "/" : ""));
+      }
+    };
+  }
+
+  [[nodiscard]] FrameDialogs dialogs() { return FrameDialogs(*editor.frame, true); }
+  void browse(bool isOpen) {
+    FileDialog dialog{isOpen, "Title", folder.path(""), {}, "cvb"};
+    if (!row[1].empty()) dialog.proposedName = folder.path(row[1]);
+    dialogs().openFileDialog(dialog, [this](const std::string& path) {
+      editor.hear("chose " + (path.empty() ? "nothing" : shortened(path)));
+    });
+  }
+  [[nodiscard]] FileBrowser* browser() {
+    return dynamic_cast<FileBrowser*>(editor.frame->getModalView());
+  }
+  /// Without the folder of the test.
+  [[nodiscard]] std::string shortened(std::string text) const {
+    std::string own = folder.path("");
+    while (own.size() > 1 && own.back() == '/') own.pop_back();
+    for (std::size_t found = 0; (found = text.find(own)) != std::string::npos;) {
+      text.replace(found, own.size(), "@");
+    }
+    return text;
+  }
+
+  [[nodiscard]] static std::string fieldText(const TextField& field) {
+    std::string text = field.text();
+    text.insert(field.caret(), "^");
+    return field.selectedText().empty() ? text : text + "[" + field.selectedText() + "]";
+  }
+  [[nodiscard]] std::string stateText() {
+    CFrame& frame = *editor.frame;
+    if (!frame.isOpen()) return "closed";
+    if (const auto* const open = dynamic_cast<PopupMenu*>(frame.getModalView())) {
+      std::string hot;
+      for (std::size_t i = 0; i < open->panelCount(); ++i) {
+        const MenuEntry* const entry = open->panel(i).entry(open->panel(i).hot());
+        hot += (i > 0 ? ">" : "") + (entry != nullptr ? entry->text : "");
+      }
+      return "{" + hot + "}";
+    }
+    if (const FileBrowser* const files = browser()) {
+      return shortened(files->folder() + " " + fieldText(files->nameField()) + " " +
+                       files->message());
+    }
+    if (dynamic_cast<MessageBox*>(frame.getModalView()) != nullptr) return "box";
+    const auto* const field = dynamic_cast<TextField*>(frame.getFocusView());
+    return field != nullptr ? fieldText(*field) : "";
+  }
+
+  const TestDirectory folder;
+  NotedEditor editor;
+  COptionMenu* menu = nullptr;
+};
+
+TEST_F(BoxScript, MenusAnswerMouseAndKeys) { run(TEST_DATA "/menus.txt"); }
+TEST_F(BoxScript, TextsAreWrittenWhereTheyStand) { run(TEST_DATA "/texts.txt"); }
+TEST_F(BoxScript, BoxesAskAndFilesAreChosen) { run(TEST_DATA "/boxes.txt"); }
+
+/// All boxes of the open menu.
+std::vector<const MenuPanel*> panelsOf(CFrame& frame) {
+  std::vector<const MenuPanel*> panels;
+  const auto* const open = dynamic_cast<PopupMenu*>(frame.getModalView());
+  for (std::size_t i = 0; open != nullptr && i < open->panelCount(); ++i) {
+    panels.push_back(&open->panel(i));
+  }
+  return panels;
+}
+
+std::vector<MenuEntry> nested(std::mt19937& random, int depth, unsigned most) {
+  std::vector<MenuEntry> entries(1 + random() % most);
+  for (MenuEntry& entry : entries) {
+    entry.text = std::string(random() % 60, 'n');
+    entry.isSeparator = random() % 8 == 0;
+    entry.isSubmenu = depth < 4 && !entry.isSeparator && random() % 3 == 0;
+    if (entry.isSubmenu) entry.entries = nested(random, depth + 1, 40);
+  }
+  return entries;
+}
+
+TEST(PopupMenus, StandInTheWindowAndAnswerOnceWhateverIsDone) {
+  NotedEditor editor;
+  constexpr Key kKeys[] = {Key::kUp,     Key::kDown,     Key::kLeft, Key::kRight,  Key::kReturn,
+                           Key::kPageUp, Key::kPageDown, Key::kEnd,  Key::kEscape, Key::kHome};
+  for (unsigned seed = 0; seed < 60 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const auto within = [&random](float most) {
+      return static_cast<float>(random() % 10'000) / 1e4F * most;
+    };
+    const CRect window{0, 0, 60 + within(700), 60 + within(500)};
+    editor.open(window.width(), window.height());
+    const std::vector<MenuEntry> entries =
+        seed % 4 == 0 ? nested(random, 4, 9000) : nested(random, 2, 40);
+    const float x = within(window.width());
+    const float y = within(window.height());
+    int answers = 0;
+    PopupMenu::open(*editor.frame, entries, {{x, y, x + 20, y + 20}},
+                    [&](const PopupMenu::Path& path) {
+                      ++answers;
+                      const std::vector<MenuEntry>* rows = &entries;
+                      const MenuEntry* chosen = nullptr;
+                      for (const std::size_t index : path) {
+                        chosen = &rows->at(index);
+                        EXPECT_TRUE(chosen->isOfUse());
+                        rows = &chosen->entries;
+                      }
+                      EXPECT_TRUE(chosen == nullptr || !chosen->isSubmenu);
+                    });
+    for (int step = 0; step < 200 && answers == 0; ++step) {
+      const DevicePoint at{static_cast<double>(within(window.width())),
+                           static_cast<double>(within(window.height()))};
+      WindowListener& events = editor.frame->events();
+      const unsigned kind = random() % 8;
+      if (kind < 3) events.keyDown({kKeys[random() % std::size(kKeys)], 0, {}, {}});
+      if (kind == 3) events.wheel(at, within(4) - 2, {});
+      if (kind == 4) events.mouseUp(at, kLButton, {});
+      if (kind == 5 && step > 150) events.mouseDown(at, kLButton, kLButton);
+      if (kind > 5) events.mouseMoved(at, {});
+      editor.now += 50;
+      editor.frame->idle();
+      for (const MenuPanel* const panel : panelsOf(*editor.frame)) {
+        const CRect seen = panel->place().cutTo(window);
+        EXPECT_TRUE(seen == panel->place()) << "beyond the window's edge";
+        const CRect hot = panel->rowPlace(panel->hot());
+        EXPECT_TRUE(hot.isEmpty() || (hot.top >= seen.top && hot.bottom <= seen.bottom));
+      }
+    }
+    editor.frame->close();
+    EXPECT_EQ(answers, 1);
+  }
+}
+
+TEST(TextFields, TakeWhatIsLongInNoTimeAtAll) {
+  NotedEditor editor;
+  auto* const edit = new CTextEdit(kPlace, &editor, 1);
+  edit->setMaxLength(1U << 20U);
+  editor.frame->addView(edit);
+  edit->openField();
+  auto* const field = dynamic_cast<TextField*>(editor.frame->getFocusView());
+  ASSERT_NE(field, nullptr);
+  std::string text;
+  while (text.size() < 1U << 20U) text += "words and w\xC3\xB6rds ";
+  const auto press = [&](Key key, char32_t character, std::uint32_t modifiers) {
+    editor.frame->events().keyDown({key, character, {}, modifiers});
+  };
+  const auto start = std::chrono::steady_clock::now();
+  editor.frame->putClipboard(Clipboard::kClipboard, text);
+  press(Key::kNone, 'v', kControl);
+  EXPECT_EQ(field->text(), text);
+  for (int i = 0; i < 100; ++i) {
+    press(i % 2 == 0 ? Key::kHome : Key::kEnd, 0, kShift);
+    press(i % 3 == 0 ? Key::kLeft : Key::kRight, 0, kControl);
+    press(i % 2 == 0 ? Key::kDelete : Key::kBack, 0, 0);
+  }
+  while (field->text() != text) press(Key::kNone, 'z', kControl);
+  press(Key::kReturn, 0, 0);
+  EXPECT_EQ(edit->getText(), text);
+  // What grows with the square of the length would take minutes.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+}  // namespace
