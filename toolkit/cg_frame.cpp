@@ -19,9 +19,8 @@ void CGFrame::idle() {
   if (!isOpen() || window() == nullptr || !drawsItself()) return;
   const DeviceRect part = drawChanges();
   if (part.right <= part.left || part.bottom <= part.top) return;
-  const CBitmap& shown = context->surface();
-  window()->show({reinterpret_cast<const std::uint8_t*>(shown.pixels()), shown.getWidth(),
-                  shown.getHeight(), shown.getStride()},
+  window()->show({reinterpret_cast<const std::uint8_t*>(surface->pixels()), surface->getWidth(),
+                  surface->getHeight(), surface->getStride()},
                  part);
 }
 
@@ -29,35 +28,44 @@ const CBitmap* CGFrame::picture() {
   const std::lock_guard guard(treeLock());
   if (!isOpen()) return nullptr;
   drawChanges();
-  return &context->surface();
+  return surface.get();
 }
 
-void CGFrame::windowCloses() { context.reset(); }
+void CGFrame::windowCloses() { forgetSurface(); }
 
-void CGFrame::windowResized() { context.reset(); }
+void CGFrame::windowResized() { forgetSurface(); }
+
+void CGFrame::forgetSurface() {
+  context.reset();
+  surface = {};
+}
 
 DeviceRect CGFrame::drawChanges() {
   const float scale = getScale();
-  const CRect size = getSize();
   CRect part = takeDamage();
-  if (context == nullptr) {
-    context = std::make_unique<PlainContext>(lengthInPixels(size.width(), scale),
-                                             lengthInPixels(size.height(), scale));
+  const bool isNew = context == nullptr;
+  if (isNew) {
+    surface = Held<CBitmap>::adopt(new CBitmap(lengthInPixels(getSize().width(), scale),
+                                               lengthInPixels(getSize().height(), scale)));
+    context = std::make_unique<PlainContext>(*surface);
     context->setScale(scale);
-    part = {0.0F, 0.0F, size.width(), size.height()};
+    part = {0.0F, 0.0F, getSize().width(), getSize().height()};
   }
   if (part.isEmpty()) return {};
   // Whole pixels, with one more around for edges that are smoothed.
   const DeviceRect drawn{
       std::max(0, static_cast<int>(std::floor(part.left * scale)) - 1),
       std::max(0, static_cast<int>(std::floor(part.top * scale)) - 1),
-      std::min(context->surface().getWidth(), static_cast<int>(std::ceil(part.right * scale)) + 1),
-      std::min(context->surface().getHeight(),
-               static_cast<int>(std::ceil(part.bottom * scale)) + 1)};
-  context->beginPart(drawn);
+      std::min(surface->getWidth(), static_cast<int>(std::ceil(part.right * scale)) + 1),
+      std::min(surface->getHeight(), static_cast<int>(std::ceil(part.bottom * scale)) + 1)};
+  const CRect pixels{static_cast<float>(drawn.left), static_cast<float>(drawn.top),
+                     static_cast<float>(drawn.right), static_cast<float>(drawn.bottom)};
+  if (isNew) {
+    context->beginFrame();
+  } else {
+    context->beginFrame({&pixels, 1});
+  }
   drawFrame(*context,
-            {static_cast<float>(drawn.left) / scale, static_cast<float>(drawn.top) / scale,
-             static_cast<float>(drawn.right) / scale, static_cast<float>(drawn.bottom) / scale});
-  context->endPart();
+            {pixels.left / scale, pixels.top / scale, pixels.right / scale, pixels.bottom / scale});
   return drawn;
 }

@@ -22,7 +22,9 @@ class CGFrame : public CFrame {
   [[nodiscard]] virtual bool drawsItself() const { return true; }
 
  private:
-  [[nodiscard]] DeviceRect drawChanges();
+  DeviceRect drawChanges();
+  void forgetSurface();
 
+  Held<CBitmap> surface;  // in device pixels; none before the first drawing and after a change
   std::unique_ptr<PlainContext> context;
 };

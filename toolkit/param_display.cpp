@@ -8,7 +8,7 @@
 
 CParamDisplay::CParamDisplay(const CRect& rect, CControlListener* who, std::int32_t number,
                              std::int32_t bits)
-    : CControl(rect, who, number),
+    : CControl({rect, who, number}),
       font(look::bold(look::kTextSize, look::kValue, kCenterText)),
       style(bits) {}
 

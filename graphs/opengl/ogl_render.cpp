@@ -17,10 +17,9 @@ bool OGLRender::hasNews() {
 }
 
 void OGLRender::platformDraw() {
-  const bool reset = needsReset.exchange(false, std::memory_order_relaxed);
+  needsReset.store(false, std::memory_order_relaxed);
   const std::lock_guard tree(shown.treeLock());
   if (glContext == nullptr) glContext = std::make_unique<CGLContext>();
-  if (reset) glContext->clearCaches();
   drawWholeFrame(*glContext, shown);
 }
 

@@ -14,7 +14,8 @@ class OGLRender : public OpenGLView {
  public:
   explicit OGLRender(OGLFrame& frame);
 
-  /// Scale or size are others: fonts are made anew with the next frame, which is drawn whole.
+  /// The next frame is drawn whatever has changed: scale or size are others, or the window was
+  /// covered.
   void askReset() noexcept { needsReset.store(true, std::memory_order_relaxed); }
 
   void draw(CDrawContext& context) override;
