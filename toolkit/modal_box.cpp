@@ -9,7 +9,7 @@
 namespace {
 
 constexpr float kButtonGap = 8.0F;
-constexpr BoxLook kGround{5.0F, look::kBluePanel, look::kBlueBorder, 8, 0.09F, 3.0F};
+constexpr BoxLook kBoxGround{5.0F, look::kBluePanel, look::kBlueBorder, 8, 0.09F, 3.0F};
 
 }  // namespace
 
@@ -27,7 +27,7 @@ ModalBox::~ModalBox() = default;
 
 void ModalBox::drawBackgroundRect(CDrawContext& context, const CRect& part) {
   context.fillRect(part, look::kDarkened);
-  ground.draw(context, boxPlace, kGround);
+  ground.draw(context, boxPlace, kBoxGround);
 }
 
 void ModalBox::addButtons(const std::vector<std::string>& texts,
