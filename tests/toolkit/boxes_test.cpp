@@ -13,6 +13,7 @@
 #include "toolkit/frame_dialogs.h"
 #include "toolkit/message_box.h"
 #include "toolkit/option_menu.h"
+#include "toolkit/plain_context.h"
 #include "toolkit/popup_menu.h"
 #include "toolkit/text_edit.h"
 
@@ -67,6 +68,18 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   };
 };
 
+/// The frame as it looks now.
+Held<CBitmap> draw(const NotedEditor& editor, float scale = 1.25F) {
+  const CRect window = editor.frame->getSize();
+  const auto picture = Held<CBitmap>::adopt(new CBitmap(static_cast<int>(window.width() * scale),
+                                                        static_cast<int>(window.height() * scale)));
+  PlainContext context(*picture);
+  context.setScale(scale);
+  context.beginFrame();
+  editor.frame->drawFrame(context, window);
+  return picture;
+}
+
 class BoxScript : public Script {
  protected:
   BoxScript() {
@@ -76,6 +89,7 @@ class BoxScript : public Script {
   }
 
   void afterRow() override {
+    draw(editor);
     if (!editor.log.empty()) say(std::exchange(editor.log, {}));
     if (const std::string state = stateText(); !state.empty()) say(state);
   }
@@ -108,6 +122,7 @@ class BoxScript : public Script {
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
       editor.frame->addView(edit);
     };
+    commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
     commands["closing"] = [this] { editor.closes = true; };
     commands["close"] = [this] { editor.frame->close(); };
   }
@@ -335,6 +350,14 @@ TEST(PopupMenus, StandInTheWindowAndAnswerOnceWhateverIsDone) {
         const CRect hot = panel->rowPlace(panel->hot());
         EXPECT_TRUE(hot.isEmpty() || (hot.top >= seen.top && hot.bottom <= seen.bottom));
       }
+    }
+    if (answers == 0) {
+      // Nothing of a box is left out at the window's edges.
+      const CRect top = panelsOf(*editor.frame).back()->place();
+      const Held<CBitmap> picture = draw(editor, 1.0F);
+      const int column = static_cast<int>(top.left) + 3;
+      const int row = static_cast<int>(top.bottom) - 3;
+      EXPECT_EQ(picture->pixels()[row * picture->getWidth() + column], 0xFF151A1EU);
     }
     editor.frame->close();
     EXPECT_EQ(answers, 1);
