@@ -12,13 +12,6 @@
 
 namespace {
 
-struct SurfaceEnd {
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-struct ContextEnd {
-  void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-
 std::uint32_t pixelOf(const std::array<float, 4>& channels) {
   std::uint32_t pixel = 0;
   for (std::size_t k = 0; k < 4; ++k) {
@@ -39,6 +32,12 @@ const std::uint32_t* rowOf(const CBitmap& picture, int y) {
 }  // namespace
 
 struct PlainContext::Cairo {
+  struct SurfaceEnd {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+  };
+  struct ContextEnd {
+    void operator()(cairo_t* context) const { cairo_destroy(context); }
+  };
   std::unique_ptr<cairo_surface_t, SurfaceEnd> surface;
   std::unique_ptr<cairo_t, ContextEnd> context;
 };

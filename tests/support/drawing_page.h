@@ -140,8 +140,8 @@ class DrawingPage {
       const TextStyle style{bold, static_cast<float>(size), CColor::rgb(0xE0E0E0), kLeftText};
       const TextStyle same{regular, static_cast<float>(size), CColor::rgb(0x848484), kLeftText};
       const float height = static_cast<float>(size) + 6;
-      context.drawText("Threshold -24.5 dB $ ~\x7F", {0, y, 300, y + height}, style);
-      context.drawTextCached("Schwelle \xC3\xA4\xC3\xB6\xC3\xBC \xEF\x83\xA2 \xC4\x85 -24.5",
+      context.drawText("Thr -24.5 dB $ ~\x7F", {0, y, 300, y + height}, style);
+      context.drawTextCached("Schwelle \xC3\xA4\xC3\xB6\xC3\xBC \xC4\x85 -24.5",
                              {310, y, 620, y + height}, same);
       y += height;
     }
