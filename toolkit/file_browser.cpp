@@ -146,9 +146,8 @@ void FileBrowser::removed() {
 void FileBrowser::finish(const std::string& path) {
   const Held<FileBrowser> stays(this);
   const Answer told = std::exchange(answer, nullptr);
-  const std::string taken = path;
   close();
-  if (told) told(taken);
+  if (told) told(path);
 }
 
 void FileBrowser::drawBackgroundRect(CDrawContext& context, const CRect& part) {
