@@ -32,6 +32,7 @@ std::vector<CPoint> outlineOf(Icon icon) {
   }
   constexpr float kHalfRoot = 0.70710678F;  // turned by 45 degrees
   std::vector<CPoint> cross;
+  cross.reserve(plus.size());
   for (const CPoint p : plus) {
     cross.push_back({(p.x - p.y) * kHalfRoot, (p.x + p.y) * kHalfRoot});
   }

@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr float kWidth = 600.0F;
-constexpr float kHeight = 400.0F;
-constexpr float kGap = 8.0F;
-constexpr float kCaptionTop = 12.0F;
+constexpr float kBrowserWidth = 600.0F;
+constexpr float kBrowserHeight = 400.0F;
+constexpr float kBrowserGap = 8.0F;
+constexpr float kTitleTop = 12.0F;
 constexpr float kPathTop = 38.0F;
 constexpr float kListTop = 70.0F;
 constexpr float kUnderLists = 86.0F;  // name and buttons
@@ -41,7 +41,9 @@ std::string withoutLastSlash(std::string path) {
 }  // namespace
 
 FileBrowser::FileBrowser(const CRect& window, FileDialog wanted, Answer taker)
-    : ModalBox(window, kWidth, kHeight), dialog(std::move(wanted)), answer(std::move(taker)) {
+    : ModalBox(window, kBrowserWidth, kBrowserHeight),
+      dialog(std::move(wanted)),
+      answer(std::move(taker)) {
   if (!dialog.extension.empty()) extensions.push_back(dialog.extension);
   extensions.insert(extensions.end(), dialog.otherExtensions.begin(), dialog.otherExtensions.end());
   addLists();
@@ -77,7 +79,7 @@ void FileBrowser::addLists() {
       {inside.left, top, middle, bottom},
       [this](int row) { goTo(placePaths[static_cast<std::size_t>(row)]); }, nullptr);
   files = new RowList(
-      {middle + kGap, top, inside.right, bottom}, [this](int row) { fileSelected(row); },
+      {middle + kBrowserGap, top, inside.right, bottom}, [this](int row) { fileSelected(row); },
       [this](int row) { openRow(row); });
   addView(places);
   addView(files);
@@ -144,9 +146,8 @@ void FileBrowser::removed() {
 void FileBrowser::finish(const std::string& path) {
   const Held<FileBrowser> stays(this);
   const Answer told = std::exchange(answer, nullptr);
-  const std::string taken = path;
   close();
-  if (told) told(taken);
+  if (told) told(path);
 }
 
 void FileBrowser::drawBackgroundRect(CDrawContext& context, const CRect& part) {
@@ -158,11 +159,11 @@ void FileBrowser::drawBackgroundRect(CDrawContext& context, const CRect& part) {
     if (!cut.empty()) context.drawTextCached(cut, place, style);
   };
   write(dialog.title,
-        {inside.left, box().top + kCaptionTop, inside.right, box().top + kCaptionTop + 20.0F},
+        {inside.left, box().top + kTitleTop, inside.right, box().top + kTitleTop + 20.0F},
         look::bold(look::kTextSize, look::kText));
-  const float right = inside.right - (dialog.isOpen ? 0.0F : kNewFolderWidth + kGap);
+  const float right = inside.right - (dialog.isOpen ? 0.0F : kNewFolderWidth + kBrowserGap);
   write(listed.path(),
-        {inside.left + kUpWidth + kGap, box().top + kPathTop, right,
+        {inside.left + kUpWidth + kBrowserGap, box().top + kPathTop, right,
          box().top + kPathTop + look::kButtonHeight},
         look::regular(look::kTextSize, look::kQuietText), true);
   const CRect nameRow = name->getViewSize();
@@ -172,7 +173,7 @@ void FileBrowser::drawBackgroundRect(CDrawContext& context, const CRect& part) {
   std::string note = trouble;
   if (note.empty() && listed.isCut()) note = "The folder holds more than is shown.";
   const CRect notePlace{inside.left, box().bottom - kMargin - look::kButtonHeight,
-                        buttonsLeft() - kGap, box().bottom - kMargin};
+                        buttonsLeft() - kBrowserGap, box().bottom - kMargin};
   write(note, notePlace, look::regular(look::kSmallTextSize, look::kSand));
   if (!note.empty() || extensions.empty()) return;
   std::string shown;

@@ -46,6 +46,9 @@ class ChooserVeil : public CView {
     return true;
   }
   bool onKeyUp(const KeyEvent& /*key*/) override { return true; }
+  void frameResized() override {
+    setViewSize({0.0F, 0.0F, getFrame()->getSize().width(), getFrame()->getSize().height()});
+  }
   void onIdle() override {
     if (chooser == nullptr) return;
     std::string path;

@@ -76,6 +76,8 @@ void CFrame::setSize(float width, float height) {
   size.bottom = size.top + height;
   setMouseableArea(size);
   resizeWindow();
+  const std::vector<Held<CView>> told = modalViews;
+  for (const Held<CView>& modal : told) modal->frameResized();
 }
 
 void CFrame::setZoom(float zoom) {

@@ -1,7 +1,6 @@
 #include "toolkit/look.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "toolkit/utf8.h"
 

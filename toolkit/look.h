@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -33,7 +34,10 @@ inline constexpr float kRowHeight = 22.0F;
 inline constexpr float kButtonHeight = 24.0F;
 inline constexpr float kTextSize = 12.0F;
 inline constexpr float kSmallTextSize = 11.0F;
+inline constexpr float kRowsPerWheelStep = 3.0F;
 inline constexpr std::uint64_t kBlinkMs = 500;
+/// Letters typed within this time belong together.
+inline constexpr std::uint64_t kTypeAheadMs = 1000;
 
 /// Null where the program has no such face: nothing is written then.
 [[nodiscard]] TextStyle bold(float size, CColor colour, CHoriTxtAlign align = kLeftText);

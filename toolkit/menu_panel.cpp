@@ -9,16 +9,15 @@
 
 namespace {
 
-constexpr float kInside = 4.0F;  // from the box to its rows
 constexpr float kSeparatorHeight = 9.0F;
-constexpr float kTextLeft = 26.0F;
-constexpr float kTextRight = 26.0F;
+constexpr float kEntryLeft = 26.0F;
+constexpr float kEntryRight = 26.0F;
 constexpr float kLeastWidth = 128.0F;
 constexpr float kArrowHeight = 16.0F;
-constexpr BoxLook kGround{4.0F, look::kBluePanel, look::kBlueBorder, 5, 0.16F, 2.0F};
+constexpr BoxLook kMenuGround{4.0F, look::kBluePanel, look::kBlueBorder, 5, 0.16F, 2.0F};
 constexpr BoxLook kHot{2.5F, look::kHotRow};
 
-TextStyle textStyle(CColor colour) { return look::regular(look::kTextSize, colour); }
+TextStyle rowStyle(CColor colour) { return look::regular(look::kTextSize, colour); }
 
 }  // namespace
 
@@ -33,10 +32,10 @@ MenuPanel::MenuPanel(const std::vector<MenuEntry>& shown) : entries(&shown) {
 }
 
 void MenuPanel::fitInto(const CRect& room) {
-  const TextStyle style = textStyle(look::kText);
+  const TextStyle style = rowStyle(look::kText);
   float widest = 0.0F;
   for (const MenuEntry& row : *entries) widest = std::max(widest, look::widthOf(style, row.text));
-  const float wanted = std::max(kLeastWidth, std::ceil(kTextLeft + widest + kTextRight));
+  const float wanted = std::max(kLeastWidth, std::ceil(kEntryLeft + widest + kEntryRight));
   const float height = std::max(tops.back(), kInside) + 2.0F * kInside;
   rect = {rect.left, rect.top, rect.left + std::min(wanted, std::max(1.0F, room.width())),
           rect.top + std::min(height, std::max(1.0F, room.height()))};
@@ -140,7 +139,7 @@ void MenuPanel::reveal(int row) {
 int MenuPanel::pageRows() const { return std::max(1, lastSeen() - first); }
 
 void MenuPanel::draw(CDrawContext& context) {
-  ground.draw(context, rect, kGround);
+  ground.draw(context, rect, kMenuGround);
   for (int row = first, last = lastSeen(); row <= last; ++row) {
     drawRow(context, row, rowPlace(row));
   }
@@ -159,10 +158,10 @@ void MenuPanel::drawRow(CDrawContext& context, int row, const CRect& place) {
   const bool isHot = row == hotRow;
   if (isHot) hotGround.draw(context, place, kHot);
   const CColor colour = !shown.isEnabled ? look::kOff : isHot ? kWhiteCColor : look::kText;
-  const TextStyle style = textStyle(colour);
-  const float room = rect.width() - kTextLeft - kInside - (shown.isSubmenu ? 18.0F : 4.0F);
+  const TextStyle style = rowStyle(colour);
+  const float room = rect.width() - kEntryLeft - kInside - (shown.isSubmenu ? 18.0F : 4.0F);
   context.drawTextCached(look::cutTo(room, style, shown.text),
-                         {rect.left + kTextLeft, place.top, rect.right - kInside, place.bottom},
+                         {rect.left + kEntryLeft, place.top, rect.right - kInside, place.bottom},
                          style);
   if (shown.isChecked) {
     check.draw(context, {rect.left + 15.0F, middle}, 14.0F, Icon::kCheck,

@@ -17,6 +17,8 @@ class MenuPanel {
   /// The scroll arrows, as places of the mouse.
   static constexpr int kUpArrow = -2;
   static constexpr int kDownArrow = -3;
+  /// From its edge to its rows.
+  static constexpr float kInside = 4.0F;
 
   /// `entries` outlive it.
   explicit MenuPanel(const std::vector<MenuEntry>& entries);

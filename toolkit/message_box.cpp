@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr float kWidth = 380.0F;
+constexpr float kMessageWidth = 380.0F;
 constexpr float kCaptionTop = 14.0F;
 constexpr float kTextTop = 44.0F;
 constexpr float kLineHeight = 18.0F;
@@ -17,7 +17,7 @@ constexpr float kUnderText = 16.0F;
 constexpr float kButtonsHeight = look::kButtonHeight + 16.0F;
 constexpr std::size_t kMostBytes = 20'000;
 
-TextStyle textStyle() { return look::regular(look::kTextSize, look::kQuietText); }
+TextStyle messageStyle() { return look::regular(look::kTextSize, look::kQuietText); }
 
 /// Adds a line without its own end.
 void addWrapped(std::vector<std::string>& lines, std::string_view text, float width,
@@ -65,7 +65,7 @@ std::vector<std::string> wrapped(const std::string& text, float width, const Tex
 
 MessageBox::MessageBox(const CRect& window, Contents shown, std::vector<std::string> textLines,
                        Answer taker)
-    : ModalBox(window, kWidth,
+    : ModalBox(window, kMessageWidth,
                kTextTop + static_cast<float>(textLines.size()) * kLineHeight + kUnderText +
                    kButtonsHeight),
       contents(std::move(shown)),
@@ -83,8 +83,8 @@ void MessageBox::open(CFrame& frame, Contents contents, Answer answer) {
     return;
   }
   const CRect window = frame.getSize();
-  const float width = std::min(kWidth, window.width()) - 2.0F * kMargin;
-  std::vector<std::string> lines = wrapped(contents.message, width, textStyle());
+  const float width = std::min(kMessageWidth, window.width()) - 2.0F * kMargin;
+  std::vector<std::string> lines = wrapped(contents.message, width, messageStyle());
   // The buttons stay in the window, however long the text is.
   const float room = window.height() - kTextTop - kUnderText - kButtonsHeight;
   const auto most = static_cast<std::size_t>(std::max(1.0F, room / kLineHeight));
@@ -107,7 +107,7 @@ void MessageBox::drawBackgroundRect(CDrawContext& context, const CRect& part) {
   float top = text.top + kTextTop;
   for (const std::string& line : lines) {
     if (!line.empty()) {
-      context.drawTextCached(line, {text.left, top, text.right, top + kLineHeight}, textStyle());
+      context.drawTextCached(line, {text.left, top, text.right, top + kLineHeight}, messageStyle());
     }
     top += kLineHeight;
   }

@@ -9,25 +9,28 @@
 namespace {
 
 constexpr float kButtonGap = 8.0F;
-constexpr BoxLook kGround{5.0F, look::kBluePanel, look::kBlueBorder, 8, 0.09F, 3.0F};
+constexpr BoxLook kBoxGround{5.0F, look::kBluePanel, look::kBlueBorder, 8, 0.09F, 3.0F};
 
-}  // namespace
-
-ModalBox::ModalBox(const CRect& window, float width, float height)
-    : CViewContainer({0.0F, 0.0F, window.width(), window.height()}) {
+CRect inMiddle(const CRect& window, float width, float height) {
   const float w = std::min(width, window.width());
   const float h = std::min(height, window.height());
   const float left = std::floor(0.5F * (window.width() - w));
   const float top = std::floor(0.5F * (window.height() - h));
-  boxPlace = {left, top, left + w, top + h};
-  leftmost = boxPlace.right - kMargin;
+  return {left, top, left + w, top + h};
 }
+
+}  // namespace
+
+ModalBox::ModalBox(const CRect& window, float width, float height)
+    : CViewContainer({0.0F, 0.0F, window.width(), window.height()}),
+      boxPlace(inMiddle(window, width, height)),
+      leftmost(boxPlace.right - kMargin) {}
 
 ModalBox::~ModalBox() = default;
 
 void ModalBox::drawBackgroundRect(CDrawContext& context, const CRect& part) {
   context.fillRect(part, look::kDarkened);
-  ground.draw(context, boxPlace, kGround);
+  ground.draw(context, boxPlace, kBoxGround);
 }
 
 void ModalBox::addButtons(const std::vector<std::string>& texts,
@@ -55,6 +58,21 @@ void ModalBox::choose(int button) {
 void ModalBox::pressChosen() {
   const Held<ModalBox> stays(this);
   if (chosen >= 0 && chosen < buttonCount()) buttons[static_cast<std::size_t>(chosen)]->press();
+}
+
+void ModalBox::frameResized() {
+  const CRect window = getFrame()->getSize();
+  setViewSize({0.0F, 0.0F, window.width(), window.height()});
+  setMouseableArea(size);
+  const CPoint corner = inMiddle(window, boxPlace.width(), boxPlace.height()).topLeft();
+  const CPoint by = corner - boxPlace.topLeft();
+  boxPlace = boxPlace.movedBy(by);
+  leftmost += by.x;
+  for (std::size_t i = 0; i < getViewCount(); ++i) {
+    CView& child = *getView(i);
+    child.setViewSize(child.getViewSize().movedBy(by));
+    child.setMouseableArea(child.getViewSize());
+  }
 }
 
 void ModalBox::close() {

@@ -19,6 +19,7 @@ class ModalBox : public CViewContainer {
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
   bool onKeyUp(const KeyEvent& /*key*/) override { return true; }
+  void frameResized() override;
 
  protected:
   /// As large as the frame, with a box of this size in it.
@@ -44,6 +45,6 @@ class ModalBox : public CViewContainer {
   CRect boxPlace;
   BoxPicture ground;
   std::vector<PushButton*> buttons;  // children
-  float leftmost = 0.0F;
+  float leftmost;
   int chosen = 0;
 };

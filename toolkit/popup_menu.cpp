@@ -5,18 +5,16 @@
 #include <utility>
 
 #include "toolkit/frame.h"
+#include "toolkit/look.h"
 #include "toolkit/utf8.h"
 
 namespace {
 
 constexpr float kEdge = 2.0F;     // kept free at the window's edges
 constexpr float kOverlap = 3.0F;  // of a submenu over the menu it belongs to
-constexpr float kInside = 4.0F;   // from a panel's edge to its rows
 constexpr float kShadow = 8.0F;
 constexpr float kDragDistance = 4.0F;
-constexpr float kRowsPerStep = 3.0F;
 constexpr std::uint64_t kScrollMs = 40;
-constexpr std::uint64_t kTypeAheadMs = 1000;
 
 CRect grown(const CRect& rect) { return rect.inset(-kShadow, -kShadow); }
 
@@ -107,7 +105,7 @@ void PopupMenu::openSubmenu(std::size_t level, int row) {
   auto panel = std::make_unique<MenuPanel>(entry->entries);
   panel->fitInto(window);
   const CRect from = holder.place();
-  CPoint corner{from.right - kOverlap, holder.rowPlace(row).top - kInside};
+  CPoint corner{from.right - kOverlap, holder.rowPlace(row).top - MenuPanel::kInside};
   if (corner.x + panel->place().width() > window.right) {
     const float flipped = from.left + kOverlap - panel->place().width();
     if (flipped >= window.left || from.left > window.right - from.right) corner.x = flipped;
@@ -198,7 +196,7 @@ void PopupMenu::onMouseExited() {
 bool PopupMenu::onWheel(CPoint where, float steps, CButtonState /*buttons*/) {
   const int level = levelAt(where);
   if (level == MenuPanel::kNone) return true;
-  wheelRest -= steps * kRowsPerStep;
+  wheelRest -= steps * look::kRowsPerWheelStep;
   const float whole = std::trunc(wheelRest);
   wheelRest -= whole;
   if (!panels[static_cast<std::size_t>(level)]->scroll(static_cast<int>(whole))) return true;
@@ -247,7 +245,7 @@ void PopupMenu::finish(const Path& path) {
 
 bool PopupMenu::onKeyDown(const KeyEvent& key) {
   const Held<PopupMenu> stays(this);
-  const bool isTyping = !typed.empty() && getFrame()->now() < typedAt + kTypeAheadMs;
+  const bool isTyping = !typed.empty() && getFrame()->now() < typedAt + look::kTypeAheadMs;
   const bool isSpace = key.key == Key::kSpace || key.text == " ";
   if (key.key == Key::kReturn || key.key == Key::kEnter || (isSpace && !isTyping)) {
     enter();
@@ -329,7 +327,7 @@ void PopupMenu::enter() {
 
 void PopupMenu::typeAhead(const std::string& text) {
   const std::uint64_t now = getFrame()->now();
-  if (now >= typedAt + kTypeAheadMs) typed.clear();
+  if (now >= typedAt + look::kTypeAheadMs) typed.clear();
   typedAt = now;
   const std::string added = lowerCase(text);
   const MenuPanel& panel = *panels[keyLevel];

@@ -48,6 +48,8 @@ class PopupMenu : public CView {
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
   bool onKeyUp(const KeyEvent& /*key*/) override { return true; }
+  /// It would stand in the wrong place: closes.
+  void frameResized() override { finish({}); }
   void onIdle() override;
 
  protected:

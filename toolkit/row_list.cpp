@@ -10,16 +10,14 @@
 
 namespace {
 
-constexpr float kInside = 1.0F;
-constexpr float kTextLeft = 10.0F;
+constexpr float kListEdge = 1.0F;
+constexpr float kFileTextLeft = 10.0F;
 constexpr float kFolderTextLeft = 28.0F;
 constexpr float kGlyphSize = 15.0F;
 constexpr float kBarWidth = 6.0F;
 constexpr float kBarRoom = 12.0F;
 constexpr float kLeastBar = 18.0F;
-constexpr float kRowsPerStep = 3.0F;
-constexpr std::uint64_t kTypeAheadMs = 1000;
-constexpr BoxLook kGround{3.0F, look::kPanel, look::kBorder};
+constexpr BoxLook kListGround{3.0F, look::kPanel, look::kBorder};
 constexpr BoxLook kBar{3.0F, look::kOff};
 constexpr const char* kFolderGlyph = "\xEF\x84\x94";  // U+F114
 
@@ -39,7 +37,7 @@ void RowList::setRows(std::vector<Row> shown) {
 }
 
 int RowList::seen() const {
-  return std::max(1, static_cast<int>((size.height() - 2.0F * kInside) / look::kRowHeight));
+  return std::max(1, static_cast<int>((size.height() - 2.0F * kListEdge) / look::kRowHeight));
 }
 
 void RowList::scrollTo(int row) {
@@ -58,15 +56,15 @@ void RowList::setFocused(bool on) {
 }
 
 CRect RowList::rowPlace(int row) const {
-  const float top = size.top + kInside + static_cast<float>(row - first) * look::kRowHeight;
-  const float right = size.right - (count() > seen() ? kBarRoom : kInside);
-  return {size.left + kInside, top, right, top + look::kRowHeight};
+  const float top = size.top + kListEdge + static_cast<float>(row - first) * look::kRowHeight;
+  const float right = size.right - (count() > seen() ? kBarRoom : kListEdge);
+  return {size.left + kListEdge, top, right, top + look::kRowHeight};
 }
 
 int RowList::rowAt(CPoint where) const {
   if (!size.contains(where)) return kNone;
   const int row =
-      first + static_cast<int>(std::floor((where.y - size.top - kInside) / look::kRowHeight));
+      first + static_cast<int>(std::floor((where.y - size.top - kListEdge) / look::kRowHeight));
   return row >= first && row < std::min(count(), first + seen()) ? row : kNone;
 }
 
@@ -83,7 +81,7 @@ CRect RowList::barPlace() const {
 }
 
 void RowList::draw(CDrawContext& context) {
-  ground.draw(context, size, kGround);
+  ground.draw(context, size, kListGround);
   for (int row = first; row < std::min(count(), first + seen()); ++row) drawRow(context, row);
   if (const CRect place = barPlace(); !place.isEmpty()) bar.draw(context, place, kBar);
   setDirty(false);
@@ -99,7 +97,7 @@ void RowList::drawRow(CDrawContext& context, int row) {
     context.fillRect(place, CColor::rgb(0xFFFFFF, 13));
   }
   const TextStyle style = look::regular(look::kTextSize, isChosen ? kWhiteCColor : look::kText);
-  const float left = place.left + (shown.isFolder ? kFolderTextLeft : kTextLeft);
+  const float left = place.left + (shown.isFolder ? kFolderTextLeft : kFileTextLeft);
   const float room = place.right - left - 4.0F;
   if (shown.isFolder) {
     context.drawTextCached(kFolderGlyph,
@@ -161,7 +159,7 @@ void RowList::onMouseExited() {
 }
 
 bool RowList::onWheel(CPoint where, float steps, CButtonState /*buttons*/) {
-  wheelRest -= steps * kRowsPerStep;
+  wheelRest -= steps * look::kRowsPerWheelStep;
   const float whole = std::trunc(wheelRest);
   wheelRest -= whole;
   scrollTo(first + static_cast<int>(whole));
@@ -198,7 +196,7 @@ bool RowList::onKeyDown(const KeyEvent& key) {
   const bool isCommand = key.modifiers.has(kControl) || key.modifiers.has(kAlt);
   if (key.text.empty() || isCommand || getFrame() == nullptr) return false;
   const std::uint64_t now = getFrame()->now();
-  if (now >= typedAt + kTypeAheadMs) typed.clear();
+  if (now >= typedAt + look::kTypeAheadMs) typed.clear();
   typedAt = now;
   const std::string added = lowerCase(key.text);
   const bool goesOn = typed.empty() || typed == added;

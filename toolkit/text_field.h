@@ -50,6 +50,7 @@ class TextField : public CView {
   /// Also text that an input method has made. True for every key that writes or edits, and for
   /// those that end the entry.
   bool onKeyDown(const KeyEvent& key) override;
+  bool onKeyUp(const KeyEvent& /*key*/) override { return true; }
   void takeFocus() override;
   void looseFocus() override;
   void onIdle() override;

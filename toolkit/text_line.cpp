@@ -71,7 +71,7 @@ void TextLine::selectWord(std::size_t place) {
   moveTo(place, true);
 }
 
-void TextLine::replace(std::size_t from, std::size_t to, std::string inserted, bool joins) {
+void TextLine::replace(std::size_t from, std::size_t to, const std::string& inserted, bool joins) {
   if (from == to && inserted.empty()) return;
   const std::size_t end = from + inserted.size();
   undone.clear();
@@ -89,9 +89,9 @@ void TextLine::replace(std::size_t from, std::size_t to, std::string inserted, b
 void TextLine::insert(std::string_view utf8, bool isTyped) {
   const std::size_t kept = countCharacters(line) - countCharacters(selectedText());
   const std::size_t room = mostCharacters - std::min(kept, mostCharacters);
-  std::string text = asOneLine(utf8, room);
+  const std::string text = asOneLine(utf8, room);
   if (text.empty()) return;
-  replace(selectionStart(), selectionEnd(), std::move(text), isTyped);
+  replace(selectionStart(), selectionEnd(), text, isTyped);
 }
 
 void TextLine::eraseBack(Unit unit) {

@@ -51,7 +51,7 @@ class TextLine {
 
   [[nodiscard]] std::size_t before(Unit unit) const;
   [[nodiscard]] std::size_t after(Unit unit) const;
-  void replace(std::size_t from, std::size_t to, std::string inserted, bool joins);
+  void replace(std::size_t from, std::size_t to, const std::string& inserted, bool joins);
 
   std::string line;
   std::size_t caretAt = 0;

@@ -71,6 +71,8 @@ class CView : public CBaseObject {
   /// Whether it takes files that are dropped at `where`.
   [[nodiscard]] virtual bool acceptsDrop(CPoint /*where*/) { return false; }
   virtual void onDrop(CPoint /*where*/, const std::vector<std::string>& /*paths*/) {}
+  /// The frame has another size: for what lies over all other views.
+  virtual void frameResized() {}
   /// Called on the message thread about every 10 ms while `CFrame::wantIdle` holds for it.
   virtual void onIdle() {}
 

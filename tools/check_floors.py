@@ -41,7 +41,7 @@ ROWS = [
 ]
 FREE = ["tests", "fuzz", "benchmarks"]  # include anything, and nothing above includes them
 SYSTEM_ALLOWED = ["platform/linux", "tests", "fuzz"]
-GL_ALLOWED = SYSTEM_ALLOWED + ["graphs/opengl"]
+GL_ALLOWED = SYSTEM_ALLOWED + ["graphs/opengl", "benchmarks"]
 
 GL_HEADER = re.compile(r"(GL|EGL|GLES\d?|KHR)/")
 SYSTEM_HEADER = re.compile(

@@ -2,6 +2,7 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -41,9 +42,9 @@ CGLContext::~CGLContext() = default;
 
 void CGLContext::beginFrame(int width, int height) {
   textures.deleteForgotten();
+  whole = {0.0F, 0.0F, static_cast<float>(width), static_cast<float>(height)};
   glViewport(0, 0, width, height);
-  glClearColor(0.0F, 0.0F, 0.0F, 1.0F);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  clear(kBlackCColor);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
   glOrtho(0.0, width, height, 0.0, -1.0, 1.0);
@@ -54,6 +55,14 @@ void CGLContext::beginFrame(int width, int height) {
 }
 
 void CGLContext::endFrame() { flush(); }
+
+void CGLContext::clear(CColor colour) {
+  corners.clear();
+  indices.clear();
+  glClearColor(static_cast<float>(colour.red) / 255.0F, static_cast<float>(colour.green) / 255.0F,
+               static_cast<float>(colour.blue) / 255.0F, 1.0F);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+}
 
 void CGLContext::forgetBitmap(const CBitmap& bitmap) { textures.forget(bitmap); }
 
@@ -87,11 +96,19 @@ void CGLContext::putStrip(std::span<const CVertex> strip) {
 }
 
 void CGLContext::putPolygon(std::span<const CPoint> outline, CColor colour) {
+  const bool isOpaque = colour.alpha == 255;
   const CPoint across = outline[2] - outline[0];
+  const CPoint everything[] = {
+      whole.topLeft(), {whole.right, whole.top}, {whole.right, whole.bottom}, {0.0F, whole.bottom}};
+  if (isOpaque && std::ranges::equal(outline, everything)) {
+    // Nothing of what came before is seen, and a driver clears faster than it draws.
+    clear(colour);
+    return;
+  }
   if (std::fabs(across.x * across.y) < kLargeArea) {
     gatherWithoutPicture();
   } else {
-    gather({0, false, colour.alpha < 255});
+    gather({0, false, !isOpaque});
   }
   const auto start = static_cast<std::uint32_t>(corners.size());
   const auto [red, green, blue, alpha] = premultiplied(colour);
@@ -126,6 +143,8 @@ void CGLContext::flush() {
   const bool isTextured = common.texture != 0;
   enable(GL_BLEND, common.isBlended);
   enable(GL_TEXTURE_2D, isTextured);
+  // Large areas have one colour each.
+  glShadeModel(isTextured ? GL_SMOOTH : GL_FLAT);
   if (isTextured) {
     glBindTexture(GL_TEXTURE_2D, common.texture);
     glEnableClientState(GL_TEXTURE_COORD_ARRAY);

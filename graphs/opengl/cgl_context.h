@@ -44,12 +44,14 @@ class CGLContext : public CDrawContext {
   void putPolygon(std::span<const CPoint> outline, CColor colour) override;
   void putQuads(const CBitmap& bitmap, std::span<const DeviceQuad> quads, CColor tint) override;
 
+  void clear(CColor colour);
   void gather(const Common& wanted);
   void gatherWithoutPicture();
   void addIndices(std::uint32_t first, std::uint32_t second, std::uint32_t third);
   void flush();
 
   TextureStore textures;
+  CRect whole;
   Common common;
   std::vector<Corner> corners;
   std::vector<std::uint32_t> indices;

@@ -5,12 +5,12 @@
 
 #include "platform/linux/resource_table.h"
 
-// The linker's own names for the ends of the section.
+// The linker's own names for the ends of the section; null in a program without resources.
 extern "C" {
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the linker's
-[[gnu::visibility("hidden")]] extern const Resource __start_corvanthelis_resources[];
+[[gnu::weak, gnu::visibility("hidden")]] extern const Resource __start_corvanthelis_resources[];
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the linker's
-[[gnu::visibility("hidden")]] extern const Resource __stop_corvanthelis_resources[];
+[[gnu::weak, gnu::visibility("hidden")]] extern const Resource __stop_corvanthelis_resources[];
 }
 
 std::string_view findResource(std::string_view type, std::string_view name) noexcept {

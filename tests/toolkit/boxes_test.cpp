@@ -1,6 +1,7 @@
 // What the user does to menus, texts and boxes, told in tables, and what comes of it.
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <random>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "toolkit/frame_dialogs.h"
 #include "toolkit/message_box.h"
 #include "toolkit/option_menu.h"
+#include "toolkit/plain_context.h"
 #include "toolkit/popup_menu.h"
 #include "toolkit/text_edit.h"
 
@@ -67,6 +69,18 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   };
 };
 
+/// The frame as it looks now.
+Held<CBitmap> draw(const NotedEditor& editor, float scale = 1.25F) {
+  const CRect window = editor.frame->getSize();
+  const auto picture = Held<CBitmap>::adopt(new CBitmap(static_cast<int>(window.width() * scale),
+                                                        static_cast<int>(window.height() * scale)));
+  PlainContext context(*picture);
+  context.setScale(scale);
+  context.beginFrame();
+  editor.frame->drawFrame(context, window);
+  return picture;
+}
+
 class BoxScript : public Script {
  protected:
   BoxScript() {
@@ -76,6 +90,7 @@ class BoxScript : public Script {
   }
 
   void afterRow() override {
+    draw(editor);
     if (!editor.log.empty()) say(std::exchange(editor.log, {}));
     if (const std::string state = stateText(); !state.empty()) say(state);
   }
@@ -108,6 +123,7 @@ class BoxScript : public Script {
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
       editor.frame->addView(edit);
     };
+    commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
     commands["closing"] = [this] { editor.closes = true; };
     commands["close"] = [this] { editor.frame->close(); };
   }
@@ -288,54 +304,84 @@ std::vector<MenuEntry> nested(std::mt19937& random, int depth, unsigned most) {
   return entries;
 }
 
+/// A user of an open menu who does anything at all.
+class AnyUser {
+ public:
+  AnyUser(NotedEditor& used, unsigned seed) : random(seed), editor(used) {}
+
+  float within(float most) { return static_cast<float>(random() % 10'000) / 1e4F * most; }
+  void act(bool presses) {
+    constexpr Key kKeys[] = {Key::kUp,     Key::kDown,     Key::kLeft, Key::kRight,  Key::kReturn,
+                             Key::kPageUp, Key::kPageDown, Key::kEnd,  Key::kEscape, Key::kHome};
+    const CRect window = editor.frame->getSize();
+    const DevicePoint at{static_cast<double>(within(window.width())),
+                         static_cast<double>(within(window.height()))};
+    WindowListener& events = editor.frame->events();
+    const unsigned kind = random() % 8;
+    if (kind < 3) events.keyDown({kKeys[random() % std::size(kKeys)], 0, {}, {}});
+    if (kind == 3) events.wheel(at, within(4) - 2, {});
+    if (kind == 4) events.mouseUp(at, kLButton, {});
+    if (kind == 5 && presses) events.mouseDown(at, kLButton, kLButton);
+    if (kind > 5) events.mouseMoved(at, {});
+    editor.now += 50;
+    editor.frame->idle();
+  }
+  std::mt19937 random;
+
+ private:
+  NotedEditor& editor;
+};
+
+void expectInWindow(const NotedEditor& editor) {
+  for (const MenuPanel* const panel : panelsOf(*editor.frame)) {
+    const CRect seen = panel->place().cutTo(editor.frame->getSize());
+    EXPECT_TRUE(seen == panel->place()) << "beyond the window's edge";
+    const CRect hot = panel->rowPlace(panel->hot());
+    EXPECT_TRUE(hot.isEmpty() || (hot.top >= seen.top && hot.bottom <= seen.bottom));
+  }
+}
+
+/// Nothing of a box is left out at the window's edges.
+void expectDrawn(const NotedEditor& editor) {
+  const CRect top = panelsOf(*editor.frame).back()->place();
+  const Held<CBitmap> picture = draw(editor, 1.0F);
+  const int column = static_cast<int>(top.left) + 3;
+  const int row = static_cast<int>(top.bottom) - 3;
+  EXPECT_EQ(picture->pixels()[row * picture->getWidth() + column], 0xFF151A1EU);
+}
+
+void expectOfUse(const std::vector<MenuEntry>& entries, const PopupMenu::Path& path) {
+  const std::vector<MenuEntry>* rows = &entries;
+  const MenuEntry* chosen = nullptr;
+  for (const std::size_t index : path) {
+    chosen = &rows->at(index);
+    EXPECT_TRUE(chosen->isOfUse());
+    rows = &chosen->entries;
+  }
+  EXPECT_TRUE(chosen == nullptr || !chosen->isSubmenu);
+}
+
 TEST(PopupMenus, StandInTheWindowAndAnswerOnceWhateverIsDone) {
   NotedEditor editor;
-  constexpr Key kKeys[] = {Key::kUp,     Key::kDown,     Key::kLeft, Key::kRight,  Key::kReturn,
-                           Key::kPageUp, Key::kPageDown, Key::kEnd,  Key::kEscape, Key::kHome};
   for (unsigned seed = 0; seed < 60 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    const auto within = [&random](float most) {
-      return static_cast<float>(random() % 10'000) / 1e4F * most;
-    };
-    const CRect window{0, 0, 60 + within(700), 60 + within(500)};
-    editor.open(window.width(), window.height());
+    AnyUser user(editor, seed);
+    editor.open(std::floor(60 + user.within(700)), std::floor(60 + user.within(500)));
     const std::vector<MenuEntry> entries =
-        seed % 4 == 0 ? nested(random, 4, 9000) : nested(random, 2, 40);
-    const float x = within(window.width());
-    const float y = within(window.height());
+        seed % 4 == 0 ? nested(user.random, 4, 9000) : nested(user.random, 2, 40);
+    const float x = user.within(editor.frame->getSize().width());
+    const float y = user.within(editor.frame->getSize().height());
     int answers = 0;
     PopupMenu::open(*editor.frame, entries, {{x, y, x + 20, y + 20}},
                     [&](const PopupMenu::Path& path) {
                       ++answers;
-                      const std::vector<MenuEntry>* rows = &entries;
-                      const MenuEntry* chosen = nullptr;
-                      for (const std::size_t index : path) {
-                        chosen = &rows->at(index);
-                        EXPECT_TRUE(chosen->isOfUse());
-                        rows = &chosen->entries;
-                      }
-                      EXPECT_TRUE(chosen == nullptr || !chosen->isSubmenu);
+                      expectOfUse(entries, path);
                     });
     for (int step = 0; step < 200 && answers == 0; ++step) {
-      const DevicePoint at{static_cast<double>(within(window.width())),
-                           static_cast<double>(within(window.height()))};
-      WindowListener& events = editor.frame->events();
-      const unsigned kind = random() % 8;
-      if (kind < 3) events.keyDown({kKeys[random() % std::size(kKeys)], 0, {}, {}});
-      if (kind == 3) events.wheel(at, within(4) - 2, {});
-      if (kind == 4) events.mouseUp(at, kLButton, {});
-      if (kind == 5 && step > 150) events.mouseDown(at, kLButton, kLButton);
-      if (kind > 5) events.mouseMoved(at, {});
-      editor.now += 50;
-      editor.frame->idle();
-      for (const MenuPanel* const panel : panelsOf(*editor.frame)) {
-        const CRect seen = panel->place().cutTo(window);
-        EXPECT_TRUE(seen == panel->place()) << "beyond the window's edge";
-        const CRect hot = panel->rowPlace(panel->hot());
-        EXPECT_TRUE(hot.isEmpty() || (hot.top >= seen.top && hot.bottom <= seen.bottom));
-      }
+      user.act(step > 150);
+      expectInWindow(editor);
     }
+    if (answers == 0) expectDrawn(editor);
     editor.frame->close();
     EXPECT_EQ(answers, 1);
   }
