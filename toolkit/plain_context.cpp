@@ -83,7 +83,8 @@ void PlainContext::putPolygon(std::span<const CPoint> corners, CColor colour) {
   const bool isBox = corners.size() == 4 && corners[0].y == corners[1].y &&
                      corners[1].x == corners[2].x && corners[2].y == corners[3].y &&
                      corners[3].x == corners[0].x;
-  if (!isBox) {
+  // For each translucent box cairo asks the heap.
+  if (!isBox || colour.alpha < 255) {
     for (std::size_t i = 2; i < corners.size(); ++i) {
       putTriangle({corners[0], colour}, {corners[i - 1], colour}, {corners[i], colour});
     }
@@ -91,8 +92,7 @@ void PlainContext::putPolygon(std::span<const CPoint> corners, CColor colour) {
   }
   cairo_t* const context = cairo->context.get();
   cairo_surface_mark_dirty(cairo->surface.get());
-  cairo_set_source_rgba(context, colour.red / 255.0, colour.green / 255.0, colour.blue / 255.0,
-                        colour.alpha / 255.0);
+  cairo_set_source_rgb(context, colour.red / 255.0, colour.green / 255.0, colour.blue / 255.0);
   cairo_rectangle(context, static_cast<double>(corners[0].x), static_cast<double>(corners[0].y),
                   static_cast<double>(corners[2].x - corners[0].x),
                   static_cast<double>(corners[2].y - corners[0].y));

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <memory>
-#include <string>
-#include <vector>
+#include <utility>
 
 #include "toolkit/draw_context.h"
 
@@ -56,12 +57,12 @@ class DrawingPage {
       context.moveTo({static_cast<float>(150 + 11 * i), 0});
       context.lineTo({static_cast<float>(150 + 11 * i), 132});
     }
-    std::vector<CPoint> wave;
-    std::vector<CPoint> spikes;
-    for (int i = 0; i <= 280; ++i) {
+    std::array<CPoint, 281> wave;
+    std::array<CPoint, 21> spikes;
+    for (std::size_t i = 0; i < wave.size(); ++i) {
       const float x = static_cast<float>(i) * 0.5F;
-      wave.push_back({150 + x, 66 + 50 * std::sin(x * x * 0.002F)});
-      if (i % 14 == 0) spikes.push_back({150 + x, i % 28 == 0 ? 120.0F : 90 - x * 0.4F});
+      wave[i] = {150 + x, 66 + 50 * std::sin(x * x * 0.002F)};
+      if (i % 14 == 0) spikes[i / 14] = {150 + x, i % 28 == 0 ? 120.0F : 90 - x * 0.4F};
     }
     context.drawPath(wave, 1.5F, {78, 154, 204, 255});
     context.drawPath(spikes, 1.0F, {237, 208, 83, 140});
@@ -99,12 +100,11 @@ class DrawingPage {
     context.moveTo({40, 48});
     context.lineTo({60, 68});
     context.setDrawMode(kAntialias);
-    std::vector<CVertex> body;
-    for (int i = 0; i <= 100; ++i) {
-      const auto x = static_cast<float>(3 * i);
-      const float top = 110 - 30 * std::exp(-(x - 150) * (x - 150) / 2500);
-      body.push_back({{x, top}, {30, 188, 145, 200}});
-      body.push_back({{x, 160}, {30, 188, 145, 0}});
+    std::array<CVertex, 202> body;
+    for (std::size_t i = 0; i < body.size(); i += 2) {
+      const float x = static_cast<float>(i) * 1.5F;
+      body[i] = {{x, 110 - 30 * std::exp(-(x - 150) * (x - 150) / 2500)}, {30, 188, 145, 200}};
+      body[i + 1] = {{x, 160}, {30, 188, 145, 0}};
     }
     context.drawTriangleStrip(body);
     // Each of these has a corner outside.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/drawing_page.h"
+#include "tests/support/realtime_guard.h"
 #include "toolkit/plain_context.h"
 
 namespace {
@@ -232,6 +233,9 @@ TEST(PlainContext, DrawsAPartAsItDrawsTheWhole) {
   for (int i = 0; i < 640 * 480; ++i) {
     ASSERT_EQ(parts->pixels()[i], whole->pixels()[i]) << i % 640 << ", " << i / 640;
   }
+  const RealtimeGuard guard;
+  page.draw(first);
+  EXPECT_EQ(guard.heapCalls(), 0) << "allocations after the first frame";
 }
 
 }  // namespace
