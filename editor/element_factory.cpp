@@ -10,6 +10,7 @@
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tiles.h"
 #include "editor/layout/attributes.h"
+#include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
 
 namespace {
@@ -103,6 +104,7 @@ struct Row {
   std::string_view element;
   std::string_view className;
   Maker make = nullptr;
+  std::int32_t ownTag = -1;  // whatever tag the layout gives it
 };
 
 constexpr Row kRows[] = {
@@ -173,12 +175,12 @@ constexpr Row kRows[] = {
     {"FlatButton", "FlatButton"},
     {"CMovieButton3", "CMovieButton3"},
     {"nLinkButton", "nLinkIconButton"},
-    {"nResizeBox", "nResizeBox"},
+    {"nResizeBox", "nResizeBox", nullptr, kGUIResize},
     {"CPresetMenu", "CPresetMenu"},
     {"CTTPresetMenu2", "CTTPresetMenu2"},
     {"SetupWindow", "SetupWindow"},
-    {"Preferences", "Preferences"},
-    {"UIPreferences", "UIPreferences"},
+    {"Preferences", "Preferences", nullptr, kGUIPrefsChange},
+    {"UIPreferences", "UIPreferences", nullptr, kGUIUIPrefsChange},
 };
 
 }  // namespace
@@ -197,7 +199,7 @@ std::optional<CView*> ElementFactory::createStockView(const LayoutElement& /*ele
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
   const auto* const row = std::ranges::find(kRows, std::string_view(element.name), &Row::element);
   if (row == std::end(kRows)) return nullptr;
-  const ControlSetup setup{element.rect, &listener, element.tag};
+  const ControlSetup setup{element.rect, &listener, row->ownTag >= 0 ? row->ownTag : element.tag};
   if (row->make != nullptr) return row->make(element, setup);
   return new PlainElement(setup, std::string(row->className));
 }

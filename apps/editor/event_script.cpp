@@ -53,18 +53,17 @@ std::pair<double, double> offsetOf(std::string_view text) {
 }
 
 std::int32_t requireTag(std::string_view word) {
-  const std::int32_t named = tagTable().find(word);
-  if (named >= 0) return named;
-  const auto number = numberOf(word);
-  if (number && *number >= 0.0 && *number < 10000.0) return static_cast<std::int32_t>(*number);
-  throw BadLine{"there is no tag '" + std::string(word) + "'"};
+  const std::int32_t tag = tagTable().find(word);
+  if (tag < 0) throw BadLine{"there is no tag '" + std::string(word) + "'"};
+  return tag;
 }
 
 /// Takes the place from the front of `words`.
 EventPlace takePlace(Words& words) {
   if (words.empty()) throw BadLine{"a place is missing: X Y, or a tag"};
   EventPlace place;
-  if (words.size() > 1 && numberOf(words[0]) && numberOf(words[1])) {
+  if (numberOf(words[0])) {
+    if (words.size() < 2) throw BadLine{"a place has two numbers"};
     place.x = requireNumber(words[0], kFarthest, "length");
     place.y = requireNumber(words[1], kFarthest, "length");
     words = words.subspan(2);

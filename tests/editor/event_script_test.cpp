@@ -21,7 +21,7 @@ TEST(EventScript, LinesAreReadAsTheyAreMeant) {
   EXPECT_EQ(events[0].button, kRButton);
   EXPECT_EQ(events[0].modifiers.all(), kShift | kDoubleClick);
   EXPECT_EQ(events[1].place.x, 10.5);
-  EXPECT_EQ(events[2].place.tag, 742);
+  EXPECT_EQ(events[2].place.tag, kGUISetup);
   EXPECT_EQ(events[2].number, -2.0);
   EXPECT_EQ(events[3].key.key, Key::kReturn);
   EXPECT_EQ(events[4].key.character, U'a');
@@ -32,7 +32,7 @@ TEST(EventScript, LinesAreReadAsTheyAreMeant) {
 TEST(EventScript, BadLinesAreNamed) {
   for (const char* const line :
        {"jump 1 2", "move", "move kNoSuch", "move kGUISetup+1", "down 1 2 upper", "wheel 1 2",
-        "key NoKey", "wait -1", "wait x", "set kNone 1", "set kB1Gain", "shot", "move 1e9 0",
+        "key NoKey", "wait -1", "wait x", "set kNone 1", "set kB1Gain", "shot", "move 1e9 0", "move 5", "move 5 a",
         "drag 1 2 left", "move nan 0"}) {
     SCOPED_TRACE(line);
     try {
