@@ -8,9 +8,9 @@
 #include "toolkit/bitmap.h"
 #include "toolkit/draw_context.h"
 
-/// Draws to pixels in memory, where there is no OpenGL: opaque boxes through cairo, all else by loops
-/// of its own, which decide for each pixel's middle as OpenGL does, so that both show the same, and
-/// which for many small ones are faster. Opaque black underneath.
+/// Draws to pixels in memory, where there is no OpenGL: opaque boxes through cairo, all else by
+/// loops of its own, which decide for each pixel's middle as OpenGL does, so that both show the
+/// same, and which for many small ones are faster. Opaque black underneath.
 class PlainContext : public CDrawContext {
  public:
   /// `target` outlives it or the next call of `setTarget`.
