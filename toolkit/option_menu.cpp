@@ -209,6 +209,8 @@ bool COptionMenu::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*butt
 }
 
 void COptionMenu::draw(CDrawContext& context) {
+  setDirty(false);
+  if ((getStyle() & kNoDrawStyle) != 0) return;
   if (isOpen && clickedBackground) {
     context.drawBitmap(*clickedBackground, size);
   } else {
@@ -221,5 +223,4 @@ void COptionMenu::draw(CDrawContext& context) {
     arrow.draw(context, {size.right - 4.0F, size.centre().y + 0.5F}, 9.0F, Icon::kDown,
                getFontColor());
   }
-  setDirty(false);
 }

@@ -2,14 +2,18 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "tests/support/script.h"
 #include "tests/support/test_directory.h"
+#include "tests/support/x_server.h"
 #include "toolkit/file_browser.h"
+#include "toolkit/file_selector.h"
 #include "toolkit/frame.h"
 #include "toolkit/frame_dialogs.h"
 #include "toolkit/message_box.h"
@@ -22,7 +26,7 @@ namespace {
 
 constexpr CRect kPlace{20, 20, 140, 40};  // of the control that is tried
 
-/// Notes what an editor hears; where `closes` is set, the next news closes its frame.
+/// Notes what an editor hears; of the news to come the one that `closes` counts closes its frame.
 class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
  public:
   NotedEditor() { open(600, 420); }
@@ -32,7 +36,7 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
 
   void open(float width, float height) {
     if (frame) frame->close();
-    closes = false;
+    closes = 0;
     const CFrame::Clock clock = [this] { return now; };
     frame = Held<CFrame>::adopt(new OpenFrame({0, 0, width, height}, this, clock));
     frame->openOffScreen(1.0F);
@@ -40,7 +44,7 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   }
   void hear(const std::string& news) {
     log += (log.empty() ? "" : " ") + news;
-    if (std::exchange(closes, false)) frame->close();
+    if (closes > 0 && --closes == 0) frame->close();
   }
   void beginEdit(std::int32_t tag) override { hear("begin" + std::to_string(tag)); }
   void endEdit(std::int32_t tag) override { hear("end" + std::to_string(tag)); }
@@ -60,7 +64,7 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   Held<CFrame> frame;
   std::uint64_t now = 1000;
   std::string log;
-  bool closes = false;
+  int closes = 0;
 
  private:
   class OpenFrame : public CFrame {
@@ -124,7 +128,7 @@ class BoxScript : public Script {
       editor.frame->addView(edit);
     };
     commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
-    commands["closing"] = [this] { editor.closes = true; };
+    commands["closing"] = [this] { editor.closes = row[1].empty() ? 1 : number(1); };
     commands["close"] = [this] { editor.frame->close(); };
   }
 
@@ -414,6 +418,59 @@ TEST(TextFields, TakeWhatIsLongInNoTimeAtAll) {
   EXPECT_EQ(edit->getText(), text);
   // What grows with the square of the length would take minutes.
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST(FileSelectors, WaitForTheDesktopsDialogAndOutliveIt) {
+  const TestDirectory folder;
+  const XServer display;
+  const std::string path = std::getenv("PATH");
+  ::setenv("PATH", (folder.path("") + ":" + path).c_str(), 1);
+  writeBytes(folder.path("there.cvb"), "x");
+  const struct {
+    const char* script;
+    const char* then;  // keys of the user in the frame, "c" to close it
+    const char* told;
+  } rows[] = {{"echo @/new", "", "@/new.cvb"},
+              {"echo @/there.cvb", "", "@/there.cvb"},
+              {"echo @/there", "r", "none"},  // with its extension it is a file that is there
+              {"echo @/there", "lr", "@/there.cvb"},
+              {"echo @/there", "c", "none"},
+              {"exit 1", "", "none"},
+              {"exit 200", "e", "none"},  // the browser
+              {"sleep 1000", "e", "none"},
+              {"sleep 1000", "c", "none"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.script + std::string(" ") + row.then);
+    std::string script = "#!/bin/sh\n" + std::string(row.script) + "\n";
+    const std::size_t place = script.find('@');
+    if (place != std::string::npos) script.replace(place, 2, folder.path(""));
+    writeBytes(folder.path("zenity"), script);
+    std::filesystem::permissions(folder.path("zenity"), std::filesystem::perms::owner_all);
+    NotedEditor editor;
+    editor.frame->close();
+    ASSERT_TRUE(editor.frame->openTop("frame"));
+    std::string told;
+    CFileSelector(*editor.frame)
+        .run({false, "Save", {}, {}, "cvb"}, [&](const std::string& chosen) {
+          told += chosen.empty() ? "none" : "@/" + chosen.substr(folder.path("").size());
+        });
+    const Held<CView> veil(editor.frame->getModalView());
+    ASSERT_TRUE(veil);
+    const bool waits = row.script[0] != 's';
+    for (int i = 0; i < 1000 && told.empty() && editor.frame->getModalView() == veil.get(); ++i) {
+      if (!waits && i > 10) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      editor.frame->idle();
+    }
+    const std::map<char, Key> keys = {{'r', Key::kReturn}, {'l', Key::kLeft}, {'e', Key::kEscape}};
+    for (const char* key = row.then; *key != 0; ++key) {
+      if (*key == 'c') editor.frame->close();
+      if (*key != 'c') editor.frame->events().keyDown({keys.at(*key), 0, {}, {}});
+    }
+    EXPECT_EQ(told, row.told);
+    EXPECT_EQ(editor.frame->getModalView(), nullptr);
+  }
+  ::setenv("PATH", path.c_str(), 1);
 }
 
 }  // namespace
