@@ -122,7 +122,6 @@ X11Window::~X11Window() {
   giveFocusBack();
   forget();
   XDestroyWindow(display, own);
-  XFreeColormap(display, colours);
   XFlush(display);
 }
 
@@ -131,6 +130,7 @@ void X11Window::forget() {
   drop.reset();
   keys.reset();
   picture.reset();
+  if (display.isAlive()) XFreeColormap(display, colours);
   connection->remove(window);
   window = None;
 }
