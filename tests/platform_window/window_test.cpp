@@ -1,5 +1,6 @@
 #include <dirent.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <clocale>
@@ -207,6 +208,9 @@ class WindowTest : public Script {
                            CopyFromParent, InputOutput, nullptr, CWEventMask, &wishes);
     XMapWindow(host.get(), parent);
     XSetInputFocus(host.get(), parent, RevertToParent, CurrentTime);
+    // Keys that xdotool would else make and take away again, maybe before they are read.
+    std::array<KeySym, 2> accents = {XK_eacute, XK_dead_acute};
+    XChangeKeyboardMapping(host.get(), 247, 1, accents.data(), 2);
     XSync(host.get(), False);
     system = WindowSystem::connect();
     window = system->openChild(parent, 200, 150, recorder);

@@ -25,6 +25,7 @@ XServer::XServer(const std::vector<std::string>& lacking) {
                                     "-nolisten", "tcp",        "-noreset"};
   for (const std::string& name : lacking) words.insert(words.end(), {"-extension", name});
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   process = ::fork();
