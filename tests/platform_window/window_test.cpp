@@ -362,6 +362,7 @@ int openFiles() {
 
 TEST_F(WindowTest, opensAndClosesAnyNumberOfTimes) {
   const int before = openFiles();
+  const XIOErrorHandler ofHost = XSetIOErrorHandler(nullptr);
   for (int i = 0; i < 200; ++i) {
     Recorder other;
     auto second = system->openChild(parent, 50, 50, other);
@@ -373,6 +374,7 @@ TEST_F(WindowTest, opensAndClosesAnyNumberOfTimes) {
     system->pump();
   }
   EXPECT_EQ(openFiles(), before);
+  EXPECT_EQ(XSetIOErrorHandler(nullptr), ofHost);
 }
 
 TEST_F(WindowTest, outlivesItsParentAndTheDisplay) {
