@@ -370,6 +370,8 @@ TEST_F(WindowTest, opensAndClosesAnyNumberOfTimes) {
     if (i % 20 == 0) {
       const Painter painter(*second);
       EXPECT_TRUE(becomes([&] { return painter.frames > 2; }));
+      if (i % 40 == 0) second.reset();
+      EXPECT_TRUE(second != nullptr || becomes([&] { return painter.isRefused.load(); }));
     }
     system->pump();
   }
