@@ -22,7 +22,7 @@ int devicePixels(float length, float scale) {
 
 CFrame::CFrame(const CRect& rect, VSTGUIEditorInterface* shownBy, Clock whatTime)
     : CViewContainer(rect), editor(shownBy), clock(std::move(whatTime)) {
-  becomeRoot(*this);
+  becomeRoot(*this, *this);
 }
 
 CFrame::~CFrame() { close(); }

@@ -39,7 +39,7 @@ enum FrameCallbackCode : std::int32_t {
 ///
 /// Threads: the message thread. Who draws on another one holds the lock meanwhile; so does every
 /// entry from outside, those of the window among them.
-class CFrame : public CViewContainer, private WindowListener {
+class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
  public:
   /// Milliseconds for what blinks, fades and waits.
   using Clock = std::function<std::uint64_t()>;
@@ -101,16 +101,14 @@ class CFrame : public CViewContainer, private WindowListener {
   bool onKeyDown(const KeyEvent& key) override;
   bool onKeyUp(const KeyEvent& key) override;
 
-  /// Something of a view has changed: cheap, any number of times.
-  void markDirty() noexcept { changed.store(true, std::memory_order_relaxed); }
-  void invalidFrameRect(const CRect& part);
+  void markDirty() noexcept override { changed.store(true, std::memory_order_relaxed); }
+  void invalidFrameRect(const CRect& part) override;
   /// Takes what has changed since the last call, in unzoomed pixels; empty for nothing.
   [[nodiscard]] CRect takeDamage();
   /// Draws a part of the tree, with the boxes and menus over it. Under the lock.
   void drawFrame(CDrawContext& context, const CRect& part);
 
-  /// A view leaves: nothing of the frame points to it from then on.
-  void viewGone(CView& view);
+  void viewGone(CView& view) override;
 
   CMessageResult notify(CBaseObject* sender, const char* message) override;
 

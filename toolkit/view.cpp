@@ -18,11 +18,11 @@ void CView::drawRect(CDrawContext& context, const CRect& /*part*/) { draw(contex
 
 void CView::setDirty(bool on) {
   dirty = on;
-  if (on && ownFrame != nullptr) ownFrame->markDirty();
+  if (on && root != nullptr) root->markDirty();
 }
 
 void CView::invalid() {
-  if (isShown()) ownFrame->invalidFrameRect(localToFrame(size));
+  if (isShown()) root->invalidFrameRect(localToFrame(size));
 }
 
 void CView::setVisible(bool on) {
@@ -52,13 +52,15 @@ bool CView::hitTest(CPoint where, CButtonState /*buttons*/) const {
 void CView::attached(CViewContainer& holder) {
   parent = &holder;
   ownFrame = holder.getFrame();
+  root = static_cast<CView&>(holder).root;
   dirty = true;
 }
 
 void CView::removed() {
-  if (ownFrame != nullptr) ownFrame->viewGone(*this);
+  if (root != nullptr) root->viewGone(*this);
   parent = nullptr;
   ownFrame = nullptr;
+  root = nullptr;
 }
 
 CMouseEventResult CView::onMouseDown(CPoint /*where*/, CButtonState /*buttons*/) {

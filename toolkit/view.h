@@ -8,6 +8,7 @@
 #include "toolkit/bitmap.h"
 #include "toolkit/draw_context.h"
 #include "toolkit/geometry.h"
+#include "toolkit/view_root.h"
 
 class CFrame;
 class CViewContainer;
@@ -89,7 +90,11 @@ class CView : public CBaseObject {
   ~CView() override;
 
   /// The frame itself, whose frame it is.
-  void becomeRoot(CFrame& root) noexcept { ownFrame = &root; }
+  void becomeRoot(CFrame& frame, ViewRoot& self) noexcept {
+    ownFrame = &frame;
+    root = &self;
+  }
+  [[nodiscard]] ViewRoot* getRoot() const noexcept { return root; }
 
   CRect size;
   CRect mouseableArea;
@@ -98,6 +103,7 @@ class CView : public CBaseObject {
   friend class CViewContainer;
 
   CFrame* ownFrame = nullptr;
+  ViewRoot* root = nullptr;  // the same, as its views see it
   CViewContainer* parent = nullptr;
   Held<CBitmap> backgroundBitmap;
   bool dirty = true;

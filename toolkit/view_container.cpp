@@ -53,7 +53,7 @@ void CViewContainer::drawBackgroundRect(CDrawContext& context, const CRect& part
 void CViewContainer::invalidRect(const CRect& part) {
   if (!isShown()) return;
   const CRect own = part.movedBy(size.topLeft()).cutTo(size);
-  if (!own.isEmpty()) getFrame()->invalidFrameRect(localToFrame(own));
+  if (!own.isEmpty()) getRoot()->invalidFrameRect(localToFrame(own));
 }
 
 void CViewContainer::draw(CDrawContext& context) { drawRect(context, size); }

@@ -35,8 +35,9 @@ ROWS = [
     (11, ["apps/audio_files", "apps/effect"], [*range(0, 11), "apps/output"]),
     (11, ["apps/presets", "apps/state"], [*range(0, 11), "apps/effect", "apps/output"]),
     (11, ["apps/render"], [*range(0, 11), "apps/audio_files", "apps/effect", "apps/output"]),
-    (11, ["apps/command"], [*range(0, 11), "apps/audio_files", "apps/effect", "apps/output",
-                            "apps/presets", "apps/render", "apps/state"]),
+    (11, ["apps/editor"], [*range(0, 11), "apps/audio_files", "apps/effect", "apps/output"]),
+    (11, ["apps/command"], [*range(0, 11), "apps/audio_files", "apps/editor", "apps/effect",
+                            "apps/output", "apps/presets", "apps/render", "apps/state"]),
     (11, ["apps/aax_host"], [*range(0, 11), "libraries/aax"]),
 ]
 FREE = ["tests", "fuzz", "benchmarks"]  # include anything, and nothing above includes them
