@@ -5,6 +5,10 @@
 
 void HistoryStack::push(HistoryEntry entry) {
   const PlugBaseMutex::Scope scope(lock);
+  pushLocked(entry);
+}
+
+void HistoryStack::pushLocked(HistoryEntry entry) {
   // One place more than it takes: the end of a group must not fail.
   const std::size_t wanted = entries.size() + 2;
   if (wanted > entries.capacity()) entries.reserve(2 * wanted);

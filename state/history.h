@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -31,14 +32,17 @@ class HistoryStack {
  public:
   /// Throws std::bad_alloc, with nothing changed.
   void push(HistoryEntry entry);
-  /// Moves the newest entry to `other`, there with the value that `valueOf(id)` gives; null when
-  /// there is none. Throws std::bad_alloc, with nothing changed.
+  /// Moves the newest entry to another stack, `other`, there with the value that `valueOf(id)`
+  /// gives; null when there is none. Throws std::bad_alloc, with nothing changed.
   template <typename ValueOf>
   std::optional<HistoryEntry> moveNewest(HistoryStack& other, const ValueOf& valueOf) {
-    const PlugBaseMutex::Scope scope(lock);
+    // Always in the same order, since undo and redo move entries in opposite directions.
+    const bool isFirst = std::less<const HistoryStack*>()(this, &other);
+    const PlugBaseMutex::Scope first(isFirst ? lock : other.lock);
+    const PlugBaseMutex::Scope second(isFirst ? other.lock : lock);
     if (entries.empty()) return std::nullopt;
     const HistoryEntry newest = entries.back();
-    other.push({newest.id, valueOf(newest.id)});
+    other.pushLocked({newest.id, valueOf(newest.id)});
     entries.pop_back();
     return newest;
   }
@@ -52,6 +56,8 @@ class HistoryStack {
   bool removeUnchanged(std::int32_t id, float value);
 
  private:
+  void pushLocked(HistoryEntry entry);
+
   PlugBaseMutex lock;
   std::vector<HistoryEntry> entries;
 };

@@ -70,7 +70,8 @@ struct JsonFault {
 
 /// Reads a text as `jsonParse` does, several times as fast, for documents that are only looked at:
 /// the nodes stand in a few blocks, their texts in `text`, and whoever holds one node holds them
-/// all. Null on a fault in the text and if a limit is exceeded. Throws std::bad_alloc.
+/// all. Nothing may be added to it or deleted. Null on a fault in the text and if a limit is
+/// exceeded. Throws std::bad_alloc.
 [[nodiscard]] std::shared_ptr<const JsonNode> jsonReadInPlace(std::string&& text);
 
 /// Where in its text the last parse of the process, on any thread, failed; null if it did not.

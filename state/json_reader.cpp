@@ -373,7 +373,7 @@ std::shared_ptr<const JsonNode> jsonReadInPlace(std::string&& text) {
   TextMemory& memory = reading->memory;
   memory.text = std::move(text);
   JsonNode* const root = memory.createNode();
-  if (!readText(*reading, *root, memory.text.c_str())) return nullptr;
+  if (!readText(*reading, *root, memory.text.data())) return nullptr;
   return {reading, root};
 }
 

@@ -132,10 +132,12 @@ void ControlExchange::rememberAll() noexcept {
 }
 
 void ControlExchange::markAgainstPorts() noexcept {
+  constexpr float kLeastDifference = 2e-9F;  // documents keep values to ten places
   for (int id = 0; id < kNumParams; ++id) {
     const float plain = heldByPort(id);
     if (std::isnan(plain) || plain == plainNow(id)) continue;
-    if (normalisedOf(id, plain) != normalisedNow(id)) changedInside.set(id);
+    const float difference = normalisedOf(id, plain) - normalisedNow(id);
+    if (std::abs(difference) > kLeastDifference) unlikePorts.set(id);
   }
 }
 

@@ -33,10 +33,13 @@ class ControlExchange {
   /// value of its port is still to be delivered.
   template <typename Use>
   void takeInsideChanges(const Use& use) noexcept {
-    changedInside.takeAll([this, &use](int id) {
+    const auto take = [this, &use](int id) {
       if (!offered.has(id)) use(id, plainNow(id));
-    });
+    };
+    changedInside.takeAll(take);
+    unlikePorts.takeAll(take);
   }
+  /// Whether the state has changed since it was stored: not by ports that a load found different.
   [[nodiscard]] bool hasInsideChanges() const noexcept { return changedInside.any(); }
 
   // Other threads, and the audio thread when it is not in real time. These lock.
@@ -62,8 +65,8 @@ class ControlExchange {
     const std::lock_guard guard(delivering);
     load();
     rememberAll();
-    markAgainstPorts();
     loads.fetch_add(1, std::memory_order_release);
+    markAgainstPorts();  // never taken before the load is
   }
   /// Within `load`: the value of a port when the state was stored; NaN if unknown.
   void assumePort(int id, float plain) noexcept;
@@ -88,6 +91,7 @@ class ControlExchange {
   ParameterMarks offered;
   ParameterMarks confirmed;
   ParameterMarks changedInside;
+  ParameterMarks unlikePorts;  // since a load
   std::atomic<bool> alone{false};
   std::atomic<unsigned> loads{0};
   std::atomic<unsigned> takenLoads{0};    // by the audio thread; stored after it has dropped values
