@@ -75,7 +75,8 @@ class CDrawContext {
   /// vertical one is moved to whole device pixels: of width 1 at scale 1, one from (0, 10) and one
   /// from (0, 10.5) both fill the row from 10 to 11.
   void lineTo(CPoint point);
-  /// A line through all points, with joined corners, which blends no pixel twice at a corner.
+  /// A line through all points, with joined corners, which blends no pixel twice at a corner; of
+  /// two points as `lineTo`.
   void drawPath(std::span<const CPoint> way, float width, CColor colour);
   /// `outline`: convex; its line is closed.
   void drawPolygon(std::span<const CPoint> outline, CDrawStyle style);

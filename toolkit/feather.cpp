@@ -56,8 +56,9 @@ void FeatheredShape::simplify(std::span<const CPoint> points, bool isClosed) {
     last = point;
     hasLast = true;
   }
-  // A way ends where it is told to.
-  if (hasLast) path.push_back(isClosed ? last : points.back());
+  // A way ends where it is told to, unless that is where the last piece begins.
+  const bool endsApart = hasLast && lengthOf(points.back() - path.back()) >= kLeastStep;
+  if (hasLast) path.push_back(endsApart && !isClosed ? points.back() : last);
   while (isClosed && path.size() > 1 && lengthOf(path.front() - path.back()) < kLeastStep) {
     path.pop_back();
   }

@@ -33,10 +33,10 @@ const std::uint32_t* rowOf(const CBitmap& picture, int y) {
 
 struct PlainContext::Cairo {
   struct SurfaceEnd {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+    void operator()(cairo_surface_t* ending) const { cairo_surface_destroy(ending); }
   };
   struct ContextEnd {
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
+    void operator()(cairo_t* ending) const { cairo_destroy(ending); }
   };
   std::unique_ptr<cairo_surface_t, SurfaceEnd> surface;
   std::unique_ptr<cairo_t, ContextEnd> context;

@@ -78,6 +78,7 @@ TEST(Face, TextsAreReadAsUtf8) {
   // Cut off, overlong, a surrogate, beyond the last, a stray byte.
   EXPECT_EQ(codePoints("\xE2\x80"), U"\uFFFD\uFFFD");
   EXPECT_EQ(codePoints("\xC0\x80z"), U"\uFFFD\uFFFDz");
+  EXPECT_EQ(codePoints("\xE0\x80\xAF"), U"\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(codePoints("\xED\xA0\x80"), U"\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(codePoints("\xF4\x90\x80\x80"), U"\uFFFD\uFFFD\uFFFD\uFFFD");
 }
