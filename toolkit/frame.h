@@ -103,14 +103,14 @@ class CFrame : public CViewContainer, private WindowListener {
 
   /// Something of a view has changed: cheap, any number of times.
   void markDirty() noexcept { changed.store(true, std::memory_order_relaxed); }
-  void invalidFrameRect(const CRect& part);
+  virtual void invalidFrameRect(const CRect& part);
   /// Takes what has changed since the last call, in unzoomed pixels; empty for nothing.
   [[nodiscard]] CRect takeDamage();
   /// Draws a part of the tree, with the boxes and menus over it. Under the lock.
   void drawFrame(CDrawContext& context, const CRect& part);
 
   /// A view leaves: nothing of the frame points to it from then on.
-  void viewGone(CView& view);
+  virtual void viewGone(CView& view);
 
   CMessageResult notify(CBaseObject* sender, const char* message) override;
 
