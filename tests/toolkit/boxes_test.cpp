@@ -21,6 +21,7 @@
 #include "toolkit/plain_context.h"
 #include "toolkit/popup_menu.h"
 #include "toolkit/text_edit.h"
+#include "toolkit/utf8.h"
 
 namespace {
 
@@ -420,6 +421,26 @@ TEST(TextFields, TakeWhatIsLongInNoTimeAtAll) {
   EXPECT_EQ(edit->getText(), text);
   // What grows with the square of the length would take minutes.
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST(Characters, HaveTheSameEdgesBothWaysAndWhateverTheBytes) {
+  constexpr std::string_view kPieces[] = {
+      "a",    "\xC3\xA9",         "\xCC\x81",         "\xE2\x80\x8D", " ",
+      "\xFF", "\xF0\x9F\x91\x8D", "\xF0\x9F\x8F\xBD", "\xE2\x82",     "\n"};
+  std::mt19937 random(1);
+  for (int i = 0; i < 2000; ++i) {
+    std::string bytes;
+    while (random() % 12 != 0) bytes += kPieces[random() % std::size(kPieces)];
+    const std::string text = asOneLine(bytes, 100);
+    SCOPED_TRACE(data_rows::cellOf(text));
+    EXPECT_EQ(asOneLine(text, 100), text);
+    std::vector<std::size_t> forwards{0};
+    while (forwards.back() < text.size()) forwards.push_back(nextEdge(text, forwards.back()));
+    std::vector<std::size_t> backwards{text.size()};
+    while (backwards.back() > 0) backwards.push_back(previousEdge(text, backwards.back()));
+    std::ranges::reverse(backwards);
+    ASSERT_EQ(forwards, backwards);
+  }
 }
 
 TEST(FileSelectors, WaitForTheDesktopsDialogAndOutliveIt) {
