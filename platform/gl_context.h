@@ -8,6 +8,7 @@ class GlContext {
  public:
   virtual ~GlContext() = default;
 
+  /// False once what it draws to is gone, by the host or with the display.
   [[nodiscard]] virtual bool makeCurrent() = 0;
   virtual void release() = 0;
   /// Shows what has been drawn.

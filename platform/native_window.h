@@ -44,9 +44,11 @@ class WindowListener {
   virtual void mouseUp(DevicePoint where, CButton changed, CButtonState buttons) = 0;
   virtual void mouseMoved(DevicePoint where, CButtonState buttons) = 0;
   virtual void mouseLeft() = 0;
-  /// `steps`: notches, up and away from the user above 0; parts of one from a smooth wheel.
+  /// `steps`: notches, up and away from the user above 0, as are those to the left; parts of one
+  /// from a smooth wheel.
   virtual void wheel(DevicePoint where, float steps, CButtonState buttons) = 0;
-  /// True for a key that was of use; any other goes on to the host's window.
+  /// True for a key that was of use; any other goes on to the host's window. What is typed while a
+  /// window of the host has the focus goes there unheard.
   virtual bool keyDown(const KeyEvent& key) = 0;
   virtual bool keyUp(const KeyEvent& key) = 0;
   virtual void focusChanged(bool has) = 0;
@@ -85,6 +87,7 @@ class NativeWindow {
   virtual void resize(int width, int height) = 0;
   virtual void setTitle(const std::string& title) = 0;
   virtual void setCursor(Cursor cursor) = 0;
+  /// Of which the listener hears nothing: it is no move of the user.
   virtual void warpPointer(DevicePoint where) = 0;
   /// While on, the window hears of the mouse wherever it is, so that a press elsewhere can close a
   /// menu.
@@ -95,19 +98,22 @@ class NativeWindow {
   /// Where text is being typed, so that an input method shows its own window beside it.
   virtual void setCaret(DevicePoint where) = 0;
   virtual void putClipboard(Clipboard which, std::string text) = 0;
-  /// `WindowListener::clipboardText` follows, at the latest after a second.
+  /// `WindowListener::clipboardText` follows, from within `pump`, and at the latest a second after
+  /// the program that has the text was last heard. Asking again before is of no effect.
   virtual void askClipboard(Clipboard which) = 0;
   /// Shows part of a picture of the whole window.
   virtual void show(const PixelRows& picture, const DeviceRect& part) = 0;
-  /// A context that draws to this window, or null: `samples` per pixel, none where the driver has
-  /// no such.
+  /// A context that draws to this window, all over it and whatever its size becomes, or null:
+  /// `samples` per pixel, none where the driver has no such. It goes before the window does.
   [[nodiscard]] virtual std::unique_ptr<GlContext> makeGlContext(int samples) = 0;
 };
 
 /// The process's one connection to the display. Threads: the message thread.
 class WindowSystem {
  public:
-  /// Null where there is no display. Stays connected while a window or a holder lives.
+  /// Null where there is no display. Stays connected while a window or a holder lives. With the
+  /// display lost all windows are destroyed, and only a new call connects again. Dead keys and
+  /// other text take a program that has set its language (`LC_CTYPE`) before.
   [[nodiscard]] static std::shared_ptr<WindowSystem> connect();
   virtual ~WindowSystem() = default;
 

@@ -83,8 +83,8 @@ X11Cursor X11Connection::cursor(Cursor which) {
 
 void X11Connection::dispatch() {
   if (isDispatching) return;
-  const X11Guard guard;
   isDispatching = true;
+  whileDispatching.emplace();
   for (int i = 0; i < kMostEvents && display.isAlive() && XPending(display) > 0; ++i) handleNext();
   if (const auto waiting = targets.find(moved); waiting != targets.end()) {
     moved = None;
@@ -95,6 +95,7 @@ void X11Connection::dispatch() {
     XFlush(display);
   }
   if (!display.isAlive()) loseAll();
+  whileDispatching.reset();
   isDispatching = false;
 }
 

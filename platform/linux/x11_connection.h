@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "platform/linux/x11_display.h"
 #include "platform/linux/x11_input_method.h"
 #include "platform/linux/x11_selections.h"
-#include "platform/window_events.h"
+#include "platform/native_window.h"
 
 /// Who is told what the server says of one window. A target may go from within any of these.
 class X11Target {
@@ -48,6 +50,8 @@ class X11Connection {
   X11InputMethod inputMethod{display};
 
  private:
+  friend class X11Told;
+
   void handleNext();
   void handOut(XEvent& event, Window window);
   void noteTime(const XEvent& event);
@@ -61,5 +65,42 @@ class X11Connection {
   double currentScale = 1.0;
   Time newestTime = CurrentTime;
   int inputOpcode = 0;
+  std::optional<X11Guard> whileDispatching;
   bool isDispatching = false;
+};
+
+/// The listener of a window, which is called without the guard of the dispatch: programs that
+/// others' code starts there, and handlers that it sets, are none of our business. It may end all
+/// that is ours but the connection.
+class X11Told {
+ public:
+  X11Told(std::shared_ptr<X11Connection> ofProcess, WindowListener& whoIsTold)
+      : connection(std::move(ofProcess)), listener(whoIsTold) {}
+
+  /// Lasts as long as the call that it is made for.
+  class Call {
+   public:
+    explicit Call(const X11Told& of)
+        : connection(of.connection),
+          listener(of.listener),
+          wasGuarded(connection->whileDispatching.has_value()) {
+      connection->whileDispatching.reset();
+    }
+    ~Call() {
+      if (wasGuarded) connection->whileDispatching.emplace();
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    WindowListener* operator->() const { return &listener; }
+
+   private:
+    const std::shared_ptr<X11Connection> connection;
+    WindowListener& listener;
+    const bool wasGuarded;
+  };
+  [[nodiscard]] Call operator->() const { return Call(*this); }
+
+ private:
+  const std::shared_ptr<X11Connection> connection;
+  WindowListener& listener;
 };

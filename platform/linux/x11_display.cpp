@@ -26,8 +26,8 @@ Bool swallowError(Display* /*display*/, XErrorEvent* /*event*/, xError* /*wire*/
 
 void noteLoss(Display* display, void* isLost) {
   *static_cast<bool*>(isLost) = true;
-  // The library expects the process to end, and keeps the connection from other threads for good. It
-  // goes on here instead as if nothing had been changed about its locks.
+  // The library expects the process to end, and keeps the connection from other threads for good.
+  // It goes on here instead as if nothing had been changed about its locks.
   XUnlockDisplay(display);
   LockDisplay(display);
 }

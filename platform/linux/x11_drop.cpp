@@ -64,8 +64,11 @@ std::vector<std::string> pathsOfUriList(std::string_view list) {
 }
 
 X11Drop::X11Drop(X11Display& connection, X11Selections& selectionsOf, Window ofWindow,
-                 WindowListener& whoIsTold)
-    : display(connection), selections(selectionsOf), window(ofWindow), listener(whoIsTold) {
+                 X11Told whoIsTold)
+    : display(connection),
+      selections(selectionsOf),
+      window(ofWindow),
+      listener(std::move(whoIsTold)) {
   XChangeProperty(display, window, display.atom("XdndAware"), XA_ATOM, 32, PropModeReplace,
                   reinterpret_cast<const unsigned char*>(&kVersion), 1);
 }
@@ -81,7 +84,7 @@ bool X11Drop::handle(const XClientMessageEvent& message) {
     move(message);
   } else if (kind == display.atom("XdndLeave")) {
     source = None;
-    if (hasFiles) listener.dropLeft();
+    if (hasFiles) listener->dropLeft();
   } else if (kind == display.atom("XdndDrop")) {
     drop(message);
   } else {
@@ -120,7 +123,7 @@ void X11Drop::move(const XClientMessageEvent& message) {
                         static_cast<int>(message.data.l[2] & 0xFFFF), &x, &y, &child);
   place = {static_cast<double>(x), static_cast<double>(y)};
   const std::weak_ptr<void> alive = life;
-  const bool isGood = hasFiles && listener.dropMoved(place);
+  const bool isGood = hasFiles && listener->dropMoved(place);
   if (alive.expired()) return;
   isAccepted = isGood;
   constexpr long kEveryMove = 2;
@@ -134,9 +137,9 @@ void X11Drop::drop(const XClientMessageEvent& message) {
     XFlush(display);
     source = None;
     if (isTaken) {
-      listener.filesDropped(place, paths);
+      listener->filesDropped(place, paths);
     } else if (hasFiles) {
-      listener.dropLeft();
+      listener->dropLeft();
     }
   };
   if (!isAccepted) {

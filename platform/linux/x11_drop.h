@@ -5,8 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/x11_selections.h"
-#include "platform/native_window.h"
+#include "platform/linux/x11_connection.h"
 
 /// The files of a list of addresses, a line each; those on other machines are left out.
 [[nodiscard]] std::vector<std::string> pathsOfUriList(std::string_view list);
@@ -14,8 +13,7 @@
 /// A window that files can be dropped on, by the fifth version of what desktops agreed on.
 class X11Drop {
  public:
-  X11Drop(X11Display& connection, X11Selections& selections, Window ofWindow,
-          WindowListener& whoIsTold);
+  X11Drop(X11Display& connection, X11Selections& selections, Window ofWindow, X11Told whoIsTold);
 
   /// Whether the message was about this. Its listener may close the window.
   bool handle(const XClientMessageEvent& message);
@@ -30,7 +28,7 @@ class X11Drop {
   X11Display& display;
   X11Selections& selections;
   const Window window;
-  WindowListener& listener;
+  const X11Told listener;
   Window source = None;  // whose drag is over the window
   bool hasFiles = false;
   bool isAccepted = false;

@@ -2,6 +2,7 @@
 
 #include <X11/keysym.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -114,6 +115,7 @@ CButtonState modifiersOf(unsigned state) {
 X11InputMethod::~X11InputMethod() {
   if (method == nullptr || !display.isAlive()) return;
   const X11Guard guard;
+  if (font != nullptr) XFreeFontSet(display, font);
   XCloseIM(method);
 }
 
@@ -134,6 +136,42 @@ XIM X11InputMethod::get() {
   XIMCallback gone{reinterpret_cast<XPointer>(this), forget};
   XSetIMValues(method, XNDestroyCallback, &gone, nullptr);
   return method;
+}
+
+bool X11InputMethod::canShowBesideCaret() {
+  XIMStyles* styles = nullptr;
+  XGetIMValues(method, XNQueryInputStyle, &styles, nullptr);
+  if (styles == nullptr) return false;
+  const XIMStyle* const all = styles->supported_styles;
+  const XIMStyle* const end = all + styles->count_styles;
+  const bool can = std::find(all, end, XIMPreeditPosition | XIMStatusNothing) != end;
+  XFree(styles);
+  return can;
+}
+
+XIC X11InputMethod::makeContext(Window window) {
+  if (get() == nullptr) return nullptr;
+  XIC context = nullptr;
+  if (canShowBesideCaret()) {
+    // Such a context must have a font and a place, though the method may draw otherwise.
+    if (font == nullptr) {
+      char** missing = nullptr;
+      int count = 0;
+      font = XCreateFontSet(display, "fixed", &missing, &count, nullptr);
+      if (missing != nullptr) XFreeStringList(missing);
+    }
+    XPoint spot{0, 0};
+    if (font != nullptr) {
+      XVaNestedList list = XVaCreateNestedList(0, XNSpotLocation, &spot, XNFontSet, font, nullptr);
+      context =
+          XCreateIC(method, XNInputStyle, XIMPreeditPosition | XIMStatusNothing, XNClientWindow,
+                    window, XNFocusWindow, window, XNPreeditAttributes, list, nullptr);
+      XFree(list);
+    }
+  }
+  if (context != nullptr) return context;
+  return XCreateIC(method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing, XNClientWindow,
+                   window, XNFocusWindow, window, nullptr);
 }
 
 void X11InputMethod::forget(XIM /*method*/, XPointer self, XPointer /*data*/) {
@@ -158,13 +196,11 @@ void X11Keys::drop() {
 }
 
 XIC X11Keys::get() {
-  const XIM method = inputMethod.get();
+  (void)inputMethod.get();
   if (generation == inputMethod.generation()) return context;
   drop();
   generation = inputMethod.generation();
-  if (method == nullptr) return nullptr;
-  context = XCreateIC(method, XNInputStyle, XIMPreeditNothing | XIMStatusNothing, XNClientWindow,
-                      window, XNFocusWindow, window, nullptr);
+  context = inputMethod.makeContext(window);
   if (context == nullptr) return nullptr;
   // Some methods hear of keys going up, too, or of nothing else.
   unsigned long wanted = 0;

@@ -17,14 +17,18 @@ class X11InputMethod {
 
   /// Null where there is none. Opens it at first use, and again after its server went.
   [[nodiscard]] XIM get();
+  /// What keys of `window` go through; null where there is no method.
+  [[nodiscard]] XIC makeContext(Window window);
   /// Changes when all contexts made before are void.
   [[nodiscard]] int generation() const { return opened; }
 
  private:
+  [[nodiscard]] bool canShowBesideCaret();
   static void forget(XIM method, XPointer self, XPointer data);
 
   X11Display& display;
   XIM method = nullptr;
+  XFontSet font = nullptr;
   int opened = 0;
   bool isTried = false;
 };

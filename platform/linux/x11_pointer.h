@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/x11_display.h"
@@ -42,17 +43,20 @@ class DoubleClicks {
 /// The axes of wheels and touch pads that scroll by parts of a step.
 class X11WheelAxes {
  public:
-  /// To be asked again when the pointer comes in, as axes move while it is elsewhere.
-  void readAll(Display* display);
-  /// Steps since the last event, up above 0.
-  [[nodiscard]] float stepsOf(const XIDeviceEvent& event);
-
- private:
   struct Axis {
     int device;
     int number;
     double increment;  // of the valuator, for a step down or to the right
     double value;
   };
+  X11WheelAxes() = default;
+  explicit X11WheelAxes(std::vector<Axis> known) : axes(std::move(known)) {}
+
+  /// To be asked again when the pointer comes in, as axes move while it is elsewhere.
+  void readAll(Display* display);
+  /// Steps since the last event, up above 0.
+  [[nodiscard]] float stepsOf(const XIDeviceEvent& event);
+
+ private:
   std::vector<Axis> axes;
 };

@@ -100,7 +100,7 @@ X11Window::X11Window(std::shared_ptr<X11Connection> ofProcess, const Made& made,
       parent(made.parent),
       window(made.window),
       colours(made.colours),
-      listener(whoIsTold),
+      listener(connection, whoIsTold),
       width(made.width),
       height(made.height) {
   connection->add(window, *this);
@@ -122,7 +122,6 @@ X11Window::~X11Window() {
   giveFocusBack();
   forget();
   XDestroyWindow(display, own);
-  XFreeColormap(display, colours);
   XFlush(display);
 }
 
@@ -131,13 +130,14 @@ void X11Window::forget() {
   drop.reset();
   keys.reset();
   picture.reset();
+  if (display.isAlive()) XFreeColormap(display, colours);
   connection->remove(window);
   window = None;
 }
 
 void X11Window::displayLost() {
   forget();
-  listener.destroyed();
+  listener->destroyed();
 }
 
 void X11Window::setProperties() {
@@ -274,15 +274,12 @@ void X11Window::putClipboard(Clipboard which, std::string text) {
 }
 
 void X11Window::askClipboard(Clipboard which) {
-  if (!isThere()) {
-    listener.clipboardText({});
-    return;
-  }
+  if (!isThere()) return;
   const X11Guard guard;
   connection->selections.ask(
       window, atomOf(which),
       {display.atom("UTF8_STRING"), display.atom("text/plain;charset=utf-8"), XA_STRING},
-      connection->lastTime(), [this](const std::string& text) { listener.clipboardText(text); });
+      connection->lastTime(), [this](const std::string& text) { listener->clipboardText(text); });
   XFlush(display);
 }
 
@@ -295,7 +292,9 @@ void X11Window::show(const PixelRows& image, const DeviceRect& part) {
 
 std::unique_ptr<GlContext> X11Window::makeGlContext(int samples) {
   if (!isThere()) return nullptr;
-  return makeX11GlContext(display, window, target, samples);
+  auto context = makeX11EglContext(display, window, target, samples);
+  if (context == nullptr) context = makeX11GlxContext(display, window, target, samples);
+  return context;
 }
 
 void X11Window::handle(XEvent& event) {
@@ -355,29 +354,29 @@ void X11Window::handleDevice(const XIDeviceEvent& event) {
   handleMove(where, state, event.serial);
   const float steps = axes.stepsOf(event);
   if (steps == 0.0F) return;
-  const std::weak_ptr<X11GlTarget> alive = target;
+  const std::weak_ptr<void> alive = life;
   tellMove();
-  if (!alive.expired() && window != None) listener.wheel(pointer.place(), steps, buttonsOf(state));
+  if (!alive.expired() && window != None) listener->wheel(pointer.place(), steps, buttonsOf(state));
 }
 
 void X11Window::handleButton(DevicePoint where, unsigned number, unsigned state, bool isDown,
                              Time time) {
   if (number >= kFirstWheelButton && number <= kLastWheelButton) {
     const bool isUp = number % 2 == 0;  // or to the left
-    if (isDown) listener.wheel(where, isUp ? 1.0F : -1.0F, buttonsOf(state));
+    if (isDown) listener->wheel(where, isUp ? 1.0F : -1.0F, buttonsOf(state));
     return;
   }
   if (number < 1 || number > kLastWheelButton) return;
   const CButton changed = buttonOf(number);
   const std::uint32_t others = buttonsOf(state).all() & ~static_cast<std::uint32_t>(changed);
   if (!isDown) {
-    listener.mouseUp(where, changed, others);
+    listener->mouseUp(where, changed, others);
     return;
   }
   // Nobody else does it for a window inside another.
   if (parent != None) takeFocus();
   const bool isDouble = doubleClicks.isSecond(where, changed, time);
-  listener.mouseDown(where, changed, others | changed | (isDouble ? kDoubleClick : 0U));
+  listener->mouseDown(where, changed, others | changed | (isDouble ? kDoubleClick : 0U));
 }
 
 void X11Window::handleMove(DevicePoint where, unsigned state, unsigned long serial) {
@@ -387,7 +386,7 @@ void X11Window::handleMove(DevicePoint where, unsigned state, unsigned long seri
 
 void X11Window::tellMove() {
   if (!std::exchange(hasMoved, false)) return;
-  listener.mouseMoved(pointer.place(), moveButtons);
+  listener->mouseMoved(pointer.place(), moveButtons);
 }
 
 bool X11Window::isForUs(const XKeyEvent& event) const {
@@ -402,8 +401,8 @@ void X11Window::handleKey(XKeyEvent& event) {
     return;
   }
   const KeyEvent key = keys->read(event);
-  const std::weak_ptr<X11GlTarget> alive = target;
-  const bool isUsed = event.type == KeyPress ? listener.keyDown(key) : listener.keyUp(key);
+  const std::weak_ptr<void> alive = life;
+  const bool isUsed = event.type == KeyPress ? listener->keyDown(key) : listener->keyUp(key);
   if (isUsed || alive.expired() || window == None || parent == None) return;
   // One that the host sent it would get again without end; one that the input method made has no
   // place on the keyboard.
@@ -426,7 +425,7 @@ void X11Window::handleCrossing(const XCrossingEvent& event) {
   // Into what we draw to is not out; with a button down the window hears of the mouse all the same.
   const bool isInside = event.detail == NotifyInferior || event.mode == NotifyGrab;
   const bool isHeld = buttonsOf(event.state).buttons() != 0 && event.mode != NotifyUngrab;
-  if (!isInside && !isHeld && !isGrabbing) listener.mouseLeft();
+  if (!isInside && !isHeld && !isGrabbing) listener->mouseLeft();
 }
 
 void X11Window::handleFocus(const XFocusChangeEvent& event) {
@@ -437,7 +436,7 @@ void X11Window::handleFocus(const XFocusChangeEvent& event) {
   if (isPassing || isOther || has == hasFocus) return;
   hasFocus = has;
   keys->setFocus(has);
-  listener.focusChanged(has);
+  listener->focusChanged(has);
 }
 
 void X11Window::handleSize(XEvent& event) {
@@ -450,7 +449,7 @@ void X11Window::handleSize(XEvent& event) {
   if (const Window surface = target->surface; surface != None) {
     XResizeWindow(display, surface, pixels(width), pixels(height));
   }
-  listener.resized(width, height);
+  listener->resized(width, height);
 }
 
 void X11Window::handleExposure(const XExposeEvent& event) {
@@ -458,13 +457,13 @@ void X11Window::handleExposure(const XExposeEvent& event) {
   if (exposure.right == 0) exposure = part;
   exposure = {std::min(exposure.left, part.left), std::min(exposure.top, part.top),
               std::max(exposure.right, part.right), std::max(exposure.bottom, part.bottom)};
-  if (event.count == 0) listener.exposed(std::exchange(exposure, {}));
+  if (event.count == 0) listener->exposed(std::exchange(exposure, {}));
 }
 
 void X11Window::handleMessage(const XClientMessageEvent& message) {
   if (drop->handle(message)) return;
   const bool isProtocol = message.message_type == display.atom("WM_PROTOCOLS");
   if (isProtocol && static_cast<Atom>(message.data.l[0]) == display.atom("WM_DELETE_WINDOW")) {
-    listener.closeAsked();
+    listener->closeAsked();
   }
 }

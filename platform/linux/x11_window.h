@@ -50,7 +50,7 @@ class X11Window final : public NativeWindow, private X11Target {
   void handle(XEvent& event) override;
   [[nodiscard]] bool isForUs(const XKeyEvent& event) const override;
   void tellMove() override;
-  void scaleChanged() override { listener.scaleChanged(scale()); }
+  void scaleChanged() override { listener->scaleChanged(scale()); }
   void displayLost() override;
 
   void setProperties();
@@ -74,7 +74,7 @@ class X11Window final : public NativeWindow, private X11Target {
   const Window parent;  // None for one on its own
   Window window;        // None once it is gone
   const Colormap colours;
-  WindowListener& listener;
+  const X11Told listener;
   std::optional<X11Picture> picture;
   std::optional<X11Keys> keys;
   std::optional<X11Drop> drop;
@@ -89,5 +89,6 @@ class X11Window final : public NativeWindow, private X11Target {
   Window focusBefore = None;  // who had it when it was taken
   int width;
   int height;
-  DeviceRect exposure;  // all parts of it so far
+  DeviceRect exposure;                                              // all parts of it so far
+  const std::shared_ptr<void> life = std::make_shared<char>('\0');  // seen to end by a callee
 };

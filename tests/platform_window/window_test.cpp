@@ -1,5 +1,6 @@
 #include <dirent.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <clocale>
@@ -18,7 +19,8 @@
 // Last, since its macros have common names.
 #include <GL/gl.h>
 
-#include "platform/linux/x11.h"
+#include "platform/linux/x11_gl_context.h"
+#include "platform/linux/x11_pointer.h"
 
 namespace {
 
@@ -164,8 +166,9 @@ class DragSource {
 /// Draws to a window on a thread of its own until it goes.
 class Painter {
  public:
-  explicit Painter(NativeWindow& window)
-      : context(window.makeGlContext(8)), thread([this] {
+  explicit Painter(NativeWindow& window) : Painter(window.makeGlContext(8)) {}
+  explicit Painter(std::unique_ptr<GlContext> gl)
+      : context(std::move(gl)), thread([this] {
           while (!isEnding) paint();
         }) {}
   ~Painter() {
@@ -197,7 +200,7 @@ class Painter {
 /// A window of ours inside one of a host.
 class WindowTest : public Script {
  protected:
-  WindowTest() {
+  explicit WindowTest(const std::vector<std::string>& lacking = {}) : server(lacking) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     recorder.say = [this](const std::string& text) { hear(text); };
     host.reset(XOpenDisplay(nullptr));
@@ -207,6 +210,9 @@ class WindowTest : public Script {
                            CopyFromParent, InputOutput, nullptr, CWEventMask, &wishes);
     XMapWindow(host.get(), parent);
     XSetInputFocus(host.get(), parent, RevertToParent, CurrentTime);
+    // Keys that xdotool would else make and take away again, maybe before they are read.
+    std::array<KeySym, 2> accents = {XK_eacute, XK_dead_acute};
+    XChangeKeyboardMapping(host.get(), 247, 1, accents.data(), 2);
     XSync(host.get(), False);
     system = WindowSystem::connect();
     window = system->openChild(parent, 200, 150, recorder);
@@ -308,6 +314,51 @@ class WindowTest : public Script {
 
 TEST_F(WindowTest, tellsWhatUserAndProgramsDo) { run(TEST_DATA "/session.txt"); }
 
+class PoorServerTest : public WindowTest {
+ protected:
+  PoorServerTest() : WindowTest({"MIT-SHM"}) {}
+};
+
+TEST_F(PoorServerTest, showsAndPaintsByOtherWays) {
+  paint();
+  EXPECT_EQ(heard, "shown; painted");
+  const auto target = std::make_shared<X11GlTarget>();
+  const Painter painter(makeX11GlxContext(host.get(), window->handle(), target, 8));
+  EXPECT_TRUE(becomes([&] { return painter.frames > 2; }));
+  target->isGone = true;
+  EXPECT_TRUE(becomes([&] { return painter.isRefused.load(); }));
+}
+
+TEST(PointerTest, tellsNoLeapsOfItsOwn) {
+  X11PointerPlace pointer;
+  EXPECT_TRUE(pointer.moveTo({50.0, 50.0}, 1));
+  pointer.warp({10.0, 10.0}, 5);
+  EXPECT_TRUE(pointer.moveTo({53.0, 49.0}, 4));  // on its way when it leapt
+  EXPECT_EQ(pointer.place().x, 13.0);
+  EXPECT_EQ(pointer.place().y, 9.0);
+  pointer.warp({10.0, 10.0}, 6);
+  EXPECT_TRUE(pointer.moveTo({55.0, 50.0}, 6));  // queued in the server
+  EXPECT_EQ(pointer.place().x, 12.0);
+  EXPECT_FALSE(pointer.moveTo({10.0, 10.0}, 6));
+  EXPECT_TRUE(pointer.moveTo({11.0, 10.0}, 7));
+  EXPECT_EQ(pointer.place().x, 11.0);
+}
+
+TEST(WheelTest, countsPartsOfSteps) {
+  X11WheelAxes axes({{9, 2, 15.0, 100.0}, {9, 3, -10.0, 0.0}});
+  unsigned char mask = 0b1101;
+  double values[] = {7.0, 107.5, 20.0};
+  XIDeviceEvent event{};
+  event.sourceid = 9;
+  event.valuators = {1, &mask, values};
+  EXPECT_EQ(axes.stepsOf(event), -0.5F + 2.0F);
+  values[1] = 92.5;
+  EXPECT_EQ(axes.stepsOf(event), 1.0F);
+  event.sourceid = 8;
+  values[1] = 0.0;
+  EXPECT_EQ(axes.stepsOf(event), 0.0F);
+}
+
 int openFiles() {
   int count = 0;
   DIR* const folder = opendir("/proc/self/fd");
@@ -318,6 +369,7 @@ int openFiles() {
 
 TEST_F(WindowTest, opensAndClosesAnyNumberOfTimes) {
   const int before = openFiles();
+  const XIOErrorHandler ofHost = XSetIOErrorHandler(nullptr);
   for (int i = 0; i < 200; ++i) {
     Recorder other;
     auto second = system->openChild(parent, 50, 50, other);
@@ -325,10 +377,13 @@ TEST_F(WindowTest, opensAndClosesAnyNumberOfTimes) {
     if (i % 20 == 0) {
       const Painter painter(*second);
       EXPECT_TRUE(becomes([&] { return painter.frames > 2; }));
+      if (i % 40 == 0) second.reset();
+      EXPECT_TRUE(second != nullptr || becomes([&] { return painter.isRefused.load(); }));
     }
     system->pump();
   }
   EXPECT_EQ(openFiles(), before);
+  EXPECT_EQ(XSetIOErrorHandler(nullptr), ofHost);
 }
 
 TEST_F(WindowTest, outlivesItsParentAndTheDisplay) {

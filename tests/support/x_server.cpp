@@ -9,23 +9,32 @@
 #include <array>
 #include <stdexcept>
 
-// The sanitizers do not see inside the software driver, which also keeps memory of some contexts.
+// The sanitizers do not see inside the software driver. It keeps memory of some contexts and
+// refusals of requests for windows that have gone.
 extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
   return "race:swrast_dri.so\nmutex:swrast_dri.so\ndeadlock:libEGL_mesa.so\n";
 }
 extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:swrast_dri.so\n"; }
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:swrast_dri.so\nleak:libxcb.so\n";
+}
 
-XServer::XServer() {
+XServer::XServer(const std::vector<std::string>& lacking) {
   std::array<int, 2> number{};
   if (::pipe(number.data()) != 0) throw std::runtime_error("no pipe");
+  std::vector<std::string> words = {"Xvfb",      "-displayfd", std::to_string(number[1]),
+                                    "-screen",   "0",          "640x480x24",
+                                    "-nolisten", "tcp",        "-noreset"};
+  for (const std::string& name : lacking) words.insert(words.end(), {"-extension", name});
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   process = ::fork();
   if (process == 0) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const std::string told = std::to_string(number[1]);
-    ::execlp("Xvfb", "Xvfb", "-displayfd", told.c_str(), "-screen", "0", "640x480x24", "-nolisten",
-             "tcp", "-noreset", nullptr);
+    ::execvp("Xvfb", arguments.data());
     ::_exit(127);
   }
   ::close(number[1]);
