@@ -7,7 +7,6 @@
 #include "platform/paths.h"
 #include "platform/user_folders.h"
 #include "platform/whole_file.h"
-#include "toolkit/file_selector.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
 #include "toolkit/message_box.h"

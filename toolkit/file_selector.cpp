@@ -7,6 +7,7 @@
 #include "toolkit/folder_list.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
+#include "toolkit/message_box.h"
 
 namespace {
 
@@ -100,14 +101,6 @@ class ChooserVeil : public CView {
 };
 
 }  // namespace
-
-MessageBox::Contents replaceQuestion(const std::string& path) {
-  const std::string name = path.substr(path.rfind('/') + 1);
-  return {"Replace File",
-          "“" + name + "” is there already. Do you wish to replace it?",
-          {"Replace", "Cancel"},
-          1};
-}
 
 void CFileSelector::run(const VstFileSelect& select, Answer answer) {
   FileDialog dialog;

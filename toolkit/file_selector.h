@@ -8,7 +8,6 @@
 
 #include "platform/dialogs.h"
 #include "platform/file_chooser.h"
-#include "toolkit/message_box.h"
 #include "toolkit/view.h"
 
 enum VstFileCommand : std::int32_t { kVstFileLoad = 0, kVstFileSave = 1 };
@@ -47,6 +46,3 @@ class CFileSelector {
   CFrame& frame;
   bool drawn;
 };
-
-/// What is asked before a file is replaced; the first button does it.
-[[nodiscard]] MessageBox::Contents replaceQuestion(const std::string& path);

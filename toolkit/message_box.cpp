@@ -63,6 +63,14 @@ std::vector<std::string> wrapped(const std::string& text, float width, const Tex
   return lines;
 }
 
+MessageBox::Contents replaceQuestion(const std::string& path) {
+  const std::string name = path.substr(path.rfind('/') + 1);
+  return {"Replace File",
+          "“" + name + "” is there already. Do you wish to replace it?",
+          {"Replace", "Cancel"},
+          1};
+}
+
 MessageBox::MessageBox(const CRect& window, Contents shown, std::vector<std::string> textLines,
                        Answer taker)
     : ModalBox(window, kMessageWidth,

@@ -46,3 +46,6 @@ class MessageBox : public ModalBox {
 /// at its own line ends.
 [[nodiscard]] std::vector<std::string> wrapped(const std::string& text, float width,
                                                const TextStyle& style);
+
+/// What is asked before a file is replaced; the first button does it.
+[[nodiscard]] MessageBox::Contents replaceQuestion(const std::string& path);

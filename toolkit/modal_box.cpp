@@ -28,8 +28,8 @@ ModalBox::ModalBox(const CRect& window, float width, float height)
 
 ModalBox::~ModalBox() = default;
 
-void ModalBox::drawBackgroundRect(CDrawContext& context, const CRect& part) {
-  context.fillRect(part, look::kDarkened);
+void ModalBox::drawBackgroundRect(CDrawContext& context, const CRect& /*part*/) {
+  context.fillRect(size, look::kDarkened);
   ground.draw(context, boxPlace, kBoxGround);
 }
 

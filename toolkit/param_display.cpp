@@ -76,13 +76,14 @@ void CParamDisplay::drawBack(CDrawContext& context) {
 
 void CParamDisplay::drawText(CDrawContext& context, std::string_view utf8, const CRect& room) {
   if (utf8.empty()) return;
-  const std::string cut = look::cutTo(room.width(), font, utf8);
+  std::string cut;
+  if (look::widthOf(font, utf8) > room.width()) utf8 = cut = look::cutTo(room.width(), font, utf8);
   if ((style & kShadowText) != 0) {
     TextStyle shadow = font;
     shadow.colour = kBlackCColor;
-    context.drawTextCached(cut, room.movedBy(1.0F, 1.0F), shadow);
+    context.drawTextCached(utf8, room.movedBy(1.0F, 1.0F), shadow);
   }
-  context.drawTextCached(cut, room, font);
+  context.drawTextCached(utf8, room, font);
 }
 
 CTextLabel::CTextLabel(const CRect& rect, std::string text, std::int32_t bits)

@@ -71,11 +71,18 @@ void TextLine::selectWord(std::size_t place) {
   moveTo(place, true);
 }
 
+/// What an edit has brought together may be one character now.
+void TextLine::settle() {
+  if (!isEdge(line, caretAt)) caretAt = nextEdge(line, caretAt);
+  if (!isEdge(line, anchor)) anchor = nextEdge(line, anchor);
+}
+
 void TextLine::replace(std::size_t from, std::size_t to, const std::string& inserted, bool joins) {
   if (from == to && inserted.empty()) return;
   const std::size_t end = from + inserted.size();
   undone.clear();
-  if (joins && isTyping && from == to) {
+  const bool goesOn = joins && isTyping && from == to;
+  if (goesOn && from == done.back().at + done.back().inserted.size()) {
     done.back().inserted += inserted;
   } else {
     if (done.size() == kMostChanges) done.erase(done.begin());
@@ -83,6 +90,7 @@ void TextLine::replace(std::size_t from, std::size_t to, const std::string& inse
   }
   line.replace(from, to - from, inserted);
   moveTo(end, false);
+  settle();
   isTyping = joins;
 }
 
@@ -117,6 +125,7 @@ bool TextLine::undo() {
   line.replace(change.at, change.inserted.size(), change.removed);
   moveTo(change.anchorBefore, false);
   moveTo(change.caretBefore, true);
+  settle();
   undone.push_back(std::move(change));
   return true;
 }
@@ -127,6 +136,7 @@ bool TextLine::redo() {
   undone.pop_back();
   line.replace(change.at, change.removed.size(), change.inserted);
   moveTo(change.at + change.inserted.size(), false);
+  settle();
   done.push_back(std::move(change));
   return true;
 }

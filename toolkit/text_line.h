@@ -51,6 +51,7 @@ class TextLine {
 
   [[nodiscard]] std::size_t before(Unit unit) const;
   [[nodiscard]] std::size_t after(Unit unit) const;
+  void settle();
   void replace(std::size_t from, std::size_t to, const std::string& inserted, bool joins);
 
   std::string line;

@@ -41,7 +41,8 @@ std::size_t lengthAt(std::string_view utf8, std::size_t at) {
 }
 
 std::size_t startBefore(std::string_view utf8, std::size_t at) {
-  for (std::size_t back = 1; back <= 4 && back <= at; ++back) {
+  // The longest first: by itself each byte of a character looks like a stray one.
+  for (std::size_t back = std::min<std::size_t>(4, at); back > 1; --back) {
     if (lengthAt(utf8, at - back) == back) return at - back;
   }
   return at - 1;
@@ -81,25 +82,25 @@ char32_t lowered(char32_t c) {
 
 }  // namespace
 
+bool isEdge(std::string_view utf8, std::size_t at) {
+  if (at == 0 || at >= utf8.size()) return true;
+  return !isMark(codeAt(utf8, at)) && codeAt(utf8, startBefore(utf8, at)) != kJoiner;
+}
+
 std::size_t nextEdge(std::string_view utf8, std::size_t at) {
   if (at >= utf8.size()) return utf8.size();
-  at += lengthAt(utf8, at);
-  while (at < utf8.size()) {
-    const char32_t code = codeAt(utf8, at);
-    if (!isMark(code)) break;
+  do {
     at += lengthAt(utf8, at);
-    if (code == kJoiner && at < utf8.size()) at += lengthAt(utf8, at);
-  }
+  } while (!isEdge(utf8, at));
   return at;
 }
 
 std::size_t previousEdge(std::string_view utf8, std::size_t at) {
   at = std::min(at, utf8.size());
-  while (at > 0) {
+  if (at == 0) return 0;
+  do {
     at = startBefore(utf8, at);
-    const bool isJoined = at > 0 && codeAt(utf8, startBefore(utf8, at)) == kJoiner;
-    if (!isJoined && !isMark(codeAt(utf8, at))) break;
-  }
+  } while (!isEdge(utf8, at));
   return at;
 }
 

@@ -7,6 +7,7 @@
 // Places in a UTF-8 text, in bytes, as people see its characters: what stands over or under a
 // letter belongs to it. Texts need not be well formed; each stray byte counts as a character.
 
+[[nodiscard]] bool isEdge(std::string_view utf8, std::size_t at);
 /// The edges of the character after and before a place; the place itself at the ends.
 [[nodiscard]] std::size_t nextEdge(std::string_view utf8, std::size_t at);
 [[nodiscard]] std::size_t previousEdge(std::string_view utf8, std::size_t at);

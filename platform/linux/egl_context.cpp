@@ -3,7 +3,9 @@
 #include <EGL/eglext.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <span>
 
 void EglContext::end() {
   if (context != EGL_NO_CONTEXT) eglDestroyContext(display, context);
@@ -44,13 +46,24 @@ bool EglContext::choose(EGLDisplay ofDisplay, bool isOwn, EGLint surfaceType, in
                                  EGL_SAMPLES,
                                  wanted,
                                  EGL_NONE};
+    std::array<EGLConfig, 256> found{};
     EGLint count = 0;
-    if (eglChooseConfig(display, attributes, &config, 1, &count) == EGL_TRUE && count > 0) {
-      eglGetConfigAttrib(display, config, EGL_SAMPLES, &sampleCount);
+    eglChooseConfig(display, attributes, found.data(), static_cast<EGLint>(found.size()), &count);
+    for (const EGLConfig candidate : std::span(found).first(static_cast<std::size_t>(count))) {
+      // Ones with more bits come first.
+      if (attributeOf(candidate, EGL_RED_SIZE) != 8 || !accepts(candidate)) continue;
+      config = candidate;
+      sampleCount = attributeOf(config, EGL_SAMPLES);
       return true;
     }
   }
   return false;
+}
+
+EGLint EglContext::attributeOf(EGLConfig ofConfig, EGLint name) const {
+  EGLint value = 0;
+  eglGetConfigAttrib(display, ofConfig, name, &value);
+  return value;
 }
 
 bool EglContext::make(EGLSurface ofSurface) {

@@ -23,6 +23,9 @@ class EglContext : public GlContext {
   /// display, which ends with this.
   [[nodiscard]] bool choose(EGLDisplay ofDisplay, bool isOwn, EGLint surfaceType, int samples);
   [[nodiscard]] bool make(EGLSurface ofSurface);
+  /// Whether a surface can be made by it.
+  [[nodiscard]] virtual bool accepts(EGLConfig /*candidate*/) { return true; }
+  [[nodiscard]] EGLint attributeOf(EGLConfig ofConfig, EGLint name) const;
   /// Before what the surface draws to goes.
   void end();
   /// Leaves what there is, as the window system must not be asked any more.

@@ -188,14 +188,7 @@ class EglWindowContext final : public EglContext {
                 samples)) {
       return false;
     }
-    EGLint visualId = 0;
-    eglGetConfigAttrib(display, config, EGL_NATIVE_VISUAL_ID, &visualId);
-    XVisualInfo wanted{};
-    wanted.visualid = static_cast<VisualID>(visualId);
-    int count = 0;
-    XVisualInfo* const visual = XGetVisualInfo(native, VisualIDMask, &wanted, &count);
-    const bool isOpen = visual != nullptr && surface->open(parent, *visual);
-    if (visual != nullptr) XFree(visual);
+    const bool isOpen = surface->open(parent, visual);
     return isOpen &&
            make(eglCreatePlatformWindowSurface(display, config, &surface->window, nullptr));
   }
@@ -215,21 +208,40 @@ class EglWindowContext final : public EglContext {
   }
 
  private:
+  [[nodiscard]] bool accepts(EGLConfig candidate) override {
+    XVisualInfo wanted{};
+    wanted.visualid = static_cast<VisualID>(attributeOf(candidate, EGL_NATIVE_VISUAL_ID));
+    int count = 0;
+    XVisualInfo* const found = XGetVisualInfo(surface->display, VisualIDMask, &wanted, &count);
+    if (found == nullptr) return false;
+    visual = *found;
+    XFree(found);
+    return visual.depth == 24;  // others let the desktop shine through
+  }
+
   std::unique_ptr<GlSurface> surface;
+  XVisualInfo visual{};
   std::optional<X11Guard> whileCurrent;
 };
 
-}  // namespace
-
-std::unique_ptr<GlContext> makeX11GlContext(Display* display, Window parent,
-                                            std::shared_ptr<X11GlTarget> target, int samples) {
+template <typename Context>
+std::unique_ptr<GlContext> make(Display* display, Window parent,
+                                std::shared_ptr<X11GlTarget> target, int samples) {
   const X11Guard guard;
   XSync(display, False);  // the parent must be there for another connection
-  const char* const name = DisplayString(display);
-  auto glx = std::make_unique<GlxContext>(name, target);
-  if (glx->open(parent, samples)) return glx;
-  glx.reset();
-  auto egl = std::make_unique<EglWindowContext>(name, std::move(target));
-  if (egl->open(parent, samples)) return egl;
-  return nullptr;
+  auto context = std::make_unique<Context>(DisplayString(display), std::move(target));
+  if (!context->open(parent, samples)) return nullptr;
+  return context;
+}
+
+}  // namespace
+
+std::unique_ptr<GlContext> makeX11EglContext(Display* display, Window parent,
+                                             std::shared_ptr<X11GlTarget> target, int samples) {
+  return make<EglWindowContext>(display, parent, std::move(target), samples);
+}
+
+std::unique_ptr<GlContext> makeX11GlxContext(Display* display, Window parent,
+                                             std::shared_ptr<X11GlTarget> target, int samples) {
+  return make<GlxContext>(display, parent, std::move(target), samples);
 }

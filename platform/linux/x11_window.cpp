@@ -292,7 +292,9 @@ void X11Window::show(const PixelRows& image, const DeviceRect& part) {
 
 std::unique_ptr<GlContext> X11Window::makeGlContext(int samples) {
   if (!isThere()) return nullptr;
-  return makeX11GlContext(display, window, target, samples);
+  auto context = makeX11EglContext(display, window, target, samples);
+  if (context == nullptr) context = makeX11GlxContext(display, window, target, samples);
+  return context;
 }
 
 void X11Window::handle(XEvent& event) {

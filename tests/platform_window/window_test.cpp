@@ -19,6 +19,7 @@
 // Last, since its macros have common names.
 #include <GL/gl.h>
 
+#include "platform/linux/x11_gl_context.h"
 #include "platform/linux/x11_pointer.h"
 
 namespace {
@@ -165,8 +166,9 @@ class DragSource {
 /// Draws to a window on a thread of its own until it goes.
 class Painter {
  public:
-  explicit Painter(NativeWindow& window)
-      : context(window.makeGlContext(8)), thread([this] {
+  explicit Painter(NativeWindow& window) : Painter(window.makeGlContext(8)) {}
+  explicit Painter(std::unique_ptr<GlContext> gl)
+      : context(std::move(gl)), thread([this] {
           while (!isEnding) paint();
         }) {}
   ~Painter() {
@@ -314,12 +316,17 @@ TEST_F(WindowTest, tellsWhatUserAndProgramsDo) { run(TEST_DATA "/session.txt"); 
 
 class PoorServerTest : public WindowTest {
  protected:
-  PoorServerTest() : WindowTest({"GLX", "MIT-SHM"}) {}
+  PoorServerTest() : WindowTest({"MIT-SHM"}) {}
 };
 
 TEST_F(PoorServerTest, showsAndPaintsByOtherWays) {
   paint();
   EXPECT_EQ(heard, "shown; painted");
+  const auto target = std::make_shared<X11GlTarget>();
+  const Painter painter(makeX11GlxContext(host.get(), window->handle(), target, 8));
+  EXPECT_TRUE(becomes([&] { return painter.frames > 2; }));
+  target->isGone = true;
+  EXPECT_TRUE(becomes([&] { return painter.isRefused.load(); }));
 }
 
 TEST(PointerTest, tellsNoLeapsOfItsOwn) {
