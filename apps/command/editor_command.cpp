@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <clocale>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -143,6 +144,7 @@ int GuiCommand::run() const {
   applyState(plug, wanted);
   plug.resume();
   requireUpdate(plug);
+  std::setlocale(LC_CTYPE, "");  // for the input method: no dead keys without it
   if (!editor->openTop("Corvanthelis")) throw Failure("the display", "cannot be opened");
   catchStopRequests();
   while (editor->isOpen() && !stopRequested()) {
