@@ -11,6 +11,7 @@
 #include "editor/controls/tiles.h"
 #include "editor/layout/attributes.h"
 #include "editor/layout/tag_table.h"
+#include "editor/stock_elements.h"
 #include "toolkit/frame.h"
 
 namespace {
@@ -192,8 +193,8 @@ void PlainElement::draw(CDrawContext& /*context*/) { setDirty(false); }
 
 bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 
-std::optional<CView*> ElementFactory::createStockView(const LayoutElement& /*element*/) {
-  return std::nullopt;
+std::optional<CView*> ElementFactory::createStockView(const LayoutElement& element) {
+  return makeStockElement(element, listener);
 }
 
 CView* ElementFactory::createCustomView(const LayoutElement& element) {

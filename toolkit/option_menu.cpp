@@ -8,9 +8,8 @@
 #include "toolkit/look.h"
 #include "toolkit/popup_menu.h"
 
-COptionMenu::COptionMenu(const CRect& rect, CControlListener* who, std::int32_t number,
-                         std::int32_t bits)
-    : CParamDisplay(rect, who, number, bits) {
+COptionMenu::COptionMenu(const ControlSetup& setup, std::int32_t bits)
+    : CParamDisplay(setup, bits) {
   setMax(0.0F);
 }
 

@@ -33,8 +33,7 @@ enum COptionMenuStyle : std::int32_t {
 /// Threads: as `CControl`; nothing here waits.
 class COptionMenu : public CParamDisplay {
  public:
-  COptionMenu(const CRect& size, CControlListener* who, std::int32_t number,
-              std::int32_t style = 0);
+  explicit COptionMenu(const ControlSetup& setup, std::int32_t style = 0);
 
   /// A title that begins with `-` makes a separator. Below 0: at the end. Null for an index beyond
   /// it. Valid until entries are added or removed.

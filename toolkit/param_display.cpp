@@ -6,11 +6,8 @@
 
 #include "toolkit/look.h"
 
-CParamDisplay::CParamDisplay(const CRect& rect, CControlListener* who, std::int32_t number,
-                             std::int32_t bits)
-    : CControl({rect, who, number}),
-      font(look::bold(look::kTextSize, look::kValue, kCenterText)),
-      style(bits) {}
+CParamDisplay::CParamDisplay(const ControlSetup& setup, std::int32_t bits)
+    : CControl(setup), font(look::bold(look::kTextSize, look::kValue, kCenterText)), style(bits) {}
 
 void CParamDisplay::setStringConvert(StringConvert wanted) {
   convert = std::move(wanted);
@@ -86,8 +83,8 @@ void CParamDisplay::drawText(CDrawContext& context, std::string_view utf8, const
   context.drawTextCached(utf8, room, font);
 }
 
-CTextLabel::CTextLabel(const CRect& rect, std::string text, std::int32_t bits)
-    : CParamDisplay(rect, nullptr, -1, bits), label(std::move(text)) {}
+CTextLabel::CTextLabel(const ControlSetup& setup, std::string text, std::int32_t bits)
+    : CParamDisplay(setup, bits), label(std::move(text)) {}
 
 void CTextLabel::setText(std::string utf8) {
   if (label == utf8) return;

@@ -24,8 +24,7 @@ class CParamDisplay : public CControl {
   /// Gives the text of a value.
   using StringConvert = std::function<std::string(float plain)>;
 
-  explicit CParamDisplay(const CRect& size, CControlListener* listener = nullptr,
-                         std::int32_t tag = -1, std::int32_t style = 0);
+  explicit CParamDisplay(const ControlSetup& setup, std::int32_t style = 0);
 
   void setStringConvert(StringConvert convert);
   /// Null goes back to the pixel letters.
@@ -58,7 +57,7 @@ class CParamDisplay : public CControl {
 /// A fixed text.
 class CTextLabel : public CParamDisplay {
  public:
-  explicit CTextLabel(const CRect& size, std::string text = {}, std::int32_t style = 0);
+  explicit CTextLabel(const ControlSetup& setup, std::string text = {}, std::int32_t style = 0);
 
   void setText(std::string utf8);
   [[nodiscard]] const std::string& getText() const noexcept { return label; }

@@ -5,9 +5,8 @@
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
 
-CTextEdit::CTextEdit(const CRect& rect, CControlListener* who, std::int32_t number,
-                     std::string text, std::int32_t bits)
-    : CParamDisplay(rect, who, number, bits), written(std::move(text)) {}
+CTextEdit::CTextEdit(const ControlSetup& setup, std::string text, std::int32_t bits)
+    : CParamDisplay(setup, bits), written(std::move(text)) {}
 
 CTextEdit::~CTextEdit() = default;
 

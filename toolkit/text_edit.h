@@ -16,8 +16,7 @@ enum CTextEditStyle : std::int32_t {
 /// `CControl`.
 class CTextEdit : public CParamDisplay {
  public:
-  CTextEdit(const CRect& size, CControlListener* listener, std::int32_t tag, std::string text = {},
-            std::int32_t style = 0);
+  explicit CTextEdit(const ControlSetup& setup, std::string text = {}, std::int32_t style = 0);
 
   void setText(std::string utf8);
   [[nodiscard]] const std::string& getText() const noexcept { return written; }

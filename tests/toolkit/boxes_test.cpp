@@ -108,7 +108,7 @@ class BoxScript : public Script {
     };
     commands["menu"] = [this] {
       const std::int32_t style = row[2].empty() ? 0 : number(2) << 16;
-      menu = new COptionMenu(kPlace, &editor, 7, style);
+      menu = new COptionMenu({kPlace, &editor, 7}, style);
       fill(*menu, row[1]);
       editor.frame->addView(menu);
       if (!row[3].empty()) menu->setValue(std::stof(row[3]));
@@ -123,7 +123,7 @@ class BoxScript : public Script {
     };
     commands["edit"] = [this] {
       const std::int32_t style = row[2].empty() ? 0 : kDoubleClickStyle;
-      auto* const edit = new CTextEdit(kPlace, &editor, 9, row[1], style);
+      auto* const edit = new CTextEdit({kPlace, &editor, 9}, row[1], style);
       edit->setHoriAlign(kLeftText);
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
       editor.frame->addView(edit);
@@ -146,7 +146,7 @@ class BoxScript : public Script {
         item->isChecked = part[0] == '*';
         continue;
       }
-      auto* const submenu = new COptionMenu({}, nullptr, -1);
+      auto* const submenu = new COptionMenu(ControlSetup{});
       std::string inner = part.substr(sub + 1);
       std::ranges::replace(inner, '/', ',');
       fill(*submenu, inner);
@@ -396,7 +396,7 @@ TEST(PopupMenus, StandInTheWindowAndAnswerOnceWhateverIsDone) {
 
 TEST(TextFields, TakeWhatIsLongInNoTimeAtAll) {
   NotedEditor editor;
-  auto* const edit = new CTextEdit(kPlace, &editor, 1);
+  auto* const edit = new CTextEdit({kPlace, &editor, 1});
   edit->setMaxLength(1U << 20U);
   editor.frame->addView(edit);
   edit->openField();
