@@ -1,6 +1,7 @@
 #include "toolkit/film_strip.h"
 
 #include <algorithm>
+#include <cmath>
 
 float FilmStrip::frameHeight(const CBitmap& bitmap) const {
   if (heightOfOneImage > 0.0F) return heightOfOneImage;
@@ -9,7 +10,7 @@ float FilmStrip::frameHeight(const CBitmap& bitmap) const {
 
 int FilmStrip::frameAt(float place) const {
   const float last = static_cast<float>(frames - 1);
-  return static_cast<int>(std::clamp(place, 0.0F, 1.0F) * last + 0.5F);
+  return static_cast<int>(std::lround(std::clamp(place, 0.0F, 1.0F) * last));
 }
 
 void FilmStrip::draw(CDrawContext& context, const CBitmap* bitmap, const CRect& rect,

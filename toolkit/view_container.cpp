@@ -1,7 +1,6 @@
 #include "toolkit/view_container.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "toolkit/frame.h"
@@ -147,10 +146,10 @@ bool CViewContainer::onWheel(CPoint where, float steps, CButtonState buttons) {
 
 CView* CViewContainer::viewAt(CPoint where, CButtonState buttons) const {
   const CPoint inside = toChild(where);
-  for (const Held<CView>& child : children | std::views::reverse) {
-    if (!meets(*child, inside, buttons)) continue;
-    const auto* const container = dynamic_cast<const CViewContainer*>(child.get());
-    if (container == nullptr) return child.get();
+  for (auto child = children.rbegin(); child != children.rend(); ++child) {
+    if (!meets(**child, inside, buttons)) continue;
+    const auto* const container = dynamic_cast<const CViewContainer*>(child->get());
+    if (container == nullptr) return child->get();
     if (CView* const inner = container->viewAt(inside, buttons)) return inner;
   }
   return nullptr;

@@ -1,6 +1,7 @@
 #include "toolkit/vu_meter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "toolkit/frame.h"
@@ -21,7 +22,7 @@ void CVuMeter::setValue(float plain) {
 
 void CVuMeter::draw(CDrawContext& context) {
   const auto count = static_cast<float>(lamps);
-  const float share = static_cast<float>(static_cast<int>(level * count + 0.5F)) / count;
+  const float share = std::round(level * count) / count;
   if (unlit) context.drawBitmap(*unlit, size);
   if (lit && share > 0.0F) {
     CRect part = size;

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint64_t kFrameMs = 16;
+constexpr std::int64_t kFrameMs = 16;
 
 }  // namespace
 
@@ -65,12 +65,12 @@ void OpenGLView::removed() {
 
 void OpenGLView::run() noexcept {
   while (!stopRequested.load(std::memory_order_relaxed)) {
-    const std::uint64_t start = monotonicMilliseconds();
+    const std::int64_t start = monotonicMilliseconds();
     try {
       drawOnce();
     } catch (const std::exception&) {  // no memory: the next frame may have it
     }
-    const std::uint64_t elapsed = monotonicMilliseconds() - start;
+    const std::int64_t elapsed = monotonicMilliseconds() - start;
     if (elapsed < kFrameMs) {
       std::this_thread::sleep_for(std::chrono::milliseconds(kFrameMs - elapsed));
     }
