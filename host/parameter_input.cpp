@@ -133,9 +133,9 @@ void ParameterInput::makeUpForAudio() {
 void ParameterInput::applyProgram(std::int32_t program) {
   if (!values.isProgram(program)) return;
   const HostLink::StateScope scope(host);
-  const LoadScope load(isLoading);
-  values.selectProgram(program);
   {
+    const LoadScope load(isLoading);  // not while the host, which may answer at once, is told
+    values.selectProgram(program);
     const UpdateHold hold(engine);
     for (std::int32_t i = 0; i < values.count(); ++i) {
       if (i == values.bankSelector() && !load.wasLoading) continue;
