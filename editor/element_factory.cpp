@@ -9,7 +9,7 @@
 #include "editor/controls/pages.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tiles.h"
-#include "editor/layout/attributes.h"
+#include "editor/element_row.h"
 #include "editor/layout/tag_table.h"
 #include "editor/stock_elements.h"
 #include "toolkit/frame.h"
@@ -28,67 +28,52 @@ constexpr std::uint8_t kBypassAlpha = 0x48;
 
 using Element = LayoutElement;
 
-std::string text(const Element& element, std::string_view name) {
-  const char* const found = getAttribute(element.attributes, name);
-  return found != nullptr ? found : "";
-}
-
-int number(const Element& element, std::string_view name) {
-  return getAttributeInt(element.attributes, name);
-}
-
-Held<CBitmap> bitmap(const Element& element, std::string_view name = "background") {
-  return CBitmap::load(number(element, name));
-}
-
 TextStyle bold(float size, std::uint32_t colour, CHoriTxtAlign align = kLeftText) {
   return {Face::find("DSP-Bold"), size, CColor::rgb(colour), align};
 }
 
-using Maker = CView* (*)(const Element& element, const ControlSetup& setup);
-
 template <typename Page>
 CView* makePage(const Element& element, const ControlSetup& setup) {
-  auto* const page = new Page(setup.size, setup.tag, number(element, "pagenumber"));
-  page->setBackground(bitmap(element));
+  auto* const page = new Page(setup.size, setup.tag, elementNumber(element, "pagenumber"));
+  page->setBackground(elementBitmap(element));
   return page;
 }
 
 template <std::uint32_t kFill, std::uint32_t kBorder>
 CView* makeFrame(const Element& element, const ControlSetup& setup) {
-  return new roundEdgedFrame(setup.size, setup.tag, 0, number(element, "flags"),
+  return new roundEdgedFrame(setup.size, setup.tag, 0, elementNumber(element, "flags"),
                              CColor::rgb(kBorder), CColor::rgb(kFill));
 }
 
 template <std::uint32_t kColour, CHoriTxtAlign kAlign, int kSize = 12>
 CView* makeLabel(const Element& element, const ControlSetup& setup) {
-  return new CStaticTextLabel(setup, text(element, "text"),
+  return new CStaticTextLabel(setup, elementText(element, "text"),
                               bold(static_cast<float>(kSize), kColour, kAlign));
 }
 
 CView* makeTitle(const Element& element, const ControlSetup& setup) {
   constexpr std::string_view kFirst = "CORVA";
-  std::string rest = text(element, "text");
+  std::string rest = elementText(element, "text");
   if (rest.starts_with(kFirst)) rest.erase(0, kFirst.size());
   return new CTitleLabel(setup, std::string(kFirst), std::move(rest), bold(9.0F, kText),
                          CColor::rgb(kValue));
 }
 
 CView* makeTextDisplay(const Element& element, const ControlSetup& setup) {
-  return new nTextDisplay(setup, text(element, "text"), bold(12.0F, 0xffffff));
+  return new nTextDisplay(setup, elementText(element, "text"), bold(12.0F, 0xffffff));
 }
 
 CView* makeAboutText(const Element& element, const ControlSetup& setup) {
-  return new nTextDisplay(setup, "Corvanthelis 1.03\\" + text(element, "text"),
+  return new nTextDisplay(setup, "Corvanthelis 1.03\\" + elementText(element, "text"),
                           bold(12.0F, 0xffffff));
 }
 
 CView* makeTiled(const Element& element, const ControlSetup& setup) {
-  return new nTiled(setup, bitmap(element), {}, number(element, "clickthru") != 0);
+  return new nTiled(setup, elementBitmap(element), {}, elementNumber(element, "clickthru") != 0);
 }
 
 CView* makeTiledStatic(const Element& element, const ControlSetup& setup) {
-  return new tiledStatic(setup, bitmap(element));
+  return new tiledStatic(setup, elementBitmap(element));
 }
 
 CView* makeDarken(const Element& /*element*/, const ControlSetup& setup) {
@@ -100,15 +85,7 @@ CView* makeBypassOverlay(const Element& /*element*/, const ControlSetup& setup) 
                             bold(30.0F, 0xffffff, kCenterText));
 }
 
-/// An element that layouts may name: its class, and what makes it; null stands for itself.
-struct Row {
-  std::string_view element;
-  std::string_view className;
-  Maker make = nullptr;
-  std::int32_t ownTag = -1;  // whatever tag the layout gives it
-};
-
-constexpr Row kRows[] = {
+constexpr ElementRow kOwnRows[] = {
     {"ControlBlock", "ControlBlock"},
     {"SControlBlock", "ScalableLFControlBlock"},
     {"ControlText", "ControlBlock"},
@@ -184,6 +161,11 @@ constexpr Row kRows[] = {
     {"UIPreferences", "UIPreferences", nullptr, kGUIUIPrefsChange},
 };
 
+const ElementRow* rowOf(std::span<const ElementRow> rows, const LayoutElement& element) {
+  const auto row = std::ranges::find(rows, std::string_view(element.name), &ElementRow::element);
+  return row == rows.end() ? nullptr : &*row;
+}
+
 }  // namespace
 
 PlainElement::PlainElement(const ControlSetup& setup, std::string name)
@@ -194,12 +176,14 @@ void PlainElement::draw(CDrawContext& /*context*/) { setDirty(false); }
 bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 
 std::optional<CView*> ElementFactory::createStockView(const LayoutElement& element) {
-  return makeStockElement(element, listener);
+  const ElementRow* const row = rowOf(stockElements(), element);
+  if (row == nullptr) return std::nullopt;
+  return row->make(element, {element.rect, &listener, element.tag});
 }
 
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
-  const auto* const row = std::ranges::find(kRows, std::string_view(element.name), &Row::element);
-  if (row == std::end(kRows)) return nullptr;
+  const ElementRow* const row = rowOf(kOwnRows, element);
+  if (row == nullptr) return nullptr;
   const ControlSetup setup{element.rect, &listener, row->ownTag >= 0 ? row->ownTag : element.tag};
   if (row->make != nullptr) return row->make(element, setup);
   return new PlainElement(setup, std::string(row->className));
@@ -213,7 +197,7 @@ CViewContainer* ElementFactory::asContainer(CView& view) {
 
 std::vector<std::string> ElementFactory::plainElements() {
   std::vector<std::string> names;
-  for (const Row& row : kRows) {
+  for (const ElementRow& row : kOwnRows) {
     if (row.make == nullptr) names.emplace_back(row.element);
   }
   return names;

@@ -22,164 +22,142 @@ using Element = LayoutElement;
 
 constexpr float kVuDecrease = 0.1F;
 
-int number(const Element& element, std::string_view name) {
-  return getAttributeInt(element.attributes, name);
-}
-
-std::string text(const Element& element, std::string_view name) {
-  const char* const found = getAttribute(element.attributes, name);
-  return found != nullptr ? found : "";
-}
-
-Held<CBitmap> bitmap(const Element& element, std::string_view name = "background") {
-  return CBitmap::load(number(element, name));
-}
-
 float imageHeight(const Element& element) {
-  return static_cast<float>(number(element, "heightofoneimage"));
+  return static_cast<float>(elementNumber(element, "heightofoneimage"));
 }
 
 FilmStrip strip(const Element& element, const char* count) {
-  return {std::max(number(element, count), 1), imageHeight(element)};
+  return {std::max(elementNumber(element, count), 1), imageHeight(element)};
 }
-
-using Maker = CView* (*)(const Element& element, const ControlSetup& setup);
 
 CView* makeNone(const Element& /*element*/, const ControlSetup& /*setup*/) { return nullptr; }
 
 CView* makeContainer(const Element& element, const ControlSetup& setup) {
   auto* const container = new CGViewContainer(setup.size);
   container->setHidden(getAttributeBool(element.attributes, "hide"));
-  container->setBackground(bitmap(element));
+  container->setBackground(elementBitmap(element));
   return container;
 }
 
 template <typename Button>
 CView* makeButton(const Element& element, const ControlSetup& setup) {
-  return new Button(setup, bitmap(element), imageHeight(element));
+  return new Button(setup, elementBitmap(element), imageHeight(element));
 }
 
 CView* makeDisplay(const Element& element, const ControlSetup& setup) {
-  auto* const display = new CParamDisplay(setup, number(element, "style"));
-  display->setBackground(bitmap(element));
+  auto* const display = new CParamDisplay(setup, elementNumber(element, "style"));
+  display->setBackground(elementBitmap(element));
   return display;
 }
 
 template <typename Label>
 CView* makeText(const Element& element, const ControlSetup& setup) {
-  auto* const label = new Label(setup, text(element, "txt"), number(element, "style"));
-  label->setBackground(bitmap(element));
+  auto* const label =
+      new Label(setup, elementText(element, "txt"), elementNumber(element, "style"));
+  label->setBackground(elementBitmap(element));
   return label;
 }
 
 CView* makeMenu(const Element& element, const ControlSetup& setup) {
-  auto* const menu = new COptionMenu(setup, number(element, "style"));
-  menu->setBackground(bitmap(element));
+  auto* const menu = new COptionMenu(setup, elementNumber(element, "style"));
+  menu->setBackground(elementBitmap(element));
   return menu;
 }
 
 CView* makeKnob(const Element& element, const ControlSetup& setup) {
-  return new CKnob(setup, bitmap(element, "handle"), bitmap(element));
+  return new CKnob(setup, elementBitmap(element, "handle"), elementBitmap(element));
 }
 
 CView* makeAnimKnob(const Element& element, const ControlSetup& setup) {
-  return new CAnimKnob(setup, bitmap(element), strip(element, "subpixmaps"));
+  return new CAnimKnob(setup, elementBitmap(element), strip(element, "subpixmaps"));
 }
 
 template <typename Switch>
 CView* makeSwitch(const Element& element, const ControlSetup& setup) {
-  return new Switch(setup, bitmap(element), strip(element, "subpixmaps"),
-                    number(element, "maxpositions"));
+  return new Switch(setup, elementBitmap(element), strip(element, "subpixmaps"),
+                    elementNumber(element, "maxpositions"));
 }
 
 CView* makeRocker(const Element& element, const ControlSetup& setup) {
-  const bool isVertical = number(element, "style") != 0;
+  const bool isVertical = elementNumber(element, "style") != 0;
   return new CRockerSwitch(
-      setup, bitmap(element), imageHeight(element),
+      setup, elementBitmap(element), imageHeight(element),
       isVertical ? CRockerSwitch::Style::kVertical : CRockerSwitch::Style::kHorizontal);
 }
 
 template <typename Picture>
 CView* makePicture(const Element& element, const ControlSetup& setup) {
-  return new Picture(setup, bitmap(element), strip(element, "subpixmaps"));
+  return new Picture(setup, elementBitmap(element), strip(element, "subpixmaps"));
 }
 
 template <CSlider::Style kStyle>
 CView* makeSlider(const Element& element, const ControlSetup& setup) {
   const bool isVertical = kStyle == CSlider::Style::kVertical;
-  float first = static_cast<float>(number(element, "minpos"));
-  float last = static_cast<float>(number(element, "maxpos"));
+  float first = static_cast<float>(elementNumber(element, "minpos"));
+  float last = static_cast<float>(elementNumber(element, "maxpos"));
   if (last <= first) {  // none told: the whole view
     first = isVertical ? setup.size.top : setup.size.left;
     last = isVertical ? setup.size.bottom : setup.size.right;
   }
-  return new CSlider(setup, kStyle, first, last, bitmap(element, "handle"), bitmap(element));
+  return new CSlider(setup, kStyle, first, last, elementBitmap(element, "handle"),
+                     elementBitmap(element));
 }
 
 CView* makeSplash(const Element& element, const ControlSetup& setup) {
-  return new CSplashScreen(
-      setup, bitmap(element),
-      {static_cast<float>(number(element, "dleft")), static_cast<float>(number(element, "dtop")),
-       static_cast<float>(number(element, "dright")),
-       static_cast<float>(number(element, "dbottom"))});
+  return new CSplashScreen(setup, elementBitmap(element),
+                           {static_cast<float>(elementNumber(element, "dleft")),
+                            static_cast<float>(elementNumber(element, "dtop")),
+                            static_cast<float>(elementNumber(element, "dright")),
+                            static_cast<float>(elementNumber(element, "dbottom"))});
 }
 
 CView* makeVu(const Element& element, const ControlSetup& setup) {
-  const bool isVertical = number(element, "style") != 0;
-  auto* const meter =
-      new CVuMeter(setup, isVertical ? CVuMeter::Style::kVertical : CVuMeter::Style::kHorizontal,
-                   number(element, "nbled"), bitmap(element, "on"), bitmap(element, "off"));
+  const bool isVertical = elementNumber(element, "style") != 0;
+  auto* const meter = new CVuMeter(
+      setup, isVertical ? CVuMeter::Style::kVertical : CVuMeter::Style::kHorizontal,
+      elementNumber(element, "nbled"), elementBitmap(element, "on"), elementBitmap(element, "off"));
   meter->setDecreaseStepValue(kVuDecrease);
   return meter;
 }
 
-struct Row {
-  std::string_view name;
-  Maker make;
-};
-
 constexpr auto kHorizontal = CSlider::Style::kHorizontal;
 constexpr auto kVertical = CSlider::Style::kVertical;
 
-constexpr Row kRows[] = {
-    {"CViewContainer", &makeNone},
-    {"CGViewContainer", &makeContainer},
-    {"COnOffButton", &makeButton<COnOffButton>},
-    {"CParamDisplay", &makeDisplay},
-    {"CTextLabel", &makeText<CTextLabel>},
-    {"CTextEdit", &makeText<CTextEdit>},
-    {"COptionMenu", &makeMenu},
-    {"CKnob", &makeKnob},
-    {"CAnimKnob", &makeAnimKnob},
-    {"CAnimKnob2", &makeAnimKnob},
-    {"CVerticalSwitch", &makeSwitch<CVerticalSwitch>},
-    {"CHorizontalSwitch", &makeSwitch<CHorizontalSwitch>},
-    {"CVerticalSwitch2", &makeSwitch<CVerticalSwitch>},
-    {"CHorizontalSwitch2", &makeSwitch<CHorizontalSwitch>},
-    {"CRockerSwitch", &makeRocker},
-    {"CRockerSwitch2", &makeRocker},
-    {"CMovieBitmap", &makePicture<CMovieBitmap>},
-    {"CMovieBitmap2", &makePicture<CMovieBitmap>},
-    {"CMovieButton", &makeButton<CMovieButton>},
-    {"CMovieButton2", &makeButton<CMovieButton>},
-    {"CAutoAnimation", &makePicture<CAutoAnimation>},
-    {"CAutoAnimation2", &makePicture<CAutoAnimation>},
-    {"CSlider", &makeSlider<kHorizontal>},
-    {"CVerticalSlider", &makeSlider<kVertical>},
-    {"CHorizontalSlider", &makeSlider<kHorizontal>},
-    {"CSlider2", &makeSlider<kHorizontal>},
-    {"CVerticalSlider2", &makeSlider<kVertical>},
-    {"CHorizontalSlider2", &makeSlider<kHorizontal>},
-    {"CKickButton", &makeButton<CKickButton>},
-    {"CKickButton2", &makeButton<CKickButton>},
-    {"CSplashScreen", &makeSplash},
-    {"CVuMeter", &makeVu},
+constexpr ElementRow kStockRows[] = {
+    {"CViewContainer", "CViewContainer", &makeNone},
+    {"CGViewContainer", "CGViewContainer", &makeContainer},
+    {"COnOffButton", "COnOffButton", &makeButton<COnOffButton>},
+    {"CParamDisplay", "CParamDisplay", &makeDisplay},
+    {"CTextLabel", "CTextLabel", &makeText<CTextLabel>},
+    {"CTextEdit", "CTextEdit", &makeText<CTextEdit>},
+    {"COptionMenu", "COptionMenu", &makeMenu},
+    {"CKnob", "CKnob", &makeKnob},
+    {"CAnimKnob", "CAnimKnob", &makeAnimKnob},
+    {"CAnimKnob2", "CAnimKnob2", &makeAnimKnob},
+    {"CVerticalSwitch", "CVerticalSwitch", &makeSwitch<CVerticalSwitch>},
+    {"CHorizontalSwitch", "CHorizontalSwitch", &makeSwitch<CHorizontalSwitch>},
+    {"CVerticalSwitch2", "CVerticalSwitch2", &makeSwitch<CVerticalSwitch>},
+    {"CHorizontalSwitch2", "CHorizontalSwitch2", &makeSwitch<CHorizontalSwitch>},
+    {"CRockerSwitch", "CRockerSwitch", &makeRocker},
+    {"CRockerSwitch2", "CRockerSwitch2", &makeRocker},
+    {"CMovieBitmap", "CMovieBitmap", &makePicture<CMovieBitmap>},
+    {"CMovieBitmap2", "CMovieBitmap2", &makePicture<CMovieBitmap>},
+    {"CMovieButton", "CMovieButton", &makeButton<CMovieButton>},
+    {"CMovieButton2", "CMovieButton2", &makeButton<CMovieButton>},
+    {"CAutoAnimation", "CAutoAnimation", &makePicture<CAutoAnimation>},
+    {"CAutoAnimation2", "CAutoAnimation2", &makePicture<CAutoAnimation>},
+    {"CSlider", "CSlider", &makeSlider<kHorizontal>},
+    {"CVerticalSlider", "CVerticalSlider", &makeSlider<kVertical>},
+    {"CHorizontalSlider", "CHorizontalSlider", &makeSlider<kHorizontal>},
+    {"CSlider2", "CSlider2", &makeSlider<kHorizontal>},
+    {"CVerticalSlider2", "CVerticalSlider2", &makeSlider<kVertical>},
+    {"CHorizontalSlider2", "CHorizontalSlider2", &makeSlider<kHorizontal>},
+    {"CKickButton", "CKickButton", &makeButton<CKickButton>},
+    {"CKickButton2", "CKickButton2", &makeButton<CKickButton>},
+    {"CSplashScreen", "CSplashScreen", &makeSplash},
+    {"CVuMeter", "CVuMeter", &makeVu},
 };
 
 }  // namespace
 
-std::optional<CView*> makeStockElement(const LayoutElement& element, CControlListener& listener) {
-  const auto* const row = std::ranges::find(kRows, std::string_view(element.name), &Row::name);
-  if (row == std::end(kRows)) return std::nullopt;
-  return row->make(element, {element.rect, &listener, element.tag});
-}
+std::span<const ElementRow> stockElements() { return kStockRows; }

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <optional>
+#include <span>
 
-#include "editor/layout/walker.h"
-#include "toolkit/control.h"
+#include "editor/element_row.h"
 
-/// Makes the view of an element that every layout knows. Null for one that makes none; nothing for
-/// a name that is none of them. Threads: as `CView`.
-[[nodiscard]] std::optional<CView*> makeStockElement(const LayoutElement& element,
-                                                     CControlListener& listener);
+/// The elements that every layout knows, as the toolkit has them; their makers may give null for an
+/// element that makes no view. Threads: as `CView`.
+[[nodiscard]] std::span<const ElementRow> stockElements();
