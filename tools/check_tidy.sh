@@ -8,12 +8,17 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build="$(realpath "${1:-build/release}")"
 secondsForChange=150
 
+# The commands without the precompiled headers, which are those of another compiler; prints the files.
 compiledFiles() {
   python3 -c '
-import json, os, sys
-files = {os.path.relpath(entry["file"]) for entry in json.load(open(sys.argv[1]))}
+import json, os, re, sys
+entries = json.load(open(sys.argv[1]))
+for entry in entries:
+    entry["command"] = re.sub(r"-Winvalid-pch|-include \S*cmake_pch\.hxx", "", entry["command"])
+json.dump(entries, open(sys.argv[2], "w"))
+files = {os.path.relpath(entry["file"]) for entry in entries}
 print("\n".join(sorted(f for f in files if not f.startswith((".", "build")))))
-' "$build/compile_commands.json"
+' "$build/compile_commands.json" "$COMMANDS/compile_commands.json"
 }
 
 changedFiles() {
@@ -56,14 +61,15 @@ wanted() {
 }
 
 LEFT_OUT="$(mktemp)"
-trap 'rm -f "$LEFT_OUT"' EXIT
+COMMANDS="$(mktemp -d)"
+trap 'rm -rf "$LEFT_OUT" "$COMMANDS"' EXIT
 SECONDS_LIMIT=0
 if [[ "${CORVANTHELIS_CHECK:-}" != all ]]; then SECONDS_LIMIT=$((EPOCHSECONDS + secondsForChange)); fi
 export LEFT_OUT SECONDS_LIMIT
 
 mapfile -t units < <(wanted)
 if ((${#units[@]} > 0)); then
-  printf '%s\n' "${units[@]}" | xargs -d '\n' -n 1 -P "$(nproc)" bash -c 'tidy "$@"' tidy "$build"
+  printf '%s\n' "${units[@]}" | xargs -d '\n' -n 1 -P "$(nproc)" bash -c 'tidy "$@"' tidy "$COMMANDS"
 fi
 if [[ -s "$LEFT_OUT" ]]; then
   echo "note: ran into its limit of $secondsForChange s with $(wc -l <"$LEFT_OUT") of ${#units[@]}" \
