@@ -26,6 +26,7 @@ void CKickButton::show(float plain) {
 
 CMouseEventResult CKickButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   show(vmax);
   return kMouseEventHandled;
@@ -40,9 +41,10 @@ CMouseEventResult CKickButton::onMouseMoved(CPoint where, CButtonState buttons) 
 CMouseEventResult CKickButton::onMouseUp(CPoint where, CButtonState /*buttons*/) {
   show(hitTest(where) ? vmax : vmin);
   if (isOn()) {
+    const CFrame* const shownIn = getFrame();
     valueChanged();
     show(vmin);
-    valueChanged();
+    if (getFrame() == shownIn) valueChanged();  // nobody hears once it has been taken away
   }
   endEdit();
   return kMouseEventHandled;
@@ -55,6 +57,7 @@ void CKickButton::onMouseCancel() {
 
 CMouseEventResult CMovieButton::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   before = value;
   return onMouseMoved(where, buttons);
@@ -82,6 +85,7 @@ void CMovieButton::onMouseCancel() {
 
 CMouseEventResult COnOffButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   changeValue(isOn() ? vmin : vmax);
   endEdit();

@@ -145,6 +145,8 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
 
   [[nodiscard]] CPoint fromDevice(DevicePoint where) const noexcept;
   [[nodiscard]] bool openWith(std::unique_ptr<NativeWindow> made);
+  /// A second button that goes down or up while the press of a first one lasts.
+  [[nodiscard]] bool isFurther(CButton button, CButtonState buttons) const noexcept;
   void findHovered(CButtonState buttons);
   void resizeWindow();
   void endText();
@@ -167,7 +169,9 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   std::vector<Held<CView>> idleViews;
   CPoint mouse;
   CButtonState mouseButtons;
+  CButtonState pressedBy;  // the button whose press lasts
   Cursor cursor = Cursor::kArrow;
   std::atomic<bool> changed{true};
   CRect damage;
+  std::vector<CRect> dirtyPlaces;  // kept from call to call, so that none allocates
 };
