@@ -307,6 +307,7 @@ bool TextField::command(const KeyEvent& key) {
   switch (key.character) {
     case 'a':
       line.selectAll();
+      offerSelection();
       return true;
     case 'c':
       copy(false);

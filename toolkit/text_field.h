@@ -47,6 +47,10 @@ class TextField : public CView {
   void onMouseEntered(CPoint where, CButtonState buttons) override;
   void onMouseExited() override;
   void onMouseCancel() override;
+  /// Nothing for what lies under the text.
+  bool onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) override {
+    return true;
+  }
   /// Also text that an input method has made. True for every key that writes or edits, and for
   /// those that end the entry.
   bool onKeyDown(const KeyEvent& key) override;
