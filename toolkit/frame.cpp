@@ -188,6 +188,9 @@ void CFrame::putClipboard(Clipboard which, std::string text) {
 
 void CFrame::askClipboard(Clipboard which, CView& asker,
                           std::function<void(std::string_view)> take) {
+  // An answer tells not which one it is of.
+  if (takeClipboard && which != askedClipboard) return;
+  askedClipboard = which;
   clipboardAsker = Held<CView>(&asker);
   takeClipboard = std::move(take);
   if (native != nullptr) {
@@ -201,14 +204,14 @@ bool CFrame::onKeyDown(const KeyEvent& key) {
   const std::lock_guard guard(lock);
   if (const Held<CView> modal(getModalView()); modal) return modal->onKeyDown(key);
   const Held<CView> focused = focusView;
-  return focused && focused->onKeyDown(key);
+  return focused && focused->isShown() && focused->onKeyDown(key);
 }
 
 bool CFrame::onKeyUp(const KeyEvent& key) {
   const std::lock_guard guard(lock);
   if (const Held<CView> modal(getModalView()); modal) return modal->onKeyUp(key);
   const Held<CView> focused = focusView;
-  return focused && focused->onKeyUp(key);
+  return focused && focused->isShown() && focused->onKeyUp(key);
 }
 
 void CFrame::invalidFrameRect(const CRect& part) {
@@ -381,7 +384,6 @@ void CFrame::focusChanged(bool has) {
 }
 
 void CFrame::resized(int /*width*/, int /*height*/) {
-  const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
   windowResized();
   setDirty();

@@ -33,6 +33,8 @@ class TextField : public CView {
   void setText(std::string_view utf8);
   [[nodiscard]] const std::string& text() const noexcept { return line.text(); }
   void setMaxLength(std::size_t characters) noexcept { line.setMaxLength(characters); }
+  /// The view whose text this is, which outlives it: the entry ends where that is hidden.
+  void setOwner(const CView& view) noexcept { owner = &view; }
   void selectAll();
   [[nodiscard]] bool hasFocus() const noexcept { return focused; }
   /// What is selected, and the place of the caret in bytes.
@@ -83,6 +85,7 @@ class TextField : public CView {
   TextLine line;
   TextStyle style;
   Ended ended;
+  const CView* owner = nullptr;
   BoxPicture box;
   std::size_t first = 0;  // byte of the text that is seen at the left
   bool focused = false;

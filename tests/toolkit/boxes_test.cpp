@@ -141,7 +141,7 @@ class BoxScript : public Script {
       auto* const edit = new CTextEdit({kPlace, &editor, 9}, row[1], style);
       edit->setHoriAlign(kLeftText);
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
-      editor.frame->addView(edit);
+      editor.frame->addView(control = edit);
     };
     commands["control"] = [this] {
       const std::map<std::string, std::function<CControl*(const ControlSetup&)>> kinds = {
@@ -169,6 +169,7 @@ class BoxScript : public Script {
       control->setValue(std::stof(row[1]));
       say(editor.frame->takeDamage().isEmpty() ? "unseen" : "drawn");
     };
+    commands["hide"] = [this] { control->setVisible(false); };
     commands["is"] = [this] { say(control->getValue()); };
     commands["asking"] = [this] { editor.asks = true; };
     commands["other"] = [this] {
