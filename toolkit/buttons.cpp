@@ -14,10 +14,6 @@ void CButtonControl::draw(CDrawContext& context) {
   setDirty(false);
 }
 
-bool CButtonControl::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;  // a button has nothing between its states
-}
-
 void CKickButton::show(float plain) {
   if (plain == value) return;
   setValue(plain);

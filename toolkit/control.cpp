@@ -74,7 +74,7 @@ void CControl::removed() {
   CView::removed();
 }
 
-bool CControl::onWheel(CPoint /*where*/, float steps, CButtonState buttons) {
+bool CControl::turnByWheel(float steps, CButtonState buttons) {
   const float fine = buttons.has(kShift) ? 0.1F : 1.0F;
   beginEdit();
   changeValue(value + steps * wheelInc * fine);

@@ -67,9 +67,12 @@ class CControl : public CView {
   [[nodiscard]] bool isDirty() const override;
   void setDirty(bool on = true) override;
   void removed() override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  protected:
+  /// What the wheel does to controls that are turned or slid: by the increment for each step, or
+  /// with shift by a tenth of it.
+  bool turnByWheel(float steps, CButtonState buttons);
+
   float value = 0.0F;
   float oldValue = -1.0F;
   float vmin = 0.0F;

@@ -124,6 +124,8 @@ CMouseEventResult CViewContainer::onMouseUp(CPoint where, CButtonState buttons) 
 CMouseEventResult CViewContainer::onMouseMoved(CPoint where, CButtonState buttons) {
   const CPoint inside = toChild(where);
   if (const Held<CView> drags = pressed) return drags->onMouseMoved(inside, buttons);
+  // A drag that began elsewhere, or on what has gone since, is none of the views it comes over.
+  if (buttons.buttons() != 0) return kMouseEventNotHandled;
   const std::vector<Held<CView>> asked(children.rbegin(), children.rend());
   for (const Held<CView>& child : asked) {
     if (child->getParentView() != this || !meets(*child, inside, buttons)) continue;

@@ -145,6 +145,7 @@ class BoxScript : public Script {
     };
     commands["control"] = [this] {
       const std::map<std::string, std::function<CControl*(const ControlSetup&)>> kinds = {
+          {"display", [](const auto& setup) { return new CParamDisplay(setup); }},
           {"kick", [](const auto& setup) { return new CKickButton(setup, {}); }},
           {"knob", [](const auto& setup) { return new CKnob(setup, {}, {}); }},
           {"rocker",
