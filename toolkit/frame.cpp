@@ -411,7 +411,6 @@ void CFrame::destroyed() {
 }
 
 bool CFrame::dropMoved(DevicePoint where) {
-  const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
   if (getModalView() != nullptr) return false;
   const CPoint point = fromDevice(where);
@@ -424,7 +423,7 @@ void CFrame::dropLeft() {}
 void CFrame::filesDropped(DevicePoint where, const std::vector<std::string>& paths) {
   const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
-  if (getModalView() != nullptr) return;  // has come since the place was found good
+  if (getModalView() != nullptr) return;  // it came meanwhile
   const CPoint point = fromDevice(where);
   const Held<CView> under(viewAt(point));
   if (under && under->acceptsDrop(under->frameToLocal(point))) {
