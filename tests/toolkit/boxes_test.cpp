@@ -105,6 +105,7 @@ class BoxScript : public Script {
  protected:
   BoxScript() {
     addControls();
+    addStock();
     addEvents();
     addBoxes();
   }
@@ -143,6 +144,12 @@ class BoxScript : public Script {
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
       editor.frame->addView(control = edit);
     };
+    commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
+    commands["closing"] = [this] { editor.closes = row[1].empty() ? 1 : number(1); };
+    commands["close"] = [this] { editor.frame->close(); };
+  }
+
+  void addStock() {
     commands["control"] = [this] {
       const std::map<std::string, std::function<CControl*(const ControlSetup&)>> kinds = {
           {"display", [](const auto& setup) { return new CParamDisplay(setup); }},
@@ -177,9 +184,6 @@ class BoxScript : public Script {
       events().mouseDown(at(), kRButton, kLButton | kRButton);
       events().mouseUp(at(), kRButton, kLButton);
     };
-    commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
-    commands["closing"] = [this] { editor.closes = row[1].empty() ? 1 : number(1); };
-    commands["close"] = [this] { editor.frame->close(); };
   }
 
   /// "a, -, !off, *checked, sub>b/c"
