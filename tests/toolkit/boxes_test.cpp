@@ -155,10 +155,6 @@ class BoxScript : public Script {
           {"display", [](const auto& setup) { return new CParamDisplay(setup); }},
           {"kick", [](const auto& setup) { return new CKickButton(setup, {}); }},
           {"knob", [](const auto& setup) { return new CKnob(setup, {}, {}); }},
-          {"rocker",
-           [](const auto& setup) {
-             return new CRockerSwitch(setup, {}, 0, CRockerSwitch::Style::kHorizontal);
-           }},
           {"slider",
            [](const auto& setup) {
              return new CSlider(setup, CSlider::Style::kHorizontal, 20, 120, {}, {});
@@ -178,7 +174,6 @@ class BoxScript : public Script {
       say(editor.frame->takeDamage().isEmpty() ? "unseen" : "drawn");
     };
     commands["hide"] = [this] { control->setVisible(false); };
-    commands["is"] = [this] { say(control->getValue()); };
     commands["asking"] = [this] { editor.asks = true; };
     commands["other"] = [this] {
       events().mouseDown(at(), kRButton, kLButton | kRButton);
