@@ -39,7 +39,7 @@ class WindowListener {
   virtual ~WindowListener() = default;
 
   /// `buttons`: what is down after the event, and with `kDoubleClick` for the second press within
-  /// the desktop's time and distance; the button that went down or up is `changed`.
+  /// 400 ms and 4 pixels; the button that went down or up is `changed`.
   virtual void mouseDown(DevicePoint where, CButton changed, CButtonState buttons) = 0;
   virtual void mouseUp(DevicePoint where, CButton changed, CButtonState buttons) = 0;
   virtual void mouseMoved(DevicePoint where, CButtonState buttons) = 0;

@@ -8,6 +8,8 @@
 #include "toolkit/base_object.h"
 #include "toolkit/geometry.h"
 
+class CDrawContext;
+
 /// A picture of 32-bit pixels, rows from the top: blue in the lowest byte, then green, red and
 /// alpha, premultiplied. Threads: one at a time.
 class CBitmap : public CBaseObject {
@@ -27,6 +29,11 @@ class CBitmap : public CBaseObject {
   [[nodiscard]] std::uint32_t* pixels() noexcept { return data.data(); }
   [[nodiscard]] const std::uint32_t* pixels() const noexcept { return data.data(); }
   [[nodiscard]] bool isEmpty() const noexcept { return data.empty(); }
+
+  /// Its part from `offset` on over `rect`; `alpha` for all of it.
+  void draw(CDrawContext& context, const CRect& rect, CPoint offset = {}) const;
+  void drawAlphaBlend(CDrawContext& context, const CRect& rect, CPoint offset,
+                      std::uint8_t alpha) const;
 
   /// No other picture of the process has it, nor will have: what copies of pictures are kept by.
   [[nodiscard]] std::uint64_t serial() const noexcept { return number; }

@@ -14,10 +14,6 @@ void CButtonControl::draw(CDrawContext& context) {
   setDirty(false);
 }
 
-bool CButtonControl::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;  // a button has nothing between its states
-}
-
 void CKickButton::show(float plain) {
   if (plain == value) return;
   setValue(plain);
@@ -26,6 +22,7 @@ void CKickButton::show(float plain) {
 
 CMouseEventResult CKickButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   show(vmax);
   return kMouseEventHandled;
@@ -40,9 +37,10 @@ CMouseEventResult CKickButton::onMouseMoved(CPoint where, CButtonState buttons) 
 CMouseEventResult CKickButton::onMouseUp(CPoint where, CButtonState /*buttons*/) {
   show(hitTest(where) ? vmax : vmin);
   if (isOn()) {
+    const CFrame* const shownIn = getFrame();
     valueChanged();
     show(vmin);
-    valueChanged();
+    if (getFrame() == shownIn) valueChanged();  // nobody hears once it has been taken away
   }
   endEdit();
   return kMouseEventHandled;
@@ -55,6 +53,7 @@ void CKickButton::onMouseCancel() {
 
 CMouseEventResult CMovieButton::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   before = value;
   return onMouseMoved(where, buttons);
@@ -82,6 +81,7 @@ void CMovieButton::onMouseCancel() {
 
 CMouseEventResult COnOffButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();
   changeValue(isOn() ? vmin : vmax);
   endEdit();

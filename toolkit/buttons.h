@@ -10,7 +10,6 @@ class CButtonControl : public CControl {
   CButtonControl(const ControlSetup& setup, Held<CBitmap> picture, float heightOfOneImage = 0.0F);
 
   void draw(CDrawContext& context) override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  protected:
   [[nodiscard]] bool isOn() const noexcept { return value > (vmin + vmax) * 0.5F; }

@@ -7,7 +7,16 @@
 CControl::CControl(const ControlSetup& setup)
     : CView(setup.size), listener(setup.listener), tag(setup.tag) {}
 
-void CControl::setValue(float plain) { value = plain; }
+void CControl::setValue(float plain) {
+  if (value == plain) return;
+  value = plain;
+  if (getRoot() != nullptr) getRoot()->markDirty();
+}
+
+void CControl::setOldValue(float last) {
+  oldValue = last;
+  if (last == -1.0F) CView::setDirty(true);
+}
 
 void CControl::valueChanged() {
   if (listener != nullptr) listener->valueChanged(*this);
@@ -26,6 +35,11 @@ void CControl::endEdit() {
 void CControl::bounceValue() noexcept {
   if (!(value >= vmin)) value = vmin;  // also what is no number
   value = std::min(value, vmax);
+}
+
+bool CControl::isModifierClick(CButtonState buttons) {
+  return listener != nullptr && buttons.modifiers() != 0 &&
+         listener->controlModifierClicked(*this, buttons);
 }
 
 bool CControl::checkDefaultValue(CButtonState buttons) {
@@ -60,7 +74,7 @@ void CControl::removed() {
   CView::removed();
 }
 
-bool CControl::onWheel(CPoint /*where*/, float steps, CButtonState buttons) {
+bool CControl::turnByWheel(float steps, CButtonState buttons) {
   const float fine = buttons.has(kShift) ? 0.1F : 1.0F;
   beginEdit();
   changeValue(value + steps * wheelInc * fine);

@@ -12,8 +12,8 @@ class CControlListener {
   virtual ~CControlListener() = default;
 
   virtual void valueChanged(CControl& control) = 0;
-  /// A press with a key held that the control itself makes nothing of. True for one that was of
-  /// use.
+  /// A press with a key held, before the control makes anything of it itself. True for one that was
+  /// of use, and is nothing else then.
   virtual bool controlModifierClicked(CControl& /*control*/, CButtonState /*buttons*/) {
     return false;
   }
@@ -35,7 +35,7 @@ class CControl : public CView {
   virtual void setValue(float plain);
   [[nodiscard]] float getValue() const noexcept { return value; }
   /// -1 asks for the next drawing whatever the value is.
-  void setOldValue(float last) noexcept { oldValue = last; }
+  void setOldValue(float last);
   [[nodiscard]] float getOldValue() const noexcept { return oldValue; }
   void setTag(std::int32_t number) noexcept { tag = number; }
   [[nodiscard]] std::int32_t getTag() const noexcept { return tag; }
@@ -59,15 +59,20 @@ class CControl : public CView {
   void bounceValue() noexcept;
   /// A press with the control key goes to the default, as one act.
   bool checkDefaultValue(CButtonState buttons);
+  /// Whether the listener makes something of the keys held at a press.
+  [[nodiscard]] bool isModifierClick(CButtonState buttons);
   /// Sets, tells and asks to be drawn, where the value is another one.
   void changeValue(float plain);
 
   [[nodiscard]] bool isDirty() const override;
   void setDirty(bool on = true) override;
   void removed() override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  protected:
+  /// What the wheel does to controls that are turned or slid: by the increment for each step, or
+  /// with shift by a tenth of it.
+  bool turnByWheel(float steps, CButtonState buttons);
+
   float value = 0.0F;
   float oldValue = -1.0F;
   float vmin = 0.0F;

@@ -39,15 +39,17 @@ std::vector<CPoint> outlineOf(Icon icon) {
   return cross;
 }
 
-int rounded(float value) { return static_cast<int>(std::lround(value)); }
+/// Where edges between device pixels lie for all that is drawn.
+int pixelAt(const CDrawContext& context, float coordinate) {
+  return static_cast<int>(std::lround(context.snap(coordinate) * context.getScale()));
+}
 
 }  // namespace
 
 DevicePicture::Place DevicePicture::placeOf(const CDrawContext& context, const CRect& rect) {
   const CRect moved = rect.movedBy(context.getOffset());
-  const float scale = context.getScale();
-  return {rounded(moved.left * scale), rounded(moved.top * scale), rounded(moved.right * scale),
-          rounded(moved.bottom * scale)};
+  return {pixelAt(context, moved.left), pixelAt(context, moved.top), pixelAt(context, moved.right),
+          pixelAt(context, moved.bottom)};
 }
 
 bool DevicePicture::needsPaint(const CDrawContext& context, const Place& place, bool sameLook) {

@@ -67,6 +67,8 @@ void CFrame::close() {
   setFocusView(nullptr);
   removeAll();
   idleViews.clear();
+  pressedBy = {};
+  cursor = Cursor::kArrow;  // of the next window
   native.reset();
   system.reset();
 }
@@ -116,6 +118,7 @@ void CFrame::setFocusView(CView* view) {
 
 void CFrame::pushModalView(CView* view) {
   onMouseCancel();
+  if (const Held<CView> under(getModalView()); under) under->onMouseCancel();
   modalViews.emplace_back(view);
   view->attached(*this);
   view->invalid();
@@ -185,6 +188,9 @@ void CFrame::putClipboard(Clipboard which, std::string text) {
 
 void CFrame::askClipboard(Clipboard which, CView& asker,
                           std::function<void(std::string_view)> take) {
+  // An answer tells not which one it is of.
+  if (takeClipboard && which != askedClipboard) return;
+  askedClipboard = which;
   clipboardAsker = Held<CView>(&asker);
   takeClipboard = std::move(take);
   if (native != nullptr) {
@@ -198,14 +204,14 @@ bool CFrame::onKeyDown(const KeyEvent& key) {
   const std::lock_guard guard(lock);
   if (const Held<CView> modal(getModalView()); modal) return modal->onKeyDown(key);
   const Held<CView> focused = focusView;
-  return focused && focused->onKeyDown(key);
+  return focused && focused->isShown() && focused->onKeyDown(key);
 }
 
 bool CFrame::onKeyUp(const KeyEvent& key) {
   const std::lock_guard guard(lock);
   if (const Held<CView> modal(getModalView()); modal) return modal->onKeyUp(key);
   const Held<CView> focused = focusView;
-  return focused && focused->onKeyUp(key);
+  return focused && focused->isShown() && focused->onKeyUp(key);
 }
 
 void CFrame::invalidFrameRect(const CRect& part) {
@@ -215,7 +221,8 @@ void CFrame::invalidFrameRect(const CRect& part) {
 
 CRect CFrame::takeDamage() {
   if (!changed.exchange(false, std::memory_order_relaxed)) return {};
-  std::vector<CRect> places;
+  std::vector<CRect>& places = dirtyPlaces;
+  places.clear();
   collectDirty(places);
   for (const Held<CView>& modal : modalViews) {
     if (modal->isDirty()) places.push_back(modal->getViewSize());
@@ -290,17 +297,27 @@ void CFrame::findHovered(CButtonState buttons) {
   }
 }
 
-void CFrame::mouseDown(DevicePoint where, CButton /*changedButton*/, CButtonState buttons) {
+bool CFrame::isFurther(CButton button, CButtonState buttons) const noexcept {
+  // A press ends without its release, too, where that is never told.
+  return pressedBy.all() != 0 && pressedBy != button && buttons.has(pressedBy.all());
+}
+
+void CFrame::mouseDown(DevicePoint where, CButton changedButton, CButtonState buttons) {
   const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
   mouse = fromDevice(where);
   mouseButtons = buttons;
-  if (const Held<CView> modal(getModalView()); modal) {
-    modal->onMouseDown(mouse, buttons);
-    return;
+  if (isFurther(changedButton, buttons)) return;
+  pressedBy = changedButton;
+  if (focusView && getModalView() == nullptr && viewAt(mouse, buttons) != focusView.get()) {
+    notify(this, kMsgLooseFocus);
+    if (getModalView() != nullptr) return;  // what has been written is asked about
   }
-  if (focusView && viewAt(mouse, buttons) != focusView.get()) notify(this, kMsgLooseFocus);
-  onMouseDown(mouse, buttons);
+  const Held<CView> modal(getModalView());
+  CView& asked = modal ? *modal : *this;
+  asked.onMouseDown(mouse, buttons);
+  // What has come over it takes the release.
+  if (getModalView() != modal.get()) asked.onMouseCancel();
 }
 
 void CFrame::mouseUp(DevicePoint where, CButton releasedButton, CButtonState buttons) {
@@ -308,6 +325,8 @@ void CFrame::mouseUp(DevicePoint where, CButton releasedButton, CButtonState but
   const std::lock_guard guard(lock);
   mouse = fromDevice(where);
   mouseButtons = buttons;
+  if (isFurther(releasedButton, buttons)) return;
+  pressedBy = {};
   const CButtonState released(releasedButton | buttons.modifiers());
   if (const Held<CView> modal(getModalView()); modal) {
     modal->onMouseUp(mouse, released);
@@ -331,6 +350,7 @@ void CFrame::mouseMoved(DevicePoint where, CButtonState buttons) {
 }
 
 void CFrame::mouseLeft() {
+  const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
   mouse = {-1.0F, -1.0F};
   if (const Held<CView> left = std::exchange(hovered, {})) left->onMouseExited();
@@ -370,6 +390,7 @@ void CFrame::resized(int /*width*/, int /*height*/) {
 }
 
 void CFrame::scaleChanged(double scale) {
+  const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
   setDeviceScale(static_cast<float>(scale));
 }
@@ -391,6 +412,7 @@ void CFrame::destroyed() {
 
 bool CFrame::dropMoved(DevicePoint where) {
   const std::lock_guard guard(lock);
+  if (getModalView() != nullptr) return false;
   const CPoint point = fromDevice(where);
   CView* const under = viewAt(point);
   return acceptsDrop(point) || (under != nullptr && under->acceptsDrop(under->frameToLocal(point)));
@@ -401,6 +423,7 @@ void CFrame::dropLeft() {}
 void CFrame::filesDropped(DevicePoint where, const std::vector<std::string>& paths) {
   const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
+  if (getModalView() != nullptr) return;  // it came meanwhile
   const CPoint point = fromDevice(where);
   const Held<CView> under(viewAt(point));
   if (under && under->acceptsDrop(under->frameToLocal(point))) {

@@ -93,8 +93,9 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   /// The events of the window, for those who play them.
   [[nodiscard]] WindowListener& events() noexcept { return *this; }
 
-  /// Puts a text to one of the clipboards; asks for one, given to `take` when it comes. Off screen
-  /// the frame has clipboards of its own.
+  /// Puts a text to one of the clipboards; asks for one, given to `take` when it comes. While the
+  /// answer for the other one is awaited nothing is asked. Off screen the frame has clipboards of
+  /// its own.
   void putClipboard(Clipboard which, std::string text);
   void askClipboard(Clipboard which, CView& asker, std::function<void(std::string_view)> take);
 
@@ -145,6 +146,8 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
 
   [[nodiscard]] CPoint fromDevice(DevicePoint where) const noexcept;
   [[nodiscard]] bool openWith(std::unique_ptr<NativeWindow> made);
+  /// A second button that goes down or up while the press of a first one lasts.
+  [[nodiscard]] bool isFurther(CButton button, CButtonState buttons) const noexcept;
   void findHovered(CButtonState buttons);
   void resizeWindow();
   void endText();
@@ -162,12 +165,15 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   Held<CView> hovered;
   Held<CView> clipboardAsker;
   std::function<void(std::string_view)> takeClipboard;
+  Clipboard askedClipboard = Clipboard::kClipboard;
   std::array<std::string, 2> ownClipboards;
   std::vector<Held<CView>> modalViews;
   std::vector<Held<CView>> idleViews;
   CPoint mouse;
   CButtonState mouseButtons;
+  CButtonState pressedBy;  // the button whose press lasts
   Cursor cursor = Cursor::kArrow;
   std::atomic<bool> changed{true};
   CRect damage;
+  std::vector<CRect> dirtyPlaces;  // kept from call to call, so that none allocates
 };

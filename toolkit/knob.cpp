@@ -53,7 +53,9 @@ void CKnob::draw(CDrawContext& context) {
 
 CMouseEventResult CKnob::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
-  if (checkDefaultValue(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  if (isModifierClick(buttons) || checkDefaultValue(buttons)) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   const bool jumps = followsCircle() && getFrame()->getEditor()->getKnobMode() == kCircularMode;
   grab = jumps ? 0.0F : placeAt(where) - place();
   startAt = where;
@@ -69,6 +71,7 @@ CMouseEventResult CKnob::onMouseMoved(CPoint where, CButtonState buttons) {
     fine = !fine;
     startAt = where;
     startPlace = place();
+    grab = placeAt(where) - place();
   }
   const float range = vmax - vmin;
   if (followsCircle() && !fine) {

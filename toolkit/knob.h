@@ -18,6 +18,9 @@ class CKnob : public CControl {
   CMouseEventResult onMouseMoved(CPoint where, CButtonState buttons) override;
   CMouseEventResult onMouseUp(CPoint where, CButtonState buttons) override;
   void onMouseCancel() override;
+  bool onWheel(CPoint /*where*/, float steps, CButtonState buttons) override {
+    return turnByWheel(steps, buttons);
+  }
 
  protected:
   /// From 0 at the left end to 1 at the right one.

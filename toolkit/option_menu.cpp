@@ -203,10 +203,6 @@ bool COptionMenu::onKeyDown(const KeyEvent& key) {
   return true;
 }
 
-bool COptionMenu::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;
-}
-
 void COptionMenu::draw(CDrawContext& context) {
   setDirty(false);
   if ((getStyle() & kNoDrawStyle) != 0) return;

@@ -77,7 +77,6 @@ class COptionMenu : public CParamDisplay {
   void removed() override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   /// Drawn as the background while the menu is open.
   void setClickedBackground(Held<CBitmap> bitmap) { clickedBackground = std::move(bitmap); }
 

@@ -1,7 +1,7 @@
 #include "toolkit/param_display.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <utility>
 
 #include "toolkit/look.h"
@@ -47,9 +47,10 @@ void CParamDisplay::setStyle(std::int32_t bits) {
 
 std::string CParamDisplay::shownText() const {
   if (convert) return convert(value);
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.2f", static_cast<double>(value));
-  return text.data();
+  std::array<char, 64> text{};  // the longest number has 43 characters; no host's language counts
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, 2);
+  return {text.data(), end.ptr};
 }
 
 void CParamDisplay::draw(CDrawContext& context) {

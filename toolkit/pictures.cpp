@@ -47,10 +47,6 @@ void CMovieBitmap::draw(CDrawContext& context) {
 
 bool CMovieBitmap::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 
-bool CMovieBitmap::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;
-}
-
 CAutoAnimation::CAutoAnimation(const ControlSetup& setup, Held<CBitmap> picture, FilmStrip pictures)
     : CControl(setup), strip(pictures) {
   setBackground(std::move(picture));
@@ -78,10 +74,6 @@ void CAutoAnimation::onIdle() {
   setDirty();
 }
 
-bool CAutoAnimation::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;
-}
-
 CSplashScreen::CSplashScreen(const ControlSetup& setup, Held<CBitmap> shown, const CRect& where)
     : CControl(setup), picture(std::move(shown)), place(where) {}
 
@@ -105,8 +97,4 @@ void CSplashScreen::close() {
 void CSplashScreen::removed() {
   close();
   CControl::removed();
-}
-
-bool CSplashScreen::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
-  return false;
 }

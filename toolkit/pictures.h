@@ -10,7 +10,6 @@ class CMovieBitmap : public CControl {
 
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  private:
   FilmStrip strip;
@@ -24,7 +23,6 @@ class CAutoAnimation : public CControl {
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   void onIdle() override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  private:
   [[nodiscard]] bool isPlaying() const noexcept { return value > 0.0F; }
@@ -43,7 +41,6 @@ class CSplashScreen : public CControl {
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   void removed() override;
-  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  private:
   void close();

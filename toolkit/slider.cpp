@@ -44,7 +44,9 @@ void CSlider::draw(CDrawContext& context) {
 
 CMouseEventResult CSlider::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
-  if (checkDefaultValue(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  if (isModifierClick(buttons) || checkDefaultValue(buttons)) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   const float at = along(where);
   grab = at - handlePosition();
   if (grab < 0.0F || grab > handleLength()) grab = handleLength() * 0.5F;

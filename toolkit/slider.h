@@ -19,6 +19,9 @@ class CSlider : public CControl {
   CMouseEventResult onMouseMoved(CPoint where, CButtonState buttons) override;
   CMouseEventResult onMouseUp(CPoint where, CButtonState buttons) override;
   void onMouseCancel() override;
+  bool onWheel(CPoint /*where*/, float steps, CButtonState buttons) override {
+    return turnByWheel(steps, buttons);
+  }
 
  protected:
   [[nodiscard]] bool isVertical() const noexcept { return style == Style::kVertical; }

@@ -1,6 +1,7 @@
 #include "toolkit/switches.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 CSwitch::CSwitch(const ControlSetup& setup, Held<CBitmap> picture, FilmStrip pictures, int howMany)
@@ -17,7 +18,9 @@ void CSwitch::draw(CDrawContext& context) {
 
 CMouseEventResult CSwitch::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
-  if (checkDefaultValue(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  if (isModifierClick(buttons) || checkDefaultValue(buttons)) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   beginEdit();
   return onMouseMoved(where, buttons);
 }
@@ -38,6 +41,19 @@ CMouseEventResult CSwitch::onMouseUp(CPoint /*where*/, CButtonState /*buttons*/)
 }
 
 void CSwitch::onMouseCancel() { endEdit(); }
+
+bool CSwitch::onWheel(CPoint /*where*/, float steps, CButtonState /*buttons*/) {
+  wheelRest -= steps;
+  const float whole = std::trunc(wheelRest);
+  wheelRest -= whole;
+  if (whole == 0.0F || !(vmax > vmin)) return true;
+  const float between = (vmax - vmin) / static_cast<float>(positions - 1);
+  const float position = std::round((value - vmin) / between) + whole;
+  beginEdit();
+  changeValue(vmin + position * between);
+  endEdit();
+  return true;
+}
 
 float CVerticalSwitch::placeOf(CPoint where) const {
   return (where.y - size.top) / std::max(size.height(), 1.0F);
@@ -89,9 +105,14 @@ void CRockerSwitch::onMouseCancel() { onMouseUp({}, {}); }
 
 bool CRockerSwitch::onWheel(CPoint /*where*/, float steps, CButtonState /*buttons*/) {
   if (steps == 0.0F) return false;
+  const CFrame* const shownIn = getFrame();
   beginEdit();
   changeValue(steps > 0.0F ? vmin : vmax);
-  changeValue(0.0F);
+  if (getFrame() == shownIn) {
+    changeValue(0.0F);
+  } else {
+    setValue(0.0F);  // nobody hears once it has been taken away
+  }
   endEdit();
   return true;
 }

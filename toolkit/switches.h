@@ -14,6 +14,8 @@ class CSwitch : public CControl {
   CMouseEventResult onMouseMoved(CPoint where, CButtonState buttons) override;
   CMouseEventResult onMouseUp(CPoint where, CButtonState buttons) override;
   void onMouseCancel() override;
+  /// A position for each step; away from the user towards the first.
+  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
 
  protected:
   /// From 0 at the end where the first position lies to 1 at the other.
@@ -22,6 +24,7 @@ class CSwitch : public CControl {
  private:
   FilmStrip strip;
   int positions;
+  float wheelRest = 0.0F;  // parts of a step
 };
 
 class CVerticalSwitch : public CSwitch {

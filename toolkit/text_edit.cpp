@@ -27,6 +27,7 @@ void CTextEdit::openField() {
                       closeField(how != TextField::End::kLeft);
                     });
   field = Held<TextField>(opened);
+  opened->setOwner(*this);
   opened->setMaxLength(mostCharacters);
   opened->setText(textToEdit());
   opened->selectAll();

@@ -163,6 +163,10 @@ void TextField::looseFocus() {
 }
 
 void TextField::onIdle() {
+  if (owner != nullptr && !owner->isShown()) {
+    end(End::kLeft);
+    return;
+  }
   if (selecting) onMouseMoved(frameToLocal(getFrame()->getCurrentMouseLocation()), kLButton);
   const bool shows = (getFrame()->now() - changedAt) / look::kBlinkMs % 2 == 0;
   if (std::exchange(caretShown, shows) != shows) invalid();
@@ -307,6 +311,7 @@ bool TextField::command(const KeyEvent& key) {
   switch (key.character) {
     case 'a':
       line.selectAll();
+      offerSelection();
       return true;
     case 'c':
       copy(false);

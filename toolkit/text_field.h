@@ -33,6 +33,8 @@ class TextField : public CView {
   void setText(std::string_view utf8);
   [[nodiscard]] const std::string& text() const noexcept { return line.text(); }
   void setMaxLength(std::size_t characters) noexcept { line.setMaxLength(characters); }
+  /// The view whose text this is, which outlives it: the entry ends where that is hidden.
+  void setOwner(const CView& view) noexcept { owner = &view; }
   void selectAll();
   [[nodiscard]] bool hasFocus() const noexcept { return focused; }
   /// What is selected, and the place of the caret in bytes.
@@ -47,6 +49,10 @@ class TextField : public CView {
   void onMouseEntered(CPoint where, CButtonState buttons) override;
   void onMouseExited() override;
   void onMouseCancel() override;
+  /// Nothing for what lies under the text.
+  bool onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) override {
+    return true;
+  }
   /// Also text that an input method has made. True for every key that writes or edits, and for
   /// those that end the entry.
   bool onKeyDown(const KeyEvent& key) override;
@@ -79,6 +85,7 @@ class TextField : public CView {
   TextLine line;
   TextStyle style;
   Ended ended;
+  const CView* owner = nullptr;
   BoxPicture box;
   std::size_t first = 0;  // byte of the text that is seen at the left
   bool focused = false;

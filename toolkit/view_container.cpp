@@ -93,7 +93,8 @@ void CViewContainer::attached(CViewContainer& holder) {
 
 void CViewContainer::removed() {
   if (pressed) std::exchange(pressed, {})->onMouseCancel();
-  for (const Held<CView>& child : children) child->removed();
+  const std::vector<Held<CView>> leaving = children;  // an end of an edit may change them
+  for (const Held<CView>& child : leaving) child->removed();
   CView::removed();
 }
 
@@ -102,6 +103,7 @@ bool CViewContainer::meets(const CView& child, CPoint where, CButtonState button
 }
 
 CMouseEventResult CViewContainer::onMouseDown(CPoint where, CButtonState buttons) {
+  CViewContainer::onMouseCancel();  // a press whose release was never told
   const CPoint inside = toChild(where);
   const std::vector<Held<CView>> asked(children.rbegin(), children.rend());
   for (const Held<CView>& child : asked) {
@@ -122,6 +124,8 @@ CMouseEventResult CViewContainer::onMouseUp(CPoint where, CButtonState buttons) 
 CMouseEventResult CViewContainer::onMouseMoved(CPoint where, CButtonState buttons) {
   const CPoint inside = toChild(where);
   if (const Held<CView> drags = pressed) return drags->onMouseMoved(inside, buttons);
+  // A drag that began elsewhere, or on what has gone since, is none of the views it comes over.
+  if (buttons.buttons() != 0) return kMouseEventNotHandled;
   const std::vector<Held<CView>> asked(children.rbegin(), children.rend());
   for (const Held<CView>& child : asked) {
     if (child->getParentView() != this || !meets(*child, inside, buttons)) continue;

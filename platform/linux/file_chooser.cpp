@@ -35,11 +35,13 @@ std::string programPath(const char* name) {
   return {};
 }
 
-/// Where the dialog begins: a folder with a slash at its end, or the file that is proposed.
+/// Where the dialog begins: the nearest folder that there is, with a slash at its end, or the file
+/// that is proposed.
 std::string startPath(const FileDialog& dialog) {
   if (!dialog.proposedName.empty()) return dialog.proposedName;
   std::string folder = withHomeFolder(dialog.startFolder);
-  if (folder.empty() || !isFolder(folder)) return {};
+  while (!folder.empty() && !isFolder(folder)) folder = parentFolder(folder);
+  if (folder.empty()) return {};
   if (folder.back() != '/') folder += '/';
   return folder;
 }

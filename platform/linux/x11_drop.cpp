@@ -127,15 +127,16 @@ void X11Drop::move(const XClientMessageEvent& message) {
   if (alive.expired()) return;
   isAccepted = isGood;
   constexpr long kEveryMove = 2;
-  send("XdndStatus", (isAccepted ? 1 : 0) | kEveryMove, 0, isAccepted);
+  send(source, "XdndStatus", (isAccepted ? 1 : 0) | kEveryMove, 0, isAccepted);
 }
 
 void X11Drop::drop(const XClientMessageEvent& message) {
-  const auto end = [this](const std::vector<std::string>& paths) {
+  // Another drag may come in before the files have been told.
+  const auto end = [this, from = source](const std::vector<std::string>& paths) {
     const bool isTaken = !paths.empty();
-    send("XdndFinished", isTaken ? 1 : 0, isTaken ? copyAction() : 0, false);
+    send(from, "XdndFinished", isTaken ? 1 : 0, isTaken ? copyAction() : 0, false);
     XFlush(display);
-    source = None;
+    if (source == from) source = None;
     if (isTaken) {
       listener->filesDropped(place, paths);
     } else if (hasFiles) {
@@ -153,16 +154,16 @@ void X11Drop::drop(const XClientMessageEvent& message) {
 
 long X11Drop::copyAction() { return static_cast<long>(display.atom("XdndActionCopy")); }
 
-void X11Drop::send(const char* kind, long flags, long second, bool withAction) {
+void X11Drop::send(Window to, const char* kind, long flags, long second, bool withAction) {
   XEvent event{};
   XClientMessageEvent& message = event.xclient;
   message.type = ClientMessage;
-  message.window = source;
+  message.window = to;
   message.message_type = display.atom(kind);
   message.format = 32;
   message.data.l[0] = static_cast<long>(window);
   message.data.l[1] = flags;
   message.data.l[2] = second;
   message.data.l[4] = withAction ? copyAction() : 0;
-  XSendEvent(display, source, False, NoEventMask, &event);
+  XSendEvent(display, to, False, NoEventMask, &event);
 }

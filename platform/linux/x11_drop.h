@@ -23,7 +23,7 @@ class X11Drop {
   void move(const XClientMessageEvent& message);
   void drop(const XClientMessageEvent& message);
   [[nodiscard]] long copyAction();
-  void send(const char* kind, long flags, long second, bool withAction);
+  void send(Window to, const char* kind, long flags, long second, bool withAction);
 
   X11Display& display;
   X11Selections& selections;

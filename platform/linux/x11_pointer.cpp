@@ -1,5 +1,6 @@
 #include "platform/linux/x11_pointer.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -65,6 +66,11 @@ void X11WheelAxes::readAll(Display* display) {
     }
   }
   XIFreeDeviceInfo(devices);
+}
+
+bool X11WheelAxes::knows(int device) const {
+  return std::any_of(axes.begin(), axes.end(),
+                     [device](const Axis& axis) { return axis.device == device; });
 }
 
 float X11WheelAxes::stepsOf(const XIDeviceEvent& event) {

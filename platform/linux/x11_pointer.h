@@ -56,6 +56,7 @@ class X11WheelAxes {
   void readAll(Display* display);
   /// Steps since the last event, up above 0.
   [[nodiscard]] float stepsOf(const XIDeviceEvent& event);
+  [[nodiscard]] bool knows(int device) const;
 
  private:
   std::vector<Axis> axes;

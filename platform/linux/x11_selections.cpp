@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace {
 
 constexpr std::size_t kPiece = 64 * 1024;
 constexpr std::size_t kLongest = 64 * 1024 * 1024;  // what somebody wants to paste
+constexpr std::size_t kMostPairs = 64;              // asked for at once
 constexpr auto kPatience = std::chrono::seconds(1);
 
 bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
@@ -68,6 +70,10 @@ void X11Selections::own(Atom selection, std::string text, Time time) {
                                 1, 0, 0, 0);
   }
   XSetSelectionOwner(display, selection, owner, time);
+  // Refused where somebody else took it since the last event of ours, as with keys from a host.
+  if (XGetSelectionOwner(display, selection) != owner) {
+    XSetSelectionOwner(display, selection, owner, CurrentTime);
+  }
   texts[selection] = {std::move(text), time};
 }
 
@@ -88,9 +94,15 @@ bool X11Selections::handle(const XEvent& event) {
   switch (event.type) {
     case SelectionRequest:
       return answer(event.xselectionrequest);
-    case SelectionClear:
-      texts.erase(event.xselectionclear.selection);
+    case SelectionClear: {
+      const auto lost = texts.find(event.xselectionclear.selection);
+      if (lost == texts.end()) return true;
+      // The server's clock goes round after 32 bits. A loss before it was taken again is none.
+      const Time since = event.xselectionclear.time - lost->second.time;
+      const bool isKnown = lost->second.time != CurrentTime;
+      if (!isKnown || static_cast<std::int32_t>(since) >= 0) texts.erase(lost);
       return true;
+    }
     case SelectionNotify: {
       Question* const question = questionOf(event.xselection.requestor, event.xselection.selection);
       if (question == nullptr || question->isInPieces) return true;
@@ -183,9 +195,32 @@ bool X11Selections::answer(const XSelectionRequestEvent& request) {
   reply.target = request.target;
   reply.time = request.time;
   const auto owned = texts.find(request.selection);
-  if (owned != texts.end()) reply.property = writeAnswer(request, owned->second);
+  if (owned != texts.end()) {
+    const bool areSeveral = request.target == display.atom("MULTIPLE");
+    reply.property =
+        areSeveral ? writeAnswers(request, owned->second) : writeAnswer(request, owned->second);
+  }
   XSendEvent(display, request.requestor, False, NoEventMask, &event);
   return true;
+}
+
+/// Of pairs of a target and a property; the property of what is not to be had becomes none.
+Atom X11Selections::writeAnswers(const XSelectionRequestEvent& request, const Owned& owned) {
+  if (request.property == None) return None;
+  Atom type = None;
+  const std::string bytes = takeProperty(display, request.requestor, request.property, type);
+  std::vector<Atom> pairs(2 * std::min(bytes.size() / (2 * sizeof(Atom)), kMostPairs));
+  std::memcpy(pairs.data(), bytes.data(), pairs.size() * sizeof(Atom));
+  for (std::size_t i = 0; i < pairs.size(); i += 2) {
+    XSelectionRequestEvent single = request;
+    single.target = pairs[i];
+    single.property = pairs[i + 1];
+    if (single.property != None) pairs[i + 1] = writeAnswer(single, owned);
+  }
+  XChangeProperty(display, request.requestor, request.property, type, 32, PropModeReplace,
+                  reinterpret_cast<const unsigned char*>(pairs.data()),
+                  static_cast<int>(pairs.size()));
+  return request.property;
 }
 
 Atom X11Selections::writeAnswer(const XSelectionRequestEvent& request, const Owned& owned) {
@@ -193,6 +228,7 @@ Atom X11Selections::writeAnswer(const XSelectionRequestEvent& request, const Own
   const Atom plain = display.atom("text/plain;charset=utf-8");
   const Atom targets = display.atom("TARGETS");
   const Atom timestamp = display.atom("TIMESTAMP");
+  const Atom anyText = display.atom("TEXT");  // in the form that the owner likes best
   // Old programs name no property.
   const Atom property = request.property == None ? request.target : request.property;
   const auto writeWords = [&](Atom type, const std::vector<unsigned long>& words) {
@@ -201,11 +237,14 @@ Atom X11Selections::writeAnswer(const XSelectionRequestEvent& request, const Own
                     static_cast<int>(words.size()));
   };
   if (request.target == targets) {
-    writeWords(XA_ATOM, {targets, timestamp, utf8, plain, XA_STRING});
+    writeWords(XA_ATOM,
+               {targets, timestamp, display.atom("MULTIPLE"), utf8, plain, anyText, XA_STRING});
   } else if (request.target == timestamp) {
     writeWords(XA_INTEGER, {owned.time});
   } else if (request.target == utf8 || request.target == plain) {
     deliver(request.requestor, property, request.target, owned.text);
+  } else if (request.target == anyText) {
+    deliver(request.requestor, property, utf8, owned.text);
   } else if (request.target == XA_STRING) {
     deliver(request.requestor, property, XA_STRING, toLatin1(owned.text));
   } else {

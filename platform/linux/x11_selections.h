@@ -62,6 +62,7 @@ class X11Selections {
   /// `bytes`: of the caller's own.
   void finish(const Question& question, const std::string& bytes);
   bool answer(const XSelectionRequestEvent& request);
+  [[nodiscard]] Atom writeAnswers(const XSelectionRequestEvent& request, const Owned& owned);
   [[nodiscard]] Atom writeAnswer(const XSelectionRequestEvent& request, const Owned& owned);
   void deliver(Window window, Atom property, Atom type, std::string bytes);
   bool sendPiece(Window window, Atom property);

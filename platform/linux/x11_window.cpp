@@ -222,6 +222,8 @@ void X11Window::grabMouse(bool on) {
         GrabModeAsync, GrabModeAsync, None, None, connection->lastTime());
   } else {
     XUngrabPointer(display, CurrentTime);
+    // What wheels have turned meanwhile came as presses of buttons.
+    if (connection->inputExtension() != 0) axes.readAll(display);
   }
   XFlush(display);
 }
@@ -346,8 +348,9 @@ void X11Window::handleDevice(const XIDeviceEvent& event) {
   if (event.evtype != XI_Motion) {
     const auto button = static_cast<unsigned>(event.detail);
     const bool isWheel = button >= kFirstWheelButton && button <= kLastWheelButton;
-    // A smooth wheel told its steps already.
-    if (isWheel && (event.flags & XIPointerEmulated) != 0) return;
+    // A smooth wheel told its steps already, but for one that was plugged in just now.
+    const bool isEmulated = (event.flags & XIPointerEmulated) != 0;
+    if (isWheel && isEmulated && axes.knows(event.sourceid)) return;
     handleButton(where, button, state, event.evtype == XI_ButtonPress, event.time);
     return;
   }

@@ -12,22 +12,28 @@
 #include "tests/support/script.h"
 #include "tests/support/test_directory.h"
 #include "tests/support/x_server.h"
+#include "toolkit/buttons.h"
 #include "toolkit/file_browser.h"
 #include "toolkit/file_selector.h"
 #include "toolkit/frame.h"
 #include "toolkit/frame_dialogs.h"
+#include "toolkit/knob.h"
 #include "toolkit/message_box.h"
 #include "toolkit/option_menu.h"
 #include "toolkit/plain_context.h"
 #include "toolkit/popup_menu.h"
+#include "toolkit/slider.h"
+#include "toolkit/switches.h"
 #include "toolkit/text_edit.h"
 #include "toolkit/utf8.h"
+#include "toolkit/vu_meter.h"
 
 namespace {
 
 constexpr CRect kPlace{20, 20, 140, 40};  // of the control that is tried
 
-/// Notes what an editor hears; of the news to come the one that `closes` counts closes its frame.
+/// Notes what an editor hears; of the news to come the one that `closes` counts closes its frame,
+/// or `asks` the user something.
 class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
  public:
   NotedEditor() { open(600, 420); }
@@ -46,9 +52,15 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   void hear(const std::string& news) {
     log += (log.empty() ? "" : " ") + news;
     if (closes > 0 && --closes == 0) frame->close();
+    if (std::exchange(asks, false)) FrameDialogs(*frame, true).showWarning({}, news, {});
   }
   void beginEdit(std::int32_t tag) override { hear("begin" + std::to_string(tag)); }
   void endEdit(std::int32_t tag) override { hear("end" + std::to_string(tag)); }
+  bool controlModifierClicked(CControl& /*control*/, CButtonState buttons) override {
+    if (buttons.has(kAlt)) hear("alt");
+    return buttons.has(kAlt);
+  }
+  [[nodiscard]] std::int32_t getKnobMode() const override { return kRelativCircularMode; }
   void setParameter(std::int32_t /*tag*/, float /*normalised*/) override {}
   [[nodiscard]] CFrame* getFrame() const override { return frame.get(); }
   void frameCallback(std::int32_t code, void* /*data*/) override {
@@ -58,14 +70,17 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
     auto* const text = dynamic_cast<CTextEdit*>(&control);
     auto* const menu = dynamic_cast<COptionMenu*>(&control);
     if (menu != nullptr && menu->getLastItemMenu() != menu) hear("sub");
-    hear(text != nullptr ? "'" + text->getText() + "'"
-                         : "=" + std::to_string(menu->getLastResult()));
+    std::ostringstream value;
+    value << "="
+          << (menu != nullptr ? static_cast<float>(menu->getLastResult()) : control.getValue());
+    hear(text != nullptr ? "'" + text->getText() + "'" : value.str());
   }
 
   Held<CFrame> frame;
   std::uint64_t now = 1000;
   std::string log;
   int closes = 0;
+  bool asks = false;
 
  private:
   class OpenFrame : public CFrame {
@@ -90,6 +105,7 @@ class BoxScript : public Script {
  protected:
   BoxScript() {
     addControls();
+    addStock();
     addEvents();
     addBoxes();
   }
@@ -126,11 +142,43 @@ class BoxScript : public Script {
       auto* const edit = new CTextEdit({kPlace, &editor, 9}, row[1], style);
       edit->setHoriAlign(kLeftText);
       if (!row[3].empty()) edit->setMaxLength(static_cast<std::size_t>(number(3)));
-      editor.frame->addView(edit);
+      editor.frame->addView(control = edit);
     };
     commands["resize"] = [this] { editor.frame->setSize(std::stof(row[1]), std::stof(row[2])); };
     commands["closing"] = [this] { editor.closes = row[1].empty() ? 1 : number(1); };
     commands["close"] = [this] { editor.frame->close(); };
+  }
+
+  void addStock() {
+    commands["control"] = [this] {
+      const std::map<std::string, std::function<CControl*(const ControlSetup&)>> kinds = {
+          {"display", [](const auto& setup) { return new CParamDisplay(setup); }},
+          {"kick", [](const auto& setup) { return new CKickButton(setup, {}); }},
+          {"knob", [](const auto& setup) { return new CKnob(setup, {}, {}); }},
+          {"slider",
+           [](const auto& setup) {
+             return new CSlider(setup, CSlider::Style::kHorizontal, 20, 120, {}, {});
+           }},
+          {"switch", [](const auto& setup) { return new CHorizontalSwitch(setup, {}, {}, 3); }},
+          {"meter",
+           [](const auto& setup) {
+             return new CVuMeter(setup, CVuMeter::Style::kVertical, 10, {}, {});
+           }},
+      };
+      control = kinds.at(row[1])({kPlace, &editor, 8});
+      editor.frame->addView(control);
+    };
+    commands["set"] = [this] {
+      (void)editor.frame->takeDamage();
+      control->setValue(std::stof(row[1]));
+      say(editor.frame->takeDamage().isEmpty() ? "unseen" : "drawn");
+    };
+    commands["hide"] = [this] { control->setVisible(false); };
+    commands["asking"] = [this] { editor.asks = true; };
+    commands["other"] = [this] {
+      events().mouseDown(at(), kRButton, kLButton | kRButton);
+      events().mouseUp(at(), kRButton, kLButton);
+    };
   }
 
   /// "a, -, !off, *checked, sub>b/c"
@@ -171,7 +219,7 @@ class BoxScript : public Script {
 
   void addEvents() {
     commands["down"] = [this] { events().mouseDown(at(), kLButton, pressed()); };
-    commands["drag"] = [this] { events().mouseMoved(at(), kLButton); };
+    commands["drag"] = [this] { events().mouseMoved(at(), held(row[3]).all() | kLButton); };
     commands["up"] = [this] { events().mouseUp(at(), kLButton, {}); };
     commands["click"] = [this] {
       events().mouseDown(at(), kLButton, pressed());
@@ -282,9 +330,11 @@ class BoxScript : public Script {
   const TestDirectory folder;
   NotedEditor editor;
   COptionMenu* menu = nullptr;
+  CControl* control = nullptr;
 };
 
 TEST_F(BoxScript, MenusAnswerMouseAndKeys) { run(TEST_DATA "/menus.txt"); }
+TEST_F(BoxScript, ControlsTellOneActAtATime) { run(TEST_DATA "/controls.txt"); }
 TEST_F(BoxScript, TextsAreWrittenWhereTheyStand) { run(TEST_DATA "/texts.txt"); }
 TEST_F(BoxScript, BoxesAskAndFilesAreChosen) { run(TEST_DATA "/boxes.txt"); }
 
