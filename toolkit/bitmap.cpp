@@ -58,6 +58,19 @@ void addCircle(std::vector<CPoint>& outline, CPoint centre, float radius, bool c
   addArc(outline, centre, radius, 0.0F, clockwise ? kTurn : -kTurn);
 }
 
+void addRoundBox(std::vector<CPoint>& outline, const CRect& rect, float radius, bool roundTop,
+                 bool roundBottom) {
+  constexpr float kQuarter = std::numbers::pi_v<float> * 0.5F;
+  const float most = std::min({radius, rect.width() * 0.5F, rect.height() * 0.5F});
+  const float top = roundTop ? std::max(most, 0.0F) : 0.0F;
+  const float bottom = roundBottom ? std::max(most, 0.0F) : 0.0F;
+  outline.clear();
+  addArc(outline, {rect.left + top, rect.top + top}, top, 2.0F * kQuarter, 3.0F * kQuarter);
+  addArc(outline, {rect.right - top, rect.top + top}, top, 3.0F * kQuarter, 4.0F * kQuarter);
+  addArc(outline, {rect.right - bottom, rect.bottom - bottom}, bottom, 0.0F, kQuarter);
+  addArc(outline, {rect.left + bottom, rect.bottom - bottom}, bottom, kQuarter, 2.0F * kQuarter);
+}
+
 void paint(CBitmap& picture, Coverage& coverage, CColor colour, float alpha) {
   const std::uint32_t source = pixels::premultiplied(colour);
   const float most = std::clamp(alpha, 0.0F, 1.0F);
@@ -161,17 +174,23 @@ void CDIB::ring(CPoint centre, float radius, float width, CColor colour, float a
 void CDIB::roundBox(const CRect& rect, float radius, bool roundTop, bool roundBottom, CColor colour,
                     float alpha) {
   if (rect.isEmpty()) return;
-  constexpr float kQuarter = std::numbers::pi_v<float> * 0.5F;
-  const float most = std::min({radius, rect.width() * 0.5F, rect.height() * 0.5F});
-  const float top = roundTop ? std::max(most, 0.0F) : 0.0F;
-  const float bottom = roundBottom ? std::max(most, 0.0F) : 0.0F;
-  std::vector<CPoint>& outline = scratch.outline;
-  outline.clear();
-  addArc(outline, {rect.left + top, rect.top + top}, top, 2.0F * kQuarter, 3.0F * kQuarter);
-  addArc(outline, {rect.right - top, rect.top + top}, top, 3.0F * kQuarter, 4.0F * kQuarter);
-  addArc(outline, {rect.right - bottom, rect.bottom - bottom}, bottom, 0.0F, kQuarter);
-  addArc(outline, {rect.left + bottom, rect.bottom - bottom}, bottom, kQuarter, 2.0F * kQuarter);
-  polygon(outline, colour, alpha);
+  addRoundBox(scratch.outline, rect, radius, roundTop, roundBottom);
+  polygon(scratch.outline, colour, alpha);
+}
+
+void CDIB::roundFrame(const CRect& rect, float radius, bool roundTop, bool roundBottom, float width,
+                      CColor colour, float alpha) {
+  if (rect.isEmpty()) return;
+  addRoundBox(scratch.outline, rect, radius, roundTop, roundBottom);
+  scratch.coverage.begin(boundsOf(scratch.outline), getWidth(), getHeight());
+  scratch.coverage.add(scratch.outline);
+  const CRect inner = rect.inset(width, width);
+  if (!inner.isEmpty()) {
+    addRoundBox(scratch.hole, inner, radius - width, roundTop, roundBottom);
+    std::ranges::reverse(scratch.hole);
+    scratch.coverage.add(scratch.hole);
+  }
+  paint(*this, scratch.coverage, colour, alpha);
 }
 
 void CDIB::polygon(std::span<const CPoint> outline, CColor colour, float alpha) {

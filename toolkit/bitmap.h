@@ -70,6 +70,9 @@ class CDIB : public CBitmap {
   /// Corners of `radius`, those at the top and those at the bottom as asked for.
   void roundBox(const CRect& rect, float radius, bool roundTop, bool roundBottom, CColor colour,
                 float alpha = 1.0F);
+  /// The line of `width` along the inner edge of such a box.
+  void roundFrame(const CRect& rect, float radius, bool roundTop, bool roundBottom, float width,
+                  CColor colour, float alpha = 1.0F);
   /// The inside of a closed outline; of one that crosses itself all that it goes round.
   void polygon(std::span<const CPoint> outline, CColor colour, float alpha = 1.0F);
   /// Another picture, its upper left corner at `x`, `y`, each of its channels times `tint`.

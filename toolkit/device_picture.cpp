@@ -101,9 +101,13 @@ void BoxPicture::paint(const Place& box, float scale) const {
                       true, true, kBlackCColor, painted.shadowAlpha);
   }
   const float line = painted.line.alpha != 0 ? std::max(1.0F, std::round(scale)) : 0.0F;
-  if (line > 0.0F) picture->roundBox(edge, radius, true, true, painted.line);
-  picture->roundBox(edge.inset(line, line), std::max(0.0F, radius - line), true, true,
-                    painted.fill);
+  if (line > 0.0F) {
+    picture->roundFrame(edge, radius, painted.roundTop, painted.roundBottom, line, painted.line);
+  }
+  if (painted.fill.alpha != 0) {
+    picture->roundBox(edge.inset(line, line), std::max(0.0F, radius - line), painted.roundTop,
+                      painted.roundBottom, painted.fill);
+  }
 }
 
 void IconPicture::draw(CDrawContext& context, CPoint centre, float size, Icon icon, CColor colour) {

@@ -28,7 +28,7 @@ class DevicePicture {
   float paintedScale = 0.0F;
 };
 
-/// How a box looks; radius in unzoomed pixels.
+/// How a box looks; radius in unzoomed pixels. What is not round is square.
 struct BoxLook {
   float radius = 2.5F;
   CColor fill;
@@ -36,6 +36,8 @@ struct BoxLook {
   int shadow = 0;                    ///< pixels that it reaches beyond the box
   float shadowAlpha = 0.16F;
   float shadowDrop = 2.0F;
+  bool roundTop = true;
+  bool roundBottom = true;
 
   bool operator==(const BoxLook&) const = default;
 };

@@ -63,6 +63,16 @@ struct CColor {
   }
 };
 
+/// From one colour to another, `share` from 0 to 1.
+[[nodiscard]] constexpr CColor mix(CColor from, CColor to, float share) {
+  const auto between = [share](std::uint8_t a, std::uint8_t b) {
+    const float first = a;
+    return static_cast<std::uint8_t>(first + (static_cast<float>(b) - first) * share + 0.5F);
+  };
+  return {between(from.red, to.red), between(from.green, to.green), between(from.blue, to.blue),
+          between(from.alpha, to.alpha)};
+}
+
 inline constexpr CColor kBlackCColor{0, 0, 0, 255};
 inline constexpr CColor kWhiteCColor{255, 255, 255, 255};
 inline constexpr CColor kTransparentCColor{0, 0, 0, 0};

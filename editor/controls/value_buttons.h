@@ -1,0 +1,72 @@
+#pragma once
+
+#include <string>
+
+#include "editor/controls/marks.h"
+#include "editor/controls/with_hover.h"
+#include "toolkit/buttons.h"
+#include "toolkit/device_picture.h"
+
+/// Two states in words: `onText` and `offText`, each in its colour; a press goes from one to the
+/// other. `hasPill`: on a filled pill when on, in an outlined one when off, at the side that the
+/// style's alignment names. Threads, for all of these: as `CView`.
+class CTextValueButton : public WithHover<COnOffButton>, public ControlMarks {
+ public:
+  struct Words {
+    std::string onText;
+    std::string offText;
+    CColor onColour;
+    CColor offColour;
+    bool hasPill = true;
+  };
+  CTextValueButton(const ControlSetup& setup, Words words, TextStyle style);
+
+  [[nodiscard]] const Words& getWords() const noexcept { return words; }
+  void draw(CDrawContext& context) override;
+  CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+
+ protected:
+  ~CTextValueButton() override = default;
+  void marksChanged() override { setDirty(); }
+  [[nodiscard]] const TextStyle& getStyle() const noexcept { return style; }
+
+ private:
+  void drawPill(CDrawContext& context);
+
+  Words words;
+  TextStyle style;
+  BoxPicture pill;
+};
+
+/// Two words with a dash between them, `prefix` before them: the one in force, the first for 0, is
+/// lit and underlined.
+class CDashSeparatedTextValueButton : public CTextValueButton {
+ public:
+  CDashSeparatedTextValueButton(const ControlSetup& setup, std::string prefix, Words words,
+                                TextStyle style);
+
+  void draw(CDrawContext& context) override;
+
+ private:
+  std::string prefix;
+};
+
+/// An icon of the face, dark on a light ground while on.
+class SCListenButton : public CTextValueButton {
+ public:
+  explicit SCListenButton(const ControlSetup& setup);
+
+  void draw(CDrawContext& context) override;
+
+ protected:
+  SCListenButton(const ControlSetup& setup, std::string glyph, float glyphSize);
+
+ private:
+  BoxPicture ground;
+};
+
+/// Whether two things are linked.
+class nLinkIconButton : public SCListenButton {
+ public:
+  explicit nLinkIconButton(const ControlSetup& setup);
+};
