@@ -28,13 +28,14 @@ bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { r
 std::optional<CView*> ElementFactory::createStockView(const LayoutElement& element) {
   const ElementRow* const row = rowOf(stockElements(), element);
   if (row == nullptr) return std::nullopt;
-  return row->make(element, {element.rect, &listener, element.tag});
+  return row->make(element, {{element.rect, &listener, element.tag}, values});
 }
 
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
   const ElementRow* const row = rowOf(ownElements(), element);
   if (row == nullptr) return nullptr;
-  const ControlSetup setup{element.rect, &listener, row->ownTag >= 0 ? row->ownTag : element.tag};
+  const std::int32_t tag = row->ownTag >= 0 ? row->ownTag : element.tag;
+  const ElementSetup setup{{element.rect, &listener, tag}, values};
   if (row->make != nullptr) return row->make(element, setup);
   return new PlainElement(setup, std::string(row->className));
 }

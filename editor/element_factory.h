@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "editor/controls/value_source.h"
 #include "editor/layout/walker.h"
 #include "toolkit/control.h"
 
@@ -24,8 +25,8 @@ class PlainElement : public CControl {
 /// Makes the views of a layout's elements. Threads: as `CView`.
 class ElementFactory : public ViewMaker {
  public:
-  /// `listener` hears of the controls; it outlives them.
-  explicit ElementFactory(CControlListener& who) : listener(who) {}
+  /// `listener` hears of the controls and `values` knows what they show; both outlive them.
+  ElementFactory(CControlListener& who, ValueSource& source) : listener(who), values(source) {}
 
   std::optional<CView*> createStockView(const LayoutElement& element) override;
   CView* createCustomView(const LayoutElement& element) override;
@@ -37,4 +38,5 @@ class ElementFactory : public ViewMaker {
 
  private:
   CControlListener& listener;
+  ValueSource& values;
 };

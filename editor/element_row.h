@@ -8,9 +8,16 @@
 #include "toolkit/bitmap.h"
 #include "toolkit/control.h"
 
+class ValueSource;
+
+/// Beside what every control has, what values are asked of.
+struct ElementSetup : ControlSetup {
+  ValueSource& values;
+};
+
 /// An element that layouts may name: its class, and what makes it.
 struct ElementRow {
-  using Maker = CView* (*)(const LayoutElement& element, const ControlSetup& setup);
+  using Maker = CView* (*)(const LayoutElement& element, const ElementSetup& setup);
 
   std::string_view element;
   std::string_view className;

@@ -37,25 +37,25 @@ TextStyle bold(float size, std::uint32_t colour, CHoriTxtAlign align = kLeftText
 }
 
 template <typename Page>
-CView* makePage(const Element& element, const ControlSetup& setup) {
+CView* makePage(const Element& element, const ElementSetup& setup) {
   auto* const page = new Page(setup.size, setup.tag, elementNumber(element, "pagenumber"));
   page->setBackground(elementBitmap(element));
   return page;
 }
 
 template <std::uint32_t kFill, std::uint32_t kBorder>
-CView* makeFrame(const Element& element, const ControlSetup& setup) {
+CView* makeFrame(const Element& element, const ElementSetup& setup) {
   return new roundEdgedFrame(setup.size, setup.tag, 0, elementNumber(element, "flags"),
                              CColor::rgb(kBorder), CColor::rgb(kFill));
 }
 
 template <std::uint32_t kColour, CHoriTxtAlign kAlign, int kSize = 12>
-CView* makeLabel(const Element& element, const ControlSetup& setup) {
+CView* makeLabel(const Element& element, const ElementSetup& setup) {
   return new CStaticTextLabel(setup, elementText(element, "text"),
                               bold(static_cast<float>(kSize), kColour, kAlign));
 }
 
-CView* makeTitle(const Element& element, const ControlSetup& setup) {
+CView* makeTitle(const Element& element, const ElementSetup& setup) {
   constexpr std::string_view kFirst = "CORVA";
   std::string rest = elementText(element, "text");
   if (rest.starts_with(kFirst)) rest.erase(0, kFirst.size());
@@ -63,28 +63,28 @@ CView* makeTitle(const Element& element, const ControlSetup& setup) {
                          CColor::rgb(kValue));
 }
 
-CView* makeTextDisplay(const Element& element, const ControlSetup& setup) {
+CView* makeTextDisplay(const Element& element, const ElementSetup& setup) {
   return new nTextDisplay(setup, elementText(element, "text"), bold(12.0F, 0xffffff));
 }
 
-CView* makeAboutText(const Element& element, const ControlSetup& setup) {
+CView* makeAboutText(const Element& element, const ElementSetup& setup) {
   return new nTextDisplay(setup, "Corvanthelis 1.03\\" + elementText(element, "text"),
                           bold(12.0F, 0xffffff));
 }
 
-CView* makeTiled(const Element& element, const ControlSetup& setup) {
+CView* makeTiled(const Element& element, const ElementSetup& setup) {
   return new nTiled(setup, elementBitmap(element), {}, elementNumber(element, "clickthru") != 0);
 }
 
-CView* makeTiledStatic(const Element& element, const ControlSetup& setup) {
+CView* makeTiledStatic(const Element& element, const ElementSetup& setup) {
   return new tiledStatic(setup, elementBitmap(element));
 }
 
-CView* makeDarken(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeDarken(const Element& /*element*/, const ElementSetup& setup) {
   return new nDarken(setup, {0, 0, 0, kDarkenAlpha});
 }
 
-CView* makeBypassOverlay(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeBypassOverlay(const Element& /*element*/, const ElementSetup& setup) {
   return new nBypassOverlay(setup, {0x80, 0x80, 0x80, kBypassAlpha},
                             bold(30.0F, 0xffffff, kCenterText));
 }
@@ -93,7 +93,7 @@ TileLook tileLook(const Element& element, std::string title) {
   return {elementBitmap(element), elementBitmap(element, "base"), std::move(title)};
 }
 
-CView* makeTiledButton(const Element& element, const ControlSetup& setup) {
+CView* makeTiledButton(const Element& element, const ElementSetup& setup) {
   const std::string_view name =
       getAttribute(element.attributes, "ontxt") != nullptr ? "ontxt" : "txt";
   return new tiledButton(setup, tileLook(element, elementText(element, name)),
@@ -101,51 +101,51 @@ CView* makeTiledButton(const Element& element, const ControlSetup& setup) {
 }
 
 template <typename Button>
-CView* makeTiledKick(const Element& element, const ControlSetup& setup) {
+CView* makeTiledKick(const Element& element, const ElementSetup& setup) {
   return new Button(setup, tileLook(element, elementText(element, "txt")));
 }
 
 template <typename Menu>
-CView* makeTiledByPicture(const Element& element, const ControlSetup& setup) {
+CView* makeTiledByPicture(const Element& element, const ElementSetup& setup) {
   return new Menu(setup, elementBitmap(element));
 }
 
-CView* makeBankMenu(const Element& element, const ControlSetup& setup) {
+CView* makeBankMenu(const Element& element, const ElementSetup& setup) {
   return new tiledSOptionMenu(setup, tileLook(element, ""), elementText(element, "txt"),
                               tagTable().find(elementText(element, "alttag")));
 }
 
-CView* makeCopyToMenu(const Element& element, const ControlSetup& setup) {
+CView* makeCopyToMenu(const Element& element, const ElementSetup& setup) {
   return new tiledCopyToMenu(setup, tileLook(element, ""), elementText(element, "txt"));
 }
 
 template <int kGlyphSize>
-CView* makeGlyphButton(const Element& element, const ControlSetup& setup) {
+CView* makeGlyphButton(const Element& element, const ElementSetup& setup) {
   // Folder and disk stand on one line, their rectangles do not.
   const bool isDisk = setup.tag == kGUISave || setup.tag == kGUISaveBank;
   return new nTTKickButton(setup, elementText(element, "str"), static_cast<float>(kGlyphSize),
                            isDisk ? 1.0F : 0.0F);
 }
 
-CView* makeKickButton(const Element& element, const ControlSetup& setup) {
+CView* makeKickButton(const Element& element, const ElementSetup& setup) {
   return new nKickButton(setup, elementBitmap(element),
                          static_cast<float>(elementNumber(element, "heightOfOneImage")));
 }
 
 template <typename Area>
-CView* makePageSelect(const Element& element, const ControlSetup& setup) {
+CView* makePageSelect(const Element& element, const ElementSetup& setup) {
   return new Area(setup, elementNumber(element, "val"));
 }
 
-CView* makeSelectorTab(const Element& element, const ControlSetup& setup) {
+CView* makeSelectorTab(const Element& element, const ElementSetup& setup) {
   return new selectorTab(setup, elementText(element, "label"), elementNumber(element, "side"));
 }
 
-CView* makeToolTips(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeToolTips(const Element& /*element*/, const ElementSetup& setup) {
   return new nToolTips(setup);
 }
 
-CView* makeResizeBox(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeResizeBox(const Element& /*element*/, const ElementSetup& setup) {
   return new nResizeBox(setup);
 }
 
@@ -153,24 +153,24 @@ CColor colourOf(const Element& element) {
   return CColor::rgb(static_cast<std::uint32_t>(getAttributeHex(element.attributes, "colour")));
 }
 
-CView* makeSectionLabel(const Element& element, const ControlSetup& setup) {
+CView* makeSectionLabel(const Element& element, const ElementSetup& setup) {
   return new nSectionLabel(setup, elementText(element, "text"), colourOf(element),
                            static_cast<float>(elementNumber(element, "value")));
 }
 
-CView* makeSectionToggle(const Element& element, const ControlSetup& setup) {
+CView* makeSectionToggle(const Element& element, const ElementSetup& setup) {
   return new nSectionToggle(setup, elementText(element, "text"), colourOf(element));
 }
 
-CView* makeSeparator(const Element& element, const ControlSetup& setup) {
+CView* makeSeparator(const Element& element, const ElementSetup& setup) {
   return new nSeparator(setup, colourOf(element));
 }
 
-CView* makeMute(const Element& element, const ControlSetup& setup) {
+CView* makeMute(const Element& element, const ElementSetup& setup) {
   return new MuteButton(setup, elementText(element, "text"));
 }
 
-CView* makeFlatButton(const Element& element, const ControlSetup& setup) {
+CView* makeFlatButton(const Element& element, const ElementSetup& setup) {
   return new FlatButton(setup, elementText(element, "text"));
 }
 
@@ -180,19 +180,19 @@ CHoriTxtAlign alignOf(const Element& element) {
   return align == "center" || align == "centre" ? kCenterText : kLeftText;
 }
 
-CView* makeTextValueButton(const Element& element, const ControlSetup& setup) {
+CView* makeTextValueButton(const Element& element, const ElementSetup& setup) {
   return new CTextValueButton(setup,
                               {elementText(element, "text"), elementText(element, "text2"),
                                CColor::rgb(kValue), look::kOff},
                               look::bold(look::kSmallTextSize, look::kValue, alignOf(element)));
 }
 
-CView* makeBlankButton(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeBlankButton(const Element& /*element*/, const ElementSetup& setup) {
   return new CTextValueButton(setup, {" ", " ", CColor::rgb(kValue), CColor::rgb(kValue), false},
                               look::bold(look::kSmallTextSize, look::kValue));
 }
 
-CView* makeDashSeparated(const Element& element, const ControlSetup& setup) {
+CView* makeDashSeparated(const Element& element, const ElementSetup& setup) {
   return new CDashSeparatedTextValueButton(
       setup, elementText(element, "prefix"),
       {elementText(element, "text2"), elementText(element, "text1"), CColor::rgb(kValue),
@@ -200,7 +200,7 @@ CView* makeDashSeparated(const Element& element, const ControlSetup& setup) {
       look::bold(9.0F, look::kValue));
 }
 
-CView* makeLinkButton(const Element& /*element*/, const ControlSetup& setup) {
+CView* makeLinkButton(const Element& /*element*/, const ElementSetup& setup) {
   return new nLinkIconButton(setup);
 }
 

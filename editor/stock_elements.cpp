@@ -30,9 +30,9 @@ FilmStrip strip(const Element& element, const char* count) {
   return {std::max(elementNumber(element, count), 1), imageHeight(element)};
 }
 
-CView* makeNone(const Element& /*element*/, const ControlSetup& /*setup*/) { return nullptr; }
+CView* makeNone(const Element& /*element*/, const ElementSetup& /*setup*/) { return nullptr; }
 
-CView* makeContainer(const Element& element, const ControlSetup& setup) {
+CView* makeContainer(const Element& element, const ElementSetup& setup) {
   auto* const container = new CGViewContainer(setup.size);
   container->setHidden(getAttributeBool(element.attributes, "hide"));
   container->setBackground(elementBitmap(element));
@@ -40,45 +40,45 @@ CView* makeContainer(const Element& element, const ControlSetup& setup) {
 }
 
 template <typename Button>
-CView* makeButton(const Element& element, const ControlSetup& setup) {
+CView* makeButton(const Element& element, const ElementSetup& setup) {
   return new Button(setup, elementBitmap(element), imageHeight(element));
 }
 
-CView* makeDisplay(const Element& element, const ControlSetup& setup) {
+CView* makeDisplay(const Element& element, const ElementSetup& setup) {
   auto* const display = new CParamDisplay(setup, elementNumber(element, "style"));
   display->setBackground(elementBitmap(element));
   return display;
 }
 
 template <typename Label>
-CView* makeText(const Element& element, const ControlSetup& setup) {
+CView* makeText(const Element& element, const ElementSetup& setup) {
   auto* const label =
       new Label(setup, elementText(element, "txt"), elementNumber(element, "style"));
   label->setBackground(elementBitmap(element));
   return label;
 }
 
-CView* makeMenu(const Element& element, const ControlSetup& setup) {
+CView* makeMenu(const Element& element, const ElementSetup& setup) {
   auto* const menu = new COptionMenu(setup, elementNumber(element, "style"));
   menu->setBackground(elementBitmap(element));
   return menu;
 }
 
-CView* makeKnob(const Element& element, const ControlSetup& setup) {
+CView* makeKnob(const Element& element, const ElementSetup& setup) {
   return new CKnob(setup, elementBitmap(element, "handle"), elementBitmap(element));
 }
 
-CView* makeAnimKnob(const Element& element, const ControlSetup& setup) {
+CView* makeAnimKnob(const Element& element, const ElementSetup& setup) {
   return new CAnimKnob(setup, elementBitmap(element), strip(element, "subpixmaps"));
 }
 
 template <typename Switch>
-CView* makeSwitch(const Element& element, const ControlSetup& setup) {
+CView* makeSwitch(const Element& element, const ElementSetup& setup) {
   return new Switch(setup, elementBitmap(element), strip(element, "subpixmaps"),
                     elementNumber(element, "maxpositions"));
 }
 
-CView* makeRocker(const Element& element, const ControlSetup& setup) {
+CView* makeRocker(const Element& element, const ElementSetup& setup) {
   const bool isVertical = elementNumber(element, "style") != 0;
   return new CRockerSwitch(
       setup, elementBitmap(element), imageHeight(element),
@@ -86,12 +86,12 @@ CView* makeRocker(const Element& element, const ControlSetup& setup) {
 }
 
 template <typename Picture>
-CView* makePicture(const Element& element, const ControlSetup& setup) {
+CView* makePicture(const Element& element, const ElementSetup& setup) {
   return new Picture(setup, elementBitmap(element), strip(element, "subpixmaps"));
 }
 
 template <CSlider::Style kStyle>
-CView* makeSlider(const Element& element, const ControlSetup& setup) {
+CView* makeSlider(const Element& element, const ElementSetup& setup) {
   const bool isVertical = kStyle == CSlider::Style::kVertical;
   float first = static_cast<float>(elementNumber(element, "minpos"));
   float last = static_cast<float>(elementNumber(element, "maxpos"));
@@ -103,7 +103,7 @@ CView* makeSlider(const Element& element, const ControlSetup& setup) {
                      elementBitmap(element));
 }
 
-CView* makeSplash(const Element& element, const ControlSetup& setup) {
+CView* makeSplash(const Element& element, const ElementSetup& setup) {
   return new CSplashScreen(setup, elementBitmap(element),
                            {static_cast<float>(elementNumber(element, "dleft")),
                             static_cast<float>(elementNumber(element, "dtop")),
@@ -111,7 +111,7 @@ CView* makeSplash(const Element& element, const ControlSetup& setup) {
                             static_cast<float>(elementNumber(element, "dbottom"))});
 }
 
-CView* makeVu(const Element& element, const ControlSetup& setup) {
+CView* makeVu(const Element& element, const ElementSetup& setup) {
   const bool isVertical = elementNumber(element, "style") != 0;
   auto* const meter = new CVuMeter(
       setup, isVertical ? CVuMeter::Style::kVertical : CVuMeter::Style::kHorizontal,

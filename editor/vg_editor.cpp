@@ -9,8 +9,10 @@
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
+#include "editor/controls/tiled_menus.h"
 #include "editor/layout/layout_tree.h"
 #include "editor/layout/walker.h"
+#include "editor/typed_value.h"
 #include "graphs/opengl/ogl_frame.h"
 #include "platform/clock.h"
 #include "platform/resources.h"
@@ -126,6 +128,8 @@ void VGEditor::resizeSurface(float width, float height, float zoom) {
 
 namespace {
 
+bool isParameter(std::int32_t tag) { return tag >= 0 && tag < kNumParams; }
+
 KeyEvent keyOf(const VstKeyCode& code) {
   KeyEvent key;
   key.key = static_cast<Key>(code.virt);
@@ -155,11 +159,11 @@ bool VGEditor::onKeyUp(const VstKeyCode& key) {
 }
 
 void VGEditor::beginEdit(std::int32_t tag) {
-  if (tag >= 0 && tag < kNumParams) plug.beginEdit(tag);
+  if (isParameter(tag)) plug.beginEdit(tag);
 }
 
 void VGEditor::endEdit(std::int32_t tag) {
-  if (tag >= 0 && tag < kNumParams) plug.endEdit(tag);
+  if (isParameter(tag)) plug.endEdit(tag);
 }
 
 void VGEditor::frameCallback(std::int32_t code, void* /*data*/) {
@@ -169,5 +173,53 @@ void VGEditor::frameCallback(std::int32_t code, void* /*data*/) {
 
 void VGEditor::valueChanged(CControl& control) {
   const std::int32_t tag = control.getTag();
-  if (tag >= 0 && tag < kNumParams) plug.setParameterAutomated(tag, control.getValue());
+  if (isParameter(tag)) plug.setParameterAutomated(tag, control.getValue());
+}
+
+std::string VGEditor::nameOf(std::int32_t tag) const {
+  if (!isParameter(tag)) return {};
+  std::array<char, PlugBase::kParameterTextCapacity> text{};
+  plug.getParameterName(tag, text.data());
+  std::string name(text.data());
+  if (isBandParameter(tag)) name.erase(0, name.find(' ') + 1);
+  std::ranges::transform(name, name.begin(), [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  });
+  return name;
+}
+
+std::string VGEditor::textOf(std::int32_t tag) const {
+  if (!isParameter(tag)) return {};
+  std::array<char, PlugBase::kParameterTextCapacity> text{};
+  plug.getParameterDisplay(tag, text.data());
+  return text.data();
+}
+
+float VGEditor::valueOf(std::int32_t tag) const { return plug.getParameter(tag); }
+
+float VGEditor::defaultOf(std::int32_t tag) const {
+  return isParameter(tag) ? plug.getParameterDefault(tag) : 0.0F;
+}
+
+float VGEditor::plainOf(std::int32_t tag, float normalised) const {
+  return isParameter(tag) ? plug.normalisedToPlain(tag, normalised) : 0.0F;
+}
+
+float VGEditor::normalisedOf(std::int32_t tag, float plain) const {
+  return isParameter(tag) ? plug.plainToNormalised(tag, plain) : 0.0F;
+}
+
+ValueSteps VGEditor::stepsOf(std::int32_t tag) const {
+  if (!isParameter(tag)) return {};
+  const ParameterRecord& record = plug.parameterInfo(tag);
+  return {record.curve, record.min, record.max, plug.getStepCount(tag)};
+}
+
+void VGEditor::setValueFromText(std::int32_t tag, std::string_view text) {
+  if (!isParameter(tag)) return;
+  const TypedValueRules rules{plug.getPlainValue(kExtendedRatios) != 0.0F,
+                              static_cast<int>(plug.getPlainValue(kExtendedRanges))};
+  beginEdit(tag);
+  CTagUpdate::send(*this, tag, normalisedOf(tag, typedValue(tag, text, rules)));
+  endEdit(tag);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "editor/control_index.h"
+#include "editor/controls/value_source.h"
 #include "editor/element_factory.h"
 #include "host/aeff_editor.h"
 #include "toolkit/cg_frame.h"
@@ -21,7 +22,10 @@ struct ShownHow {
 
 /// The editor of an effect whose surface a layout document describes. Threads: the message thread,
 /// but for `setParameter`, which any may call and which only leaves a mark.
-class VGEditor : public AEffEditor, public VSTGUIEditorInterface, public CControlListener {
+class VGEditor : public AEffEditor,
+                 public VSTGUIEditorInterface,
+                 public CControlListener,
+                 public ValueSource {
  public:
   explicit VGEditor(Plug& effect);
   ~VGEditor() override;
@@ -53,6 +57,16 @@ class VGEditor : public AEffEditor, public VSTGUIEditorInterface, public CContro
   // CControlListener: of a parameter's control.
   void valueChanged(CControl& control) override;
 
+  // ValueSource
+  [[nodiscard]] std::string nameOf(std::int32_t tag) const override;
+  [[nodiscard]] std::string textOf(std::int32_t tag) const override;
+  [[nodiscard]] float valueOf(std::int32_t tag) const override;
+  [[nodiscard]] float defaultOf(std::int32_t tag) const override;
+  [[nodiscard]] float plainOf(std::int32_t tag, float normalised) const override;
+  [[nodiscard]] float normalisedOf(std::int32_t tag, float plain) const override;
+  [[nodiscard]] ValueSteps stepsOf(std::int32_t tag) const override;
+  void setValueFromText(std::int32_t tag, std::string_view text) override;
+
   [[nodiscard]] ControlIndex& index() noexcept { return controls; }
   [[nodiscard]] CGFrame* shownFrame() const noexcept { return frame.get(); }
 
@@ -81,7 +95,7 @@ class VGEditor : public AEffEditor, public VSTGUIEditorInterface, public CContro
 
   Plug& plug;
   ShownHow shownHow;
-  ElementFactory factory{*this};
+  ElementFactory factory{*this, *this};
   Held<CGFrame> frame;
   ControlIndex controls;
   ERect rect{0, 0, 295, 755};
