@@ -208,6 +208,12 @@ bool CFrame::onKeyUp(const KeyEvent& key) {
   return focused && focused->onKeyUp(key);
 }
 
+bool CFrame::acceptsDrop(CPoint where) { return editor != nullptr && editor->acceptsFiles(where); }
+
+void CFrame::onDrop(CPoint where, const std::vector<std::string>& paths) {
+  if (editor != nullptr) editor->filesDropped(where, paths);
+}
+
 void CFrame::invalidFrameRect(const CRect& part) {
   damage = joined(damage, part.cutTo({0.0F, 0.0F, size.width(), size.height()}));
   markDirty();
@@ -391,6 +397,7 @@ void CFrame::destroyed() {
 
 bool CFrame::dropMoved(DevicePoint where) {
   const std::lock_guard guard(lock);
+  if (getModalView() != nullptr) return false;
   const CPoint point = fromDevice(where);
   CView* const under = viewAt(point);
   return acceptsDrop(point) || (under != nullptr && under->acceptsDrop(under->frameToLocal(point)));
@@ -401,6 +408,7 @@ void CFrame::dropLeft() {}
 void CFrame::filesDropped(DevicePoint where, const std::vector<std::string>& paths) {
   const Held<CFrame> stays(this);
   const std::lock_guard guard(lock);
+  if (getModalView() != nullptr) return;  // it came meanwhile
   const CPoint point = fromDevice(where);
   const Held<CView> under(viewAt(point));
   if (under && under->acceptsDrop(under->frameToLocal(point))) {
