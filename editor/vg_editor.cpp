@@ -146,7 +146,8 @@ namespace {
 KeyEvent keyOf(const VstKeyCode& code) {
   KeyEvent key;
   key.key = static_cast<Key>(code.virt);
-  key.character = static_cast<char32_t>(std::max(code.character, 0));
+  const bool isCapital = code.character >= 'A' && code.character <= 'Z';
+  key.character = static_cast<char32_t>(std::max(code.character, 0) + (isCapital ? 'a' - 'A' : 0));
   if (code.character >= 32 && code.character < 127) {
     key.text = static_cast<char>(code.character);
   }
