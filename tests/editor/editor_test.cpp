@@ -8,6 +8,7 @@
 #include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
 #include "editor/menu_adapter.h"
+#include "graphs/opengl/gl_picture.h"
 #include "host/alerts.h"
 #include "tests/editor/shown_editor.h"
 #include "tests/support/test_directory.h"
@@ -80,6 +81,7 @@ TEST(Editor, FilesThatAreDroppedLoadOrItIsToldWhyNot) {
 }
 
 TEST(Editor, MenusDoWhatIsChosen) {
+  const auto kept = GlPicture::make(8, 8);  // so that leak reports can name the driver
   const XServer display;
   Shown shown(0);
   shown.editor->close();
