@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "editor/vg_editor.h"
 
@@ -11,11 +13,22 @@ class FlagEd : public VGEditor {
   using VGEditor::VGEditor;
 
   void valueChanged(CControl& control) override;
+  [[nodiscard]] bool acceptsFiles(CPoint /*where*/) const override { return true; }
+  /// Loads the first of a kind that it knows; the user is told where there is none.
+  void filesDropped(CPoint where, const std::vector<std::string>& paths) override;
 
  protected:
   void viewsClose() override;
+  /// Loads a file, if it is of a kind that this knows. One that it cannot load changes nothing, and
+  /// the user is told.
+  virtual bool takeFile(const std::string& path, CPoint where);
+  void showTray();
 
   bool setupOpen = false;
+  bool trayOpen = false;
+
+ private:
+  void askForFile(std::int32_t tag);
 };
 
 /// The editor of this effect: its modes, and where the parts of the surface lie in each. Threads:
@@ -32,10 +45,14 @@ class PlugEd : public FlagEd {
   void idle() override;
   /// Opens the setup window at a page, 0 to 3.
   void openSetup(int page);
+  /// Opens the menu of band 0..7 at a point of the frame.
+  void openBandMenu(int band, CPoint where);
 
  protected:
   void layoutEditor() override;
   void viewsClose() override;
+  /// Also bands: into the one whose tab is there, otherwise into the one that is shown.
+  bool takeFile(const std::string& path, CPoint where) override;
 
  private:
   void placeParts();

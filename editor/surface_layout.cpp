@@ -91,3 +91,9 @@ CRect helpLinePlace(const SurfaceSize& size) {
 CRect graphPlace(const SurfaceSize& size) {
   return {14.0F, 39.0F, size.graphWidth + 14.0F, 418.0F};
 }
+
+int bandTabAt(const SurfaceSize& size, CPoint where) {
+  const CRect tabs{graphPlace(size).left, 421.0F, graphPlace(size).right, 448.0F};
+  if (!tabs.contains(where)) return -1;
+  return static_cast<int>((where.x - tabs.left) * static_cast<float>(kNumBands) / tabs.width());
+}

@@ -47,3 +47,6 @@ struct SurfacePart {
 // Those that have none.
 [[nodiscard]] CRect helpLinePlace(const SurfaceSize& size);
 [[nodiscard]] CRect graphPlace(const SurfaceSize& size);
+
+/// The band 0..7 whose tab is at a point, -1 for none.
+[[nodiscard]] int bandTabAt(const SurfaceSize& size, CPoint where);

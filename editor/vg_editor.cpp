@@ -14,8 +14,22 @@
 #include "editor/layout/walker.h"
 #include "editor/typed_value.h"
 #include "graphs/opengl/ogl_frame.h"
+#include "host/alerts.h"
 #include "platform/clock.h"
 #include "platform/resources.h"
+#include "state/machine.h"
+
+bool prefersOpenGl(const Globals& globals) { return globals.getGlobal("OpenGL", 1) != 0; }
+
+namespace {
+
+/// Asked once: all windows of a process are drawn alike, whatever is stored meanwhile.
+bool isOpenGlPreferred() {
+  static const bool isPreferred = prefersOpenGl(getGlobals());
+  return isPreferred;
+}
+
+}  // namespace
 
 VGEditor::VGEditor(Plug& shown) : plug(shown) {}
 
@@ -30,7 +44,7 @@ bool VGEditor::getRect(ERect** result) {
 Held<CGFrame> VGEditor::createFrame() {
   CFrame::Clock clock = shownHow.clock ? shownHow.clock : CFrame::Clock(&monotonicMilliseconds);
   const CRect size{0.0F, 0.0F, static_cast<float>(rect.right), static_cast<float>(rect.bottom)};
-  if (shownHow.usesOpenGl) {
+  if (shownHow.usesOpenGl ? *shownHow.usesOpenGl : isOpenGlPreferred()) {
     return Held<CGFrame>::adopt(new OGLFrame(size, this, std::move(clock)));
   }
   return Held<CGFrame>::adopt(new CGFrame(size, this, std::move(clock)));
@@ -45,6 +59,7 @@ bool VGEditor::build() {
   if (frame) return false;
   closeWanted = false;
   frame = createFrame();
+  boxes = std::make_unique<FrameDialogs>(*frame);
   const std::lock_guard guard(frame->treeLock());
   loadLayout();
   viewsBuilt();
@@ -81,6 +96,7 @@ void VGEditor::close() {
   }
   closing->close();
   controls.clear();
+  boxes.reset();  // after the frame: answers to what was open may have asked again
   frame = {};
 }
 
@@ -90,6 +106,7 @@ void VGEditor::idle() {
   showChangedParameters();
   shown->idle();
   if (closeWanted) close();
+  if (boxes != nullptr) Alerts::instance().show(*boxes);
 }
 
 void VGEditor::setParameter(std::int32_t index, float /*normalised*/) {
@@ -133,7 +150,8 @@ bool isParameter(std::int32_t tag) { return tag >= 0 && tag < kNumParams; }
 KeyEvent keyOf(const VstKeyCode& code) {
   KeyEvent key;
   key.key = static_cast<Key>(code.virt);
-  key.character = static_cast<char32_t>(std::max(code.character, 0));
+  const bool isCapital = code.character >= 'A' && code.character <= 'Z';
+  key.character = static_cast<char32_t>(std::max(code.character, 0) + (isCapital ? 'a' - 'A' : 0));
   if (code.character >= 32 && code.character < 127) {
     key.text = static_cast<char>(code.character);
   }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "editor/control_index.h"
@@ -11,13 +12,18 @@
 #include "editor/element_factory.h"
 #include "host/aeff_editor.h"
 #include "toolkit/cg_frame.h"
+#include "toolkit/frame_dialogs.h"
 
+class Globals;
 class Plug;
+
+/// The preference "OpenGL"; on where nothing is stored.
+[[nodiscard]] bool prefersOpenGl(const Globals& globals);
 
 /// How a surface is shown.
 struct ShownHow {
-  bool usesOpenGl = true;
-  CFrame::Clock clock;  ///< milliseconds; empty for the system's
+  std::optional<bool> usesOpenGl;  ///< none: as the user preferred when the process first asked
+  CFrame::Clock clock;             ///< milliseconds; empty for the system's
 };
 
 /// The editor of an effect whose surface a layout document describes. Threads: the message thread,
@@ -72,6 +78,8 @@ class VGEditor : public AEffEditor,
 
  protected:
   [[nodiscard]] Plug& effect() const noexcept { return plug; }
+  /// Boxes and choices of files in the window; null while there is none.
+  [[nodiscard]] Dialogs* dialogs() const noexcept { return boxes.get(); }
   /// The views are there, the index is not.
   virtual void viewsBuilt() {}
   /// The index is there: places and values come next.
@@ -97,6 +105,7 @@ class VGEditor : public AEffEditor,
   ShownHow shownHow;
   ElementFactory factory{*this, *this};
   Held<CGFrame> frame;
+  std::unique_ptr<FrameDialogs> boxes;  // of `frame`
   ControlIndex controls;
   ERect rect{0, 0, 295, 755};
   iVSTFrameCallbackInterface* heardBy = nullptr;

@@ -214,6 +214,12 @@ bool CFrame::onKeyUp(const KeyEvent& key) {
   return focused && focused->isShown() && focused->onKeyUp(key);
 }
 
+bool CFrame::acceptsDrop(CPoint where) { return editor != nullptr && editor->acceptsFiles(where); }
+
+void CFrame::onDrop(CPoint where, const std::vector<std::string>& paths) {
+  if (editor != nullptr) editor->filesDropped(where, paths);
+}
+
 void CFrame::invalidFrameRect(const CRect& part) {
   damage = joined(damage, part.cutTo({0.0F, 0.0F, size.width(), size.height()}));
   markDirty();

@@ -23,9 +23,12 @@ class VSTGUIEditorInterface {
   [[nodiscard]] virtual std::int32_t getKnobMode() const { return 0; }
   virtual void setParameter(std::int32_t tag, float normalised) = 0;
   [[nodiscard]] virtual CFrame* getFrame() const = 0;
-  /// The running text entry ends; the window has closed, by the user's or the host's hand; files
-  /// have been dropped where no view takes them.
+  /// The running text entry ends; the window has closed, by the user's or the host's hand.
   virtual void frameCallback(std::int32_t code, void* data) = 0;
+  /// Whether files may be dropped at a point of the frame where no view takes them, and those that
+  /// have been dropped there: absolute paths, at least one.
+  [[nodiscard]] virtual bool acceptsFiles(CPoint /*where*/) const { return false; }
+  virtual void filesDropped(CPoint /*where*/, const std::vector<std::string>& /*paths*/) {}
 };
 
 enum FrameCallbackCode : std::int32_t {
@@ -101,6 +104,9 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
 
   bool onKeyDown(const KeyEvent& key) override;
   bool onKeyUp(const KeyEvent& key) override;
+  /// The editor's affair.
+  [[nodiscard]] bool acceptsDrop(CPoint where) override;
+  void onDrop(CPoint where, const std::vector<std::string>& paths) override;
 
   void markDirty() noexcept override { changed.store(true, std::memory_order_relaxed); }
   void invalidFrameRect(const CRect& part) override;

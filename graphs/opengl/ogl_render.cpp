@@ -1,6 +1,7 @@
 #include "graphs/opengl/ogl_render.h"
 
-#include <mutex>
+#include <chrono>
+#include <thread>
 
 #include "graphs/opengl/ogl_frame.h"
 #include "graphs/opengl/whole_frame.h"
@@ -10,15 +11,28 @@ OGLRender::OGLRender(OGLFrame& frame) : OpenGLView(frame.getSize(), 0), shown(fr
 // The frame's tree is drawn by it, not it by the tree.
 void OGLRender::draw(CDrawContext& /*context*/) { setDirty(false); }
 
+/// Gives up when the thread is to end: the frame may be closed from within an event, by a thread
+/// that has the lock.
+std::unique_lock<std::recursive_mutex> OGLRender::lockTree() {
+  constexpr auto kPause = std::chrono::microseconds(200);
+  std::unique_lock tree(shown.treeLock(), std::try_to_lock);
+  while (!tree && !isStopping()) {
+    std::this_thread::sleep_for(kPause);
+    static_cast<void>(tree.try_lock());
+  }
+  return tree;
+}
+
 bool OGLRender::hasNews() {
   if (needsReset.load(std::memory_order_relaxed)) return true;
-  const std::lock_guard tree(shown.treeLock());
-  return !shown.takeDamage().isEmpty();
+  const auto tree = lockTree();
+  return tree && !shown.takeDamage().isEmpty();
 }
 
 void OGLRender::platformDraw() {
   needsReset.store(false, std::memory_order_relaxed);
-  const std::lock_guard tree(shown.treeLock());
+  const auto tree = lockTree();
+  if (!tree) return;
   if (glContext == nullptr) glContext = std::make_unique<CGLContext>();
   drawWholeFrame(*glContext, shown);
 }

@@ -42,6 +42,10 @@ class OpenGLView : public CControl {
   /// The context is about to go, and is current.
   virtual void contextCloses() {}
   virtual void swap() { context->swap(); }
+  /// `closeWindow` waits for the render thread: it must not wait for anything any more.
+  [[nodiscard]] bool isStopping() const noexcept {
+    return stopRequested.load(std::memory_order_relaxed);
+  }
 
   /// Guards the context: the render thread holds it for a whole frame.
   std::mutex lock;
