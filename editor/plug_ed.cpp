@@ -4,9 +4,25 @@
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
+#include "editor/controls/rounded_frame.h"
 #include "editor/layout/tag_table.h"
 #include "editor/surface_layout.h"
 #include "state/machine.h"
+
+namespace {
+
+bool isPanel(CControl& control) {
+  auto* const wrapper = dynamic_cast<iControlWrapper*>(&control);
+  return wrapper != nullptr && dynamic_cast<roundEdgedFrame*>(&wrapper->wrapped()) != nullptr;
+}
+
+void placeWithMouse(CControl* control, const CRect& place) {
+  if (control == nullptr) return;
+  control->setViewSize(place);
+  control->setMouseableArea(place);
+}
+
+}  // namespace
 
 void FlagEd::valueChanged(CControl& control) {
   const float value = control.getValue();
@@ -55,12 +71,23 @@ void PlugEd::placeParts() {
     int count = 0;
     index().forEach(part.tag, [&](CControl& control) {
       if (part.which != SurfacePart::kEvery && part.which != count++) return;
+      if (part.framesOnly && !isPanel(control)) return;
       present.own = control.getViewSize();
       const CRect place = part.place(size, present);
       control.setViewSize(place);
       if (part.withMouse) control.setMouseableArea(place);
     });
   }
+  placeWithMouse(untagged("EQGraph"), graphPlace(size));
+  placeWithMouse(untagged("nToolTips"), helpLinePlace(size));
+}
+
+CControl* PlugEd::untagged(std::string_view className) {
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    auto* const plain = dynamic_cast<PlainElement*>(index().getControl(i));
+    if (plain != nullptr && plain->getClassName() == className) return plain;
+  }
+  return nullptr;
 }
 
 void PlugEd::showAllValues() {

@@ -73,4 +73,9 @@ void iControlWrapper::setViewSize(const CRect& rect, bool invalidates) {
   control.asView().setViewSize(rect, invalidates);
 }
 
+void iControlWrapper::setMouseableArea(const CRect& rect) {
+  CControl::setMouseableArea(rect);
+  control.asView().setMouseableArea(rect);
+}
+
 void iControlWrapper::setDirty(bool on) { control.asView().setDirty(on); }

@@ -82,6 +82,7 @@ class iControlWrapper : public CControl {
 
   void setValue(float plain) override;
   void setViewSize(const CRect& rect, bool invalidates = true) override;
+  void setMouseableArea(const CRect& rect) override;
   void setDirty(bool on = true) override;
   [[nodiscard]] iControl& wrapped() noexcept { return control; }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "core/plug.h"
+#include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
 #include "editor/plug_ed.h"
 
@@ -54,6 +55,10 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
       {0, kGUIBox4, 0, {654, 25, 844, 698}},
       {2, kGUIShowAdvanced, 0, {639, 621, 800, 654}},
       {0, kGUIShowAdvanced, 0, {494, 621, 655, 654}},
+      {0, kGUISelectedBand, 0, {14, 396, 800, 452}},  // the tabs
+      {0, -1, 0, {14, 39, 655, 418}},                 // the graph
+      {1, -1, 0, {14, 39, 800, 418}},
+      {1, -1, 5, {0, 670, 989, 698}},  // the help line
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << "tag " << row.tag << " in mode " << row.mode);
@@ -62,6 +67,16 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
     EXPECT_EQ(shown.place(row.tag, row.which).top, row.place.top);
     EXPECT_EQ(shown.place(row.tag, row.which).right, row.place.right);
     EXPECT_EQ(shown.place(row.tag, row.which).bottom, row.place.bottom);
+  }
+}
+
+TEST(Surface, ThePagesMeetTheMouseWhereTheyLie) {
+  const Shown shown(2);
+  for (const std::int32_t tag : {kGUIBox2, kGUIBox3, kGUIBox4, kGUIPresetBox}) {
+    auto* const wrapper = dynamic_cast<iControlWrapper*>(shown.editor->index().find(tag));
+    ASSERT_NE(wrapper, nullptr) << tag;
+    const CView& page = wrapper->wrapped().asView();
+    EXPECT_EQ(page.getMouseableArea(), page.getViewSize()) << tag;
   }
 }
 
