@@ -11,6 +11,7 @@
 #include "editor/element_factory.h"
 #include "host/aeff_editor.h"
 #include "toolkit/cg_frame.h"
+#include "toolkit/kept_resources.h"
 
 class Plug;
 
@@ -93,6 +94,7 @@ class VGEditor : public AEffEditor,
   static constexpr int kMarkBits = 32;
   static constexpr int kMarkWords = 14;  // for 422 parameters
 
+  KeptResources kept;  // goes last, after all that holds some
   Plug& plug;
   ShownHow shownHow;
   ElementFactory factory{*this, *this};

@@ -345,7 +345,7 @@ void CDrawContext::drawTextCached(std::string_view utf8, const CRect& rect,
                                   const TextStyle& style) {
   if (!style.face || !isInside(rect)) return;
   const float size = style.size * scale;
-  const StaticTextLabelCache::Label label = labels.find(utf8, style.face, size);
+  const StaticTextLabelCache::Label label = labels.find(utf8, style.face, size, style.isVerbatim);
   if (label.picture->isEmpty()) return;
   const CRect space = toDevice(rect);
   const float ascent = std::round(style.face->ascent(size));

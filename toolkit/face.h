@@ -12,9 +12,11 @@
 /// the lowest descender, as the face has them. Threads: any; nothing changes after construction.
 class Face {
  public:
-  /// The face of this name among the `TTF` resources, read once for the process; null where there
-  /// is none or it is damaged.
+  /// The face of this name among the `TTF` resources, one object for the whole process; null where
+  /// there is none or it is damaged.
   [[nodiscard]] static std::shared_ptr<const Face> find(std::string_view name);
+  /// Faces that were found stay with those who hold them alone.
+  static void giveUpLoaded();
   /// From the bytes of a TrueType file, which must outlive it; null where they are damaged.
   [[nodiscard]] static std::shared_ptr<const Face> read(std::string_view bytes);
   ~Face();

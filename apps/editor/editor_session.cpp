@@ -12,6 +12,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/json_output.h"
 #include "apps/output/output_files.h"
+#include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
 #include "graphs/opengl/gl_picture.h"
 
@@ -100,7 +101,9 @@ DevicePoint EditorSession::devicePlace(const EventPlace& place) const {
   if (place.tag != EventPlace::kNoTag) {
     const CView* found = nullptr;
     editor->index().forEach(place.tag, [&found](CControl& control) {
-      if (found == nullptr && control.isShown()) found = &control;
+      auto* const wrapper = dynamic_cast<iControlWrapper*>(&control);
+      const CView& view = wrapper != nullptr ? wrapper->wrapped().asView() : control;
+      if (found == nullptr && view.isShown()) found = &view;
     });
     if (found == nullptr) {
       const std::string name(tagTable().nameOf(place.tag));
