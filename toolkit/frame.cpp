@@ -149,6 +149,12 @@ CView* CFrame::getModalView() const noexcept {
   return modalViews.empty() ? nullptr : modalViews.back().get();
 }
 
+std::vector<CView*> CFrame::getModalViews() const {
+  std::vector<CView*> views;
+  for (const Held<CView>& modal : modalViews) views.push_back(modal.get());
+  return views;
+}
+
 void CFrame::idle() {
   const Held<CFrame> stays(this);
   if (const std::shared_ptr<WindowSystem> pumped = system) pumped->pump();

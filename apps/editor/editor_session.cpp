@@ -119,8 +119,8 @@ DevicePoint EditorSession::devicePlace(const EventPlace& place) const {
 void EditorSession::press(const ScriptEvent& event) {
   WindowListener& window = editor->shownFrame()->events();
   const DevicePoint where = devicePlace(event.place);
-  window.mouseMoved(where, held.buttons() | event.modifiers.modifiers());
-  held = held.buttons() | event.button;
+  window.mouseMoved(where, held.all() | event.modifiers.modifiers());
+  held = held.all() | event.button | event.modifiers.modifiers();
   window.mouseDown(where, event.button, held.all() | event.modifiers.all());
 }
 
@@ -131,7 +131,7 @@ void EditorSession::play(const ScriptEvent& event) {
   switch (event.kind) {
     case ScriptEvent::Kind::kMove:
     case ScriptEvent::Kind::kDrag:
-      window.mouseMoved(devicePlace(event.place), held.buttons() | keys.all());
+      window.mouseMoved(devicePlace(event.place), held.all() | keys.all());
       break;
     case ScriptEvent::Kind::kDown:
       press(event);
@@ -139,9 +139,10 @@ void EditorSession::play(const ScriptEvent& event) {
     case ScriptEvent::Kind::kUp: {
       const DevicePoint where = devicePlace(event.place);
       const auto released = static_cast<CButton>(held.buttons());
-      window.mouseMoved(where, held.buttons() | keys.all());
+      const CButtonState heldKeys = held.modifiers() | keys.all();
+      window.mouseMoved(where, held.buttons() | heldKeys.all());
       held = 0;
-      window.mouseUp(where, released, keys);
+      window.mouseUp(where, released, heldKeys);
       break;
     }
     case ScriptEvent::Kind::kWheel:
