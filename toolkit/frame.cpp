@@ -14,10 +14,6 @@ CRect joined(const CRect& a, const CRect& b) {
           std::max(a.bottom, b.bottom)};
 }
 
-int devicePixels(float length, float scale) {
-  return std::max(1, static_cast<int>(length * scale));
-}
-
 }  // namespace
 
 CFrame::CFrame(const CRect& rect, VSTGUIEditorInterface* shownBy, Clock whatTime)

@@ -182,8 +182,8 @@ std::string EditorSession::picture() {
   if (frame == nullptr) throw Failure("the editor is closed");
   if (!isPlain) {
     const CRect size = frame->getSize();
-    gl = GlPicture::make(static_cast<int>(size.width() * frame->getScale()),
-                         static_cast<int>(size.height() * frame->getScale()));
+    gl = GlPicture::make(devicePixels(size.width(), frame->getScale()),
+                         devicePixels(size.height(), frame->getScale()));
     if (gl != nullptr) {
       if (const Held<CBitmap> drawn = gl->draw(*frame)) return pngBytes(*drawn);
     }

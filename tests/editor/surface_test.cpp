@@ -81,8 +81,10 @@ TEST(Surface, ThePagesMeetTheMouseWhereTheyLie) {
 }
 
 TEST(Surface, TheWindowFollowsModeAndZoom) {
-  for (const auto& [mode, zoom, right, bottom] :
-       {std::tuple{0, 1.0, 844, 698}, {1, 1.5, 1483, 1047}, {2, 2.0, 1978, 1396}}) {
+  for (const auto& [mode, zoom, right, bottom] : {std::tuple{0, 1.0, 844, 698},
+                                                  {1, 1.5, 1483, 1047},
+                                                  {2, 2.0, 1978, 1396},
+                                                  {0, 1004 / 844.0, 1004, 830}}) {
     SCOPED_TRACE(testing::Message() << mode << " " << zoom);
     const Shown shown(mode, zoom);
     ERect* rect = nullptr;
