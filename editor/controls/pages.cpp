@@ -18,6 +18,14 @@ void nPage::setControlValue(float plain) {
   setHidden(plain != static_cast<float>(pagenumber));
 }
 
+void nPage::drawBackgroundRect(CDrawContext& context, const CRect& part) {
+  if (ground == nullptr || context.getScale() == 1.0F) {
+    CGViewContainer::drawBackgroundRect(context, part);
+  } else {
+    ground->draw(context, {0.0F, 0.0F, size.width(), size.height()});
+  }
+}
+
 void nPageR::setViewSize(const CRect& rect, bool invalidates) {
   nPage::setViewSize(rect, invalidates);
   if (CView* const child = getView(0)) {

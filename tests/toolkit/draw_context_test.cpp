@@ -41,7 +41,7 @@ TextStyle bold(float size, CHoriTxtAlign align = kLeftText) {
 
 // Its edges are rounded, as those of the clip rectangle are where it fills that.
 TEST(DrawContext, ShowsAGroundAtEachScale) {
-  for (const float scale : {1.0F, 1.1F, 1.25F, 1.4F, 1.5F, 1.75F}) {
+  for (const float scale : {1.0F, 1.1F, 1.25F, 1.3F, 1.5F, 1.75F}) {
     for (float left = 600.0F; left < 700.0F; left += 1.0F) {
       NotedContext context;
       context.setScale(scale);
