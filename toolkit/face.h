@@ -48,7 +48,7 @@ class Face {
   /// Writes coverage, 0 to 255, of a character's box to rows of `stride` bytes.
   void rasterise(char32_t character, float size, float shift, std::uint8_t* out, int stride) const;
 
-  static constexpr float kLargestSize = 256.0F;
+  static constexpr float kLargestSize = 512.0F;
 
  private:
   struct Parsed;
