@@ -5,6 +5,7 @@
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "editor/controls/rounded_frame.h"
+#include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
 #include "editor/surface_layout.h"
 #include "state/machine.h"
@@ -16,10 +17,9 @@ bool isPanel(CControl& control) {
   return wrapper != nullptr && dynamic_cast<roundEdgedFrame*>(&wrapper->wrapped()) != nullptr;
 }
 
-void placeWithMouse(CControl* control, const CRect& place) {
-  if (control == nullptr) return;
-  control->setViewSize(place);
-  control->setMouseableArea(place);
+void placeWithMouse(CControl& control, const CRect& place) {
+  control.setViewSize(place);
+  control.setMouseableArea(place);
 }
 
 }  // namespace
@@ -78,16 +78,17 @@ void PlugEd::placeParts() {
       if (part.withMouse) control.setMouseableArea(place);
     });
   }
-  placeWithMouse(untagged("EQGraph"), graphPlace(size));
-  placeWithMouse(untagged("nToolTips"), helpLinePlace(size));
-}
-
-CControl* PlugEd::untagged(std::string_view className) {
+  // Those without a tag.
   for (int i = 0; i < index().getControlCount(); ++i) {
-    auto* const plain = dynamic_cast<PlainElement*>(index().getControl(i));
-    if (plain != nullptr && plain->getClassName() == className) return plain;
+    CControl* const control = index().getControl(i);
+    const auto* const plain = dynamic_cast<PlainElement*>(control);
+    if (plain != nullptr && plain->getClassName() == "EQGraph") {
+      placeWithMouse(*control, graphPlace(size));
+    }
+    if (dynamic_cast<nToolTips*>(control) != nullptr) {
+      placeWithMouse(*control, helpLinePlace(size));
+    }
   }
-  return nullptr;
 }
 
 void PlugEd::showAllValues() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "editor/vg_editor.h"
 
@@ -40,8 +39,6 @@ class PlugEd : public FlagEd {
 
  private:
   void placeParts();
-  /// The control of a class that the layout gives no tag; null for none.
-  [[nodiscard]] CControl* untagged(std::string_view className);
   void showAllValues();
   /// A tab of a panel: goes to its mode, or back to the plain one.
   void toggleMode(int mode);

@@ -29,11 +29,9 @@ class SetupGround : public PageGround {
 class TrayGround : public PageGround {
  public:
   void draw(CDrawContext& context, const CRect& whole) override {
-    tray.draw(context, whole,
-              {.radius = 4.0F,
-               .fill = look::kBluePanel,
-               .line = look::kBlueBorder,
-               .roundTop = false});
+    tray.draw(
+        context, whole,
+        {.radius = 4.0F, .fill = look::kBluePanel, .line = look::kBlueBorder, .roundTop = false});
     const float line = context.hairline();
     context.fillRect({line, 0.0F, whole.right - line, line}, look::kBluePanel);
     well.draw(context, {35.0F, 4.0F, 243.0F, 22.0F}, {2.5F, look::kPanel, look::kBorder});
