@@ -40,6 +40,7 @@ template <typename Page>
 CView* makePage(const Element& element, const ElementSetup& setup) {
   auto* const page = new Page(setup.size, setup.tag, elementNumber(element, "pagenumber"));
   page->setBackground(elementBitmap(element));
+  page->setGround(PageGround::ofImage(elementNumber(element, "background")));
   return page;
 }
 

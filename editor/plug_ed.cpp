@@ -6,6 +6,8 @@
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "editing/band_menu.h"
+#include "editor/controls/rounded_frame.h"
+#include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
 #include "editor/menu_adapter.h"
 #include "editor/surface_layout.h"
@@ -19,6 +21,16 @@ namespace {
 bool isOfKind(const std::string& path, std::string_view extension) {
   const std::string_view own = extensionOf(path);
   return !own.empty() && own.substr(1) == extension;
+}
+
+bool isPanel(CControl& control) {
+  auto* const wrapper = dynamic_cast<iControlWrapper*>(&control);
+  return wrapper != nullptr && dynamic_cast<roundEdgedFrame*>(&wrapper->wrapped()) != nullptr;
+}
+
+void placeWithMouse(CControl& control, const CRect& place) {
+  control.setViewSize(place);
+  control.setMouseableArea(place);
 }
 
 }  // namespace
@@ -113,11 +125,23 @@ void PlugEd::placeParts() {
     int count = 0;
     index().forEach(part.tag, [&](CControl& control) {
       if (part.which != SurfacePart::kEvery && part.which != count++) return;
+      if (part.framesOnly && !isPanel(control)) return;
       present.own = control.getViewSize();
       const CRect place = part.place(size, present);
       control.setViewSize(place);
       if (part.withMouse) control.setMouseableArea(place);
     });
+  }
+  // Those without a tag.
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    CControl* const control = index().getControl(i);
+    const auto* const plain = dynamic_cast<PlainElement*>(control);
+    if (plain != nullptr && plain->getClassName() == "EQGraph") {
+      placeWithMouse(*control, graphPlace(size));
+    }
+    if (dynamic_cast<nToolTips*>(control) != nullptr) {
+      placeWithMouse(*control, helpLinePlace(size));
+    }
   }
 }
 

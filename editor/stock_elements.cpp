@@ -22,12 +22,23 @@ using Element = LayoutElement;
 
 constexpr float kVuDecrease = 0.1F;
 
-float imageHeight(const Element& element) {
-  return static_cast<float>(elementNumber(element, "heightofoneimage"));
+/// Of the pictures in a bitmap; 0 leaves it to the control. Elements of a name without a 2 tell
+/// nothing of them.
+int told(const Element& element, std::string_view name) {
+  return std::string_view(element.name).ends_with('2') ? elementNumber(element, name) : 0;
 }
 
-FilmStrip strip(const Element& element, const char* count) {
-  return {std::max(elementNumber(element, count), 1), imageHeight(element)};
+float imageHeight(const Element& element) {
+  return static_cast<float>(told(element, "heightofoneimage"));
+}
+
+/// Pictures as high as the view, and as many as there are, where nothing else is told.
+FilmStrip strip(const Element& element, const CBitmap* bitmap) {
+  const int toldHeight = told(element, "heightofoneimage");
+  const int height = toldHeight > 0 ? toldHeight : static_cast<int>(element.rect.height());
+  int count = told(element, "subpixmaps");
+  if (count <= 0 && bitmap != nullptr && height > 0) count = bitmap->getHeight() / height;
+  return {std::max(count, 1), static_cast<float>(height)};
 }
 
 CView* makeNone(const Element& /*element*/, const ElementSetup& /*setup*/) { return nullptr; }
@@ -69,13 +80,16 @@ CView* makeKnob(const Element& element, const ElementSetup& setup) {
 }
 
 CView* makeAnimKnob(const Element& element, const ElementSetup& setup) {
-  return new CAnimKnob(setup, elementBitmap(element), strip(element, "subpixmaps"));
+  const Held<CBitmap> picture = elementBitmap(element);
+  return new CAnimKnob(setup, picture, strip(element, picture.get()));
 }
 
 template <typename Switch>
 CView* makeSwitch(const Element& element, const ElementSetup& setup) {
-  return new Switch(setup, elementBitmap(element), strip(element, "subpixmaps"),
-                    elementNumber(element, "maxpositions"));
+  const Held<CBitmap> picture = elementBitmap(element);
+  const FilmStrip pictures = strip(element, picture.get());
+  const int positions = told(element, "maxpositions");
+  return new Switch(setup, picture, pictures, positions > 0 ? positions : pictures.frames);
 }
 
 CView* makeRocker(const Element& element, const ElementSetup& setup) {
@@ -87,20 +101,34 @@ CView* makeRocker(const Element& element, const ElementSetup& setup) {
 
 template <typename Picture>
 CView* makePicture(const Element& element, const ElementSetup& setup) {
-  return new Picture(setup, elementBitmap(element), strip(element, "subpixmaps"));
+  const Held<CBitmap> picture = elementBitmap(element);
+  return new Picture(setup, picture, strip(element, picture.get()));
 }
 
-template <CSlider::Style kStyle>
-CView* makeSlider(const Element& element, const ElementSetup& setup) {
-  const bool isVertical = kStyle == CSlider::Style::kVertical;
+CView* makeSliderOf(CSlider::Style style, const Element& element, const ElementSetup& setup) {
+  const bool isVertical = style == CSlider::Style::kVertical;
+  const Held<CBitmap> handle = elementBitmap(element, "handle");
   float first = static_cast<float>(elementNumber(element, "minpos"));
   float last = static_cast<float>(elementNumber(element, "maxpos"));
   if (last <= first) {  // none told: the whole view
+    const int length = !handle ? 0 : isVertical ? handle->getHeight() : handle->getWidth();
     first = isVertical ? setup.size.top : setup.size.left;
-    last = isVertical ? setup.size.bottom : setup.size.right;
+    last = (isVertical ? setup.size.bottom : setup.size.right) - static_cast<float>(length);
   }
-  return new CSlider(setup, kStyle, first, last, elementBitmap(element, "handle"),
-                     elementBitmap(element));
+  return new CSlider(setup, style, first, last, handle, elementBitmap(element));
+}
+
+constexpr auto kHorizontal = CSlider::Style::kHorizontal;
+constexpr auto kVertical = CSlider::Style::kVertical;
+
+template <CSlider::Style kStyle>
+CView* makeSlider(const Element& element, const ElementSetup& setup) {
+  return makeSliderOf(kStyle, element, setup);
+}
+
+CView* makeStyledSlider(const Element& element, const ElementSetup& setup) {
+  return makeSliderOf(elementNumber(element, "style") != 0 ? kVertical : kHorizontal, element,
+                      setup);
 }
 
 CView* makeSplash(const Element& element, const ElementSetup& setup) {
@@ -119,9 +147,6 @@ CView* makeVu(const Element& element, const ElementSetup& setup) {
   meter->setDecreaseStepValue(kVuDecrease);
   return meter;
 }
-
-constexpr auto kHorizontal = CSlider::Style::kHorizontal;
-constexpr auto kVertical = CSlider::Style::kVertical;
 
 constexpr ElementRow kStockRows[] = {
     {"CViewContainer", "CViewContainer", &makeNone},
@@ -146,10 +171,10 @@ constexpr ElementRow kStockRows[] = {
     {"CMovieButton2", "CMovieButton2", &makeButton<CMovieButton>},
     {"CAutoAnimation", "CAutoAnimation", &makePicture<CAutoAnimation>},
     {"CAutoAnimation2", "CAutoAnimation2", &makePicture<CAutoAnimation>},
-    {"CSlider", "CSlider", &makeSlider<kHorizontal>},
+    {"CSlider", "CSlider", &makeStyledSlider},
     {"CVerticalSlider", "CVerticalSlider", &makeSlider<kVertical>},
     {"CHorizontalSlider", "CHorizontalSlider", &makeSlider<kHorizontal>},
-    {"CSlider2", "CSlider2", &makeSlider<kHorizontal>},
+    {"CSlider2", "CSlider2", &makeStyledSlider},
     {"CVerticalSlider2", "CVerticalSlider2", &makeSlider<kVertical>},
     {"CHorizontalSlider2", "CHorizontalSlider2", &makeSlider<kHorizontal>},
     {"CKickButton", "CKickButton", &makeButton<CKickButton>},

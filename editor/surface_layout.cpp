@@ -70,7 +70,7 @@ constexpr SurfacePart kParts[] = {
     {kGUIBox4, 0, true, &rightColumn},
     {kGUIShowAdvanced, 0, true, &advancedTab},
     {kGUIBox7, SurfacePart::kEvery, false, &bandPanel},
-    {kGUISelectedBand, SurfacePart::kEvery, false, &bandFrame},
+    {kGUISelectedBand, SurfacePart::kEvery, false, &bandFrame, true},
 };
 
 }  // namespace

@@ -37,6 +37,7 @@ struct SurfacePart {
   int which;       ///< 0 the first control of the tag, 1 the second, ...; `kEvery` for all
   bool withMouse;  ///< where the mouse meets it moves along
   CRect (*place)(const SurfaceSize& size, const PresentPlaces& present);
+  bool framesOnly = false;  ///< of the controls of the tag those that are panels
 
   static constexpr int kEvery = -1;
 };
@@ -44,7 +45,7 @@ struct SurfacePart {
 /// All of them that have a tag, in the order in which they are placed.
 [[nodiscard]] std::span<const SurfacePart> surfaceParts();
 
-// Those that have none.
+// Those that have none; the mouse meets them there, too.
 [[nodiscard]] CRect helpLinePlace(const SurfaceSize& size);
 [[nodiscard]] CRect graphPlace(const SurfaceSize& size);
 

@@ -135,8 +135,8 @@ void VGEditor::showValue(std::int32_t tag, float value) {
 }
 
 void VGEditor::resizeSurface(float width, float height, float zoom) {
-  rect.right = static_cast<std::int16_t>(width * zoom);
-  rect.bottom = static_cast<std::int16_t>(height * zoom);
+  rect.right = static_cast<std::int16_t>(devicePixels(width, zoom));
+  rect.bottom = static_cast<std::int16_t>(devicePixels(height, zoom));
   if (!frame) return;
   frame->setZoom(zoom);
   frame->setSize(width, height);

@@ -13,6 +13,7 @@
 #include "host/aeff_editor.h"
 #include "toolkit/cg_frame.h"
 #include "toolkit/frame_dialogs.h"
+#include "toolkit/kept_resources.h"
 
 class Globals;
 class Plug;
@@ -101,6 +102,7 @@ class VGEditor : public AEffEditor,
   static constexpr int kMarkBits = 32;
   static constexpr int kMarkWords = 14;  // for 422 parameters
 
+  KeptResources kept;  // goes last, after all that holds some
   Plug& plug;
   ShownHow shownHow;
   ElementFactory factory{*this, *this};

@@ -7,24 +7,11 @@
 
 namespace {
 
-constexpr int kFirst = 32;
+constexpr char32_t kFirst = 32;
 constexpr int kGap = 2;  // pixels between two glyphs, so that neither shows at the other's edge
 constexpr int kLongestRow = 16384;
 constexpr std::string_view kStripLetters =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz.%-,+#:/";
-
-char32_t shownBy(int code) {
-  switch (code) {
-    case '$':
-      return 0x2022;
-    case '~':
-      return 0x2190;
-    case 127:
-      return 0x2192;
-    default:
-      return static_cast<char32_t>(code);
-  }
-}
 
 bool isBaked(char character) { return static_cast<unsigned char>(character) - 32U < 96U; }
 
@@ -40,8 +27,21 @@ bool isColumnEmpty(const CBitmap& strip, int x) {
 
 }  // namespace
 
+char32_t shownBy(char32_t character) noexcept {
+  switch (character) {
+    case '$':
+      return 0x2022;
+    case '~':
+      return 0x2190;
+    case 127:
+      return 0x2192;
+    default:
+      return character;
+  }
+}
+
 BakedFont::BakedFont(float size) : pixels(size), picture(emptyPicture()) {
-  for (int i = 0; i < 96; ++i) glyphs[static_cast<std::size_t>(i)].character = shownBy(kFirst + i);
+  for (char32_t i = 0; i < glyphs.size(); ++i) glyphs[i].character = shownBy(kFirst + i);
 }
 
 BakedFont::BakedFont(std::shared_ptr<const Face> face, float size) : BakedFont(size) {
@@ -118,7 +118,7 @@ BakedPixelFont::BakedPixelFont(Held<CBitmap> strip, int factor)
   for (const char letter : kStripLetters) {
     while (x < picture->getWidth() && isColumnEmpty(*picture, x)) ++x;
     if (x == picture->getWidth()) break;
-    Glyph& glyph = glyphs[static_cast<std::size_t>(letter - kFirst)];
+    Glyph& glyph = glyphs[static_cast<std::size_t>(letter) - kFirst];
     glyph.x0 = static_cast<std::uint16_t>(x);
     while (x < picture->getWidth() && !isColumnEmpty(*picture, x)) ++x;
     glyph.x1 = static_cast<std::uint16_t>(x);

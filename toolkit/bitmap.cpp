@@ -6,8 +6,11 @@
 #include <atomic>
 #include <cmath>
 #include <cstddef>
+#include <map>
+#include <mutex>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "platform/resources.h"
 #include "toolkit/coverage.h"
@@ -19,6 +22,15 @@ namespace {
 constexpr png_uint_32 kLargestSide = 4096;
 
 std::atomic<std::uint64_t> picturesMade{0};
+
+struct LoadedPictures {
+  std::mutex guard;
+  std::map<std::pair<int, bool>, Held<CBitmap>> pictures;  // by number and scale
+};
+LoadedPictures& loadedPictures() {
+  static LoadedPictures all;
+  return all;
+}
 
 std::size_t pixelCount(int width, int height) {
   return static_cast<std::size_t>(std::max(width, 0)) *
@@ -96,7 +108,20 @@ CBitmap::CBitmap(int width, int height)
 CBitmap::~CBitmap() = default;
 
 Held<CBitmap> CBitmap::load(int resourceNumber, bool isDouble) {
-  return decode(findResource("PNG", std::to_string(resourceNumber) + (isDouble ? "@2x" : "")));
+  if (resourceNumber == 0) return {};
+  LoadedPictures& loaded = loadedPictures();
+  const std::lock_guard lock(loaded.guard);
+  Held<CBitmap>& kept = loaded.pictures[{resourceNumber, isDouble}];
+  if (!kept) {
+    kept = decode(findResource("PNG", std::to_string(resourceNumber) + (isDouble ? "@2x" : "")));
+  }
+  return kept;
+}
+
+void CBitmap::giveUpLoaded() {
+  LoadedPictures& loaded = loadedPictures();
+  const std::lock_guard lock(loaded.guard);
+  loaded.pictures.clear();
 }
 
 Held<CBitmap> CBitmap::decode(std::string_view png) {

@@ -17,8 +17,11 @@ class CBitmap : public CBaseObject {
   /// Clear; empty where a side is 0 or less.
   CBitmap(int width, int height);
   /// The picture that is part of the program as `PNG` under this number, or the one made for twice
-  /// the scale; null where there is none or it is damaged.
+  /// the scale: one object for the whole process, to be read alone. Null where there is none or it
+  /// is damaged, and for number 0. Threads: any.
   [[nodiscard]] static Held<CBitmap> load(int resourceNumber, bool isDouble = false);
+  /// What has been loaded stays with those who hold it alone.
+  static void giveUpLoaded();
   /// From the bytes of a PNG file; null where they are none, or larger than 4096 by 4096.
   [[nodiscard]] static Held<CBitmap> decode(std::string_view png);
 

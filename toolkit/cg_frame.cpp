@@ -4,14 +4,6 @@
 #include <cmath>
 #include <mutex>
 
-namespace {
-
-int lengthInPixels(float length, float scale) {
-  return std::max(1, static_cast<int>(length * scale));
-}
-
-}  // namespace
-
 void CGFrame::idle() {
   const Held<CGFrame> stays(this);
   CFrame::idle();
@@ -45,8 +37,8 @@ DeviceRect CGFrame::drawChanges() {
   CRect part = takeDamage();
   const bool isNew = context == nullptr;
   if (isNew) {
-    surface = Held<CBitmap>::adopt(new CBitmap(lengthInPixels(getSize().width(), scale),
-                                               lengthInPixels(getSize().height(), scale)));
+    surface = Held<CBitmap>::adopt(new CBitmap(devicePixels(getSize().width(), scale),
+                                               devicePixels(getSize().height(), scale)));
     context = std::make_unique<PlainContext>(*surface);
     context->setScale(scale);
     part = {0.0F, 0.0F, getSize().width(), getSize().height()};

@@ -288,11 +288,13 @@ void CDrawContext::drawBitmapTiled(const CBitmap& bitmap, const CRect& rect, CPo
 }
 
 void CDrawContext::drawDeviceBitmap(const CBitmap& bitmap, CPoint at, CColor tint) {
+  if (bitmap.isEmpty() || clip.isEmpty()) return;
   const CRect whole = boundsOf(bitmap);
-  const CRect rect{at.x, at.y, at.x + whole.right / scale, at.y + whole.bottom / scale};
-  if (bitmap.isEmpty() || !isInside(rect)) return;
   const CPoint place = toDevice(at);
   const DeviceQuad quad{whole, whole.movedBy(nearestEdge(place.x), nearestEdge(place.y))};
+  // Between whole pixels, as it was made: one that fills the clip rectangle may reach beyond it.
+  const CRect seen = toDevice(clip.movedBy(-offset.x, -offset.y));
+  if (quad.target.cutTo(seen) != quad.target) return;
   putQuads(bitmap, {&quad, 1}, tint);
 }
 
@@ -345,7 +347,7 @@ void CDrawContext::drawTextCached(std::string_view utf8, const CRect& rect,
                                   const TextStyle& style) {
   if (!style.face || !isInside(rect)) return;
   const float size = style.size * scale;
-  const StaticTextLabelCache::Label label = labels.find(utf8, style.face, size);
+  const StaticTextLabelCache::Label label = labels.find(utf8, style.face, size, style.isVerbatim);
   if (label.picture->isEmpty()) return;
   const CRect space = toDevice(rect);
   const float ascent = std::round(style.face->ascent(size));

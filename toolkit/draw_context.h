@@ -24,6 +24,8 @@ struct TextStyle {
   float size = 12.0F;
   CColor colour = kWhiteCColor;
   CHoriTxtAlign align = kLeftText;
+  /// The user's own words: `$` and `~` are no bullet and arrow.
+  bool isVerbatim = false;
 };
 
 /// What views draw with. Coordinates are unzoomed pixels from the origin that `setOffset` gives,
@@ -106,7 +108,8 @@ class CDrawContext {
   /// For what changes from frame to frame: of the characters 32 to 127, where `$` writes a bullet,
   /// `~` and 127 arrows to the left and right.
   void drawText(std::string_view text, const CRect& rect, const TextStyle& style);
-  /// For what stays: any character; the text is kept as a picture.
+  /// For what stays: any character, with `$`, `~` and 127 as above unless the style says otherwise;
+  /// the text is kept as a picture.
   void drawTextCached(std::string_view utf8, const CRect& rect, const TextStyle& style);
 
   /// What it keeps of a picture that is about to go.

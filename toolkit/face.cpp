@@ -26,6 +26,15 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
+struct LoadedFaces {
+  std::mutex guard;
+  std::map<std::string, std::shared_ptr<const Face>, std::less<>> faces;  // by name
+};
+LoadedFaces& loadedFaces() {
+  static LoadedFaces all;
+  return all;
+}
+
 // The character that starts at `at`, which moves on over it.
 char32_t nextCodePoint(std::string_view utf8, std::size_t& at) {
   const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(utf8[i]); };
@@ -55,12 +64,17 @@ std::u32string codePoints(std::string_view utf8) {
 }
 
 std::shared_ptr<const Face> Face::find(std::string_view name) {
-  static std::mutex guard;
-  static std::map<std::string, std::shared_ptr<const Face>, std::less<>> known;
-  const std::lock_guard lock(guard);
-  const auto place = known.find(name);
-  if (place != known.end()) return place->second;
-  return known.emplace(name, read(findResource("TTF", name))).first->second;
+  LoadedFaces& loaded = loadedFaces();
+  const std::lock_guard lock(loaded.guard);
+  const auto place = loaded.faces.find(name);
+  if (place != loaded.faces.end()) return place->second;
+  return loaded.faces.emplace(name, read(findResource("TTF", name))).first->second;
+}
+
+void Face::giveUpLoaded() {
+  LoadedFaces& loaded = loadedFaces();
+  const std::lock_guard lock(loaded.guard);
+  loaded.faces.clear();
 }
 
 std::shared_ptr<const Face> Face::read(std::string_view bytes) {

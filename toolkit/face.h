@@ -12,9 +12,11 @@
 /// the lowest descender, as the face has them. Threads: any; nothing changes after construction.
 class Face {
  public:
-  /// The face of this name among the `TTF` resources, read once for the process; null where there
-  /// is none or it is damaged.
+  /// The face of this name among the `TTF` resources, one object for the whole process; null where
+  /// there is none or it is damaged.
   [[nodiscard]] static std::shared_ptr<const Face> find(std::string_view name);
+  /// Faces that were found stay with those who hold them alone.
+  static void giveUpLoaded();
   /// From the bytes of a TrueType file, which must outlive it; null where they are damaged.
   [[nodiscard]] static std::shared_ptr<const Face> read(std::string_view bytes);
   ~Face();
@@ -46,7 +48,7 @@ class Face {
   /// Writes coverage, 0 to 255, of a character's box to rows of `stride` bytes.
   void rasterise(char32_t character, float size, float shift, std::uint8_t* out, int stride) const;
 
-  static constexpr float kLargestSize = 256.0F;
+  static constexpr float kLargestSize = 512.0F;
 
  private:
   struct Parsed;

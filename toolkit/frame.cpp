@@ -14,10 +14,6 @@ CRect joined(const CRect& a, const CRect& b) {
           std::max(a.bottom, b.bottom)};
 }
 
-int devicePixels(float length, float scale) {
-  return std::max(1, static_cast<int>(length * scale));
-}
-
 }  // namespace
 
 CFrame::CFrame(const CRect& rect, VSTGUIEditorInterface* shownBy, Clock whatTime)
@@ -147,6 +143,12 @@ void CFrame::setModalView(CView* view) {
 
 CView* CFrame::getModalView() const noexcept {
   return modalViews.empty() ? nullptr : modalViews.back().get();
+}
+
+std::vector<CView*> CFrame::getModalViews() const {
+  std::vector<CView*> views;
+  for (const Held<CView>& modal : modalViews) views.push_back(modal.get());
+  return views;
 }
 
 void CFrame::idle() {

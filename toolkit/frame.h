@@ -79,6 +79,8 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   /// As `pushModalView`; null ends the uppermost.
   void setModalView(CView* view);
   [[nodiscard]] CView* getModalView() const noexcept;
+  /// All of them, the uppermost last.
+  [[nodiscard]] std::vector<CView*> getModalViews() const;
 
   /// Once about every 10 ms: events of the window, views that want it, and in a plain frame the
   /// drawing.

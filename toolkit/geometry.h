@@ -48,6 +48,14 @@ struct CRect {
   }
 };
 
+/// Whole device pixels that a length fills, at least one. A scale that was worked out from them
+/// gives them again, though a float holds it only nearly.
+[[nodiscard]] constexpr int devicePixels(float length, float scale) {
+  constexpr double kAsFloat = 1.0 + 2e-7;
+  const double whole = static_cast<double>(length) * static_cast<double>(scale) * kAsFloat;
+  return whole < 1.0 ? 1 : static_cast<int>(whole);
+}
+
 /// Not premultiplied.
 struct CColor {
   std::uint8_t red = 0;

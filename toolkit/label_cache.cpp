@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "toolkit/baked_font.h"
+
 namespace {
 
 constexpr int kWidestLabel = 8192;
@@ -44,10 +46,10 @@ void paint(CBitmap& picture, const PlacedGlyph& glyph, int x, int y,
   }
 }
 
-StaticTextLabelCache::Label rasterised(std::string_view utf8, const Face& face, float size) {
-  const std::vector<PlacedGlyph> glyphs = placed(codePoints(utf8), face, size);
+StaticTextLabelCache::Label rasterised(const std::u32string& text, const Face& face, float size) {
+  const std::vector<PlacedGlyph> glyphs = placed(text, face, size);
   StaticTextLabelCache::Label label;
-  label.width = face.width(utf8, size);
+  for (const char32_t character : text) label.width += face.advance(character, size);
   int right = 0;
   int bottom = 0;
   bool isFirst = true;
@@ -83,17 +85,19 @@ StaticTextLabelCache::StaticTextLabelCache(std::function<void(const CBitmap&)> h
 
 StaticTextLabelCache::Label StaticTextLabelCache::find(std::string_view utf8,
                                                        const std::shared_ptr<const Face>& face,
-                                                       float size) {
+                                                       float size, bool isVerbatim) {
   if (!face) return {Held<CBitmap>::adopt(new CBitmap(0, 0))};
   const std::lock_guard lock(guard);
-  const auto place = places.find({utf8, face.get(), size});
+  const auto place = places.find({utf8, face.get(), size, isVerbatim});
   if (place != places.end()) {
     entries.splice(entries.begin(), entries, place->second);
     return place->second->label;
   }
   if (entries.size() == kMostLabels) dropOldest();
-  entries.push_front({std::string(utf8), face, size, rasterised(utf8, *face, size)});
-  places.emplace(Key{entries.front().text, face.get(), size}, entries.begin());
+  std::u32string text = codePoints(utf8);
+  if (!isVerbatim) std::transform(text.begin(), text.end(), text.begin(), shownBy);
+  entries.push_front({std::string(utf8), face, size, isVerbatim, rasterised(text, *face, size)});
+  places.emplace(entries.front().key(), entries.begin());
   return entries.front().label;
 }
 
@@ -109,7 +113,7 @@ std::size_t StaticTextLabelCache::size() const {
 
 void StaticTextLabelCache::dropOldest() {
   const Entry& oldest = entries.back();
-  places.erase({oldest.text, oldest.face.get(), oldest.size});
+  places.erase(oldest.key());
   leaving(*oldest.label.picture);
   entries.pop_back();
 }

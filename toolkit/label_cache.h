@@ -30,8 +30,9 @@ class StaticTextLabelCache {
   /// `leaving` hears of each picture that is given up.
   explicit StaticTextLabelCache(std::function<void(const CBitmap&)> leaving);
 
+  /// `isVerbatim`: each character as itself; otherwise as `shownBy` has it.
   [[nodiscard]] Label find(std::string_view utf8, const std::shared_ptr<const Face>& face,
-                           float size);
+                           float size, bool isVerbatim = false);
   void clear();
   [[nodiscard]] std::size_t size() const;
 
@@ -41,6 +42,7 @@ class StaticTextLabelCache {
     std::string_view text;
     const Face* face;
     float size;
+    bool isVerbatim;
     bool operator==(const Key&) const = default;
   };
   struct KeyHash {
@@ -50,7 +52,10 @@ class StaticTextLabelCache {
     std::string text;
     std::shared_ptr<const Face> face;
     float size;
+    bool isVerbatim;
     Label label;
+
+    [[nodiscard]] Key key() const noexcept { return {text, face.get(), size, isVerbatim}; }
   };
   void dropOldest();
 

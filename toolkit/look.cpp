@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kDots = "\xE2\x80\xA6";
 
 TextStyle styled(std::string_view face, float size, CColor colour, CHoriTxtAlign align) {
-  return {Face::find(face), size, colour, align};
+  return {Face::find(face), size, colour, align, true};
 }
 
 }  // namespace

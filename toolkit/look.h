@@ -51,7 +51,8 @@ inline constexpr std::uint64_t kBlinkMs = 500;
 /// Letters typed within this time belong together.
 inline constexpr std::uint64_t kTypeAheadMs = 1000;
 
-/// Null where the program has no such face: nothing is written then.
+/// For the user's own words. Without a face, where the program has no such: nothing is written
+/// then.
 [[nodiscard]] TextStyle bold(float size, CColor colour, CHoriTxtAlign align = kLeftText);
 [[nodiscard]] TextStyle regular(float size, CColor colour, CHoriTxtAlign align = kLeftText);
 

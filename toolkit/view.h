@@ -47,7 +47,7 @@ class CView : public CBaseObject {
   virtual void setViewSize(const CRect& rect, bool invalidates = true);
   /// Where the mouse meets it; its size unless it is set.
   [[nodiscard]] const CRect& getMouseableArea() const noexcept { return mouseableArea; }
-  void setMouseableArea(const CRect& rect) noexcept { mouseableArea = rect; }
+  virtual void setMouseableArea(const CRect& rect) { mouseableArea = rect; }
   void setMouseEnabled(bool on) noexcept { mouseEnabled = on; }
   [[nodiscard]] bool getMouseEnabled() const noexcept { return mouseEnabled; }
   [[nodiscard]] virtual bool hitTest(CPoint where, CButtonState buttons = {}) const;

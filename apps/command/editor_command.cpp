@@ -67,7 +67,8 @@ PictureCommand::PictureCommand(CLI::App& program, Kind what)
                   name + " --in song.wav --seconds 2 --events clicks.txt")
                      .c_str());
   addOption(app, "OUT", output,
-            kind == Kind::kScreenshot ? "The picture" : "The list; - for the standard output",
+            kind == Kind::kScreenshot ? "The picture; - for the standard output"
+                                      : "The list; - for the standard output",
             {.type = "FILE", .isRequired = true});
   addOption(app, "--zoom", zoom, "Size of the surface", {.type = "Z", .showsDefault = true});
   addOption(app, "--scale", scale, "Device pixels per pixel of the screen",
@@ -115,7 +116,7 @@ int PictureCommand::run() const {
   EditorSession session(setup, shown, audio());
   playAll(session, script, events);
   const std::string bytes = kind == Kind::kScreenshot ? session.picture() : session.views();
-  if (kind == Kind::kViews && output == "-") {
+  if (output == "-") {
     std::cout << bytes;
   } else {
     writeOutput(output, bytes);

@@ -12,6 +12,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/json_output.h"
 #include "apps/output/output_files.h"
+#include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
 #include "graphs/opengl/gl_picture.h"
 
@@ -100,7 +101,9 @@ DevicePoint EditorSession::devicePlace(const EventPlace& place) const {
   if (place.tag != EventPlace::kNoTag) {
     const CView* found = nullptr;
     editor->index().forEach(place.tag, [&found](CControl& control) {
-      if (found == nullptr && control.isShown()) found = &control;
+      auto* const wrapper = dynamic_cast<iControlWrapper*>(&control);
+      const CView& view = wrapper != nullptr ? wrapper->wrapped().asView() : control;
+      if (found == nullptr && view.isShown()) found = &view;
     });
     if (found == nullptr) {
       const std::string name(tagTable().nameOf(place.tag));
@@ -116,8 +119,8 @@ DevicePoint EditorSession::devicePlace(const EventPlace& place) const {
 void EditorSession::press(const ScriptEvent& event) {
   WindowListener& window = editor->shownFrame()->events();
   const DevicePoint where = devicePlace(event.place);
-  window.mouseMoved(where, held.buttons() | event.modifiers.modifiers());
-  held = held.buttons() | event.button;
+  window.mouseMoved(where, held.all() | event.modifiers.modifiers());
+  held = held.all() | event.button | event.modifiers.modifiers();
   window.mouseDown(where, event.button, held.all() | event.modifiers.all());
 }
 
@@ -128,7 +131,7 @@ void EditorSession::play(const ScriptEvent& event) {
   switch (event.kind) {
     case ScriptEvent::Kind::kMove:
     case ScriptEvent::Kind::kDrag:
-      window.mouseMoved(devicePlace(event.place), held.buttons() | keys.all());
+      window.mouseMoved(devicePlace(event.place), held.all() | keys.all());
       break;
     case ScriptEvent::Kind::kDown:
       press(event);
@@ -136,9 +139,10 @@ void EditorSession::play(const ScriptEvent& event) {
     case ScriptEvent::Kind::kUp: {
       const DevicePoint where = devicePlace(event.place);
       const auto released = static_cast<CButton>(held.buttons());
-      window.mouseMoved(where, held.buttons() | keys.all());
+      const CButtonState heldKeys = held.modifiers() | keys.all();
+      window.mouseMoved(where, held.buttons() | heldKeys.all());
       held = 0;
-      window.mouseUp(where, released, keys);
+      window.mouseUp(where, released, heldKeys);
       break;
     }
     case ScriptEvent::Kind::kWheel:
@@ -178,8 +182,8 @@ std::string EditorSession::picture() {
   if (frame == nullptr) throw Failure("the editor is closed");
   if (!isPlain) {
     const CRect size = frame->getSize();
-    gl = GlPicture::make(static_cast<int>(size.width() * frame->getScale()),
-                         static_cast<int>(size.height() * frame->getScale()));
+    gl = GlPicture::make(devicePixels(size.width(), frame->getScale()),
+                         devicePixels(size.height(), frame->getScale()));
     if (gl != nullptr) {
       if (const Held<CBitmap> drawn = gl->draw(*frame)) return pngBytes(*drawn);
     }

@@ -77,23 +77,22 @@ EventPlace takePlace(Words& words) {
 }
 
 void takeModifier(std::string_view word, ScriptEvent& event) {
-  constexpr std::array<std::pair<std::string_view, CButton>, 5> kModifiers = {
-      {{"shift", kShift},
-       {"control", kControl},
-       {"alt", kAlt},
-       {"apple", kApple},
-       {"double", kDoubleClick}}};
+  constexpr std::array<std::pair<std::string_view, CButton>, 4> kModifiers = {
+      {{"shift", kShift}, {"control", kControl}, {"alt", kAlt}, {"apple", kApple}}};
   constexpr std::array<std::pair<std::string_view, CButton>, 3> kButtons = {
       {{"left", kLButton}, {"right", kRButton}, {"middle", kMButton}}};
+  const bool isPress = event.kind == Kind::kDown;
   for (const auto& [name, bit] : kModifiers) {
     if (word == name) event.modifiers = event.modifiers.all() | bit;
     if (word == name) return;
   }
   for (const auto& [name, bit] : kButtons) {
-    if (word == name && event.kind == Kind::kDown) {
-      event.button = bit;
-      return;
-    }
+    if (word == name && isPress) event.button = bit;
+    if (word == name && isPress) return;
+  }
+  if (word == "double" && isPress) {
+    event.modifiers = event.modifiers.all() | kDoubleClick;
+    return;
   }
   throw BadLine{"unknown word '" + std::string(word) + "'"};
 }
@@ -184,6 +183,9 @@ void readArguments(ScriptEvent& event, Words words, std::string_view rest) {
       words = words.subspan(2);
       break;
   }
+  const bool hasModifiers = event.kind != Kind::kWait && event.kind != Kind::kSet;
+  if (!hasModifiers && !words.empty())
+    throw BadLine{"unknown word '" + std::string(words[0]) + "'"};
   for (const std::string_view word : words) takeModifier(word, event);
 }
 

@@ -24,7 +24,7 @@ struct ScriptEvent {
   int line = 0;  ///< in its file, from 1
   EventPlace place;
   CButton button = kLButton;
-  CButtonState modifiers;  ///< with `kDoubleClick`
+  CButtonState modifiers;  ///< with `kDoubleClick`; those of a press last until its release
   double number = 0.0;     ///< steps of the wheel, milliseconds, plain value
   KeyEvent key;
   std::string text;            ///< typed, or a path

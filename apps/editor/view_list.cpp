@@ -13,6 +13,7 @@
 #include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
+#include "toolkit/param_display.h"
 
 namespace {
 
@@ -23,7 +24,19 @@ std::string classOf(const CView& view) {
   int status = 0;
   const std::unique_ptr<char, void (*)(void*)> name(
       abi::__cxa_demangle(typeid(view).name(), nullptr, nullptr, &status), &std::free);
-  return name != nullptr ? name.get() : "";
+  const std::string whole = name != nullptr ? name.get() : "";
+  return whole.substr(whole.rfind(':') + 1);  // where it is defined is of no use
+}
+
+std::string textOf(const CView& view) {
+  if (const auto* const label = dynamic_cast<const CStaticTextLabel*>(&view)) {
+    return label->shownText();
+  }
+  if (const auto* const lines = dynamic_cast<const nTextDisplay*>(&view)) return lines->getText();
+  if (const auto* const display = dynamic_cast<const CParamDisplay*>(&view)) {
+    return display->shownText();
+  }
+  return {};
 }
 
 JsonNode* truth(bool is) { return jsonParse(is ? "true" : "false"); }
@@ -54,7 +67,6 @@ class Lister {
   static JsonTree entry(CView& view, int depth, bool isShown) {
     std::int32_t tag = -1;
     float value = 0.0F;
-    std::string text;
     int page = -1;
     if (const auto* const control = dynamic_cast<CControl*>(&view)) {
       tag = control->getTag();
@@ -64,7 +76,6 @@ class Lister {
       value = face->getControlValue();
     }
     if (const auto* const onPage = dynamic_cast<nPage*>(&view)) page = onPage->getPageNumber();
-    if (const auto* const label = dynamic_cast<CStaticTextLabel*>(&view)) text = label->getText();
     JsonTree object(jsonCreateObject());
     addMember(object, "class", jsonCreateString(classOf(view).c_str()));
     const std::string name(tag >= 0 ? tagTable().nameOf(tag) : "");
@@ -76,7 +87,7 @@ class Lister {
     addMember(object, "visible", truth(isShown));
     addMember(object, "enabled", truth(view.getMouseEnabled()));
     addMember(object, "value", static_cast<double>(value));
-    addMember(object, "text", jsonCreateString(text.c_str()));
+    addMember(object, "text", jsonCreateString(textOf(view).c_str()));
     return object;
   }
 
@@ -89,6 +100,6 @@ JsonTree listViews(CFrame& frame) {
   JsonTree list(jsonCreateArray());
   Lister lister(list.get());
   for (std::size_t i = 0; i < frame.getViewCount(); ++i) lister.add(*frame.getView(i), 0, true);
-  if (CView* const modal = frame.getModalView()) lister.add(*modal, 0, true);
+  for (CView* const modal : frame.getModalViews()) lister.add(*modal, 0, true);
   return list;
 }

@@ -11,6 +11,8 @@ class CStaticTextLabel : public CControl {
 
   void setText(std::string text);
   [[nodiscard]] const std::string& getText() const noexcept { return text; }
+  /// All that is to be read.
+  [[nodiscard]] virtual std::string shownText() const { return text; }
   void setColour(CColor colour);
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
@@ -30,6 +32,7 @@ class CTitleLabel : public CStaticTextLabel {
   CTitleLabel(const ControlSetup& setup, std::string first, std::string rest, TextStyle style,
               CColor restColour);
 
+  [[nodiscard]] std::string shownText() const override { return getText() + rest; }
   void draw(CDrawContext& context) override;
 
  private:
@@ -42,6 +45,7 @@ class nTextDisplay : public CControl {
  public:
   nTextDisplay(const ControlSetup& setup, std::string text, TextStyle style);
 
+  [[nodiscard]] const std::string& getText() const noexcept { return text; }
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
 

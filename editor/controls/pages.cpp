@@ -18,6 +18,14 @@ void nPage::setControlValue(float plain) {
   setHidden(plain != static_cast<float>(pagenumber));
 }
 
+void nPage::drawBackgroundRect(CDrawContext& context, const CRect& part) {
+  if (ground == nullptr || context.getScale() == 1.0F) {
+    CGViewContainer::drawBackgroundRect(context, part);
+  } else {
+    ground->draw(context, {0.0F, 0.0F, size.width(), size.height()});
+  }
+}
+
 void nPageR::setViewSize(const CRect& rect, bool invalidates) {
   nPage::setViewSize(rect, invalidates);
   if (CView* const child = getView(0)) {
@@ -71,6 +79,11 @@ void iControlWrapper::setValue(float plain) {
 void iControlWrapper::setViewSize(const CRect& rect, bool invalidates) {
   CControl::setViewSize(rect, invalidates);
   control.asView().setViewSize(rect, invalidates);
+}
+
+void iControlWrapper::setMouseableArea(const CRect& rect) {
+  CControl::setMouseableArea(rect);
+  control.asView().setMouseableArea(rect);
 }
 
 void iControlWrapper::setDirty(bool on) { control.asView().setDirty(on); }

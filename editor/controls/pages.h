@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <utility>
 
+#include "editor/controls/page_ground.h"
 #include "toolkit/control.h"
 #include "toolkit/view_container.h"
 
@@ -45,11 +48,15 @@ class nPage : public CGViewContainer, public iControl {
   [[nodiscard]] float getControlValue() const override { return value; }
   void setControlValue(float plain) override;
   [[nodiscard]] CView& asView() override { return *this; }
+  /// Drawn in place of its background but at scale 1; null for none.
+  void setGround(std::unique_ptr<PageGround> drawn) { ground = std::move(drawn); }
+  void drawBackgroundRect(CDrawContext& context, const CRect& part) override;
 
  private:
   std::int32_t tag;
   int pagenumber;
   float value = 0.0F;
+  std::unique_ptr<PageGround> ground;
 };
 
 /// Its first child is always as large as the page.
@@ -82,6 +89,7 @@ class iControlWrapper : public CControl {
 
   void setValue(float plain) override;
   void setViewSize(const CRect& rect, bool invalidates = true) override;
+  void setMouseableArea(const CRect& rect) override;
   void setDirty(bool on = true) override;
   [[nodiscard]] iControl& wrapped() noexcept { return control; }
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 
 #include "editor/controls/pages.h"
+#include "toolkit/device_picture.h"
 
-/// The ground of a panel: a rounded rectangle with a hairline round it. Its picture is made once
-/// for a size and scale. Threads: as `CView`.
+/// The ground of a panel: a rounded rectangle with a hairline round it. Threads: as `CView`.
 class roundEdgedFrame : public nPage {
  public:
   enum Flags : int { kRoundTop = 1, kRoundBottom = 2 };
@@ -16,9 +16,6 @@ class roundEdgedFrame : public nPage {
   void drawBackgroundRect(CDrawContext& context, const CRect& part) override;
 
  private:
-  int flags;
-  CColor border;
-  CColor fill;
-  Held<CDIB> shape;
-  float shapeScale = 0.0F;
+  BoxLook look;
+  BoxPicture box;
 };

@@ -1,8 +1,6 @@
 #include "editor/layout/attributes.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <limits>
 
 #include "editor/layout/layout_tree.h"
 
@@ -47,11 +45,8 @@ const char* getAttributeText(const LayoutNode* node, std::string_view name) noex
 }
 
 std::int32_t getAttributeInt(AttributeList list, std::string_view name) noexcept {
-  using Limits = std::numeric_limits<std::int32_t>;
   const char* const text = getAttribute(list, name);
-  if (text == nullptr) return 0;
-  const long long number = std::strtoll(text, nullptr, 10);
-  return static_cast<std::int32_t>(std::clamp<long long>(number, Limits::min(), Limits::max()));
+  return text == nullptr ? 0 : static_cast<std::int32_t>(std::strtoll(text, nullptr, 10));
 }
 
 std::int32_t getAttributeInt(const LayoutNode* node, std::string_view name) noexcept {
@@ -59,10 +54,8 @@ std::int32_t getAttributeInt(const LayoutNode* node, std::string_view name) noex
 }
 
 std::uint32_t getAttributeHex(AttributeList list, std::string_view name) noexcept {
-  constexpr long long kMost = std::numeric_limits<std::uint32_t>::max();
   const char* const text = getAttribute(list, name);
-  if (text == nullptr) return 0;
-  return static_cast<std::uint32_t>(std::clamp(std::strtoll(text, nullptr, 16), -kMost, kMost));
+  return text == nullptr ? 0 : static_cast<std::uint32_t>(std::strtoull(text, nullptr, 16));
 }
 
 std::uint32_t getAttributeHex(const LayoutNode* node, std::string_view name) noexcept {

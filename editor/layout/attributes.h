@@ -23,8 +23,8 @@ using AttributeList = const char* const*;
 [[nodiscard]] const char* getAttributeText(AttributeList list, std::string_view name) noexcept;
 [[nodiscard]] const char* getAttributeText(const LayoutNode* node, std::string_view name) noexcept;
 
-/// A decimal number after white space, whatever follows it; 0 if absent or unreadable. Beyond 32
-/// bits it is the nearest number that fits.
+/// A decimal number after white space, whatever follows it, as `scanf` reads one; 0 if absent or
+/// unreadable. Of one beyond 32 bits the lower ones count.
 [[nodiscard]] std::int32_t getAttributeInt(AttributeList list, std::string_view name) noexcept;
 [[nodiscard]] std::int32_t getAttributeInt(const LayoutNode* node, std::string_view name) noexcept;
 

@@ -13,7 +13,7 @@ constexpr const char* kSpace = "\t\r\n ";
 constexpr const char* kTagNameEnd = "\t\r\n />";
 constexpr const char* kAttributeNameEnd = "\t\r\n =/>";
 
-// Behind each list: nothing in it was allocated.
+// After each list: nothing in it was allocated.
 constexpr const char* kAllInPlace = "in place";
 
 bool isNameStart(char c) noexcept {

@@ -6,8 +6,8 @@
 void drawWholeFrame(CGLContext& context, CFrame& frame) {
   const float scale = frame.getScale();
   const CRect size = frame.getSize();
-  const int width = static_cast<int>(size.width() * scale);
-  const int height = static_cast<int>(size.height() * scale);
+  const int width = devicePixels(size.width(), scale);
+  const int height = devicePixels(size.height(), scale);
   context.setScale(scale);
   context.beginFrame(width, height);
   frame.drawFrame(context, {0.0F, 0.0F, size.width(), size.height()});

@@ -33,7 +33,7 @@ TEST(EventScript, BadLinesAreNamed) {
   for (const char* const line :
        {"jump 1 2", "move", "move kNoSuch", "move kGUISetup+1", "down 1 2 upper", "wheel 1 2",
         "key NoKey", "wait -1", "wait x", "set kNone 1", "set kB1Gain", "shot", "move 1e9 0",
-        "move 5", "move 5 a", "drag 1 2 left", "move nan 0"}) {
+        "move 5", "move 5 a", "drag 1 2 left", "move nan 0", "wait 5 alt", "wheel 1 2 3 double"}) {
     SCOPED_TRACE(line);
     try {
       static_cast<void>(parseEvents(std::string("wait 1\n") + line, "f"));

@@ -1,3 +1,4 @@
+#include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
 #include "tests/editor/shown_editor.h"
 
@@ -24,6 +25,10 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
       {0, kGUIBox4, 0, {654, 25, 844, 698}},
       {2, kGUIShowAdvanced, 0, {639, 621, 800, 654}},
       {0, kGUIShowAdvanced, 0, {494, 621, 655, 654}},
+      {0, kGUISelectedBand, 0, {14, 396, 800, 452}},  // the tabs
+      {0, -1, 0, {14, 39, 655, 418}},                 // the graph
+      {1, -1, 0, {14, 39, 800, 418}},
+      {1, -1, 5, {0, 670, 989, 698}},  // the help line
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << "tag " << row.tag << " in mode " << row.mode);
@@ -35,9 +40,21 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
   }
 }
 
+TEST(Surface, ThePagesMeetTheMouseWhereTheyLie) {
+  const Shown shown(2);
+  for (const std::int32_t tag : {kGUIBox2, kGUIBox3, kGUIBox4, kGUIPresetBox}) {
+    auto* const wrapper = dynamic_cast<iControlWrapper*>(shown.editor->index().find(tag));
+    ASSERT_NE(wrapper, nullptr) << tag;
+    const CView& page = wrapper->wrapped().asView();
+    EXPECT_EQ(page.getMouseableArea(), page.getViewSize()) << tag;
+  }
+}
+
 TEST(Surface, TheWindowFollowsModeAndZoom) {
-  for (const auto& [mode, zoom, right, bottom] :
-       {std::tuple{0, 1.0, 844, 698}, {1, 1.5, 1483, 1047}, {2, 2.0, 1978, 1396}}) {
+  for (const auto& [mode, zoom, right, bottom] : {std::tuple{0, 1.0, 844, 698},
+                                                  {1, 1.5, 1483, 1047},
+                                                  {2, 2.0, 1978, 1396},
+                                                  {0, 1004 / 844.0, 1004, 830}}) {
     SCOPED_TRACE(testing::Message() << mode << " " << zoom);
     const Shown shown(mode, zoom);
     ERect* rect = nullptr;

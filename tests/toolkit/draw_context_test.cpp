@@ -8,6 +8,7 @@
 
 #include "tests/support/drawing_page.h"
 #include "tests/support/realtime_guard.h"
+#include "toolkit/device_picture.h"
 #include "toolkit/plain_context.h"
 
 namespace {
@@ -36,6 +37,23 @@ class NotedContext : public CDrawContext {
 
 TextStyle bold(float size, CHoriTxtAlign align = kLeftText) {
   return {Face::find("DSP-Bold"), size, kWhiteCColor, align};
+}
+
+// Its edges are rounded, as those of the clip rectangle are where it fills that.
+TEST(DrawContext, ShowsAGroundAtEachScale) {
+  for (const float scale : {1.0F, 1.1F, 1.25F, 1.3F, 1.5F, 1.75F}) {
+    for (float left = 600.0F; left < 700.0F; left += 1.0F) {
+      NotedContext context;
+      context.setScale(scale);
+      context.setOffset({left, 25});
+      context.setClipRect({0, 0, 161, 177});
+      BoxPicture ground;
+      ground.draw(context, {0, 0, 161, 177}, {.fill = kWhiteCColor});
+      ASSERT_EQ(context.quads.size(), 1U) << left << " at scale " << scale;
+      ground.draw(context, {1, 0, 162, 177}, {.fill = kWhiteCColor});
+      ASSERT_EQ(context.quads.size(), 1U) << left << " at scale " << scale;
+    }
+  }
 }
 
 TEST(DrawContext, DrawsAllOfAFigureOrNothing) {

@@ -10,6 +10,7 @@
 
 #include "platform/resources.h"
 #include "toolkit/baked_font.h"
+#include "toolkit/kept_resources.h"
 #include "toolkit/label_cache.h"
 
 namespace {
@@ -149,6 +150,20 @@ TEST(BakedFont, SmallLettersAreSplitAtEmptyColumns) {
   EXPECT_EQ(BakedPixelFont({}, 1).width("0"), 0.0F);
 }
 
+TEST(KeptResources, LastUntilTheLastOneIsGone) {
+  auto first = std::make_unique<KeptResources>();
+  const Held<CBitmap> picture = CBitmap::load(101);
+  const std::weak_ptr<const Face> face = Face::find("DSP-Bold");
+  auto second = std::make_unique<KeptResources>();
+  first.reset();
+  EXPECT_EQ(CBitmap::load(101).get(), picture.get());
+  EXPECT_FALSE(face.expired());
+  second.reset();
+  EXPECT_NE(CBitmap::load(101).get(), picture.get());
+  EXPECT_TRUE(face.expired());
+  EXPECT_FALSE(CBitmap::load(0));
+}
+
 TEST(LabelCache, KeepsWhatWasUsedLast) {
   const auto face = Face::find("OpenSans-Regular");
   int left = 0;
@@ -157,7 +172,9 @@ TEST(LabelCache, KeepsWhatWasUsedLast) {
   EXPECT_EQ(cache.find("first", face, 12.0F).picture.get(), first.picture.get());
   EXPECT_NE(cache.find("first", face, 12.5F).picture.get(), first.picture.get());
   EXPECT_NE(cache.find("first", Face::find("DSP-Bold"), 12.0F).picture.get(), first.picture.get());
-  for (std::size_t i = 3; i < StaticTextLabelCache::kMostLabels + 100; ++i) {
+  EXPECT_EQ(cache.find("~$", face, 12.0F).width, face->width("\u2190\u2022", 12.0F));
+  EXPECT_EQ(cache.find("~$", face, 12.0F, true).width, face->width("~$", 12.0F));
+  for (std::size_t i = 5; i < StaticTextLabelCache::kMostLabels + 100; ++i) {
     static_cast<void>(cache.find(std::to_string(i), face, 10.0F));
     if (i == 500) static_cast<void>(cache.find("first", face, 12.0F));
   }
