@@ -27,19 +27,6 @@ bool isColumnEmpty(const CBitmap& strip, int x) {
 
 }  // namespace
 
-char32_t shownBy(char32_t character) noexcept {
-  switch (character) {
-    case '$':
-      return 0x2022;
-    case '~':
-      return 0x2190;
-    case 127:
-      return 0x2192;
-    default:
-      return character;
-  }
-}
-
 BakedFont::BakedFont(float size) : pixels(size), picture(emptyPicture()) {
   for (char32_t i = 0; i < glyphs.size(); ++i) glyphs[i].character = shownBy(kFirst + i);
 }

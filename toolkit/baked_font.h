@@ -15,11 +15,6 @@ struct DeviceQuad {
   CRect target;
 };
 
-/// What is shown for a character of the program's texts: those for which plain text has none of
-/// their own are written as others. `$` is a bullet, `~` an arrow to the left, 127 one to the
-/// right.
-[[nodiscard]] char32_t shownBy(char32_t character) noexcept;
-
 /// The characters 32 to 127 of a face at one size in device pixels, rasterised once into one row
 /// and written without being resampled, each as `shownBy` has it. Everything else in a text is
 /// passed over. Threads: one at a time.

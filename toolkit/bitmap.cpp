@@ -14,7 +14,6 @@
 
 #include "platform/resources.h"
 #include "toolkit/coverage.h"
-#include "toolkit/draw_context.h"
 #include "toolkit/pixels.h"
 
 namespace {
@@ -142,15 +141,6 @@ Held<CBitmap> CBitmap::decode(std::string_view png) {
     pixel = alpha << 24 | (pixels::scaled(pixel, alpha) & 0x00FFFFFFU);
   }
   return bitmap;
-}
-
-void CBitmap::draw(CDrawContext& context, const CRect& rect, CPoint offset) const {
-  context.drawBitmap(*this, rect, offset);
-}
-
-void CBitmap::drawAlphaBlend(CDrawContext& context, const CRect& rect, CPoint offset,
-                             std::uint8_t alpha) const {
-  context.drawBitmap(*this, rect, offset, alpha);
 }
 
 void CDIB::clear(CColor colour) {

@@ -358,3 +358,13 @@ void CDrawContext::drawTextCached(std::string_view utf8, const CRect& rect,
                     baselineOf(space, size, ascent) + static_cast<float>(label.top))};
   putQuads(*label.picture, {&quad, 1}, style.colour);
 }
+
+// Here and not with the bitmap, which contexts are made of.
+void CBitmap::draw(CDrawContext& context, const CRect& rect, CPoint offset) const {
+  context.drawBitmap(*this, rect, offset);
+}
+
+void CBitmap::drawAlphaBlend(CDrawContext& context, const CRect& rect, CPoint offset,
+                             std::uint8_t alpha) const {
+  context.drawBitmap(*this, rect, offset, alpha);
+}

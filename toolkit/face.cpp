@@ -63,6 +63,19 @@ std::u32string codePoints(std::string_view utf8) {
   return points;
 }
 
+char32_t shownBy(char32_t character) noexcept {
+  switch (character) {
+    case '$':
+      return 0x2022;
+    case '~':
+      return 0x2190;
+    case 127:
+      return 0x2192;
+    default:
+      return character;
+  }
+}
+
 std::shared_ptr<const Face> Face::find(std::string_view name) {
   LoadedFaces& loaded = loadedFaces();
   const std::lock_guard lock(loaded.guard);

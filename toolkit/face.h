@@ -8,6 +8,11 @@
 /// The code points of a UTF-8 text; what is no such gives U+FFFD, once for each byte.
 [[nodiscard]] std::u32string codePoints(std::string_view utf8);
 
+/// What is shown for a character of the program's texts: those for which plain text has none of
+/// their own are written as others. `$` is a bullet, `~` an arrow to the left, 127 one to the
+/// right.
+[[nodiscard]] char32_t shownBy(char32_t character) noexcept;
+
 /// A typeface that is part of the program. Sizes are heights in pixels from the highest ascender to
 /// the lowest descender, as the face has them. Threads: any; nothing changes after construction.
 class Face {

@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "toolkit/baked_font.h"
-
 namespace {
 
 constexpr int kWidestLabel = 8192;
