@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "graphs/opengl/cgl_context.h"
 #include "graphs/opengl/opengl_view.h"
@@ -27,6 +28,9 @@ class OGLRender : public OpenGLView {
   void contextCloses() override;
 
  private:
+  /// The lock of the frame's tree; not held when the view is closed meanwhile.
+  [[nodiscard]] std::unique_lock<std::recursive_mutex> lockTree();
+
   OGLFrame& shown;
   std::unique_ptr<CGLContext> glContext;  // made with the first frame
   std::atomic<bool> needsReset{true};

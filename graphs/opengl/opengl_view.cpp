@@ -64,7 +64,7 @@ void OpenGLView::removed() {
 }
 
 void OpenGLView::run() noexcept {
-  while (!stopRequested.load(std::memory_order_relaxed)) {
+  while (!isStopping()) {
     const std::int64_t start = monotonicMilliseconds();
     try {
       drawOnce();

@@ -42,6 +42,10 @@ class OpenGLView : public CControl {
   /// The context is about to go, and is current.
   virtual void contextCloses() {}
   virtual void swap() { context->swap(); }
+  /// The render thread is waited for: by somebody who may hold what it waits for.
+  [[nodiscard]] bool isStopping() const noexcept {
+    return stopRequested.load(std::memory_order_relaxed);
+  }
 
   /// Guards the context: the render thread holds it for a whole frame.
   std::mutex lock;
