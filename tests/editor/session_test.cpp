@@ -60,6 +60,9 @@ class SessionTest : public Script,
                     public VSTGUIEditorInterface,
                     public CControlListener {
  protected:
+  // Each time that a driver in software is unloaded it loses memory: this keeps it.
+  static void SetUpTestSuite() { static_cast<void>(GlContext::makeOffScreen(1, 1, 0)); }
+
   SessionTest() {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     // Keys that xdotool would else make and take away again, maybe before they are read.
