@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <thread>
+#include <utility>
 
 #include "graphs/opengl/ogl_frame.h"
 #include "tests/support/becomes.h"
@@ -132,16 +133,15 @@ TEST_P(EditorWindow, ClosesWithParentDisplayAndWithinEvents) {
 }
 
 TEST_P(EditorWindow, ShowsWhileEveryThreadIsAtWork) {
-  std::atomic<bool> isEnding{false};
-  const auto start = [&isEnding](std::function<void(int)> work) {
-    return std::thread([&isEnding, work = std::move(work)] {
-      for (int i = 0; !isEnding; ++i) {
+  const auto start = [](std::function<void(int)> work) {
+    return std::jthread([work = std::move(work)](const std::stop_token& end) {
+      for (int i = 0; !end.stop_requested(); ++i) {
         work(i);
         std::this_thread::sleep_for(std::chrono::microseconds(300));
       }
     });
   };
-  std::array<std::thread, 2> others = {
+  const std::array<std::jthread, 2> others = {
       start([&](int i) {
         const auto normalised = static_cast<float>(i % 101) * 0.01F;
         effect.plug.setParameter(i * 37 % kNumParams, normalised);
@@ -163,8 +163,6 @@ TEST_P(EditorWindow, ShowsWhileEveryThreadIsAtWork) {
     EXPECT_TRUE(becomesDrawn(effect));
     effect.editor->close();
   }
-  isEnding = true;
-  for (std::thread& other : others) other.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(BothWays, EditorWindow, testing::Values(false, true),
