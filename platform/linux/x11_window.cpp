@@ -298,6 +298,13 @@ std::unique_ptr<GlContext> X11Window::makeGlContext(int samples) {
   if (!isThere()) return nullptr;
   auto context = makeX11EglContext(display, window, target, samples);
   if (context == nullptr) context = makeX11GlxContext(display, window, target, samples);
+  if (const Window surface = target->surface; surface != None) {
+    // It covers the window, which therefore hears nothing of what has to be shown again.
+    const X11Guard guard;
+    connection->addInner(surface, window);
+    XSelectInput(display, surface, ExposureMask);
+    XFlush(display);
+  }
   return context;
 }
 

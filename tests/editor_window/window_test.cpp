@@ -78,6 +78,8 @@ TEST_P(EditorWindow, OpensAndClosesAnyNumberOfTimes) {
 TEST_P(EditorWindow, FollowsScaleAndHost) {
   ASSERT_TRUE(opens(effect));
   EXPECT_EQ(host->pixel(600, 10), HostWindow::kGround);
+  host->hideAndShow();
+  EXPECT_TRUE(becomesDrawn(effect));
   {
     const std::lock_guard guard(effect.editor->shownFrame()->treeLock());
     effect.editor->shownFrame()->setDeviceScale(2.0F);

@@ -21,6 +21,12 @@ class HostWindow {
 
   [[nodiscard]] Display* display() const { return host.get(); }
   [[nodiscard]] void* handle() const { return reinterpret_cast<void*>(parent); }
+  /// What stood on the screen is lost.
+  void hideAndShow() {
+    XUnmapWindow(host.get(), parent);
+    XMapWindow(host.get(), parent);
+    XSync(host.get(), False);
+  }
   void destroy() {
     XDestroyWindow(host.get(), parent);
     XSync(host.get(), False);
