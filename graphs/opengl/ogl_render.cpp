@@ -11,11 +11,13 @@ OGLRender::OGLRender(OGLFrame& frame) : OpenGLView(frame.getSize(), 0), shown(fr
 // The frame's tree is drawn by it, not it by the tree.
 void OGLRender::draw(CDrawContext& /*context*/) { setDirty(false); }
 
+/// Gives up when the thread is to end: the frame may be closed from within an event, by a thread
+/// that has the lock.
 std::unique_lock<std::recursive_mutex> OGLRender::lockTree() {
+  constexpr auto kPause = std::chrono::microseconds(200);
   std::unique_lock tree(shown.treeLock(), std::try_to_lock);
-  // Whoever closes the view from within an event holds the lock, and waits for this thread.
-  while (!tree.owns_lock() && !isStopping()) {
-    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  while (!tree && !isStopping()) {
+    std::this_thread::sleep_for(kPause);
     static_cast<void>(tree.try_lock());
   }
   return tree;
@@ -23,14 +25,14 @@ std::unique_lock<std::recursive_mutex> OGLRender::lockTree() {
 
 bool OGLRender::hasNews() {
   if (needsReset.load(std::memory_order_relaxed)) return true;
-  const std::unique_lock tree = lockTree();
-  return tree.owns_lock() && !shown.takeDamage().isEmpty();
+  const auto tree = lockTree();
+  return tree && !shown.takeDamage().isEmpty();
 }
 
 void OGLRender::platformDraw() {
-  const std::unique_lock tree = lockTree();
-  if (!tree.owns_lock()) return;
   needsReset.store(false, std::memory_order_relaxed);
+  const auto tree = lockTree();
+  if (!tree) return;
   if (glContext == nullptr) glContext = std::make_unique<CGLContext>();
   drawWholeFrame(*glContext, shown);
 }

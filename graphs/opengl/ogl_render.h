@@ -28,7 +28,6 @@ class OGLRender : public OpenGLView {
   void contextCloses() override;
 
  private:
-  /// The lock of the frame's tree; not held when the view is closed meanwhile.
   [[nodiscard]] std::unique_lock<std::recursive_mutex> lockTree();
 
   OGLFrame& shown;

@@ -42,7 +42,7 @@ class OpenGLView : public CControl {
   /// The context is about to go, and is current.
   virtual void contextCloses() {}
   virtual void swap() { context->swap(); }
-  /// The render thread is waited for: by somebody who may hold what it waits for.
+  /// `closeWindow` waits for the render thread: it must not wait for anything any more.
   [[nodiscard]] bool isStopping() const noexcept {
     return stopRequested.load(std::memory_order_relaxed);
   }
