@@ -55,7 +55,7 @@ class WindowListener {
 
   virtual void resized(int width, int height) = 0;
   virtual void scaleChanged(double scale) = 0;
-  /// Part of the window must be shown again. Of no meaning to a window drawn by OpenGL.
+  /// Part of the window must be shown again.
   virtual void exposed(const DeviceRect& part) = 0;
   /// The user wants to close a window of its own.
   virtual void closeAsked() = 0;

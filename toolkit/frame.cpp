@@ -45,6 +45,7 @@ bool CFrame::openWith(std::unique_ptr<NativeWindow> made) {
   const std::lock_guard guard(lock);
   native = std::move(made);
   opened = true;
+  windowHeight = devicePixels(size.height(), getScale());
   setDeviceScale(static_cast<float>(native->scale()));
   windowOpened();
   return true;
@@ -391,8 +392,9 @@ void CFrame::focusChanged(bool has) {
   if (!has && focusView) notify(this, kMsgLooseFocus);
 }
 
-void CFrame::resized(int /*width*/, int /*height*/) {
+void CFrame::resized(int /*width*/, int height) {
   const std::lock_guard guard(lock);
+  windowHeight = height;
   windowResized();
   setDirty();
 }

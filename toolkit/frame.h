@@ -95,6 +95,8 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   /// A view whose cursor was hidden during a drag puts it back where it began.
   void warpMouse(CPoint where);
   [[nodiscard]] NativeWindow* window() const noexcept { return native.get(); }
+  /// Device pixels, as the window told last: host or desktop may want another than ours. 0 without.
+  [[nodiscard]] int getWindowHeight() const noexcept { return windowHeight; }
   /// The events of the window, for those who play them.
   [[nodiscard]] WindowListener& events() noexcept { return *this; }
 
@@ -166,6 +168,7 @@ class CFrame : public CViewContainer, public ViewRoot, private WindowListener {
   std::shared_ptr<WindowSystem> system;
   std::unique_ptr<NativeWindow> native;
   bool opened = false;
+  int windowHeight = 0;
   float dpiScale = 1.0F;
   float userScale = 1.0F;
   float inverseScale = 1.0F;

@@ -40,10 +40,10 @@ CGLContext::CGLContext() : textures([this] { flush(); }) {}
 
 CGLContext::~CGLContext() = default;
 
-void CGLContext::beginFrame(int width, int height) {
+void CGLContext::beginFrame(int width, int height, int below) {
   textures.deleteForgotten();
   whole = {0.0F, 0.0F, static_cast<float>(width), static_cast<float>(height)};
-  glViewport(0, 0, width, height);
+  glViewport(0, below, width, height);
   clear(kBlackCColor);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();

@@ -18,8 +18,9 @@ class CGLContext : public CDrawContext {
   CGLContext();
   ~CGLContext() override;
 
-  /// Starts a frame of this size in device pixels, opaque black, y down.
-  void beginFrame(int width, int height);
+  /// Starts a frame of this size in device pixels, opaque black, y down. `below`: rows of what is
+  /// drawn to that lie under it; below 0 where it has fewer than the frame.
+  void beginFrame(int width, int height, int below = 0);
   /// Sends what has been gathered.
   void endFrame();
 

@@ -9,7 +9,9 @@ void drawWholeFrame(CGLContext& context, CFrame& frame) {
   const int width = devicePixels(size.width(), scale);
   const int height = devicePixels(size.height(), scale);
   context.setScale(scale);
-  context.beginFrame(width, height);
+  // A window of another size shows the frame at its top, as it tells of the mouse from there.
+  const int rows = frame.getWindowHeight();
+  context.beginFrame(width, height, rows > 0 ? rows - height : 0);
   frame.drawFrame(context, {0.0F, 0.0F, size.width(), size.height()});
   context.endFrame();
 }

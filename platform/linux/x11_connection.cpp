@@ -71,6 +71,7 @@ X11Connection::~X11Connection() {
 
 void X11Connection::remove(Window window) {
   targets.erase(window);
+  std::erase_if(inners, [window](const auto& inner) { return inner.second == window; });
   selections.forget(window);
   if (moved == window) moved = None;
 }
@@ -134,6 +135,7 @@ bool X11Connection::isFiltered(XEvent& event) {
 }
 
 void X11Connection::handOut(XEvent& event, Window window) {
+  if (const auto inner = inners.find(window); inner != inners.end()) window = inner->second;
   const bool isMoving = isMove(event, inputOpcode);
   if (moved != None && !(isMoving && moved == window)) {
     const auto waiting = targets.find(moved);

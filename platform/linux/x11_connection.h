@@ -36,6 +36,8 @@ class X11Connection {
 
   void dispatch();
   void add(Window window, X11Target& target) { targets[window] = &target; }
+  /// What is told of `inner`, which another connection has put into the window, is told to it.
+  void addInner(Window inner, Window window) { inners[inner] = window; }
   void remove(Window window);
 
   [[nodiscard]] X11Cursor cursor(Cursor which);
@@ -61,6 +63,7 @@ class X11Connection {
 
   std::map<Cursor, X11Cursor> cursors;
   std::map<Window, X11Target*> targets;
+  std::map<Window, Window> inners;
   Window moved = None;  // has moves to tell
   double currentScale = 1.0;
   Time newestTime = CurrentTime;

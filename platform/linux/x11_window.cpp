@@ -79,11 +79,14 @@ std::unique_ptr<X11Window> X11Window::open(std::shared_ptr<X11Connection> connec
 
   XSetWindowAttributes own{};
   own.event_mask = kEvents;
+  // Black where there is no picture yet, or none so large; what there is stays when it grows.
+  own.background_pixel = 0;
+  own.bit_gravity = NorthWestGravity;
   // A parent of another depth needs colours and border told.
   own.colormap = XCreateColormap(display, root, visual.visual, AllocNone);
-  const Window window =
-      XCreateWindow(display, inside, 0, 0, pixels(width), pixels(height), 0, visual.depth,
-                    InputOutput, visual.visual, CWColormap | CWBorderPixel | CWEventMask, &own);
+  const Window window = XCreateWindow(
+      display, inside, 0, 0, pixels(width), pixels(height), 0, visual.depth, InputOutput,
+      visual.visual, CWColormap | CWBorderPixel | CWEventMask | CWBackPixel | CWBitGravity, &own);
   const Made made{parent, window, visual, own.colormap, std::max(width, 1), std::max(height, 1)};
   std::unique_ptr<X11Window> opened(new X11Window(std::move(connection), made, listener));
   if (parent == None) opened->setProperties();
@@ -168,9 +171,10 @@ void X11Window::setProperties() {
 
 void X11Window::setSizeHints(int newWidth, int newHeight) {
   XSizeHints hints{};
-  hints.flags = PSize;
-  hints.width = newWidth;
-  hints.height = newHeight;
+  // Its size is the editor's alone: a corner of the surface is for pulling.
+  hints.flags = PSize | PMinSize | PMaxSize;
+  hints.width = hints.min_width = hints.max_width = newWidth;
+  hints.height = hints.min_height = hints.max_height = newHeight;
   XSetWMNormalHints(display, window, &hints);
 }
 
@@ -296,6 +300,13 @@ std::unique_ptr<GlContext> X11Window::makeGlContext(int samples) {
   if (!isThere()) return nullptr;
   auto context = makeX11EglContext(display, window, target, samples);
   if (context == nullptr) context = makeX11GlxContext(display, window, target, samples);
+  if (const Window surface = target->surface; surface != None) {
+    // It covers the window, which therefore hears nothing of what has to be shown again.
+    const X11Guard guard;
+    connection->addInner(surface, window);
+    XSelectInput(display, surface, ExposureMask);
+    XFlush(display);
+  }
   return context;
 }
 

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <clocale>
-#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -13,6 +12,7 @@
 #include "platform/native_window.h"
 #include "tests/support/becomes.h"
 #include "tests/support/script.h"
+#include "tests/support/shell.h"
 #include "tests/support/test_directory.h"
 #include "tests/support/x_server.h"
 
@@ -21,6 +21,7 @@
 
 #include "platform/linux/x11_gl_context.h"
 #include "platform/linux/x11_pointer.h"
+#include "tests/support/drag_source.h"
 
 namespace {
 
@@ -95,72 +96,6 @@ class Recorder final : public WindowListener {
     const bool isLong = text.size() > 100;
     say("text " + (isLong ? std::to_string(text.size()) : "[" + std::string(text) + "]"));
   }
-};
-
-/// A program of another maker, from which files are dragged.
-class DragSource {
- public:
-  explicit DragSource(Recorder::Say whoHears)
-      : say(std::move(whoHears)),
-        display(XOpenDisplay(nullptr), XCloseDisplay),
-        window(XCreateSimpleWindow(display.get(), DefaultRootWindow(display.get()), 0, 0, 1, 1, 0,
-                                   0, 0)) {}
-
-  void drag(Window toWindow, long x, long y, const std::string& theFiles) {
-    target = toWindow;
-    files = theFiles;
-    XSetSelectionOwner(display.get(), atom("XdndSelection"), window, CurrentTime);
-    send("XdndEnter", 5L << 24, static_cast<long>(atom("text/uri-list")), 0, 0);
-    send("XdndPosition", 0, x << 16 | y, CurrentTime, static_cast<long>(atom("XdndActionCopy")));
-  }
-  void pump() {
-    while (XPending(display.get()) > 0) {
-      XEvent event;
-      XNextEvent(display.get(), &event);
-      if (event.type == SelectionRequest) answer(event.xselectionrequest);
-      if (event.type == ClientMessage) hear(event.xclient);
-    }
-  }
-
- private:
-  Atom atom(const char* name) { return XInternAtom(display.get(), name, False); }
-  void send(const char* kind, long first, long second, long third, long fourth) {
-    XEvent event{};
-    event.xclient = {ClientMessage, 0, False, nullptr, target, atom(kind), 32, {}};
-    const long words[] = {static_cast<long>(window), first, second, third, fourth};
-    std::copy_n(words, 5, event.xclient.data.l);
-    XSendEvent(display.get(), target, False, NoEventMask, &event);
-    XFlush(display.get());
-  }
-  void hear(const XClientMessageEvent& message) {
-    const bool isYes = (message.data.l[1] & 1) != 0;
-    const bool isStatus = message.message_type == atom("XdndStatus");
-    say((isStatus ? "status " : "finished ") + std::to_string(isYes));
-    if (isStatus) send(isYes ? "XdndDrop" : "XdndLeave", 0, CurrentTime, 0, 0);
-  }
-  void answer(const XSelectionRequestEvent& request) {
-    XChangeProperty(display.get(), request.requestor, request.property, request.target, 8,
-                    PropModeReplace, reinterpret_cast<const unsigned char*>(files.data()),
-                    static_cast<int>(files.size()));
-    XEvent event{};
-    event.xselection = {SelectionNotify,
-                        0,
-                        False,
-                        nullptr,
-                        request.requestor,
-                        request.selection,
-                        request.target,
-                        request.property,
-                        request.time};
-    XSendEvent(display.get(), request.requestor, False, NoEventMask, &event);
-    XFlush(display.get());
-  }
-
-  const Recorder::Say say;
-  const X11 display;
-  const Window window;
-  Window target = None;
-  std::string files;
 };
 
 /// Draws to a window on a thread of its own until it goes.
@@ -272,15 +207,8 @@ class WindowTest : public Script {
   }
   /// While it runs the window answers other programs.
   void runShell() {
-    auto told = std::async(std::launch::async, [this] {
-      std::string text;
-      FILE* const output = popen(("T=" + files.path("t") + "; " + row[1]).c_str(), "r");
-      for (int letter = 0; (letter = std::fgetc(output)) != EOF;) text += static_cast<char>(letter);
-      pclose(output);
-      return text;
-    });
-    while (told.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready) pump();
-    if (const std::string text = told.get(); !text.empty()) hear("says " + text);
+    const std::string text = shellSays("T=" + files.path("t") + "; " + row[1], [this] { pump(); });
+    if (!text.empty()) hear("says " + text);
   }
   /// The colour of a pixel on the screen.
   [[nodiscard]] unsigned long pixel() {

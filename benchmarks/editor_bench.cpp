@@ -1,0 +1,140 @@
+// What the editor's surface costs: a frame with everything drawn again, one in which nothing has
+// changed, and the way from `open` to the first picture. The argument is the scale in percent.
+
+#include <GL/gl.h>
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "graphs/opengl/cgl_context.h"
+#include "graphs/opengl/whole_frame.h"
+#include "platform/gl_context.h"
+#include "tests/support/becomes.h"
+#include "tests/support/edited_effect.h"
+#include "tests/support/x_server.h"
+// Last, since its macros have common names.
+#include "tests/support/host_window.h"
+
+namespace {
+
+/// The editor off the screen.
+struct Surface : EditedEffect {
+  explicit Surface(const benchmark::State& state) : EditedEffect({false, {}}, 1.0) {
+    if (!editor->openOffScreen(static_cast<float>(state.range(0)) / 100)) return;
+    frame = editor->shownFrame();
+    const CBitmap& picture = *frame->picture();
+    width = picture.getWidth();
+    height = picture.getHeight();
+    isDrawn = (picture.pixels()[width * 10 + 10] & 0xFFFFFFU) != 0;
+  }
+
+  CGFrame* frame = nullptr;
+  int width = 0;
+  int height = 0;
+  bool isDrawn = false;
+};
+
+void openGlFrame(benchmark::State& state) {
+  const Surface surface(state);
+  const auto screen = GlContext::makeOffScreen(surface.width, surface.height, 0);
+  if (screen == nullptr || !screen->makeCurrent()) {
+    state.SkipWithError("there is no OpenGL");
+    return;
+  }
+  {
+    CGLContext context;
+    const auto draw = [&] {
+      const std::lock_guard guard(surface.frame->treeLock());
+      drawWholeFrame(context, *surface.frame);
+      glFinish();
+    };
+    draw();
+    std::uint32_t pixel = 0;
+    glReadPixels(10, surface.height - 11, 1, 1, GL_BGRA, GL_UNSIGNED_BYTE, &pixel);
+    if ((pixel & 0xFFFFFFU) == 0) state.SkipWithError("nothing was drawn");
+    for ([[maybe_unused]] auto _ : state) draw();
+  }
+  screen->release();
+}
+
+void plainFrame(benchmark::State& state) {
+  const Surface surface(state);
+  if (!surface.isDrawn) state.SkipWithError("nothing was drawn");
+  for ([[maybe_unused]] auto _ : state) {
+    surface.frame->setDirty();
+    benchmark::DoNotOptimize(surface.frame->picture());
+  }
+}
+
+double cpuSeconds(clockid_t whose) {
+  timespec time{};
+  clock_gettime(whose, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/// The editor in a window that shows its first picture.
+struct ShownEditor : XServer, HostWindow, EditedEffect {
+  explicit ShownEditor(bool usesOpenGl) : EditedEffect({usesOpenGl, {}}, 1.0) {}
+  ~ShownEditor() { editor->close(); }
+  ShownEditor(const ShownEditor&) = delete;
+  ShownEditor& operator=(const ShownEditor&) = delete;
+
+  [[nodiscard]] bool shows() {
+    return editor->open(handle()) && becomes([this] { return editor->idle(), isDrawn(); });
+  }
+};
+
+/// What the message thread does: all of it in the plain way.
+void unchangedFrame(benchmark::State& state) {
+  ShownEditor window(false);
+  if (!window.shows()) state.SkipWithError("no picture");
+  for ([[maybe_unused]] auto _ : state) window.editor->idle();
+}
+
+/// What all other threads do for as long as a frame lasts: the one that draws wakes up for it.
+void unchangedOpenGlFrame(benchmark::State& state) {
+  constexpr auto kFrame = std::chrono::milliseconds(16);
+  ShownEditor window(true);
+  if (!window.shows()) state.SkipWithError("no picture");
+  std::this_thread::sleep_for(kFrame * 10);
+  for ([[maybe_unused]] auto _ : state) {
+    const double all = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
+    const double own = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
+    window.editor->idle();
+    std::this_thread::sleep_for(kFrame);
+    const double ofThis = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - own;
+    state.SetIterationTime(cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - all - ofThis);
+  }
+}
+
+void firstPicture(benchmark::State& state, bool usesOpenGl) {
+  ShownEditor window(usesOpenGl);
+  for ([[maybe_unused]] auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    if (!window.shows()) state.SkipWithError("no picture");
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(passed.count());
+    window.editor->close();
+    if (!becomes([&] { return !window.isDrawn(); })) state.SkipWithError("it does not close");
+  }
+}
+
+// Threads of a driver in software work beside: what counts is the time that passes.
+BENCHMARK(openGlFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(plainFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(unchangedFrame)->Unit(benchmark::kMicrosecond);
+BENCHMARK(unchangedOpenGlFrame)->Iterations(30)->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK_CAPTURE(firstPicture, openGl, true)
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime();
+BENCHMARK_CAPTURE(firstPicture, plain, false)
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime();
+
+}  // namespace
