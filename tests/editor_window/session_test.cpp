@@ -45,6 +45,9 @@ class Dragged final : public CControl {
     valueChanged();
     return kMouseEventHandled;
   }
+  bool onWheel(CPoint /*where*/, float steps, CButtonState buttons) override {
+    return turnByWheel(steps, buttons);
+  }
   bool acceptsDrop(CPoint where) override { return where.x < size.centre().x; }
   void onDrop(CPoint /*where*/, const std::vector<std::string>& paths) override {
     dropped = paths;
