@@ -1,26 +1,40 @@
 #include "editor/plug_ed.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string_view>
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "editing/band_menu.h"
+#include "editing/parameter_menu.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
 #include "editor/menu_adapter.h"
 #include "editor/surface_layout.h"
-#include "host/file_errors.h"
+#include "editor/tool_tip_texts.h"
 #include "platform/paths.h"
 #include "state/install_folders.h"
 #include "state/machine.h"
 
 namespace {
 
-bool isOfKind(const std::string& path, std::string_view extension) {
+constexpr double kLeastZoom = 0.5;
+constexpr double kMostZoom = 4.0;
+// What `Plug::getBandFlags` tells.
+constexpr int kHasSlope = 4;
+constexpr int kHasSlope2 = 8;
+constexpr int kHasQ = 16;
+
+bool isParameterTag(std::int32_t tag) { return tag >= 0 && tag < kNumParams; }
+
+/// The index of a tag above a base, -1 for none of the eight bands.
+int bandAbove(std::int32_t base, std::int32_t tag) { return isBand(tag - base) ? tag - base : -1; }
+
+bool isBandFile(const std::string& path) {
   const std::string_view own = extensionOf(path);
-  return !own.empty() && own.substr(1) == extension;
+  return !own.empty() && own.substr(1) == kBandExtension;
 }
 
 bool isPanel(CControl& control) {
@@ -35,85 +49,41 @@ void placeWithMouse(CControl& control, const CRect& place) {
 
 }  // namespace
 
-void FlagEd::valueChanged(CControl& control) {
-  const float value = control.getValue();
-  switch (control.getTag()) {
-    case kGUISetup:
-      setupOpen = value != 0.0F;
-      showValue(kGUISetup, value);
-      return;
-    case kGUIPresetPage:
-      trayOpen = value != 0.0F;
-      showTray();
-      return;
-    case kGUIPresetUI:
-      effect().setLoadingFlags(effect().getLoadingFlags() ^ LoadingFlags::kCarriesEditor);
-      return;
-    case kGUISave:
-    case kGUILoad:
-    case kGUISaveBank:
-    case kGUILoadBank:
-      if (value == 1.0F) askForFile(control.getTag());
-      return;
-    case kGUISetupPage:
-    case kGUIPresetBank:
-    case kGUIBandGraph:
-    case kGUISelectedBand:
-      showValue(control.getTag(), value);
-      return;
-    default:
-      VGEditor::valueChanged(control);
-  }
-}
+PlugEd::PlugEd(Plug& shown)
+    : FlagEd(shown),
+      group(shown.edits(), shown.editorState()),
+      banks(shown.edits(), shown.editorState()),
+      selection(shown.editorState()),
+      marker(index(), shown.edits(), shown.machine().midiMap()) {}
 
-void FlagEd::viewsClose() { setupOpen = false; }
-
-void FlagEd::showTray() {
-  showValue(kGUIPresetPage, trayOpen ? 1.0F : 0.0F);
-  showValue(kGUIPresetBox, trayOpen ? 0.0F : 1.0F);  // it is the page of number 0
-}
-
-void FlagEd::askForFile(std::int32_t tag) {
-  PresetFiles& files = effect().presetFiles();
-  const bool isPreset = tag == kGUISave || tag == kGUILoad;
-  const char* const extension = isPreset ? kPresetExtension : kBankExtension;
-  if (dialogs() == nullptr) return;
-  if (tag == kGUISave || tag == kGUISaveBank) {
-    files.savePresetDialog(*dialogs(), extension, isPreset);
-  } else {
-    files.loadPresetDialog(*dialogs(), extension);
-  }
-}
-
-bool FlagEd::takeFile(const std::string& path, CPoint /*where*/) {
-  if (!isOfKind(path, kPresetExtension) && !isOfKind(path, kBankExtension)) return false;
-  effect().presetFiles().loadPresetFile(path);
-  return true;
-}
-
-void FlagEd::filesDropped(CPoint where, const std::vector<std::string>& paths) {
-  for (const std::string& path : paths) {
-    if (takeFile(path, where)) return;
-  }
-  reportFileContent(paths.front(), "is no preset, bank or band file", "Nothing has been changed");
-}
+EditorState& PlugEd::state() noexcept { return effect().editorState(); }
 
 bool PlugEd::showsHelp() const {
-  return effect().machine().globals().getGlobal("Mouseover Help") != 0;
+  return effect().machine().globals().getGlobal("Mouseover Help", 1) != 0;
 }
 
+bool PlugEd::helpFollowsMouse() const {
+  return effect().machine().globals().getGlobal("Tooltips Follow", 0) == 0;
+}
+
+// Places and values.
+
 void PlugEd::layoutEditor() {
-  EditorState& state = effect().editorState();
-  state.beginLayout();
-  state.setWindowOpen(true);
-  const SurfaceSize size(state.uimode, showsHelp());
-  resizeSurface(size.width, size.height, static_cast<float>(state.zoom));
+  {
+    const Plug::StateScope scope(effect());
+    state().beginLayout();
+    state().setWindowOpen(true);
+  }
+  const SurfaceSize size(state().uimode, showsHelp());
+  resizeSurface(size.width, size.height, static_cast<float>(state().zoom));
+  selection.allowSeveral();
   placeParts();
+  placeWithoutTag();
   showAllValues();
 }
 
 void PlugEd::placeParts() {
-  const SurfaceSize size(effect().editorState().uimode, showsHelp());
+  const SurfaceSize size(state().uimode, showsHelp());
   PresentPlaces present{};
   if (const CControl* const buttons = index().find(kGUIBox2)) {
     present.titleButtonsWidth = buttons->getViewSize().width();
@@ -132,7 +102,10 @@ void PlugEd::placeParts() {
       if (part.withMouse) control.setMouseableArea(place);
     });
   }
-  // Those without a tag.
+}
+
+void PlugEd::placeWithoutTag() {
+  const SurfaceSize size(state().uimode, showsHelp());
   for (int i = 0; i < index().getControlCount(); ++i) {
     CControl* const control = index().getControl(i);
     const auto* const plain = dynamic_cast<PlainElement*>(control);
@@ -147,77 +120,298 @@ void PlugEd::placeParts() {
 
 void PlugEd::showAllValues() {
   for (std::int32_t tag = 0; tag < kNumParams; ++tag) showValue(tag, effect().getParameter(tag));
-  const EditorState& state = effect().editorState();
-  showValue(kGUIMode, static_cast<float>(state.uimode));
+  showValue(kGUIMode, static_cast<float>(state().uimode));
   showValue(kGUIABMenu, static_cast<float>(effect().getCurrentBank()));
-  showValue(kGUISelectedBand, static_cast<float>(state.currentBand));
-  showValue(kGUIBandGraph, static_cast<float>(state.bandGraph));
-  showValue(kGUIShowSidechain, state.uimode == 1 ? 1.0F : 0.0F);
-  showValue(kGUIShowAdvanced, state.uimode == 2 ? 1.0F : 0.0F);
-  showValue(kGUISetup, setupOpen ? 1.0F : 0.0F);
-  const bool carries = (effect().getLoadingFlags() & LoadingFlags::kCarriesEditor) != 0;
-  showValue(kGUIPresetUI, carries ? 1.0F : 0.0F);
-  showTray();
+  showValue(kGUISelectedBand, static_cast<float>(state().currentBand));
+  showValue(kGUIBandGraph, static_cast<float>(state().bandGraph));
+  showValue(kGUIShowSidechain, state().uimode == 1 ? 1.0F : 0.0F);
+  showValue(kGUIShowAdvanced, state().uimode == 2 ? 1.0F : 0.0F);
+  showOwnState();
+  showBandKinds();
+  showListening();
+  marker.showAll();
+  showBands();
+  showButtons();
 }
 
-void PlugEd::openSetup(int page) {
-  const std::lock_guard guard(getFrame()->treeLock());
-  setupOpen = true;
-  showValue(kGUISetup, 1.0F);
-  showValue(kGUISetupPage, static_cast<float>(page));
+void PlugEd::showBandKinds() {
+  for (int band = 0; band < kNumBands; ++band) {
+    const int flags = effect().getBandFlags(band);
+    const bool hasQ = (flags & (kHasQ | kHasSlope2)) == kHasQ;
+    showValue(kGUIBandShowSlope + band, (flags & kHasSlope) != 0 ? 1.0F : 0.0F);
+    showValue(kGUIBandShowQ + band, hasQ ? 1.0F : 0.0F);
+    showValue(kGUIBandShowSlope2 + band, (flags & kHasSlope2) != 0 ? 1.0F : 0.0F);
+  }
+}
+
+void PlugEd::showListening() {
+  const int listened = static_cast<int>(effect().getPlainValue(kSCListen));
+  for (int band = 0; band < kNumBands; ++band) {
+    showValue(kGUIBandSCListen + band, band == listened ? 1.0F : 0.0F);
+  }
+}
+
+void PlugEd::showBands() { showValue(kGUISelectedBand, static_cast<float>(state().currentBand)); }
+
+void PlugEd::parameterShown(std::int32_t tag) {
+  if (tag == kSCListen) showListening();
+  if (isBandParameter(tag) && bandOneIdOf(tag) <= kB1Solo) {
+    showBandKinds();
+    showBands();
+  }
+}
+
+void PlugEd::refreshWhatIsStale() {
+  EditorState& marks = state();
+  if (marks.layoutWanted || marks.preferencesStale.exchange(false)) layoutEditor();
+  if (marks.flagsStale.exchange(false)) marker.showLocksAndLinks();
+  if (marks.bankStale.exchange(false)) {
+    showValue(kGUIABMenu, static_cast<float>(effect().getCurrentBank()));
+  }
+  const bool orderChanged = marks.orderStale.exchange(false);
+  if (marks.kindsStale.exchange(false) || orderChanged) {
+    showBandKinds();
+    showBands();
+  }
+  marks.gesturesStale = false;
+  marks.defaultsStale = false;
+  marker.blink(getFrame()->now());
+}
+
+void PlugEd::idle() {
+  if (isOpen()) {
+    const std::lock_guard guard(getFrame()->treeLock());
+    refreshWhatIsStale();
+  }
+  FlagEd::idle();
+}
+
+void PlugEd::viewsClose() {
+  group.endAll();
+  effect().edits().endAll();
+  {
+    const Plug::StateScope scope(effect());
+    state().setWindowOpen(false);
+  }
+  FlagEd::viewsClose();
+}
+
+// What the user does.
+
+void PlugEd::beginEdit(std::int32_t tag) {
+  if (!isParameterTag(tag)) return;
+  group.begin(tag);
+  FlagEd::beginEdit(tag);
+  if (!helpFollowsMouse()) showToolTip(tag);
+}
+
+void PlugEd::endEdit(std::int32_t tag) {
+  if (!isParameterTag(tag)) return;
+  FlagEd::endEdit(tag);
+  group.end(tag);
+}
+
+void PlugEd::valueChanged(CControl& control) {
+  if (isParameterTag(control.getTag())) {
+    parameterChanged(control);
+  } else if (!tagChanged(control)) {
+    FlagEd::valueChanged(control);
+  }
+  if (isOpen() && state().wantedUimode != state().uimode) layoutEditor();
+}
+
+void PlugEd::parameterChanged(const CControl& control) {
+  const std::int32_t tag = control.getTag();
+  const float value = control.getValue();
+  group.spread(tag, value);
+  effect().setParameterAutomated(tag, value);
+  const std::int32_t other = otherRelease(tag);
+  if (other >= 0 && getFrame()->getCurrentMouseButtons().has(kAlt)) {
+    effect().beginEdit(other);
+    effect().setParameterAutomated(other, value);
+    effect().endEdit(other);
+  }
+  // What is locked goes back to where it was.
+  if (effect().isLocked(tag)) showValue(tag, effect().getParameter(tag));
+}
+
+bool PlugEd::tagChanged(const CControl& control) {
+  const std::int32_t tag = control.getTag();
+  const float value = control.getValue();
+  switch (tag) {
+    case kGUIABMenu:
+      chooseBank(static_cast<int>(value));
+      return true;
+    case kGUIABMenuAlt:
+      banks.toggle(static_cast<AbToggleMode>(effect().machine().globals().getGlobal("A/B Toggle")));
+      showAllValues();
+      return true;
+    case kGUICopyTo:
+      banks.copyTo(static_cast<int>(value));
+      return true;
+    case kGUIShowSidechain:
+      toggleMode(1);
+      return true;
+    case kGUIShowAdvanced:
+      toggleMode(2);
+      return true;
+    case kGUIResize:
+      resize(value);
+      return true;
+    case kGUIDisableTooltips:
+      hideHelp();
+      return true;
+    case kGUIPrefsChange:
+      effect().applyGlobalPreferences();
+      layoutEditor();
+      return true;
+    case kGUIBandGraph:
+      state().bandGraph = static_cast<int>(value);
+      showValue(tag, value);
+      return true;
+    case kGUIOpenBandMenu:
+      openBandMenu(static_cast<int>(value), control.localToFrame(control.getViewSize().topLeft()));
+      return true;
+    default:
+      return bandTagChanged(tag, value);
+  }
+}
+
+bool PlugEd::bandTagChanged(std::int32_t tag, float value) {
+  if (const int band = bandAbove(kGUIBandSCListen, tag); band >= 0) {
+    listen(value != 0.0F ? band : -1);
+    return true;
+  }
+  const int band = static_cast<int>(value);
+  switch (tag) {
+    case kGUISelectedBand:
+      selectBand(band);
+      return true;
+    case kGUISelectOnly:
+      selection.selectOnly(band, state().currentBand);
+      break;
+    case kGUISelectToggle:
+      if (selection.toggle(band)) listen(-1);
+      break;
+    case kGUIShiftSelect:
+      if (selection.shiftSelect(band)) listen(-1);
+      break;
+    default:
+      return false;
+  }
+  showBands();
+  return true;
+}
+
+void PlugEd::listen(int band) {
+  const float wanted = effect().plainToNormalised(kSCListen, static_cast<float>(band));
+  if (wanted == effect().getParameter(kSCListen)) return;
+  effect().beginEdit(kSCListen);
+  effect().setParameterAutomated(kSCListen, wanted);
+  effect().endEdit(kSCListen);
+  showListening();
+}
+
+void PlugEd::selectBand(int band) {
+  listen(-1);
+  selection.select(band);
+  showBands();
+}
+
+void PlugEd::chooseBank(int bank) {
+  if (banks.choose(bank)) showBands();
+  showAllValues();
+}
+
+void PlugEd::resize(float width) {
+  const auto base = static_cast<double>(EditorState::widthOf(state().uimode));
+  const double zoom = std::clamp(static_cast<double>(width) / base, kLeastZoom, kMostZoom);
+  state().freeWidth = static_cast<int>(zoom * base);
+  layoutEditor();
+}
+
+void PlugEd::hideHelp() {
+  effect().machine().globals().setGlobal("Mouseover Help", 0);
+  layoutEditor();
+}
+
+void PlugEd::toggleMode(int mode) { state().wantedUimode = state().uimode == mode ? 0 : mode; }
+
+// Menus.
+
+bool PlugEd::controlModifierClicked(CControl& control, CButtonState buttons) {
+  std::int32_t id = control.getTag();
+  const Globals& globals = effect().machine().globals();
+  const bool learnsBanks =
+      globals.getGlobal("A/B Toggle") == static_cast<int>(AbToggleMode::kMidiLearn);
+  if (id == kGUIABMenu && learnsBanks) id = kABBank;
+  if (bandAbove(kGUIBandSCListen, id) >= 0) id = kSCListen;
+  if (!isParameterTag(id)) return false;
+  if (buttons.isLeft() && buttons.has(kShift | kAlt)) return toggleLock(id);
+  const bool isSwapped = globals.getGlobal("Swap Alt/Right") == 1;
+  const bool wantsMenu = isSwapped ? buttons.isLeft() && buttons.has(kAlt) : buttons.isRight();
+  if (!wantsMenu) return false;
+  openParameterMenu(id);
+  return true;
+}
+
+bool PlugEd::toggleLock(std::int32_t id) {
+  const int row = isBandParameter(id) ? bandOneIdOf(id) : -1;
+  if (row == kB1State || row == kB1Bypass || row == kB1Solo) return false;
+  effect().setLocked(id, !effect().isLocked(id));
+  marker.showLocksAndLinks();
+  return true;
+}
+
+void PlugEd::openParameterMenu(std::int32_t id) {
+  const ParameterMenuParts parts{effect().edits(), state(), effect().machine().midiMap()};
+  popupMenu(*getFrame(), getFrame()->getCurrentMouseLocation(), parameterMenu(parts, id));
 }
 
 void PlugEd::openBandMenu(int band, CPoint where) {
   if (dialogs() == nullptr) return;
   PlugEdits& edits = effect().edits();
   const BandMenuParts parts{
-      edits,     edits.bands, edits.bandFiles, effect().editorState(), effect().machine().globals(),
-      *dialogs()};
+      edits, edits.bands, edits.bandFiles, state(), effect().machine().globals(), *dialogs()};
   const std::lock_guard guard(getFrame()->treeLock());
   popupMenu(*getFrame(), where, bandMenu(parts, band));
 }
 
+void PlugEd::setControlHighlight(std::int32_t tag, bool on, std::int32_t colour) {
+  if (!isOpen()) {
+    marker.setLinkHighlight(tag, on, colour);
+    return;
+  }
+  const std::lock_guard guard(getFrame()->treeLock());
+  marker.setLinkHighlight(tag, on, colour);
+}
+
 bool PlugEd::takeFile(const std::string& path, CPoint where) {
-  if (!isOfKind(path, kBandExtension)) return FlagEd::takeFile(path, where);
-  const EditorState& state = effect().editorState();
-  int band = bandTabAt(SurfaceSize(state.uimode, showsHelp()), where);
-  if (band < 0) band = state.currentBand;
+  if (!isBandFile(path)) return FlagEd::takeFile(path, where);
+  int band = bandTabAt(SurfaceSize(state().uimode, showsHelp()), where);
+  if (band < 0) band = state().currentBand;
   effect().edits().bandFiles.loadBandFile(path, band);
   return true;
 }
 
-void PlugEd::toggleMode(int mode) {
-  EditorState& state = effect().editorState();
-  state.wantedUimode = state.uimode == mode ? 0 : mode;
-  layoutEditor();
-}
+// The line of help.
 
-void PlugEd::valueChanged(CControl& control) {
-  switch (control.getTag()) {
-    case kGUIShowSidechain:
-      toggleMode(1);
-      return;
-    case kGUIShowAdvanced:
-      toggleMode(2);
-      return;
-    case kGUIOpenBandMenu:
-      openBandMenu(static_cast<int>(control.getValue()),
-                   control.localToFrame(control.getViewSize().topLeft()));
-      return;
-    default:
-      FlagEd::valueChanged(control);
+void PlugEd::mouseOver(CView* view) {
+  if (!helpFollowsMouse()) return;
+  std::int32_t tag = -1;
+  for (CView* at = view; at != nullptr && tag < 0; at = at->getParentView()) {
+    if (const auto* const control = dynamic_cast<CControl*>(at)) tag = control->getTag();
+    if (const auto* const page = dynamic_cast<iControl*>(at)) tag = page->getControlTag();
+    if (toolTipText(tag).empty()) tag = -1;
   }
+  showToolTip(tag);
 }
 
-void PlugEd::idle() {
-  if (isOpen() && effect().editorState().layoutWanted) {
-    const std::lock_guard guard(getFrame()->treeLock());
-    layoutEditor();
+void PlugEd::showToolTip(std::int32_t tag) {
+  if (!showsHelp()) return;
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    if (auto* const bar = dynamic_cast<nToolTips*>(index().getControl(i))) {
+      bar->setText(toolTipText(tag));
+    }
   }
-  FlagEd::idle();
-}
-
-void PlugEd::viewsClose() {
-  effect().editorState().setWindowOpen(false);
-  FlagEd::viewsClose();
 }

@@ -4,60 +4,67 @@
 #include <string>
 #include <vector>
 
-#include "editor/vg_editor.h"
+#include "editing/bank_selector.h"
+#include "editing/group_edit.h"
+#include "editor/band_selection.h"
+#include "editor/control_marker.h"
+#include "editor/flag_ed.h"
 
-/// What the editors of the maker's effects have in common: pages, the setup window, the tray.
-/// Threads: as `VGEditor`.
-class FlagEd : public VGEditor {
- public:
-  using VGEditor::VGEditor;
-
-  void valueChanged(CControl& control) override;
-  [[nodiscard]] bool acceptsFiles(CPoint /*where*/) const override { return true; }
-  /// Loads the first of a kind that it knows; the user is told where there is none.
-  void filesDropped(CPoint where, const std::vector<std::string>& paths) override;
-
- protected:
-  void viewsClose() override;
-  /// Loads a file, if it is of a kind that this knows. One that it cannot load changes nothing, and
-  /// the user is told.
-  virtual bool takeFile(const std::string& path, CPoint where);
-  void showTray();
-
-  bool setupOpen = false;
-  bool trayOpen = false;
-
- private:
-  void askForFile(std::int32_t tag);
-};
-
-/// The editor of this effect: its modes, and where the parts of the surface lie in each. Threads:
-/// as `VGEditor`.
+/// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
+/// controls do. Threads: as `VGEditor`.
 class PlugEd : public FlagEd {
  public:
-  using FlagEd::FlagEd;
-
-  void valueChanged(CControl& control) override;
-  void setParameter(std::int32_t index, float normalised) override {
-    FlagEd::setParameter(index, normalised);
-  }
+  explicit PlugEd(Plug& effect);
 
   void idle() override;
-  /// Opens the setup window at a page, 0 to 3.
-  void openSetup(int page);
+  void valueChanged(CControl& control) override;
+  bool controlModifierClicked(CControl& control, CButtonState buttons) override;
+  void beginEdit(std::int32_t tag) override;
+  void endEdit(std::int32_t tag) override;
+  void mouseOver(CView* view) override;
+  void setControlHighlight(std::int32_t index, bool on, std::int32_t colour) override;
   /// Opens the menu of band 0..7 at a point of the frame.
   void openBandMenu(int band, CPoint where);
 
  protected:
   void layoutEditor() override;
   void viewsClose() override;
+  void parameterShown(std::int32_t tag) override;
   /// Also bands: into the one whose tab is there, otherwise into the one that is shown.
   bool takeFile(const std::string& path, CPoint where) override;
 
  private:
+  // Places and values.
   void placeParts();
+  void placeWithoutTag();
   void showAllValues();
-  /// A tab of a panel: goes to its mode, or back to the plain one.
-  void toggleMode(int mode);
+  void showBandKinds();
+  void showListening();
+  void showBands();
+  void refreshWhatIsStale();
   [[nodiscard]] bool showsHelp() const;
+
+  // What the user does.
+  void parameterChanged(const CControl& control);
+  bool tagChanged(const CControl& control);
+  bool bandTagChanged(std::int32_t tag, float value);
+  void listen(int band);
+  void selectBand(int band);
+  void chooseBank(int bank);
+  void resize(float width);
+  void hideHelp();
+  void toggleMode(int mode);
+  void openParameterMenu(std::int32_t id);
+  bool toggleLock(std::int32_t id);
+
+  // The line of help.
+  void showToolTip(std::int32_t tag);
+  [[nodiscard]] bool helpFollowsMouse() const;
+
+  [[nodiscard]] EditorState& state() noexcept;
+
+  GroupEdit group;
+  BankSelector banks;
+  BandSelection selection;
+  ControlMarker marker;
 };

@@ -123,6 +123,7 @@ void VGEditor::showChangedParameters() {
     for (; bits != 0; bits &= bits - 1) {
       const std::int32_t tag = word * kMarkBits + std::countr_zero(bits);
       showValue(tag, plug.getParameter(tag));
+      parameterShown(tag);
     }
   }
 }

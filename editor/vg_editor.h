@@ -87,6 +87,8 @@ class VGEditor : public AEffEditor,
   virtual void layoutEditor() {}
   /// Before `close`, all views still there.
   virtual void viewsClose() {}
+  /// A value that has changed outside of the editor is shown.
+  virtual void parameterShown(std::int32_t /*tag*/) {}
   /// Gives a value to every control of a tag.
   void showValue(std::int32_t tag, float value);
   /// The window is to have another size, in unzoomed pixels and a zoom.

@@ -207,7 +207,8 @@ bool CFrame::onKeyDown(const KeyEvent& key) {
   const std::lock_guard guard(lock);
   if (const Held<CView> modal(getModalView()); modal) return modal->onKeyDown(key);
   const Held<CView> focused = focusView;
-  return focused && focused->isShown() && focused->onKeyDown(key);
+  if (focused && focused->isShown() && focused->onKeyDown(key)) return true;
+  return editor != nullptr && editor->frameKeyDown(key);
 }
 
 bool CFrame::onKeyUp(const KeyEvent& key) {
@@ -304,6 +305,7 @@ void CFrame::findHovered(CButtonState buttons) {
   if (under != nullptr && hovered.get() == under) {
     under->onMouseEntered(under->frameToLocal(mouse), buttons);
   }
+  if (editor != nullptr) editor->mouseOver(hovered.get());
 }
 
 bool CFrame::isFurther(CButton button, CButtonState buttons) const noexcept {

@@ -29,6 +29,10 @@ class VSTGUIEditorInterface {
   /// have been dropped there: absolute paths, at least one.
   [[nodiscard]] virtual bool acceptsFiles(CPoint /*where*/) const { return false; }
   virtual void filesDropped(CPoint /*where*/, const std::vector<std::string>& /*paths*/) {}
+  /// A key that no view has used.
+  virtual bool frameKeyDown(const KeyEvent& /*key*/) { return false; }
+  /// Another view is under the mouse; null for none.
+  virtual void mouseOver(CView* /*view*/) {}
 };
 
 enum FrameCallbackCode : std::int32_t {

@@ -1,0 +1,233 @@
+#include "editor/flag_ed.h"
+
+#include <algorithm>
+#include <mutex>
+#include <string_view>
+
+#include "core/plug.h"
+#include "editor/controls/tiled_buttons.h"
+#include "editor/layout/tag_table.h"
+#include "host/file_errors.h"
+#include "platform/paths.h"
+#include "state/install_folders.h"
+
+namespace {
+
+constexpr int kAboutPage = 3;
+
+bool isOfKind(const std::string& path, std::string_view extension) {
+  const std::string_view own = extensionOf(path);
+  return !own.empty() && own.substr(1) == extension;
+}
+
+void setDisabled(const ControlIndex& controls, std::int32_t tag, bool on) {
+  controls.forEach(tag, [on](CControl& control) {
+    if (auto* const button = dynamic_cast<nCanDisable*>(&control)) button->setDisabled(on);
+  });
+}
+
+}  // namespace
+
+void FlagEd::valueChanged(CControl& control) {
+  const std::int32_t tag = control.getTag();
+  // A button that is let go has told all it has to tell when it was pressed.
+  const bool isRelease = dynamic_cast<CKickButton*>(&control) != nullptr && control.getValue() == 0;
+  if (isRelease) return;
+  if (tag >= kGUIEQGraph) {
+    tagChanged(tag, control);
+  } else {
+    VGEditor::valueChanged(control);
+  }
+}
+
+void FlagEd::tagChanged(std::int32_t tag, const CControl& control) {
+  const float value = control.getValue();
+  switch (tag) {
+    case kGUIUndo:
+      effect().undo();
+      return;
+    case kGUIRedo:
+      effect().redo();
+      return;
+    case kGUISetup:
+      // The button goes to and fro; the cross of the window sends 0.
+      setupOpen = value != 0.0F && !setupOpen;
+      showSetup();
+      return;
+    case kGUISetupPage:
+      setupPage = static_cast<int>(value);
+      showSetup();
+      return;
+    case kGUIAbout:
+      openSetup(kAboutPage);
+      return;
+    case kGUIPresetPage:
+      trayOpen = value != 0.0F;
+      showTray();
+      return;
+    case kGUIPresetPrev:
+    case kGUIPresetNext:
+      stepPreset(tag == kGUIPresetNext);
+      return;
+    case kGUIPresetUI:
+      effect().setLoadingFlags(effect().getLoadingFlags() ^ LoadingFlags::kCarriesEditor);
+      return;
+    case kGUISave:
+    case kGUILoad:
+    case kGUISaveBank:
+    case kGUILoadBank:
+      if (value == 1.0F) askForFile(tag);
+      return;
+    default:  // pages and what shows the same
+      showValue(tag, value);
+  }
+}
+
+void FlagEd::viewsClose() {
+  setupOpen = false;
+  VGEditor::viewsClose();
+}
+
+void FlagEd::showOwnState() {
+  showTray();
+  showSetup();
+  const bool carries = (effect().getLoadingFlags() & LoadingFlags::kCarriesEditor) != 0;
+  showValue(kGUIPresetUI, carries ? 1.0F : 0.0F);
+}
+
+void FlagEd::showTray() {
+  showValue(kGUIPresetPage, trayOpen ? 1.0F : 0.0F);
+  showValue(kGUIPresetBox, trayOpen ? 0.0F : 1.0F);  // it is the page of number 0
+}
+
+void FlagEd::showSetup() {
+  index().forEach(kGUISetup, [this](CControl& control) {
+    if (auto* const button = dynamic_cast<tiledKickButton*>(&control)) {
+      button->setLit(setupOpen);
+    } else {
+      control.setValue(setupOpen ? 1.0F : 0.0F);
+      control.setDirty(true);
+    }
+  });
+  showValue(kGUISetupPage, static_cast<float>(setupPage));
+}
+
+void FlagEd::openSetup(int page) {
+  const std::lock_guard guard(getFrame()->treeLock());
+  setupOpen = true;
+  setupPage = page;
+  showSetup();
+}
+
+void FlagEd::showButtons() {
+  setDisabled(index(), kGUIUndo, !effect().canUndo());
+  setDisabled(index(), kGUIRedo, !effect().canRedo());
+  setDisabled(index(), kGUIPresetPrev, !effect().presetFiles().previousEnabled());
+  setDisabled(index(), kGUIPresetNext, !effect().presetFiles().nextEnabled());
+}
+
+void FlagEd::stepPreset(bool forward) {
+  PresetFiles& files = effect().presetFiles();
+  if (files.presetMenu() == nullptr) files.buildPresetMenu();
+  if (forward) {
+    files.nextPreset();
+  } else {
+    files.previousPreset();
+  }
+}
+
+void FlagEd::askForFile(std::int32_t tag) {
+  PresetFiles& files = effect().presetFiles();
+  const bool isPreset = tag == kGUISave || tag == kGUILoad;
+  const char* const extension = isPreset ? kPresetExtension : kBankExtension;
+  if (dialogs() == nullptr) return;
+  if (tag == kGUISave || tag == kGUISaveBank) {
+    files.savePresetDialog(*dialogs(), extension, isPreset);
+  } else {
+    files.loadPresetDialog(*dialogs(), extension);
+  }
+}
+
+bool FlagEd::takeFile(const std::string& path, CPoint /*where*/) {
+  if (!isOfKind(path, kPresetExtension) && !isOfKind(path, kBankExtension)) return false;
+  effect().presetFiles().loadPresetFile(path);
+  return true;
+}
+
+void FlagEd::filesDropped(CPoint where, const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    if (takeFile(path, where)) return;
+  }
+  reportFileContent(paths.front(), "is no preset, bank or band file", "Nothing has been changed");
+}
+
+bool FlagEd::frameKeyDown(const KeyEvent& key) {
+  if (key.key == Key::kTab) return moveFocus(!key.modifiers.has(kShift));
+  if (key.key == Key::kEscape) return closeWhatFloats();
+  if (!key.modifiers.has(kControl) || key.modifiers.has(kAlt)) return false;
+  switch (key.character) {
+    case 'z':
+      if (key.modifiers.has(kShift)) {
+        effect().redo();
+      } else {
+        effect().undo();
+      }
+      return true;
+    case 'y':
+      effect().redo();
+      return true;
+    case 's':
+      askForFile(kGUISave);
+      return true;
+    case 'o':
+      askForFile(kGUILoad);
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool FlagEd::closeWhatFloats() {
+  if (setupOpen) {
+    setupOpen = false;
+    showSetup();
+    return true;
+  }
+  if (getFrame()->getFocusView() == nullptr) return false;
+  getFrame()->setFocusView(nullptr);
+  return true;
+}
+
+bool FlagEd::moveFocus(bool forward) {
+  std::vector<CControl*> order;
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    CControl* const control = index().getControl(i);
+    if (control->isShown() && control->wantsFocus()) order.push_back(control);
+  }
+  if (order.empty()) return false;
+  const auto isBefore = [](const CControl* a, const CControl* b) {
+    const CPoint first = a->localToFrame(a->getViewSize().topLeft());
+    const CPoint second = b->localToFrame(b->getViewSize().topLeft());
+    return first.y != second.y ? first.y < second.y : first.x < second.x;
+  };
+  std::ranges::stable_sort(order, isBefore);
+  const auto present = std::ranges::find(order, getFrame()->getFocusView());
+  const auto count = static_cast<std::ptrdiff_t>(order.size());
+  std::ptrdiff_t next = forward ? 0 : count - 1;
+  if (present != order.end()) {
+    next = (present - order.begin() + (forward ? 1 : count - 1)) % count;
+  }
+  getFrame()->setFocusView(order[static_cast<std::size_t>(next)]);
+  return true;
+}
+
+void FlagEd::idle() {
+  if (isOpen()) {
+    const std::lock_guard guard(getFrame()->treeLock());
+    EditorState& state = effect().editorState();
+    if (state.loadingFlagsStale.exchange(false)) showOwnState();
+    state.presetNameStale.exchange(false);
+    showButtons();
+  }
+  VGEditor::idle();
+}
