@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "toolkit/view.h"
 
@@ -63,6 +64,9 @@ class CControl : public CView {
   [[nodiscard]] bool isModifierClick(CButtonState buttons);
   /// Sets, tells and asks to be drawn, where the value is another one.
   void changeValue(float plain);
+
+  /// The words it shows, where it shows any; UTF-8.
+  [[nodiscard]] virtual std::string shownText() const { return {}; }
 
   [[nodiscard]] bool isDirty() const override;
   void setDirty(bool on = true) override;

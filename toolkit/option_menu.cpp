@@ -103,6 +103,11 @@ int COptionMenu::getCurrentIndex() const noexcept {
              : -1;
 }
 
+std::string COptionMenu::shownText() const {
+  const int present = getCurrentIndex();
+  return present >= 0 ? items[static_cast<std::size_t>(present)].title : std::string();
+}
+
 bool COptionMenu::setCurrent(int index) {
   if (getEntry(index) == nullptr || getEntry(index)->isSeparator) return false;
   setValue(static_cast<float>(index));
@@ -211,10 +216,9 @@ void COptionMenu::draw(CDrawContext& context) {
   } else {
     drawBack(context);
   }
-  const CMenuItem* const current = getCurrent();
   const CRect room{size.left, size.top, size.right - 11.0F, size.bottom};
   if ((getStyle() & kNoTextStyle) == 0) {
-    if (current != nullptr) drawText(context, current->title, room);
+    drawText(context, shownText(), room);
     arrow.draw(context, {size.right - 4.0F, size.centre().y + 0.5F}, 9.0F, Icon::kDown,
                getFontColor());
   }

@@ -59,6 +59,8 @@ class COptionMenu : public CParamDisplay {
   [[nodiscard]] CMenuItem* getCurrent() noexcept { return getEntry(getCurrentIndex()); }
   [[nodiscard]] int getCurrentIndex() const noexcept;
   bool setCurrent(int index);
+  /// The title of the present entry.
+  [[nodiscard]] std::string shownText() const override;
   void setValue(float index) override;
 
   /// The index that was chosen last, in the menu that `getLastItemMenu` gives; -1 for none.

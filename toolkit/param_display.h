@@ -39,7 +39,7 @@ class CParamDisplay : public CControl {
   [[nodiscard]] std::int32_t getStyle() const noexcept { return style; }
 
   /// Two decimals without a converter.
-  [[nodiscard]] virtual std::string shownText() const;
+  [[nodiscard]] std::string shownText() const override;
   void draw(CDrawContext& context) override;
 
  protected:

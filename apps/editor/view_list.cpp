@@ -8,12 +8,10 @@
 #include <typeinfo>
 
 #include "apps/output/json_output.h"
-#include "editor/controls/labels.h"
 #include "editor/controls/pages.h"
 #include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
-#include "toolkit/param_display.h"
 
 namespace {
 
@@ -26,17 +24,6 @@ std::string classOf(const CView& view) {
       abi::__cxa_demangle(typeid(view).name(), nullptr, nullptr, &status), &std::free);
   const std::string whole = name != nullptr ? name.get() : "";
   return whole.substr(whole.rfind(':') + 1);  // where it is defined is of no use
-}
-
-std::string textOf(const CView& view) {
-  if (const auto* const label = dynamic_cast<const CStaticTextLabel*>(&view)) {
-    return label->shownText();
-  }
-  if (const auto* const lines = dynamic_cast<const nTextDisplay*>(&view)) return lines->getText();
-  if (const auto* const display = dynamic_cast<const CParamDisplay*>(&view)) {
-    return display->shownText();
-  }
-  return {};
 }
 
 JsonNode* truth(bool is) { return jsonParse(is ? "true" : "false"); }
@@ -68,9 +55,11 @@ class Lister {
     std::int32_t tag = -1;
     float value = 0.0F;
     int page = -1;
+    std::string text;
     if (const auto* const control = dynamic_cast<CControl*>(&view)) {
       tag = control->getTag();
       value = control->getValue();
+      text = control->shownText();
     } else if (const auto* const face = dynamic_cast<iControl*>(&view)) {
       tag = face->getControlTag();
       value = face->getControlValue();
@@ -87,7 +76,7 @@ class Lister {
     addMember(object, "visible", truth(isShown));
     addMember(object, "enabled", truth(view.getMouseEnabled()));
     addMember(object, "value", static_cast<double>(value));
-    addMember(object, "text", jsonCreateString(textOf(view).c_str()));
+    addMember(object, "text", jsonCreateString(text.c_str()));
     return object;
   }
 

@@ -21,6 +21,7 @@ class nTTKickButton : public WithHover<CKickButton>, public nCanDisable {
   nTTKickButton(const ControlSetup& setup, std::string glyph, float glyphSize,
                 float glyphDrop = 0.0F);
 
+  [[nodiscard]] std::string shownText() const override { return glyph; }
   void draw(CDrawContext& context) override;
   void setDisabled(bool on) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
@@ -94,6 +95,7 @@ class FlatButton : public WithHover<CKickButton>, public nCanDisable {
   FlatButton(const ControlSetup& setup, std::string text);
 
   void setText(std::string text);
+  [[nodiscard]] std::string shownText() const override { return text; }
   void draw(CDrawContext& context) override;
   void setDisabled(bool on) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;

@@ -12,7 +12,7 @@ class CStaticTextLabel : public CControl {
   void setText(std::string text);
   [[nodiscard]] const std::string& getText() const noexcept { return text; }
   /// All that is to be read.
-  [[nodiscard]] virtual std::string shownText() const { return text; }
+  [[nodiscard]] std::string shownText() const override { return text; }
   void setColour(CColor colour);
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
@@ -45,7 +45,7 @@ class nTextDisplay : public CControl {
  public:
   nTextDisplay(const ControlSetup& setup, std::string text, TextStyle style);
 
-  [[nodiscard]] const std::string& getText() const noexcept { return text; }
+  [[nodiscard]] std::string shownText() const override { return text; }
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
 

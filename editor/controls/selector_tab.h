@@ -12,6 +12,7 @@ class selectorTab : public WithHover<COnOffButton> {
  public:
   selectorTab(const ControlSetup& setup, std::string label, int side);
 
+  [[nodiscard]] std::string shownText() const override { return label; }
   void draw(CDrawContext& context) override;
 
  private:

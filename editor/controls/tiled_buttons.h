@@ -44,6 +44,7 @@ class tiledButton : public WithHover<COnOffButton>, public nTiledButton {
  public:
   tiledButton(const ControlSetup& setup, TileLook look, bool invert = false);
 
+  [[nodiscard]] std::string shownText() const override { return getTitle(); }
   void draw(CDrawContext& context) override;
 
  private:
@@ -61,6 +62,7 @@ class tiledKickButton : public WithHover<CKickButton>, public nTiledButton {
  public:
   tiledKickButton(const ControlSetup& setup, TileLook look);
 
+  [[nodiscard]] std::string shownText() const override { return getTitle(); }
   void draw(CDrawContext& context) override;
   /// Shown as on: what it opens is open.
   void setLit(bool on);

@@ -19,17 +19,20 @@ tiledMenu::tiledMenu(const ControlSetup& setup, TileLook wanted, std::string_vie
   addEntries(entries);
 }
 
+std::string tiledMenu::shownText() const {
+  return getTitle().empty() ? COptionMenu::shownText() : getTitle();
+}
+
 void tiledMenu::draw(CDrawContext& context) {
   drawTile(context, size, kRest, hoverShare());
-  const bool isWord = !getTitle().empty();
-  if (isWord) {
-    drawTitle(context, size, isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
-  } else {
-    const CMenuItem* const present = getCurrent();
+  if (getTitle().empty()) {
     const CRect place{size.left + 1.0F, size.top + 2.0F, size.right - kArrowRoom, size.top + 22.0F};
-    if (present != nullptr) context.drawTextCached(present->title, place, style);
+    context.drawTextCached(shownText(), place, style);
     arrow.draw(context, {size.right - 7.0F, size.top + 12.5F}, kMenuArrowSize, Icon::kDown,
                mix(look::kLabel, look::kText, hoverShare()));
+  } else {
+    drawTitle(context, size,
+              isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
   }
   setDirty(false);
 }

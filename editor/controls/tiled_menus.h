@@ -15,6 +15,7 @@ class tiledMenu : public WithHover<COptionMenu>, public nTiledButton {
   /// `COptionMenu::addEntries` takes them.
   tiledMenu(const ControlSetup& setup, TileLook look, std::string_view entries);
 
+  [[nodiscard]] std::string shownText() const override;
   void draw(CDrawContext& context) override;
 
  private:

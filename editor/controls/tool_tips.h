@@ -12,7 +12,7 @@ class nToolTips : public CControl {
 
   /// Cut to 500 bytes.
   void setText(std::string_view utf8);
-  [[nodiscard]] const std::string& getText() const noexcept { return text; }
+  [[nodiscard]] std::string shownText() const override { return text; }
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
 

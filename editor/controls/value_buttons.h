@@ -22,6 +22,9 @@ class CTextValueButton : public WithHover<COnOffButton>, public ControlMarks {
   CTextValueButton(const ControlSetup& setup, Words words, TextStyle style);
 
   [[nodiscard]] const Words& getWords() const noexcept { return words; }
+  [[nodiscard]] std::string shownText() const override {
+    return isOn() ? words.onText : words.offText;
+  }
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 
