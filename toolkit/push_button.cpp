@@ -6,6 +6,19 @@
 
 #include "toolkit/look.h"
 
+void PushButtonFace::draw(CDrawContext& context, const CRect& rect, const std::string& text,
+                          const State& state) {
+  const CColor rest = mix(look::kBluePanel, look::kBlueBorder, state.hover);
+  const bool isLit = state.isPressed || state.isChosen;
+  ground.draw(
+      context, rect,
+      {3.0F, state.isPressed ? look::kPanel : rest, isLit ? look::kLit : look::kBlueBorder});
+  CColor colour = mix(look::kQuietText, look::kText, isLit ? 1.0F : state.hover);
+  if (state.isDisabled) colour = look::kOff;
+  const TextStyle style = look::bold(look::kSmallTextSize, colour, kCenterText);
+  context.drawTextCached(look::cutTo(rect.width() - 8.0F, style, text), rect, style);
+}
+
 PushButton::PushButton(const CRect& rect, std::string label, std::function<void()> action)
     : CView(rect), text(std::move(label)), pressed(std::move(action)) {}
 
@@ -33,13 +46,7 @@ void PushButton::show(bool hot, bool down) {
 }
 
 void PushButton::draw(CDrawContext& context) {
-  const bool isPressed = isDown && isHot;
-  const CColor fill = isPressed ? look::kPanel : (isHot ? look::kBlueBorder : look::kBluePanel);
-  const CColor line = isPressed || isChosen ? look::kLit : look::kBlueBorder;
-  ground.draw(context, size, {3.0F, fill, line});
-  const CColor colour = isHot || isChosen ? look::kText : look::kQuietText;
-  const TextStyle style = look::bold(look::kSmallTextSize, colour, kCenterText);
-  context.drawTextCached(look::cutTo(size.width() - 8.0F, style, text), size, style);
+  face.draw(context, size, text, {isHot ? 1.0F : 0.0F, isDown && isHot, isChosen, false});
   setDirty(false);
 }
 

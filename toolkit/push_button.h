@@ -6,6 +6,22 @@
 #include "toolkit/device_picture.h"
 #include "toolkit/view.h"
 
+/// What flat buttons look like. Threads: as a view's `draw`.
+class PushButtonFace {
+ public:
+  struct State {
+    float hover = 0.0F;  ///< 0 to 1
+    bool isPressed = false;
+    bool isChosen = false;
+    bool isDisabled = false;
+  };
+  /// A text that is too long is cut.
+  void draw(CDrawContext& context, const CRect& rect, const std::string& text, const State& state);
+
+ private:
+  BoxPicture ground;
+};
+
 /// A flat button of a box, 24 high. Threads: as `CView`.
 class PushButton : public CView {
  public:
@@ -34,7 +50,7 @@ class PushButton : public CView {
 
   std::string text;
   std::function<void()> pressed;
-  BoxPicture ground;
+  PushButtonFace face;
   bool isChosen = false;
   bool isHot = false;
   bool isDown = false;

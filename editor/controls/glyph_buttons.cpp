@@ -8,8 +8,6 @@ namespace {
 
 constexpr std::string_view kMaker = "HALVEKRO";
 constexpr CColor kDivider = CColor::rgb(0x3A424A);
-constexpr CColor kButtonWord = CColor::rgb(0xB0B0B0);
-constexpr float kFlatRadius = 3.0F;
 
 }  // namespace
 
@@ -127,9 +125,7 @@ bool nResizeBox::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*butto
 }
 
 FlatButton::FlatButton(const ControlSetup& setup, std::string words)
-    : WithHover(setup, Held<CBitmap>()),
-      text(std::move(words)),
-      style(look::bold(look::kSmallTextSize, kButtonWord, kCenterText)) {}
+    : WithHover(setup, Held<CBitmap>()), text(std::move(words)) {}
 
 void FlatButton::setText(std::string words) {
   if (words == text) return;
@@ -138,14 +134,7 @@ void FlatButton::setText(std::string words) {
 }
 
 void FlatButton::draw(CDrawContext& context) {
-  const float hover = isDisabled ? 0.0F : hoverShare();
-  const bool isPressed = isOn();
-  box.draw(context, size,
-           {kFlatRadius, isPressed ? look::kPanel : mix(look::kBluePanel, look::kBlueBorder, hover),
-            isPressed ? look::kLit : look::kBlueBorder});
-  style.colour = mix(kButtonWord, look::kText, isPressed ? 1.0F : hover);
-  if (isDisabled) style.colour = look::kOff;
-  context.drawTextCached(text, size, style);
+  face.draw(context, size, text, {isDisabled ? 0.0F : hoverShare(), isOn(), false, isDisabled});
   setDirty(false);
 }
 

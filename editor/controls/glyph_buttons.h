@@ -5,7 +5,7 @@
 #include "editor/controls/marks.h"
 #include "editor/controls/with_hover.h"
 #include "toolkit/buttons.h"
-#include "toolkit/device_picture.h"
+#include "toolkit/push_button.h"
 
 /// A picture that is pressed: `frames` under each other, the second while it is held. Threads, for
 /// all of these: as `CView`.
@@ -102,8 +102,7 @@ class FlatButton : public WithHover<CKickButton>, public nCanDisable {
 
  private:
   std::string text;
-  TextStyle style;
-  BoxPicture box;
+  PushButtonFace face;
   bool isDisabled = false;
 };
 
