@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "core/parameter_table.h"
 #include "graphs/opengl/cgl_context.h"
 #include "graphs/opengl/whole_frame.h"
 #include "platform/gl_context.h"
@@ -123,9 +124,30 @@ void firstPicture(benchmark::State& state, bool usesOpenGl) {
   }
 }
 
+/// What hosts and automation move, shown at once.
+void pushedValues(benchmark::State& state) {
+  const Surface surface(state);
+  float value = 0.0F;
+  for ([[maybe_unused]] auto _ : state) {
+    value = value > 0.5F ? 0.25F : 0.75F;
+    for (std::int32_t id = 0; id < kNumParams; ++id) surface.editor->setParameter(id, value);
+    surface.editor->idle();
+  }
+}
+
+void layoutPass(benchmark::State& state) {
+  Surface surface(state);
+  for ([[maybe_unused]] auto _ : state) {
+    surface.plug.editorState().layoutWanted = true;
+    surface.editor->idle();
+  }
+}
+
 // Threads of a driver in software work beside: what counts is the time that passes.
 BENCHMARK(openGlFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(plainFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(pushedValues)->Arg(100)->Unit(benchmark::kMicrosecond);
+BENCHMARK(layoutPass)->Arg(100)->Unit(benchmark::kMicrosecond);
 BENCHMARK(unchangedFrame)->Unit(benchmark::kMicrosecond);
 BENCHMARK(unchangedOpenGlFrame)->Iterations(30)->Unit(benchmark::kMicrosecond)->UseManualTime();
 BENCHMARK_CAPTURE(firstPicture, openGl, true)

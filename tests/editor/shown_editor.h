@@ -2,24 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <cstdint>
 
-#include "core/plug.h"
-#include "editor/plug_ed.h"
+#include "tests/support/edited_effect.h"
 
-/// An effect with its editor, off the screen or, with a display, in a window.
-struct Shown {
+/// An editor off the screen, at a time that stands still.
+struct Shown : EditedEffect {
   explicit Shown(int mode, double zoom = 1.0)
-      : plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached(),
-             [this](Plug& effect) {
-               auto made = std::make_unique<PlugEd>(effect);
-               editor = made.get();
-               return made;
-             }) {
+      : EditedEffect({false, [] { return std::uint64_t{0}; }}, zoom) {
     plug.editorState().wantedUimode = mode;
-    plug.editorState().zoom = zoom;
     plug.editorState().freeWidth = static_cast<int>(zoom * EditorState::widthOf(mode));
-    editor->showBy({false, [] { return std::uint64_t{0}; }});
     EXPECT_TRUE(editor->openOffScreen(1.0F));
   }
 
@@ -40,7 +32,4 @@ struct Shown {
     return isUsed;
   }
   [[nodiscard]] CView* box() const { return editor->shownFrame()->getModalView(); }
-
-  PlugEd* editor = nullptr;
-  Plug plug;
 };
