@@ -6,6 +6,7 @@
 
 #include "core/plug.h"
 #include "editor/controls/tiled_buttons.h"
+#include "editor/controls/value_part.h"
 #include "editor/layout/tag_table.h"
 #include "host/file_errors.h"
 #include "platform/paths.h"
@@ -202,7 +203,8 @@ bool FlagEd::moveFocus(bool forward) {
   std::vector<CControl*> order;
   for (int i = 0; i < index().getControlCount(); ++i) {
     CControl* const control = index().getControl(i);
-    if (control->isShown() && control->wantsFocus()) order.push_back(control);
+    const auto* const taker = dynamic_cast<nCanFocus*>(control);
+    if (taker != nullptr && taker->isTabStop() && control->isShown()) order.push_back(control);
   }
   if (order.empty()) return false;
   const auto isBefore = [](const CControl* a, const CControl* b) {

@@ -8,6 +8,7 @@
 #include "core/plug.h"
 #include "editing/band_menu.h"
 #include "editing/parameter_menu.h"
+#include "editor/controls/option_menus.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
@@ -223,6 +224,12 @@ void PlugEd::valueChanged(CControl& control) {
 void PlugEd::parameterChanged(const CControl& control) {
   const std::int32_t tag = control.getTag();
   const float value = control.getValue();
+  if (dynamic_cast<const SCSelectMenu*>(&control) != nullptr) {
+    const SCSelectMenu::Choice choice = SCSelectMenu::choiceOf(value);
+    setSidechainSource(effect().edits(), bandOf(tag), static_cast<int>(choice.source),
+                       static_cast<int>(choice.band));
+    return;
+  }
   group.spread(tag, value);
   effect().setParameterAutomated(tag, value);
   const std::int32_t other = otherRelease(tag);

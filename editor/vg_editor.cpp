@@ -242,3 +242,7 @@ void VGEditor::setValueFromText(std::int32_t tag, std::string_view text) {
   CTagUpdate::send(*this, tag, normalisedOf(tag, typedValue(tag, text, rules)));
   endEdit(tag);
 }
+
+std::int32_t VGEditor::preference(const char* key) const {
+  return plug.machine().globals().getGlobal(key);
+}

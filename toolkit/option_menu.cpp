@@ -69,6 +69,10 @@ CMenuItem* COptionMenu::getEntry(int index) noexcept {
   return index >= 0 && index < getNbEntries() ? &items[static_cast<std::size_t>(index)] : nullptr;
 }
 
+const CMenuItem* COptionMenu::getEntry(int index) const noexcept {
+  return index >= 0 && index < getNbEntries() ? &items[static_cast<std::size_t>(index)] : nullptr;
+}
+
 COptionMenu* COptionMenu::getSubMenu(int index) noexcept {
   const CMenuItem* const item = getEntry(index);
   return item != nullptr ? item->submenu.get() : nullptr;
@@ -186,7 +190,7 @@ void COptionMenu::chosen(const std::vector<std::size_t>& path) {
   if (menu != this) lastMenu = Held<COptionMenu>(menu);
   lastResult = index;
   beginEdit();
-  menu->setValue(static_cast<float>(index));
+  menu->choose(index);
   if (!wasRemoved) valueChanged();
   endEdit();
 }

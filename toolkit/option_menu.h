@@ -46,6 +46,7 @@ class COptionMenu : public CParamDisplay {
   bool removeEntry(int index);
   void removeAllEntry();
   [[nodiscard]] CMenuItem* getEntry(int index) noexcept;
+  [[nodiscard]] const CMenuItem* getEntry(int index) const noexcept;
   [[nodiscard]] int getNbEntries() const noexcept { return static_cast<int>(items.size()); }
   [[nodiscard]] COptionMenu* getSubMenu(int index) noexcept;
 
@@ -85,6 +86,8 @@ class COptionMenu : public CParamDisplay {
  protected:
   /// What is about to be shown may still be changed.
   virtual void beforePopup() {}
+  /// The user has chosen this entry, of which the listener hears next.
+  virtual void choose(int index) { setValue(static_cast<float>(index)); }
   [[nodiscard]] bool isPoppedUp() const noexcept { return isOpen; }
 
  private:

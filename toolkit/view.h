@@ -67,8 +67,6 @@ class CView : public CBaseObject {
   virtual bool onWheel(CPoint where, float steps, CButtonState buttons);
   virtual bool onKeyDown(const KeyEvent& key);
   virtual bool onKeyUp(const KeyEvent& key);
-  /// Whether the keys can be led to it from control to control.
-  [[nodiscard]] virtual bool wantsFocus() const { return false; }
   virtual void takeFocus() {}
   virtual void looseFocus() {}
   /// Whether it takes files that are dropped at `where`.
