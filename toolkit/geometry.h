@@ -73,9 +73,10 @@ struct CColor {
 
 /// From one colour to another, `share` from 0 to 1.
 [[nodiscard]] constexpr CColor mix(CColor from, CColor to, float share) {
-  const auto between = [share](std::uint8_t a, std::uint8_t b) {
-    const float first = a;
-    return static_cast<std::uint8_t>(first + (static_cast<float>(b) - first) * share + 0.5F);
+  constexpr int kWhole = 256;
+  const int weight = static_cast<int>(share * static_cast<float>(kWhole));
+  const auto between = [weight](int a, int b) {
+    return static_cast<std::uint8_t>((a * (kWhole - weight) + b * weight + kWhole / 2) / kWhole);
   };
   return {between(from.red, to.red), between(from.green, to.green), between(from.blue, to.blue),
           between(from.alpha, to.alpha)};
