@@ -17,8 +17,8 @@ nSectionLabel::nSectionLabel(const ControlSetup& setup, std::string words, CColo
   value = sent;
 }
 
-bool nSectionLabel::hitTest(CPoint where, CButtonState buttons) const {
-  return CView::hitTest(where, buttons);
+bool nSectionLabel::hitTest(CPoint where, CButtonState /*buttons*/) const {
+  return getMouseableArea().contains(where);
 }
 
 void nSectionLabel::drawBar(CDrawContext& context) const {
@@ -80,8 +80,8 @@ void nSectionToggle::setLearning(bool on) {
 MuteButton::MuteButton(const ControlSetup& setup, std::string words)
     : WithHover(setup, std::move(words), look::bold(10.0F, look::kLabel, kCenterText)) {}
 
-bool MuteButton::hitTest(CPoint where, CButtonState buttons) const {
-  return CView::hitTest(where, buttons);
+bool MuteButton::hitTest(CPoint where, CButtonState /*buttons*/) const {
+  return getMouseableArea().contains(where);
 }
 
 void MuteButton::draw(CDrawContext& context) {

@@ -32,7 +32,7 @@ class nSectionToggle : public nSectionLabel, public nCanDisable, public nCanMIDI
  public:
   nSectionToggle(const ControlSetup& setup, std::string text, CColor colour);
 
-  void setValue(float plain) override { CControl::setValue(plain); }
+  void setValue(float plain) override { value = plain; }
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   void setDisabled(bool on) override;

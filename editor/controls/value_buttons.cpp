@@ -8,7 +8,6 @@
 namespace {
 
 constexpr CColor kOffWord = CColor::rgb(0x9A9A9A);
-constexpr CColor kPrefixWord = look::kLabel;
 constexpr float kPillHeight = 15.0F;
 constexpr float kPillPadding = 12.0F;
 constexpr float kPillRadius = 2.5F;
@@ -105,7 +104,7 @@ void CDashSeparatedTextValueButton::draw(CDrawContext& context) {
 SCListenButton::SCListenButton(const ControlSetup& setup)
     : SCListenButton(setup, std::string(kListenGlyph), 16.0F) {}
 
-SCListenButton::SCListenButton(const ControlSetup& setup, std::string glyph, float glyphSize)
+SCListenButton::SCListenButton(const ControlSetup& setup, const std::string& glyph, float glyphSize)
     : CTextValueButton(setup, {glyph, glyph, kBlackCColor, look::kLabel, false},
                        look::bold(glyphSize, look::kLabel, kCenterText)) {}
 

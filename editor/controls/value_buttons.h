@@ -63,7 +63,7 @@ class SCListenButton : public CTextValueButton {
   void draw(CDrawContext& context) override;
 
  protected:
-  SCListenButton(const ControlSetup& setup, std::string glyph, float glyphSize);
+  SCListenButton(const ControlSetup& setup, const std::string& glyph, float glyphSize);
 
  private:
   BoxPicture ground;
