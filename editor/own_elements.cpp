@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "editor/controls/band_tabs.h"
 #include "editor/controls/glyph_buttons.h"
 #include "editor/controls/labels.h"
 #include "editor/controls/pages.h"
@@ -200,6 +201,14 @@ CView* makeDashSeparated(const Element& element, const ElementSetup& setup) {
       look::bold(9.0F, look::kValue));
 }
 
+CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
+  return new bandTabs(setup, setup.values);
+}
+
+CView* makeBandGroup(const Element& element, const ElementSetup& setup) {
+  return new bandGroup(setup.size, setup.tag, elementNumber(element, "pagenumber"));
+}
+
 CView* makeLinkButton(const Element& /*element*/, const ElementSetup& setup) {
   return new nLinkIconButton(setup);
 }
@@ -243,8 +252,8 @@ constexpr ElementRow kOwnRows[] = {
     {"roundedFrame", "roundEdgedFrame", &makeFrame<kPanel, kPanelBorder>},
     {"roundedFrameBlue", "roundEdgedFrame", &makeFrame<kBluePanel, kBlueBorder>},
     {"selectorTab", "selectorTab", &makeSelectorTab},
-    {"bandTabs", "bandTabs"},
-    {"bandGroup", "bandGroup"},
+    {"bandTabs", "bandTabs", &makeBandTabs},
+    {"bandGroup", "bandGroup", &makeBandGroup},
     {"ControlSection", "nPage"},
     {"EQGraph", "EQGraph"},
     {"nTTVU", "nTTVU"},

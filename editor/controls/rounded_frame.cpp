@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -13,7 +14,33 @@ roundEdgedFrame::roundEdgedFrame(const CRect& rect, std::int32_t number, int pag
                                  CColor line, CColor ground)
     : nPage(rect, number, page), flags(corners), border(line), fill(ground) {}
 
+void roundEdgedFrame::setColumn(const Column& other) {
+  if (std::exchange(column, other) != other) invalid();
+}
+
+void roundEdgedFrame::setTopEdge(CColor colour) {
+  if (std::exchange(topEdge, colour) != colour) invalid();
+}
+
 void roundEdgedFrame::drawBackgroundRect(CDrawContext& context, const CRect& /*part*/) {
+  drawShape(context);
+  if (column.side != Column::Side::kNone) drawColumn(context);
+  context.fillRect({kRadius, 0.0F, size.width() - kRadius, context.hairline()}, topEdge);
+}
+
+void roundEdgedFrame::drawColumn(CDrawContext& context) {
+  const bool isLeft = column.side == Column::Side::kLeft;
+  const float hair = context.hairline();
+  const float left = isLeft ? hair : size.width() - hair - column.width;
+  const CRect whole{left, hair, left + column.width, size.height() - hair};
+  columnShape.draw(context, whole, {kRadius - 1.0F, column.colour});
+  // Round only where the panel is.
+  CRect inner = whole;
+  (isLeft ? inner.left : inner.right) += isLeft ? kRadius : -kRadius;
+  context.fillRect(inner, column.colour);
+}
+
+void roundEdgedFrame::drawShape(CDrawContext& context) {
   const float scale = context.getScale();
   const CPoint origin = context.getOffset();
   // Both edges are rounded, where they lie in the window, never the width.
