@@ -64,6 +64,7 @@ enum class Key : std::uint8_t {
   kInsert,
   kDelete,
   kHelp,
+  kMenu = 128,  ///< that hosts have no number for
 };
 
 /// A key going down or up. `text` is what the input method makes of it, UTF-8, empty for none.

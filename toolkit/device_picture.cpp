@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -9,8 +10,32 @@ namespace {
 
 constexpr float kUnitsPerEm = 2048.0F;
 
+/// One way round body and shackle, and through a cut of no width at its top round what it encloses.
+std::vector<CPoint> padlock() {
+  constexpr float kMiddle = 250.0F;
+  constexpr float kOuter = 400.0F;
+  constexpr float kInner = 250.0F;
+  constexpr int kSteps = 12;  // of a quarter
+  std::vector<CPoint> way = {{-480, 120}, {-480, -640}, {480, -640}, {480, 120}, {kOuter, 120}};
+  const auto addArc = [&way](float radius, int from, int to) {
+    for (int i = from; i != to + (to > from ? 1 : -1); i += to > from ? 1 : -1) {
+      const float angle = std::numbers::pi_v<float> * static_cast<float>(i) / (2.0F * kSteps);
+      way.push_back({radius * std::cos(angle), kMiddle + radius * std::sin(angle)});
+    }
+  };
+  addArc(kOuter, 0, kSteps);
+  addArc(kInner, kSteps, 0);
+  way.push_back({kInner, 120});
+  way.push_back({-kInner, 120});
+  addArc(kInner, 2 * kSteps, kSteps);
+  addArc(kOuter, kSteps, 2 * kSteps);
+  way.push_back({-kOuter, 120});
+  return way;
+}
+
 /// Outlines in units of an em around the middle, y up.
 std::vector<CPoint> outlineOf(Icon icon) {
+  if (icon == Icon::kLock) return padlock();
   const std::vector<CPoint> plus = {{-80, 480}, {80, 480},   {80, 80},   {480, 80},
                                     {480, -80}, {80, -80},   {80, -480}, {-80, -480},
                                     {-80, -80}, {-480, -80}, {-480, 80}, {-80, 80}};
@@ -28,6 +53,7 @@ std::vector<CPoint> outlineOf(Icon icon) {
     case Icon::kPlus:
       return plus;
     case Icon::kCross:
+    case Icon::kLock:
       break;
   }
   constexpr float kHalfRoot = 0.70710678F;  // turned by 45 degrees

@@ -55,7 +55,7 @@ class BoxPicture : private DevicePicture {
   Place paintedBox;
 };
 
-enum class Icon : std::uint8_t { kLeft, kRight, kUp, kDown, kCheck, kPlus, kCross };
+enum class Icon : std::uint8_t { kLeft, kRight, kUp, kDown, kCheck, kPlus, kCross, kLock };
 
 /// A small sign, as high as text of `size` pixels.
 class IconPicture : private DevicePicture {

@@ -181,7 +181,7 @@ void COptionMenu::chosen(const std::vector<std::size_t>& path) {
   if (menu != this) lastMenu = Held<COptionMenu>(menu);
   lastResult = index;
   beginEdit();
-  menu->setValue(static_cast<float>(index));
+  menu->choose(index);
   if (!wasRemoved) valueChanged();
   endEdit();
 }

@@ -83,6 +83,8 @@ class COptionMenu : public CParamDisplay {
  protected:
   /// What is about to be shown may still be changed.
   virtual void beforePopup() {}
+  /// The user has chosen this entry, of which the listener hears next.
+  virtual void choose(int index) { setValue(static_cast<float>(index)); }
   [[nodiscard]] bool isPoppedUp() const noexcept { return isOpen; }
 
  private:

@@ -24,7 +24,9 @@ void CTextEdit::openField() {
   auto* const opened =
       new TextField(localToFrame(fieldPlace()).cutTo(shownIn->getSize()), std::move(fieldStyle),
                     [this](TextField& /*ended*/, TextField::End how) {
+                      const Held<CTextEdit> stays(this);
                       closeField(how != TextField::End::kLeft);
+                      if (getFrame() != nullptr) fieldClosed(how);
                     });
   field = Held<TextField>(opened);
   opened->setOwner(*this);

@@ -44,6 +44,8 @@ class CTextEdit : public CParamDisplay {
   }
   /// The user has written this: the text becomes it, and if it is another one the listener hears.
   virtual void takeText(const std::string& utf8);
+  /// The entry has ended, its text is taken or left; the view is still in its frame.
+  virtual void fieldClosed(TextField::End /*how*/) {}
 
  private:
   std::string written;

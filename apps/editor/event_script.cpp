@@ -99,7 +99,7 @@ void takeModifier(std::string_view word, ScriptEvent& event) {
 }
 
 KeyEvent requireKey(std::string_view word) {
-  constexpr std::array<std::pair<std::string_view, Key>, 17> kNames = {
+  constexpr std::array<std::pair<std::string_view, Key>, 18> kNames = {
       {{"Back", Key::kBack},
        {"Tab", Key::kTab},
        {"Return", Key::kReturn},
@@ -116,7 +116,8 @@ KeyEvent requireKey(std::string_view word) {
        {"Enter", Key::kEnter},
        {"Insert", Key::kInsert},
        {"Delete", Key::kDelete},
-       {"Help", Key::kHelp}}};
+       {"Help", Key::kHelp},
+       {"Menu", Key::kMenu}}};
   KeyEvent key;
   const auto* const named =
       std::ranges::find(kNames, word, &std::pair<std::string_view, Key>::first);

@@ -50,6 +50,7 @@ constexpr NamedKey kKeys[] = {
     {XK_Delete, Key::kDelete},
     {XK_KP_Delete, Key::kDelete},
     {XK_Help, Key::kHelp},
+    {XK_Menu, Key::kMenu},
 };
 
 Key keyOf(KeySym symbol) {

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "editor/controls/hidden_mouse.h"
+#include "editor/controls/value_part.h"
+#include "toolkit/slider.h"
+
+/// How a fader is built.
+struct FaderOptions {
+  CSlider::Style style = CSlider::Style::kHorizontal;
+  std::string detents;  ///< fractions of the way, separated by commas
+  float dragFactor =
+      0.0F;  ///< a drag of 100 pixels times this goes all the way; 0: with the handle
+  bool altAtDetents = true;  ///< the wheel goes from detent to detent with Alt, otherwise without
+};
+
+/// The numbers of a list; nothing between two commas is none.
+[[nodiscard]] std::vector<float> detentsOf(std::string_view list);
+
+/// A fader of a parameter. A press moves nothing by itself; a double click jumps to where it is;
+/// with Control to the default; with Shift a tenth. Threads, for all of these: as `CView`.
+class nFader : public ValuePart<CSlider>, public nControlMouse {
+ public:
+  nFader(const ControlSetup& setup, ValueSource& values, FaderOptions options,
+         Held<CBitmap> picture = {});
+
+  [[nodiscard]] const std::vector<float>& getDetents() const noexcept { return detents; }
+  void draw(CDrawContext& context) override;
+  CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+  CMouseEventResult onMouseMoved(CPoint where, CButtonState buttons) override;
+  CMouseEventResult onMouseUp(CPoint where, CButtonState buttons) override;
+  void onMouseCancel() override;
+  bool onWheel(CPoint where, float steps, CButtonState buttons) override;
+
+ protected:
+  [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
+  /// From 0 to 1.
+  [[nodiscard]] float place() const;
+  [[nodiscard]] float placeAt(CPoint where) const;
+  /// In pixels: all of the way, and of the handle along it.
+  [[nodiscard]] virtual float railLength() const;
+  [[nodiscard]] virtual float handleSize() const { return 2.0F; }
+  [[nodiscard]] ValueSource& getValues() const noexcept { return values; }
+  /// The value has been moved by the user to a place, 0 to 1.
+  virtual void moveTo(float place);
+
+ private:
+  [[nodiscard]] float along(CPoint where) const;
+  [[nodiscard]] float atDetent(float steps) const;
+  void endDrag();
+
+  ValueSource& values;
+  std::vector<float> detents;
+  float dragFactor;
+  bool altAtDetents;
+  WheelNotches notches;
+  float lastAt = 0.0F;
+  float dragPlace = 0.0F;  // of the drag, also between the values of a stepped parameter
+  bool pressed = false;
+};
+
+/// The same lying.
+class nFaderH : public nFader {
+ public:
+  nFaderH(const ControlSetup& setup, ValueSource& values, Held<CBitmap> picture = {});
+};
+
+/// A dotted line, lit up to the handle.
+class LineFader : public nFader {
+ public:
+  using nFader::nFader;
+
+  void draw(CDrawContext& context) override;
+  /// A mark in the middle of the way.
+  void setCentreMark(bool on);
+  /// A bar below the rail on the same scale, from 0 to 1; below 0 for none. Beyond the handle it is
+  /// that of a reduction.
+  void setLevel(float place);
+
+ private:
+  void drawRail(CDrawContext& context, const CRect& rail);
+  void drawMarks(CDrawContext& context, const CRect& rail);
+  [[nodiscard]] CRect railRect() const;
+
+  bool hasCentreMark = false;
+  float level = -1.0F;
+};
+
+/// A `LineFader` of any length, whose handle follows the mouse.
+class SLineFader : public LineFader {
+ public:
+  SLineFader(const ControlSetup& setup, ValueSource& values, FaderOptions options);
+};
+
+/// Two ends of a range on one line, each with its text: the control's own value is the lower end,
+/// `upperTag` names the other.
+class CaliperSlider : public nFader {
+ public:
+  CaliperSlider(const ControlSetup& setup, ValueSource& values, std::int32_t upperTag);
+
+  void draw(CDrawContext& context) override;
+  CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+
+ protected:
+  void moveTo(float place) override;
+
+ private:
+  [[nodiscard]] float upperPlace() const;
+
+  std::int32_t upperTag;
+  bool movesUpper = false;
+};
