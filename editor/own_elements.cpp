@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "editor/band_panel.h"
 #include "editor/controls/band_tabs.h"
 #include "editor/controls/glyph_buttons.h"
 #include "editor/controls/labels.h"
@@ -205,6 +206,10 @@ CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
   return new bandTabs(setup, setup.values);
 }
 
+CView* makeBandPanel(const Element& /*element*/, const ElementSetup& setup) {
+  return BandPanel::build(setup, setup.values);
+}
+
 CView* makeBandGroup(const Element& element, const ElementSetup& setup) {
   return new bandGroup(setup.size, setup.tag, elementNumber(element, "pagenumber"));
 }
@@ -254,7 +259,7 @@ constexpr ElementRow kOwnRows[] = {
     {"selectorTab", "selectorTab", &makeSelectorTab},
     {"bandTabs", "bandTabs", &makeBandTabs},
     {"bandGroup", "bandGroup", &makeBandGroup},
-    {"ControlSection", "nPage"},
+    {"ControlSection", "nPage", &makeBandPanel},
     {"EQGraph", "EQGraph"},
     {"nTTVU", "nTTVU"},
     {"nVU", "nVU"},

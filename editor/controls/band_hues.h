@@ -22,11 +22,13 @@ inline constexpr std::array<CColor, kBands> kHues = {
 [[nodiscard]] constexpr CColor deep(int band, bool isSelected) {
   return mix(full(band), look::kPanel, isSelected ? 0.55F : 0.66F);
 }
-/// A band's hue with an opacity, 0 to 1.
+/// `opacity`: 0 to 1.
+[[nodiscard]] constexpr CColor withOpacity(CColor colour, float opacity) {
+  colour.alpha = mix(kTransparentCColor, kBlackCColor, opacity).alpha;
+  return colour;
+}
 [[nodiscard]] constexpr CColor faint(int band, float opacity) {
-  CColor hue = full(band);
-  hue.alpha = static_cast<std::uint8_t>(opacity * 255.0F + 0.5F);
-  return hue;
+  return withOpacity(full(band), opacity);
 }
 
 }  // namespace band_hues

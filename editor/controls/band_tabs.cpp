@@ -32,11 +32,6 @@ constexpr std::string_view kPowerGlyph = "\xC4\x84";
 constexpr std::array<std::string_view, 8> kKinds = {"BPF",   "BPF B", "BPF E", "LPF",
                                                     "LPF B", "HPF",   "HPF B", "FLAT"};
 
-CColor withAlpha(CColor colour, float opacity) {
-  colour.alpha = static_cast<std::uint8_t>(opacity * 255.0F + 0.5F);
-  return colour;
-}
-
 CRect box(const CRect& tab, float x, float y, float width, float height) {
   return {tab.left + x, tab.top + y, tab.left + x + width, tab.top + y + height};
 }
@@ -180,6 +175,21 @@ void bandTabs::switchParameter(int band, std::int32_t bandOneId, bool on) {
 
 void bandTabs::select(int band) { tell(kGUISelectedBand, band); }
 
+void bandTabs::openMenu(int band, CPoint where) {
+  const CPoint place = localToFrame(where);
+  tell(kGUIOpenBandMenu, band, {place.x, place.y, place.x, place.y});
+}
+
+void bandTabs::takeFocus() {
+  focused = true;
+  setDirty();
+}
+
+void bandTabs::looseFocus() {
+  focused = false;
+  setDirty();
+}
+
 void bandTabs::act(Spot spot) {
   const BandTabState& state = states[at(spot.band)];
   switch (spot.part) {
@@ -211,11 +221,11 @@ CMouseEventResult bandTabs::onMouseDown(CPoint where, CButtonState buttons) {
   const Spot spot = spotAt(where);
   if (spot.band < 0) return kMouseEventNotHandled;
   if (buttons.isRight()) {
-    const CPoint place = localToFrame(where);
-    tell(kGUIOpenBandMenu, spot.band, {place.x, place.y, place.x, place.y});
+    openMenu(spot.band, where);
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
   if (!buttons.isLeft()) return kMouseEventNotHandled;
+  getFrame()->setFocusView(this);
   if (spot.part == Part::kBody) {
     beginSelection(spot.band, buttons);
   } else {
@@ -267,6 +277,11 @@ void bandTabs::onMouseExited() {
 bool bandTabs::onKeyDown(const KeyEvent& key) {
   const int band = selectedBand();
   const bool isActive = states[at(band)].isActive;
+  if (isMenuKey(key)) {
+    const CRect tab = tabOf(band);
+    openMenu(band, {tab.left, tab.bottom});
+    return true;
+  }
   switch (key.key) {
     case Key::kLeft:
       select(std::max(band - 1, 0));
@@ -351,9 +366,8 @@ void bandTabs::drawGround(CDrawContext& context, const Shown& shown) {
   BoxLook stripLook{1.5F, strip};
   own.strip.draw(context, box(tab, 0, 0, tab.width(), kStripHeight), stripLook);
   const bool isAmong = (selectedMask >> shown.band & 1U) != 0;
-  if (isAmong && !shown.isSelected) {  // edited together with the one shown: underlined
-    context.fillRect(box(tab, 6, kHeight - 2.0F, tab.width() - 12.0F, 1.0F),
-                     withAlpha(look::kText, 0.6F));
+  if (isAmong && !shown.isSelected) {  // edited together with the one shown
+    context.fillRect(box(tab, 1, 7, 2, kHeight - 11.0F), look::kLit);
   }
 }
 
@@ -370,10 +384,10 @@ void bandTabs::drawMeter(CDrawContext& context, const Shown& shown) {
   }
   for (const float share : {-0.5F, 0.5F}) {
     context.fillRect(box(tab, width * 0.5F + share * half - 0.5F, 0, 1, kStripHeight),
-                     withAlpha(kBlackCColor, 0.55F));
+                     band_hues::withOpacity(kBlackCColor, 0.55F));
   }
   context.fillRect(box(tab, width * 0.5F - 0.5F, 0, 1, kStripHeight + 1.0F),
-                   withAlpha(shown.runs ? look::kText : look::kOff, 0.8F));
+                   band_hues::withOpacity(shown.runs ? look::kText : look::kOff, 0.8F));
 }
 
 void bandTabs::drawTitle(CDrawContext& context, const Shown& shown) {
@@ -419,8 +433,7 @@ void bandTabs::drawSwitches(CDrawContext& context, const Shown& shown) {
 }
 
 void bandTabs::drawOutline(CDrawContext& context) {
-  const bool hasFocus = getFrame() != nullptr && getFrame()->getFocusView() == this;
-  if (!hasFocus && !isBlinkOn) return;
+  if (!focused && !isBlinkOn) return;
   const CColor line = isBlinkOn ? look::kLearn : kRing;
   outline.draw(context, tabOf(selectedBand()).inset(2.0F, 2.0F), {2.5F, kTransparentCColor, line});
 }

@@ -7,6 +7,7 @@
 
 #include "editor/controls/band_hues.h"
 #include "editor/controls/marks.h"
+#include "editor/controls/value_part.h"
 #include "editor/controls/value_source.h"
 #include "editor/controls/with_hover.h"
 #include "toolkit/control.h"
@@ -33,10 +34,11 @@ struct BandTabState {
 /// `kGUIOpenBandMenu`, from a control whose view size begins where the menu is to open, in the
 /// frame. Power, S, × and + are gestures of the parameters `kB1Bypass`, `kB1Solo` and `kB1State` of
 /// the band; + selects it, too. × is off while no other band is active. Keys: left and right, Home
-/// and End select, Space is the power, Delete is ×, Return is +.
+/// and End select, Space is the power, Delete is ×, Return is +, the menu key the
+/// menu.
 ///
 /// Threads: as `CView`. It follows the parameters by itself, at the latest 10 ms after they change.
-class bandTabs : public WithHover<CControl>, public nCanMIDILearn {
+class bandTabs : public WithHover<CControl>, public nCanMIDILearn, public nCanFocus {
  public:
   bandTabs(const ControlSetup& setup, const ValueSource& values);
 
@@ -65,8 +67,10 @@ class bandTabs : public WithHover<CControl>, public nCanMIDILearn {
   void onMouseEntered(CPoint where, CButtonState buttons) override;
   void onMouseExited() override;
   bool onKeyDown(const KeyEvent& key) override;
-  void takeFocus() override { setDirty(); }
-  void looseFocus() override { setDirty(); }
+  void takeFocus() override;
+  void looseFocus() override;
+  [[nodiscard]] bool isTabStop() const override { return true; }
+  [[nodiscard]] bool hasFocus() const override { return focused; }
   void attached(CViewContainer& holder) override;
   void onIdle() override;
 
@@ -97,6 +101,7 @@ class bandTabs : public WithHover<CControl>, public nCanMIDILearn {
   void switchParameter(int band, std::int32_t bandOneId, bool on);
   void act(Spot spot);
   void select(int band);
+  void openMenu(int band, CPoint where);
   void beginSelection(int band, CButtonState buttons);
   void endToggling();
 
@@ -114,6 +119,7 @@ class bandTabs : public WithHover<CControl>, public nCanMIDILearn {
   std::uint32_t selectedMask = 1;
   Spot hovered;  // the last one, while it fades
   bool isUnderMouse = false;
+  bool focused = false;
   std::optional<Spot> pressed;  // of what acts when it is released
   int toggled = -1;             // the last tab of a running choice of several
   bool isLearning = false;

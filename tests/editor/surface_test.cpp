@@ -1,37 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-
-#include "core/plug.h"
 #include "editor/layout/tag_table.h"
-#include "editor/plug_ed.h"
+#include "tests/editor/shown_editor.h"
 
 namespace {
-
-/// An effect with its editor, off the screen.
-struct Shown {
-  explicit Shown(int mode, double zoom = 1.0)
-      : plug(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds, Machine::detached(),
-             [this](Plug& effect) {
-               auto made = std::make_unique<PlugEd>(effect);
-               editor = made.get();
-               return made;
-             }) {
-    plug.editorState().wantedUimode = mode;
-    plug.editorState().zoom = zoom;
-    plug.editorState().freeWidth = static_cast<int>(zoom * EditorState::widthOf(mode));
-    editor->showBy({false, [] { return std::uint64_t{0}; }});
-    EXPECT_TRUE(editor->openOffScreen(1.0F));
-  }
-
-  [[nodiscard]] CRect place(std::int32_t tag, int which) const {
-    const CControl* const control = editor->index().find(tag, which);
-    return control != nullptr ? control->getViewSize() : CRect{-1, -1, -1, -1};
-  }
-
-  PlugEd* editor = nullptr;
-  Plug plug;
-};
 
 TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
   struct Row {
@@ -79,7 +51,7 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
 
 // Falls to none as the controls are built.
 TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 27U);
+  EXPECT_EQ(ElementFactory::plainElements().size(), 26U);
 }
 
 }  // namespace
