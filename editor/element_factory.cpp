@@ -7,6 +7,7 @@
 
 #include "editor/own_elements.h"
 #include "editor/stock_elements.h"
+#include "editor/value_elements.h"
 #include "toolkit/frame.h"
 
 namespace {
@@ -32,7 +33,8 @@ std::optional<CView*> ElementFactory::createStockView(const LayoutElement& eleme
 }
 
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
-  const ElementRow* const row = rowOf(ownElements(), element);
+  const ElementRow* row = rowOf(ownElements(), element);
+  if (row == nullptr) row = rowOf(valueElements(), element);
   if (row == nullptr) return nullptr;
   const std::int32_t tag = row->ownTag >= 0 ? row->ownTag : element.tag;
   const ElementSetup setup{{element.rect, &listener, tag}, values};

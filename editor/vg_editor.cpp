@@ -16,6 +16,7 @@
 #include "graphs/opengl/ogl_frame.h"
 #include "platform/clock.h"
 #include "platform/resources.h"
+#include "state/machine.h"
 
 VGEditor::VGEditor(Plug& shown) : plug(shown) {}
 
@@ -222,4 +223,8 @@ void VGEditor::setValueFromText(std::int32_t tag, std::string_view text) {
   beginEdit(tag);
   CTagUpdate::send(*this, tag, normalisedOf(tag, typedValue(tag, text, rules)));
   endEdit(tag);
+}
+
+std::int32_t VGEditor::preference(const char* key) const {
+  return plug.machine().globals().getGlobal(key);
 }

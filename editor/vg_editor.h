@@ -66,6 +66,7 @@ class VGEditor : public AEffEditor,
   [[nodiscard]] float normalisedOf(std::int32_t tag, float plain) const override;
   [[nodiscard]] ValueSteps stepsOf(std::int32_t tag) const override;
   void setValueFromText(std::int32_t tag, std::string_view text) override;
+  [[nodiscard]] std::int32_t preference(const char* key) const override;
 
   [[nodiscard]] ControlIndex& index() noexcept { return controls; }
   [[nodiscard]] CGFrame* shownFrame() const noexcept { return frame.get(); }

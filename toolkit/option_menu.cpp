@@ -69,6 +69,10 @@ CMenuItem* COptionMenu::getEntry(int index) noexcept {
   return index >= 0 && index < getNbEntries() ? &items[static_cast<std::size_t>(index)] : nullptr;
 }
 
+const CMenuItem* COptionMenu::getEntry(int index) const noexcept {
+  return index >= 0 && index < getNbEntries() ? &items[static_cast<std::size_t>(index)] : nullptr;
+}
+
 COptionMenu* COptionMenu::getSubMenu(int index) noexcept {
   const CMenuItem* const item = getEntry(index);
   return item != nullptr ? item->submenu.get() : nullptr;

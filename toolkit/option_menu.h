@@ -46,6 +46,7 @@ class COptionMenu : public CParamDisplay {
   bool removeEntry(int index);
   void removeAllEntry();
   [[nodiscard]] CMenuItem* getEntry(int index) noexcept;
+  [[nodiscard]] const CMenuItem* getEntry(int index) const noexcept;
   [[nodiscard]] int getNbEntries() const noexcept { return static_cast<int>(items.size()); }
   [[nodiscard]] COptionMenu* getSubMenu(int index) noexcept;
 

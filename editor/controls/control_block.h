@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "editor/controls/faders.h"
@@ -54,7 +55,6 @@ class ValueBlock : public CGViewContainer,
  private:
   void layOut();
   void drawLabel(CDrawContext& context);
-  [[nodiscard]] float labelRoom(const CDrawContext& context) const;
   [[nodiscard]] ControlOutline::State outlineState() const;
   template <typename Act>
   void forMarks(Act&& act);
@@ -67,6 +67,9 @@ class ValueBlock : public CGViewContainer,
   ControlMarks* shownMarks = nullptr;  // of `shownPart`
   nCanFocus* shownFocus = nullptr;     // the same
   LineFader* rail = nullptr;
+  std::function<float()> widthShown;  // of `shownPart`
+  std::function<bool()> isPartDragged;
+  bool wasBlinkOn = false;
   HoverFade fade;
   ControlOutline outline;
   BoxPicture rowGround;
@@ -80,10 +83,10 @@ class ControlBlock : public ValueBlock {
  public:
   struct Options {
     int mode = 0;
-    std::string label;     ///< empty: the parameter's own name
-    std::string menuText;  ///< entries, as `COptionMenu::addEntries` takes them
+    std::string label{};     ///< empty: the parameter's own name
+    std::string menuText{};  ///< entries, as `COptionMenu::addEntries` takes them
     float dragFactor = 3.0F;
-    std::string detents;
+    std::string detents{};
     bool hasCentreMark = false;
   };
   ControlBlock(const ControlSetup& setup, ValueSource& values, Options options);

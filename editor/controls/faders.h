@@ -11,7 +11,7 @@
 /// How a fader is built.
 struct FaderOptions {
   CSlider::Style style = CSlider::Style::kHorizontal;
-  std::string detents;  ///< fractions of the way, separated by commas
+  std::string detents{};  ///< fractions of the way, separated by commas
   float dragFactor =
       0.0F;  ///< a drag of 100 pixels times this goes all the way; 0: with the handle
   bool altAtDetents = true;  ///< the wheel goes from detent to detent with Alt, otherwise without
@@ -19,6 +19,29 @@ struct FaderOptions {
 
 /// The numbers of a list; nothing between two commas is none.
 [[nodiscard]] std::vector<float> detentsOf(std::string_view list);
+
+/// How a rail looks: lit from one place to another, in pixels of its way.
+struct RailLook {
+  bool isVertical = false;
+  CColor colour;
+  float alpha = 1.0F;
+  float litFrom = 0.0F;
+  float litTo = 0.0F;
+  std::vector<float> detents{};
+
+  bool operator==(const RailLook&) const = default;
+};
+
+/// A dotted line with marks at detents; its rectangle is one pixel across.
+class RailPicture : private DevicePicture {
+ public:
+  void draw(CDrawContext& context, const CRect& rail, const RailLook& look);
+
+ private:
+  void paint(float scale) const;
+
+  RailLook painted;
+};
 
 /// A fader of a parameter. A press moves nothing by itself; a double click jumps to where it is;
 /// with Control to the default; with Shift a tenth. Threads, for all of these: as `CView`.
@@ -44,11 +67,17 @@ class nFader : public ValuePart<CSlider>, public nControlMouse {
   [[nodiscard]] virtual float railLength() const;
   [[nodiscard]] virtual float handleSize() const { return 2.0F; }
   [[nodiscard]] ValueSource& getValues() const noexcept { return values; }
-  /// The value has been moved by the user to a place, 0 to 1.
+  /// From the beginning of the way.
+  [[nodiscard]] virtual float along(CPoint where) const;
+  /// Of what is about to be dragged, and of its default.
+  [[nodiscard]] virtual float presentPlace() const { return place(); }
+  [[nodiscard]] virtual float defaultPlace() const { return values.defaultOf(getTag()); }
+  /// The user has moved it there, 0 to 1, within an act that these begin and end.
   virtual void moveTo(float place);
+  virtual void startGesture() { beginEdit(); }
+  virtual void endGesture() { endEdit(); }
 
  private:
-  [[nodiscard]] float along(CPoint where) const;
   [[nodiscard]] float atDetent(float steps) const;
   void endDrag();
 
@@ -81,12 +110,12 @@ class LineFader : public nFader {
   void setLevel(float place);
 
  private:
-  void drawRail(CDrawContext& context, const CRect& rail);
-  void drawMarks(CDrawContext& context, const CRect& rail);
+  void drawMarks(CDrawContext& context, const CRect& line);
   [[nodiscard]] CRect railRect() const;
 
   bool hasCentreMark = false;
   float level = -1.0F;
+  RailPicture rail;
 };
 
 /// A `LineFader` of any length, whose handle follows the mouse.
@@ -105,11 +134,19 @@ class CaliperSlider : public nFader {
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 
  protected:
+  [[nodiscard]] float railLength() const override;
+  [[nodiscard]] float along(CPoint where) const override;
+  [[nodiscard]] float presentPlace() const override;
+  [[nodiscard]] float defaultPlace() const override;
   void moveTo(float place) override;
+  void startGesture() override;
+  void endGesture() override;
 
  private:
+  [[nodiscard]] CRect railRect() const;
   [[nodiscard]] float upperPlace() const;
 
   std::int32_t upperTag;
   bool movesUpper = false;
+  RailPicture rail;
 };

@@ -13,9 +13,9 @@
 /// these: as `CView`.
 class nOptionMenu : public ValuePart<COptionMenu> {
  public:
-  /// `entries` as `COptionMenu::addEntries` takes them; none: the texts of the parameter.
+  /// `entries` as `COptionMenu::addEntries` takes them, from the least value on.
   nOptionMenu(const ControlSetup& setup, ValueSource& values, std::string_view entries,
-              TextStyle style);
+              TextStyle written);
 
   /// Of the parameter.
   void setValue(float normalised) override;
@@ -24,17 +24,25 @@ class nOptionMenu : public ValuePart<COptionMenu> {
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
+  [[nodiscard]] float shownWidth() const override;
 
  protected:
-  void choose(int index) override;
+  void choose(int index) override { COptionMenu::setValue(static_cast<float>(index)); }
+  void putValue(float index) override;
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
   /// What stands beside the arrow.
-  [[nodiscard]] virtual std::string titleShown();
+  [[nodiscard]] virtual std::string titleShown() const;
+  /// The plain value of an entry, and the entry of one.
+  [[nodiscard]] virtual float plainAt(int index) const;
+  [[nodiscard]] virtual int indexOf(float plain) const;
   [[nodiscard]] ValueSource& getValues() const noexcept { return values; }
 
  private:
+  [[nodiscard]] int neighbour(int direction) const;
+
   ValueSource& values;
   CColor restColour;
+  bool isParameter;
   WheelNotches notches;
   IconPicture arrow;
 };
@@ -42,13 +50,11 @@ class nOptionMenu : public ValuePart<COptionMenu> {
 /// The slopes that a parameter can have.
 class nOptionMenuFilterSlope : public nOptionMenu {
  public:
-  nOptionMenuFilterSlope(const ControlSetup& setup, ValueSource& values, TextStyle style);
+  nOptionMenuFilterSlope(const ControlSetup& setup, ValueSource& values, TextStyle written);
 
-  void setValue(float normalised) override;
-  void valueChanged() override;
-
- private:
-  std::vector<float> slopes;  // plain, of the entries
+ protected:
+  [[nodiscard]] float plainAt(int index) const override;
+  [[nodiscard]] int indexOf(float plain) const override;
 };
 
 /// What a band listens to: everything, its own input, that of another crossover band, or the
@@ -72,11 +78,14 @@ class SCSelectMenu : public nOptionMenu {
  protected:
   void beforePopup() override { fill(); }
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
-  [[nodiscard]] std::string titleShown() override;
+  [[nodiscard]] std::string titleShown() const override;
 
  private:
   void fill();
   [[nodiscard]] Choice present() const;
+  [[nodiscard]] float plainNow(std::int32_t parameter) const;
+  /// Whether it is a crossover band that runs or is bypassed.
+  [[nodiscard]] bool splits(int band) const;
 
   std::vector<Choice> choices;  // of the entries
 };

@@ -21,19 +21,32 @@ constexpr std::string_view kLinkGlyph = "\xC4\x83";
 }  // namespace
 
 CTextValueButton::CTextValueButton(const ControlSetup& setup, Words two, TextStyle written)
-    : WithHover(setup, Held<CBitmap>()), words(std::move(two)), style(std::move(written)) {}
+    : ValuePart(setup, Held<CBitmap>()), words(std::move(two)), style(std::move(written)) {}
 
 CMouseEventResult CTextValueButton::onMouseDown(CPoint where, CButtonState buttons) {
-  if (marks().isDisabled) return kMouseEventNotHandled;
-  return WithHover::onMouseDown(where, buttons);
+  if (marks().isDisabled || (!buttons.isLeft() && !buttons.isRight())) {
+    return kMouseEventNotHandled;
+  }
+  if (takesPress(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  return COnOffButton::onMouseDown(where, CButtonState(buttons.buttons()));
+}
+
+std::optional<float> CTextValueButton::valueByKey(const KeyEvent& key) {
+  return toggledByKey(key, {value, vmin, vmax, vmax - vmin, getDefaultValue(), true});
+}
+
+float CTextValueButton::shownWidth() const {
+  const float width = look::widthOf(style, isOn() ? words.onText : words.offText);
+  return words.hasPill ? std::ceil(width) + kPillPadding : width;
 }
 
 void CTextValueButton::draw(CDrawContext& context) {
+  drawOutline(context);
   const std::string& word = isOn() ? words.onText : words.offText;
   if (words.hasPill && !word.empty() && word != " ") {
     drawPill(context);
   } else {
-    style.colour = marks().valueColour(isOn() ? words.onColour : words.offColour, hoverShare());
+    style.colour = marks().valueColour(isOn() ? words.onColour : words.offColour, shownHover());
     context.drawTextCached(word, size, style);
   }
   setDirty(false);
@@ -47,11 +60,11 @@ void CTextValueButton::drawPill(CDrawContext& context) {
   if (style.align == kCenterText) left = (size.left + size.right - width) * 0.5F;
   const float top = (size.top + size.bottom) * 0.5F - 7.0F;
   const CRect place{left, top, left + width, top + kPillHeight};
-  const CColor line = isOn() ? marks().valueColour(words.onColour, hoverShare()) : words.offColour;
+  const CColor line = isOn() ? marks().valueColour(words.onColour, shownHover()) : words.offColour;
   pill.draw(context, place, {kPillRadius, isOn() ? line : kTransparentCColor, line});
   TextStyle written = style;
   written.align = kCenterText;
-  written.colour = isOn() ? kBlackCColor : mix(kOffWord, look::kText, hoverShare());
+  written.colour = isOn() ? kBlackCColor : mix(kOffWord, look::kText, shownHover());
   if (marks().isDisabled) written.colour = look::kOff;
   context.drawTextCached(word, place, written);
 }
@@ -62,6 +75,7 @@ CDashSeparatedTextValueButton::CDashSeparatedTextValueButton(const ControlSetup&
     : CTextValueButton(setup, std::move(two), std::move(written)), prefix(std::move(before)) {}
 
 void CDashSeparatedTextValueButton::draw(CDrawContext& context) {
+  drawOutline(context);
   TextStyle written = getStyle();
   CRect place = size;
   const auto put = [&](const std::string& word, CColor colour, bool isUnderlined) {
@@ -79,9 +93,9 @@ void CDashSeparatedTextValueButton::draw(CDrawContext& context) {
     put(prefix, marks().labelColour(0.0F), false);
     place.left += kPrefixGap - kWordGap;
   }
-  const CColor lit = marks().valueColour(getWords().onColour, hoverShare());
+  const CColor lit = marks().valueColour(getWords().onColour, shownHover());
   const CColor unlit =
-      marks().isDisabled ? look::kOff : mix(look::kUnlit, look::kQuietText, hoverShare());
+      marks().isDisabled ? look::kOff : mix(look::kUnlit, look::kQuietText, shownHover());
   const auto putWord = [&](bool ofOn) {
     const bool inForce = ofOn == isOn();
     put(ofOn ? getWords().onText : getWords().offText, inForce ? lit : unlit, inForce);
@@ -100,13 +114,14 @@ SCListenButton::SCListenButton(const ControlSetup& setup, std::string glyph, flo
                        look::bold(glyphSize, look::kLabel, kCenterText)) {}
 
 void SCListenButton::draw(CDrawContext& context) {
+  drawOutline(context);
   const CPoint centre = size.centre();
   if (isOn()) {
     ground.draw(context, {centre.x - 8.5F, centre.y - 8.0F, centre.x + 8.5F, centre.y + 8.0F},
                 {kPillRadius, look::kText});
   }
   TextStyle written = getStyle();
-  written.colour = isOn() ? kBlackCColor : marks().labelColour(hoverShare());
+  written.colour = isOn() ? kBlackCColor : marks().labelColour(shownHover());
   context.drawTextCached(getWords().onText, size, written);
   setDirty(false);
 }

@@ -2,15 +2,14 @@
 
 #include <string>
 
-#include "editor/controls/marks.h"
-#include "editor/controls/with_hover.h"
+#include "editor/controls/value_part.h"
 #include "toolkit/buttons.h"
 #include "toolkit/device_picture.h"
 
 /// Two states in words: `onText` and `offText`, each in its colour; a press goes from one to the
 /// other. `hasPill`: on a filled pill when on, in an outlined one when off, at the side that the
 /// style's alignment names. Threads, for all of these: as `CView`.
-class CTextValueButton : public WithHover<COnOffButton>, public ControlMarks {
+class CTextValueButton : public ValuePart<COnOffButton> {
  public:
   struct Words {
     std::string onText;
@@ -25,10 +24,12 @@ class CTextValueButton : public WithHover<COnOffButton>, public ControlMarks {
   [[nodiscard]] const Words& getWords() const noexcept { return words; }
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+  /// Of the pill or the word.
+  [[nodiscard]] float shownWidth() const override;
 
  protected:
   ~CTextValueButton() override = default;
-  void marksChanged() override { setDirty(); }
+  [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
   [[nodiscard]] const TextStyle& getStyle() const noexcept { return style; }
 
  private:

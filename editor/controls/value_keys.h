@@ -36,7 +36,7 @@ struct ValueStep {
 /// The nearest value that a parameter can have.
 [[nodiscard]] float heldValue(const ValueSource& values, std::int32_t tag, float normalised);
 /// What the wheel counts for, by the user's preference.
-[[nodiscard]] float wheelSensitivity();
+[[nodiscard]] float wheelSensitivity(const ValueSource& values);
 /// The value of a parameter after a key, as `movedByKey` has it.
 [[nodiscard]] std::optional<float> parameterByKey(const ValueSource& values, std::int32_t tag,
                                                   float normalised, const KeyEvent& key);

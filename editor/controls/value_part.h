@@ -1,9 +1,13 @@
 #pragma once
 
+#include <optional>
+#include <utility>
+
 #include "editor/controls/control_outline.h"
 #include "editor/controls/marks.h"
 #include "editor/controls/value_keys.h"
 #include "editor/controls/with_hover.h"
+#include "toolkit/look.h"
 
 /// What holds several controls that look like one. Threads: as `CView`.
 class PartHolder {
@@ -40,7 +44,11 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     holder = block;
     keyPart = keysAt;
   }
-  [[nodiscard]] bool isTabStop() const override { return keyPart == nullptr && canChange(); }
+  [[nodiscard]] bool isTabStop() const override {
+    return keyPart == nullptr && !marks().isDisabled;
+  }
+  /// Of what is drawn, from its side on.
+  [[nodiscard]] virtual float shownWidth() const { return this->getViewSize().width(); }
   [[nodiscard]] bool hasFocus() const override { return focused; }
   [[nodiscard]] bool isDragged() const noexcept { return dragged; }
 
@@ -66,7 +74,9 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
   }
   void onIdle() override {
     WithHover<Base>::onIdle();
-    if (marks().isLearning) outlineChanged();
+    if (!marks().isLearning) return;
+    this->getFrame()->wantIdle(*this, true);
+    if (std::exchange(wasBlinkOn, blinkNow()) != blinkNow()) outlineChanged();
   }
   void removed() override {
     focused = dragged = false;
@@ -77,9 +87,7 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     if (!canChange()) return false;
     const std::optional<float> moved = valueByKey(key);
     if (!moved) return Base::onKeyDown(key);
-    this->beginEdit();
-    this->changeValue(*moved);
-    this->endEdit();
+    takeValue(*moved);
     return true;
   }
 
@@ -90,6 +98,15 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     if (!canChange()) return 0.0F;
     return holder != nullptr ? holder->sharedHover() : this->hoverShare();
   }
+  /// A whole act of the user.
+  void takeValue(float plain) {
+    const Held<CView> stays(this);
+    this->beginEdit();
+    putValue(plain);
+    this->endEdit();
+  }
+  /// Sets and tells it.
+  virtual void putValue(float plain) { this->changeValue(plain); }
   /// What a key makes of the value; none for a key that it does not know.
   [[nodiscard]] virtual std::optional<float> valueByKey(const KeyEvent& key) = 0;
 
@@ -129,7 +146,7 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     outline.draw(context, this->getViewSize(), marks(), {focused, dragged, blinkNow()});
   }
   [[nodiscard]] bool blinkNow() const {
-    return this->getFrame() != nullptr && (this->getFrame()->now() / 500) % 2 == 0;
+    return this->getFrame() != nullptr && (this->getFrame()->now() / look::kBlinkMs) % 2 == 0;
   }
 
  private:
@@ -142,5 +159,6 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
   CView* keyPart = nullptr;
   bool focused = false;
   bool dragged = false;
+  bool wasBlinkOn = false;
   ControlOutline outline;
 };

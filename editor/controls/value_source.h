@@ -30,4 +30,6 @@ class ValueSource {
   [[nodiscard]] virtual ValueSteps stepsOf(std::int32_t tag) const = 0;
   /// What the user has typed becomes the value, by the way of a change of theirs.
   virtual void setValueFromText(std::int32_t tag, std::string_view text) = 0;
+  /// The user's choice, an index, of how controls behave everywhere; 0 where there is none.
+  [[nodiscard]] virtual std::int32_t preference(const char* /*key*/) const { return 0; }
 };

@@ -10,8 +10,8 @@
 /// Return or a digit opens the entry of a number. Threads, for all of these: as `CView`.
 class CTTText : public ValuePart<CTextEdit>, public nControlMouse {
  public:
-  /// The style's colour is that at rest.
-  CTTText(const ControlSetup& setup, ValueSource& values, TextStyle style);
+  /// `lettering` in its colour at rest.
+  CTTText(const ControlSetup& setup, ValueSource& values, TextStyle lettering);
 
   /// A drag of 100 pixels times this goes all the way; 0 for 3.
   void setDragFactor(float factor) noexcept { dragFactor = factor; }
@@ -24,7 +24,7 @@ class CTTText : public ValuePart<CTextEdit>, public nControlMouse {
   void setEntryWidth(float width) noexcept { entryWidth = width; }
 
   [[nodiscard]] std::string shownText() const override;
-  void setValue(float normalised) override;
+  [[nodiscard]] float shownWidth() const override;
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   CMouseEventResult onMouseMoved(CPoint where, CButtonState buttons) override;
@@ -72,7 +72,7 @@ class CText : public CTTText {
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 };
 
-/// A value of what stands in a graph, written on a ground of its own.
+/// A value of what stands in a graph, lettering on a ground of its own.
 class CEQText : public CTTText {
  public:
   using CTTText::CTTText;

@@ -116,9 +116,9 @@ TEST(BandPanel, ColumnsAreThereByMode) {
 
 TEST(BandPanel, BandsThatDoNotRunShowIt) {
   ShownPanel shown;
-  const auto disabled = [&](std::int32_t tag) {
-    const auto* const marks = dynamic_cast<ControlMarks*>(shown.editor->index().find(tag));
-    return marks->marks().isDisabled;
+  const auto disabled = [&](std::int32_t tag, int which = 0) {
+    CControl* const control = shown.editor->index().find(tag, which);
+    return dynamic_cast<ControlMarks&>(*control).marks().isDisabled;
   };
   for (const auto& [active, bypassed] : {std::pair{1, 0}, {1, 1}, {0, 0}}) {
     SCOPED_TRACE(testing::Message() << active << bypassed);
@@ -128,7 +128,7 @@ TEST(BandPanel, BandsThatDoNotRunShowIt) {
     for (const std::int32_t row : {kB1Threshold, kB1Slope, kB1Slope2, kB1LR, kB1Q, kB1SCSrc}) {
       EXPECT_EQ(disabled(bandParameterId(1, row)), active == 0) << row;
     }
-    EXPECT_FALSE(disabled(kGUIBandGraph));
+    EXPECT_FALSE(disabled(kGUIBandGraph, 2)) << "what is after its pages: the words";
   }
 }
 

@@ -51,7 +51,7 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
 
 // Falls to none as the controls are built.
 TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 26U);
+  EXPECT_EQ(ElementFactory::plainElements().size(), 13U);
 }
 
 }  // namespace

@@ -1,0 +1,33 @@
+#include "editor/controls/control_outline.h"
+
+#include <array>
+
+#include "toolkit/look.h"
+
+namespace {
+
+constexpr float kBeyond = 5.0F;
+constexpr float kRadius = 3.0F;
+constexpr float kCorner = 6.0F;
+constexpr CColor kFocusRing{look::kLit.red, look::kLit.green, look::kLit.blue, 217};
+
+}  // namespace
+
+void ControlOutline::draw(CDrawContext& context, const CRect& cell, const MarkState& marks,
+                          State state) {
+  const CRect box = cell.inset(-kBeyond, 0.0F);
+  if (state.isDragged) ground.draw(context, box, {kRadius, look::kBluePanel});
+  if (marks.isLearning && state.isBlinkOn) {
+    ring.draw(context, box, {kRadius, kTransparentCColor, look::kLearn});
+  } else if (state.isFocused && !state.isDragged) {
+    ring.draw(context, box, {kRadius, kTransparentCColor, kFocusRing});
+  }
+  if (!marks.isMapped) return;
+  const float top = box.top + 1.0F;
+  const std::array<CPoint, 3> corner = {
+      {{box.right, top}, {box.right - kCorner, top}, {box.right, top + kCorner}}};
+  context.setFillColor(look::kMapped);
+  context.drawPolygon(corner, kDrawFilled);
+}
+
+CRect ControlOutline::reachOf(const CRect& cell) { return cell.inset(-kBeyond - 1.0F, -1.0F); }

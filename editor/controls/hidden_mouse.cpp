@@ -1,0 +1,19 @@
+#include "editor/controls/hidden_mouse.h"
+
+#include "editor/controls/value_source.h"
+#include "toolkit/frame.h"
+
+void nControlMouse::hideMouse(CFrame* frame, const ValueSource& values) {
+  if (isHidden || frame == nullptr || values.preference("Hide Mouse") != 1) return;
+  isHidden = true;
+  startedAt = frame->getCurrentMouseLocation();
+  frame->setCursor(Cursor::kHidden);
+}
+
+void nControlMouse::restoreMouse(CFrame* frame) {
+  if (!isHidden) return;
+  isHidden = false;
+  if (frame == nullptr) return;
+  frame->warpMouse(startedAt);
+  frame->setCursor(Cursor::kArrow);
+}
