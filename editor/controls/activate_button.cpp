@@ -4,27 +4,31 @@
 
 void activateButton::setValue(float normalised) {
   const bool wasOffered = isOffered();
-  WithHover::setValue(normalised);
+  ValuePart::setValue(normalised);
   if (isOffered() != wasOffered) invalid();
 }
 
 void activateButton::draw(CDrawContext& context) {
   if (isOffered()) {
-    frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, look::kBorder});
+    const CColor line = hasFocus() ? look::kLit : look::kBorder;
+    frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, line});
     sign.draw(context, size.centre(), 40.0F, Icon::kPlus,
-              mix(look::kLabel, look::kText, hoverShare()));
+              mix(look::kLabel, look::kText, shownHover()));
   }
   setDirty(false);
 }
 
 bool activateButton::hitTest(CPoint where, CButtonState buttons) const {
-  return isOffered() && WithHover::hitTest(where, buttons);
+  return isOffered() && ValuePart::hitTest(where, buttons);
 }
 
 CMouseEventResult activateButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
-  beginEdit();
-  changeValue(1.0F);
-  endEdit();
+  if (!takesPress(buttons)) takeValue(1.0F);
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+std::optional<float> activateButton::valueByKey(const KeyEvent& key) {
+  const bool turnsOn = key.key == Key::kReturn || key.key == Key::kEnter || key.key == Key::kSpace;
+  return turnsOn && isOffered() ? std::optional(1.0F) : std::nullopt;
 }

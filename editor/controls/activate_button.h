@@ -1,19 +1,25 @@
 #pragma once
 
-#include "editor/controls/with_hover.h"
+#include <optional>
+
+#include "editor/controls/value_part.h"
 #include "toolkit/control.h"
 #include "toolkit/device_picture.h"
 
 /// A large + in the frame of a graph: a press turns its parameter on. While that is on, the button
 /// is not there. Threads: as `CView`.
-class activateButton : public WithHover<CControl> {
+class activateButton : public ValuePart<CControl> {
  public:
-  using WithHover::WithHover;
+  using ValuePart::ValuePart;
 
   void setValue(float normalised) override;
   void draw(CDrawContext& context) override;
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
+  [[nodiscard]] bool isTabStop() const override { return isOffered(); }
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+
+ protected:
+  [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
 
  private:
   [[nodiscard]] bool isOffered() const noexcept { return value < 0.5F; }

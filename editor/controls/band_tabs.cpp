@@ -338,27 +338,37 @@ void bandTabs::drawTab(CDrawContext& context, const Shown& shown) {
                                      mix(kQuietKind, look::kText, shown.hover));
 }
 
+void bandTabs::openCorner(CDrawContext& context, const Shown& shown) {
+  const float hair = context.hairline();
+  CRect corner{shown.tab.left, shown.tab.bottom, shown.tab.left + 3.0F, size.bottom};
+  CRect line{corner.left, corner.top, corner.left + hair, corner.bottom};
+  if (shown.band == kBands - 1) {
+    corner = {shown.tab.right - 3.0F, corner.top, shown.tab.right, corner.bottom};
+    line = {corner.right - hair, corner.top, corner.right, corner.bottom};
+  } else if (shown.band != 0) {
+    return;
+  }
+  context.fillRect(corner, look::kPanel);
+  context.fillRect(line, look::kBorder);
+}
+
 void bandTabs::drawGround(CDrawContext& context, const Shown& shown) {
   const CRect& tab = shown.tab;
   const bool isActive = states[at(shown.band)].isActive;
   BoxLook look{3.0F, isActive ? kRestGround : kInactiveGround, look::kBorder};
   look.roundBottom = false;
   CRect whole = tab;
+  const float hair = context.hairline();
   if (shown.isSelected) {
     look.fill = look::kPanel;
-    whole.bottom = size.bottom;
+    whole.bottom += hair;
   }
   Pictures& own = pictures[at(shown.band)];
   own.ground.draw(context, whole, look);
-  if (shown.isSelected) {  // open into the panel; its sides go on where they are the panel's
-    const float hair = context.hairline();
-    const bool isFirst = shown.band == 0;
-    const bool isLast = shown.band == kBands - 1;
-    context.fillRect({tab.left + hair, tab.bottom - hair, tab.right - hair, size.bottom},
+  if (shown.isSelected) {  // open into the panel, over the upper edge of that
+    context.fillRect({tab.left + hair, tab.bottom - hair, tab.right - hair, whole.bottom},
                      look::kPanel);
-    const float edge = tab.bottom + hair;
-    if (!isFirst) context.fillRect({tab.left, edge, tab.left + hair, size.bottom}, look::kPanel);
-    if (!isLast) context.fillRect({tab.right - hair, edge, tab.right, size.bottom}, look::kPanel);
+    openCorner(context, shown);
   }
   CColor strip = look::kBorder;
   const float quiet = shown.isSelected ? 0.50F : 0.26F;
@@ -435,5 +445,5 @@ void bandTabs::drawSwitches(CDrawContext& context, const Shown& shown) {
 void bandTabs::drawOutline(CDrawContext& context) {
   if (!focused && !isBlinkOn) return;
   const CColor line = isBlinkOn ? look::kLearn : kRing;
-  outline.draw(context, tabOf(selectedBand()).inset(2.0F, 2.0F), {2.5F, kTransparentCColor, line});
+  outline.draw(context, tabOf(selectedBand()), {3.0F, kTransparentCColor, line});
 }

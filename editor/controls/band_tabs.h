@@ -107,6 +107,8 @@ class bandTabs : public WithHover<CControl>, public nCanMIDILearn, public nCanFo
 
   void drawTab(CDrawContext& context, const Shown& shown);
   void drawGround(CDrawContext& context, const Shown& shown);
+  /// At either end of the panel the tab's side goes on as that of the panel, which is round there.
+  void openCorner(CDrawContext& context, const Shown& shown);
   void drawMeter(CDrawContext& context, const Shown& shown);
   void drawTitle(CDrawContext& context, const Shown& shown);
   void drawSwitches(CDrawContext& context, const Shown& shown);
