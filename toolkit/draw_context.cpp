@@ -290,7 +290,8 @@ void CDrawContext::drawBitmapTiled(const CBitmap& bitmap, const CRect& rect, CPo
 void CDrawContext::drawDeviceBitmap(const CBitmap& bitmap, CPoint at, CColor tint) {
   const CRect whole = boundsOf(bitmap);
   const CRect rect{at.x, at.y, at.x + whole.right / scale, at.y + whole.bottom / scale};
-  if (bitmap.isEmpty() || !isInside(rect)) return;
+  // Its edges are those of a rectangle of the view, each to the nearest device pixel.
+  if (bitmap.isEmpty() || !isInside(rect.inset(0.5F / scale, 0.5F / scale))) return;
   const CPoint place = toDevice(at);
   const DeviceQuad quad{whole, whole.movedBy(nearestEdge(place.x), nearestEdge(place.y))};
   putQuads(bitmap, {&quad, 1}, tint);
