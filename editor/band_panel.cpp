@@ -3,6 +3,8 @@
 #include "editing/parameter_ids.h"
 #include "editor/band_page.h"
 #include "editor/controls/band_hues.h"
+#include "editor/controls/band_tabs.h"
+#include "editor/controls/labels.h"
 #include "editor/controls/marks.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/layout/tag_table.h"
@@ -22,7 +24,11 @@ void forChildren(CViewContainer& container, Act&& act) {
 void disable(CView& view, bool on) {
   if (auto* const own = dynamic_cast<nCanDisable*>(&view)) return own->setDisabled(on);
   if (auto* const container = dynamic_cast<CViewContainer*>(&view)) {
-    forChildren(*container, [on](CView& child) { disable(child, on); });
+    forChildren(*container, [on](CView& child) {
+      auto* const label = dynamic_cast<CStaticTextLabel*>(&child);
+      if (label != nullptr) label->setColour(on ? look::kOff : look::kLabel);
+      disable(child, on);
+    });
   }
 }
 
@@ -92,4 +98,12 @@ void BandPanel::showStates(const ValueSource& values) {
       if (bandColumnOf(view) != BandColumn::kGraphs) disable(view, !isActive);
     });
   }
+}
+
+bandTabs* findBandTabs(const ControlIndex& controls) {
+  bandTabs* found = nullptr;
+  controls.forEach(kGUISelectedBand, [&found](CControl& control) {
+    if (auto* const tabs = dynamic_cast<bandTabs*>(&control)) found = tabs;
+  });
+  return found;
 }

@@ -6,6 +6,7 @@
 #include "editor/controls/value_source.h"
 #include "toolkit/control.h"
 
+class bandTabs;
 class roundEdgedFrame;
 
 /// Pages of a band's panel that depend on what kind of band it is, 0 or 1 each.
@@ -51,3 +52,6 @@ class BandPanel {
 
   CViewContainer* panel = nullptr;
 };
+
+/// The tabs over the panel among the controls of a surface; null without any.
+[[nodiscard]] bandTabs* findBandTabs(const ControlIndex& controls);

@@ -3,23 +3,16 @@
 #include "toolkit/look.h"
 
 void activateButton::setValue(float normalised) {
-  const bool wasOffered = isOffered();
   ValuePart::setValue(normalised);
-  if (isOffered() != wasOffered) invalid();
+  setVisible(normalised < 0.5F);
 }
 
 void activateButton::draw(CDrawContext& context) {
-  if (isOffered()) {
-    const CColor line = hasFocus() ? look::kLit : look::kBorder;
-    frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, line});
-    sign.draw(context, size.centre(), 40.0F, Icon::kPlus,
-              mix(look::kLabel, look::kText, shownHover()));
-  }
+  const CColor line = hasFocus() ? look::kLit : look::kBorder;
+  frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, line});
+  sign.draw(context, size.centre(), 40.0F, Icon::kPlus,
+            mix(look::kLabel, look::kText, shownHover()));
   setDirty(false);
-}
-
-bool activateButton::hitTest(CPoint where, CButtonState buttons) const {
-  return isOffered() && ValuePart::hitTest(where, buttons);
 }
 
 CMouseEventResult activateButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
@@ -30,5 +23,5 @@ CMouseEventResult activateButton::onMouseDown(CPoint /*where*/, CButtonState but
 
 std::optional<float> activateButton::valueByKey(const KeyEvent& key) {
   const bool turnsOn = key.key == Key::kReturn || key.key == Key::kEnter || key.key == Key::kSpace;
-  return turnsOn && isOffered() ? std::optional(1.0F) : std::nullopt;
+  return turnsOn ? std::optional(1.0F) : std::nullopt;
 }

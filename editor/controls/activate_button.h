@@ -14,16 +14,12 @@ class activateButton : public ValuePart<CControl> {
 
   void setValue(float normalised) override;
   void draw(CDrawContext& context) override;
-  [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
-  [[nodiscard]] bool isTabStop() const override { return isOffered(); }
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 
  protected:
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
 
  private:
-  [[nodiscard]] bool isOffered() const noexcept { return value < 0.5F; }
-
   BoxPicture frame;
   IconPicture sign;
 };
