@@ -10,6 +10,7 @@
 #include "apps/output/json_output.h"
 #include "editor/controls/labels.h"
 #include "editor/controls/pages.h"
+#include "toolkit/param_display.h"
 #include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
@@ -65,6 +66,7 @@ class Lister {
     }
     if (const auto* const onPage = dynamic_cast<nPage*>(&view)) page = onPage->getPageNumber();
     if (const auto* const label = dynamic_cast<CStaticTextLabel*>(&view)) text = label->getText();
+    if (const auto* const shown = dynamic_cast<CParamDisplay*>(&view)) text = shown->shownText();
     JsonTree object(jsonCreateObject());
     addMember(object, "class", jsonCreateString(classOf(view).c_str()));
     const std::string name(tag >= 0 ? tagTable().nameOf(tag) : "");

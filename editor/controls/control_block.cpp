@@ -81,7 +81,6 @@ void ValueBlock::layOut() {
 
 void ValueBlock::setViewSize(const CRect& rect, bool invalidates) {
   CGViewContainer::setViewSize(rect, invalidates);
-  setMouseableArea(rect);
   layOut();
 }
 

@@ -79,20 +79,20 @@ void nOptionMenu::putValue(float index) {
   valueChanged();
 }
 
-std::string nOptionMenu::titleShown() const {
+std::string nOptionMenu::shownText() const {
   const CMenuItem* const current = getEntry(getCurrentIndex());
   return current != nullptr ? current->title : values.textOf(getTag());
 }
 
 float nOptionMenu::shownWidth() const {
-  return look::widthOf(getTextStyle(), titleShown()) + kArrowRoom;
+  return look::widthOf(getTextStyle(), shownText()) + kArrowRoom;
 }
 
 void nOptionMenu::draw(CDrawContext& context) {
   drawOutline(context);
   TextStyle written = getTextStyle();
   written.colour = isPoppedUp() ? look::kHotValue : marks().valueColour(restColour, shownHover());
-  const std::string title = titleShown();
+  const std::string title = shownText();
   const CRect room{size.left, size.top, size.right - kArrowRoom, size.bottom};
   if (!title.empty())
     context.drawTextCached(look::cutTo(room.width(), written, title), room, written);
@@ -250,7 +250,7 @@ std::optional<float> SCSelectMenu::valueByKey(const KeyEvent& key) {
   return static_cast<float>(first - choices.begin());
 }
 
-std::string SCSelectMenu::titleShown() const {
+std::string SCSelectMenu::shownText() const {
   const Choice now = present();
   if (now.band >= 0.0F) return "BAND " + std::to_string(static_cast<int>(now.band) + 1);
   if (now.source == static_cast<float>(kExternal)) return "EXT";

@@ -24,14 +24,14 @@ class nOptionMenu : public ValuePart<COptionMenu> {
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
+  /// What stands beside the arrow.
+  [[nodiscard]] std::string shownText() const override;
   [[nodiscard]] float shownWidth() const override;
 
  protected:
   void choose(int index) override { COptionMenu::setValue(static_cast<float>(index)); }
   void putValue(float index) override;
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
-  /// What stands beside the arrow.
-  [[nodiscard]] virtual std::string titleShown() const;
   /// The plain value of an entry, and the entry of one.
   [[nodiscard]] virtual float plainAt(int index) const;
   [[nodiscard]] virtual int indexOf(float plain) const;
@@ -71,6 +71,7 @@ class SCSelectMenu : public nOptionMenu {
   [[nodiscard]] static Choice choiceOf(float told);
   [[nodiscard]] static float toldOf(Choice choice);
 
+  [[nodiscard]] std::string shownText() const override;
   /// Reads both parameters.
   void setValue(float normalised) override;
   void valueChanged() override;
@@ -78,7 +79,6 @@ class SCSelectMenu : public nOptionMenu {
  protected:
   void beforePopup() override { fill(); }
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
-  [[nodiscard]] std::string titleShown() const override;
 
  private:
   void fill();

@@ -8,6 +8,12 @@ bool CGViewContainer::hitTest(CPoint where, CButtonState buttons) const {
   return !isHidden() && CViewContainer::hitTest(where, buttons);
 }
 
+void CGViewContainer::setViewSize(const CRect& rect, bool invalidates) {
+  const bool isWhole = getMouseableArea() == size;
+  CViewContainer::setViewSize(rect, invalidates);
+  if (isWhole) setMouseableArea(rect);
+}
+
 nPage::nPage(const CRect& rect, std::int32_t number, int page)
     : CGViewContainer(rect), tag(number), pagenumber(page) {
   setControlValue(0.0F);
@@ -52,9 +58,7 @@ CMouseEventResult nDraggablePageTiled::onMouseMoved(CPoint where, CButtonState b
   const CPoint corner = where - grab;
   const float left = std::clamp(corner.x, 0.0F, std::max(0.0F, room.width() - own.width()));
   const float top = std::clamp(corner.y, 0.0F, std::max(0.0F, room.height() - own.height()));
-  const CRect moved{left, top, left + own.width(), top + own.height()};
-  setViewSize(moved);
-  setMouseableArea(moved);
+  setViewSize({left, top, left + own.width(), top + own.height()});
   return kMouseEventHandled;
 }
 

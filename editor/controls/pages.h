@@ -33,6 +33,8 @@ class CGViewContainer : public CViewContainer, public iCGinterface {
   void setHidden(bool on) override { setVisible(!on); }
   [[nodiscard]] bool isHidden() const override { return !isVisible(); }
   [[nodiscard]] bool hitTest(CPoint where, CButtonState buttons = {}) const override;
+  /// Where the mouse meets it goes along, unless that is a place of its own.
+  void setViewSize(const CRect& rect, bool invalidates = true) override;
 };
 
 /// A container that is there when its tag has one value, the number of the page.
