@@ -14,6 +14,8 @@ std::uint32_t bitOf(int band) { return isBand(band) ? 1U << band : 0U; }
 
 void BandSelection::allowSeveral() {
   editor.selectMode = 1;
+  editor.selectedBands = editor.selectedBands | bitOf(editor.currentBand);
+  editor.shownBands = editor.shownBands | bitOf(editor.currentBand);
   pendingBands = lastSelection = editor.selectedBands;
   selectionOrder.assign(1, editor.currentBand);
 }

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "editor/band_panel.h"
+#include "editor/controls/band_tabs.h"
 #include "editor/controls/glyph_buttons.h"
 #include "editor/controls/labels.h"
 #include "editor/controls/pages.h"
@@ -201,6 +203,18 @@ CView* makeDashSeparated(const Element& element, const ElementSetup& setup) {
       look::bold(9.0F, look::kValue));
 }
 
+CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
+  return new bandTabs(setup, setup.values);
+}
+
+CView* makeBandPanel(const Element& /*element*/, const ElementSetup& setup) {
+  return BandPanel::build(setup, setup.values);
+}
+
+CView* makeBandGroup(const Element& element, const ElementSetup& setup) {
+  return new bandGroup(setup.size, setup.tag, elementNumber(element, "pagenumber"));
+}
+
 CView* makeLinkButton(const Element& /*element*/, const ElementSetup& setup) {
   return new nLinkIconButton(setup);
 }
@@ -234,9 +248,9 @@ constexpr ElementRow kOwnRows[] = {
     {"roundedFrame", "roundEdgedFrame", &makeFrame<kPanel, kPanelBorder>},
     {"roundedFrameBlue", "roundEdgedFrame", &makeFrame<kBluePanel, kBlueBorder>},
     {"selectorTab", "selectorTab", &makeSelectorTab},
-    {"bandTabs", "bandTabs"},
-    {"bandGroup", "bandGroup"},
-    {"ControlSection", "nPage"},
+    {"bandTabs", "bandTabs", &makeBandTabs},
+    {"bandGroup", "bandGroup", &makeBandGroup},
+    {"ControlSection", "nPage", &makeBandPanel},
     {"EQGraph", "EQGraph"},
     {"nTTVU", "nTTVU"},
     {"nVU", "nVU"},

@@ -8,6 +8,7 @@
 #include "core/plug.h"
 #include "editing/band_menu.h"
 #include "editing/parameter_menu.h"
+#include "editor/controls/band_tabs.h"
 #include "editor/controls/option_menus.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
@@ -23,10 +24,6 @@ namespace {
 
 constexpr double kLeastZoom = 0.5;
 constexpr double kMostZoom = 4.0;
-// What `Plug::getBandFlags` tells.
-constexpr int kHasSlope = 4;
-constexpr int kHasSlope2 = 8;
-constexpr int kHasQ = 16;
 
 bool isParameterTag(std::int32_t tag) { return tag >= 0 && tag < kNumParams; }
 
@@ -80,6 +77,9 @@ void PlugEd::layoutEditor() {
   selection.allowSeveral();
   placeParts();
   placeWithoutTag();
+  panel.emplace(index());
+  panel->setMode(state().uimode);
+  if (bandTabs* const tabs = findTabs()) tabs->setGraphWidth(size.graphWidth);
   showAllValues();
 }
 
@@ -137,12 +137,12 @@ void PlugEd::showAllValues() {
 
 void PlugEd::showBandKinds() {
   for (int band = 0; band < kNumBands; ++band) {
-    const int flags = effect().getBandFlags(band);
-    const bool hasQ = (flags & (kHasQ | kHasSlope2)) == kHasQ;
-    showValue(kGUIBandShowSlope + band, (flags & kHasSlope) != 0 ? 1.0F : 0.0F);
-    showValue(kGUIBandShowQ + band, hasQ ? 1.0F : 0.0F);
-    showValue(kGUIBandShowSlope2 + band, (flags & kHasSlope2) != 0 ? 1.0F : 0.0F);
+    const BandKindPages pages = BandKindPages::of(effect().getBandFlags(band));
+    showValue(kGUIBandShowSlope + band, pages.slope);
+    showValue(kGUIBandShowQ + band, pages.q);
+    showValue(kGUIBandShowSlope2 + band, pages.slope2);
   }
+  if (panel) panel->showStates(*this);
 }
 
 void PlugEd::showListening() {
@@ -152,7 +152,18 @@ void PlugEd::showListening() {
   }
 }
 
-void PlugEd::showBands() { showValue(kGUISelectedBand, static_cast<float>(state().currentBand)); }
+void PlugEd::showBands() {
+  showValue(kGUISelectedBand, static_cast<float>(state().currentBand));
+  if (bandTabs* const tabs = findTabs()) tabs->setSelectedMask(selection.selected());
+}
+
+bandTabs* PlugEd::findTabs() {
+  bandTabs* found = nullptr;
+  index().forEach(kGUISelectedBand, [&found](CControl& control) {
+    if (found == nullptr) found = dynamic_cast<bandTabs*>(&control);
+  });
+  return found;
+}
 
 void PlugEd::parameterShown(std::int32_t tag) {
   if (tag == kSCListen) showListening();
@@ -188,6 +199,7 @@ void PlugEd::idle() {
 }
 
 void PlugEd::viewsClose() {
+  panel.reset();
   group.endAll();
   effect().edits().endAll();
   {
@@ -409,6 +421,9 @@ void PlugEd::mouseOver(CView* view) {
   for (CView* at = view; at != nullptr && tag < 0; at = at->getParentView()) {
     if (const auto* const control = dynamic_cast<CControl*>(at)) tag = control->getTag();
     if (const auto* const page = dynamic_cast<iControl*>(at)) tag = page->getControlTag();
+    if (const auto* const tabs = dynamic_cast<bandTabs*>(at)) {
+      tag = tabs->tagAt(tabs->frameToLocal(getFrame()->getCurrentMouseLocation()));
+    }
     if (toolTipText(tag).empty()) tag = -1;
   }
   showToolTip(tag);

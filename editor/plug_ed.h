@@ -1,14 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "editing/bank_selector.h"
 #include "editing/group_edit.h"
+#include "editor/band_panel.h"
 #include "editor/band_selection.h"
 #include "editor/control_marker.h"
 #include "editor/flag_ed.h"
+
+class bandTabs;
 
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
@@ -41,6 +45,7 @@ class PlugEd : public FlagEd {
   void showBandKinds();
   void showListening();
   void showBands();
+  [[nodiscard]] bandTabs* findTabs();
   void refreshWhatIsStale();
   [[nodiscard]] bool showsHelp() const;
 
@@ -67,4 +72,5 @@ class PlugEd : public FlagEd {
   BankSelector banks;
   BandSelection selection;
   ControlMarker marker;
+  std::optional<BandPanel> panel;  // while the views are there
 };

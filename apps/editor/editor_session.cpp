@@ -62,6 +62,8 @@ void EditorSession::showAs(const EditorView& view) {
   EditorState& state = runner.effect().editorState();
   state.wantedUimode = view.mode;
   state.currentBand = view.band;
+  state.selectedBands = 1U << view.band;
+  state.shownBands = 1U << view.band;
   state.zoom = view.zoom;
   state.freeWidth = static_cast<int>(view.zoom * EditorState::widthOf(view.mode));
   if (!editor->openOffScreen(static_cast<float>(view.deviceScale))) {

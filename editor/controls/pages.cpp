@@ -41,6 +41,16 @@ void nPageR::setViewSize(const CRect& rect, bool invalidates) {
   }
 }
 
+void bandGroup::setControlValue(float plain) {
+  nPage::setControlValue(plain);
+  for (std::size_t i = 0; i < getViewCount(); ++i) {
+    auto* const control = dynamic_cast<CControl*>(getView(i));
+    if (control == nullptr || control->getTag() >= 0) continue;
+    control->setValue(plain);
+    control->setDirty();
+  }
+}
+
 CMouseEventResult nDraggablePageTiled::onMouseDown(CPoint where, CButtonState buttons) {
   const CMouseEventResult taken = nPage::onMouseDown(where, buttons);
   if (taken != kMouseEventNotHandled || !buttons.isLeft()) return taken;

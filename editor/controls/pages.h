@@ -69,6 +69,15 @@ class nPageR : public nPage {
   void setViewSize(const CRect& rect, bool invalidates = true) override;
 };
 
+/// A page of controls that share its tag: what it is given, those of them that have no tag of their
+/// own are given, too.
+class bandGroup : public nPage {
+ public:
+  using nPage::nPage;
+
+  void setControlValue(float plain) override;
+};
+
 /// A page that is moved by its ground, within the window.
 class nDraggablePageTiled : public nPage {
  public:

@@ -63,8 +63,9 @@ tiledSCMenu::tiledSCMenu(const ControlSetup& setup, Held<CBitmap> frames)
 tiledLockMenuButton::tiledLockMenuButton(const ControlSetup& setup, Held<CBitmap> frames)
     : tiledMenu(setup, {std::move(frames), {}, ""}, "Gain\\nDither\\nClipper\\nLimiter") {}
 
-void CTagUpdate::send(CControlListener& listener, std::int32_t tag, float value) {
-  const auto update = Held<CTagUpdate>::adopt(new CTagUpdate({{}, &listener, tag}));
+void CTagUpdate::send(CControlListener& listener, std::int32_t tag, float value,
+                      const CRect& place) {
+  const auto update = Held<CTagUpdate>::adopt(new CTagUpdate({place, &listener, tag}));
   update->setValue(value);
   update->valueChanged();
 }

@@ -59,10 +59,12 @@ class tiledLockMenuButton : public tiledMenu {
   tiledLockMenuButton(const ControlSetup& setup, Held<CBitmap> frames);
 };
 
-/// A control of no window that tells a listener of a value for a tag.
+/// A control of no window that tells a listener of a value for a tag. Its size is `place`: what a
+/// menu is to open at, in the coordinates of the frame.
 class CTagUpdate : public CControl {
  public:
-  static void send(CControlListener& listener, std::int32_t tag, float value);
+  static void send(CControlListener& listener, std::int32_t tag, float value,
+                   const CRect& place = {});
 
  private:
   using CControl::CControl;

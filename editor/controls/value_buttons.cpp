@@ -95,9 +95,13 @@ void CDashSeparatedTextValueButton::draw(CDrawContext& context) {
   const CColor lit = marks().valueColour(getWords().onColour, shownHover());
   const CColor unlit =
       marks().isDisabled ? look::kOff : mix(look::kUnlit, look::kQuietText, shownHover());
-  put(getWords().offText, isOn() ? unlit : lit, !isOn());
+  const auto putWord = [&](bool ofOn) {
+    const bool inForce = ofOn == isOn();
+    put(ofOn ? getWords().onText : getWords().offText, inForce ? lit : unlit, inForce);
+  };
+  putWord(getWords().isOnFirst);
   put("-", look::kOff, false);
-  put(getWords().onText, isOn() ? lit : unlit, isOn());
+  putWord(!getWords().isOnFirst);
   setDirty(false);
 }
 

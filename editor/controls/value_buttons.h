@@ -17,6 +17,7 @@ class CTextValueButton : public ValuePart<COnOffButton> {
     CColor onColour;
     CColor offColour;
     bool hasPill = true;
+    bool isOnFirst = false;  ///< of two words side by side: that for 1 stands before that for 0
   };
   CTextValueButton(const ControlSetup& setup, Words words, TextStyle style);
 
@@ -42,8 +43,8 @@ class CTextValueButton : public ValuePart<COnOffButton> {
   BoxPicture pill;
 };
 
-/// Two words with a dash between them, `prefix` before them: the one in force, the first for 0, is
-/// lit and underlined.
+/// Two words with a dash between them, `prefix` before them: the one in force is lit and
+/// underlined. The first is that for 0, unless the words say otherwise.
 class CDashSeparatedTextValueButton : public CTextValueButton {
  public:
   CDashSeparatedTextValueButton(const ControlSetup& setup, std::string prefix, Words words,

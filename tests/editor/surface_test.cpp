@@ -1,4 +1,7 @@
+#include <gtest/gtest.h>
+
 #include "editor/controls/pages.h"
+#include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
 #include "tests/editor/shown_editor.h"
 
@@ -25,10 +28,9 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
       {0, kGUIBox4, 0, {654, 25, 844, 698}},
       {2, kGUIShowAdvanced, 0, {639, 621, 800, 654}},
       {0, kGUIShowAdvanced, 0, {494, 621, 655, 654}},
-      {0, kGUISelectedBand, 0, {14, 396, 800, 452}},  // the tabs
+      {0, kGUISelectedBand, 8, {14, 396, 800, 452}},  // the tabs, after eight panels
       {0, -1, 0, {14, 39, 655, 418}},                 // the graph
       {1, -1, 0, {14, 39, 800, 418}},
-      {1, -1, 5, {0, 670, 989, 698}},  // the help line
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << "tag " << row.tag << " in mode " << row.mode);
@@ -42,6 +44,10 @@ TEST(Surface, ItsPartsLieWhereTheModeHasThem) {
 
 TEST(Surface, ThePagesMeetTheMouseWhereTheyLie) {
   const Shown shown(2);
+  for (int i = 0; i < shown.editor->index().getControlCount(); ++i) {
+    const auto* const help = dynamic_cast<nToolTips*>(shown.editor->index().getControl(i));
+    if (help != nullptr) EXPECT_EQ(help->getViewSize(), (CRect{0, 670, 989, 698}));
+  }
   for (const std::int32_t tag : {kGUIBox2, kGUIBox3, kGUIBox4, kGUIPresetBox}) {
     auto* const wrapper = dynamic_cast<iControlWrapper*>(shown.editor->index().find(tag));
     ASSERT_NE(wrapper, nullptr) << tag;
@@ -66,7 +72,7 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
 
 // Falls to none as the controls are built.
 TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 16U);
+  EXPECT_EQ(ElementFactory::plainElements().size(), 13U);
 }
 
 }  // namespace

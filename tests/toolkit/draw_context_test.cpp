@@ -136,6 +136,18 @@ TEST(DrawContext, PutsEdgesOnWholePixels) {
       EXPECT_EQ(context.boxes[i].left, context.boxes[i - 1].right);
       EXPECT_EQ(context.boxes[i].left, std::round(context.boxes[i].left));
     }
+    // A picture as large as its clip is drawn, wherever its edges are rounded to.
+    BoxPicture picture;
+    for (const CRect& view : {CRect{14, 448, 800, 625}, {31, 9, 162, 47}, {495, 557, 626, 577}}) {
+      context.quads.clear();
+      context.setOffset(view.topLeft());
+      const CRect whole{0, 0, view.width(), view.height()};
+      context.setClipRect(whole);
+      picture.draw(context, whole, {3.0F, kWhiteCColor});
+      EXPECT_EQ(context.quads.size(), 1U) << view.left;
+    }
+    context.setOffset({});
+    context.setClipRect({0, 0, 1000, 1000});
     // Level and upright lines are boxes of whole pixels; whole and half places give one row.
     context.boxes.clear();
     context.setLineWidth(context.hairline());
