@@ -46,7 +46,8 @@ TEST(Surface, ThePagesMeetTheMouseWhereTheyLie) {
   const Shown shown(2);
   for (int i = 0; i < shown.editor->index().getControlCount(); ++i) {
     const auto* const help = dynamic_cast<nToolTips*>(shown.editor->index().getControl(i));
-    if (help != nullptr) EXPECT_EQ(help->getViewSize(), (CRect{0, 670, 989, 698}));
+    if (help == nullptr) continue;
+    EXPECT_EQ(help->getViewSize(), (CRect{0, 670, 989, 698}));
   }
   for (const std::int32_t tag : {kGUIBox2, kGUIBox3, kGUIBox4, kGUIPresetBox}) {
     auto* const wrapper = dynamic_cast<iControlWrapper*>(shown.editor->index().find(tag));
