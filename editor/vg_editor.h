@@ -95,7 +95,7 @@ class VGEditor : public AEffEditor,
 
   Plug& plug;
   ShownHow shownHow;
-  ElementFactory factory{*this, *this};
+  ElementFactory factory{*this, *this, plug};
   Held<CGFrame> frame;
   ControlIndex controls;
   ERect rect{0, 0, 295, 755};

@@ -126,10 +126,21 @@ bool nResizeBox::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*butto
   return false;
 }
 
+void drawFlatBox(CDrawContext& context, BoxPicture& box, const CRect& place,
+                 const std::string& text, const FlatState& state) {
+  const float hover = state.isDisabled ? 0.0F : state.hover;
+  const CColor ground = mix(look::kBluePanel, look::kBlueBorder, hover);
+  box.draw(context, place,
+           {kFlatRadius, state.isPressed ? look::kPanel : ground,
+            state.isPressed ? look::kLit : look::kBlueBorder});
+  CColor colour = mix(kButtonWord, look::kText, state.isPressed ? 1.0F : hover);
+  if (state.isDisabled) colour = look::kOff;
+  const TextStyle style = look::bold(look::kSmallTextSize, colour, kCenterText);
+  context.drawTextCached(look::cutTo(place.width(), style, text), place, style);
+}
+
 FlatButton::FlatButton(const ControlSetup& setup, std::string words)
-    : WithHover(setup, Held<CBitmap>()),
-      text(std::move(words)),
-      style(look::bold(look::kSmallTextSize, kButtonWord, kCenterText)) {}
+    : WithHover(setup, Held<CBitmap>()), text(std::move(words)) {}
 
 void FlatButton::setText(std::string words) {
   if (words == text) return;
@@ -138,14 +149,7 @@ void FlatButton::setText(std::string words) {
 }
 
 void FlatButton::draw(CDrawContext& context) {
-  const float hover = isDisabled ? 0.0F : hoverShare();
-  const bool isPressed = isOn();
-  box.draw(context, size,
-           {kFlatRadius, isPressed ? look::kPanel : mix(look::kBluePanel, look::kBlueBorder, hover),
-            isPressed ? look::kLit : look::kBlueBorder});
-  style.colour = mix(kButtonWord, look::kText, isPressed ? 1.0F : hover);
-  if (isDisabled) style.colour = look::kOff;
-  context.drawTextCached(text, size, style);
+  drawFlatBox(context, box, size, text, {hoverShare(), isOn(), isDisabled});
   setDirty(false);
 }
 

@@ -88,6 +88,15 @@ class nResizeBox : public CControl {
   float startWidth = 0.0F;
 };
 
+/// How a box with a word that is pressed looks just now.
+struct FlatState {
+  float hover = 0.0F;  ///< 0 to 1
+  bool isPressed = false;
+  bool isDisabled = false;
+};
+void drawFlatBox(CDrawContext& context, BoxPicture& box, const CRect& place,
+                 const std::string& text, const FlatState& state);
+
 /// A button with a word; `CMovieButton` in all but its look.
 class FlatButton : public WithHover<CKickButton>, public nCanDisable {
  public:
@@ -100,7 +109,6 @@ class FlatButton : public WithHover<CKickButton>, public nCanDisable {
 
  private:
   std::string text;
-  TextStyle style;
   BoxPicture box;
   bool isDisabled = false;
 };

@@ -79,7 +79,7 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
 
 // Falls to none as the controls are built.
 TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 29U);
+  EXPECT_EQ(ElementFactory::plainElements().size(), 23U);
 }
 
 }  // namespace
