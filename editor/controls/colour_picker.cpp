@@ -12,11 +12,11 @@
 
 namespace {
 
-constexpr float kWidth = 208.0F;
-constexpr float kHeight = 176.0F;
-constexpr float kInside = 12.0F;
+constexpr float kPanelWidth = 208.0F;
+constexpr float kPanelHeight = 176.0F;
+constexpr float kPanelInside = 12.0F;
 constexpr float kStripWidth = 16.0F;
-constexpr float kGap = 8.0F;
+constexpr float kStripGap = 8.0F;
 constexpr float kTextHeight = 22.0F;
 constexpr float kKeyStep = 0.02F;
 constexpr float kMostColour = 16777215.0F;
@@ -59,7 +59,7 @@ float shareOf(float at, float from, float to) {
 nColourPicker::nColourPicker(const ControlSetup& setup) : CControl(setup) { setMax(kMostColour); }
 
 CRect nColourPicker::square() const {
-  return {size.left, size.top, size.right - kStripWidth - kGap, size.bottom};
+  return {size.left, size.top, size.right - kStripWidth - kStripGap, size.bottom};
 }
 
 CRect nColourPicker::strip() const {
@@ -127,7 +127,7 @@ void nColourPicker::choose(float wantedHue, float wantedSaturation, float wanted
 
 CMouseEventResult nColourPicker::onMouseDown(CPoint where, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
-  held = where.x >= strip().left - 0.5F * kGap ? Grip::kStrip : Grip::kSquare;
+  held = where.x >= strip().left - 0.5F * kStripGap ? Grip::kStrip : Grip::kSquare;
   return onMouseMoved(where, buttons);
 }
 
@@ -218,9 +218,9 @@ ColourPanel::ColourPanel(const CRect& window, const CRect& place, std::uint32_t 
                          Chosen chosen)
     : CViewContainer(window), box(place), told(std::move(chosen)) {
   addView(new nPickerCloser({window.movedBy(-window.left, -window.top), this, -1}));
-  const CRect inner = box.inset(kInside, kInside);
+  const CRect inner = box.inset(kPanelInside, kPanelInside);
   const float textTop = inner.bottom - kTextHeight;
-  picker = new nColourPicker({{inner.left, inner.top, inner.right, textTop - kGap}, this, -1});
+  picker = new nColourPicker({{inner.left, inner.top, inner.right, textTop - kStripGap}, this, -1});
   addView(picker);
   text = new nColourPickerText({{inner.left, textTop, inner.right, inner.bottom}, this, -1});
   addView(text);
@@ -230,13 +230,14 @@ ColourPanel::ColourPanel(const CRect& window, const CRect& place, std::uint32_t 
 
 void ColourPanel::open(CFrame& frame, const CRect& beside, std::uint32_t colour, Chosen chosen) {
   const CRect window{0.0F, 0.0F, frame.getSize().width(), frame.getSize().height()};
-  const float left = std::clamp(beside.left, 0.0F, std::max(0.0F, window.right - kWidth));
-  const bool isBelow = beside.bottom + kHeight <= window.bottom;
-  const float top = isBelow ? beside.bottom : std::max(0.0F, beside.top - kHeight);
-  auto* const panel =
-      new ColourPanel(window, {left, top, left + kWidth, top + kHeight}, colour, std::move(chosen));
+  const float left = std::clamp(beside.left, 0.0F, std::max(0.0F, window.right - kPanelWidth));
+  const bool isBelow = beside.bottom + kPanelHeight <= window.bottom;
+  const float top = isBelow ? beside.bottom : std::max(0.0F, beside.top - kPanelHeight);
+  auto* const panel = new ColourPanel(window, {left, top, left + kPanelWidth, top + kPanelHeight},
+                                      colour, std::move(chosen));
   frame.addView(panel);
   frame.setFocusView(panel);
+  frame.wantIdle(*panel, true);
 }
 
 void ColourPanel::drawBackgroundRect(CDrawContext& context, const CRect& /*part*/) {
@@ -251,6 +252,12 @@ bool ColourPanel::onKeyDown(const KeyEvent& key) {
   return true;
 }
 
+void ColourPanel::onIdle() {
+  // After its own text has had the keys.
+  const bool isWriting = text->isEditing();
+  if (std::exchange(wasWriting, isWriting) && !isWriting) getFrame()->setFocusView(this);
+}
+
 void ColourPanel::valueChanged(CControl& control) {
   const Held<ColourPanel> stays(this);
   if (&control != picker && &control != text) {
@@ -262,7 +269,6 @@ void ColourPanel::valueChanged(CControl& control) {
     text->setValue(value);
   } else {
     picker->setValue(value);
-    if (getFrame() != nullptr) getFrame()->setFocusView(this);
   }
   if (told) told(codeOf(value));
 }

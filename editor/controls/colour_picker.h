@@ -68,6 +68,7 @@ class ColourPanel : public CViewContainer, public CControlListener {
 
   void drawBackgroundRect(CDrawContext& context, const CRect& part) override;
   bool onKeyDown(const KeyEvent& key) override;
+  void onIdle() override;
   void valueChanged(CControl& control) override;
 
  private:
@@ -79,4 +80,5 @@ class ColourPanel : public CViewContainer, public CControlListener {
   nColourPicker* picker;  // a child, as is the next
   nColourPickerText* text;
   Chosen told;
+  bool wasWriting = false;
 };

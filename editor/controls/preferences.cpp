@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr float kLeft = 18.0F;
-constexpr float kTop = 16.0F;
+constexpr float kPreferencesLeft = 18.0F;
+constexpr float kPreferencesTop = 16.0F;
 constexpr float kRowWidth = 240.0F;
 constexpr std::uint64_t kSavedMs = 2000;
 constexpr std::array<const char*, 3> kPageNames = {"Basics", "Mouse", "Behaviour"};
@@ -30,12 +30,12 @@ Preferences::Preferences(const ControlSetup& setup, Globals& preferences, Preset
 SettingPage Preferences::page() const {
   SettingPage shown;
   int pages = 0;
-  float top = kTop;
+  float top = kPreferencesTop;
   for (const Preference& preference : globals.list()) {
     pages = std::max(pages, preference.page + 1);
     if (preference.page != shownPage || preference.values.empty()) continue;
     SettingRow row{{}, preference.key, preference.values, {}, double(preference.value)};
-    row.place = {kLeft, top, kLeft + kRowWidth, top + look::kRowHeight};
+    row.place = {kPreferencesLeft, top, kPreferencesLeft + kRowWidth, top + look::kRowHeight};
     shown.rows.push_back(std::move(row));
     top += kRowPitch;
   }

@@ -17,8 +17,8 @@ constexpr CColor kRowName = CColor::rgb(0x9A9A9A);
 constexpr CColor kHotGround = CColor::rgb(0xFFFFFF, 13);
 constexpr CColor kRing = CColor::rgb(0x4E9ACC, 217);
 constexpr float kRowMargin = 8.0F;  // that is lit, and pressed, beside a row
-constexpr float kArrowRoom = 11.0F;
-constexpr float kArrowSize = 9.0F;
+constexpr float kRowArrowRoom = 11.0F;
+constexpr float kRowArrowSize = 9.0F;
 constexpr float kSwatchRoom = 22.0F;
 constexpr float kLeastGap = 6.0F;  // between name and value
 constexpr float kMostValue = 0.6F;
@@ -154,7 +154,7 @@ void SettingRows::drawRow(CDrawContext& context, const SettingRow& row, bool isH
   const TextStyle style = look::bold(look::kTextSize, valueColour, kRightText);
   const bool hasMenu = !row.choices.empty();
   CRect room = place;
-  if (hasMenu) room.right -= kArrowRoom;
+  if (hasMenu) room.right -= kRowArrowRoom;
   if (row.isColour) {
     const CRect box{room.right - 16.0F, place.top + 5.0F, room.right, place.bottom - 5.0F};
     const auto code = static_cast<std::uint32_t>(row.nearest(row.value));
@@ -168,7 +168,7 @@ void SettingRows::drawRow(CDrawContext& context, const SettingRow& row, bool isH
   context.drawTextCached(look::cutTo(room.width(), nameStyle, row.name), room, nameStyle);
   if (!hasMenu) return;
   (isHot ? hotArrow : arrow)
-      .draw(context, {place.right - 4.0F, place.centre().y + 0.5F}, kArrowSize, Icon::kDown,
+      .draw(context, {place.right - 4.0F, place.centre().y + 0.5F}, kRowArrowSize, Icon::kDown,
             valueColour);
 }
 
@@ -218,6 +218,12 @@ void SettingRows::act(const Spot& spot, const SettingPage& shown) {
     openRow(shown.rows[spot.index], false, false);
   } else if (spot.part == Part::kTab) {
     showTab(static_cast<int>(spot.index));
+    // Another page has other rows before the tabs.
+    const std::vector<Spot> spots = spotsOf(page());
+    const auto same = std::ranges::find_if(spots, [&spot](const Spot& other) {
+      return other.part == spot.part && other.index == spot.index;
+    });
+    hot = std::exchange(keyed, static_cast<int>(same - spots.begin())) == hot ? keyed : kNone;
   } else {
     pressButton();
   }

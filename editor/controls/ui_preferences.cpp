@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr float kLeft = 18.0F;
-constexpr float kTop = 10.0F;
+constexpr float kGroupsLeft = 18.0F;
+constexpr float kGroupsTop = 10.0F;
 constexpr float kColumnWidth = 196.0F;
 constexpr float kColumnPitch = 218.0F;
 constexpr int kColumns = 2;
@@ -61,13 +61,13 @@ class PageMaker {
     const bool isOwn = std::ranges::find(kOwnTabs, group.name) != std::end(kOwnTabs);
     if (pages.empty() || isOwn || wasOwn) {
       begin(group.name);
-    } else if (top > kTop && top + group.height() > bottom) {
+    } else if (top > kGroupsTop && top + group.height() > bottom) {
       if (++column == kColumns) begin(group.name);
-      top = kTop;
+      top = kGroupsTop;
     }
     wasOwn = isOwn;
     SettingPage& page = pages.back();
-    const float left = kLeft + static_cast<float>(column) * kColumnPitch;
+    const float left = kGroupsLeft + static_cast<float>(column) * kColumnPitch;
     page.headings.push_back({group.name, {left, top, left + kColumnWidth, top + kHeadingHeight}});
     float rowTop = top + kRowsBelow;
     for (SettingRow& row : group.rows) {
@@ -92,14 +92,14 @@ class PageMaker {
     pages.emplace_back();
     names.push_back(name);
     column = 0;
-    top = kTop;
+    top = kGroupsTop;
   }
 
   float bottom;
   std::vector<SettingPage> pages;
   std::vector<std::string> names;
   int column = 0;
-  float top = kTop;
+  float top = kGroupsTop;
   bool wasOwn = false;
 };
 
