@@ -149,7 +149,7 @@ void Plug::restoreLoadedState(std::int32_t marker, bool towardsRedo) {
 }
 
 void Plug::applyGlobalPreferences() {
-  const Preferences wanted = Preferences::of(ownMachine.globals());
+  const AppliedPreferences wanted = AppliedPreferences::of(ownMachine.globals());
   handOver.withEngine([&wanted, rate = getSampleRate()](compressor& it) {
     it.setMeterBallistic(wanted.meterBallistic, static_cast<double>(rate));
     it.setAutolistenPassband(wanted.autolistenPassband);

@@ -1,9 +1,9 @@
 #include "core/preferences.h"
 
-Preferences Preferences::of(const Globals& globals) {
+AppliedPreferences AppliedPreferences::of(const Globals& globals) {
   constexpr int kNoTable = -1;  // read for every preference if there is no table
   const auto choice = [&globals](const char* key) { return globals.getGlobal(key, kNoTable); };
-  Preferences wanted;
+  AppliedPreferences wanted;
   wanted.meterBallistic = choice("Meter Ballistic");
   wanted.autolistenPassband = choice("Autolisten") != 0;
   wanted.simpleNumbers = choice("Number Format") != 0;

@@ -4,12 +4,12 @@
 #include "state/globals.h"
 
 /// The machine-wide preferences that an instance uses. Members are initialised to the defaults.
-struct Preferences {
+struct AppliedPreferences {
   int meterBallistic = kDigital;    ///< "Meter Ballistic": a `MeterBallistic`
   bool autolistenPassband = false;  ///< "Autolisten": "Passband"
   bool simpleNumbers = false;       ///< "Number Format": "Simple"
   bool gestures = true;             ///< "VST Gestures"
   bool automateBanks = false;       ///< "A/B Automation": "All"
 
-  [[nodiscard]] static Preferences of(const Globals& globals);
+  [[nodiscard]] static AppliedPreferences of(const Globals& globals);
 };

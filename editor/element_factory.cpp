@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "editor/controls/section.h"
 #include "editor/own_elements.h"
 #include "editor/stock_elements.h"
 #include "editor/value_elements.h"
@@ -29,7 +30,7 @@ bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { r
 std::optional<CView*> ElementFactory::createStockView(const LayoutElement& element) {
   const ElementRow* const row = rowOf(stockElements(), element);
   if (row == nullptr) return std::nullopt;
-  return row->make(element, {{element.rect, &listener, element.tag}, values});
+  return row->make(element, {{element.rect, &listener, element.tag}, values, effect});
 }
 
 CView* ElementFactory::createCustomView(const LayoutElement& element) {
@@ -37,12 +38,15 @@ CView* ElementFactory::createCustomView(const LayoutElement& element) {
   if (row == nullptr) row = rowOf(valueElements(), element);
   if (row == nullptr) return nullptr;
   const std::int32_t tag = row->ownTag >= 0 ? row->ownTag : element.tag;
-  const ElementSetup setup{{element.rect, &listener, tag}, values};
+  const ElementSetup setup{{element.rect, &listener, tag}, values, effect};
   if (row->make != nullptr) return row->make(element, setup);
   return new PlainElement(setup, std::string(row->className));
 }
 
-void ElementFactory::addView(CViewContainer& parent, CView& view) { parent.addView(&view); }
+void ElementFactory::addView(CViewContainer& parent, CView& view) {
+  parent.addView(&view);
+  if (auto* const section = dynamic_cast<nSection*>(&parent)) section->spaceViews();
+}
 
 CViewContainer* ElementFactory::asContainer(CView& view) {
   return dynamic_cast<CViewContainer*>(&view);

@@ -8,6 +8,8 @@
 #include "editor/layout/walker.h"
 #include "toolkit/control.h"
 
+class Plug;
+
 /// A control that only shows where it is: what stands for an element whose own class is not built
 /// yet, under that class's name.
 class PlainElement : public CControl {
@@ -25,8 +27,10 @@ class PlainElement : public CControl {
 /// Makes the views of a layout's elements. Threads: as `CView`.
 class ElementFactory : public ViewMaker {
  public:
-  /// `listener` hears of the controls and `values` knows what they show; both outlive them.
-  ElementFactory(CControlListener& who, ValueSource& source) : listener(who), values(source) {}
+  /// `who` hears of the controls, `source` knows what they show, and `shown` is the effect; all
+  /// outlive them.
+  ElementFactory(CControlListener& who, ValueSource& source, Plug& shown)
+      : listener(who), values(source), effect(shown) {}
 
   std::optional<CView*> createStockView(const LayoutElement& element) override;
   CView* createCustomView(const LayoutElement& element) override;
@@ -39,4 +43,5 @@ class ElementFactory : public ViewMaker {
  private:
   CControlListener& listener;
   ValueSource& values;
+  Plug& effect;
 };

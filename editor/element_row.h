@@ -8,11 +8,14 @@
 #include "toolkit/bitmap.h"
 #include "toolkit/control.h"
 
+class Plug;
 class ValueSource;
 
-/// Beside what every control has, what values are asked of.
+/// Beside what every control has, what values are asked of, and the effect that is shown, for what
+/// is no value.
 struct ElementSetup : ControlSetup {
   ValueSource& values;
+  Plug& effect;
 };
 
 /// An element that layouts may name: its class, and what makes it.

@@ -18,6 +18,7 @@
 #include "editor/controls/tool_tips.h"
 #include "editor/controls/value_buttons.h"
 #include "editor/layout/tag_table.h"
+#include "editor/setup_elements.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -243,7 +244,7 @@ constexpr ElementRow kOwnRows[] = {
     {"nPageSelect", "nPageSelect", &makePageSelect<nPageSelect>},
     {"nDarken", "nDarken", &makeDarken},
     {"nGrey", "nBypassOverlay", &makeBypassOverlay},
-    {"Section", "nSection"},
+    {"Section", "nSection", &makeSection},
     {"Separator", "nSeparator", &makeSeparator},
     {"roundedFrame", "roundEdgedFrame", &makeFrame<kPanel, kPanelBorder>},
     {"roundedFrameBlue", "roundEdgedFrame", &makeFrame<kBluePanel, kBlueBorder>},
@@ -275,11 +276,11 @@ constexpr ElementRow kOwnRows[] = {
     {"CMovieButton3", "CMovieButton3", &makeTiledByPicture<CMovieButton3>},
     {"nLinkButton", "nLinkIconButton", &makeLinkButton},
     {"nResizeBox", "nResizeBox", &makeResizeBox, kGUIResize},
-    {"CPresetMenu", "CPresetMenu"},
-    {"CTTPresetMenu2", "CTTPresetMenu2"},
-    {"SetupWindow", "SetupWindow"},
-    {"Preferences", "Preferences", nullptr, kGUIPrefsChange},
-    {"UIPreferences", "UIPreferences", nullptr, kGUIUIPrefsChange},
+    {"CPresetMenu", "CPresetMenu", &makePresetMenu},
+    {"CTTPresetMenu2", "CTTPresetMenu2", &makePresetMenu2},
+    {"SetupWindow", "SetupWindow", &makeSetupWindow},
+    {"Preferences", "Preferences", &makePreferences, kGUIPrefsChange},
+    {"UIPreferences", "UIPreferences", &makeUiPreferences, kGUIUIPrefsChange},
 };
 
 }  // namespace

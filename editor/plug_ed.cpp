@@ -8,12 +8,12 @@
 #include "core/plug.h"
 #include "editing/band_menu.h"
 #include "editing/parameter_menu.h"
+#include "editor/controls/action_menu.h"
 #include "editor/controls/band_tabs.h"
 #include "editor/controls/option_menus.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
-#include "editor/menu_adapter.h"
 #include "editor/surface_layout.h"
 #include "editor/tool_tip_texts.h"
 #include "platform/paths.h"
@@ -384,7 +384,7 @@ bool PlugEd::toggleLock(std::int32_t id) {
 
 void PlugEd::openParameterMenu(std::int32_t id) {
   const ParameterMenuParts parts{effect().edits(), state(), effect().machine().midiMap()};
-  popupMenu(*getFrame(), getFrame()->getCurrentMouseLocation(), parameterMenu(parts, id));
+  openActionMenu(*getFrame(), getFrame()->getCurrentMouseLocation(), parameterMenu(parts, id));
 }
 
 void PlugEd::openBandMenu(int band, CPoint where) {
@@ -393,7 +393,7 @@ void PlugEd::openBandMenu(int band, CPoint where) {
   const BandMenuParts parts{
       edits, edits.bands, edits.bandFiles, state(), effect().machine().globals(), *dialogs()};
   const std::lock_guard guard(getFrame()->treeLock());
-  popupMenu(*getFrame(), where, bandMenu(parts, band));
+  openActionMenu(*getFrame(), where, bandMenu(parts, band));
 }
 
 void PlugEd::setControlHighlight(std::int32_t tag, bool on, std::int32_t colour) {

@@ -108,7 +108,7 @@ class VGEditor : public AEffEditor,
   KeptResources kept;  // goes last, after all that holds some
   Plug& plug;
   ShownHow shownHow;
-  ElementFactory factory{*this, *this};
+  ElementFactory factory{*this, *this, plug};
   Held<CGFrame> frame;
   std::unique_ptr<FrameDialogs> boxes;  // of `frame`
   ControlIndex controls;

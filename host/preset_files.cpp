@@ -121,6 +121,17 @@ void PresetFiles::choosePreset(std::string_view menuPath, int index) {
   if (chosen != nullptr && clampPlace({chosen, index})) loadEntry({chosen, index});
 }
 
+void PresetFiles::choosePresetNamed(std::string_view menuPath, std::string_view text) {
+  const PresetMenu* const chosen = findMenu(menuPath);
+  if (chosen == nullptr) return;
+  const auto found = std::ranges::find_if(chosen->entries, [text](const PresetMenu::Entry& entry) {
+    return entry.submenu == nullptr && entry.text == text;
+  });
+  if (found != chosen->entries.end()) {
+    loadEntry({chosen, found - chosen->entries.begin()});
+  }
+}
+
 void PresetFiles::loadCurrentPreset() {
   const Target here = targetOf(0);
   if (here.menu != nullptr && clampPlace(here)) loadEntry(here);

@@ -43,6 +43,9 @@ class PresetFiles {
 
   /// Loads entry `index` of the menu with this `path` and makes it the current place.
   void choosePreset(std::string_view menuPath, int index);
+  /// As `choosePreset`, by the text of a file's entry: for a menu that was shown before the folders
+  /// were read last.
+  void choosePresetNamed(std::string_view menuPath, std::string_view text);
   // Load the entry after or before the place, in the same menu, never beyond its ends or in a
   // submenu. Presets that cannot be loaded are skipped and the user is told of them; if none can,
   // the place stays. Without a valid place the first entry of the root is loaded.

@@ -7,7 +7,7 @@
 
 #include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
-#include "editor/menu_adapter.h"
+#include "editor/controls/action_menu.h"
 #include "graphs/opengl/gl_picture.h"
 #include "host/alerts.h"
 #include "tests/editor/shown_editor.h"
@@ -100,16 +100,13 @@ TEST(Editor, MenusDoWhatIsChosen) {
   menu.addChecked("b", true, nullptr);
   menu.entries.back().enabled = false;
   menu.addSubmenu(inner);
-  const auto filled = Held<COptionMenu>::adopt(new COptionMenu(ControlSetup{}));
-  fillMenu(*filled, menu);
-  EXPECT_TRUE(filled->isCheckEntry(2) && !filled->getEntry(2)->isEnabled);
   const int id = bandParameterId(2, kB1Threshold);
   shown.plug.setParameter(id, 0.1F);
   shown.change(kGUIOpenBandMenu, 2);
   shown.press({Key::kDown, Key::kRight, Key::kReturn});
   EXPECT_EQ(shown.plug.getParameter(id), shown.plug.getParameterDefault(id));
   const auto choose = [&](std::initializer_list<Key> keys) {
-    popupMenu(*shown.editor->shownFrame(), {100, 100}, menu);
+    openActionMenu(*shown.editor->shownFrame(), {100, 100}, menu);
     shown.press(keys);
   };
   choose({Key::kDown, Key::kReturn});
