@@ -17,7 +17,7 @@ constexpr float kPanelHeight = 176.0F;
 constexpr float kPanelInside = 12.0F;
 constexpr float kStripWidth = 16.0F;
 constexpr float kStripGap = 8.0F;
-constexpr float kTextHeight = 22.0F;
+constexpr float kCodeHeight = 22.0F;
 constexpr float kKeyStep = 0.02F;
 constexpr float kMostColour = 16777215.0F;
 constexpr std::array<std::uint32_t, 7> kHues = {0xFF0000, 0xFFFF00, 0x00FF00, 0x00FFFF,
@@ -219,7 +219,7 @@ ColourPanel::ColourPanel(const CRect& window, const CRect& place, std::uint32_t 
     : CViewContainer(window), box(place), told(std::move(chosen)) {
   addView(new nPickerCloser({window.movedBy(-window.left, -window.top), this, -1}));
   const CRect inner = box.inset(kPanelInside, kPanelInside);
-  const float textTop = inner.bottom - kTextHeight;
+  const float textTop = inner.bottom - kCodeHeight;
   picker = new nColourPicker({{inner.left, inner.top, inner.right, textTop - kStripGap}, this, -1});
   addView(picker);
   text = new nColourPickerText({{inner.left, textTop, inner.right, inner.bottom}, this, -1});

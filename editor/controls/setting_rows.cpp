@@ -14,13 +14,13 @@
 namespace {
 
 constexpr CColor kRowName = CColor::rgb(0x9A9A9A);
-constexpr CColor kHotGround = CColor::rgb(0xFFFFFF, 13);
-constexpr CColor kRing = CColor::rgb(0x4E9ACC, 217);
+constexpr CColor kHotRowGround = CColor::rgb(0xFFFFFF, 13);
+constexpr CColor kKeyRing = CColor::rgb(0x4E9ACC, 217);
 constexpr float kRowMargin = 8.0F;  // that is lit, and pressed, beside a row
 constexpr float kRowArrowRoom = 11.0F;
 constexpr float kRowArrowSize = 9.0F;
 constexpr float kSwatchRoom = 22.0F;
-constexpr float kLeastGap = 6.0F;  // between name and value
+constexpr float kNameGap = 6.0F;  // between name and value
 constexpr float kMostValue = 0.6F;
 constexpr float kMenuWidth = 110.0F;
 constexpr float kTabsLeft = 18.0F;
@@ -28,7 +28,7 @@ constexpr float kTabPadding = 24.0F;
 constexpr float kButtonLeft = 314.0F;
 constexpr float kButtonWidth = 118.0F;
 constexpr double kDragPixels = 200.0;  // from one end of a number to the other
-constexpr double kFine = 0.1;
+constexpr double kFineDrag = 0.1;
 
 /// So many that a step of a two-hundredth shows.
 int decimalsOf(double range) {
@@ -142,14 +142,14 @@ void SettingRows::draw(CDrawContext& context) {
       button.draw(context, spot.place, shown.button, {isHot ? 1.0F : 0.0F, isPressed, false, false});
     }
     if (isFocused && static_cast<int>(i) == keyed) {
-      ring.draw(context, spot.place, {3.0F, kTransparentCColor, kRing});
+      ring.draw(context, spot.place, {3.0F, kTransparentCColor, kKeyRing});
     }
   }
 }
 
 void SettingRows::drawRow(CDrawContext& context, const SettingRow& row, bool isHot) {
   const CRect place = placed(row.place);
-  if (isHot) hotRow.draw(context, place.inset(-kRowMargin, 0.0F), {2.5F, kHotGround});
+  if (isHot) hotRow.draw(context, place.inset(-kRowMargin, 0.0F), {2.5F, kHotRowGround});
   const CColor valueColour = isHot ? look::kHotValue : look::kValue;
   const TextStyle style = look::bold(look::kTextSize, valueColour, kRightText);
   const bool hasMenu = !row.choices.empty();
@@ -163,7 +163,7 @@ void SettingRows::drawRow(CDrawContext& context, const SettingRow& row, bool isH
   }
   const std::string written = look::cutTo(kMostValue * row.place.width(), style, row.text());
   context.drawTextCached(written, room, style);
-  room.right -= look::widthOf(style, written) + kLeastGap;
+  room.right -= look::widthOf(style, written) + kNameGap;
   const TextStyle nameStyle = look::regular(look::kTextSize, isHot ? look::kQuietText : kRowName);
   context.drawTextCached(look::cutTo(room.width(), nameStyle, row.name), room, nameStyle);
   if (!hasMenu) return;
@@ -260,7 +260,7 @@ CMouseEventResult SettingRows::onMouseMoved(CPoint where, CButtonState buttons) 
   if (drag) {
     SettingRow now = drag->row;
     const double way = double{where.x} - drag->from.x - (double{where.y} - drag->from.y);
-    const double share = way / kDragPixels * (buttons.has(kShift) ? kFine : 1.0);
+    const double share = way / kDragPixels * (buttons.has(kShift) ? kFineDrag : 1.0);
     for (const SettingRow& row : page().rows) {
       if (row.group == now.group && row.name == now.name) now.value = row.value;
     }
