@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/plug.h"
+#include "editor/controls/preset_menus.h"
 #include "editor/controls/tiled_buttons.h"
 #include "editor/controls/value_part.h"
 #include "editor/layout/tag_table.h"
@@ -79,6 +80,10 @@ void FlagEd::tagChanged(std::int32_t tag, const CControl& control) {
     case kGUILoadBank:
       if (value == 1.0F) askForFile(tag);
       return;
+    case kGUIPresetMenu:
+    case kGUIPresetName:
+      showValue(kGUIPresetName, 0.0F);
+      return;
     default:  // pages and what shows the same
       showValue(tag, value);
   }
@@ -90,6 +95,7 @@ void FlagEd::viewsClose() {
 }
 
 void FlagEd::showOwnState() {
+  refreshPresetMenu();
   showTray();
   showSetup();
   const bool carries = (effect().getLoadingFlags() & LoadingFlags::kCarriesEditor) != 0;
@@ -125,6 +131,12 @@ void FlagEd::showButtons() {
   setDisabled(index(), kGUIRedo, !effect().canRedo());
   setDisabled(index(), kGUIPresetPrev, !effect().presetFiles().previousEnabled());
   setDisabled(index(), kGUIPresetNext, !effect().presetFiles().nextEnabled());
+}
+
+void FlagEd::refreshPresetMenu() {
+  index().forEach(kGUIPresetMenu, [](CControl& control) {
+    if (auto* const menu = dynamic_cast<CPresetMenu*>(&control)) menu->refresh();
+  });
 }
 
 void FlagEd::stepPreset(bool forward) {
@@ -228,7 +240,8 @@ void FlagEd::idle() {
     const std::lock_guard guard(getFrame()->treeLock());
     EditorState& state = effect().editorState();
     if (state.loadingFlagsStale.exchange(false)) showOwnState();
-    state.presetNameStale.exchange(false);
+    if (state.presetMenuStale.exchange(false)) refreshPresetMenu();
+    if (state.presetNameStale.exchange(false)) showValue(kGUIPresetName, 0.0F);
     showButtons();
   }
   VGEditor::idle();

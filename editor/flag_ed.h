@@ -36,6 +36,7 @@ class FlagEd : public VGEditor {
   void showTray();
   void showSetup();
   void askForFile(std::int32_t tag);
+  void refreshPresetMenu();
   void stepPreset(bool forward);
   bool closeWhatFloats();
   bool moveFocus(bool forward);

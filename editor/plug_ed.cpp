@@ -284,6 +284,10 @@ bool PlugEd::tagChanged(const CControl& control) {
       effect().applyGlobalPreferences();
       layoutEditor();
       return true;
+    case kGUIUIPrefsChange:
+      effect().markChanged();
+      applyUiSettings();
+      return true;
     case kGUIBandGraph:
       state().bandGraph = static_cast<int>(value);
       showValue(tag, value);
@@ -352,6 +356,10 @@ void PlugEd::resize(float width) {
 void PlugEd::hideHelp() {
   effect().machine().globals().setGlobal("Mouseover Help", 0);
   layoutEditor();
+}
+
+void PlugEd::applyUiSettings() {
+  effect().setMeterDecay(effect().uiSettings().getUiValue("Graph", "GR Decay"));
 }
 
 void PlugEd::toggleMode(int mode) { state().wantedUimode = state().uimode == mode ? 0 : mode; }

@@ -58,6 +58,7 @@ class PlugEd : public FlagEd {
   void chooseBank(int bank);
   void resize(float width);
   void hideHelp();
+  void applyUiSettings();
   void toggleMode(int mode);
   void openParameterMenu(std::int32_t id);
   bool toggleLock(std::int32_t id);
