@@ -1,6 +1,7 @@
 #include "editor/controls/control_block.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "toolkit/look.h"
@@ -163,7 +164,7 @@ void ValueBlock::drawRect(CDrawContext& context, const CRect& part) {
   // What lies around it is drawn in the clip of its container.
   const bool isOpen = !shownMarks->marks().isDisabled && !shownMarks->marks().isLocked;
   if (isSetupRow && isOpen && fade.share() > 0.0F) {
-    const auto alpha = static_cast<std::uint8_t>(13.0F * fade.share() + 0.5F);
+    const auto alpha = static_cast<std::uint8_t>(std::lround(13.0F * fade.share()));
     rowGround.draw(context, size.inset(-kSetupReach, 0.0F), {2.5F, {255, 255, 255, alpha}});
   }
   outline.draw(context, size, shownMarks->marks(), outlineState());

@@ -34,7 +34,7 @@ std::vector<float> detentsOf(std::string_view list) {
   return detents;
 }
 
-nFader::nFader(const ControlSetup& setup, ValueSource& source, FaderOptions options,
+nFader::nFader(const ControlSetup& setup, ValueSource& source, const FaderOptions& options,
                Held<CBitmap> picture)
     : ValuePart(setup, options.style, 0.0F, 0.0F, Held<CBitmap>(), std::move(picture)),
       values(source),

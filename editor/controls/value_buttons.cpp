@@ -106,7 +106,7 @@ SCListenButton::SCListenButton(const ControlSetup& setup)
     : SCListenButton(setup, std::string(kListenGlyph), 16.0F) {}
 
 SCListenButton::SCListenButton(const ControlSetup& setup, std::string glyph, float glyphSize)
-    : CTextValueButton(setup, {glyph, glyph, kBlackCColor, look::kLabel, false},
+    : CTextValueButton(setup, {glyph, std::move(glyph), kBlackCColor, look::kLabel, false},
                        look::bold(glyphSize, look::kLabel, kCenterText)) {}
 
 void SCListenButton::draw(CDrawContext& context) {

@@ -64,10 +64,11 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
   void onMouseEntered(CPoint where, CButtonState buttons) override {
     WithHover<Base>::onMouseEntered(where, buttons);
     if (holder != nullptr) holder->partHovered(true);
-    if (marks().isLocked) this->getFrame()->setCursor(Cursor::kForbidden);
+    forbids = marks().isLocked;
+    if (forbids) this->getFrame()->setCursor(Cursor::kForbidden);
   }
   void onMouseExited() override {
-    if (marks().isLocked && this->getFrame() != nullptr) {
+    if (std::exchange(forbids, false) && this->getFrame() != nullptr) {
       this->getFrame()->setCursor(Cursor::kArrow);
     }
     if (holder != nullptr) holder->partHovered(false);
@@ -166,5 +167,6 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
   bool focused = false;
   bool dragged = false;
   bool wasBlinkOn = false;
+  bool forbids = false;  // by the cursor
   ControlOutline outline;
 };

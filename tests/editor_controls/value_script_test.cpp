@@ -161,7 +161,7 @@ class ValueScript : public Script {
     commands["looks"] = [this] {
       values.frame->idle();
       const CBitmap& picture = *values.frame->picture();
-      const auto pixels = static_cast<std::size_t>(picture.getWidth() * picture.getHeight());
+      const int pixels = picture.getWidth() * picture.getHeight();
       std::vector<std::uint32_t> next(picture.pixels(), picture.pixels() + pixels);
       say(next == seen ? "same" : "other");
       seen = std::move(next);
