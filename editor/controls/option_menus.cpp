@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr float kArrowRoom = 11.0F;
-constexpr float kArrowSize = 9.0F;
+constexpr float kMenuArrowRoom = 11.0F;
+constexpr float kMenuArrow = 9.0F;
 constexpr float kSlopeStep = 6.0F;
 constexpr float kSourceColumns = 12.0F;  // of what a source is told by
 constexpr int kBands = 8;
@@ -85,7 +85,7 @@ std::string nOptionMenu::shownText() const {
 }
 
 float nOptionMenu::shownWidth() const {
-  return look::widthOf(getTextStyle(), shownText()) + kArrowRoom;
+  return look::widthOf(getTextStyle(), shownText()) + kMenuArrowRoom;
 }
 
 void nOptionMenu::draw(CDrawContext& context) {
@@ -93,12 +93,12 @@ void nOptionMenu::draw(CDrawContext& context) {
   TextStyle written = getTextStyle();
   written.colour = isPoppedUp() ? look::kHotValue : marks().valueColour(restColour, shownHover());
   const std::string title = shownText();
-  const CRect room{size.left, size.top, size.right - kArrowRoom, size.bottom};
+  const CRect room{size.left, size.top, size.right - kMenuArrowRoom, size.bottom};
   if (!title.empty())
     context.drawTextCached(look::cutTo(room.width(), written, title), room, written);
   float end = size.right;
   if (written.align == kLeftText) end = std::min(end, size.left + shownWidth());
-  arrow.draw(context, {end - 4.0F, size.centre().y + 0.5F}, kArrowSize, Icon::kDown,
+  arrow.draw(context, {end - 4.0F, size.centre().y + 0.5F}, kMenuArrow, Icon::kDown,
              written.colour);
   setDirty(false);
 }

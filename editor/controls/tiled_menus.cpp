@@ -7,7 +7,7 @@
 namespace {
 
 constexpr CColor kRestWord = CColor::rgb(0x9A9A9A);
-constexpr float kArrowSize = 8.0F;
+constexpr float kTileArrow = 8.0F;
 constexpr float kArrowRoom = 9.0F;
 
 }  // namespace
@@ -28,7 +28,7 @@ void tiledMenu::draw(CDrawContext& context) {
     const CMenuItem* const present = getCurrent();
     const CRect place{size.left + 1.0F, size.top + 2.0F, size.right - kArrowRoom, size.top + 22.0F};
     if (present != nullptr) context.drawTextCached(present->title, place, style);
-    arrow.draw(context, {size.right - 7.0F, size.top + 12.5F}, kArrowSize, Icon::kDown,
+    arrow.draw(context, {size.right - 7.0F, size.top + 12.5F}, kTileArrow, Icon::kDown,
                mix(look::kLabel, look::kText, hoverShare()));
   }
   setDirty(false);

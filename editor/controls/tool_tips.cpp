@@ -6,7 +6,7 @@
 namespace {
 
 constexpr std::size_t kMostBytes = 500;
-constexpr float kTextInset = 22.0F;
+constexpr float kTipInset = 22.0F;
 constexpr float kRightInset = 48.0F;
 
 }  // namespace
@@ -27,7 +27,7 @@ void nToolTips::draw(CDrawContext& context) {
   context.fillRect({size.left, size.top, size.right, size.top + context.hairline()}, look::kBorder);
   const float left = size.left + 14.0F;
   context.fillRect({left, size.top + 8.0F, left + 2.0F, size.top + 20.0F}, look::kSand);
-  const CRect room{size.left + kTextInset, size.top + 4.0F, size.right - kRightInset,
+  const CRect room{size.left + kTipInset, size.top + 4.0F, size.right - kRightInset,
                    size.top + 24.0F};
   context.drawTextCached(look::cutTo(room.width(), style, text), room, style);
   setDirty(false);
