@@ -24,9 +24,10 @@ void CTextEdit::openField() {
   auto* const opened =
       new TextField(localToFrame(fieldPlace()).cutTo(shownIn->getSize()), std::move(fieldStyle),
                     [this](TextField& /*ended*/, TextField::End how) {
-                      const Held<CTextEdit> stays(this);
-                      closeField(how != TextField::End::kLeft);
-                      if (getFrame() != nullptr) fieldClosed(how);
+                      // What is captured may go with the field.
+                      const Held<CTextEdit> edit(this);
+                      edit->closeField(how != TextField::End::kLeft);
+                      if (edit->getFrame() != nullptr) edit->fieldClosed(how);
                     });
   field = Held<TextField>(opened);
   opened->setOwner(*this);

@@ -12,6 +12,7 @@
 #include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
+#include "toolkit/param_display.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr float kBeyond = 5.0F;
-constexpr float kRadius = 3.0F;
+constexpr float kOutlineRadius = 3.0F;
 constexpr float kCorner = 6.0F;
 constexpr CColor kFocusRing{look::kLit.red, look::kLit.green, look::kLit.blue, 217};
 
@@ -16,11 +16,11 @@ constexpr CColor kFocusRing{look::kLit.red, look::kLit.green, look::kLit.blue, 2
 void ControlOutline::draw(CDrawContext& context, const CRect& cell, const MarkState& marks,
                           State state) {
   const CRect box = cell.inset(-kBeyond, 0.0F);
-  if (state.isDragged) ground.draw(context, box, {kRadius, look::kBluePanel});
+  if (state.isDragged) ground.draw(context, box, {kOutlineRadius, look::kBluePanel});
   if (marks.isLearning && state.isBlinkOn) {
-    ring.draw(context, box, {kRadius, kTransparentCColor, look::kLearn});
+    ring.draw(context, box, {kOutlineRadius, kTransparentCColor, look::kLearn});
   } else if (state.isFocused && !state.isDragged) {
-    ring.draw(context, box, {kRadius, kTransparentCColor, kFocusRing});
+    ring.draw(context, box, {kOutlineRadius, kTransparentCColor, kFocusRing});
   }
   if (!marks.isMapped) return;
   const float top = box.top + 1.0F;

@@ -47,7 +47,7 @@ class RailPicture : private DevicePicture {
 /// with Control to the default; with Shift a tenth. Threads, for all of these: as `CView`.
 class nFader : public ValuePart<CSlider>, public nControlMouse {
  public:
-  nFader(const ControlSetup& setup, ValueSource& values, FaderOptions options,
+  nFader(const ControlSetup& setup, ValueSource& values, const FaderOptions& options,
          Held<CBitmap> picture = {});
 
   [[nodiscard]] const std::vector<float>& getDetents() const noexcept { return detents; }

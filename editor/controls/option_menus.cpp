@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr float kArrowRoom = 11.0F;
-constexpr float kArrowSize = 9.0F;
+constexpr float kMenuArrowRoom = 11.0F;
+constexpr float kMenuArrow = 9.0F;
 constexpr float kSlopeStep = 6.0F;
 constexpr float kSourceColumns = 12.0F;  // of what a source is told by
 constexpr int kBands = 8;
@@ -30,7 +30,7 @@ std::string slopesFrom(const ValueSource& values, std::int32_t tag) {
 }  // namespace
 
 nOptionMenu::nOptionMenu(const ControlSetup& setup, ValueSource& source, std::string_view entries,
-                         TextStyle written)
+                         const TextStyle& written)
     : ValuePart(setup, kCheckStyle),
       values(source),
       restColour(written.colour),
@@ -66,7 +66,7 @@ void nOptionMenu::setValue(float normalised) {
 
 void nOptionMenu::valueChanged() {
   if (!isParameter || getListener() == nullptr) {
-    COptionMenu::valueChanged();
+    tellItself();
     return;
   }
   const int index = getCurrentIndex();
@@ -85,7 +85,7 @@ std::string nOptionMenu::shownText() const {
 }
 
 float nOptionMenu::shownWidth() const {
-  return look::widthOf(getTextStyle(), shownText()) + kArrowRoom;
+  return look::widthOf(getTextStyle(), shownText()) + kMenuArrowRoom;
 }
 
 void nOptionMenu::draw(CDrawContext& context) {
@@ -93,12 +93,12 @@ void nOptionMenu::draw(CDrawContext& context) {
   TextStyle written = getTextStyle();
   written.colour = isPoppedUp() ? look::kHotValue : marks().valueColour(restColour, shownHover());
   const std::string title = shownText();
-  const CRect room{size.left, size.top, size.right - kArrowRoom, size.bottom};
+  const CRect room{size.left, size.top, size.right - kMenuArrowRoom, size.bottom};
   if (!title.empty())
     context.drawTextCached(look::cutTo(room.width(), written, title), room, written);
   float end = size.right;
   if (written.align == kLeftText) end = std::min(end, size.left + shownWidth());
-  arrow.draw(context, {end - 4.0F, size.centre().y + 0.5F}, kArrowSize, Icon::kDown,
+  arrow.draw(context, {end - 4.0F, size.centre().y + 0.5F}, kMenuArrow, Icon::kDown,
              written.colour);
   setDirty(false);
 }
@@ -164,8 +164,8 @@ std::optional<float> nOptionMenu::valueByKey(const KeyEvent& key) {
 }
 
 nOptionMenuFilterSlope::nOptionMenuFilterSlope(const ControlSetup& setup, ValueSource& source,
-                                               TextStyle written)
-    : nOptionMenu(setup, source, slopesFrom(source, setup.tag), std::move(written)) {}
+                                               const TextStyle& written)
+    : nOptionMenu(setup, source, slopesFrom(source, setup.tag), written) {}
 
 float nOptionMenuFilterSlope::plainAt(int index) const {
   const float first = std::max(
@@ -228,8 +228,8 @@ void SCSelectMenu::fill() {
   const auto current = std::ranges::find_if(choices, [&now](const Choice& choice) {
     return choice.band == now.band && (choice.band >= 0.0F || choice.source == now.source);
   });
-  COptionMenu::setValue(current == choices.end() ? now.source
-                                                 : static_cast<float>(current - choices.begin()));
+  // Of a band that it cannot listen to any more none is checked.
+  choose(static_cast<int>(current - choices.begin()));
 }
 
 void SCSelectMenu::setValue(float /*normalised*/) { fill(); }
@@ -238,7 +238,7 @@ void SCSelectMenu::valueChanged() {
   const int index = getCurrentIndex();
   if (index < 0 || static_cast<std::size_t>(index) >= choices.size()) return;
   value = toldOf(choices[static_cast<std::size_t>(index)]);
-  COptionMenu::valueChanged();
+  tellItself();
   fill();
 }
 

@@ -15,7 +15,7 @@ class nOptionMenu : public ValuePart<COptionMenu> {
  public:
   /// `entries` as `COptionMenu::addEntries` takes them, from the least value on.
   nOptionMenu(const ControlSetup& setup, ValueSource& values, std::string_view entries,
-              TextStyle written);
+              const TextStyle& written);
 
   /// Of the parameter.
   void setValue(float normalised) override;
@@ -31,6 +31,7 @@ class nOptionMenu : public ValuePart<COptionMenu> {
  protected:
   void choose(int index) override { COptionMenu::setValue(static_cast<float>(index)); }
   void putValue(float index) override;
+  void tellItself() { COptionMenu::valueChanged(); }
   [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
   /// The plain value of an entry, and the entry of one.
   [[nodiscard]] virtual float plainAt(int index) const;
@@ -50,7 +51,7 @@ class nOptionMenu : public ValuePart<COptionMenu> {
 /// The slopes that a parameter can have.
 class nOptionMenuFilterSlope : public nOptionMenu {
  public:
-  nOptionMenuFilterSlope(const ControlSetup& setup, ValueSource& values, TextStyle written);
+  nOptionMenuFilterSlope(const ControlSetup& setup, ValueSource& values, const TextStyle& written);
 
  protected:
   [[nodiscard]] float plainAt(int index) const override;

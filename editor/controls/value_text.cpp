@@ -16,7 +16,7 @@ constexpr CColor kHotGround = look::kBlueBorder;
 
 }  // namespace
 
-CTTText::CTTText(const ControlSetup& setup, ValueSource& source, TextStyle lettering)
+CTTText::CTTText(const ControlSetup& setup, ValueSource& source, const TextStyle& lettering)
     : ValuePart(setup), values(source), restColour(lettering.colour) {
   setFont(lettering.face, lettering.size);
   setFontColor(lettering.colour);
@@ -38,7 +38,7 @@ void CTTText::setRestColour(CColor colour) {
 std::string CTTText::shownText() const { return values.textOf(getTag()); }
 
 CColor CTTText::presentColour() const {
-  return isDragged() ? look::kText : marks().valueColour(restColour, shownHover());
+  return showsDrag() ? look::kText : marks().valueColour(restColour, shownHover());
 }
 
 float CTTText::shownWidth() const { return look::widthOf(getTextStyle(), shownText()); }
@@ -68,6 +68,7 @@ CMouseEventResult CTTText::onMouseDown(CPoint where, CButtonState buttons) {
   lastY = where.y;
   dragValue = value;
   pressed = true;
+  rememberMouse(getFrame());
   return kMouseEventHandled;
 }
 
@@ -155,7 +156,9 @@ void CTTText::takeText(const std::string& utf8) {
 void CTTText::fieldClosed(TextField::End how) {
   outlineChanged();
   // The keys stay where they were, unless they have been taken elsewhere.
-  if (how != TextField::End::kFocusLost) getFrame()->setFocusView(this);
+  if (how == TextField::End::kFocusLost) return;
+  getFrame()->setFocusView(this);
+  if (how == TextField::End::kTabbed) getFrame()->onKeyDown({Key::kTab, 0, {}, {}});
 }
 
 void CBigLabel::draw(CDrawContext& context) {

@@ -11,7 +11,7 @@
 class CTTText : public ValuePart<CTextEdit>, public nControlMouse {
  public:
   /// `lettering` in its colour at rest.
-  CTTText(const ControlSetup& setup, ValueSource& values, TextStyle lettering);
+  CTTText(const ControlSetup& setup, ValueSource& values, const TextStyle& lettering);
 
   /// A drag of 100 pixels times this goes all the way; 0 for 3.
   void setDragFactor(float factor) noexcept { dragFactor = factor; }
