@@ -143,10 +143,18 @@ void ValueBlock::removed() {
   CGViewContainer::removed();
 }
 
+bool ValueBlock::isAnyDragged() const {
+  return isPartDragged() || (rail != nullptr && rail->isDragged());
+}
+
+bool ValueBlock::hasIcon() const {
+  return shownMarks->marks().isLocked || shownMarks->marks().isLinked;
+}
+
 ControlOutline::State ValueBlock::outlineState() const {
   ControlOutline::State state;
   state.isFocused = shownFocus->hasFocus();
-  state.isDragged = isPartDragged() || (rail != nullptr && rail->isDragged());
+  state.isDragged = isAnyDragged();
   state.isBlinkOn = getFrame() != nullptr && (getFrame()->now() / look::kBlinkMs) % 2 == 0;
   return state;
 }
@@ -159,6 +167,7 @@ void ValueBlock::drawRect(CDrawContext& context, const CRect& part) {
     rowGround.draw(context, size.inset(-kSetupReach, 0.0F), {2.5F, {255, 255, 255, alpha}});
   }
   outline.draw(context, size, shownMarks->marks(), outlineState());
+  drawIcon(context);
   CGViewContainer::drawRect(context, part);
 }
 
@@ -167,29 +176,31 @@ void ValueBlock::drawBackgroundRect(CDrawContext& context, const CRect& part) {
   drawLabel(context);
 }
 
+void ValueBlock::drawIcon(CDrawContext& context) {
+  const MarkState& marks = shownMarks->marks();
+  const CPoint middle{size.left + 4.0F, size.top + shownPart->getViewSize().height() * 0.5F - 0.5F};
+  if (marks.isLocked) {
+    padlock.draw(context, middle, 12.0F, Icon::kLock, look::kLocked);
+  } else if (marks.isLinked) {
+    context.drawTextCached(kChain,
+                           {middle.x - 6.0F, middle.y - 6.0F, middle.x + 6.0F, middle.y + 6.0F},
+                           look::bold(look::kSmallTextSize, look::kLinked, kCenterText));
+  }
+  if (!marks.hasLinkColour || marks.linkColour == kBlackCColor) return;
+  const CPoint dot{hasIcon() ? middle.x + 4.0F : size.left - 4.0F, middle.y + 3.0F};
+  context.setFillColor(marks.linkColour);
+  context.drawEllipse({dot.x, dot.y, dot.x + kDot, dot.y + kDot}, kDrawFilled);
+}
+
 void ValueBlock::drawLabel(CDrawContext& context) {
   const MarkState& marks = shownMarks->marks();
   const float rowHeight = shownPart->getViewSize().height();
   const float middle = rowHeight * 0.5F;
-  float left = 0.0F;
-  if (marks.isLocked) {
-    padlock.draw(context, {4.0F, middle - 0.5F}, 12.0F, Icon::kLock, look::kLocked);
-  } else if (marks.isLinked) {
-    context.drawTextCached(kChain, {-2.0F, middle - 6.0F, 10.0F, middle + 5.0F},
-                           look::bold(look::kSmallTextSize, look::kLinked, kCenterText));
-  }
-  if (marks.isLocked || marks.isLinked) left = kIconShift;
-  const bool hasDot = marks.hasLinkColour && marks.linkColour != kBlackCColor;
-  if (hasDot) {
-    context.setFillColor(marks.linkColour);
-    const float at = marks.isLocked || marks.isLinked ? 8.5F : 0.0F;
-    context.drawEllipse({at, middle + 3.0F, at + kDot, middle + 3.0F + kDot}, kDrawFilled);
-  }
+  float left = hasIcon() ? kIconShift : 0.0F;
   if (label.empty()) return;
   TextStyle style = isSetupRow ? look::regular(look::kTextSize, kSetupName)
                                : look::bold(look::kSmallTextSize, look::kLabel);
-  const bool isDragged = outlineState().isDragged;
-  style.colour = marks.labelColour(isDragged ? 1.0F : fade.share());
+  style.colour = marks.labelColour(isAnyDragged() ? 1.0F : fade.share());
   if (isSetupRow && !marks.isDisabled) {
     style.colour = mix(kSetupName, look::kQuietText, fade.share());
   }

@@ -37,6 +37,7 @@ class ValueBlock : public CGViewContainer,
   void partHovered(bool on) override;
   void partChanged() override;
   [[nodiscard]] float sharedHover() const override { return fade.share(); }
+  [[nodiscard]] bool isAnyDragged() const override;
 
   void setViewSize(const CRect& rect, bool invalidates = true) override;
   void drawRect(CDrawContext& context, const CRect& part) override;
@@ -54,7 +55,10 @@ class ValueBlock : public CGViewContainer,
 
  private:
   void layOut();
+  void drawIcon(CDrawContext& context);
   void drawLabel(CDrawContext& context);
+  /// Its room before the name is taken by an icon.
+  [[nodiscard]] bool hasIcon() const;
   [[nodiscard]] ControlOutline::State outlineState() const;
   template <typename Act>
   void forMarks(Act&& act);

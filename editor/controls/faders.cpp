@@ -15,6 +15,7 @@ constexpr float kFineShare = 0.1F;
 constexpr float kHandleReach = 5.0F;  // to either side of the rail
 constexpr float kLevelBelow = 4.0F;
 constexpr CColor kLevelBar{look::kValue.red, look::kValue.green, look::kValue.blue, 191};
+constexpr float kRounding = 1e-3F;     // device pixels
 constexpr float kCaliperText = 44.0F;  // at either end
 
 }  // namespace
@@ -95,6 +96,7 @@ CMouseEventResult nFader::onMouseDown(CPoint where, CButtonState buttons) {
   lastAt = along(where);
   dragPlace = presentPlace();
   pressed = true;
+  rememberMouse(getFrame());
   return kMouseEventHandled;
 }
 
@@ -169,7 +171,12 @@ nFaderH::nFaderH(const ControlSetup& setup, ValueSource& source, Held<CBitmap> p
 
 void RailPicture::draw(CDrawContext& context, const CRect& rail, const RailLook& wanted) {
   const CRect around = wanted.isVertical ? rail.inset(-1.0F, 0.0F) : rail.inset(0.0F, -1.0F);
-  const Place place = placeOf(context, around);
+  Place place = placeOf(context, around);
+  // A pixel beyond the clip, by rounding, and nothing would be drawn.
+  const CRect clip = context.getClipRect().movedBy(context.getOffset());
+  const float scale = context.getScale();
+  place.left = std::max(place.left, static_cast<int>(std::ceil(clip.left * scale - kRounding)));
+  place.right = std::min(place.right, static_cast<int>(clip.right * scale + kRounding));
   if (place.right <= place.left || place.bottom <= place.top) return;
   if (needsPaint(context, place, painted == wanted)) {
     painted = wanted;
@@ -237,7 +244,7 @@ void LineFader::drawMarks(CDrawContext& context, const CRect& line) {
   };
   if (hasCentreMark) {
     const float middle = std::floor(length * 0.5F);
-    bar(middle, middle + 1.0F, -3.0F, 4.0F, look::kOff);
+    bar(middle, middle + context.hairline(), -3.0F, 4.0F, look::kOff);
   }
   if (level >= 0.0F) {
     const float end = std::min(level, 1.0F) * (length - handleSize());
@@ -245,7 +252,7 @@ void LineFader::drawMarks(CDrawContext& context, const CRect& line) {
     bar(0.0F, quiet, kLevelBelow, kLevelBelow + 2.0F, kLevelBar);
     if (end > quiet) bar(quiet, end, kLevelBelow, kLevelBelow + 2.0F, look::kSand);
   }
-  const float hot = isDragged() ? 1.0F : shownHover();
+  const float hot = showsDrag() ? 1.0F : shownHover();
   const float left = context.snap(handleAt);
   bar(left, left + handleSize(), -kHandleReach, kHandleReach + 1.0F,
       mix(marks().railColour(), look::kHotValue, hot));

@@ -3,10 +3,13 @@
 #include "editor/controls/value_source.h"
 #include "toolkit/frame.h"
 
+void nControlMouse::rememberMouse(const CFrame* frame) {
+  if (frame != nullptr) startedAt = frame->getCurrentMouseLocation();
+}
+
 void nControlMouse::hideMouse(CFrame* frame, const ValueSource& values) {
   if (isHidden || frame == nullptr || values.preference("Hide Mouse") != 1) return;
   isHidden = true;
-  startedAt = frame->getCurrentMouseLocation();
   frame->setCursor(Cursor::kHidden);
 }
 

@@ -12,6 +12,8 @@ class nControlMouse {
   virtual ~nControlMouse() = default;
 
  protected:
+  /// Where the mouse is now is where it will be put back.
+  void rememberMouse(const CFrame* frame);
   void hideMouse(CFrame* frame, const ValueSource& values);
   /// As often as wanted.
   void restoreMouse(CFrame* frame);

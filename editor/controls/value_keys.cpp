@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/parameter_record.h"
+
 namespace {
 
 constexpr float kPage = 10.0F;  // arrow keys that a page key counts for
@@ -69,13 +71,13 @@ bool opensEntry(const KeyEvent& key) {
 
 float plainStepOf(std::int32_t curve) {
   switch (curve) {
-    case 4:
-    case 6:
-    case 10:
+    case kCurveWhole:
+    case kCurveSwitch:
+    case kCurveFloor:
       return 1.0F;
-    case 5:
+    case kCurveMultipleOf6:
       return 6.0F;
-    case 7:
+    case kCurveMultipleOf12:
       return 12.0F;
     default:
       return 0.0F;
@@ -96,7 +98,7 @@ float valueAfter(const ValueSource& values, std::int32_t tag, float normalised, 
     return values.normalisedOf(tag, std::clamp(plain, steps.least, steps.most));
   }
   const float span = steps.most - steps.least;
-  const bool isEven = steps.curve == 0 && span >= kEvenSpan;
+  const bool isEven = steps.curve == kCurveLinear && span >= kEvenSpan;
   const float unit = (isEven ? 1.0F / span : kShareOfWay) * (fine ? kFine : 1.0F);
   return std::clamp(normalised + notches * unit, 0.0F, 1.0F);
 }

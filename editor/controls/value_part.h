@@ -19,6 +19,7 @@ class PartHolder {
   virtual void partChanged() = 0;
   /// How much of the look under the mouse all parts show, 0 to 1.
   [[nodiscard]] virtual float sharedHover() const = 0;
+  [[nodiscard]] virtual bool isAnyDragged() const = 0;
 };
 
 /// A control that the keys can be on, alone or as a part of a block. Threads: as `CView`.
@@ -98,8 +99,13 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     if (!canChange()) return 0.0F;
     return holder != nullptr ? holder->sharedHover() : this->hoverShare();
   }
+  /// It, or another part of its block, is dragged.
+  [[nodiscard]] bool showsDrag() const {
+    return holder != nullptr ? holder->isAnyDragged() : dragged;
+  }
   /// A whole act of the user.
   void takeValue(float plain) {
+    if (plain == this->getValue()) return;
     const Held<CView> stays(this);
     this->beginEdit();
     putValue(plain);

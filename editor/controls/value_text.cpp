@@ -38,7 +38,7 @@ void CTTText::setRestColour(CColor colour) {
 std::string CTTText::shownText() const { return values.textOf(getTag()); }
 
 CColor CTTText::presentColour() const {
-  return isDragged() ? look::kText : marks().valueColour(restColour, shownHover());
+  return showsDrag() ? look::kText : marks().valueColour(restColour, shownHover());
 }
 
 float CTTText::shownWidth() const { return look::widthOf(getTextStyle(), shownText()); }
@@ -68,6 +68,7 @@ CMouseEventResult CTTText::onMouseDown(CPoint where, CButtonState buttons) {
   lastY = where.y;
   dragValue = value;
   pressed = true;
+  rememberMouse(getFrame());
   return kMouseEventHandled;
 }
 
