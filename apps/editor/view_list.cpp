@@ -10,10 +10,10 @@
 #include "apps/output/json_output.h"
 #include "editor/controls/labels.h"
 #include "editor/controls/pages.h"
-#include "toolkit/param_display.h"
 #include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
 #include "toolkit/frame.h"
+#include "toolkit/param_display.h"
 
 namespace {
 
