@@ -22,7 +22,8 @@ struct RowPlace {
   float top;
   float height;
 };
-constexpr std::array<RowPlace, 5> kRows = {{{0, 38}, {47, 38}, {93, 20}, {116, 20}, {139, 20}}};
+constexpr std::array<RowPlace, 5> kRowPlaces = {
+    {{0, 38}, {47, 38}, {93, 20}, {116, 20}, {139, 20}}};
 constexpr float kGridTop = 9.0F;
 constexpr float kOneLine = 20.0F;
 
@@ -51,13 +52,13 @@ constexpr std::array<std::array<std::int32_t, kColumns>, 5> kGrid = {{
 
 CRect cellPlace(std::size_t row, std::size_t column) {
   const float left = kColumnPitch * static_cast<float>(column) + kColumnLeft;
-  const float top = kRows[row].top + kGridTop;
-  return {left, top, left + kCellWidth, top + kRows[row].height};
+  const float top = kRowPlaces[row].top + kGridTop;
+  return {left, top, left + kCellWidth, top + kRowPlaces[row].height};
 }
 
 CRect sidePlace(std::size_t row) {
-  const float top = kRows[row].top + (row < 2 ? kSideRaisedTop : kGridTop);
-  return {kSideLeft, top, kSideRight, top + kRows[row].height};
+  const float top = kRowPlaces[row].top + (row < 2 ? kSideRaisedTop : kGridTop);
+  return {kSideLeft, top, kSideRight, top + kRowPlaces[row].height};
 }
 
 CRect atOrigin(const CRect& rect) { return {0.0F, 0.0F, rect.width(), rect.height()}; }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "editor/controls/value_source.h"
 #include "toolkit/control.h"
 #include "toolkit/view_container.h"

@@ -43,8 +43,9 @@ class BandPanel {
   /// In each layout pass, after the parts have been placed: which columns are there. 0 plain, 1
   /// sidechain panel, 2 advanced panel.
   void setMode(int mode);
-  /// With each refresh of the kinds: all bands, by their parameters. An inactive band takes nothing
-  /// but the + in the place of its graph; the upper edge has the hue of a band that runs.
+  /// In each layout pass, and whenever `kB1State` or `kB1Bypass` of a band has changed: all bands,
+  /// by their parameters. An inactive band takes nothing but the + in the place of its graph; the
+  /// upper edge has the hue of a band that runs.
   void showStates(const ValueSource& values);
 
  private:

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "editing/parameter_ids.h"
 #include "editor/controls/tiled_menus.h"
