@@ -218,9 +218,13 @@ TEST(Settings, DamagedOnesDoNoHarm) {
 TEST(Settings, APresetOfANestedMenuIsLoadedAndNamed) {
   OnMachine on;
   User user(on.machine);
-  const CRect place = user.editor->index()
-                          .find(kGUIPresetName)
-                          ->localToFrame(user.editor->index().find(kGUIPresetName)->getViewSize());
+  const auto placeOf = [&user](std::int32_t tag) {
+    const CControl& control = *user.editor->index().find(tag);
+    return control.localToFrame(control.getViewSize());
+  };
+  const CPoint tray = placeOf(kGUIPresetPage).centre();
+  user.click(tray.x, tray.y);
+  const CRect place = placeOf(kGUIPresetName);
   const double x = place.left + 60.0;
   const double y = place.centre().y;
   user.click(x, y);
