@@ -20,6 +20,7 @@ class CTextValueButton : public ValuePart<COnOffButton> {
   };
   CTextValueButton(const ControlSetup& setup, Words words, TextStyle style);
 
+  [[nodiscard]] bool isTabStop() const override { return !isBlank() && ValuePart::isTabStop(); }
   [[nodiscard]] const Words& getWords() const noexcept { return words; }
   void draw(CDrawContext& context) override;
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
@@ -32,6 +33,8 @@ class CTextValueButton : public ValuePart<COnOffButton> {
   [[nodiscard]] const TextStyle& getStyle() const noexcept { return style; }
 
  private:
+  /// An area over what another control draws.
+  [[nodiscard]] bool isBlank() const { return words.onText == " " && words.offText == " "; }
   void drawPill(CDrawContext& context);
 
   Words words;
