@@ -26,7 +26,7 @@ CMouseEventResult CTextValueButton::onMouseDown(CPoint where, CButtonState butto
   if (marks().isDisabled || (!buttons.isLeft() && !buttons.isRight())) {
     return kMouseEventNotHandled;
   }
-  if (takesPress(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  if (takesPress(buttons, !isBlank())) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   return COnOffButton::onMouseDown(where, CButtonState(buttons.buttons()));
 }
 
@@ -40,7 +40,7 @@ float CTextValueButton::shownWidth() const {
 }
 
 void CTextValueButton::draw(CDrawContext& context) {
-  drawOutline(context);
+  if (!isBlank()) drawOutline(context);
   const std::string& word = isOn() ? words.onText : words.offText;
   if (words.hasPill && !word.empty() && word != " ") {
     drawPill(context);

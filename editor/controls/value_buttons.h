@@ -21,6 +21,7 @@ class CTextValueButton : public ValuePart<COnOffButton> {
   };
   CTextValueButton(const ControlSetup& setup, Words words, TextStyle style);
 
+  [[nodiscard]] bool isTabStop() const override { return !isBlank() && ValuePart::isTabStop(); }
   [[nodiscard]] const Words& getWords() const noexcept { return words; }
   [[nodiscard]] std::string shownText() const override {
     return isOn() ? words.onText : words.offText;
@@ -36,6 +37,8 @@ class CTextValueButton : public ValuePart<COnOffButton> {
   [[nodiscard]] const TextStyle& getStyle() const noexcept { return style; }
 
  private:
+  /// An area over what another control draws.
+  [[nodiscard]] bool isBlank() const { return words.onText == " " && words.offText == " "; }
   void drawPill(CDrawContext& context);
 
   Words words;

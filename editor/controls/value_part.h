@@ -118,13 +118,13 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
   [[nodiscard]] virtual std::optional<float> valueByKey(const KeyEvent& key) = 0;
 
   /// The press has been dealt with, or the control takes none now; otherwise it has the keys.
-  bool takesPress(CButtonState buttons) {
+  bool takesPress(CButtonState buttons, bool withKeys = true) {
     const Held<CView> stays(this);
     if (marks().isDisabled) return true;
     if (buttons.isRight()) return asksListener(buttons) || true;
     if (this->isModifierClick(buttons)) return true;
     if (this->getFrame() == nullptr) return true;
-    this->getFrame()->setFocusView(keyPart != nullptr ? keyPart : this);
+    if (withKeys) this->getFrame()->setFocusView(keyPart != nullptr ? keyPart : this);
     return marks().isLocked;
   }
   void setDragged(bool on) {
