@@ -31,8 +31,7 @@ void tiledMenu::draw(CDrawContext& context) {
     arrow.draw(context, {size.right - 7.0F, size.top + 12.5F}, kMenuArrowSize, Icon::kDown,
                mix(look::kLabel, look::kText, hoverShare()));
   } else {
-    drawTitle(context, size,
-              isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
+    drawTitle(context, size, isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
   }
   setDirty(false);
 }
@@ -42,6 +41,9 @@ tiledSOptionMenu::tiledSOptionMenu(const ControlSetup& setup, TileLook look,
     : tiledMenu(setup, std::move(look), entries), alttag(other) {}
 
 CMouseEventResult tiledSOptionMenu::onMouseDown(CPoint where, CButtonState buttons) {
+  if (isMenuClick(buttons) || (buttons.isLeft() && isModifierClick(buttons))) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   if (!buttons.isRight() || alttag < 0 || getListener() == nullptr) {
     return tiledMenu::onMouseDown(where, buttons);
   }
