@@ -237,6 +237,7 @@ CMouseEventResult SettingRows::onMouseDown(CPoint where, CButtonState buttons) {
   if (found == kNone) return kMouseEventNotHandled;
   const Spot& spot = spots[static_cast<std::size_t>(found)];
   keyed = found;
+  getFrame()->setFocusView(this);
   setDirty();
   if (spot.part == Part::kRow && (buttons.isLeft() || buttons.isRight())) {
     const SettingRow& row = shown.rows[spot.index];
