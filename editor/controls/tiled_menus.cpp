@@ -13,7 +13,7 @@ constexpr float kArrowRoom = 9.0F;
 }  // namespace
 
 tiledMenu::tiledMenu(const ControlSetup& setup, TileLook wanted, std::string_view entries)
-    : WithHover(setup, kCheckStyle),
+    : WithKeys(setup, kCheckStyle),
       nTiledButton(std::move(wanted)),
       style(look::bold(look::kTextSize, look::kLit, kCenterText)) {
   addEntries(entries);
@@ -33,6 +33,7 @@ void tiledMenu::draw(CDrawContext& context) {
   } else {
     drawTitle(context, size, isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
   }
+  drawFocus(context, size.inset(1.0F, 2.0F));
   setDirty(false);
 }
 

@@ -232,10 +232,13 @@ TEST(Editor, KeysStayOutOfTheDark) {
     return met;
   };
   EXPECT_GT(tabs().size(), 20U);
+  frame.setFocusView(shown.editor->index().find(kIpTrim));
   shown.editor->openSetup(2);
   EXPECT_EQ(frame.getFocusView(), nullptr);
-  EXPECT_EQ(tabs(), (std::set<const CView*>{shown.editor->index().find(kGUISetupPage),
-                                            shown.editor->index().find(kGUIPrefsChange)}));
+  std::set<const CView*> met = tabs();
+  std::erase_if(met, [](const CView* view) { return view->localToFrame(CPoint{}).y < 25.0F; });
+  EXPECT_EQ(met, (std::set<const CView*>{shown.editor->index().find(kGUISetupPage),
+                                         shown.editor->index().find(kGUIPrefsChange)}));
 }
 
 }  // namespace
