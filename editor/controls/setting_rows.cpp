@@ -139,7 +139,8 @@ void SettingRows::draw(CDrawContext& context) {
       const bool isShown = static_cast<int>(spot.index) == shown.tab;
       drawTab(context, spot.place, shown.tabs[spot.index], isShown, isHot);
     } else {
-      button.draw(context, spot.place, shown.button, {isHot ? 1.0F : 0.0F, isPressed, false, false});
+      button.draw(context, spot.place, shown.button,
+                  {isHot ? 1.0F : 0.0F, isPressed, false, false});
     }
     if (isFocused && static_cast<int>(i) == keyed) {
       ring.draw(context, spot.place, {3.0F, kTransparentCColor, kKeyRing});

@@ -6,9 +6,9 @@
 
 #include "editing/menu.h"
 #include "editor/controls/value_part.h"
-#include "toolkit/push_button.h"
 #include "toolkit/control.h"
 #include "toolkit/device_picture.h"
+#include "toolkit/push_button.h"
 
 /// A setting as a row shows it: one of several choices, a number, or a colour.
 struct SettingRow {
