@@ -90,9 +90,10 @@ void PlugEd::layoutEditor() {
   selection.allowSeveral();
   placeParts();
   placeWithoutTag();
+  takeDefaults();
   panel.emplace(index());
   panel->setMode(state().uimode);
-  if (bandTabs* const tabs = findTabs()) tabs->setGraphWidth(size.graphWidth);
+  if (bandTabs* const tabs = findBandTabs(index())) tabs->setGraphWidth(size.graphWidth);
   showAllValues();
 }
 
@@ -170,15 +171,7 @@ void PlugEd::showListening() {
 
 void PlugEd::showBands() {
   showValue(kGUISelectedBand, static_cast<float>(state().currentBand));
-  if (bandTabs* const tabs = findTabs()) tabs->setSelectedMask(selection.selected());
-}
-
-bandTabs* PlugEd::findTabs() {
-  bandTabs* found = nullptr;
-  index().forEach(kGUISelectedBand, [&found](CControl& control) {
-    if (found == nullptr) found = dynamic_cast<bandTabs*>(&control);
-  });
-  return found;
+  if (bandTabs* const tabs = findBandTabs(index())) tabs->setSelectedMask(selection.selected());
 }
 
 /// Double clicks and the Delete key go to them.

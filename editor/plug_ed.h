@@ -12,8 +12,6 @@
 #include "editor/control_marker.h"
 #include "editor/flag_ed.h"
 
-class bandTabs;
-
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
 class PlugEd : public FlagEd {
@@ -47,7 +45,6 @@ class PlugEd : public FlagEd {
   void showBandKinds();
   void showListening();
   void showBands();
-  [[nodiscard]] bandTabs* findTabs();
   void refreshWhatIsStale();
   void takeDefaults();
   [[nodiscard]] bool showsHelp() const;
