@@ -17,7 +17,19 @@ void BandSelection::allowSeveral() {
   editor.selectedBands = editor.selectedBands | bitOf(editor.currentBand);
   editor.shownBands = editor.shownBands | bitOf(editor.currentBand);
   pendingBands = lastSelection = editor.selectedBands;
-  selectionOrder.assign(1, editor.currentBand);
+  followMask();
+  std::erase(selectionOrder, editor.currentBand);
+  selectionOrder.push_back(editor.currentBand);
+}
+
+/// In band order those that have been taken in since.
+void BandSelection::followMask() {
+  const std::uint32_t mask = editor.selectedBands;
+  std::erase_if(selectionOrder, [mask](int band) { return (mask & bitOf(band)) == 0; });
+  for (int band = 0; band < kNumBands; ++band) {
+    const bool isListed = std::ranges::find(selectionOrder, band) != selectionOrder.end();
+    if ((mask & bitOf(band)) != 0 && !isListed) selectionOrder.push_back(band);
+  }
 }
 
 std::uint32_t BandSelection::selected() const noexcept { return editor.selectedBands; }

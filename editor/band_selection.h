@@ -25,6 +25,7 @@ class BandSelection {
   [[nodiscard]] std::uint32_t selected() const noexcept;
 
  private:
+  void followMask();
   void flip(int band);
   bool showLast();
 

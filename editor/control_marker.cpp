@@ -1,17 +1,17 @@
 #include "editor/control_marker.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
+#include <utility>
 
 #include "core/parameter_table.h"
 #include "core/plug_edits.h"
 #include "editor/control_index.h"
 #include "editor/controls/marks.h"
-#include "state/midi_map.h"
 
 namespace {
 
-constexpr std::uint64_t kBlinkMs = 500;
 constexpr CColor kLinkColours[] = {CColor::rgb(0x000000), CColor::rgb(0x0000FF),
                                    CColor::rgb(0xFF0000), CColor::rgb(0x00FF00),
                                    CColor::rgb(0x00FFFF)};
@@ -28,8 +28,10 @@ void forEachMarked(const ControlIndex& controls, std::int32_t tag, Act&& act) {
 
 void ControlMarker::showAll() {
   showLocksAndLinks();
+  static_cast<void>(readMapped());
   showMapped();
   for (const auto& [tag, colour] : linkColours) showLink(tag);
+  if (learnBlinkTag >= 0) setLearning(learnBlinkTag, true);
 }
 
 void ControlMarker::showLocksAndLinks() {
@@ -42,9 +44,19 @@ void ControlMarker::showLocksAndLinks() {
   }
 }
 
+/// Whether the table is another one now.
+bool ControlMarker::readMapped() {
+  bool isOther = false;
+  for (std::int32_t controller = 0; controller < MIDIMap::kControllers; ++controller) {
+    const std::int32_t id = midi.parameterOf(controller);
+    isOther |= std::exchange(mapped[static_cast<std::size_t>(controller)], id) != id;
+  }
+  return isOther;
+}
+
 void ControlMarker::showMapped() {
   for (std::int32_t id = 0; id < kNumParams; ++id) {
-    const bool isMapped = midi.controllerOf(id) >= 0;
+    const bool isMapped = std::ranges::find(mapped, id) != mapped.end();
     forEachMarked<CHighlightControl>(controls, id, [isMapped](CHighlightControl& control) {
       control.setMidiHighlight(isMapped, kMappedColour);
     });
@@ -75,17 +87,11 @@ void ControlMarker::setLearning(std::int32_t tag, bool on) {
                                [on](nCanMIDILearn& control) { control.setLearning(on); });
 }
 
-void ControlMarker::blink(std::uint64_t now) {
+void ControlMarker::followControllers() {
+  if (readMapped()) showMapped();
   const std::int32_t target = midi.getLearnTarget();
-  if (target != learnBlinkTag) {
-    if (learnBlinkTag >= 0) setLearning(learnBlinkTag, false);
-    if (target < 0) showMapped();
-    learnBlinkTag = target;
-    isLit = false;
-  }
-  if (learnBlinkTag < 0) return;
-  const bool on = now / kBlinkMs % 2 != 0;
-  if (on == isLit) return;
-  isLit = on;
-  setLearning(learnBlinkTag, on);
+  if (target == learnBlinkTag) return;
+  if (learnBlinkTag >= 0) setLearning(learnBlinkTag, false);
+  learnBlinkTag = target;
+  if (target >= 0) setLearning(target, true);
 }

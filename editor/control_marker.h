@@ -1,12 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 
+#include "state/midi_map.h"
 #include "toolkit/geometry.h"
 
 class ControlIndex;
-class MIDIMap;
 class PlugEdits;
 
 /// Shows on the controls what holds for their parameters: locks and links, the colours that the
@@ -20,13 +21,14 @@ class ControlMarker {
   /// Everything, on controls that are new.
   void showAll();
   void showLocksAndLinks();
-  void showMapped();
   /// `colourIndex`: 0 to 4; others count as the first.
   void setLinkHighlight(std::int32_t tag, bool on, std::int32_t colourIndex);
-  /// Blinks on the controls of the parameter that waits for its controller. `now` in ms.
-  void blink(std::uint64_t now);
+  /// What has changed in the table of controllers, which all instances share, since it was shown.
+  void followControllers();
 
  private:
+  [[nodiscard]] bool readMapped();
+  void showMapped();
   void showLink(std::int32_t tag);
   void setLearning(std::int32_t tag, bool on);
 
@@ -35,5 +37,5 @@ class ControlMarker {
   MIDIMap& midi;
   std::map<std::int32_t, std::int32_t> linkColours;  // parameter to index: those that are on
   std::int32_t learnBlinkTag = -1;
-  bool isLit = false;
+  std::array<std::int32_t, MIDIMap::kControllers> mapped{};  // by controller, as shown
 };

@@ -7,6 +7,7 @@
 #include "core/plug.h"
 #include "editor/controls/preset_menus.h"
 #include "editor/controls/tiled_buttons.h"
+#include "editor/controls/tiles.h"
 #include "editor/controls/value_part.h"
 #include "editor/layout/tag_table.h"
 #include "host/file_errors.h"
@@ -117,6 +118,7 @@ void FlagEd::showSetup() {
     }
   });
   showValue(kGUISetupPage, static_cast<float>(setupPage));
+  releaseCoveredFocus();
 }
 
 void FlagEd::openSetup(int page) {
@@ -168,6 +170,7 @@ bool FlagEd::takeFile(const std::string& path, CPoint /*where*/) {
 }
 
 void FlagEd::filesDropped(CPoint where, const std::vector<std::string>& paths) {
+  if (paths.empty()) return;
   for (const std::string& path : paths) {
     if (takeFile(path, where)) return;
   }
@@ -211,12 +214,35 @@ bool FlagEd::closeWhatFloats() {
   return true;
 }
 
+/// What darkens the surface comes after all that it lies over.
+bool FlagEd::isCovered(int control) const {
+  const CControl& below = *index().getControl(control);
+  const CPoint middle = below.localToFrame(below.getViewSize().centre());
+  for (int i = control + 1; i < index().getControlCount(); ++i) {
+    const auto* const dark = dynamic_cast<const nDarken*>(index().getControl(i));
+    if (dark == nullptr || !dark->isShown()) continue;
+    if (dark->getViewSize().contains(dark->frameToLocal(middle))) return true;
+  }
+  return false;
+}
+
+void FlagEd::releaseCoveredFocus() {
+  const CView* const focused = getFrame()->getFocusView();
+  for (int i = 0; focused != nullptr && i < index().getControlCount(); ++i) {
+    if (index().getControl(i) != focused) continue;
+    if (!focused->isShown() || isCovered(i)) getFrame()->setFocusView(nullptr);
+    return;
+  }
+}
+
 bool FlagEd::moveFocus(bool forward) {
   std::vector<CControl*> order;
   for (int i = 0; i < index().getControlCount(); ++i) {
     CControl* const control = index().getControl(i);
     const auto* const taker = dynamic_cast<nCanFocus*>(control);
-    if (taker != nullptr && taker->isTabStop() && control->isShown()) order.push_back(control);
+    if (taker != nullptr && taker->isTabStop() && control->isShown() && !isCovered(i)) {
+      order.push_back(control);
+    }
   }
   if (order.empty()) return false;
   const auto isBefore = [](const CControl* a, const CControl* b) {

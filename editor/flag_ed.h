@@ -30,6 +30,8 @@ class FlagEd : public VGEditor {
   void showOwnState();
   /// What the buttons of undo and presets can do has changed, perhaps.
   void showButtons();
+  /// Takes the keys from a control that is not to be seen any more, or that lies in the dark.
+  void releaseCoveredFocus();
 
  private:
   void tagChanged(std::int32_t tag, const CControl& control);
@@ -40,6 +42,7 @@ class FlagEd : public VGEditor {
   void stepPreset(bool forward);
   bool closeWhatFloats();
   bool moveFocus(bool forward);
+  [[nodiscard]] bool isCovered(int control) const;
 
   bool setupOpen = false;
   int setupPage = 0;

@@ -1,8 +1,10 @@
 #include "editor/plug_ed.h"
 
 #include <algorithm>
+#include <iterator>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
@@ -29,6 +31,17 @@ bool isParameterTag(std::int32_t tag) { return tag >= 0 && tag < kNumParams; }
 
 /// The index of a tag above a base, -1 for none of the eight bands.
 int bandAbove(std::int32_t base, std::int32_t tag) { return isBand(tag - base) ? tag - base : -1; }
+
+/// The parameter whose text, or whose control, also depends on this one; -1 for none.
+std::int32_t shownWith(std::int32_t id) {
+  constexpr std::pair<int, int> kTogether[] = {{kB1LR, kB1Position},   {kB1SCLR, kB1SCPos},
+                                               {kB1Ratio, kB1Ceiling}, {kB1RatioB, kB1Floor},
+                                               {kB1Type, kB1Slope},    {kB1SCSBand, kB1SCSrc}};
+  if (!isBandParameter(id)) return -1;
+  const auto* const found =
+      std::ranges::find(kTogether, bandOneIdOf(id), [](const auto& both) { return both.first; });
+  return found != std::end(kTogether) ? bandParameterId(bandOf(id), found->second) : -1;
+}
 
 bool isBandFile(const std::string& path) {
   const std::string_view own = extensionOf(path);
@@ -77,9 +90,10 @@ void PlugEd::layoutEditor() {
   selection.allowSeveral();
   placeParts();
   placeWithoutTag();
+  takeDefaults();
   panel.emplace(index());
   panel->setMode(state().uimode);
-  if (bandTabs* const tabs = findTabs()) tabs->setGraphWidth(size.graphWidth);
+  if (bandTabs* const tabs = findBandTabs(index())) tabs->setGraphWidth(size.graphWidth);
   showAllValues();
 }
 
@@ -141,6 +155,9 @@ void PlugEd::showBandKinds() {
     showValue(kGUIBandShowSlope + band, pages.slope);
     showValue(kGUIBandShowQ + band, pages.q);
     showValue(kGUIBandShowSlope2 + band, pages.slope2);
+    // Which bands there are to choose from.
+    const std::int32_t source = bandParameterId(band, kB1SCSrc);
+    showValue(source, effect().getParameter(source));
   }
   if (panel) panel->showStates(*this);
 }
@@ -154,22 +171,40 @@ void PlugEd::showListening() {
 
 void PlugEd::showBands() {
   showValue(kGUISelectedBand, static_cast<float>(state().currentBand));
-  if (bandTabs* const tabs = findTabs()) tabs->setSelectedMask(selection.selected());
+  if (bandTabs* const tabs = findBandTabs(index())) tabs->setSelectedMask(selection.selected());
 }
 
-bandTabs* PlugEd::findTabs() {
-  bandTabs* found = nullptr;
-  index().forEach(kGUISelectedBand, [&found](CControl& control) {
-    if (found == nullptr) found = dynamic_cast<bandTabs*>(&control);
-  });
-  return found;
+/// Double clicks and the Delete key go to them.
+void PlugEd::takeDefaults() {
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    CControl* const control = index().getControl(i);
+    const std::int32_t tag = control->getTag();
+    if (isParameterTag(tag)) control->setDefaultValue(effect().getParameterDefault(tag));
+  }
 }
 
 void PlugEd::parameterShown(std::int32_t tag) {
   if (tag == kSCListen) showListening();
-  if (isBandParameter(tag) && bandOneIdOf(tag) <= kB1Solo) {
+  if (tag == kBypass) releaseCoveredFocus();
+  if (tag == kABBank) showValue(kGUIABMenu, static_cast<float>(effect().getCurrentBank()));
+  if (isBandParameter(tag) && bandOneIdOf(tag) <= kB1Solo) bandsChanged = true;
+  if (tag == kExtendedRanges || tag == kExtendedRatios) limitsChanged = true;
+  if (const std::int32_t other = shownWith(tag); other >= 0) {
+    showValue(other, effect().getParameter(other));
+  }
+}
+
+void PlugEd::parametersShown() {
+  if (std::exchange(bandsChanged, false)) {
     showBandKinds();
     showBands();
+  }
+  if (!std::exchange(limitsChanged, false)) return;
+  for (int band = 0; band < kNumBands; ++band) {
+    for (const int row : {kB1Ratio, kB1RatioB, kB1Ceiling, kB1Floor}) {
+      const std::int32_t id = bandParameterId(band, row);
+      showValue(id, effect().getParameter(id));
+    }
   }
 }
 
@@ -185,9 +220,9 @@ void PlugEd::refreshWhatIsStale() {
     showBandKinds();
     showBands();
   }
-  marks.gesturesStale = false;
-  marks.defaultsStale = false;
-  marker.blink(getFrame()->now());
+  if (marks.defaultsStale.exchange(false)) takeDefaults();
+  marks.gesturesStale = false;  // it is the host's side that they concern
+  marker.followControllers();
 }
 
 void PlugEd::idle() {
@@ -198,8 +233,14 @@ void PlugEd::idle() {
   FlagEd::idle();
 }
 
+void PlugEd::viewsBuilt() {
+  FlagEd::viewsBuilt();
+  state().visitedBanks = 1U << static_cast<unsigned>(effect().getCurrentBank());
+}
+
 void PlugEd::viewsClose() {
   panel.reset();
+  pairedRelease = -1;
   group.endAll();
   effect().edits().endAll();
   {
@@ -214,6 +255,12 @@ void PlugEd::viewsClose() {
 void PlugEd::beginEdit(std::int32_t tag) {
   if (!isParameterTag(tag)) return;
   group.begin(tag);
+  const std::int32_t other = otherRelease(tag);
+  if (other >= 0 && isAltHeld()) {  // both are one step back
+    effect().edits().beginHistoryGroup();
+    beginPaired(other);
+    effect().edits().endGroupWithEdit(tag);
+  }
   FlagEd::beginEdit(tag);
   if (!helpFollowsMouse()) showToolTip(tag);
 }
@@ -222,6 +269,9 @@ void PlugEd::endEdit(std::int32_t tag) {
   if (!isParameterTag(tag)) return;
   FlagEd::endEdit(tag);
   group.end(tag);
+  if (pairedRelease >= 0 && pairedRelease == otherRelease(tag)) {
+    effect().endEdit(std::exchange(pairedRelease, -1));
+  }
 }
 
 void PlugEd::valueChanged(CControl& control) {
@@ -244,14 +294,27 @@ void PlugEd::parameterChanged(const CControl& control) {
   }
   group.spread(tag, value);
   effect().setParameterAutomated(tag, value);
-  const std::int32_t other = otherRelease(tag);
-  if (other >= 0 && getFrame()->getCurrentMouseButtons().has(kAlt)) {
-    effect().beginEdit(other);
-    effect().setParameterAutomated(other, value);
-    effect().endEdit(other);
-  }
+  moveBothReleases(tag, value);
   // What is locked goes back to where it was.
   if (effect().isLocked(tag)) showValue(tag, effect().getParameter(tag));
+}
+
+bool PlugEd::isAltHeld() const {
+  return isOpen() && getFrame()->getCurrentMouseButtons().has(kAlt);
+}
+
+void PlugEd::beginPaired(std::int32_t release) {
+  if (pairedRelease >= 0) effect().endEdit(pairedRelease);
+  pairedRelease = release;
+  effect().beginEdit(release);
+}
+
+/// With Alt held. The gesture of the other one lasts as long as that of the one moved.
+void PlugEd::moveBothReleases(std::int32_t tag, float value) {
+  const std::int32_t other = otherRelease(tag);
+  if (other < 0 || !isAltHeld()) return;
+  if (pairedRelease != other) beginPaired(other);
+  effect().setParameterAutomated(other, value);
 }
 
 bool PlugEd::tagChanged(const CControl& control) {
@@ -342,7 +405,7 @@ void PlugEd::selectBand(int band) {
 }
 
 void PlugEd::chooseBank(int bank) {
-  if (banks.choose(bank)) showBands();
+  banks.choose(bank);
   showAllValues();
 }
 
@@ -378,7 +441,7 @@ bool PlugEd::controlModifierClicked(CControl& control, CButtonState buttons) {
   const bool isSwapped = globals.getGlobal("Swap Alt/Right") == 1;
   const bool wantsMenu = isSwapped ? buttons.isLeft() && buttons.has(kAlt) : buttons.isRight();
   if (!wantsMenu) return false;
-  openParameterMenu(id);
+  openParameterMenu(control, id);
   return true;
 }
 
@@ -390,9 +453,15 @@ bool PlugEd::toggleLock(std::int32_t id) {
   return true;
 }
 
-void PlugEd::openParameterMenu(std::int32_t id) {
+/// Where the mouse is, or under the control if a key has asked for it elsewhere.
+void PlugEd::openParameterMenu(const CControl& control, std::int32_t id) {
   const ParameterMenuParts parts{effect().edits(), state(), effect().machine().midiMap()};
-  openActionMenu(*getFrame(), getFrame()->getCurrentMouseLocation(), parameterMenu(parts, id));
+  const CRect own = control.getViewSize();
+  CPoint where = getFrame()->getCurrentMouseLocation();
+  if (!own.contains(control.frameToLocal(where))) {
+    where = control.localToFrame(CPoint{own.left, own.bottom});
+  }
+  openActionMenu(*getFrame(), where, parameterMenu(parts, id));
 }
 
 void PlugEd::openBandMenu(int band, CPoint where) {

@@ -12,8 +12,6 @@
 #include "editor/control_marker.h"
 #include "editor/flag_ed.h"
 
-class bandTabs;
-
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
 class PlugEd : public FlagEd {
@@ -33,7 +31,9 @@ class PlugEd : public FlagEd {
  protected:
   void layoutEditor() override;
   void viewsClose() override;
+  void viewsBuilt() override;
   void parameterShown(std::int32_t tag) override;
+  void parametersShown() override;
   /// Also bands: into the one whose tab is there, otherwise into the one that is shown.
   bool takeFile(const std::string& path, CPoint where) override;
 
@@ -45,8 +45,8 @@ class PlugEd : public FlagEd {
   void showBandKinds();
   void showListening();
   void showBands();
-  [[nodiscard]] bandTabs* findTabs();
   void refreshWhatIsStale();
+  void takeDefaults();
   [[nodiscard]] bool showsHelp() const;
 
   // What the user does.
@@ -60,8 +60,11 @@ class PlugEd : public FlagEd {
   void hideHelp();
   void applyUiSettings();
   void toggleMode(int mode);
-  void openParameterMenu(std::int32_t id);
+  void openParameterMenu(const CControl& control, std::int32_t id);
   bool toggleLock(std::int32_t id);
+  [[nodiscard]] bool isAltHeld() const;
+  void beginPaired(std::int32_t release);
+  void moveBothReleases(std::int32_t tag, float value);
 
   // The line of help.
   void showToolTip(std::int32_t tag);
@@ -73,5 +76,8 @@ class PlugEd : public FlagEd {
   BankSelector banks;
   BandSelection selection;
   ControlMarker marker;
-  std::optional<BandPanel> panel;  // while the views are there
+  std::optional<BandPanel> panel;   // while the views are there
+  bool bandsChanged = false;        // by parameters that are being shown
+  bool limitsChanged = false;       // likewise
+  std::int32_t pairedRelease = -1;  // the other release time, in a gesture of its own
 };

@@ -92,6 +92,7 @@ void VGEditor::close() {
   if (!closing) return;
   {
     const std::lock_guard guard(closing->treeLock());
+    closing->onMouseCancel();  // ends the gesture of a drag as its release would
     viewsClose();
   }
   closing->close();
@@ -126,6 +127,7 @@ void VGEditor::showChangedParameters() {
       parameterShown(tag);
     }
   }
+  parametersShown();
 }
 
 void VGEditor::showValue(std::int32_t tag, float value) {

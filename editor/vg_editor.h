@@ -76,6 +76,7 @@ class VGEditor : public AEffEditor,
   [[nodiscard]] std::int32_t preference(const char* key) const override;
 
   [[nodiscard]] ControlIndex& index() noexcept { return controls; }
+  [[nodiscard]] const ControlIndex& index() const noexcept { return controls; }
   [[nodiscard]] CGFrame* shownFrame() const noexcept { return frame.get(); }
 
  protected:
@@ -90,6 +91,8 @@ class VGEditor : public AEffEditor,
   virtual void viewsClose() {}
   /// A value that has changed outside of the editor is shown.
   virtual void parameterShown(std::int32_t /*tag*/) {}
+  /// All that have changed are shown.
+  virtual void parametersShown() {}
   /// Gives a value to every control of a tag.
   void showValue(std::int32_t tag, float value);
   /// The window is to have another size, in unzoomed pixels and a zoom.

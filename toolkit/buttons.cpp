@@ -80,6 +80,7 @@ void CMovieButton::onMouseCancel() {
 }
 
 CMouseEventResult COnOffButton::onMouseDown(CPoint /*where*/, CButtonState buttons) {
+  if (isMenuClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   if (!buttons.isLeft()) return kMouseEventNotHandled;
   if (isModifierClick(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   beginEdit();

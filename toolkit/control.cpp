@@ -42,6 +42,11 @@ bool CControl::isModifierClick(CButtonState buttons) {
          listener->controlModifierClicked(*this, buttons);
 }
 
+bool CControl::isMenuClick(CButtonState buttons) {
+  return listener != nullptr && buttons.isRight() &&
+         listener->controlModifierClicked(*this, buttons);
+}
+
 bool CControl::checkDefaultValue(CButtonState buttons) {
   if (!buttons.has(kLButton | kControl)) return false;
   beginEdit();

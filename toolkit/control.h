@@ -62,6 +62,8 @@ class CControl : public CView {
   bool checkDefaultValue(CButtonState buttons);
   /// Whether the listener makes something of the keys held at a press.
   [[nodiscard]] bool isModifierClick(CButtonState buttons);
+  /// Whether it makes something of a press of the right button.
+  [[nodiscard]] bool isMenuClick(CButtonState buttons);
   /// Sets, tells and asks to be drawn, where the value is another one.
   void changeValue(float plain);
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "editing/menu.h"
-#include "toolkit/geometry.h"
 #include "toolkit/frame.h"
+#include "toolkit/geometry.h"
 
 /// Opens a menu of actions for a view, below a place in the coordinates of the view's container.
 /// The entry that is chosen runs once the menu has gone, and only while the view is still in its

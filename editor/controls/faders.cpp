@@ -85,7 +85,7 @@ CMouseEventResult nFader::onMouseDown(CPoint where, CButtonState buttons) {
     return kMouseEventNotHandled;
   }
   if (takesPress(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  if (buttons.isDouble() || buttons.has(kControl)) {
+  if (buttons.isDouble() || goesToDefault(values, buttons)) {
     const Held<CView> stays(this);
     startGesture();
     moveTo(buttons.isDouble() ? placeAt(where) : defaultPlace());

@@ -129,7 +129,8 @@ bool nOptionMenu::onWheel(CPoint /*where*/, float steps, CButtonState /*buttons*
 }
 
 bool nOptionMenu::onKeyDown(const KeyEvent& key) {
-  if (!canChange() || !isMenuKey(key)) return ValuePart::onKeyDown(key);
+  if (ValuePart::onKeyDown(key)) return true;
+  if (!canChange() || !isMenuKey(key)) return false;
   popup();
   return true;
 }
@@ -232,7 +233,10 @@ void SCSelectMenu::fill() {
   choose(static_cast<int>(current - choices.begin()));
 }
 
-void SCSelectMenu::setValue(float /*normalised*/) { fill(); }
+/// The entries that are open stay what they are.
+void SCSelectMenu::setValue(float /*normalised*/) {
+  if (!isPoppedUp()) fill();
+}
 
 void SCSelectMenu::valueChanged() {
   const int index = getCurrentIndex();

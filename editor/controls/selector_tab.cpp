@@ -14,7 +14,7 @@ constexpr float kTextInset = 31.0F;
 }  // namespace
 
 selectorTab::selectorTab(const ControlSetup& setup, std::string words, int where)
-    : WithHover(setup, Held<CBitmap>()),
+    : WithKeys(setup, Held<CBitmap>()),
       label(std::move(words)),
       side(where),
       style(look::bold(look::kTextSize, look::kLabel, where == 0 ? kLeftText : kRightText)) {}
@@ -42,5 +42,6 @@ void selectorTab::draw(CDrawContext& context) {
   CRect text{whole.left, middle - 10.0F, whole.right, middle + 10.0F};
   (side == 0 ? text.left : text.right) += side == 0 ? kTextInset : -kTextInset;
   context.drawTextCached(label, text, style);
+  drawFocus(context, whole.inset(3.0F, 4.0F));
   setDirty(false);
 }

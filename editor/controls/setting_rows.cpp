@@ -28,7 +28,7 @@ constexpr float kTabPadding = 24.0F;
 constexpr float kButtonLeft = 314.0F;
 constexpr float kButtonWidth = 118.0F;
 constexpr double kDragPixels = 200.0;  // from one end of a number to the other
-constexpr double kFineDrag = 0.1;
+constexpr double kFineRowDrag = 0.1;
 
 /// So many that a step of a two-hundredth shows.
 int decimalsOf(double range) {
@@ -139,7 +139,8 @@ void SettingRows::draw(CDrawContext& context) {
       const bool isShown = static_cast<int>(spot.index) == shown.tab;
       drawTab(context, spot.place, shown.tabs[spot.index], isShown, isHot);
     } else {
-      button.draw(context, spot.place, shown.button, {isHot ? 1.0F : 0.0F, isPressed, false, false});
+      button.draw(context, spot.place, shown.button,
+                  {isHot ? 1.0F : 0.0F, isPressed, false, false});
     }
     if (isFocused && static_cast<int>(i) == keyed) {
       ring.draw(context, spot.place, {3.0F, kTransparentCColor, kKeyRing});
@@ -237,6 +238,7 @@ CMouseEventResult SettingRows::onMouseDown(CPoint where, CButtonState buttons) {
   if (found == kNone) return kMouseEventNotHandled;
   const Spot& spot = spots[static_cast<std::size_t>(found)];
   keyed = found;
+  getFrame()->setFocusView(this);
   setDirty();
   if (spot.part == Part::kRow && (buttons.isLeft() || buttons.isRight())) {
     const SettingRow& row = shown.rows[spot.index];
@@ -260,7 +262,7 @@ CMouseEventResult SettingRows::onMouseMoved(CPoint where, CButtonState buttons) 
   if (drag) {
     SettingRow now = drag->row;
     const double way = double{where.x} - drag->from.x - (double{where.y} - drag->from.y);
-    const double share = way / kDragPixels * (buttons.has(kShift) ? kFineDrag : 1.0);
+    const double share = way / kDragPixels * (buttons.has(kShift) ? kFineRowDrag : 1.0);
     for (const SettingRow& row : page().rows) {
       if (row.group == now.group && row.name == now.name) now.value = row.value;
     }

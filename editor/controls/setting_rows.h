@@ -5,9 +5,10 @@
 #include <vector>
 
 #include "editing/menu.h"
-#include "toolkit/push_button.h"
+#include "editor/controls/value_part.h"
 #include "toolkit/control.h"
 #include "toolkit/device_picture.h"
+#include "toolkit/push_button.h"
 
 /// A setting as a row shows it: one of several choices, a number, or a colour.
 struct SettingRow {
@@ -47,7 +48,7 @@ struct SettingPage {
 ///
 /// The settings are asked for whenever they are drawn: nothing is kept here. The value that the
 /// listener is told is the row's number, -1 where several rows have changed. Threads: as `CView`.
-class SettingRows : public CControl {
+class SettingRows : public CControl, public nCanFocus {
  public:
   static constexpr float kRowPitch = 24.0F;
 
@@ -63,6 +64,8 @@ class SettingRows : public CControl {
   bool onKeyDown(const KeyEvent& key) override;
   void takeFocus() override;
   void looseFocus() override;
+  [[nodiscard]] bool isTabStop() const override { return true; }
+  [[nodiscard]] bool hasFocus() const override { return isFocused; }
 
  protected:
   [[nodiscard]] virtual SettingPage page() const = 0;

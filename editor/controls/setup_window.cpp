@@ -65,6 +65,7 @@ void SetupWindow::goTo(int page) { changeValue(static_cast<float>(std::clamp(pag
 CMouseEventResult SetupWindow::onMouseDown(CPoint where, CButtonState buttons) {
   const int row = rowAt(where);
   if (!buttons.isLeft() || row == kNone) return kMouseEventNotHandled;
+  getFrame()->setFocusView(this);
   goTo(row);
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
 }

@@ -2,11 +2,12 @@
 
 #include <string>
 
+#include "editor/controls/value_part.h"
 #include "toolkit/control.h"
 
 /// The list of the pages of the setup window, with the program's version below. The value is the
 /// page; a press on a row and the arrows send it. Threads: as `CView`.
-class SetupWindow : public CControl {
+class SetupWindow : public CControl, public nCanFocus {
  public:
   SetupWindow(const ControlSetup& setup, std::string version);
 
@@ -18,6 +19,8 @@ class SetupWindow : public CControl {
   bool onKeyDown(const KeyEvent& key) override;
   void takeFocus() override;
   void looseFocus() override;
+  [[nodiscard]] bool isTabStop() const override { return true; }
+  [[nodiscard]] bool hasFocus() const override { return isFocused; }
 
  private:
   [[nodiscard]] CRect rowPlace(int row) const;

@@ -52,13 +52,14 @@ void nTiledButton::drawTitle(CDrawContext& context, const CRect& rect, CColor co
 }
 
 tiledButton::tiledButton(const ControlSetup& setup, TileLook look, bool invert)
-    : WithHover(setup, Held<CBitmap>()), nTiledButton(std::move(look)), isInverted(invert) {}
+    : WithKeys(setup, Held<CBitmap>()), nTiledButton(std::move(look)), isInverted(invert) {}
 
 void tiledButton::draw(CDrawContext& context) {
   const bool lights = isOn() != isInverted;
   drawTile(context, size, lights && !isInverted ? kOn : kRest, hoverShare());
   const CColor rest = isInverted ? look::kLabel : kRestColour;
   drawTitle(context, size, lights ? look::kLit : mix(rest, look::kText, hoverShare()));
+  drawFocus(context, size.inset(1.0F, 2.0F));
   setDirty(false);
 }
 
@@ -66,12 +67,13 @@ tiledMSButton::tiledMSButton(const ControlSetup& setup, Held<CBitmap> frames)
     : tiledButton(setup, {std::move(frames), {}, "M/S"}) {}
 
 tiledKickButton::tiledKickButton(const ControlSetup& setup, TileLook look)
-    : WithHover(setup, Held<CBitmap>()), nTiledButton(std::move(look)) {}
+    : WithKeys(setup, Held<CBitmap>()), nTiledButton(std::move(look)) {}
 
 void tiledKickButton::draw(CDrawContext& context) {
   const bool lights = isOn() || isLit;
   drawTile(context, size, lights ? kOn : kRest, hoverShare());
   drawTitle(context, size, lights ? look::kLit : mix(kRestColour, look::kText, hoverShare()));
+  drawFocus(context, size.inset(1.0F, 2.0F));
   setDirty(false);
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "editor/controls/marks.h"
-#include "editor/controls/with_hover.h"
+#include "editor/controls/with_keys.h"
 #include "toolkit/buttons.h"
 #include "toolkit/device_picture.h"
 
@@ -40,7 +40,7 @@ class nTiledButton {
 
 /// On or off. `invert`: it stands for the opposite of its value, and shows that by its colour
 /// alone.
-class tiledButton : public WithHover<COnOffButton>, public nTiledButton {
+class tiledButton : public WithKeys<COnOffButton>, public nTiledButton {
  public:
   tiledButton(const ControlSetup& setup, TileLook look, bool invert = false);
 
@@ -58,7 +58,7 @@ class tiledMSButton : public tiledButton {
 };
 
 /// Pressed down while it is held.
-class tiledKickButton : public WithHover<CKickButton>, public nTiledButton {
+class tiledKickButton : public WithKeys<CKickButton>, public nTiledButton {
  public:
   tiledKickButton(const ControlSetup& setup, TileLook look);
 
@@ -78,6 +78,7 @@ class tiledUndoRedoButton : public tiledKickButton, public nCanDisable {
 
   void draw(CDrawContext& context) override;
   void setDisabled(bool on) override;
+  [[nodiscard]] bool isTabStop() const override { return !isDisabled; }
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 
  private:

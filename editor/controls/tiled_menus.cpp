@@ -13,7 +13,7 @@ constexpr float kArrowRoom = 9.0F;
 }  // namespace
 
 tiledMenu::tiledMenu(const ControlSetup& setup, TileLook wanted, std::string_view entries)
-    : WithHover(setup, kCheckStyle),
+    : WithKeys(setup, kCheckStyle),
       nTiledButton(std::move(wanted)),
       style(look::bold(look::kTextSize, look::kLit, kCenterText)) {
   addEntries(entries);
@@ -31,9 +31,9 @@ void tiledMenu::draw(CDrawContext& context) {
     arrow.draw(context, {size.right - 7.0F, size.top + 12.5F}, kMenuArrowSize, Icon::kDown,
                mix(look::kLabel, look::kText, hoverShare()));
   } else {
-    drawTitle(context, size,
-              isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
+    drawTitle(context, size, isPoppedUp() ? look::kLit : mix(kRestWord, look::kText, hoverShare()));
   }
+  drawFocus(context, size.inset(1.0F, 2.0F));
   setDirty(false);
 }
 
@@ -42,6 +42,9 @@ tiledSOptionMenu::tiledSOptionMenu(const ControlSetup& setup, TileLook look,
     : tiledMenu(setup, std::move(look), entries), alttag(other) {}
 
 CMouseEventResult tiledSOptionMenu::onMouseDown(CPoint where, CButtonState buttons) {
+  if (isMenuClick(buttons) || (buttons.isLeft() && isModifierClick(buttons))) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   if (!buttons.isRight() || alttag < 0 || getListener() == nullptr) {
     return tiledMenu::onMouseDown(where, buttons);
   }

@@ -9,7 +9,7 @@
 
 /// A menu that looks like a button of the title bar: the text of its present entry, with an arrow.
 /// Threads, for all of these: as `CView`.
-class tiledMenu : public WithHover<COptionMenu>, public nTiledButton {
+class tiledMenu : public WithKeys<COptionMenu>, public nTiledButton {
  public:
   /// The look's title is what is written, unless it is empty. `entries`: parts of a text, as
   /// `COptionMenu::addEntries` takes them.

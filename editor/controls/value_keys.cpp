@@ -103,6 +103,11 @@ float valueAfter(const ValueSource& values, std::int32_t tag, float normalised, 
   return std::clamp(normalised + notches * unit, 0.0F, 1.0F);
 }
 
+bool goesToDefault(const ValueSource& values, CButtonState buttons) {
+  return buttons.has(kControl) ||
+         (buttons.has(kAlt) && values.preference("ProTools Opt/Shift") == 1);
+}
+
 float wheelSensitivity(const ValueSource& values) {
   switch (values.preference("MouseWheel Sensitivity")) {
     case 1:

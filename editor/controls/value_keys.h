@@ -35,6 +35,8 @@ struct ValueStep {
                                float notches, bool fine);
 /// The nearest value that a parameter can have.
 [[nodiscard]] float heldValue(const ValueSource& values, std::int32_t tag, float normalised);
+/// Whether a press is to go to the default: with Control held, or as the user prefers with Alt.
+[[nodiscard]] bool goesToDefault(const ValueSource& values, CButtonState buttons);
 /// What the wheel counts for, by the user's preference.
 [[nodiscard]] float wheelSensitivity(const ValueSource& values);
 /// The value of a parameter after a key, as `movedByKey` has it.

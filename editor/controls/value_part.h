@@ -32,6 +32,9 @@ class nCanFocus {
   [[nodiscard]] virtual bool hasFocus() const = 0;
 };
 
+/// The key that asks for a menu counts as a press of whichever button the user has for that.
+inline constexpr std::uint32_t kMenuKeyPress = kLButton | kRButton | kAlt;
+
 /// A control of one value with all marks, which takes the keys when it is pressed. The right button
 /// and a press with keys held go to the listener first; one that is disabled or locked takes
 /// nothing else.
@@ -85,7 +88,7 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     WithHover<Base>::removed();
   }
   bool onKeyDown(const KeyEvent& key) override {
-    if (isMenuKey(key)) return asksListener(kRButton) || Base::onKeyDown(key);
+    if (isMenuKey(key)) return asksListener(kMenuKeyPress) || Base::onKeyDown(key);
     if (!canChange()) return false;
     const std::optional<float> moved = valueByKey(key);
     if (!moved) return Base::onKeyDown(key);

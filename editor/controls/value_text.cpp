@@ -57,7 +57,7 @@ CMouseEventResult CTTText::onMouseDown(CPoint where, CButtonState buttons) {
     return kMouseEventNotHandled;
   }
   if (takesPress(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  if (buttons.has(kControl)) {
+  if (goesToDefault(values, buttons)) {
     takeValue(values.defaultOf(getTag()));
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }

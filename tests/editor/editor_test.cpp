@@ -3,13 +3,17 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <thread>
+#include <utility>
 
+#include "editor/controls/action_menu.h"
+#include "editor/controls/marks.h"
 #include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
-#include "editor/controls/action_menu.h"
 #include "graphs/opengl/gl_picture.h"
 #include "host/alerts.h"
+#include "state/machine.h"
 #include "tests/editor/shown_editor.h"
 #include "tests/support/test_directory.h"
 #include "tests/support/x_server.h"
@@ -157,6 +161,84 @@ TEST(Editor, ThePresetTrayIsThereOrNot) {
   }
   shown.change(kGUIPresetPage, 0);
   EXPECT_FALSE(page.isVisible());
+}
+
+TEST(Editor, ADragIsOneStepBackHoweverItEnds) {
+  Shown shown(0);
+  const int slow = bandParameterId(0, kB1RelSlow);
+  const int fast = bandParameterId(0, kB1RelFast);
+  const auto places = [&] {
+    return std::pair(shown.plug.getParameter(slow), shown.plug.getParameter(fast));
+  };
+  const auto before = places();
+  for (const bool isClosed : {false, true}) {
+    CControl* const fader = shown.editor->index().find(slow);
+    CPoint at = fader->localToFrame(fader->getViewSize().centre());
+    WindowListener& window = shown.editor->shownFrame()->events();
+    window.mouseMoved({at.x, at.y}, kAlt);
+    window.mouseDown({at.x, at.y}, kLButton, kLButton | kAlt);
+    for (int i = 0; i < 4; ++i) window.mouseMoved({at.x += 3, at.y -= 3}, kLButton | kAlt);
+    EXPECT_EQ(places().first, places().second);
+    EXPECT_NE(places(), before);
+    if (isClosed) {
+      shown.editor->close();
+    } else {
+      window.mouseUp({at.x, at.y}, kLButton, kLButton);
+    }
+    shown.plug.undo();
+    EXPECT_EQ(places(), before);
+    EXPECT_FALSE(shown.plug.canUndo());
+  }
+}
+
+TEST(Editor, MarksFollowTheTableOfControllers) {
+  Shown shown(0);
+  MIDIMap& map = shown.plug.machine().midiMap();
+  const auto marks = [&] {
+    shown.editor->idle();
+    const MarkState& now =
+        dynamic_cast<ControlMarks*>(shown.editor->index().find(kIpTrim))->marks();
+    return std::pair(now.isLearning, now.isMapped);
+  };
+  map.setLearnTarget(kIpTrim);
+  EXPECT_EQ(marks(), std::pair(true, false));
+  shown.change(kGUIShowAdvanced, 1);
+  EXPECT_EQ(marks(), std::pair(true, false)) << "layout takes it not away";
+  map.learn(kIpTrim, 7);
+  map.setLearnTarget(-1);
+  EXPECT_EQ(marks(), std::pair(false, true));
+  map.unlearn(kIpTrim);
+  EXPECT_EQ(marks(), std::pair(false, false));
+}
+
+TEST(Editor, TheSelectionOutlivesALayout) {
+  Shown shown(0);
+  EditorState& state = shown.plug.editorState();
+  shown.change(kGUIShiftSelect, 3);
+  shown.change(kGUIShiftSelect, 5);
+  shown.change(kGUIShowAdvanced, 1);
+  shown.change(kGUIShiftSelect, 5);
+  EXPECT_EQ(state.currentBand, 3);
+  EXPECT_EQ(state.selectedBands, 0b1001U);
+}
+
+TEST(Editor, KeysStayOutOfTheDark) {
+  const Shown shown(1);
+  CFrame& frame = *shown.editor->shownFrame();
+  const auto tabs = [&frame] {
+    std::set<const CView*> met;
+    while (frame.onKeyDown({Key::kTab, 0, {}, {}}) && met.insert(frame.getFocusView()).second) {
+    }
+    return met;
+  };
+  EXPECT_GT(tabs().size(), 20U);
+  frame.setFocusView(shown.editor->index().find(kIpTrim));
+  shown.editor->openSetup(2);
+  EXPECT_EQ(frame.getFocusView(), nullptr);
+  std::set<const CView*> met = tabs();
+  std::erase_if(met, [](const CView* view) { return view->localToFrame(CPoint{}).y < 25.0F; });
+  EXPECT_EQ(met, (std::set<const CView*>{shown.editor->index().find(kGUISetupPage),
+                                         shown.editor->index().find(kGUIPrefsChange)}));
 }
 
 }  // namespace
