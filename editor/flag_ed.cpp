@@ -92,11 +92,13 @@ void FlagEd::tagChanged(std::int32_t tag, const CControl& control) {
 
 void FlagEd::viewsClose() {
   setupOpen = false;
+  presetsRead = false;
   VGEditor::viewsClose();
 }
 
 void FlagEd::showOwnState() {
-  refreshPresetMenu();
+  if (!presetsRead) refreshPresetMenu();
+  presetsRead = true;
   showTray();
   showSetup();
   const bool carries = (effect().getLoadingFlags() & LoadingFlags::kCarriesEditor) != 0;
@@ -209,8 +211,13 @@ bool FlagEd::closeWhatFloats() {
     showSetup();
     return true;
   }
-  if (getFrame()->getFocusView() == nullptr) return false;
-  getFrame()->setFocusView(nullptr);
+  if (getFrame()->getFocusView() != nullptr) {
+    getFrame()->setFocusView(nullptr);
+    return true;
+  }
+  if (!trayOpen) return false;
+  trayOpen = false;
+  showTray();
   return true;
 }
 

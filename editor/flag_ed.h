@@ -47,4 +47,5 @@ class FlagEd : public VGEditor {
   bool setupOpen = false;
   int setupPage = 0;
   bool trayOpen = false;
+  bool presetsRead = false;  // since the window opened
 };
