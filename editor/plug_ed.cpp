@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
@@ -167,10 +168,13 @@ bandTabs* PlugEd::findTabs() {
 
 void PlugEd::parameterShown(std::int32_t tag) {
   if (tag == kSCListen) showListening();
-  if (isBandParameter(tag) && bandOneIdOf(tag) <= kB1Solo) {
-    showBandKinds();
-    showBands();
-  }
+  if (isBandParameter(tag) && bandOneIdOf(tag) <= kB1Solo) kindsChanged = true;
+}
+
+void PlugEd::parametersShown() {
+  if (!std::exchange(kindsChanged, false)) return;
+  showBandKinds();
+  showBands();
 }
 
 void PlugEd::refreshWhatIsStale() {

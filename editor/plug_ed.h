@@ -34,6 +34,7 @@ class PlugEd : public FlagEd {
   void layoutEditor() override;
   void viewsClose() override;
   void parameterShown(std::int32_t tag) override;
+  void parametersShown() override;
   /// Also bands: into the one whose tab is there, otherwise into the one that is shown.
   bool takeFile(const std::string& path, CPoint where) override;
 
@@ -73,5 +74,6 @@ class PlugEd : public FlagEd {
   BankSelector banks;
   BandSelection selection;
   ControlMarker marker;
+  bool kindsChanged = false;       // since they were shown
   std::optional<BandPanel> panel;  // while the views are there
 };

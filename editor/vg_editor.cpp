@@ -126,6 +126,7 @@ void VGEditor::showChangedParameters() {
       parameterShown(tag);
     }
   }
+  parametersShown();
 }
 
 void VGEditor::showValue(std::int32_t tag, float value) {

@@ -90,6 +90,8 @@ class VGEditor : public AEffEditor,
   virtual void viewsClose() {}
   /// A value that has changed outside of the editor is shown.
   virtual void parameterShown(std::int32_t /*tag*/) {}
+  /// After all that have changed.
+  virtual void parametersShown() {}
   /// Gives a value to every control of a tag.
   void showValue(std::int32_t tag, float value);
   /// The window is to have another size, in unzoomed pixels and a zoom.
