@@ -31,7 +31,7 @@ void ControlIndex::refreshTags() {
   tags.clear();
   for (const Held<CControl>& control : controls) tags.push_back(control->getTag());
   const std::int32_t highest = tags.empty() ? -1 : *std::ranges::max_element(tags);
-  firstOfTag.assign(static_cast<std::size_t>(highest + 1), -1);
+  firstOfTag.assign(static_cast<std::size_t>(highest) + 1, -1);
   nextOfSameTag.assign(tags.size(), -1);
   for (std::size_t i = tags.size(); i-- > 0;) {
     if (tags[i] < 0) continue;
