@@ -48,9 +48,23 @@ class WholeSurface : public Script {
     commands["choose"] = [this] { EXPECT_TRUE(user.choose(row[1])) << row[1]; };
     commands["setup"] = [this] { user.editor->openSetup(number(1)); };
     commands["key"] = [this] { user.key(row[1] == "escape" ? Key::kEscape : Key::kReturn); };
+    // How many pictures of a second, taken every 250 ms, differ from the one before.
+    commands["blinks"] = [this] {
+      int changes = 0;
+      for (int i = 0; i < 4; ++i) {
+        const std::vector<std::uint32_t> earlier = pixels();
+        user.wait(250);
+        changes += pixels() != earlier ? 1 : 0;
+      }
+      say(changes);
+    };
     commands["drawn"] = [this] { tagged(); };
   }
 
+  [[nodiscard]] std::vector<std::uint32_t> pixels() {
+    const CBitmap& picture = *user.frame().picture();
+    return {picture.pixels(), picture.pixels() + picture.getWidth() * picture.getHeight()};
+  }
   std::int32_t tagged() {
     const std::int32_t tag = tagTable().find(row[1]);
     handled.insert(tag);
