@@ -1,5 +1,8 @@
 #include "editor/control_index.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "editor/controls/pages.h"
 
 void ControlIndex::build(CViewContainer& root) {
@@ -10,7 +13,7 @@ void ControlIndex::build(CViewContainer& root) {
 
 void ControlIndex::clear() {
   controls.clear();
-  tags.clear();
+  refreshTags();
 }
 
 void ControlIndex::add(CViewContainer& container) {
@@ -27,6 +30,14 @@ void ControlIndex::add(CViewContainer& container) {
 void ControlIndex::refreshTags() {
   tags.clear();
   for (const Held<CControl>& control : controls) tags.push_back(control->getTag());
+  const std::int32_t highest = tags.empty() ? -1 : *std::ranges::max_element(tags);
+  firstOfTag.assign(static_cast<std::size_t>(highest) + 1, -1);
+  nextOfSameTag.assign(tags.size(), -1);
+  for (std::size_t i = tags.size(); i-- > 0;) {
+    if (tags[i] < 0) continue;
+    int& first = firstOfTag[static_cast<std::size_t>(tags[i])];
+    nextOfSameTag[i] = std::exchange(first, static_cast<int>(i));
+  }
 }
 
 std::int32_t ControlIndex::getControlTag(int index) const noexcept {
@@ -39,10 +50,14 @@ CControl* ControlIndex::getControl(int index) const noexcept {
 }
 
 int ControlIndex::findNextControlWithTag(std::int32_t tag, int afterIndex) const noexcept {
-  for (int i = afterIndex + 1; i < getControlCount(); ++i) {
-    if (getControlTag(i) == tag) return i;
+  if (afterIndex >= 0 && tag >= 0 && getControlTag(afterIndex) == tag) {
+    return nextOfSameTag[static_cast<std::size_t>(afterIndex)];
   }
-  return -1;
+  const auto place = static_cast<std::size_t>(tag);
+  int index = afterIndex + 1;
+  if (afterIndex < 0 && tag >= 0) index = place < firstOfTag.size() ? firstOfTag[place] : -1;
+  while (index >= 0 && index < getControlCount() && getControlTag(index) != tag) ++index;
+  return index < getControlCount() ? index : -1;
 }
 
 CControl* ControlIndex::find(std::int32_t tag, int which) const noexcept {

@@ -37,4 +37,6 @@ class ControlIndex {
 
   std::vector<Held<CControl>> controls;
   std::vector<std::int32_t> tags;
+  std::vector<int> firstOfTag;     // by tag, -1 for none
+  std::vector<int> nextOfSameTag;  // by index, -1 for none
 };

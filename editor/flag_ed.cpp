@@ -90,6 +90,10 @@ void FlagEd::tagChanged(std::int32_t tag, const CControl& control) {
   }
 }
 
+void FlagEd::viewsBuilt() {
+  effect().editorState().visitedBanks = 1U << static_cast<std::uint32_t>(effect().getCurrentBank());
+}
+
 void FlagEd::viewsClose() {
   setupOpen = false;
   presetsRead = false;

@@ -22,6 +22,7 @@ class FlagEd : public VGEditor {
   void openSetup(int page);
 
  protected:
+  void viewsBuilt() override;
   void viewsClose() override;
   /// Loads a file, if it is of a kind that this knows. One that it cannot load changes nothing, and
   /// the user is told.

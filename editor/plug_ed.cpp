@@ -233,11 +233,6 @@ void PlugEd::idle() {
   FlagEd::idle();
 }
 
-void PlugEd::viewsBuilt() {
-  FlagEd::viewsBuilt();
-  state().visitedBanks = 1U << static_cast<unsigned>(effect().getCurrentBank());
-}
-
 void PlugEd::viewsClose() {
   panel.reset();
   pairedRelease = -1;

@@ -31,7 +31,6 @@ class PlugEd : public FlagEd {
  protected:
   void layoutEditor() override;
   void viewsClose() override;
-  void viewsBuilt() override;
   void parameterShown(std::int32_t tag) override;
   void parametersShown() override;
   /// Also bands: into the one whose tab is there, otherwise into the one that is shown.

@@ -102,7 +102,7 @@ void bandTabs::onIdle() {
     getFrame()->wantIdle(*this, true);  // also where the fade has ended: parameters go on
   }
   refresh();
-  const bool blink = isLearning && getFrame()->now() / look::kBlinkMs % 2 == 0;
+  const bool blink = isLearning && getFrame()->now() / look::kBlinkMs % 2 != 0;
   if (std::exchange(isBlinkOn, blink) != blink) setDirty();
 }
 

@@ -156,7 +156,7 @@ ControlOutline::State ValueBlock::outlineState() const {
   ControlOutline::State state;
   state.isFocused = shownFocus->hasFocus();
   state.isDragged = isAnyDragged();
-  state.isBlinkOn = getFrame() != nullptr && (getFrame()->now() / look::kBlinkMs) % 2 == 0;
+  state.isBlinkOn = getFrame() != nullptr && (getFrame()->now() / look::kBlinkMs) % 2 != 0;
   return state;
 }
 

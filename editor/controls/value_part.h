@@ -156,7 +156,7 @@ class ValuePart : public WithHover<Base>, public ControlMarks, public nCanFocus 
     outline.draw(context, this->getViewSize(), marks(), {focused, dragged, blinkNow()});
   }
   [[nodiscard]] bool blinkNow() const {
-    return this->getFrame() != nullptr && (this->getFrame()->now() / look::kBlinkMs) % 2 == 0;
+    return this->getFrame() != nullptr && (this->getFrame()->now() / look::kBlinkMs) % 2 != 0;
   }
 
  private:
