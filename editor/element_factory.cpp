@@ -10,6 +10,7 @@
 #include "editor/stock_elements.h"
 #include "editor/value_elements.h"
 #include "toolkit/frame.h"
+#include "toolkit/look.h"
 
 namespace {
 
@@ -23,7 +24,10 @@ const ElementRow* rowOf(std::span<const ElementRow> rows, const LayoutElement& e
 PlainElement::PlainElement(const ControlSetup& setup, std::string name)
     : CControl(setup), className(std::move(name)) {}
 
-void PlainElement::draw(CDrawContext& /*context*/) { setDirty(false); }
+void PlainElement::draw(CDrawContext& context) {
+  if (className == "EQGraph") ground.draw(context, size, {3.0F, look::kPanel, look::kBorder});
+  setDirty(false);
+}
 
 bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 

@@ -7,11 +7,12 @@
 #include "editor/controls/value_source.h"
 #include "editor/layout/walker.h"
 #include "toolkit/control.h"
+#include "toolkit/device_picture.h"
 
 class Plug;
 
 /// A control that only shows where it is: what stands for an element whose own class is not built
-/// yet, under that class's name.
+/// yet, under that class's name. The graph's place has its ground.
 class PlainElement : public CControl {
  public:
   PlainElement(const ControlSetup& setup, std::string className);
@@ -22,6 +23,7 @@ class PlainElement : public CControl {
 
  private:
   std::string className;
+  BoxPicture ground;
 };
 
 /// Makes the views of a layout's elements. Threads: as `CView`.
