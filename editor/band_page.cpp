@@ -9,8 +9,8 @@
 #include "editor/controls/control_block.h"
 #include "editor/controls/labels.h"
 #include "editor/controls/section_labels.h"
-#include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
+#include "editor/plain_element.h"
 #include "toolkit/look.h"
 
 namespace {

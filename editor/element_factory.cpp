@@ -7,10 +7,10 @@
 
 #include "editor/controls/section.h"
 #include "editor/own_elements.h"
+#include "editor/plain_element.h"
 #include "editor/stock_elements.h"
 #include "editor/value_elements.h"
 #include "toolkit/frame.h"
-#include "toolkit/look.h"
 
 namespace {
 
@@ -20,16 +20,6 @@ const ElementRow* rowOf(std::span<const ElementRow> rows, const LayoutElement& e
 }
 
 }  // namespace
-
-PlainElement::PlainElement(const ControlSetup& setup, std::string name)
-    : CControl(setup), className(std::move(name)) {}
-
-void PlainElement::draw(CDrawContext& context) {
-  if (className == "EQGraph") ground.draw(context, size, {3.0F, look::kPanel, look::kBorder});
-  setDirty(false);
-}
-
-bool PlainElement::hitTest(CPoint /*where*/, CButtonState /*buttons*/) const { return false; }
 
 std::optional<CView*> ElementFactory::createStockView(const LayoutElement& element) {
   const ElementRow* const row = rowOf(stockElements(), element);

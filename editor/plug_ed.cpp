@@ -16,6 +16,7 @@
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
+#include "editor/plain_element.h"
 #include "editor/surface_layout.h"
 #include "editor/tool_tip_texts.h"
 #include "platform/paths.h"

@@ -9,8 +9,8 @@
 
 #include "apps/output/json_output.h"
 #include "editor/controls/pages.h"
-#include "editor/element_factory.h"
 #include "editor/layout/tag_table.h"
+#include "editor/plain_element.h"
 #include "toolkit/frame.h"
 #include "toolkit/param_display.h"
 

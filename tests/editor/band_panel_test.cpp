@@ -14,6 +14,7 @@
 #include "editor/controls/control_block.h"
 #include "editor/controls/rounded_frame.h"
 #include "editor/layout/tag_table.h"
+#include "editor/plain_element.h"
 #include "tests/editor/shown_editor.h"
 
 namespace {
