@@ -76,12 +76,12 @@ void nTTLogo::draw(CDrawContext& context) {
 nResizeBox::nResizeBox(const ControlSetup& setup) : CControl(setup) { setMax(1e6F); }
 
 void nResizeBox::draw(CDrawContext& context) {
-  constexpr CColor kDot = CColor::rgb(0x848484, 191);
+  constexpr CColor kGripDot = CColor::rgb(0x848484, 191);
   for (int column = 0; column < 3; ++column) {
     for (int row = 0; row + column < 3; ++row) {
       const float left = size.right - 5.0F - 3.0F * static_cast<float>(column);
       const float top = size.bottom - 5.0F - 3.0F * static_cast<float>(row);
-      context.fillRect({left, top, left + 2.0F, top + 2.0F}, kDot);
+      context.fillRect({left, top, left + 2.0F, top + 2.0F}, kGripDot);
     }
   }
   setDirty(false);
