@@ -97,7 +97,7 @@ TEST_P(EditorWindow, FollowsScaleAndHost) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_TRUE(becomesDrawn(effect));
-    EXPECT_TRUE(host->isDrawn(500, 10) && !host->isDrawn(7, 60));
+    EXPECT_TRUE(host->isDrawn(500, 10) && !host->isDrawn(100, 30));
   }
 }
 
