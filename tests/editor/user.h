@@ -70,6 +70,11 @@ class User {
   [[nodiscard]] double option(const char* group, const char* key) {
     return plug.uiSettings().getUiValue(group, key);
   }
+  [[nodiscard]] std::string textOf(std::int32_t parameter) {
+    char text[PlugBase::kParameterTextCapacity] = {};
+    plug.getParameterDisplay(parameter, text);
+    return text;
+  }
   [[nodiscard]] std::string presetName() {
     char name[64] = {};
     plug.getProgramName(name);
