@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "state/json_document.h"
 #include "tests/editor/whole_surface.h"
 
 namespace {
