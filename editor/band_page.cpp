@@ -232,7 +232,7 @@ class BandPage {
     ControlBlock::Options chosen;
     chosen.dragFactor = dragFactorOf(values.stepsOf(id(parameter)));
     if (parameter == kB1Ratio || parameter == kB1RatioB) chosen.detents = kRatioStops;
-    chosen.hasCentreMark = parameter == kB1Gain;
+    chosen.marksZero = parameter == kB1Gain || parameter == kB1SCTrim;
     return chosen;
   }
 

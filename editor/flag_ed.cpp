@@ -29,6 +29,25 @@ void setDisabled(const ControlIndex& controls, std::int32_t tag, bool on) {
   });
 }
 
+CPoint middleOf(const CControl* control) {
+  return control->localToFrame(control->getViewSize().centre());
+}
+
+/// Row by row; what stands in one may be of different heights.
+void sortAsRead(std::vector<CControl*>& order) {
+  constexpr float kSameRow = 8.0F;
+  std::ranges::stable_sort(order, {}, [](const CControl* c) { return middleOf(c).y; });
+  for (auto row = order.begin(); row != order.end();) {
+    const float last = middleOf(*row).y + kSameRow;
+    const auto end =
+        std::find_if(row, order.end(), [last](const CControl* c) { return middleOf(c).y > last; });
+    std::stable_sort(row, end, [](const CControl* a, const CControl* b) {
+      return middleOf(a).x < middleOf(b).x;
+    });
+    row = end;
+  }
+}
+
 }  // namespace
 
 void FlagEd::valueChanged(CControl& control) {
@@ -256,12 +275,7 @@ bool FlagEd::moveFocus(bool forward) {
     }
   }
   if (order.empty()) return false;
-  const auto isBefore = [](const CControl* a, const CControl* b) {
-    const CPoint first = a->localToFrame(a->getViewSize().topLeft());
-    const CPoint second = b->localToFrame(b->getViewSize().topLeft());
-    return first.y != second.y ? first.y < second.y : first.x < second.x;
-  };
-  std::ranges::stable_sort(order, isBefore);
+  sortAsRead(order);
   const auto present = std::ranges::find(order, getFrame()->getFocusView());
   const auto count = static_cast<std::ptrdiff_t>(order.size());
   std::ptrdiff_t next = forward ? 0 : count - 1;

@@ -40,9 +40,8 @@ CView* makeDitherMenu(const Element& element, const ElementSetup& setup) {
 
 CView* makeScalableBlock(const Element& element, const ElementSetup& setup) {
   ControlBlock::Options options = blockOptions(element, 0);
-  // What has its zero in the middle of a symmetrical range shows where that is.
   const ValueSteps steps = setup.values.stepsOf(setup.tag);
-  options.hasCentreMark = steps.least < 0.0F && steps.least == -steps.most;
+  options.marksZero = steps.least < 0.0F && steps.least == -steps.most;
   return new ScalableLFControlBlock(setup, setup.values, std::move(options));
 }
 

@@ -409,9 +409,10 @@ void bandTabs::drawTitle(CDrawContext& context, const Shown& shown) {
   if (shown.runs) kind = shown.isSelected ? look::kText : mix(kKindWord, look::kText, shown.hover);
   text.colour = kind;
   context.drawTextCached(states[at(shown.band)].kind, box(tab, 22, 5, tab.width() - 40, 10), text);
-  if (isLastActive(shown.band)) return;
-  const bool isUnder = hovered == Spot{shown.band, Part::kCross};
+  const bool isOff = isLastActive(shown.band);
+  const bool isUnder = !isOff && hovered == Spot{shown.band, Part::kCross};
   CColor cross = shown.isSelected ? look::kLabel : mix(look::kOff, look::kLabel, shown.hover);
+  if (isOff) cross = look::kOff;
   if (isUnder) cross = mix(cross, look::kText, shown.hover);
   pictures[at(shown.band)].sign.draw(context, {tab.right - 10.0F, tab.top + 10.0F}, 11.0F,
                                      Icon::kCross, cross);

@@ -226,7 +226,7 @@ ControlBlock::ControlBlock(const ControlSetup& setup, ValueSource& values, Optio
       auto* const line = new LineFader(
           part, values,
           {CSlider::Style::kHorizontal, std::move(options.detents), options.dragFactor});
-      line->setCentreMark(options.hasCentreMark);
+      if (options.marksZero) line->setZeroMark(values.normalisedOf(setup.tag, 0.0F));
       setParts(makeText(part, values, options.dragFactor), line);
       break;
     }
@@ -250,6 +250,6 @@ ScalableLFControlBlock::ScalableLFControlBlock(const ControlSetup& setup, ValueS
   const ControlSetup part{{}, setup.listener, setup.tag};
   auto* const line =
       new SLineFader(part, values, {CSlider::Style::kHorizontal, std::move(options.detents), 0.0F});
-  line->setCentreMark(options.hasCentreMark);
+  if (options.marksZero) line->setZeroMark(values.normalisedOf(setup.tag, 0.0F));
   setParts(makeText(part, values, options.dragFactor), line);
 }

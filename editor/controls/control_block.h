@@ -91,7 +91,7 @@ class ControlBlock : public ValueBlock {
     std::string menuText{};  ///< entries, as `COptionMenu::addEntries` takes them
     float dragFactor = 3.0F;
     std::string detents{};
-    bool hasCentreMark = false;
+    bool marksZero = false;  ///< on the fader
   };
   ControlBlock(const ControlSetup& setup, ValueSource& values, Options options);
 };

@@ -215,8 +215,8 @@ void RailPicture::paint(float scale) const {
   }
 }
 
-void LineFader::setCentreMark(bool on) {
-  hasCentreMark = on;
+void LineFader::setZeroMark(float at) {
+  zeroMark = at;
   setDirty();
 }
 
@@ -242,8 +242,8 @@ void LineFader::drawMarks(CDrawContext& context, const CRect& line) {
       context.fillRect({size.left + from, line.top + near, size.left + to, line.top + far}, colour);
     }
   };
-  if (hasCentreMark) {
-    const float middle = std::floor(length * 0.5F);
+  if (zeroMark >= 0.0F) {
+    const float middle = std::floor(zeroMark * (length - handleSize()) + handleSize() * 0.5F);
     bar(middle, middle + context.hairline(), -3.0F, 4.0F, look::kOff);
   }
   if (level >= 0.0F) {

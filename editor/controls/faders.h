@@ -103,8 +103,8 @@ class LineFader : public nFader {
   using nFader::nFader;
 
   void draw(CDrawContext& context) override;
-  /// A mark in the middle of the way.
-  void setCentreMark(bool on);
+  /// A mark at a place from 0 to 1, where the handle stands for 0; below 0 for none.
+  void setZeroMark(float place);
   /// A bar below the rail on the same scale, from 0 to 1; below 0 for none. Beyond the handle it is
   /// that of a reduction.
   void setLevel(float place);
@@ -113,7 +113,7 @@ class LineFader : public nFader {
   void drawMarks(CDrawContext& context, const CRect& line);
   [[nodiscard]] CRect railRect() const;
 
-  bool hasCentreMark = false;
+  float zeroMark = -1.0F;
   float level = -1.0F;
   RailPicture rail;
 };

@@ -13,7 +13,7 @@ constexpr CColor kDivider = CColor::rgb(0x3A424A);
 
 nTTKickButton::nTTKickButton(const ControlSetup& setup, std::string text, float glyphSize,
                              float glyphDrop)
-    : WithHover(setup, Held<CBitmap>()),
+    : WithKeys(setup, Held<CBitmap>()),
       glyph(std::move(text)),
       drop(glyphDrop),
       style(look::bold(glyphSize, look::kLabel, kCenterText)) {}
@@ -22,6 +22,7 @@ void nTTKickButton::draw(CDrawContext& context) {
   style.colour = isDisabled ? look::kOff : mix(look::kLabel, look::kText, hoverShare());
   if (isOn()) style.colour = look::kLit;
   context.drawTextCached(glyph, size.movedBy(0.0F, drop), style);
+  drawFocus(context, size);
   setDirty(false);
 }
 
@@ -31,14 +32,17 @@ void nTTKickButton::setDisabled(bool on) {
 
 CMouseEventResult nTTKickButton::onMouseDown(CPoint where, CButtonState buttons) {
   if (isDisabled) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  return WithHover::onMouseDown(where, buttons);
+  return WithKeys::onMouseDown(where, buttons);
 }
 
-nPageSelect::nPageSelect(const ControlSetup& setup, int number) : CControl(setup), page(number) {
+nPageSelect::nPageSelect(const ControlSetup& setup, int number) : WithKeys(setup), page(number) {
   value = static_cast<float>(page);
 }
 
-void nPageSelect::draw(CDrawContext& /*context*/) { setDirty(false); }
+void nPageSelect::draw(CDrawContext& context) {
+  drawFocus(context, size.inset(1.0F, 1.0F));
+  setDirty(false);
+}
 
 CMouseEventResult nPageSelect::onMouseDown(CPoint /*where*/, CButtonState buttons) {
   if (!buttons.isLeft()) return kMouseEventNotHandled;
@@ -57,11 +61,11 @@ nLogo::nLogo(const ControlSetup& setup, int number, Held<CBitmap> picture)
 
 void nLogo::draw(CDrawContext& context) {
   if (getBackground() != nullptr) context.drawBitmap(*getBackground(), size);
-  setDirty(false);
+  nPageSelect::draw(context);
 }
 
 nTTLogo::nTTLogo(const ControlSetup& setup, int number)
-    : WithHover(setup, number),
+    : nPageSelect(setup, number),
       style(look::bold(look::kSmallTextSize, look::kLabel, kCenterText)) {}
 
 void nTTLogo::draw(CDrawContext& context) {
@@ -70,7 +74,7 @@ void nTTLogo::draw(CDrawContext& context) {
   // Between it and the name of the effect.
   const float left = context.snap(size.right + 2.5F);
   context.fillRect({left, size.top + 3.0F, left + context.hairline(), size.top + 12.0F}, kDivider);
-  setDirty(false);
+  nPageSelect::draw(context);
 }
 
 nResizeBox::nResizeBox(const ControlSetup& setup) : CControl(setup) { setMax(1e6F); }

@@ -4,6 +4,7 @@
 
 #include "editor/controls/marks.h"
 #include "editor/controls/with_hover.h"
+#include "editor/controls/with_keys.h"
 #include "toolkit/buttons.h"
 #include "toolkit/push_button.h"
 
@@ -15,7 +16,7 @@ class nKickButton : public CKickButton {
 };
 
 /// An icon of the face, without a ground, that is pressed.
-class nTTKickButton : public WithHover<CKickButton>, public nCanDisable {
+class nTTKickButton : public WithKeys<CKickButton>, public nCanDisable {
  public:
   /// `glyphDrop`: by how much it stands below the middle.
   nTTKickButton(const ControlSetup& setup, std::string glyph, float glyphSize,
@@ -24,6 +25,7 @@ class nTTKickButton : public WithHover<CKickButton>, public nCanDisable {
   [[nodiscard]] std::string shownText() const override { return glyph; }
   void draw(CDrawContext& context) override;
   void setDisabled(bool on) override;
+  [[nodiscard]] bool isTabStop() const override { return !isDisabled || hasFocus(); }
   CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
 
  private:
@@ -33,8 +35,9 @@ class nTTKickButton : public WithHover<CKickButton>, public nCanDisable {
   bool isDisabled = false;
 };
 
-/// An area, drawn by what lies under it, that goes to a page: a press sends its number.
-class nPageSelect : public CControl {
+/// An area, drawn by what lies under it, that goes to a page: a press sends its number. The keys
+/// show as a ring.
+class nPageSelect : public WithKeys<CControl> {
  public:
   nPageSelect(const ControlSetup& setup, int page);
 
@@ -56,7 +59,7 @@ class nLogo : public nPageSelect {
 };
 
 /// The maker's sign, as a word.
-class nTTLogo : public WithHover<nPageSelect> {
+class nTTLogo : public nPageSelect {
  public:
   nTTLogo(const ControlSetup& setup, int page);
 

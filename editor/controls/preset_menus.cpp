@@ -39,8 +39,7 @@ void CPresetSubMenu::fill(const PresetMenu& folder) {
   setValue(-1.0F);
 }
 
-CPresetMenu::CPresetMenu(const ControlSetup& setup, Plug& shown)
-    : CPresetSubMenu(setup), plug(shown) {}
+CPresetMenu::CPresetMenu(const ControlSetup& setup, Plug& shown) : WithKeys(setup), plug(shown) {}
 
 void CPresetMenu::refresh() {
   plug.presetFiles().buildPresetMenu();
@@ -54,11 +53,12 @@ void CPresetMenu::valueChanged() {
   if (item == nullptr) return;
   plug.presetFiles().choosePresetNamed(from->getPath(), item->title);
   setDirty();
-  CPresetSubMenu::valueChanged();
+  WithKeys::valueChanged();
 }
 
 void CPresetMenu::draw(CDrawContext& context) {
   if (getBackground() != nullptr) context.drawBitmap(*getBackground(), size);
+  drawFocus(context, size);
   setDirty(false);
 }
 
@@ -71,13 +71,16 @@ CMouseEventResult CPresetMenu::onMouseDown(CPoint where, CButtonState buttons) {
   }
   refresh();
   if (getNbEntries() == 0) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  return CPresetSubMenu::onMouseDown(where, buttons);
+  return WithKeys::onMouseDown(where, buttons);
 }
 
 bool CPresetMenu::onKeyDown(const KeyEvent& key) {
-  if (key.key != Key::kReturn && key.key != Key::kEnter && key.key != Key::kSpace) return false;
+  const bool opens =
+      key.key == Key::kReturn || key.key == Key::kEnter || key.key == Key::kSpace || isMenuKey(key);
+  if (!opens) return false;
   refresh();
-  return getNbEntries() == 0 || CPresetSubMenu::onKeyDown(key);
+  if (getNbEntries() > 0) popup();
+  return true;
 }
 
 bool CPresetMenu::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*buttons*/) {
@@ -85,39 +88,27 @@ bool CPresetMenu::onWheel(CPoint /*where*/, float /*steps*/, CButtonState /*butt
 }
 
 void CPresetMenu::onIdle() {
-  if (waits && getFrame()->now() < pressedAt + kSecondPressMs) return;
-  const bool opens = waits;
+  WithKeys::onIdle();
+  if (!waits) return;
+  getFrame()->wantIdle(*this, true);  // also where the fade under the mouse has ended
+  if (getFrame()->now() < pressedAt + kSecondPressMs) return;
   forgetPress();
-  if (!opens || getFrame()->getModalView() != nullptr) return;
+  if (getFrame()->getModalView() != nullptr) return;
   refresh();
   if (getNbEntries() > 0) popup();
 }
 
-void CPresetMenu::forgetPress() {
-  waits = false;
-  if (getFrame() != nullptr) getFrame()->wantIdle(*this, false);
-}
-
 void CPresetMenu::removed() {
   forgetPress();
-  CPresetSubMenu::removed();
+  WithKeys::removed();
 }
 
 void CTTPresetMenu::draw(CDrawContext& context) {
-  const CColor colour = isHot || isPoppedUp() ? look::kText : look::kLabel;
+  const CColor colour = isPoppedUp() ? look::kText : mix(look::kLabel, look::kText, hoverShare());
   arrow.draw(context, {size.right - kArrowFromRight, size.centre().y + 0.5F}, kPresetArrowSize,
              Icon::kDown, colour);
+  drawFocus(context, size);
   setDirty(false);
-}
-
-void CTTPresetMenu::onMouseEntered(CPoint /*where*/, CButtonState /*buttons*/) {
-  isHot = true;
-  setDirty();
-}
-
-void CTTPresetMenu::onMouseExited() {
-  isHot = false;
-  setDirty();
 }
 
 PresetName::PresetName(const ControlSetup& setup, Plug& effect, CPresetMenu& below)

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "editor/controls/with_keys.h"
 #include "state/preset_menu.h"
 #include "toolkit/device_picture.h"
 #include "toolkit/option_menu.h"
@@ -14,12 +15,12 @@ class Plug;
 class CPresetSubMenu : public COptionMenu {
  public:
   explicit CPresetSubMenu(std::string folder);
+  explicit CPresetSubMenu(const ControlSetup& setup);
 
   /// The folder, as `PresetMenu` has it.
   [[nodiscard]] const std::string& getPath() const noexcept { return path; }
 
  protected:
-  explicit CPresetSubMenu(const ControlSetup& setup);
   void fill(const PresetMenu& folder);
 
  private:
@@ -31,7 +32,7 @@ class CPresetSubMenu : public COptionMenu {
 /// entry is `getLastResult` of `getLastItemMenu`. Without any presets it does not open.
 ///
 /// A press waits for a second one, by which the name over it is edited, before it opens the menu.
-class CPresetMenu : public CPresetSubMenu {
+class CPresetMenu : public WithKeys<CPresetSubMenu> {
  public:
   CPresetMenu(const ControlSetup& setup, Plug& effect);
 
@@ -45,7 +46,7 @@ class CPresetMenu : public CPresetSubMenu {
   void onIdle() override;
   void removed() override;
   /// A second press has come, and was for something else.
-  void forgetPress();
+  void forgetPress() { waits = false; }
 
  protected:
   /// Whether a press there waits for no other.
@@ -63,14 +64,11 @@ class CTTPresetMenu : public CPresetMenu {
   using CPresetMenu::CPresetMenu;
 
   void draw(CDrawContext& context) override;
-  void onMouseEntered(CPoint where, CButtonState buttons) override;
-  void onMouseExited() override;
 
   static constexpr float kArrowRoom = 20.0F;
 
  private:
   IconPicture arrow;
-  bool isHot = false;
 };
 
 /// The arrow opens it at once.

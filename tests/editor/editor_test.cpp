@@ -237,7 +237,8 @@ TEST(Editor, KeysStayOutOfTheDark) {
   EXPECT_EQ(frame.getFocusView(), nullptr);
   std::set<const CView*> met = tabs();
   std::erase_if(met, [](const CView* view) { return view->localToFrame(CPoint{}).y < 25.0F; });
-  EXPECT_EQ(met, (std::set<const CView*>{shown.editor->index().find(kGUISetupPage),
+  EXPECT_EQ(met, (std::set<const CView*>{shown.editor->index().find(kGUISetup, 3),
+                                         shown.editor->index().find(kGUISetupPage),
                                          shown.editor->index().find(kGUIPrefsChange)}));
 }
 

@@ -48,7 +48,19 @@ class WholeSurface : public Script {
     commands["click"] = [this] { click(buttonOf(row[3])); };
     commands["choose"] = [this] { EXPECT_TRUE(user.choose(row[1])) << row[1]; };
     commands["setup"] = [this] { user.editor->openSetup(number(1)); };
-    commands["key"] = [this] { user.key(row[1] == "escape" ? Key::kEscape : Key::kReturn); };
+    commands["focus"] = [this] {
+      user.frame().setFocusView(user.editor->index().find(tagged(), number(2)));
+    };
+    commands["key"] = [this] {
+      static const std::map<std::string, Key> kKeys = {{"escape", Key::kEscape},
+                                                       {"return", Key::kReturn},
+                                                       {"space", Key::kSpace},
+                                                       {"tab", Key::kTab}};
+      user.key(kKeys.at(row[1]));
+      const auto* const focused = dynamic_cast<CControl*>(user.frame().getFocusView());
+      if (row[1] == "tab" && focused != nullptr) say(tagName(focused->getTag()));
+    };
+    commands["type"] = [this] { user.editor->setValueFromText(tagged(), row[2]); };
     // How many pictures of a second, taken every 250 ms, differ from the one before.
     commands["blinks"] = [this] {
       int changes = 0;
