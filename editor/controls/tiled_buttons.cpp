@@ -11,6 +11,8 @@ constexpr float kFrameHeight = 25.0F;
 constexpr float kWordSize = 11.0F;
 constexpr float kArrowSize = 14.0F;
 constexpr float kPowerSize = 17.0F;
+constexpr float kOutlineInside = 6.0F;
+constexpr float kPadlockSize = 7.0F;
 constexpr std::string_view kPower = "\xC4\x84";  // U+0104
 constexpr CColor kRestColour = CColor::rgb(0x9A9A9A);
 constexpr CColor kGrooveDark = CColor::rgb(0x0A0C0E);
@@ -52,15 +54,35 @@ void nTiledButton::drawTitle(CDrawContext& context, const CRect& rect, CColor co
 }
 
 tiledButton::tiledButton(const ControlSetup& setup, TileLook look, bool invert)
-    : WithKeys(setup, Held<CBitmap>()), nTiledButton(std::move(look)), isInverted(invert) {}
+    : ValuePart(setup, Held<CBitmap>()), nTiledButton(std::move(look)), isInverted(invert) {}
+
+CColor tiledButton::titleColour(bool lights) const {
+  if (marks().isLocked) return lights ? look::kLockedValue : look::kLocked;
+  if (lights) return look::kLit;
+  return mix(isInverted ? look::kLabel : kRestColour, look::kText, shownHover());
+}
 
 void tiledButton::draw(CDrawContext& context) {
   const bool lights = isOn() != isInverted;
-  drawTile(context, size, lights && !isInverted ? kOn : kRest, hoverShare());
-  const CColor rest = isInverted ? look::kLabel : kRestColour;
-  drawTitle(context, size, lights ? look::kLit : mix(rest, look::kText, hoverShare()));
-  drawFocus(context, size.inset(1.0F, 2.0F));
+  drawTile(context, size, lights && !isInverted ? kOn : kRest, shownHover());
+  drawTitle(context, size, titleColour(lights));
+  tileOutline.draw(context, size.inset(kOutlineInside, 2.0F), marks(),
+                   {hasFocus(), false, blinkNow()});
+  if (marks().isLocked) {
+    padlock.draw(context, {size.left + 6.5F, size.top + 7.0F}, kPadlockSize, Icon::kLock,
+                 look::kLockedValue);
+  }
   setDirty(false);
+}
+
+CMouseEventResult tiledButton::onMouseDown(CPoint where, CButtonState buttons) {
+  if (!buttons.isLeft() && !buttons.isRight()) return kMouseEventNotHandled;
+  if (takesPress(buttons, false)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  return COnOffButton::onMouseDown(where, CButtonState(buttons.buttons()));
+}
+
+std::optional<float> tiledButton::valueByKey(const KeyEvent& key) {
+  return toggledByKey(key, {value, vmin, vmax, vmax - vmin, getDefaultValue(), true});
 }
 
 tiledMSButton::tiledMSButton(const ControlSetup& setup, Held<CBitmap> frames)

@@ -39,16 +39,24 @@ class nTiledButton {
 };
 
 /// On or off. `invert`: it stands for the opposite of its value, and shows that by its colour
-/// alone.
-class tiledButton : public WithKeys<COnOffButton>, public nTiledButton {
+/// alone. A press of the mouse leaves the keys where they are.
+class tiledButton : public ValuePart<COnOffButton>, public nTiledButton {
  public:
   tiledButton(const ControlSetup& setup, TileLook look, bool invert = false);
 
   [[nodiscard]] std::string shownText() const override { return getTitle(); }
   void draw(CDrawContext& context) override;
+  CMouseEventResult onMouseDown(CPoint where, CButtonState buttons) override;
+
+ protected:
+  [[nodiscard]] std::optional<float> valueByKey(const KeyEvent& key) override;
 
  private:
+  [[nodiscard]] CColor titleColour(bool lights) const;
+
   bool isInverted;
+  ControlOutline tileOutline;
+  IconPicture padlock;
 };
 
 /// The stereo mode: on in mid and side.
