@@ -388,6 +388,7 @@ bool PlugEd::bandTagChanged(std::int32_t tag, float value) {
 void PlugEd::listen(int band) {
   const float wanted = effect().plainToNormalised(kSCListen, static_cast<float>(band));
   if (wanted == effect().getParameter(kSCListen)) return;
+  state().lastListen = static_cast<int>(effect().getPlainValue(kSCListen));
   effect().beginEdit(kSCListen);
   effect().setParameterAutomated(kSCListen, wanted);
   effect().endEdit(kSCListen);

@@ -13,8 +13,8 @@ struct StoredEditorState {
 
   SharedNumber<int> uimode = 0;  ///< mode in force: 0 plain, 1 sidechain panel, 2 advanced panel
   SharedNumber<int> lastAB = 0;  ///< bank before the present one
-  SharedNumber<int> lastListen = 0;
-  SharedNumber<int> linkPage = 0;
+  SharedNumber<int> lastListen = 0;  ///< band listened to before the last change, -1 for none
+  SharedNumber<int> linkPage = 0;    ///< kept for documents that have it: links have no pages here
   SharedNumber<int> zoomState = 0;
   SharedNumber<int> freeWidth = kPlainWidth;  ///< window width, pixels
   SharedNumber<int> currentBand = 0;          ///< 0..7

@@ -148,10 +148,10 @@ bool nFader::onWheel(CPoint /*where*/, float steps, CButtonState buttons) {
   if (!canChange() || isDragged() || steps == 0.0F) return true;
   const bool isStepped = plainStepOf(values.stepsOf(getTag()).curve) > 0.0F;
   if (buttons.has(kAlt) == altAtDetents && !detents.empty()) {
-    if (notches.take(steps) == 0) return true;
+    if (notches.take(steps, values) == 0) return true;
     takeValue(vmin + atDetent(steps) * (vmax - vmin));
   } else if (isStepped) {
-    const int whole = notches.take(steps);
+    const int whole = notches.take(steps, values);
     if (whole != 0) {
       takeValue(valueAfter(values, getTag(), value, static_cast<float>(whole), false));
     }

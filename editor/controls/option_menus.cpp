@@ -122,7 +122,7 @@ int nOptionMenu::neighbour(int direction) const {
 
 bool nOptionMenu::onWheel(CPoint /*where*/, float steps, CButtonState /*buttons*/) {
   if (marks().isDisabled) return false;
-  const int whole = canChange() ? notches.take(steps) : 0;
+  const int whole = canChange() ? notches.take(steps, values) : 0;
   const int to = whole == 0 ? -1 : neighbour(whole > 0 ? -1 : 1);
   if (to >= 0) takeValue(static_cast<float>(to));
   return true;

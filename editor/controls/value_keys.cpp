@@ -136,8 +136,8 @@ std::optional<float> parameterByKey(const ValueSource& values, std::int32_t tag,
   return valueAfter(values, tag, normalised, *notches, isFine);
 }
 
-int WheelNotches::take(float steps) {
-  rest += steps;
+int WheelNotches::take(float steps, const ValueSource& values) {
+  rest += std::trunc(steps) == steps ? steps : steps * wheelSensitivity(values);
   const float whole = std::trunc(rest);
   rest -= whole;
   return static_cast<int>(whole);

@@ -46,7 +46,8 @@ struct ValueStep {
 /// Makes whole notches of the parts that a smooth wheel gives.
 class WheelNotches {
  public:
-  [[nodiscard]] int take(float steps);
+  /// The user's sensitivity slows a smooth wheel alone: a notch that one can feel always counts.
+  [[nodiscard]] int take(float steps, const ValueSource& values);
 
  private:
   float rest = 0.0F;

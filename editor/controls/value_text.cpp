@@ -110,7 +110,7 @@ bool CTTText::onWheel(CPoint /*where*/, float steps, CButtonState buttons) {
   const bool fine = buttons.has(kShift);
   const ValueSteps of = values.stepsOf(getTag());
   if (plainStepOf(of.curve) > 0.0F) {
-    const int whole = notches.take(steps);
+    const int whole = notches.take(steps, values);
     if (whole != 0) {
       takeValue(valueAfter(values, getTag(), value, static_cast<float>(whole), false));
     }

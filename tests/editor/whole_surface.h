@@ -146,13 +146,19 @@ class WholeSurface : public Script {
     if (count > 2) say("and " + std::to_string(count - 2) + " more");
     before = now;
     const EditorState& state = user.plug.editorState();
-    std::map<std::string, double> things = {
-        {"mode", state.uimode},           {"bank", user.plug.getCurrentBank()},
-        {"band", state.currentBand},      {"selected", state.selectedBands},
-        {"graph", state.bandGraph},       {"width", state.freeWidth},
-        {"undo", user.plug.canUndo()},    {"redo", user.plug.canRedo()},
-        {"tray", isSeen(kGUIPresetName)}, {"setup", isSeen(kGUISetupPage)},
-        {"banks", isSeen(kGUISaveBank)},  {"height", static_cast<double>(heightOfWindow())}};
+    std::map<std::string, double> things = {{"mode", state.uimode},
+                                            {"bank", user.plug.getCurrentBank()},
+                                            {"band", state.currentBand},
+                                            {"selected", state.selectedBands},
+                                            {"graph", state.bandGraph},
+                                            {"width", state.freeWidth},
+                                            {"heard before", state.lastListen},
+                                            {"undo", user.plug.canUndo()},
+                                            {"redo", user.plug.canRedo()},
+                                            {"tray", isSeen(kGUIPresetName)},
+                                            {"setup", isSeen(kGUISetupPage)},
+                                            {"banks", isSeen(kGUISaveBank)},
+                                            {"height", static_cast<double>(heightOfWindow())}};
     for (const std::int32_t tag : {kGUISetupPage, kGUIBandSCListen, kGUIShowSlope2}) {
       things[tagName(tag)] = user.editor->index().find(tag)->getValue();
     }
