@@ -8,14 +8,14 @@
 #include "core/parameter_table.h"
 #include "editor/controls/control_block.h"
 #include "host/curves.h"
-#include "tests/support/script.h"
+#include "tests/support/user_script.h"
 #include "toolkit/cg_frame.h"
 #include "toolkit/popup_menu.h"
 
 namespace {
 
 /// All parameters with their tapers, and what an editor hears of their controls.
-class NotedValues : public ValueSource, public VSTGUIEditorInterface, public CControlListener {
+class NotedValues : public ValueSource, public NotedActs {
  public:
   NotedValues() {
     for (std::size_t i = 0; i < values.size(); ++i) values[i] = defaultOf(static_cast<int>(i));
@@ -31,7 +31,6 @@ class NotedValues : public ValueSource, public VSTGUIEditorInterface, public CCo
     frame = Held<CGFrame>::adopt(new CGFrame({0, 0, 300, 200}, this, clock));
     frame->openOffScreen(1.0F);
   }
-  void hear(const std::string& news) { log += (log.empty() ? "" : " ") + news; }
 
   static const ParameterRecord& record(std::int32_t tag) {
     return kParameterTable.at(static_cast<std::size_t>(tag));
@@ -62,11 +61,7 @@ class NotedValues : public ValueSource, public VSTGUIEditorInterface, public CCo
   }
   std::int32_t preference(const char* key) const override { return preferences.at(key); }
 
-  void beginEdit(std::int32_t tag) override { hear("begin" + std::to_string(tag)); }
-  void endEdit(std::int32_t tag) override { hear("end" + std::to_string(tag)); }
-  void setParameter(std::int32_t /*tag*/, float /*normalised*/) override {}
   CFrame* getFrame() const override { return frame.get(); }
-  void frameCallback(std::int32_t /*code*/, void* /*data*/) override {}
   bool controlModifierClicked(CControl& /*control*/, CButtonState buttons) override {
     if (!buttons.isRight() && !buttons.has(kAlt)) return false;
     hear(buttons.isRight() ? "context" : "alt");
@@ -91,16 +86,14 @@ class NotedValues : public ValueSource, public VSTGUIEditorInterface, public CCo
 
   Held<CGFrame> frame;
   std::map<std::string, int> preferences{{"Hide Mouse", 0}, {"MouseWheel Sensitivity", 0}};
-  std::uint64_t now = 1000;
-  std::string log;
 
  private:
   std::array<float, kNumParams> values{};
 };
 
-class ValueScript : public Script {
+class ValueScript : public UserScript {
  protected:
-  ValueScript() {
+  ValueScript() : UserScript(values) {
     addControls();
     addMarks();
     addEvents();
@@ -178,19 +171,6 @@ class ValueScript : public Script {
   }
 
   void addEvents() {
-    commands["down"] = [this] { events().mouseDown(at(), kLButton, pressed()); };
-    commands["drag"] = [this] { events().mouseMoved(at(), held(row[3]).all() | kLButton); };
-    commands["up"] = [this] { events().mouseUp(at(), kLButton, {}); };
-    commands["click"] = [this] {
-      events().mouseDown(at(), kLButton, pressed());
-      events().mouseUp(at(), kLButton, {});
-    };
-    commands["move"] = [this] { events().mouseMoved(at(), {}); };
-    commands["wheel"] = [this] { events().wheel(at(), std::stof(row[3]), held(row[4])); };
-    commands["wait"] = [this] {
-      values.now += static_cast<std::uint64_t>(number(1));
-      values.frame->idle();
-    };
     commands["gone"] = [this] {
       root = nullptr;
       values.frame->removeAll();
@@ -198,18 +178,6 @@ class ValueScript : public Script {
     commands["mouse"] = [this] {
       say(values.frame->getCurrentMouseLocation().x);
       say(values.frame->getCurrentMouseLocation().y);
-    };
-    commands["key"] = [this] {
-      static const std::map<std::string, Key> kKeys = {
-          {"return", Key::kReturn}, {"escape", Key::kEscape},     {"delete", Key::kDelete},
-          {"up", Key::kUp},         {"down", Key::kDown},         {"home", Key::kHome},
-          {"end", Key::kEnd},       {"pageup", Key::kPageUp},     {"space", Key::kSpace},
-          {"menu", Key::kMenu},     {"pagedown", Key::kPageDown}, {"tab", Key::kTab}};
-      const std::string name = row[1].substr(0, row[1].find(' '));
-      KeyEvent key{Key::kNone, 0, {}, held(row[1])};
-      if (kKeys.contains(name)) key.key = kKeys.at(name);
-      if (key.key == Key::kNone) key.text = name;
-      if (!events().keyDown(key)) say("passed");
     };
   }
 
@@ -229,23 +197,6 @@ class ValueScript : public Script {
     return dynamic_cast<Face&>(*root);
   }
   static std::int32_t parameter(const std::string& name) { return parameterKeyTable().find(name); }
-  [[nodiscard]] DevicePoint at() const { return {std::stod(row[1]), std::stod(row[2])}; }
-  static CButtonState held(const std::string& words) {
-    std::uint32_t bits = 0;
-    for (const auto& [word, bit] : {std::pair{"shift", kShift},
-                                    {"control", kControl},
-                                    {"alt", kAlt},
-                                    {"double", kDoubleClick},
-                                    {"right", kRButton}}) {
-      if (words.find(word) != std::string::npos) bits |= bit;
-    }
-    return bits;
-  }
-  [[nodiscard]] CButtonState pressed() const {
-    const CButtonState bits = held(row[3]);
-    return bits.buttons() != 0 ? bits.all() : bits.all() | kLButton;
-  }
-  WindowListener& events() { return values.frame->events(); }
 
   NotedValues values;
   CView* root = nullptr;

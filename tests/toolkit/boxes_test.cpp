@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/script.h"
 #include "tests/support/test_directory.h"
+#include "tests/support/user_script.h"
 #include "tests/support/x_server.h"
 #include "toolkit/buttons.h"
 #include "toolkit/file_browser.h"
@@ -34,7 +34,7 @@ constexpr CRect kPlace{20, 20, 140, 40};  // of the control that is tried
 
 /// Notes what an editor hears; of the news to come the one that `closes` counts closes its frame,
 /// or `asks` the user something.
-class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
+class NotedEditor : public NotedActs {
  public:
   NotedEditor() { open(600, 420); }
   ~NotedEditor() override { frame->close(); }
@@ -49,19 +49,16 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
     frame->openOffScreen(1.0F);
     log.clear();
   }
-  void hear(const std::string& news) {
-    log += (log.empty() ? "" : " ") + news;
+  void hear(const std::string& news) override {
+    NotedActs::hear(news);
     if (closes > 0 && --closes == 0) frame->close();
     if (std::exchange(asks, false)) FrameDialogs(*frame, true).showWarning({}, news, {});
   }
-  void beginEdit(std::int32_t tag) override { hear("begin" + std::to_string(tag)); }
-  void endEdit(std::int32_t tag) override { hear("end" + std::to_string(tag)); }
   bool controlModifierClicked(CControl& /*control*/, CButtonState buttons) override {
     if (buttons.has(kAlt)) hear("alt");
     return buttons.has(kAlt);
   }
   [[nodiscard]] std::int32_t getKnobMode() const override { return kRelativCircularMode; }
-  void setParameter(std::int32_t /*tag*/, float /*normalised*/) override {}
   [[nodiscard]] CFrame* getFrame() const override { return frame.get(); }
   void frameCallback(std::int32_t code, void* /*data*/) override {
     hear("frame" + std::to_string(code));
@@ -77,8 +74,6 @@ class NotedEditor : public VSTGUIEditorInterface, public CControlListener {
   }
 
   Held<CFrame> frame;
-  std::uint64_t now = 1000;
-  std::string log;
   int closes = 0;
   bool asks = false;
 
@@ -101,9 +96,9 @@ Held<CBitmap> draw(const NotedEditor& editor, float scale = 1.25F) {
   return picture;
 }
 
-class BoxScript : public Script {
+class BoxScript : public UserScript {
  protected:
-  BoxScript() {
+  BoxScript() : UserScript(editor) {
     addControls();
     addStock();
     addEvents();
@@ -202,35 +197,7 @@ class BoxScript : public Script {
     }
   }
 
-  [[nodiscard]] DevicePoint at() const { return {std::stod(row[1]), std::stod(row[2])}; }
-  [[nodiscard]] static CButtonState held(const std::string& words) {
-    const std::map<std::string, std::uint32_t> known = {
-        {"shift", kShift},        {"control", kControl}, {"alt", kAlt},
-        {"double", kDoubleClick}, {"right", kRButton},   {"middle", kMButton}};
-    std::uint32_t bits = 0;
-    std::istringstream in(words);
-    for (std::string word; in >> word;) bits |= known.contains(word) ? known.at(word) : 0;
-    return bits;
-  }
-  [[nodiscard]] CButtonState pressed() const {
-    const CButtonState bits = held(row[3]);
-    return bits.buttons() != 0 ? bits.all() : bits.all() | kLButton;
-  }
-
   void addEvents() {
-    commands["down"] = [this] { events().mouseDown(at(), kLButton, pressed()); };
-    commands["drag"] = [this] { events().mouseMoved(at(), held(row[3]).all() | kLButton); };
-    commands["up"] = [this] { events().mouseUp(at(), kLButton, {}); };
-    commands["click"] = [this] {
-      events().mouseDown(at(), kLButton, pressed());
-      events().mouseUp(at(), kLButton, {});
-    };
-    commands["move"] = [this] { events().mouseMoved(at(), {}); };
-    commands["wheel"] = [this] { events().wheel(at(), std::stof(row[3]), {}); };
-    commands["wait"] = [this] {
-      editor.now += static_cast<std::uint64_t>(number(1));
-      editor.frame->idle();
-    };
     commands["type"] = [this] {
       for (std::size_t i = 0; i < row[1].size();) {
         std::size_t end = i + 1;  // characters come one by one
@@ -241,25 +208,8 @@ class BoxScript : public Script {
       }
     };
     commands["text"] = [this] { press({Key::kNone, 0, row[1], {}}); };
-    commands["key"] = [this] {
-      const std::map<std::string, Key> keys = {
-          {"return", Key::kReturn},     {"escape", Key::kEscape}, {"tab", Key::kTab},
-          {"back", Key::kBack},         {"delete", Key::kDelete}, {"left", Key::kLeft},
-          {"right", Key::kRight},       {"up", Key::kUp},         {"down", Key::kDown},
-          {"home", Key::kHome},         {"end", Key::kEnd},       {"pageup", Key::kPageUp},
-          {"pagedown", Key::kPageDown}, {"space", Key::kSpace},   {"insert", Key::kInsert}};
-      const std::string name = row[1].substr(0, row[1].find(' '));
-      KeyEvent key{keys.contains(name) ? keys.at(name) : Key::kNone, 0, {}, held(row[1])};
-      if (key.key == Key::kNone) key.character = static_cast<unsigned char>(name[0]);
-      press(key);
-    };
     commands["clipboard"] = [this] { editor.frame->putClipboard(Clipboard::kClipboard, row[1]); };
   }
-
-  void press(const KeyEvent& key) {
-    if (!events().keyDown(key)) say("passed");
-  }
-  [[nodiscard]] WindowListener& events() { return editor.frame->events(); }
 
   void addBoxes() {
     commands["ask"] = [this] {
