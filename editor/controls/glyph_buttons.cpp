@@ -40,7 +40,7 @@ nPageSelect::nPageSelect(const ControlSetup& setup, int number) : WithKeys(setup
 }
 
 void nPageSelect::draw(CDrawContext& context) {
-  drawFocus(context, size.inset(1.0F, 1.0F));
+  drawFocus(context, size);
   setDirty(false);
 }
 
