@@ -6,27 +6,27 @@
 
 namespace {  // NOLINT(google-build-namespaces, cert-dcl59-cpp): one copy per instruction set
 
-/// `lanes` doubles, loaded and stored at any address.
+/// `lanes` doubles; `InMemory` stands at any address of doubles.
 template <int lanes>
 struct VectorOf {
-  typedef double Type
-      __attribute__((vector_size(sizeof(double) * lanes),
-                     aligned(8)));  // NOLINT(modernize-use-using): an alias drops the attributes
+  using Type [[gnu::vector_size(sizeof(double) * lanes)]] = double;
+  using InMemory [[gnu::vector_size(sizeof(double) * lanes), gnu::aligned(8)]] = double;
 };
 template <>
 struct VectorOf<1> {
   using Type = double;
+  using InMemory = double;
 };
 template <int lanes>
 using Vector = typename VectorOf<lanes>::Type;
 
 template <int lanes>
 inline Vector<lanes> load(const double* from) noexcept {
-  return *reinterpret_cast<const Vector<lanes>*>(from);
+  return *reinterpret_cast<const typename VectorOf<lanes>::InMemory*>(from);
 }
 template <int lanes>
 inline void store(double* to, Vector<lanes> x) noexcept {
-  *reinterpret_cast<Vector<lanes>*>(to) = x;
+  *reinterpret_cast<typename VectorOf<lanes>::InMemory*>(to) = x;
 }
 template <int lanes>
 inline Vector<lanes> broadcast(double x) noexcept {

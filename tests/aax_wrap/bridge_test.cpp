@@ -25,7 +25,9 @@ class ObservedPlug : public Plug {
  public:
   explicit ObservedPlug(Machine& machine)
       : Plug(
-            &aaxHostCallback, Idle::kCaller, [this] { return now += 100; }, machine) {}
+            &aaxHostCallback, Idle::kCaller,
+            [now = std::make_shared<std::atomic<std::int64_t>>()] { return *now += 100; },
+            machine) {}
 
   void setTrackName(const char* name) override { trackName = name; }
   std::string trackName;
@@ -36,9 +38,6 @@ class ObservedPlug : public Plug {
   void processMidi(const VstMidiEvent& event) noexcept override {
     midi[midiCount++ % midi.size()] = event;
   }
-
- private:
-  std::atomic<std::int64_t> now{0};
 };
 
 Machine& aloneMachine() {

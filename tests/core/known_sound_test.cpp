@@ -107,9 +107,15 @@ class Scene {
   }
   void workOnBands(int what) {
     const int bands = calm ? 2 : 8;
-    if (what == 0) rig.plug.addBand(below(3), 60.0 * std::pow(2.0, 0.5 * below(16)));
+    if (what == 0) {
+      const double frequency = 60.0 * std::pow(2.0, 0.5 * below(16));
+      rig.plug.addBand(below(3), frequency);
+    }
     if (what == 1) rig.plug.deleteBand(below(bands));
-    if (what == 2) rig.plug.setBandPosition(below(bands), below(3));
+    if (what == 2) {
+      const int list = below(3);
+      rig.plug.setBandPosition(below(bands), list);
+    }
     if (what == 3) rig.plug.switchBank(below(2));
   }
 
@@ -177,8 +183,11 @@ class Scene {
     if (what == 7 && below(3) == 0) rig.plug.resume();
     if (what == 8) rig.plug.updateDsp(true);
     if (what >= 9 && what < 12) turnGlobal(pick(kHeardGlobals));
-    if (what >= 12 && calm) return turn(below(3), pick(kSwitched));
-    for (int i = 0; what >= 12 && i < 20; ++i) turn(below(8), kB1Bypass + below(kBandRows - 1));
+    if (what < 12) return;
+    for (int i = 0; i < (calm ? 1 : 20); ++i) {
+      const int row = calm ? pick(kSwitched) : kB1Bypass + below(kBandRows - 1);
+      turn(below(calm ? 3 : 8), row);
+    }
   }
 
   /// The meters of one block, added to those of all before.

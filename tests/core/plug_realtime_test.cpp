@@ -17,6 +17,7 @@
 #include "tests/core/plug_rig.h"
 #include "tests/support/becomes.h"
 #include "tests/support/realtime_guard.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/seccomp_child.h"
 #include "tests/support/test_directory.h"
 
@@ -88,7 +89,7 @@ TEST(PlugRealtimeTest, AThousandBlocksNeedNoSystemCall) {
   EXPECT_TRUE(end.clean()) << end.text();
 }
 
-#if defined(__SANITIZE_THREAD__)
+#if CORVANTHELIS_THREAD_SANITIZER
 constexpr std::chrono::seconds kStress{12};
 #else
 constexpr std::chrono::seconds kStress{2};

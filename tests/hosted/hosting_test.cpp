@@ -12,6 +12,7 @@
 #include "tests/hosted/hosted.h"
 #include "tests/support/becomes.h"
 #include "tests/support/data_rows.h"
+#include "tests/support/sanitizers.h"
 
 namespace {
 
@@ -297,7 +298,7 @@ long usedBytes() {
 /// Expects that memory has come back to `before`; with the sanitizer, which keeps what is freed and
 /// finds leaks by itself, nothing.
 void expectNoGrowth([[maybe_unused]] long before, [[maybe_unused]] long most) {
-#ifndef __SANITIZE_ADDRESS__
+#if !CORVANTHELIS_ADDRESS_SANITIZER
   EXPECT_GT(before, 0);
   EXPECT_LT(usedBytes() - before, most);
 #endif

@@ -18,6 +18,7 @@
 #include "state/machine.h"
 #include "tests/lv2_wrap/lv2_rig.h"
 #include "tests/support/becomes.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_directory.h"
 
 namespace {
@@ -205,7 +206,7 @@ using Instances = std::vector<std::unique_ptr<Instance>>;
     Instance own(library, 1);
     status = own.isServed() ? 0 : 1;
   }
-#ifdef __SANITIZE_ADDRESS__  // for which what the threads of the parent held is lost memory
+#if CORVANTHELIS_ADDRESS_SANITIZER  // for which what the threads of the parent held is lost memory
   ::_exit(status);
 #endif
   std::exit(status);

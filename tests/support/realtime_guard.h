@@ -1,11 +1,6 @@
 #pragma once
 
-// Their run-time libraries own the heap and make system calls of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define CORVANTHELIS_SANITIZED 1
-#else
-#define CORVANTHELIS_SANITIZED 0
-#endif
+#include "tests/support/sanitizers.h"
 
 /// Counts the heap and lock calls of its own thread from construction on: what must stay at 0
 /// around everything the audio thread runs. Heap calls are the malloc family, thus also `new` and

@@ -9,17 +9,6 @@
 #include <array>
 #include <stdexcept>
 
-// The sanitizers do not see inside the software driver. It keeps memory of some contexts and
-// refusals of requests for windows that have gone.
-extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() {
-  return "race:swrast_dri.so\nmutex:swrast_dri.so\ndeadlock:libEGL_mesa.so\n";
-}
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:swrast_dri.so\nleak:libxcb.so\n";
-}
-
 XServer::XServer(const std::vector<std::string>& lacking) {
   std::array<int, 2> number{};
   if (::pipe(number.data()) != 0) throw std::runtime_error("no pipe");
