@@ -20,6 +20,12 @@ constexpr float kLeastWay = 1.0F / 4096.0F;  // of a fader
 /// The share of a lamp's light above which it is on: it fades with the release.
 constexpr double kLampOn = 0.5;
 
+/// The follower of the peaks comes near to 0 after a sound, and stays there.
+double withoutRest(double peak) {
+  constexpr double kSilence = 1e-10;
+  return peak < kSilence ? 0.0 : peak;
+}
+
 double linear(double dB) { return std::pow(10.0, dB * 0.05); }
 
 template <typename Control>
@@ -89,7 +95,9 @@ void MeterFeed::show() {
 void MeterFeed::showOutput() {
   if (outputs.empty() && loudnesses.empty()) return;
   levels.update();
-  const auto peak = [this](int c) { return static_cast<float>(effect.getOutputPeak(c)); };
+  const auto peak = [this](int c) {
+    return static_cast<float>(withoutRest(effect.getOutputPeak(c)));
+  };
   const auto rms = [this](int c) { return static_cast<float>(levels.rms(c)); };
   const auto gain = [this](int c) { return static_cast<float>(reduction.getGainReduction(c)); };
   if (!outputs.empty()) {

@@ -31,10 +31,12 @@ std::vector<ScaleMark> zoomedMarks(const MeterScale& scale) {
   std::vector<ScaleMark> marks;
   for (int k = kZoomedSteps; k >= -kZoomedSteps; --k) {
     const double dB = k * scale.zoomRange / kZoomedSteps;
+    const double level = std::pow(10.0, dB * 0.05);
+    if (level > MeterScale::kMostLevel) continue;  // no bar goes there
     const double written = dB + scale.markOffset;
     const double tenths = written * 10.0;
-    marks.push_back({written, scale.levelToRow(std::pow(10.0, dB * 0.05)),
-                     std::abs(tenths - std::round(tenths)) < kExact});
+    marks.push_back(
+        {written, scale.levelToRow(level), std::abs(tenths - std::round(tenths)) < kExact});
   }
   return marks;
 }

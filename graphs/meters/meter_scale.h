@@ -37,7 +37,8 @@ struct ScaleMark {
 };
 
 /// From the top down. A normal scale has one each 6 dB while there is room for their texts, then
-/// each 12; a zoomed one has 13, with texts where a single decimal tells them exactly.
+/// each 12; a zoomed one has 13, without those above `kMostLevel`, with texts where a single
+/// decimal tells them exactly.
 [[nodiscard]] std::vector<ScaleMark> scaleMarks(const MeterScale& scale);
 [[nodiscard]] std::string scaleText(const MeterScale& scale, const ScaleMark& mark);
 
