@@ -3,16 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "toolkit/look.h"
+#include "graphs/meters/meter_look.h"
 
 namespace {
 
-constexpr CColor kBarGround = CColor::rgb(0x202020);
-constexpr CColor kMarkLine = CColor::rgb(0x3C3C3C);
 constexpr float kScaleRoom = 28.0F;
 constexpr float kTextRoom = 16.0F;  // below
 constexpr float kTopRoom = 5.0F;
-constexpr float kGap = 3.0F;
+constexpr float kBetweenBars = 3.0F;
 
 }  // namespace
 
@@ -39,8 +37,8 @@ std::string CVU::shownText() const {
 }
 
 CRect CVU::barOf(std::size_t channel) const {
-  const float width = (size.width() - kScaleRoom - kGap) * 0.5F;
-  const float left = size.left + kScaleRoom + static_cast<float>(channel) * (width + kGap);
+  const float width = (size.width() - kScaleRoom - kBetweenBars) * 0.5F;
+  const float left = size.left + kScaleRoom + static_cast<float>(channel) * (width + kBetweenBars);
   const float top = size.top + kTopRoom;
   return {left, top, left + width, top + static_cast<float>(scale.height)};
 }
@@ -52,7 +50,7 @@ void CVU::drawScale(CDrawContext& context) {
   const float hair = context.hairline();
   for (const ScaleMark& mark : marks) {
     const float y = bar.top + static_cast<float>(mark.row);
-    context.fillRect({bar.left - 5.0F, y, bar.left - 1.0F, y + hair}, kMarkLine);
+    context.fillRect({bar.left - 5.0F, y, bar.left - 1.0F, y + hair}, meter_look::kMarkLine);
     const float top = std::max(y - 5.0F, size.top);
     context.drawTextCached(scaleText(scale, mark), {size.left, top, bar.left - 7.0F, top + 10.0F},
                            text);
@@ -66,7 +64,7 @@ void CVU::draw(CDrawContext& context) {
     const CRect bar = barOf(c);
     const auto level = static_cast<double>(levels[c]);
     const auto from = [&](double of) { return bar.top + static_cast<float>(scale.levelToRow(of)); };
-    context.fillRect(bar, kBarGround);
+    context.fillRect(bar, meter_look::kBarGround);
     if (from(level) < bar.bottom) {
       context.fillRect({bar.left, from(level), bar.right, bar.bottom}, look::kLit);
     }

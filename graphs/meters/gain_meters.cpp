@@ -9,23 +9,23 @@
 #include "editor/controls/action_menu.h"
 #include "editor/controls/tiled_menus.h"
 #include "editor/layout/tag_table.h"
+#include "graphs/meters/meter_look.h"
 #include "graphs/meters/meter_scale.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
 
 namespace {
 
-constexpr CColor kBarGround = CColor::rgb(0x202020);
-constexpr CColor kTick = CColor::rgb(0x3A3A3A);
+constexpr CColor kScaleTick = CColor::rgb(0x3A3A3A);
 constexpr CColor kHoldLine = CColor::rgb(0xE0E0E0, 230);
-constexpr CColor kZeroInBar = CColor::rgb(0xE0E0E0, 153);
+constexpr CColor kMiddleInBar = CColor::rgb(0xE0E0E0, 153);
 constexpr float kBarLeft = 5.0F;
-constexpr float kBarWidth = 10.0F;
+constexpr float kBandBarWidth = 10.0F;
 constexpr float kHalf = 60.0F;    // of the bar
 constexpr float kMiddle = 62.0F;  // from the top of the view
 constexpr float kReadingTop = 130.0F;
 constexpr int kTicks = 8;           // to either side
-constexpr double kSeenParts = 8.0;  // of a pixel
+constexpr double kSeenSteps = 8.0;  // of a pixel
 
 /// Seconds of the window that shows it.
 double secondsOf(const CView& view) {
@@ -95,7 +95,7 @@ std::string miniPPMmeter::shownText() const {
 
 miniPPMmeter::Shown miniPPMmeter::shownNow() const {
   const auto seen = [this](double of) {
-    return static_cast<int>(std::lround(offsetOf(of) * kSeenParts));
+    return static_cast<int>(std::lround(offsetOf(of) * kSeenSteps));
   };
   return {seen(dB), seen(hold.get()), shownText()};
 }
@@ -152,7 +152,8 @@ void miniPPMmeter::drawScale(CDrawContext& context) {
   const float middle = size.top + kMiddle;
   const float bar = size.left + kBarLeft;
   const float hair = context.hairline();
-  context.fillRect({bar, middle - kHalf, bar + kBarWidth, middle + kHalf}, kBarGround);
+  context.fillRect({bar, middle - kHalf, bar + kBandBarWidth, middle + kHalf},
+                   meter_look::kBarGround);
   for (int k = -kTicks; k <= kTicks; ++k) {
     const double marked = k * range() / kTicks;
     const float y = context.snap(middle + static_cast<float>(offsetOf(marked)) - hair * 0.5F);
@@ -160,7 +161,7 @@ void miniPPMmeter::drawScale(CDrawContext& context) {
     const CColor rest = isDisabled ? look::kOff : look::kLabel;
     const bool isZero = k == 0 && !isDisabled;
     context.fillRect({bar + 12.0F, y, bar + (hasText ? 17.0F : 15.0F), y + hair},
-                     isZero ? look::kText : kTick);
+                     isZero ? look::kText : kScaleTick);
     if (!hasText) continue;
     figures.colour = isZero ? look::kText : rest;
     const float text = middle + static_cast<float>(offsetOf(marked)) - 5.0F;
@@ -176,18 +177,18 @@ void miniPPMmeter::drawBar(CDrawContext& context) {
   if (!isDisabled) {
     const auto y = middle + static_cast<float>(offsetOf(dB));
     const auto [from, to] = std::minmax(middle, y);
-    if (to > from) context.fillRect({bar, from, bar + kBarWidth, to}, look::kLit);
+    if (to > from) context.fillRect({bar, from, bar + kBandBarWidth, to}, look::kLit);
     if (std::abs(dB) > range()) {  // its end lies beyond the scale
       const float end = dB > 0.0 ? from : to - 3.0F;
-      context.fillRect({bar, end, bar + kBarWidth, end + 3.0F}, look::kOver);
+      context.fillRect({bar, end, bar + kBandBarWidth, end + 3.0F}, look::kOver);
     }
     if (mode != HoldMode::kOff && hold.get() != 0.0) {
       const float line = context.snap(middle + static_cast<float>(offsetOf(hold.get())) - 0.5F);
-      context.fillRect({bar - 1.0F, line, bar + kBarWidth + 1.0F, line + hair}, kHoldLine);
+      context.fillRect({bar - 1.0F, line, bar + kBandBarWidth + 1.0F, line + hair}, kHoldLine);
     }
   }
   const float zero = context.snap(middle - hair * 0.5F);
-  context.fillRect({bar, zero, bar + kBarWidth, zero + hair}, kZeroInBar);
+  context.fillRect({bar, zero, bar + kBandBarWidth, zero + hair}, kMiddleInBar);
 }
 
 miniGRmeter::miniGRmeter(const ControlSetup& setup)
@@ -205,7 +206,7 @@ void miniGRmeter::draw(CDrawContext& context) {
   constexpr double kRange = 24.0;
   constexpr int kMarks = 4;
   const CRect bar{size.left, size.top, size.right - kTextWidth, size.top + 5.0F};
-  context.fillRect(bar, kBarGround);
+  context.fillRect(bar, meter_look::kBarGround);
   const double dB = std::clamp(-decibelsOf(static_cast<double>(value)), 0.0, kRange);
   const float length = static_cast<float>(dB / kRange) * bar.width();
   if (length > 0.0F) {
@@ -245,7 +246,7 @@ void clipGRmeter::draw(CDrawContext& context) {
   const auto width = static_cast<double>(size.width());
   const float whole = static_cast<float>(std::max(clipBarWidth(width, 1.0), 0.0));
   const auto length = static_cast<float>(clipBarWidth(width, std::clamp(level, 0.0, 1.0)));
-  context.fillRect({size.left, size.top, size.left + whole, size.bottom}, kBarGround);
+  context.fillRect({size.left, size.top, size.left + whole, size.bottom}, meter_look::kBarGround);
   if (length > 0.0F) {
     context.fillRect({size.left, size.top, size.left + length, size.bottom}, look::kOver);
   }

@@ -4,9 +4,10 @@
 #include <cmath>
 #include <utility>
 
+#include "graphs/meters/meter_look.h"
+
 namespace {
 
-constexpr CColor kTick = CColor::rgb(0x272727);
 constexpr int kRows = 3;   // from one line to the next
 constexpr int kEvery = 5;  // of them is longer
 constexpr float kLonger = 9.0F;
@@ -30,6 +31,6 @@ void LadderPicture::paint(float scale, bool fromRight) const {
   for (float row = 0.0F; row + hair <= height; row += kRows * hair) {
     const float length = line++ % kEvery == 0 ? width : shorter;
     const float left = fromRight ? width - length : 0.0F;
-    picture->box({left, row, left + length, row + hair}, kTick);
+    picture->box({left, row, left + length, row + hair}, meter_look::kTick);
   }
 }

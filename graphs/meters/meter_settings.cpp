@@ -1,6 +1,6 @@
 #include "graphs/meters/meter_settings.h"
 
-#include "toolkit/look.h"
+#include "graphs/meters/meter_look.h"
 
 MeterSettings MeterSettings::read(const ValueSource& values) {
   MeterSettings wanted;
@@ -15,7 +15,7 @@ MeterSettings MeterSettings::read(const ValueSource& values) {
 }
 
 CColor MeterSettings::overColour() const noexcept {
-  return isYellow ? CColor::rgb(0xEDD053) : look::kOver;
+  return isYellow ? meter_look::kYellow : look::kOver;
 }
 
 CColor MeterSettings::overTextColour() const noexcept {

@@ -5,17 +5,16 @@
 
 #include "editor/controls/tiled_menus.h"
 #include "editor/layout/tag_table.h"
+#include "graphs/meters/meter_look.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
 
 namespace {
 
-constexpr CColor kBarGround = CColor::rgb(0x202020);
 constexpr CColor kMiddleGround = CColor::rgb(0x121212);
 constexpr CColor kZeroLine = CColor::rgb(0x6A6A6A);
-constexpr CColor kMarkLine = CColor::rgb(0x3C3C3C);
 constexpr CColor kZeroInBar{0, 0, 0, 140};
-constexpr CColor kPeakBar = mix(look::kLit, kBarGround, 0.48F);
+constexpr CColor kPeakBar = mix(look::kLit, meter_look::kBarGround, 0.48F);
 constexpr CColor kHeldReduction{look::kSand.red, look::kSand.green, look::kSand.blue, 150};
 constexpr float kLadderWidth = 13.0F;
 constexpr float kLadderGap = 3.0F;  // to the bars
@@ -195,7 +194,7 @@ void nVU::drawScale(CDrawContext& context) {
     const ScaleMark& mark = marks[i];
     // The last one stands on the plot's last row, not below it.
     const float y = std::min(context.snap(rowY(mark.row)), bottom - hair);
-    const CColor line = mark.isZero() ? kZeroLine : kMarkLine;
+    const CColor line = mark.isZero() ? kZeroLine : meter_look::kMarkLine;
     context.fillRect({leftEnd - kLadderWidth, y, leftEnd, y + hair}, line);
     context.fillRect({right, y, right + kLadderWidth, y + hair}, line);
     if (!mark.hasText) continue;
@@ -213,7 +212,7 @@ void nVU::drawBar(CDrawContext& context, int channel) {
       context.fillRect({bar.left, rowY(fromRow), bar.right, rowY(toRow)}, colour);
   };
   const double peak = levelToRow(static_cast<double>(levels.peak[c]));
-  fill(0.0, scale.height, kBarGround);
+  fill(0.0, scale.height, meter_look::kBarGround);
   fill(peak, scale.height, kPeakBar);
   fill(levelToRow(static_cast<double>(levels.rms[c])), scale.height, look::kLit);
   fill(peak, levelToRow(1.0), settings.overColour());
@@ -283,7 +282,7 @@ void nTTVU::drawHead(CDrawContext& context, int channel) {
                          {bar.left - 6.0F, name, bar.right + 6.0F, name + 12.0F}, small);
   const float lamp = size.top + kLampTop;
   context.fillRect({bar.left, lamp, bar.right, lamp + 3.0F},
-                   isOver(channel) ? getSettings().overColour() : kBarGround);
+                   isOver(channel) ? getSettings().overColour() : meter_look::kBarGround);
 }
 
 void nTTVU::drawReading(CDrawContext& context, int channel) {
