@@ -230,7 +230,7 @@ void miniGRmeter::draw(CDrawContext& context) {
 }
 
 clipGRmeter::clipGRmeter(const ControlSetup& setup)
-    : CControl(setup), text(look::bold(look::kSmallTextSize, kWhiteCColor, kCenterText)) {}
+    : CControl(setup), text(look::bold(9.0F, kWhiteCColor, kCenterText)) {}
 
 void clipGRmeter::setLevel(double wanted) {
   const double before = hold.get();
@@ -250,10 +250,12 @@ void clipGRmeter::draw(CDrawContext& context) {
   if (length > 0.0F) {
     context.fillRect({size.left, size.top, size.left + length, size.bottom}, look::kOver);
   }
+  const std::string shown = shownText();
   const float top = std::floor(size.centre().y - kTextHeight * 0.5F);
-  const CRect place{size.right - kTextWidth, top, size.right, top + kTextHeight};
+  const float room = std::max(kTextWidth, std::ceil(look::widthOf(text, shown)) + 4.0F);
+  const CRect place{size.right - room, top, size.right, top + kTextHeight};
   text.colour = hold.get() == 0.0 ? look::kLabel : kWhiteCColor;
   if (hold.get() != 0.0) context.fillRect(place, look::kOver);
-  context.drawText(shownText(), place, text);
+  context.drawText(shown, place, text);
   setDirty(false);
 }

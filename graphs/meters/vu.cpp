@@ -252,7 +252,7 @@ void nVU::drawReduction(CDrawContext& context) {
 void nVU::drawLabel(CDrawContext& context, const std::string& text, const CRect& rect,
                     bool isZero) {
   context.setFont(nullptr);
-  context.setFontColor(isZero ? look::kText : look::kLabel);
+  context.setFrameColor(isZero ? look::kText : look::kLabel);  // of pixel letters
   context.drawString(text, rect, kRightText);
 }
 
