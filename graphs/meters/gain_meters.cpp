@@ -74,10 +74,6 @@ void miniPPMmeter::setChoice(const BandMeterChoice& wanted) {
   setDirty();
 }
 
-void miniPPMmeter::setTopRange(double wanted) {
-  if (std::exchange(topRange, wanted) != wanted) setDirty();
-}
-
 void miniPPMmeter::setDisabled(bool on) {
   if (std::exchange(isDisabled, on) == on) return;
   hold.reset();

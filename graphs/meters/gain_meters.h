@@ -41,7 +41,6 @@ class miniPPMmeter : public CControl, public nCanDisable {
   void setHoldMode(HoldMode wanted);
   void setChoice(const BandMeterChoice& wanted);
   [[nodiscard]] const BandMeterChoice& getChoice() const noexcept { return choice; }
-  void setTopRange(double dB);
   [[nodiscard]] double getHold() const noexcept { return hold.get(); }  ///< dB
   /// No bar and no figures in force.
   void setDisabled(bool on) override;
@@ -59,7 +58,11 @@ class miniPPMmeter : public CControl, public nCanDisable {
 
     bool operator==(const Shown&) const = default;
   };
-  [[nodiscard]] double range() const noexcept { return choice.isZoomed ? topRange / 2 : topRange; }
+  static constexpr double kTopRange = 24.0;  ///< dB to either side
+
+  [[nodiscard]] double range() const noexcept {
+    return choice.isZoomed ? kTopRange / 2 : kTopRange;
+  }
   /// From the middle, in pixels, downwards.
   [[nodiscard]] double offsetOf(double dB) const;
   [[nodiscard]] Shown shownNow() const;
@@ -67,7 +70,6 @@ class miniPPMmeter : public CControl, public nCanDisable {
   void drawScale(CDrawContext& context);
   void drawBar(CDrawContext& context);
 
-  double topRange = 24.0;
   BandMeterChoice choice;
   HoldMode mode = HoldMode::kFiveSeconds;
   double dB = 0.0;
