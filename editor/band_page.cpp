@@ -11,6 +11,7 @@
 #include "editor/controls/section_labels.h"
 #include "editor/layout/tag_table.h"
 #include "editor/plain_element.h"
+#include "graphs/meters/gain_meters.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -67,26 +68,17 @@ CRect leftPart(const CRect& rect, float width) {
   return {rect.left, rect.top, rect.left + width, rect.bottom};
 }
 
-/// Where a picture of the band comes: its frame, or the ground of its bar.
+/// Where a graph of the band comes: its frame.
 class GraphPlace : public PlainElement {
  public:
-  GraphPlace(const ControlSetup& setup, std::string name, bool ofMeter)
-      : PlainElement(setup, std::move(name)), isMeter(ofMeter) {}
+  GraphPlace(const ControlSetup& setup, std::string name) : PlainElement(setup, std::move(name)) {}
 
   void draw(CDrawContext& context) override {
-    if (isMeter) {
-      const CRect bar{size.left + 5.0F, size.top + 2.0F, size.left + 15.0F, size.top + 122.0F};
-      context.fillRect(bar, CColor::rgb(0x202020));
-      const float middle = bar.centre().y - 0.5F;
-      context.fillRect({bar.left, middle, bar.right, middle + 1.0F}, look::kLabel);
-    } else {
-      frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, look::kBorder});
-    }
+    frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, look::kBorder});
     PlainElement::draw(context);
   }
 
  private:
-  bool isMeter;
   BoxPicture frame;
 };
 
@@ -167,13 +159,13 @@ class BandPage {
     addGraph(0, "SCEQGraph");
     page.addView(words(kGraphWords, kGUIBandGraph, "", "SC EQ", "RESPONSE"));
     page.addView(new SCListenButton(at(kListenPlace, kGUIBandSCListen + band)));
-    page.addView(new GraphPlace(at(kMeter, kGUIBandPPM + band), "miniPPMmeter", true));
+    page.addView(new miniPPMmeter(at(kMeter, kGUIBandPPM + band)));
     page.addView(new activateButton(at(kGraph, id(kB1State))));
   }
 
   void addGraph(int number, const char* className) {
     auto* const graphPage = new nPage(kGraph, kGUIBandGraph, number);
-    graphPage->addView(new GraphPlace(at(atOrigin(kGraph), -1), className, false));
+    graphPage->addView(new GraphPlace(at(atOrigin(kGraph), -1), className));
     page.addView(graphPage);
   }
 

@@ -18,6 +18,7 @@
 #include "editor/controls/tool_tips.h"
 #include "editor/controls/value_buttons.h"
 #include "editor/layout/tag_table.h"
+#include "editor/meter_elements.h"
 #include "editor/setup_elements.h"
 #include "toolkit/look.h"
 
@@ -237,7 +238,7 @@ constexpr ElementRow kOwnRows[] = {
     {"SectionLabel", "nSectionLabel", &makeSectionLabel},
     {"SectionToggle", "nSectionToggle", &makeSectionToggle},
     {"MuteButton", "MuteButton", &makeMute},
-    {"ReleaseLED", "ReleaseLED"},
+    {"ReleaseLED", "ReleaseLED", &makeReleaseLamp},
     {"nPage", "nPage", &makePage<nPage>},
     {"nPageR", "nPageR", &makePage<nPageR>},
     {"nDraggablePage", "nDraggablePageTiled", &makePage<nDraggablePageTiled>},
@@ -253,11 +254,11 @@ constexpr ElementRow kOwnRows[] = {
     {"bandGroup", "bandGroup", &makeBandGroup},
     {"ControlSection", "nPage", &makeBandPanel},
     {"EQGraph", "EQGraph"},
-    {"nTTVU", "nTTVU"},
-    {"nVU", "nVU"},
-    {"miniGR", "miniGRmeter"},
-    {"clipGRmeter", "clipGRmeter"},
-    {"loudnessMeterView", "loudnessMeterView"},
+    {"nTTVU", "nTTVU", &makeMainMeter},
+    {"nVU", "nVU", &makePlainMeter},
+    {"miniGR", "miniGRmeter", &makeReductionMeter},
+    {"clipGRmeter", "clipGRmeter", &makeClipMeter},
+    {"loudnessMeterView", "loudnessMeterView", &makeLoudnessMeter},
     {"nTiled", "nTiled", &makeTiled},
     {"tiledStatic", "tiledStatic", &makeTiledStatic},
     {"tiledButton", "tiledButton", &makeTiledButton},

@@ -92,6 +92,11 @@ void PlugEd::layoutEditor() {
   placeParts();
   placeWithoutTag();
   takeDefaults();
+  if (meters) {
+    meters->applySettings();
+  } else {
+    meters.emplace(index(), *this, effect());
+  }
   panel.emplace(index());
   panel->setMode(state().uimode);
   if (bandTabs* const tabs = findBandTabs(index())) tabs->setGraphWidth(size.graphWidth);
@@ -230,12 +235,14 @@ void PlugEd::idle() {
   if (isOpen()) {
     const std::lock_guard guard(getFrame()->treeLock());
     refreshWhatIsStale();
+    if (meters) meters->show();
   }
   FlagEd::idle();
 }
 
 void PlugEd::viewsClose() {
   panel.reset();
+  meters.reset();
   pairedRelease = -1;
   group.endAll();
   effect().edits().endAll();
@@ -355,8 +362,26 @@ bool PlugEd::tagChanged(const CControl& control) {
       openBandMenu(static_cast<int>(value), control.localToFrame(control.getViewSize().topLeft()));
       return true;
     default:
-      return bandTagChanged(tag, value);
+      return meterTagChanged(tag, value) || bandTagChanged(tag, value);
   }
+}
+
+bool PlugEd::meterTagChanged(std::int32_t tag, float value) {
+  if (tag == kGUIMeterZoom) {
+    state().zoomState = static_cast<int>(value);
+  } else if (tag == kGUIMeterPrePost) {  // the value says which meter it was
+    const auto* const meter =
+        dynamic_cast<miniPPMmeter*>(index().find(static_cast<std::int32_t>(value)));
+    if (meter == nullptr) return true;
+    const BandMeterChoice& chosen = meter->getChoice();
+    state().meterChannel = chosen.channel;
+    state().meterShow = chosen.show;
+    state().meterZoom = chosen.isZoomed ? 1 : 0;
+  } else {
+    return false;
+  }
+  if (meters) meters->applySettings();
+  return true;
 }
 
 bool PlugEd::bandTagChanged(std::int32_t tag, float value) {
@@ -420,6 +445,7 @@ void PlugEd::hideHelp() {
 
 void PlugEd::applyUiSettings() {
   effect().setMeterDecay(effect().uiSettings().getUiValue("Graph", "GR Decay"));
+  if (meters) meters->applySettings();
 }
 
 void PlugEd::toggleMode(int mode) { state().wantedUimode = state().uimode == mode ? 0 : mode; }

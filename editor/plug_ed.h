@@ -11,6 +11,7 @@
 #include "editor/band_selection.h"
 #include "editor/control_marker.h"
 #include "editor/flag_ed.h"
+#include "editor/meter_feed.h"
 
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
@@ -52,6 +53,7 @@ class PlugEd : public FlagEd {
   void parameterChanged(const CControl& control);
   bool tagChanged(const CControl& control);
   bool bandTagChanged(std::int32_t tag, float value);
+  bool meterTagChanged(std::int32_t tag, float value);
   void listen(int band);
   void selectBand(int band);
   void chooseBank(int bank);
@@ -76,6 +78,7 @@ class PlugEd : public FlagEd {
   BandSelection selection;
   ControlMarker marker;
   std::optional<BandPanel> panel;   // while the views are there
+  std::optional<MeterFeed> meters;  // likewise
   bool bandsChanged = false;        // by parameters that are being shown
   bool limitsChanged = false;       // likewise
   std::int32_t pairedRelease = -1;  // the other release time, in a gesture of its own

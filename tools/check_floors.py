@@ -26,7 +26,7 @@ ROWS = [
     (6, ["toolkit"], [0]),
     (7, ["graphs/opengl"], [0, 6]),
     (8, ["editor/controls", "editor/layout"], range(0, 8)),
-    (9, ["graphs"], range(0, 9)),
+    (9, ["graphs", "graphs/meters"], range(0, 9)),
     (10, ["editor"], range(0, 10)),
     (11, ["libraries/aax"], []),
     (11, ["libraries/aax_wrap"], [*range(0, 11), "libraries/aax"]),
