@@ -33,7 +33,7 @@ Stereo<double> impulseThrough(Plug& plug) {
 
 BandCurves::Settings settingsOf(int width) {
   BandCurves::Settings settings;
-  settings.axis = {width, 10.0, 22050.0};
+  settings.axis = {10.0, 22050.0, width};
   return settings;
 }
 

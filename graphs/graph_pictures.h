@@ -1,0 +1,30 @@
+#pragma once
+
+#include "graphs/graph_axes.h"
+#include "toolkit/device_picture.h"
+
+/// The ground of a plot: the panel, brighter towards the top. Threads: as a view's `draw`.
+class GroundPicture : private DevicePicture {
+ public:
+  void draw(CDrawContext& context, const CRect& plot, int glow);
+
+ private:
+  int paintedGlow = -1;
+};
+
+/// The lines of a plot's grid. Threads: as a view's `draw`.
+class GridPicture : private DevicePicture {
+ public:
+  struct Look {
+    FrequencyAxis frequencies;
+    LevelAxis levels;
+
+    bool operator==(const Look&) const = default;
+  };
+  void draw(CDrawContext& context, const CRect& plot, const Look& look);
+
+ private:
+  void paint(const Look& look, float scale) const;
+
+  Look painted;
+};
