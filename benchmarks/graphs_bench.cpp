@@ -109,7 +109,7 @@ void curves(benchmark::State& state) {
 void curvesPlain(benchmark::State& state) {
   EightBands effect(static_cast<int>(state.range(0)));
   effect.plug.resume();
-  const FrequencyAxis axis = {10.0, 22050.0, 786};
+  const FrequencyAxis axis = {786, 10.0, 22050.0};
   std::vector<double> curve(786);
   for (auto _ : state) {
     for (int band = 0; band < kNumBands; ++band) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/plug.h"
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
 #include "graphs/kernel_spectrum.h"
 
 /// Columns from `begin` up to and without `end`.

@@ -9,10 +9,11 @@
 #include "editor/controls/value_part.h"
 #include "editor/controls/value_text.h"
 #include "editor/controls/with_hover.h"
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
 #include "graphs/graph_pictures.h"
 #include "graphs/graph_preferences.h"
 #include "graphs/handles.h"
+#include "graphs/level_axes.h"
 #include "graphs/zoom_strip.h"
 #include "toolkit/control.h"
 

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
+#include "graphs/level_axes.h"
 
 /// Lines and figures of a frequency graph, in unzoomed pixels from the plot's upper left corner.
 namespace graph_grid {

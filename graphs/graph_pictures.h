@@ -1,6 +1,7 @@
 #pragma once
 
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
+#include "graphs/level_axes.h"
 #include "toolkit/device_picture.h"
 
 /// The ground of a plot: the panel, brighter towards the top. Threads: as a view's `draw`.

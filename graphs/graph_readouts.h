@@ -3,7 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
+#include "graphs/level_axes.h"
 
 /// The figures of what lies under the mouse, in a row over the plot.
 namespace graph_readouts {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "graphs/graph_axes.h"
+#include "graphs/frequency_axis.h"
 
 /// The strip over a plot's lower edge that shows which frequencies are in view, and by whose ends
 /// they are chosen. It stands for 10 Hz to `nyquist`, whatever is in view.

@@ -33,7 +33,7 @@ Stereo<double> impulseThrough(Plug& plug) {
 
 BandCurves::Settings settingsOf(int width) {
   BandCurves::Settings settings;
-  settings.axis = {10.0, 22050.0, width};
+  settings.axis = {width, 10.0, 22050.0};
   return settings;
 }
 

@@ -1,19 +1,5 @@
 #pragma once
 
-/// What the columns of a plot stand for: frequencies in Hz, evenly spread by their logarithm.
-/// Column 0 is the left edge, column `width` the right one.
-struct FrequencyAxis {
-  double minf = 10.0;
-  double maxf = 22050.0;
-  int width = 0;
-
-  [[nodiscard]] double frequencyAt(double column) const;
-  [[nodiscard]] double columnOf(double frequency) const;  ///< also beyond the edges
-  [[nodiscard]] double clampedColumnOf(double frequency) const;
-
-  bool operator==(const FrequencyAxis&) const = default;
-};
-
 /// What the rows of a plot stand for: dB from `range` at row 0 to its negative at the last one.
 struct LevelAxis {
   double range = 24.0;
