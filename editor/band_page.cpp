@@ -12,6 +12,7 @@
 #include "editor/layout/tag_table.h"
 #include "editor/plain_element.h"
 #include "graphs/dynamic_response.h"
+#include "graphs/sc_eq_graph.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -167,7 +168,7 @@ class BandPage {
   void addGraphs() {
     const ControlSetup graph = at(atOrigin(kGraph), -1);
     addGraph(1, new DynamicResponse(graph, effect, band));
-    addGraph(0, new GraphPlace(graph, "SCEQGraph", false));
+    addGraph(0, new SCEQGraph(graph, values, effect, band));
     page.addView(words(kGraphWords, kGUIBandGraph, "", "SC EQ", "RESPONSE"));
     page.addView(new SCListenButton(at(kListenPlace, kGUIBandSCListen + band)));
     page.addView(new GraphPlace(at(kMeter, kGUIBandPPM + band), "miniPPMmeter", true));

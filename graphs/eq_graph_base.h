@@ -55,7 +55,7 @@ class EQGraphBase : public CControl,
   void setCurveFlags(std::uint32_t flags);
   [[nodiscard]] std::uint32_t getDrawFlags() const noexcept { return drawFlags; }
   void setGrDecay(double share);
-  void setRange(float dB);  ///< to either side
+  virtual void setRange(float dB);  ///< to either side
   void redrawLabels(bool now);
   /// The range of frequencies, as the document has it; kept as it is read.
   void loadExtras();
@@ -134,6 +134,12 @@ class EQGraphBase : public CControl,
   void tell(std::int32_t id, int what, const CRect& place = {});
   /// One notch or more of Q, as a whole edit.
   void turnQ(int handle, float notches, bool fine);
+
+  /// The active handle after one, by columns, or before it; the first one for none, -1 at the end.
+  [[nodiscard]] int handleAfter(int handle, bool forward);
+  /// An arrow key, with or without Shift, moves a node's frequency or gain. `columns`: of a step
+  /// sideways.
+  bool moveByKey(int handle, const KeyEvent& key, double columns);
 
   void openTextEdit(int kind, int handle, const CRect& place, CPoint where, CButtonState buttons);
   void closeTextEdit();
