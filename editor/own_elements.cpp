@@ -19,6 +19,7 @@
 #include "editor/controls/value_buttons.h"
 #include "editor/layout/tag_table.h"
 #include "editor/setup_elements.h"
+#include "graphs/eq_graph.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -204,6 +205,10 @@ CView* makeDashSeparated(const Element& element, const ElementSetup& setup) {
       look::bold(9.0F, look::kValue));
 }
 
+CView* makeGraph(const Element& /*element*/, const ElementSetup& setup) {
+  return new EQGraph(setup, setup.values, setup.effect);
+}
+
 CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
   return new bandTabs(setup, setup.values);
 }
@@ -252,7 +257,7 @@ constexpr ElementRow kOwnRows[] = {
     {"bandTabs", "bandTabs", &makeBandTabs},
     {"bandGroup", "bandGroup", &makeBandGroup},
     {"ControlSection", "nPage", &makeBandPanel},
-    {"EQGraph", "EQGraph"},
+    {"EQGraph", "EQGraph", &makeGraph},
     {"nTTVU", "nTTVU"},
     {"nVU", "nVU"},
     {"miniGR", "miniGRmeter"},

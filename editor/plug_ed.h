@@ -12,6 +12,8 @@
 #include "editor/control_marker.h"
 #include "editor/flag_ed.h"
 
+class EQGraph;
+
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
 class PlugEd : public FlagEd {
@@ -40,6 +42,9 @@ class PlugEd : public FlagEd {
   // Places and values.
   void placeParts();
   void placeWithoutTag();
+  /// Null where the layout has none.
+  [[nodiscard]] EQGraph* graph() const;
+  void setUpGraphs();
   void showAllValues();
   void showBandKinds();
   void showListening();
@@ -51,9 +56,9 @@ class PlugEd : public FlagEd {
   // What the user does.
   void parameterChanged(const CControl& control);
   bool tagChanged(const CControl& control);
-  bool bandTagChanged(std::int32_t tag, float value);
+  bool bandTagChanged(std::int32_t tag, float value, bool keepsMasks);
   void listen(int band);
-  void selectBand(int band);
+  void selectBand(int band, bool keepsMasks);
   void chooseBank(int bank);
   void resize(float width);
   void hideHelp();

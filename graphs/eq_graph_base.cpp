@@ -16,6 +16,7 @@ constexpr int kKindQ = 6;
 constexpr float kPerNotch = 1.5F;  // by which a notch changes Q
 constexpr float kFineNotch = 0.1F;
 constexpr float kTextHeight = 10.0F;
+constexpr std::uint64_t kFrameMs = 16;
 constexpr int kBitQ = 4;
 constexpr int kBitCrossover = 32;
 
@@ -41,7 +42,7 @@ EQGraphBase::~EQGraphBase() = default;
 // What the editor tells it.
 
 void EQGraphBase::setPreferences(const GraphPreferences& chosen) {
-  if (preferences == chosen) return;
+  if (preferences == chosen && levels.range == static_cast<double>(chosen.range)) return;
   preferences = chosen;
   analyserAxis = {chosen.analyserRange, chosen.analyserTop};
   grDecay = chosen.grDecay;
@@ -169,6 +170,7 @@ void EQGraphBase::rebuild() {
 void EQGraphBase::rangeChanged() {
   isStale = true;
   closeTextEdit();
+  axisChanged();
   redrawLabels(true);
 }
 
@@ -400,6 +402,10 @@ void EQGraphBase::onIdle() {
     isStale = true;
     setDirty();
   }
+  if (now < nextFrame || !hasMoved()) return;
+  nextFrame = std::max(nextFrame + kFrameMs, now);
+  isStale = true;
+  setDirty();
 }
 
 // The drawing.
@@ -407,8 +413,8 @@ void EQGraphBase::onIdle() {
 void EQGraphBase::draw(CDrawContext& context) {
   setDirty(false);
   if (frequencies.width <= 0 || levels.height <= 1) return;
-  freshenHandles();
   advance();
+  freshenHandles();
   ground.draw(context, size, preferences.glow());
   if (analyserOn) drawAnalyser(context);
   drawResponse(context);

@@ -33,7 +33,7 @@ class EQGraphBase : public CControl,
   /// Bits of `drawFlags`.
   enum DrawFlag : std::uint32_t {
     kInvertedQ = 0x400,
-    kFollowsHelp = 0x1000,  ///< the same in all graphs of an editor
+    kShowsHelp = 0x1000,  ///< the same in all graphs of an editor
     kRedInput = 0x20000,
   };
   struct Options {
@@ -112,7 +112,11 @@ class EQGraphBase : public CControl,
   virtual void placeHandles() = 0;
   /// Whether what is shown differs from what was drawn last; called often, must be cheap.
   virtual bool hasChanged() = 0;
-  /// What moves by itself goes on; once per drawing.
+  /// The same for what the sound moves: drawn again no more than 60 times a second.
+  virtual bool hasMoved() { return false; }
+  /// The range of frequencies or levels is another one.
+  virtual void axisChanged() {}
+  /// What moves by itself goes on; once per drawing, before the handles are placed.
   virtual void advance() {}
 
   // The steps of a drawing, from back to front.
@@ -209,6 +213,7 @@ class EQGraphBase : public CControl,
   zoom_strip::Range stripStart{};
   double stripFrom = 0.0;
   bool isStripDragged = false;
+  std::uint64_t nextFrame = 0;  // ms
   Held<CEQText> textEdit;
   bool isTextPressed = false;
   bool wasTextMoved = false;

@@ -9,8 +9,8 @@ namespace graph_grid {
 
 namespace {
 
-constexpr double kFirstStep = 10.0;
-constexpr int kStepsOfDecade = 9;
+constexpr double kFirstDecade = 10.0;
+constexpr int kLinesOfDecade = 9;
 constexpr double kThousand = 1000.0;
 constexpr double kLeastLeft = 2.0;
 constexpr double kSpareRight = 4.0;
@@ -21,16 +21,12 @@ constexpr int kFirstAnalyserRow = 5;
 /// Calls `each` with every frequency that has a line and its multiple of the decade.
 template <typename Each>
 void forLines(const FrequencyAxis& axis, const Each& each) {
-  double frequency = 0.0;
-  double step = kFirstStep;
-  for (int count = 0;; ++count) {
-    if (count == kStepsOfDecade) {
-      count = 0;
-      step *= 10.0;
+  for (double decade = kFirstDecade; decade <= axis.maxf; decade *= 10.0) {
+    for (int multiple = 1; multiple <= kLinesOfDecade; ++multiple) {
+      const double frequency = multiple * decade;
+      if (frequency > axis.maxf) return;
+      if (frequency >= axis.minf) each(frequency, multiple);
     }
-    frequency += step;
-    if (!(frequency <= axis.maxf)) return;
-    if (frequency >= axis.minf) each(frequency, count + 1);
   }
 }
 

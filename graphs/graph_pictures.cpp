@@ -14,6 +14,8 @@ constexpr float kDecadeAlpha = 0.10F;
 constexpr float kLineAlpha = 0.035F;
 constexpr float kLevelAlpha = 0.05F;
 constexpr float kZeroAlpha = 0.20F;
+constexpr float kDashAlpha = 0.20F;
+constexpr float kDash = 3.0F;
 
 /// All channels alike, alpha too: white, more or less of it.
 std::uint32_t whitePixel(int strength) {
@@ -68,4 +70,20 @@ void GridPicture::paint(const Look& look, float scale) const {
     picture->box({0.0F, y, width, y + hair}, kWhiteCColor,
                  line.dB == 0.0 ? kZeroAlpha : kLevelAlpha);
   }
+}
+
+void DashPicture::draw(CDrawContext& context, const CRect& line) {
+  const Place place =
+      placeOf(context, {line.left, line.top, line.left + context.hairline(), line.bottom});
+  if (needsPaint(context, place, true)) {
+    const auto height = static_cast<float>(place.bottom - place.top);
+    const float dash = std::max(1.0F, std::round(kDash * context.getScale()));
+    for (float y = 0.0F; y < height; y += 2.0F * dash) {
+      picture->box(
+          {0.0F, y, static_cast<float>(place.right - place.left), std::min(y + dash, height)},
+          kWhiteCColor, kDashAlpha);
+    }
+    picture->setDirty();
+  }
+  put(context, place);
 }

@@ -29,3 +29,10 @@ class GridPicture : private DevicePicture {
 
   Look painted;
 };
+
+/// An upright line of dashes, three long and three apart. Threads: as a view's `draw`.
+class DashPicture : private DevicePicture {
+ public:
+  /// As wide as a hairline, from the left edge of `place`.
+  void draw(CDrawContext& context, const CRect& place);
+};

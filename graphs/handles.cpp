@@ -11,7 +11,6 @@ namespace {
 constexpr double kLeast = 1e-10;
 constexpr double kStripTop = 50.0;  // from the lower edge
 constexpr double kAboveStrip = 12.0;
-constexpr double kFromTop = 13.0;
 
 }  // namespace
 
@@ -37,7 +36,7 @@ double decibels(double magnitude) { return 20.0 * std::log10(std::max(magnitude,
 
 LiftedDisc liftedDisc(double row, int height) {
   const double lowest = height - kStripTop - kAboveStrip;
-  return {std::clamp(row, std::min(kFromTop, lowest), lowest), row > lowest};
+  return {std::clamp(row, std::min(kFromEdge, lowest), lowest), row > lowest};
 }
 
 }  // namespace graph_handles

@@ -21,7 +21,8 @@ struct Handle {
 };
 
 inline constexpr double kReach = 10.0;  ///< a press this far away misses
-inline constexpr double kDiscRadius = 9.5;
+/// How far inside the plot a disc is drawn at least.
+inline constexpr double kFromEdge = 13.5;
 
 /// The active handle whose squared distance from a point is the least one below `limit`: of equals
 /// the first one. -1 for none.
