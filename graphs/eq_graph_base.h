@@ -141,8 +141,9 @@ class EQGraphBase : public CControl,
 
   /// The active handle after one, by columns, or before it; the first one for none, -1 at the end.
   [[nodiscard]] int handleAfter(int handle, bool forward);
-  /// An arrow key, with or without Shift, moves a node's frequency or gain. `columns`: of a step
-  /// sideways.
+  /// By how much the left and the right key, with Shift less, move a frequency: by `columns`.
+  [[nodiscard]] double keyFactor(const KeyEvent& key, double columns) const;
+  /// The arrow keys move a node's frequency and gain.
   bool moveByKey(int handle, const KeyEvent& key, double columns);
 
   void openTextEdit(int kind, int handle, const CRect& place, CPoint where, CButtonState buttons);

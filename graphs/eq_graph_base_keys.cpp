@@ -30,6 +30,12 @@ int EQGraphBase::handleAfter(int handle, bool forward) {
   return next == order.end() ? -1 : *next;
 }
 
+double EQGraphBase::keyFactor(const KeyEvent& key, double columns) const {
+  const double step =
+      (key.key == Key::kLeft ? -columns : columns) * (key.modifiers.has(kShift) ? kFineKey : 1.0);
+  return frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
+}
+
 bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
   const bool isUpOrDown = key.key == Key::kUp || key.key == Key::kDown || key.key == Key::kPageUp ||
                           key.key == Key::kPageDown;
@@ -44,9 +50,7 @@ bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
   if (key.key != Key::kLeft && key.key != Key::kRight) return false;
   const std::int32_t frequency = bandParameter(kKindFrequency, handle);
   if (frequency < 0) return false;
-  const double step =
-      (key.key == Key::kLeft ? -columns : columns) * (key.modifiers.has(kShift) ? kFineKey : 1.0);
-  const double factor = frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
+  const double factor = keyFactor(key, columns);
   const double now = static_cast<double>(getBandValue(kKindFrequency, handle));
   edit(frequency, values.normalisedOf(frequency, static_cast<float>(now * factor)));
   return true;

@@ -10,60 +10,32 @@
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
 constexpr double kColumnsPerKey = 4.0;
-constexpr double kFine = 0.1;
 
 }  // namespace
 
 /// From the left to the right, then on to what comes after the graph.
 bool EQGraph::walkHandles(bool forward) {
-  freshenHandles();
-  std::vector<int> order;
-  for (int handle = 0; handle < kHandles; ++handle) {
-    if (handleOf(handle).isActive) order.push_back(handle);
-  }
-  std::ranges::stable_sort(
-      order, [this](int a, int b) { return handleOf(a).centre.x < handleOf(b).centre.x; });
-  if (!forward) std::ranges::reverse(order);
-  auto next = std::ranges::find(order, keyHandle);
-  next = next == order.end() ? order.begin() : next + 1;
-  if (next == order.end()) return false;
-  keyHandle = *next;
-  if (keyHandle < kBands) tell(kGUISelectOnly, *next);
-  keyHandle = *next;
-  showBar(*next);
+  const int next = handleAfter(keyHandle, forward);
+  if (next < 0) return false;
+  if (next < kBands) tell(kGUISelectOnly, next);
+  keyHandle = next;
+  showBar(next);
   setDirty();
   return true;
 }
 
 bool EQGraph::moveByKey(const KeyEvent& key) {
-  const bool isUp = key.key == Key::kUp || key.key == Key::kPageUp;
-  const bool isDown = key.key == Key::kDown || key.key == Key::kPageDown;
-  const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
-  if (!isUp && !isDown && !isSideways) return false;
   freshenHandles();
   if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) return false;
-  const bool isFine = key.modifiers.has(kShift);
-  if (!isSideways) {
-    const std::int32_t id = bandParameter(kKindGain, keyHandle);
-    if (const auto moved = parameterByKey(values, id, values.valueOf(id), key)) edit(id, *moved);
-    return true;
+  const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
+  if (!isSideways || keyHandle < kBands) {
+    return EQGraphBase::moveByKey(keyHandle, key, kColumnsPerKey);
   }
-  const double step =
-      (key.key == Key::kLeft ? -kColumnsPerKey : kColumnsPerKey) * (isFine ? kFine : 1.0);
-  const double factor = frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
-  if (keyHandle >= kBands) {
-    beginDrag(Drag::kCrossover, keyHandle, {});
-    beginMoving();
-    moveCrossover(crossoverFrom * factor);
-    endDrag();
-    return true;
-  }
-  const std::int32_t id = bandParameter(kKindFrequency, keyHandle);
-  const double now = static_cast<double>(getBandValue(kKindFrequency, keyHandle));
-  edit(id, values.normalisedOf(id, static_cast<float>(now * factor)));
+  beginDrag(Drag::kCrossover, keyHandle, {});
+  beginMoving();
+  moveCrossover(crossoverFrom * keyFactor(key, kColumnsPerKey));
+  endDrag();
   return true;
 }
 
