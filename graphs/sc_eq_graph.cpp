@@ -281,6 +281,9 @@ void SCEQGraph::removed() {
   EQGraphBase::removed();
 }
 
+/// A band that is off has nothing but its + here.
+bool SCEQGraph::isTabStop() const { return plugin.getBandValue(kKindOn, band) != 0.0F; }
+
 // The drawing.
 
 void SCEQGraph::draw(CDrawContext& context) {

@@ -30,6 +30,7 @@ class SCEQGraph : public EQGraphBase {
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
   void removed() override;
+  [[nodiscard]] bool isTabStop() const override;
 
  protected:
   void placeHandles() override;
