@@ -47,6 +47,7 @@ class EQGraph : public EQGraphBase {
   void onMouseExited() override;
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
+  void takeFocus() override;
   void removed() override;
 
  protected:
@@ -157,8 +158,9 @@ class EQGraph : public EQGraphBase {
   CPoint barCorner;  // of the plot
   CPoint barSize;
   int hotBox = -1;
-  int underMouse = -1;  // a handle
-  int keyHandle = -1;   // the one that the keys move
+  int underMouse = -1;     // a handle
+  int keyHandle = -1;      // the one that the keys move
+  std::size_t walked = 0;  // handles that Tab has been on since the graph has the keys
 
   Drag drag = Drag::kNone;
   bool isMoving = false;  // its edits have begun

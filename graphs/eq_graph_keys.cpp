@@ -17,7 +17,13 @@ constexpr double kFine = 0.1;
 
 }  // namespace
 
-/// From the left to the right, then on to what comes after the graph.
+void EQGraph::takeFocus() {
+  EQGraphBase::takeFocus();
+  if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) keyHandle = selectedBand;
+  walked = 1;
+}
+
+/// From the present one to its neighbours, each once; then on to what comes after the graph.
 bool EQGraph::walkHandles(bool forward) {
   freshenHandles();
   std::vector<int> order;
@@ -27,13 +33,14 @@ bool EQGraph::walkHandles(bool forward) {
   std::ranges::stable_sort(
       order, [this](int a, int b) { return handleOf(a).centre.x < handleOf(b).centre.x; });
   if (!forward) std::ranges::reverse(order);
+  if (walked >= order.size()) return false;
+  ++walked;
   auto next = std::ranges::find(order, keyHandle);
-  next = next == order.end() ? order.begin() : next + 1;
-  if (next == order.end()) return false;
-  keyHandle = *next;
-  if (keyHandle < kBands) tell(kGUISelectOnly, *next);
-  keyHandle = *next;
-  showBar(*next);
+  if (next != order.end()) ++next;
+  const int handle = next != order.end() ? *next : order.front();
+  if (handle < kBands) tell(kGUISelectOnly, handle);
+  keyHandle = handle;
+  showBar(handle);
   setDirty();
   return true;
 }

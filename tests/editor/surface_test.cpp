@@ -73,7 +73,7 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
 
 // Falls to none as the controls are built.
 TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 7U);
+  EXPECT_EQ(ElementFactory::plainElements().size(), 6U);
 }
 
 }  // namespace
