@@ -3,10 +3,9 @@
 #include <string>
 
 #include "toolkit/control.h"
-#include "toolkit/device_picture.h"
 
 /// A control that only shows where it is: what stands for an element whose own class is not built
-/// yet, under that class's name. The graph's place has its ground.
+/// yet, under that class's name.
 class PlainElement : public CControl {
  public:
   PlainElement(const ControlSetup& setup, std::string className);
@@ -17,5 +16,4 @@ class PlainElement : public CControl {
 
  private:
   std::string className;
-  BoxPicture ground;
 };

@@ -47,6 +47,7 @@ class EQGraph : public EQGraphBase {
   void onMouseExited() override;
   bool onWheel(CPoint where, float steps, CButtonState buttons) override;
   bool onKeyDown(const KeyEvent& key) override;
+  void takeFocus() override;
   void removed() override;
 
  protected:
@@ -158,7 +159,6 @@ class EQGraph : public EQGraphBase {
   CPoint barSize;
   int hotBox = -1;
   int underMouse = -1;  // a handle
-  int keyHandle = -1;   // the one that the keys move
 
   Drag drag = Drag::kNone;
   bool isMoving = false;  // its edits have begun

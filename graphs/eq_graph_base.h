@@ -139,8 +139,9 @@ class EQGraphBase : public CControl,
   /// One notch or more of Q, as a whole edit.
   void turnQ(int handle, float notches, bool fine);
 
-  /// The active handle after one, by columns, or before it; the first one for none, -1 at the end.
-  [[nodiscard]] int handleAfter(int handle, bool forward);
+  /// Gives the keys to the next active handle, by columns, or the one before; -1 where each has had
+  /// them since the graph has.
+  int nextHandle(bool forward);
   /// By how much the left and the right key, with Shift less, move a frequency: by `columns`.
   [[nodiscard]] double keyFactor(const KeyEvent& key, double columns) const;
   /// The arrow keys move a node's frequency and gain.
@@ -182,6 +183,8 @@ class EQGraphBase : public CControl,
   int hoverBand = -1;
   int dragBand = -1;
   std::uint32_t selectedMask = 0;
+  int keyHandle = -1;       // the one that the keys move
+  std::size_t walked = 0;   // handles that Tab has been on since the graph has the keys
   double grabOffset = 0.0;  // columns from the handle to the press
   std::vector<graph_handles::Handle> handles;
   bool isStale = true;  // handles and curves are worked out before they are drawn or met

@@ -16,7 +16,7 @@ constexpr double kFineKey = 0.1;
 
 }  // namespace
 
-int EQGraphBase::handleAfter(int handle, bool forward) {
+int EQGraphBase::nextHandle(bool forward) {
   freshenHandles();
   std::vector<int> order;
   for (int i = 0; i < 2 * numBands; ++i) {
@@ -25,9 +25,11 @@ int EQGraphBase::handleAfter(int handle, bool forward) {
   std::ranges::stable_sort(
       order, [this](int a, int b) { return handleOf(a).centre.x < handleOf(b).centre.x; });
   if (!forward) std::ranges::reverse(order);
-  const auto found = std::ranges::find(order, handle);
-  const auto next = found == order.end() ? order.begin() : found + 1;
-  return next == order.end() ? -1 : *next;
+  if (walked >= order.size()) return -1;
+  ++walked;
+  auto next = std::ranges::find(order, keyHandle);
+  if (next != order.end()) ++next;
+  return keyHandle = next != order.end() ? *next : order.front();
 }
 
 double EQGraphBase::keyFactor(const KeyEvent& key, double columns) const {

@@ -14,9 +14,13 @@ constexpr double kColumnsPerKey = 4.0;
 
 }  // namespace
 
-/// From the left to the right, then on to what comes after the graph.
+void EQGraph::takeFocus() {
+  EQGraphBase::takeFocus();
+  if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) keyHandle = selectedBand;
+}
+
 bool EQGraph::walkHandles(bool forward) {
-  const int next = handleAfter(keyHandle, forward);
+  const int next = nextHandle(forward);
   if (next < 0) return false;
   if (next < kBands) tell(kGUISelectOnly, next);
   keyHandle = next;

@@ -258,9 +258,9 @@ bool SCEQGraph::onWheel(CPoint where, float steps, CButtonState buttons) {
 bool SCEQGraph::onKeyDown(const KeyEvent& key) {
   if (dragBand >= 0) return false;
   if (key.key == Key::kTab) {
-    keyHandle = handleAfter(keyHandle, !key.modifiers.has(kShift));
-    setDirty();
-    return keyHandle >= 0;
+    const bool isOnNext = nextHandle(!key.modifiers.has(kShift)) >= 0;
+    if (isOnNext) setDirty();
+    return isOnNext;
   }
   if (key.modifiers.has(kControl) || key.modifiers.has(kAlt)) return false;
   if (keyHandle < 0) return false;
@@ -279,6 +279,11 @@ bool SCEQGraph::onKeyDown(const KeyEvent& key) {
 void SCEQGraph::removed() {
   endDrag();
   EQGraphBase::removed();
+}
+
+void SCEQGraph::takeFocus() {
+  EQGraphBase::takeFocus();
+  if (keyHandle < 0) keyHandle = 0;
 }
 
 /// A band that is off has nothing but its + here.

@@ -31,6 +31,7 @@ class SCEQGraph : public EQGraphBase {
   bool onKeyDown(const KeyEvent& key) override;
   void removed() override;
   [[nodiscard]] bool isTabStop() const override;
+  void takeFocus() override;
 
  protected:
   void placeHandles() override;
@@ -73,7 +74,6 @@ class SCEQGraph : public EQGraphBase {
   ThickCurve thick;
   BoxPicture frame;
   BoxPicture focusBox;
-  int keyHandle = -1;
   bool isMoving = false;  // its edits have begun
   CPoint lastPoint;
   graph_handles::Point dragAt;  // of the handle, as far as it goes
