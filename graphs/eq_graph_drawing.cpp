@@ -64,7 +64,7 @@ void EQGraph::drawSpectrum(CDrawContext& context, const std::vector<double>& hei
 }
 
 void EQGraph::drawAnalyser(CDrawContext& context) {
-  painter.setPlot(size.inset(1.0F, 1.0F));
+  painter.setPlot(size);
   drawSpectrum(context, analyserLeft, false);
   drawSpectrum(context, analyserRight, true);
 }
@@ -76,7 +76,7 @@ void EQGraph::drawSum(CDrawContext& context) {
 }
 
 void EQGraph::drawResponse(CDrawContext& context) {
-  painter.setPlot({size.left, size.top + 1.0F, size.right, size.bottom - 1.0F});
+  painter.setPlot(size);
   drawSum(context);
 }
 
