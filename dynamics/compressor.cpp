@@ -265,6 +265,10 @@ double compressor::getSidechainResponse(int band, int filter, double frequency) 
   return sidechains[static_cast<std::size_t>(band)].response(filter, frequency);
 }
 
+unsigned compressor::getSidechainRevision(int band) const noexcept {
+  return isBand(band) ? sidechains[static_cast<std::size_t>(band)].revision() : 0;
+}
+
 StaticCurve compressor::getStaticCurve(int band) const {
   if (!isBand(band)) return {};
   const PlugBaseMutex::Scope lock(curveLock);

@@ -135,6 +135,8 @@ class compressor {
   unsigned getBandKernel(int band, unsigned known, std::vector<double>& taps);
   /// See `SidechainFilters::response`; 1 for an unknown band.
   [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const;
+  /// See `SidechainFilters::revision`; 0 for an unknown band.
+  [[nodiscard]] unsigned getSidechainRevision(int band) const noexcept;
   /// The curve as it is set, published or not; 0 dB everywhere for an unknown band.
   [[nodiscard]] StaticCurve getStaticCurve(int band) const;
 

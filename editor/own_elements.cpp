@@ -214,7 +214,7 @@ CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
 }
 
 CView* makeBandPanel(const Element& /*element*/, const ElementSetup& setup) {
-  return BandPanel::build(setup, setup.values);
+  return BandPanel::build(setup, setup.values, setup.effect);
 }
 
 CView* makeBandGroup(const Element& element, const ElementSetup& setup) {

@@ -11,10 +11,7 @@
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
 constexpr double kColumnsPerKey = 4.0;
-constexpr double kFine = 0.1;
 constexpr float kFiguresWidth = 44.0F;  // of the levels at the right edge
 
 constexpr std::uint32_t bitOf(int band) { return 1U << static_cast<std::uint32_t>(band); }
@@ -28,54 +25,26 @@ bool extendsSelection(CButtonState buttons) { return buttons.has(kShift) || butt
 void EQGraph::takeFocus() {
   EQGraphEdits::takeFocus();
   if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) keyHandle = selectedBand;
-  walked = 1;
 }
 
-/// From the present one to its neighbours, each once; then on to what comes after the graph.
 bool EQGraph::walkHandles(bool forward) {
-  freshenHandles();
-  std::vector<int> order;
-  for (int handle = 0; handle < kHandles; ++handle) {
-    if (handleOf(handle).isActive) order.push_back(handle);
-  }
-  std::ranges::stable_sort(
-      order, [this](int a, int b) { return handleOf(a).centre.x < handleOf(b).centre.x; });
-  if (!forward) std::ranges::reverse(order);
-  if (walked >= order.size()) return false;
-  ++walked;
-  auto next = std::ranges::find(order, keyHandle);
-  if (next != order.end()) ++next;
-  const int handle = next != order.end() ? *next : order.front();
-  if (handle < kBands) tell(kGUISelectOnly, handle);
-  keyHandle = handle;
-  showBar(handle);
+  const int next = nextHandle(forward);
+  if (next < 0) return false;
+  if (next < kBands) tell(kGUISelectOnly, next);
+  keyHandle = next;
+  showBar(next);
   setDirty();
   return true;
 }
 
 bool EQGraph::moveByKey(const KeyEvent& key) {
-  const bool isUp = key.key == Key::kUp || key.key == Key::kPageUp;
-  const bool isDown = key.key == Key::kDown || key.key == Key::kPageDown;
-  const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
-  if (!isUp && !isDown && !isSideways) return false;
   freshenHandles();
   if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) return false;
-  const bool isFine = key.modifiers.has(kShift);
-  if (!isSideways) {
-    const std::int32_t id = bandParameter(kKindGain, keyHandle);
-    if (const auto moved = parameterByKey(values, id, values.valueOf(id), key)) edit(id, *moved);
-    return true;
+  const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
+  if (!isSideways || keyHandle < kBands) {
+    return EQGraphEdits::moveByKey(keyHandle, key, kColumnsPerKey);
   }
-  const double step =
-      (key.key == Key::kLeft ? -kColumnsPerKey : kColumnsPerKey) * (isFine ? kFine : 1.0);
-  const double factor = frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
-  if (keyHandle >= kBands) {
-    shiftCrossover(keyHandle, factor);
-    return true;
-  }
-  const std::int32_t id = bandParameter(kKindFrequency, keyHandle);
-  const double now = static_cast<double>(getBandValue(kKindFrequency, keyHandle));
-  edit(id, values.normalisedOf(id, static_cast<float>(now * factor)));
+  shiftCrossover(keyHandle, keyFactor(key, kColumnsPerKey));
   return true;
 }
 

@@ -38,5 +38,4 @@ class EQGraph final : public EQGraphEdits {
   bool handleKey(const KeyEvent& key, int band);
 
   WheelNotches fieldNotches;
-  std::size_t walked = 0;  // handles that Tab has been on since the graph has the keys
 };

@@ -355,6 +355,7 @@ bool EQGraphBase::onKeyDown(const KeyEvent& key) {
 
 void EQGraphBase::takeFocus() {
   focused = true;
+  walked = 1;
   setDirty();
 }
 

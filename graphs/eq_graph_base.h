@@ -55,7 +55,7 @@ class EQGraphBase : public CControl,
   void setCurveFlags(std::uint32_t flags);
   [[nodiscard]] std::uint32_t getDrawFlags() const noexcept { return drawFlags; }
   void setGrDecay(double share);
-  void setRange(float dB);  ///< to either side
+  virtual void setRange(float dB);  ///< to either side
   void redrawLabels(bool now);
   /// The range of frequencies, as the document has it; kept as it is read.
   void loadExtras();
@@ -139,6 +139,14 @@ class EQGraphBase : public CControl,
   /// One notch or more of Q, as a whole edit.
   void turnQ(int handle, float notches, bool fine);
 
+  /// Gives the keys to the next active handle, by columns, or the one before; -1 where each has had
+  /// them since the graph has.
+  int nextHandle(bool forward);
+  /// By how much the left and the right key, with Shift less, move a frequency: by `columns`.
+  [[nodiscard]] double keyFactor(const KeyEvent& key, double columns) const;
+  /// The arrow keys move a node's frequency and gain.
+  bool moveByKey(int handle, const KeyEvent& key, double columns);
+
   void openTextEdit(int kind, int handle, const CRect& place, CPoint where, CButtonState buttons);
   void closeTextEdit();
   [[nodiscard]] bool isTextOpen() const;
@@ -175,6 +183,8 @@ class EQGraphBase : public CControl,
   int hoverBand = -1;
   int dragBand = -1;
   std::uint32_t selectedMask = 0;
+  int keyHandle = -1;       // the one that the keys move
+  std::size_t walked = 0;   // handles that Tab has been on since the graph has the keys
   double grabOffset = 0.0;  // columns from the handle to the press
   std::vector<graph_handles::Handle> handles;
   bool isStale = true;  // handles and curves are worked out before they are drawn or met

@@ -71,7 +71,6 @@ class EQGraphScene : public EQGraphBase {
   CPoint barSize;
   int hotBox = -1;
   int underMouse = -1;  // a handle
-  int keyHandle = -1;   // the one that the keys move
 
   // What is being dragged, and whether its edits have begun.
   Drag drag = Drag::kNone;

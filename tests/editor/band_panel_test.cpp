@@ -15,6 +15,8 @@
 #include "editor/controls/rounded_frame.h"
 #include "editor/layout/tag_table.h"
 #include "editor/plain_element.h"
+#include "graphs/dynamic_response.h"
+#include "graphs/eq_graph_base.h"
 #include "tests/editor/shown_editor.h"
 
 namespace {
@@ -41,11 +43,18 @@ std::int32_t inFirstBand(std::int32_t tag, int band) {
   return tag >= kGUIBandPPM ? tag - band : tag;
 }
 
+/// One without a tag.
+bool isPicture(const CView& view) {
+  return dynamic_cast<const PlainElement*>(&view) != nullptr ||
+         dynamic_cast<const DynamicResponse*>(&view) != nullptr ||
+         dynamic_cast<const EQGraphBase*>(&view) != nullptr;
+}
+
 void list(CViewContainer& container, CPoint origin, int band, std::vector<std::string>& lines) {
   for (std::size_t i = 0; i < container.getViewCount(); ++i) {
     CView& view = *container.getView(i);
     const std::int32_t tag = inFirstBand(tagOf(view), band);
-    if (tag >= 0 || dynamic_cast<const PlainElement*>(&view) != nullptr) {
+    if (tag >= 0 || isPicture(view)) {
       const auto* const page = dynamic_cast<const nPage*>(&view);
       const CRect place = view.getViewSize().movedBy(origin);
       std::ostringstream line;

@@ -1,4 +1,4 @@
-// The main graph under mouse and keys, told in a table.
+// The frequency graphs under mouse and keys, told in tables.
 
 #include <cmath>
 #include <cstdio>
@@ -7,6 +7,7 @@
 #include "core/parameter_table.h"
 #include "editor/layout/tag_table.h"
 #include "graphs/eq_graph.h"
+#include "graphs/sc_eq_graph.h"
 #include "tests/editor/user.h"
 #include "tests/support/script.h"
 
@@ -25,7 +26,7 @@ class GraphTest : public Script {
  protected:
   GraphTest() : user(on.machine) {
     user.wait(100);
-    graph = dynamic_cast<EQGraph*>(find());
+    graph = main = find<EQGraph>();
     for (int id = 0; id < kNumParams; ++id) before.push_back(user.plug.getParameter(id));
     start = before;
     commands["press"] = [this] {
@@ -40,7 +41,7 @@ class GraphTest : public Script {
       user.move(at.x, at.y);
     };
     commands["box"] = [this] {
-      const CRect& box = graph->getHoverBoxes().at(static_cast<std::size_t>(number(1)));
+      const CRect& box = main->getHoverBoxes().at(static_cast<std::size_t>(number(1)));
       at = graph->localToFrame(box.centre());
       user.click(at.x, at.y);
     };
@@ -51,6 +52,7 @@ class GraphTest : public Script {
     };
     commands["type"] = [this] { user.type(row[1]); };
     commands["key"] = [this] { user.key(keys.at(row[1]), keysIn(row[2])); };
+    commands["sidechain"] = [this] { graph = find<SCEQGraph>(); };
     commands["focus"] = [this] { user.frame().setFocusView(graph); };
     commands["choose"] = [this] { EXPECT_TRUE(user.choose(row[1])) << row[1]; };
     commands["undo"] = [this] { user.plug.undo(); };
@@ -72,14 +74,15 @@ class GraphTest : public Script {
     commands["reopen"] = [this] {
       user.editor->close();
       EXPECT_TRUE(user.editor->openOffScreen(1.0F));
-      graph = dynamic_cast<EQGraph*>(find());
+      graph = main = find<EQGraph>();
     };
   }
 
-  CView* find() {
+  template <typename Graph>
+  Graph* find() {
     const ControlIndex& index = user.editor->index();
     for (int i = 0; i < index.getControlCount(); ++i) {
-      if (auto* const found = dynamic_cast<EQGraph*>(index.getControl(i))) return found;
+      if (auto* const found = dynamic_cast<Graph*>(index.getControl(i))) return found;
     }
     return nullptr;
   }
@@ -123,7 +126,7 @@ class GraphTest : public Script {
     const EditorState& state = user.plug.editorState();
     tellChange("selected", state.selectedBands);
     tellChange("band", state.currentBand);
-    tellChange("bar", graph->getHoverBand());
+    tellChange("bar", main->getHoverBand());
     tellChange("from", graph->frequencyAxis().minf);
     tellChange("to", graph->frequencyAxis().maxf);
     tellChange("range", graph->levelAxis().range);
@@ -137,7 +140,8 @@ class GraphTest : public Script {
 
   OnMachine on;
   User user;
-  EQGraph* graph = nullptr;
+  EQGraph* main = nullptr;
+  EQGraphBase* graph = nullptr;  // that of the next rows
   std::vector<float> before;
   std::vector<float> start;
   std::map<std::string, double> last{{"selected", 1}, {"band", 0},   {"bar", -1}, {"from", 10},
@@ -155,5 +159,6 @@ TEST_F(GraphTest, BandsAreMadeMovedAndDeleted) { run(TEST_DATA "/graph_bands.txt
 TEST_F(GraphTest, SeveralBandsAreEditedTogether) { run(TEST_DATA "/graph_selection.txt"); }
 TEST_F(GraphTest, AxesAreZoomed) { run(TEST_DATA "/graph_zoom.txt"); }
 TEST_F(GraphTest, KeysReachAllHandles) { run(TEST_DATA "/graph_keys.txt"); }
+TEST_F(GraphTest, SidechainFiltersAreMoved) { run(TEST_DATA "/graph_sidechain.txt"); }
 
 }  // namespace

@@ -59,12 +59,12 @@ TEST(BandCurves, SumIsWhatTheChainDoesToASignal) {
 }
 
 TEST(BandCurves, MeasuredIsWhatABandLetsThroughAndDepartsWhereItsFilterIsTooShort) {
+  BandCurves curves;  // of one effect after the other
   for (const char* kind : {"B1Type=1 B1SubType=5 B1Slope=48", "B1Type=1 B1SubType=0 B1Q=30",
                            "B1Type=0 B2State=1 B2Type=0 B2Frequency=90", "B1Type=1 B1SubType=7"}) {
     SCOPED_TRACE(kind);
     const std::string settings = std::string("B1State=1 B1Solo=1 B1Frequency=40 B1Ratio=0 ") + kind;
     PlugRig rig(settings);
-    BandCurves curves;
     BandCurves::Settings shown = settingsOf(200);
     shown.lowest = -60.0;
     curves.update(rig.plug, shown);
