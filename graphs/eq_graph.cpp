@@ -3,326 +3,142 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <span>
-#include <string>
-#include <utility>
+#include <vector>
 
 #include "core/plug.h"
-#include "editing/parameter_ids.h"
-#include "editor/controls/band_tabs.h"
-#include "graphs/handles.h"
+#include "editor/layout/tag_table.h"
 #include "platform/index.h"
-#include "toolkit/look.h"
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
-constexpr int kBitQ = 4;
-constexpr int kBitSlope2 = 8;
-constexpr int kBitSlope = 16;
-constexpr float kNear = 10.0F;  // around bar and handle, where the bar stays
+constexpr double kColumnsPerKey = 4.0;
+constexpr float kFiguresWidth = 44.0F;  // of the levels at the right edge
 
-/// What of a band a picture depends on; its gains are watched by themselves.
-constexpr std::array kWatched = {kB1State, kB1Bypass,   kB1Type,      kB1SubType,
-                                 kB1Solo,  kB1Position, kB1Frequency, kB1Gain,
-                                 kB1Q,     kB1DryGain,  kB1Slope,     kB1Slope2};
+constexpr std::uint32_t bitOf(int band) { return 1U << static_cast<std::uint32_t>(band); }
+
+bool extendsSelection(CButtonState buttons) { return buttons.has(kShift) || buttons.has(kControl); }
 
 }  // namespace
 
-EQGraph::EQGraph(const ControlSetup& setup, ValueSource& source, Plug& effect)
-    : EQGraphBase(setup, source, effect, {}) {
-  static_assert(kWatched.size() == kWatchedRows);
-  for (auto& samples : snapshot) samples.resize(SpectrumColumns::kSamples);
-  hoverBoxes.fill(hover_bar::kNoBox);
-  watched.fill(-1.0F);
+// The keys.
+
+void EQGraph::takeFocus() {
+  EQGraphEdits::takeFocus();
+  if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) keyHandle = selectedBand;
 }
 
-// What it knows.
-
-bool EQGraph::isOn(int band, std::int32_t bandOneId) const {
-  return plugin.getParameter(bandParameterId(band, bandOneId)) >= 0.5F;
+bool EQGraph::walkHandles(bool forward) {
+  const int next = nextHandle(forward);
+  if (next < 0) return false;
+  if (next < kBands) tell(kGUISelectOnly, next);
+  keyHandle = next;
+  showBar(next);
+  setDirty();
+  return true;
 }
 
-bool EQGraph::isActive(int band) const { return isBand(band) && isOn(band, kB1State); }
-
-int EQGraph::activeCount() const {
-  int count = 0;
-  for (int band = 0; band < kBands; ++band) count += isActive(band) ? 1 : 0;
-  return count;
-}
-
-bool EQGraph::isAnySoloed() const {
-  for (int band = 0; band < kBands; ++band) {
-    if (isActive(band) && isOn(band, kB1Solo)) return true;
+bool EQGraph::moveByKey(const KeyEvent& key) {
+  freshenHandles();
+  if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) return false;
+  const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
+  if (!isSideways || keyHandle < kBands) {
+    return EQGraphEdits::moveByKey(keyHandle, key, kColumnsPerKey);
   }
-  return false;
+  shiftCrossover(keyHandle, keyFactor(key, kColumnsPerKey));
+  return true;
 }
 
-bool EQGraph::isHeard(int band) const {
-  return isActive(band) && !isOn(band, kB1Bypass) && (!isAnySoloed() || isOn(band, kB1Solo));
-}
-
-bool EQGraph::isSelected(int band) const {
-  return isBand(band) && (selectedMask >> band & 1U) != 0;
-}
-
-int EQGraph::nodeOf(int handle) const {
-  if (handle < kBands) return handle;
-  return handle - kBands + 1 < static_cast<int>(xover.size()) ? handle : -1;
-}
-
-int EQGraph::bandOfHandle(int handle) const {
-  if (handle < kBands) return handle;
-  return nodeOf(handle) >= 0 ? xover[at(handle - kBands)] : -1;
-}
-
-void EQGraph::setSelectedBand(int band) {
-  if (band != selectedBand && isBand(selectedBand)) previousBand = selectedBand;
-  EQGraphBase::setSelectedBand(band);
-  if (isBand(band) && keyHandle != band) keyHandle = band;
-}
-
-bool EQGraph::hasChanged() {
-  std::array<float, kBands * kWatchedRows + 1> now{};
-  std::size_t count = 0;
-  for (int band = 0; band < kBands; ++band) {
-    for (const int row : kWatched) now[count++] = plugin.getParameter(bandParameterId(band, row));
+bool EQGraph::handleKey(const KeyEvent& key, int band) {
+  if (isMenuKey(key)) {
+    openMenu(keyHandle, fromPlot(handleOf(keyHandle).centre));
+    return true;
   }
-  now[count] = plugin.getParameter(kSCListen);
-  const unsigned layout = plugin.edits().layout().revision();
-  const bool isSame = now == watched && layout == watchedLayout;
-  watched = now;
-  watchedLayout = layout;
-  return !isSame;
-}
-
-bool EQGraph::hasMoved() {
-  bool moved = std::exchange(areCurvesMoving, false);
-  for (int band = 0; band < kBands; ++band) {
-    const double gain = plugin.getBandGraphGain(band);
-    if (std::exchange(watchedGains[at(band)], gain) != gain) moved = true;
+  if (key.key == Key::kSpace && keyHandle < kBands) {
+    toggleBand(band);
+    return true;
   }
-  if (!analyserOn) return moved;
-  if (plugin.getEngine().analyserFeed().position() != analysedTo) isSpectrumStale = true;
-  return moved || isSpectrumStale;
-}
-
-// Curves, spectrum and handles.
-
-void EQGraph::rebuild() {
-  EQGraphBase::rebuild();
-  axisChanged();
-}
-
-void EQGraph::axisChanged() {
-  analyserLeft.assign(static_cast<std::size_t>(frequencies.width), 0.0);
-  analyserRight.assign(static_cast<std::size_t>(frequencies.width), 0.0);
-  isSpectrumStale = true;
-}
-
-void EQGraph::updateAnalyser() {
-  if (analyserLeft.size() != static_cast<std::size_t>(frequencies.width)) axisChanged();
-  analysedTo = plugin.getEngine().analyserFeed().position();
-  spectrum.set({frequencies.width, frequencies.minf, frequencies.maxf, static_cast<float>(nyquist),
-                preferences.analyserTop, preferences.analyserRange, preferences.analyserTilt,
-                preferences.decayFactor(), preferences.analyserSmoothing});
-  double* const buffers[] = {snapshot[0].data(), snapshot[1].data(), snapshot[2].data(),
-                             snapshot[3].data()};
-  plugin.getAnalyserData(buffers, static_cast<int>(SpectrumColumns::kSamples));
-  spectrum.update({snapshot[0], snapshot[1]}, {analyserLeft, analyserRight});
-}
-
-void EQGraph::advance() {
-  if (analyserOn && std::exchange(isSpectrumStale, false)) updateAnalyser();
-  if (areCurvesMoving) isStale = true;
-}
-
-void EQGraph::placeHandles() {
-  BandLayout& layout = plugin.edits().layout();
-  const BandLayout::List list = layout.copyOf(layout.xover);
-  xover.assign(list.begin(), list.end());
-  BandCurves::Settings settings;
-  settings.axis = frequencies;
-  settings.grDecay = static_cast<double>(grDecay);
-  settings.measured = preferences.showsMeasured;
-  settings.lowest = -levels.range;
-  areCurvesMoving = curves.update(plugin, settings);
-  for (int band = 0; band < kBands; ++band) handles[at(band)] = bandHandle(band);
-  placeCrossovers();
-  if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive) {
-    if (hoverBand >= 0) showBar(-1);
-  } else if (drag == Drag::kNone || !isMoving) {
-    if (barContent(hoverBand) != barShown) placeBar();
-  } else {
-    barShown = barContent(hoverBand);
+  if (key.key == Key::kDelete && keyHandle < kBands) {
+    deleteBands(isSelected(band) && activeCount() > 1 ? selectedMask : 1U << band);
+    return true;
   }
-}
-
-graph_handles::Handle EQGraph::bandHandle(int band) {
-  graph_handles::Handle made;
-  made.isActive = isActive(band);
-  if (!made.isActive) return made;
-  made.isRunning = curves.runs(band);
-  const auto frequency = static_cast<double>(getBandValue(kKindFrequency, band));
-  const auto setGain = static_cast<double>(getBandValue(kKindGain, band));
-  const double own = graph_handles::decibels(plugin.getBandResponse(band, frequency));
-  const double change = isHeard(band) ? curves.liveGain(band) - curves.setGain(band) : 0.0;
-  made.centre = {frequencies.clampedColumnOf(frequency), levels.rowOf(own + setGain + change)};
-  made.setRow = levels.rowOf(own + setGain);
-  made.targetRow = levels.rowOf(setGain);
-  return made;
-}
-
-void EQGraph::placeCrossovers() {
-  for (int handle = kBands; handle < kHandles; ++handle) {
-    graph_handles::Handle& made = handles[at(handle)];
-    made = {};
-    if (nodeOf(handle) < 0) continue;
-    const auto place = at(handle - kBands);
-    const auto frequencyOf = [this](int band) {
-      return static_cast<double>(getBandValue(kKindFrequency, band));
-    };
-    made.isActive = made.isRunning = true;
-    made.centre.x = frequencies.clampedColumnOf(graph_handles::crossoverFrequency(
-        frequencyOf(xover[place]), frequencyOf(xover[place + 1])));
-    made.centre.y = levels.rowOf(graph_handles::crossoverLevel(levels.range));
-    made.setRow = made.targetRow = made.centre.y;
+  if (!opensEntry(key)) return false;
+  showBar(keyHandle);
+  const int box = keyHandle < kBands ? hover_bar::kFrequency : hover_bar::kSlope;
+  const CRect& place = hoverBoxes[at(box)];
+  if (place.isEmpty()) return true;
+  openTextEdit(hover_bar::kFieldKinds[at(box - hover_bar::kFrequency)], keyHandle, place,
+               place.centre(), kLButton);
+  onMouseUp(place.centre(), kLButton);
+  // A figure is the first of the entry.
+  if (isTextOpen() && !key.text.empty() && key.key != Key::kReturn && key.key != Key::kEnter) {
+    getFrame()->onKeyDown(key);
   }
+  return true;
 }
 
-int EQGraph::handleAt(CPoint where) {
-  const int hit = getNearestBand(where);
-  if (hit >= 0) return hit;
-  for (int handle = 0; handle < kHandles; ++handle) {
-    const graph_handles::Handle& own = handleOf(handle);
-    if (!own.isActive) continue;
-    const CPoint disc = discOf(handle);
-    const bool isAway = disc != fromPlot(own.centre);
-    if (!isAway || std::hypot(where.x - disc.x, where.y - disc.y) >=
-                       static_cast<float>(graph_handles::kReach)) {
-      continue;
-    }
-    grabOffset = static_cast<double>(where.x - disc.x);
-    return handle;
+bool EQGraph::onKeyDown(const KeyEvent& key) {
+  if (drag != Drag::kNone) return false;
+  if (EQGraphEdits::onKeyDown(key)) return true;
+  if (key.key == Key::kTab) return walkHandles(!key.modifiers.has(kShift));
+  if (key.modifiers.has(kControl) || key.modifiers.has(kAlt)) return false;
+  if (moveByKey(key)) return true;
+  freshenHandles();
+  if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) return false;
+  return handleKey(key, bandOfHandle(keyHandle));
+}
+
+// The mouse.
+
+CMouseEventResult EQGraph::onMouseDown(CPoint where, CButtonState buttons) {
+  if (!buttons.isLeft() && !buttons.isRight()) return kMouseEventNotHandled;
+  const Held<CView> stays(this);
+  if (buttons.isLeft()) getFrame()->setFocusView(this);
+  if (isOnBar(where)) {
+    const int box = hover_bar::boxAt(hoverBoxes, where);
+    return box >= 0 && buttons.isLeft() ? pressBox(box, where, buttons)
+                                        : kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
-  return -1;
+  closeTextEdit();
+  const CMouseEventResult byStrip = EQGraphEdits::onMouseDown(where, buttons);
+  if (byStrip != kMouseEventNotHandled) return byStrip;
+  const int hit = handleAt(where);
+  return hit >= 0 ? pressHandle(hit, where, buttons) : pressEmpty(where, buttons);
 }
 
-// The bar.
-
-hover_bar::Content EQGraph::barContent(int handle) const {
-  hover_bar::Content content;
-  const int flags = getBandFlags(handle);
-  const auto textOf = [&](int field) {
-    return values.textOf(bandParameter(hover_bar::kFieldKinds[at(field)], handle));
-  };
-  const auto write = [&](int box) {
-    content.values[at(box - hover_bar::kFrequency)] = textOf(box - hover_bar::kFrequency);
-  };
-  if (handle >= kBands) {
-    content.isCrossover = true;
-    content.title = "XOVER";
-    write(hover_bar::kSlope);
-    return content;
+CMouseEventResult EQGraph::pressHandle(int handle, CPoint where, CButtonState buttons) {
+  constexpr auto kDone = kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  const bool isOfBand = handle < kBands;
+  keyHandle = handle;
+  if (isOfBand) selectPressed(handle, buttons);
+  if (buttons.isRight()) {
+    openMenu(handle, where);
+    return kDone;
   }
-  content.title = std::to_string(handle + 1);
-  content.kind = BandTabState::read(values, handle).kind;
-  write(hover_bar::kFrequency);
-  write(hover_bar::kGain);
-  if ((flags & kBitQ) != 0) write(hover_bar::kQ);
-  if ((flags & kBitSlope) != 0) write(hover_bar::kSlope);
-  if ((flags & kBitSlope2) != 0) write(hover_bar::kSlope2);
-  return content;
-}
-
-/// Where there is room, unless the mouse is on it.
-void EQGraph::placeBar() {
-  hoverBoxes.fill(hover_bar::kNoBox);
-  barSize = {};
-  if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive) return;
-  barShown = barContent(hoverBand);
-  const TextStyle style = look::bold(look::kSmallTextSize, look::kText);
-  hover_bar::Widths widths;
-  widths.title = look::widthOf(style, barShown.title);
-  for (std::size_t i = 0; i < widths.values.size(); ++i) {
-    widths.values[i] = look::widthOf(style, barShown.values[i]);
+  if (isOfBand && buttons.isDouble()) {
+    toggleSelected(handle);
+    return kDone;
   }
-  const hover_bar::Layout layout = hover_bar::layoutOf(barShown, widths);
-  std::vector<CPoint> discs;
-  std::vector<CPoint> rings;
-  const auto pointOf = [](double x, double y) {
-    return CPoint{static_cast<float>(x), static_cast<float>(y)};
-  };
-  for (const graph_handles::Handle& each : handles) {
-    if (!each.isActive) continue;
-    discs.push_back(
-        pointOf(each.centre.x, graph_handles::liftedDisc(each.centre.y, levels.height).row));
-    rings.push_back(pointOf(each.centre.x, each.setRow));
+  if (isOfBand && buttons.has(kAlt)) {
+    const std::uint32_t bands = isSelected(handle) ? selectedMask : bitOf(handle);
+    if (activeCount() > std::popcount(bands)) deleteBands(bands);
+    return kDone;
   }
-  const bool keepsPlace =
-      isOnBar(frameToLocal({static_cast<float>(cursorX), static_cast<float>(cursorY)})) &&
-      isCursorIn;
-  if (!keepsPlace) {
-    const graph_handles::Handle& own = handleOf(hoverBand);
-    const CPoint middle =
-        pointOf(own.centre.x, graph_handles::liftedDisc(own.centre.y, levels.height).row);
-    barCorner =
-        hover_bar::placeOf(middle, layout.size, {{size.width(), size.height()}, discs, rings});
+  Drag kind = isOfBand ? Drag::kBand : Drag::kCrossover;
+  if (isOfBand && buttons.has(kControl)) kind = Drag::kQ;
+  beginDrag(kind, handle, where);
+  return kMouseEventHandled;
+}
+
+CMouseEventResult EQGraph::pressEmpty(CPoint where, CButtonState buttons) {
+  if (buttons.isRight()) {
+    if (where.x < size.right - kFiguresWidth) return kMouseEventNotHandled;
+    openRangeMenu(where);
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
-  barSize = layout.size;
-  for (std::size_t i = 0; i < hoverBoxes.size(); ++i) {
-    const CRect& box = layout.boxes[i];
-    if (!box.isEmpty()) hoverBoxes[i] = box.movedBy(barPlace().topLeft());
-  }
-}
-
-void EQGraph::showBar(int handle) {
-  hotBox = -1;
-  if (handle == hoverBand) return;
-  setHover(handle);
-  barSize = {};
-  placeBar();
-}
-
-CRect EQGraph::barPlace() const {
-  const CPoint corner = barCorner + size.topLeft();
-  return {corner.x, corner.y, corner.x + barSize.x, corner.y + barSize.y};
-}
-
-bool EQGraph::isOnBar(CPoint where) const {
-  return isHandle(hoverBand) && barSize.x > 0.0F && barPlace().contains(where);
-}
-
-/// On the bar, or on the way to it from the handle.
-bool EQGraph::isNearBar(CPoint where) const {
-  if (!isHandle(hoverBand) || barSize.x <= 0.0F) return false;
-  if (barPlace().inset(-kNear, -kNear).contains(where)) return true;
-  const CPoint disc = fromPlot(handleOf(hoverBand).centre);
-  const CRect bar = barPlace();
-  const float top = std::min(disc.y, bar.bottom);
-  const float bottom = std::max(disc.y, bar.top);
-  return CRect{disc.x - kNear, top, disc.x + kNear, bottom}.contains(where);
-}
-
-std::int32_t EQGraph::tagAt(CPoint where) {
-  if (!isOnBar(where)) return EQGraphBase::tagAt(where);
-  const int box = hover_bar::boxAt(hoverBoxes, where);
-  const int band = bandOfHandle(hoverBand);
-  switch (box) {
-    case hover_bar::kPower:
-      return bandParameterId(band, kB1Bypass);
-    case hover_bar::kTitle:
-      return bandParameterId(band, kB1Type);
-    case hover_bar::kKind:
-      return bandParameterId(band, kB1SubType);
-    case hover_bar::kDelete:
-      return bandParameterId(band, kB1State);
-    default:
-      return box < 0 ? -1
-                     : bandParameter(hover_bar::kFieldKinds[at(box - hover_bar::kFrequency)],
-                                     hoverBand);
-  }
+  if (buttons.isDouble() && createBand(where, buttons)) return kMouseEventHandled;
+  if (!extendsSelection(buttons)) tell(kGUISelectOnly, -1);
+  beginDrag(Drag::kRubber, -1, where);
+  return kMouseEventHandled;
 }
 
 CMouseEventResult EQGraph::pressBox(int box, CPoint where, CButtonState buttons) {
@@ -347,4 +163,84 @@ CMouseEventResult EQGraph::pressBox(int box, CPoint where, CButtonState buttons)
       return kMouseEventHandled;
   }
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+CMouseEventResult EQGraph::onMouseMoved(CPoint where, CButtonState buttons) {
+  const CMouseEventResult byBase = EQGraphEdits::onMouseMoved(where, buttons);
+  if (byBase != kMouseEventNotHandled) {
+    if (buttons.buttons() == 0) underMouse = hotBox = -1;  // it is on the strip
+    return byBase;
+  }
+  if (drag != Drag::kNone && buttons.buttons() != 0) {
+    moveDrag(where, buttons);
+  } else if (buttons.buttons() == 0) {
+    followMouse(where, buttons);
+  }
+  return kMouseEventHandled;
+}
+
+void EQGraph::followMouse(CPoint where, CButtonState buttons) {
+  const int box = isOnBar(where) ? hover_bar::boxAt(hoverBoxes, where) : -1;
+  const int hit = isOnBar(where) ? -1 : handleAt(where);
+  if (hit != underMouse || box != hotBox) {
+    underMouse = hit;
+    hotBox = box;
+    setDirty();
+    getFrame()->getEditor()->mouseOver(this);
+  }
+  if (hit >= 0) {
+    showBar(hit);
+  } else if (!isNearBar(where) && !isTextOpen()) {
+    showBar(isActive(selectedBand) ? selectedBand : -1);
+  }
+  getFrame()->setCursor(hit >= 0 ? getBandCursor(hit, buttons) : Cursor::kArrow);
+}
+
+CMouseEventResult EQGraph::onMouseUp(CPoint where, CButtonState buttons) {
+  const CMouseEventResult byBase = EQGraphEdits::onMouseUp(where, buttons);
+  if (byBase != kMouseEventNotHandled) return byBase;
+  endDrag();
+  if (size.contains(where)) followMouse(where, buttons.modifiers());
+  return kMouseEventHandled;
+}
+
+void EQGraph::onMouseCancel() {
+  EQGraphEdits::onMouseCancel();
+  endDrag();
+}
+
+void EQGraph::onMouseExited() {
+  underMouse = hotBox = -1;
+  if (drag == Drag::kNone && !isTextOpen()) showBar(-1);
+  EQGraphEdits::onMouseExited();
+}
+
+void EQGraph::removed() {
+  endDrag();
+  EQGraphEdits::removed();
+}
+
+bool EQGraph::turnField(float steps, bool fine) {
+  if (hotBox < hover_bar::kFrequency) return true;
+  const std::int32_t id =
+      bandParameter(hover_bar::kFieldKinds[at(hotBox - hover_bar::kFrequency)], hoverBand);
+  if (id < 0) return true;
+  const bool isStepped = plainStepOf(values.stepsOf(id).curve) > 0.0F;
+  const float notches =
+      isStepped ? static_cast<float>(fieldNotches.take(steps)) : steps * wheelSensitivity(values);
+  if (notches != 0.0F) edit(id, valueAfter(values, id, values.valueOf(id), notches, fine));
+  return true;
+}
+
+bool EQGraph::onWheel(CPoint where, float steps, CButtonState buttons) {
+  if (drag != Drag::kNone) return true;
+  followMouse(where, buttons.modifiers());
+  if (isOnBar(where)) return turnField(steps, buttons.has(kShift));
+  if (underMouse >= 0) {
+    turnQ(underMouse, steps * wheelSensitivity(values), buttons.has(kShift));
+    return true;
+  }
+  const bool zooms = EQGraphEdits::onWheel(where, steps, buttons);
+  if (zooms) followMouse(where, buttons.modifiers());
+  return zooms;
 }

@@ -6,6 +6,7 @@
 
 #include "core/plug.h"
 #include "editor/controls/tiled_menus.h"
+#include "graphs/graph_drawing.h"
 #include "graphs/graph_grid.h"
 #include "host/editor_state.h"
 #include "toolkit/look.h"
@@ -416,7 +417,7 @@ void EQGraphBase::draw(CDrawContext& context) {
   if (frequencies.width <= 0 || levels.height <= 1) return;
   advance();
   freshenHandles();
-  ground.draw(context, size, preferences.glow());
+  drawPlotGround(context, size, preferences.glow());
   if (analyserOn) drawAnalyser(context);
   drawResponse(context);
   drawBands(context);
@@ -431,7 +432,7 @@ void EQGraphBase::draw(CDrawContext& context) {
 void EQGraphBase::drawGrid(CDrawContext& context) {
   grid.draw(context, size, {frequencies, levels});
   if (hasAxes) drawTexts(context);
-  border.draw(context, size, {3.0F, kTransparentCColor, look::kBorder});
+  drawPlotEdge(context, size);
 }
 
 void EQGraphBase::placeTexts() {

@@ -203,9 +203,7 @@ class EQGraphBase : public CControl,
   TextStyle labelStyle;
   Texts texts;  // in the container
   bool areTextsStale = true;
-  GroundPicture ground;
   GridPicture grid;
-  BoxPicture border;
   BoxPicture focusRing;
   BoxPicture leftGrip;
   BoxPicture rightGrip;

@@ -9,7 +9,7 @@
 #include "core/plug.h"
 #include "editing/parameter_ids.h"
 #include "editor/controls/band_hues.h"
-#include "graphs/eq_graph.h"
+#include "graphs/eq_graph_picture.h"
 #include "platform/index.h"
 #include "toolkit/look.h"
 
@@ -58,17 +58,7 @@ void dashedRing(CDrawContext& context, CPoint centre, float radius, float width,
 
 }  // namespace
 
-/// Clear of the strip and of all edges, wherever the handle itself is.
-CPoint EQGraph::discOf(int handle) const {
-  const graph_handles::Handle& own = handleOf(handle);
-  const double row = graph_handles::liftedDisc(own.centre.y, levels.height).row;
-  const double margin = graph_handles::kFromEdge;
-  const double column = std::clamp(own.centre.x, std::min(margin, frequencies.width * 0.5),
-                                   std::max(frequencies.width - margin, frequencies.width * 0.5));
-  return fromPlot({column, row});
-}
-
-void EQGraph::drawHandles(CDrawContext& context) {
+void EQGraphPicture::drawHandles(CDrawContext& context) {
   context.setDrawMode(kAntialias);
   for (int handle = kBands; handle < kHandles; ++handle) {
     if (handleOf(handle).isActive) drawCrossover(context, handle);
@@ -83,7 +73,7 @@ void EQGraph::drawHandles(CDrawContext& context) {
   drawBar(context);
 }
 
-void EQGraph::drawStem(CDrawContext& context, int band, CColor hue) {
+void EQGraphPicture::drawStem(CDrawContext& context, int band, CColor hue) {
   const graph_handles::Handle& own = handleOf(band);
   const CPoint centre = discOf(band);
   const float target =
@@ -97,7 +87,7 @@ void EQGraph::drawStem(CDrawContext& context, int band, CColor hue) {
   ring(context, {centre.x, target}, 3.0F, 1.25F, hue);
 }
 
-void EQGraph::drawBandHandle(CDrawContext& context, int band) {
+void EQGraphPicture::drawBandHandle(CDrawContext& context, int band) {
   const CPoint centre = discOf(band);
   const bool runs = handleOf(band).isRunning;
   const float alpha = isAnySoloed() && !isOn(band, kB1Solo) ? kQuiet : 1.0F;
@@ -140,7 +130,7 @@ void EQGraph::drawBandHandle(CDrawContext& context, int band) {
   if (isOn(band, kB1Solo) || isListened) drawBadge(context, centre, isListened);
 }
 
-void EQGraph::drawBadge(CDrawContext& context, CPoint centre, bool isListened) {
+void EQGraphPicture::drawBadge(CDrawContext& context, CPoint centre, bool isListened) {
   const CPoint middle{centre.x + 9.0F, centre.y - 9.0F};
   disc(context, middle, 5.5F, kBlackCColor);
   disc(context, middle, 5.0F, look::kText);
@@ -149,7 +139,7 @@ void EQGraph::drawBadge(CDrawContext& context, CPoint centre, bool isListened) {
                          look::bold(isListened ? 9.0F : 8.0F, kBlackCColor, kCenterText));
 }
 
-void EQGraph::drawCrossover(CDrawContext& context, int handle) {
+void EQGraphPicture::drawCrossover(CDrawContext& context, int handle) {
   const CPoint centre = discOf(handle);
   const std::size_t index = at(handle - kBands);
   dashes.draw(context, {centre.x, size.top + 1.0F, centre.x + 1.0F, size.bottom - 1.0F});
@@ -166,14 +156,14 @@ void EQGraph::drawCrossover(CDrawContext& context, int handle) {
   }
 }
 
-void EQGraph::drawRubber(CDrawContext& context) {
+void EQGraphPicture::drawRubber(CDrawContext& context) {
   if (!isRubberSeen || rubber.isEmpty()) return;
   context.fillRect(rubber, look::kChosenRow);
   context.setFrameColor(band_hues::withOpacity(look::kLit, 0.6F));
   context.drawRect(rubber);
 }
 
-void EQGraph::drawBar(CDrawContext& context) {
+void EQGraphPicture::drawBar(CDrawContext& context) {
   if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive || barSize.x <= 0.0F) return;
   if (drag == Drag::kNone) placeBar();
   BoxLook boxLook{4.0F, CColor::rgb(0x000000, 0xCC)};
@@ -186,7 +176,7 @@ void EQGraph::drawBar(CDrawContext& context) {
   }
 }
 
-void EQGraph::drawBarBox(CDrawContext& context, int box) {
+void EQGraphPicture::drawBarBox(CDrawContext& context, int box) {
   const CRect& place = hoverBoxes[at(box)];
   const bool isPower = box == hover_bar::kPower;
   const bool isOnNow = isPower && handleOf(hoverBand).isRunning;

@@ -4,12 +4,9 @@
 #include <cmath>
 
 #include "graphs/graph_grid.h"
-#include "toolkit/look.h"
-#include "toolkit/pixels.h"
 
 namespace {
 
-constexpr float kRadius = 3.0F;
 constexpr float kDecadeAlpha = 0.10F;
 constexpr float kLineAlpha = 0.035F;
 constexpr float kLevelAlpha = 0.05F;
@@ -17,33 +14,7 @@ constexpr float kZeroAlpha = 0.20F;
 constexpr float kDashAlpha = 0.20F;
 constexpr float kDash = 3.0F;
 
-/// All channels alike, alpha too: white, more or less of it.
-std::uint32_t whitePixel(int strength) {
-  return static_cast<std::uint32_t>(strength) * 0x01010101U;
-}
-
 }  // namespace
-
-void GroundPicture::draw(CDrawContext& context, const CRect& plot, int glow) {
-  const Place place = placeOf(context, plot);
-  if (needsPaint(context, place, glow == paintedGlow)) {
-    paintedGlow = glow;
-    const int width = place.right - place.left;
-    const int height = place.bottom - place.top;
-    const CRect whole{0.0F, 0.0F, static_cast<float>(width), static_cast<float>(height)};
-    picture->roundBox(whole, kRadius * context.getScale(), true, true, look::kPanel);
-    for (int y = 0; 2 * y < height; ++y) {
-      const std::uint32_t white = whitePixel(graph_grid::glowOf(y, height, glow));
-      std::uint32_t* const row = picture->pixels() + static_cast<std::ptrdiff_t>(y) * width;
-      std::transform(row, row + width, row, [white](std::uint32_t below) {
-        const std::uint32_t share = pixels::alphaOf(below);
-        return pixels::over(below, share == 255 ? white : pixels::scaled(white, share));
-      });
-    }
-    picture->setDirty();
-  }
-  put(context, place);
-}
 
 void GridPicture::draw(CDrawContext& context, const CRect& plot, const Look& look) {
   const Place place = placeOf(context, plot);

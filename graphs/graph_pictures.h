@@ -4,15 +4,6 @@
 #include "graphs/level_axes.h"
 #include "toolkit/device_picture.h"
 
-/// The ground of a plot: the panel, brighter towards the top. Threads: as a view's `draw`.
-class GroundPicture : private DevicePicture {
- public:
-  void draw(CDrawContext& context, const CRect& plot, int glow);
-
- private:
-  int paintedGlow = -1;
-};
-
 /// The lines of a plot's grid. Threads: as a view's `draw`.
 class GridPicture : private DevicePicture {
  public:

@@ -63,6 +63,14 @@ class GraphTest : public Script {
         EXPECT_EQ(user.plug.getParameter(static_cast<int>(id)), start[id]) << id;
       }
     };
+    commands["store"] = [this] {
+      void* data = nullptr;
+      const std::int32_t bytes = user.plug.getChunk(&data, false);
+      stored.assign(static_cast<const char*>(data), static_cast<std::size_t>(bytes));
+    };
+    commands["load"] = [this] {
+      user.plug.setChunk(stored.data(), static_cast<std::int32_t>(stored.size()), false);
+    };
     commands["reopen"] = [this] {
       user.editor->close();
       EXPECT_TRUE(user.editor->openOffScreen(1.0F));
@@ -138,6 +146,7 @@ class GraphTest : public Script {
   std::vector<float> start;
   std::map<std::string, double> last{{"selected", 1}, {"band", 0},   {"bar", -1}, {"from", 10},
                                      {"to", 22050},   {"range", 24}, {"menu", 0}};
+  std::string stored;
   CPoint at;
   std::uint32_t held = 0;
   const std::map<std::string, Key> keys{

@@ -1,4 +1,4 @@
-// What the user does to the main graph by mouse and keys.
+#include "graphs/eq_graph_edits.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,7 +12,6 @@
 #include "editor/controls/action_menu.h"
 #include "editor/controls/tiled_menus.h"
 #include "editor/layout/tag_table.h"
-#include "graphs/eq_graph.h"
 #include "platform/index.h"
 
 namespace {
@@ -26,7 +25,6 @@ constexpr double kFine = 0.1;
 constexpr double kLongStem = graph_handles::kReach;  // shorter ones jump under the mouse
 constexpr double kRowsPerNotch = 20.0;               // of a drag that turns Q
 constexpr double kLeastRatio = 1.02;                 // between bands of the crossover
-constexpr float kFiguresWidth = 44.0F;               // of the levels at the right edge
 
 constexpr std::uint32_t bitOf(int band) { return 1U << static_cast<std::uint32_t>(band); }
 
@@ -34,48 +32,8 @@ bool extendsSelection(CButtonState buttons) { return buttons.has(kShift) || butt
 
 }  // namespace
 
-CMouseEventResult EQGraph::onMouseDown(CPoint where, CButtonState buttons) {
-  if (!buttons.isLeft() && !buttons.isRight()) return kMouseEventNotHandled;
-  const Held<CView> stays(this);
-  if (buttons.isLeft()) getFrame()->setFocusView(this);
-  if (isOnBar(where)) {
-    const int box = hover_bar::boxAt(hoverBoxes, where);
-    return box >= 0 && buttons.isLeft() ? pressBox(box, where, buttons)
-                                        : kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  }
-  closeTextEdit();
-  const CMouseEventResult byStrip = EQGraphBase::onMouseDown(where, buttons);
-  if (byStrip != kMouseEventNotHandled) return byStrip;
-  const int hit = handleAt(where);
-  return hit >= 0 ? pressHandle(hit, where, buttons) : pressEmpty(where, buttons);
-}
-
-CMouseEventResult EQGraph::pressHandle(int handle, CPoint where, CButtonState buttons) {
-  constexpr auto kDone = kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  const bool isOfBand = handle < kBands;
-  keyHandle = handle;
+void EQGraphEdits::selectPressed(int band, CButtonState buttons) {
   togglesOnRelease = false;
-  if (isOfBand) selectPressed(handle, buttons);
-  if (buttons.isRight()) {
-    openMenu(handle, where);
-    return kDone;
-  }
-  if (isOfBand && buttons.isDouble()) {
-    toggleSelected(handle);
-    return kDone;
-  }
-  if (isOfBand && buttons.has(kAlt)) {
-    const std::uint32_t bands = isSelected(handle) ? selectedMask : bitOf(handle);
-    if (activeCount() > std::popcount(bands)) deleteBands(bands);
-    return kDone;
-  }
-  Drag kind = isOfBand ? Drag::kBand : Drag::kCrossover;
-  if (isOfBand && buttons.has(kControl)) kind = Drag::kQ;
-  beginDrag(kind, handle, where);
-  return kMouseEventHandled;
-}
-
-void EQGraph::selectPressed(int band, CButtonState buttons) {
   const bool isAmong = isSelected(band);
   if (buttons.isLeft() && !buttons.isDouble() && extendsSelection(buttons)) {
     // One that is selected may be about to be dragged.
@@ -88,7 +46,7 @@ void EQGraph::selectPressed(int band, CButtonState buttons) {
   }
 }
 
-void EQGraph::selectAmong(int band) {
+void EQGraphEdits::selectAmong(int band) {
   if (band == selectedBand || getListener() == nullptr) return;
   const Held<GraphUpdate> update =
       Held<GraphUpdate>::adopt(new GraphUpdate(ControlSetup{{}, getListener(), kGUISelectedBand}));
@@ -96,19 +54,7 @@ void EQGraph::selectAmong(int band) {
   getListener()->valueChanged(*update);
 }
 
-CMouseEventResult EQGraph::pressEmpty(CPoint where, CButtonState buttons) {
-  if (buttons.isRight()) {
-    if (where.x < size.right - kFiguresWidth) return kMouseEventNotHandled;
-    openRangeMenu(where);
-    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-  }
-  if (buttons.isDouble() && createBand(where, buttons)) return kMouseEventHandled;
-  if (!extendsSelection(buttons)) tell(kGUISelectOnly, -1);
-  beginDrag(Drag::kRubber, -1, where);
-  return kMouseEventHandled;
-}
-
-bool EQGraph::createBand(CPoint where, CButtonState buttons) {
+bool EQGraphEdits::createBand(CPoint where, CButtonState buttons) {
   constexpr double kAxis = 35.0;  // from the lower edge
   const graph_handles::Point point = toPlot(where);
   if (point.y >= levels.height - kAxis || activeCount() >= kBands) return false;
@@ -132,12 +78,12 @@ bool EQGraph::createBand(CPoint where, CButtonState buttons) {
   return true;
 }
 
-void EQGraph::toggleBand(int band) {
+void EQGraphEdits::toggleBand(int band) {
   const std::int32_t id = bandParameter(kKindEnable, band);
   edit(id, 1.0F - plugin.getPlainValue(id));
 }
 
-void EQGraph::toggleSelected(int hit) {
+void EQGraphEdits::toggleSelected(int hit) {
   const HistoryGroup group(plugin.edits());
   const std::uint32_t others = selectedMask & ~bitOf(hit);
   for (int band = 0; std::popcount(selectedMask) > 1 && band < kBands; ++band) {
@@ -148,7 +94,7 @@ void EQGraph::toggleSelected(int hit) {
   toggleBand(hit);
 }
 
-int EQGraph::nextSelected(std::uint32_t gone) const {
+int EQGraphEdits::nextSelected(std::uint32_t gone) const {
   const auto stays = [&](int band) { return isActive(band) && (gone & bitOf(band)) == 0; };
   if (stays(selectedBand)) return selectedBand;
   if (stays(previousBand)) return previousBand;
@@ -158,7 +104,7 @@ int EQGraph::nextSelected(std::uint32_t gone) const {
   return -1;
 }
 
-void EQGraph::deleteBands(std::uint32_t bands) {
+void EQGraphEdits::deleteBands(std::uint32_t bands) {
   const bool isOfSeveral = std::popcount(selectedMask) > 1;
   std::uint32_t gone = 0;
   {
@@ -180,12 +126,12 @@ void EQGraph::deleteBands(std::uint32_t bands) {
   setDirty();
 }
 
-void EQGraph::openMenu(int handle, CPoint where) {
+void EQGraphEdits::openMenu(int handle, CPoint where) {
   const CPoint place = localToFrame(where);
   tell(kGUIOpenBandMenu, bandOfHandle(handle), {place.x, place.y, place.x, place.y});
 }
 
-void EQGraph::openRangeMenu(CPoint where) {
+void EQGraphEdits::openRangeMenu(CPoint where) {
   Menu menu;
   for (int i = 0; i < static_cast<int>(std::size(kGraphRanges)); ++i) {
     const float range = kGraphRanges[i];
@@ -198,7 +144,7 @@ void EQGraph::openRangeMenu(CPoint where) {
 
 // Drags.
 
-void EQGraph::beginDrag(Drag kind, int handle, CPoint where) {
+void EQGraphEdits::beginDrag(Drag kind, int handle, CPoint where) {
   drag = kind;
   dragBand = handle;
   isMoving = false;
@@ -212,7 +158,7 @@ void EQGraph::beginDrag(Drag kind, int handle, CPoint where) {
 }
 
 /// The edits begin with the first move: what only presses edits nothing.
-void EQGraph::beginMoving() {
+void EQGraphEdits::beginMoving() {
   isMoving = true;
   togglesOnRelease = false;
   if (drag == Drag::kRubber) return;
@@ -237,7 +183,7 @@ void EQGraph::beginMoving() {
   for (const std::int32_t id : dragTags) beginEdit(id);
 }
 
-void EQGraph::moveDrag(CPoint where, CButtonState buttons) {
+void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   const graph_handles::Point now = toPlot(where);
   const graph_handles::Point moved{now.x - lastPoint.x, now.y - lastPoint.y};
   lastPoint = now;
@@ -269,13 +215,13 @@ void EQGraph::moveDrag(CPoint where, CButtonState buttons) {
   setDirty();
 }
 
-void EQGraph::moveBand(graph_handles::Point to) {
+void EQGraphEdits::moveBand(graph_handles::Point to) {
   writePlain(dragTags[0], frequencies.frequencyAt(to.x - grabOffset));
   writePlain(dragTags[1], levels.gainAt(to.y - stemRows));
 }
 
 /// Both bands beside the point move by the same ratio, as far as the next ones leave room.
-void EQGraph::moveCrossover(double frequency) {
+void EQGraphEdits::moveCrossover(double frequency) {
   const auto place = at(dragBand - kBands);
   if (place + 1 >= xover.size()) return;
   const auto frequencyOf = [this](int band) {
@@ -303,7 +249,14 @@ void EQGraph::moveCrossover(double frequency) {
   edited.set(lowId, edited.get(lowId));
 }
 
-void EQGraph::moveRubber(CPoint where) {
+void EQGraphEdits::shiftCrossover(int handle, double factor) {
+  beginDrag(Drag::kCrossover, handle, {});
+  beginMoving();
+  moveCrossover(crossoverFrom * factor);
+  endDrag();
+}
+
+void EQGraphEdits::moveRubber(CPoint where) {
   const CPoint from = fromPlot(dragFrom);
   const CRect around{std::min(from.x, where.x), std::min(from.y, where.y),
                      std::max(from.x, where.x), std::max(from.y, where.y)};
@@ -323,7 +276,7 @@ void EQGraph::moveRubber(CPoint where) {
   setDirty();
 }
 
-void EQGraph::endDrag() {
+void EQGraphEdits::endDrag() {
   const Drag ended = std::exchange(drag, Drag::kNone);
   const int band = std::exchange(dragBand, -1);
   if (ended == Drag::kNone) return;
@@ -341,83 +294,4 @@ void EQGraph::endDrag() {
   restoreMouse(getFrame());
   isStale = true;
   setDirty();
-}
-
-CMouseEventResult EQGraph::onMouseMoved(CPoint where, CButtonState buttons) {
-  const CMouseEventResult byBase = EQGraphBase::onMouseMoved(where, buttons);
-  if (byBase != kMouseEventNotHandled) {
-    if (buttons.buttons() == 0) underMouse = hotBox = -1;  // it is on the strip
-    return byBase;
-  }
-  if (drag != Drag::kNone && buttons.buttons() != 0) {
-    moveDrag(where, buttons);
-  } else if (buttons.buttons() == 0) {
-    followMouse(where, buttons);
-  }
-  return kMouseEventHandled;
-}
-
-void EQGraph::followMouse(CPoint where, CButtonState buttons) {
-  const int box = isOnBar(where) ? hover_bar::boxAt(hoverBoxes, where) : -1;
-  const int hit = isOnBar(where) ? -1 : handleAt(where);
-  if (hit != underMouse || box != hotBox) {
-    underMouse = hit;
-    hotBox = box;
-    setDirty();
-    getFrame()->getEditor()->mouseOver(this);
-  }
-  if (hit >= 0) {
-    showBar(hit);
-  } else if (!isNearBar(where) && !isTextOpen()) {
-    showBar(isActive(selectedBand) ? selectedBand : -1);
-  }
-  getFrame()->setCursor(hit >= 0 ? getBandCursor(hit, buttons) : Cursor::kArrow);
-}
-
-CMouseEventResult EQGraph::onMouseUp(CPoint where, CButtonState buttons) {
-  const CMouseEventResult byBase = EQGraphBase::onMouseUp(where, buttons);
-  if (byBase != kMouseEventNotHandled) return byBase;
-  endDrag();
-  if (size.contains(where)) followMouse(where, buttons.modifiers());
-  return kMouseEventHandled;
-}
-
-void EQGraph::onMouseCancel() {
-  EQGraphBase::onMouseCancel();
-  endDrag();
-}
-
-void EQGraph::onMouseExited() {
-  underMouse = hotBox = -1;
-  if (drag == Drag::kNone && !isTextOpen()) showBar(-1);
-  EQGraphBase::onMouseExited();
-}
-
-void EQGraph::removed() {
-  endDrag();
-  EQGraphBase::removed();
-}
-
-bool EQGraph::onWheel(CPoint where, float steps, CButtonState buttons) {
-  if (drag != Drag::kNone) return true;
-  followMouse(where, buttons.modifiers());
-  if (isOnBar(where)) {
-    if (hotBox < hover_bar::kFrequency) return true;
-    const std::int32_t id =
-        bandParameter(hover_bar::kFieldKinds[at(hotBox - hover_bar::kFrequency)], hoverBand);
-    if (id < 0) return true;
-    const bool isStepped = plainStepOf(values.stepsOf(id).curve) > 0.0F;
-    const float notches =
-        isStepped ? static_cast<float>(fieldNotches.take(steps)) : steps * wheelSensitivity(values);
-    if (notches == 0.0F) return true;
-    edit(id, valueAfter(values, id, values.valueOf(id), notches, buttons.has(kShift)));
-    return true;
-  }
-  if (underMouse < 0) {
-    const bool zooms = EQGraphBase::onWheel(where, steps, buttons);
-    if (zooms) followMouse(where, buttons.modifiers());
-    return zooms;
-  }
-  turnQ(underMouse, steps * wheelSensitivity(values), buttons.has(kShift));
-  return true;
 }

@@ -1,12 +1,13 @@
 // How the main graph is drawn: spectrum, curves and readouts.
 
+#include "graphs/eq_graph_picture.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 
 #include "core/plug.h"
 #include "editor/controls/band_hues.h"
-#include "graphs/eq_graph.h"
 #include "graphs/graph_readouts.h"
 #include "platform/index.h"
 #include "toolkit/look.h"
@@ -28,8 +29,8 @@ using Style = GraphPreferences::Style;
 }  // namespace
 
 /// Rows of a curve in dB; lines stand half a pixel above.
-std::span<const float> EQGraph::rowsOf(std::span<const double> curve, double gain,
-                                       std::vector<float>& rows) const {
+std::span<const float> EQGraphPicture::rowsOf(std::span<const double> curve, double gain,
+                                              std::vector<float>& rows) const {
   rows.resize(curve.size());
   const double perDb = (levels.height - 1) / (2 * levels.range);
   const double zero = static_cast<double>(size.top) - 0.5 + (levels.range - gain) * perDb;
@@ -39,8 +40,8 @@ std::span<const float> EQGraph::rowsOf(std::span<const double> curve, double gai
   return rows;
 }
 
-void EQGraph::drawSpectrum(CDrawContext& context, const std::vector<double>& heights,
-                           bool isFront) {
+void EQGraphPicture::drawSpectrum(CDrawContext& context, const std::vector<double>& heights,
+                                  bool isFront) {
   const auto height = size.height();
   upperRows.resize(heights.size());
   bool isFlat = true;
@@ -63,24 +64,24 @@ void EQGraph::drawSpectrum(CDrawContext& context, const std::vector<double>& hei
   }
 }
 
-void EQGraph::drawAnalyser(CDrawContext& context) {
-  painter.setPlot(size.inset(1.0F, 1.0F));
+void EQGraphPicture::drawAnalyser(CDrawContext& context) {
+  painter.setPlot(size);
   drawSpectrum(context, analyserLeft, false);
   drawSpectrum(context, analyserRight, true);
 }
 
-void EQGraph::drawSum(CDrawContext& context) {
+void EQGraphPicture::drawSum(CDrawContext& context) {
   const std::span<const float> rows = rowsOf(curves.response(), 0.0, liveRows);
   painter.line(context, rows, 3.5F, CColor::rgb(0x000000, 140));
   painter.line(context, rows, 1.5F, CColor::rgb(0xE0E0E0, 242));
 }
 
-void EQGraph::drawResponse(CDrawContext& context) {
-  painter.setPlot({size.left, size.top + 1.0F, size.right, size.bottom - 1.0F});
+void EQGraphPicture::drawResponse(CDrawContext& context) {
+  painter.setPlot(size);
   drawSum(context);
 }
 
-void EQGraph::drawBands(CDrawContext& context) {
+void EQGraphPicture::drawBands(CDrawContext& context) {
   const auto drawAll = [&](bool ofCrossover) {
     for (int band = 0; band < kBands; ++band) {
       if (band == selectedBand || !curves.runs(band)) continue;
@@ -95,7 +96,7 @@ void EQGraph::drawBands(CDrawContext& context) {
   drawSum(context);
 }
 
-void EQGraph::drawBodies(CDrawContext& context, int band, bool isBright) {
+void EQGraphPicture::drawBodies(CDrawContext& context, int band, bool isBright) {
   const float quiet = isAnySoloed() && !isOn(band, kB1Solo) ? kQuietShare : 1.0F;
   const float hot = underMouse == band ? 1.0F + (kHotShare - 1.0F) * hoverShare() : 1.0F;
   const float alpha = std::min(kFillAlpha * quiet * hot, 1.0F);
@@ -119,7 +120,7 @@ void EQGraph::drawBodies(CDrawContext& context, int band, bool isBright) {
   painter.fill(context, upper, lower, isBright ? hue : mix(hue, look::kPanel, 0.25F), slab);
 }
 
-void EQGraph::drawBand(CDrawContext& context, int band) {
+void EQGraphPicture::drawBand(CDrawContext& context, int band) {
   rowsOf(curves.shape(band), curves.setGain(band), setRows);
   rowsOf(curves.shape(band), curves.liveGain(band), liveRows);
   if (setRows.empty()) return;
@@ -143,7 +144,7 @@ void EQGraph::drawBand(CDrawContext& context, int band) {
   }
 }
 
-void EQGraph::drawReadout(CDrawContext& context) {
+void EQGraphPicture::drawReadout(CDrawContext& context) {
   if (preferences.readout == 0 || !isCursorIn) return;
   const CPoint corner = localToFrame(size.topLeft());
   graph_readouts::Values shown;
