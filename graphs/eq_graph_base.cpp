@@ -425,7 +425,7 @@ void EQGraphBase::draw(CDrawContext& context) {
   drawReadout(context);
   if (hasAxes) drawStrip(context);
   drawHandles(context);
-  if (focused)
+  if (focused && !isHandle(keyHandle))
     focusRing.draw(context, size, {3.0F, kTransparentCColor, CColor::rgb(0x4E9ACC, 217)});
 }
 

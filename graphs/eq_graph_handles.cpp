@@ -165,7 +165,6 @@ void EQGraphPicture::drawRubber(CDrawContext& context) {
 
 void EQGraphPicture::drawBar(CDrawContext& context) {
   if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive || barSize.x <= 0.0F) return;
-  if (drag == Drag::kNone) placeBar();
   BoxLook boxLook{4.0F, CColor::rgb(0x000000, 0xCC)};
   boxLook.shadow = 1;
   boxLook.shadowAlpha = 0.4F;
