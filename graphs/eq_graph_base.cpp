@@ -8,18 +8,16 @@
 #include "editor/controls/tiled_menus.h"
 #include "graphs/graph_drawing.h"
 #include "graphs/graph_grid.h"
+#include "graphs/node_values.h"
 #include "host/editor_state.h"
 #include "toolkit/look.h"
 
 namespace {
 
-constexpr int kKindQ = 6;
 constexpr float kPerNotch = 1.5F;  // by which a notch changes Q
 constexpr float kFineNotch = 0.1F;
 constexpr float kTextHeight = 10.0F;
 constexpr std::uint64_t kFrameMs = 16;
-constexpr int kBitQ = 4;
-constexpr int kBitCrossover = 32;
 
 }  // namespace
 
@@ -117,12 +115,13 @@ std::int32_t EQGraphBase::bandParameter(int kind, int handle) const {
 }
 
 int EQGraphBase::getBandFlags(int handle) const {
-  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? kBitCrossover : 0);
+  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? node_values::kIsCrossover : 0);
 }
 
 Cursor EQGraphBase::getBandCursor(int handle, CButtonState modifiers) const {
   if (modifiers.has(kControl)) return Cursor::kSizeDiagonal;
-  return (getBandFlags(handle) & kBitCrossover) != 0 ? Cursor::kSizeHorizontal : Cursor::kMove;
+  return (getBandFlags(handle) & node_values::kIsCrossover) != 0 ? Cursor::kSizeHorizontal
+                                                                 : Cursor::kMove;
 }
 
 int EQGraphBase::getNearestBand(CPoint where, double limit) {
@@ -139,9 +138,8 @@ void EQGraphBase::freshenHandles() {
 }
 
 std::int32_t EQGraphBase::tagAt(CPoint where) {
-  constexpr int kKindFrequency = 5;
   const int handle = getNearestBand(where);
-  return handle >= 0 ? bandParameter(kKindFrequency, handle) : -1;
+  return handle >= 0 ? bandParameter(node_values::kFrequency, handle) : -1;
 }
 
 // Size and range.
@@ -214,12 +212,13 @@ void EQGraphBase::tell(std::int32_t id, int what, const CRect& place) {
 }
 
 void EQGraphBase::turnQ(int handle, float notches, bool fine) {
-  const std::int32_t id = bandParameter(kKindQ, handle);
-  if (id < 0 || (getBandFlags(handle) & kBitQ) == 0) return;
+  const std::int32_t id = bandParameter(node_values::kQ, handle);
+  if (id < 0 || (getBandFlags(handle) & node_values::kHasQ) == 0) return;
   if (preferences.invertedQ) notches = -notches;
   const float factor = std::pow(kPerNotch, fine ? notches * kFineNotch : notches);
   const ValueSteps steps = values.stepsOf(id);
-  const float plain = std::clamp(getBandValue(kKindQ, handle) * factor, steps.least, steps.most);
+  const float plain =
+      std::clamp(getBandValue(node_values::kQ, handle) * factor, steps.least, steps.most);
   edit(id, values.normalisedOf(id, plain));
 }
 

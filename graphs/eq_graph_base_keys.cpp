@@ -7,11 +7,10 @@
 
 #include "editor/controls/value_keys.h"
 #include "graphs/eq_graph_base.h"
+#include "graphs/node_values.h"
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
 constexpr double kFineKey = 0.1;
 
 }  // namespace
@@ -42,7 +41,7 @@ bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
   const bool isUpOrDown = key.key == Key::kUp || key.key == Key::kDown || key.key == Key::kPageUp ||
                           key.key == Key::kPageDown;
   if (isUpOrDown) {
-    const std::int32_t gain = bandParameter(kKindGain, handle);
+    const std::int32_t gain = bandParameter(node_values::kGain, handle);
     if (gain < 0) return false;
     if (const auto moved = parameterByKey(values, gain, values.valueOf(gain), key)) {
       edit(gain, *moved);
@@ -50,10 +49,10 @@ bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
     return true;
   }
   if (key.key != Key::kLeft && key.key != Key::kRight) return false;
-  const std::int32_t frequency = bandParameter(kKindFrequency, handle);
+  const std::int32_t frequency = bandParameter(node_values::kFrequency, handle);
   if (frequency < 0) return false;
   const double factor = keyFactor(key, columns);
-  const double now = static_cast<double>(getBandValue(kKindFrequency, handle));
+  const double now = static_cast<double>(getBandValue(node_values::kFrequency, handle));
   edit(frequency, values.normalisedOf(frequency, static_cast<float>(now * factor)));
   return true;
 }

@@ -11,16 +11,12 @@
 #include "editing/parameter_ids.h"
 #include "editor/controls/band_tabs.h"
 #include "graphs/handles.h"
+#include "graphs/node_values.h"
 #include "platform/index.h"
 #include "toolkit/look.h"
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
-constexpr int kBitQ = 4;
-constexpr int kBitSlope2 = 8;
-constexpr int kBitSlope = 16;
 constexpr float kNear = 10.0F;    // around bar and handle, where the bar stays
 constexpr float kClear = 11.0F;   // from the bar to its disc, at least
 constexpr float kBeside = 48.0F;  // and at most
@@ -165,8 +161,8 @@ graph_handles::Handle EQGraphScene::bandHandle(int band) {
   made.isActive = isActive(band);
   if (!made.isActive) return made;
   made.isRunning = curves.runs(band);
-  const auto frequency = static_cast<double>(getBandValue(kKindFrequency, band));
-  const auto setGain = static_cast<double>(getBandValue(kKindGain, band));
+  const auto frequency = static_cast<double>(getBandValue(node_values::kFrequency, band));
+  const auto setGain = static_cast<double>(getBandValue(node_values::kGain, band));
   const double own = graph_handles::decibels(plugin.getBandResponse(band, frequency));
   const double change = isHeard(band) ? curves.liveGain(band) - curves.setGain(band) : 0.0;
   made.centre = {frequencies.clampedColumnOf(frequency), levels.rowOf(own + setGain + change)};
@@ -182,7 +178,7 @@ void EQGraphScene::placeCrossovers() {
     if (nodeOf(handle) < 0) continue;
     const auto place = at(handle - kBands);
     const auto frequencyOf = [this](int band) {
-      return static_cast<double>(getBandValue(kKindFrequency, band));
+      return static_cast<double>(getBandValue(node_values::kFrequency, band));
     };
     made.isActive = made.isRunning = true;
     made.centre.x = frequencies.clampedColumnOf(graph_handles::crossoverFrequency(
@@ -231,9 +227,9 @@ hover_bar::Content EQGraphScene::barContent(int handle) const {
   content.kind = BandTabState::read(values, handle).kind;
   write(hover_bar::kFrequency);
   write(hover_bar::kGain);
-  if ((flags & kBitQ) != 0) write(hover_bar::kQ);
-  if ((flags & kBitSlope) != 0) write(hover_bar::kSlope);
-  if ((flags & kBitSlope2) != 0) write(hover_bar::kSlope2);
+  if ((flags & node_values::kHasQ) != 0) write(hover_bar::kQ);
+  if ((flags & node_values::kHasSlope) != 0) write(hover_bar::kSlope);
+  if ((flags & node_values::kHasSlope2) != 0) write(hover_bar::kSlope2);
   return content;
 }
 
