@@ -6,28 +6,16 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "graphs/small_graph.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
 
 namespace {
 
-constexpr float kFrame = 2.0F;   // from the edge to the frame
-constexpr float kInside = 3.0F;  // and to what lies in it
-constexpr float kLine = 2.0F;
-constexpr float kDot = 3.5F;
-constexpr float kDotGround = 5.0F;
-constexpr float kPerPixel = 8.0F;  // steps of the live level
-
-constexpr CColor kGrid = CColor::rgb(0x333333);
-constexpr CColor kUnity{255, 255, 255, 26};
-constexpr CColor kArea = CColor::rgb(0x4E9ACC, 33);
-constexpr CColor kBelow = look::kLit;
-constexpr CColor kBeyond = CColor::rgb(0x4E9ACC, 107);
-constexpr CColor kLevelLine = CColor::rgb(0x4E9ACC, 77);
-
-CRect around(CPoint centre, float radius) {
-  return {centre.x - radius, centre.y - radius, centre.x + radius, centre.y + radius};
-}
+constexpr CColor kUnityColour{255, 255, 255, 26};
+constexpr CColor kReductionColour = CColor::rgb(0x4E9ACC, 33);
+constexpr CColor kBeyondColour = CColor::rgb(0x4E9ACC, 107);
+constexpr CColor kLevelColour = CColor::rgb(0x4E9ACC, 77);
 
 }  // namespace
 
@@ -55,6 +43,7 @@ DynamicResponse::Shown DynamicResponse::read() const {
   now.curve = plugin.getStaticCurve(band);
   now.level = response_shape::levelOf(plugin.getBandEnvelope(band));
   const response_shape::Plot place{now.curve.thresholdHigh, plot.side};
+  constexpr double kPerPixel = 8.0;
   const double column = std::clamp(place.columnOf(now.level), -1.0, plot.side + 1.0);
   now.column = std::round(column * kPerPixel) / kPerPixel;
   now.level = place.levelAt(now.column);
@@ -77,7 +66,8 @@ CPoint DynamicResponse::at(double column, double row) const {
 }
 
 void DynamicResponse::draw(CDrawContext& context) {
-  frame.draw(context, size.inset(kFrame, kFrame), {3.0F, look::kPanel, look::kBorder});
+  frame.draw(context, size.inset(small_graph::kFrame, small_graph::kFrame),
+             {3.0F, look::kPanel, look::kBorder});
   drawGrid(context);
   drawCurve(context);
   drawLevel(context);
@@ -85,11 +75,11 @@ void DynamicResponse::draw(CDrawContext& context) {
 }
 
 void DynamicResponse::drawGrid(CDrawContext& context) {
-  const CRect inside = size.inset(kInside, kInside);
+  const CRect inside = size.inset(small_graph::kInside, small_graph::kInside);
   const CPoint middle = size.centre();
   const CPoint unity[] = {{inside.left, inside.bottom}, {inside.right, inside.top}};
-  context.drawPath(unity, context.hairline(), kUnity);
-  context.setFrameColor(kGrid);
+  context.drawPath(unity, context.hairline(), kUnityColour);
+  context.setFrameColor(CColor::rgb(0x333333));
   context.setLineWidth(context.hairline());
   context.moveTo({middle.x, inside.top});
   context.lineTo({middle.x, inside.bottom});
@@ -102,7 +92,7 @@ void DynamicResponse::drawGrid(CDrawContext& context) {
 }
 
 void DynamicResponse::drawCurve(CDrawContext& context) {
-  const CRect inside = size.inset(kInside, kInside);
+  const CRect inside = size.inset(small_graph::kInside, small_graph::kInside);
   const auto pressed = [&](CPoint point) -> CPoint {
     return {std::clamp(point.x, inside.left, inside.right),
             std::clamp(point.y, inside.top, inside.bottom)};
@@ -110,30 +100,30 @@ void DynamicResponse::drawCurve(CDrawContext& context) {
   way.clear();
   for (std::size_t x = 0; x < rows.size(); ++x) {
     const auto column = static_cast<double>(x);
-    way.push_back({pressed(at(column, static_cast<double>(rows[x]))), kArea});
-    way.push_back({pressed(at(column, plot.side - column)), kArea});
+    way.push_back({pressed(at(column, static_cast<double>(rows[x]))), kReductionColour});
+    way.push_back({pressed(at(column, plot.side - column)), kReductionColour});
   }
   context.drawTriangleStrip(way);
   way.clear();
   for (std::size_t x = 0; x < rows.size(); ++x) {
     const auto column = static_cast<double>(x);
-    way.push_back(
-        {at(column, static_cast<double>(rows[x])), shown.column > column ? kBelow : kBeyond});
+    way.push_back({at(column, static_cast<double>(rows[x])),
+                   shown.column > column ? look::kLit : kBeyondColour});
   }
-  drawThickCurve(context, thick, way, kLine, inside);
+  drawThickCurve(context, thick, way, 2.0F, inside);
 }
 
 void DynamicResponse::drawLevel(CDrawContext& context) {
-  const double least = static_cast<double>(kDot + kInside);
+  const double least = static_cast<double>(small_graph::kDot + small_graph::kInside);
   const double most = plot.side - least;
   if (shown.column < least || shown.column > most) return;
   const double out = shown.level + shown.curve.gainAtDb(shown.level);
   const CPoint dot = at(shown.column, std::clamp(plot.rowOf(out), least, most));
   context.fillRect({dot.x - context.hairline() * 0.5F, dot.y, dot.x + context.hairline() * 0.5F,
-                    size.bottom - kInside},
-                   kLevelLine);
+                    size.bottom - small_graph::kInside},
+                   kLevelColour);
   context.setFillColor(look::kPanel);
-  context.drawEllipse(around(dot, kDotGround), kDrawFilled);
+  context.drawEllipse(small_graph::around(dot, 5.0F), kDrawFilled);
   context.setFillColor(look::kText);
-  context.drawEllipse(around(dot, kDot), kDrawFilled);
+  context.drawEllipse(small_graph::around(dot, small_graph::kDot), kDrawFilled);
 }

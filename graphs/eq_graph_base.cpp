@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editor/controls/tiled_menus.h"
 #include "graphs/graph_drawing.h"
 #include "graphs/graph_grid.h"
-#include "graphs/node_values.h"
 #include "host/editor_state.h"
 #include "toolkit/look.h"
 
@@ -115,13 +115,12 @@ std::int32_t EQGraphBase::bandParameter(int kind, int handle) const {
 }
 
 int EQGraphBase::getBandFlags(int handle) const {
-  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? node_values::kIsCrossover : 0);
+  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? kNodeIsCrossover : 0);
 }
 
 Cursor EQGraphBase::getBandCursor(int handle, CButtonState modifiers) const {
   if (modifiers.has(kControl)) return Cursor::kSizeDiagonal;
-  return (getBandFlags(handle) & node_values::kIsCrossover) != 0 ? Cursor::kSizeHorizontal
-                                                                 : Cursor::kMove;
+  return (getBandFlags(handle) & kNodeIsCrossover) != 0 ? Cursor::kSizeHorizontal : Cursor::kMove;
 }
 
 int EQGraphBase::getNearestBand(CPoint where, double limit) {
@@ -139,7 +138,7 @@ void EQGraphBase::freshenHandles() {
 
 std::int32_t EQGraphBase::tagAt(CPoint where) {
   const int handle = getNearestBand(where);
-  return handle >= 0 ? bandParameter(node_values::kFrequency, handle) : -1;
+  return handle >= 0 ? bandParameter(kNodeFrequency, handle) : -1;
 }
 
 // Size and range.
@@ -212,13 +211,12 @@ void EQGraphBase::tell(std::int32_t id, int what, const CRect& place) {
 }
 
 void EQGraphBase::turnQ(int handle, float notches, bool fine) {
-  const std::int32_t id = bandParameter(node_values::kQ, handle);
-  if (id < 0 || (getBandFlags(handle) & node_values::kHasQ) == 0) return;
+  const std::int32_t id = bandParameter(kNodeQ, handle);
+  if (id < 0 || (getBandFlags(handle) & kNodeHasQ) == 0) return;
   if (preferences.invertedQ) notches = -notches;
   const float factor = std::pow(kPerNotch, fine ? notches * kFineNotch : notches);
   const ValueSteps steps = values.stepsOf(id);
-  const float plain =
-      std::clamp(getBandValue(node_values::kQ, handle) * factor, steps.least, steps.most);
+  const float plain = std::clamp(getBandValue(kNodeQ, handle) * factor, steps.least, steps.most);
   edit(id, values.normalisedOf(id, plain));
 }
 

@@ -5,15 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "editing/graph_nodes.h"
 #include "editor/controls/value_keys.h"
 #include "graphs/eq_graph_base.h"
-#include "graphs/node_values.h"
-
-namespace {
-
-constexpr double kFineKey = 0.1;
-
-}  // namespace
 
 int EQGraphBase::nextHandle(bool forward) {
   freshenHandles();
@@ -32,6 +26,7 @@ int EQGraphBase::nextHandle(bool forward) {
 }
 
 double EQGraphBase::keyFactor(const KeyEvent& key, double columns) const {
+  constexpr double kFineKey = 0.1;
   const double step =
       (key.key == Key::kLeft ? -columns : columns) * (key.modifiers.has(kShift) ? kFineKey : 1.0);
   return frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
@@ -41,7 +36,7 @@ bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
   const bool isUpOrDown = key.key == Key::kUp || key.key == Key::kDown || key.key == Key::kPageUp ||
                           key.key == Key::kPageDown;
   if (isUpOrDown) {
-    const std::int32_t gain = bandParameter(node_values::kGain, handle);
+    const std::int32_t gain = bandParameter(kNodeGain, handle);
     if (gain < 0) return false;
     if (const auto moved = parameterByKey(values, gain, values.valueOf(gain), key)) {
       edit(gain, *moved);
@@ -49,10 +44,10 @@ bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
     return true;
   }
   if (key.key != Key::kLeft && key.key != Key::kRight) return false;
-  const std::int32_t frequency = bandParameter(node_values::kFrequency, handle);
+  const std::int32_t frequency = bandParameter(kNodeFrequency, handle);
   if (frequency < 0) return false;
   const double factor = keyFactor(key, columns);
-  const double now = static_cast<double>(getBandValue(node_values::kFrequency, handle));
+  const double now = static_cast<double>(getBandValue(kNodeFrequency, handle));
   edit(frequency, values.normalisedOf(frequency, static_cast<float>(now * factor)));
   return true;
 }

@@ -8,11 +8,11 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editing/parameter_ids.h"
 #include "editor/controls/action_menu.h"
 #include "editor/controls/tiled_menus.h"
 #include "editor/layout/tag_table.h"
-#include "graphs/node_values.h"
 #include "platform/index.h"
 
 namespace {
@@ -58,7 +58,7 @@ bool EQGraphEdits::createBand(CPoint where, CButtonState buttons) {
     const HistoryGroup group(plugin.edits());
     band = plugin.addBand(list, frequencies.frequencyAt(point.x));
     if (band < 0) return false;
-    const std::int32_t gain = bandParameter(node_values::kGain, band);
+    const std::int32_t gain = bandParameter(kNodeGain, band);
     edit(gain, values.normalisedOf(gain, static_cast<float>(levels.gainAt(point.y))));
   }
   tell(kGUISelectOnly, band);
@@ -71,7 +71,7 @@ bool EQGraphEdits::createBand(CPoint where, CButtonState buttons) {
 }
 
 void EQGraphEdits::toggleBand(int band) {
-  const std::int32_t id = bandParameter(node_values::kEnable, band);
+  const std::int32_t id = bandParameter(kNodeOn, band);
   edit(id, 1.0F - plugin.getPlainValue(id));
 }
 
@@ -159,14 +159,12 @@ void EQGraphEdits::beginMoving() {
   const double stem = held.centre.y - held.targetRow;
   stemRows = std::abs(stem) > kLongStem ? stem : 0.0;
   const auto frequencyOf = [this](int band) {
-    return static_cast<double>(getBandValue(node_values::kFrequency, band));
+    return static_cast<double>(getBandValue(kNodeFrequency, band));
   };
   if (drag == Drag::kBand) {
-    dragTags = {bandParameter(node_values::kFrequency, dragBand),
-                bandParameter(node_values::kGain, dragBand)};
+    dragTags = {bandParameter(kNodeFrequency, dragBand), bandParameter(kNodeGain, dragBand)};
   } else if (drag == Drag::kQ) {
-    if ((getBandFlags(dragBand) & node_values::kHasQ) != 0)
-      dragTags[0] = bandParameter(node_values::kQ, dragBand);
+    if ((getBandFlags(dragBand) & kNodeHasQ) != 0) dragTags[0] = bandParameter(kNodeQ, dragBand);
   } else {
     const auto place = at(dragBand - kBands);
     dragTags[0] = bandParameterId(xover[place], kB1Frequency);
@@ -202,7 +200,7 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
     const double factor = std::pow(1.5, preferences.invertedQ ? -notches : notches);
     const ValueSteps steps = values.stepsOf(dragTags[0]);
     writePlain(dragTags[0],
-               std::clamp(static_cast<double>(getBandValue(node_values::kQ, dragBand)) * factor,
+               std::clamp(static_cast<double>(getBandValue(kNodeQ, dragBand)) * factor,
                           static_cast<double>(steps.least), static_cast<double>(steps.most)));
   }
   isStale = true;
@@ -219,7 +217,7 @@ void EQGraphEdits::moveCrossover(double frequency) {
   const auto place = at(dragBand - kBands);
   if (place + 1 >= xover.size()) return;
   const auto frequencyOf = [this](int band) {
-    return static_cast<double>(getBandValue(node_values::kFrequency, band));
+    return static_cast<double>(getBandValue(kNodeFrequency, band));
   };
   const double low = frequencyOf(xover[place]);
   const double high = frequencyOf(xover[place + 1]);

@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editing/parameter_ids.h"
 #include "editor/controls/band_tabs.h"
 #include "graphs/handles.h"
-#include "graphs/node_values.h"
 #include "platform/index.h"
 #include "toolkit/look.h"
 
@@ -161,8 +161,8 @@ graph_handles::Handle EQGraphScene::bandHandle(int band) {
   made.isActive = isActive(band);
   if (!made.isActive) return made;
   made.isRunning = curves.runs(band);
-  const auto frequency = static_cast<double>(getBandValue(node_values::kFrequency, band));
-  const auto setGain = static_cast<double>(getBandValue(node_values::kGain, band));
+  const auto frequency = static_cast<double>(getBandValue(kNodeFrequency, band));
+  const auto setGain = static_cast<double>(getBandValue(kNodeGain, band));
   const double own = graph_handles::decibels(plugin.getBandResponse(band, frequency));
   const double change = isHeard(band) ? curves.liveGain(band) - curves.setGain(band) : 0.0;
   made.centre = {frequencies.clampedColumnOf(frequency), levels.rowOf(own + setGain + change)};
@@ -178,7 +178,7 @@ void EQGraphScene::placeCrossovers() {
     if (nodeOf(handle) < 0) continue;
     const auto place = at(handle - kBands);
     const auto frequencyOf = [this](int band) {
-      return static_cast<double>(getBandValue(node_values::kFrequency, band));
+      return static_cast<double>(getBandValue(kNodeFrequency, band));
     };
     made.isActive = made.isRunning = true;
     made.centre.x = frequencies.clampedColumnOf(graph_handles::crossoverFrequency(
@@ -227,9 +227,9 @@ hover_bar::Content EQGraphScene::barContent(int handle) const {
   content.kind = BandTabState::read(values, handle).kind;
   write(hover_bar::kFrequency);
   write(hover_bar::kGain);
-  if ((flags & node_values::kHasQ) != 0) write(hover_bar::kQ);
-  if ((flags & node_values::kHasSlope) != 0) write(hover_bar::kSlope);
-  if ((flags & node_values::kHasSlope2) != 0) write(hover_bar::kSlope2);
+  if ((flags & kNodeHasQ) != 0) write(hover_bar::kQ);
+  if ((flags & kNodeHasSlope) != 0) write(hover_bar::kSlope);
+  if ((flags & kNodeHasSlope2) != 0) write(hover_bar::kSlope2);
   return content;
 }
 

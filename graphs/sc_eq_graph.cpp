@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editor/controls/action_menu.h"
 #include "editor/controls/value_keys.h"
+#include "graphs/small_graph.h"
 #include "platform/index.h"
 #include "toolkit/frame.h"
 #include "toolkit/look.h"
@@ -17,28 +19,10 @@ namespace {
 using sidechain_kinds::Kind;
 
 constexpr int kFirstNode = 15;
-constexpr int kKindOn = 0;
-constexpr int kKindType = 2;
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
-constexpr int kBitGain = 1;
-constexpr int kBitQ = 4;
-constexpr int kBitSlope = 16;
-
-constexpr double kRange = 24.0;  // dB, that of the gains
-constexpr float kFrame = 2.0F;   // from the edge to the frame
-constexpr float kInside = 3.0F;  // and to what lies in it
+constexpr double kFilterRange = 24.0;  // dB, that of the gains
 constexpr double kHandleInset = 8.0;
-constexpr float kDot = 3.5F;
-constexpr float kDotGround = 4.5F;
-constexpr double kFine = 0.1;
-constexpr double kColumnsPerKey = 1.0;
 
-CRect around(CPoint centre, float radius) {
-  return {centre.x - radius, centre.y - radius, centre.x + radius, centre.y + radius};
-}
-
-CColor faded(CColor colour, float share) {
+CColor weakened(CColor colour, float share) {
   colour.alpha = static_cast<std::uint8_t>(std::lround(static_cast<float>(colour.alpha) * share));
   return colour;
 }
@@ -53,7 +37,7 @@ SCEQGraph::SCEQGraph(const ControlSetup& setup, ValueSource& source, Plug& effec
                    .curveFlags = 0x400000,
                    .hasAxes = false}),
       band(which) {
-  levels.range = kRange;
+  levels.range = kFilterRange;
 }
 
 int SCEQGraph::nodeOf(int handle) const {
@@ -61,15 +45,15 @@ int SCEQGraph::nodeOf(int handle) const {
 }
 
 Kind SCEQGraph::kindOf(int filter) const {
-  const float least = values.stepsOf(bandParameter(kKindGain, filter)).least;
-  return sidechain_kinds::kindOf(filter, getBandValue(kKindType, filter) != 0.0F,
-                                 getBandValue(kKindGain, filter) <= least);
+  const float least = values.stepsOf(bandParameter(kNodeGain, filter)).least;
+  return sidechain_kinds::kindOf(filter, getBandValue(kNodeType, filter) != 0.0F,
+                                 getBandValue(kNodeGain, filter) <= least);
 }
 
 // What it shows.
 
 SCEQGraph::Seen SCEQGraph::read() const {
-  constexpr std::array<int, kWatched> kKinds = {kKindOn, kKindType, kKindGain, kKindFrequency};
+  constexpr std::array<int, kWatched> kKinds = {kNodeOn, kNodeType, kNodeGain, kNodeFrequency};
   Seen now;
   now.response = plugin.getEngine().getSidechainRevision(band);
   now.axis = frequencies;
@@ -88,7 +72,7 @@ bool SCEQGraph::hasChanged() {
   return true;
 }
 
-CRect SCEQGraph::inside() const { return size.inset(kInside, kInside); }
+CRect SCEQGraph::inside() const { return size.inset(small_graph::kInside, small_graph::kInside); }
 
 void SCEQGraph::placeHandles() {
   placeCurve();
@@ -96,14 +80,14 @@ void SCEQGraph::placeHandles() {
     return std::clamp(place, kHandleInset, static_cast<double>(extent) - kHandleInset);
   };
   for (int filter = 0; filter < kFilters; ++filter) {
-    const double frequency = static_cast<double>(getBandValue(kKindFrequency, filter));
+    const double frequency = static_cast<double>(getBandValue(kNodeFrequency, filter));
     const double own = plugin.getEngine().getSidechainResponse(band, filter, frequency);
     const double level = sidechain_kinds::hasGain(kindOf(filter))
-                             ? static_cast<double>(getBandValue(kKindGain, filter))
+                             ? static_cast<double>(getBandValue(kNodeGain, filter))
                              : graph_handles::decibels(own);
     graph_handles::Handle& handle = handles[at(filter)];
     handle.isActive = true;
-    handle.isRunning = getBandValue(kKindOn, filter) != 0.0F;
+    handle.isRunning = getBandValue(kNodeOn, filter) != 0.0F;
     handle.centre = {held(frequencies.columnOf(frequency), frequencies.width),
                      held(levels.rowOf(level), levels.height)};
     handle.setRow = handle.targetRow = handle.centre.y;
@@ -153,7 +137,7 @@ CMouseEventResult SCEQGraph::onMouseDown(CPoint where, CButtonState buttons) {
 }
 
 void SCEQGraph::toggle(int handle) {
-  edit(bandParameter(kKindOn, handle), handleOf(handle).isRunning ? 0.0F : 1.0F);
+  edit(bandParameter(kNodeOn, handle), handleOf(handle).isRunning ? 0.0F : 1.0F);
 }
 
 void SCEQGraph::openMenu(int handle, CPoint where, bool isPressed) {
@@ -169,12 +153,12 @@ void SCEQGraph::choose(int handle, Kind kind) {
   const Kind before = kindOf(handle);
   if (kind == before) return;
   const HistoryGroup group(plugin.edits());
-  edit(bandParameter(kKindType, handle), sidechain_kinds::isSecondType(kind) ? 1.0F : 0.0F);
-  const std::int32_t gain = bandParameter(kKindGain, handle);
+  edit(bandParameter(kNodeType, handle), sidechain_kinds::isSecondType(kind) ? 1.0F : 0.0F);
+  const std::int32_t gain = bandParameter(kNodeGain, handle);
   const float least = values.stepsOf(gain).least;
   if (kind == Kind::kNotch) edit(gain, values.normalisedOf(gain, least));
   // A peak at the lower end would still be a notch.
-  const bool isLeast = getBandValue(kKindGain, handle) <= least;
+  const bool isLeast = getBandValue(kNodeGain, handle) <= least;
   if (kind == Kind::kPeak && isLeast) edit(gain, values.defaultOf(gain));
 }
 
@@ -183,14 +167,14 @@ void SCEQGraph::beginMoving() {
   isMoving = true;
   hideMouse(getFrame(), values);
   const HistoryGroup group(plugin.edits());
-  if (!handleOf(dragBand).isRunning) edit(bandParameter(kKindOn, dragBand), 1.0F);
-  dragTags = {bandParameter(kKindFrequency, dragBand), -1};
+  if (!handleOf(dragBand).isRunning) edit(bandParameter(kNodeOn, dragBand), 1.0F);
+  dragTags = {bandParameter(kNodeFrequency, dragBand), -1};
   if (sidechain_kinds::hasGain(kindOf(dragBand))) {
-    dragTags[1] = bandParameter(kKindGain, dragBand);
+    dragTags[1] = bandParameter(kNodeGain, dragBand);
   }
-  const double gain = static_cast<double>(getBandValue(kKindGain, dragBand));
+  const double gain = static_cast<double>(getBandValue(kNodeGain, dragBand));
   // The row that `gainAt` takes for this gain.
-  dragAt = {frequencies.columnOf(static_cast<double>(getBandValue(kKindFrequency, dragBand))),
+  dragAt = {frequencies.columnOf(static_cast<double>(getBandValue(kNodeFrequency, dragBand))),
             (1.0 - gain / levels.range) * levels.height * 0.5};
   for (const std::int32_t id : dragTags) beginEdit(id);
 }
@@ -199,7 +183,7 @@ void SCEQGraph::moveDrag(CPoint where, CButtonState buttons) {
   const CPoint moved = where - std::exchange(lastPoint, where);
   if (moved == CPoint{}) return;
   if (!isMoving) beginMoving();
-  const double share = buttons.has(kShift) ? kFine : 1.0;
+  const double share = buttons.has(kShift) ? 0.1 : 1.0;
   dragAt.x = std::clamp(dragAt.x + static_cast<double>(moved.x) * share, 0.0,
                         static_cast<double>(frequencies.width));
   dragAt.y = std::clamp(dragAt.y + static_cast<double>(moved.y) * share, 0.0,
@@ -273,7 +257,7 @@ bool SCEQGraph::onKeyDown(const KeyEvent& key) {
     toggle(keyHandle);
     return true;
   }
-  return moveByKey(keyHandle, key, kColumnsPerKey);
+  return moveByKey(keyHandle, key, 1.0);
 }
 
 void SCEQGraph::removed() {
@@ -287,19 +271,20 @@ void SCEQGraph::takeFocus() {
 }
 
 /// A band that is off has nothing but its + here.
-bool SCEQGraph::isTabStop() const { return plugin.getBandValue(kKindOn, band) != 0.0F; }
+bool SCEQGraph::isTabStop() const { return plugin.getBandValue(kNodeOn, band) != 0.0F; }
 
 // The drawing.
 
 void SCEQGraph::draw(CDrawContext& context) {
   setDirty(false);
   freshenHandles();
-  frame.draw(context, size.inset(kFrame, kFrame), {3.0F, look::kPanel, look::kBorder});
+  frame.draw(context, size.inset(small_graph::kFrame, small_graph::kFrame),
+             {3.0F, look::kPanel, look::kBorder});
   drawGrid(context);
   drawResponse(context);
   drawHandles(context);
   if (hasFocus()) {
-    focusBox.draw(context, size.inset(kFrame, kFrame),
+    focusBox.draw(context, size.inset(small_graph::kFrame, small_graph::kFrame),
                   {3.0F, kTransparentCColor, CColor::rgb(0x4E9ACC, 217)});
   }
 }
@@ -330,8 +315,8 @@ void SCEQGraph::drawResponse(CDrawContext& context) {
   const auto zero = static_cast<float>(levels.rowOf(0.0)) - 0.5F;
   way.clear();
   for (std::size_t x = 0; x < rows.size(); ++x) {
-    way.push_back({pressed(x, rows[x]), faded(look::kLit, 0.16F)});
-    way.push_back({pressed(x, zero), faded(look::kLit, 0.16F)});
+    way.push_back({pressed(x, rows[x]), weakened(look::kLit, 0.16F)});
+    way.push_back({pressed(x, zero), weakened(look::kLit, 0.16F)});
   }
   context.drawTriangleStrip(way);
   way.clear();
@@ -347,16 +332,16 @@ void SCEQGraph::drawMarks(CDrawContext& context, int handle, CPoint at, CColor c
   const int flags = getBandFlags(handle);
   const float thin = context.hairline() * 0.5F;
   for (const float side : {-kFar, kFar}) {
-    if ((flags & kBitGain) != 0) {
+    if ((flags & kNodeHasGain) != 0) {
       context.fillRect({at.x - thin, at.y + side - kHalf, at.x + thin, at.y + side + kHalf},
                        colour);
     }
-    if ((flags & kBitQ) != 0) {
+    if ((flags & kNodeHasQ) != 0) {
       context.fillRect({at.x + side - kHalf, at.y - thin, at.x + side + kHalf, at.y + thin},
                        colour);
     }
   }
-  if ((flags & kBitSlope) == 0) return;
+  if ((flags & kNodeHasSlope) == 0) return;
   // It falls to the side at which the filter ends.
   const float side = handle == 0 ? -1.0F : 1.0F;
   const CPoint slope[] = {{at.x + side * 8.0F, at.y + 8.0F}, {at.x + side * 5.0F, at.y + 4.0F}};
@@ -372,14 +357,14 @@ void SCEQGraph::drawHandles(CDrawContext& context) {
     if (filter == used) colour = handle.isRunning ? look::kHotValue : look::kQuietText;
     if (handle.isRunning) drawMarks(context, filter, centre, colour);
     context.setFillColor(look::kPanel);
-    context.drawEllipse(around(centre, kDotGround), kDrawFilled);
+    context.drawEllipse(small_graph::around(centre, small_graph::kDot + 1.0F), kDrawFilled);
     if (handle.isRunning) {
       context.setFillColor(colour);
-      context.drawEllipse(around(centre, kDot), kDrawFilled);
+      context.drawEllipse(small_graph::around(centre, small_graph::kDot), kDrawFilled);
     } else {
-      context.setFrameColor(faded(colour, 0.7F));
+      context.setFrameColor(weakened(colour, 0.7F));
       context.setLineWidth(1.0F);
-      context.drawEllipse(around(centre, kDot - 0.25F), kDrawStroked);
+      context.drawEllipse(small_graph::around(centre, small_graph::kDot - 0.25F), kDrawStroked);
     }
   }
   if (used >= 0) drawBandLabel(context, used);
@@ -402,9 +387,9 @@ void SCEQGraph::drawBandLabel(CDrawContext& context, int handle) {
     context.drawText(text, {middle - half, top, middle + half, top + kHeight}, style);
   };
   write(sidechain_kinds::label(kindOf(handle)), nameTop,
-        look::bold(look::kSmallTextSize, faded(look::kLit, fade), kCenterText));
+        look::bold(look::kSmallTextSize, weakened(look::kLit, fade), kCenterText));
   const bool isOfGain = dragTags[1] >= 0 && dragBand == handle;
-  std::string figure = values.textOf(bandParameter(kKindFrequency, handle));
+  std::string figure = values.textOf(bandParameter(kNodeFrequency, handle));
   if (isOfGain) figure += " " + values.textOf(dragTags[1]);
-  write(figure, valueTop, look::bold(10.0F, faded(look::kValue, fade), kCenterText));
+  write(figure, valueTop, look::bold(10.0F, weakened(look::kValue, fade), kCenterText));
 }

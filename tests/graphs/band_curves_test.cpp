@@ -108,6 +108,11 @@ TEST(BandCurves, ChangeOnlyWithWhatTheyShow) {
   EXPECT_TRUE(changes());
   settings.axis.width = 101;
   EXPECT_TRUE(changes());
+  ASSERT_EQ(curves.shape(0).size(), 101U);
+  for (const std::size_t i : {0U, 50U, 100U}) {
+    const double hertz = settings.axis.frequencyAt(static_cast<double>(i));
+    EXPECT_NEAR(curves.shape(0)[i], 20.0 * std::log10(rig.plug.getBandResponse(0, hertz)), 1e-4);
+  }
   for (const char* change : {"B1Q=3", "B1Gain=-6", "B1Bypass=1", "B1Bypass=0", "B2State=1",
                              "B2Gain=3", "B1State=0", "B1State=1"}) {
     rig.setText(change);
