@@ -17,7 +17,13 @@ enum NodeKind : int {
   kNodeSlope = 8,
 };
 /// Bits of `nodeFlags`.
-enum NodeFlag : int { kNodeHasGain = 1, kNodeHasQ = 4, kNodeHasSlope = 16 };
+enum NodeFlag : int {
+  kNodeHasGain = 1,
+  kNodeHasQ = 4,
+  kNodeHasSlope2 = 8,
+  kNodeHasSlope = 16,
+  kNodeIsCrossover = 32,  ///< that graphs add to those of a crossover point
+};
 
 /// The id of a node's parameter of a `NodeKind`, -1 if the node has none. Every kind of a crossover
 /// point gives the slope that it sets.

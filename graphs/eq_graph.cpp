@@ -11,12 +11,8 @@
 
 namespace {
 
-constexpr double kColumnsPerKey = 4.0;
+constexpr double kBandColumnsPerKey = 4.0;
 constexpr float kFiguresWidth = 44.0F;  // of the levels at the right edge
-
-constexpr std::uint32_t bitOf(int band) { return 1U << static_cast<std::uint32_t>(band); }
-
-bool extendsSelection(CButtonState buttons) { return buttons.has(kShift) || buttons.has(kControl); }
 
 }  // namespace
 
@@ -42,9 +38,9 @@ bool EQGraph::moveByKey(const KeyEvent& key) {
   if (!isHandle(keyHandle) || !handleOf(keyHandle).isActive) return false;
   const bool isSideways = key.key == Key::kLeft || key.key == Key::kRight;
   if (!isSideways || keyHandle < kBands) {
-    return EQGraphEdits::moveByKey(keyHandle, key, kColumnsPerKey);
+    return EQGraphEdits::moveByKey(keyHandle, key, kBandColumnsPerKey);
   }
-  shiftCrossover(keyHandle, keyFactor(key, kColumnsPerKey));
+  shiftCrossover(keyHandle, keyFactor(key, kBandColumnsPerKey));
   return true;
 }
 

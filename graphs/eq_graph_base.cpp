@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editor/controls/tiled_menus.h"
 #include "graphs/graph_drawing.h"
 #include "graphs/graph_grid.h"
@@ -13,13 +14,10 @@
 
 namespace {
 
-constexpr int kKindQ = 6;
 constexpr float kPerNotch = 1.5F;  // by which a notch changes Q
 constexpr float kFineNotch = 0.1F;
 constexpr float kTextHeight = 10.0F;
 constexpr std::uint64_t kFrameMs = 16;
-constexpr int kBitQ = 4;
-constexpr int kBitCrossover = 32;
 
 }  // namespace
 
@@ -117,12 +115,12 @@ std::int32_t EQGraphBase::bandParameter(int kind, int handle) const {
 }
 
 int EQGraphBase::getBandFlags(int handle) const {
-  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? kBitCrossover : 0);
+  return plugin.getBandFlags(nodeOf(handle), handle >= numBands ? kNodeIsCrossover : 0);
 }
 
 Cursor EQGraphBase::getBandCursor(int handle, CButtonState modifiers) const {
   if (modifiers.has(kControl)) return Cursor::kSizeDiagonal;
-  return (getBandFlags(handle) & kBitCrossover) != 0 ? Cursor::kSizeHorizontal : Cursor::kMove;
+  return (getBandFlags(handle) & kNodeIsCrossover) != 0 ? Cursor::kSizeHorizontal : Cursor::kMove;
 }
 
 int EQGraphBase::getNearestBand(CPoint where, double limit) {
@@ -139,9 +137,8 @@ void EQGraphBase::freshenHandles() {
 }
 
 std::int32_t EQGraphBase::tagAt(CPoint where) {
-  constexpr int kKindFrequency = 5;
   const int handle = getNearestBand(where);
-  return handle >= 0 ? bandParameter(kKindFrequency, handle) : -1;
+  return handle >= 0 ? bandParameter(kNodeFrequency, handle) : -1;
 }
 
 // Size and range.
@@ -214,12 +211,12 @@ void EQGraphBase::tell(std::int32_t id, int what, const CRect& place) {
 }
 
 void EQGraphBase::turnQ(int handle, float notches, bool fine) {
-  const std::int32_t id = bandParameter(kKindQ, handle);
-  if (id < 0 || (getBandFlags(handle) & kBitQ) == 0) return;
+  const std::int32_t id = bandParameter(kNodeQ, handle);
+  if (id < 0 || (getBandFlags(handle) & kNodeHasQ) == 0) return;
   if (preferences.invertedQ) notches = -notches;
   const float factor = std::pow(kPerNotch, fine ? notches * kFineNotch : notches);
   const ValueSteps steps = values.stepsOf(id);
-  const float plain = std::clamp(getBandValue(kKindQ, handle) * factor, steps.least, steps.most);
+  const float plain = std::clamp(getBandValue(kNodeQ, handle) * factor, steps.least, steps.most);
   edit(id, values.normalisedOf(id, plain));
 }
 
@@ -425,7 +422,7 @@ void EQGraphBase::draw(CDrawContext& context) {
   drawReadout(context);
   if (hasAxes) drawStrip(context);
   drawHandles(context);
-  if (focused)
+  if (focused && !isHandle(keyHandle))
     focusRing.draw(context, size, {3.0F, kTransparentCColor, CColor::rgb(0x4E9ACC, 217)});
 }
 

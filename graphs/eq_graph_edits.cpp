@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editing/parameter_ids.h"
 #include "editor/controls/action_menu.h"
 #include "editor/controls/tiled_menus.h"
@@ -16,19 +17,10 @@
 
 namespace {
 
-constexpr int kKindEnable = 0;
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
-constexpr int kKindQ = 6;
-constexpr int kBitQ = 4;
-constexpr double kFine = 0.1;
+constexpr double kFineDrag = 0.1;
 constexpr double kLongStem = graph_handles::kReach;  // shorter ones jump under the mouse
 constexpr double kRowsPerNotch = 20.0;               // of a drag that turns Q
 constexpr double kLeastRatio = 1.02;                 // between bands of the crossover
-
-constexpr std::uint32_t bitOf(int band) { return 1U << static_cast<std::uint32_t>(band); }
-
-bool extendsSelection(CButtonState buttons) { return buttons.has(kShift) || buttons.has(kControl); }
 
 }  // namespace
 
@@ -66,7 +58,7 @@ bool EQGraphEdits::createBand(CPoint where, CButtonState buttons) {
     const HistoryGroup group(plugin.edits());
     band = plugin.addBand(list, frequencies.frequencyAt(point.x));
     if (band < 0) return false;
-    const std::int32_t gain = bandParameter(kKindGain, band);
+    const std::int32_t gain = bandParameter(kNodeGain, band);
     edit(gain, values.normalisedOf(gain, static_cast<float>(levels.gainAt(point.y))));
   }
   tell(kGUISelectOnly, band);
@@ -79,7 +71,7 @@ bool EQGraphEdits::createBand(CPoint where, CButtonState buttons) {
 }
 
 void EQGraphEdits::toggleBand(int band) {
-  const std::int32_t id = bandParameter(kKindEnable, band);
+  const std::int32_t id = bandParameter(kNodeOn, band);
   edit(id, 1.0F - plugin.getPlainValue(id));
 }
 
@@ -167,12 +159,12 @@ void EQGraphEdits::beginMoving() {
   const double stem = held.centre.y - held.targetRow;
   stemRows = std::abs(stem) > kLongStem ? stem : 0.0;
   const auto frequencyOf = [this](int band) {
-    return static_cast<double>(getBandValue(kKindFrequency, band));
+    return static_cast<double>(getBandValue(kNodeFrequency, band));
   };
   if (drag == Drag::kBand) {
-    dragTags = {bandParameter(kKindFrequency, dragBand), bandParameter(kKindGain, dragBand)};
+    dragTags = {bandParameter(kNodeFrequency, dragBand), bandParameter(kNodeGain, dragBand)};
   } else if (drag == Drag::kQ) {
-    if ((getBandFlags(dragBand) & kBitQ) != 0) dragTags[0] = bandParameter(kKindQ, dragBand);
+    if ((getBandFlags(dragBand) & kNodeHasQ) != 0) dragTags[0] = bandParameter(kNodeQ, dragBand);
   } else {
     const auto place = at(dragBand - kBands);
     dragTags[0] = bandParameterId(xover[place], kB1Frequency);
@@ -195,8 +187,8 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   }
   const bool isFine = buttons.has(kShift);
   if (isFine) {
-    dragShift.x -= moved.x * (1.0 - kFine);
-    dragShift.y -= moved.y * (1.0 - kFine);
+    dragShift.x -= moved.x * (1.0 - kFineDrag);
+    dragShift.y -= moved.y * (1.0 - kFineDrag);
   }
   const graph_handles::Point to{now.x + dragShift.x, now.y + dragShift.y};
   if (drag == Drag::kBand) {
@@ -204,11 +196,11 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   } else if (drag == Drag::kCrossover) {
     moveCrossover(frequencies.frequencyAt(to.x - grabOffset));
   } else if (dragTags[0] >= 0) {
-    const double notches = -moved.y * (isFine ? kFine : 1.0) / kRowsPerNotch;
+    const double notches = -moved.y * (isFine ? kFineDrag : 1.0) / kRowsPerNotch;
     const double factor = std::pow(1.5, preferences.invertedQ ? -notches : notches);
     const ValueSteps steps = values.stepsOf(dragTags[0]);
     writePlain(dragTags[0],
-               std::clamp(static_cast<double>(getBandValue(kKindQ, dragBand)) * factor,
+               std::clamp(static_cast<double>(getBandValue(kNodeQ, dragBand)) * factor,
                           static_cast<double>(steps.least), static_cast<double>(steps.most)));
   }
   isStale = true;
@@ -225,7 +217,7 @@ void EQGraphEdits::moveCrossover(double frequency) {
   const auto place = at(dragBand - kBands);
   if (place + 1 >= xover.size()) return;
   const auto frequencyOf = [this](int band) {
-    return static_cast<double>(getBandValue(kKindFrequency, band));
+    return static_cast<double>(getBandValue(kNodeFrequency, band));
   };
   const double low = frequencyOf(xover[place]);
   const double high = frequencyOf(xover[place + 1]);

@@ -21,6 +21,13 @@ class EQGraphEdits : public EQGraphPicture {
  protected:
   ~EQGraphEdits() override = default;
 
+  [[nodiscard]] static constexpr std::uint32_t bitOf(int band) {
+    return 1U << static_cast<std::uint32_t>(band);
+  }
+  [[nodiscard]] static bool extendsSelection(CButtonState buttons) {
+    return buttons.has(kShift) || buttons.has(kControl);
+  }
+
   /// A band is pressed: it alone is selected, it is taken in or out, or it becomes the current one
   /// of several.
   void selectPressed(int band, CButtonState buttons);

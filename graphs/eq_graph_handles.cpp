@@ -24,20 +24,20 @@ constexpr float kQuiet = 0.45F;  // where another band is soloed
 constexpr std::string_view kHeadphones = "\xC5\x85";
 constexpr std::string_view kPowerGlyph = "\xC4\x84";
 
-CRect around(CPoint centre, float radius) {
+CRect boxAround(CPoint centre, float radius) {
   return {centre.x - radius, centre.y - radius, centre.x + radius, centre.y + radius};
 }
 
 void disc(CDrawContext& context, CPoint centre, float radius, CColor colour) {
   context.setFillColor(colour);
-  context.drawEllipse(around(centre, radius), kDrawFilled);
+  context.drawEllipse(boxAround(centre, radius), kDrawFilled);
 }
 
 /// A line of `width`, half of it to either side of `radius`.
 void ring(CDrawContext& context, CPoint centre, float radius, float width, CColor colour) {
   context.setFrameColor(colour);
   context.setLineWidth(width);
-  context.drawEllipse(around(centre, radius + width * 0.5F), kDrawStroked);
+  context.drawEllipse(boxAround(centre, radius + width * 0.5F), kDrawStroked);
   context.setLineWidth(1.0F);
 }
 
@@ -134,7 +134,7 @@ void EQGraphPicture::drawBadge(CDrawContext& context, CPoint centre, bool isList
   const CPoint middle{centre.x + 9.0F, centre.y - 9.0F};
   disc(context, middle, 5.5F, kBlackCColor);
   disc(context, middle, 5.0F, look::kText);
-  const CRect place = around(middle, 5.0F);
+  const CRect place = boxAround(middle, 5.0F);
   context.drawTextCached(isListened ? kHeadphones : "S", place,
                          look::bold(isListened ? 9.0F : 8.0F, kBlackCColor, kCenterText));
 }
@@ -165,7 +165,6 @@ void EQGraphPicture::drawRubber(CDrawContext& context) {
 
 void EQGraphPicture::drawBar(CDrawContext& context) {
   if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive || barSize.x <= 0.0F) return;
-  if (drag == Drag::kNone) placeBar();
   BoxLook boxLook{4.0F, CColor::rgb(0x000000, 0xCC)};
   boxLook.shadow = 1;
   boxLook.shadowAlpha = 0.4F;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/plug.h"
+#include "editing/graph_nodes.h"
 #include "editing/parameter_ids.h"
 #include "editor/controls/band_tabs.h"
 #include "graphs/handles.h"
@@ -16,12 +17,9 @@
 
 namespace {
 
-constexpr int kKindGain = 4;
-constexpr int kKindFrequency = 5;
-constexpr int kBitQ = 4;
-constexpr int kBitSlope2 = 8;
-constexpr int kBitSlope = 16;
-constexpr float kNear = 10.0F;  // around bar and handle, where the bar stays
+constexpr float kNear = 10.0F;    // around bar and handle, where the bar stays
+constexpr float kClear = 11.0F;   // from the bar to its disc, at least
+constexpr float kBeside = 48.0F;  // and at most
 
 /// What of a band a picture depends on; its gains are watched by themselves.
 constexpr std::array kWatched = {kB1State, kB1Bypass,   kB1Type,      kB1SubType,
@@ -150,12 +148,11 @@ void EQGraphScene::placeHandles() {
   areCurvesMoving = curves.update(plugin, settings);
   for (int band = 0; band < kBands; ++band) handles[at(band)] = bandHandle(band);
   placeCrossovers();
-  if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive) {
-    if (hoverBand >= 0) showBar(-1);
-  } else if (drag == Drag::kNone || !isMoving) {
-    if (barContent(hoverBand) != barShown) placeBar();
+  if (hoverBand < 0) return;
+  if (isHandle(hoverBand) && handleOf(hoverBand).isActive) {
+    placeBar();
   } else {
-    barShown = barContent(hoverBand);
+    showBar(-1);
   }
 }
 
@@ -164,8 +161,8 @@ graph_handles::Handle EQGraphScene::bandHandle(int band) {
   made.isActive = isActive(band);
   if (!made.isActive) return made;
   made.isRunning = curves.runs(band);
-  const auto frequency = static_cast<double>(getBandValue(kKindFrequency, band));
-  const auto setGain = static_cast<double>(getBandValue(kKindGain, band));
+  const auto frequency = static_cast<double>(getBandValue(kNodeFrequency, band));
+  const auto setGain = static_cast<double>(getBandValue(kNodeGain, band));
   const double own = graph_handles::decibels(plugin.getBandResponse(band, frequency));
   const double change = isHeard(band) ? curves.liveGain(band) - curves.setGain(band) : 0.0;
   made.centre = {frequencies.clampedColumnOf(frequency), levels.rowOf(own + setGain + change)};
@@ -181,7 +178,7 @@ void EQGraphScene::placeCrossovers() {
     if (nodeOf(handle) < 0) continue;
     const auto place = at(handle - kBands);
     const auto frequencyOf = [this](int band) {
-      return static_cast<double>(getBandValue(kKindFrequency, band));
+      return static_cast<double>(getBandValue(kNodeFrequency, band));
     };
     made.isActive = made.isRunning = true;
     made.centre.x = frequencies.clampedColumnOf(graph_handles::crossoverFrequency(
@@ -230,14 +227,38 @@ hover_bar::Content EQGraphScene::barContent(int handle) const {
   content.kind = BandTabState::read(values, handle).kind;
   write(hover_bar::kFrequency);
   write(hover_bar::kGain);
-  if ((flags & kBitQ) != 0) write(hover_bar::kQ);
-  if ((flags & kBitSlope) != 0) write(hover_bar::kSlope);
-  if ((flags & kBitSlope2) != 0) write(hover_bar::kSlope2);
+  if ((flags & kNodeHasQ) != 0) write(hover_bar::kQ);
+  if ((flags & kNodeHasSlope) != 0) write(hover_bar::kSlope);
+  if ((flags & kNodeHasSlope2) != 0) write(hover_bar::kSlope2);
   return content;
 }
 
-/// Where there is room, unless the mouse is on it.
+/// It stays where it is while the mouse is on it, and as long as it is beside its disc and leaves
+/// that free: sound moves discs all the time.
+bool EQGraphScene::keepsBarPlace() const {
+  if (barSize.x <= 0.0F) return false;
+  const CPoint cursor{static_cast<float>(cursorX), static_cast<float>(cursorY)};
+  if (isCursorIn && drag == Drag::kNone && isOnBar(frameToLocal(cursor))) return true;
+  const CPoint disc = discOf(hoverBand);
+  return !barPlace().inset(-kClear, -kClear).contains(disc) &&
+         barPlace().inset(-kBeside, -kBeside).contains(disc);
+}
+
+CPoint EQGraphScene::freeBarPlace(CPoint barIs) const {
+  std::vector<CPoint> discs;
+  std::vector<CPoint> rings;
+  for (int handle = 0; handle < kHandles; ++handle) {
+    if (!handleOf(handle).isActive) continue;
+    const CPoint disc = discOf(handle) - size.topLeft();
+    discs.push_back(disc);
+    rings.push_back({disc.x, static_cast<float>(handleOf(handle).setRow)});
+  }
+  return hover_bar::placeOf(discOf(hoverBand) - size.topLeft(), barIs,
+                            {{size.width(), size.height()}, discs, rings});
+}
+
 void EQGraphScene::placeBar() {
+  const bool isPlaced = isHandle(hoverBand) && keepsBarPlace();
   hoverBoxes.fill(hover_bar::kNoBox);
   barSize = {};
   if (!isHandle(hoverBand) || !handleOf(hoverBand).isActive) return;
@@ -249,28 +270,8 @@ void EQGraphScene::placeBar() {
     widths.values[i] = look::widthOf(style, barShown.values[i]);
   }
   const hover_bar::Layout layout = hover_bar::layoutOf(barShown, widths);
-  std::vector<CPoint> discs;
-  std::vector<CPoint> rings;
-  const auto pointOf = [](double x, double y) {
-    return CPoint{static_cast<float>(x), static_cast<float>(y)};
-  };
-  for (const graph_handles::Handle& each : handles) {
-    if (!each.isActive) continue;
-    discs.push_back(
-        pointOf(each.centre.x, graph_handles::liftedDisc(each.centre.y, levels.height).row));
-    rings.push_back(pointOf(each.centre.x, each.setRow));
-  }
-  const bool keepsPlace =
-      isOnBar(frameToLocal({static_cast<float>(cursorX), static_cast<float>(cursorY)})) &&
-      isCursorIn;
-  if (!keepsPlace) {
-    const graph_handles::Handle& own = handleOf(hoverBand);
-    const CPoint middle =
-        pointOf(own.centre.x, graph_handles::liftedDisc(own.centre.y, levels.height).row);
-    barCorner =
-        hover_bar::placeOf(middle, layout.size, {{size.width(), size.height()}, discs, rings});
-  }
   barSize = layout.size;
+  if (!isPlaced) barCorner = freeBarPlace(barSize);
   for (std::size_t i = 0; i < hoverBoxes.size(); ++i) {
     const CRect& box = layout.boxes[i];
     if (!box.isEmpty()) hoverBoxes[i] = box.movedBy(barPlace().topLeft());

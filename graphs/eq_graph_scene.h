@@ -82,6 +82,8 @@ class EQGraphScene : public EQGraphBase {
   [[nodiscard]] graph_handles::Handle bandHandle(int band);
   void placeCrossovers();
   [[nodiscard]] hover_bar::Content barContent(int handle) const;
+  [[nodiscard]] bool keepsBarPlace() const;
+  [[nodiscard]] CPoint freeBarPlace(CPoint barIs) const;
 
   bool areCurvesMoving = false;
   SpectrumColumns spectrum;

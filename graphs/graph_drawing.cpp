@@ -1,6 +1,7 @@
 #include "graphs/graph_drawing.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "graphs/graph_grid.h"
@@ -139,7 +140,7 @@ void CurvePainter::fillFade(CDrawContext& context, std::span<const float> upper,
   const float perRow = (fade.bottomAlpha - fade.topAlpha) / (fade.bottom - fade.top);
   const auto add = [&](float x, float y) {
     const float alpha = fade.topAlpha + (y - fade.top) * perRow;
-    colour.alpha = static_cast<std::uint8_t>(std::clamp(alpha, 0.0F, 1.0F) * 255.0F + 0.5F);
+    colour.alpha = static_cast<std::uint8_t>(std::lround(std::clamp(alpha, 0.0F, 1.0F) * 255.0F));
     area.push_back({{x, y}, colour});
   };
   area.clear();

@@ -87,6 +87,7 @@ std::vector<Level> levels(const LevelAxis& axis) {
 
 std::vector<Level> analyserLevels(const AnalyserAxis& axis, int height) {
   std::vector<Level> texts;
+  texts.reserve(kAnalyserSteps);
   for (int i = 0; i < kAnalyserSteps; ++i) {
     texts.push_back({i == 0 ? kFirstAnalyserRow : (height - 1) * i / kAnalyserSteps,
                      axis.top - i * axis.range / kAnalyserSteps});

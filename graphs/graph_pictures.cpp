@@ -8,7 +8,7 @@
 namespace {
 
 constexpr float kDecadeAlpha = 0.10F;
-constexpr float kLineAlpha = 0.035F;
+constexpr float kThinAlpha = 0.035F;
 constexpr float kLevelAlpha = 0.05F;
 constexpr float kZeroAlpha = 0.20F;
 constexpr float kDashAlpha = 0.20F;
@@ -33,7 +33,7 @@ void GridPicture::paint(const Look& look, float scale) const {
   for (const graph_grid::Upright& line : graph_grid::uprights(look.frequencies)) {
     const float x = std::round(static_cast<float>(line.column) * scale);
     picture->box({x, 0.0F, x + hair, height}, kWhiteCColor,
-                 line.isDecade ? kDecadeAlpha : kLineAlpha);
+                 line.isDecade ? kDecadeAlpha : kThinAlpha);
   }
   for (const graph_grid::Level& line : graph_grid::levels(look.levels)) {
     // Half a pixel further, in the middle of the row.

@@ -53,7 +53,8 @@ constexpr float kBeside = 12.0F;
 constexpr float kDiscRoom = 12.0F;
 constexpr float kRingRoom = 5.0F;
 constexpr float kNearest = 18.0F;
-constexpr float kFurthest = 130.0F;
+constexpr int kSteps = 16;
+constexpr float kNowhere = 1e9F;
 constexpr float kStep = 7.0F;
 constexpr float kFromEdge = 6.0F;
 constexpr float kFromBottom = 52.0F;
@@ -108,27 +109,26 @@ int boxAt(const Boxes& boxes, CPoint point) {
 }
 
 CPoint placeOf(CPoint handle, CPoint size, const Surroundings& around) {
-  float least = -1.0F;
-  CPoint best{std::clamp(handle.x - size.x * 0.5F, kFromEdge,
-                         std::max(kFromEdge, around.plot.x - kFromEdge - size.x)),
-              kFromEdge};
-  for (const int side : {0, -1, 1}) {
-    const float besides[] = {handle.x - size.x * 0.5F, handle.x + 14.0F, handle.x - 14.0F - size.x};
-    const float x = std::clamp(besides[side < 0 ? 2 : side], kFromEdge,
-                               std::max(kFromEdge, around.plot.x - kFromEdge - size.x));
-    for (const bool isAbove : {true, false}) {
-      for (float gap = kNearest; gap < kFurthest; gap += kStep) {
-        const float y = isAbove ? handle.y - gap - size.y : handle.y + gap;
-        if (y < kFromEdge || y + size.y > around.plot.y - kFromBottom) continue;
-        const CRect bar{x, y, x + size.x, y + size.y};
-        const float cost =
-            (covered(bar, around.discs, kDiscRoom) + covered(bar, around.rings, kRingRoom)) *
-                kPerHandle +
-            gap + (isAbove ? 0.0F : kBelow) + (side != 0 ? kBeside : 0.0F);
-        if (least >= 0.0F && cost >= least) continue;
-        least = cost;
-        best = {x, y};
-      }
+  const float furthest = std::max(kFromEdge, around.plot.x - kFromEdge - size.x);
+  const float besides[] = {handle.x - size.x * 0.5F, handle.x - 14.0F - size.x, handle.x + 14.0F};
+  CPoint best{std::clamp(besides[0], kFromEdge, furthest), kFromEdge};
+  float least = kNowhere;
+  const auto offer = [&](float x, float y, float cost) {
+    if (y < kFromEdge || y + size.y > around.plot.y - kFromBottom) return;
+    const CRect bar{x, y, x + size.x, y + size.y};
+    cost += (covered(bar, around.discs, kDiscRoom) + covered(bar, around.rings, kRingRoom)) *
+            kPerHandle;
+    if (cost >= least) return;
+    least = cost;
+    best = {x, y};
+  };
+  for (const float side : besides) {
+    const float x = std::clamp(side, kFromEdge, furthest);
+    const float aside = side == besides[0] ? 0.0F : kBeside;
+    for (int step = 0; step < kSteps; ++step) {
+      const float gap = kNearest + static_cast<float>(step) * kStep;
+      offer(x, handle.y - gap - size.y, gap + aside);
+      offer(x, handle.y + gap, gap + aside + kBelow);
     }
   }
   return {std::round(best.x), std::round(best.y)};

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 
+#include "editing/graph_nodes.h"
 #include "toolkit/geometry.h"
 
 /// The bar beside a handle with what can be done to its band and the values it has.
@@ -13,8 +14,9 @@ namespace hover_bar {
 enum Box { kPower, kTitle, kKind, kDelete, kFrequency, kGain, kQ, kSlope, kSlope2 };
 inline constexpr int kBoxes = 9;
 inline constexpr int kFields = kBoxes - kFrequency;
-/// The kinds of values of the fields; see `editing/graph_nodes.h`.
-inline constexpr std::array<int, kFields> kFieldKinds = {5, 4, 6, 8, 7};
+/// The kinds of values of the fields.
+inline constexpr std::array<int, kFields> kFieldKinds = {kNodeFrequency, kNodeGain, kNodeQ,
+                                                         kNodeSlope, kNodeSlope2};
 
 using Boxes = std::array<CRect, kBoxes>;
 
