@@ -232,8 +232,12 @@ bool EQGraph::onWheel(CPoint where, float steps, CButtonState buttons) {
   if (drag != Drag::kNone) return true;
   followMouse(where, buttons.modifiers());
   if (isOnBar(where)) return turnField(steps, buttons.has(kShift));
-  if (underMouse >= 0) {
-    turnQ(underMouse, steps * wheelSensitivity(values), buttons.has(kShift));
+  // Its Q may move a disc away from under the mouse: the next notch is meant for it, too.
+  const bool isSameTurn = where == wheelAt && isHandle(wheelHandle);
+  if (!isSameTurn || underMouse >= 0) wheelHandle = underMouse;
+  wheelAt = where;
+  if (isHandle(wheelHandle) && handleOf(wheelHandle).isActive) {
+    turnQ(wheelHandle, steps * wheelSensitivity(values), buttons.has(kShift));
     return true;
   }
   const bool zooms = EQGraphEdits::onWheel(where, steps, buttons);

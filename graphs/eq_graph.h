@@ -38,4 +38,6 @@ class EQGraph final : public EQGraphEdits {
   bool handleKey(const KeyEvent& key, int band);
 
   WheelNotches fieldNotches;
+  CPoint wheelAt;        // of the last notch
+  int wheelHandle = -1;  // what that was for
 };
