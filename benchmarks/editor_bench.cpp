@@ -4,7 +4,9 @@
 #include <GL/gl.h>
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <ctime>
 #include <memory>
 #include <mutex>
@@ -39,8 +41,41 @@ struct Surface : EditedEffect {
   bool isDrawn = false;
 };
 
-void openGlFrame(benchmark::State& state) {
-  const Surface surface(state);
+/// Every band runs and works, and what is drawn moves with each block.
+struct PlayingSurface : Surface {
+  explicit PlayingSurface(const benchmark::State& state) : Surface(state) {
+    const auto set = [this](int id, float plain) {
+      plug.setParameter(id, plug.plainToNormalised(id, plain));
+    };
+    for (int band = 0; band < kNumBands; ++band) {
+      set(bandParameterId(band, kB1State), 1.0F);
+      set(bandParameterId(band, kB1Type), band < 4 ? 0.0F : 1.0F);
+      set(bandParameterId(band, kB1SubType), static_cast<float>(band % 3));
+      set(bandParameterId(band, kB1Frequency), 60.0F * std::exp2(static_cast<float>(band)));
+      set(bandParameterId(band, kB1Threshold), -48.0F);
+      set(bandParameterId(band, kB1Ratio), 0.6F);
+    }
+    plug.onIdle();
+    play();
+  }
+  /// A 60th of a second of noise.
+  void play() {
+    std::array<float, 735> left{};
+    std::array<float, 735> right{};
+    for (std::size_t i = 0; i < left.size(); ++i) {
+      seed = seed * 1664525U + 1013904223U;
+      left[i] = static_cast<float>(seed >> 8) / 16777216.0F - 0.5F;
+      right[i] = 0.5F * left[i];
+    }
+    float* pins[] = {left.data(), right.data(), nullptr, nullptr};
+    plug.processReplacing(pins, pins, static_cast<std::int32_t>(left.size()));
+    editor->idle();
+  }
+  std::uint32_t seed = 1;
+};
+
+void openGlFrame(benchmark::State& state, bool plays) {
+  PlayingSurface surface(state);
   const auto screen = GlContext::makeOffScreen(surface.width, surface.height, 0);
   if (screen == nullptr || !screen->makeCurrent()) {
     state.SkipWithError("there is no OpenGL");
@@ -57,7 +92,14 @@ void openGlFrame(benchmark::State& state) {
     std::uint32_t pixel = 0;
     glReadPixels(10, surface.height - 11, 1, 1, GL_BGRA, GL_UNSIGNED_BYTE, &pixel);
     if ((pixel & 0xFFFFFFU) == 0) state.SkipWithError("nothing was drawn");
-    for ([[maybe_unused]] auto _ : state) draw();
+    for ([[maybe_unused]] auto _ : state) {
+      if (plays) {
+        state.PauseTiming();
+        surface.play();
+        state.ResumeTiming();
+      }
+      draw();
+    }
   }
   screen->release();
 }
@@ -144,7 +186,16 @@ void layoutPass(benchmark::State& state) {
 }
 
 // Threads of a driver in software work beside: what counts is the time that passes.
-BENCHMARK(openGlFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(openGlFrame, still, false)
+    ->Arg(100)
+    ->Arg(200)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(openGlFrame, playing, true)
+    ->Arg(100)
+    ->Arg(150)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(plainFrame)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond);
 BENCHMARK(pushedValues)->Arg(100)->Unit(benchmark::kMicrosecond);
 BENCHMARK(layoutPass)->Arg(100)->Unit(benchmark::kMicrosecond);

@@ -24,6 +24,9 @@ constexpr const char* kLastAB = "lastAB";
 constexpr const char* kFreeWidth = "freeWidth";
 constexpr const char* kCurrentBand = "currentBand";
 constexpr const char* kMeterRange = "meterRange";
+constexpr const char* kGraph = "EQGraphBase";
+constexpr const char* kLowest = "minf";
+constexpr const char* kHighest = "maxf";
 constexpr const char* kFolder = "lastPresetFolder";
 constexpr const char* kLocks = "parameterLocks";
 constexpr const char* kLinks = "parameterLinks";
@@ -92,6 +95,28 @@ std::optional<std::string_view> folderIn(const JsonNode* settings) {
   return path.size() <= kLongestPath ? std::optional(path) : std::nullopt;
 }
 
+/// Only where not all frequencies are shown.
+void addGraphRange(JsonWriter& members, const EditorState& state) {
+  if (state.graphLowest == EditorState::kLowestShown &&
+      state.graphHighest == EditorState::kHighestShown) {
+    return;
+  }
+  JsonWriter range(members.add(kGraph, jsonCreateObject()));
+  range.add(kLowest, jsonCreateNumber(state.graphLowest));
+  range.add(kHighest, jsonCreateNumber(state.graphHighest));
+}
+
+void takeGraphRange(const JsonNode* settings, EditorState& state) {
+  const JsonNode* const range = jsonGetObjectItem(settings, kGraph);
+  const auto take = [range](const char* key, SharedNumber<double>& to, double byDefault) {
+    const JsonNode* const node = range != nullptr ? jsonGetObjectItem(range, key) : nullptr;
+    const double wanted = node != nullptr ? node->valueDouble : byDefault;
+    if (std::isfinite(wanted)) to = wanted;
+  };
+  take(kLowest, state.graphLowest, EditorState::kLowestShown);
+  take(kHighest, state.graphHighest, EditorState::kHighestShown);
+}
+
 void takeBanks(const EditorDocument& of, const JsonNode* settings) {
   takeNumber(settings, kLastAB, of.state.lastAB);
   const JsonNode* const bank = jsonGetObjectItem(settings, kCurrentAB);
@@ -140,6 +165,7 @@ void saveEditorState(const EditorDocument& of, JsonNode* root) {
   members.add(kFolder, jsonCreateString(state.lastPresetFolder.c_str()));
   addWords(members, kLocks, of.rules.locked.words());
   addWords(members, kLinks, of.rules.linked.words());
+  addGraphRange(members, state);
   if (JsonTree options = of.options.save()) document.add(documentKey::kUiPrefs, options.release());
 }
 
@@ -168,6 +194,7 @@ void loadEditorState(const EditorDocument& of, const JsonNode* root, bool isPres
     const auto wanted = static_cast<float>(range->valueDouble);
     if (std::isfinite(wanted)) state.meterRange = wanted;
   }
+  takeGraphRange(settings, state);
   takeNumbers(settings, state, {&kLastPreset, 1});
   if (const auto folder = folderIn(settings)) state.lastPresetFolder = *folder;
   takeWords(jsonGetObjectItem(settings, kLinks),

@@ -139,6 +139,8 @@ class Plug : public PlugBaseJSON {
     engine.getBandCurve(band, frequencies, n, out);
   }
 
+  [[nodiscard]] StaticCurve getStaticCurve(int band) const { return engine.getStaticCurve(band); }
+
   // Values that meters show. Any thread, but one at a time per selector of `getGainReduction`.
   void setMeterDecay(double percent);  ///< see `compressor`
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {

@@ -12,7 +12,7 @@ void AnalyserFeed::reset() noexcept {
 }
 
 void AnalyserFeed::beginBlock() noexcept {
-  analyserWrite.store(static_cast<std::uint32_t>(written % kSize), std::memory_order_release);
+  analyserWrite.store(static_cast<std::uint32_t>(written), std::memory_order_release);
 }
 
 template <typename Sample>

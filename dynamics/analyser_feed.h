@@ -24,6 +24,10 @@ class AnalyserFeed {
   void write(Trace trace, const Sample* signal, int frames, double gain) noexcept;
   /// Moves the position past the block just written.
   void endBlock(int frames) noexcept { written += static_cast<std::uint64_t>(frames); }
+  /// A number that changes with every block.
+  [[nodiscard]] std::uint32_t position() const noexcept {
+    return analyserWrite.load(std::memory_order_relaxed);
+  }
   /// Copies the last `n` samples (0 to `kSize`) of each trace, oldest first. The newest block is
   /// left out, so that a block being written is never read.
   void copyLatest(double* const buffers[kTraces], int n) const noexcept;

@@ -252,9 +252,21 @@ void compressor::getBandCurve(int band, const float* frequencies, int n, float* 
   }
 }
 
+unsigned compressor::getBandKernel(int band, unsigned known, std::vector<double>& taps) {
+  const BandLayout::Place place = layout.placeOf(band);
+  if (place.list == kOffList) return 0;
+  return place.list == kXoverList
+             ? crossover.copyKernel(place.index, known, taps)
+             : subbands[static_cast<std::size_t>(band)].copyKernel(known, taps);
+}
+
 double compressor::getSidechainResponse(int band, int filter, double frequency) const {
   if (!isBand(band)) return 1.0;
   return sidechains[static_cast<std::size_t>(band)].response(filter, frequency);
+}
+
+unsigned compressor::getSidechainRevision(int band) const noexcept {
+  return isBand(band) ? sidechains[static_cast<std::size_t>(band)].revision() : 0;
 }
 
 StaticCurve compressor::getStaticCurve(int band) const {
@@ -296,6 +308,12 @@ double compressor::getBandGraphGain(int band) const noexcept {
   const auto index = static_cast<std::size_t>(band);
   return bandMeters[index].graphGain() * shown[index].gain.load(std::memory_order_relaxed) +
          shown[index].dry.load(std::memory_order_relaxed);
+}
+
+double compressor::getBandSetGain(int band) const noexcept {
+  if (!isBand(band)) return 1.0;
+  const ShownBand& values = shown[static_cast<std::size_t>(band)];
+  return values.gain.load(std::memory_order_relaxed) + values.dry.load(std::memory_order_relaxed);
 }
 
 std::uint32_t compressor::stagePlanWord() const noexcept {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "dynamics/analyser_feed.h"
 #include "dynamics/band_layout.h"
@@ -118,6 +119,8 @@ class compressor {
   [[nodiscard]] double getBandLamp(int band, bool fast) const noexcept;
   /// Linear gain that the frequency graph draws for a band.
   [[nodiscard]] double getBandGraphGain(int band) const noexcept;
+  /// As `getBandGraphGain`, but as long as the detectors change nothing.
+  [[nodiscard]] double getBandSetGain(int band) const noexcept;
   [[nodiscard]] std::uint32_t stagePlanWord() const noexcept;
 
   // Values that graphs draw; any thread but the audio thread, several at once. Linear magnitudes at
@@ -127,8 +130,13 @@ class compressor {
   [[nodiscard]] double getBandResponse(int band, double frequency);
   /// Writes `getBandResponse` at `n` frequencies to `out`. Cached; see `CurveCache`.
   void getBandCurve(int band, const float* frequencies, int n, float* out);
+  /// The symmetric FIR kernel that `getBandResponse` idealises; see `KernelCopy::copy`. 0 for a
+  /// band that has none.
+  unsigned getBandKernel(int band, unsigned known, std::vector<double>& taps);
   /// See `SidechainFilters::response`; 1 for an unknown band.
   [[nodiscard]] double getSidechainResponse(int band, int filter, double frequency) const;
+  /// See `SidechainFilters::revision`; 0 for an unknown band.
+  [[nodiscard]] unsigned getSidechainRevision(int band) const noexcept;
   /// The curve as it is set, published or not; 0 dB everywhere for an unknown band.
   [[nodiscard]] StaticCurve getStaticCurve(int band) const;
 

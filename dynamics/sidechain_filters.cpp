@@ -74,8 +74,11 @@ void SidechainFilters::set(const SidechainFilterSettings& settings) {
     for (LanthornEQ* filter : {&lowFilter[c], &midFilter[c], &highFilter[c]}) filter->update();
   }
   const PlugBaseMutex::Scope lock(rowsLock);
-  rows = {lowFilter[0].activeSections(), midFilter[0].activeSections(),
-          highFilter[0].activeSections()};
+  const std::array now = {lowFilter[0].activeSections(), midFilter[0].activeSections(),
+                          highFilter[0].activeSections()};
+  if (rows == now) return;
+  rows = now;
+  changes.fetch_add(1, std::memory_order_relaxed);
 }
 
 double SidechainFilters::response(int filter, double frequency) const {

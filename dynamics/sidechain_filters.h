@@ -58,6 +58,10 @@ class SidechainFilters {
   /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
   /// designed; 1 for a filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;
+  /// A number that changes whenever the responses do; any thread.
+  [[nodiscard]] unsigned revision() const noexcept {
+    return changes.load(std::memory_order_relaxed);
+  }
 
   /// One channel, 0 or 1, from `in` to `out`, which may be the same.
   void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
@@ -73,4 +77,5 @@ class SidechainFilters {
   // Copies from which responses are drawn, under the lock.
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
   mutable PlugBaseMutex rowsLock;
+  std::atomic<unsigned> changes{0};
 };

@@ -24,4 +24,6 @@ struct StaticCurve {
 
   /// Gain in dB at a level in dB. Any thread.
   [[nodiscard]] double gainAtDb(double decibels) const noexcept;
+
+  bool operator==(const StaticCurve&) const = default;
 };

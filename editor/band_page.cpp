@@ -10,8 +10,9 @@
 #include "editor/controls/labels.h"
 #include "editor/controls/section_labels.h"
 #include "editor/layout/tag_table.h"
-#include "editor/plain_element.h"
+#include "graphs/dynamic_response.h"
 #include "graphs/meters/gain_meters.h"
+#include "graphs/sc_eq_graph.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -68,25 +69,12 @@ CRect leftPart(const CRect& rect, float width) {
   return {rect.left, rect.top, rect.left + width, rect.bottom};
 }
 
-/// Where a graph of the band comes: its frame.
-class GraphPlace : public PlainElement {
- public:
-  GraphPlace(const ControlSetup& setup, std::string name) : PlainElement(setup, std::move(name)) {}
-
-  void draw(CDrawContext& context) override {
-    frame.draw(context, size.inset(2.0F, 2.0F), {3.0F, look::kPanel, look::kBorder});
-    PlainElement::draw(context);
-  }
-
- private:
-  BoxPicture frame;
-};
-
 /// Builds the page of one band.
 class BandPage {
  public:
-  BandPage(CControlListener* who, ValueSource& source, int which, CViewContainer& container)
-      : listener(who), values(source), band(which), page(container) {}
+  BandPage(CControlListener* who, ValueSource& source, Plug& shown, int which,
+           CViewContainer& container)
+      : listener(who), values(source), effect(shown), band(which), page(container) {}
 
   void fill() {
     addSeparators();
@@ -155,17 +143,18 @@ class BandPage {
   }
 
   void addGraphs() {
-    addGraph(1, "DynamicResponse");
-    addGraph(0, "SCEQGraph");
+    const ControlSetup graph = at(atOrigin(kGraph), -1);
+    addGraph(1, new DynamicResponse(graph, effect, band));
+    addGraph(0, new SCEQGraph(graph, values, effect, band));
     page.addView(words(kGraphWords, kGUIBandGraph, "", "SC EQ", "RESPONSE"));
     page.addView(new SCListenButton(at(kListenPlace, kGUIBandSCListen + band)));
     page.addView(new miniPPMmeter(at(kMeter, kGUIBandPPM + band)));
     page.addView(new activateButton(at(kGraph, id(kB1State))));
   }
 
-  void addGraph(int number, const char* className) {
+  void addGraph(int number, CView* graph) {
     auto* const graphPage = new nPage(kGraph, kGUIBandGraph, number);
-    graphPage->addView(new GraphPlace(at(atOrigin(kGraph), -1), className));
+    graphPage->addView(graph);
     page.addView(graphPage);
   }
 
@@ -243,6 +232,7 @@ class BandPage {
 
   CControlListener* listener;
   ValueSource& values;
+  Plug& effect;
   int band;
   CViewContainer& page;
 };
@@ -270,6 +260,7 @@ BandColumn bandColumnOf(const CView& view) {
   return place.left >= kColumnLeft ? BandColumn::kMain : BandColumn::kGraphs;
 }
 
-void fillBandPage(CViewContainer& page, int band, CControlListener* listener, ValueSource& values) {
-  BandPage(listener, values, band, page).fill();
+void fillBandPage(CViewContainer& page, int band, CControlListener* listener, ValueSource& values,
+                  Plug& effect) {
+  BandPage(listener, values, effect, band, page).fill();
 }

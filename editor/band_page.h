@@ -6,10 +6,13 @@
 #include "toolkit/control.h"
 #include "toolkit/view_container.h"
 
+class Plug;
+
 // The controls of one band, as they stand on its page of the band panel. Threads: as `CView`.
 
-/// Adds all of them. `band`: 0..7. `listener` and `values` outlive them.
-void fillBandPage(CViewContainer& page, int band, CControlListener* listener, ValueSource& values);
+/// Adds all of them. `band`: 0..7. `listener`, `values` and `effect` outlive them.
+void fillBandPage(CViewContainer& page, int band, CControlListener* listener, ValueSource& values,
+                  Plug& effect);
 
 /// The columns of a page: the sidechain's, the graphs with the meter, those that are always there
 /// and that of the advanced panel.

@@ -42,7 +42,7 @@ BandKindPages BandKindPages::of(int flags) noexcept {
   return {is(kHasSlope), is(kHasTwoSlopes), is(kHasQ)};
 }
 
-CView* BandPanel::build(const ControlSetup& setup, ValueSource& values) {
+CView* BandPanel::build(const ControlSetup& setup, ValueSource& values, Plug& effect) {
   auto* const panel = new nPage(setup.size, setup.tag, 0);
   const CRect whole{0.0F, 0.0F, setup.size.width(), setup.size.height()};
   for (int band = 0; band < kBands; ++band) {
@@ -51,7 +51,7 @@ CView* BandPanel::build(const ControlSetup& setup, ValueSource& values) {
         look::kBorder, look::kPanel);
     auto* const page =
         new nPage({0.0F, 0.0F, whole.right + kHiddenWidth, whole.bottom}, kGUIBox7, 0);
-    fillBandPage(*page, band, setup.listener, values);
+    fillBandPage(*page, band, setup.listener, values, effect);
     frame->addView(page);
     panel->addView(frame);
   }

@@ -6,6 +6,7 @@
 #include "editor/controls/value_source.h"
 #include "toolkit/control.h"
 
+class Plug;
 class bandTabs;
 class roundEdgedFrame;
 
@@ -33,8 +34,9 @@ struct BandKindPages {
 /// Threads: as `CView`.
 class BandPanel {
  public:
-  /// The views, for a parent that takes them over. `listener` and `values` outlive them.
-  [[nodiscard]] static CView* build(const ControlSetup& setup, ValueSource& values);
+  /// The views, for a parent that takes them over. `listener`, `values` and `effect` outlive
+  /// them.
+  [[nodiscard]] static CView* build(const ControlSetup& setup, ValueSource& values, Plug& effect);
 
   /// The panel among the controls of a surface, which stays there; without one all of the following
   /// do nothing.

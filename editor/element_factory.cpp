@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <span>
 #include <string_view>
-#include <utility>
 
 #include "editor/controls/section.h"
 #include "editor/own_elements.h"
-#include "editor/plain_element.h"
 #include "editor/stock_elements.h"
 #include "editor/value_elements.h"
 #include "toolkit/frame.h"
@@ -33,8 +31,7 @@ CView* ElementFactory::createCustomView(const LayoutElement& element) {
   if (row == nullptr) return nullptr;
   const std::int32_t tag = row->ownTag >= 0 ? row->ownTag : element.tag;
   const ElementSetup setup{{element.rect, &listener, tag}, values, effect};
-  if (row->make != nullptr) return row->make(element, setup);
-  return new PlainElement(setup, std::string(row->className));
+  return row->make(element, setup);
 }
 
 void ElementFactory::addView(CViewContainer& parent, CView& view) {
@@ -44,12 +41,4 @@ void ElementFactory::addView(CViewContainer& parent, CView& view) {
 
 CViewContainer* ElementFactory::asContainer(CView& view) {
   return dynamic_cast<CViewContainer*>(&view);
-}
-
-std::vector<std::string> ElementFactory::plainElements() {
-  std::vector<std::string> names;
-  for (const ElementRow& row : ownElements()) {
-    if (row.make == nullptr) names.emplace_back(row.element);
-  }
-  return names;
 }

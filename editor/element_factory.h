@@ -1,8 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "editor/controls/value_source.h"
 #include "editor/layout/walker.h"
@@ -22,9 +20,6 @@ class ElementFactory : public ViewMaker {
   CView* createCustomView(const LayoutElement& element) override;
   void addView(CViewContainer& parent, CView& view) override;
   CViewContainer* asContainer(CView& view) override;
-
-  /// The names of the elements that `PlainElement` stands for.
-  [[nodiscard]] static std::vector<std::string> plainElements();
 
  private:
   CControlListener& listener;

@@ -24,7 +24,7 @@ struct ElementRow {
 
   std::string_view element;
   std::string_view className;
-  Maker make = nullptr;      ///< null: `PlainElement` stands for it
+  Maker make;
   std::int32_t ownTag = -1;  ///< whatever tag the layout gives it; -1 keeps that
 };
 

@@ -20,6 +20,7 @@
 #include "editor/layout/tag_table.h"
 #include "editor/meter_elements.h"
 #include "editor/setup_elements.h"
+#include "graphs/eq_graph.h"
 #include "toolkit/look.h"
 
 namespace {
@@ -205,12 +206,16 @@ CView* makeDashSeparated(const Element& element, const ElementSetup& setup) {
       look::bold(9.0F, look::kValue));
 }
 
+CView* makeGraph(const Element& /*element*/, const ElementSetup& setup) {
+  return new EQGraph(setup, setup.values, setup.effect);
+}
+
 CView* makeBandTabs(const Element& /*element*/, const ElementSetup& setup) {
   return new bandTabs(setup, setup.values);
 }
 
 CView* makeBandPanel(const Element& /*element*/, const ElementSetup& setup) {
-  return BandPanel::build(setup, setup.values);
+  return BandPanel::build(setup, setup.values, setup.effect);
 }
 
 CView* makeBandGroup(const Element& element, const ElementSetup& setup) {
@@ -253,7 +258,7 @@ constexpr ElementRow kOwnRows[] = {
     {"bandTabs", "bandTabs", &makeBandTabs},
     {"bandGroup", "bandGroup", &makeBandGroup},
     {"ControlSection", "nPage", &makeBandPanel},
-    {"EQGraph", "EQGraph"},
+    {"EQGraph", "EQGraph", &makeGraph},
     {"nTTVU", "nTTVU", &makeMainMeter},
     {"nVU", "nVU", &makePlainMeter},
     {"miniGR", "miniGRmeter", &makeReductionMeter},

@@ -16,9 +16,10 @@
 #include "editor/controls/rounded_frame.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
-#include "editor/plain_element.h"
 #include "editor/surface_layout.h"
 #include "editor/tool_tip_texts.h"
+#include "graphs/eq_graph.h"
+#include "graphs/graph_preferences.h"
 #include "platform/paths.h"
 #include "state/install_folders.h"
 #include "state/machine.h"
@@ -97,6 +98,7 @@ void PlugEd::layoutEditor() {
   } else {
     meters.emplace(index(), *this, effect());
   }
+  setUpGraphs();
   panel.emplace(index());
   panel->setMode(state().uimode);
   if (bandTabs* const tabs = findBandTabs(index())) tabs->setGraphWidth(size.graphWidth);
@@ -129,13 +131,33 @@ void PlugEd::placeWithoutTag() {
   const SurfaceSize size(state().uimode, showsHelp());
   for (int i = 0; i < index().getControlCount(); ++i) {
     CControl* const control = index().getControl(i);
-    const auto* const plain = dynamic_cast<PlainElement*>(control);
-    if (plain != nullptr && plain->getClassName() == "EQGraph") {
-      placeWithMouse(*control, graphPlace(size));
-    }
+    if (dynamic_cast<EQGraph*>(control) != nullptr) placeWithMouse(*control, graphPlace(size));
     if (dynamic_cast<nToolTips*>(control) != nullptr) {
       placeWithMouse(*control, helpLinePlace(size));
     }
+  }
+}
+
+EQGraph* PlugEd::graph() const {
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    if (auto* const found = dynamic_cast<EQGraph*>(index().getControl(i))) return found;
+  }
+  return nullptr;
+}
+
+/// Every graph takes the preferences, and of its flags the one that all have in common.
+void PlugEd::setUpGraphs() {
+  const GraphPreferences preferences = GraphPreferences::read(effect().uiSettings());
+  const std::uint32_t helps = showsHelp() ? EQGraphBase::kShowsHelp : 0U;
+  for (int i = 0; i < index().getControlCount(); ++i) {
+    auto* const found = dynamic_cast<EQGraphBase*>(index().getControl(i));
+    if (found == nullptr) continue;
+    found->setDrawFlags((found->getDrawFlags() & ~EQGraphBase::kShowsHelp) | helps);
+    found->setPreferences(preferences);
+  }
+  if (EQGraph* const main = graph()) {
+    main->setAnalyser(true);
+    main->loadExtras();
   }
 }
 
@@ -178,6 +200,10 @@ void PlugEd::showListening() {
 void PlugEd::showBands() {
   showValue(kGUISelectedBand, static_cast<float>(state().currentBand));
   if (bandTabs* const tabs = findBandTabs(index())) tabs->setSelectedMask(selection.selected());
+  if (EQGraph* const main = graph()) {
+    main->setSelectedMask(selection.selected());
+    main->setSelectedBand(state().currentBand);
+  }
 }
 
 /// Double clicks and the Delete key go to them.
@@ -350,6 +376,11 @@ bool PlugEd::tagChanged(const CControl& control) {
       effect().applyGlobalPreferences();
       layoutEditor();
       return true;
+    case kGUIGraphRangeChanged:
+      effect().uiSettings().setUiValue("Graph", "Range", static_cast<double>(value));
+      effect().markChanged();
+      applyUiSettings();
+      return true;
     case kGUIUIPrefsChange:
       effect().markChanged();
       applyUiSettings();
@@ -362,7 +393,8 @@ bool PlugEd::tagChanged(const CControl& control) {
       openBandMenu(static_cast<int>(value), control.localToFrame(control.getViewSize().topLeft()));
       return true;
     default:
-      return meterTagChanged(tag, value) || bandTagChanged(tag, value);
+      return meterTagChanged(tag, value) ||
+             bandTagChanged(tag, value, dynamic_cast<const GraphUpdate*>(&control) != nullptr);
   }
 }
 
@@ -384,7 +416,8 @@ bool PlugEd::meterTagChanged(std::int32_t tag, float value) {
   return true;
 }
 
-bool PlugEd::bandTagChanged(std::int32_t tag, float value) {
+/// `keepsMasks`: who tells of it has set what is selected.
+bool PlugEd::bandTagChanged(std::int32_t tag, float value, bool keepsMasks) {
   if (const int band = bandAbove(kGUIBandSCListen, tag); band >= 0) {
     listen(value != 0.0F ? band : -1);
     return true;
@@ -392,7 +425,7 @@ bool PlugEd::bandTagChanged(std::int32_t tag, float value) {
   const int band = static_cast<int>(value);
   switch (tag) {
     case kGUISelectedBand:
-      selectBand(band);
+      selectBand(band, keepsMasks);
       return true;
     case kGUISelectOnly:
       selection.selectOnly(band, state().currentBand);
@@ -420,9 +453,9 @@ void PlugEd::listen(int band) {
   showListening();
 }
 
-void PlugEd::selectBand(int band) {
+void PlugEd::selectBand(int band, bool keepsMasks) {
   listen(-1);
-  selection.select(band);
+  selection.select(band, keepsMasks);
   showBands();
 }
 
@@ -446,6 +479,7 @@ void PlugEd::hideHelp() {
 void PlugEd::applyUiSettings() {
   effect().setMeterDecay(effect().uiSettings().getUiValue("Graph", "GR Decay"));
   if (meters) meters->applySettings();
+  setUpGraphs();
 }
 
 void PlugEd::toggleMode(int mode) { state().wantedUimode = state().uimode == mode ? 0 : mode; }
@@ -523,6 +557,9 @@ void PlugEd::mouseOver(CView* view) {
     if (const auto* const page = dynamic_cast<iControl*>(at)) tag = page->getControlTag();
     if (const auto* const tabs = dynamic_cast<bandTabs*>(at)) {
       tag = tabs->tagAt(tabs->frameToLocal(getFrame()->getCurrentMouseLocation()));
+    }
+    if (auto* const shown = dynamic_cast<EQGraphBase*>(at)) {
+      tag = shown->tagAt(shown->frameToLocal(getFrame()->getCurrentMouseLocation()));
     }
     if (toolTipText(tag).empty()) tag = -1;
   }

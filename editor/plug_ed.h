@@ -13,6 +13,8 @@
 #include "editor/flag_ed.h"
 #include "editor/meter_feed.h"
 
+class EQGraph;
+
 /// The editor of this effect: its modes, where the parts of the surface lie in each, and what the
 /// controls do. Threads: as `VGEditor`.
 class PlugEd : public FlagEd {
@@ -41,6 +43,9 @@ class PlugEd : public FlagEd {
   // Places and values.
   void placeParts();
   void placeWithoutTag();
+  /// Null where the layout has none.
+  [[nodiscard]] EQGraph* graph() const;
+  void setUpGraphs();
   void showAllValues();
   void showBandKinds();
   void showListening();
@@ -52,10 +57,10 @@ class PlugEd : public FlagEd {
   // What the user does.
   void parameterChanged(const CControl& control);
   bool tagChanged(const CControl& control);
-  bool bandTagChanged(std::int32_t tag, float value);
+  bool bandTagChanged(std::int32_t tag, float value, bool keepsMasks);
   bool meterTagChanged(std::int32_t tag, float value);
   void listen(int band);
-  void selectBand(int band);
+  void selectBand(int band, bool keepsMasks);
   void chooseBank(int bank);
   void resize(float width);
   void hideHelp();

@@ -16,11 +16,21 @@ double lowpass(const CrossoverSplits& splits, int split, double frequency) noexc
 
 }  // namespace
 
-double bandMagnitude(const CrossoverSplits& splits, int band, double frequency) noexcept {
-  if (band < 0 || band >= splits.bandCount) return 1.0;
-  double magnitude = band < splits.bandCount - 1 ? lowpass(splits, band + 1, frequency) : 1.0;
-  for (int split = 1; split <= band; ++split) magnitude *= 1.0 - lowpass(splits, split, frequency);
-  return magnitude;
+std::array<double, CrossoverSplits::kBands> bandMagnitudes(const CrossoverSplits& splits,
+                                                           double frequency) noexcept {
+  std::array<double, CrossoverSplits::kBands + 1> low{};
+  for (int split = 1; split < splits.bandCount; ++split) {
+    low[at(split)] = lowpass(splits, split, frequency);
+  }
+  low[at(splits.bandCount)] = 1.0;  // the topmost band has no low-pass
+  std::array<double, CrossoverSplits::kBands> magnitudes{};
+  magnitudes.fill(1.0);
+  for (int band = 0; band < splits.bandCount; ++band) {
+    double& magnitude = magnitudes[at(band)];
+    magnitude = low[at(band + 1)];
+    for (int split = 1; split <= band; ++split) magnitude *= 1.0 - low[at(split)];
+  }
+  return magnitudes;
 }
 
 void CrossoverBank::setSplits(std::span<const double> centres, std::span<const double> slopes) {
@@ -53,6 +63,7 @@ void CrossoverBank::buildKernels() {
     above = below;
   }
   kernels[0] = above;
+  for (int k = 0; k < wanted.bandCount; ++k) copies[at(k)].set(kernels[at(k)]);
   std::array<const double*, kBands> pointers{};
   for (std::size_t k = 0; k < kBands; ++k) pointers[k] = kernels[k].data();
   direct.setKernels(pointers.data(), wanted.bandCount);
@@ -100,7 +111,8 @@ int CrossoverBank::latency() const noexcept {
 }
 
 double CrossoverBank::bandMagnitude(int band, double frequency) const {
-  return ::bandMagnitude(currentSplits(), band, frequency);
+  if (band < 0 || band >= kBands) return 1.0;
+  return bandMagnitudes(currentSplits(), frequency)[at(band)];
 }
 
 void CrossoverBank::crossoverCurve(const float* frequencies, int n, float* out, int band) {
@@ -110,6 +122,10 @@ void CrossoverBank::crossoverCurve(const float* frequencies, int n, float* out, 
     return;
   }
   const CrossoverSplits drawn = currentSplits();
-  caches[at(band)].draw(drawn, frequencies, n, out,
-                        [&](double f) { return ::bandMagnitude(drawn, band, f); });
+  curves.draw(drawn, frequencies, n, at(band), out,
+              [&](double f) { return bandMagnitudes(drawn, f); });
+}
+
+unsigned CrossoverBank::copyKernel(int band, unsigned known, std::vector<double>& taps) const {
+  return band < 0 || band >= kBands ? 0 : copies[at(band)].copy(known, taps);
 }

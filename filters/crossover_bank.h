@@ -8,6 +8,7 @@
 #include "analysis/window_table.h"
 #include "filters/crossover.h"
 #include "filters/curve_cache.h"
+#include "filters/kernel_copy.h"
 #include "platform/plug_base_mutex.h"
 
 /// The frequencies and slopes at which the crossover splits.
@@ -21,19 +22,19 @@ struct CrossoverSplits {
   bool operator==(const CrossoverSplits&) const = default;
 };
 
-/// The ideal magnitude of a band: the low-pass of the split above it times the high-passes of all
-/// splits below it. A low-pass is 1 / (1 + (f / split)^exponent), a high-pass 1 minus that. Returns
-/// 1 for a band not in use.
-[[nodiscard]] double bandMagnitude(const CrossoverSplits& splits, int band,
-                                   double frequency) noexcept;
+/// The ideal magnitudes of all bands: the low-pass of the split above a band times the high-passes
+/// of all splits below it. A low-pass is 1 / (1 + (f / split)^exponent), a high-pass 1 minus that.
+/// 1 for bands not in use.
+[[nodiscard]] std::array<double, CrossoverSplits::kBands> bandMagnitudes(
+    const CrossoverSplits& splits, double frequency) noexcept;
 
 /// The crossover: designs kernels from splits and runs them. The kernels are linear-phase with 1024
 /// taps and add up to an impulse at tap 512, so that the bands add up to the input delayed by
 /// `latency` samples.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
-/// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude` and `crossoverCurve` on
-/// any other threads, several at once.
+/// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude`, `crossoverCurve` and
+/// `copyKernel` on any other threads, several at once.
 class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;
@@ -58,6 +59,9 @@ class CrossoverBank {
   /// Writes `bandMagnitude` at `n` frequencies (Hz) to `out`. Cached; see `CurveCache`.
   void crossoverCurve(const float* frequencies, int n, float* out, int band);
 
+  /// See `KernelCopy::copy`; 0 for an unknown band.
+  unsigned copyKernel(int band, unsigned known, std::vector<double>& taps) const;
+
   bool useBlocked = true;  ///< less work, 1023 samples more delay; set before first use
 
  private:
@@ -77,5 +81,6 @@ class CrossoverBank {
   WindowTable kernelWindow{12.0F};
   Crossover direct;
   Crossover_WithLatency blocked;
-  std::array<CurveCache<CrossoverSplits>, kBands> caches;
+  CurveCache<CrossoverSplits, kBands> curves;
+  std::array<KernelCopy, kBands> copies;
 };

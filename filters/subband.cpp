@@ -1,6 +1,7 @@
 #include "filters/subband.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <tuple>
 #include <vector>
@@ -99,6 +100,7 @@ void subband::rebuildKernel() {
   std::vector<double> kernel(kTaps);
   for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
   kernelWindow.applyWindow(kernel.data(), kTaps);
+  kernelCopy.set(kernel);
   const double* const taps = kernel.data();
   convolver.setKernels(&taps, 1);
   rebuildNeeded = false;
@@ -182,5 +184,6 @@ double subband::bandMagnitude(double frequency) const {
 void subband::bandCurve(const float* frequencies, int n, float* out) {
   if (n <= 0) return;
   const Sections drawn = currentSections();
-  curve.draw(drawn, frequencies, n, out, [&drawn](double f) { return drawn.magnitudeAt(f); });
+  curve.draw(drawn, frequencies, n, 0, out,
+             [&drawn](double f) { return std::array{drawn.magnitudeAt(f)}; });
 }

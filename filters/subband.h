@@ -3,12 +3,14 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <vector>
 
 #include "analysis/fft.h"
 #include "analysis/window_table.h"
 #include "filters/band_shape.h"
 #include "filters/blt_eq.h"
 #include "filters/curve_cache.h"
+#include "filters/kernel_copy.h"
 #include "filters/partitioned_convolver.h"
 #include "platform/plug_base_mutex.h"
 
@@ -21,8 +23,8 @@
 ///
 /// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
 /// time, at any moment; `filter` and `reset*` on the audio thread, where they neither lock nor
-/// allocate; `latency` on any thread; `bandCurve` and `bandMagnitude` on any other thread, several
-/// at once.
+/// allocate; `latency` on any thread; `bandCurve`, `bandMagnitude` and `copyKernel` on any other
+/// thread, several at once.
 class subband {
  public:
   static constexpr int kTaps = 2048;
@@ -55,6 +57,10 @@ class subband {
   [[nodiscard]] double bandMagnitude(double frequency) const;
   /// Writes `bandMagnitude` at `n` frequencies (Hz) to `out`. Cached; see `CurveCache`.
   void bandCurve(const float* frequencies, int n, float* out);
+  /// See `KernelCopy::copy`; 0 if the band lets everything through.
+  unsigned copyKernel(unsigned known, std::vector<double>& taps) const {
+    return filtered.load(std::memory_order_relaxed) ? kernelCopy.copy(known, taps) : 0;
+  }
 
  private:
   static constexpr int kDelay = kTaps / 2;
@@ -96,4 +102,5 @@ class subband {
   Sections sections;  // under the lock
   mutable PlugBaseMutex sectionsLock;
   CurveCache<Sections> curve;
+  KernelCopy kernelCopy;
 };

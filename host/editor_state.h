@@ -10,6 +10,8 @@
 struct StoredEditorState {
   static constexpr int kPlainWidth = 844;  ///< pixels at zoom 1, without a side panel
   static constexpr int kPanelWidth = 989;  ///< pixels at zoom 1, in the other modes
+  static constexpr double kLowestShown = 10.0;
+  static constexpr double kHighestShown = 22050.0;
 
   SharedNumber<int> uimode = 0;  ///< mode in force: 0 plain, 1 sidechain panel, 2 advanced panel
   SharedNumber<int> lastAB = 0;  ///< bank before the present one
@@ -23,8 +25,10 @@ struct StoredEditorState {
   SharedNumber<int> meterShow = 0;
   SharedNumber<int> meterZoom = 0;
   SharedNumber<float> meterRange = 24.0F;
-  SharedNumber<int> lastPreset = 0;  ///< index of the current preset in its menu
-  std::string lastPresetFolder;      ///< `path` of that menu; empty if none
+  SharedNumber<double> graphLowest = kLowestShown;    ///< Hz at the left edge of the main graph
+  SharedNumber<double> graphHighest = kHighestShown;  ///< and at its right edge
+  SharedNumber<int> lastPreset = 0;                   ///< index of the current preset in its menu
+  std::string lastPresetFolder;                       ///< `path` of that menu; empty if none
   bool operator==(const StoredEditorState&) const = default;
 };
 

@@ -10,16 +10,12 @@
 #include "apps/output/json_output.h"
 #include "editor/controls/pages.h"
 #include "editor/layout/tag_table.h"
-#include "editor/plain_element.h"
 #include "toolkit/frame.h"
 #include "toolkit/param_display.h"
 
 namespace {
 
 std::string classOf(const CView& view) {
-  if (const auto* const plain = dynamic_cast<const PlainElement*>(&view)) {
-    return plain->getClassName();
-  }
   int status = 0;
   const std::unique_ptr<char, void (*)(void*)> name(
       abi::__cxa_demangle(typeid(view).name(), nullptr, nullptr, &status), &std::free);

@@ -227,7 +227,12 @@ TEST(Editor, KeysStayOutOfTheDark) {
   CFrame& frame = *shown.editor->shownFrame();
   const auto tabs = [&frame] {
     std::set<const CView*> met;
-    while (frame.onKeyDown({Key::kTab, 0, {}, {}}) && met.insert(frame.getFocusView()).second) {
+    const CView* last = nullptr;
+    // A graph keeps the key until it has gone through its handles.
+    for (int i = 0; i < 200 && frame.onKeyDown({Key::kTab, 0, {}, {}}); ++i) {
+      const CView* const now = frame.getFocusView();
+      if (now != last && !met.insert(now).second) break;
+      last = now;
     }
     return met;
   };

@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "editor/controls/pages.h"
 #include "editor/controls/tool_tips.h"
 #include "editor/layout/tag_table.h"
+#include "editor/own_elements.h"
+#include "editor/stock_elements.h"
+#include "editor/value_elements.h"
 #include "tests/editor/shown_editor.h"
 
 namespace {
@@ -71,9 +76,10 @@ TEST(Surface, TheWindowFollowsModeAndZoom) {
   }
 }
 
-// Falls to none as the controls are built.
-TEST(Surface, ElementsThatOnlyShowWhereTheyAre) {
-  EXPECT_EQ(ElementFactory::plainElements().size(), 1U);
+TEST(Surface, NoElementOnlyShowsWhereItIs) {
+  for (const auto rows : {stockElements(), valueElements(), ownElements()}) {
+    EXPECT_EQ(std::ranges::count(rows, nullptr, &ElementRow::make), 0);
+  }
 }
 
 }  // namespace
