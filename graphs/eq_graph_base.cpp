@@ -277,8 +277,9 @@ CMouseEventResult EQGraphBase::onMouseDown(CPoint where, CButtonState buttons) {
 
 CMouseEventResult EQGraphBase::onMouseMoved(CPoint where, CButtonState buttons) {
   if (isTextPressed && textEdit) {
-    wasTextMoved = true;
-    return textEdit->onMouseMoved(where, buttons);
+    const CMouseEventResult moved = textEdit->onMouseMoved(where, buttons);
+    wasTextMoved = wasTextMoved || textEdit->isDragged();
+    return moved;
   }
   const graph_handles::Point point = toPlot(where);
   const CPoint inFrame = localToFrame(where);

@@ -79,6 +79,9 @@ class CEQText : public CTTText {
 
   void draw(CDrawContext& context) override;
 
+ protected:
+  [[nodiscard]] CRect fieldPlace() const override { return getViewSize(); }
+
  private:
   BoxPicture ground;
 };
