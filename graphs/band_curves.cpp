@@ -131,7 +131,7 @@ bool BandCurves::updateMeasured(Plug& plug, int index, bool isDue) {
     band.spans.clear();
     return isNew;
   }
-  if (isNew) band.spectrum.set(taps);
+  if (isNew) band.spectrum.set(taps, fft);
   if (isNew || isDue) evaluateKernel(band);
   const double lowest = shown.lowest - band.setGain;
   if (isNew || isDue || lowest != band.lowest) {

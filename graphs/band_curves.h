@@ -98,6 +98,7 @@ class BandCurves {
   std::size_t audible = 0;   // number of the columns below half the rate
   std::vector<float> drawn;  // scratch
   std::vector<double> taps;  // scratch
+  FftTables fft;
   std::array<Band, kNumBands> bands;
   Values total;
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-void KernelSpectrum::set(std::span<const double> taps) noexcept {
+void KernelSpectrum::set(std::span<const double> taps, FftTables& tables) {
   std::array<double, kPoints> samples{};
   for (std::size_t i = 0; i < taps.size(); ++i) {
     samples[(i + kPoints - taps.size() / 2) % kPoints] = taps[i];

@@ -36,7 +36,8 @@ SCEQGraph::SCEQGraph(const ControlSetup& setup, ValueSource& source, Plug& effec
                    .drawFlags = 0x480802,
                    .curveFlags = 0x400000,
                    .hasAxes = false}),
-      band(which) {
+      band(which),
+      leastGain(source.stepsOf(bandParameter(kNodeGain, kMidFilter)).least) {
   levels.range = kFilterRange;
 }
 
@@ -45,9 +46,8 @@ int SCEQGraph::nodeOf(int handle) const {
 }
 
 Kind SCEQGraph::kindOf(int filter) const {
-  const float least = values.stepsOf(bandParameter(kNodeGain, filter)).least;
   return sidechain_kinds::kindOf(filter, getBandValue(kNodeType, filter) != 0.0F,
-                                 getBandValue(kNodeGain, filter) <= least);
+                                 getBandValue(kNodeGain, filter) <= leastGain);
 }
 
 // What it shows.
@@ -155,10 +155,9 @@ void SCEQGraph::choose(int handle, Kind kind) {
   const HistoryGroup group(plugin.edits());
   edit(bandParameter(kNodeType, handle), sidechain_kinds::isSecondType(kind) ? 1.0F : 0.0F);
   const std::int32_t gain = bandParameter(kNodeGain, handle);
-  const float least = values.stepsOf(gain).least;
-  if (kind == Kind::kNotch) edit(gain, values.normalisedOf(gain, least));
+  if (kind == Kind::kNotch) edit(gain, values.normalisedOf(gain, leastGain));
   // A peak at the lower end would still be a notch.
-  const bool isLeast = getBandValue(kNodeGain, handle) <= least;
+  const bool isLeast = getBandValue(kNodeGain, handle) <= leastGain;
   if (kind == Kind::kPeak && isLeast) edit(gain, values.defaultOf(gain));
 }
 
@@ -381,7 +380,7 @@ void SCEQGraph::drawBandLabel(CDrawContext& context, int handle) {
   const bool isAbove = centre.y - kFromDot - kHeight - kLine >= area.top;
   const float nameTop = isAbove ? centre.y - kFromDot - kHeight - kLine : centre.y + kFromDot;
   const float valueTop = nameTop + kLine;
-  const auto write = [&](std::string_view text, float top, TextStyle style) {
+  const auto write = [&](std::string_view text, float top, const TextStyle& style) {
     const float half = look::widthOf(style, text) * 0.5F + 1.0F;
     const float middle = std::clamp(centre.x, area.left + half + 1.0F, area.right - half - 1.0F);
     context.drawText(text, {middle - half, top, middle + half, top + kHeight}, style);

@@ -67,6 +67,7 @@ class SCEQGraph : public EQGraphBase {
   void drawMarks(CDrawContext& context, int handle, CPoint at, CColor colour) const;
 
   const int band;
+  const float leastGain;  // dB
   Seen seen;
   bool hasSeen = false;
   std::vector<float> rows;  // of the response

@@ -16,7 +16,7 @@
 #include "editor/layout/tag_table.h"
 #include "editor/plain_element.h"
 #include "graphs/dynamic_response.h"
-#include "graphs/eq_graph_base.h"
+#include "graphs/sc_eq_graph.h"
 #include "tests/editor/shown_editor.h"
 
 namespace {
@@ -121,6 +121,51 @@ TEST(BandPanel, ColumnsAreThereByMode) {
     EXPECT_TRUE(isThere(kB1Crest));
     EXPECT_EQ(shown.frameOf(0).getColumn().side, side);
     EXPECT_EQ(shown.frameOf(0).getViewSize().width(), mode == 0 ? 641.0F : 786.0F);
+  }
+}
+
+template <typename View>
+View* findIn(CViewContainer& container) {
+  for (std::size_t i = 0; i < container.getViewCount(); ++i) {
+    CView& view = *container.getView(i);
+    if (auto* const found = dynamic_cast<View*>(&view)) return found;
+    auto* const inner = dynamic_cast<CViewContainer*>(&view);
+    if (inner == nullptr) continue;
+    if (View* const found = findIn<View>(*inner)) return found;
+  }
+  return nullptr;
+}
+
+TEST(BandPanel, SmallGraphsAskForADrawingWhereTheyWouldShowSomethingElse) {
+  ShownPanel shown;
+  auto& response = *findIn<DynamicResponse>(shown.pageOf(0));
+  auto& filters = *findIn<SCEQGraph>(shown.pageOf(0));
+  const auto draws = [&](const CControl& graph) {
+    shown.idle();
+    const bool isAsked = graph.isDirty();
+    EXPECT_NE(shown.editor->shownFrame()->picture(), nullptr);
+    shown.idle();
+    EXPECT_FALSE(graph.isDirty());
+    return isAsked;
+  };
+  for (const bool showsResponse : {true, false}) {
+    SCOPED_TRACE(showsResponse);
+    shown.change(kGUIBandGraph, showsResponse ? 1.0F : 0.0F);
+    const CControl& graph =
+        showsResponse ? static_cast<CControl&>(response) : static_cast<CControl&>(filters);
+    EXPECT_EQ(response.isShown(), showsResponse);
+    EXPECT_EQ(filters.isShown(), !showsResponse);
+    draws(graph);
+    for (const auto& [row, plain, isOfResponse] : {std::tuple{kB1Threshold, -30.0F, true},
+                                                   {kB1Knee, 50.0F, true},
+                                                   {kB1Attack, 30.0F, false},
+                                                   {kB1SCLF, 1.0F, false},
+                                                   {kB1SCMFQ, 3.0F, false}}) {
+      SCOPED_TRACE(row);
+      const bool isOfFilters = row == kB1SCLF;
+      shown.set(row, showsResponse ? plain : plain * 0.5F);
+      EXPECT_EQ(draws(graph), showsResponse ? isOfResponse : isOfFilters);
+    }
   }
 }
 
