@@ -56,6 +56,7 @@ TEST(GraphPlot, GridHasItsLines) {
     double range;
     int height;
     std::vector<int> rows;
+    rows.reserve(levels.size());
     const char* top;
   } ranges[] = {{3.0, 379, {0, 378}, " 3dB"},
                 {6.0, 379, {0, 189, 378}, " 6dB"},
@@ -226,8 +227,8 @@ TEST(GraphPlot, BarStandsBesideItsHandleAndCoversNone) {
   std::uniform_real_distribution<float> y(14.0F, 317.0F);
   const CPoint bar{180.0F, 44.0F};
   for (int turn = 0; turn < 200; ++turn) {
-    std::vector<CPoint> discs;
-    for (int i = 0; i < 3; ++i) discs.push_back({x(random), y(random)});
+    std::vector<CPoint> discs(3);
+    for (CPoint& disc : discs) disc = {x(random), y(random)};
     const CPoint at = hover_bar::placeOf(discs[0], bar, {{641.0F, 379.0F}, discs, {}});
     const CRect place{at.x, at.y, at.x + bar.x, at.y + bar.y};
     EXPECT_GE(place.left, 5.5F);
