@@ -56,7 +56,6 @@ TEST(GraphPlot, GridHasItsLines) {
     double range;
     int height;
     std::vector<int> rows;
-    rows.reserve(levels.size());
     const char* top;
   } ranges[] = {{3.0, 379, {0, 378}, " 3dB"},
                 {6.0, 379, {0, 189, 378}, " 6dB"},
@@ -65,6 +64,7 @@ TEST(GraphPlot, GridHasItsLines) {
     SCOPED_TRACE(each.range);
     const auto levels = graph_grid::levels({each.range, each.height});
     std::vector<int> rows;
+    rows.reserve(levels.size());
     for (const graph_grid::Level& level : levels) rows.push_back(level.row);
     EXPECT_EQ(rows, each.rows);
     EXPECT_EQ(graph_grid::levelText(levels.front().dB), each.top);
