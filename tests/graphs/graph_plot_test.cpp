@@ -64,6 +64,7 @@ TEST(GraphPlot, GridHasItsLines) {
     SCOPED_TRACE(each.range);
     const auto levels = graph_grid::levels({each.range, each.height});
     std::vector<int> rows;
+    rows.reserve(levels.size());
     for (const graph_grid::Level& level : levels) rows.push_back(level.row);
     EXPECT_EQ(rows, each.rows);
     EXPECT_EQ(graph_grid::levelText(levels.front().dB), each.top);
@@ -226,8 +227,8 @@ TEST(GraphPlot, BarStandsBesideItsHandleAndCoversNone) {
   std::uniform_real_distribution<float> y(14.0F, 317.0F);
   const CPoint bar{180.0F, 44.0F};
   for (int turn = 0; turn < 200; ++turn) {
-    std::vector<CPoint> discs;
-    for (int i = 0; i < 3; ++i) discs.push_back({x(random), y(random)});
+    std::vector<CPoint> discs(3);
+    for (CPoint& disc : discs) disc = {x(random), y(random)};
     const CPoint at = hover_bar::placeOf(discs[0], bar, {{641.0F, 379.0F}, discs, {}});
     const CRect place{at.x, at.y, at.x + bar.x, at.y + bar.y};
     EXPECT_GE(place.left, 5.5F);
