@@ -222,8 +222,8 @@ bool EQGraph::turnField(float steps, bool fine) {
       bandParameter(hover_bar::kFieldKinds[at(hotBox - hover_bar::kFrequency)], hoverBand);
   if (id < 0) return true;
   const bool isStepped = plainStepOf(values.stepsOf(id).curve) > 0.0F;
-  const float notches =
-      isStepped ? static_cast<float>(fieldNotches.take(steps)) : steps * wheelSensitivity(values);
+  const float notches = isStepped ? static_cast<float>(fieldNotches.take(steps, values))
+                                  : steps * wheelSensitivity(values);
   if (notches != 0.0F) edit(id, valueAfter(values, id, values.valueOf(id), notches, fine));
   return true;
 }
