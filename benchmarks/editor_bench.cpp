@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <ctime>
@@ -12,6 +13,7 @@
 #include <mutex>
 #include <thread>
 
+#include "benchmarks/callback_times.h"
 #include "core/parameter_table.h"
 #include "graphs/opengl/cgl_context.h"
 #include "graphs/opengl/whole_frame.h"
@@ -41,37 +43,56 @@ struct Surface : EditedEffect {
   bool isDrawn = false;
 };
 
-/// Every band runs and works, and what is drawn moves with each block.
-struct PlayingSurface : Surface {
-  explicit PlayingSurface(const benchmark::State& state) : Surface(state) {
-    const auto set = [this](int id, float plain) {
+constexpr int kWindowFrames = 735;  // of a picture, at 60 a second
+
+/// Makes every band run and work: four split the signal, four lie on top.
+void putBandsToWork(Plug& plug) {
+  for (int band = 1; band < kNumBands; ++band) {
+    plug.addBand(band < 4 ? kXoverList : kPostList, 60.0 * std::exp2(band));
+  }
+  for (int band = 0; band < kNumBands; ++band) {
+    const auto set = [&](int row, float plain) {
+      const int id = bandParameterId(band, row);
       plug.setParameter(id, plug.plainToNormalised(id, plain));
     };
-    for (int band = 0; band < kNumBands; ++band) {
-      set(bandParameterId(band, kB1State), 1.0F);
-      set(bandParameterId(band, kB1Type), band < 4 ? 0.0F : 1.0F);
-      set(bandParameterId(band, kB1SubType), static_cast<float>(band % 3));
-      set(bandParameterId(band, kB1Frequency), 60.0F * std::exp2(static_cast<float>(band)));
-      set(bandParameterId(band, kB1Threshold), -48.0F);
-      set(bandParameterId(band, kB1Ratio), 0.6F);
-    }
-    plug.onIdle();
-    play();
+    set(kB1SubType, static_cast<float>(band % 3));
+    set(kB1Threshold, -48.0F);
+    set(kB1Ratio, 0.6F);
   }
-  /// A 60th of a second of noise.
-  void play() {
-    std::array<float, 735> left{};
-    std::array<float, 735> right{};
-    for (std::size_t i = 0; i < left.size(); ++i) {
+  plug.onIdle();
+}
+
+/// Stereo noise that goes through an effect.
+class Noise {
+ public:
+  void playThrough(Plug& plug, int frames) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(frames); ++i) {
       seed = seed * 1664525U + 1013904223U;
       left[i] = static_cast<float>(seed >> 8) / 16777216.0F - 0.5F;
       right[i] = 0.5F * left[i];
     }
     float* pins[] = {left.data(), right.data(), nullptr, nullptr};
-    plug.processReplacing(pins, pins, static_cast<std::int32_t>(left.size()));
+    plug.processReplacing(pins, pins, frames);
+  }
+
+ private:
+  std::array<float, kWindowFrames> left{};
+  std::array<float, kWindowFrames> right{};
+  std::uint32_t seed = 1;
+};
+
+/// What is drawn moves with each block.
+struct PlayingSurface : Surface {
+  explicit PlayingSurface(const benchmark::State& state) : Surface(state) {
+    putBandsToWork(plug);
+    play();
+  }
+  void play() {
+    noise.playThrough(plug, kWindowFrames);
     editor->idle();
   }
-  std::uint32_t seed = 1;
+  [[nodiscard]] bool works() const { return plug.getBandGain(7, 1, 0) < 1.0; }
+  Noise noise;
 };
 
 void openGlFrame(benchmark::State& state, bool plays) {
@@ -92,6 +113,7 @@ void openGlFrame(benchmark::State& state, bool plays) {
     std::uint32_t pixel = 0;
     glReadPixels(10, surface.height - 11, 1, 1, GL_BGRA, GL_UNSIGNED_BYTE, &pixel);
     if ((pixel & 0xFFFFFFU) == 0) state.SkipWithError("nothing was drawn");
+    if (!surface.works()) state.SkipWithError("the last band does nothing");
     for ([[maybe_unused]] auto _ : state) {
       if (plays) {
         state.PauseTiming();
@@ -185,6 +207,41 @@ void layoutPass(benchmark::State& state) {
   }
 }
 
+/// Blocks as an audio interface asks for them, with the editor shown beside or closed.
+void callbacks(benchmark::State& state, bool isShown) {
+  constexpr int kFrames = 64;
+  constexpr double kRate = 44100.0;
+  const auto period = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      std::chrono::duration<double>(kFrames / kRate));
+  ShownEditor window(true);
+  putBandsToWork(window.plug);
+  std::atomic<bool> isReady{!isShown};
+  std::jthread messages;
+  if (isShown) {
+    messages = std::jthread([&](const std::stop_token& end) {
+      isReady = window.shows();
+      while (!end.stop_requested()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        window.plug.onIdle();
+        window.editor->idle();
+      }
+      window.editor->close();
+    });
+  }
+  if (!becomes([&] { return isReady.load(); })) state.SkipWithError("no picture");
+  Noise noise;
+  CallbackTimes times(kFrames);
+  auto next = std::chrono::steady_clock::now();
+  const double before = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
+  for ([[maybe_unused]] auto _ : state) {
+    times.time([&] { noise.playThrough(window.plug, kFrames); });
+    std::this_thread::sleep_until(next += period);
+  }
+  times.report(state, kFrames, kRate);
+  const double passed = static_cast<double>(state.iterations()) * kFrames / kRate;
+  state.counters["% of core, all"] = (cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - before) / passed * 100;
+}
+
 // Threads of a driver in software work beside: what counts is the time that passes.
 BENCHMARK_CAPTURE(openGlFrame, still, false)
     ->Arg(100)
@@ -201,6 +258,8 @@ BENCHMARK(pushedValues)->Arg(100)->Unit(benchmark::kMicrosecond);
 BENCHMARK(layoutPass)->Arg(100)->Unit(benchmark::kMicrosecond);
 BENCHMARK(unchangedFrame)->Unit(benchmark::kMicrosecond);
 BENCHMARK(unchangedOpenGlFrame)->Iterations(30)->Unit(benchmark::kMicrosecond)->UseManualTime();
+BENCHMARK_CAPTURE(callbacks, editorClosed, false)->Iterations(1000)->UseRealTime();
+BENCHMARK_CAPTURE(callbacks, editorShown, true)->Iterations(1000)->UseRealTime();
 BENCHMARK_CAPTURE(firstPicture, openGl, true)
     ->Iterations(5)
     ->Unit(benchmark::kMillisecond)
