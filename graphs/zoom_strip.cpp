@@ -48,7 +48,8 @@ Range Strip::dragged(Mode mode, Range start, double columns) const {
 }
 
 bool Strip::isWhole(Range shown) const {
-  return shown.minf <= kLowest * (1.0 + kHair) && shown.maxf >= nyquist * (1.0 - kHair);
+  const double top = std::min(nyquist, FrequencyAxis{}.maxf);
+  return shown.minf <= kLowest * (1.0 + kHair) && shown.maxf >= top * (1.0 - kHair);
 }
 
 Range zoomed(const FrequencyAxis& axis, double nyquist, double column, double notches) {

@@ -33,6 +33,7 @@ struct Strip {
   /// The range after a drag by `columns` from where it was `start`.
   [[nodiscard]] Range dragged(Mode mode, Range start, double columns) const;
   [[nodiscard]] Range whole() const { return {kLowest, nyquist}; }
+  /// Whether nothing is zoomed: from where a graph begins to where it ends at first, or beyond.
   [[nodiscard]] bool isWhole(Range shown) const;
 };
 
