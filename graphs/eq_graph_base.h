@@ -198,6 +198,7 @@ class EQGraphBase : public CControl,
   void placeTexts();
   void drawTexts(CDrawContext& context);
   void rangeChanged();
+  [[nodiscard]] double nyquistNow() const;
 
   const bool hasAxes;
   TextStyle labelStyle;
