@@ -256,6 +256,7 @@ bool SCEQGraph::onKeyDown(const KeyEvent& key) {
     toggle(keyHandle);
     return true;
   }
+  if (isGainKey(key) && !sidechain_kinds::hasGain(kindOf(keyHandle))) return true;
   return moveByKey(keyHandle, key, 1.0);
 }
 
