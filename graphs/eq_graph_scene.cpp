@@ -137,13 +137,15 @@ void EQGraphScene::rebuild() {
 }
 
 void EQGraphScene::axisChanged() {
-  analyserLeft.assign(static_cast<std::size_t>(frequencies.width), 0.0);
-  analyserRight.assign(static_cast<std::size_t>(frequencies.width), 0.0);
   isSpectrumStale = true;
+  // Heights go on falling as long as each column stays where it is.
+  if (std::exchange(spectrumAxis, frequencies) == frequencies) return;
+  analyserLeft.assign(at(frequencies.width), 0.0);
+  analyserRight.assign(at(frequencies.width), 0.0);
 }
 
 void EQGraphScene::updateAnalyser() {
-  if (analyserLeft.size() != static_cast<std::size_t>(frequencies.width)) axisChanged();
+  if (spectrumAxis != frequencies) axisChanged();
   analysedTo = plugin.getEngine().analyserFeed().position();
   spectrum.set({frequencies.width, frequencies.minf, frequencies.maxf, static_cast<float>(nyquist),
                 preferences.analyserTop, preferences.analyserRange, preferences.analyserTilt,

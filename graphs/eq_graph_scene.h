@@ -93,6 +93,7 @@ class EQGraphScene : public EQGraphBase {
 
   bool areCurvesMoving = false;
   SpectrumColumns spectrum;
+  FrequencyAxis spectrumAxis;  // of the heights
   std::array<std::vector<double>, 4> snapshot;
   std::uint32_t analysedTo = 0;
   bool isSpectrumStale = true;

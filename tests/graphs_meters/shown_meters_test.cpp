@@ -231,6 +231,15 @@ TEST_F(ShownMeters, NothingIsDrawnAgainWhenNothingMoves) {
   static_cast<void>(user.frame().picture());
   const auto silence = [](int) { return 0.0; };
   play(12.0, silence, silence);
+  static_cast<void>(user.frame().picture());
+  user.plug.uiSettings().setUiValue("Graph", "Range", 2.0);
+  tell(kGUIUIPrefsChange, 0.0F);
+  for (int i = 0; i < 5; ++i) {
+    play(0.02, silence, silence);
+    static_cast<void>(user.frame().picture());
+  }
+  play(0.02, silence, silence);
+  EXPECT_FALSE(user.frame().takeDamage().isEmpty()) << "the spectrum has not fallen yet";
   for (int i = 0; i < 400; ++i) {  // the spectrum falls with each picture
     play(0.01, silence, silence);
     static_cast<void>(user.frame().picture());
