@@ -55,10 +55,15 @@ void DynamicResponse::take(const Shown& now) {
     plot.threshold = now.curve.thresholdHigh;
     response_shape::placeRows(plot, now.curve, rows);
     std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%.0f", plot.threshold);
+    // The sum has no -0.
+    std::snprintf(text.data(), text.size(), "%.0f", std::nearbyint(plot.threshold) + 0.0);
     thresholdText = text.data();
   }
   shown = now;
+}
+
+CRect DynamicResponse::inside() const {
+  return size.inset(small_graph::kInside, small_graph::kInside);
 }
 
 CPoint DynamicResponse::at(double column, double row) const {
@@ -66,36 +71,36 @@ CPoint DynamicResponse::at(double column, double row) const {
 }
 
 void DynamicResponse::draw(CDrawContext& context) {
+  setDirty(false);
+  if (inside().isEmpty()) return;
   frame.draw(context, size.inset(small_graph::kFrame, small_graph::kFrame),
              {3.0F, look::kPanel, look::kBorder});
   drawGrid(context);
   drawCurve(context);
   drawLevel(context);
-  setDirty(false);
 }
 
 void DynamicResponse::drawGrid(CDrawContext& context) {
-  const CRect inside = size.inset(small_graph::kInside, small_graph::kInside);
+  const CRect area = inside();
   const CPoint middle = size.centre();
-  const CPoint unity[] = {{inside.left, inside.bottom}, {inside.right, inside.top}};
+  const CPoint unity[] = {{area.left, area.bottom}, {area.right, area.top}};
   context.drawPath(unity, context.hairline(), kUnityColour);
   context.setFrameColor(CColor::rgb(0x333333));
   context.setLineWidth(context.hairline());
-  context.moveTo({middle.x, inside.top});
-  context.lineTo({middle.x, inside.bottom});
-  context.moveTo({inside.left, middle.y});
-  context.lineTo({inside.right, middle.y});
+  context.moveTo({middle.x, area.top});
+  context.lineTo({middle.x, area.bottom});
+  context.moveTo({area.left, middle.y});
+  context.lineTo({area.right, middle.y});
   constexpr float kTextHeight = 10.0F;
-  const CRect text{inside.left, size.bottom - 15.0F, middle.x - 4.0F,
+  const CRect text{area.left, size.bottom - 15.0F, middle.x - 4.0F,
                    size.bottom - 15.0F + kTextHeight};
   context.drawText(thresholdText, text, look::bold(10.0F, look::kLabel, kRightText));
 }
 
 void DynamicResponse::drawCurve(CDrawContext& context) {
-  const CRect inside = size.inset(small_graph::kInside, small_graph::kInside);
+  const CRect area = inside();
   const auto pressed = [&](CPoint point) -> CPoint {
-    return {std::clamp(point.x, inside.left, inside.right),
-            std::clamp(point.y, inside.top, inside.bottom)};
+    return {std::clamp(point.x, area.left, area.right), std::clamp(point.y, area.top, area.bottom)};
   };
   way.clear();
   for (std::size_t x = 0; x < rows.size(); ++x) {
@@ -110,7 +115,7 @@ void DynamicResponse::drawCurve(CDrawContext& context) {
     way.push_back({at(column, static_cast<double>(rows[x])),
                    shown.column > column ? look::kLit : kBeyondColour});
   }
-  drawThickCurve(context, thick, way, 2.0F, inside);
+  drawThickCurve(context, thick, way, 2.0F, area);
 }
 
 void DynamicResponse::drawLevel(CDrawContext& context) {

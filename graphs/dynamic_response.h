@@ -34,6 +34,7 @@ class DynamicResponse : public CControl {
   };
   [[nodiscard]] Shown read() const;
   void take(const Shown& now);
+  [[nodiscard]] CRect inside() const;
   [[nodiscard]] CPoint at(double column, double row) const;
   void drawGrid(CDrawContext& context);
   void drawCurve(CDrawContext& context);

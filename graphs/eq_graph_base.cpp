@@ -161,8 +161,13 @@ void EQGraphBase::setViewSize(const CRect& rect, bool invalidates) {
 void EQGraphBase::rebuild() {
   frequencies.width = std::max(static_cast<int>(size.width()), 0);
   levels.height = std::max(static_cast<int>(size.height()), 0);
-  if (plugin.getSampleRate() > 0.0F) nyquist = static_cast<double>(plugin.getSampleRate()) * 0.5;
+  nyquist = nyquistNow();
   rangeChanged();
+}
+
+double EQGraphBase::nyquistNow() const {
+  const auto rate = static_cast<double>(plugin.getSampleRate());
+  return rate > 0.0 ? rate * 0.5 : nyquist;
 }
 
 void EQGraphBase::rangeChanged() {
@@ -398,6 +403,7 @@ void EQGraphBase::onIdle() {
     closeTextEdit();
     if (hadKeys) getFrame()->setFocusView(this);
   }
+  if (nyquistNow() != nyquist) rebuild();
   if (hasChanged()) {
     isStale = true;
     setDirty();

@@ -144,6 +144,8 @@ class EQGraphBase : public CControl,
   int nextHandle(bool forward);
   /// By how much the left and the right key, with Shift less, move a frequency: by `columns`.
   [[nodiscard]] double keyFactor(const KeyEvent& key, double columns) const;
+  /// Up, down and the pages.
+  [[nodiscard]] static bool isGainKey(const KeyEvent& key);
   /// The arrow keys move a node's frequency and gain.
   bool moveByKey(int handle, const KeyEvent& key, double columns);
 
@@ -198,6 +200,7 @@ class EQGraphBase : public CControl,
   void placeTexts();
   void drawTexts(CDrawContext& context);
   void rangeChanged();
+  [[nodiscard]] double nyquistNow() const;
 
   const bool hasAxes;
   TextStyle labelStyle;

@@ -32,10 +32,13 @@ double EQGraphBase::keyFactor(const KeyEvent& key, double columns) const {
   return frequencies.frequencyAt(step) / frequencies.frequencyAt(0.0);
 }
 
+bool EQGraphBase::isGainKey(const KeyEvent& key) {
+  return key.key == Key::kUp || key.key == Key::kDown || key.key == Key::kPageUp ||
+         key.key == Key::kPageDown;
+}
+
 bool EQGraphBase::moveByKey(int handle, const KeyEvent& key, double columns) {
-  const bool isUpOrDown = key.key == Key::kUp || key.key == Key::kDown || key.key == Key::kPageUp ||
-                          key.key == Key::kPageDown;
-  if (isUpOrDown) {
+  if (isGainKey(key)) {
     const std::int32_t gain = bandParameter(kNodeGain, handle);
     if (gain < 0) return false;
     if (const auto moved = parameterByKey(values, gain, values.valueOf(gain), key)) {

@@ -42,14 +42,12 @@ std::span<const float> EQGraphPicture::rowsOf(std::span<const double> curve, dou
 
 void EQGraphPicture::drawSpectrum(CDrawContext& context, const std::vector<double>& heights,
                                   bool isFront) {
+  if (!isSeen(heights)) return;
   const auto height = size.height();
   upperRows.resize(heights.size());
-  bool isFlat = true;
   for (std::size_t i = 0; i < heights.size(); ++i) {
     upperRows[i] = size.top + static_cast<float>(1.0 - heights[i]) * height;
-    isFlat = isFlat && heights[i] <= 0.0;
   }
-  if (isFlat) return;
   const bool isRed = !isFront && (drawFlags & kRedInput) != 0;
   CColor colour = isFront ? kFront : kBack;
   if (isRed) colour = kRed;

@@ -102,8 +102,31 @@ bool EQGraphScene::hasMoved() {
     if (std::exchange(watchedGains[at(band)], gain) != gain) moved = true;
   }
   if (!analyserOn) return moved;
-  if (plugin.getEngine().analyserFeed().position() != analysedTo) isSpectrumStale = true;
+  if (const std::uint32_t position = plugin.getEngine().analyserFeed().position();
+      position != analysedTo) {
+    analysedTo = position;
+    if (!isSpectrumAtRest()) isSpectrumStale = true;
+  }
   return moved || isSpectrumStale;
+}
+
+/// Nothing is seen of it, nor will be of the samples that have come.
+bool EQGraphScene::isSpectrumAtRest() {
+  constexpr double kSilence = 1e-9;  // below the bottom of every range, whatever the tilt
+  if (isSeen(analyserLeft) || isSeen(analyserRight)) return false;
+  takeSnapshot();
+  return std::ranges::all_of(std::span(snapshot).first(SpectrumColumns::kChannels),
+                             [](const std::vector<double>& samples) {
+                               return std::ranges::none_of(samples, [](double sample) {
+                                 return std::abs(sample) > kSilence;
+                               });
+                             });
+}
+
+bool EQGraphScene::isSeen(std::span<const double> heights) const {
+  constexpr double kSeenParts = 8.0;  // of a pixel
+  const double least = 1.0 / (kSeenParts * std::max(levels.height, 1));
+  return std::ranges::any_of(heights, [least](double height) { return height > least; });
 }
 
 // Curves, spectrum and handles.
@@ -114,21 +137,27 @@ void EQGraphScene::rebuild() {
 }
 
 void EQGraphScene::axisChanged() {
-  analyserLeft.assign(static_cast<std::size_t>(frequencies.width), 0.0);
-  analyserRight.assign(static_cast<std::size_t>(frequencies.width), 0.0);
   isSpectrumStale = true;
+  // Heights go on falling as long as each column stays where it is.
+  if (std::exchange(spectrumAxis, frequencies) == frequencies) return;
+  analyserLeft.assign(at(frequencies.width), 0.0);
+  analyserRight.assign(at(frequencies.width), 0.0);
 }
 
 void EQGraphScene::updateAnalyser() {
-  if (analyserLeft.size() != static_cast<std::size_t>(frequencies.width)) axisChanged();
+  if (spectrumAxis != frequencies) axisChanged();
   analysedTo = plugin.getEngine().analyserFeed().position();
   spectrum.set({frequencies.width, frequencies.minf, frequencies.maxf, static_cast<float>(nyquist),
                 preferences.analyserTop, preferences.analyserRange, preferences.analyserTilt,
                 preferences.decayFactor(), preferences.analyserSmoothing});
+  takeSnapshot();
+  spectrum.update({snapshot[0], snapshot[1]}, {analyserLeft, analyserRight});
+}
+
+void EQGraphScene::takeSnapshot() {
   double* const buffers[] = {snapshot[0].data(), snapshot[1].data(), snapshot[2].data(),
                              snapshot[3].data()};
   plugin.getAnalyserData(buffers, static_cast<int>(SpectrumColumns::kSamples));
-  spectrum.update({snapshot[0], snapshot[1]}, {analyserLeft, analyserRight});
 }
 
 void EQGraphScene::advance() {

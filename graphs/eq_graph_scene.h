@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "analysis/spectrum_columns.h"
@@ -54,6 +55,9 @@ class EQGraphScene : public EQGraphBase {
   /// The handle at a point, or the one whose disc is drawn there, away from its own place.
   int handleAt(CPoint where);
 
+  /// Whether any height of a spectrum can be told from none.
+  [[nodiscard]] bool isSeen(std::span<const double> heights) const;
+
   // The bar.
   void placeBar();
   void showBar(int handle);
@@ -79,6 +83,8 @@ class EQGraphScene : public EQGraphBase {
   bool isRubberSeen = false;
 
  private:
+  [[nodiscard]] bool isSpectrumAtRest();
+  void takeSnapshot();
   [[nodiscard]] graph_handles::Handle bandHandle(int band);
   void placeCrossovers();
   [[nodiscard]] hover_bar::Content barContent(int handle) const;
@@ -87,6 +93,7 @@ class EQGraphScene : public EQGraphBase {
 
   bool areCurvesMoving = false;
   SpectrumColumns spectrum;
+  FrequencyAxis spectrumAxis;  // of the heights
   std::array<std::vector<double>, 4> snapshot;
   std::uint32_t analysedTo = 0;
   bool isSpectrumStale = true;

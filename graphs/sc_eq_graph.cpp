@@ -77,7 +77,7 @@ CRect SCEQGraph::inside() const { return size.inset(small_graph::kInside, small_
 void SCEQGraph::placeHandles() {
   placeCurve();
   const auto held = [](double place, int extent) {
-    return std::clamp(place, kHandleInset, static_cast<double>(extent) - kHandleInset);
+    return std::clamp(place, kHandleInset, std::max(extent - kHandleInset, kHandleInset));
   };
   for (int filter = 0; filter < kFilters; ++filter) {
     const double frequency = static_cast<double>(getBandValue(kNodeFrequency, filter));
@@ -256,6 +256,7 @@ bool SCEQGraph::onKeyDown(const KeyEvent& key) {
     toggle(keyHandle);
     return true;
   }
+  if (isGainKey(key) && !sidechain_kinds::hasGain(kindOf(keyHandle))) return true;
   return moveByKey(keyHandle, key, 1.0);
 }
 
@@ -276,6 +277,7 @@ bool SCEQGraph::isTabStop() const { return plugin.getBandValue(kNodeOn, band) !=
 
 void SCEQGraph::draw(CDrawContext& context) {
   setDirty(false);
+  if (inside().isEmpty()) return;
   freshenHandles();
   frame.draw(context, size.inset(small_graph::kFrame, small_graph::kFrame),
              {3.0F, look::kPanel, look::kBorder});
@@ -382,7 +384,9 @@ void SCEQGraph::drawBandLabel(CDrawContext& context, int handle) {
   const float valueTop = nameTop + kLine;
   const auto write = [&](std::string_view text, float top, const TextStyle& style) {
     const float half = look::widthOf(style, text) * 0.5F + 1.0F;
-    const float middle = std::clamp(centre.x, area.left + half + 1.0F, area.right - half - 1.0F);
+    // What is too wide begins at the left edge.
+    const float middle =
+        std::max(std::min(centre.x, area.right - half - 1.0F), area.left + half + 1.0F);
     context.drawText(text, {middle - half, top, middle + half, top + kHeight}, style);
   };
   write(sidechain_kinds::label(kindOf(handle)), nameTop,

@@ -57,6 +57,7 @@ class GraphTest : public Script {
     commands["choose"] = [this] { EXPECT_TRUE(user.choose(row[1])) << row[1]; };
     commands["undo"] = [this] { user.plug.undo(); };
     commands["option"] = [this] { on.machine.globals().setGlobal(row[1].c_str(), number(2)); };
+    commands["rate"] = [this] { user.plug.setSampleRate(std::stof(row[1])); };
     commands["undo all"] = [this] {
       while (user.plug.canUndo()) user.plug.undo();
       for (std::size_t id = 0; id < start.size(); ++id) {

@@ -223,12 +223,27 @@ TEST_F(ShownMeters, NothingIsDrawnAgainWhenNothingMoves) {
   set(kB1Threshold, -30.0F);
   set(kB1Ratio, 0.5F);
   user.plug.uiSettings().setUiValue("Release", "Flash Labels", 1.0);
+  user.plug.uiSettings().setUiValue("Analyser", "Decay", 1.0);
   tell(kGUIUIPrefsChange, 0.0F);
   playSine(1.0, 0.5, 0.5);
   EXPECT_FALSE(user.frame().takeDamage().isEmpty());
+  user.frame().invalidFrameRect(user.frame().getViewSize());
+  static_cast<void>(user.frame().picture());
   const auto silence = [](int) { return 0.0; };
   play(12.0, silence, silence);
-  static_cast<void>(user.frame().takeDamage());
+  static_cast<void>(user.frame().picture());
+  user.plug.uiSettings().setUiValue("Graph", "Range", 2.0);
+  tell(kGUIUIPrefsChange, 0.0F);
+  for (int i = 0; i < 5; ++i) {
+    play(0.02, silence, silence);
+    static_cast<void>(user.frame().picture());
+  }
+  play(0.02, silence, silence);
+  EXPECT_FALSE(user.frame().takeDamage().isEmpty()) << "the spectrum has not fallen yet";
+  for (int i = 0; i < 400; ++i) {  // the spectrum falls with each picture
+    play(0.01, silence, silence);
+    static_cast<void>(user.frame().picture());
+  }
   EXPECT_EQ(meter.shownText(), "-inf -inf GR 0.0");
   for (int i = 0; i < 50; ++i) {
     play(0.01, silence, silence);
