@@ -50,6 +50,7 @@ class EQGraphEdits : public EQGraphPicture {
  private:
   void selectAmong(int band);
   [[nodiscard]] int nextSelected(std::uint32_t gone) const;
+  [[nodiscard]] bool isDraggedThere() const;
   void beginMoving();
   void moveBand(graph_handles::Point to);
   void moveCrossover(double frequency);
