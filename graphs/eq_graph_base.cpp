@@ -352,6 +352,7 @@ void EQGraphBase::onMouseExited() {
 }
 
 bool EQGraphBase::onWheel(CPoint where, float steps, CButtonState /*buttons*/) {
+  if (isStripDragged) return true;
   if (!hasAxes || values.preference("MouseWheel Zoom") != 1) return false;
   const double column = std::clamp(toPlot(where).x, 0.0, static_cast<double>(frequencies.width));
   const auto notches = static_cast<double>(steps * wheelSensitivity(values));
