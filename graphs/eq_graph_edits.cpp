@@ -206,7 +206,7 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   }
   const graph_handles::Point to{now.x + dragShift.x, now.y + dragShift.y};
   if (drag == Drag::kBand) {
-    moveBand(to);
+    moveBand(to, moved);
   } else if (drag == Drag::kCrossover) {
     moveCrossover(frequencies.frequencyAt(to.x - grabOffset));
   } else if (dragTags[0] >= 0) {
@@ -221,9 +221,10 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   setDirty();
 }
 
-void EQGraphEdits::moveBand(graph_handles::Point to) {
-  writePlain(dragTags[0], frequencies.frequencyAt(to.x - grabOffset));
-  writePlain(dragTags[1], levels.gainAt(to.y - stemRows));
+/// A handle may stand at the edge for a frequency beyond it: a drag up or down leaves that alone.
+void EQGraphEdits::moveBand(graph_handles::Point to, graph_handles::Point moved) {
+  if (moved.x != 0.0) writePlain(dragTags[0], frequencies.frequencyAt(to.x - grabOffset));
+  if (moved.y != 0.0) writePlain(dragTags[1], levels.gainAt(to.y - stemRows));
 }
 
 /// Both bands beside the point move by the same ratio, as far as the next ones leave room.

@@ -61,13 +61,6 @@ class GraphTest : public Script {
       user.plug.setParameter(bandParameterId(number(1), kB1Solo), std::stof(row[2]));
     };
     commands["rate"] = [this] { user.plug.setSampleRate(std::stof(row[1])); };
-    commands["shown"] = [this] {
-      double lowest = 0.0;
-      double highest = 0.0;
-      EXPECT_EQ(std::sscanf(row[1].c_str(), "%lf %lf", &lowest, &highest), 2) << row[1];
-      user.plug.editorState().graphLowest = lowest;
-      user.plug.editorState().graphHighest = highest;
-    };
     commands["option"] = [this] { on.machine.globals().setGlobal(row[1].c_str(), number(2)); };
     commands["undo all"] = [this] {
       while (user.plug.canUndo()) user.plug.undo();
