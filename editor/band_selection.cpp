@@ -50,6 +50,10 @@ void BandSelection::selectOnly(int band, int present) {
   editor.selectedBands = band >= 0 ? bitOf(band) : bitOf(present);
   const int shown = band >= 0 ? band : present;
   if (isBand(shown)) editor.currentBand = shown;
+  // What a gesture adds to, and falls back to.
+  pendingBands = lastSelection = editor.selectedBands;
+  selectionOrder.clear();
+  if (isBand(shown)) selectionOrder.push_back(shown);
 }
 
 void BandSelection::flip(int band) {

@@ -115,7 +115,7 @@ CMouseEventResult EQGraph::pressHandle(int handle, CPoint where, CButtonState bu
     return kDone;
   }
   if (isOfBand && buttons.has(kAlt)) {
-    const std::uint32_t bands = isSelected(handle) ? selectedMask : bitOf(handle);
+    const std::uint32_t bands = activeOf(isSelected(handle) ? selectedMask : bitOf(handle));
     if (activeCount() > std::popcount(bands)) deleteBands(bands);
     return kDone;
   }

@@ -86,9 +86,14 @@ void EQGraphBase::redrawLabels(bool now) {
 
 void EQGraphBase::loadExtras() {
   EditorState& state = plugin.editorState();
-  zoom_strip::Range stored{state.graphLowest, state.graphHighest};
+  zoom_strip::Range stored{};
+  {
+    const Plug::StateScope scope(plugin);
+    stored = {state.graphLowest, state.graphHighest};
+  }
   // What no axis can show stays in the document alone.
-  if (!(stored.minf > 0.0 && stored.maxf > stored.minf)) {
+  const double ratio = stored.maxf / stored.minf;
+  if (!(stored.minf > 0.0 && ratio > 1.0 && std::isfinite(ratio))) {
     stored = {EditorState::kLowestShown, EditorState::kHighestShown};
   }
   if (stored == shownRange()) return;
@@ -99,8 +104,11 @@ void EQGraphBase::loadExtras() {
 
 void EQGraphBase::saveExtras() {
   EditorState& state = plugin.editorState();
-  state.graphLowest = frequencies.minf;
-  state.graphHighest = frequencies.maxf;
+  {
+    const Plug::StateScope scope(plugin);
+    state.graphLowest = frequencies.minf;
+    state.graphHighest = frequencies.maxf;
+  }
   plugin.markChanged();
 }
 
@@ -132,7 +140,10 @@ int EQGraphBase::getNearestBand(CPoint where, double limit) {
 }
 
 void EQGraphBase::freshenHandles() {
-  if (hasChanged()) isStale = true;
+  if (hasChanged()) {
+    isStale = true;
+    setDirty();
+  }
   if (std::exchange(isStale, false)) placeHandles();
 }
 
@@ -236,6 +247,7 @@ void EQGraphBase::openTextEdit(int kind, int handle, const CRect& place, CPoint 
   auto* const opened = new CEQText({place, this, id}, values,
                                    look::bold(look::kSmallTextSize, look::kText, kCenterText));
   textEdit = Held<CEQText>(opened);
+  textHandle = handle;
   opened->setValue(values.valueOf(id));
   getParentView()->addView(opened);
   isTextPressed = true;
@@ -276,6 +288,7 @@ CMouseEventResult EQGraphBase::onMouseDown(CPoint where, CButtonState buttons) {
   stripMode = strip().modeAt(point.x, shownRange());
   stripStart = shownRange();
   stripFrom = point.x;
+  stripMoved = 0.0;
   isStripDragged = true;
   return kMouseEventHandled;
 }
@@ -294,7 +307,8 @@ CMouseEventResult EQGraphBase::onMouseMoved(CPoint where, CButtonState buttons) 
   if (preferences.readout != 0) setDirty();
   if (isStripDragged) {
     const double share = buttons.has(kShift) ? 0.1 : 1.0;
-    showRange(strip().dragged(stripMode, stripStart, (point.x - stripFrom) * share));
+    stripMoved += (point.x - std::exchange(stripFrom, point.x)) * share;
+    showRange(strip().dragged(stripMode, stripStart, stripMoved));
     return kMouseEventHandled;
   }
   const bool isHot = hasAxes && buttons.buttons() == 0 && strip().contains(point.y);
@@ -343,6 +357,7 @@ void EQGraphBase::onMouseExited() {
 }
 
 bool EQGraphBase::onWheel(CPoint where, float steps, CButtonState /*buttons*/) {
+  if (isStripDragged) return true;
   if (!hasAxes || values.preference("MouseWheel Zoom") != 1) return false;
   const double column = std::clamp(toPlot(where).x, 0.0, static_cast<double>(frequencies.width));
   const auto notches = static_cast<double>(steps * wheelSensitivity(values));
@@ -394,16 +409,18 @@ void EQGraphBase::setHover(int handle) {
 
 void EQGraphBase::onIdle() {
   const std::uint64_t now = getFrame()->now();
+  if (nyquistNow() != nyquist) rebuild();
   const float before = hoverFade.share() + 2.0F * stripFade.share();
   static_cast<void>(hoverFade.advance(now));
   static_cast<void>(stripFade.advance(now));
   if (before != hoverFade.share() + 2.0F * stripFade.share()) setDirty();
-  if (textEdit && !isTextOpen()) {
+  // Nothing is written to what has gone.
+  if (textEdit) freshenHandles();
+  if (textEdit && (!isTextOpen() || !handleOf(textHandle).isActive)) {
     const bool hadKeys = textEdit->hasFocus();
     closeTextEdit();
     if (hadKeys) getFrame()->setFocusView(this);
   }
-  if (nyquistNow() != nyquist) rebuild();
   if (hasChanged()) {
     isStale = true;
     setDirty();

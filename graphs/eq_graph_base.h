@@ -216,10 +216,12 @@ class EQGraphBase : public CControl,
   bool focused = false;
   zoom_strip::Mode stripMode = zoom_strip::Mode::kNone;
   zoom_strip::Range stripStart{};
-  double stripFrom = 0.0;
+  double stripFrom = 0.0;   // column of the mouse
+  double stripMoved = 0.0;  // columns since the press; slow moves count less
   bool isStripDragged = false;
   std::uint64_t nextFrame = 0;  // ms
   Held<CEQText> textEdit;
+  int textHandle = 0;
   bool isTextPressed = false;
   bool wasTextMoved = false;
 };

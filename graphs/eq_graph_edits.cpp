@@ -149,6 +149,16 @@ void EQGraphEdits::beginDrag(Drag kind, int handle, CPoint where) {
   setDirty();
 }
 
+/// The host may take a band away while it is held, or one beside the point that is.
+bool EQGraphEdits::isDraggedThere() const {
+  if (drag == Drag::kRubber) return true;
+  if (drag != Drag::kCrossover) return isActive(dragBand);
+  if (nodeOf(dragBand) < 0) return false;
+  const auto place = at(dragBand - kBands);
+  const bool isSame = !isMoving || dragTags[0] == bandParameterId(xover[place], kB1Frequency);
+  return isSame && isActive(xover[place]) && isActive(xover[place + 1]);
+}
+
 /// The edits begin with the first move: what only presses edits nothing.
 void EQGraphEdits::beginMoving() {
   isMoving = true;
@@ -180,6 +190,10 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   const graph_handles::Point moved{now.x - lastPoint.x, now.y - lastPoint.y};
   lastPoint = now;
   if (moved.x == 0.0 && moved.y == 0.0) return;
+  if (!isDraggedThere()) {
+    endDrag();
+    return;
+  }
   if (!isMoving) beginMoving();
   if (drag == Drag::kRubber) {
     moveRubber(where);
@@ -192,7 +206,7 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   }
   const graph_handles::Point to{now.x + dragShift.x, now.y + dragShift.y};
   if (drag == Drag::kBand) {
-    moveBand(to);
+    moveBand(to, moved);
   } else if (drag == Drag::kCrossover) {
     moveCrossover(frequencies.frequencyAt(to.x - grabOffset));
   } else if (dragTags[0] >= 0) {
@@ -207,9 +221,10 @@ void EQGraphEdits::moveDrag(CPoint where, CButtonState buttons) {
   setDirty();
 }
 
-void EQGraphEdits::moveBand(graph_handles::Point to) {
-  writePlain(dragTags[0], frequencies.frequencyAt(to.x - grabOffset));
-  writePlain(dragTags[1], levels.gainAt(to.y - stemRows));
+/// A handle may stand at the edge for a frequency beyond it: a drag up or down leaves that alone.
+void EQGraphEdits::moveBand(graph_handles::Point to, graph_handles::Point moved) {
+  if (moved.x != 0.0) writePlain(dragTags[0], frequencies.frequencyAt(to.x - grabOffset));
+  if (moved.y != 0.0) writePlain(dragTags[1], levels.gainAt(to.y - stemRows));
 }
 
 /// Both bands beside the point move by the same ratio, as far as the next ones leave room.

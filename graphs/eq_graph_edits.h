@@ -50,8 +50,9 @@ class EQGraphEdits : public EQGraphPicture {
  private:
   void selectAmong(int band);
   [[nodiscard]] int nextSelected(std::uint32_t gone) const;
+  [[nodiscard]] bool isDraggedThere() const;
   void beginMoving();
-  void moveBand(graph_handles::Point to);
+  void moveBand(graph_handles::Point to, graph_handles::Point moved);
   void moveCrossover(double frequency);
   void moveRubber(CPoint where);
 

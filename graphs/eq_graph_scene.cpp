@@ -44,11 +44,14 @@ bool EQGraphScene::isOn(int band, std::int32_t bandOneId) const {
 
 bool EQGraphScene::isActive(int band) const { return isBand(band) && isOn(band, kB1State); }
 
-int EQGraphScene::activeCount() const {
-  int count = 0;
-  for (int band = 0; band < kBands; ++band) count += isActive(band) ? 1 : 0;
-  return count;
+std::uint32_t EQGraphScene::activeOf(std::uint32_t bands) const {
+  for (int band = 0; band < kBands; ++band) {
+    if (!isActive(band)) bands &= ~(1U << static_cast<std::uint32_t>(band));
+  }
+  return bands;
 }
+
+int EQGraphScene::activeCount() const { return std::popcount(activeOf(~0U >> (32 - kBands))); }
 
 bool EQGraphScene::isAnySoloed() const {
   for (int band = 0; band < kBands; ++band) {
@@ -76,9 +79,10 @@ int EQGraphScene::bandOfHandle(int handle) const {
 }
 
 void EQGraphScene::setSelectedBand(int band) {
-  if (band != selectedBand && isBand(selectedBand)) previousBand = selectedBand;
+  const bool isChosen = band != selectedBand;
+  if (isChosen && isBand(selectedBand)) previousBand = selectedBand;
   EQGraphBase::setSelectedBand(band);
-  if (isBand(band) && keyHandle != band) keyHandle = band;
+  if (isChosen && isBand(band)) keyHandle = band;
 }
 
 bool EQGraphScene::hasChanged() {
@@ -336,7 +340,10 @@ bool EQGraphScene::isNearBar(CPoint where) const {
 }
 
 std::int32_t EQGraphScene::tagAt(CPoint where) {
-  if (!isOnBar(where)) return EQGraphBase::tagAt(where);
+  if (!isOnBar(where)) {
+    const int handle = handleAt(where);
+    return handle >= 0 ? bandParameter(kNodeFrequency, handle) : -1;
+  }
   const int box = hover_bar::boxAt(hoverBoxes, where);
   const int band = bandOfHandle(hoverBand);
   switch (box) {

@@ -44,6 +44,7 @@ class EQGraphScene : public EQGraphBase {
 
   [[nodiscard]] bool isOn(int band, std::int32_t bandOneId) const;
   [[nodiscard]] bool isActive(int band) const;
+  [[nodiscard]] std::uint32_t activeOf(std::uint32_t bands) const;
   [[nodiscard]] int activeCount() const;
   [[nodiscard]] bool isAnySoloed() const;
   [[nodiscard]] bool isHeard(int band) const;

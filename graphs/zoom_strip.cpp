@@ -21,8 +21,9 @@ double Strip::columnOf(double frequency) const {
 }
 
 Mode Strip::modeAt(double x, Range shown) const {
-  const double left = columnOf(shown.minf);
-  const double right = columnOf(shown.maxf);
+  // Where the ends are drawn: a range may go beyond the strip.
+  const double left = std::max(columnOf(shown.minf), kMargin);
+  const double right = std::min(columnOf(shown.maxf), width - kMargin);
   if (std::abs(x - left) <= kReach) return Mode::kLeft;
   if (std::abs(x - right) <= kReach) return Mode::kRight;
   return x > left && x < right ? Mode::kBoth : Mode::kNone;
@@ -31,6 +32,8 @@ Mode Strip::modeAt(double x, Range shown) const {
 Range Strip::dragged(Mode mode, Range start, double columns) const {
   const double perColumn = std::log(nyquist / kLowest) / (width - 2.0 * kMargin);
   double factor = std::exp(columns * perColumn);
+  if (mode == Mode::kLeft) start.minf = std::max(start.minf, kLowest);
+  if (mode == Mode::kRight) start.maxf = std::min(start.maxf, nyquist);
   switch (mode) {
     case Mode::kLeft:
       return {std::clamp(start.minf * factor, kLowest, std::max(kLowest, start.maxf / kLeastSpan)),
@@ -40,7 +43,7 @@ Range Strip::dragged(Mode mode, Range start, double columns) const {
               std::clamp(start.maxf * factor, std::min(nyquist, start.minf * kLeastSpan), nyquist)};
     case Mode::kBoth:
       factor = std::min(std::max(factor, kLowest / start.minf), nyquist / start.maxf);
-      return {start.minf * factor, start.maxf * factor};
+      return {std::max(start.minf * factor, kLowest), std::min(start.maxf * factor, nyquist)};
     case Mode::kNone:
       break;
   }

@@ -56,8 +56,12 @@ class GraphTest : public Script {
     commands["focus"] = [this] { user.frame().setFocusView(graph); };
     commands["choose"] = [this] { EXPECT_TRUE(user.choose(row[1])) << row[1]; };
     commands["undo"] = [this] { user.plug.undo(); };
-    commands["option"] = [this] { on.machine.globals().setGlobal(row[1].c_str(), number(2)); };
+    commands["host deletes"] = [this] { user.plug.deleteBand(number(1)); };
+    commands["host sets"] = [this] {
+      user.plug.setParameter(bandParameterId(number(1), kB1Solo), std::stof(row[2]));
+    };
     commands["rate"] = [this] { user.plug.setSampleRate(std::stof(row[1])); };
+    commands["option"] = [this] { on.machine.globals().setGlobal(row[1].c_str(), number(2)); };
     commands["undo all"] = [this] {
       while (user.plug.canUndo()) user.plug.undo();
       for (std::size_t id = 0; id < start.size(); ++id) {

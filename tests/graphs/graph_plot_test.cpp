@@ -175,6 +175,10 @@ TEST(GraphPlot, StripAndWheelZoom) {
       EXPECT_TRUE(mode != Mode::kBoth || std::abs(end.maxf / end.minf - 50.0) < 1e-6);
     }
   }
+  // A range beyond the strip is held by the ends that are drawn, and comes back.
+  const zoom_strip::Range beyond{5.0, 48000.0};
+  EXPECT_EQ(strip.modeAt(4.0, beyond), Mode::kLeft);
+  EXPECT_NEAR(strip.dragged(Mode::kBoth, beyond, -3.0).minf, 10.0, 1e-9);
   // What is under the mouse stays there, until an end is reached.
   FrequencyAxis axis = kWide;
   for (int notch = 0; notch < 30; ++notch) {
