@@ -1,5 +1,6 @@
 // What the editor's surface costs: a frame with everything drawn again, one in which nothing has
-// changed, and the way from `open` to the first picture. The argument is the scale in percent.
+// changed, the way from `open` to the first picture, and what audio beside it feels of them. The
+// argument is the scale in percent.
 
 #include <GL/gl.h>
 #include <benchmark/benchmark.h>
