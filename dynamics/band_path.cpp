@@ -147,7 +147,7 @@ void SignalChain::detect(std::span<BandRun> runs) noexcept {
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
       jobs[count++] = {&detectors[band][c], &run.settings->detector, run.side[c],
                        &meter.envPeak,      &meter.dynPeak[c],       &meter.tranPeak[c],
-                       &meter.fastLamp,     &meter.slowLamp,         block.lampFrames};
+                       &meter.fastLamp,     &meter.slowLamp,         block.lampFrames()};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -187,7 +187,7 @@ void SignalChain::applyGain(const BandRun& run) noexcept {
     const double* const gain = run.side[c];
     if (settings.oversampleLatency > 0) {
       oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers.upSignal,
-                                           buffers.upGain);
+                                           buffers.upGain, block.before);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }

@@ -18,8 +18,8 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   takeSettings();
   analyser.beginBlock();
   for (int done = 0; done < frames;) {
-    Slice<Sample> slice{{},       {},   std::min(frames - done, SignalChain::kMostFrames),
-                        channels, side, done == 0 ? frames : 0};
+    Slice<Sample> slice{
+        {}, {}, std::min(frames - done, SignalChain::kMostFrames), channels, side, done, frames};
     if (rising != nullptr) slice.frames = std::min(slice.frames, fade.left());
     const auto from = [done](Sample* signal) { return signal == nullptr ? signal : signal + done; };
     for (int c = 0; c < channels + side; ++c) slice.inputs[at(c)] = from(inputs[c]);
@@ -72,10 +72,10 @@ SignalChain& compressor::heard() noexcept {
 
 template <typename Sample>
 void compressor::runSlice(const Slice<Sample>& slice) noexcept {
-  const auto [inputs, outputs, frames, channels, side, lampFrames] = slice;
+  const auto [inputs, outputs, frames, channels, side, before, whole] = slice;
   const SignalChain& source = heard();
   for (SignalChain* const chain : {playing, rising}) {
-    if (chain != nullptr) chain->begin(inputs.data(), frames, channels, side, lampFrames);
+    if (chain != nullptr) chain->begin(inputs.data(), frames, channels, side, before, whole);
   }
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
     meters.writeInput(c, c < channels ? source.work().wet[at(c)] : nullptr, frames);

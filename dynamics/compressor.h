@@ -157,7 +157,8 @@ class compressor {
     int frames;
     int channels;
     int sideChannels;
-    int lampFrames;
+    int before;  // frames of the block
+    int whole;   // frames of the block
   };
 
   void settleChange() noexcept;

@@ -56,16 +56,16 @@ void SignalChain::adoptLevels(const SignalChain& other) noexcept {
 
 template <typename Sample>
 void SignalChain::begin(const Sample* const* inputs, int frames, int mainChannels, int sideChannels,
-                        int lampFrames) noexcept {
-  block = {frames, mainChannels, lampFrames, listenState()};
+                        int before, int whole) noexcept {
+  block = {frames, mainChannels, before, whole, listenState()};
   copySidechain(inputs + mainChannels, sideChannels, frames);
   takeGains();
   if (settings.highQuality != qualitySeen) setQuality(settings.highQuality);
   takeInput(inputs);
 }
 
-template void SignalChain::begin(const float* const*, int, int, int, int) noexcept;
-template void SignalChain::begin(const double* const*, int, int, int, int) noexcept;
+template void SignalChain::begin(const float* const*, int, int, int, int, int) noexcept;
+template void SignalChain::begin(const double* const*, int, int, int, int, int) noexcept;
 
 ListenState SignalChain::listenState() const noexcept {
   const auto soloed = [](const EngineSettings::Band& band) {

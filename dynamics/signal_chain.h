@@ -58,10 +58,11 @@ class SignalChain {
   void adoptLevels(const SignalChain& other) noexcept;
 
   /// Starts a slice of 1 to `kMostFrames` frames. `inputs`: 1 or 2 main channels, then 0 to 2
-  /// sidechain channels, finite; null is silence. `lampFrames`: see `BandDetector::Job`.
+  /// sidechain channels, finite; null is silence. `before` frames of the host's block, which has
+  /// `whole`, have been processed.
   template <typename Sample>
   void begin(const Sample* const* inputs, int frames, int mainChannels, int sideChannels,
-             int lampFrames) noexcept;
+             int before, int whole) noexcept;
   /// Runs the stages. Afterwards `work` holds the wet and the dry signal and the gain reduction.
   void runStages() noexcept;
   /// Mixes wet and dry into `work().wet`.
@@ -73,8 +74,10 @@ class SignalChain {
   struct Block {
     int frames = 0;
     int channels = 0;
-    int lampFrames = 0;  // of the host's block in its first slice, then 0
+    int before = 0;  // frames of the host's block before the slice
+    int whole = 0;   // frames of the host's block
     ListenState listening;
+    [[nodiscard]] int lampFrames() const noexcept { return before == 0 ? whole : 0; }
   };
   /// The processing of one band in a slice.
   struct BandRun {
