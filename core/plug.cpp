@@ -5,6 +5,7 @@
 
 #include "core/default_banks.h"
 #include "core/parameter_table.h"
+#include "core/ui_defaults.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
 #include "host/idle_timer.h"
@@ -26,7 +27,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1, true),
       memory(whoIdles == Idle::kTimer),  // a program that idles by itself ends or reuses the memory
       ownMachine(whose),
-      uiOptions(findResource("json", "uisettings").data()),
+      uiOptions(uiTable()),
       loadingFlags(whose.store()),
       handOver(values, engine, isOffline, std::move(whatTime),
                {editor.orderStale, editor.kindsStale}),
