@@ -68,13 +68,13 @@ void Plug::start(float rate) {
   handOver.askEngine([hz = getSampleRate()](compressor& it) { it.setSampleRate(hz); });
   files().loadBandTemplate();
   presets.setDefaultBankPath(loadDefaultBanks(ownMachine.folders(), chunks));  // no host listens
-  checkProcessLevel();
   updateDsp(true);
   handOver.release();  // may throw, unlike the end of a scope
   // If the folder cannot be made, saving reports it.
   static_cast<void>(makeFolders(ownMachine.folders().install));
   engine.resetEngine();
   PlugBaseJSON::resume();
+  checkProcessLevel();  // not before: in real time a second chain would be faded in
   host.wantMidi();
   updateLatency();
 }
