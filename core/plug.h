@@ -45,10 +45,10 @@ class Plug : public PlugBaseJSON {
   using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
 
   /// Loads preferences, the band template and the default bank of `machine`, which must outlive the
-  /// effect.
+  /// effect. The engine is ready for `rate` (Hz, as for `setSampleRate`), without a `resume`.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
                 Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
-                const EditorFactory& makeEditor = nullptr);
+                const EditorFactory& makeEditor = nullptr, float rate = 44100.0F);
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
@@ -183,6 +183,7 @@ class Plug : public PlugBaseJSON {
   static constexpr int kMainChannels = 2;
   static constexpr int kSidechainChannels = 2;
 
+  void start(float rate);
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   [[nodiscard]] BandFiles& files() noexcept { return parameterEdits.bandFiles; }

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "core/parameter_table.h"
 #include "platform/index.h"
@@ -31,7 +30,8 @@ bool isOn(float control) noexcept { return control > 0.0F; }
 Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
     : layout(ports),
       features(host),
-      effect(&Plugin::answer),
+      effect(&Plugin::answer, Plug::Idle::kTimer, &monotonicMilliseconds, Machine::ofProcess(),
+             nullptr, static_cast<float>(rate)),
       enabledPort(&enabledByDefault),
       freewheelPort(&freewheelByDefault),
       framesBetweenJobs(static_cast<std::uint32_t>(rate * kSecondsBetweenJobs)),
@@ -39,13 +39,7 @@ Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
       framesAfterLoad(static_cast<std::uint32_t>(rate * kSecondsAfterLoad)) {
   effect.getAeffect()->user = this;
   effect.playLive();
-  effect.setSampleRate(static_cast<float>(rate));
   effect.setBlockSize(kMostFrames);
-  effect.resume();
-  void* chunk = nullptr;
-  const std::int32_t size = effect.getChunk(&chunk, false);
-  if (chunk == nullptr) throw std::bad_alloc();
-  newState.assign(static_cast<const char*>(chunk), static_cast<std::size_t>(size));
   for (int id = 0; id < kNumParams; ++id) {
     defaults[at(id)] = kParameterTable[at(id)].value;
     seen[at(id)] = effect.getPlainValue(id);

@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <string>
 
 #include "core/plug.h"
 #include "libraries/lv2_wrap/control_exchange.h"
@@ -76,7 +75,6 @@ class Plugin final : private IdleClient {
   const HostFeatures features;
   Plug effect;
   ControlExchange controls{effect};
-  std::string newState;  // the chunk of a new instance
   std::atomic<bool> offline{false};
   std::atomic<bool> workAsked{false};
   int idleTicks = 0;  // message thread: ticks for which the worker has left values undelivered
