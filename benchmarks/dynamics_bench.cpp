@@ -58,7 +58,8 @@ void report(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kFrames * static_cast<std::int64_t>(kDetectors));
 }
 
-/// All sixteen, `together` at a time. Range: together, transients, lookahead, instruction set.
+/// All sixteen, `together` at a time. Range: together, transients, lookahead, instruction set,
+/// whether the curve of the first moves.
 void detectors(benchmark::State& state) {
   const VectorKernels& usual = vectorKernels();
   useVectorKernels(*allVectorKernels()[static_cast<std::size_t>(state.range(3))]);
@@ -77,6 +78,12 @@ void detectors(benchmark::State& state) {
                &meters[0], &meters[1],         &meters[2],
                &meters[3], &meters[4]};
   }
+  DetectorMotion motion{all[0].designed().curve, 1.0, 1.0, jobs[0].settings->tranWeight};
+  motion.curve.thresholdHigh += 1.0;
+  std::array<double, kFrames> shares{};
+  for (std::size_t i = 0; i < kFrames; ++i) shares[i] = static_cast<double>(i) / kFrames;
+  motion.shares = shares.data();
+  if (state.range(4) != 0) jobs[0].motion = &motion;
   for (auto _ : state) {
     signals = input;
     for (std::size_t i = 0; i < kDetectors; i += together) {
@@ -161,17 +168,19 @@ void engineAlone(benchmark::State& state) {
 }
 
 void everySet(benchmark::internal::Benchmark* wanted) {
-  wanted->ArgNames({"together", "transients", "lookahead", "set"});
+  wanted->ArgNames({"together", "transients", "lookahead", "set", "moving"});
   const auto sets = static_cast<std::int64_t>(allVectorKernels().size());
   for (std::int64_t set = 0; set < sets; ++set) {
     for (const std::int64_t together : {16, 2, 1}) {
       for (const std::int64_t transients : {0, 1}) {
-        wanted->Args({together, transients, 480, set});
+        for (const std::int64_t moving : {0, 1}) {
+          wanted->Args({together, transients, 480, set, moving});
+        }
       }
     }
   }
   for (const std::int64_t lookahead : {0, 16, 64, 2400}) {
-    wanted->Args({16, 0, lookahead, sets - 1});
+    wanted->Args({16, 0, lookahead, sets - 1, 0});
   }
 }
 

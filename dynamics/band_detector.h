@@ -34,6 +34,8 @@ class BandDetector {
     double* tranPeak;  ///< dB, sign kept
     double* fastLamp;  ///< set to 1 by a fast release, then decays; `slowLamp` likewise
     double* slowLamp;
+    /// Null if nothing moves; otherwise the block has at most `DetectorKernels::kChunk` frames.
+    const DetectorMotion* motion = nullptr;
   };
 
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards
