@@ -14,8 +14,7 @@
 
 namespace {
 
-constexpr std::int32_t kLongestAnnounced = 1 << 20;  // frames
-constexpr std::int32_t kUniqueId = 0x43766e50;       // "CvnP"
+constexpr std::int32_t kUniqueId = 0x43766e50;  // "CvnP"
 
 void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
@@ -80,13 +79,6 @@ void Plug::resume() {
 void Plug::setSampleRate(float rate) {
   PlugBaseJSON::setSampleRate(rate);
   updateDsp(false);
-}
-
-void Plug::setBlockSize(std::int32_t frames) {
-  PlugBaseJSON::setBlockSize(frames);
-  // For an absurd length buffers are made only if such a block really comes.
-  if (frames <= 0 || frames > kLongestAnnounced) return;
-  handOver.askEngine([frames](compressor& it) { it.announceBlockSize(frames); });
 }
 
 bool Plug::setBypass(bool on) {

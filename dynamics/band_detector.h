@@ -34,6 +34,7 @@ class BandDetector {
     double* tranPeak;  ///< dB, sign kept
     double* fastLamp;  ///< set to 1 by a fast release, then decays; `slowLamp` likewise
     double* slowLamp;
+    int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
     /// Null if nothing moves; otherwise the block has at most `DetectorKernels::kChunk` frames.
     const DetectorMotion* motion = nullptr;
   };
@@ -56,6 +57,8 @@ class BandDetector {
   void reset() noexcept;
   /// Takes over the past signal of `other`; audio thread.
   void copySignal(const BandDetector& other) noexcept;
+  /// Takes over what `other` knows of the level, but not the past signal; audio thread.
+  void adoptLevel(const BandDetector& other) noexcept { state = other.state; }
   /// Whether this detector makes its band's lamps decay; one per band does.
   void setOwnsLamps(bool on) noexcept { ownsLamps = on; }
   void process(double* signal, int frames, double& envPeak, double& dynPeak, double& tranPeak,

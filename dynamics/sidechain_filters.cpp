@@ -78,7 +78,7 @@ void SidechainFilters::set(const SidechainFilterSettings& settings) {
                           highFilter[0].activeSections()};
   if (rows == now) return;
   rows = now;
-  changes.fetch_add(1, std::memory_order_relaxed);
+  changes.store(++lastRevision, std::memory_order_relaxed);
 }
 
 double SidechainFilters::response(int filter, double frequency) const {

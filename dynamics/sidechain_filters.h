@@ -58,7 +58,8 @@ class SidechainFilters {
   /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
   /// designed; 1 for a filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;
-  /// A number that changes whenever the responses do; any thread.
+  /// A number that changes whenever the responses do, and that no other object of the process has
+  /// had; 0 while all filters are off since the beginning. Any thread.
   [[nodiscard]] unsigned revision() const noexcept {
     return changes.load(std::memory_order_relaxed);
   }
@@ -78,4 +79,5 @@ class SidechainFilters {
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
   mutable PlugBaseMutex rowsLock;
   std::atomic<unsigned> changes{0};
+  static inline std::atomic<unsigned> lastRevision{0};
 };

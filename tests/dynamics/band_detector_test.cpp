@@ -110,7 +110,7 @@ struct Bands {
       lane.play(frames, knobs);
       auto& [fast, slow] = lamps[i / 2];
       jobs.push_back({&lane.detector, &lane.detector.designed(), lane.signal.data(), &env[i / 2],
-                      &lane.dynPeak, &lane.tranPeak, &fast, &slow});
+                      &lane.dynPeak, &lane.tranPeak, &fast, &slow, frames});
     }
     if (knobs.upTo(2) == 0) std::fill(env.begin(), env.end(), 0.0);
     inRealTime([&] { BandDetector::processTogether(jobs, frames); });
@@ -155,7 +155,7 @@ std::vector<double> gainsOf(std::span<Lane> lanes, const DetectorSettings& setti
   for (Lane& lane : lanes) {
     lane.signal.assign(signal.begin(), signal.end());
     jobs.push_back({&lane.detector, &settings, lane.signal.data(), &m[0], &m[1], &m[2], &m[3],
-                    &m[4], jobs.empty() ? motion : nullptr});
+                    &m[4], 0, jobs.empty() ? motion : nullptr});
   }
   inRealTime([&] { BandDetector::processTogether(jobs, static_cast<int>(signal.size())); });
   std::vector<double> gains;
