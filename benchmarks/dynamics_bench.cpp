@@ -129,7 +129,7 @@ void decibels(benchmark::State& state) {
   report(state);
 }
 
-/// Range: bands, all in the crossover.
+/// Range: bands, all in the crossover, and whether the threshold of the first moves all the time.
 void engineAlone(benchmark::State& state) {
   compressor engine;
   engine.setSampleRate(kRate);
@@ -158,7 +158,16 @@ void engineAlone(benchmark::State& state) {
   dynamics.ratioAbove = 0.5;
   turnAll();
   const std::vector<double> input = noise(kFrames);
+  engine.setGliding(true);
+  int block = 0;
   for (auto _ : state) {
+    if (state.range(1) != 0) {
+      dynamics.threshold = -30.0 + 0.01 * (++block % 1000);
+      state.PauseTiming();
+      engine.setDynamics(0, dynamics);
+      engine.publish();
+      state.ResumeTiming();
+    }
     std::ranges::copy(input, left.begin());
     std::ranges::copy(input, right.begin());
     engine.processBlock(pins.data(), pins.data(), kFrames, 2, 0);
@@ -185,7 +194,7 @@ void everySet(benchmark::internal::Benchmark* wanted) {
 }
 
 BENCHMARK(detectors)->Apply(everySet);
-BENCHMARK(engineAlone)->ArgName("bands")->Arg(1)->Arg(8);
+BENCHMARK(engineAlone)->ArgNames({"bands", "moving"})->ArgsProduct({{1, 8}, {0, 1}});
 BENCHMARK(plainDetectors)->ArgName("transients")->Arg(0)->Arg(1);
 BENCHMARK(decibels)->ArgName("set")->DenseRange(
     -1, static_cast<std::int64_t>(allVectorKernels().size()) - 1);

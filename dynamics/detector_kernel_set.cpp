@@ -254,20 +254,27 @@ struct Group {
 
   /// A group in which nothing moves.
   struct Still {
-    static constexpr bool kMoves = false;
+    static constexpr bool kCurves = false;
+    static constexpr bool kWeights = false;
   };
-  /// Where the lanes of a group go, and how far they are in each row; those that do not move stay
+  /// Where the curves of a group go, and how far they are in each row; lanes that do not move stay
   /// exactly where they are.
-  struct Motion {
-    static constexpr bool kMoves = true;
+  struct CurveMotion {
+    static constexpr bool kCurves = true;
+    static constexpr bool kWeights = false;
     Curves curves;
-    Row shape, dynWeight, tranWeight;
     Rows shares;
     [[nodiscard]] Wide share(int i) const noexcept { return load<T>(shares.memory + i); }
   };
+  /// The same for the shapes and weights too.
+  struct Motion : CurveMotion {
+    static constexpr bool kWeights = true;
+    Row shape, dynWeight, tranWeight;
+  };
 
+  template <typename Moving>
   static void readMotion(DetectorLane* const* lanes, int count, int frames, Settings& s,
-                         Motion& motion) noexcept {
+                         Moving& motion) noexcept {
     const auto curveOf = [&](int l) -> const StaticCurve& {
       return lanes[l]->motion != nullptr ? lanes[l]->motion->curve : lanes[l]->settings->curve;
     };
@@ -279,25 +286,27 @@ struct Group {
     const auto shape = of(&DetectorMotion::shape, &DetectorSettings::shape);
     const auto tranWeight = of(&DetectorMotion::tranWeight, &DetectorSettings::tranWeight);
     motion.curves = curvesOf(count, curveOf, shape);
-    motion.shape = gather(count, shape);
-    motion.dynWeight = gather(count, of(&DetectorMotion::dynWeight, &DetectorSettings::dynWeight));
-    motion.tranWeight = gather(count, tranWeight);
-    TimeChunk shares[kLanes] = {};
-    for (int lane = 0; lane < count; ++lane) {
-      if (lanes[lane]->motion != nullptr) {
-        copy<T>(lanes[lane]->motion->shares, frames, shares[lane].samples);
-      }
-      noteUse(curveOf(lane), tranWeight(lane), s);
+    if constexpr (Moving::kWeights) {
+      motion.shape = gather(count, shape);
+      motion.dynWeight =
+          gather(count, of(&DetectorMotion::dynWeight, &DetectorSettings::dynWeight));
+      motion.tranWeight = gather(count, tranWeight);
     }
-    toRows(shares, motion.shares, frames);
+    forEachValue(frames, [&](int i, int) { store<T>(motion.shares.memory + i, Wide{}); });
+    for (int lane = 0; lane < count; ++lane) {
+      noteUse(curveOf(lane), tranWeight(lane), s);
+      const DetectorMotion* const own = lanes[lane]->motion;
+      if (own == nullptr) continue;
+      for (int i = 0; i < frames; ++i) motion.shares.row(i)[lane] = own->shares[i];
+    }
   }
 
-  /// The gain in dB for a linear level, at place `i` of the rows; `Moving` is `Still` or `Motion`.
+  /// The gain in dB for a linear level, at place `i` of the rows; `Moving`: see `Still`.
   template <bool bent, typename Moving>
   static Wide gainDb(Wide level, const Curves& c, const Moving& motion, int i, int n) noexcept {
     const Wide decibels = decibelsOf(level);
     const Wide gain = gainAt<bent>(decibels, c, n);
-    if constexpr (Moving::kMoves) {
+    if constexpr (Moving::kCurves) {
       return between<Wide>(gain, gainAt<bent>(decibels, motion.curves, n), motion.share(i));
     } else {
       return gain;
@@ -340,7 +349,7 @@ struct Group {
                            const Moving& motion, int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
       Wide shape = curves.shape.v[n];
-      if constexpr (Moving::kMoves) {
+      if constexpr (Moving::kWeights) {
         shape = between<Wide>(shape, motion.curves.shape.v[n], motion.share(i));
       }
       const auto level =
@@ -479,7 +488,7 @@ struct Group {
   };
   template <typename Moving>
   static Weights weightsAt(const Settings& s, Moving& motion, int i, int n) noexcept {
-    if constexpr (Moving::kMoves) {
+    if constexpr (Moving::kWeights) {
       const V share = load<W>(motion.shares.row(i) + n * W);
       return {between<V>(s.shape.v[n], motion.shape.v[n], share),
               between<V>(s.dynWeight.v[n], motion.dynWeight.v[n], share),
@@ -531,7 +540,7 @@ struct Group {
     readTimes(lanes, count, settings);
     readWeights(lanes, count, settings);
     Moving motion;
-    if constexpr (Moving::kMoves) readMotion(lanes, count, frames, settings, motion);
+    if constexpr (Moving::kCurves) readMotion(lanes, count, frames, settings, motion);
     const Curves curves = curvesOf(lanes, count);
     State state = stateOf(lanes, count);
     Averages averages = averagesOf(windows, count);
@@ -554,10 +563,20 @@ struct Group {
   }
 
   static void detect(DetectorLane* const* lanes, int count, int frames) noexcept {
-    bool moves = false;
-    for (int lane = 0; lane < count; ++lane) moves |= lanes[lane]->motion != nullptr;
-    if (moves) {
+    bool curves = false;
+    bool weights = false;
+    for (int lane = 0; lane < count; ++lane) {
+      const DetectorMotion* const motion = lanes[lane]->motion;
+      if (motion == nullptr) continue;
+      curves = true;
+      const DetectorSettings& from = *lanes[lane]->settings;
+      weights |= motion->shape != from.shape || motion->dynWeight != from.dynWeight ||
+                 motion->tranWeight != from.tranWeight;
+    }
+    if (weights) {
       detectWith<Motion>(lanes, count, frames);
+    } else if (curves) {
+      detectWith<CurveMotion>(lanes, count, frames);
     } else {
       detectWith<Still>(lanes, count, frames);
     }

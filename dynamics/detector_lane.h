@@ -41,7 +41,8 @@ struct BallisticsCoefficients {
 };
 
 struct DetectorSettings {
-  StaticCurve curve;
+  CurveKnobs knobs;
+  StaticCurve curve;  ///< of the knobs
   BallisticsCoefficients times;
   double shape = 1.0;       ///< 0 ballistics after the curve .. 1 before it
   double dynWeight = 1.0;   ///< 0..1

@@ -79,14 +79,13 @@ void Glide::plan(double newGoal, int frames, double newEndSlope) noexcept {
   endSlope = newEndSlope;
 }
 
-void Glide::fill(double* out, int frames) noexcept {
+void Glide::fill(double* out, int frames) const noexcept {
   const int moving = std::min(frames, left());
   const double scale = length > 0 ? 1.0 / length : 0.0;
   const std::array<double, 6> w = way;
   const int from = position;
   for (int i = 0; i < moving; ++i) out[i] = valueAt(w, (from + i) * scale);
   std::fill(out + moving, out + frames, goal);
-  position += moving;
 }
 
 double Glide::after(int frames) const noexcept {

@@ -18,8 +18,8 @@ class Glide {
   /// Goes to `newTarget`, as a block of `frames` begins; `rate` in Hz. Call it in each block while
   /// `isMoving`, with the same target if the host gave none.
   void setTarget(double newTarget, int frames, double rate) noexcept;
-  /// Writes the next `frames` values, the present one first, and goes on to the one after them.
-  void fill(double* out, int frames) noexcept;
+  /// Writes the next `frames` values, the present one first.
+  void fill(double* out, int frames) const noexcept;
   /// The value in `frames` from now. From the end of the way it is exactly the target.
   [[nodiscard]] double after(int frames) const noexcept;
   void advance(int frames) noexcept { position += frames < left() ? frames : left(); }

@@ -21,6 +21,7 @@ void play(Glide& glide, double target, int frames, std::vector<double>& values) 
   inRealTime([&] {
     glide.setTarget(target, frames, kRate);
     glide.fill(values.data() + start, frames);
+    glide.advance(frames);
   });
 }
 
