@@ -6,7 +6,7 @@
 #include "dynamics/signal_chain.h"
 #include "platform/index.h"
 
-void SignalChain::beginBlock(int frames, int channels, double rate, bool gliding) noexcept {
+void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
   if (!gliding) {
     movingBands = 0;
     jumpDue = true;
@@ -21,7 +21,7 @@ void SignalChain::beginBlock(int frames, int channels, double rate, bool gliding
     if (jumpDue) {
       motion.jump(targets);
     } else {
-      motion.setTargets(targets, frames, rate);
+      motion.setTargets(targets, frames, sampleRate);
     }
     movingBands &= ~stageBit(band);
     if (motion.isMoving()) movingBands |= stageBit(band);

@@ -32,7 +32,12 @@ void ChainFilters::setSampleRate(double rate) noexcept {
   crossover.setSampleRate(rate);
 }
 
-SignalChain::SignalChain(double rate) { filters.setSampleRate(rate); }
+SignalChain::SignalChain(double rate) : sampleRate(rate) { filters.setSampleRate(rate); }
+
+void SignalChain::setSampleRate(double rate) noexcept {
+  sampleRate = rate;
+  filters.setSampleRate(rate);
+}
 
 void SignalChain::reset() noexcept {
   buffers.clear();
@@ -41,6 +46,7 @@ void SignalChain::reset() noexcept {
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   for (BandMeters& meter : *meters) meter.reset();
   delays.clear();
+  silent = true;
   sidechainLeft = 0;
   channelsSeen = WorkBuffers::kChannels;
   filters.crossover.reset();
@@ -193,6 +199,7 @@ void SignalChain::runStages() noexcept {
     }
   });
   endMotions();
+  silent = false;
   delays.advance(block.frames);
   sidechainLeft = std::max(0, sidechainLeft - block.frames);
 }

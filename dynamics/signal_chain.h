@@ -41,6 +41,8 @@ class SignalChain {
 
   /// `rate` in Hz. Throws std::bad_alloc.
   explicit SignalChain(double rate);
+  void setSampleRate(double rate) noexcept;  ///< while nothing processes
+  [[nodiscard]] double getSampleRate() const noexcept { return sampleRate; }
   SignalChain(const SignalChain&) = delete;
   SignalChain& operator=(const SignalChain&) = delete;
 
@@ -52,6 +54,13 @@ class SignalChain {
     targetsDue = true;
   }
   [[nodiscard]] const EngineSettings& now() const noexcept { return settings; }
+  /// For changes of what no filter, place or delay hangs on; audio thread.
+  [[nodiscard]] EngineSettings& live() noexcept {
+    targetsDue = true;
+    return settings;
+  }
+  /// Whether nothing has been processed since the last reset.
+  [[nodiscard]] bool isSilent() const noexcept { return silent; }
   [[nodiscard]] std::uint32_t number() const noexcept { return settings.chain; }
   /// Where the bands' peaks go; at first to a set of its own, which nobody sees.
   void showOn(MeterSet& shown) noexcept { meters = &shown; }
@@ -62,9 +71,9 @@ class SignalChain {
   /// Takes over what the detectors of another chain know of the level, for bands in use in both.
   void adoptLevels(const SignalChain& other) noexcept;
 
-  /// Starts a block of the host, at `rate` in Hz, after its settings have been taken. `gliding`:
-  /// settings that scale sound move smoothly, otherwise they change between blocks.
-  void beginBlock(int frames, int channels, double rate, bool gliding) noexcept;
+  /// Starts a block of the host, after its settings have come. `gliding`: settings that scale sound
+  /// move smoothly, otherwise they change between blocks.
+  void beginBlock(int frames, int channels, bool gliding) noexcept;
   /// The longest slice that may follow.
   [[nodiscard]] int mostFrames() const noexcept {
     return movingBands != 0 ? BandMotion::kMostFrames : kMostFrames;
@@ -166,6 +175,7 @@ class SignalChain {
                  int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int owner, int samples) noexcept;
 
+  double sampleRate;
   EngineSettings settings;
   Block block;
   WorkBuffers buffers{kMostFrames};
@@ -182,6 +192,7 @@ class SignalChain {
   bool targetsDue = true;         // settings have come since the last block
   bool jumpDue = true;            // the next targets are taken at once
 
+  bool silent = true;
   int sidechainLeft = 0;  // samples until the last sidechain input has left the whole chain
   ChainSeen chainSeen;    // of the last slice
   int channelsSeen = WorkBuffers::kChannels;  // in the last slice
