@@ -35,6 +35,8 @@ class BandDetector {
     double* fastLamp;  ///< set to 1 by a fast release, then decays; `slowLamp` likewise
     double* slowLamp;
     int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
+    /// Null if nothing moves; otherwise the block has at most `DetectorKernels::kChunk` frames.
+    const DetectorMotion* motion = nullptr;
   };
 
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards

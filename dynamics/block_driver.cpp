@@ -17,10 +17,13 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   scrub(inputs, channels + side, frames);
   beginBlock();
   analyser.beginBlock();
+  for (SignalChain* const chain : {playing, rising}) {
+    if (chain != nullptr) chain->beginBlock(frames, channels, gliding);
+  }
   for (int done = 0; done < frames;) {
-    Slice<Sample> slice{
-        {}, {}, std::min(frames - done, SignalChain::kMostFrames), channels, side, done, frames};
-    if (rising != nullptr) slice.frames = std::min(slice.frames, fade.left());
+    const int most = std::min(frames - done, playing->mostFrames());
+    Slice<Sample> slice{{}, {}, most, channels, side, done, frames};
+    if (rising != nullptr) slice.frames = std::min({most, rising->mostFrames(), fade.left()});
     const auto from = [done](Sample* signal) { return signal == nullptr ? signal : signal + done; };
     for (int c = 0; c < channels + side; ++c) slice.inputs[at(c)] = from(inputs[c]);
     for (int c = 0; c < channels; ++c) slice.outputs[at(c)] = from(outputs[c]);

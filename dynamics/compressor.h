@@ -28,8 +28,8 @@
 ///
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
-/// without it. `processBlock` and `setRealtime` on the audio thread, where nothing locks or
-/// allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
+/// without it. `processBlock`, `setRealtime` and `setGliding` on the audio thread, where nothing
+/// locks or allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
 ///
 /// Usually settings take effect in the middle of the chain's signal, as they come. After
 /// `startChange` they make a second chain instead, which is faded in when it is full.
@@ -102,6 +102,9 @@ class compressor {
   void setLiveValues(LiveValues* source) noexcept { live = source; }
   /// Whether the host plays in real time; if not, a change of chains happens at once.
   void setRealtime(bool on) noexcept { realtime = on; }
+  /// Whether settings that scale sound glide from one value to the next; off at first, when they
+  /// change between blocks.
+  void setGliding(bool on) noexcept { gliding = on; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
   /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
   /// null output is not written. 0 frames change nothing. `Sample` is float or double.
@@ -226,5 +229,6 @@ class compressor {
   SignalChain* rising = nullptr;  // during a change
   ChainFade fade;
   bool realtime = false;
+  bool gliding = false;
   LiveValues* live = nullptr;
 };

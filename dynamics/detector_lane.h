@@ -41,7 +41,8 @@ struct BallisticsCoefficients {
 };
 
 struct DetectorSettings {
-  StaticCurve curve;
+  CurveKnobs knobs;
+  StaticCurve curve;  ///< of the knobs
   BallisticsCoefficients times;
   double shape = 1.0;       ///< 0 ballistics after the curve .. 1 before it
   double dynWeight = 1.0;   ///< 0..1
@@ -58,8 +59,19 @@ struct BallisticsState {
   double smoothedGain = 0.0;  // dB
 };
 
+/// Where settings that scale sound go within a call: in each frame the gain in dB is a mixture of
+/// the gains by the settings before and by these.
+struct DetectorMotion {
+  StaticCurve curve;
+  double shape = 1.0;
+  double dynWeight = 1.0;
+  double tranWeight = 0.0;
+  const double* shares = nullptr;  ///< of these values, for each frame
+};
+
 struct DetectorLane {
   const DetectorSettings* settings = nullptr;
+  const DetectorMotion* motion = nullptr;  // null if nothing moves
   WindowLane* window = nullptr;
   BallisticsState* state = nullptr;
   double* signal = nullptr;  // sidechain in, linear gain out

@@ -42,6 +42,7 @@ void SignalChain::setSampleRate(double rate) noexcept {
 void SignalChain::reset() noexcept {
   buffers.clear();
   takeGains();
+  jumpDue = true;
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   for (BandMeters& meter : *meters) meter.reset();
   delays.clear();
@@ -197,6 +198,7 @@ void SignalChain::runStages() noexcept {
       runBandStage(stage);
     }
   });
+  endMotions();
   silent = false;
   delays.advance(block.frames);
   sidechainLeft = std::max(0, sidechainLeft - block.frames);
@@ -218,30 +220,18 @@ void SignalChain::runBandStage(int band) noexcept {
   BandRun run = beginBand(band, false, 0);
   processBands({&run, 1}, 0);
   const int bandDelay = run.lookahead + settings.oversampleLatency;
-  for (int c = 0; c < block.channels; ++c) {
-    const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
-    const double* const rest = buffers.rest[channel];
-    const double* const in = lifted[channel];
-    for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
-  }
+  mixStage(run, weights);
   delaySidechain(DelayRings::kExtAfter, band, bandDelay);
   delayPair(buffers.dry, DelayRings::kDryAfter, band, bandDelay);
 }
 
 void SignalChain::runCrossoverStage() noexcept {
   const int length = settings.plan.xoverLength();
-  std::array<SoloBand, kNumBands> listed{};
-  for (int place = 0; place < length; ++place) {
-    const int band = settings.plan.xoverBand(place);
-    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
-  }
-  const auto weights =
-      crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
+  auto weights = listedWeights();
   std::array<BandRun, kNumBands> bandRuns;
   const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
-    bandRuns[place] = beginBand(listed[place].band, true, place);
+    bandRuns[place] = beginBand(settings.plan.xoverBand(static_cast<int>(place)), true, place);
   }
   splitIntoBands(runs);
   constexpr int kOwner = DelayRings::kCrossover;
@@ -250,6 +240,7 @@ void SignalChain::runCrossoverStage() noexcept {
   delayPair(buffers.wet, DelayRings::kWetBefore, kOwner, splitDelay);
   delayPair(buffers.dry, DelayRings::kDryBefore, kOwner, splitDelay);
   processBands(runs, settings.xoverMaxLookahead);
+  scaleMovingBands(runs, weights);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     sumBands(buffers.band[channel], weights, runs.size(), buffers.wet[channel], block.frames);
@@ -257,6 +248,40 @@ void SignalChain::runCrossoverStage() noexcept {
   const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, bandDelay);
   delayPair(buffers.dry, DelayRings::kDryAfter, kOwner, bandDelay);
+}
+
+std::array<double, kNumBands> SignalChain::listedWeights() const noexcept {
+  const int length = settings.plan.xoverLength();
+  std::array<SoloBand, kNumBands> listed{};
+  for (int place = 0; place < length; ++place) {
+    const int band = settings.plan.xoverBand(place);
+    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
+  }
+  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listenState());
+}
+
+/// Puts a dynamic EQ band and the rest of the signal together again.
+void SignalChain::mixStage(const BandRun& run, const StageWeights& weights) noexcept {
+  const bool moves = run.motion != nullptr && (run.motion->moves(BandMotion::kShare) ||
+                                               run.motion->moves(BandMotion::kRest));
+  BandMotion::Ramp bandShares;
+  BandMotion::Ramp restShares;
+  if (moves) {
+    run.motion->fill(BandMotion::kShare, bandShares.data(), block.frames);
+    run.motion->fill(BandMotion::kRest, restShares.data(), block.frames);
+  }
+  for (int c = 0; c < block.channels; ++c) {
+    double* const wet = buffers.wet[at(c)];
+    const double* const rest = buffers.rest[at(c)];
+    const double* const in = run.signal[at(c)];
+    if (moves) {
+      for (int i = 0; i < block.frames; ++i) {
+        wet[i] = restShares[at(i)] * rest[i] + bandShares[at(i)] * in[i];
+      }
+    } else {
+      for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
+    }
+  }
 }
 
 void SignalChain::splitIntoBands(std::span<const BandRun> runs) noexcept {
@@ -281,6 +306,8 @@ void SignalChain::resetBandState(int band) noexcept {
   }
   (*meters)[index].reset();
   delays.forget(band);
+  motions[index].jump();
+  movingBands &= ~stageBit(band);
   resetPath(band);
 }
 
