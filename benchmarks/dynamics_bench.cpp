@@ -75,7 +75,7 @@ void detectors(benchmark::State& state) {
   for (std::size_t i = 0; i < kDetectors; ++i) {
     jobs[i] = {&all[i],    &all[i].designed(), signals.data() + i * kFrames,
                &meters[0], &meters[1],         &meters[2],
-               &meters[3], &meters[4]};
+               &meters[3], &meters[4],         kFrames};
   }
   for (auto _ : state) {
     signals = input;

@@ -37,6 +37,9 @@ class BandDetector {
     int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
   };
 
+  /// For lookaheads of up to `mostLookahead` samples. Throws std::bad_alloc.
+  explicit BandDetector(int mostLookahead = LookaheadWindow::kMaxSamples) : window(mostLookahead) {}
+
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards
   [[nodiscard]] const DetectorSettings& designed() const noexcept { return settings; }
   void setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,

@@ -61,6 +61,7 @@ void compressor::takeSettings() noexcept {
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
   if (next == nullptr) return;
   rising = next;
+  rising->take(newest);  // it may be newer than what the chain was offered with
   fade.start(sampleRate, newest.latency);
   if (!realtime) endChange();
 }

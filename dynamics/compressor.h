@@ -57,15 +57,15 @@ class compressor {
   void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
-  void setOversampling(Oversampling mode) noexcept;
-  void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
+  void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
+  void setScListen(int band) noexcept;      ///< 0..7, or -1 for none
   /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
   /// How fast the bands' gain meters fall after a peak: at 100 %, as at first, by the end of its
   /// block, at 0 % over seconds.
   void setMeterDecay(double percent, double rate) noexcept;
-  /// Makes the chain from the layout; it is empty until the first call.
+  /// Makes the chain from the layout; it is empty until the first call. Throws std::bad_alloc.
   void makeStagePlan();
   /// Whether `makeStagePlan` would change the chain.
   [[nodiscard]] bool planIsDue();

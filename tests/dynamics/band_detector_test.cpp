@@ -109,7 +109,7 @@ struct Bands {
       lane.play(frames, knobs);
       auto& [fast, slow] = lamps[i / 2];
       jobs.push_back({&lane.detector, &lane.detector.designed(), lane.signal.data(), &env[i / 2],
-                      &lane.dynPeak, &lane.tranPeak, &fast, &slow});
+                      &lane.dynPeak, &lane.tranPeak, &fast, &slow, frames});
     }
     if (knobs.upTo(2) == 0) std::fill(env.begin(), env.end(), 0.0);
     inRealTime([&] { BandDetector::processTogether(jobs, frames); });
