@@ -27,7 +27,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
       loadingFlags(whose.store()),
-      handOver(values, engine, isOffline, std::move(whatTime),
+      handOver(values, engine, {isOffline, isRealtime}, std::move(whatTime),
                {editor.orderStale, editor.kindsStale}),
       bandRules(history),
       parameterEdits({values, input, host, history, gestures, bandRules, handOver, engine, editor,
@@ -38,6 +38,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
       presets(*this, editor, whose),
       idle(whoIdles) {
   engineLink.connect(handOver);
+  engine.setLiveValues(&handOver);
   rules.connect(bandRules);
   connectModel(state);
   input.whenReplaced([this] { parameterEdits.chain.repair(); });
@@ -92,9 +93,7 @@ void Plug::offlineChanged(bool offline) {
   updateLatency();
 }
 
-void Plug::updateLatency() {
-  host.declareLatency(handOver.askEngine([](compressor& it) { return it.getLatency(); }));
-}
+void Plug::updateLatency() { host.declareLatency(handOver.getLatency()); }
 
 void Plug::onIdle() {
   PlugBaseJSON::onIdle();
@@ -146,6 +145,7 @@ void Plug::applyGlobalPreferences() {
     it.setMeterBallistic(wanted.meterBallistic, static_cast<double>(rate));
     it.setAutolistenPassband(wanted.autolistenPassband);
   });
+  handOver.setSeamless(wanted.seamless);
   simpleNumbers.store(wanted.simpleNumbers, std::memory_order_relaxed);
   if (host.setGesturesOff(!wanted.gestures)) editor.gesturesStale = true;
   input.setTellsBanks(wanted.automateBanks);

@@ -15,7 +15,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   const int channels = std::clamp(mainChannels, 1, WorkBuffers::kChannels);
   const int side = std::clamp(sideChannels, 0, WorkBuffers::kChannels);
   scrub(inputs, channels + side, frames);
-  takeSettings();
+  beginBlock();
   analyser.beginBlock();
   for (int done = 0; done < frames;) {
     Slice<Sample> slice{
@@ -47,23 +47,29 @@ void compressor::scrub(Sample* const* inputs, int channels, int frames) noexcept
   }
 }
 
-void compressor::takeSettings() noexcept {
-  if (!realtime && rising != nullptr) endChange();
-  if (!published.waiting()) return;
+void compressor::beginBlock() noexcept {
+  const SignalChain* const changed = takeSettings();
+  if (rising != nullptr && (!realtime || playing->isSilent())) endChange();
+  SignalChain& latest = rising != nullptr ? *rising : *playing;
+  if (live != nullptr) live->takeLive(latest, changed == &latest);
+}
+
+SignalChain* compressor::takeSettings() noexcept {
+  if (!published.waiting()) return nullptr;
   published.take();
   const EngineSettings& newest = published.active();
-  SignalChain& latest = rising != nullptr ? *rising : *playing;
-  if (newest.chain == latest.number()) {
-    latest.take(newest);
-    return;
+  SignalChain* const latest = rising != nullptr ? rising : playing;
+  if (newest.chain == latest->number()) {
+    latest->take(newest);
+    return latest;
   }
   // None, if the control side has meanwhile replaced it: then other settings follow.
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
-  if (next == nullptr) return;
+  if (next == nullptr) return nullptr;
   rising = next;
   rising->take(newest);  // it may be newer than what the chain was offered with
   fade.start(sampleRate, newest.latency);
-  if (!realtime) endChange();
+  return rising;
 }
 
 /// The chain that meters show.

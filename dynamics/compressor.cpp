@@ -8,12 +8,6 @@
 
 #include "platform/index.h"
 
-namespace {
-
-double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
-
-}  // namespace
-
 compressor::compressor() : built(std::make_unique<SignalChain>(sampleRate)), playing(built.get()) {
   wanted.bands[0].path.active = true;
   setMeterDecay(100.0, sampleRate);
@@ -29,7 +23,7 @@ void compressor::setSampleRate(double rate) noexcept {
   sampleRate = rate;
   loudness.setSampleRate(rate);
   levels.setSampleRate(rate);
-  built->filters.setSampleRate(rate);
+  built->setSampleRate(rate);
 }
 
 void compressor::resetEngine() noexcept {
@@ -103,16 +97,7 @@ void compressor::settleChange() noexcept {
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
                           double wetDry) noexcept {
-  wanted.analyserGain = linearGain(outDb);
-  EngineSettings::Gains& gains = wanted.gains;
-  gains = {};
-  if (bypass) {
-    gains.wet = 0.0;
-    gains.dry = 1.0;
-  } else {
-    const double out = wanted.analyserGain;
-    gains = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
-  }
+  wanted.setGains(inDb, outDb, bypass, listen, wetDry);
 }
 
 bool compressor::setMeasuring(bool on) {
@@ -144,12 +129,8 @@ void compressor::setSidechainRoute(int band, const SidechainRoute& route) noexce
   if (isBand(band)) wantedOf(band).route = route;
 }
 
-void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
-                                     double unlink) noexcept {
-  if (!isBand(band)) return;
-  SidechainLinkage& linkage = wantedOf(band).linkage;
-  linkage.setPosition(leftRight, percent);
-  linkage.unlink = unlink;
+void compressor::setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept {
+  if (isBand(band)) wantedOf(band).linkage = linkage;
 }
 
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
@@ -158,10 +139,7 @@ void compressor::setSidechainFilters(int band, const SidechainFilterSettings& se
 
 void compressor::setOversampling(Oversampling mode) {
   built->parts.provide(wanted.plan, mode != Oversampling::kOff, sampleRate);
-  wanted.oversampleLatency = 0;
-  if (mode == Oversampling::kOff) return;  // the quality stays as it was
-  wanted.highQuality = mode == Oversampling::kHighQuality;
-  wanted.oversampleLatency = OversampledGain::latency(wanted.highQuality);
+  wanted.setOversampling(mode);
 }
 
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
@@ -198,6 +176,10 @@ void compressor::makeStagePlan() {
     wanted.xoverMaxLookahead = std::max(wanted.xoverMaxLookahead,
                                         wantedOf(wanted.plan.xoverBand(place)).detector.lookahead);
   }
+}
+
+bool compressor::isFiltered(int band) const noexcept {
+  return isBand(band) && built->filters.subbands[at(band)].latency() > 0;
 }
 
 bool compressor::planIsDue() { return StagePlan::of(layout) != wanted.plan; }

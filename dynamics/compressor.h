@@ -13,6 +13,7 @@
 #include "dynamics/bands.h"
 #include "dynamics/chain_fade.h"
 #include "dynamics/engine_settings.h"
+#include "dynamics/live_values.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
 #include "dynamics/output_feed.h"
@@ -53,8 +54,7 @@ class compressor {
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
-  /// See `SidechainLinkage`.
-  void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
+  void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
@@ -81,6 +81,14 @@ class compressor {
   /// Latency in samples with the present settings, once they are published; during a change that of
   /// the chain that is heard.
   [[nodiscard]] int getLatency();
+  /// As they will be published.
+  [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
+  /// Whether a dynamic EQ band has a filter, and its latency.
+  [[nodiscard]] bool isFiltered(int band) const noexcept;
+  /// A lookahead in ms as samples.
+  [[nodiscard]] int lookaheadOf(float ms) const noexcept {
+    return lookaheadSamples(ms, sampleRate);
+  }
   /// Makes an empty chain for the settings to come: set everything, filters included, then publish.
   /// False if the audio thread is in the middle of an earlier change. Throws std::bad_alloc.
   [[nodiscard]] bool startChange();
@@ -90,6 +98,8 @@ class compressor {
   [[nodiscard]] bool isChanging() noexcept;
 
   // Audio thread.
+  /// What gives settings before each block; null for none.
+  void setLiveValues(LiveValues* source) noexcept { live = source; }
   /// Whether the host plays in real time; if not, a change of chains happens at once.
   void setRealtime(bool on) noexcept { realtime = on; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
@@ -165,7 +175,9 @@ class compressor {
   [[nodiscard]] int plannedLatency();
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
-  void takeSettings() noexcept;
+  void beginBlock() noexcept;
+  /// Returns the chain that has got new settings, or null.
+  SignalChain* takeSettings() noexcept;
   [[nodiscard]] SignalChain& heard() noexcept;
   template <typename Sample>
   void runSlice(const Slice<Sample>& slice) noexcept;
@@ -214,4 +226,5 @@ class compressor {
   SignalChain* rising = nullptr;  // during a change
   ChainFade fade;
   bool realtime = false;
+  LiveValues* live = nullptr;
 };

@@ -74,6 +74,10 @@ struct EngineSettings {
     bool listen = false;  ///< the difference between wet and dry is heard
   };
 
+  /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
+  void setGains(double inDb, double outDb, bool bypass, bool difference, double wetDry) noexcept;
+  void setOversampling(Oversampling mode) noexcept;
+
   std::uint32_t chain = 0;  ///< number of the chain that they are for
   int latency = 0;          ///< of that chain, samples
   std::array<Band, kNumBands> bands;

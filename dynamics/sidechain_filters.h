@@ -52,6 +52,8 @@ class SidechainFilters {
   /// Throws std::bad_alloc; the next call designs the filters that this one did not reach.
   void set(const SidechainFilterSettings& settings);
 
+  /// In dB; any thread.
+  void setTrim(double decibels) noexcept;
   /// Clears the filters' past; present coefficients stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel only

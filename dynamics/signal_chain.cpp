@@ -32,7 +32,12 @@ void ChainFilters::setSampleRate(double rate) noexcept {
   crossover.setSampleRate(rate);
 }
 
-SignalChain::SignalChain(double rate) { filters.setSampleRate(rate); }
+SignalChain::SignalChain(double rate) : sampleRate(rate) { filters.setSampleRate(rate); }
+
+void SignalChain::setSampleRate(double rate) noexcept {
+  sampleRate = rate;
+  filters.setSampleRate(rate);
+}
 
 void SignalChain::take(const EngineSettings& newest) noexcept {
   const bool sameParts = newest.parts == settings.parts;
@@ -52,6 +57,7 @@ void SignalChain::reset() noexcept {
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   for (BandMeters& meter : *meters) meter.reset();
   delays.clear();
+  silent = true;
   sidechainLeft = 0;
   channelsSeen = WorkBuffers::kChannels;
   filters.crossover.reset();
@@ -206,6 +212,7 @@ void SignalChain::runStages() noexcept {
       runBandStage(stage);
     }
   });
+  silent = false;
   delays.advance(block.frames);
   sidechainLeft = std::max(0, sidechainLeft - block.frames);
 }

@@ -39,6 +39,8 @@ class SignalChain {
 
   /// `rate` in Hz. Throws std::bad_alloc.
   explicit SignalChain(double rate);
+  void setSampleRate(double rate) noexcept;  ///< while nothing processes
+  [[nodiscard]] double getSampleRate() const noexcept { return sampleRate; }
   SignalChain(const SignalChain&) = delete;
   SignalChain& operator=(const SignalChain&) = delete;
 
@@ -48,6 +50,10 @@ class SignalChain {
   /// The settings of the next slice.
   void take(const EngineSettings& newest) noexcept;
   [[nodiscard]] const EngineSettings& now() const noexcept { return settings; }
+  /// For changes of what no filter, place or delay hangs on; audio thread.
+  [[nodiscard]] EngineSettings& live() noexcept { return settings; }
+  /// Whether nothing has been processed since the last reset.
+  [[nodiscard]] bool isSilent() const noexcept { return silent; }
   [[nodiscard]] std::uint32_t number() const noexcept { return settings.chain; }
   /// Where the bands' peaks go; at first to a set of its own, which nobody sees.
   void showOn(MeterSet& shown) noexcept { meters = &shown; }
@@ -140,6 +146,7 @@ class SignalChain {
                  int samples) noexcept;
   void delaySidechain(DelayRings::Ring ring, int owner, int samples) noexcept;
 
+  double sampleRate;
   EngineSettings settings;
   Block block;
   WorkBuffers buffers{kMostFrames};
@@ -150,6 +157,7 @@ class SignalChain {
   MeterSet* meters = &ownMeters;
   DelayRings delays;
 
+  bool silent = true;
   int sidechainLeft = 0;  // samples until the last sidechain input has left the whole chain
   ChainSeen chainSeen;    // of the last slice
   int channelsSeen = WorkBuffers::kChannels;  // in the last slice

@@ -253,7 +253,8 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
     std::optional<RealTimeCheck::Exception> theSwitch;
     if (audio.below(100) == 0) {
-      rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
+      rig.processLevel = rig.processLevel == kProcessLevelRealtime ? kProcessLevelOffline
+                                                                   : kProcessLevelRealtime;
       theSwitch.emplace();
     }
     const int frames =
