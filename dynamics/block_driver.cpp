@@ -133,7 +133,7 @@ void compressor::storeMeters(const WorkBuffers& work, int channels, int frames) 
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
     meters.writeOutput(c, c < channels ? work.wet[at(c)] : nullptr, frames);
   }
-  meters.endBlock(frames);
+  meters.endBlock();
   loudness.measure(work.dry[0], work.dry[1], true, frames, channels);
   loudness.measure(work.wet[0], work.wet[1], false, frames, channels);
 }

@@ -15,7 +15,7 @@
 #include "dynamics/engine_settings.h"
 #include "dynamics/live_values.h"
 #include "dynamics/loudness_meter.h"
-#include "dynamics/meter_rings.h"
+#include "dynamics/meter_peaks.h"
 #include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
 #include "dynamics/signal_chain.h"
@@ -111,7 +111,7 @@ class compressor {
 
   // Any thread.
   /// Source for a `GainReductionReader`, of which each consumer needs its own.
-  [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
+  [[nodiscard]] const MeterPeaks& meterPeaks() const noexcept { return meters; }
   /// The final output: source for an `OutputLevels`, of which each consumer needs its own.
   [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
@@ -120,7 +120,7 @@ class compressor {
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
-  /// Reads through the engine's own `GainReductionReader`.
+  /// Reads through the engine's own `GainReductionReader`, which reads from the beginning.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return reductionReader.getGainReduction(selector);
   }
@@ -191,7 +191,7 @@ class compressor {
 
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
-  MeterRings meters;
+  MeterPeaks meters;
   GainReductionReader reductionReader{meters};
   OutputFeed levels;
   AnalyserFeed analyser;
