@@ -150,8 +150,8 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
-  /// See `MeterRings::readFurthest`. For one consumer only, since reading takes the peaks away:
-  /// others make a `GainReductionReader` of their own over the engine's `meterRings`.
+  /// See `GainReductionReader`. For one consumer only, since reading takes the peaks away:
+  /// others make a `GainReductionReader` of their own over the engine's `meterPeaks`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }

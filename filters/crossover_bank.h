@@ -39,6 +39,7 @@ class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;
   static constexpr int kTaps = CrossoverEngine::kTaps;
+  static constexpr int kMostLatency = kTaps / 2 + kTaps - 1;  ///< samples
 
   void setSampleRate(double hz) noexcept { sampleRate = hz; }
   /// Takes the centres (Hz, ascending) and slopes (dB per octave) of up to eight bands. A split
