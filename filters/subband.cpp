@@ -4,7 +4,11 @@
 #include <array>
 #include <cmath>
 #include <tuple>
+#include <utility>
 #include <vector>
+
+#include "filters/kernel_cache.h"
+#include "filters/linear_phase.h"
 
 namespace {
 
@@ -33,6 +37,46 @@ auto valuesOf(const BLTEQ& filter) noexcept {
                          filter.getOrder(), filter.getFrequency(), filter.getQ());
 }
 
+/// What a kernel is designed from.
+struct KernelSource {
+  std::array<AnalogSections, 3> filters;
+  double rate;
+  bool operator==(const KernelSource&) const = default;
+};
+
+std::vector<double> designKernel(const KernelSource& source) {
+  constexpr std::size_t kHalf = subband::kTaps / 2;
+  std::array<double, kHalf + 1> half{};
+  half.fill(1.0 / subband::kTaps);
+  for (const AnalogSections& rows : source.filters) {
+    for (std::size_t k = 0; k <= kHalf; ++k) {
+      half[k] *= analogMagnitude(rows.rows.data(), rows.count,
+                                 static_cast<double>(k) * source.rate / subband::kTaps);
+    }
+  }
+  return linearPhaseKernel(half);
+}
+
+/// A finished kernel: as it is shown, and as the convolver reads it.
+struct FinishedKernel {
+  explicit FinishedKernel(const KernelSource& source) : FinishedKernel(designKernel(source)) {}
+  explicit FinishedKernel(std::vector<double> kernel)
+      : shown(std::move(kernel)), spectra(pointerTo(shown.taps).data(), 1, subband::kTaps) {}
+
+  static std::array<const double*, 1> pointerTo(const std::vector<double>& taps) noexcept {
+    return {taps.data()};
+  }
+
+  NumberedTaps shown;
+  PartitionedKernels spectra;
+};
+
+std::shared_ptr<const FinishedKernel> kernelOf(const KernelSource& source) {
+  constexpr std::size_t kRecent = 32;  // of 90 KiB each
+  static KernelCache<KernelSource, FinishedKernel> cache(kRecent);
+  return cache.get(source, [&source] { return std::make_shared<const FinishedKernel>(source); });
+}
+
 }  // namespace
 
 double bandEdgeRatio(double q) noexcept {
@@ -40,24 +84,35 @@ double bandEdgeRatio(double q) noexcept {
   return std::sqrt(1.0 + (0.5 + std::sqrt(squared + 0.25)) / squared);
 }
 
-subband::subband() { fft.prepare(kTaps); }
-
 void subband::setSampleRate(double hz) {
   sampleRate = hz;
-  for (BLTEQ* filter : {&highPass, &lowPass, &bandPass}) {
-    filter->setSampleRate(static_cast<float>(hz));
+  if (edges != nullptr) {
+    for (BLTEQ* filter : edges->all()) filter->setSampleRate(static_cast<float>(hz));
   }
   rebuildNeeded = true;
 }
 
 void subband::configureFilters(int shape, float frequency, float slope, float q, float slope2) {
-  const auto before = std::make_tuple(valuesOf(highPass), valuesOf(lowPass), valuesOf(bandPass));
+  const bool filters = shape != kFlat;
+  if (edges == nullptr) {
+    edges = std::make_unique<Edges>();
+    setSampleRate(sampleRate);
+  }
+  if (filters && owned == nullptr) {
+    owned = std::make_unique<Filter>();
+    // Release: hands over the filter.
+    shared.store(owned.get(), std::memory_order_release);
+  }
+  const auto values = [this] {
+    return std::make_tuple(valuesOf(edges->highPass), valuesOf(edges->lowPass),
+                           valuesOf(edges->bandPass));
+  };
+  const auto before = values();
   configureEdges(shape, frequency, slope, q, slope2);
-  for (BLTEQ* filter : {&highPass, &lowPass, &bandPass}) filter->update();
-  const auto now = std::make_tuple(valuesOf(highPass), valuesOf(lowPass), valuesOf(bandPass));
-  if (now != before) rebuildNeeded = true;
+  for (BLTEQ* filter : edges->all()) filter->update();
+  if (values() != before) rebuildNeeded = true;
   publishSections();
-  filtered.store(shape != kFlat, std::memory_order_relaxed);
+  filtered.store(filters, std::memory_order_relaxed);
   configured.store(true, std::memory_order_relaxed);
 }
 
@@ -72,8 +127,9 @@ void subband::configureEdges(int shape, float frequency, float slope, float q, f
     high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
     low = {true, std::min(centre * ratio, sampleRate / 2.0), slope};
   }
-  setEdge(highPass, EQ::kHpf, prototype, high);
-  setEdge(lowPass, EQ::kLpf, prototype, low);
+  setEdge(edges->highPass, EQ::kHpf, prototype, high);
+  setEdge(edges->lowPass, EQ::kLpf, prototype, low);
+  BLTEQ& bandPass = edges->bandPass;
   bandPass.setBypass(shape == kBandPassEE ? 0 : 1);
   bandPass.setType(EQ::kBpf);
   if (shape != kBandPassEE) return;
@@ -82,40 +138,25 @@ void subband::configureEdges(int shape, float frequency, float slope, float q, f
 }
 
 void subband::rebuildKernel() {
+  if (owned != nullptr) owned->convolver.collect();
   if (!rebuildNeeded || !filtered.load(std::memory_order_relaxed)) return;
-  constexpr int kHalf = kTaps / 2;
-  std::vector<double> spectrum(2 * static_cast<std::size_t>(kTaps));
-  for (int k = 0; k <= kHalf; ++k) spectrum[2 * static_cast<std::size_t>(k)] = 1.0 / kTaps;
-  for (const BLTEQ* filter : {&highPass, &lowPass, &bandPass}) {
-    AnalogSections rows;
-    filter->design(&rows, false);
-    for (int k = 0; k <= kHalf; ++k) {
-      spectrum[2 * static_cast<std::size_t>(k)] *=
-          analogMagnitude(rows.rows.data(), rows.count, k * sampleRate / kTaps);
-    }
-  }
-  for (std::size_t k = 1; k < kHalf; ++k) spectrum[2 * (kTaps - k)] = spectrum[2 * k];
-  complexForward(kTaps, spectrum.data(), fft);
-  // The response is centred on index 0 and wraps around: exchange the halves.
-  std::vector<double> kernel(kTaps);
-  for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
-  kernelWindow.applyWindow(kernel.data(), kTaps);
-  kernelCopy.set(kernel);
-  const double* const taps = kernel.data();
-  convolver.setKernels(&taps, 1);
+  KernelSource source{{}, sampleRate};
+  const auto filters = edges->all();
+  for (std::size_t i = 0; i < filters.size(); ++i) filters[i]->design(&source.filters[i], false);
+  const auto kernel = kernelOf(source);
+  owned->convolver.setKernels({kernel, &kernel->spectra});
+  kernelCopy.set({kernel, &kernel->shown});
   rebuildNeeded = false;
 }
 
 int subband::filter(double* const band[kChannels], double* const rest[kChannels], int frames,
                     int channels) noexcept {
   const bool complement = configured.load(std::memory_order_relaxed);
-  if (!filtered.load(std::memory_order_relaxed)) {
+  Filter* const now = inUse();
+  if (now == nullptr) {
     for (int c = 0; c < channels; ++c) {
-      if (complement) {
-        std::fill_n(rest[c], frames, 0.0);
-      } else {
-        std::copy_n(band[c], frames, rest[c]);
-      }
+      if (!complement) std::copy_n(band[c], frames, rest[c]);
+      std::fill_n(complement ? rest[c] : band[c], frames, 0.0);
     }
     running = false;
     return 0;
@@ -125,43 +166,47 @@ int subband::filter(double* const band[kChannels], double* const rest[kChannels]
   running = true;
   for (int c = 0; c < channels; ++c) {
     std::copy_n(band[c], frames, rest[c]);
-    delay(rest[c], static_cast<std::size_t>(c), frames);
+    now->delay(rest[c], static_cast<std::size_t>(c), frames);
   }
-  delayIndex = (delayIndex + frames) % kDelay;
-  convolver.process(band[0], channels == 2 ? band[1] : nullptr, &band[0], &band[1], 1, frames);
-  if (!complement) return kDelay;
+  now->index = (now->index + frames) % kDelay;
+  now->convolver.process(band[0], channels == 2 ? band[1] : nullptr, &band[0], &band[1], 1, frames);
   for (int c = 0; c < channels; ++c) {
     for (int i = 0; i < frames; ++i) rest[c][i] -= band[c][i];
   }
   return kDelay;
 }
 
-void subband::delay(double* samples, std::size_t channel, int frames) noexcept {
-  auto& line = delayLines[channel];
-  int index = delayIndex;
+void subband::Filter::delay(double* samples, std::size_t channel, int frames) noexcept {
+  auto& line = lines[channel];
+  int at = index;
   for (int done = 0; done < frames;) {
-    const int span = std::min(frames - done, kDelay - index);
-    std::swap_ranges(samples + done, samples + done + span, line.data() + index);
+    const int span = std::min(frames - done, kDelay - at);
+    std::swap_ranges(samples + done, samples + done + span, line.data() + at);
     done += span;
-    index = (index + span) % kDelay;
+    at = (at + span) % kDelay;
   }
 }
 
 void subband::reset(int newPhase) noexcept {
   phase = newPhase;
-  convolver.reset(phase);
-  for (auto& line : delayLines) line.fill(0.0);
-  delayIndex = 0;
+  Filter* const now = shared.load(std::memory_order_acquire);
+  if (now == nullptr) return;
+  now->convolver.reset(phase);
+  for (auto& line : now->lines) line.fill(0.0);
+  now->index = 0;
 }
 
 void subband::resetRight() noexcept {
-  convolver.resetRight();
-  delayLines[1].fill(0.0);
+  Filter* const now = shared.load(std::memory_order_acquire);
+  if (now == nullptr) return;
+  now->convolver.resetRight();
+  now->lines[1].fill(0.0);
 }
 
 void subband::publishSections() {
   const PlugBaseMutex::Scope lock(sectionsLock);
-  sections = {highPass.activeSections(), lowPass.activeSections(), bandPass.activeSections()};
+  sections = {edges->highPass.activeSections(), edges->lowPass.activeSections(),
+              edges->bandPass.activeSections()};
 }
 
 subband::Sections subband::currentSections() const {

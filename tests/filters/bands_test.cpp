@@ -4,6 +4,8 @@
 #include <numbers>
 #include <numeric>
 #include <random>
+#include <set>
+#include <thread>
 
 #include "filters/crossover_bank.h"
 #include "filters/subband.h"
@@ -99,19 +101,19 @@ TEST(Subband, BandAndRestAddUpWhileEverythingMoves) {
   };
   std::array<Signal, 2> sums;
   for (unsigned block = 0; block < 600; ++block) {
-    // Before its first setting all that is beside the band is the input.
     const bool set = block > 0;
     const Shape moved{static_cast<int>(random() % 7), value(20, 24000), value(6, 96),
                       value(0.1, 12), value(6, 96)};
     if (set) moved.apply(band);
     const Parts parts =
         filtered(band, {noiseOf(50, block), noiseOf(50, block + 1000)}, 2, 1 + random() % 50);
+    // Before its first setting it holds nothing and lets all of the input pass beside the band.
+    EXPECT_TRUE(set || parts.rest[1] == noiseOf(50, 1000));
     for (std::size_t i = 0; i < 100; ++i) {
-      const std::size_t n = i / 2;
-      sums[i % 2].push_back((set ? parts.band[i % 2][n] : 0.0) + parts.rest[i % 2][n]);
+      sums[i % 2].push_back(parts.band[i % 2][i / 2] + parts.rest[i % 2][i / 2]);
     }
   }
-  for (unsigned at = 0; at + 1024 < 30000; at += 1 + at % 3) {
+  for (unsigned at = 50; at + 1024 < 30000; at += 1 + at % 3) {
     for (const unsigned c : {0U, 1U}) {
       ASSERT_NEAR(sums[c][at + 1024], noiseOf(50, at / 50 + c * 1000)[at % 50], kRounding) << at;
     }
@@ -217,6 +219,38 @@ TEST(CrossoverBank, HasTheBandsOfItsSplitsAndSumsToTheDelayedInput) {
       }
     }
   }
+}
+
+/// Numbers of the kernels that two threads get, set by set, for `rounds` sets in the same order.
+std::array<std::vector<unsigned>, 2> numbersOfTwo(unsigned rounds) {
+  std::array<std::vector<unsigned>, 2> numbers;
+  const auto build = [rounds](std::vector<unsigned>& into) {
+    std::mt19937 random(21);
+    CrossoverBank bank;
+    subband filter;
+    std::vector<double> taps;
+    for (unsigned i = 0; i < rounds; ++i) {
+      setRandomSplits(bank, 2, random);
+      bank.buildKernels();
+      Shape{kLowPass, 100.0F + static_cast<float>(i % 3), 24, 1, 6}.apply(filter);
+      into.insert(into.end(), {bank.copyKernel(0, 0, taps), bank.copyKernel(1, 0, taps),
+                               bank.copyKernel(2, 0, taps), filter.copyKernel(0, taps)});
+    }
+  };
+  std::thread other([&] { build(numbers[1]); });
+  build(numbers[0]);
+  other.join();
+  return numbers;
+}
+
+TEST(SharedKernels, AreTheSameForAllWhoAskAndNoOthers) {
+  const auto [mine, theirs] = numbersOfTwo(6);
+  EXPECT_EQ(mine, theirs) << "kept, since few";
+  const std::set<unsigned> distinct(mine.begin(), mine.end());
+  EXPECT_EQ(distinct.size(), 2 * 6U + 1 + 3) << "and 0 where there is no band";
+  // Not kept for ever: kernels nobody uses make room, and are designed anew.
+  numbersOfTwo(30);
+  EXPECT_NE(numbersOfTwo(1)[0].front(), mine.front());
 }
 
 TEST(CrossoverBank, CurvesAreTheLawAndAreWorkedOutAnewWhenTheyMust) {
