@@ -127,11 +127,13 @@ void engineAlone(benchmark::State& state) {
   compressor engine;
   engine.setSampleRate(kRate);
   BandDynamics dynamics;
+  SidechainLinkage linkage;
+  linkage.setPosition(true, 50);
   const auto turnAll = [&] {
     for (int band = 0; band < state.range(0); ++band) {
       engine.layout.moveBand(band, kXoverList, 1000.0 * (band + 1));
       engine.setBand(band, {.active = true});
-      engine.setSidechainLinkage(band, true, 50, 0.0);
+      engine.setSidechainLinkage(band, linkage);
       engine.setDynamics(band, dynamics);
     }
     engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});

@@ -19,6 +19,8 @@ enum : std::uint32_t {
   kLinkage = 16,  // how its sidechain's channels are linked
   kRoute = 32,    // where its sidechain comes from
   kAllOfBand = 63,
+  kTrim = 64,  // of its sidechain; only for the audio thread
+  kLive = kDynamics | kPath | kLinkage | kTrim,
 };
 
 // Work that may be due for the whole chain.
@@ -70,13 +72,9 @@ constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
 }  // namespace
 
 ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& driven,
-                                     const std::atomic<bool>& offline, Clock whatTime,
+                                     const HostPace& hostPace, Clock whatTime,
                                      const ChainMarks& chainMarks)
-    : values(store),
-      engine(driven),
-      isOffline(offline),
-      clock(std::move(whatTime)),
-      marks(chainMarks) {
+    : values(store), engine(driven), pace(hostPace), clock(std::move(whatTime)), marks(chainMarks) {
   everythingChanged();
 }
 
@@ -84,20 +82,30 @@ void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
   // Release: a thread that takes the mark also sees the value.
   if (isBandParameter(index)) {
     const int row = bandOneIdOf(index);
-    changedBands[at(bandOf(index))].fetch_or(dependsOnRow(row), std::memory_order_release);
+    const std::uint32_t work = dependsOnRow(row);
+    changedBands[at(bandOf(index))].fetch_or(work, std::memory_order_release);
+    const std::uint32_t live = row == kB1SCTrim ? kTrim : work & kLive;
+    if (live != 0) liveBands[at(bandOf(index))].fetch_or(live, std::memory_order_release);
     if (row == kB1State || row == kB1Type || row == kB1SubType) marks.kinds = true;
     if (row == kB1Slope) changedWhole.fetch_or(kSplits, std::memory_order_release);
     if (row == kB1Lookahead) changedWhole.fetch_or(kPlan, std::memory_order_release);
     return;
   }
   changedWhole.fetch_or(dependsOnGlobal(index), std::memory_order_release);
+  if (index != kBandOrder) liveGains.store(true, std::memory_order_release);
   if (index != kExtendedRanges && index != kExtendedRatios) return;
-  for (auto& band : changedBands) band.fetch_or(kDynamics, std::memory_order_release);
+  for (auto* const bands : {&changedBands, &liveBands}) {
+    for (auto& band : *bands) band.fetch_or(kDynamics, std::memory_order_release);
+  }
 }
 
 void ParameterHandOver::everythingChanged() noexcept {
   for (auto& band : changedBands) band.fetch_or(kAllOfBand, std::memory_order_release);
   changedWhole.fetch_or(kAllOfWhole, std::memory_order_release);
+}
+
+void ParameterHandOver::everythingReplaced() noexcept {
+  replaced.store(true, std::memory_order_release);
 }
 
 void ParameterHandOver::collect() noexcept {
@@ -115,9 +123,17 @@ void ParameterHandOver::update(bool force) {
   if (holds == 0) handOver(false);
 }
 
+/// While frozen, the audio thread takes no values: they belong to a chain to come.
+void ParameterHandOver::setFrozen(bool on) noexcept {
+  if (on == frozen) return;
+  frozen = on;
+  freezes.fetch_add(1, std::memory_order_acq_rel);
+}
+
 void ParameterHandOver::hold() {
   const PlugBaseMutex::Scope scope(lock);
   ++holds;
+  setFrozen(true);
 }
 
 void ParameterHandOver::release() {
@@ -146,9 +162,11 @@ void ParameterHandOver::handOver(bool asOne) {
     handOverDue(asOne);
     missing.store(false, std::memory_order_relaxed);
   } catch (const std::bad_alloc&) {
+    engine.abandonChange();
     gate.owe();
     missing.store(true, std::memory_order_relaxed);
   }
+  setFrozen(holds > 0 || waiting.load(std::memory_order_relaxed));
 }
 
 template <typename Run>
@@ -175,19 +193,149 @@ void ParameterHandOver::handOverDue(bool asOne) {
     updatePlace(band);
     due.whole |= kOrder;
   });
-  forDueBands(kFilter, [this](int band) { updateFilter(band); });
   ifDue(kOrder, [this] { arrange(); });
+  waiting.store(false, std::memory_order_relaxed);
+  if (changesChain() && !startChange()) {
+    waiting.store(true, std::memory_order_relaxed);
+    return;
+  }
+  forDueBands(kFilter, [this](int band) { updateFilter(band); });
   ifDue(kSplits, [this] { updateSplits(); });
   // When the chain changes under a hold, the filters of a new band must come with it.
   if (asOne && (due.whole & kPlan) != 0 && engine.planIsDue()) gate.force();
-  if (gate.opens(clock(), isOffline.load(std::memory_order_relaxed))) redesign();
+  if (gate.opens(clock(), pace.isOffline.load(std::memory_order_relaxed))) redesign();
   ifDue(kGlobals, [this] { updateGlobals(); });
-  forDueBands(kDynamics, [this](int band) { updateDynamics(band); });
+  forDueBands(kDynamics, [this](int band) { engine.setDynamics(band, dynamicsOf(band)); });
   forDueBands(kPath, [this](int band) { engine.setBand(band, bandSettings(values, band)); });
-  forDueBands(kLinkage, [this](int band) { updateLinkage(band); });
+  forDueBands(kLinkage, [this](int band) { engine.setSidechainLinkage(band, linkageOf(band)); });
   forDueBands(kRoute, [this](int band) { updateRoute(band); });
   ifDue(kPlan, [this] { engine.makeStagePlan(); });
   engine.publish();
+  replaced.store(false, std::memory_order_release);
+}
+
+/// Whether what is due makes a new chain.
+bool ParameterHandOver::changesChain() {
+  const bool isFaded =
+      seamless.load(std::memory_order_relaxed) && pace.isRealtime.load(std::memory_order_relaxed);
+  if (!isFaded) return false;
+  if (replaced.load(std::memory_order_acquire) || changesStages()) return true;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (isOn(bandParameterId(band, kB1State)) && changesBand(band)) return true;
+  }
+  return false;
+}
+
+bool ParameterHandOver::changesStages() {
+  if ((due.whole & kPlan) != 0 && engine.planIsDue()) return true;
+  if ((due.whole & kGlobals) == 0) return false;
+  const EngineSettings& now = engine.getSettings();
+  EngineSettings wanted;
+  wanted.highQuality = now.highQuality;
+  wanted.setOversampling(oversampling());
+  return wanted.oversampleLatency != now.oversampleLatency ||
+         wanted.highQuality != now.highQuality ||
+         static_cast<int>(plain(kSCListen)) != now.scListen;
+}
+
+/// Whether what is due of a band changes its latency, or what it cannot glide to.
+bool ParameterHandOver::changesBand(int band) {
+  const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
+  const EngineSettings::Band& now = engine.getSettings().bands[at(band)];
+  const std::uint32_t what = due.bands[at(band)];
+  if ((what & kDynamics) != 0 && engine.lookaheadOf(row(kB1Lookahead)) != now.detector.lookahead) {
+    return true;
+  }
+  if ((what & kPath) != 0 && (row(kB1LR) != 0.0F) != now.path.leftRight) return true;
+  if ((what & kFilter) == 0 || row(kB1Type) == 0.0F) return false;
+  return (static_cast<int>(row(kB1SubType)) != kFlat) != engine.isFiltered(band);
+}
+
+/// Makes a new chain, for which everything is due that a chain has of its own. False if an earlier
+/// change is still under way.
+bool ParameterHandOver::startChange() {
+  if (!engine.startChange()) return false;
+  for (std::uint32_t& band : due.bands) band |= kFilter;
+  due.whole |= kSplits | kPlan;
+  gate.force();
+  return true;
+}
+
+int ParameterHandOver::getLatency() {
+  const PlugBaseMutex::Scope scope(lock);
+  // The layout is ahead of the chain while a change waits.
+  if (!waiting.load(std::memory_order_relaxed)) latency = engine.getLatency();
+  return latency;
+}
+
+void ParameterHandOver::takeLive(SignalChain& chain, bool all) noexcept {
+  if (all) {
+    for (auto& band : liveBands) band.fetch_or(kLive, std::memory_order_relaxed);
+    liveGains.store(true, std::memory_order_relaxed);
+  }
+  if (!pace.isRealtime.load(std::memory_order_relaxed) &&
+      !alwaysLive.load(std::memory_order_relaxed)) {
+    return;
+  }
+  const unsigned before = freezes.load(std::memory_order_acquire);
+  if (before % 2 != 0 || replaced.load(std::memory_order_acquire)) return;
+  if (liveGains.load(std::memory_order_relaxed)) takeLiveGains(chain, before);
+  for (int band = 0; band < kNumBands; ++band) {
+    if (liveBands[at(band)].load(std::memory_order_relaxed) != 0) takeLiveBand(band, chain, before);
+  }
+}
+
+/// Whether values read since `freezes` was `before` may be those of a chain to come.
+bool ParameterHandOver::hasFrozenSince(unsigned before) noexcept {
+  // An exchange, so that the values are read before it.
+  return freezes.fetch_add(0, std::memory_order_acq_rel) != before ||
+         replaced.load(std::memory_order_acquire);
+}
+
+void ParameterHandOver::takeLiveGains(SignalChain& chain, unsigned before) noexcept {
+  liveGains.exchange(false, std::memory_order_acquire);
+  EngineSettings fresh;
+  setGains(fresh);
+  if (hasFrozenSince(before)) {
+    liveGains.store(true, std::memory_order_relaxed);
+    return;
+  }
+  chain.live().gains = fresh.gains;
+  chain.live().analyserGain = fresh.analyserGain;
+}
+
+void ParameterHandOver::takeLiveBand(int band, SignalChain& chain, unsigned before) noexcept {
+  const std::uint32_t what = liveBands[at(band)].exchange(0, std::memory_order_acquire);
+  EngineSettings::Band& present = chain.live().bands[at(band)];
+  EngineSettings::Band fresh = present;
+  readLive(band, what, chain, fresh);
+  if (hasFrozenSince(before)) {
+    liveBands[at(band)].fetch_or(what, std::memory_order_relaxed);
+    return;
+  }
+  present = fresh;
+}
+
+/// Sets `fresh` to the present values of a band, but for those that change the chain.
+void ParameterHandOver::readLive(int band, std::uint32_t what, SignalChain& chain,
+                                 EngineSettings::Band& fresh) const noexcept {
+  if ((what & kPath) != 0) {
+    BandSettings path = bandSettings(values, band);
+    path.active = fresh.path.active;
+    path.leftRight = fresh.path.leftRight;
+    fresh.path = path;
+  }
+  if ((what & kDynamics) != 0) {
+    DetectorSettings detector = designDetector(dynamicsOf(band), chain.getSampleRate());
+    detector.lookahead = fresh.detector.lookahead;
+    detector.expandMode = fresh.detector.expandMode;
+    fresh.detector = detector;
+  }
+  if ((what & kLinkage) != 0) fresh.linkage = linkageOf(band);
+  if ((what & kTrim) != 0) {
+    chain.filters.sidechains[at(band)].setTrim(
+        static_cast<double>(plain(bandParameterId(band, kB1SCTrim))));
+  }
 }
 
 /// Sets a band's place in the chain.
@@ -235,23 +383,35 @@ void ParameterHandOver::redesign() {
 }
 
 void ParameterHandOver::updateGlobals() {
-  engine.setGains(static_cast<double>(plain(kIpTrim)), static_cast<double>(plain(kOpTrim)),
-                  isOn(kBypass), isOn(kListen), static_cast<double>(values.normalised(kWetDry)));
-  const int row = isOffline.load(std::memory_order_relaxed) ? kOversampleOL : kOversample;
-  engine.setOversampling(static_cast<Oversampling>(static_cast<int>(plain(row))));
+  setGains(engine);
+  engine.setOversampling(oversampling());
   engine.setScListen(static_cast<int>(plain(kSCListen)));
   engine.setExpandMode(isOn(kLogBehaviour));
 }
 
-void ParameterHandOver::updateDynamics(int band) {
-  engine.setDynamics(band, bandDynamics(values, band, rangeMultiplier(plain(kExtendedRanges)),
-                                        isOn(kExtendedRatios) ? 2.0 : 1.0));
+/// Sets the gains around the chain of an engine or of its settings.
+template <typename Target>
+void ParameterHandOver::setGains(Target& target) const noexcept {
+  target.setGains(static_cast<double>(plain(kIpTrim)), static_cast<double>(plain(kOpTrim)),
+                  isOn(kBypass), isOn(kListen), static_cast<double>(values.normalised(kWetDry)));
 }
 
-void ParameterHandOver::updateLinkage(int band) {
+Oversampling ParameterHandOver::oversampling() const noexcept {
+  const int row = pace.isOffline.load(std::memory_order_relaxed) ? kOversampleOL : kOversample;
+  return static_cast<Oversampling>(static_cast<int>(plain(row)));
+}
+
+BandDynamics ParameterHandOver::dynamicsOf(int band) const noexcept {
+  return bandDynamics(values, band, rangeMultiplier(plain(kExtendedRanges)),
+                      isOn(kExtendedRatios) ? 2.0 : 1.0);
+}
+
+SidechainLinkage ParameterHandOver::linkageOf(int band) const noexcept {
   const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
-  engine.setSidechainLinkage(band, row(kB1SCLR) != 0.0F, static_cast<int>(row(kB1SCPos)),
-                             1.0 - static_cast<double>(row(kB1SCLink)) * 0.01);
+  SidechainLinkage linkage;
+  linkage.setPosition(row(kB1SCLR) != 0.0F, static_cast<int>(row(kB1SCPos)));
+  linkage.unlink = 1.0 - static_cast<double>(row(kB1SCLink)) * 0.01;
+  return linkage;
 }
 
 void ParameterHandOver::updateRoute(int band) {

@@ -7,6 +7,7 @@
 
 #include "core/update_gate.h"
 #include "dynamics/compressor.h"
+#include "dynamics/live_values.h"
 #include "editing/parameter_ids.h"
 #include "host/engine_link.h"
 #include "host/parameter_store.h"
@@ -15,13 +16,18 @@
 /// Passes changed parameters to the engine. Each update sets everything that depends on them and
 /// publishes it as one; only filters are redesigned no more often than `UpdateGate` allows.
 ///
+/// While the host plays in real time, what changes the shape or the latency of the chain makes a
+/// new one, which is faded in; while one is under way, updates wait. Values that need no new filter
+/// go to the chain on the audio thread, at the next block, without an update.
+///
 /// If memory runs out, the engine keeps what it has, `isMissing` is true, and a later update
 /// finishes the work.
 ///
-/// Threads: `parameterChanged`, `everythingChanged`, `addSamples`, `isOwed` and `isMissing` on any;
-/// all else on control threads, where calls serialise themselves, and on the audio thread in the
-/// one block in which the host goes offline or comes back.
-class ParameterHandOver final : public EngineLink {
+/// Threads: `parameterChanged`, `everythingChanged`, `everythingReplaced`, `addSamples`, `isOwed`
+/// and `isMissing` on any; `takeLive` on the audio thread; all else on control threads, where calls
+/// serialise themselves, and on the audio thread in the one block in which the host goes offline or
+/// comes back.
+class ParameterHandOver final : public EngineLink, public LiveValues {
  public:
   /// Milliseconds of a clock that never runs backwards; called on any thread, must not lock.
   using Clock = std::function<std::int64_t()>;
@@ -33,13 +39,19 @@ class ParameterHandOver final : public EngineLink {
     std::atomic<bool>& kinds;
   };
 
-  /// `offline`: whether the host renders offline. All arguments must outlive it. The first update
-  /// hands over everything.
-  ParameterHandOver(const ParameterStore& values, compressor& engine,
-                    const std::atomic<bool>& offline, Clock clock, const ChainMarks& marks);
+  /// What the host says of its calls: that it renders offline, or plays in real time.
+  struct HostPace {
+    const std::atomic<bool>& isOffline;
+    const std::atomic<bool>& isRealtime;
+  };
+
+  /// All arguments must outlive it. The first update hands over everything.
+  ParameterHandOver(const ParameterStore& values, compressor& engine, const HostPace& pace,
+                    Clock clock, const ChainMarks& marks);
 
   void parameterChanged(std::int32_t index) noexcept override;
   void everythingChanged() noexcept;  ///< for changes that are no parameters: rate, offline state
+  void everythingReplaced() noexcept override;
   void update(bool force) override;
   void hold() override;
   void release() override;
@@ -62,9 +74,19 @@ class ParameterHandOver final : public EngineLink {
   /// as a plain value of `kBandOrder`.
   float moveBand(int band, int list, double frequency);
 
+  void takeLive(SignalChain& chain, bool all) noexcept override;
+  /// Whether chains are faded in real time; if not, they change at once.
+  void setSeamless(bool on) noexcept { seamless.store(on, std::memory_order_relaxed); }
+  /// Whether values go to the chain on the audio thread whatever the pace.
+  void setAlwaysLive(bool on) noexcept { alwaysLive.store(on, std::memory_order_relaxed); }
+  /// See `compressor::getLatency`.
+  [[nodiscard]] int getLatency();
+
   void addSamples(std::int32_t frames) noexcept { gate.addSamples(frames); }
-  /// Whether a redesign of filters waits for the gate.
-  [[nodiscard]] bool isOwed() const noexcept { return gate.isOwed(); }
+  /// Whether a redesign of filters waits for the gate, or a change for the end of another.
+  [[nodiscard]] bool isOwed() const noexcept {
+    return gate.isOwed() || waiting.load(std::memory_order_relaxed);
+  }
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
  private:
@@ -79,6 +101,12 @@ class ParameterHandOver final : public EngineLink {
   };
 
   void collect() noexcept;
+  void setFrozen(bool on) noexcept;
+  [[nodiscard]] bool changesChain();
+  [[nodiscard]] bool changesStages();
+  [[nodiscard]] bool changesBand(int band);
+  [[nodiscard]] bool startChange();
+  [[nodiscard]] Oversampling oversampling() const noexcept;
   void handOver(bool asOne);
   void handOverDue(bool asOne);
   template <typename Run>
@@ -91,24 +119,43 @@ class ParameterHandOver final : public EngineLink {
   void updateSplits();
   void redesign();
   void updateGlobals();
-  void updateDynamics(int band);
-  void updateLinkage(int band);
+  template <typename Target>
+  void setGains(Target& target) const noexcept;
+  [[nodiscard]] BandDynamics dynamicsOf(int band) const noexcept;
+  [[nodiscard]] SidechainLinkage linkageOf(int band) const noexcept;
+  [[nodiscard]] bool hasFrozenSince(unsigned before) noexcept;
+  void takeLiveGains(SignalChain& chain, unsigned before) noexcept;
+  void takeLiveBand(int band, SignalChain& chain, unsigned before) noexcept;
+  void readLive(int band, std::uint32_t what, SignalChain& chain,
+                EngineSettings::Band& fresh) const noexcept;
   void updateRoute(int band);
   [[nodiscard]] float plain(int id) const noexcept { return values.plain(id); }
   [[nodiscard]] bool isOn(int id) const noexcept { return values.plain(id) != 0.0F; }
 
   const ParameterStore& values;
   compressor& engine;
-  const std::atomic<bool>& isOffline;
+  const HostPace pace;
   const Clock clock;
   const ChainMarks marks;
   std::array<std::atomic<std::uint32_t>, kNumBands> changedBands{};
   std::atomic<std::uint32_t> changedWhole{0};
   std::atomic<bool> missing{false};
+  std::atomic<bool> waiting{false};   // a change of the chain for the end of another
+  std::atomic<bool> replaced{false};  // values of a whole state have come
+  std::atomic<bool> seamless{true};
+  std::atomic<bool> alwaysLive{false};
+
+  // Values for the audio thread: what has changed, and a number that is odd while the values do not
+  // belong to the chain that plays.
+  std::array<std::atomic<std::uint32_t>, kNumBands> liveBands{};
+  std::atomic<bool> liveGains{false};
+  std::atomic<unsigned> freezes{0};
 
   PlugBaseMutex lock;
   // Under the lock.
   Due due;
   int holds = 0;
+  bool frozen = false;
+  int latency = 0;  // samples, last known
   UpdateGate gate;  // apart from the calls it allows on other threads
 };

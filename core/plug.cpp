@@ -14,8 +14,7 @@
 
 namespace {
 
-constexpr std::int32_t kLongestAnnounced = 1 << 20;  // frames
-constexpr std::int32_t kUniqueId = 0x43766e50;       // "CvnP"
+constexpr std::int32_t kUniqueId = 0x43766e50;  // "CvnP"
 
 void copyName(char* text, const char* name) { std::strcpy(text, name); }
 
@@ -28,7 +27,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
       ownMachine(whose),
       uiOptions(findResource("json", "uisettings").data()),
       loadingFlags(whose.store()),
-      handOver(values, engine, isOffline, std::move(whatTime),
+      handOver(values, engine, {isOffline, isRealtime}, std::move(whatTime),
                {editor.orderStale, editor.kindsStale}),
       bandRules(history),
       parameterEdits({values, input, host, history, gestures, bandRules, handOver, engine, editor,
@@ -39,6 +38,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
       presets(*this, editor, whose),
       idle(whoIdles) {
   engineLink.connect(handOver);
+  engine.setLiveValues(&handOver);
   rules.connect(bandRules);
   connectModel(state);
   input.whenReplaced([this] { parameterEdits.chain.repair(); });
@@ -82,13 +82,6 @@ void Plug::setSampleRate(float rate) {
   updateDsp(false);
 }
 
-void Plug::setBlockSize(std::int32_t frames) {
-  PlugBaseJSON::setBlockSize(frames);
-  // For an absurd length buffers are made only if such a block really comes.
-  if (frames <= 0 || frames > kLongestAnnounced) return;
-  handOver.askEngine([frames](compressor& it) { it.announceBlockSize(frames); });
-}
-
 bool Plug::setBypass(bool on) {
   setParameter(kBypass, on ? 1.0F : 0.0F);
   return true;
@@ -100,9 +93,7 @@ void Plug::offlineChanged(bool offline) {
   updateLatency();
 }
 
-void Plug::updateLatency() {
-  host.declareLatency(handOver.askEngine([](compressor& it) { return it.getLatency(); }));
-}
+void Plug::updateLatency() { host.declareLatency(handOver.getLatency()); }
 
 void Plug::onIdle() {
   PlugBaseJSON::onIdle();
@@ -154,6 +145,7 @@ void Plug::applyGlobalPreferences() {
     it.setMeterBallistic(wanted.meterBallistic, static_cast<double>(rate));
     it.setAutolistenPassband(wanted.autolistenPassband);
   });
+  handOver.setSeamless(wanted.seamless);
   simpleNumbers.store(wanted.simpleNumbers, std::memory_order_relaxed);
   if (host.setGesturesOff(!wanted.gestures)) editor.gesturesStale = true;
   input.setTellsBanks(wanted.automateBanks);

@@ -29,10 +29,9 @@
 /// channels. If the last output is null the call is mono: one main input, then one sidechain input.
 ///
 /// Threads: `processReplacing`, `processDoubleReplacing` and `processEvents` on the audio thread.
-/// Processing is not real-time safe in two cases: a block longer than any announced by
-/// `setBlockSize` (4096 frames are always ready), and the block in which the host switches between
-/// real time and offline. Parameters, edits, `setSampleRate` and `setBlockSize` from any control
-/// thread at any moment; `resume` while nothing processes.
+/// Processing is not real-time safe in the one block in which the host switches between real time
+/// and offline. Parameters, edits and `setSampleRate` from any control thread at any moment;
+/// `resume` while nothing processes.
 class Plug : public PlugBaseJSON {
  public:
   /// Who calls `onIdle`: the process's 10 ms timer, or the code that made the instance (a renderer,
@@ -57,7 +56,6 @@ class Plug : public PlugBaseJSON {
   void resume() override;
   /// Hz; ignored unless `isSampleRate`. The engine keeps its present rate until `resume`.
   void setSampleRate(float rate) override;
-  void setBlockSize(std::int32_t frames) override;
   bool setBypass(bool on) override;
   /// See `EditedParameters::set`.
   void setParameterAutomated(std::int32_t index, float normalised) override {

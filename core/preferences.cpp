@@ -8,6 +8,7 @@ AppliedPreferences AppliedPreferences::of(const Globals& globals) {
   wanted.autolistenPassband = choice("Autolisten") != 0;
   wanted.simpleNumbers = choice("Number Format") != 0;
   wanted.gestures = choice("VST Gestures") != 0;
+  wanted.seamless = choice("Seamless") != 0;
   wanted.automateBanks = choice("A/B Automation") != 0;
   return wanted;
 }

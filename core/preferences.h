@@ -9,6 +9,7 @@ struct AppliedPreferences {
   bool autolistenPassband = false;  ///< "Autolisten": "Passband"
   bool simpleNumbers = false;       ///< "Number Format": "Simple"
   bool gestures = true;             ///< "VST Gestures"
+  bool seamless = true;             ///< "Seamless": changes of the chain are faded in real time
   bool automateBanks = false;       ///< "A/B Automation": "All"
 
   [[nodiscard]] static AppliedPreferences of(const Globals& globals);

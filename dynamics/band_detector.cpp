@@ -68,7 +68,8 @@ void BandDetector::copySignal(const BandDetector& other) noexcept {
 
 void BandDetector::process(double* signal, int frames, double& envPeak, double& dynPeak,
                            double& tranPeak, double& fastLamp, double& slowLamp) noexcept {
-  const Job job{this, &settings, signal, &envPeak, &dynPeak, &tranPeak, &fastLamp, &slowLamp};
+  const Job job{this,      &settings, signal,    &envPeak, &dynPeak,
+                &tranPeak, &fastLamp, &slowLamp, frames};
   processTogether({&job, 1}, frames);
 }
 
@@ -81,9 +82,9 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.envPeak = *job.envPeak;
   lane.dynPeak = *job.dynPeak;
   lane.tranPeak = *job.tranPeak;
-  if (!ownsLamps) return;
-  const auto decay = [frames](double& lamp, LampDecay& kept, double perSample) {
-    if (lamp != 0.0) lamp = flushed(lamp * kept.over(perSample, frames));
+  if (!ownsLamps || job.lampFrames == 0) return;
+  const auto decay = [&job](double& lamp, LampDecay& kept, double perSample) {
+    if (lamp != 0.0) lamp = flushed(lamp * kept.over(perSample, job.lampFrames));
   };
   decay(*job.fastLamp, fastDecay, lane.settings->times.relFastCoef);
   decay(*job.slowLamp, slowDecay, lane.settings->times.relSlowCoef);

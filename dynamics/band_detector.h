@@ -34,6 +34,7 @@ class BandDetector {
     double* tranPeak;  ///< dB, sign kept
     double* fastLamp;  ///< set to 1 by a fast release, then decays; `slowLamp` likewise
     double* slowLamp;
+    int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
   };
 
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards
@@ -54,6 +55,8 @@ class BandDetector {
   void reset() noexcept;
   /// Takes over the past signal of `other`; audio thread.
   void copySignal(const BandDetector& other) noexcept;
+  /// Takes over what `other` knows of the level, but not the past signal; audio thread.
+  void adoptLevel(const BandDetector& other) noexcept { state = other.state; }
   /// Whether this detector makes its band's lamps decay; one per band does.
   void setOwnsLamps(bool on) noexcept { ownsLamps = on; }
   void process(double* signal, int frames, double& envPeak, double& dynPeak, double& tranPeak,

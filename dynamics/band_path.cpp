@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "dynamics/compressor.h"
+#include "dynamics/signal_chain.h"
 #include "platform/index.h"
 
 namespace {
@@ -68,9 +68,8 @@ struct GainStage {
 
 }  // namespace
 
-compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t place,
-                                          const Block& block) noexcept {
-  const EngineSettings::Band& own = block.settings.bands[at(band)];
+SignalChain::BandRun SignalChain::beginBand(int band, bool isXover, std::size_t place) noexcept {
+  const EngineSettings::Band& own = settings.bands[at(band)];
   const ListenState& listening = block.listening;
   const bool unheard = listening.soloCount != 0 && !own.path.solo;
   BandRun run{};
@@ -81,52 +80,52 @@ compressor::BandRun compressor::beginBand(int band, bool isXover, std::size_t pl
   run.passive = own.path.bypass || unheard || listening.scListen != -1;
   run.lookahead = own.detector.lookahead;
   run.heardPlace = run.isXover ? own.route.bandIndex : -1;
-  run.signal = {buffers->band[0][place], buffers->band[1][place]};
-  run.side = {buffers->side[0][place], buffers->side[1][place]};
+  run.signal = {buffers.band[0][place], buffers.band[1][place]};
+  run.side = {buffers.side[0][place], buffers.side[1][place]};
   return run;
 }
 
-void compressor::processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept {
-  for (BandRun& run : runs) makeSidechain(run, block);
-  detect(runs, block);
+void SignalChain::processBands(std::span<BandRun> runs, int alignTo) noexcept {
+  for (BandRun& run : runs) makeSidechain(run);
+  detect(runs);
   for (const BandRun& run : runs) {
     if (!run.isXover) {
       // The band itself is delayed as much by its oversampled product.
-      delayPair(buffers->rest, DelayRings::kAlign, run.band, block,
-                run.lookahead + block.settings.oversampleLatency);
+      delayPair(buffers.rest, DelayRings::kAlign, run.band,
+                run.lookahead + settings.oversampleLatency);
     }
-    delayPair(run.signal, DelayRings::kLook, run.band, block, run.lookahead);
-    applyGain(run, block);
+    delayPair(run.signal, DelayRings::kLook, run.band, run.lookahead);
+    applyGain(run);
     // All crossover bands are delayed as much as the one with the longest lookahead.
     if (run.isXover) {
-      delayPair(run.signal, DelayRings::kAlign, run.band, block, alignTo - run.lookahead);
+      delayPair(run.signal, DelayRings::kAlign, run.band, alignTo - run.lookahead);
     }
   }
 }
 
 /// Source of a channel of a band's sidechain; null for what is in its buffer already.
-const double* compressor::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
+const double* SignalChain::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
   if (run.heardPlace >= 0) {
-    return buffers->bandCopy[channel][at(run.heardPlace)];
+    return buffers.bandCopy[channel][at(run.heardPlace)];
   }
   switch (run.settings->route.source) {
     case SidechainRoute::kWide:
-      return buffers->wet[channel];
+      return buffers.wet[channel];
     case SidechainRoute::kBand:
       return run.signal[channel];
     case SidechainRoute::kExternal:
-      return buffers->ext[channel];
+      return buffers.ext[channel];
     default:
       return nullptr;
   }
 }
 
-void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
-  SidechainFilters& filters = sidechains[at(run.band)];
+void SignalChain::makeSidechain(BandRun& run) noexcept {
+  SidechainFilters& sidechain = filters.sidechains[at(run.band)];
   const auto channels = static_cast<std::size_t>(block.channels);
   for (std::size_t c = 0; c < channels; ++c) {
     const double* const source = sidechainSource(run, c);
-    filters.process(c, source != nullptr ? source : run.side[c], run.side[c], block.frames);
+    sidechain.process(c, source != nullptr ? source : run.side[c], run.side[c], block.frames);
   }
   if (block.listening.scListen == run.band) {
     for (std::size_t c = 0; c < channels; ++c) {
@@ -137,25 +136,25 @@ void compressor::makeSidechain(BandRun& run, const Block& block) noexcept {
   }
 }
 
-void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
+void SignalChain::detect(std::span<BandRun> runs) noexcept {
   std::array<BandDetector::Job, kNumBands * WorkBuffers::kChannels> jobs{};
   std::size_t count = 0;
   for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
-    BandMeters& meter = bandMeters[band];
+    BandMeters& meter = (*meters)[band];
     run.oneDetector = detectors[band].oneForBoth(run.sameSide);
     const int detecting = run.oneDetector ? 1 : block.channels;
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
       jobs[count++] = {&detectors[band][c], &run.settings->detector, run.side[c],
                        &meter.envPeak,      &meter.dynPeak[c],       &meter.tranPeak[c],
-                       &meter.fastLamp,     &meter.slowLamp};
+                       &meter.fastLamp,     &meter.slowLamp,         block.lampFrames()};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
   for (BandRun& run : runs) {
-    if (run.oneDetector) shareGain(run, block);
+    if (run.oneDetector) shareGain(run);
     if (!run.passive) continue;
-    BandMeters& meter = bandMeters[at(run.band)];
+    BandMeters& meter = (*meters)[at(run.band)];
     meter.dynPeak.fill(0.0);
     meter.tranPeak.fill(0.0);
     for (double* const gain : run.side) std::fill_n(gain, block.frames, 1.0);
@@ -163,8 +162,8 @@ void compressor::detect(std::span<BandRun> runs, const Block& block) noexcept {
 }
 
 /// Gives the second channel the gain that the detector of the first has found for both.
-void compressor::shareGain(BandRun& run, const Block& block) noexcept {
-  BandMeters& meter = bandMeters[at(run.band)];
+void SignalChain::shareGain(BandRun& run) noexcept {
+  BandMeters& meter = (*meters)[at(run.band)];
   meter.dynPeak[1] = meter.dynPeak[0];
   meter.tranPeak[1] = meter.tranPeak[0];
   const PositionWeights weight(run.settings->path.position, block.channels);
@@ -175,10 +174,10 @@ void compressor::shareGain(BandRun& run, const Block& block) noexcept {
   }
 }
 
-void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
-  if (!run.passive) finishGain(run, block);
+void SignalChain::applyGain(const BandRun& run) noexcept {
+  if (!run.passive) finishGain(run);
   const bool midSide = block.channels == 2 && !run.settings->path.leftRight;
-  if (block.settings.oversampleLatency == 0 && midSide) {
+  if (settings.oversampleLatency == 0 && midSide) {
     multiplyMidSide(run.signal[0], run.signal[1], run.side[0], run.side[1], block.frames);
     return;
   }
@@ -186,9 +185,9 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
-    if (block.settings.oversampleLatency > 0) {
-      oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers->upSignal,
-                                           buffers->upGain);
+    if (settings.oversampleLatency > 0) {
+      oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers.upSignal,
+                                           buffers.upGain, block.before);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }
@@ -196,12 +195,12 @@ void compressor::applyGain(const BandRun& run, const Block& block) noexcept {
   if (midSide) decodeMidSide(run.signal[0], run.signal[1], block.frames);
 }
 
-void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
+void SignalChain::finishGain(const BandRun& run) noexcept {
   const BandSettings& path = run.settings->path;
   const PositionWeights weight(path.position, block.channels);
   const GainStage first{path.gain, path.dry, weight.first};
   const GainStage second{first.bandGain, first.bandDry, weight.second};
-  const auto& [left, right] = buffers->reduction;
+  const auto& [left, right] = buffers.reduction;
   if (block.channels == 1) {
     first.apply<1>(run.side[0], {left}, block.frames);
   } else if (run.side[0] == run.side[1]) {
@@ -215,14 +214,13 @@ void compressor::finishGain(const BandRun& run, const Block& block) noexcept {
   }
 }
 
-void compressor::delaySidechain(DelayRings::Ring ring, int owner, const Block& block,
-                                int samples) noexcept {
+void SignalChain::delaySidechain(DelayRings::Ring ring, int owner, int samples) noexcept {
   // Without a sidechain, the buffers and all their rings hold silence.
-  if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, block, samples);
+  if (sidechainLeft > 0) delayPair(buffers.ext, ring, owner, samples);
 }
 
-void compressor::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
-                           const Block& block, int samples) noexcept {
+void SignalChain::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
+                            int samples) noexcept {
   for (int c = 0; c < block.channels; ++c) {
     delays.delayLine(pair[static_cast<std::size_t>(c)], ring + c, owner, block.frames, samples);
   }

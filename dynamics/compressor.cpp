@@ -3,117 +3,91 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "platform/index.h"
 
-namespace {
-
-double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0.05); }
-
-}  // namespace
-
-compressor::compressor() : buffers(std::make_unique<WorkBuffers>(kDefaultFrames)) {
+compressor::compressor() : built(std::make_unique<SignalChain>(sampleRate)), playing(built.get()) {
   wanted.bands[0].path.active = true;
   setMeterDecay(100.0, sampleRate);
+  playing->showOn(bandMeters);
   publish();
   resetEngine();
 }
 
-compressor::~compressor() {
-  delete announced.load(std::memory_order_acquire);
-  delete retired.load(std::memory_order_acquire);
-}
-
-void compressor::announceBlockSize(int frames) {
-  if (frames <= announcedFrames) return;
-  auto longer = std::make_unique<WorkBuffers>(frames);
-  delete retired.exchange(nullptr, std::memory_order_acquire);
-  delete announced.exchange(longer.release(), std::memory_order_acq_rel);
-  // Once more, since the audio thread may have taken the previous one in between.
-  delete retired.exchange(nullptr, std::memory_order_acquire);
-  announcedFrames = frames;
-}
-
-void compressor::ensureBuffers(int frames) {
-  if (retired.load(std::memory_order_relaxed) == nullptr) {
-    if (WorkBuffers* const longer = announced.exchange(nullptr, std::memory_order_acquire)) {
-      retired.store(buffers.release(), std::memory_order_release);  // not freed on this thread
-      buffers.reset(longer);
-    }
-  }
-  // The host has not announced a block of this length.
-  if (frames > buffers->capacity()) buffers = std::make_unique<WorkBuffers>(frames);
-}
+compressor::~compressor() = default;
 
 void compressor::setSampleRate(double rate) noexcept {
+  settleChange();
   sampleRate = rate;
   loudness.setSampleRate(rate);
   levels.setSampleRate(rate);
-  for (subband& filter : subbands) filter.setSampleRate(rate);
-  for (SidechainFilters& filters : sidechains) filters.setSampleRate(static_cast<float>(rate));
-  for (auto& pair : detectors) {
-    for (BandDetector& detector : pair) detector.setSampleRate(rate);
-  }
-  crossover.setSampleRate(rate);
+  built->setSampleRate(rate);
 }
 
 void compressor::resetEngine() noexcept {
-  buffers->clear();
+  settleChange();
   published.take();
-  takeGains();
-  for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
+  built->take(published.active());
+  built->reset();
   meters.reset();
   levels.reset();
   analyser.reset();
   outputPeak.reset();
-  for (BandMeters& meter : bandMeters) meter.reset();
-  delays.clear();
-  sidechainLeft = 0;
-  channelsSeen = WorkBuffers::kChannels;
-  crossover.reset();
-  for (int band = 0; band < kNumBands; ++band) resetPath(band);
 }
 
-void compressor::resetBandState(int band) noexcept {
-  const auto index = static_cast<std::size_t>(band);
-  for (WorkBuffers::BandSet* set : {&buffers->band, &buffers->bandCopy}) {
-    for (auto& channel : *set) std::fill_n(channel[index], buffers->capacity(), 0.0);
+void compressor::resetBandState(int band) noexcept { built->resetBandState(band); }
+
+bool compressor::isChanging() noexcept {
+  if (former == nullptr || preparing) return false;
+  if (settledChain.load(std::memory_order_acquire) != wanted.chain) return true;
+  former.reset();
+  return false;
+}
+
+bool compressor::startChange() {
+  if (preparing) return true;
+  auto fresh = std::make_unique<SignalChain>(sampleRate);
+  const bool isOffered = isChanging();
+  // A chain that the audio thread has not seen yet is replaced.
+  if (isOffered && offered.exchange(nullptr, std::memory_order_acquire) == nullptr) return false;
+  {
+    const PlugBaseMutex::Scope lock(chainLock);
+    std::swap(built, fresh);
   }
-  bandMeters[index].reset();
-  delays.forget(band);
-  resetPath(band);
+  if (!isOffered) {
+    former = std::move(fresh);
+    formerLatency = publishedLatency;
+  }
+  ++lastChain;
+  wanted.chain = lastChain;
+  preparing = true;
+  return true;
 }
 
-void compressor::resetPath(int band) noexcept {
-  const auto index = static_cast<std::size_t>(band);
-  sidechains[index].reset();
-  for (OversampledGain& product : oversampled[index]) product.reset();
-  detectors[index].reset();
-  detectors[index][0].setOwnsLamps(true);
-  // Phases by the engine's clock, so that the eight do the large part of their work in turn.
-  constexpr int kTurn = PartitionedConvolver::kPhases / kNumBands;
-  subbands[index].reset(delays.position() + kTurn * band);
+void compressor::abandonChange() noexcept {
+  if (!preparing) return;
+  preparing = false;
+  {
+    const PlugBaseMutex::Scope lock(chainLock);
+    std::swap(built, former);
+  }
+  former.reset();
+  wanted.chain = built->number();
+}
+
+/// Ends a change while nothing processes.
+void compressor::settleChange() noexcept {
+  abandonChange();
+  offered.store(nullptr, std::memory_order_relaxed);
+  rising = built.get();
+  endChange();
+  former.reset();
 }
 
 void compressor::setGains(double inDb, double outDb, bool bypass, bool listen,
                           double wetDry) noexcept {
-  wanted.analyserGain = linearGain(outDb);
-  EngineSettings::Gains& gains = wanted.gains;
-  gains = {};
-  if (bypass) {
-    gains.wet = 0.0;
-    gains.dry = 1.0;
-  } else {
-    const double out = wanted.analyserGain;
-    gains = {linearGain(inDb), out * wetDry, listen ? -out : 1.0 - wetDry, listen};
-  }
-}
-
-void compressor::takeGains() noexcept {
-  const EngineSettings::Gains& gains = published.active().gains;
-  inputRamp.setTarget(gains.in);
-  wetRamp.setTarget(gains.wet);
-  dryRamp.setTarget(gains.dry);
+  wanted.setGains(inDb, outDb, bypass, listen, wetDry);
 }
 
 bool compressor::setMeasuring(bool on) {
@@ -129,51 +103,36 @@ void compressor::setBand(int band, const BandSettings& path) noexcept {
 
 void compressor::setDynamics(int band, const BandDynamics& d) noexcept {
   if (!isBand(band)) return;
-  BandDetector& detector = detectors[at(band)][0];
-  detector.setCurve(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor, d.deadband,
-                    d.knee);
-  detector.setTimes(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest);
-  detector.setLookahead(d.lookaheadMs);
-  detector.setShape(d.shape);
-  detector.setWeights(d.dynWeight, d.tranWeight);
+  const DetectorSettings designed = designDetector(d, sampleRate);
   const PlugBaseMutex::Scope lock(curveLock);
-  wantedOf(band).detector = detector.designed();
+  DetectorSettings& detector = wantedOf(band).detector;
+  const bool expandMode = detector.expandMode;
+  detector = designed;
+  detector.expandMode = expandMode;
 }
 
 void compressor::setExpandMode(bool on) noexcept {
-  for (std::size_t band = 0; band < kNumBands; ++band) {
-    detectors[band][0].setExpandMode(on);
-    wanted.bands[band].detector.expandMode = on;
-  }
+  for (EngineSettings::Band& band : wanted.bands) band.detector.expandMode = on;
 }
 
 void compressor::setSidechainRoute(int band, const SidechainRoute& route) noexcept {
   if (isBand(band)) wantedOf(band).route = route;
 }
 
-void compressor::setSidechainLinkage(int band, bool leftRight, int percent,
-                                     double unlink) noexcept {
-  if (!isBand(band)) return;
-  SidechainLinkage& linkage = wantedOf(band).linkage;
-  linkage.setPosition(leftRight, percent);
-  linkage.unlink = unlink;
+void compressor::setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept {
+  if (isBand(band)) wantedOf(band).linkage = linkage;
 }
 
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
-  if (isBand(band)) sidechains[at(band)].set(settings);
+  if (isBand(band)) built->filters.sidechains[at(band)].set(settings);
 }
 
-void compressor::setOversampling(Oversampling mode) noexcept {
-  wanted.oversampleLatency = 0;
-  if (mode == Oversampling::kOff) return;  // the quality stays as it was
-  wanted.highQuality = mode == Oversampling::kHighQuality;
-  wanted.oversampleLatency = OversampledGain::latency(wanted.highQuality);
-}
+void compressor::setOversampling(Oversampling mode) noexcept { wanted.setOversampling(mode); }
 
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
                                   float slope2) {
   if (!isBand(band)) return;
-  subbands[at(band)].configureFilters(shape, frequency, slope, q, slope2);
+  built->filters.subbands[at(band)].configureFilters(shape, frequency, slope, q, slope2);
 }
 
 void compressor::setSplits(const std::array<double, kNumBands>& slopes) {
@@ -187,12 +146,12 @@ void compressor::setSplits(const std::array<double, kNumBands>& slopes) {
       listedSlopes.push_back(slopes[index]);
     }
   }
-  crossover.setSplits(centres, listedSlopes);
+  built->filters.crossover.setSplits(centres, listedSlopes);
 }
 
 void compressor::rebuildKernels() {
-  for (subband& filter : subbands) filter.rebuildKernel();
-  crossover.buildKernels();
+  for (subband& filter : built->filters.subbands) filter.rebuildKernel();
+  built->filters.crossover.buildKernels();
 }
 
 void compressor::makeStagePlan() {
@@ -202,6 +161,10 @@ void compressor::makeStagePlan() {
     wanted.xoverMaxLookahead = std::max(wanted.xoverMaxLookahead,
                                         wantedOf(wanted.plan.xoverBand(place)).detector.lookahead);
   }
+}
+
+bool compressor::isFiltered(int band) const noexcept {
+  return isBand(band) && built->filters.subbands[at(band)].latency() > 0;
 }
 
 bool compressor::planIsDue() { return StagePlan::of(layout) != wanted.plan; }
@@ -216,57 +179,76 @@ void compressor::publish() noexcept {
     shown[band].dry.store(isIdle ? 0.0 : path.dry, std::memory_order_relaxed);
   }
   shownStages.store(wanted.plan.stages, std::memory_order_relaxed);
+  publishedLatency = wanted.latency = plannedLatency();
+  if (preparing) {
+    preparing = false;
+    built->take(wanted);
+    built->reset();
+    offered.store(built.get(), std::memory_order_relaxed);  // published with the settings
+  }
   published.spare() = wanted;
   published.publish();
 }
 
 int compressor::getLatency() {
+  const bool isHeard = heardChain.load(std::memory_order_relaxed) == wanted.chain;
+  return isChanging() && !isHeard ? formerLatency : plannedLatency();
+}
+
+int compressor::plannedLatency() {
   const BandLayout::Scope lock(layout);
   const int perStage = wanted.oversampleLatency;
   int samples = 0;
   for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
     for (const std::int32_t band : *list) {
-      samples += wantedOf(band).detector.lookahead + perStage + subbands[at(band)].latency();
+      samples += wantedOf(band).detector.lookahead + perStage +
+                 built->filters.subbands[at(band)].latency();
     }
   }
-  if (!layout.xover.empty()) samples += crossover.latency() + perStage;
+  if (!layout.xover.empty()) samples += built->filters.crossover.latency() + perStage;
   return samples + wanted.xoverMaxLookahead;
 }
 
 double compressor::getBandResponse(int band, double frequency) {
   const BandLayout::Place place = layout.placeOf(band);
+  const PlugBaseMutex::Scope lock(chainLock);
   if (place.list == kOffList) return 1.0;
   return place.list == kXoverList
-             ? crossover.bandMagnitude(place.index, frequency)
-             : subbands[static_cast<std::size_t>(band)].bandMagnitude(frequency);
+             ? built->filters.crossover.bandMagnitude(place.index, frequency)
+             : built->filters.subbands[static_cast<std::size_t>(band)].bandMagnitude(frequency);
 }
 
 void compressor::getBandCurve(int band, const float* frequencies, int n, float* out) {
   const BandLayout::Place place = layout.placeOf(band);
+  const PlugBaseMutex::Scope lock(chainLock);
   if (place.list == kOffList) {
     std::fill_n(out, n, 1.0F);
   } else if (place.list == kXoverList) {
-    crossover.crossoverCurve(frequencies, n, out, place.index);
+    built->filters.crossover.crossoverCurve(frequencies, n, out, place.index);
   } else {
-    subbands[static_cast<std::size_t>(band)].bandCurve(frequencies, n, out);
+    built->filters.subbands[static_cast<std::size_t>(band)].bandCurve(frequencies, n, out);
   }
 }
 
 unsigned compressor::getBandKernel(int band, unsigned known, std::vector<double>& taps) {
   const BandLayout::Place place = layout.placeOf(band);
+  const PlugBaseMutex::Scope lock(chainLock);
   if (place.list == kOffList) return 0;
   return place.list == kXoverList
-             ? crossover.copyKernel(place.index, known, taps)
-             : subbands[static_cast<std::size_t>(band)].copyKernel(known, taps);
+             ? built->filters.crossover.copyKernel(place.index, known, taps)
+             : built->filters.subbands[static_cast<std::size_t>(band)].copyKernel(known, taps);
 }
 
 double compressor::getSidechainResponse(int band, int filter, double frequency) const {
   if (!isBand(band)) return 1.0;
-  return sidechains[static_cast<std::size_t>(band)].response(filter, frequency);
+  const PlugBaseMutex::Scope lock(chainLock);
+  return built->filters.sidechains[static_cast<std::size_t>(band)].response(filter, frequency);
 }
 
 unsigned compressor::getSidechainRevision(int band) const noexcept {
-  return isBand(band) ? sidechains[static_cast<std::size_t>(band)].revision() : 0;
+  if (!isBand(band)) return 0;
+  const PlugBaseMutex::Scope lock(chainLock);
+  return built->filters.sidechains[static_cast<std::size_t>(band)].revision();
 }
 
 StaticCurve compressor::getStaticCurve(int band) const {

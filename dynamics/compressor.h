@@ -11,21 +11,16 @@
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/bands.h"
-#include "dynamics/delay_rings.h"
-#include "dynamics/detector_pair.h"
+#include "dynamics/chain_fade.h"
 #include "dynamics/engine_settings.h"
-#include "dynamics/gain_ramp.h"
+#include "dynamics/live_values.h"
 #include "dynamics/loudness_meter.h"
 #include "dynamics/meter_rings.h"
 #include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
-#include "dynamics/sidechain_filters.h"
-#include "dynamics/solo_weights.h"
+#include "dynamics/signal_chain.h"
 #include "dynamics/work_buffers.h"
-#include "filters/crossover_bank.h"
 #include "filters/kernel_exchange.h"
-#include "filters/resampler.h"
-#include "filters/subband.h"
 #include "platform/index.h"
 
 /// The complete engine: processes blocks through the input gain, the chain of bands and the output
@@ -33,13 +28,13 @@
 ///
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
-/// without it. `processBlock` on the audio thread, where it takes no lock and allocates only for a
-/// block longer than any that was announced. `reset*` and `setSampleRate` while nothing processes.
-/// Getters on any thread.
+/// without it. `processBlock` and `setRealtime` on the audio thread, where nothing locks or
+/// allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
+///
+/// Usually settings take effect in the middle of the chain's signal, as they come. After
+/// `startChange` they make a second chain instead, which is faded in when it is full.
 class compressor {
  public:
-  static constexpr int kDefaultFrames = 4096;
-
   compressor();
   ~compressor();
   compressor(const compressor&) = delete;
@@ -51,9 +46,6 @@ class compressor {
   void resetBandState(int band) noexcept;
 
   // Control side.
-  /// Allocates buffers for blocks of up to `frames`, so that the audio thread need not. Throws
-  /// std::bad_alloc, with nothing changed.
-  void announceBlockSize(int frames);
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
   void setGains(double inDb, double outDb, bool bypass, bool listen, double wetDry) noexcept;
   /// Switches the measurement of loudness; any control thread. Returns whether it was on.
@@ -62,8 +54,7 @@ class compressor {
   void setDynamics(int band, const BandDynamics& dynamics) noexcept;
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
-  /// See `SidechainLinkage`.
-  void setSidechainLinkage(int band, bool leftRight, int percent, double unlink) noexcept;
+  void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode) noexcept;
@@ -87,10 +78,30 @@ class compressor {
   void rebuildKernels();
   /// Hands all present settings to the audio thread.
   void publish() noexcept;
-  /// Latency in samples with the present settings, once they are published.
+  /// Latency in samples with the present settings, once they are published; during a change that of
+  /// the chain that is heard.
   [[nodiscard]] int getLatency();
+  /// As they will be published.
+  [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
+  /// Whether a dynamic EQ band has a filter, and its latency.
+  [[nodiscard]] bool isFiltered(int band) const noexcept;
+  /// A lookahead in ms as samples.
+  [[nodiscard]] int lookaheadOf(float ms) const noexcept {
+    return lookaheadSamples(ms, sampleRate);
+  }
+  /// Makes an empty chain for the settings to come: set everything, filters included, then publish.
+  /// False if the audio thread is in the middle of an earlier change. Throws std::bad_alloc.
+  [[nodiscard]] bool startChange();
+  /// Gives up a change that was started and not yet published.
+  void abandonChange() noexcept;
+  /// Whether a published change is not over yet.
+  [[nodiscard]] bool isChanging() noexcept;
 
   // Audio thread.
+  /// What gives settings before each block; null for none.
+  void setLiveValues(LiveValues* source) noexcept { live = source; }
+  /// Whether the host plays in real time; if not, a change of chains happens at once.
+  void setRealtime(bool on) noexcept { realtime = on; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
   /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
   /// null output is not written. 0 frames change nothing. `Sample` is float or double.
@@ -148,86 +159,36 @@ class compressor {
   struct ShownBand {
     std::atomic<double> gain{1.0}, dry{0.0};
   };
-  /// Everything that is read once at the beginning of a block.
-  struct Block {
+  /// One after another of these makes a block.
+  template <typename Sample>
+  struct Slice {
+    std::array<const Sample*, 2 * WorkBuffers::kChannels> inputs;
+    std::array<Sample*, WorkBuffers::kChannels> outputs;
     int frames;
     int channels;
-    const EngineSettings& settings;
-    ListenState listening;
-  };
-  /// The processing of one band in a block.
-  struct BandRun {
-    int band;
-    const EngineSettings::Band* settings;
-    bool isXover;
-    bool passive;
-    int lookahead;             // samples
-    int heardPlace;            // list position of the crossover band it listens to, or -1
-    WorkBuffers::Pair signal;  // processed in place
-    WorkBuffers::Pair side;    // sidechain, then linear gain; both may become the same buffer
-    bool sameSide;             // both channels have the same sidechain
-    bool oneDetector;          // one detector has worked for both channels
-  };
-  /// The chain of a block.
-  struct ChainSeen {
-    StagePlan plan;
-    std::uint32_t stages = 0;  // bits as in `stageBit`
-    std::uint32_t listed = 0;  // a bit for each crossover band
+    int sideChannels;
+    int before;  // frames of the block
+    int whole;   // frames of the block
   };
 
-  void ensureBuffers(int frames);
-  void takeGains() noexcept;
-  void resetPath(int band) noexcept;
+  void settleChange() noexcept;
+  [[nodiscard]] int plannedLatency();
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
+  void beginBlock() noexcept;
+  /// Returns the chain that has got new settings, or null.
+  SignalChain* takeSettings() noexcept;
+  [[nodiscard]] SignalChain& heard() noexcept;
   template <typename Sample>
-  void copySidechain(Sample* const* side, int channels, int frames) noexcept;
+  void runSlice(const Slice<Sample>& slice) noexcept;
+  void moveChange(int channels, int frames) noexcept;
+  void endChange() noexcept;
+  void storeMeters(const WorkBuffers& work, int channels, int frames) noexcept;
   template <typename Sample>
-  void takeInput(Sample* const* inputs, const Block& block) noexcept;
-  template <typename Sample>
-  void mixOutput(Sample* const* outputs, const Block& block) noexcept;
-
-  [[nodiscard]] Block beginBlock(int frames, int channels) noexcept;
-  void setQuality(bool high) noexcept;
-  void resetChangedBands(const Block& block) noexcept;
-  void resetReturning(const Block& block) noexcept;
-  void runStages(const Block& block) noexcept;
-  void runBandStage(int band, const Block& block) noexcept;
-  void runCrossoverStage(const Block& block) noexcept;
-  void splitIntoBands(std::span<const BandRun> runs, const Block& block) noexcept;
-  /// Processes bands, none of which hears the output of another, with their signals in place.
-  /// `alignTo`: lookahead in samples to which crossover bands are delayed.
-  void processBands(std::span<BandRun> runs, const Block& block, int alignTo) noexcept;
-  /// `place`: index of its signal in the buffers; for a crossover band its index in the list.
-  [[nodiscard]] BandRun beginBand(int band, bool isXover, std::size_t place,
-                                  const Block& block) noexcept;
-  [[nodiscard]] const double* sidechainSource(const BandRun& run,
-                                              std::size_t channel) const noexcept;
-  void makeSidechain(BandRun& run, const Block& block) noexcept;
-  void detect(std::span<BandRun> runs, const Block& block) noexcept;
-  void shareGain(BandRun& run, const Block& block) noexcept;
-  void applyGain(const BandRun& run, const Block& block) noexcept;
-  void finishGain(const BandRun& run, const Block& block) noexcept;
-  /// `owner`: a band or `DelayRings::kCrossover`.
-  void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
-                 const Block& block, int samples) noexcept;
-  void delaySidechain(DelayRings::Ring ring, int owner, const Block& block, int samples) noexcept;
-  void storeMeters(const Block& block) noexcept;
-  template <typename Sample>
-  void feedEditor(Sample* const* outputs, const Block& block) noexcept;
-  void publishMeters(const Block& block) noexcept;
+  void feedEditor(const Slice<Sample>& slice, const SignalChain& chain) noexcept;
+  void publishMeters(int channels, int frames) noexcept;
   [[nodiscard]] EngineSettings::Band& wantedOf(int band) noexcept { return wanted.bands[at(band)]; }
 
-  // The audio thread's buffers, and their replacement by longer ones: it takes `announced` at its
-  // next block and leaves the old ones in `retired`, which the control side empties before it
-  // announces again.
-  std::unique_ptr<WorkBuffers> buffers;
-  std::atomic<WorkBuffers*> announced{nullptr};
-  std::atomic<WorkBuffers*> retired{nullptr};
-  int announcedFrames = kDefaultFrames;  // control side
-  GainRamp inputRamp{1.0};
-  GainRamp wetRamp{1.0};
-  GainRamp dryRamp{0.0};
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
   MeterRings meters;
@@ -235,14 +196,8 @@ class compressor {
   OutputFeed levels;
   AnalyserFeed analyser;
   OutputPeak outputPeak;
-  std::array<BandMeters, kNumBands> bandMeters;
+  SignalChain::MeterSet bandMeters;
   std::array<ShownBand, kNumBands> shown;
-  std::array<subband, kNumBands> subbands;
-  std::array<DetectorPair, kNumBands> detectors;
-  std::array<SidechainFilters, kNumBands> sidechains;
-  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kNumBands> oversampled;
-  CrossoverBank crossover;
-  DelayRings delays;
   double sampleRate = 44100.0;  // Hz
 
   EngineSettings wanted;            // control side
@@ -250,10 +205,26 @@ class compressor {
   KernelExchange<EngineSettings> published;
   std::atomic<std::uint32_t> shownStages{0};
 
-  // Audio thread: samples until the last sidechain input has left the whole chain.
-  int sidechainLeft = 0;
-  ChainSeen chainSeen;                        // audio thread: of the last block
-  int channelsSeen = WorkBuffers::kChannels;  // audio thread: in the last block
-  bool oversampledSeen = false;               // audio thread: in the last block
-  bool qualitySeen = false;                   // audio thread: `highQuality` of the last block
+  // Control side.
+  std::unique_ptr<SignalChain> built;   // of the settings wanted
+  std::unique_ptr<SignalChain> former;  // while it is heard, or fades
+  bool preparing = false;               // `built` has not been published
+  std::uint32_t lastChain = 0;          // number
+  mutable PlugBaseMutex chainLock;      // guards `built`, which other threads read for curves
+  int publishedLatency = 0;             // samples
+  int formerLatency = 0;                // samples
+
+  // A new chain for the audio thread, which looks for it when settings of that chain come.
+  std::atomic<SignalChain*> offered{nullptr};
+  // Numbers of chains: stored by the audio thread when a chain is heard, and when no other is used
+  // any more.
+  std::atomic<std::uint32_t> heardChain{0};
+  std::atomic<std::uint32_t> settledChain{0};
+
+  // Audio thread.
+  SignalChain* playing;
+  SignalChain* rising = nullptr;  // during a change
+  ChainFade fade;
+  bool realtime = false;
+  LiveValues* live = nullptr;
 };

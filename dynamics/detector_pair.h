@@ -31,6 +31,16 @@ class DetectorPair {
     behind = false;
   }
 
+  /// Takes over what another pair knows of the level; the signal in the windows stays.
+  void adoptLevels(const DetectorPair& other) noexcept {
+    if (!other.behind) {
+      if (behind) detectors[1].copySignal(detectors[0]);
+      alike = behind = false;
+    }
+    detectors[0].adoptLevel(other.detectors[0]);
+    detectors[1].adoptLevel(other.detectors[other.behind ? 0 : 1]);
+  }
+
   /// Call before each block. `same`: both channels hear the same samples in it. Returns true if
   /// only the first detector is to run, with its result valid for both.
   [[nodiscard]] bool oneForBoth(bool same) noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 
 #include "dynamics/bands.h"
 #include "dynamics/detector_lane.h"
@@ -46,6 +47,10 @@ struct BandDynamics {
   float lookaheadMs = 0.0F;
 };
 
+/// The settings of detectors at `sampleRate` (Hz); `expandMode` is left false.
+[[nodiscard]] DetectorSettings designDetector(const BandDynamics& dynamics,
+                                              double sampleRate) noexcept;
+
 /// How a band is multiplied by its gain.
 enum class Oversampling { kOff, kStandard, kHighQuality };
 
@@ -67,6 +72,12 @@ struct EngineSettings {
     bool listen = false;  ///< the difference between wet and dry is heard
   };
 
+  /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
+  void setGains(double inDb, double outDb, bool bypass, bool difference, double wetDry) noexcept;
+  void setOversampling(Oversampling mode) noexcept;
+
+  std::uint32_t chain = 0;  ///< number of the chain that they are for
+  int latency = 0;          ///< of that chain, samples
   std::array<Band, kNumBands> bands;
   StagePlan plan;
   int xoverMaxLookahead = 0;  ///< samples: the largest of the XOver list

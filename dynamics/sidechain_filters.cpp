@@ -65,8 +65,12 @@ void SidechainFilters::setSampleRate(float hz) noexcept {
   }
 }
 
+void SidechainFilters::setTrim(double decibels) noexcept {
+  trim.store(std::pow(10.0, decibels * 0.05), std::memory_order_relaxed);
+}
+
 void SidechainFilters::set(const SidechainFilterSettings& settings) {
-  trim.store(std::pow(10.0, settings.trimDb * 0.05), std::memory_order_relaxed);
+  setTrim(settings.trimDb);
   for (std::size_t c = 0; c < kChannels; ++c) {
     setEnd(lowFilter[c], settings.low, EQ::kHpf, EQ::kLowShelf);
     setMiddle(midFilter[c], settings.mid);
@@ -78,7 +82,7 @@ void SidechainFilters::set(const SidechainFilterSettings& settings) {
                           highFilter[0].activeSections()};
   if (rows == now) return;
   rows = now;
-  changes.fetch_add(1, std::memory_order_relaxed);
+  changes.store(++lastRevision, std::memory_order_relaxed);
 }
 
 double SidechainFilters::response(int filter, double frequency) const {

@@ -52,13 +52,16 @@ class SidechainFilters {
   /// Throws std::bad_alloc; the next call designs the filters that this one did not reach.
   void set(const SidechainFilterSettings& settings);
 
+  /// In dB; any thread.
+  void setTrim(double decibels) noexcept;
   /// Clears the filters' past; present coefficients stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel only
   /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
   /// designed; 1 for a filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;
-  /// A number that changes whenever the responses do; any thread.
+  /// A number that changes whenever the responses do, and that no other object of the process has
+  /// had; 0 while all filters are off since the beginning. Any thread.
   [[nodiscard]] unsigned revision() const noexcept {
     return changes.load(std::memory_order_relaxed);
   }
@@ -78,4 +81,5 @@ class SidechainFilters {
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
   mutable PlugBaseMutex rowsLock;
   std::atomic<unsigned> changes{0};
+  static inline std::atomic<unsigned> lastRevision{0};
 };

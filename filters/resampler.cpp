@@ -8,6 +8,7 @@
 
 #include "analysis/vector_kernels.h"
 #include "analysis/window_table.h"
+#include "platform/index.h"
 
 namespace {
 
@@ -86,27 +87,38 @@ void lower(const double* input, int n, double* output, const double* kernel, int
 Resampler::Resampler() noexcept : standardKernel(makeStandardKernel()) {}
 
 void Resampler::resample(double ratio, const double* input, int n, double* output,
-                         const double* kernel, int tapCount, double* cells) noexcept {
-  if (ratio > 1.0) {
+                         const double* kernel, int tapCount, double* cells, int before) noexcept {
+  const bool raises = ratio > 1.0;
+  const int past = raises ? tapCount - 1 : 2 * (tapCount - 1);
+  const int capacity = kHistory - past;
+  std::array<double, kHistory> passed;
+  if (before > 0) std::copy_n(cells + past, capacity, passed.data());
+  if (raises) {
     raise(input, n, output, kernel, tapCount, cells);
   } else {
     lower(input, n, output, kernel, tapCount, cells);
   }
+  if (before == 0) return;
+  for (int i = std::max(0, n - capacity); i < n; ++i)
+    passed[at((before + i) % capacity)] = input[i];
+  std::copy_n(passed.data(), capacity, cells + past);
 }
 
-void Resampler::process(double ratio, const double* input, int n, double* output) noexcept {
-  resample(ratio, input, n, output, standardKernel, taps, history.data());
+void Resampler::process(double ratio, const double* input, int n, double* output,
+                        int before) noexcept {
+  resample(ratio, input, n, output, standardKernel, taps, history.data(), before);
 }
 
 void Resampler::fillHistory(double value) noexcept { history.fill(value); }
 
 ResamplerHQ::ResamplerHQ() noexcept : hqKernel(makeHighKernel()) {}
 
-void ResamplerHQ::process(double ratio, const double* input, int n, double* output) noexcept {
+void ResamplerHQ::process(double ratio, const double* input, int n, double* output,
+                          int before) noexcept {
   if (!highQuality.load(std::memory_order_relaxed)) {
-    return Resampler::process(ratio, input, n, output);
+    return Resampler::process(ratio, input, n, output, before);
   }
-  resample(ratio, input, n, output, hqKernel, hqTaps, history.data());
+  resample(ratio, input, n, output, hqKernel, hqTaps, history.data(), before);
 }
 
 void OversampledGain::reset() noexcept {
@@ -122,9 +134,9 @@ void OversampledGain::setHighQuality(bool on) noexcept {
 }
 
 void OversampledGain::process(double* signal, const double* gain, int frames, double* upSignal,
-                              double* upGain) noexcept {
-  signalUp.process(2.0, signal, frames, upSignal);
-  gainUp.process(2.0, gain, frames, upGain);
+                              double* upGain, int before) noexcept {
+  signalUp.process(2.0, signal, frames, upSignal, before);
+  gainUp.process(2.0, gain, frames, upGain, before);
   for (int i = 0; i < 2 * frames; ++i) upSignal[i] *= upGain[i];
-  down.process(0.5, upSignal, 2 * frames, signal);
+  down.process(0.5, upSignal, 2 * frames, signal, 2 * before);
 }

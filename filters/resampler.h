@@ -24,11 +24,14 @@ class Resampler {
   /// history of 256 cells, of which the first tapCount - 1 (doubling) or 2 (tapCount - 1) (halving)
   /// hold the last inputs. The input passes through the other cells in chunks that fill them; what
   /// remains there counts as past input if the next call has more taps or the other ratio.
+  /// `before`: inputs of calls that this one continues, so that the cells end as after one call for
+  /// all.
   static void resample(double ratio, const double* input, int n, double* output,
-                       const double* kernel, int tapCount, double* cells) noexcept;
+                       const double* kernel, int tapCount, double* cells, int before = 0) noexcept;
 
   /// See `resample`; uses this object's kernel and history.
-  virtual void process(double ratio, const double* input, int n, double* output) noexcept;
+  virtual void process(double ratio, const double* input, int n, double* output,
+                       int before) noexcept;
 
   /// Sets all past inputs to `value`.
   void fillHistory(double value) noexcept;
@@ -47,7 +50,8 @@ class ResamplerHQ final : public Resampler {
 
   ResamplerHQ() noexcept;
 
-  void process(double ratio, const double* input, int n, double* output) noexcept override;
+  void process(double ratio, const double* input, int n, double* output,
+               int before) noexcept override;
 
   /// Any thread; takes effect at the next call of `process`, with the history as it is.
   std::atomic<bool> highQuality{false};
@@ -70,9 +74,10 @@ class OversampledGain {
   void setHighQuality(bool on) noexcept;
 
   /// Replaces `signal` by signal times `gain`, `latency` samples late. `upSignal` and `upGain`:
-  /// scratch arrays of 2 * `frames` each.
-  void process(double* signal, const double* gain, int frames, double* upSignal,
-               double* upGain) noexcept;
+  /// scratch arrays of 2 * `frames` each. `before`: frames of the block that was begun by earlier
+  /// calls.
+  void process(double* signal, const double* gain, int frames, double* upSignal, double* upGain,
+               int before = 0) noexcept;
 
   /// Delay of raising and lowering together, in samples at the base rate.
   [[nodiscard]] static constexpr int latency(bool highQuality) noexcept {

@@ -17,6 +17,8 @@ class EngineLink {
   /// Control threads, and the audio thread in the one block in which the host goes offline or comes
   /// back.
   virtual void update(bool force) = 0;
+  /// Notes that values of a whole program, bank or state come with the next update.
+  virtual void everythingReplaced() noexcept = 0;
   // Updates wait while there are more calls of `hold` than of `release`.
   virtual void hold() = 0;
   virtual void release() = 0;

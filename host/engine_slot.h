@@ -15,6 +15,9 @@ class EngineSlot final : public EngineLink {
   void update(bool force) override {
     if (engine != nullptr) engine->update(force);
   }
+  void everythingReplaced() noexcept override {
+    if (engine != nullptr) engine->everythingReplaced();
+  }
   void hold() override {
     if (engine != nullptr) engine->hold();
   }

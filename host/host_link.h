@@ -16,7 +16,7 @@
 /// Sends the effect's own messages to the host and records the values it has sent.
 ///
 /// Threads: control threads, and the audio thread in the one block in which the host goes offline
-/// or comes back; `isOffline`, `isEcho` and `expectEcho` on any.
+/// or comes back; `processLevel`, `isEcho` and `expectEcho` on any.
 class HostLink {
  public:
   static constexpr std::size_t kMostParameters = 512;
@@ -29,7 +29,7 @@ class HostLink {
                      void* ptr = nullptr, float opt = 0.0F);
 
   void wantMidi() { tell(kHostWantMidi, 0, 1); }
-  [[nodiscard]] bool isOffline() { return tell(kHostProcessLevel) == kProcessLevelOffline; }
+  [[nodiscard]] std::intptr_t processLevel() { return tell(kHostProcessLevel); }
   /// The name of the host's vendor, empty if the host gives none. Hosts are known to write more
   /// than the 64 bytes agreed on.
   [[nodiscard]] std::array<char, 256> vendor();

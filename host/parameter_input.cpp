@@ -106,6 +106,7 @@ void ParameterInput::putFromAudio(std::int32_t index, float normalised) noexcept
 }
 
 void ParameterInput::switchBankFromAudio(std::int32_t bank) noexcept {
+  engine.everythingReplaced();
   values.selectBank(bank);
   values.snapBank(bank);
   for (std::int32_t i = 0; i < values.count(); ++i) {

@@ -89,6 +89,7 @@ class ParameterInput {
   void putFromAudio(std::int32_t index, float normalised) noexcept;
   void switchBankFromAudio(std::int32_t bank) noexcept;
   void tellReplaced() {
+    engine.everythingReplaced();
     if (replaced) replaced();
   }
   void show(std::int32_t index, float normalised);

@@ -186,7 +186,9 @@ std::int32_t PlugBase::processEvents(const VstEvents* events) {
 void PlugBase::processMidi(const VstMidiEvent& /*event*/) noexcept {}
 
 void PlugBase::checkProcessLevel() {
-  const bool offline = host.isOffline();
+  const std::intptr_t level = host.processLevel();
+  isRealtime.store(level == kProcessLevelRealtime, std::memory_order_relaxed);
+  const bool offline = level == kProcessLevelOffline;
   if (isOffline.exchange(offline) != offline) offlineChanged(offline);
 }
 

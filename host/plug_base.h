@@ -183,6 +183,7 @@ class PlugBase : public AudioEffectX, public IdleClient {
   ParameterInput input;
   std::vector<ChannelLabel> channelLabels;
   std::atomic<bool> isOffline{false};
+  std::atomic<bool> isRealtime{false};  // a host that says neither is taken as it comes
   std::atomic<std::int32_t> sampleCount{0};
 
  private:

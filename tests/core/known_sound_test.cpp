@@ -179,7 +179,7 @@ class Scene {
     if (what < 4) workOnBands(what);
     if (what == 4) mono = !mono;
     if (what == 5) side = below(4);
-    if (what == 6) rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
+    if (what == 6) rig.processLevel = rig.processLevel == 0 ? kProcessLevelOffline : 0;
     if (what == 7 && below(3) == 0) rig.plug.resume();
     if (what == 8) rig.plug.updateDsp(true);
     if (what >= 9 && what < 12) turnGlobal(pick(kHeardGlobals));

@@ -53,23 +53,19 @@ TEST(PlugRealtimeTest, ProcessingNeitherAllocatesNorLocks) {
 }
 
 // The whole list of what may leave real time on the audio thread.
-TEST(PlugRealtimeTest, OnlyALongBlockAndASwitchOfTheHostMayLeaveRealTime) {
-  std::vector<float> sound(5000);
+TEST(PlugRealtimeTest, OnlyASwitchOfTheHostMayLeaveRealTime) {
+  std::vector<float> sound(100000);
   std::array<float*, 4> pins = {sound.data(), sound.data(), nullptr, nullptr};
-  const auto calls = [&pins](PlugRig& rig, int frames) {
+  PlugRig rig;
+  const auto calls = [&pins, &rig](int frames) {
     const RealtimeGuard guard;
     rig.plug.processReplacing(pins.data(), pins.data(), frames);
     return std::pair(guard.heapCalls(), guard.lockCalls());
   };
-  PlugRig rig;
-  PlugRig announced;
-  announced.plug.setBlockSize(5000);
-  announced.plug.resume();
-  EXPECT_GT(calls(rig, 5000).first, 0) << "a block longer than the buffers";
-  EXPECT_EQ(calls(announced, 5000), std::pair(0, 0)) << "a host that keeps its word never meets it";
+  EXPECT_EQ(calls(100000), std::pair(0, 0)) << "a block of any length";
   rig.processLevel = kProcessLevelOffline;
-  EXPECT_GT(calls(rig, 64).second, 0) << "the full update on the way to offline";
-  EXPECT_EQ(calls(rig, 64), std::pair(0, 0)) << "once";
+  EXPECT_GT(calls(64).second, 0) << "the full update on the way to offline";
+  EXPECT_EQ(calls(64), std::pair(0, 0)) << "once";
 }
 
 TEST(PlugRealtimeTest, AThousandBlocksNeedNoSystemCall) {
@@ -257,7 +253,8 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
     std::optional<RealTimeCheck::Exception> theSwitch;
     if (audio.below(100) == 0) {
-      rig.processLevel = rig.processLevel == 2 ? kProcessLevelOffline : 2;
+      rig.processLevel = rig.processLevel == kProcessLevelRealtime ? kProcessLevelOffline
+                                                                   : kProcessLevelRealtime;
       theSwitch.emplace();
     }
     const int frames =

@@ -74,7 +74,7 @@ class PlugRig {
   std::atomic<std::int64_t> now{0};
   Machine machine;  // nobody else's
   Plug plug;
-  std::atomic<std::intptr_t> processLevel{2};
+  std::atomic<std::intptr_t> processLevel{0};  // neither real time nor offline
   std::function<void()> onAutomate;  // called at every automation message
   std::vector<Message> messages;     // but for process level queries; from any thread
 

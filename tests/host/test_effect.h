@@ -129,6 +129,7 @@ class TestEffect : public PlugBaseJSON, private EngineLink {
     note(offline != isOffline ? "? " : offline ? "offline " : "online ");
     PlugBaseJSON::offlineChanged(offline);
   }
+  void everythingReplaced() noexcept override {}
   void hold() override { note("( "); }
   void release() override { note(") "); }
   void processMidi(const VstMidiEvent& event) noexcept override { midi.push_back(event); }
