@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <tuple>
 #include <utility>
 #include <vector>
 
+#include "filters/blt_eq.h"
 #include "filters/kernel_cache.h"
 #include "filters/linear_phase.h"
 
@@ -21,20 +21,43 @@ struct Edge {
   float slope = 0.0F;         // dB per octave
 };
 
-void setEdge(BLTEQ& filter, EQ::Type type, int prototype, const Edge& edge) noexcept {
-  // Bypass is set once, so that equal values leave the filter clean.
-  filter.setBypass(edge.on ? 0 : 1);
+/// The rows of an edge, or flat ones.
+AnalogSections edgeRows(EQ::Type type, int prototype, const Edge& edge) noexcept {
+  if (!edge.on) return kFlatSections;
+  BLTEQ filter;  // for its design alone
   filter.setType(type);
-  if (!edge.on) return;
   filter.setOrder(static_cast<int>(edge.slope / 6.0F));
   filter.setSubtype(prototype);
   filter.setFrequency(static_cast<float>(edge.frequency));
+  AnalogSections rows;
+  filter.design(&rows, true);
+  return rows;
 }
 
-/// Everything that the magnitude of a filter depends on.
-auto valuesOf(const BLTEQ& filter) noexcept {
-  return std::make_tuple(filter.getBypass(), filter.getType(), filter.getSubtype(),
-                         filter.getOrder(), filter.getFrequency(), filter.getQ());
+AnalogSections bandPassRows(float frequency, float q) noexcept {
+  BLTEQ filter;
+  filter.setType(EQ::kBpf);
+  filter.setFrequency(frequency);
+  filter.setQ(q);
+  AnalogSections rows;
+  filter.design(&rows, true);
+  return rows;
+}
+
+std::array<AnalogSections, 3> designFilters(int shape, float frequency, float slope, float q,
+                                            float slope2, double rate) noexcept {
+  if (shape == kBandPassEE) return {kFlatSections, kFlatSections, bandPassRows(frequency, q)};
+  const bool butterworth = shape == kBandPassB || shape == kLowPassB || shape == kHighPassB;
+  const int prototype = butterworth ? kButterworth : kStacked;
+  const auto centre = static_cast<double>(frequency);
+  Edge high{shape == kHighPass || shape == kHighPassB, centre, slope};
+  Edge low{shape == kLowPass || shape == kLowPassB, centre, slope};
+  if (shape == kBandPass || shape == kBandPassB) {
+    const double ratio = bandEdgeRatio(static_cast<double>(q));
+    high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
+    low = {true, std::min(centre * ratio, rate / 2.0), slope};
+  }
+  return {edgeRows(EQ::kHpf, prototype, high), edgeRows(EQ::kLpf, prototype, low), kFlatSections};
 }
 
 /// What a kernel is designed from.
@@ -86,64 +109,30 @@ double bandEdgeRatio(double q) noexcept {
 
 void subband::setSampleRate(double hz) {
   sampleRate = hz;
-  if (edges != nullptr) {
-    for (BLTEQ* filter : edges->all()) filter->setSampleRate(static_cast<float>(hz));
-  }
   rebuildNeeded = true;
 }
 
 void subband::configureFilters(int shape, float frequency, float slope, float q, float slope2) {
   const bool filters = shape != kFlat;
-  if (edges == nullptr) {
-    edges = std::make_unique<Edges>();
-    setSampleRate(sampleRate);
-  }
   if (filters && owned == nullptr) {
     owned = std::make_unique<Filter>();
     // Release: hands over the filter.
     shared.store(owned.get(), std::memory_order_release);
   }
-  const auto values = [this] {
-    return std::make_tuple(valuesOf(edges->highPass), valuesOf(edges->lowPass),
-                           valuesOf(edges->bandPass));
-  };
-  const auto before = values();
-  configureEdges(shape, frequency, slope, q, slope2);
-  for (BLTEQ* filter : edges->all()) filter->update();
-  if (values() != before) rebuildNeeded = true;
-  publishSections();
+  const Sections wanted{designFilters(shape, frequency, slope, q, slope2, sampleRate)};
+  if (wanted != sections) {
+    rebuildNeeded = true;
+    const PlugBaseMutex::Scope lock(sectionsLock);
+    sections = wanted;
+  }
   filtered.store(filters, std::memory_order_relaxed);
   configured.store(true, std::memory_order_relaxed);
-}
-
-void subband::configureEdges(int shape, float frequency, float slope, float q, float slope2) {
-  const bool butterworth = shape == kBandPassB || shape == kLowPassB || shape == kHighPassB;
-  const int prototype = butterworth ? kButterworth : kStacked;
-  const auto centre = static_cast<double>(frequency);
-  Edge high{shape == kHighPass || shape == kHighPassB, centre, slope};
-  Edge low{shape == kLowPass || shape == kLowPassB, centre, slope};
-  if (shape == kBandPass || shape == kBandPassB) {
-    const double ratio = bandEdgeRatio(static_cast<double>(q));
-    high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
-    low = {true, std::min(centre * ratio, sampleRate / 2.0), slope};
-  }
-  setEdge(edges->highPass, EQ::kHpf, prototype, high);
-  setEdge(edges->lowPass, EQ::kLpf, prototype, low);
-  BLTEQ& bandPass = edges->bandPass;
-  bandPass.setBypass(shape == kBandPassEE ? 0 : 1);
-  bandPass.setType(EQ::kBpf);
-  if (shape != kBandPassEE) return;
-  bandPass.setFrequency(frequency);
-  bandPass.setQ(q);
 }
 
 void subband::rebuildKernel() {
   if (owned != nullptr) owned->convolver.collect();
   if (!rebuildNeeded || !filtered.load(std::memory_order_relaxed)) return;
-  KernelSource source{{}, sampleRate};
-  const auto filters = edges->all();
-  for (std::size_t i = 0; i < filters.size(); ++i) filters[i]->design(&source.filters[i], false);
-  const auto kernel = kernelOf(source);
+  const auto kernel = kernelOf({sections.filters, sampleRate});
   owned->convolver.setKernels({kernel, &kernel->spectra});
   kernelCopy.set({kernel, &kernel->shown});
   rebuildNeeded = false;
@@ -203,22 +192,12 @@ void subband::resetRight() noexcept {
   now->lines[1].fill(0.0);
 }
 
-void subband::publishSections() {
-  const PlugBaseMutex::Scope lock(sectionsLock);
-  sections = {edges->highPass.activeSections(), edges->lowPass.activeSections(),
-              edges->bandPass.activeSections()};
-}
-
-subband::Sections subband::currentSections() const {
-  const PlugBaseMutex::Scope lock(sectionsLock);
-  return sections;
-}
-
 double subband::Sections::magnitudeAt(double frequency) const noexcept {
-  const auto magnitude = [frequency](const AnalogSections& filter) {
-    return analogMagnitude(filter.rows.data(), filter.count, frequency);
-  };
-  return magnitude(high) * magnitude(low) * magnitude(band);
+  double magnitude = 1.0;
+  for (const AnalogSections& rows : filters) {
+    magnitude *= analogMagnitude(rows.rows.data(), rows.count, frequency);
+  }
+  return magnitude;
 }
 
 double subband::bandMagnitude(double frequency) const {
@@ -228,7 +207,10 @@ double subband::bandMagnitude(double frequency) const {
 
 void subband::bandCurve(const float* frequencies, int n, float* out) {
   if (n <= 0) return;
-  const Sections drawn = currentSections();
+  const Sections drawn = [this] {
+    const PlugBaseMutex::Scope lock(sectionsLock);
+    return sections;
+  }();
   curve.draw(drawn, frequencies, n, 0, out,
              [&drawn](double f) { return std::array{drawn.magnitudeAt(f)}; });
 }

@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
+#include "filters/analog_sections.h"
 #include "filters/band_shape.h"
-#include "filters/blt_eq.h"
 #include "filters/curve_cache.h"
 #include "filters/kernel_copy.h"
 #include "filters/partitioned_convolver.h"
@@ -32,7 +32,7 @@ class subband {
 
   void setSampleRate(double hz);  ///< Hz
   /// `shape`: a `SubType`. `frequency` in Hz; slopes in dB per octave, `slope2` that of the lower
-  /// edge of `kBandPassB`. Marks the kernel for a rebuild if anything has changed.
+  /// edge of `kBandPassB`. Marks the kernel for a rebuild if it changes.
   void configureFilters(int shape, float frequency, float slope, float q, float slope2);
   /// Hands the kernel over, if marked; designs it if no instance has it.
   void rebuildKernel();
@@ -64,22 +64,13 @@ class subband {
  private:
   static constexpr int kDelay = kTaps / 2;
 
-  /// The three filters' rows.
+  /// The rows of three filters in series: high-pass, low-pass, band-pass.
   struct Sections {
-    AnalogSections high = kFlatSections;
-    AnalogSections low = kFlatSections;
-    AnalogSections band = kFlatSections;
+    std::array<AnalogSections, 3> filters = {kFlatSections, kFlatSections, kFlatSections};
     [[nodiscard]] double magnitudeAt(double frequency) const noexcept;
     bool operator==(const Sections&) const = default;
   };
 
-  /// Provide designs only; they never process audio.
-  struct Edges {
-    [[nodiscard]] std::array<BLTEQ*, 3> all() noexcept { return {&highPass, &lowPass, &bandPass}; }
-    BLTEQ highPass;
-    BLTEQ lowPass;
-    BLTEQ bandPass;
-  };
   /// What the audio thread needs to filter.
   struct Filter {
     void delay(double* samples, std::size_t channel, int frames) noexcept;
@@ -90,9 +81,6 @@ class subband {
     int index = 0;  // in the lines
   };
 
-  void configureEdges(int shape, float frequency, float slope, float q, float slope2);
-  void publishSections();
-  [[nodiscard]] Sections currentSections() const;
   /// What the audio thread filters with, or null if it does not.
   [[nodiscard]] Filter* inUse() const noexcept {
     const bool filters = filtered.load(std::memory_order_relaxed);
@@ -100,7 +88,6 @@ class subband {
   }
 
   // Control side.
-  std::unique_ptr<Edges> edges;  // null until the first setting
   double sampleRate = 44100.0;
   bool rebuildNeeded = true;
   std::unique_ptr<Filter> owned;  // null until the first setting that filters
@@ -114,7 +101,7 @@ class subband {
   bool running = false;  // the last block was filtered
 
   // Source of the curves.
-  Sections sections;  // under the lock
+  Sections sections;  // written by the control side under the lock
   mutable PlugBaseMutex sectionsLock;
   CurveCache<Sections> curve;
   KernelCopy kernelCopy;
