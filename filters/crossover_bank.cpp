@@ -82,14 +82,6 @@ SharedSet kernelsOf(const KernelSource& source) {
   return cache.get(source, [&source] { return std::make_shared<const KernelSet>(source); });
 }
 
-/// Hands kernels to the engine, which is made if there is none.
-template <typename Engine, typename Kernels>
-void handOver(std::unique_ptr<CrossoverEngine>& engine, const SharedSet& set,
-              const Kernels& kernels) {
-  if (engine == nullptr) engine = std::make_unique<Engine>();
-  static_cast<Engine&>(*engine).setKernels(std::shared_ptr<const Kernels>(set, &kernels));
-}
-
 }  // namespace
 
 std::array<double, CrossoverSplits::kBands> bandMagnitudes(const CrossoverSplits& splits,
@@ -116,8 +108,19 @@ void CrossoverBank::setSplits(std::span<const double> centres, std::span<const d
     wanted.splitFrequency[at(split)] = std::sqrt(centres[at(split - 1)] * centres[at(split)]);
     wanted.splitExponent[at(split)] = slopes[at(split - 1)] / 6.0;
   }
+  if (owned == nullptr && wanted.bandCount > 0) makeEngine();
   const PlugBaseMutex::Scope lock(splitsLock);
   splits = wanted;
+}
+
+void CrossoverBank::makeEngine() {
+  if (useBlocked) {
+    owned = std::make_unique<Crossover_WithLatency>();
+  } else {
+    owned = std::make_unique<Crossover>();
+  }
+  // Release: hands over the engine.
+  engine.store(owned.get(), std::memory_order_release);
 }
 
 CrossoverSplits CrossoverBank::currentSplits() const {
@@ -131,12 +134,10 @@ void CrossoverBank::buildKernels() {
   if (wanted.bandCount < 1 || (wanted == builtSplits && sampleRate == builtRate)) return;
   const SharedSet set = kernelsOf({wanted, sampleRate, useBlocked});
   if (useBlocked) {
-    handOver<Crossover_WithLatency>(owned, set, *set->blocked);
+    static_cast<Crossover_WithLatency&>(*owned).setKernels({set, &*set->blocked});
   } else {
-    handOver<Crossover>(owned, set, *set->direct);
+    static_cast<Crossover&>(*owned).setKernels({set, &*set->direct});
   }
-  // Release: hands over the engine.
-  engine.store(owned.get(), std::memory_order_release);
   for (std::size_t k = 0; k < kBands; ++k) {
     copies[k].set(k < set->shown.size() ? KernelCopy::Shared(set, &set->shown[k]) : nullptr);
   }

@@ -30,8 +30,8 @@ struct CrossoverSplits {
 
 /// The crossover: designs kernels from splits and runs them. The kernels are linear-phase with 1024
 /// taps and add up to an impulse at tap 512, so that the bands add up to the input delayed by
-/// `latency` samples. Holds next to nothing until kernels are built for the first time; until then
-/// all bands are silent.
+/// `latency` samples. Until kernels are built the lowest band is all of the input. Holds next to
+/// nothing until there are bands; those of a caller who asks before that are silent.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
 /// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude`, `crossoverCurve` and
@@ -64,9 +64,10 @@ class CrossoverBank {
   /// See `KernelCopy::copy`; 0 for an unknown band.
   unsigned copyKernel(int band, unsigned known, std::vector<double>& taps) const;
 
-  bool useBlocked = true;  ///< less work, 1023 samples more delay; set before first use
+  bool useBlocked = true;  ///< less work, 1023 samples more delay; set before the first splits
 
  private:
+  void makeEngine();
   [[nodiscard]] CrossoverSplits currentSplits() const;
 
   double sampleRate = 44100.0;
@@ -74,7 +75,7 @@ class CrossoverBank {
   mutable PlugBaseMutex splitsLock;
   CrossoverSplits builtSplits;  // what the kernels were designed from
   double builtRate = 0.0;
-  std::unique_ptr<CrossoverEngine> owned;  // control side
+  std::unique_ptr<CrossoverEngine> owned;  // null until the first splits
   std::atomic<CrossoverEngine*> engine{nullptr};
   CurveCache<CrossoverSplits, kBands> curves;
   std::array<KernelCopy, kBands> copies;
