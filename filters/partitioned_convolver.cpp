@@ -174,7 +174,7 @@ void PartitionedConvolver::setKernels(std::shared_ptr<const PartitionedKernels> 
   load->kernels = std::move(kernels);
   collect();
   if (!handover.present().empty()) {
-    load->ringOut = std::make_unique<RingOut>(small.ring(), large.ring());
+    load->ringOut = std::make_unique<RingOut>(RingOut{small.ring(), large.ring()});
   }
   handover.makeRoom();
   handover.withdraw();
