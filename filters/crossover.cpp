@@ -95,7 +95,20 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
   if (!mono) emitChannel(bandRight, input[0].im + position, &PlanarSpan::im);
 }
 
+/// Starts to load what the next span outputs, which with many instances has left the near caches.
+void Crossover_WithLatency::fetchAhead() const noexcept {
+  constexpr int kCacheLine = 8;  // samples
+  for (int band = 0; band < counts[at(out)]; ++band) {
+    const PlanarSpan line = lines[at(band)][out];
+    for (int i = position; i < position + kSpan; i += kCacheLine) {
+      __builtin_prefetch(line.re + i);
+      __builtin_prefetch(line.im + i);
+    }
+  }
+}
+
 void Crossover_WithLatency::endOfSpan() noexcept {
+  if (position < kBlock) fetchAhead();
   // The first sample of this block completed the input block now being worked on.
   const int turn = position / kSpan - 1;
   if (turn == 0) {
