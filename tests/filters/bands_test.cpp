@@ -1,6 +1,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <numbers>
 #include <numeric>
 #include <random>
@@ -217,6 +218,49 @@ TEST(CrossoverBank, HasTheBandsOfItsSplitsAndSumsToTheDelayedInput) {
         expectBands(bank, static_cast<std::size_t>(bands), known,
                     engine + std::to_string(bands) + " bands at " + std::to_string(rate));
       }
+    }
+  }
+}
+
+// What a kernel leaves to ring out must not be freed, nor read before it is whole.
+TEST(SharedKernels, ChangeOnAnotherThreadWhileTheSoundGoesOn) {
+  for (const bool isBlocked : {true, false}) {
+    CrossoverBank bank;
+    bank.useBlocked = isBlocked;
+    bank.setSampleRate(kRate);
+    subband filter;
+    filter.setSampleRate(kRate);
+    std::mt19937 random(31);
+    const auto change = [&] {
+      setRandomSplits(bank, 1 + static_cast<int>(random() % 8), random);
+      bank.buildKernels();
+      Shape{kLowPass, 100.0F + static_cast<float>(random() % 900), 24, 1, 6}.apply(filter);
+    };
+    change();
+    std::atomic<bool> done{false};
+    std::thread control([&] {
+      while (!done) change();
+    });
+    const auto latency = static_cast<std::size_t>(bank.latency());
+    std::array<Signal, 2> in, split, lifted;
+    for (unsigned block = 0; block < 300; ++block) {
+      const std::array<Signal, 2> input = {noiseOf(100, block), noiseOf(100, block + 1000)};
+      const Bands bands = run(bank, input, kBands);
+      const Parts parts = filtered(filter, input, 2, 50);
+      for (std::size_t i = 0; i < 200; ++i) {
+        const std::size_t c = i % 2, n = i / 2;
+        in[c].push_back(input[c][n]);
+        lifted[c].push_back(parts.band[c][n] + parts.rest[c][n]);
+        split[c].push_back(0.0);
+        for (std::size_t b = 0; b < kBands; ++b) split[c].back() += bands[2 * b + c][n];
+      }
+    }
+    done = true;
+    control.join();
+    for (std::size_t i = 0; i < 2 * (in[0].size() - 1535); ++i) {  // the longest delay
+      const std::size_t c = i % 2, n = i / 2;
+      ASSERT_NEAR(split[c][n + latency], in[c][n], kRounding) << n;
+      ASSERT_NEAR(lifted[c][n + 1024], in[c][n], kRounding) << n;
     }
   }
 }
