@@ -58,7 +58,8 @@ void report(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kFrames * static_cast<std::int64_t>(kDetectors));
 }
 
-/// All sixteen, `together` at a time. Range: together, transients, lookahead, instruction set.
+/// All sixteen, `together` at a time. Range: together, transients, lookahead, instruction set,
+/// whether the curve of the first moves.
 void detectors(benchmark::State& state) {
   const VectorKernels& usual = vectorKernels();
   useVectorKernels(*allVectorKernels()[static_cast<std::size_t>(state.range(3))]);
@@ -75,8 +76,14 @@ void detectors(benchmark::State& state) {
   for (std::size_t i = 0; i < kDetectors; ++i) {
     jobs[i] = {&all[i],    &all[i].designed(), signals.data() + i * kFrames,
                &meters[0], &meters[1],         &meters[2],
-               &meters[3], &meters[4]};
+               &meters[3], &meters[4],         kFrames};
   }
+  DetectorMotion motion{all[0].designed().curve, 1.0, 1.0, jobs[0].settings->tranWeight};
+  motion.curve.thresholdHigh += 1.0;
+  std::array<double, kFrames> shares{};
+  for (std::size_t i = 0; i < kFrames; ++i) shares[i] = static_cast<double>(i) / kFrames;
+  motion.shares = shares.data();
+  if (state.range(4) != 0) jobs[0].motion = &motion;
   for (auto _ : state) {
     signals = input;
     for (std::size_t i = 0; i < kDetectors; i += together) {
@@ -122,7 +129,7 @@ void decibels(benchmark::State& state) {
   report(state);
 }
 
-/// Range: bands, all in the crossover.
+/// Range: bands, all in the crossover, and whether the threshold of the first moves all the time.
 void engineAlone(benchmark::State& state) {
   compressor engine;
   engine.setSampleRate(kRate);
@@ -153,7 +160,16 @@ void engineAlone(benchmark::State& state) {
   dynamics.ratioAbove = 0.5;
   turnAll();
   const std::vector<double> input = noise(kFrames);
+  engine.setGliding(true);
+  int block = 0;
   for (auto _ : state) {
+    if (state.range(1) != 0) {
+      dynamics.threshold = -30.0 + 0.01 * (++block % 1000);
+      state.PauseTiming();
+      engine.setDynamics(0, dynamics);
+      engine.publish();
+      state.ResumeTiming();
+    }
     std::ranges::copy(input, left.begin());
     std::ranges::copy(input, right.begin());
     engine.processBlock(pins.data(), pins.data(), kFrames, 2, 0);
@@ -163,22 +179,24 @@ void engineAlone(benchmark::State& state) {
 }
 
 void everySet(benchmark::internal::Benchmark* wanted) {
-  wanted->ArgNames({"together", "transients", "lookahead", "set"});
+  wanted->ArgNames({"together", "transients", "lookahead", "set", "moving"});
   const auto sets = static_cast<std::int64_t>(allVectorKernels().size());
   for (std::int64_t set = 0; set < sets; ++set) {
     for (const std::int64_t together : {16, 2, 1}) {
       for (const std::int64_t transients : {0, 1}) {
-        wanted->Args({together, transients, 480, set});
+        for (const std::int64_t moving : {0, 1}) {
+          wanted->Args({together, transients, 480, set, moving});
+        }
       }
     }
   }
   for (const std::int64_t lookahead : {0, 16, 64, 2400}) {
-    wanted->Args({16, 0, lookahead, sets - 1});
+    wanted->Args({16, 0, lookahead, sets - 1, 0});
   }
 }
 
 BENCHMARK(detectors)->Apply(everySet);
-BENCHMARK(engineAlone)->ArgName("bands")->Arg(1)->Arg(8);
+BENCHMARK(engineAlone)->ArgNames({"bands", "moving"})->ArgsProduct({{1, 8}, {0, 1}});
 BENCHMARK(plainDetectors)->ArgName("transients")->Arg(0)->Arg(1);
 BENCHMARK(decibels)->ArgName("set")->DenseRange(
     -1, static_cast<std::int64_t>(allVectorKernels().size()) - 1);

@@ -18,7 +18,9 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
   if (inputs == nullptr || outputs == nullptr || frames <= 0) return;
   try {
     checkProcessLevel();
-    engine.setRealtime(isRealtime.load(std::memory_order_relaxed));
+    const bool inTime = isRealtime.load(std::memory_order_relaxed);
+    engine.setRealtime(inTime);
+    engine.setGliding(inTime);
     const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
     engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
                         kSidechainChannels - absent);

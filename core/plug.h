@@ -79,6 +79,9 @@ class Plug : public PlugBaseJSON {
     return parameterEdits.getDefault(index);
   }
 
+  /// For a host whose values come with its blocks, on the audio thread: they glide whatever the
+  /// pace of its calls.
+  void playLive() noexcept { handOver.setAlwaysLive(true); }
   /// As the base; also tells the host, once each, of the parameters that a full document changed.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   void setDocument(const JsonNode* root, bool isPreset) override;
@@ -147,8 +150,8 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
-  /// See `MeterRings::readFurthest`. For one consumer only, since reading takes the peaks away:
-  /// others make a `GainReductionReader` of their own over the engine's `meterRings`.
+  /// See `GainReductionReader`. For one consumer only, since reading takes the peaks away:
+  /// others make a `GainReductionReader` of their own over the engine's `meterPeaks`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }

@@ -33,8 +33,8 @@ void BandDetector::setSampleRate(double rate) noexcept {
 
 void BandDetector::setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,
                             double floor, double deadband, double knee) noexcept {
-  settings.curve =
-      StaticCurve::make(threshold, ratioAbove, ceiling, ratioBelow, floor, deadband, knee);
+  settings.knobs = {threshold, ratioAbove, ceiling, ratioBelow, floor, deadband, knee};
+  settings.curve = StaticCurve::make(settings.knobs);
 }
 
 void BandDetector::setTimes(double attackMs, double relFastMs, double relSlowMs, double rmsMs,
@@ -76,6 +76,7 @@ void BandDetector::process(double* signal, int frames, double& envPeak, double& 
 void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcept {
   window.beginBlock(frames, job.settings->lookahead);
   lane.settings = job.settings;
+  lane.motion = job.motion;
   lane.window = &window.lane();
   lane.state = &state;
   lane.signal = job.signal;

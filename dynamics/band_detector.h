@@ -35,7 +35,12 @@ class BandDetector {
     double* fastLamp;  ///< set to 1 by a fast release, then decays; `slowLamp` likewise
     double* slowLamp;
     int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
+    /// Null if nothing moves; otherwise the block has at most `DetectorKernels::kChunk` frames.
+    const DetectorMotion* motion = nullptr;
   };
+
+  /// For lookaheads of up to `mostLookahead` samples. Throws std::bad_alloc.
+  explicit BandDetector(int mostLookahead = LookaheadWindow::kMaxSamples) : window(mostLookahead) {}
 
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards
   [[nodiscard]] const DetectorSettings& designed() const noexcept { return settings; }

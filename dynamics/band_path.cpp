@@ -9,15 +9,6 @@
 
 namespace {
 
-/// How much of the gain each of a band's two channels takes.
-struct PositionWeights {
-  PositionWeights(double position, int channels) noexcept
-      : first(channels == 1 ? 1.0 : std::min(1.0, 1.0 - position)),
-        second(std::min(1.0, 1.0 + position)) {}
-  double first;
-  double second;
-};
-
 void encodeMidSide(double* left, double* right, int frames) noexcept {
   for (int i = 0; i < frames; ++i) {
     const double l = left[i];
@@ -52,37 +43,59 @@ struct GainStage {
   double bandGain;
   double bandDry;
   double weight;  // 0..1, how much of the gain the channel takes
+  [[nodiscard]] const GainStage& operator[](int /*i*/) const noexcept { return *this; }
+};
 
-  /// In place; the detectors' part is added to `count` meters, which show all bands together.
-  template <std::size_t count>
-  void apply(double* gain, const std::array<float*, count>& reductions, int frames) const noexcept {
-    for (int i = 0; i < frames; ++i) {
-      const double shown = (gain[i] - 1.0) * weight + 1.0;
-      for (float* const reduction : reductions) {
-        reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) * shown);
-      }
-      gain[i] = ((gain[i] * bandGain + bandDry) - 1.0) * weight + 1.0;
-    }
+/// The same, of other values in each frame.
+struct MovingGainStage {
+  const double* bandGain;
+  const double* bandDry;
+  const double* weight;
+  [[nodiscard]] GainStage operator[](int i) const noexcept {
+    return {bandGain[i], bandDry[i], weight[i]};
   }
 };
+
+/// In place; the detectors' part is added to `count` meters, which show all bands together.
+template <std::size_t count, typename Stage>
+void apply(const Stage& stages, double* gain, const std::array<float*, count>& reductions,
+           int frames) noexcept {
+  for (int i = 0; i < frames; ++i) {
+    const GainStage stage = stages[i];
+    const double shown = (gain[i] - 1.0) * stage.weight + 1.0;
+    for (float* const reduction : reductions) {
+      reduction[i] = static_cast<float>(static_cast<double>(reduction[i]) * shown);
+    }
+    gain[i] = ((gain[i] * stage.bandGain + stage.bandDry) - 1.0) * stage.weight + 1.0;
+  }
+}
 
 }  // namespace
 
 SignalChain::BandRun SignalChain::beginBand(int band, bool isXover, std::size_t place) noexcept {
   const EngineSettings::Band& own = settings.bands[at(band)];
-  const ListenState& listening = block.listening;
-  const bool unheard = listening.soloCount != 0 && !own.path.solo;
   BandRun run{};
   run.band = band;
   run.settings = &own;
   run.isXover = isXover;
-  // While a sidechain is heard, bands pass their signal unchanged.
-  run.passive = own.path.bypass || unheard || listening.scListen != -1;
+  run.passive = isPassive(band, block.listening);
+  run.motion = motionOf(band);
+  if (run.motion != nullptr) {
+    run.passive = run.passive && !run.motion->moves(BandMotion::kPresence);
+    run.motion->beginSlice(own.detector, block.frames);
+  }
   run.lookahead = own.detector.lookahead;
   run.heardPlace = run.isXover ? own.route.bandIndex : -1;
   run.signal = {buffers.band[0][place], buffers.band[1][place]};
   run.side = {buffers.side[0][place], buffers.side[1][place]};
   return run;
+}
+
+bool SignalChain::isPassive(int band, const ListenState& listening) const noexcept {
+  const BandSettings& path = settings.bands[at(band)].path;
+  const bool unheard = listening.soloCount != 0 && !path.solo;
+  // While a sidechain is heard, bands pass their signal unchanged.
+  return path.bypass || unheard || listening.scListen != -1;
 }
 
 void SignalChain::processBands(std::span<BandRun> runs, int alignTo) noexcept {
@@ -127,13 +140,25 @@ void SignalChain::makeSidechain(BandRun& run) noexcept {
     const double* const source = sidechainSource(run, c);
     sidechain.process(c, source != nullptr ? source : run.side[c], run.side[c], block.frames);
   }
-  if (block.listening.scListen == run.band) {
+  if (run.motion != nullptr && run.motion->moves(BandMotion::kSidechain)) {
+    for (std::size_t c = 0; c < channels; ++c) mixSidechain(run, c);
+  } else if (block.listening.scListen == run.band) {
     for (std::size_t c = 0; c < channels; ++c) {
       std::copy_n(run.side[c], block.frames, run.signal[c]);
     }
-  } else if (channels == 2) {
+  }
+  if (block.listening.scListen != run.band && channels == 2) {
     run.sameSide = run.settings->linkage.link(run.side[0], run.side[1], block.frames);
   }
+}
+
+/// Moves between a band and its sidechain.
+void SignalChain::mixSidechain(const BandRun& run, std::size_t channel) noexcept {
+  BandMotion::Ramp share;
+  run.motion->fill(BandMotion::kSidechain, share.data(), block.frames);
+  double* const signal = run.signal[channel];
+  const double* const side = run.side[channel];
+  for (int i = 0; i < block.frames; ++i) signal[i] += (side[i] - signal[i]) * share[at(i)];
 }
 
 void SignalChain::detect(std::span<BandRun> runs) noexcept {
@@ -142,12 +167,17 @@ void SignalChain::detect(std::span<BandRun> runs) noexcept {
   for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
     BandMeters& meter = (*meters)[band];
-    run.oneDetector = detectors[band].oneForBoth(run.sameSide);
+    DetectorPair& detectors = detectorsOf(run.band);
+    run.oneDetector = detectors.oneForBoth(run.sameSide);
+    const bool moves = run.motion != nullptr && run.motion->detectorMotion() != nullptr;
     const int detecting = run.oneDetector ? 1 : block.channels;
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
-      jobs[count++] = {&detectors[band][c], &run.settings->detector, run.side[c],
-                       &meter.envPeak,      &meter.dynPeak[c],       &meter.tranPeak[c],
-                       &meter.fastLamp,     &meter.slowLamp,         block.lampFrames()};
+      jobs[count++] = {
+          &detectors[c],      moves ? &run.motion->detector() : &run.settings->detector,
+          run.side[c],        &meter.envPeak,
+          &meter.dynPeak[c],  &meter.tranPeak[c],
+          &meter.fastLamp,    &meter.slowLamp,
+          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -167,7 +197,7 @@ void SignalChain::shareGain(BandRun& run) noexcept {
   meter.dynPeak[1] = meter.dynPeak[0];
   meter.tranPeak[1] = meter.tranPeak[0];
   const PositionWeights weight(run.settings->path.position, block.channels);
-  if (weight.first == weight.second) {
+  if (weight.first == weight.second && (run.motion == nullptr || !run.motion->gainMoves())) {
     run.side[1] = run.side[0];
   } else {
     std::copy_n(run.side[0], block.frames, run.side[1]);
@@ -186,8 +216,8 @@ void SignalChain::applyGain(const BandRun& run) noexcept {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
     if (settings.oversampleLatency > 0) {
-      oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers.upSignal,
-                                           buffers.upGain, block.before);
+      (*productsOf(run.band))[c].process(signal, gain, block.frames, buffers.upSignal,
+                                         buffers.upGain, block.before);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }
@@ -197,20 +227,41 @@ void SignalChain::applyGain(const BandRun& run) noexcept {
 
 void SignalChain::finishGain(const BandRun& run) noexcept {
   const BandSettings& path = run.settings->path;
-  const PositionWeights weight(path.position, block.channels);
-  const GainStage first{path.gain, path.dry, weight.first};
-  const GainStage second{first.bandGain, first.bandDry, weight.second};
+  if (run.motion == nullptr || !run.motion->gainMoves()) {
+    const PositionWeights weight(path.position, block.channels);
+    const GainStage first{path.gain, path.dry, weight.first};
+    finishGain(run, first, {path.gain, path.dry, weight.second});
+    return;
+  }
+  BandMotion::Ramp gain;
+  BandMotion::Ramp dry;
+  BandMotion::Ramp presence;
+  std::array<BandMotion::Ramp, WorkBuffers::kChannels> weights;
+  run.motion->fill(BandMotion::kGain, gain.data(), block.frames);
+  run.motion->fill(BandMotion::kDry, dry.data(), block.frames);
+  run.motion->fill(BandMotion::kPresence, presence.data(), block.frames);
+  run.motion->fill(BandMotion::kFirstWeight, weights[0].data(), block.frames);
+  run.motion->fill(BandMotion::kSecondWeight, weights[1].data(), block.frames);
+  for (BandMotion::Ramp& weight : weights) {
+    for (int i = 0; i < block.frames; ++i) weight[at(i)] *= presence[at(i)];
+  }
+  const MovingGainStage first{gain.data(), dry.data(), weights[0].data()};
+  finishGain(run, first, {gain.data(), dry.data(), weights[1].data()});
+}
+
+template <typename Stage>
+void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage& second) noexcept {
   const auto& [left, right] = buffers.reduction;
   if (block.channels == 1) {
-    first.apply<1>(run.side[0], {left}, block.frames);
+    apply<1>(first, run.side[0], {left}, block.frames);
   } else if (run.side[0] == run.side[1]) {
-    first.apply<2>(run.side[0], {left, right}, block.frames);
-  } else if (path.leftRight) {
-    first.apply<1>(run.side[0], {left}, block.frames);
-    second.apply<1>(run.side[1], {right}, block.frames);
+    apply<2>(first, run.side[0], {left, right}, block.frames);
+  } else if (run.settings->path.leftRight) {
+    apply<1>(first, run.side[0], {left}, block.frames);
+    apply<1>(second, run.side[1], {right}, block.frames);
   } else {  // both meters of a mid/side band show its mid
-    first.apply<2>(run.side[0], {left, right}, block.frames);
-    second.apply<0>(run.side[1], {}, block.frames);
+    apply<2>(first, run.side[0], {left, right}, block.frames);
+    apply<0>(second, run.side[1], {}, block.frames);
   }
 }
 

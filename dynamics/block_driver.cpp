@@ -17,10 +17,13 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   scrub(inputs, channels + side, frames);
   beginBlock();
   analyser.beginBlock();
+  for (SignalChain* const chain : {playing, rising}) {
+    if (chain != nullptr) chain->beginBlock(frames, channels, gliding);
+  }
   for (int done = 0; done < frames;) {
-    Slice<Sample> slice{
-        {}, {}, std::min(frames - done, SignalChain::kMostFrames), channels, side, done, frames};
-    if (rising != nullptr) slice.frames = std::min(slice.frames, fade.left());
+    const int most = std::min(frames - done, playing->mostFrames());
+    Slice<Sample> slice{{}, {}, most, channels, side, done, frames};
+    if (rising != nullptr) slice.frames = std::min({most, rising->mostFrames(), fade.left()});
     const auto from = [done](Sample* signal) { return signal == nullptr ? signal : signal + done; };
     for (int c = 0; c < channels + side; ++c) slice.inputs[at(c)] = from(inputs[c]);
     for (int c = 0; c < channels; ++c) slice.outputs[at(c)] = from(outputs[c]);
@@ -67,6 +70,7 @@ SignalChain* compressor::takeSettings() noexcept {
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
   if (next == nullptr) return nullptr;
   rising = next;
+  rising->take(newest);  // it may be newer than what the chain was offered with
   fade.start(sampleRate, newest.latency);
   return rising;
 }
@@ -132,7 +136,7 @@ void compressor::storeMeters(const WorkBuffers& work, int channels, int frames) 
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
     meters.writeOutput(c, c < channels ? work.wet[at(c)] : nullptr, frames);
   }
-  meters.endBlock(frames);
+  meters.endBlock();
   loudness.measure(work.dry[0], work.dry[1], true, frames, channels);
   loudness.measure(work.wet[0], work.wet[1], false, frames, channels);
 }

@@ -15,7 +15,7 @@
 #include "dynamics/engine_settings.h"
 #include "dynamics/live_values.h"
 #include "dynamics/loudness_meter.h"
-#include "dynamics/meter_rings.h"
+#include "dynamics/meter_peaks.h"
 #include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
 #include "dynamics/signal_chain.h"
@@ -28,8 +28,8 @@
 ///
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
-/// without it. `processBlock` and `setRealtime` on the audio thread, where nothing locks or
-/// allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
+/// without it. `processBlock`, `setRealtime` and `setGliding` on the audio thread, where nothing
+/// locks or allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
 ///
 /// Usually settings take effect in the middle of the chain's signal, as they come. After
 /// `startChange` they make a second chain instead, which is faded in when it is full.
@@ -57,15 +57,15 @@ class compressor {
   void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
-  void setOversampling(Oversampling mode) noexcept;
-  void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
+  void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
+  void setScListen(int band) noexcept;      ///< 0..7, or -1 for none
   /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
   /// How fast the bands' gain meters fall after a peak: at 100 %, as at first, by the end of its
   /// block, at 0 % over seconds.
   void setMeterDecay(double percent, double rate) noexcept;
-  /// Makes the chain from the layout; it is empty until the first call.
+  /// Makes the chain from the layout; it is empty until the first call. Throws std::bad_alloc.
   void makeStagePlan();
   /// Whether `makeStagePlan` would change the chain.
   [[nodiscard]] bool planIsDue();
@@ -102,6 +102,9 @@ class compressor {
   void setLiveValues(LiveValues* source) noexcept { live = source; }
   /// Whether the host plays in real time; if not, a change of chains happens at once.
   void setRealtime(bool on) noexcept { realtime = on; }
+  /// Whether settings that scale sound glide from one value to the next; off at first, when they
+  /// change between blocks.
+  void setGliding(bool on) noexcept { gliding = on; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
   /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
   /// null output is not written. 0 frames change nothing. `Sample` is float or double.
@@ -111,7 +114,7 @@ class compressor {
 
   // Any thread.
   /// Source for a `GainReductionReader`, of which each consumer needs its own.
-  [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
+  [[nodiscard]] const MeterPeaks& meterPeaks() const noexcept { return meters; }
   /// The final output: source for an `OutputLevels`, of which each consumer needs its own.
   [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
@@ -120,7 +123,7 @@ class compressor {
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
-  /// Reads through the engine's own `GainReductionReader`.
+  /// Reads through the engine's own `GainReductionReader`, which reads from the beginning.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return reductionReader.getGainReduction(selector);
   }
@@ -191,7 +194,7 @@ class compressor {
 
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
-  MeterRings meters;
+  MeterPeaks meters;
   GainReductionReader reductionReader{meters};
   OutputFeed levels;
   AnalyserFeed analyser;
@@ -226,5 +229,6 @@ class compressor {
   SignalChain* rising = nullptr;  // during a change
   ChainFade fade;
   bool realtime = false;
+  bool gliding = false;
   LiveValues* live = nullptr;
 };

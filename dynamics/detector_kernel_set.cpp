@@ -131,7 +131,7 @@ struct Group {
       WindowLane& window = *windows[lane];
       const double* const maxima = slideMaximum<T>(window, signals[lane], frames, a, b);
       if (window.averaging) {
-        takeIn<T>(window.maxima, window.write, window.length1, maxima, lanes[lane].samples, frames);
+        takeIn<T>(window.maxima, window.length1, maxima, lanes[lane].samples, frames);
       } else {
         copy<T>(maxima, frames, lanes[lane].samples);
       }
@@ -145,9 +145,8 @@ struct Group {
       if (window.averaging) {
         double* const means = a.samples();
         copy<T>(lanes[lane].samples, frames, means);
-        takeIn<T>(window.means, window.write, window.length2, means, lanes[lane].samples, frames);
+        takeIn<T>(window.means, window.length2, means, lanes[lane].samples, frames);
       }
-      window.write = (window.write + static_cast<unsigned>(frames)) & WindowLane::kRingMask;
     }
     toRows(lanes, rows, frames);
   }
@@ -185,11 +184,13 @@ struct Group {
     s.dynWeight = of(&DetectorSettings::dynWeight);
     s.tranWeight = of(&DetectorSettings::tranWeight);
     for (int lane = 0; lane < count; ++lane) {
-      const StaticCurve& curve = lanes[lane]->settings->curve;
-      if (curve.slopeAbove != 0.0 || curve.slopeBelow != 0.0) s.flat = false;
-      if (curve.knee != 0.0) s.bent = true;
-      if (lanes[lane]->settings->tranWeight != 0.0) s.transients = true;
+      noteUse(lanes[lane]->settings->curve, lanes[lane]->settings->tranWeight, s);
     }
+  }
+  static void noteUse(const StaticCurve& curve, double tranWeight, Settings& s) noexcept {
+    if (curve.slopeAbove != 0.0 || curve.slopeBelow != 0.0) s.flat = false;
+    if (curve.knee != 0.0) s.bent = true;
+    if (tranWeight != 0.0) s.transients = true;
   }
 
   /// Mixes `a` with the share `share` of `b`; exactly `b` if that is 1.
@@ -227,25 +228,99 @@ struct Group {
   struct Curves {
     LaneValues high, low, rangeAbove, rangeBelow, slopeAbove, slopeBelow, knee, shape;
   };
-  static Curves curvesOf(DetectorLane* const* lanes, int count) noexcept {
+  /// `curve(lane)` and `shape(lane)` of each lane.
+  template <typename Curve, typename Shape>
+  static Curves curvesOf(int count, Curve curve, Shape shape) noexcept {
     const auto of = [&](auto field) {
-      return spread(count, [&](int l) { return lanes[l]->settings->curve.*field; });
+      return spread(count, [&](int l) { return curve(l).*field; });
     };
-    return {of(&StaticCurve::thresholdHigh),
-            of(&StaticCurve::thresholdLow),
-            of(&StaticCurve::rangeAbove),
-            of(&StaticCurve::rangeBelow),
-            of(&StaticCurve::slopeAbove),
-            of(&StaticCurve::slopeBelow),
-            of(&StaticCurve::knee),
-            spread(count, [&](int l) { return lanes[l]->settings->shape; })};
+    return {of(&StaticCurve::thresholdHigh), of(&StaticCurve::thresholdLow),
+            of(&StaticCurve::rangeAbove),    of(&StaticCurve::rangeBelow),
+            of(&StaticCurve::slopeAbove),    of(&StaticCurve::slopeBelow),
+            of(&StaticCurve::knee),          spread(count, shape)};
+  }
+  static Curves curvesOf(DetectorLane* const* lanes, int count) noexcept {
+    return curvesOf(
+        count, [&](int l) -> const StaticCurve& { return lanes[l]->settings->curve; },
+        [&](int l) { return lanes[l]->settings->shape; });
   }
 
-  /// `StaticCurve::gainAtDb` of a linear level; `bent`: not all knees are 0.
-  template <bool bent>
-  static Wide gainDb(Wide level, const Curves& c, int n) noexcept {
+  /// What of a setting is in the share `share` of the way from `a` to `b`; `a` if they are equal.
+  template <typename Values>
+  static Values between(Values a, Values b, Values share) noexcept {
+    return a + (b - a) * share;
+  }
+
+  /// A group in which nothing moves.
+  struct Still {
+    static constexpr bool kCurves = false;
+    static constexpr bool kWeights = false;
+  };
+  /// Where the curves of a group go, and how far they are in each row; lanes that do not move stay
+  /// exactly where they are.
+  struct CurveMotion {
+    static constexpr bool kCurves = true;
+    static constexpr bool kWeights = false;
+    Curves curves;
+    Rows shares;
+    [[nodiscard]] Wide share(int i) const noexcept { return load<T>(shares.memory + i); }
+  };
+  /// The same for the shapes and weights too.
+  struct Motion : CurveMotion {
+    static constexpr bool kWeights = true;
+    Row shape, dynWeight, tranWeight;
+  };
+
+  template <typename Moving>
+  static void readMotion(DetectorLane* const* lanes, int count, int frames, Settings& s,
+                         Moving& motion) noexcept {
+    const auto curveOf = [&](int l) -> const StaticCurve& {
+      return lanes[l]->motion != nullptr ? lanes[l]->motion->curve : lanes[l]->settings->curve;
+    };
+    const auto of = [&](auto moving, auto still) {
+      return [lanes, moving, still](int l) {
+        return lanes[l]->motion != nullptr ? lanes[l]->motion->*moving : lanes[l]->settings->*still;
+      };
+    };
+    const auto shape = of(&DetectorMotion::shape, &DetectorSettings::shape);
+    const auto tranWeight = of(&DetectorMotion::tranWeight, &DetectorSettings::tranWeight);
+    motion.curves = curvesOf(count, curveOf, shape);
+    if constexpr (Moving::kWeights) {
+      motion.shape = gather(count, shape);
+      motion.dynWeight =
+          gather(count, of(&DetectorMotion::dynWeight, &DetectorSettings::dynWeight));
+      motion.tranWeight = gather(count, tranWeight);
+    }
+    forEachValue(frames, [&](int i, int) { store<T>(motion.shares.memory + i, Wide{}); });
+    for (int lane = 0; lane < count; ++lane) {
+      noteUse(curveOf(lane), tranWeight(lane), s);
+      const DetectorMotion* const own = lanes[lane]->motion;
+      if (own == nullptr) continue;
+      for (int i = 0; i < frames; ++i) motion.shares.row(i)[lane] = own->shares[i];
+    }
+  }
+
+  /// The gain in dB for a linear level, at place `i` of the rows; `Moving`: see `Still`.
+  template <bool bent, typename Moving>
+  static Wide gainDb(Wide level, const Curves& c, const Moving& motion, int i, int n) noexcept {
+    const Wide decibels = decibelsOf(level);
+    const Wide gain = gainAt<bent>(decibels, c, n);
+    if constexpr (Moving::kCurves) {
+      return between<Wide>(gain, gainAt<bent>(decibels, motion.curves, n), motion.share(i));
+    } else {
+      return gain;
+    }
+  }
+
+  /// Of a linear level.
+  static Wide decibelsOf(Wide level) noexcept {
     const Wide silent = broadcast<T>(StaticCurve::kSilenceDb);
-    const Wide decibels = level < StaticCurve::kSilence ? silent : toDecibels<T>(level);
+    return level < StaticCurve::kSilence ? silent : toDecibels<T>(level);
+  }
+
+  /// `StaticCurve::gainAtDb`; `bent`: not all knees are 0.
+  template <bool bent>
+  static Wide gainAt(Wide decibels, const Curves& c, int n) noexcept {
     const auto above = decibels >= c.high.v[n];
     const auto below = decibels <= c.low.v[n];
     const Wide lower = below ? (c.low.v[n] - decibels) * c.slopeBelow.v[n] : Wide{};
@@ -258,33 +333,38 @@ struct Group {
   }
 
   /// The gains that the curve gives for the levels, without ballistics.
-  template <bool bent>
-  static void instantGains(Rows& levels, const Curves& curves, Rows& gains, int frames) noexcept {
+  template <bool bent, typename Moving>
+  static void instantGains(Rows& levels, const Curves& curves, const Moving& motion, Rows& gains,
+                           int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
-      store<T>(gains.memory + i, gainDb<bent>(load<T>(levels.memory + i), curves, n));
+      store<T>(gains.memory + i, gainDb<bent>(load<T>(levels.memory + i), curves, motion, i, n));
     });
   }
 
   /// Turns levels into gains: a mixture, by the shape, of the gains for the levels and for their
   /// envelopes.
-  template <bool bent>
+  template <bool bent, typename Moving>
   static void blendedGains(Rows& levels, Rows& envelopes, const Curves& curves,
-                           int frames) noexcept {
+                           const Moving& motion, int frames) noexcept {
     forEachValue(frames, [&](int i, int n) {
+      Wide shape = curves.shape.v[n];
+      if constexpr (Moving::kWeights) {
+        shape = between<Wide>(shape, motion.curves.shape.v[n], motion.share(i));
+      }
       const auto level =
-          blend<Wide>(load<T>(levels.memory + i), load<T>(envelopes.memory + i), curves.shape.v[n]);
-      store<T>(levels.memory + i, gainDb<bent>(level, curves, n));
+          blend<Wide>(load<T>(levels.memory + i), load<T>(envelopes.memory + i), shape);
+      store<T>(levels.memory + i, gainDb<bent>(level, curves, motion, i, n));
     });
   }
 
-  template <bool bent>
-  static void wantedGains(const Settings& s, const Curves& curves, Rows& levels, Rows& envelopes,
-                          Rows& instant, int frames) noexcept {
-    if (s.transients) instantGains<bent>(levels, curves, instant, frames);
+  template <bool bent, typename Moving>
+  static void wantedGains(const Settings& s, const Curves& curves, const Moving& motion,
+                          Rows& levels, Rows& envelopes, Rows& instant, int frames) noexcept {
+    if (s.transients) instantGains<bent>(levels, curves, motion, instant, frames);
     if (s.flat) {
       levels = {};
     } else {
-      blendedGains<bent>(levels, envelopes, curves, frames);
+      blendedGains<bent>(levels, envelopes, curves, motion, frames);
     }
   }
 
@@ -402,9 +482,25 @@ struct Group {
     }
   }
 
+  struct Weights {
+    V shape, dynamic, transient;
+  };
+  template <typename Moving>
+  static Weights weightsAt(const Settings& s, Moving& motion, int i, int n) noexcept {
+    if constexpr (Moving::kWeights) {
+      const V share = load<W>(motion.shares.row(i) + n * W);
+      return {between<V>(s.shape.v[n], motion.shape.v[n], share),
+              between<V>(s.dynWeight.v[n], motion.dynWeight.v[n], share),
+              between<V>(s.tranWeight.v[n], motion.tranWeight.v[n], share)};
+    } else {
+      return {s.shape.v[n], s.dynWeight.v[n], s.tranWeight.v[n]};
+    }
+  }
+
   /// Turns gains into their weighted dynamic and transient parts; all in dB.
-  static void followGains(const Settings& s, State& state, Rows& gains, Rows& instant, Rows& phases,
-                          int frames) noexcept {
+  template <typename Moving>
+  static void followGains(const Settings& s, Moving& motion, State& state, Rows& gains,
+                          Rows& instant, Rows& phases, int frames) noexcept {
     const V one = broadcast<W>(1.0);
     for (int i = 0; i < frames; ++i) {
       Row gain = get(gains.row(i));
@@ -412,15 +508,16 @@ struct Group {
       for (int n = 0; n < N; ++n) {
         const V x = gain.v[n];
         const V smoothed = followGain(x, phase.v[n], s, state, n);
-        const V y = blend<V>(x, smoothed, one - s.shape.v[n]);
-        const V dynamic = y * s.dynWeight.v[n];
+        const Weights weights = weightsAt(s, motion, i, n);
+        const V y = blend<V>(x, smoothed, one - weights.shape);
+        const V dynamic = y * weights.dynamic;
         V& dynPeak = state.dynPeak.v[n];
         dynPeak = larger<W>(dynamic, -dynamic) > larger<W>(dynPeak, -dynPeak) ? dynamic : dynPeak;
         gain.v[n] = dynamic;
         if (!s.transients) continue;
         const V beyond = get(instant.row(i)).v[n] - y;
         const V further = beyond < 0.0 ? beyond : V{};
-        const V transient = (y > 0.0 ? larger<W>(beyond, V{}) : further) * s.tranWeight.v[n];
+        const V transient = (y > 0.0 ? larger<W>(beyond, V{}) : further) * weights.transient;
         V& tranPeak = state.tranPeak.v[n];
         tranPeak = larger<W>(transient, -transient) > larger<W>(tranPeak, -tranPeak) ? transient
                                                                                      : tranPeak;
@@ -430,7 +527,8 @@ struct Group {
     }
   }
 
-  static void detect(DetectorLane* const* lanes, int count, int frames) noexcept {
+  template <typename Moving>
+  static void detectWith(DetectorLane* const* lanes, int count, int frames) noexcept {
     WindowLane* windows[kLanes];
     double* signals[kLanes];
     for (int lane = 0; lane < count; ++lane) {
@@ -440,6 +538,8 @@ struct Group {
     Settings settings;
     readTimes(lanes, count, settings);
     readWeights(lanes, count, settings);
+    Moving motion;
+    if constexpr (Moving::kCurves) readMotion(lanes, count, frames, settings, motion);
     const Curves curves = curvesOf(lanes, count);
     State state = stateOf(lanes, count);
     Averages averages = averagesOf(windows, count);
@@ -451,14 +551,34 @@ struct Group {
     followLevels(settings, averages, state, levels, smoothed, phases, frames);
     storeSums(averages, windows, count);
     if (settings.bent) {
-      wantedGains<true>(settings, curves, levels, smoothed, instant, frames);
+      wantedGains<true>(settings, curves, motion, levels, smoothed, instant, frames);
     } else {
-      wantedGains<false>(settings, curves, levels, smoothed, instant, frames);
+      wantedGains<false>(settings, curves, motion, levels, smoothed, instant, frames);
     }
-    followGains(settings, state, levels, instant, phases, frames);
+    followGains(settings, motion, state, levels, instant, phases, frames);
     storeState(state, lanes, count);
     toLinear(levels, frames);
     toSignals(levels, signals, count, frames);
+  }
+
+  static void detect(DetectorLane* const* lanes, int count, int frames) noexcept {
+    bool curves = false;
+    bool weights = false;
+    for (int lane = 0; lane < count; ++lane) {
+      const DetectorMotion* const motion = lanes[lane]->motion;
+      if (motion == nullptr) continue;
+      curves = true;
+      const DetectorSettings& from = *lanes[lane]->settings;
+      weights |= motion->shape != from.shape || motion->dynWeight != from.dynWeight ||
+                 motion->tranWeight != from.tranWeight;
+    }
+    if (weights) {
+      detectWith<Motion>(lanes, count, frames);
+    } else if (curves) {
+      detectWith<CurveMotion>(lanes, count, frames);
+    } else {
+      detectWith<Still>(lanes, count, frames);
+    }
   }
 };
 

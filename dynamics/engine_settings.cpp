@@ -13,8 +13,9 @@ double linearGain(double decibels) noexcept { return std::pow(10.0, decibels * 0
 
 DetectorSettings designDetector(const BandDynamics& d, double sampleRate) noexcept {
   DetectorSettings settings;
-  settings.curve = StaticCurve::make(d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow, d.floor,
-                                     d.deadband, d.knee);
+  settings.knobs = {d.threshold, d.ratioAbove, d.ceiling, d.ratioBelow,
+                    d.floor,     d.deadband,   d.knee};
+  settings.curve = StaticCurve::make(settings.knobs);
   settings.times =
       ballisticsCoefficients(d.attackMs, d.relFastMs, d.relSlowMs, d.rmsMs, d.crest, sampleRate);
   settings.shape = d.shape;

@@ -39,9 +39,23 @@ void SignalChain::setSampleRate(double rate) noexcept {
   filters.setSampleRate(rate);
 }
 
+void SignalChain::take(const EngineSettings& newest) noexcept {
+  const bool sameParts = newest.parts == settings.parts;
+  settings = newest;
+  targetsDue = true;
+  if (sameParts || settings.parts == nullptr) return;
+  for (int band = 0; band < kNumBands; ++band) {
+    BandParts* const own = partsOf(band);
+    delays.use(band, own != nullptr ? &own->delays : nullptr);
+  }
+  delays.use(DelayRings::kCrossover, settings.parts->crossover.get());
+  setQuality(qualitySeen);
+}
+
 void SignalChain::reset() noexcept {
   buffers.clear();
   takeGains();
+  jumpDue = true;
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
   for (BandMeters& meter : *meters) meter.reset();
   delays.clear();
@@ -56,7 +70,7 @@ void SignalChain::adoptLevels(const SignalChain& other) noexcept {
   const std::uint32_t both =
       (chainSeen.stages & other.chainSeen.stages) | (chainSeen.listed & other.chainSeen.listed);
   for (int band = 0; band < kNumBands; ++band) {
-    if ((both & stageBit(band)) != 0) detectors[at(band)].adoptLevels(other.detectors[at(band)]);
+    if ((both & stageBit(band)) != 0) detectorsOf(band).adoptLevels(other.detectorsOf(band));
   }
 }
 
@@ -114,7 +128,7 @@ void SignalChain::copySidechain(const Sample* const* side, int channels, int fra
     }
   }
   // More than all the delays of a chain together, whose rings then hold silence.
-  constexpr int kLongestWay = 4 * kNumBands * DelayRings::kSize;
+  constexpr int kLongestWay = 4 * kNumBands * (DelayRings::kMaxDelay + 1);
   if (usable > 0) sidechainLeft = kLongestWay + frames;
 }
 
@@ -136,8 +150,10 @@ void SignalChain::takeInput(const Sample* const* inputs) noexcept {
 
 void SignalChain::setQuality(bool high) noexcept {
   qualitySeen = high;
-  for (auto& pair : oversampled) {
-    for (OversampledGain& product : pair) product.setHighQuality(high);
+  for (int band = 0; band < kNumBands; ++band) {
+    OversampledPair* const products = productsOf(band);
+    if (products == nullptr) continue;
+    for (OversampledGain& product : *products) product.setHighQuality(high);
   }
 }
 
@@ -172,16 +188,17 @@ void SignalChain::resetReturning() noexcept {
   oversampledSeen = oversampling;
   if (channelReturns) filters.crossover.resetRight();
   const std::uint32_t inUse = chainSeen.bands();
-  for (std::size_t band = 0; band < kNumBands; ++band) {
-    if ((inUse & stageBit(static_cast<int>(band))) == 0) continue;
+  for (int band = 0; band < kNumBands; ++band) {
+    if ((inUse & stageBit(band)) == 0) continue;
+    OversampledPair* const products = productsOf(band);
     if (channelReturns) {
-      filters.sidechains[band].resetRight();
-      detectors[band].resetRight();
-      filters.subbands[band].resetRight();
-      oversampled[band][1].reset();
+      filters.sidechains[at(band)].resetRight();
+      detectorsOf(band).resetRight();
+      filters.subbands[at(band)].resetRight();
+      if (products != nullptr) (*products)[1].reset();
     }
     if (productReturns) {
-      for (OversampledGain& product : oversampled[band]) product.reset();
+      for (OversampledGain& product : *products) product.reset();
     }
   }
 }
@@ -197,6 +214,7 @@ void SignalChain::runStages() noexcept {
       runBandStage(stage);
     }
   });
+  endMotions();
   silent = false;
   delays.advance(block.frames);
   sidechainLeft = std::max(0, sidechainLeft - block.frames);
@@ -218,30 +236,18 @@ void SignalChain::runBandStage(int band) noexcept {
   BandRun run = beginBand(band, false, 0);
   processBands({&run, 1}, 0);
   const int bandDelay = run.lookahead + settings.oversampleLatency;
-  for (int c = 0; c < block.channels; ++c) {
-    const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
-    const double* const rest = buffers.rest[channel];
-    const double* const in = lifted[channel];
-    for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
-  }
+  mixStage(run, weights);
   delaySidechain(DelayRings::kExtAfter, band, bandDelay);
   delayPair(buffers.dry, DelayRings::kDryAfter, band, bandDelay);
 }
 
 void SignalChain::runCrossoverStage() noexcept {
   const int length = settings.plan.xoverLength();
-  std::array<SoloBand, kNumBands> listed{};
-  for (int place = 0; place < length; ++place) {
-    const int band = settings.plan.xoverBand(place);
-    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
-  }
-  const auto weights =
-      crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, block.listening);
+  auto weights = listedWeights();
   std::array<BandRun, kNumBands> bandRuns;
   const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
-    bandRuns[place] = beginBand(listed[place].band, true, place);
+    bandRuns[place] = beginBand(settings.plan.xoverBand(static_cast<int>(place)), true, place);
   }
   splitIntoBands(runs);
   constexpr int kOwner = DelayRings::kCrossover;
@@ -250,6 +256,7 @@ void SignalChain::runCrossoverStage() noexcept {
   delayPair(buffers.wet, DelayRings::kWetBefore, kOwner, splitDelay);
   delayPair(buffers.dry, DelayRings::kDryBefore, kOwner, splitDelay);
   processBands(runs, settings.xoverMaxLookahead);
+  scaleMovingBands(runs, weights);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
     sumBands(buffers.band[channel], weights, runs.size(), buffers.wet[channel], block.frames);
@@ -257,6 +264,40 @@ void SignalChain::runCrossoverStage() noexcept {
   const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, bandDelay);
   delayPair(buffers.dry, DelayRings::kDryAfter, kOwner, bandDelay);
+}
+
+std::array<double, kNumBands> SignalChain::listedWeights() const noexcept {
+  const int length = settings.plan.xoverLength();
+  std::array<SoloBand, kNumBands> listed{};
+  for (int place = 0; place < length; ++place) {
+    const int band = settings.plan.xoverBand(place);
+    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
+  }
+  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listenState());
+}
+
+/// Puts a dynamic EQ band and the rest of the signal together again.
+void SignalChain::mixStage(const BandRun& run, const StageWeights& weights) noexcept {
+  const bool moves = run.motion != nullptr && (run.motion->moves(BandMotion::kShare) ||
+                                               run.motion->moves(BandMotion::kRest));
+  BandMotion::Ramp bandShares;
+  BandMotion::Ramp restShares;
+  if (moves) {
+    run.motion->fill(BandMotion::kShare, bandShares.data(), block.frames);
+    run.motion->fill(BandMotion::kRest, restShares.data(), block.frames);
+  }
+  for (int c = 0; c < block.channels; ++c) {
+    double* const wet = buffers.wet[at(c)];
+    const double* const rest = buffers.rest[at(c)];
+    const double* const in = run.signal[at(c)];
+    if (moves) {
+      for (int i = 0; i < block.frames; ++i) {
+        wet[i] = restShares[at(i)] * rest[i] + bandShares[at(i)] * in[i];
+      }
+    } else {
+      for (int i = 0; i < block.frames; ++i) wet[i] = weights.rest * rest[i] + weights.band * in[i];
+    }
+  }
 }
 
 void SignalChain::splitIntoBands(std::span<const BandRun> runs) noexcept {
@@ -281,15 +322,18 @@ void SignalChain::resetBandState(int band) noexcept {
   }
   (*meters)[index].reset();
   delays.forget(band);
+  motions[index].jump();
+  movingBands &= ~stageBit(band);
   resetPath(band);
 }
 
 void SignalChain::resetPath(int band) noexcept {
   const auto index = static_cast<std::size_t>(band);
   filters.sidechains[index].reset();
-  for (OversampledGain& product : oversampled[index]) product.reset();
-  detectors[index].reset();
-  detectors[index][0].setOwnsLamps(true);
+  if (OversampledPair* const products = productsOf(band)) {
+    for (OversampledGain& product : *products) product.reset();
+  }
+  if (BandParts* const own = partsOf(band)) own->detectors.reset();
   // Phases by the engine's clock, so that the eight do the large part of their work in turn.
   constexpr int kTurn = PartitionedConvolver::kPhases / kNumBands;
   filters.subbands[index].reset(delays.position() + kTurn * band);

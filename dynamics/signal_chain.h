@@ -1,21 +1,23 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <span>
 
 #include "dynamics/band_meters.h"
+#include "dynamics/band_motion.h"
 #include "dynamics/bands.h"
+#include "dynamics/chain_parts.h"
 #include "dynamics/delay_rings.h"
-#include "dynamics/detector_pair.h"
 #include "dynamics/engine_settings.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
 #include "filters/crossover_bank.h"
-#include "filters/resampler.h"
 #include "filters/subband.h"
+#include "platform/index.h"
 
 /// The filters of a chain, which the control side designs and the audio thread runs.
 struct ChainFilters {
@@ -30,8 +32,8 @@ struct ChainFilters {
 /// dry. It holds everything that remembers past samples; an engine runs a second one while it
 /// changes from one chain to the next.
 ///
-/// Threads: `filters` as its classes say; all else on the audio thread, where nothing locks or
-/// allocates, or while nothing processes.
+/// Threads: `filters` and `parts` as their classes say; all else on the audio thread, where nothing
+/// locks or allocates, or while nothing processes.
 class SignalChain {
  public:
   static constexpr int kMostFrames = 512;  ///< of a slice; a multiple of the detectors' chunks
@@ -45,12 +47,16 @@ class SignalChain {
   SignalChain& operator=(const SignalChain&) = delete;
 
   ChainFilters filters;
+  PartsOwner parts;
 
   /// The settings of the next slice.
-  void take(const EngineSettings& newest) noexcept { settings = newest; }
+  void take(const EngineSettings& newest) noexcept;
   [[nodiscard]] const EngineSettings& now() const noexcept { return settings; }
   /// For changes of what no filter, place or delay hangs on; audio thread.
-  [[nodiscard]] EngineSettings& live() noexcept { return settings; }
+  [[nodiscard]] EngineSettings& live() noexcept {
+    targetsDue = true;
+    return settings;
+  }
   /// Whether nothing has been processed since the last reset.
   [[nodiscard]] bool isSilent() const noexcept { return silent; }
   [[nodiscard]] std::uint32_t number() const noexcept { return settings.chain; }
@@ -63,7 +69,14 @@ class SignalChain {
   /// Takes over what the detectors of another chain know of the level, for bands in use in both.
   void adoptLevels(const SignalChain& other) noexcept;
 
-  /// Starts a slice of 1 to `kMostFrames` frames. `inputs`: 1 or 2 main channels, then 0 to 2
+  /// Starts a block of the host, after its settings have come. `gliding`: settings that scale sound
+  /// move smoothly, otherwise they change between blocks.
+  void beginBlock(int frames, int channels, bool gliding) noexcept;
+  /// The longest slice that may follow.
+  [[nodiscard]] int mostFrames() const noexcept {
+    return movingBands != 0 ? BandMotion::kMostFrames : kMostFrames;
+  }
+  /// Starts a slice of 1 to `mostFrames` frames. `inputs`: 1 or 2 main channels, then 0 to 2
   /// sidechain channels, finite; null is silence. `before` frames of the host's block, which has
   /// `whole`, have been processed.
   template <typename Sample>
@@ -89,6 +102,7 @@ class SignalChain {
   struct BandRun {
     int band;
     const EngineSettings::Band* settings;
+    BandMotion* motion;  // null if nothing moves
     bool isXover;
     bool passive;
     int lookahead;             // samples
@@ -97,6 +111,14 @@ class SignalChain {
     WorkBuffers::Pair side;    // sidechain, then linear gain; both may become the same buffer
     bool sameSide;             // both channels have the same sidechain
     bool oneDetector;          // one detector has worked for both channels
+  };
+  /// How much of the gain each of a band's two channels takes.
+  struct PositionWeights {
+    PositionWeights(double position, int channels) noexcept
+        : first(channels == 1 ? 1.0 : std::min(1.0, 1.0 - position)),
+          second(std::min(1.0, 1.0 + position)) {}
+    double first;
+    double second;
   };
   /// The chain of a slice.
   struct ChainSeen {
@@ -107,6 +129,15 @@ class SignalChain {
   };
 
   void takeGains() noexcept;
+  [[nodiscard]] BandParts* partsOf(int band) const noexcept {
+    return settings.parts == nullptr ? nullptr : settings.parts->bands[at(band)].get();
+  }
+  [[nodiscard]] DetectorPair& detectorsOf(int band) const noexcept {
+    return partsOf(band)->detectors;
+  }
+  [[nodiscard]] OversampledPair* productsOf(int band) const noexcept {
+    return settings.parts == nullptr ? nullptr : settings.parts->products[at(band)].get();
+  }
   void resetPath(int band) noexcept;
   template <typename Sample>
   void copySidechain(const Sample* const* side, int channels, int frames) noexcept;
@@ -131,6 +162,21 @@ class SignalChain {
   void shareGain(BandRun& run) noexcept;
   void applyGain(const BandRun& run) noexcept;
   void finishGain(const BandRun& run) noexcept;
+  template <typename Stage>
+  void finishGain(const BandRun& run, const Stage& first, const Stage& second) noexcept;
+  [[nodiscard]] BandMotion* motionOf(int band) noexcept {
+    return (movingBands & stageBit(band)) != 0 ? &motions[at(band)] : nullptr;
+  }
+  [[nodiscard]] BandMotion::Targets targetsOf(int band, const StageWeights& weights,
+                                              int channels) const noexcept;
+  void endMotions() noexcept;
+  /// Whether a band leaves its signal alone.
+  [[nodiscard]] bool isPassive(int band, const ListenState& listening) const noexcept;
+  [[nodiscard]] std::array<double, kNumBands> listedWeights() const noexcept;
+  void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
+  void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
+  void scaleMovingBands(std::span<const BandRun> runs,
+                        std::array<double, kNumBands>& weights) noexcept;
   /// `owner`: a band or `DelayRings::kCrossover`.
   void delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,
                  int samples) noexcept;
@@ -145,9 +191,11 @@ class SignalChain {
   GainRamp dryRamp{0.0};
   MeterSet ownMeters;
   MeterSet* meters = &ownMeters;
-  std::array<DetectorPair, kNumBands> detectors;
-  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kNumBands> oversampled;
   DelayRings delays;
+  std::array<BandMotion, kNumBands> motions;
+  std::uint32_t movingBands = 0;  // bits as in `stageBit`
+  bool targetsDue = true;         // settings have come since the last block
+  bool jumpDue = true;            // the next targets are taken at once
 
   bool silent = true;
   int sidechainLeft = 0;  // samples until the last sidechain input has left the whole chain

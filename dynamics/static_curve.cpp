@@ -29,6 +29,10 @@ StaticCurve StaticCurve::make(double threshold, double ratioAbove, double ceilin
   return curve;
 }
 
+StaticCurve StaticCurve::make(const CurveKnobs& k) noexcept {
+  return make(k.threshold, k.ratioAbove, k.ceiling, k.ratioBelow, k.floor, k.deadband, k.knee);
+}
+
 double StaticCurve::gainAtDb(double decibels) const noexcept {
   double way = 0.0;
   double range = 0.0;

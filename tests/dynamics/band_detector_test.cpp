@@ -10,6 +10,7 @@
 #include <numbers>
 #include <numeric>
 #include <random>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -109,7 +110,7 @@ struct Bands {
       lane.play(frames, knobs);
       auto& [fast, slow] = lamps[i / 2];
       jobs.push_back({&lane.detector, &lane.detector.designed(), lane.signal.data(), &env[i / 2],
-                      &lane.dynPeak, &lane.tranPeak, &fast, &slow});
+                      &lane.dynPeak, &lane.tranPeak, &fast, &slow, frames});
     }
     if (knobs.upTo(2) == 0) std::fill(env.begin(), env.end(), 0.0);
     inRealTime([&] { BandDetector::processTogether(jobs, frames); });
@@ -142,6 +143,88 @@ TEST(BandDetectorTest, FollowsTheLawHoweverManyRunTogether) {
         known.expect(std::to_string(count) + " detectors, block " + std::to_string(block),
                      bands.playBlock(frames, knobs), 1e-9, 1e-7);
       }
+    }
+  });
+}
+
+/// The gains in dB of detectors in a slice, in which the first moves.
+std::vector<double> gainsOf(std::span<Lane> lanes, const DetectorSettings& settings,
+                            const DetectorMotion* motion, std::span<const double> signal) {
+  std::array<double, 5> m{};
+  std::vector<BandDetector::Job> jobs;
+  for (Lane& lane : lanes) {
+    lane.signal.assign(signal.begin(), signal.end());
+    jobs.push_back({&lane.detector, &settings, lane.signal.data(), &m[0], &m[1], &m[2], &m[3],
+                    &m[4], 0, jobs.empty() ? motion : nullptr});
+  }
+  inRealTime([&] { BandDetector::processTogether(jobs, static_cast<int>(signal.size())); });
+  std::vector<double> gains;
+  for (const double gain : lanes[0].signal) gains.push_back(decibels(gain));
+  return gains;
+}
+
+/// Settings in a share of a way on which curves differ in their threshold and levels are above it.
+DetectorSettings between(DetectorSettings from, const DetectorMotion& to, double share) {
+  from.shape += (to.shape - from.shape) * share;
+  from.dynWeight += (to.dynWeight - from.dynWeight) * share;
+  from.tranWeight += (to.tranWeight - from.tranWeight) * share;
+  double& threshold = from.curve.thresholdHigh;
+  threshold += (to.curve.thresholdHigh - threshold) * share;
+  return from;
+}
+
+// Detectors whose settings move are detectors whose settings change with each sample; their
+// neighbours, and those whose way leads nowhere, do not notice.
+TEST(BandDetectorTest, MovesFromSampleToSample) {
+  withAllKernels([] {
+    Knobs knobs;
+    std::array<Lane, 3> moving, still;
+    Lane stepping;
+    stepping.turnKnobs(knobs);
+    DetectorSettings from = stepping.detector.designed();
+    from.lookahead = 20;
+    from.times = ballisticsCoefficients(0.1, 10, 50, 5, 6, knobs.rate);
+    for (int i = 0; i < 9; ++i) {  // from silence to above the threshold
+      const std::vector<double> loud(64, 1.0);
+      for (Lane* lane :
+           {&moving[0], &moving[1], &moving[2], &still[0], &still[1], &still[2], &stepping}) {
+        gainsOf({lane, 1}, from, nullptr, loud);
+      }
+    }
+    for (const int frames : {64, 1, 33, 64, 5, 64, 64, 7, 64}) {
+      const double knee = frames == 5 ? 0.5 : 0.0;
+      from.shape = knobs.between(0, 1);
+      from.curve = StaticCurve::make(-60, 0.2, 90, 0, 24, 0, knee);
+      DetectorMotion to{from.curve, knobs.between(0, 1), 0.8, knobs.between(0, 1)};
+      if (knee == 0.0) to.curve.thresholdHigh = -50.0;
+      std::vector<double> shares;
+      for (int i = 0; i < frames; ++i) shares.push_back(std::pow(double(i) / frames, 2.0));
+      to.shares = shares.data();
+      std::vector<double> signal;
+      for (int i = 0; i < frames; ++i) signal.push_back(linear(knobs.between(-40, 20)));
+      const auto gains = gainsOf(moving, from, &to, signal);
+      gainsOf(still, from, nullptr, signal);
+      EXPECT_EQ(moving[1].signal, still[1].signal);
+      for (std::size_t i = 0; i < signal.size(); ++i) {
+        const auto one =
+            gainsOf({&stepping, 1}, between(from, to, shares[i]), nullptr, {&signal[i], 1});
+        ASSERT_NEAR(gains[i], one[0], kToDecibels) << frames << " frames, " << i;
+      }
+    }
+    // Between curves of all kinds the gain in dB moves.
+    from.shape = 1.0;
+    from.lookahead = 0;
+    from.times = {};
+    for (Lane& lane : moving) lane.detector.reset();
+    std::array<double, 3> shares = {0.0, 0.25, 1.0};
+    DetectorMotion to{StaticCurve::make(0, 0.5, 24, 0.5, 24, 6, 1), 1, 1, 0, shares.data()};
+    from.curve = StaticCurve::make(-20, 0.5, 24, 0, 24, 0, 0);
+    from.dynWeight = 1.0, from.tranWeight = 0.0;
+    const std::vector<double> level(3, linear(-10));
+    const double first = from.curve.gainAtDb(-10), last = to.curve.gainAtDb(-10);
+    const auto gains = gainsOf(moving, from, &to, level);
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_NEAR(gains[i], first + (last - first) * shares[i], kToDecibels);
     }
   });
 }

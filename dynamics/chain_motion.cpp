@@ -1,0 +1,90 @@
+// How the settings of a chain's bands glide.
+
+#include <algorithm>
+#include <cstddef>
+
+#include "dynamics/signal_chain.h"
+#include "platform/index.h"
+
+void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
+  if (!gliding) {
+    movingBands = 0;
+    jumpDue = true;
+    return;
+  }
+  const bool due = targetsDue || jumpDue;
+  if (!due && movingBands == 0) return;
+  const auto aim = [&](int band, const StageWeights& weights) {
+    if (!due && motionOf(band) == nullptr) return;
+    BandMotion& motion = motions[at(band)];
+    const BandMotion::Targets targets = targetsOf(band, weights, channels);
+    if (jumpDue) {
+      motion.jump(targets);
+    } else {
+      motion.setTargets(targets, frames, sampleRate);
+    }
+    movingBands &= ~stageBit(band);
+    if (motion.isMoving()) movingBands |= stageBit(band);
+  };
+  settings.plan.forEachStage([&](int stage) {
+    if (stage != StagePlan::kCrossoverStage) {
+      aim(stage, dynamicEqWeights({stage, settings.bands[at(stage)].path.solo}, listenState()));
+      return;
+    }
+    const auto weights = listedWeights();
+    for (int place = 0; place < settings.plan.xoverLength(); ++place) {
+      aim(settings.plan.xoverBand(place), {weights[at(place)], 1.0});
+    }
+  });
+  targetsDue = false;
+  jumpDue = false;
+}
+
+BandMotion::Targets SignalChain::targetsOf(int band, const StageWeights& weights,
+                                           int channels) const noexcept {
+  const EngineSettings::Band& own = settings.bands[at(band)];
+  const CurveKnobs& knobs = own.detector.knobs;
+  const PositionWeights position(own.path.position, channels);
+  BandMotion::Targets targets;
+  targets[BandMotion::kThreshold] = knobs.threshold;
+  targets[BandMotion::kRatioAbove] = knobs.ratioAbove;
+  targets[BandMotion::kCeiling] = knobs.ceiling;
+  targets[BandMotion::kRatioBelow] = knobs.ratioBelow;
+  targets[BandMotion::kFloor] = knobs.floor;
+  targets[BandMotion::kDeadband] = knobs.deadband;
+  targets[BandMotion::kKnee] = knobs.knee;
+  targets[BandMotion::kShape] = own.detector.shape;
+  targets[BandMotion::kDynWeight] = own.detector.dynWeight;
+  targets[BandMotion::kTranWeight] = own.detector.tranWeight;
+  targets[BandMotion::kGain] = own.path.gain;
+  targets[BandMotion::kDry] = own.path.dry;
+  targets[BandMotion::kFirstWeight] = position.first;
+  targets[BandMotion::kSecondWeight] = position.second;
+  targets[BandMotion::kPresence] = isPassive(band, listenState()) ? 0.0 : 1.0;
+  targets[BandMotion::kSidechain] = settings.scListen == band ? 1.0 : 0.0;
+  targets[BandMotion::kShare] = weights.band;
+  targets[BandMotion::kRest] = weights.rest;
+  return targets;
+}
+
+void SignalChain::endMotions() noexcept {
+  for (int band = 0; movingBands != 0 && band < kNumBands; ++band) {
+    if (BandMotion* const motion = motionOf(band)) motion->endSlice(block.frames);
+  }
+}
+
+/// Applies those of the crossover's weights that move, and puts 1 in their place.
+void SignalChain::scaleMovingBands(std::span<const BandRun> runs,
+                                   std::array<double, kNumBands>& weights) noexcept {
+  for (std::size_t place = 0; place < runs.size(); ++place) {
+    const BandMotion* const motion = runs[place].motion;
+    if (motion == nullptr || !motion->moves(BandMotion::kShare)) continue;
+    BandMotion::Ramp share;
+    motion->fill(BandMotion::kShare, share.data(), block.frames);
+    for (int c = 0; c < block.channels; ++c) {
+      double* const signal = runs[place].signal[at(c)];
+      for (int i = 0; i < block.frames; ++i) signal[i] *= share[at(i)];
+    }
+    weights[place] = 1.0;
+  }
+}

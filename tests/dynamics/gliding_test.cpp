@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "dynamics/compressor.h"
+#include "tests/support/real_time.h"
+
+namespace {
+
+constexpr int kFrames = 64;
+constexpr int kBlocks = 160;
+constexpr int kChange = 80;  // block
+
+/// An engine with two bands that hears a tone near full scale.
+struct Rig {
+  explicit Rig(bool isXover) {
+    engine.setSampleRate(48000.0);
+    SidechainLinkage linkage;
+    linkage.setPosition(true, 50);
+    for (int band = 0; band < 2; ++band) {
+      engine.layout.moveBand(band, isXover ? kXoverList : kPreList, 500.0 * (1 + 3 * band));
+      engine.setSidechainLinkage(band, linkage);
+      engine.configureFilters(band, 0, 1000.0F, 12.0F, 1.0F, 12.0F);
+    }
+    engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
+    engine.rebuildKernels();
+    engine.makeStagePlan();
+  }
+  void publish() {
+    for (const int band : {0, 1}) {
+      engine.setBand(band, path[static_cast<std::size_t>(band)]);
+      engine.setDynamics(band, band == 0 ? dynamics : BandDynamics{});
+    }
+    engine.setScListen(scListen);
+    engine.publish();
+  }
+  /// Appends a block to the output.
+  void play() {
+    std::array<std::vector<double>, 2> signals;
+    for (auto& signal : signals) {
+      for (int i = 0; i < kFrames; ++i) {
+        const double phase = static_cast<double>(output.size()) + i;
+        signal.push_back(0.9 * std::sin(2.0 * std::numbers::pi * 1000.0 / 48000.0 * phase + 0.5));
+      }
+    }
+    std::array<double*, 2> pins = {signals[0].data(), signals[1].data()};
+    inRealTime([&] { engine.processBlock(pins.data(), pins.data(), kFrames, 2, 0); });
+    output.insert(output.end(), signals[0].begin(), signals[0].end());
+  }
+
+  compressor engine;
+  std::array<BandSettings, 2> path = {BandSettings{.active = true}, BandSettings{.active = true}};
+  BandDynamics dynamics;
+  int scListen = -1;
+  std::vector<double> output;
+};
+
+/// The largest second difference, which of the tone itself is 0.0155.
+double bend(const std::vector<double>& x) {
+  double most = 0.0;
+  for (std::size_t i = std::size_t{kFrames} * (kChange - 4); i + 1 < x.size(); ++i) {
+    most = std::max(most, std::abs(x[i - 1] - 2.0 * x[i] + x[i + 1]));
+  }
+  return most;
+}
+
+std::vector<double> render(bool isXover, bool gliding, const std::function<void(Rig&)>& before,
+                           const std::function<void(Rig&)>& change) {
+  Rig rig(isXover);
+  before(rig);
+  rig.publish();
+  rig.engine.resetEngine();
+  rig.engine.setGliding(gliding);
+  for (int block = 0; block < kBlocks; ++block) {
+    if (block == kChange) {
+      change(rig);
+      rig.publish();
+    }
+    rig.play();
+  }
+  return rig.output;
+}
+
+// What steps without gliding leaves the curve of the tone as smooth as it was, and arrives.
+TEST(GlidingTest, ChangesTheSoundWithoutAnEdge) {
+  struct Row {
+    std::string what;
+    std::function<void(Rig&)> before, change;
+  };
+  const auto squeeze = [](Rig& rig) {
+    rig.dynamics.threshold = -24.0;
+    rig.dynamics.ratioAbove = 0.5;
+  };
+  const auto cut = [](Rig& rig) { rig.path[0].gain = 0.25; };
+  const auto none = [](Rig&) {};
+  const Row rows[] = {
+      {"gain", none, cut},
+      {"dry", cut, [](Rig& rig) { rig.path[0].dry = 0.75; }},
+      {"position", cut, [](Rig& rig) { rig.path[0].position = 1.0; }},
+      {"bypass", cut, [](Rig& rig) { rig.path[0].bypass = true; }},
+      {"solo", cut, [](Rig& rig) { rig.path[0].solo = true; }},
+      {"solo of another", none, [](Rig& rig) { rig.path[1].solo = true; }},
+      {"sidechain", cut, [](Rig& rig) { rig.scListen = 0; }},
+      {"threshold", squeeze, [](Rig& rig) { rig.dynamics.threshold = -6.0; }},
+      {"ratio", squeeze, [](Rig& rig) { rig.dynamics.ratioAbove = 0.1; }},
+      {"ceiling", squeeze, [](Rig& rig) { rig.dynamics.ceiling = 6.0; }},
+      {"weight", squeeze, [](Rig& rig) { rig.dynamics.dynWeight = 0.2; }},
+      {"all", squeeze,
+       [](Rig& rig) {
+         rig.dynamics = {.threshold = -12.0, .ceiling = 12.0, .dynWeight = 0.3};
+         rig.path[0].gain = 0.1;
+       }},
+  };
+  for (const bool isXover : {false, true}) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(row.what + (isXover ? ", crossover" : ", dynamic EQ"));
+      const auto stepping = render(isXover, false, row.before, row.change);
+      const auto gliding = render(isXover, true, row.before, row.change);
+      constexpr auto kStart = std::ptrdiff_t{kFrames} * kChange;
+      // 5 ms later; the filter of the second dynamic EQ band rings on.
+      const auto end = isXover ? kStart + 240 : std::ssize(gliding) - kFrames;
+      EXPECT_TRUE(std::equal(gliding.begin(), gliding.begin() + kStart, stepping.begin()));
+      EXPECT_GT(bend(stepping), 0.03);
+      EXPECT_LT(bend(gliding), 0.0175);
+      for (auto i = static_cast<std::size_t>(end); i < gliding.size(); ++i) {
+        ASSERT_NEAR(gliding[i], stepping[i], 1e-12) << i;
+      }
+    }
+  }
+}
+
+// A reset, and a band's own as it comes back, leave nothing to glide.
+TEST(GlidingTest, JumpsWhereThePastIsForgotten) {
+  const auto halve = [](Rig& rig) {
+    rig.path[0].gain = 0.5;
+    rig.dynamics = {.threshold = -40.0, .ratioAbove = 0.9, .dynWeight = 0.5};
+    rig.publish();
+  };
+  Rig changed(true);
+  Rig fresh(true);
+  changed.publish();
+  halve(fresh);
+  for (Rig* rig : {&changed, &fresh}) rig->engine.setGliding(true);
+  changed.play();
+  halve(changed);
+  for (Rig* rig : {&changed, &fresh}) {
+    rig->engine.resetEngine();
+    rig->output.clear();
+    for (int block = 0; block < kBlocks; ++block) rig->play();
+  }
+  EXPECT_EQ(changed.output, fresh.output);
+}
+
+}  // namespace
