@@ -8,6 +8,21 @@ namespace {
 
 constexpr int kRealPairs = 4096;
 
+/// exp(i pi k / 4096) for k up to 2048.
+const PlanarArrays& halfSteps() {
+  constexpr int kSteps = kRealPairs / 2 + 1;
+  static const PlanarArrays made = [] {
+    PlanarArrays arrays(1, kSteps);
+    const PlanarSpan steps = arrays[0];
+    for (int k = 0; k < kSteps; ++k) {
+      steps.re[k] = std::cos(std::numbers::pi * k / kRealPairs);
+      steps.im[k] = std::sin(std::numbers::pi * k / kRealPairs);
+    }
+    return arrays;
+  }();
+  return made;
+}
+
 }  // namespace
 
 void FftTables::prepare(int points) {
@@ -20,14 +35,7 @@ void FftTables::prepare(int points) {
 
 void FftTables::prepareReal8192() {
   prepare(kRealPairs);
-  if (halfSteps[0].re != nullptr) return;
-  constexpr int kSteps = kRealPairs / 2 + 1;
-  halfSteps = PlanarArrays(1, kSteps);
-  const PlanarSpan steps = halfSteps[0];
-  for (int k = 0; k < kSteps; ++k) {
-    steps.re[k] = std::cos(std::numbers::pi * k / kRealPairs);
-    steps.im[k] = std::sin(std::numbers::pi * k / kRealPairs);
-  }
+  halfSteps();
 }
 
 void complexTransform(int points, int sign, double* pairs, FftTables& tables) {
@@ -55,6 +63,6 @@ void realForward8192(double* samples, FftTables& tables) {
   const PlanarArrays& work = tables.work;
   vectorKernels().deinterleave(samples, work[0], kRealPairs);
   tables.fft->forward(work[0], work[1], work[2]);
-  vectorKernels().splitReal(tables.halfSteps[0], work[1], kRealPairs);
+  vectorKernels().splitReal(halfSteps()[0], work[1], kRealPairs);
   vectorKernels().interleave(work[1], samples, kRealPairs);
 }

@@ -3,8 +3,8 @@
 #include "analysis/planar_array.h"
 #include "analysis/planar_fft.h"
 
-/// Work memory and twiddle factors of the transforms below, owned by the caller. Grows with the
-/// first transform of a size and never shrinks. One thread at a time.
+/// Work memory of the transforms below, owned by the caller, and the factors that the whole process
+/// shares. Grows with the first transform of a size and never shrinks. One thread at a time.
 class FftTables {
  public:
   /// Prepares transforms of `points` complex points, which then do not allocate. Prepare each size
@@ -20,7 +20,6 @@ class FftTables {
   const PlanarFft* fft = nullptr;  // the size of the last transform
   int capacity = 0;                // points
   PlanarArrays work;               // three
-  PlanarArrays halfSteps;          // of the real transform: exp(i pi k / 4096) for k up to 2048
 };
 
 /// Transforms `points` pairs (real, imaginary) in place; `points` is a power of two. Natural order,

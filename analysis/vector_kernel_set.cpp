@@ -349,7 +349,7 @@ inline void firStep(const double* taps, int tapCount, const double* newest, doub
 
 template <int lanes>
 void fir(const double* taps, int tapCount, const double* newest, double* out, int count) noexcept {
-  constexpr int kVectors = 8;
+  constexpr int kVectors = lanes < 8 ? 8 : 4;  // up to 32 outputs at a time
   int i = 0;
   for (; i + kVectors * lanes <= count; i += kVectors * lanes) {
     firStep<lanes, kVectors>(taps, tapCount, newest + i, out + i);

@@ -3,6 +3,9 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <map>
+#include <mutex>
+#include <utility>
 
 namespace {
 
@@ -12,6 +15,24 @@ double polynomial(const std::array<double, count>& coefficients, double x) noexc
   double sum = 0.0;
   for (std::size_t i = count; i > 0; --i) sum = sum * x + coefficients[i - 1];
   return sum;
+}
+
+std::vector<double> kaiserWindow(double beta, int n) {
+  std::vector<double> table(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) {
+    const double u = 2.0 * i / n - 1.0;
+    table[static_cast<std::size_t>(i)] = besselI0(beta * std::sqrt(1.0 - u * u)) / besselI0(beta);
+  }
+  return table;
+}
+
+const std::vector<double>& sharedTable(float beta, int n) {
+  static std::mutex making;
+  static std::map<std::pair<float, int>, const std::vector<double>> made;
+  const std::lock_guard guard(making);
+  const auto found = made.find({beta, n});
+  if (found != made.end()) return found->second;
+  return made.emplace(std::pair(beta, n), kaiserWindow(static_cast<double>(beta), n)).first->second;
 }
 
 }  // namespace
@@ -34,15 +55,8 @@ double besselI0(double x) noexcept {
 
 void WindowTable::applyWindow(double* data, int n) {
   if (data == nullptr || n <= 0) return;
-  if (table.size() != static_cast<std::size_t>(n)) make(n);
-  for (std::size_t i = 0; i < table.size(); ++i) data[i] *= table[i];
-}
-
-void WindowTable::make(int n) {
-  table.resize(static_cast<std::size_t>(n));
-  const auto beta = static_cast<double>(parameter);
-  for (int i = 0; i < n; ++i) {
-    const double u = 2.0 * i / n - 1.0;
-    table[static_cast<std::size_t>(i)] = besselI0(beta * std::sqrt(1.0 - u * u)) / besselI0(beta);
+  if (table == nullptr || table->size() != static_cast<std::size_t>(n)) {
+    table = &sharedTable(parameter, n);
   }
+  for (std::size_t i = 0; i < table->size(); ++i) data[i] *= (*table)[i];
 }

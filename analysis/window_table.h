@@ -7,7 +7,8 @@
 [[nodiscard]] double besselI0(double x) noexcept;
 
 /// A periodic Kaiser window: its peak of 1 lies at the middle of the table, its lowest value at
-/// index 0. The table is made on first use and whenever the length changes. Control threads.
+/// index 0. The whole process shares one table of each width and length, made when it is first used
+/// and kept. Control threads.
 class WindowTable {
  public:
   /// `beta`: 0 is a rectangle; larger values widen the main lobe and lower the side lobes.
@@ -17,8 +18,6 @@ class WindowTable {
   void applyWindow(double* data, int n);
 
  private:
-  void make(int n);
-
   float parameter;
-  std::vector<double> table;
+  const std::vector<double>* table = nullptr;  // of the last length
 };

@@ -1,7 +1,9 @@
 #include "core/default_banks.h"
 
+#include <cstdint>
+
 #include "host/file_errors.h"
-#include "platform/paths.h"
+#include "state/known_files.h"
 
 namespace {
 
@@ -9,15 +11,18 @@ std::string loadDefaultBank(const InstallFolders& folders, const std::string& ex
                             StateChunks& state) {
   const std::string factoryFile = "Factory Bank." + extension;
   std::string path;
-  const std::string bytes =
-      loadInstallFile(folders, "Default Bank." + extension, factoryFile, path);
-  const bool isPassedOver = isTooLargeToLoad(path);
-  if (isPassedOver) reportFileContent(path, "is too large for a bank", "It has been passed over");
-  if (bytes.empty()) return path;
+  const InstallFile file = loadInstallFile(folders, "Default Bank." + extension, factoryFile, path);
+  if (file.isTooLarge) {
+    reportFileContent(path, "is too large for a bank", "It has been passed over");
+  }
+  if (file.contents == nullptr) return path;
+  if (const auto& root = file.contents->root) {
+    state.take(root.get(), false);
+    return path;
+  }
+  const std::string& bytes = file.contents->bytes;
   state.set(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
-  if (!state.refused()) return path;
-  const bool isUsers = !isPassedOver && isThere(path);
-  reportFileContent(isUsers ? path : factoryFile, "holds no bank",
+  reportFileContent(file.isUsers ? path : factoryFile, "holds no bank",
                     "The settings are the program's own");
   return path;
 }

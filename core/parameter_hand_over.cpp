@@ -71,6 +71,27 @@ constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
 
 }  // namespace
 
+bool isLiveParameter(int id) noexcept {
+  if (isBandParameter(id)) {
+    const int row = bandOneIdOf(id);
+    if (row == kB1SCTrim) return true;
+    const std::uint32_t work = dependsOnRow(row);
+    return row != kB1LR && row != kB1Lookahead && work != 0 && (work & ~kLive) == 0;
+  }
+  switch (id) {
+    case kIpTrim:
+    case kOpTrim:
+    case kBypass:
+    case kWetDry:
+    case kListen:
+    case kExtendedRanges:
+    case kExtendedRatios:
+      return true;
+    default:
+      return false;
+  }
+}
+
 ParameterHandOver::ParameterHandOver(const ParameterStore& store, compressor& driven,
                                      const HostPace& hostPace, Clock whatTime,
                                      const ChainMarks& chainMarks)

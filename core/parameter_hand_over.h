@@ -13,6 +13,10 @@
 #include "host/parameter_store.h"
 #include "platform/plug_base_mutex.h"
 
+/// Whether a parameter's values reach the chain on the audio thread, since no filter, place or
+/// delay hangs on them.
+[[nodiscard]] bool isLiveParameter(int id) noexcept;
+
 /// Passes changed parameters to the engine. Each update sets everything that depends on them and
 /// publishes it as one; only filters are redesigned no more often than `UpdateGate` allows.
 ///

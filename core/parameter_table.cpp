@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "dynamics/lookahead_window.h"
+
 namespace {
 
 /// A parameter as written here; in the band template, identifier and name lack the band's prefix.
@@ -42,7 +44,7 @@ constexpr std::array<Row, kBandRows> kBandTemplate = {{
     {"Attack", "Attack", "ms", 3.15F, 0.02F, 200.0F, kCurveExponential},
     {"RelSlow", "Rel Slow", "ms", 200.0F, 10.0F, 2000.0F, kCurveExponential},
     {"RelFast", "Rel Fast", "ms", 20.0F, 1.0F, 2000.0F, kCurveExponential},
-    {"Lookahead", "Lookahead", "ms", 10.0F, 0.0F, 50.0F, kCurveLinear},
+    {"Lookahead", "Lookahead", "ms", 10.0F, 0.0F, kLongestLookaheadMs, kCurveLinear},
     {"Crest", "Crest", "dB", 6.0F, 0.0F, 24.0F, kCurveLinear},
     {"Shape", "Shape", "%", 100.0F, 0.0F, 100.0F, kCurveLinear},
     {"RatioB", "Ratio Below", "", 0.0F, -1.0F, 1.0F, kCurveLinear},

@@ -5,6 +5,7 @@
 
 #include "core/default_banks.h"
 #include "core/parameter_table.h"
+#include "core/ui_defaults.h"
 #include "host/aeff_editor.h"
 #include "host/alerts.h"
 #include "host/idle_timer.h"
@@ -21,11 +22,11 @@ void copyName(char* text, const char* name) { std::strcpy(text, name); }
 }  // namespace
 
 Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machine& whose,
-           const EditorFactory& makeEditor)
+           const EditorFactory& makeEditor, float rate)
     : PlugBaseJSON(audioMaster, kParameterTable, parameterKeyTable(), 1, true),
       memory(whoIdles == Idle::kTimer),  // a program that idles by itself ends or reuses the memory
       ownMachine(whose),
-      uiOptions(findResource("json", "uisettings").data()),
+      uiOptions(uiTable()),
       loadingFlags(whose.store()),
       handOver(values, engine, {isOffline, isRealtime}, std::move(whatTime),
                {editor.orderStale, editor.kindsStale}),
@@ -48,13 +49,7 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
   setAbParameter(kABBank);
   if (makeEditor) setEditor(makeEditor(*this));
   ownMachine.globals().initGlobals(findResource("json", "defaults").data());
-  applyGlobalPreferences();
-  updateDsp(false);
-  files().loadBandTemplate();
-  presets.setDefaultBankPath(loadDefaultBanks(ownMachine.folders(), chunks));  // no host listens
-  // If the folder cannot be made, saving reports it.
-  static_cast<void>(makeFolders(ownMachine.folders().install));
-  Plug::resume();
+  start(rate);
   if (AEffEditor* const made = getEditor()) made->effectReady();
   if (idle == Idle::kTimer) IdleTimer::instance().add(*this);
 }
@@ -62,6 +57,26 @@ Plug::Plug(AudioMasterCallback audioMaster, Idle whoIdles, Clock whatTime, Machi
 Plug::~Plug() {
   if (idle == Idle::kTimer) IdleTimer::instance().remove(*this);
   if (AEffEditor* const shown = getEditor()) shown->effectClosed();
+}
+
+/// Brings a new instance to the state that `resume` leaves, with its filters designed only once.
+void Plug::start(float rate) {
+  PlugBaseJSON::setSampleRate(rate);
+  host.wantMidi();
+  handOver.hold();
+  applyGlobalPreferences();
+  handOver.askEngine([hz = getSampleRate()](compressor& it) { it.setSampleRate(hz); });
+  files().loadBandTemplate();
+  presets.setDefaultBankPath(loadDefaultBanks(ownMachine.folders(), chunks));  // no host listens
+  updateDsp(true);
+  handOver.release();  // may throw, unlike the end of a scope
+  // If the folder cannot be made, saving reports it.
+  static_cast<void>(makeFolders(ownMachine.folders().install));
+  engine.resetEngine();
+  PlugBaseJSON::resume();
+  checkProcessLevel();  // not before: in real time a second chain would be faded in
+  host.wantMidi();
+  updateLatency();
 }
 
 void Plug::resume() {

@@ -45,10 +45,10 @@ class Plug : public PlugBaseJSON {
   using EditorFactory = std::function<std::unique_ptr<AEffEditor>(Plug&)>;
 
   /// Loads preferences, the band template and the default bank of `machine`, which must outlive the
-  /// effect.
+  /// effect. The engine is ready for `rate` (Hz, as for `setSampleRate`), without a `resume`.
   explicit Plug(AudioMasterCallback audioMaster = nullptr, Idle idle = Idle::kTimer,
                 Clock clock = &monotonicMilliseconds, Machine& machine = Machine::ofProcess(),
-                const EditorFactory& makeEditor = nullptr);
+                const EditorFactory& makeEditor = nullptr, float rate = 44100.0F);
   ~Plug() override;
 
   void processReplacing(float** inputs, float** outputs, std::int32_t frames) override;
@@ -79,6 +79,9 @@ class Plug : public PlugBaseJSON {
     return parameterEdits.getDefault(index);
   }
 
+  /// For a host whose values come with its blocks, on the audio thread: they glide whatever the
+  /// pace of its calls.
+  void playLive() noexcept { handOver.setAlwaysLive(true); }
   /// As the base; also tells the host, once each, of the parameters that a full document changed.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   void setDocument(const JsonNode* root, bool isPreset) override;
@@ -147,8 +150,8 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] double getMeterValue(std::int32_t channel) const noexcept override {
     return getOutputPeak(channel);
   }
-  /// See `MeterRings::readFurthest`. For one consumer only, since reading takes the peaks away:
-  /// others make a `GainReductionReader` of their own over the engine's `meterRings`.
+  /// See `GainReductionReader`. For one consumer only, since reading takes the peaks away:
+  /// others make a `GainReductionReader` of their own over the engine's `meterPeaks`.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return engine.getGainReduction(selector);
   }
@@ -180,6 +183,7 @@ class Plug : public PlugBaseJSON {
   static constexpr int kMainChannels = 2;
   static constexpr int kSidechainChannels = 2;
 
+  void start(float rate);
   template <typename Sample>
   void process(Sample** inputs, Sample** outputs, std::int32_t frames) noexcept;
   [[nodiscard]] BandFiles& files() noexcept { return parameterEdits.bandFiles; }

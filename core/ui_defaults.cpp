@@ -10,6 +10,7 @@
 #include "state/chunk_codec.h"
 #include "state/document_keys.h"
 #include "state/json_memory.h"
+#include "state/known_files.h"
 
 namespace {
 
@@ -21,15 +22,16 @@ struct DefaultBank {
 DefaultBank readDefaultBank(const InstallFolders& folders) {
   const std::string extension = std::string(".") + kBankExtension;
   DefaultBank bank;
-  const std::string bytes =
+  const InstallFile file =
       loadInstallFile(folders, "Default Bank" + extension, "Factory Bank" + extension, bank.path);
-  if (bytes.empty()) {
+  if (file.contents == nullptr) {
     // Options are taken from documents that tell of the editor.
     bank.root.reset(made(jsonCreateObject()));
     addToObject(*bank.root, documentKey::kSettings, jsonCreateObject());
     addToObject(*bank.root, documentKey::kVersionMark, jsonCreateTrue());
     return bank;
   }
+  const std::string& bytes = file.contents->bytes;
   const std::optional<std::string> text =
       isPackedChunk(bytes) ? unpackChunk(bytes) : std::optional(bytes);
   if (text) bank.root = parsedJson(text->c_str());
@@ -39,8 +41,7 @@ DefaultBank readDefaultBank(const InstallFolders& folders) {
 
 /// A table with the options of new instances.
 struct DefaultOptions {
-  explicit DefaultOptions(const DefaultBank& bank)
-      : options(findResource("json", "uisettings").data()) {
+  explicit DefaultOptions(const DefaultBank& bank) : options(uiTable()) {
     options.merge(jsonGetObjectItem(bank.root.get(), documentKey::kUiPrefs));
   }
 
@@ -56,6 +57,12 @@ void copyGroup(const UiSettings& from, const std::string& group, UiSettings& int
 }
 
 }  // namespace
+
+const std::shared_ptr<const UiTable>& uiTable() {
+  static const auto table =
+      std::make_shared<const UiTable>(findResource("json", "uisettings").data());
+  return table;
+}
 
 bool saveUiDefaults(const UiSettings& from, const std::string& group,
                     const InstallFolders& folders) {

@@ -39,6 +39,9 @@ class BandDetector {
     const DetectorMotion* motion = nullptr;
   };
 
+  /// For lookaheads of up to `mostLookahead` samples. Throws std::bad_alloc.
+  explicit BandDetector(int mostLookahead = LookaheadWindow::kMaxSamples) : window(mostLookahead) {}
+
   void setSampleRate(double rate) noexcept;  ///< Hz; set the times again afterwards
   [[nodiscard]] const DetectorSettings& designed() const noexcept { return settings; }
   void setCurve(double threshold, double ratioAbove, double ceiling, double ratioBelow,

@@ -167,16 +167,17 @@ void SignalChain::detect(std::span<BandRun> runs) noexcept {
   for (BandRun& run : runs) {
     const auto band = static_cast<std::size_t>(run.band);
     BandMeters& meter = (*meters)[band];
-    run.oneDetector = detectors[band].oneForBoth(run.sameSide);
+    DetectorPair& detectors = detectorsOf(run.band);
+    run.oneDetector = detectors.oneForBoth(run.sameSide);
     const bool moves = run.motion != nullptr && run.motion->detectorMotion() != nullptr;
     const int detecting = run.oneDetector ? 1 : block.channels;
     for (std::size_t c = 0; c < static_cast<std::size_t>(detecting); ++c) {
       jobs[count++] = {
-          &detectors[band][c], moves ? &run.motion->detector() : &run.settings->detector,
-          run.side[c],         &meter.envPeak,
-          &meter.dynPeak[c],   &meter.tranPeak[c],
-          &meter.fastLamp,     &meter.slowLamp,
-          block.lampFrames(),  moves ? run.motion->detectorMotion() : nullptr};
+          &detectors[c],      moves ? &run.motion->detector() : &run.settings->detector,
+          run.side[c],        &meter.envPeak,
+          &meter.dynPeak[c],  &meter.tranPeak[c],
+          &meter.fastLamp,    &meter.slowLamp,
+          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -215,8 +216,8 @@ void SignalChain::applyGain(const BandRun& run) noexcept {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
     if (settings.oversampleLatency > 0) {
-      oversampled[at(run.band)][c].process(signal, gain, block.frames, buffers.upSignal,
-                                           buffers.upGain, block.before);
+      (*productsOf(run.band))[c].process(signal, gain, block.frames, buffers.upSignal,
+                                         buffers.upGain, block.before);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }

@@ -70,6 +70,7 @@ SignalChain* compressor::takeSettings() noexcept {
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
   if (next == nullptr) return nullptr;
   rising = next;
+  rising->take(newest);  // it may be newer than what the chain was offered with
   fade.start(sampleRate, newest.latency);
   return rising;
 }
@@ -135,7 +136,7 @@ void compressor::storeMeters(const WorkBuffers& work, int channels, int frames) 
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
     meters.writeOutput(c, c < channels ? work.wet[at(c)] : nullptr, frames);
   }
-  meters.endBlock(frames);
+  meters.endBlock();
   loudness.measure(work.dry[0], work.dry[1], true, frames, channels);
   loudness.measure(work.wet[0], work.wet[1], false, frames, channels);
 }

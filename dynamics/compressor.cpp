@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 #include "platform/index.h"
@@ -29,6 +30,7 @@ void compressor::resetEngine() noexcept {
   settleChange();
   published.take();
   built->take(published.active());
+  built->parts.taken();
   built->reset();
   meters.reset();
   levels.reset();
@@ -39,6 +41,7 @@ void compressor::resetEngine() noexcept {
 void compressor::resetBandState(int band) noexcept { built->resetBandState(band); }
 
 bool compressor::isChanging() noexcept {
+  if (published.taken()) built->parts.taken();
   if (former == nullptr || preparing) return false;
   if (settledChain.load(std::memory_order_acquire) != wanted.chain) return true;
   former.reset();
@@ -48,6 +51,7 @@ bool compressor::isChanging() noexcept {
 bool compressor::startChange() {
   if (preparing) return true;
   auto fresh = std::make_unique<SignalChain>(sampleRate);
+  fresh->parts.provide(wanted.plan, wanted.oversampleLatency > 0, sampleRate);
   const bool isOffered = isChanging();
   // A chain that the audio thread has not seen yet is replaced.
   if (isOffered && offered.exchange(nullptr, std::memory_order_acquire) == nullptr) return false;
@@ -74,6 +78,12 @@ void compressor::abandonChange() noexcept {
   }
   former.reset();
   wanted.chain = built->number();
+  try {
+    built->parts.provide(wanted.plan, wanted.oversampleLatency > 0, sampleRate);
+  } catch (const std::bad_alloc&) {
+    wanted.plan = built->parts.plan();
+    if (!built->parts.oversampling()) wanted.oversampleLatency = 0;
+  }
 }
 
 /// Ends a change while nothing processes.
@@ -127,7 +137,10 @@ void compressor::setSidechainFilters(int band, const SidechainFilterSettings& se
   if (isBand(band)) built->filters.sidechains[at(band)].set(settings);
 }
 
-void compressor::setOversampling(Oversampling mode) noexcept { wanted.setOversampling(mode); }
+void compressor::setOversampling(Oversampling mode) {
+  built->parts.provide(wanted.plan, mode != Oversampling::kOff, sampleRate);
+  wanted.setOversampling(mode);
+}
 
 void compressor::configureFilters(int band, int shape, float frequency, float slope, float q,
                                   float slope2) {
@@ -155,7 +168,9 @@ void compressor::rebuildKernels() {
 }
 
 void compressor::makeStagePlan() {
-  wanted.plan = StagePlan::of(layout);
+  const StagePlan plan = StagePlan::of(layout);
+  built->parts.provide(plan, wanted.oversampleLatency > 0, sampleRate);
+  wanted.plan = plan;
   wanted.xoverMaxLookahead = 0;
   for (int place = 0; place < wanted.plan.xoverLength(); ++place) {
     wanted.xoverMaxLookahead = std::max(wanted.xoverMaxLookahead,
@@ -180,6 +195,7 @@ void compressor::publish() noexcept {
   }
   shownStages.store(wanted.plan.stages, std::memory_order_relaxed);
   publishedLatency = wanted.latency = plannedLatency();
+  wanted.parts = built->parts.latest();
   if (preparing) {
     preparing = false;
     built->take(wanted);
@@ -187,7 +203,7 @@ void compressor::publish() noexcept {
     offered.store(built.get(), std::memory_order_relaxed);  // published with the settings
   }
   published.spare() = wanted;
-  published.publish();
+  built->parts.published(published.publish());
 }
 
 int compressor::getLatency() {

@@ -15,7 +15,7 @@
 #include "dynamics/engine_settings.h"
 #include "dynamics/live_values.h"
 #include "dynamics/loudness_meter.h"
-#include "dynamics/meter_rings.h"
+#include "dynamics/meter_peaks.h"
 #include "dynamics/output_feed.h"
 #include "dynamics/output_peak.h"
 #include "dynamics/signal_chain.h"
@@ -57,15 +57,15 @@ class compressor {
   void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
-  void setOversampling(Oversampling mode) noexcept;
-  void setScListen(int band) noexcept;  ///< 0..7, or -1 for none
+  void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
+  void setScListen(int band) noexcept;      ///< 0..7, or -1 for none
   /// What is heard of a soloed band: false the band itself, true the rest of the signal.
   void setAutolistenPassband(bool passband) noexcept;
   void setMeterBallistic(int ballistic, double rate) noexcept;  ///< see `OutputPeak::setBallistic`
   /// How fast the bands' gain meters fall after a peak: at 100 %, as at first, by the end of its
   /// block, at 0 % over seconds.
   void setMeterDecay(double percent, double rate) noexcept;
-  /// Makes the chain from the layout; it is empty until the first call.
+  /// Makes the chain from the layout; it is empty until the first call. Throws std::bad_alloc.
   void makeStagePlan();
   /// Whether `makeStagePlan` would change the chain.
   [[nodiscard]] bool planIsDue();
@@ -114,7 +114,7 @@ class compressor {
 
   // Any thread.
   /// Source for a `GainReductionReader`, of which each consumer needs its own.
-  [[nodiscard]] const MeterRings& meterRings() const noexcept { return meters; }
+  [[nodiscard]] const MeterPeaks& meterPeaks() const noexcept { return meters; }
   /// The final output: source for an `OutputLevels`, of which each consumer needs its own.
   [[nodiscard]] const OutputFeed& outputFeed() const noexcept { return levels; }
   [[nodiscard]] bool measuring() const noexcept { return loudness.measuring(); }
@@ -123,7 +123,7 @@ class compressor {
   [[nodiscard]] double getOutputPeak(int channel) const noexcept {
     return outputPeak.peak(channel);
   }
-  /// Reads through the engine's own `GainReductionReader`.
+  /// Reads through the engine's own `GainReductionReader`, which reads from the beginning.
   [[nodiscard]] double getGainReduction(int selector) noexcept {
     return reductionReader.getGainReduction(selector);
   }
@@ -194,7 +194,7 @@ class compressor {
 
   LoudnessMeter loudness;
   PlugBaseMutex measuringLock;
-  MeterRings meters;
+  MeterPeaks meters;
   GainReductionReader reductionReader{meters};
   OutputFeed levels;
   AnalyserFeed analyser;

@@ -131,7 +131,7 @@ struct Group {
       WindowLane& window = *windows[lane];
       const double* const maxima = slideMaximum<T>(window, signals[lane], frames, a, b);
       if (window.averaging) {
-        takeIn<T>(window.maxima, window.write, window.length1, maxima, lanes[lane].samples, frames);
+        takeIn<T>(window.maxima, window.length1, maxima, lanes[lane].samples, frames);
       } else {
         copy<T>(maxima, frames, lanes[lane].samples);
       }
@@ -145,9 +145,8 @@ struct Group {
       if (window.averaging) {
         double* const means = a.samples();
         copy<T>(lanes[lane].samples, frames, means);
-        takeIn<T>(window.means, window.write, window.length2, means, lanes[lane].samples, frames);
+        takeIn<T>(window.means, window.length2, means, lanes[lane].samples, frames);
       }
-      window.write = (window.write + static_cast<unsigned>(frames)) & WindowLane::kRingMask;
     }
     toRows(lanes, rows, frames);
   }

@@ -9,8 +9,6 @@
 /// below `kUnrolled` is in use, its entries are in `recent` instead, oldest first.
 struct WindowLane {
   static constexpr unsigned kUnrolled = 6;
-  static constexpr unsigned kRingSize = 8192;
-  static constexpr unsigned kRingMask = kRingSize - 1;
   static constexpr int kRecent = 1 << (kUnrolled - 1);  // entries per small level, last in use
 
   double* tree = nullptr;
@@ -19,10 +17,15 @@ struct WindowLane {
   unsigned levels = 0;   // in use
   unsigned lastLag = 0;  // samples by which the last level looks back
 
-  bool averaging = false;    // if not, the maximum is the result
-  double* maxima = nullptr;  // ring: input of the first average
-  double* means = nullptr;   // ring: input of the second average
-  unsigned write = 0;        // position in both rings
+  /// The past input of an average.
+  struct Ring {
+    double* entries = nullptr;
+    unsigned size = 0;   // at least two chunks
+    unsigned write = 0;  // position
+  };
+  bool averaging = false;  // if not, the maximum is the result
+  Ring maxima;             // of the first average
+  Ring means;              // of the second average
   unsigned length1 = 0, length2 = 0;
   double scale1 = 0.0, scale2 = 0.0;
   double sum1 = 0.0, sum2 = 0.0;

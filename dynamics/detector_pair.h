@@ -12,6 +12,10 @@
 /// Threads: see `BandDetector`; `reset`, `resetRight` and `oneForBoth` on the audio thread.
 class DetectorPair {
  public:
+  /// See `BandDetector`.
+  explicit DetectorPair(int mostLookahead = LookaheadWindow::kMaxSamples)
+      : detectors{BandDetector(mostLookahead), BandDetector(mostLookahead)} {}
+
   [[nodiscard]] BandDetector& operator[](std::size_t channel) noexcept {
     return detectors[channel];
   }

@@ -54,6 +54,8 @@ struct BandDynamics {
 /// How a band is multiplied by its gain.
 enum class Oversampling { kOff, kStandard, kHighQuality };
 
+struct ChainParts;
+
 /// All settings that a block reads, except filters and the sidechains' trim, which take effect
 /// earlier. The audio thread sees it change as a whole, so that a band is never heard in one place
 /// of the chain with the settings for another.
@@ -86,6 +88,7 @@ struct EngineSettings {
   Gains gains;
   int scListen = -1;  ///< the band whose sidechain is heard, or -1
   bool autolistenPassband = false;
-  double analyserGain = 1.0;  ///< linear, of the dry traces
-  double meterDecay = 0.0;    ///< share of a peak left after a sample, 0..1
+  const ChainParts* parts = nullptr;  ///< made for the plan; see `PartsOwner`
+  double analyserGain = 1.0;          ///< linear, of the dry traces
+  double meterDecay = 0.0;            ///< share of a peak left after a sample, 0..1
 };

@@ -1,13 +1,15 @@
 #include "dynamics/lookahead_window.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+
+#include "dynamics/detector_kernels.h"
 
 namespace {
 
 constexpr int kPlainUpTo = 3;  // samples; up to here there are too few for two averages
-constexpr unsigned kRing = WindowLane::kRingSize;
-constexpr unsigned kMask = WindowLane::kRingMask;
+constexpr unsigned kChunk = DetectorKernels::kChunk;
 constexpr std::size_t kRecentSize = std::size_t{WindowLane::kUnrolled} * WindowLane::kRecent;
 constexpr std::size_t kSlack = 8;  // vectors may read beyond the last ring's end
 
@@ -23,19 +25,40 @@ int lookaheadSamples(float ms, double rate) noexcept {
   return static_cast<int>(std::min<double>(samples, LookaheadWindow::kMaxSamples));
 }
 
-LookaheadWindow::LookaheadWindow() : memory(kRecentSize + 3 * std::size_t{kRing} + kSlack) {
+LookaheadWindow::Sizes::Sizes(int most) noexcept {
+  // A ring holds a chunk more than it is read back, and ends where a chunk does.
+  const auto ring = [](unsigned back) {
+    return std::max((back + kChunk - 1) / kChunk + 1, 2U) * kChunk;
+  };
+  const auto n = static_cast<unsigned>(most);
+  tree = std::bit_ceil(std::max(n, 2U * WindowLane::kRecent));
+  maxima = ring(n);
+  means = ring(n / 4);
+}
+
+std::size_t LookaheadWindow::Sizes::total() const noexcept {
+  return kRecentSize + tree + maxima + means + kSlack;
+}
+
+LookaheadWindow::LookaheadWindow(int most) : LookaheadWindow(Sizes(most), most) {}
+
+LookaheadWindow::LookaheadWindow(const Sizes& sizes, int most)
+    : memory(sizes.total()), mostSamples(most) {
   window.recent = memory.data();
   window.tree = window.recent + kRecentSize;
-  window.maxima = window.tree + kRing;
-  window.means = window.maxima + kRing;
+  window.maxima = {window.tree + sizes.tree, sizes.maxima, 0};
+  window.means = {window.maxima.entries + sizes.maxima, sizes.means, 0};
 }
 
 void LookaheadWindow::clear() noexcept {
-  std::fill(memory.begin(), memory.end(), 0.0);
+  if (!isClear) std::fill_n(memory.data(), memory.size(), 0.0);
+  isClear = true;
   window.treePosition = 0;
-  window.write = 0;
+  window.maxima.write = 0;
+  window.means.write = 0;
   window.loudest = 0.0;
   loudSamples = 0;
+  gap = 0;
   // The next block adopts the lookahead again and recomputes the sums.
   activeSamples = 0;
   window.levels = 0;
@@ -43,15 +66,18 @@ void LookaheadWindow::clear() noexcept {
 }
 
 void LookaheadWindow::copySignal(const LookaheadWindow& other) noexcept {
-  std::copy(other.memory.begin(), other.memory.end(), memory.begin());
+  if (isClear && other.isClear) return;
+  std::copy_n(other.memory.data(), std::min(memory.size(), other.memory.size()), memory.data());
   WindowLane own = other.window;
   own.recent = window.recent;
   own.tree = window.tree;
-  own.maxima = window.maxima;
-  own.means = window.means;
+  own.maxima.entries = window.maxima.entries;
+  own.means.entries = window.means.entries;
   window = own;
   activeSamples = other.activeSamples;
   loudSamples = other.loudSamples;
+  gap = other.gap;
+  isClear = other.isClear;
 }
 
 void LookaheadWindow::rollUp() noexcept {
@@ -85,32 +111,50 @@ void LookaheadWindow::adopt(int samples) noexcept {
   // Half of the power of two, minus the samples by which that exceeds the window.
   window.lastLag = size / 2 - (size - static_cast<unsigned>(std::max(samples, 1)));
   unroll();
+  const bool wasAveraging = window.averaging;
   window.averaging = samples > kPlainUpTo;
-  if (window.averaging) rebuildAverages();
+  if (!window.averaging) return;
+  if (!wasAveraging) forgetGap();
+  rebuildAverages();
+}
+
+/// Makes the maxima 0 for the time in which none were kept.
+void LookaheadWindow::forgetGap() noexcept {
+  WindowLane::Ring& ring = window.maxima;
+  for (; gap > 0; --gap) {
+    ring.entries[ring.write] = 0.0;
+    ring.write = ring.write + 1 < ring.size ? ring.write + 1 : 0;
+  }
 }
 
 void LookaheadWindow::rebuildAverages() noexcept {
   const auto n = static_cast<unsigned>(activeSamples);
   WindowLane& w = window;
+  // The entry `j` samples before the next one.
+  const auto ago = [](const WindowLane::Ring& ring, unsigned j) -> double& {
+    return ring.entries[j <= ring.write ? ring.write - j : ring.write + ring.size - j];
+  };
   w.length1 = 3 * n / 4;
   w.length2 = n / 4;
   w.scale1 = 1.0 / w.length1;
   w.scale2 = 1.0 / w.length2;
 
   w.sum1 = 0.0;
-  for (unsigned j = 1; j <= w.length1; ++j) w.sum1 += w.maxima[(w.write - j) & kMask];
+  for (unsigned j = 1; j <= w.length1; ++j) w.sum1 += ago(w.maxima, j);
   w.sum2 = 0.0;
   double earlier = w.sum1;  // the first sum as it was j samples ago
   for (unsigned j = 1; j <= w.length2; ++j) {
     const double y = w.scale1 * earlier;
-    w.means[(w.write - j) & kMask] = y;
+    ago(w.means, j) = y;
     w.sum2 += y;
-    earlier += w.maxima[(w.write - j - w.length1) & kMask] - w.maxima[(w.write - j) & kMask];
+    earlier += ago(w.maxima, j + w.length1) - ago(w.maxima, j);
   }
 }
 
 void LookaheadWindow::beginBlock(int frames, int samples) noexcept {
-  adopt(samples);
+  adopt(std::clamp(samples, 0, mostSamples));
+  isClear = false;
+  if (!window.averaging) gap = std::min(gap + static_cast<unsigned>(frames), window.maxima.size);
   if (window.loudest > kLoud) loudSamples = 2 * kMaxSamples;
   window.loudest = 0.0;
   if (loudSamples <= 0) return;

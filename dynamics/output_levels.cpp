@@ -11,11 +11,11 @@ constexpr double kSilentPower = 1e-20;
 
 }  // namespace
 
-void OutputLevels::start(double newRate, std::uint64_t end) noexcept {
+void OutputLevels::start(double newRate, std::uint64_t end, std::uint64_t kept) noexcept {
   rate = newRate;
   stepFrames = std::max(1, static_cast<int>(std::lround(rate / kStepsPerSecond)));
   const auto wanted = static_cast<std::uint64_t>(rate * kSettlingSeconds);
-  position = end - std::min<std::uint64_t>({end - begin, wanted, OutputFeed::kSize});
+  position = end - std::min({end - begin, wanted, kept});
   for (KWeighting& filter : filters) {
     filter.design(rate);
     filter.reset();
@@ -26,16 +26,18 @@ void OutputLevels::start(double newRate, std::uint64_t end) noexcept {
 }
 
 void OutputLevels::update() noexcept {
+  const auto samples = feed.samples();
+  if (samples == nullptr) return;
   const std::uint64_t end = feed.position();
   const double newRate = feed.sampleRate();
   if (!(newRate > 0.0)) return;
-  if (newRate != rate || end - position >= OutputFeed::kSize) start(newRate, end);
-  for (; position != end; ++position) take(position);
+  if (newRate != rate || end - position >= samples->size()) start(newRate, end, samples->size());
+  for (; position != end; ++position) take(*samples, position);
 }
 
-void OutputLevels::take(std::uint64_t at) noexcept {
+void OutputLevels::take(const OutputFeed::Samples& samples, std::uint64_t at) noexcept {
   for (std::size_t c = 0; c < kChannels; ++c) {
-    const auto sample = static_cast<double>(feed.sample(c, at));
+    const auto sample = static_cast<double>(samples.sample(c, at));
     const double x = sample * 0.0 == 0.0 ? sample : 0.0;  // infinities and NaN would never decay
     const double y = filters[c].process(x);
     running.plain[c] += x * x;

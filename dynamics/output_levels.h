@@ -16,7 +16,8 @@ class OutputLevels {
  public:
   static constexpr double kSilent = -std::numeric_limits<double>::infinity();
 
-  explicit OutputLevels(const OutputFeed& source) noexcept : feed(source) { feed.addReader(); }
+  /// Throws std::bad_alloc.
+  explicit OutputLevels(const OutputFeed& source) : feed(source) { feed.addReader(); }
   ~OutputLevels() { feed.removeReader(); }
   OutputLevels(const OutputLevels&) = delete;
   OutputLevels& operator=(const OutputLevels&) = delete;
@@ -39,8 +40,8 @@ class OutputLevels {
     std::array<double, kChannels> plain{};
     double weighted = 0.0;  // of both channels
   };
-  void start(double newRate, std::uint64_t end) noexcept;
-  void take(std::uint64_t at) noexcept;
+  void start(double newRate, std::uint64_t end, std::uint64_t kept) noexcept;
+  void take(const OutputFeed::Samples& samples, std::uint64_t at) noexcept;
   /// The mean over the last `count` steps of the sums that `sumOf` returns for each.
   template <typename SumOf>
   [[nodiscard]] double mean(std::size_t count, const SumOf& sumOf) const noexcept;

@@ -60,9 +60,26 @@ bool SidechainLinkage::link(double* left, double* right, int frames) const noexc
 }
 
 void SidechainFilters::setSampleRate(float hz) noexcept {
-  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
-    for (LanthornEQ& filter : *filters) filter.setSampleRate(hz);
+  sampleRate = hz;
+  for (Place& place : places) {
+    if (place.made == nullptr) continue;
+    for (LanthornEQ& filter : *place.made) filter.setSampleRate(hz);
   }
+}
+
+/// Sets both channels of a filter; `set` sets one. Until it is on for the first time there is none.
+template <typename Set>
+void SidechainFilters::design(Place& place, bool on, const Set& set) const {
+  if (place.made == nullptr) {
+    if (!on) return;
+    place.made = std::make_unique<Pair>();
+    for (LanthornEQ& filter : *place.made) filter.setSampleRate(sampleRate);
+  }
+  for (LanthornEQ& filter : *place.made) {
+    set(filter);
+    filter.update();
+  }
+  place.inUse.store(place.made.get(), std::memory_order_release);
 }
 
 void SidechainFilters::setTrim(double decibels) noexcept {
@@ -71,15 +88,17 @@ void SidechainFilters::setTrim(double decibels) noexcept {
 
 void SidechainFilters::set(const SidechainFilterSettings& settings) {
   setTrim(settings.trimDb);
-  for (std::size_t c = 0; c < kChannels; ++c) {
-    setEnd(lowFilter[c], settings.low, EQ::kHpf, EQ::kLowShelf);
-    setMiddle(midFilter[c], settings.mid);
-    setEnd(highFilter[c], settings.high, EQ::kLpf, EQ::kHighShelf);
-    for (LanthornEQ* filter : {&lowFilter[c], &midFilter[c], &highFilter[c]}) filter->update();
-  }
+  design(places[kLowFilter], settings.low.on, [&settings](LanthornEQ& filter) {
+    setEnd(filter, settings.low, EQ::kHpf, EQ::kLowShelf);
+  });
+  design(places[kMidFilter], settings.mid.on,
+         [&settings](LanthornEQ& filter) { setMiddle(filter, settings.mid); });
+  design(places[kHighFilter], settings.high.on, [&settings](LanthornEQ& filter) {
+    setEnd(filter, settings.high, EQ::kLpf, EQ::kHighShelf);
+  });
   const PlugBaseMutex::Scope lock(rowsLock);
-  const std::array now = {lowFilter[0].activeSections(), midFilter[0].activeSections(),
-                          highFilter[0].activeSections()};
+  const std::array now = {places[kLowFilter].drawn(), places[kMidFilter].drawn(),
+                          places[kHighFilter].drawn()};
   if (rows == now) return;
   rows = now;
   changes.store(++lastRevision, std::memory_order_relaxed);
@@ -97,20 +116,24 @@ double SidechainFilters::response(int filter, double frequency) const {
 }
 
 void SidechainFilters::reset() noexcept {
-  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
+  for (const Place& place : places) {
+    Pair* const filters = place.get();
+    if (filters == nullptr) continue;
     for (LanthornEQ& filter : *filters) filter.resetState();
   }
 }
 
 void SidechainFilters::resetRight() noexcept {
-  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) (*filters)[1].resetState();
+  for (const Place& place : places) {
+    if (Pair* const filters = place.get()) (*filters)[1].resetState();
+  }
 }
 
 void SidechainFilters::process(std::size_t channel, const double* in, double* out,
                                int frames) noexcept {
   const double gain = trim.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) out[i] = in[i] * gain;
-  for (Filters* filters : {&lowFilter, &midFilter, &highFilter}) {
-    (*filters)[channel].process(out, frames);
+  for (const Place& place : places) {
+    if (Pair* const filters = place.get()) (*filters)[channel].process(out, frames);
   }
 }

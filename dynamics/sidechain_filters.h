@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <memory>
 
 #include "filters/lanthorn_eq.h"
 #include "platform/plug_base_mutex.h"
@@ -40,7 +41,7 @@ struct SidechainLinkage {
 enum SidechainFilter : int { kLowFilter = 0, kMidFilter = 1, kHighFilter = 2, kAllFilters = 3 };
 
 /// The trim and the low, middle and high filters of each channel between a band's sidechain source
-/// and its detectors.
+/// and its detectors. A filter is made when it is first switched on.
 ///
 /// Threads: `set` on one control thread at a time, at any moment; `process` and `reset*` on the
 /// audio thread; `setSampleRate` while nothing processes; `response` on any thread but the audio
@@ -71,11 +72,22 @@ class SidechainFilters {
 
  private:
   static constexpr std::size_t kChannels = 2;
-  using Filters = std::array<LanthornEQ, kChannels>;
+  using Pair = std::array<LanthornEQ, kChannels>;
 
-  Filters lowFilter;
-  Filters midFilter;
-  Filters highFilter;
+  /// One of the three filters, for both channels.
+  struct Place {
+    std::unique_ptr<Pair> made;         // control side
+    std::atomic<Pair*> inUse{nullptr};  // designed, for the audio thread
+    [[nodiscard]] Pair* get() const noexcept { return inUse.load(std::memory_order_acquire); }
+    [[nodiscard]] const AnalogSections& drawn() const noexcept {
+      return made != nullptr ? (*made)[0].activeSections() : kFlatSections;
+    }
+  };
+  template <typename Set>
+  void design(Place& place, bool on, const Set& set) const;
+
+  std::array<Place, kAllFilters> places;
+  float sampleRate = 44100.0F;    // Hz
   std::atomic<double> trim{1.0};  // linear
   // Copies from which responses are drawn, under the lock.
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};

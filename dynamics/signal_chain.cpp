@@ -39,6 +39,19 @@ void SignalChain::setSampleRate(double rate) noexcept {
   filters.setSampleRate(rate);
 }
 
+void SignalChain::take(const EngineSettings& newest) noexcept {
+  const bool sameParts = newest.parts == settings.parts;
+  settings = newest;
+  targetsDue = true;
+  if (sameParts || settings.parts == nullptr) return;
+  for (int band = 0; band < kNumBands; ++band) {
+    BandParts* const own = partsOf(band);
+    delays.use(band, own != nullptr ? &own->delays : nullptr);
+  }
+  delays.use(DelayRings::kCrossover, settings.parts->crossover.get());
+  setQuality(qualitySeen);
+}
+
 void SignalChain::reset() noexcept {
   buffers.clear();
   takeGains();
@@ -57,7 +70,7 @@ void SignalChain::adoptLevels(const SignalChain& other) noexcept {
   const std::uint32_t both =
       (chainSeen.stages & other.chainSeen.stages) | (chainSeen.listed & other.chainSeen.listed);
   for (int band = 0; band < kNumBands; ++band) {
-    if ((both & stageBit(band)) != 0) detectors[at(band)].adoptLevels(other.detectors[at(band)]);
+    if ((both & stageBit(band)) != 0) detectorsOf(band).adoptLevels(other.detectorsOf(band));
   }
 }
 
@@ -115,7 +128,7 @@ void SignalChain::copySidechain(const Sample* const* side, int channels, int fra
     }
   }
   // More than all the delays of a chain together, whose rings then hold silence.
-  constexpr int kLongestWay = 4 * kNumBands * DelayRings::kSize;
+  constexpr int kLongestWay = 4 * kNumBands * (DelayRings::kMaxDelay + 1);
   if (usable > 0) sidechainLeft = kLongestWay + frames;
 }
 
@@ -137,8 +150,10 @@ void SignalChain::takeInput(const Sample* const* inputs) noexcept {
 
 void SignalChain::setQuality(bool high) noexcept {
   qualitySeen = high;
-  for (auto& pair : oversampled) {
-    for (OversampledGain& product : pair) product.setHighQuality(high);
+  for (int band = 0; band < kNumBands; ++band) {
+    OversampledPair* const products = productsOf(band);
+    if (products == nullptr) continue;
+    for (OversampledGain& product : *products) product.setHighQuality(high);
   }
 }
 
@@ -173,16 +188,17 @@ void SignalChain::resetReturning() noexcept {
   oversampledSeen = oversampling;
   if (channelReturns) filters.crossover.resetRight();
   const std::uint32_t inUse = chainSeen.bands();
-  for (std::size_t band = 0; band < kNumBands; ++band) {
-    if ((inUse & stageBit(static_cast<int>(band))) == 0) continue;
+  for (int band = 0; band < kNumBands; ++band) {
+    if ((inUse & stageBit(band)) == 0) continue;
+    OversampledPair* const products = productsOf(band);
     if (channelReturns) {
-      filters.sidechains[band].resetRight();
-      detectors[band].resetRight();
-      filters.subbands[band].resetRight();
-      oversampled[band][1].reset();
+      filters.sidechains[at(band)].resetRight();
+      detectorsOf(band).resetRight();
+      filters.subbands[at(band)].resetRight();
+      if (products != nullptr) (*products)[1].reset();
     }
     if (productReturns) {
-      for (OversampledGain& product : oversampled[band]) product.reset();
+      for (OversampledGain& product : *products) product.reset();
     }
   }
 }
@@ -315,9 +331,10 @@ void SignalChain::resetBandState(int band) noexcept {
 void SignalChain::resetPath(int band) noexcept {
   const auto index = static_cast<std::size_t>(band);
   filters.sidechains[index].reset();
-  for (OversampledGain& product : oversampled[index]) product.reset();
-  detectors[index].reset();
-  detectors[index][0].setOwnsLamps(true);
+  if (OversampledPair* const products = productsOf(band)) {
+    for (OversampledGain& product : *products) product.reset();
+  }
+  if (BandParts* const own = partsOf(band)) own->detectors.reset();
   // Phases by the engine's clock, so that the eight do the large part of their work in turn.
   constexpr int kTurn = PartitionedConvolver::kPhases / kNumBands;
   filters.subbands[index].reset(delays.position() + kTurn * band);

@@ -8,16 +8,16 @@
 #include "dynamics/band_meters.h"
 #include "dynamics/band_motion.h"
 #include "dynamics/bands.h"
+#include "dynamics/chain_parts.h"
 #include "dynamics/delay_rings.h"
-#include "dynamics/detector_pair.h"
 #include "dynamics/engine_settings.h"
 #include "dynamics/gain_ramp.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
 #include "filters/crossover_bank.h"
-#include "filters/resampler.h"
 #include "filters/subband.h"
+#include "platform/index.h"
 
 /// The filters of a chain, which the control side designs and the audio thread runs.
 struct ChainFilters {
@@ -32,8 +32,8 @@ struct ChainFilters {
 /// dry. It holds everything that remembers past samples; an engine runs a second one while it
 /// changes from one chain to the next.
 ///
-/// Threads: `filters` as its classes say; all else on the audio thread, where nothing locks or
-/// allocates, or while nothing processes.
+/// Threads: `filters` and `parts` as their classes say; all else on the audio thread, where nothing
+/// locks or allocates, or while nothing processes.
 class SignalChain {
  public:
   static constexpr int kMostFrames = 512;  ///< of a slice; a multiple of the detectors' chunks
@@ -47,12 +47,10 @@ class SignalChain {
   SignalChain& operator=(const SignalChain&) = delete;
 
   ChainFilters filters;
+  PartsOwner parts;
 
   /// The settings of the next slice.
-  void take(const EngineSettings& newest) noexcept {
-    settings = newest;
-    targetsDue = true;
-  }
+  void take(const EngineSettings& newest) noexcept;
   [[nodiscard]] const EngineSettings& now() const noexcept { return settings; }
   /// For changes of what no filter, place or delay hangs on; audio thread.
   [[nodiscard]] EngineSettings& live() noexcept {
@@ -131,6 +129,15 @@ class SignalChain {
   };
 
   void takeGains() noexcept;
+  [[nodiscard]] BandParts* partsOf(int band) const noexcept {
+    return settings.parts == nullptr ? nullptr : settings.parts->bands[at(band)].get();
+  }
+  [[nodiscard]] DetectorPair& detectorsOf(int band) const noexcept {
+    return partsOf(band)->detectors;
+  }
+  [[nodiscard]] OversampledPair* productsOf(int band) const noexcept {
+    return settings.parts == nullptr ? nullptr : settings.parts->products[at(band)].get();
+  }
   void resetPath(int band) noexcept;
   template <typename Sample>
   void copySidechain(const Sample* const* side, int channels, int frames) noexcept;
@@ -185,8 +192,6 @@ class SignalChain {
   GainRamp dryRamp{0.0};
   MeterSet ownMeters;
   MeterSet* meters = &ownMeters;
-  std::array<DetectorPair, kNumBands> detectors;
-  std::array<std::array<OversampledGain, WorkBuffers::kChannels>, kNumBands> oversampled;
   DelayRings delays;
   std::array<BandMotion, kNumBands> motions;
   std::uint32_t movingBands = 0;  // bits as in `stageBit`

@@ -137,19 +137,22 @@ double* slideMaximum(WindowLane& window, const double* from, int frames, WindowC
 // The part of the moving averages that runs along time: everything but their sums.
 
 /// Writes to `out` the changes of a sum over `length` samples at each sample of `in`, and stores
-/// `in` in its ring from `write` on.
+/// `in` in its ring.
 template <int T>
-inline void takeIn(double* ring, unsigned write, unsigned length, const double* in, double* out,
+inline void takeIn(WindowLane::Ring& past, unsigned length, const double* in, double* out,
                    int frames) noexcept {
-  constexpr unsigned size = WindowLane::kRingSize;
+  double* const ring = past.entries;
+  const unsigned size = past.size;
+  const unsigned write = past.write;
   const int upToEnd = least(frames, size - write);
   copy<T>(in, upToEnd, ring + write);
   copy<T>(in + upToEnd, frames - upToEnd, ring);
   // Prefetch the entries that the next chunk overwrites: they left the near caches long ago.
-  for (unsigned ahead = write + kChunk; ahead < write + 2 * kChunk; ahead += kSlack) {
-    __builtin_prefetch(ring + (ahead & WindowLane::kRingMask), 1, 2);
+  for (unsigned i = kChunk; i < 2 * kChunk; i += kSlack) {
+    const unsigned ahead = write + i;
+    __builtin_prefetch(ring + (ahead < size ? ahead : ahead - size), 1, 2);
   }
-  const unsigned read = (write - length) & WindowLane::kRingMask;
+  const unsigned read = write < length ? write + size - length : write - length;
   const int beforeEnd = least(frames, size - read);
   const auto difference = [&](int from, int to, const double* before) {
     for (int i = from; i < to; i += T) {
@@ -158,6 +161,8 @@ inline void takeIn(double* ring, unsigned write, unsigned length, const double* 
   };
   difference(0, beforeEnd, ring + read);
   difference(beforeEnd, frames, ring);
+  const unsigned next = write + static_cast<unsigned>(frames);
+  past.write = next < size ? next : next - size;
 }
 
 }  // namespace

@@ -11,16 +11,19 @@ constexpr std::size_t kSingle = 1 + 2 * 2;  // the ramp, and two buffers of twic
 constexpr std::size_t kBuffers =
     WorkBuffers::kChannels * (kPairs + kBandSets * kNumBands) + kSingle;
 
+// Buffers are used side by side: their starts must not share a cache set.
+constexpr int kApart = 72;  // samples
+
 }  // namespace
 
 WorkBuffers::WorkBuffers(int frames)
     : maxFrames(frames),
-      memory(kBuffers * static_cast<std::size_t>(frames)),
+      memory(kBuffers * static_cast<std::size_t>(frames + kApart)),
       meterMemory(kChannels * static_cast<std::size_t>(frames)) {
   double* next = memory.data();
   const auto take = [&next, frames](int times = 1) {
     double* const buffer = next;
-    next += static_cast<std::ptrdiff_t>(times) * frames;
+    next += static_cast<std::ptrdiff_t>(times) * frames + kApart;
     return buffer;
   };
   for (Pair* pair : {&wet, &dry, &rest, &ext}) {

@@ -8,10 +8,12 @@
 #include "host/parameter_keys.h"
 #include "platform/dialogs.h"
 #include "platform/whole_file.h"
+#include "state/chunk_codec.h"
 #include "state/document_keys.h"
 #include "state/install_folders.h"
 #include "state/json_memory.h"
 #include "state/json_writer.h"
+#include "state/known_files.h"
 
 namespace {
 
@@ -46,10 +48,10 @@ std::int32_t BandFiles::saveBand(std::string& text, int band) const {
   return static_cast<std::int32_t>(text.size()) + 1;
 }
 
-std::optional<BandFiles::Values> BandFiles::parse(const std::string& text) const {
-  const JsonTree root = parsedJson(text.c_str());
-  if (!jsonIsType(root.get(), kJsonObject)) return std::nullopt;
-  const JsonNode* const params = jsonGetObjectItem(root.get(), documentKey::kBandParameters);
+/// The values in the document of a band file; none if it is no band file or `root` is null.
+std::optional<BandFiles::Values> BandFiles::valuesIn(const JsonNode* root) const {
+  if (!jsonIsType(root, kJsonObject)) return std::nullopt;
+  const JsonNode* const params = jsonGetObjectItem(root, documentKey::kBandParameters);
   if (!jsonIsType(params, kJsonObject)) return std::nullopt;
   Values values{};
   std::size_t hint = 0;
@@ -74,7 +76,8 @@ void BandFiles::apply(int band, const Values& values) {
 
 bool BandFiles::loadBandFromText(const char* text, std::size_t size, int band) {
   if (text == nullptr || !isBand(band)) return false;
-  const auto values = parse(std::string(text, size));
+  const JsonTree root = parsedJson(std::string(text, size).c_str());
+  const auto values = valuesIn(root.get());
   if (values) apply(band, *values);
   return values.has_value();
 }
@@ -90,17 +93,15 @@ void BandFiles::resetBand(int band) {
 }
 
 void BandFiles::loadBandTemplate() {
-  const std::string text = loadInstallFile(folders, kDefaultFile, kFactoryFile, defaultPath);
-  if (isTooLargeToLoad(defaultPath)) {
+  const InstallFile file = loadInstallFile(folders, kDefaultFile, kFactoryFile, defaultPath);
+  if (file.isTooLarge) {
     reportFileContent(defaultPath, "is too large for a band", "It has been passed over");
   }
-  if (text.empty()) return;
-  const auto values = parse(text);
+  if (file.contents == nullptr) return;
+  const bool isBandFile = !isPackedChunk(file.contents->bytes);
+  const auto values = valuesIn(isBandFile ? file.contents->root.get() : nullptr);
   if (!values) {
-    // Find out which of the two files was read.
-    std::string bytes;
-    const bool isFactory = static_cast<bool>(readWholeFile(defaultPath, bytes, kMostDocumentBytes));
-    reportFileContent(isFactory ? kFactoryFile : defaultPath, kNoBandFile,
+    reportFileContent(file.isUsers ? defaultPath : kFactoryFile, kNoBandFile,
                       "New bands begin with the program's own settings");
     return;
   }

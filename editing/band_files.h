@@ -12,6 +12,7 @@
 class Dialogs;
 class EditedParameters;
 struct InstallFolders;
+struct JsonNode;
 
 /// The rows of a band that a band file holds, in the file's order, as ids of band 1: all rows
 /// except state, bypass, type, solo, frequency and the sidechain's source band.
@@ -65,7 +66,7 @@ class BandFiles {
  private:
   using Values = std::array<std::optional<float>, kBandFileRows.size()>;  // plain
 
-  [[nodiscard]] std::optional<Values> parse(const std::string& text) const;
+  [[nodiscard]] std::optional<Values> valuesIn(const JsonNode* root) const;
   void apply(int band, const Values& values);
   [[nodiscard]] std::string ownFolder() const;
   [[nodiscard]] bool writeBand(const std::string& path, int band) const;

@@ -39,7 +39,7 @@ MeterFeed::MeterFeed(const ControlIndex& controls, const ValueSource& source, Pl
     : values(source),
       effect(shown),
       levels(shown.getEngine().outputFeed()),
-      reduction(shown.getEngine().meterRings()),
+      reduction(shown.getEngine().meterPeaks()),
       tabs(findBandTabs(controls)) {
   for (int i = 0; i < controls.getControlCount(); ++i) {
     CControl& control = *controls.getControl(i);

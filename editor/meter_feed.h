@@ -3,7 +3,7 @@
 #include <array>
 #include <vector>
 
-#include "dynamics/meter_rings.h"
+#include "dynamics/meter_peaks.h"
 #include "dynamics/output_levels.h"
 #include "editing/parameter_ids.h"
 #include "editor/control_index.h"

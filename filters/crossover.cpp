@@ -2,42 +2,51 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "platform/index.h"
 
+BlockedKernels::BlockedKernels(const double* const* kernels, int bandCount)
+    : lineCount(std::clamp(bandCount, 1, CrossoverEngine::kBands) - 1),
+      spectra(2 * lineCount, 2 * kBlock) {
+  const PlanarFft& fft = PlanarFft::shared(2 * kBlock);
+  const PlanarArrays work(2, 2 * kBlock);
+  constexpr double kScale = 0.5 / kBlock;
+  for (int half = 0; half < 2 * lineCount; ++half) {
+    const double* const taps = kernels[half / 2] + static_cast<std::ptrdiff_t>(half % 2) * kBlock;
+    std::transform(taps, taps + kBlock, work[0].re, [](double h) { return h * kScale; });
+    fft.forward(work[0], spectra[half], work[1]);
+  }
+}
+
 Crossover_WithLatency::Crossover_WithLatency() : fft(PlanarFft::shared(2 * kBlock)) {}
 
-void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCount) noexcept {
-  KernelSet& set = exchange.spare();
-  set.lines = std::clamp(bandCount, 1, kBands) - 1;
-  const PlanarSpan padded = loading[0];
-  std::fill_n(padded.im, 2 * kBlock, 0.0);
-  for (int partition = 0; partition < set.lines * kPartitions; ++partition) {
-    const double* const taps = kernels[partition / kPartitions] +
-                               static_cast<std::ptrdiff_t>(partition % kPartitions) * kBlock;
-    std::transform(taps, taps + kBlock, padded.re, [](double h) { return h * kScale; });
-    std::fill_n(padded.re + kBlock, kBlock, 0.0);
-    fft.forward(padded, set.spectra[partition], loading[2]);
+void Crossover_WithLatency::setKernels(const double* const* kernels, int bandCount) {
+  setKernels(std::make_shared<const BlockedKernels>(kernels, bandCount));
+}
+
+void Crossover_WithLatency::setKernels(std::shared_ptr<const BlockedKernels> kernels) {
+  for (int band = 0; band < kernels->lines(); ++band) {
+    if (lines[at(band)].count() == 0) lines[at(band)] = Line(3, kBlock);
   }
-  exchange.publish();
+  auto load = std::make_unique<Load>();
+  load->kernels = std::move(kernels);
+  handover.publish(std::move(load));
 }
 
 void Crossover_WithLatency::reset() noexcept {
-  for (PlanarArrays* const past : {&input, &spectrum, &carried, &tails}) past->clear();
-  for (Lines& block : lines) {
-    block.samples.clear();
-    block.count = 0;
-  }
+  // Lines begin anew where a block has none before it.
+  input.clear();
+  spectra.clear();
+  counts.fill(0);
+  handover.giveBack(std::exchange(former, nullptr));
   position = 0;
 }
 
 void Crossover_WithLatency::resetRight() noexcept {
-  for (PlanarArrays* const samples : {&input, &tails, &lines[0].samples, &lines[1].samples}) {
-    samples->clearImaginary();
-  }
-  for (const PlanarArrays* const spectra : {&spectrum, &carried}) {
-    for (int i = 0; i < spectra->count(); ++i) fft.keepRealSignal((*spectra)[i]);
-  }
+  input.clearImaginary();
+  for (int band = 0; band < linesUsed; ++band) lines[at(band)].clearImaginary();
+  for (int block = 0; block < 2; ++block) fft.keepRealSignal(spectra[block]);
 }
 
 void Crossover_WithLatency::process(const double* left, const double* right,
@@ -67,14 +76,13 @@ void Crossover_WithLatency::takeInput(const double* left, const double* right,
 
 void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRight, int bandCount,
                                  int done, int frames, bool mono) noexcept {
-  const Lines& block = lines[at(out)];
-  const int top = std::min(bandCount - 1, block.count);
+  const int top = std::min(bandCount - 1, counts[at(out)]);
   const auto emitChannel = [&](double* const* bands, const double* delayed,
                                double* PlanarSpan::*part) {
     double* const rest = bands[top] + done;
     std::copy_n(delayed, frames, rest);
     for (int band = 0; band < top; ++band) {
-      const double* const line = block.samples[band].*part + position;
+      const double* const line = lines[at(band)][out].*part + position;
       double* const to = bands[band] + done;
       for (int i = 0; i < frames; ++i) {
         to[i] = line[i];
@@ -87,74 +95,118 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
   if (!mono) emitChannel(bandRight, input[0].im + position, &PlanarSpan::im);
 }
 
+/// Starts to load what the next span outputs, which with many instances has left the near caches.
+void Crossover_WithLatency::fetchAhead() const noexcept {
+  constexpr int kCacheLine = 8;  // samples
+  for (int band = 0; band < counts[at(out)]; ++band) {
+    const PlanarSpan line = lines[at(band)][out];
+    for (int i = position; i < position + kSpan; i += kCacheLine) {
+      __builtin_prefetch(line.re + i);
+      __builtin_prefetch(line.im + i);
+    }
+  }
+}
+
 void Crossover_WithLatency::endOfSpan() noexcept {
+  if (position < kBlock) fetchAhead();
   // The first sample of this block completed the input block now being worked on.
   const int turn = position / kSpan - 1;
   if (turn == 0) {
+    takeKernels();
     transformInput();
-  } else if (turn <= lines[at(out ^ 1)].count) {
+  } else if (turn <= counts[at(out ^ 1)]) {
     transformBand(turn - 1);
   }
   if (position == kBlock) endOfBlock();
 }
 
+void Crossover_WithLatency::takeKernels() noexcept {
+  handover.giveBack(std::exchange(former, nullptr));
+  if (Load* const next = handover.take()) former = std::exchange(current, next);
+  const int count = current == nullptr ? 0 : current->kernels->lines();
+  linesUsed = std::max(linesUsed, count);
+  counts[at(out ^ 1)] = count;
+  addTails(counts[at(out)], count);
+}
+
 void Crossover_WithLatency::transformInput() noexcept {
-  exchange.take();
-  const int count = exchange.active().lines;
-  addBands(lines[at(out)].count, count);
-  lines[at(out ^ 1)].count = count;
   constexpr int kStart = kDelay + 1 - kBlock;
+  PlanarScratch<2, 2 * kBlock> work;
   const PlanarSpan padded = work[0];
   std::copy_n(input[0].re + kStart, kBlock, padded.re);
   std::copy_n(input[0].im + kStart, kBlock, padded.im);
   std::fill_n(padded.re + kBlock, kBlock, 0.0);
   std::fill_n(padded.im + kBlock, kBlock, 0.0);
-  fft.forward(padded, spectrum[0], work[2]);
+  newest ^= 1;
+  fft.forward(padded, spectra[newest], work[1]);
 }
 
-void Crossover_WithLatency::addBands(int before, int count) noexcept {
-  const auto take = [](const double* from, double* to, int points) {
-    for (int i = 0; i < points; ++i) to[i] -= from[i];
-  };
+/// Begins the tails of lines that the last block did not have.
+void Crossover_WithLatency::addTails(int before, int count) noexcept {
   for (int band = before; band < count; ++band) {
     for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
-      double* const next = carried[band].*part;
-      double* const tail = tails[band].*part;
-      std::fill_n(next, 2 * kBlock, 0.0);
+      double* const tail = lines[at(band)][kTail].*part;
       std::fill_n(tail, kBlock, 0.0);
       if (band != before) continue;
       // Until now this was the top band, whose kernel has its impulse at the first tap of the
-      // second partition: what it still adds is the rest of the last blocks.
-      std::transform(spectrum[0].*part, spectrum[0].*part + 2 * kBlock, next,
-                     [](double x) { return x * kScale; });
+      // second half: what it still adds is the rest of the last blocks.
       for (int below = 0; below < before; ++below) {
-        take(carried[below].*part, next, 2 * kBlock);
-        take(tails[below].*part, tail, kBlock);
+        const double* const taken = lines[at(below)][kTail].*part;
+        for (int i = 0; i < kBlock; ++i) tail[i] -= taken[i];
       }
+    }
+  }
+}
+
+/// What the block before adds to this one: its product with the second halves of the kernels that
+/// it met, for a line it did not have as in `addTails`.
+void Crossover_WithLatency::carryOver(int band, PlanarSpan sum, PlanarSpan work) const noexcept {
+  const ConstPlanarSpan x = spectra[newest ^ 1];
+  const int before = counts[at(out)];
+  const Load* const met = former == nullptr ? current : former;
+  const auto product = [&](int line, PlanarSpan to) {
+    const ConstPlanarSpan h = met->kernels->far(line);
+    vectorKernels().multiplySpectra(&x, &h, 1, to, 2 * kBlock);
+  };
+  if (band < before) return product(band, sum);
+  if (band > before) {
+    std::fill_n(sum.re, 2 * kBlock, 0.0);
+    std::fill_n(sum.im, 2 * kBlock, 0.0);
+    return;
+  }
+  for (int i = 0; i < 2 * kBlock; ++i) {
+    sum.re[i] = x.re[i] * kScale;
+    sum.im[i] = x.im[i] * kScale;
+  }
+  for (int below = 0; below < before; ++below) {
+    product(below, work);
+    for (int i = 0; i < 2 * kBlock; ++i) {
+      sum.re[i] -= work.re[i];
+      sum.im[i] -= work.im[i];
     }
   }
 }
 
 void Crossover_WithLatency::transformBand(int band) noexcept {
   // Overlap-add, not overlap-save: an input block stays with the kernels it met first.
-  const ConstPlanarSpan x = spectrum[0];
-  const PlanarArrays& kernels = exchange.active().spectra;
-  const ConstPlanarSpan near = kernels[band * kPartitions];
-  const ConstPlanarSpan far = kernels[band * kPartitions + 1];
+  PlanarScratch<3, 2 * kBlock> work;
+  const ConstPlanarSpan x = spectra[newest];
+  const ConstPlanarSpan near = current->kernels->near(band);
   vectorKernels().multiplySpectra(&x, &near, 1, work[0], 2 * kBlock);
+  carryOver(band, work[1], work[2]);
   const auto add = [](const double* from, double* to, int count) {
     for (int i = 0; i < count; ++i) to[i] += from[i];
   };
-  add(carried[band].re, work[0].re, 2 * kBlock);
-  add(carried[band].im, work[0].im, 2 * kBlock);
-  vectorKernels().multiplySpectra(&x, &far, 1, carried[band], 2 * kBlock);
+  add(work[1].re, work[0].re, 2 * kBlock);
+  add(work[1].im, work[0].im, 2 * kBlock);
   fft.backward(work[0], work[1], work[2]);
-  const PlanarSpan line = lines[at(out ^ 1)].samples[band];
+  const Line& line = lines[at(band)];
   for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
     const double* const whole = work[1].*part;
-    std::copy_n(whole, kBlock, line.*part);
-    add(tails[band].*part, line.*part, kBlock);
-    std::copy_n(whole + kBlock, kBlock, tails[band].*part);
+    double* const samples = line[out ^ 1].*part;
+    double* const tail = line[kTail].*part;
+    for (int i = 0; i < kBlock; ++i) samples[i] = whole[i] + tail[i];
+    std::copy_n(whole + kBlock, kBlock, tail);
   }
 }
 

@@ -2,17 +2,17 @@
 
 #include <array>
 #include <atomic>
-#include <vector>
+#include <memory>
 
 #include "analysis/planar_array.h"
 #include "analysis/planar_fft.h"
-#include "filters/kernel_exchange.h"
+#include "filters/kernel_handover.h"
 #include "filters/partitioned_convolver.h"
 
 /// Splits a mono or stereo signal into bands, each by an FIR kernel of `kTaps` taps.
 ///
-/// Threads: `setKernels` on a control thread at any moment; `process` and `reset*` on the audio
-/// thread, where they neither lock nor allocate.
+/// Threads: `setKernels` and `collect` on a control thread at any moment; `process` and `reset*` on
+/// the audio thread, where they neither lock nor allocate.
 class CrossoverEngine {
  public:
   static constexpr int kBands = 8;
@@ -24,7 +24,10 @@ class CrossoverEngine {
   virtual ~CrossoverEngine() = default;
 
   /// Sets the kernels of `bandCount` bands; they must add up to an impulse at the middle tap.
-  virtual void setKernels(const double* const* kernels, int bandCount) noexcept = 0;
+  /// Throws std::bad_alloc, with nothing changed.
+  virtual void setKernels(const double* const* kernels, int bandCount) = 0;
+  /// Frees what former kernels have left.
+  virtual void collect() noexcept = 0;
   /// Writes `bandCount` bands. If `right` is null the call is mono and `bandRight` is not touched.
   /// Outputs must not be inputs.
   virtual void process(const double* left, const double* right, double* const* bandLeft,
@@ -38,19 +41,44 @@ class CrossoverEngine {
 /// The crossover whose only delay is that of the kernels.
 class Crossover final : public CrossoverEngine {
  public:
-  void setKernels(const double* const* kernels, int bandCount) noexcept override {
+  static constexpr int kBlockDelay = 0;
+
+  void setKernels(const double* const* kernels, int bandCount) override {
     convolver.setKernels(kernels, bandCount);
   }
+  /// Sets kernels that others may share.
+  void setKernels(std::shared_ptr<const PartitionedKernels> kernels) {
+    convolver.setKernels(std::move(kernels));
+  }
+  void collect() noexcept override { convolver.collect(); }
   void process(const double* left, const double* right, double* const* bandLeft,
                double* const* bandRight, int bandCount, int frames) noexcept override {
     convolver.process(left, right, bandLeft, bandRight, bandCount, frames);
   }
   void reset() noexcept override { convolver.reset(); }
   void resetRight() noexcept override { convolver.resetRight(); }
-  [[nodiscard]] int blockDelay() const noexcept override { return 0; }
+  [[nodiscard]] int blockDelay() const noexcept override { return kBlockDelay; }
 
  private:
   PartitionedConvolver convolver{kTaps, kBands};
+};
+
+/// The kernels of all bands but the topmost as `Crossover_WithLatency` reads them. Never changes,
+/// so that any number of crossovers can share it.
+class BlockedKernels {
+ public:
+  static constexpr int kBlock = 512;
+
+  BlockedKernels(const double* const* kernels, int bandCount);
+
+  [[nodiscard]] int lines() const noexcept { return lineCount; }  ///< bands that are convolved
+  // Spectra of the first and the second half of a kernel, which undo the gain of both transforms.
+  [[nodiscard]] ConstPlanarSpan near(int band) const noexcept { return spectra[2 * band]; }
+  [[nodiscard]] ConstPlanarSpan far(int band) const noexcept { return spectra[2 * band + 1]; }
+
+ private:
+  int lineCount;
+  PlanarArrays spectra;
 };
 
 /// Produces the same bands 1023 samples later, with less work that is spread evenly over time. The
@@ -65,9 +93,14 @@ class Crossover final : public CrossoverEngine {
 class Crossover_WithLatency final
     : public CrossoverEngine {  // NOLINT(readability-identifier-naming)
  public:
+  static constexpr int kBlockDelay = 1023;
+
   Crossover_WithLatency();
 
-  void setKernels(const double* const* kernels, int bandCount) noexcept override;
+  void setKernels(const double* const* kernels, int bandCount) override;
+  /// Sets kernels that others may share.
+  void setKernels(std::shared_ptr<const BlockedKernels> kernels);
+  void collect() noexcept override { handover.collect(); }
   void process(const double* left, const double* right, double* const* bandLeft,
                double* const* bandRight, int bandCount, int frames) noexcept override;
   void reset() noexcept override;
@@ -75,43 +108,45 @@ class Crossover_WithLatency final
   [[nodiscard]] int blockDelay() const noexcept override { return kBlockDelay; }
 
  private:
-  static constexpr int kBlockDelay = 1023;
-  static constexpr int kBlock = 512;
-  static constexpr int kPartitions = kTaps / kBlock;
+  static constexpr int kBlock = BlockedKernels::kBlock;
   static constexpr int kSpan = kBlock / kBands;  // samples per transform
   static constexpr int kLines = kBands - 1;      // bands that are convolved
   static constexpr int kDelay = kBlockDelay + kTaps / 2;
   static constexpr double kScale = 0.5 / kBlock;  // undoes the gain of both transforms
 
-  struct KernelSet {
-    PlanarArrays spectra{kLines * kPartitions, 2 * kBlock};
-    int lines = 0;
+  struct Load {
+    std::shared_ptr<const BlockedKernels> kernels;
+    std::atomic<bool> done{false};
   };
-  /// The convolved bands of one block.
-  struct Lines {
-    PlanarArrays samples{kLines, kBlock};
-    int count = 0;
-  };
+  /// A convolved band: index 0 and 1 are its samples in the block being output and in the one being
+  /// worked on, in turn; index 2 is what the last block still adds.
+  using Line = PlanarArrays;
+  static constexpr int kTail = 2;
 
   void takeInput(const double* left, const double* right, int frames) noexcept;
   void emit(double* const* bandLeft, double* const* bandRight, int bandCount, int done, int frames,
             bool mono) noexcept;
+  void fetchAhead() const noexcept;
   void endOfSpan() noexcept;
+  void takeKernels() noexcept;
   void transformInput() noexcept;
   void transformBand(int band) noexcept;
-  void addBands(int before, int count) noexcept;
+  void carryOver(int band, PlanarSpan sum, PlanarSpan work) const noexcept;
+  void addTails(int before, int count) noexcept;
   void endOfBlock() noexcept;
 
-  KernelExchange<KernelSet> exchange;
+  KernelHandover<Load> handover;
   const PlanarFft& fft;
-  PlanarArrays loading{3, 2 * kBlock};  // control side
+  // The control side makes a line before it publishes the first kernels that need it.
+  std::array<Line, kLines> lines;
   // The last `kDelay` samples, followed by those of the present block.
   PlanarArrays input{1, kDelay + kBlock};
-  PlanarArrays spectrum{1, 2 * kBlock};      // of the block being worked on
-  PlanarArrays carried{kLines, 2 * kBlock};  // spectra: per band, its part in the next block
-  PlanarArrays tails{kLines, kBlock};        // per band, what the last block still adds
-  PlanarArrays work{3, 2 * kBlock};
-  std::array<Lines, 2> lines;  // the block being output and the one being worked on
-  int out = 0;                 // index in `lines` of the block being output
-  int position = 0;            // in the block being output
+  PlanarArrays spectra{2, 2 * kBlock};  // of the block being worked on and of the one before
+  Load* current = nullptr;              // whose kernels the block being worked on meets
+  Load* former = nullptr;               // those that the block before met, if others
+  int linesUsed = 0;                    // lines that have ever been needed
+  std::array<int, 2> counts{};          // lines of the block being output and the one worked on
+  int out = 0;                          // index in `counts` and in lines of the block being output
+  int newest = 0;                       // index in `spectra` of the block being worked on
+  int position = 0;                     // in the block being output
 };

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
+#include <memory>
 #include <span>
 #include <vector>
 
-#include "analysis/fft.h"
-#include "analysis/window_table.h"
 #include "filters/crossover.h"
 #include "filters/curve_cache.h"
 #include "filters/kernel_copy.h"
@@ -30,7 +30,8 @@ struct CrossoverSplits {
 
 /// The crossover: designs kernels from splits and runs them. The kernels are linear-phase with 1024
 /// taps and add up to an impulse at tap 512, so that the bands add up to the input delayed by
-/// `latency` samples.
+/// `latency` samples. Until kernels are built the lowest band is all of the input. Holds next to
+/// nothing until there are bands; those of a caller who asks before that are silent.
 ///
 /// Threads: `setSampleRate`, `setSplits` and `buildKernels` on one control thread at a time, at any
 /// moment; `processBlock` and `reset*` on the audio thread; `bandMagnitude`, `crossoverCurve` and
@@ -39,12 +40,14 @@ class CrossoverBank {
  public:
   static constexpr int kBands = CrossoverSplits::kBands;
   static constexpr int kTaps = CrossoverEngine::kTaps;
+  static constexpr int kMostLatency = kTaps / 2 + kTaps - 1;  ///< samples
 
   void setSampleRate(double hz) noexcept { sampleRate = hz; }
   /// Takes the centres (Hz, ascending) and slopes (dB per octave) of up to eight bands. A split
   /// lies at the geometric mean of two neighbouring centres and has the slope of the lower band.
   void setSplits(std::span<const double> centres, std::span<const double> slopes);
-  /// Designs the kernels and hands them to the engines, if splits or rate have changed.
+  /// Hands kernels to the audio thread if splits or rate have changed; designs them if no instance
+  /// has these.
   void buildKernels();
 
   /// Splits `inputs` into `bandCount` bands; mono if the second channel is null.
@@ -62,25 +65,19 @@ class CrossoverBank {
   /// See `KernelCopy::copy`; 0 for an unknown band.
   unsigned copyKernel(int band, unsigned known, std::vector<double>& taps) const;
 
-  bool useBlocked = true;  ///< less work, 1023 samples more delay; set before first use
+  bool useBlocked = true;  ///< less work, 1023 samples more delay; set before the first splits
 
  private:
-  using Kernel = std::array<double, kTaps>;
-
+  void makeEngine();
   [[nodiscard]] CrossoverSplits currentSplits() const;
-  void lowpassKernel(double relativeFrequency, double exponent, Kernel& kernel);
 
   double sampleRate = 44100.0;
   CrossoverSplits splits;  // written by the control side under the lock
   mutable PlugBaseMutex splitsLock;
   CrossoverSplits builtSplits;  // what the kernels were designed from
   double builtRate = 0.0;
-  std::array<Kernel, kBands> kernels{};  // control side
-  FftTables fft;
-  std::vector<double> spectrum;  // control side: pairs
-  WindowTable kernelWindow{12.0F};
-  Crossover direct;
-  Crossover_WithLatency blocked;
+  std::unique_ptr<CrossoverEngine> owned;  // null until the first splits
+  std::atomic<CrossoverEngine*> engine{nullptr};
   CurveCache<CrossoverSplits, kBands> curves;
   std::array<KernelCopy, kBands> copies;
 };

@@ -17,11 +17,17 @@ class KernelExchange {
 
   // Control side, one thread at a time.
   [[nodiscard]] Kernel& spare() noexcept { return kernels[spareIndex]; }
-  void publish() noexcept {
+  /// Returns whether the kernel published before has been taken; otherwise it never will be.
+  bool publish() noexcept {
     // Release: hands over the filled kernel. Acquire: the audio thread has finished reading the one
     // that comes back.
     const std::uint32_t back = middle.exchange(spareIndex | kFresh, std::memory_order_acq_rel);
     spareIndex = back & kIndex;
+    return (back & kFresh) == 0;
+  }
+  /// Whether what was published last has been taken, and what was active before is free.
+  [[nodiscard]] bool taken() const noexcept {
+    return (middle.load(std::memory_order_acquire) & kFresh) == 0;
   }
 
   // Audio thread.

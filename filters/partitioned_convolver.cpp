@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
+#include <utility>
 
 #include "platform/index.h"
 
@@ -21,59 +21,114 @@ void addTo(PlanarSpan sum, ConstPlanarSpan x, int count) noexcept {
   addTo(sum.im, x.im, count);
 }
 
+/// Writes `block` samples, followed by as many zeros.
+void pad(ConstPlanarSpan from, PlanarSpan to, int block) noexcept {
+  std::copy_n(from.re, block, to.re);
+  std::copy_n(from.im, block, to.im);
+  std::fill_n(to.re + block, block, 0.0);
+  std::fill_n(to.im + block, block, 0.0);
+}
+
+/// The spectra of partitions of `block` taps, from the second one on: the first block belongs to
+/// the head or to the smaller partitions.
+void loadPartitions(const double* taps, int block, int partitions, const PlanarArrays& spectra,
+                    int first) {
+  const PlanarFft& fft = PlanarFft::shared(2 * block);
+  const PlanarArrays work(2, 2 * block);
+  const PlanarSpan padded = work[0];
+  const double scale = 0.5 / block;  // undoes the gain of both transforms
+  for (int j = 0; j < partitions; ++j) {
+    const double* const partition = taps + static_cast<std::ptrdiff_t>(j + 1) * block;
+    std::transform(partition, partition + block, padded.re,
+                   [scale](double h) { return h * scale; });
+    fft.forward(padded, spectra[first + j], work[1]);
+  }
+}
+
 }  // namespace
 
-PartitionedConvolver::Stage::Stage(int block, int partitions, int kernelCount)
-    : blockSize(block),
-      count(partitions),
-      fft(PlanarFft::shared(2 * block)),
-      inputs(partitions, 2 * block),
-      work(2, 2 * block),
-      parts(2 * kernelCount, 2 * block),
-      retired(kernelCount * partitions, 2 * block),
+PartitionedKernels::PartitionedKernels(const double* const* kernels, int count, int tapCount)
+    : largePartitions(tapCount / kLarge - 1),
+      heads(static_cast<std::size_t>(count)),
+      smallSpectra(count * kSmallPartitions, 2 * kSmall),
+      largeSpectra(count * largePartitions, 2 * kLarge) {
+  for (int k = 0; k < count; ++k) {
+    std::copy_n(kernels[k], kHead, heads[at(k)].data());
+    loadPartitions(kernels[k], kSmall, kSmallPartitions, smallSpectra, k * kSmallPartitions);
+    loadPartitions(kernels[k], kLarge, largePartitions, largeSpectra, k * largePartitions);
+  }
+}
+
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+PartitionedConvolver::Stage<blockSize, spectrumOf>::Stage(int partitions, int kernelCount)
+    : count(partitions),
+      fft(PlanarFft::shared(2 * blockSize)),
+      inputs(partitions, 2 * blockSize),
+      parts(2 * kernelCount, 2 * blockSize),
       ringing(static_cast<std::size_t>(kernelCount)) {}
 
-PlanarSpan PartitionedConvolver::Stage::tail(int kernel) const noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+PlanarArrays PartitionedConvolver::Stage<blockSize, spectrumOf>::ring() const {
+  return {static_cast<int>(ringing.size()) * count, 2 * blockSize};
+}
+
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+PlanarSpan PartitionedConvolver::Stage<blockSize, spectrumOf>::tail(int kernel) const noexcept {
   return offset(parts[2 * kernel + (turn ^ 1)], blockSize);
 }
 
-void PartitionedConvolver::Stage::clear() noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+bool PartitionedConvolver::Stage<blockSize, spectrumOf>::rings() const noexcept {
+  return std::ranges::any_of(ringing, [](int runs) { return runs > 0; });
+}
+
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+void PartitionedConvolver::Stage<blockSize, spectrumOf>::clear() noexcept {
   parts.clear();
-  retired.clear();
   std::fill(ringing.begin(), ringing.end(), 0);
   known = 0;
 }
 
-void PartitionedConvolver::Stage::clearRight() noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+void PartitionedConvolver::Stage<blockSize, spectrumOf>::clearRight(
+    const PlanarArrays* retired) noexcept {
   parts.clearImaginary();
-  for (const PlanarArrays* const spectra : {&inputs, &retired}) {
-    for (int i = 0; i < spectra->count(); ++i) fft.keepRealSignal((*spectra)[i]);
+  for (const PlanarArrays* const spectra : {&std::as_const(inputs), retired}) {
+    for (int i = 0; spectra != nullptr && i < spectra->count(); ++i) {
+      fft.keepRealSignal((*spectra)[i]);
+    }
   }
 }
 
-template <typename SpectraOf>
-void PartitionedConvolver::Stage::run(ConstPlanarSpan padded, int kernels,
-                                      SpectraOf spectraOf) noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+void PartitionedConvolver::Stage<blockSize, spectrumOf>::run(ConstPlanarSpan block,
+                                                             const PartitionedKernels* kernels,
+                                                             const PlanarArrays* retired) noexcept {
+  PlanarScratch<2, 2 * blockSize> work;
   newest = (newest + count - 1) % count;
   known = std::min(known + 1, count);
   turn ^= 1;
-  fft.forward(padded, inputs[newest], work[1]);
+  pad(block, work[0], blockSize);
+  fft.forward(work[0], inputs[newest], work[1]);
+  const int kernelCount = kernels == nullptr ? 0 : kernels->count();
   std::array<ConstPlanarSpan, kMaxPartitions> x;
   std::array<ConstPlanarSpan, kMaxPartitions> h;
   for (int j = 0; j < known; ++j) x[at(j)] = inputs[(newest + j) % count];
   for (int kernel = 0; kernel < static_cast<int>(ringing.size()); ++kernel) {
     const bool former = ringing[at(kernel)] > 0;
-    if (kernel >= kernels && !former) continue;
-    const int terms = kernel < kernels ? known : 0;
-    for (int j = 0; j < terms; ++j) h[at(j)] = spectraOf(kernel)[j];
+    if (kernel >= kernelCount && !former) continue;
+    const int terms = kernel < kernelCount ? known : 0;
+    for (int j = 0; j < terms; ++j) h[at(j)] = (kernels->*spectrumOf)(kernel, j);
     vectorKernels().multiplySpectra(x.data(), h.data(), terms, work[0], 2 * blockSize);
-    if (former) addRetired(kernel, work[0]);
+    if (former) addRetired(kernel, work[0], *retired);
     fft.backward(work[0], fresh(kernel), work[1]);
   }
   due = (due + 1) % count;
 }
 
-void PartitionedConvolver::Stage::addRetired(int kernel, PlanarSpan sum) noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+void PartitionedConvolver::Stage<blockSize, spectrumOf>::addRetired(
+    int kernel, PlanarSpan sum, const PlanarArrays& retired) noexcept {
   --ringing[at(kernel)];
   const PlanarSpan part = retired[kernel * count + due];
   addTo(sum, part, 2 * blockSize);
@@ -81,13 +136,15 @@ void PartitionedConvolver::Stage::addRetired(int kernel, PlanarSpan sum) noexcep
   std::fill_n(part.im, 2 * blockSize, 0.0);
 }
 
-template <typename SpectraOf>
-void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexcept {
+template <int blockSize, PartitionedConvolver::SpectrumOf spectrumOf>
+void PartitionedConvolver::Stage<blockSize, spectrumOf>::retire(
+    const PartitionedKernels& kernels, const PlanarArrays& retired) noexcept {
+  PlanarScratch<1, 2 * blockSize> work;
   std::array<ConstPlanarSpan, kMaxPartitions> x;
   std::array<ConstPlanarSpan, kMaxPartitions> h;
   for (int j = 0; j < known; ++j) x[at(j)] = inputs[(newest + j) % count];
-  for (int kernel = 0; kernel < kernels; ++kernel) {
-    for (int j = 0; j < count; ++j) h[at(j)] = spectraOf(kernel)[j];
+  for (int kernel = 0; kernel < kernels.count(); ++kernel) {
+    for (int j = 0; j < count; ++j) h[at(j)] = (kernels.*spectrumOf)(kernel, j);
     // The next run uses the newest block with partition 1, and so on.
     for (int ahead = 0; ahead + 1 < count; ++ahead) {
       const int terms = std::min(known, count - 1 - ahead);
@@ -101,62 +158,51 @@ void PartitionedConvolver::Stage::retire(int kernels, SpectraOf spectraOf) noexc
   known = 0;
 }
 
-PartitionedConvolver::KernelSet::KernelSet(int smallPartitions, int largePartitions,
-                                           int kernelCount)
-    : kernels(static_cast<std::size_t>(kernelCount)) {
-  for (Spectra& spectra : kernels) {
-    spectra.small = PlanarArrays(smallPartitions, 2 * kSmall);
-    spectra.large = PlanarArrays(largePartitions, 2 * kLarge);
-  }
-}
-
 PartitionedConvolver::PartitionedConvolver(int tapCount, int kernelCount)
-    : small(kSmall, kLarge / kSmall - 1, kernelCount),
-      large(kLarge, tapCount / kLarge - 1, kernelCount),
-      exchange(small.count, large.count, kernelCount),
-      past(1, kHead + 2 * kLarge),
-      smallBlock(1, 2 * kSmall),
-      loading(3, 2 * kLarge) {}
+    : taps(tapCount),
+      small(PartitionedKernels::kSmallPartitions, kernelCount),
+      large(tapCount / kLarge - 1, kernelCount),
+      past(1, kHead + kLarge) {}
 
-void PartitionedConvolver::setKernels(const double* const* kernels, int count) noexcept {
-  KernelSet& set = exchange.spare();
-  set.count = std::min(count, static_cast<int>(set.kernels.size()));
-  for (int k = 0; k < set.count; ++k) {
-    Spectra& spectra = set.kernels[at(k)];
-    std::copy_n(kernels[k], kHead, spectra.head.data());
-    loadPartitions(kernels[k], small, spectra.small);
-    loadPartitions(kernels[k], large, spectra.large);
-  }
-  exchange.publish();
+void PartitionedConvolver::setKernels(const double* const* kernels, int count) {
+  const int most = std::min(count, static_cast<int>(small.ringing.size()));
+  setKernels(std::make_shared<const PartitionedKernels>(kernels, most, taps));
 }
 
-void PartitionedConvolver::loadPartitions(const double* taps, const Stage& stage,
-                                          const PlanarArrays& spectra) noexcept {
-  const int block = stage.blockSize;
-  const PlanarSpan padded = loading[0];
-  for (int j = 0; j < stage.count; ++j) {
-    // The first block of taps belongs to the head or to the stage before.
-    const double* const partition = taps + static_cast<std::ptrdiff_t>(j + 1) * block;
-    const double scale = 0.5 / block;  // undoes the gain of both transforms
-    std::transform(partition, partition + block, padded.re,
-                   [scale](double h) { return h * scale; });
-    std::fill_n(padded.re + block, block, 0.0);
-    std::fill_n(padded.im, 2 * block, 0.0);
-    stage.fft.forward(padded, spectra[j], loading[2]);
+void PartitionedConvolver::setKernels(std::shared_ptr<const PartitionedKernels> kernels) {
+  auto load = std::make_unique<Load>();
+  load->kernels = std::move(kernels);
+  collect();
+  if (!handover.present().empty()) {
+    load->ringOut = std::make_unique<RingOut>(RingOut{small.ring(), large.ring()});
+  }
+  handover.makeRoom();
+  handover.withdraw();
+  if (handover.present().empty()) load->ringOut = nullptr;
+  handover.publish(std::move(load));
+}
+
+void PartitionedConvolver::collect() noexcept {
+  handover.collect();
+  for (const auto& load : handover.present()) {
+    // Acquire: the audio thread has finished with it.
+    if (load->isRingUnused.load(std::memory_order_acquire)) load->ringOut.reset();
   }
 }
 
 void PartitionedConvolver::reset(int phase) noexcept {
   small.clear();
   large.clear();
+  endRinging();
   past.clear();
   position = phase % kLarge / kSmall * kSmall;
   silent = true;
 }
 
 void PartitionedConvolver::resetRight() noexcept {
-  small.clearRight();
-  large.clearRight();
+  const RingOut* const rings = ringing == nullptr ? nullptr : ringing->ringOut.get();
+  small.clearRight(rings == nullptr ? nullptr : &rings->small);
+  large.clearRight(rings == nullptr ? nullptr : &rings->large);
   past.clearImaginary();
 }
 
@@ -164,7 +210,7 @@ void PartitionedConvolver::process(const double* left, const double* right, doub
                                    double* const* outRight, int outputs, int frames) noexcept {
   if (frames <= 0) return;
   // With no past to convolve, kernels can be changed at any sample.
-  if (silent) exchange.take();
+  if (silent && handover.waiting()) takeKernels();
   silent = false;
   std::array<double*, 8> toLeft{};
   std::array<double*, 8> toRight{};
@@ -190,7 +236,7 @@ void PartitionedConvolver::processChunk(const double* left, const double* right,
   } else {
     std::copy_n(right, frames, newest.im);
   }
-  const int kernelCount = static_cast<int>(exchange.active().kernels.size());
+  const int kernelCount = static_cast<int>(small.ringing.size());
   for (int k = 0; k < outputs; ++k) {
     if (k < kernelCount) {
       convolveChunk(k, outLeft[k], outRight[k], frames);
@@ -205,14 +251,13 @@ void PartitionedConvolver::processChunk(const double* left, const double* right,
 
 void PartitionedConvolver::convolveChunk(int kernel, double* left, double* right,
                                          int frames) noexcept {
-  const KernelSet& set = exchange.active();
+  const PartitionedKernels* const kernels = active();
   const PlanarSpan newest = offset(past[0], kHead + position);
   const int inSmall = position % kSmall;
   const auto convolve = [&](double* PlanarSpan::*part, double* out) {
     std::array<double, kSmall + kVectorSlack> head;
-    if (kernel < set.count) {
-      const double* const taps = set.kernels[at(kernel)].head.data();
-      vectorKernels().fir(taps, kHead, newest.*part, head.data(), frames);
+    if (kernels != nullptr && kernel < kernels->count()) {
+      vectorKernels().fir(kernels->head(kernel), kHead, newest.*part, head.data(), frames);
     } else {
       head.fill(0.0);
     }
@@ -229,36 +274,58 @@ void PartitionedConvolver::convolveChunk(int kernel, double* left, double* right
 }
 
 void PartitionedConvolver::endOfBlock() noexcept {
-  const KernelSet& set = exchange.active();
-  const PlanarSpan present = offset(past[0], kHead);
-  std::copy_n(present.re + position - kSmall, kSmall, smallBlock[0].re);
-  std::copy_n(present.im + position - kSmall, kSmall, smallBlock[0].im);
-  small.run(smallBlock[0], set.count, set.smallSpectra());
+  const RingOut* const rings = ringing == nullptr ? nullptr : ringing->ringOut.get();
+  small.run(offset(past[0], kHead + position - kSmall), active(),
+            rings == nullptr ? nullptr : &rings->small);
   if (position != kLarge) return;
-  large.run(present, set.count, set.largeSpectra());
+  large.run(offset(past[0], kHead), active(), rings == nullptr ? nullptr : &rings->large);
   for (double* const channel : {past[0].re, past[0].im}) {
     std::copy_n(channel + kLarge, kHead, channel);
   }
   position = 0;
+  if (ringing != nullptr && !small.rings() && !large.rings()) endRinging();
   // Kernels change only where blocks of both sizes begin, so that each block meets one set.
-  if (exchange.waiting()) changeKernels();
+  if (handover.waiting()) takeKernels();
 }
 
-void PartitionedConvolver::changeKernels() noexcept {
-  const KernelSet& old = exchange.active();
-  small.retire(old.count, old.smallSpectra());
-  large.retire(old.count, old.largeSpectra());
-  for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
+void PartitionedConvolver::takeKernels() noexcept {
+  Load* const next = handover.take();
+  if (next == nullptr) return;
+  if (!silent) retireKernels(*next);
+  if (next != ringing) next->isRingUnused.store(true, std::memory_order_release);
+  if (current != ringing) handover.giveBack(current);
+  current = next;
+}
+
+void PartitionedConvolver::retireKernels(Load& next) noexcept {
+  double* const samples[] = {past[0].re, past[0].im};
+  if (current == nullptr) {
+    small.known = large.known = 0;
+  } else {
+    if (ringing == nullptr) ringing = &next;
+    const PartitionedKernels& old = *current->kernels;
+    small.retire(old, ringing->ringOut->small);
+    large.retire(old, ringing->ringOut->large);
     // The direct taps reach back: what they would still add is output with the next small block.
-    double* const samples = past[0].*part;
-    std::fill_n(samples + kHead, kHead + kVectorSlack, 0.0);
-    for (int k = 0; k < old.count; ++k) {
-      std::array<double, kHead + kVectorSlack> rest;
-      const double* const taps = old.kernels[at(k)].head.data();
-      vectorKernels().fir(taps, kHead, samples + kHead, rest.data(), kHead);
-      addTo(small.fresh(k).*part, rest.data(), kHead);
+    for (double* const channel : samples) {
+      std::fill_n(channel + kHead, kHead + kVectorSlack, 0.0);
+      for (int k = 0; k < old.count(); ++k) {
+        std::array<double, kHead + kVectorSlack> rest;
+        vectorKernels().fir(old.head(k), kHead, channel + kHead, rest.data(), kHead);
+        const PlanarSpan sum = small.fresh(k);
+        addTo(channel == samples[0] ? sum.re : sum.im, rest.data(), kHead);
+      }
     }
-    std::fill_n(samples, kHead, 0.0);
   }
-  exchange.take();
+  for (double* const channel : samples) std::fill_n(channel, kHead, 0.0);
+}
+
+void PartitionedConvolver::endRinging() noexcept {
+  if (ringing == nullptr) return;
+  if (ringing == current) {
+    current->isRingUnused.store(true, std::memory_order_release);
+  } else {
+    handover.giveBack(ringing);
+  }
+  ringing = nullptr;
 }

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <tuple>
+#include <utility>
 #include <vector>
+
+#include "filters/blt_eq.h"
+#include "filters/kernel_cache.h"
+#include "filters/linear_phase.h"
 
 namespace {
 
@@ -17,20 +21,83 @@ struct Edge {
   float slope = 0.0F;         // dB per octave
 };
 
-void setEdge(BLTEQ& filter, EQ::Type type, int prototype, const Edge& edge) noexcept {
-  // Bypass is set once, so that equal values leave the filter clean.
-  filter.setBypass(edge.on ? 0 : 1);
+/// The rows of an edge, or flat ones.
+AnalogSections edgeRows(EQ::Type type, int prototype, const Edge& edge) noexcept {
+  if (!edge.on) return kFlatSections;
+  BLTEQ filter;  // for its design alone
   filter.setType(type);
-  if (!edge.on) return;
   filter.setOrder(static_cast<int>(edge.slope / 6.0F));
   filter.setSubtype(prototype);
   filter.setFrequency(static_cast<float>(edge.frequency));
+  AnalogSections rows;
+  filter.design(&rows, true);
+  return rows;
 }
 
-/// Everything that the magnitude of a filter depends on.
-auto valuesOf(const BLTEQ& filter) noexcept {
-  return std::make_tuple(filter.getBypass(), filter.getType(), filter.getSubtype(),
-                         filter.getOrder(), filter.getFrequency(), filter.getQ());
+AnalogSections bandPassRows(float frequency, float q) noexcept {
+  BLTEQ filter;
+  filter.setType(EQ::kBpf);
+  filter.setFrequency(frequency);
+  filter.setQ(q);
+  AnalogSections rows;
+  filter.design(&rows, true);
+  return rows;
+}
+
+std::array<AnalogSections, 3> designFilters(int shape, float frequency, float slope, float q,
+                                            float slope2, double rate) noexcept {
+  if (shape == kBandPassEE) return {kFlatSections, kFlatSections, bandPassRows(frequency, q)};
+  const bool butterworth = shape == kBandPassB || shape == kLowPassB || shape == kHighPassB;
+  const int prototype = butterworth ? kButterworth : kStacked;
+  const auto centre = static_cast<double>(frequency);
+  Edge high{shape == kHighPass || shape == kHighPassB, centre, slope};
+  Edge low{shape == kLowPass || shape == kLowPassB, centre, slope};
+  if (shape == kBandPass || shape == kBandPassB) {
+    const double ratio = bandEdgeRatio(static_cast<double>(q));
+    high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
+    low = {true, std::min(centre * ratio, rate / 2.0), slope};
+  }
+  return {edgeRows(EQ::kHpf, prototype, high), edgeRows(EQ::kLpf, prototype, low), kFlatSections};
+}
+
+/// What a kernel is designed from.
+struct KernelSource {
+  std::array<AnalogSections, 3> filters;
+  double rate;
+  bool operator==(const KernelSource&) const = default;
+};
+
+std::vector<double> designKernel(const KernelSource& source) {
+  constexpr std::size_t kHalf = subband::kTaps / 2;
+  std::array<double, kHalf + 1> half{};
+  half.fill(1.0 / subband::kTaps);
+  for (const AnalogSections& rows : source.filters) {
+    for (std::size_t k = 0; k <= kHalf; ++k) {
+      half[k] *= analogMagnitude(rows.rows.data(), rows.count,
+                                 static_cast<double>(k) * source.rate / subband::kTaps);
+    }
+  }
+  return linearPhaseKernel(half);
+}
+
+/// A finished kernel: as it is shown, and as the convolver reads it.
+struct FinishedKernel {
+  explicit FinishedKernel(const KernelSource& source) : FinishedKernel(designKernel(source)) {}
+  explicit FinishedKernel(std::vector<double> kernel)
+      : shown(std::move(kernel)), spectra(pointerTo(shown.taps).data(), 1, subband::kTaps) {}
+
+  static std::array<const double*, 1> pointerTo(const std::vector<double>& taps) noexcept {
+    return {taps.data()};
+  }
+
+  NumberedTaps shown;
+  PartitionedKernels spectra;
+};
+
+std::shared_ptr<const FinishedKernel> kernelOf(const KernelSource& source) {
+  constexpr std::size_t kRecent = 32;  // of 90 KiB each
+  static KernelCache<KernelSource, FinishedKernel> cache(kRecent);
+  return cache.get(source, [&source] { return std::make_shared<const FinishedKernel>(source); });
 }
 
 }  // namespace
@@ -40,82 +107,45 @@ double bandEdgeRatio(double q) noexcept {
   return std::sqrt(1.0 + (0.5 + std::sqrt(squared + 0.25)) / squared);
 }
 
-subband::subband() { fft.prepare(kTaps); }
-
 void subband::setSampleRate(double hz) {
   sampleRate = hz;
-  for (BLTEQ* filter : {&highPass, &lowPass, &bandPass}) {
-    filter->setSampleRate(static_cast<float>(hz));
-  }
   rebuildNeeded = true;
 }
 
 void subband::configureFilters(int shape, float frequency, float slope, float q, float slope2) {
-  const auto before = std::make_tuple(valuesOf(highPass), valuesOf(lowPass), valuesOf(bandPass));
-  configureEdges(shape, frequency, slope, q, slope2);
-  for (BLTEQ* filter : {&highPass, &lowPass, &bandPass}) filter->update();
-  const auto now = std::make_tuple(valuesOf(highPass), valuesOf(lowPass), valuesOf(bandPass));
-  if (now != before) rebuildNeeded = true;
-  publishSections();
-  filtered.store(shape != kFlat, std::memory_order_relaxed);
+  const bool filters = shape != kFlat;
+  if (filters && owned == nullptr) {
+    owned = std::make_unique<Filter>();
+    // Release: hands over the filter.
+    shared.store(owned.get(), std::memory_order_release);
+  }
+  const Sections wanted{designFilters(shape, frequency, slope, q, slope2, sampleRate)};
+  if (wanted != sections) {
+    rebuildNeeded = true;
+    const PlugBaseMutex::Scope lock(sectionsLock);
+    sections = wanted;
+  }
+  filtered.store(filters, std::memory_order_relaxed);
   configured.store(true, std::memory_order_relaxed);
 }
 
-void subband::configureEdges(int shape, float frequency, float slope, float q, float slope2) {
-  const bool butterworth = shape == kBandPassB || shape == kLowPassB || shape == kHighPassB;
-  const int prototype = butterworth ? kButterworth : kStacked;
-  const auto centre = static_cast<double>(frequency);
-  Edge high{shape == kHighPass || shape == kHighPassB, centre, slope};
-  Edge low{shape == kLowPass || shape == kLowPassB, centre, slope};
-  if (shape == kBandPass || shape == kBandPassB) {
-    const double ratio = bandEdgeRatio(static_cast<double>(q));
-    high = {true, centre / ratio, shape == kBandPassB ? slope2 : slope};
-    low = {true, std::min(centre * ratio, sampleRate / 2.0), slope};
-  }
-  setEdge(highPass, EQ::kHpf, prototype, high);
-  setEdge(lowPass, EQ::kLpf, prototype, low);
-  bandPass.setBypass(shape == kBandPassEE ? 0 : 1);
-  bandPass.setType(EQ::kBpf);
-  if (shape != kBandPassEE) return;
-  bandPass.setFrequency(frequency);
-  bandPass.setQ(q);
-}
-
 void subband::rebuildKernel() {
+  if (owned != nullptr) owned->convolver.collect();
   if (!rebuildNeeded || !filtered.load(std::memory_order_relaxed)) return;
-  constexpr int kHalf = kTaps / 2;
-  std::vector<double> spectrum(2 * static_cast<std::size_t>(kTaps));
-  for (int k = 0; k <= kHalf; ++k) spectrum[2 * static_cast<std::size_t>(k)] = 1.0 / kTaps;
-  for (const BLTEQ* filter : {&highPass, &lowPass, &bandPass}) {
-    AnalogSections rows;
-    filter->design(&rows, false);
-    for (int k = 0; k <= kHalf; ++k) {
-      spectrum[2 * static_cast<std::size_t>(k)] *=
-          analogMagnitude(rows.rows.data(), rows.count, k * sampleRate / kTaps);
-    }
-  }
-  for (std::size_t k = 1; k < kHalf; ++k) spectrum[2 * (kTaps - k)] = spectrum[2 * k];
-  complexForward(kTaps, spectrum.data(), fft);
-  // The response is centred on index 0 and wraps around: exchange the halves.
-  std::vector<double> kernel(kTaps);
-  for (std::size_t i = 0; i < kTaps; ++i) kernel[i] = spectrum[2 * ((i + kHalf) % kTaps)];
-  kernelWindow.applyWindow(kernel.data(), kTaps);
-  kernelCopy.set(kernel);
-  const double* const taps = kernel.data();
-  convolver.setKernels(&taps, 1);
+  const auto kernel = kernelOf({sections.filters, sampleRate});
+  owned->convolver.setKernels({kernel, &kernel->spectra});
+  kernelCopy.set({kernel, &kernel->shown});
   rebuildNeeded = false;
 }
 
 int subband::filter(double* const band[kChannels], double* const rest[kChannels], int frames,
                     int channels) noexcept {
   const bool complement = configured.load(std::memory_order_relaxed);
-  if (!filtered.load(std::memory_order_relaxed)) {
+  Filter* const now = inUse();
+  if (now == nullptr) {
     for (int c = 0; c < channels; ++c) {
-      if (complement) {
-        std::fill_n(rest[c], frames, 0.0);
-      } else {
-        std::copy_n(band[c], frames, rest[c]);
-      }
+      if (!complement) std::copy_n(band[c], frames, rest[c]);
+      std::fill_n(complement ? rest[c] : band[c], frames, 0.0);
     }
     running = false;
     return 0;
@@ -125,55 +155,49 @@ int subband::filter(double* const band[kChannels], double* const rest[kChannels]
   running = true;
   for (int c = 0; c < channels; ++c) {
     std::copy_n(band[c], frames, rest[c]);
-    delay(rest[c], static_cast<std::size_t>(c), frames);
+    now->delay(rest[c], static_cast<std::size_t>(c), frames);
   }
-  delayIndex = (delayIndex + frames) % kDelay;
-  convolver.process(band[0], channels == 2 ? band[1] : nullptr, &band[0], &band[1], 1, frames);
-  if (!complement) return kDelay;
+  now->index = (now->index + frames) % kDelay;
+  now->convolver.process(band[0], channels == 2 ? band[1] : nullptr, &band[0], &band[1], 1, frames);
   for (int c = 0; c < channels; ++c) {
     for (int i = 0; i < frames; ++i) rest[c][i] -= band[c][i];
   }
   return kDelay;
 }
 
-void subband::delay(double* samples, std::size_t channel, int frames) noexcept {
-  auto& line = delayLines[channel];
-  int index = delayIndex;
+void subband::Filter::delay(double* samples, std::size_t channel, int frames) noexcept {
+  auto& line = lines[channel];
+  int at = index;
   for (int done = 0; done < frames;) {
-    const int span = std::min(frames - done, kDelay - index);
-    std::swap_ranges(samples + done, samples + done + span, line.data() + index);
+    const int span = std::min(frames - done, kDelay - at);
+    std::swap_ranges(samples + done, samples + done + span, line.data() + at);
     done += span;
-    index = (index + span) % kDelay;
+    at = (at + span) % kDelay;
   }
 }
 
 void subband::reset(int newPhase) noexcept {
   phase = newPhase;
-  convolver.reset(phase);
-  for (auto& line : delayLines) line.fill(0.0);
-  delayIndex = 0;
+  Filter* const now = shared.load(std::memory_order_acquire);
+  if (now == nullptr) return;
+  now->convolver.reset(phase);
+  for (auto& line : now->lines) line.fill(0.0);
+  now->index = 0;
 }
 
 void subband::resetRight() noexcept {
-  convolver.resetRight();
-  delayLines[1].fill(0.0);
-}
-
-void subband::publishSections() {
-  const PlugBaseMutex::Scope lock(sectionsLock);
-  sections = {highPass.activeSections(), lowPass.activeSections(), bandPass.activeSections()};
-}
-
-subband::Sections subband::currentSections() const {
-  const PlugBaseMutex::Scope lock(sectionsLock);
-  return sections;
+  Filter* const now = shared.load(std::memory_order_acquire);
+  if (now == nullptr) return;
+  now->convolver.resetRight();
+  now->lines[1].fill(0.0);
 }
 
 double subband::Sections::magnitudeAt(double frequency) const noexcept {
-  const auto magnitude = [frequency](const AnalogSections& filter) {
-    return analogMagnitude(filter.rows.data(), filter.count, frequency);
-  };
-  return magnitude(high) * magnitude(low) * magnitude(band);
+  double magnitude = 1.0;
+  for (const AnalogSections& rows : filters) {
+    magnitude *= analogMagnitude(rows.rows.data(), rows.count, frequency);
+  }
+  return magnitude;
 }
 
 double subband::bandMagnitude(double frequency) const {
@@ -183,7 +207,10 @@ double subband::bandMagnitude(double frequency) const {
 
 void subband::bandCurve(const float* frequencies, int n, float* out) {
   if (n <= 0) return;
-  const Sections drawn = currentSections();
+  const Sections drawn = [this] {
+    const PlugBaseMutex::Scope lock(sectionsLock);
+    return sections;
+  }();
   curve.draw(drawn, frequencies, n, 0, out,
              [&drawn](double f) { return std::array{drawn.magnitudeAt(f)}; });
 }

@@ -3,12 +3,11 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
-#include "analysis/fft.h"
-#include "analysis/window_table.h"
+#include "filters/analog_sections.h"
 #include "filters/band_shape.h"
-#include "filters/blt_eq.h"
 #include "filters/curve_cache.h"
 #include "filters/kernel_copy.h"
 #include "filters/partitioned_convolver.h"
@@ -19,7 +18,8 @@
 
 /// The filter of a dynamic EQ band: extracts a region of the spectrum with a linear-phase FIR of
 /// 2048 taps, and provides the rest, so that both add up to the delayed input. Analog filters
-/// describe the region; the kernel is sampled from their magnitude and used for all channels.
+/// describe the region; the kernel is sampled from their magnitude and used for all channels. Holds
+/// next to nothing until it is configured to filter.
 ///
 /// Threads: `setSampleRate`, `configureFilters` and `rebuildKernel` on one control thread at a
 /// time, at any moment; `filter` and `reset*` on the audio thread, where they neither lock nor
@@ -30,17 +30,16 @@ class subband {
   static constexpr int kTaps = 2048;
   static constexpr int kChannels = 2;
 
-  subband();
-
   void setSampleRate(double hz);  ///< Hz
   /// `shape`: a `SubType`. `frequency` in Hz; slopes in dB per octave, `slope2` that of the lower
-  /// edge of `kBandPassB`. Marks the kernel for a rebuild if anything has changed.
+  /// edge of `kBandPassB`. Marks the kernel for a rebuild if it changes.
   void configureFilters(int shape, float frequency, float slope, float q, float slope2);
-  /// Designs the kernel and hands it over, if marked.
+  /// Hands the kernel over, if marked; designs it if no instance has it.
   void rebuildKernel();
 
   /// `band` holds the input and is replaced by the band; `rest` is written. `channels`: 1 or 2.
-  /// Returns the delay of both in samples.
+  /// Returns the delay of both in samples. Until `configureFilters` the band is silent and all is
+  /// in the rest, without a delay.
   int filter(double* const band[kChannels], double* const rest[kChannels], int frames,
              int channels) noexcept;
   /// Forgets the past. `newPhase`: when to do the large part of the work, in samples; bands whose
@@ -65,41 +64,44 @@ class subband {
  private:
   static constexpr int kDelay = kTaps / 2;
 
-  /// The three filters' rows.
+  /// The rows of three filters in series: high-pass, low-pass, band-pass.
   struct Sections {
-    AnalogSections high = kFlatSections;
-    AnalogSections low = kFlatSections;
-    AnalogSections band = kFlatSections;
+    std::array<AnalogSections, 3> filters = {kFlatSections, kFlatSections, kFlatSections};
     [[nodiscard]] double magnitudeAt(double frequency) const noexcept;
     bool operator==(const Sections&) const = default;
   };
 
-  void configureEdges(int shape, float frequency, float slope, float q, float slope2);
-  void publishSections();
-  [[nodiscard]] Sections currentSections() const;
-  void delay(double* samples, std::size_t channel, int frames) noexcept;
+  /// What the audio thread needs to filter.
+  struct Filter {
+    void delay(double* samples, std::size_t channel, int frames) noexcept;
 
-  // Control side. These filters only provide designs; they never process audio.
-  BLTEQ highPass;
-  BLTEQ lowPass;
-  BLTEQ bandPass;
+    static constexpr std::size_t kApart = 40;  // samples, so that lines share no cache sets
+    PartitionedConvolver convolver{kTaps, 1};
+    std::array<std::array<double, kDelay + kApart>, kChannels> lines{};
+    int index = 0;  // in the lines
+  };
+
+  /// What the audio thread filters with, or null if it does not.
+  [[nodiscard]] Filter* inUse() const noexcept {
+    const bool filters = filtered.load(std::memory_order_relaxed);
+    return filters ? shared.load(std::memory_order_acquire) : nullptr;
+  }
+
+  // Control side.
   double sampleRate = 44100.0;
   bool rebuildNeeded = true;
-  FftTables fft;
-  WindowTable kernelWindow{12.0F};
+  std::unique_ptr<Filter> owned;  // null until the first setting that filters
 
-  std::atomic<bool> filtered{true};
+  std::atomic<bool> filtered{false};
   std::atomic<bool> configured{false};  // until it is set, the rest is the whole input
+  std::atomic<Filter*> shared{nullptr};
 
   // Audio thread.
-  PartitionedConvolver convolver{kTaps, 1};
-  std::array<std::array<double, kDelay>, kChannels> delayLines{};
-  int delayIndex = 0;
   int phase = 0;
   bool running = false;  // the last block was filtered
 
   // Source of the curves.
-  Sections sections;  // under the lock
+  Sections sections;  // written by the control side under the lock
   mutable PlugBaseMutex sectionsLock;
   CurveCache<Sections> curve;
   KernelCopy kernelCopy;

@@ -50,7 +50,14 @@ void EQGraphBase::setPreferences(const GraphPreferences& chosen) {
 }
 
 void EQGraphBase::setAnalyser(bool on) {
-  if (std::exchange(analyserOn, on) != on) redrawLabels(true);
+  if (on == analyserOn) return;
+  if (on) {
+    analysed.emplace(plugin.getEngine().analyserFeed());
+  } else {
+    analysed.reset();
+  }
+  analyserOn = on;
+  redrawLabels(true);
 }
 
 void EQGraphBase::setSelectedBand(int band) {

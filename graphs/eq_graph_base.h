@@ -2,9 +2,11 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "dynamics/analyser_feed.h"
 #include "editor/controls/hidden_mouse.h"
 #include "editor/controls/value_part.h"
 #include "editor/controls/value_text.h"
@@ -177,6 +179,7 @@ class EQGraphBase : public CControl,
   AnalyserAxis analyserAxis;
   double nyquist = 22050.0;
   bool analyserOn = false;
+  std::optional<AnalyserReader> analysed;  // while it is on
   float grDecay = 1.0F;
   int cursorX = -1;  // in the frame
   int cursorY = -1;

@@ -118,10 +118,12 @@ void ParameterInput::switchBankFromAudio(std::int32_t bank) noexcept {
 void ParameterInput::makeUpForAudio() {
   if (!audioChangedValues.exchange(false, std::memory_order_acquire)) return;
   const bool bankSwitched = audioBankSwitch.exchange(-1) >= 0;
-  {
+  if (bankSwitched) {
     const UpdateHold hold(engine);
-    if (bankSwitched) tellReplaced();
-    engine.update(bankSwitched);
+    tellReplaced();
+    engine.update(true);
+  } else {
+    engine.update(false);  // a hold would keep the next values from the audio thread
   }
   const bool tellsHost = bankSwitched && tellsBanks.load(std::memory_order_relaxed);
   for (std::int32_t i = 0; i < values.count(); ++i) {

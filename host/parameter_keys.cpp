@@ -40,6 +40,8 @@ ParameterKeys::ParameterKeys(std::string_view enumeration) {
   std::ranges::stable_sort(byName, {},
                            [this](std::size_t i) -> std::string_view { return entries[i].name; });
   std::ranges::stable_sort(byNumber, {}, [this](std::size_t i) { return entries[i].number; });
+  isInOrder = std::ranges::none_of(
+      byName, [this](std::size_t i) { return std::cmp_not_equal(entries[i].number, i); });
 }
 
 void ParameterKeys::addEntry(std::string_view text, std::int64_t& next) {
@@ -57,6 +59,10 @@ void ParameterKeys::addEntry(std::string_view text, std::int64_t& next) {
 
 const std::string& ParameterKeys::name(std::int32_t number) const noexcept {
   static const std::string none;
+  if (isInOrder) {
+    const bool isIn = number >= 0 && std::cmp_less(number, entries.size());
+    return isIn ? entries[static_cast<std::size_t>(number)].name : none;
+  }
   const auto numberOf = [this](std::size_t i) { return entries[i].number; };
   const auto found = std::ranges::lower_bound(byNumber, number, {}, numberOf);
   return found != byNumber.end() && entries[*found].number == number ? entries[*found].name : none;

@@ -36,4 +36,5 @@ class ParameterKeys {
   std::vector<Entry> entries;
   std::vector<std::size_t> byName;  // positions in `entries`
   std::vector<std::size_t> byNumber;
+  bool isInOrder = false;  // each entry's number is its position
 };

@@ -51,11 +51,13 @@ ParameterStore::ParameterStore(std::span<const ParameterRecord> table, const Par
 }
 
 void ParameterStore::takeGroups() {
+  std::uint32_t isNamed = 0;  // a bit per group
   for (std::int32_t i = 0; i < count(); ++i) {
     const std::int32_t group = groupOf(parameterKeys.name(i));
     records[at(i)].group = group;
-    const std::string bandName = "Band " + std::to_string(group);
-    if (group > 0 && std::ranges::find(names, bandName) == names.end()) names.push_back(bandName);
+    if (group == 0 || (isNamed & 1U << group) != 0) continue;
+    isNamed |= 1U << group;
+    names.push_back("Band " + std::to_string(group));
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,21 @@
 [[nodiscard]] std::optional<std::string> realPath(const std::string& path);
 /// The end of a chain of symbolic links, even if nothing exists there yet.
 [[nodiscard]] std::string resolvedLinks(std::string path);
+
+/// What tells one state of a file from another without reading it.
+struct FileStamp {
+  bool isThere = false;
+  bool isSettled = false;  ///< old enough that any later change gets other times
+  std::uint64_t device = 0;
+  std::uint64_t node = 0;
+  std::uint64_t size = 0;    ///< bytes
+  std::int64_t written = 0;  ///< nanoseconds, when the contents changed
+  std::int64_t changed = 0;  ///< nanoseconds, when anything changed
+
+  [[nodiscard]] bool isSameState(const FileStamp& other) const noexcept;
+};
+[[nodiscard]] FileStamp fileStamp(const std::string& path) noexcept;
+
 [[nodiscard]] std::error_code moveFile(const std::string& from, const std::string& to) noexcept;
 
 /// One name in a folder; for a link, `isFolder` and `isFile` describe its target.

@@ -8,6 +8,7 @@
 #include "platform/paths.h"
 #include "platform/whole_file.h"
 #include "state/json_memory.h"
+#include "state/known_files.h"
 
 namespace {
 
@@ -101,8 +102,9 @@ FileStore::FileStore(std::string storePath, std::chrono::milliseconds wait)
     : path(std::move(storePath)), longestWait(wait) {}
 
 std::optional<std::string> FileStore::read(std::string_view name) {
-  const Contents contents = load(path);
-  return contents.root ? find(*contents.root, name) : std::nullopt;
+  const auto file = readKnownFile(path);
+  const JsonTree root = file->bytes.empty() ? nullptr : parse(file->bytes);
+  return root ? find(*root, name) : std::nullopt;
 }
 
 bool FileStore::update(std::string_view name, const Change& change) {

@@ -57,11 +57,14 @@ Globals::Globals(UserStore& userStore)
     : store(userStore), values(choicesIn(userStore.read(kStoreName))) {}
 
 void Globals::initGlobals(const char* text) {
-  JsonTree table = parseObject(text);
-  if (!table) return;
   {
     const std::lock_guard lock(mutex);
-    defaults = std::move(table);
+    if (!defaults || text == nullptr || defaultsText != text) {
+      JsonTree table = parseObject(text);
+      if (!table) return;
+      defaultsText = text;
+      defaults = std::move(table);
+    }
     if (values) return;
   }
   // Without waiting: the first change of a value stores all of them anyway.

@@ -58,7 +58,8 @@ class Globals {
   UserStore& store;
   // Never held while the store is called, since it is taken under the store's lock.
   mutable std::mutex mutex;
-  JsonTree values;    // object of key to number; null for none
-  JsonTree defaults;  // the table; null before `initGlobals`
-  Choices unsaved;    // not written yet
+  JsonTree values;           // object of key to number; null for none
+  JsonTree defaults;         // the table; null before `initGlobals`
+  std::string defaultsText;  // of that table
+  Choices unsaved;           // not written yet
 };

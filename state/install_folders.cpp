@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <optional>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "platform/paths.h"
 #include "platform/user_folders.h"
-#include "platform/whole_file.h"
-#include "state/json_document.h"
+#include "state/known_files.h"
 #include "state/user_store.h"
 
 namespace {
@@ -32,13 +32,6 @@ std::string findInstallFolder(UserStore& store) {
   if (stored && stored->size() <= kLongestPath) return *stored;
   const std::string data = userDataFolder();
   return data.empty() ? "" : joinedPath(data, kProductFolder);
-}
-
-/// The text of a file; empty if it cannot be read.
-std::string readInstallFile(const std::string& folder, const std::string& name) {
-  std::string text;
-  if (folder.empty() || readWholeFile(folder + '/' + name, text, kMostDocumentBytes)) return {};
-  return text;
 }
 
 }  // namespace
@@ -74,21 +67,25 @@ std::string findFactoryFolder(const std::string& codeFolder, const std::string& 
   return {};
 }
 
-bool isTooLargeToLoad(const std::string& path) {
-  std::string text;
-  return readWholeFile(path, text, kMostDocumentBytes) == std::errc::file_too_large;
-}
-
 InstallFolders findInstallFolders(UserStore& store) {
   return {findInstallFolder(store),
           findFactoryFolder(codeFolder(), environmentText("XDG_DATA_DIRS"))};
 }
 
-std::string loadInstallFile(const InstallFolders& folders, const std::string& first,
+InstallFile loadInstallFile(const InstallFolders& folders, const std::string& first,
                             const std::string& second, std::string& pathOut) {
+  InstallFile file;
+  const auto take = [&file](const std::string& folder, const std::string& name) {
+    if (folder.empty() || file.contents != nullptr) return false;
+    auto contents = readKnownFile(folder + '/' + name);
+    const bool isTooLarge = contents->error == std::errc::file_too_large;
+    if (!contents->bytes.empty()) file.contents = std::move(contents);
+    return isTooLarge;
+  };
   pathOut = folders.install.empty() ? "" : folders.install + '/' + first;
-  std::string text = readInstallFile(folders.install, first);
-  if (text.empty()) text = readInstallFile(folders.install, second);
-  if (text.empty()) text = readInstallFile(folders.factory, second);
-  return text;
+  file.isTooLarge = take(folders.install, first);
+  file.isUsers = file.contents != nullptr;
+  take(folders.install, second);
+  take(folders.factory, second);
+  return file;
 }

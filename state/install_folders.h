@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 class UserStore;
+struct FileContents;
 
 /// The folders of presets, bands and banks. Paths may or may not end in a slash; an empty path
 /// means that there is no such folder.
@@ -21,9 +23,6 @@ inline constexpr const char* kBankExtension = "CorvanthelisBank";
 inline constexpr const char* kOldBankExtension = "bnk";
 inline constexpr const char* kBandExtension = "cvb";
 
-/// Whether there is a file that `loadInstallFile` skips because of its size. Does not read it.
-[[nodiscard]] bool isTooLargeToLoad(const std::string& path);
-
 /// The folders of this machine. The install folder is the environment's `CORVANTHELIS_PATH`,
 /// otherwise the store's "Path", otherwise in the user's data folder. For factory content see
 /// `findFactoryFolder`.
@@ -35,9 +34,17 @@ inline constexpr const char* kBandExtension = "cvb";
 [[nodiscard]] std::string findFactoryFolder(const std::string& codeFolder,
                                             const std::string& dataFolders);
 
-/// Reads the file `first` in the install folder, otherwise `second` in the install folder,
-/// otherwise `second` in the factory folder. `pathOut` gets the path of `first`, which need not
-/// exist: the place to write it to; empty without an install folder. Returns an empty text if none
-/// could be read; empty files and files larger than `kMostDocumentBytes` are skipped.
-[[nodiscard]] std::string loadInstallFile(const InstallFolders& folders, const std::string& first,
+/// A file of the install folder, or the one in its place.
+struct InstallFile {
+  std::shared_ptr<const FileContents> contents;  ///< null if there is none
+  bool isUsers = false;                          ///< it is the user's own
+  bool isTooLarge = false;                       ///< the user's own was skipped for its size
+};
+
+/// The file `first` in the install folder, otherwise `second` in the install folder, otherwise
+/// `second` in the factory folder; each is read only if it has changed since it was read last.
+/// Empty files and files larger than `kMostDocumentBytes` are skipped. `pathOut` gets the path of
+/// `first`, the user's own, which need not exist: the place to write it to; empty without an
+/// install folder.
+[[nodiscard]] InstallFile loadInstallFile(const InstallFolders& folders, const std::string& first,
                                           const std::string& second, std::string& pathOut);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,13 +24,23 @@ struct UiOption {
   bool isColour = false;  ///< the number is a colour, 0xRRGGBB
 };
 
-/// The graph options of one instance: groups of entries, each with a value and texts or limits.
-/// Threads: any but the audio thread; locks by itself.
+/// A table of graph options: groups of entries, each with a first value and texts or limits.
+/// Immutable: any threads at a time.
+struct UiTable {
+  /// If the text cannot be parsed there are no options, and the position of the fault is printed on
+  /// the standard error stream. Throws std::bad_alloc.
+  explicit UiTable(const char* text);
+
+  const std::shared_ptr<const JsonNode> root;  ///< null without options
+  std::vector<const JsonNode*> values;         ///< the nodes of all values, in their order
+};
+
+/// The graph options of one instance: the values of a table. Threads: any but the audio thread;
+/// locks by itself.
 class UiSettings {
  public:
-  /// `text`: the table of options. If it cannot be parsed there are no options, and the position of
-  /// the fault is printed on the standard error stream. Throws std::bad_alloc.
-  explicit UiSettings(const char* text);
+  /// `options` is not null. Throws std::bad_alloc.
+  explicit UiSettings(std::shared_ptr<const UiTable> options);
 
   /// The value of an entry; 0 if it is missing. Names are case-insensitive.
   [[nodiscard]] double getUiValue(std::string_view group, std::string_view key) const;
@@ -50,11 +62,21 @@ class UiSettings {
   void merge(const JsonNode* uiprefs);
 
  private:
-  // Both under `mutex`.
-  void set(JsonNode& value, std::int32_t valueInt, double valueDouble);
+  struct Value {
+    std::uint32_t type;
+    std::int32_t valueInt;
+    double valueDouble;
+  };
+
+  // All under `mutex`.
+  [[nodiscard]] std::size_t placeOf(const JsonNode* valueNode) const noexcept;
+  [[nodiscard]] std::size_t find(std::string_view group, std::string_view key) const;
+  [[nodiscard]] JsonTree copyOf(const JsonNode& node, std::size_t& nextPlace) const;
+  void set(Value& value, std::int32_t valueInt, double valueDouble);
   void mergeGroup(const JsonNode& group, const JsonNode* stored);
 
-  JsonTree table;  // under `mutex`; its shape never changes
+  const std::shared_ptr<const UiTable> table;
+  std::vector<Value> values;  // in the order of the table; under `mutex`
   std::atomic<unsigned> changes{0};
   mutable PlugBaseMutex mutex;
 };

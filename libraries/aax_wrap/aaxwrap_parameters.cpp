@@ -46,8 +46,8 @@ std::string aaxTrackName(std::span<const char> name) {
 }
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
-    : reductionReader(newEffect->getEngine().meterRings()),
-      effect(std::move(newEffect)),
+    : effect(std::move(newEffect)),
+      reductionReader(effect->getEngine().meterPeaks()),
       receivesMidi(effect->canDo("receiveVstEvents") == 1) {
   midiOutQueue.reserve(kMidiOutCapacity);
   sysexOutQueue.reserve(kMidiOutCapacity);

@@ -70,8 +70,9 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void queueMidiOut(const VstEvents* events) noexcept;
   void clearMidiOut() noexcept;
 
-  VstTimeInfo timeInfo{};               ///< for the audio thread only
-  GainReductionReader reductionReader;  ///< for the audio thread only
+  [[nodiscard]] GainReductionReader& reductions() noexcept { return reductionReader; }
+
+  VstTimeInfo timeInfo{};  ///< for the audio thread only
 
  protected:
   ~AAXWrap_Parameters() override;
@@ -92,6 +93,7 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void fetchChunk() const;  // under `chunkLock`
 
   std::unique_ptr<Plug> effect;
+  GainReductionReader reductionReader;
   // The effect's state whose size the host was last told: a copy, since the effect's own bytes
   // change whenever anything else asks for its state.
   mutable std::vector<char> chunkData;

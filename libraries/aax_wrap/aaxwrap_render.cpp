@@ -99,7 +99,7 @@ void writeMeters(float* meters, AAXWrap_Parameters& adapter) {
   for (int i = 0; i < 4; ++i) meters[i] = static_cast<float>(plug.getMeterValue(i % 2));
   // A mono instance has only one meter for the gain reduction, which is not written.
   if (aaxMeterCount(mainChannels) < 6) return;
-  GainReductionReader& reader = adapter.reductionReader;
+  GainReductionReader& reader = adapter.reductions();
   for (int c = 0; c < 2; ++c) meters[4 + c] = static_cast<float>(1.0 - reader.getGainReduction(c));
 }
 

@@ -20,6 +20,22 @@ void ControlExchange::offer(int id, float plain) noexcept {
   offered.set(id);
 }
 
+void ControlExchange::play(int id, float plain) noexcept {
+  ports[at(id)].store(plain, std::memory_order_relaxed);
+  held[at(id)].store(plain, std::memory_order_relaxed);
+  const float normalised = normalisedOf(id, plain);
+  know(id, normalised);
+  if (normalisedNow(id) != normalised) effect.parameterInput().setFromAudio(id, normalised);
+}
+
+float ControlExchange::knownOf(int id) const noexcept {
+  return known[at(id)].load(std::memory_order_relaxed);
+}
+
+void ControlExchange::know(int id, float normalised) noexcept {
+  known[at(id)].store(normalised, std::memory_order_relaxed);
+}
+
 void ControlExchange::confirm(int id, float plain) noexcept {
   ports[at(id)].store(plain, std::memory_order_relaxed);
   confirmed.set(id);
@@ -94,7 +110,7 @@ void ControlExchange::deliverOffered(bool isAlone) {
   for (std::size_t i = 0; i < count; ++i) deliverOne(news[i], isAlone);
   // Again where links have replaced a port's value by that of another port.
   for (std::size_t i = 0; i < count; ++i) {
-    if (normalisedNow(news[i]) != known[at(news[i])]) deliverOne(news[i], true);
+    if (normalisedNow(news[i]) != knownOf(news[i])) deliverOne(news[i], true);
   }
 }
 
@@ -102,7 +118,7 @@ void ControlExchange::deliverOne(int id, bool isAlone) {
   const float plain = portValue(id);
   const float normalised = normalisedOf(id, plain);
   held[at(id)].store(plain, std::memory_order_relaxed);
-  known[at(id)] = normalised;
+  know(id, normalised);
   if (normalisedNow(id) == normalised) return;
   if (!isAlone) {
     effect.setParameter(id, normalised);
@@ -121,14 +137,14 @@ void ControlExchange::findInsideChanges() {
 void ControlExchange::markInsideChanges() noexcept {
   for (int id = 0; id < kNumParams; ++id) {
     const float now = normalisedNow(id);
-    if (now == known[at(id)]) continue;
-    known[at(id)] = now;
+    if (now == knownOf(id)) continue;
+    know(id, now);
     changedInside.set(id);
   }
 }
 
 void ControlExchange::rememberAll() noexcept {
-  for (int id = 0; id < kNumParams; ++id) known[at(id)] = normalisedNow(id);
+  for (int id = 0; id < kNumParams; ++id) know(id, normalisedNow(id));
 }
 
 void ControlExchange::markAgainstPorts() noexcept {

@@ -20,6 +20,9 @@ class ControlExchange {
 
   // Audio thread.
   void offer(int id, float plain) noexcept;  ///< a port has a new value to deliver
+  /// A port has a new value that the effect takes with the next block: a live parameter, with
+  /// nothing else to deliver.
+  void play(int id, float plain) noexcept;
   /// A port has reached the value that the host was asked to set: nothing to deliver.
   void confirm(int id, float plain) noexcept;
   [[nodiscard]] bool hasNews() const noexcept { return offered.any(); }
@@ -78,6 +81,8 @@ class ControlExchange {
   [[nodiscard]] float plainNow(int id) const noexcept;
   [[nodiscard]] float normalisedNow(int id) const noexcept;
   [[nodiscard]] float normalisedOf(int id, float portPlain) const noexcept;
+  [[nodiscard]] float knownOf(int id) const noexcept;
+  void know(int id, float normalised) noexcept;
   void deliverNews();  // this and all below: under `delivering`
   void deliverOffered(bool isAlone);
   void deliverOne(int id, bool isAlone);
@@ -94,9 +99,9 @@ class ControlExchange {
   ParameterMarks unlikePorts;  // since a load
   std::atomic<bool> alone{false};
   std::atomic<unsigned> loads{0};
-  std::atomic<unsigned> takenLoads{0};    // by the audio thread; stored after it has dropped values
-  std::mutex delivering;                  // guards all below, and the order of deliveries
-  std::array<float, kNumParams> known{};  // normalised values that effect and ports agree on
+  std::atomic<unsigned> takenLoads{0};  // by the audio thread; stored after it has dropped values
+  std::array<std::atomic<float>, kNumParams> known;  // normalised, that effect and ports agree on
+  std::mutex delivering;                             // keeps the order of deliveries
 };
 
 }  // namespace lv2

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "core/parameter_table.h"
 #include "platform/index.h"
@@ -31,20 +30,16 @@ bool isOn(float control) noexcept { return control > 0.0F; }
 Plugin::Plugin(const PortLayout& ports, double rate, const HostFeatures& host)
     : layout(ports),
       features(host),
-      effect(&Plugin::answer),
+      effect(&Plugin::answer, Plug::Idle::kTimer, &monotonicMilliseconds, Machine::ofProcess(),
+             nullptr, static_cast<float>(rate)),
       enabledPort(&enabledByDefault),
       freewheelPort(&freewheelByDefault),
       framesBetweenJobs(static_cast<std::uint32_t>(rate * kSecondsBetweenJobs)),
       framesSinceJob(framesBetweenJobs),
       framesAfterLoad(static_cast<std::uint32_t>(rate * kSecondsAfterLoad)) {
   effect.getAeffect()->user = this;
-  effect.setSampleRate(static_cast<float>(rate));
+  effect.playLive();
   effect.setBlockSize(kMostFrames);
-  effect.resume();
-  void* chunk = nullptr;
-  const std::int32_t size = effect.getChunk(&chunk, false);
-  if (chunk == nullptr) throw std::bad_alloc();
-  newState.assign(static_cast<const char*>(chunk), static_cast<std::size_t>(size));
   for (int id = 0; id < kNumParams; ++id) {
     defaults[at(id)] = kParameterTable[at(id)].value;
     seen[at(id)] = effect.getPlainValue(id);
@@ -106,11 +101,8 @@ void Plugin::activate() {
 }
 
 void Plugin::run(std::uint32_t frames) noexcept {
-  readEvents();
   takeControls(frames);
-  for (std::uint32_t from = 0; from < frames; from += kMostFrames) {
-    processPart(from, std::min(frames - from, kMostFrames));
-  }
+  playEvents(frames);
   if (latencyPort != nullptr) *latencyPort = static_cast<float>(effect.getInitialDelay());
   // Of a state that was loaded the ports are told when the host has set them.
   const bool mayRequest = !controls.isLoaded();
@@ -154,11 +146,24 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
     for (int id = first; id < end; ++id) {
       changed |= static_cast<unsigned>(*parameterPorts[at(id)] != seen[at(id)]);
     }
-    if (changed != 0) takeNews(first, end);
+    if (changed != 0) findNews(first, end);
   }
+  if (newsCount > 0) takeNews(isLoaded);
 }
 
-void Plugin::takeNews(int first, int end) noexcept {
+/// Values that come together with one that must wait, or after it, wait with it.
+void Plugin::takeNews(bool isLoaded) noexcept {
+  const auto end = news.begin() + static_cast<std::ptrdiff_t>(newsCount);
+  const bool isLive =
+      !isLoaded && !controls.hasNews() && std::all_of(news.begin(), end, isLiveParameter);
+  std::for_each(news.begin(), end, [this, isLive](int id) {
+    const float plain = seen[at(id)];
+    isLive ? controls.play(id, plain) : controls.offer(id, plain);
+  });
+  newsCount = 0;
+}
+
+void Plugin::findNews(int first, int end) noexcept {
   for (int id = first; id < end; ++id) {
     const float plain = *parameterPorts[at(id)];
     if (plain == seen[at(id)] || std::isnan(plain)) continue;
@@ -168,7 +173,7 @@ void Plugin::takeNews(int first, int end) noexcept {
     if (isAnswer) {
       controls.confirm(id, plain);
     } else {
-      controls.offer(id, plain);
+      news[newsCount++] = id;
     }
   }
 }
@@ -199,23 +204,37 @@ void Plugin::onIdle() {
   controls.findInsideChanges();
 }
 
-void Plugin::readEvents() noexcept {
-  if (controlPort == nullptr || controlPort->atom.type != features.urids.atomSequence ||
-      features.map == nullptr) {
-    return;
+void Plugin::playEvents(std::uint32_t frames) noexcept {
+  processed = 0;
+  if (controlPort != nullptr && controlPort->atom.type == features.urids.atomSequence &&
+      features.map != nullptr) {
+    LV2_ATOM_SEQUENCE_FOREACH(controlPort, event) {
+      if (event->body.type != features.urids.midiEvent) continue;
+      const std::int64_t time = std::clamp<std::int64_t>(event->time.frames, 0, frames);
+      processUpTo(static_cast<std::uint32_t>(time));
+      playMidi(*event);
+    }
   }
-  LV2_ATOM_SEQUENCE_FOREACH(controlPort, event) {
-    if (event->body.type != features.urids.midiEvent) continue;
-    VstMidiEvent midi{};
-    midi.type = kVstMidiType;
-    midi.byteSize = sizeof midi;
-    midi.deltaFrames = static_cast<std::int32_t>(event->time.frames);
-    const std::size_t size = std::min<std::size_t>(event->body.size, 3);
-    std::memcpy(midi.midiData, event + 1, size);
-    VstEvents list{};
-    list.numEvents = 1;
-    list.events[0] = reinterpret_cast<VstEvent*>(&midi);
-    effect.processEvents(&list);
+  processUpTo(frames);
+}
+
+void Plugin::playMidi(const LV2_Atom_Event& event) noexcept {
+  VstMidiEvent midi{};
+  midi.type = kVstMidiType;
+  midi.byteSize = sizeof midi;
+  const std::size_t size = std::min<std::size_t>(event.body.size, 3);
+  std::memcpy(midi.midiData, &event + 1, size);
+  VstEvents list{};
+  list.numEvents = 1;
+  list.events[0] = reinterpret_cast<VstEvent*>(&midi);
+  effect.processEvents(&list);
+}
+
+void Plugin::processUpTo(std::uint32_t end) noexcept {
+  while (processed < end) {
+    const std::uint32_t frames = std::min(end - processed, kMostFrames);
+    processPart(processed, frames);
+    processed += frames;
   }
 }
 

@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <string>
 
 #include "core/plug.h"
 #include "libraries/lv2_wrap/control_exchange.h"
@@ -18,9 +17,10 @@ namespace lv2 {
 
 /// One instance in a host: connects the host's ports with the effect.
 ///
-/// Control values are delivered by the host's worker or, if it has none, by the message thread, at
-/// most every 14 ms. While the host renders faster or slower than real time, they take effect in
-/// the block that brings them.
+/// Control values that need no new filter are played from the block that brings them. Others are
+/// delivered by the host's worker or, if it has none, by the message thread, at most every 14 ms,
+/// and with them all that come at the same time; while the host renders faster or slower than real
+/// time, they take effect in the block that brings them.
 ///
 /// Threads: `connectPort` and `run` on the audio thread; `activate` while that does not run; `work`
 /// on the host's worker; `save` and `restore` on any other thread, even while audio runs. `run`
@@ -55,10 +55,14 @@ class Plugin final : private IdleClient {
                               std::intptr_t value, void* ptr, float opt);
 
   // Audio thread.
-  void readEvents() noexcept;
+  /// Runs a block in the parts between its MIDI events.
+  void playEvents(std::uint32_t frames) noexcept;
+  void playMidi(const LV2_Atom_Event& event) noexcept;
+  void processUpTo(std::uint32_t end) noexcept;
   void takeControls(std::uint32_t frames) noexcept;
   void lookAtPorts(bool isLoaded) noexcept;
-  void takeNews(int first, int end) noexcept;
+  void findNews(int first, int end) noexcept;
+  void takeNews(bool isLoaded) noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
   void processPart(std::uint32_t from, std::uint32_t frames) noexcept;
   void requestChanges() noexcept;
@@ -71,7 +75,6 @@ class Plugin final : private IdleClient {
   const HostFeatures features;
   Plug effect;
   ControlExchange controls{effect};
-  std::string newState;  // the chunk of a new instance
   std::atomic<bool> offline{false};
   std::atomic<bool> workAsked{false};
   int idleTicks = 0;  // message thread: ticks for which the worker has left values undelivered
@@ -95,6 +98,9 @@ class Plugin final : private IdleClient {
   // Audio thread: plain values.
   std::array<float, kNumParams> seen{};       // port values last read
   std::array<float, kNumParams> requested{};  // requested and not yet set; NaN for none
+  std::array<int, kNumParams> news{};         // parameters whose ports have new values
+  std::size_t newsCount = 0;
+  std::uint32_t processed = 0;  // frames of the block
   std::uint32_t framesBetweenJobs;
   std::uint32_t framesSinceJob;
   std::uint32_t framesAfterLoad;  // for which ports are ignored

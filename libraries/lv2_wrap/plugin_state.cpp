@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <new>
+#include <string>
 #include <string_view>
 
 #include "libraries/lv2_wrap/plugin.h"
@@ -21,6 +23,14 @@ struct PortValues {
   std::array<float, kNumParams> plain;
 };
 static_assert(sizeof(PortValues) == sizeof(LV2_Atom_Vector_Body) + kNumParams * sizeof(float));
+
+/// The document of a new instance.
+std::string newState() {
+  Plug fresh(nullptr, Plug::Idle::kCaller);
+  std::string document = fresh.document(false);
+  if (document.empty()) throw std::bad_alloc();
+  return document;
+}
 
 }  // namespace
 
@@ -53,8 +63,8 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
   if (bytes == nullptr && retrieve(handle, urids.portsOnly, &size, &type, &flags) != nullptr) {
     return LV2_STATE_SUCCESS;
   }
-  const std::string_view chunk = bytes != nullptr ? std::string_view(bytes, size) : newState;
-  const auto root = readDocument(chunk);
+  const auto root =
+      bytes != nullptr ? readDocument(std::string_view(bytes, size)) : readDocument(newState());
   if (root == nullptr) {
     lv2_log_error(const_cast<LV2_Log_Logger*>(&features.logger),
                   "Corvanthelis: the stored state is damaged and was not loaded\n");

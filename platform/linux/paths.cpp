@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <new>
 #include <utility>
@@ -24,6 +25,10 @@ struct Close {
 struct Free {
   void operator()(char* text) const noexcept { std::free(text); }
 };
+
+std::int64_t nanoseconds(const timespec& time) noexcept {
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
 
 /// The kind of file at a path; 0 if there is none.
 mode_t kindAt(const std::string& path) noexcept {
@@ -87,6 +92,29 @@ std::string resolvedLinks(std::string path) {
     path = next.front() == '/' ? next : joinedPath(parentFolder(path), next);
   }
   return path;
+}
+
+bool FileStamp::isSameState(const FileStamp& other) const noexcept {
+  return isThere == other.isThere && device == other.device && node == other.node &&
+         size == other.size && written == other.written && changed == other.changed;
+}
+
+FileStamp fileStamp(const std::string& path) noexcept {
+  // Changes within one tick of the file system's clock get the same times.
+  constexpr std::int64_t kLongestTick = 100'000'000;
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return {};
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  FileStamp stamp;
+  stamp.isThere = true;
+  stamp.device = status.st_dev;
+  stamp.node = status.st_ino;
+  stamp.size = static_cast<std::uint64_t>(status.st_size);
+  stamp.written = nanoseconds(status.st_mtim);
+  stamp.changed = nanoseconds(status.st_ctim);
+  stamp.isSettled = stamp.changed + kLongestTick < nanoseconds(now);
+  return stamp;
 }
 
 std::error_code moveFile(const std::string& from, const std::string& to) noexcept {

@@ -164,4 +164,25 @@ TEST(PresetFiles, AFileIsWholeWheneverTheProgramIsKilledInASave) {
   ASSERT_EQ(shown.entries.size(), 1U) << "what was left is shown";
 }
 
+TEST(NewInstance, PlaysItsDefaultBankFromTheFirstSampleAtItsRate) {
+  const TestDirectory directory;
+  PlugRig rig("OpTrim=6 B1Frequency=400 B2State=1 B2Type=1 B2Frequency=3000 B2Gain=9 B1Lookahead=3",
+              48000.0, {directory.path(""), ""});
+  ASSERT_TRUE(rig.plug.presetFiles().saveAsDefault());
+  for (const float rate : {44100.0F, 96000.0F}) {
+    const auto make = [&rig](float atRate) {
+      return std::make_unique<Plug>(nullptr, Plug::Idle::kCaller, &monotonicMilliseconds,
+                                    rig.machine, nullptr, atRate);
+    };
+    const auto atOnce = make(rate);
+    const auto later = make(32000.0F);
+    later->setSampleRate(rate);
+    later->resume();
+    EXPECT_EQ(atOnce->getAeffect()->initialDelay, later->getAeffect()->initialDelay);
+    EXPECT_EQ(atOnce->getPlainValue(kOpTrim), 6.0F);
+    const auto input = noise<double>(9000);
+    EXPECT_TRUE(render(*atOnce, input, 200) == render(*later, input, 200)) << rate;
+  }
+}
+
 }  // namespace

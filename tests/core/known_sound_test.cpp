@@ -244,6 +244,7 @@ class Scene {
   std::string name;
   std::mt19937 random;
   PlugRig rig;
+  AnalyserReader analysed{rig.plug.getEngine().analyserFeed()};
   bool calm, single, mono;
   int side, block, played = 0;
   double polled = 0.0;

@@ -163,7 +163,7 @@ class Storm {
   Plug& plug;
   BankSelector banks{plug.edits(), plug.editorState()};
   std::mt19937 random;
-  GainReductionReader reductions{plug.getEngine().meterRings()};
+  GainReductionReader reductions{plug.getEngine().meterPeaks()};
   OutputLevels levels{plug.getEngine().outputFeed()};
 };
 
@@ -182,6 +182,10 @@ double Storm::draw() {
     seen += engine.getSidechainResponse(band, below(4), 500.0);
   }
   levels.update();
+  // Who comes and goes.
+  const AnalyserReader analysed(engine.analyserFeed());
+  const OutputLevels others(engine.outputFeed());
+  seen += GainReductionReader(engine.meterPeaks()).getGainReduction(below(8));
   // Samples are taken for decibels: beyond 6160 the power of ten is infinite, and should be.
   return seen + std::min(reductions.getGainReduction(below(8)), 1e9) + levels.rms(below(2)) +
          std::max(levels.momentaryLufs(), -1e9);
@@ -253,8 +257,8 @@ TEST(PlugThreadsTest, AudioParametersBandsIdleAndReadersRunSideBySide) {
   while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure()) {
     std::optional<RealTimeCheck::Exception> theSwitch;
     if (audio.below(100) == 0) {
-      rig.processLevel = rig.processLevel == kProcessLevelRealtime ? kProcessLevelOffline
-                                                                   : kProcessLevelRealtime;
+      rig.processLevel =
+          rig.processLevel == kProcessLevelRealtime ? kProcessLevelOffline : kProcessLevelRealtime;
       theSwitch.emplace();
     }
     const int frames =

@@ -19,6 +19,12 @@ TEST(DelayRingsTest, DelaysEachLineOnItsOwnAndForgetsWhatMissedABlock) {
   KnownNumbers known(TEST_DATA "/delays.txt");
   std::mt19937 random(1);
   DelayRings rings;
+  DelayLines::Longest longest;
+  longest.fill(DelayRings::kMaxDelay);
+  DelayLines first(longest, 0), third(longest, 3), crossover(longest, DelayRings::kCrossover);
+  rings.use(0, &first);
+  rings.use(3, &third);
+  rings.use(DelayRings::kCrossover, &crossover);
   for (int block = 0; block < 150; ++block) {
     constexpr std::array kFrames = {64, 1, 500, 63, 0, 2, 700, 64, 4096, 16383, 16384, 40001};
     constexpr std::array kDelays = {0, 1, 480, 1535, 8192, 16382, 16383, 16384, -5, 3000, 12345};

@@ -11,7 +11,7 @@
 
 #include "dynamics/band_meters.h"
 #include "dynamics/loudness_meter.h"
-#include "dynamics/meter_rings.h"
+#include "dynamics/meter_peaks.h"
 #include "dynamics/output_levels.h"
 #include "dynamics/output_peak.h"
 #include "tests/support/known_numbers.h"
@@ -21,14 +21,14 @@ namespace {
 
 // Selectors are reduction left, right, left, right, input and output. The numbers were compared
 // with the furthest value of the channel since the last call when they were recorded.
-TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
+TEST(MeterPeaksTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCall) {
   KnownNumbers known(TEST_DATA "/meters.txt");
   std::mt19937 random;
   std::uniform_real_distribution<double> gain(0.0, 4.0);
-  MeterRings rings;
-  GainReductionReader own(rings), another(rings);
+  MeterPeaks peaks;
+  GainReductionReader own(peaks), another(peaks);
   for (int block = 0; block < 340; ++block) {
-    const std::size_t frames = 1 + random() % 2000;  // once round the ring
+    const std::size_t frames = 1 + random() % 2000;
     for (const int channel : {0, 1}) {
       std::vector<double> input(frames), output(frames);
       std::vector<float> reduction(frames);
@@ -38,12 +38,12 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
         output[i] = 20 - 10 * gain(random);
       }
       const auto count = static_cast<int>(frames);
-      rings.writeInput(channel, random() % 3 == 0 ? nullptr : input.data(), count);
-      rings.writeReduction(channel, reduction.data(), count);
-      rings.writeOutput(channel, output.data(), count);
+      peaks.writeInput(channel, random() % 3 == 0 ? nullptr : input.data(), count);
+      peaks.writeReduction(channel, reduction.data(), count);
+      peaks.writeOutput(channel, output.data(), count);
     }
-    rings.endBlock(static_cast<int>(frames));
-    if (block == 330) rings.reset();
+    peaks.endBlock();
+    if (block == 330) peaks.reset();
     std::vector<double> shown;
     for (int s = -1; s <= 8; ++s) {
       if (random() % 4 != 0) shown.push_back(own.getGainReduction(s));
@@ -51,7 +51,7 @@ TEST(MeterRingsTest, EachSelectorReadsTheFurthestValueOfItsChannelSinceItsLastCa
     known.expect(std::to_string(block), shown);
     // Who takes each peak at once leaves it to the others, and hears of none from before its time.
     for (int s = 0; s < 8; ++s) static_cast<void>(another.getGainReduction(s));
-    EXPECT_EQ(GainReductionReader(rings).getGainReduction(block % 8), 1.0);
+    EXPECT_EQ(GainReductionReader(peaks).getGainReduction(block % 8), 1.0);
   }
 }
 

@@ -251,8 +251,19 @@ class HostedLv2 final : public Hosted {
   Lv2Rig rig;
 };
 
+/// Stores the user's preference that changes are not faded in, before the plug-ins read it.
+void changeAtOnce() {
+  static const bool kStored = [] {
+    const Plug one(nullptr, Plug::Idle::kCaller);
+    Machine::ofProcess().globals().setGlobal("Seamless", 0);
+    return true;
+  }();
+  EXPECT_TRUE(kStored);
+}
+
 template <typename Kind>
 std::unique_ptr<Hosted> make(const HostSetup& setup) {
+  changeAtOnce();
   return std::make_unique<Kind>(setup);
 }
 

@@ -102,10 +102,11 @@ class Lv2Sessions : public testing::Test {
       run(1);
     }
   }
-  /// A step of the trim in every block.
+  /// A step in every block of the trim, and of a frequency, for which it must wait.
   void step() {
     for (int block = 0; block < count; ++block) {
       rig->parameter("kOpTrim") = -6.0F * static_cast<float>(block % 2);
+      rig->parameter("kB1SCLFF") = 100.0F * static_cast<float>(1 + block % 2);
       run(1);
     }
   }

@@ -7,13 +7,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <iterator>
+#include <thread>
 
 #include "platform/resources.h"
 #include "platform/user_folders.h"
 #include "state/file_store.h"
+#include "state/known_files.h"
 #include "state/machine.h"
 #include "state/parameter_flags.h"
 #include "state/preset_menu.h"
@@ -140,10 +143,14 @@ class ScriptTest : public Script {
     };
     commands["load"] = [this] {
       std::string place;
-      const std::string text = loadInstallFile({in(1), in(2)}, row[3], row[4], place);
-      say(out(text) + ";" + out(place));
+      const InstallFile file = loadInstallFile({in(1), in(2)}, row[3], row[4], place);
+      const std::string text = file.contents ? file.contents->bytes : "";
+      const std::string from =
+          std::string(file.isUsers ? "own" : "") + (file.isTooLarge ? "too large" : "");
+      say(out(text) + ";" + out(place) + (from.empty() ? "" : ";" + from));
     };
-    commands["too large"] = [this] { say(isTooLargeToLoad(in(1))); };
+    commands["settle"] = [] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); };
+    commands["known"] = [this] { say(readKnownFile(in(1)) == readKnownFile(in(1))); };
     commands["menu"] = [this] {
       menu = PresetMenu();
       menu.path = in(2);
@@ -252,11 +259,13 @@ class ScriptTest : public Script {
     };
     commands["options"] = [this] {
       testing::internal::CaptureStderr();
-      options = std::make_unique<UiSettings>(row[1] == "null" ? nullptr : row[1].c_str());
+      options = std::make_unique<UiSettings>(
+          std::make_shared<const UiTable>(row[1] == "null" ? nullptr : row[1].c_str()));
       said = testing::internal::GetCapturedStderr();
     };
     commands["own options"] = [this] {
-      options = std::make_unique<UiSettings>(findResource("json", "uisettings").data());
+      options = std::make_unique<UiSettings>(
+          std::make_shared<const UiTable>(findResource("json", "uisettings").data()));
     };
     commands["option"] = [this] { say(options->getUiValue(row[1], row[2])); };
     // In both forms of a number.
