@@ -12,19 +12,21 @@ constexpr std::array<double, BandMotion::kOfDetector> kWorth = {1.0, 30.0, 1.0, 
 }  // namespace
 
 void BandMotion::jump(const Targets& targets) noexcept {
-  for (std::size_t i = 0; i < kValues; ++i) glides[i].jump(targets[i]);
-  moving = 0;
+  goals = targets;
+  jump();
 }
 
 void BandMotion::jump() noexcept {
-  for (Glide& glide : glides) glide.jump(glide.target());
+  for (std::size_t i = 0; i < kValues; ++i) glides[i].jump(goals[i]);
   moving = 0;
 }
 
 void BandMotion::setTargets(const Targets& targets, int frames, double rate) noexcept {
+  if (moving == 0 && targets == goals) return;
   for (std::size_t i = 0; i < kValues; ++i) {
     const std::uint32_t bit = 1U << i;
-    if (targets[i] == glides[i].target() && (moving & bit) == 0) continue;
+    if (targets[i] == goals[i] && (moving & bit) == 0) continue;
+    goals[i] = targets[i];
     glides[i].setTarget(targets[i], frames, rate);
     moving = glides[i].isMoving() ? moving | bit : moving & ~bit;
   }

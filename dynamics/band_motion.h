@@ -72,6 +72,7 @@ class BandMotion {
   [[nodiscard]] CurveKnobs knobsAfter(int frames) const noexcept;
   void fillShares(int frames) noexcept;
 
+  Targets goals{};  // side by side, since they are all that is read while nothing moves
   std::array<Glide, kValues> glides;
   std::uint32_t moving = 0;  // a bit for each value
   DetectorSettings from;

@@ -14,10 +14,11 @@ void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
   }
   const bool due = targetsDue || jumpDue;
   if (!due && movingBands == 0) return;
+  const Block now{frames, channels, 0, frames, listenState()};
   const auto aim = [&](int band, const StageWeights& weights) {
     if (!due && motionOf(band) == nullptr) return;
     BandMotion& motion = motions[at(band)];
-    const BandMotion::Targets targets = targetsOf(band, weights, channels);
+    const BandMotion::Targets targets = targetsOf(band, weights, now);
     if (jumpDue) {
       motion.jump(targets);
     } else {
@@ -28,10 +29,10 @@ void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
   };
   settings.plan.forEachStage([&](int stage) {
     if (stage != StagePlan::kCrossoverStage) {
-      aim(stage, dynamicEqWeights({stage, settings.bands[at(stage)].path.solo}, listenState()));
+      aim(stage, dynamicEqWeights({stage, settings.bands[at(stage)].path.solo}, now.listening));
       return;
     }
-    const auto weights = listedWeights();
+    const auto weights = listedWeights(now.listening);
     for (int place = 0; place < settings.plan.xoverLength(); ++place) {
       aim(settings.plan.xoverBand(place), {weights[at(place)], 1.0});
     }
@@ -41,10 +42,10 @@ void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
 }
 
 BandMotion::Targets SignalChain::targetsOf(int band, const StageWeights& weights,
-                                           int channels) const noexcept {
+                                           const Block& now) const noexcept {
   const EngineSettings::Band& own = settings.bands[at(band)];
   const CurveKnobs& knobs = own.detector.knobs;
-  const PositionWeights position(own.path.position, channels);
+  const PositionWeights position(own.path.position, now.channels);
   BandMotion::Targets targets;
   targets[BandMotion::kThreshold] = knobs.threshold;
   targets[BandMotion::kRatioAbove] = knobs.ratioAbove;
@@ -60,7 +61,7 @@ BandMotion::Targets SignalChain::targetsOf(int band, const StageWeights& weights
   targets[BandMotion::kDry] = own.path.dry;
   targets[BandMotion::kFirstWeight] = position.first;
   targets[BandMotion::kSecondWeight] = position.second;
-  targets[BandMotion::kPresence] = isPassive(band, listenState()) ? 0.0 : 1.0;
+  targets[BandMotion::kPresence] = isPassive(band, now.listening) ? 0.0 : 1.0;
   targets[BandMotion::kSidechain] = settings.scListen == band ? 1.0 : 0.0;
   targets[BandMotion::kShare] = weights.band;
   targets[BandMotion::kRest] = weights.rest;

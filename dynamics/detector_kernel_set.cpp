@@ -291,7 +291,11 @@ struct Group {
           gather(count, of(&DetectorMotion::dynWeight, &DetectorSettings::dynWeight));
       motion.tranWeight = gather(count, tranWeight);
     }
-    forEachValue(frames, [&](int i, int) { store<T>(motion.shares.memory + i, Wide{}); });
+    Wide none = {};
+    forEachValue(frames, [&](int i, int) {
+      asm("" : "+x"(none));  // NOLINT(hicpp-no-assembler): no call of the library
+      store<T>(motion.shares.memory + i, none);
+    });
     for (int lane = 0; lane < count; ++lane) {
       noteUse(curveOf(lane), tranWeight(lane), s);
       const DetectorMotion* const own = lanes[lane]->motion;

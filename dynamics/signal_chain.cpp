@@ -243,7 +243,7 @@ void SignalChain::runBandStage(int band) noexcept {
 
 void SignalChain::runCrossoverStage() noexcept {
   const int length = settings.plan.xoverLength();
-  auto weights = listedWeights();
+  auto weights = listedWeights(block.listening);
   std::array<BandRun, kNumBands> bandRuns;
   const std::span<BandRun> runs(bandRuns.data(), static_cast<std::size_t>(length));
   for (std::size_t place = 0; place < runs.size(); ++place) {
@@ -266,14 +266,15 @@ void SignalChain::runCrossoverStage() noexcept {
   delayPair(buffers.dry, DelayRings::kDryAfter, kOwner, bandDelay);
 }
 
-std::array<double, kNumBands> SignalChain::listedWeights() const noexcept {
+std::array<double, kNumBands> SignalChain::listedWeights(
+    const ListenState& listening) const noexcept {
   const int length = settings.plan.xoverLength();
   std::array<SoloBand, kNumBands> listed{};
   for (int place = 0; place < length; ++place) {
     const int band = settings.plan.xoverBand(place);
     listed[at(place)] = {band, settings.bands[at(band)].path.solo};
   }
-  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listenState());
+  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listening);
 }
 
 /// Puts a dynamic EQ band and the rest of the signal together again.

@@ -168,11 +168,12 @@ class SignalChain {
     return (movingBands & stageBit(band)) != 0 ? &motions[at(band)] : nullptr;
   }
   [[nodiscard]] BandMotion::Targets targetsOf(int band, const StageWeights& weights,
-                                              int channels) const noexcept;
+                                              const Block& now) const noexcept;
   void endMotions() noexcept;
   /// Whether a band leaves its signal alone.
   [[nodiscard]] bool isPassive(int band, const ListenState& listening) const noexcept;
-  [[nodiscard]] std::array<double, kNumBands> listedWeights() const noexcept;
+  [[nodiscard]] std::array<double, kNumBands> listedWeights(
+      const ListenState& listening) const noexcept;
   void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
   void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
   void scaleMovingBands(std::span<const BandRun> runs,
