@@ -32,7 +32,7 @@ LookaheadWindow::Sizes::Sizes(int most) noexcept {
   };
   const auto n = static_cast<unsigned>(most);
   tree = std::bit_ceil(std::max(n, 2U * WindowLane::kRecent));
-  maxima = ring(n);
+  maxima = kMaxSamples + 1;
   means = ring(n / 4);
 }
 
@@ -114,17 +114,15 @@ void LookaheadWindow::adopt(int samples) noexcept {
   const bool wasAveraging = window.averaging;
   window.averaging = samples > kPlainUpTo;
   if (!window.averaging) return;
-  if (!wasAveraging) forgetGap();
+  if (!wasAveraging) passGap();
   rebuildAverages();
 }
 
-/// Makes the maxima 0 for the time in which none were kept.
-void LookaheadWindow::forgetGap() noexcept {
+/// Moves past the time in which no maxima were kept: in the ring, older ones stand for them.
+void LookaheadWindow::passGap() noexcept {
   WindowLane::Ring& ring = window.maxima;
-  for (; gap > 0; --gap) {
-    ring.entries[ring.write] = 0.0;
-    ring.write = ring.write + 1 < ring.size ? ring.write + 1 : 0;
-  }
+  ring.write = (ring.write + gap) % ring.size;
+  gap = 0;
 }
 
 void LookaheadWindow::rebuildAverages() noexcept {
@@ -154,7 +152,7 @@ void LookaheadWindow::rebuildAverages() noexcept {
 void LookaheadWindow::beginBlock(int frames, int samples) noexcept {
   adopt(std::clamp(samples, 0, mostSamples));
   isClear = false;
-  if (!window.averaging) gap = std::min(gap + static_cast<unsigned>(frames), window.maxima.size);
+  if (!window.averaging) gap += static_cast<unsigned>(frames);
   if (window.loudest > kLoud) loudSamples = 2 * kMaxSamples;
   window.loudest = 0.0;
   if (loudSamples <= 0) return;

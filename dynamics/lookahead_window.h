@@ -44,7 +44,7 @@ class LookaheadWindow {
   LookaheadWindow(const Sizes& sizes, int most);
 
   void adopt(int samples) noexcept;
-  void forgetGap() noexcept;
+  void passGap() noexcept;
   void rebuildAverages() noexcept;
   // Move the tree's small levels from their form in use (`recent`) to rings, and back.
   void rollUp() noexcept;
