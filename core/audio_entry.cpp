@@ -20,7 +20,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     checkProcessLevel();
     const bool inTime = isRealtime.load(std::memory_order_relaxed);
     engine.setRealtime(inTime);
-    engine.setGliding(inTime);
+    engine.setGliding(inTime || handOver.isAlwaysLive());
     const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
     engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
                         kSidechainChannels - absent);

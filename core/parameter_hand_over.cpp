@@ -294,8 +294,7 @@ void ParameterHandOver::takeLive(SignalChain& chain, bool all) noexcept {
     for (auto& band : liveBands) band.fetch_or(kLive, std::memory_order_relaxed);
     liveGains.store(true, std::memory_order_relaxed);
   }
-  if (!pace.isRealtime.load(std::memory_order_relaxed) &&
-      !alwaysLive.load(std::memory_order_relaxed)) {
+  if (!pace.isRealtime.load(std::memory_order_relaxed) && !isAlwaysLive()) {
     return;
   }
   const unsigned before = freezes.load(std::memory_order_acquire);

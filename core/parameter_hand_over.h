@@ -83,6 +83,9 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void setSeamless(bool on) noexcept { seamless.store(on, std::memory_order_relaxed); }
   /// Whether values go to the chain on the audio thread whatever the pace.
   void setAlwaysLive(bool on) noexcept { alwaysLive.store(on, std::memory_order_relaxed); }
+  [[nodiscard]] bool isAlwaysLive() const noexcept {
+    return alwaysLive.load(std::memory_order_relaxed);
+  }
   /// See `compressor::getLatency`.
   [[nodiscard]] int getLatency();
 

@@ -63,6 +63,7 @@ void ParameterStore::takeGroups() {
 
 void ParameterStore::fill(ProgramRecord& program) const {
   program.values.clear();
+  program.values.reserve(records.size());
   for (const ParameterRecord& record : records) program.values.push_back(record.normalised);
 }
 
