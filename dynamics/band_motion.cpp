@@ -22,7 +22,9 @@ void BandMotion::jump() noexcept {
 }
 
 void BandMotion::setTargets(const Targets& targets, int frames, double rate) noexcept {
-  if (moving == 0 && targets == goals) return;
+  bool differ = moving != 0;  // all compared, so that vectors can do it
+  for (std::size_t i = 0; i < kValues; ++i) differ |= targets[i] != goals[i];
+  if (!differ) return;
   for (std::size_t i = 0; i < kValues; ++i) {
     const std::uint32_t bit = 1U << i;
     if (targets[i] == goals[i] && (moving & bit) == 0) continue;
