@@ -61,7 +61,7 @@ DelayLines::Lines DelayLines::linesOf(const Longest& delays, int place) noexcept
     const int most = delays[at(i / 2)];
     if (most < 0) continue;
     Line& line = lines[at(i)];
-    const std::size_t size = roundedUp(static_cast<std::size_t>(most + kPiece));
+    const std::size_t size = roundedUp(at(most + kPiece));
     line.start = next;
     line.size = static_cast<int>(size);
     next = startAfter(next, size);

@@ -47,7 +47,7 @@ std::string aaxTrackName(std::span<const char> name) {
 
 AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
     : effect(std::move(newEffect)),
-      reductionReader(effect->getEngine().meterPeaks()),
+      reductionReader(std::in_place, effect->getEngine().meterPeaks()),
       receivesMidi(effect->canDo("receiveVstEvents") == 1) {
   midiOutQueue.reserve(kMidiOutCapacity);
   sysexOutQueue.reserve(kMidiOutCapacity);
@@ -58,6 +58,7 @@ AAXWrap_Parameters::AAXWrap_Parameters(std::unique_ptr<Plug> newEffect)
 }
 
 AAXWrap_Parameters::~AAXWrap_Parameters() {
+  reductionReader.reset();
   // Before the members that its last messages use. Not by `reset`, which clears the pointer first:
   // a message under way on another thread still asks the effect for values.
   std::default_delete<Plug>()(effect.get());

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -70,7 +71,7 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void queueMidiOut(const VstEvents* events) noexcept;
   void clearMidiOut() noexcept;
 
-  [[nodiscard]] GainReductionReader& reductions() noexcept { return reductionReader; }
+  [[nodiscard]] GainReductionReader& reductions() noexcept { return *reductionReader; }
 
   VstTimeInfo timeInfo{};  ///< for the audio thread only
 
@@ -93,7 +94,7 @@ class AAXWrap_Parameters final : public AAX_CEffectParameters {
   void fetchChunk() const;  // under `chunkLock`
 
   std::unique_ptr<Plug> effect;
-  GainReductionReader reductionReader;
+  std::optional<GainReductionReader> reductionReader;  // of the effect, and gone before it
   // The effect's state whose size the host was last told: a copy, since the effect's own bytes
   // change whenever anything else asks for its state.
   mutable std::vector<char> chunkData;
