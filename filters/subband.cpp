@@ -114,8 +114,9 @@ void subband::setSampleRate(double hz) {
 
 void subband::configureFilters(int shape, float frequency, float slope, float q, float slope2) {
   const bool filters = shape != kFlat;
-  if (filters && owned == nullptr) {
-    owned = std::make_unique<Filter>();
+  if (filters && shared.load(std::memory_order_relaxed) == nullptr) {
+    if (owned == nullptr) owned = std::make_unique<Filter>();
+    useKernel(Sections{});  // all of the signal, until the kernel is designed
     // Release: hands over the filter.
     shared.store(owned.get(), std::memory_order_release);
   }
@@ -132,10 +133,14 @@ void subband::configureFilters(int shape, float frequency, float slope, float q,
 void subband::rebuildKernel() {
   if (owned != nullptr) owned->convolver.collect();
   if (!rebuildNeeded || !filtered.load(std::memory_order_relaxed)) return;
-  const auto kernel = kernelOf({sections.filters, sampleRate});
+  useKernel(sections);
+  rebuildNeeded = false;
+}
+
+void subband::useKernel(const Sections& source) {
+  const auto kernel = kernelOf({source.filters, sampleRate});
   owned->convolver.setKernels({kernel, &kernel->spectra});
   kernelCopy.set({kernel, &kernel->shown});
-  rebuildNeeded = false;
 }
 
 int subband::filter(double* const band[kChannels], double* const rest[kChannels], int frames,

@@ -81,6 +81,7 @@ class subband {
     int index = 0;  // in the lines
   };
 
+  void useKernel(const Sections& source);
   /// What the audio thread filters with, or null if it does not.
   [[nodiscard]] Filter* inUse() const noexcept {
     const bool filters = filtered.load(std::memory_order_relaxed);

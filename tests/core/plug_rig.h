@@ -75,8 +75,8 @@ class PlugRig {
   Machine machine;  // nobody else's
   Plug plug;
   std::atomic<std::intptr_t> processLevel{0};  // neither real time nor offline
-  std::function<void()> onAutomate;  // called at every automation message
-  std::vector<Message> messages;     // but for process level queries; from any thread
+  std::function<void()> onAutomate;            // called at every automation message
+  std::vector<Message> messages;               // but for process level queries; from any thread
 
  private:
   PlugBaseMutex recording;

@@ -17,7 +17,8 @@ std::intptr_t answer(AEffect* effect, std::int32_t opcode, std::int32_t, std::in
                      float) {
   if (opcode != kHostProcessLevel) return 0;
   const auto* const reference = static_cast<const Reference*>(effect->user);
-  return reference != nullptr && reference->isOffline ? kProcessLevelOffline : 0;  // as told, at once
+  return reference != nullptr && reference->isOffline ? kProcessLevelOffline
+                                                      : 0;  // as told, at once
 }
 
 }  // namespace
