@@ -237,8 +237,8 @@ void ParameterHandOver::handOverDue(bool asOne) {
 
 /// Whether what is due makes a new chain.
 bool ParameterHandOver::changesChain() {
-  const bool isFaded =
-      seamless.load(std::memory_order_relaxed) && pace.isRealtime.load(std::memory_order_relaxed);
+  const bool isFaded = seamless.load(std::memory_order_relaxed) && engine.hasPlayed() &&
+                       pace.isRealtime.load(std::memory_order_relaxed);
   if (!isFaded) return false;
   if (replaced.load(std::memory_order_acquire) || changesStages()) return true;
   for (int band = 0; band < kNumBands; ++band) {
@@ -254,9 +254,7 @@ bool ParameterHandOver::changesStages() {
   EngineSettings wanted;
   wanted.highQuality = now.highQuality;
   wanted.setOversampling(oversampling());
-  return wanted.oversampleLatency != now.oversampleLatency ||
-         wanted.highQuality != now.highQuality ||
-         static_cast<int>(plain(kSCListen)) != now.scListen;
+  return wanted.oversampleLatency != now.oversampleLatency || wanted.highQuality != now.highQuality;
 }
 
 /// Whether what is due of a band changes its latency, or what it cannot glide to.

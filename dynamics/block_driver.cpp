@@ -16,6 +16,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   const int side = std::clamp(sideChannels, 0, WorkBuffers::kChannels);
   scrub(inputs, channels + side, frames);
   beginBlock();
+  played.store(true, std::memory_order_relaxed);
   analyser.beginBlock();
   for (SignalChain* const chain : {playing, rising}) {
     if (chain != nullptr) chain->beginBlock(frames, channels, gliding);

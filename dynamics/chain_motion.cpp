@@ -1,10 +1,33 @@
-// How the settings of a chain's bands glide.
+// What is heard of a chain's bands, and how their settings glide.
 
 #include <algorithm>
 #include <cstddef>
 
 #include "dynamics/signal_chain.h"
 #include "platform/index.h"
+
+ListenState SignalChain::listenState() const noexcept {
+  const auto soloed = [](const EngineSettings::Band& band) {
+    return band.path.solo && band.path.active;
+  };
+  ListenState listening;
+  listening.soloCount = static_cast<int>(std::ranges::count_if(settings.bands, soloed));
+  listening.scListen = settings.scListen;
+  listening.listen = settings.gains.listen;
+  listening.passband = !settings.gains.listen && settings.autolistenPassband;
+  return listening;
+}
+
+std::array<double, kNumBands> SignalChain::listedWeights(
+    const ListenState& listening) const noexcept {
+  const int length = settings.plan.xoverLength();
+  std::array<SoloBand, kNumBands> listed{};
+  for (int place = 0; place < length; ++place) {
+    const int band = settings.plan.xoverBand(place);
+    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
+  }
+  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listening);
+}
 
 void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
   if (!gliding) {

@@ -28,6 +28,7 @@ void compressor::setSampleRate(double rate) noexcept {
 
 void compressor::resetEngine() noexcept {
   settleChange();
+  played.store(false, std::memory_order_relaxed);
   published.take();
   built->take(published.active());
   built->parts.taken();

@@ -94,6 +94,8 @@ class compressor {
   [[nodiscard]] bool startChange();
   /// Gives up a change that was started and not yet published.
   void abandonChange() noexcept;
+  /// Whether anything has been processed since the last reset; if not, there is nothing to fade.
+  [[nodiscard]] bool hasPlayed() const noexcept { return played.load(std::memory_order_relaxed); }
   /// Whether a published change is not over yet.
   [[nodiscard]] bool isChanging() noexcept;
 
@@ -223,6 +225,7 @@ class compressor {
   // any more.
   std::atomic<std::uint32_t> heardChain{0};
   std::atomic<std::uint32_t> settledChain{0};
+  std::atomic<bool> played{false};  // since the last reset
 
   // Audio thread.
   SignalChain* playing;

@@ -87,18 +87,6 @@ void SignalChain::begin(const Sample* const* inputs, int frames, int mainChannel
 template void SignalChain::begin(const float* const*, int, int, int, int, int) noexcept;
 template void SignalChain::begin(const double* const*, int, int, int, int, int) noexcept;
 
-ListenState SignalChain::listenState() const noexcept {
-  const auto soloed = [](const EngineSettings::Band& band) {
-    return band.path.solo && band.path.active;
-  };
-  ListenState listening;
-  listening.soloCount = static_cast<int>(std::ranges::count_if(settings.bands, soloed));
-  listening.scListen = settings.scListen;
-  listening.listen = settings.gains.listen;
-  listening.passband = !settings.gains.listen && settings.autolistenPassband;
-  return listening;
-}
-
 void SignalChain::mix() noexcept {
   double* const gain = buffers.ramp;
   wetRamp.fill(gain, block.frames);
@@ -264,17 +252,6 @@ void SignalChain::runCrossoverStage() noexcept {
   const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, bandDelay);
   delayPair(buffers.dry, DelayRings::kDryAfter, kOwner, bandDelay);
-}
-
-std::array<double, kNumBands> SignalChain::listedWeights(
-    const ListenState& listening) const noexcept {
-  const int length = settings.plan.xoverLength();
-  std::array<SoloBand, kNumBands> listed{};
-  for (int place = 0; place < length; ++place) {
-    const int band = settings.plan.xoverBand(place);
-    listed[at(place)] = {band, settings.bands[at(band)].path.solo};
-  }
-  return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listening);
 }
 
 /// Puts a dynamic EQ band and the rest of the signal together again.

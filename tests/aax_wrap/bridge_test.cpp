@@ -203,6 +203,7 @@ TEST(AaxBridge, LatencyHidesBehindABypassThatIsHeard) {
   EXPECT_EQ(rig.hosted->host.latency(), rig.effect->getInitialDelay()) << "nothing was rendered";
   static_cast<void>(rig.hosted->render(Signal(2, std::vector<float>(64))));
   rig.effect->setParameter(kB1Lookahead, 1.0F);
+  static_cast<void>(rig.hosted->render(Signal(2, std::vector<float>(8192))));  // fades it in
   rig.effect->onIdle();
   EXPECT_EQ(rig.hosted->host.latency(), 0);
 }
