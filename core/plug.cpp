@@ -83,7 +83,7 @@ void Plug::resume() {
   host.wantMidi();
   applyGlobalPreferences();
   handOver.withEngine([rate = getSampleRate()](compressor& it) { it.setSampleRate(rate); });
-  engine.resetEngine();
+  handOver.askEngine([](compressor& it) { it.resetEngine(); });  // parameters may change meanwhile
   PlugBaseJSON::resume();
   checkProcessLevel();
   host.wantMidi();
