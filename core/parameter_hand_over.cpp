@@ -184,6 +184,7 @@ void ParameterHandOver::handOver(bool asOne) {
     missing.store(false, std::memory_order_relaxed);
   } catch (const std::bad_alloc&) {
     engine.abandonChange();
+    filtersAreDue();  // in the chain before, they are as they were
     gate.owe();
     missing.store(true, std::memory_order_relaxed);
   }
@@ -274,10 +275,15 @@ bool ParameterHandOver::changesBand(int band) {
 /// change is still under way.
 bool ParameterHandOver::startChange() {
   if (!engine.startChange()) return false;
-  for (std::uint32_t& band : due.bands) band |= kFilter;
-  due.whole |= kSplits | kPlan;
+  filtersAreDue();
   gate.force();
   return true;
+}
+
+/// What a chain has of its own.
+void ParameterHandOver::filtersAreDue() noexcept {
+  for (std::uint32_t& band : due.bands) band |= kFilter;
+  due.whole |= kSplits | kPlan;
 }
 
 int ParameterHandOver::getLatency() {

@@ -71,8 +71,10 @@ SignalChain* compressor::takeSettings() noexcept {
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
   if (next == nullptr) return nullptr;
   rising = next;
-  rising->take(newest);  // it may be newer than what the chain was offered with
-  fade.start(sampleRate, newest.latency);
+  // They may be newer than what the chain was offered with, or those of a chain that it has
+  // replaced at this moment.
+  if (newest.chain == rising->number()) rising->take(newest);
+  fade.start(sampleRate, rising->now().latency);
   return rising;
 }
 
@@ -99,18 +101,21 @@ void compressor::runSlice(const Slice<Sample>& slice) noexcept {
     if (chain != nullptr) chain->mix();
   }
   const WorkBuffers::Pair& wet = playing->work().wet;
-  if (rising != nullptr) moveChange(channels, frames);
+  const bool hasPhaseEnded =
+      rising != nullptr && fade.mix(wet, rising->work().wet, channels, frames);
   for (int c = 0; c < channels; ++c) {
     Sample* const output = outputs[at(c)];
     if (output == nullptr) continue;
     for (int i = 0; i < frames; ++i) output[i] = static_cast<Sample>(wet[at(c)][i]);
   }
   feedEditor(slice, source);
+  // Last, since at its end the control side may free the older chain.
+  if (hasPhaseEnded) moveChange();
 }
 
-void compressor::moveChange(int channels, int frames) noexcept {
+/// A phase of the fade has ended.
+void compressor::moveChange() noexcept {
   using Phase = ChainFade::Phase;
-  if (!fade.mix(playing->work().wet, rising->work().wet, channels, frames)) return;
   // What the newer chain has heard so far began in silence.
   if (fade.phase() == Phase::kCompare) rising->adoptLevels(*playing);
   if (fade.phase() == Phase::kFade) {

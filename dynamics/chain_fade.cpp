@@ -13,10 +13,10 @@ constexpr double kFadeSeconds = 0.01;
 }  // namespace
 
 void ChainFade::start(double rate, int newerLatency) noexcept {
-  latency = newerLatency;
+  latency = std::max(1, newerLatency);  // with the first frame detectors know their bands
   fadeLength = std::max(1, static_cast<int>(std::lround(rate * kFadeSeconds)));
   olderPower = newerPower = product = 0.0;
-  enter(latency > 0 ? Phase::kFill : Phase::kCompare);
+  enter(Phase::kFill);
 }
 
 void ChainFade::enter(Phase next) noexcept {
@@ -24,8 +24,9 @@ void ChainFade::enter(Phase next) noexcept {
   position = 0;
   length = next == Phase::kFill ? latency : fadeLength;
   if (next != Phase::kFade) return;
-  const double power = std::sqrt(olderPower * newerPower);
-  correlation = power > 0.0 ? std::clamp(product / power, 0.0, 1.0) : 1.0;
+  const double power = std::sqrt(olderPower) * std::sqrt(newerPower);
+  const bool isKnown = power > 0.0 && std::isfinite(product);
+  correlation = isKnown ? std::clamp(product / power, 0.0, 1.0) : 1.0;
 }
 
 bool ChainFade::mix(const WorkBuffers::Pair& older, const WorkBuffers::Pair& newer, int channels,

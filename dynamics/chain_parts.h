@@ -48,6 +48,14 @@ class PartsOwner {
   /// `latest` has been published, when the audio thread had taken what was published before, or
   /// had not.
   void published(bool hadTaken) noexcept;
+  /// Settings of another chain have been published instead; `hadTaken` as above.
+  void superseded(bool hadTaken) noexcept {
+    if (hadTaken) {
+      inForce = pending;
+    } else {
+      pending = inForce;  // what it never took
+    }
+  }
   /// The audio thread has taken what was published last.
   void taken() noexcept { inForce = pending; }
 

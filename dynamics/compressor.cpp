@@ -62,6 +62,7 @@ bool compressor::startChange() {
   }
   if (!isOffered) {
     former = std::move(fresh);
+    formerChain = wanted.chain;
     formerLatency = publishedLatency;
   }
   ++lastChain;
@@ -78,13 +79,14 @@ void compressor::abandonChange() noexcept {
     std::swap(built, former);
   }
   former.reset();
-  wanted.chain = built->number();
+  wanted.chain = formerChain;
   try {
     built->parts.provide(wanted.plan, wanted.oversampleLatency > 0, sampleRate);
   } catch (const std::bad_alloc&) {
     wanted.plan = built->parts.plan();
     if (!built->parts.oversampling()) wanted.oversampleLatency = 0;
   }
+  publish();  // what was published last may be of a chain that is gone
 }
 
 /// Ends a change while nothing processes.
@@ -197,14 +199,19 @@ void compressor::publish() noexcept {
   shownStages.store(wanted.plan.stages, std::memory_order_relaxed);
   publishedLatency = wanted.latency = plannedLatency();
   wanted.parts = built->parts.latest();
-  if (preparing) {
-    preparing = false;
+  const bool isNew = std::exchange(preparing, false);
+  if (isNew) {
     built->take(wanted);
     built->reset();
-    offered.store(built.get(), std::memory_order_relaxed);  // published with the settings
+    // Release: the audio thread may find the chain before its settings are published.
+    offered.store(built.get(), std::memory_order_release);
   }
   published.spare() = wanted;
-  built->parts.published(published.publish());
+  const bool hadTaken = published.publish();
+  built->parts.published(hadTaken);
+  if (!isNew) return;
+  built->parts.taken();  // it came with them
+  former->parts.superseded(hadTaken);
 }
 
 int compressor::getLatency() {

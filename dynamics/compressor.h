@@ -92,7 +92,8 @@ class compressor {
   /// Makes an empty chain for the settings to come: set everything, filters included, then publish.
   /// False if the audio thread is in the middle of an earlier change. Throws std::bad_alloc.
   [[nodiscard]] bool startChange();
-  /// Gives up a change that was started and not yet published.
+  /// Gives up a change that was started and not yet published: all settings go to the chain before,
+  /// whose filters are as they were.
   void abandonChange() noexcept;
   /// Whether anything has been processed since the last reset; if not, there is nothing to fade.
   [[nodiscard]] bool hasPlayed() const noexcept { return played.load(std::memory_order_relaxed); }
@@ -186,7 +187,7 @@ class compressor {
   [[nodiscard]] SignalChain& heard() noexcept;
   template <typename Sample>
   void runSlice(const Slice<Sample>& slice) noexcept;
-  void moveChange(int channels, int frames) noexcept;
+  void moveChange() noexcept;
   void endChange() noexcept;
   void storeMeters(const WorkBuffers& work, int channels, int frames) noexcept;
   template <typename Sample>
@@ -218,6 +219,7 @@ class compressor {
   mutable PlugBaseMutex chainLock;      // guards `built`, which other threads read for curves
   int publishedLatency = 0;             // samples
   int formerLatency = 0;                // samples
+  std::uint32_t formerChain = 0;        // number
 
   // A new chain for the audio thread, which looks for it when settings of that chain come.
   std::atomic<SignalChain*> offered{nullptr};

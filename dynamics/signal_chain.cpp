@@ -66,6 +66,13 @@ void SignalChain::reset() noexcept {
   for (int band = 0; band < kNumBands; ++band) resetPath(band);
 }
 
+void SignalChain::showOn(MeterSet& shown) noexcept {
+  meters = &shown;
+  for (int band = 0; band < kNumBands; ++band) {
+    if ((chainSeen.bands() & stageBit(band)) == 0) shown[at(band)].reset();
+  }
+}
+
 void SignalChain::adoptLevels(const SignalChain& other) noexcept {
   const std::uint32_t both =
       (chainSeen.stages & other.chainSeen.stages) | (chainSeen.listed & other.chainSeen.listed);

@@ -60,8 +60,9 @@ class SignalChain {
   /// Whether nothing has been processed since the last reset.
   [[nodiscard]] bool isSilent() const noexcept { return silent; }
   [[nodiscard]] std::uint32_t number() const noexcept { return settings.chain; }
-  /// Where the bands' peaks go; at first to a set of its own, which nobody sees.
-  void showOn(MeterSet& shown) noexcept { meters = &shown; }
+  /// Where the bands' peaks go; at first to a set of its own, which nobody sees. Those of bands out
+  /// of use are reset.
+  void showOn(MeterSet& shown) noexcept;
   void showOnNothing() noexcept { meters = &ownMeters; }
   /// Forgets the past signal and takes the gains around the chain at once.
   void reset() noexcept;

@@ -47,6 +47,15 @@ TEST(PartsOwnerTest, KeepsWhatTheAudioThreadMayUseUntilItHasOthers) {
   EXPECT_FALSE(first.expired()) << "nothing newer was taken";
   control.parts.taken();
   EXPECT_TRUE(first.expired());
+
+  control.change(kPreList, true);
+  const std::weak_ptr<BandParts> last = control.band();
+  control.parts.superseded(true);  // the audio thread has the band, and hears of another chain
+  control.change(kOffList, true);
+  EXPECT_FALSE(last.expired());
+  control.parts.superseded(false);
+  control.change(kOffList, true);
+  EXPECT_FALSE(last.expired()) << "it was the other chain that was taken";
 }
 
 // What nobody reads is not kept.

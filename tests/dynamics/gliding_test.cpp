@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dynamics/compressor.h"
+#include "filters/band_shape.h"
 #include "tests/support/real_time.h"
 
 namespace {
@@ -19,14 +20,19 @@ constexpr int kChange = 80;  // block
 
 /// An engine with two bands that hears a tone near full scale.
 struct Rig {
-  explicit Rig(bool isXover) {
+  explicit Rig(bool isXover, int newShape = kBandPass) : shape(newShape) {
     engine.setSampleRate(48000.0);
     SidechainLinkage linkage;
     linkage.setPosition(true, 50);
     for (int band = 0; band < 2; ++band) {
       engine.layout.moveBand(band, isXover ? kXoverList : kPreList, 500.0 * (1 + 3 * band));
       engine.setSidechainLinkage(band, linkage);
-      engine.configureFilters(band, 0, 1000.0F, 12.0F, 1.0F, 12.0F);
+    }
+    design();
+  }
+  void design() {
+    for (const int band : {0, 1}) {
+      engine.configureFilters(band, shape, 1000.0F, 12.0F, 1.0F, 12.0F);
     }
     engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
     engine.rebuildKernels();
@@ -54,7 +60,15 @@ struct Rig {
     output.insert(output.end(), signals[0].begin(), signals[0].end());
   }
 
+  /// Goes to a new chain of the present layout.
+  void change() {
+    ASSERT_TRUE(engine.startChange());
+    design();
+    publish();
+  }
+
   compressor engine;
+  int shape;
   std::array<BandSettings, 2> path = {BandSettings{.active = true}, BandSettings{.active = true}};
   BandDynamics dynamics;
   int scListen = -1;
@@ -155,6 +169,49 @@ TEST(GlidingTest, JumpsWhereThePastIsForgotten) {
     rig->play(4096);  // as long as a glide would take
   }
   EXPECT_EQ(changed.output, fresh.output);
+}
+
+// A new chain without latency knows at once how loud it is; what has left it shows nothing.
+TEST(ChangeTest, KeepsLevelsAndMetersOfBandsInUse) {
+  Rig changed(false, kFlat);
+  Rig steady(false, kFlat);
+  for (Rig* rig : {&changed, &steady}) {
+    rig->dynamics = {.threshold = -40.0, .ratioAbove = 0.5, .attackMs = 100.0};
+    rig->publish();
+    rig->engine.setRealtime(true);
+    rig->play(9600);
+    if (rig == &changed) rig->change();
+    for (int block = 0; block < kBlocks; ++block) rig->play();
+  }
+  for (std::size_t i = 0; i < steady.output.size(); ++i) {
+    ASSERT_NEAR(changed.output[i], steady.output[i], 1e-9) << i;
+  }
+  const auto lamps = [&engine = changed.engine] {
+    return engine.getBandLamp(0, false) + engine.getBandLamp(0, true);
+  };
+  changed.engine.setGains(-20.0, 0.0, false, false, 1.0);
+  changed.publish();
+  changed.play(2400);
+  EXPECT_GT(lamps(), 0.0);
+  changed.engine.layout.moveBand(0, kOffList, 1000.0);
+  changed.change();
+  for (int block = 0; block < kBlocks; ++block) changed.play();
+  EXPECT_EQ(lamps(), 0.0);
+}
+
+// The audio thread may have been told of a chain that it never got.
+TEST(ChangeTest, GoesBackToTheChainBeforeWhenGivenUp) {
+  Rig rig(false, kFlat);
+  rig.publish();
+  rig.play();
+  rig.path[0].gain = 0.5;
+  rig.change();
+  ASSERT_TRUE(rig.engine.startChange());
+  rig.engine.abandonChange();
+  EXPECT_FALSE(rig.engine.isChanging());
+  rig.output.clear();
+  rig.play();
+  EXPECT_NEAR(rig.output[0], 0.45 * std::sin(0.5), 1e-12);
 }
 
 }  // namespace
