@@ -1,7 +1,6 @@
 // The path of a block through the engine.
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 

@@ -9,11 +9,12 @@
 namespace {
 
 constexpr double kFadeSeconds = 0.01;
+constexpr double kSettlingSeconds = 0.02;  // of the filters that detectors hear through
 
 }  // namespace
 
 void ChainFade::start(double rate, int newerLatency) noexcept {
-  latency = std::max(1, newerLatency);  // with the first frame detectors know their bands
+  latency = std::max({1, newerLatency, static_cast<int>(std::lround(rate * kSettlingSeconds))});
   fadeLength = std::max(1, static_cast<int>(std::lround(rate * kFadeSeconds)));
   olderPower = newerPower = product = 0.0;
   enter(Phase::kFill);

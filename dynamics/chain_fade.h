@@ -5,9 +5,9 @@
 #include "dynamics/work_buffers.h"
 
 /// The way from the output of one chain to that of another, which starts from silence: first the
-/// newer one is fed until its latency is full, then the two outputs are compared, then the newer
-/// one is faded in. Where both carry the same signal the weights add up to 1, where they differ
-/// their powers do; in between by the correlation that was found.
+/// newer one is fed until its latency is full and its filters have settled, then the two outputs
+/// are compared, then the newer one is faded in. Where both carry the same signal the weights add
+/// up to 1, where they differ their powers do; in between by the correlation that was found.
 ///
 /// Threads: the audio thread; nothing locks or allocates.
 class ChainFade {
@@ -32,7 +32,7 @@ class ChainFade {
   Phase present = Phase::kDone;
   int position = 0;                                          // in the phase
   int length = 0;                                            // of the phase, samples
-  int latency = 0;                                           // samples
+  int latency = 0;                                           // to fill, samples
   int fadeLength = 1;                                        // samples
   double olderPower = 0.0, newerPower = 0.0, product = 0.0;  // sums while comparing
   double correlation = 1.0;

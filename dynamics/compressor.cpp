@@ -202,6 +202,7 @@ void compressor::publish() noexcept {
   const bool isNew = std::exchange(preparing, false);
   if (isNew) {
     built->take(wanted);
+    for (SidechainFilters& sidechain : built->filters.sidechains) sidechain.settle();
     built->reset();
     // Release: the audio thread may find the chain before its settings are published.
     offered.store(built.get(), std::memory_order_release);

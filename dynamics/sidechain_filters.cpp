@@ -129,6 +129,13 @@ void SidechainFilters::resetRight() noexcept {
   }
 }
 
+void SidechainFilters::settle() noexcept {
+  std::array<double, DF1Cascade::kRampLength> silence{};
+  for (std::size_t c = 0; c < kChannels; ++c) {
+    process(c, silence.data(), silence.data(), DF1Cascade::kRampLength);
+  }
+}
+
 void SidechainFilters::process(std::size_t channel, const double* in, double* out,
                                int frames) noexcept {
   const double gain = trim.load(std::memory_order_relaxed);

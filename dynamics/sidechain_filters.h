@@ -58,6 +58,8 @@ class SidechainFilters {
   /// Clears the filters' past; present coefficients stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel only
+  /// Lets the filters be at once what they were set to; while nothing processes.
+  void settle() noexcept;
   /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
   /// designed; 1 for a filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;

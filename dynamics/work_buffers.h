@@ -6,9 +6,8 @@
 
 #include "dynamics/bands.h"
 
-/// The engine's block buffers, all of one length. Everything as long as a block is here, so that a
-/// longer block only needs a new object of this class. There are always two channels; mono blocks
-/// do not touch the second.
+/// A chain's buffers for a slice of a block, all of one length. There are always two channels; mono
+/// blocks do not touch the second.
 class WorkBuffers {
  public:
   static constexpr int kChannels = 2;

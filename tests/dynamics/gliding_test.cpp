@@ -34,6 +34,7 @@ struct Rig {
     for (const int band : {0, 1}) {
       engine.configureFilters(band, shape, 1000.0F, 12.0F, 1.0F, 12.0F);
     }
+    engine.setSidechainFilters(0, sidechain);
     engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
     engine.rebuildKernels();
     engine.makeStagePlan();
@@ -71,6 +72,7 @@ struct Rig {
   int shape;
   std::array<BandSettings, 2> path = {BandSettings{.active = true}, BandSettings{.active = true}};
   BandDynamics dynamics;
+  SidechainFilterSettings sidechain;
   int scListen = -1;
   std::vector<double> output;
 };
@@ -171,32 +173,36 @@ TEST(GlidingTest, JumpsWhereThePastIsForgotten) {
   EXPECT_EQ(changed.output, fresh.output);
 }
 
-// A new chain without latency knows at once how loud it is; what has left it shows nothing.
+// A new chain without latency knows how loud it is; what has left it shows nothing.
 TEST(ChangeTest, KeepsLevelsAndMetersOfBandsInUse) {
-  Rig changed(false, kFlat);
-  Rig steady(false, kFlat);
-  for (Rig* rig : {&changed, &steady}) {
-    rig->dynamics = {.threshold = -40.0, .ratioAbove = 0.5, .attackMs = 100.0};
-    rig->publish();
-    rig->engine.setRealtime(true);
-    rig->play(9600);
-    if (rig == &changed) rig->change();
-    for (int block = 0; block < kBlocks; ++block) rig->play();
+  for (const bool isFiltered : {false, true}) {
+    Rig changed(false, kFlat);
+    Rig steady(false, kFlat);
+    for (Rig* rig : {&changed, &steady}) {
+      rig->dynamics = {.threshold = -40.0, .ratioAbove = 0.5, .attackMs = 100.0};
+      rig->sidechain.low = {.on = isFiltered, .frequency = 4000.0F};
+      rig->design();
+      rig->publish();
+      rig->engine.setRealtime(true);
+      rig->play(9600);
+      if (rig == &changed) rig->change();
+      for (int block = 0; block < kBlocks; ++block) rig->play();
+    }
+    for (std::size_t i = 0; i < steady.output.size(); ++i) {
+      ASSERT_NEAR(changed.output[i], steady.output[i], 1e-9) << i;
+    }
+    const auto lamps = [&engine = changed.engine] {
+      return engine.getBandLamp(0, false) + engine.getBandLamp(0, true);
+    };
+    changed.engine.setGains(-20.0, 0.0, false, false, 1.0);
+    changed.publish();
+    changed.play(2400);
+    EXPECT_GT(lamps(), 0.0);
+    changed.engine.layout.moveBand(0, kOffList, 1000.0);
+    changed.change();
+    for (int block = 0; block < kBlocks; ++block) changed.play();
+    EXPECT_EQ(lamps(), 0.0);
   }
-  for (std::size_t i = 0; i < steady.output.size(); ++i) {
-    ASSERT_NEAR(changed.output[i], steady.output[i], 1e-9) << i;
-  }
-  const auto lamps = [&engine = changed.engine] {
-    return engine.getBandLamp(0, false) + engine.getBandLamp(0, true);
-  };
-  changed.engine.setGains(-20.0, 0.0, false, false, 1.0);
-  changed.publish();
-  changed.play(2400);
-  EXPECT_GT(lamps(), 0.0);
-  changed.engine.layout.moveBand(0, kOffList, 1000.0);
-  changed.change();
-  for (int block = 0; block < kBlocks; ++block) changed.play();
-  EXPECT_EQ(lamps(), 0.0);
 }
 
 // The audio thread may have been told of a chain that it never got.
