@@ -136,6 +136,10 @@ void ParameterHandOver::collect() noexcept {
   }
   if (changedWhole.load(std::memory_order_relaxed) != 0)
     due.whole |= changedWhole.exchange(0, std::memory_order_acquire);
+  if (!replaced.load(std::memory_order_relaxed)) return;
+  setFrozen(true);  // before the mark goes; the audio thread may set it again meanwhile
+  replaced.store(false, std::memory_order_release);
+  due.replaced = true;
 }
 
 void ParameterHandOver::update(bool force) {
@@ -184,11 +188,11 @@ void ParameterHandOver::handOver(bool asOne) {
     missing.store(false, std::memory_order_relaxed);
   } catch (const std::bad_alloc&) {
     engine.abandonChange();
-    filtersAreDue();  // in the chain before, they are as they were
+    everythingChanged();  // what a chain that was given up had got
     gate.owe();
     missing.store(true, std::memory_order_relaxed);
   }
-  setFrozen(holds > 0 || waiting.load(std::memory_order_relaxed));
+  setFrozen(holds > 0 || due.replaced || waiting.load(std::memory_order_relaxed));
 }
 
 template <typename Run>
@@ -233,7 +237,7 @@ void ParameterHandOver::handOverDue(bool asOne) {
   forDueBands(kRoute, [this](int band) { updateRoute(band); });
   ifDue(kPlan, [this] { engine.makeStagePlan(); });
   engine.publish();
-  replaced.store(false, std::memory_order_release);
+  due.replaced = false;
 }
 
 /// Whether what is due makes a new chain.
@@ -241,7 +245,7 @@ bool ParameterHandOver::changesChain() {
   const bool isFaded = seamless.load(std::memory_order_relaxed) && engine.hasPlayed() &&
                        pace.isRealtime.load(std::memory_order_relaxed);
   if (!isFaded) return false;
-  if (replaced.load(std::memory_order_acquire) || changesStages()) return true;
+  if (due.replaced || changesStages()) return true;
   for (int band = 0; band < kNumBands; ++band) {
     if (isOn(bandParameterId(band, kB1State)) && changesBand(band)) return true;
   }
@@ -268,7 +272,7 @@ bool ParameterHandOver::changesBand(int band) {
   }
   if ((what & kPath) != 0 && (row(kB1LR) != 0.0F) != now.path.leftRight) return true;
   if ((what & kFilter) == 0 || row(kB1Type) == 0.0F) return false;
-  return (static_cast<int>(row(kB1SubType)) != kFlat) != engine.isFiltered(band);
+  return static_cast<int>(row(kB1SubType)) != shapes[at(band)];
 }
 
 /// Makes a new chain, for which everything is due that a chain has of its own. False if an earlier
@@ -288,9 +292,7 @@ void ParameterHandOver::filtersAreDue() noexcept {
 
 int ParameterHandOver::getLatency() {
   const PlugBaseMutex::Scope scope(lock);
-  // The layout is ahead of the chain while a change waits.
-  if (!waiting.load(std::memory_order_relaxed)) latency = engine.getLatency();
-  return latency;
+  return engine.getLatency();
 }
 
 void ParameterHandOver::takeLive(SignalChain& chain, bool all) noexcept {
@@ -376,8 +378,9 @@ void ParameterHandOver::updatePlace(int band) {
 void ParameterHandOver::updateFilter(int band) {
   const auto row = [this, band](int id) { return plain(bandParameterId(band, id)); };
   if (row(kB1State) == 0.0F || row(kB1Type) == 0.0F) return;
-  engine.configureFilters(band, static_cast<int>(row(kB1SubType)), row(kB1Frequency), row(kB1Slope),
-                          row(kB1Q), row(kB1Slope2));
+  const int shape = static_cast<int>(row(kB1SubType));
+  engine.configureFilters(band, shape, row(kB1Frequency), row(kB1Slope), row(kB1Q), row(kB1Slope2));
+  shapes[at(band)] = shape;
 }
 
 /// Applies the order of the bands.

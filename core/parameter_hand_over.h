@@ -105,6 +105,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   struct Due {
     std::array<std::uint32_t, kNumBands> bands{};
     std::uint32_t whole = 0;
+    bool replaced = false;  // all values by those of a whole state
   };
 
   void collect() noexcept;
@@ -164,6 +165,6 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   Due due;
   int holds = 0;
   bool frozen = false;
-  int latency = 0;  // samples, last known
-  UpdateGate gate;  // apart from the calls it allows on other threads
+  std::array<int, kNumBands> shapes{};  // of the bands' filters, as last set
+  UpdateGate gate;                      // apart from the calls it allows on other threads
 };

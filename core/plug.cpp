@@ -72,7 +72,7 @@ void Plug::start(float rate) {
   handOver.release();  // may throw, unlike the end of a scope
   // If the folder cannot be made, saving reports it.
   static_cast<void>(makeFolders(ownMachine.folders().install));
-  engine.resetEngine();
+  handOver.askEngine([](compressor& it) { it.resetEngine(); });
   PlugBaseJSON::resume();
   checkProcessLevel();  // not before: in real time a second chain would be faded in
   host.wantMidi();

@@ -51,6 +51,7 @@ bool compressor::isChanging() noexcept {
 
 bool compressor::startChange() {
   if (preparing) return true;
+  if (isChanging() && offered.load(std::memory_order_relaxed) == nullptr) return false;
   auto fresh = std::make_unique<SignalChain>(sampleRate);
   fresh->parts.provide(wanted.plan, wanted.oversampleLatency > 0, sampleRate);
   const bool isOffered = isChanging();
@@ -181,10 +182,6 @@ void compressor::makeStagePlan() {
   }
 }
 
-bool compressor::isFiltered(int band) const noexcept {
-  return isBand(band) && built->filters.subbands[at(band)].latency() > 0;
-}
-
 bool compressor::planIsDue() { return StagePlan::of(layout) != wanted.plan; }
 
 void compressor::publish() noexcept {
@@ -221,17 +218,16 @@ int compressor::getLatency() {
 }
 
 int compressor::plannedLatency() {
-  const BandLayout::Scope lock(layout);
-  const int perStage = wanted.oversampleLatency;
-  int samples = 0;
-  for (const BandLayout::List* list : {&layout.pre, &layout.post}) {
-    for (const std::int32_t band : *list) {
-      samples += wantedOf(band).detector.lookahead + perStage +
-                 built->filters.subbands[at(band)].latency();
-    }
-  }
-  if (!layout.xover.empty()) samples += built->filters.crossover.latency() + perStage;
-  return samples + wanted.xoverMaxLookahead;
+  // Of the plan, since the layout may be ahead of it.
+  int samples = wanted.xoverMaxLookahead;
+  wanted.plan.forEachStage([this, &samples](int stage) {
+    samples += wanted.oversampleLatency;
+    samples +=
+        stage == StagePlan::kCrossoverStage
+            ? built->filters.crossover.latency()
+            : wantedOf(stage).detector.lookahead + built->filters.subbands[at(stage)].latency();
+  });
+  return samples;
 }
 
 double compressor::getBandResponse(int band, double frequency) {

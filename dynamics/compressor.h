@@ -83,8 +83,6 @@ class compressor {
   [[nodiscard]] int getLatency();
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
-  /// Whether a dynamic EQ band has a filter, and its latency.
-  [[nodiscard]] bool isFiltered(int band) const noexcept;
   /// A lookahead in ms as samples.
   [[nodiscard]] int lookaheadOf(float ms) const noexcept {
     return lookaheadSamples(ms, sampleRate);

@@ -112,6 +112,7 @@ void ParameterInput::switchBankFromAudio(std::int32_t bank) noexcept {
   for (std::int32_t i = 0; i < values.count(); ++i) {
     if (i != values.bankSelector()) setFromAudio(i, values.bankValue(bank, i));
   }
+  engine.everythingReplaced();  // an update that came in between has taken some of them
   audioBankSwitch.store(bank);
 }
 

@@ -56,6 +56,7 @@ class ParameterInput {
   /// As `set`, from the audio thread: the values are stored at once; engine, editor and host learn
   /// of them at the next `makeUpForAudio`.
   void setFromAudio(std::int32_t index, float normalised) noexcept;
+  void putFromAudio(std::int32_t index, float normalised) noexcept;  ///< as `put`, likewise
   /// Passes on the values that `setFromAudio` has stored; control threads.
   void makeUpForAudio();
   /// As `set`, and tells the host, unless the parameter is locked.
@@ -86,7 +87,6 @@ class ParameterInput {
 
  private:
   [[nodiscard]] std::int32_t bankSwitchedTo(std::int32_t index, float normalised) const noexcept;
-  void putFromAudio(std::int32_t index, float normalised) noexcept;
   void switchBankFromAudio(std::int32_t bank) noexcept;
   void tellReplaced() {
     engine.everythingReplaced();

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "host/raised.h"
 #include "platform/index.h"
 
 namespace lv2 {
@@ -26,6 +27,17 @@ void ControlExchange::play(int id, float plain) noexcept {
   const float normalised = normalisedOf(id, plain);
   know(id, normalised);
   if (normalisedNow(id) != normalised) effect.parameterInput().setFromAudio(id, normalised);
+}
+
+void ControlExchange::playAlone(int id) noexcept {
+  const float normalised = knownOf(id);
+  if (normalisedNow(id) == normalised || effect.isLocked(id)) return;
+  effect.parameterInput().putFromAudio(id, normalised);
+}
+
+bool ControlExchange::mayPlay() const noexcept {
+  // In this order: a delivery under way has taken its values after it was marked.
+  return !offered.any() && !isDelivering.load(std::memory_order_acquire);
 }
 
 float ControlExchange::knownOf(int id) const noexcept {
@@ -91,6 +103,7 @@ void ControlExchange::deliverNews() {
   confirmed.takeAll(
       [this](int id) { held[at(id)].store(portValue(id), std::memory_order_relaxed); });
   if (!offered.any() && !effect.isUpdateMissing()) return;
+  const Raised busy(isDelivering);
   {
     const UpdateHold together(effect.updates());
     deliverOffered(alone.exchange(false, std::memory_order_relaxed));

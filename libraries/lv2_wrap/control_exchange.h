@@ -23,6 +23,10 @@ class ControlExchange {
   /// A port has a new value that the effect takes with the next block: a live parameter, with
   /// nothing else to deliver.
   void play(int id, float plain) noexcept;
+  /// Whether ports may be played: nothing waits for its delivery, which would come after them.
+  [[nodiscard]] bool mayPlay() const noexcept;
+  /// After all ports of a block: gives one that links have moved its own value again.
+  void playAlone(int id) noexcept;
   /// A port has reached the value that the host was asked to set: nothing to deliver.
   void confirm(int id, float plain) noexcept;
   [[nodiscard]] bool hasNews() const noexcept { return offered.any(); }
@@ -98,6 +102,7 @@ class ControlExchange {
   ParameterMarks changedInside;
   ParameterMarks unlikePorts;  // since a load
   std::atomic<bool> alone{false};
+  std::atomic<bool> isDelivering{false};
   std::atomic<unsigned> loads{0};
   std::atomic<unsigned> takenLoads{0};  // by the audio thread; stored after it has dropped values
   std::array<std::atomic<float>, kNumParams> known;  // normalised, that effect and ports agree on

@@ -155,11 +155,12 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
 void Plugin::takeNews(bool isLoaded) noexcept {
   const auto end = news.begin() + static_cast<std::ptrdiff_t>(newsCount);
   const bool isLive =
-      !isLoaded && !controls.hasNews() && std::all_of(news.begin(), end, isLiveParameter);
+      !isLoaded && controls.mayPlay() && std::all_of(news.begin(), end, isLiveParameter);
   std::for_each(news.begin(), end, [this, isLive](int id) {
     const float plain = seen[at(id)];
     isLive ? controls.play(id, plain) : controls.offer(id, plain);
   });
+  if (isLive) std::for_each(news.begin(), end, [this](int id) { controls.playAlone(id); });
   newsCount = 0;
 }
 
