@@ -279,15 +279,10 @@ bool ParameterHandOver::changesBand(int band) {
 /// change is still under way.
 bool ParameterHandOver::startChange() {
   if (!engine.startChange()) return false;
-  filtersAreDue();
-  gate.force();
-  return true;
-}
-
-/// What a chain has of its own.
-void ParameterHandOver::filtersAreDue() noexcept {
   for (std::uint32_t& band : due.bands) band |= kFilter;
   due.whole |= kSplits | kPlan;
+  gate.force();
+  return true;
 }
 
 int ParameterHandOver::getLatency() {

@@ -114,7 +114,6 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool changesStages();
   [[nodiscard]] bool changesBand(int band);
   [[nodiscard]] bool startChange();
-  void filtersAreDue() noexcept;
   [[nodiscard]] Oversampling oversampling() const noexcept;
   void handOver(bool asOne);
   void handOverDue(bool asOne);
