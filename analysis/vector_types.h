@@ -56,6 +56,17 @@ inline Vector<lanes> zipHigh(Vector<lanes> a, Vector<lanes> b) noexcept {
   if constexpr (lanes == 8) return pick<4, 12, 5, 13, 6, 14, 7, 15>(a, b);
 }
 
+/// `lanes` elements of `a` followed by `b`, from number `first` on.
+template <int lanes, int first>
+inline Vector<lanes> across(Vector<lanes> a, Vector<lanes> b) noexcept {
+  constexpr int i = first;  // NOLINT(readability-identifier-naming): short, as often as it stands
+  if constexpr (lanes == 2) return pick<i, i + 1>(a, b);
+  if constexpr (lanes == 4) return pick<i, i + 1, i + 2, i + 3>(a, b);
+  if constexpr (lanes == 8) {
+    return pick<i, i + 1, i + 2, i + 3, i + 4, i + 5, i + 6, i + 7>(a, b);
+  }
+}
+
 /// Exchanges the blocks of `half` by `half` elements that a transposition swaps between two rows.
 template <int lanes, int half>
 inline void exchangeBlocks(Vector<lanes>& a, Vector<lanes>& b) noexcept {

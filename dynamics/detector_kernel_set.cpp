@@ -24,7 +24,7 @@ struct Group {
   };
   /// A chunk of rows.
   struct Rows {
-    double memory[(kChunk + kSlack) * kLanes];
+    alignas(64) double memory[(kChunk + kSlack) * kLanes];
     [[nodiscard]] double* row(int i) noexcept { return memory + i * kLanes; }
   };
 
@@ -121,34 +121,49 @@ struct Group {
     sums = sum;
   }
 
+  /// Sets `chunks` to the changes of the first average's sum, or to the maxima of lanes that take
+  /// no average.
+  static void slideMaxima(WindowLane* const* windows, double* const* signals, int count, int frames,
+                          TimeChunk* chunks) noexcept {
+    SlidingMaximum<T> maxima[kLanes];
+    unsigned levels = 0;
+    for (int lane = 0; lane < count; ++lane) {
+      maxima[lane].begin(*windows[lane], signals[lane], frames);
+      levels = windows[lane]->levels > levels ? windows[lane]->levels : levels;
+    }
+    for (unsigned level = 0; level < levels; ++level) {
+      for (int lane = 0; lane < count; ++lane) maxima[lane].step(level, frames);
+    }
+    for (int lane = 0; lane < count; ++lane) {
+      WindowLane& window = *windows[lane];
+      const double* const result = maxima[lane].end(frames);
+      if (window.averaging) {
+        takeIn<T>(window.maxima, window.length1, result, chunks[lane].samples, frames);
+      } else {
+        copy<T>(result, frames, chunks[lane].samples);
+      }
+    }
+  }
+
   /// Runs the windows up to the changes of the second average's sum, in rows.
   static void windowRows(WindowLane* const* windows, double* const* signals, int count, int frames,
                          Averages& averages, Rows& rows) noexcept {
-    WindowChunk a;
-    WindowChunk b;
-    TimeChunk lanes[kLanes];
-    for (int lane = 0; lane < count; ++lane) {
-      WindowLane& window = *windows[lane];
-      const double* const maxima = slideMaximum<T>(window, signals[lane], frames, a, b);
-      if (window.averaging) {
-        takeIn<T>(window.maxima, window.length1, maxima, lanes[lane].samples, frames);
-      } else {
-        copy<T>(maxima, frames, lanes[lane].samples);
-      }
-    }
-    for (int lane = count; lane < kLanes; ++lane) lanes[lane] = {};
-    toRows(lanes, rows, frames);
+    TimeChunk chunks[kLanes];
+    slideMaxima(windows, signals, count, frames, chunks);
+    for (int lane = count; lane < kLanes; ++lane) chunks[lane] = {};
+    toRows(chunks, rows, frames);
     averageRows(averages.sum1, averages.scale1, rows, frames);
-    toTime(rows, lanes, frames);
+    TimeChunk means[kLanes];
+    toTime(rows, means, frames);
     for (int lane = 0; lane < count; ++lane) {
       WindowLane& window = *windows[lane];
       if (window.averaging) {
-        double* const means = a.samples();
-        copy<T>(lanes[lane].samples, frames, means);
-        takeIn<T>(window.means, window.length2, means, lanes[lane].samples, frames);
+        takeIn<T>(window.means, window.length2, means[lane].samples, chunks[lane].samples, frames);
+      } else {
+        copy<T>(means[lane].samples, frames, chunks[lane].samples);
       }
     }
-    toRows(lanes, rows, frames);
+    toRows(chunks, rows, frames);
   }
 
   // The detectors.

@@ -15,26 +15,33 @@ constexpr double kNoLevel = 1e150;  // from here on, where squares overflow, a l
 
 /// A chunk of one detector along time; vectors may run into the slack.
 struct TimeChunk {
-  double samples[kChunk + kSlack];
+  alignas(64) double samples[kChunk + kSlack];
 };
 
-/// Copies few samples, where the compiler would otherwise call the library.
+template <int T>
+inline void copyVector(const double* from, double* to) noexcept {
+  auto samples = load<T>(from);
+  asm("" : "+x"(samples));  // NOLINT(hicpp-no-assembler): no instruction
+  store<T>(to, samples);
+}
+
+/// Copies few samples, where the compiler would otherwise call the library. The two do not overlap.
 template <int T>
 inline void copy(const double* from, int count, double* to) noexcept {
-  int i = 0;
-  for (; i + T <= count; i += T) {
-    auto samples = load<T>(from + i);
-    asm("" : "+x"(samples));  // NOLINT(hicpp-no-assembler): no instruction
-    store<T>(to + i, samples);
+  if (count < T) {
+    if constexpr (T > 2) return copy<T / 2>(from, count, to);
+    if (count > 0) *to = *from;
+    return;
   }
-  for (; i < count; ++i) to[i] = from[i];
+  for (int i = 0; i + T < count; i += T) copyVector<T>(from + i, to + i);
+  copyVector<T>(from + count - T, to + count - T);
 }
 
 // The sliding maximum, along time.
 
 /// A chunk, preceded by room for the samples before it.
 struct WindowChunk {
-  double memory[WindowLane::kRecent + kChunk + kSlack];
+  alignas(64) double memory[WindowLane::kRecent + kChunk + kSlack];
   [[nodiscard]] double* samples() noexcept { return memory + WindowLane::kRecent; }
 };
 
@@ -74,6 +81,22 @@ inline void maximumOf(const double* a, const double* b, double* out, int count) 
   }
 }
 
+/// The same of `in` and what stands `lag` before it, a power of two, without reading across two
+/// vectors that have just been stored.
+template <int T, int lag>
+inline void maximumWithEarlier(const double* in, double* out, int count) noexcept {
+  if constexpr (lag >= T) {
+    maximumOf<T>(in - lag, in, out, count);
+  } else {
+    auto before = load<T>(in - T);
+    for (int i = 0; i < count; i += T) {
+      const auto now = load<T>(in + i);
+      store<T>(out + i, larger<T>(across<T, T - lag>(before, now), now));
+      before = now;
+    }
+  }
+}
+
 inline int least(int x, unsigned y) noexcept {
   return x < static_cast<int>(y) ? x : static_cast<int>(y);
 }
@@ -85,7 +108,19 @@ inline void maximumOfRecent(double* entriesEnd, unsigned size, unsigned lag, dou
                             double* out, int frames) noexcept {
   const int kept = size < T ? T : static_cast<int>(size);
   copy<T>(entriesEnd - kept, kept, in - kept);
-  maximumOf<T>(in - lag, in, out, frames);
+  switch (lag) {
+    case 1:
+      maximumWithEarlier<T, 1>(in, out, frames);
+      break;
+    case 2:
+      maximumWithEarlier<T, 2>(in, out, frames);
+      break;
+    case 4:
+      maximumWithEarlier<T, 4>(in, out, frames);
+      break;
+    default:
+      maximumOf<T>(in - lag, in, out, frames);
+  }
   copy<T>(in + (frames - kept), kept, entriesEnd - kept);
 }
 
@@ -105,34 +140,52 @@ inline void maximumThroughRing(double* ring, unsigned size, unsigned position, u
   copy<T>(in + upToEnd, frames - upToEnd, ring);
 }
 
-/// The sliding maximum of the absolute values of `from`. Returns the result, which is in `a` or
-/// `b`.
+/// The sliding maximum of the absolute values of one detector's signal. A level needs what the one
+/// below has just stored: whoever has several detectors steps through their levels in turn.
 template <int T>
-double* slideMaximum(WindowLane& window, const double* from, int frames, WindowChunk& a,
-                     WindowChunk& b) noexcept {
-  double* in = a.samples();
-  double* out = b.samples();
-  const double loudest = rectify<T>(from, frames, in);
-  window.loudest = loudest > window.loudest ? loudest : window.loudest;
-  double* recentEnd = window.recent;
-  for (unsigned level = 0; level < window.levels; ++level) {
+class SlidingMaximum {
+ public:
+  void begin(WindowLane& lane, const double* from, int frames) noexcept {
+    window = &lane;
+    in = a.samples();
+    out = b.samples();
+    recentEnd = lane.recent;
+    const double loudest = rectify<T>(from, frames, in);
+    lane.loudest = loudest > lane.loudest ? loudest : lane.loudest;
+  }
+
+  /// Does nothing if the window has not got the level.
+  void step(unsigned level, int frames) noexcept {
+    if (level >= window->levels) return;
     const unsigned size = 1U << level;
-    const unsigned lag = level + 1 == window.levels ? window.lastLag : size;
+    const unsigned lag = level + 1 == window->levels ? window->lastLag : size;
     recentEnd += WindowLane::kRecent;
     if (level < WindowLane::kUnrolled) {
       maximumOfRecent<T>(recentEnd, size, lag, in, out, frames);
     } else {
-      maximumThroughRing<T>(window.tree + (size - 1), size, window.treePosition, lag, in, out,
+      maximumThroughRing<T>(window->tree + (size - 1), size, window->treePosition, lag, in, out,
                             frames);
     }
     double* const next = in;
     in = out;
     out = next;
   }
-  const unsigned mask = (1U << window.levels) - 1;
-  window.treePosition = (window.treePosition + static_cast<unsigned>(frames)) & mask;
-  return in;
-}
+
+  /// Call after all levels. The result may be written to, and is there until the next `begin`.
+  double* end(int frames) noexcept {
+    const unsigned mask = (1U << window->levels) - 1;
+    window->treePosition = (window->treePosition + static_cast<unsigned>(frames)) & mask;
+    return in;
+  }
+
+ private:
+  WindowLane* window;
+  double* in;
+  double* out;
+  double* recentEnd;
+  WindowChunk a;
+  WindowChunk b;
+};
 
 // The part of the moving averages that runs along time: everything but their sums.
 
