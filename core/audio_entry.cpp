@@ -25,7 +25,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
                         kSidechainChannels - absent);
   } catch (const std::exception&) {
-    // Only a block longer than the buffers allocates, and only that can fail: output silence.
+    // Memory may run out in the block in which the host goes offline or comes back.
     for (int c = 0; c < kMainChannels; ++c) {
       if (outputs[c] != nullptr) std::fill_n(outputs[c], frames, Sample{0});
     }

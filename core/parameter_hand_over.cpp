@@ -290,11 +290,8 @@ int ParameterHandOver::getLatency() {
   return engine.getLatency();
 }
 
-void ParameterHandOver::takeLive(SignalChain& chain, bool all) noexcept {
-  if (all) {
-    for (auto& band : liveBands) band.fetch_or(kLive, std::memory_order_relaxed);
-    liveGains.store(true, std::memory_order_relaxed);
-  }
+void ParameterHandOver::takeLive(SignalChain& chain, const Replaced& published) noexcept {
+  if (published.any) markReplaced(published.bands);
   if (!pace.isRealtime.load(std::memory_order_relaxed) && !isAlwaysLive()) {
     return;
   }
@@ -304,6 +301,16 @@ void ParameterHandOver::takeLive(SignalChain& chain, bool all) noexcept {
   for (int band = 0; band < kNumBands; ++band) {
     if (liveBands[at(band)].load(std::memory_order_relaxed) != 0) takeLiveBand(band, chain, before);
   }
+}
+
+/// Lets the audio thread set once more what published values have replaced. The sidechains' trims
+/// are not among the settings of bands; they may have been set with the filters.
+void ParameterHandOver::markReplaced(std::uint32_t bands) noexcept {
+  for (int band = 0; band < kNumBands; ++band) {
+    const std::uint32_t work = (bands & stageBit(band)) != 0 ? kLive : kTrim;
+    liveBands[at(band)].fetch_or(work, std::memory_order_relaxed);
+  }
+  liveGains.store(true, std::memory_order_relaxed);
 }
 
 /// Whether values read since `freezes` was `before` may be those of a chain to come.

@@ -61,11 +61,12 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void release() override;
   [[nodiscard]] bool isHeld();
 
-  /// Calls `set` with the engine, to change settings, and publishes them once it has returned.
+  /// Calls `set` with the engine, to change settings, and publishes them once it has returned, or
+  /// with an update that waits.
   template <typename Set>
   auto withEngine(const Set& set) {
     const PlugBaseMutex::Scope scope(lock);
-    const Publish after{engine};
+    const Publish after{*this};
     return set(engine);
   }
   /// Calls `ask` with the engine, for reading or for settings that need no publishing.
@@ -78,7 +79,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   /// as a plain value of `kBandOrder`.
   float moveBand(int band, int list, double frequency);
 
-  void takeLive(SignalChain& chain, bool all) noexcept override;
+  void takeLive(SignalChain& chain, const Replaced& published) noexcept override;
   /// Whether chains are faded in real time; if not, they change at once.
   void setSeamless(bool on) noexcept { seamless.store(on, std::memory_order_relaxed); }
   /// Whether values go to the chain on the audio thread whatever the pace.
@@ -97,9 +98,13 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
  private:
+  /// Not while an update waits, which publishes in the end: the engine's values of parameters may
+  /// be older by then than those that the audio thread has taken, and it cannot take them again.
   struct Publish {
-    compressor& engine;
-    ~Publish() { engine.publish(); }
+    ParameterHandOver& owner;
+    ~Publish() {
+      if (!owner.waiting.load(std::memory_order_relaxed)) owner.engine.publish();
+    }
   };
   /// The work still to be done, as bits: per band, and for the whole chain.
   struct Due {
@@ -131,6 +136,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void setGains(Target& target) const noexcept;
   [[nodiscard]] BandDynamics dynamicsOf(int band) const noexcept;
   [[nodiscard]] SidechainLinkage linkageOf(int band) const noexcept;
+  void markReplaced(std::uint32_t bands) noexcept;
   [[nodiscard]] bool hasFrozenSince(unsigned before) noexcept;
   void takeLiveGains(SignalChain& chain, unsigned before) noexcept;
   void takeLiveBand(int band, SignalChain& chain, unsigned before) noexcept;

@@ -84,20 +84,11 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.dynPeak = *job.dynPeak;
   lane.tranPeak = *job.tranPeak;
   if (!ownsLamps || job.lampFrames == 0) return;
-  const auto decay = [&job](double& lamp, LampDecay& kept, double perSample) {
+  const auto decay = [&job](double& lamp, BlockDecay& kept, double perSample) {
     if (lamp != 0.0) lamp = flushed(lamp * kept.over(perSample, job.lampFrames));
   };
   decay(*job.fastLamp, fastDecay, lane.settings->times.relFastCoef);
   decay(*job.slowLamp, slowDecay, lane.settings->times.relSlowCoef);
-}
-
-double BandDetector::LampDecay::over(double newPerSample, int newFrames) noexcept {
-  if (newPerSample != perSample || newFrames != frames) {
-    perSample = newPerSample;
-    frames = newFrames;
-    perBlock = std::pow(perSample, frames);
-  }
-  return perBlock;
 }
 
 void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexcept {

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "dynamics/block_decay.h"
 #include "dynamics/detector_lane.h"
 #include "dynamics/lookahead_window.h"
 
@@ -82,13 +83,6 @@ class BandDetector {
   LookaheadWindow window;
   BallisticsState state;
   bool ownsLamps = false;
-  /// The factor by which a lamp decays over a block; computed again only if rate or length change.
-  struct LampDecay {
-    double perSample = 1.0;
-    int frames = 0;
-    double perBlock = 1.0;
-    double over(double newPerSample, int newFrames) noexcept;
-  };
-  LampDecay fastDecay;
-  LampDecay slowDecay;
+  BlockDecay fastDecay;
+  BlockDecay slowDecay;
 };

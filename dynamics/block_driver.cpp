@@ -1,7 +1,6 @@
 // The path of a block through the engine.
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 
 #include "dynamics/compressor.h"
@@ -51,34 +50,33 @@ void compressor::scrub(Sample* const* inputs, int channels, int frames) noexcept
 }
 
 void compressor::beginBlock() noexcept {
-  const SignalChain* const changed = takeSettings();
+  const LiveValues::Replaced replaced = takeSettings();
   if (rising != nullptr && (!realtime || playing->isSilent())) endChange();
   SignalChain& latest = rising != nullptr ? *rising : *playing;
-  if (live != nullptr) live->takeLive(latest, changed == &latest);
+  if (live != nullptr) live->takeLive(latest, replaced);
 }
 
-SignalChain* compressor::takeSettings() noexcept {
-  if (!published.waiting()) return nullptr;
+LiveValues::Replaced compressor::takeSettings() noexcept {
+  if (!published.waiting()) return {};
   published.take();
   const EngineSettings& newest = published.active();
   SignalChain* const latest = rising != nullptr ? rising : playing;
   if (newest.chain == latest->number()) {
-    latest->take(newest);
-    return latest;
+    return {true, latest->take(newest)};
   }
   // None, if the control side has meanwhile replaced it: then other settings follow.
   SignalChain* const next = offered.exchange(nullptr, std::memory_order_acquire);
-  if (next == nullptr) return nullptr;
+  if (next == nullptr) return {};
   rising = next;
   // They may be newer than what the chain was offered with, or those of a chain that it has
   // replaced at this moment.
   if (newest.chain == rising->number()) rising->take(newest);
   fade.start(sampleRate, rising->now().latency);
-  return rising;
+  return {true, ~std::uint32_t{0}};
 }
 
 /// The chain that meters show.
-SignalChain& compressor::heard() noexcept {
+const SignalChain& compressor::heard() const noexcept {
   return rising != nullptr && fade.phase() == ChainFade::Phase::kFade ? *rising : *playing;
 }
 
@@ -162,7 +160,7 @@ void compressor::feedEditor(const Slice<Sample>& slice, const SignalChain& chain
 
 void compressor::publishMeters(int channels, int frames) noexcept {
   const EngineSettings& now = heard().now();
-  const double decay = 1.0 - std::pow(now.meterDecay, static_cast<double>(frames));
+  const double decay = 1.0 - meterDecay.over(now.meterDecay, frames);
   for (int band = 0; band < kNumBands; ++band) {
     const double position = now.bands[at(band)].path.position;
     const double left = channels == 1 ? 1.0 : std::min(1.0, 1.0 - position);

@@ -11,6 +11,7 @@
 #include "dynamics/band_layout.h"
 #include "dynamics/band_meters.h"
 #include "dynamics/bands.h"
+#include "dynamics/block_decay.h"
 #include "dynamics/chain_fade.h"
 #include "dynamics/engine_settings.h"
 #include "dynamics/live_values.h"
@@ -112,6 +113,8 @@ class compressor {
   template <typename Sample>
   void processBlock(Sample* const* inputs, Sample* const* outputs, int frames, int mainChannels,
                     int sideChannels);
+  /// Latency in samples of what the last block gave out.
+  [[nodiscard]] int heardLatency() const noexcept { return heard().now().latency; }
 
   // Any thread.
   /// Source for a `GainReductionReader`, of which each consumer needs its own.
@@ -180,9 +183,8 @@ class compressor {
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   void beginBlock() noexcept;
-  /// Returns the chain that has got new settings, or null.
-  SignalChain* takeSettings() noexcept;
-  [[nodiscard]] SignalChain& heard() noexcept;
+  LiveValues::Replaced takeSettings() noexcept;
+  [[nodiscard]] const SignalChain& heard() const noexcept;
   template <typename Sample>
   void runSlice(const Slice<Sample>& slice) noexcept;
   void moveChange() noexcept;
@@ -231,6 +233,7 @@ class compressor {
   SignalChain* playing;
   SignalChain* rising = nullptr;  // during a change
   ChainFade fade;
+  BlockDecay meterDecay;
   bool realtime = false;
   bool gliding = false;
   LiveValues* live = nullptr;

@@ -41,6 +41,7 @@ struct BallisticsCoefficients {
   double rmsCoef = 1.0;      ///< share of the distance of the mean square
   double crestRatio = 0.0;   ///< peak power over mean power from which release is fast
   double holdSamples = 0.0;  ///< a whole number
+  bool operator==(const BallisticsCoefficients&) const = default;
 };
 
 struct DetectorSettings {
@@ -52,6 +53,7 @@ struct DetectorSettings {
   double tranWeight = 0.0;  ///< 0..1
   bool expandMode = false;  ///< attack follows rising gain instead of rising level
   int lookahead = 0;        ///< samples
+  bool operator==(const DetectorSettings&) const = default;
 };
 
 /// State of the ballistics, on the level and on the gain.

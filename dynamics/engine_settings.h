@@ -17,6 +17,7 @@ struct BandSettings {
   double position = 0.0;   ///< -1 left or mid only .. 0 both .. +1 right or side only
   double gain = 1.0;       ///< linear
   double dry = 0.0;        ///< linear share of the unprocessed band
+  bool operator==(const BandSettings&) const = default;
 };
 
 /// Where a band's sidechain comes from.
@@ -25,6 +26,7 @@ struct SidechainRoute {
   int source = kBand;
   /// Index in the XOver list of the band that a crossover band hears instead of itself, or -1.
   int bandIndex = -1;
+  bool operator==(const SidechainRoute&) const = default;
 };
 
 /// Settings of a band's two detectors, in dB and ms; see `BandDetector`.
@@ -65,6 +67,7 @@ struct EngineSettings {
     DetectorSettings detector;
     SidechainRoute route;
     SidechainLinkage linkage;
+    bool operator==(const Band&) const = default;
   };
   /// The gains around the chain, linear.
   struct Gains {

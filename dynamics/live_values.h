@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 class SignalChain;
 
 /// Where the engine gets settings that need no new filter while it plays: without the way over
@@ -11,7 +13,11 @@ class LiveValues {
   LiveValues(const LiveValues&) = delete;
   LiveValues& operator=(const LiveValues&) = delete;
 
-  /// Audio thread, before each block: gives `chain` the settings that have changed. `all`:
-  /// published settings, which may be older, have just replaced all of them.
-  virtual void takeLive(SignalChain& chain, bool all) noexcept = 0;
+  /// What published settings, which may be older than live ones, have just replaced.
+  struct Replaced {
+    bool any = false;
+    std::uint32_t bands = 0;  ///< bits as in `stageBit`: bands whose settings have changed
+  };
+  /// Audio thread, before each block: gives `chain` the settings that have changed.
+  virtual void takeLive(SignalChain& chain, const Replaced& replaced) noexcept = 0;
 };

@@ -35,6 +35,7 @@ struct SidechainLinkage {
   /// Factors of left and right in the first channel (0, 1) and in the second (2, 3).
   std::array<double, 4> factors{};
   double unlink = 0.0;  ///< 0: both detectors hear the louder channel .. 1: each hears its own
+  bool operator==(const SidechainLinkage&) const = default;
 };
 
 /// One of a sidechain's three filters, or all three in series.

@@ -39,11 +39,19 @@ void SignalChain::setSampleRate(double rate) noexcept {
   filters.setSampleRate(rate);
 }
 
-void SignalChain::take(const EngineSettings& newest) noexcept {
+std::uint32_t SignalChain::take(const EngineSettings& newest) noexcept {
   const bool sameParts = newest.parts == settings.parts;
+  std::uint32_t changed = 0;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (settings.bands[at(band)] != newest.bands[at(band)]) changed |= stageBit(band);
+  }
   settings = newest;
   targetsDue = true;
-  if (sameParts || settings.parts == nullptr) return;
+  if (!sameParts && settings.parts != nullptr) takeParts();
+  return changed;
+}
+
+void SignalChain::takeParts() noexcept {
   for (int band = 0; band < kNumBands; ++band) {
     BandParts* const own = partsOf(band);
     delays.use(band, own != nullptr ? &own->delays : nullptr);

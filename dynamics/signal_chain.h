@@ -49,8 +49,9 @@ class SignalChain {
   ChainFilters filters;
   PartsOwner parts;
 
-  /// The settings of the next slice.
-  void take(const EngineSettings& newest) noexcept;
+  /// The settings of the next slice. Returns the bands whose settings have changed, as bits of
+  /// `stageBit`.
+  std::uint32_t take(const EngineSettings& newest) noexcept;
   [[nodiscard]] const EngineSettings& now() const noexcept { return settings; }
   /// For changes of what no filter, place or delay hangs on; audio thread.
   [[nodiscard]] EngineSettings& live() noexcept {
@@ -129,6 +130,7 @@ class SignalChain {
     [[nodiscard]] std::uint32_t bands() const noexcept { return stages | listed; }
   };
 
+  void takeParts() noexcept;
   void takeGains() noexcept;
   [[nodiscard]] BandParts* partsOf(int band) const noexcept {
     return settings.parts == nullptr ? nullptr : settings.parts->bands[at(band)].get();

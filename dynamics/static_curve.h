@@ -10,6 +10,7 @@ struct CurveKnobs {
   double floor = 24.0;
   double deadband = 0.0;
   double knee = 0.0;  ///< 0..1
+  bool operator==(const CurveKnobs&) const = default;
 };
 
 /// Maps the level of one band to a gain, both in decibels. There are independent sides above and

@@ -103,12 +103,17 @@ void Plugin::activate() {
 void Plugin::run(std::uint32_t frames) noexcept {
   takeControls(frames);
   playEvents(frames);
-  if (latencyPort != nullptr) *latencyPort = static_cast<float>(effect.getInitialDelay());
+  if (latencyPort != nullptr) *latencyPort = static_cast<float>(latencyAfter(frames));
   // Of a state that was loaded the ports are told when the host has set them.
   const bool mayRequest = !controls.isLoaded();
   const bool stateHasChanged = mayRequest && controls.hasInsideChanges();
   if (mayRequest) requestChanges();
   writeEvents(stateHasChanged);
+}
+
+/// In samples. Some hosts ask by a block without frames, before anything is processed.
+int Plugin::latencyAfter(std::uint32_t frames) noexcept {
+  return frames > 0 ? effect.getEngine().heardLatency() : effect.getInitialDelay();
 }
 
 void Plugin::takeControls(std::uint32_t frames) noexcept {

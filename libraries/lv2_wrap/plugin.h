@@ -59,6 +59,7 @@ class Plugin final : private IdleClient {
   void playEvents(std::uint32_t frames) noexcept;
   void playMidi(const LV2_Atom_Event& event) noexcept;
   void processUpTo(std::uint32_t end) noexcept;
+  [[nodiscard]] int latencyAfter(std::uint32_t frames) noexcept;
   void takeControls(std::uint32_t frames) noexcept;
   void lookAtPorts(bool isLoaded) noexcept;
   void findNews(int first, int end) noexcept;
