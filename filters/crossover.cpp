@@ -40,7 +40,7 @@ void Crossover_WithLatency::reset() noexcept {
   spectra.clear();
   counts.fill(0);
   handover.giveBack(std::exchange(former, nullptr));
-  position = 0;
+  position = start = 0;
 }
 
 void Crossover_WithLatency::resetRight() noexcept {
@@ -65,13 +65,17 @@ void Crossover_WithLatency::process(const double* left, const double* right,
 
 void Crossover_WithLatency::takeInput(const double* left, const double* right,
                                       int frames) noexcept {
-  const PlanarSpan present = input[0];
-  std::copy_n(left, frames, present.re + kDelay + position);
-  if (right == nullptr) {
-    std::fill_n(present.im + kDelay + position, frames, 0.0);
-  } else {
-    std::copy_n(right, frames, present.im + kDelay + position);
-  }
+  const int place = start + position;
+  const auto take = [place, frames](const double* from, double* ring) {
+    if (from == nullptr) {
+      std::fill_n(ring + place, frames, 0.0);
+    } else {
+      std::copy_n(from, frames, ring + place);
+    }
+    if (place == 0) ring[kRing] = ring[0];
+  };
+  take(left, input[0].re);
+  take(right, input[0].im);
 }
 
 void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRight, int bandCount,
@@ -91,8 +95,9 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
     }
     for (int band = top + 1; band < bandCount; ++band) std::fill_n(bands[band] + done, frames, 0.0);
   };
-  emitChannel(bandLeft, input[0].re + position, &PlanarSpan::re);
-  if (!mono) emitChannel(bandRight, input[0].im + position, &PlanarSpan::im);
+  const int delayed = placeBefore(kDelay);
+  emitChannel(bandLeft, input[0].re + delayed, &PlanarSpan::re);
+  if (!mono) emitChannel(bandRight, input[0].im + delayed, &PlanarSpan::im);
 }
 
 /// Starts to load what the next span outputs, which with many instances has left the near caches.
@@ -117,7 +122,10 @@ void Crossover_WithLatency::endOfSpan() noexcept {
   } else if (turn <= counts[at(out ^ 1)]) {
     transformBand(turn - 1);
   }
-  if (position == kBlock) endOfBlock();
+  if (position < kBlock) return;
+  position = 0;
+  start = (start + kBlock) % kRing;
+  out ^= 1;
 }
 
 void Crossover_WithLatency::takeKernels() noexcept {
@@ -130,11 +138,11 @@ void Crossover_WithLatency::takeKernels() noexcept {
 }
 
 void Crossover_WithLatency::transformInput() noexcept {
-  constexpr int kStart = kDelay + 1 - kBlock;
+  const int first = placeBefore(kBlock - 1 + kSpan);
   PlanarScratch<2, 2 * kBlock> work;
   const PlanarSpan padded = work[0];
-  std::copy_n(input[0].re + kStart, kBlock, padded.re);
-  std::copy_n(input[0].im + kStart, kBlock, padded.im);
+  std::copy_n(input[0].re + first, kBlock, padded.re);
+  std::copy_n(input[0].im + first, kBlock, padded.im);
   std::fill_n(padded.re + kBlock, kBlock, 0.0);
   std::fill_n(padded.im + kBlock, kBlock, 0.0);
   newest ^= 1;
@@ -208,12 +216,4 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
     for (int i = 0; i < kBlock; ++i) samples[i] = whole[i] + tail[i];
     std::copy_n(whole + kBlock, kBlock, tail);
   }
-}
-
-void Crossover_WithLatency::endOfBlock() noexcept {
-  out ^= 1;
-  for (double* const channel : {input[0].re, input[0].im}) {
-    std::copy_n(channel + kBlock, kDelay, channel);
-  }
-  position = 0;
 }
