@@ -31,6 +31,9 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
     done += slice.frames;
   }
   publishMeters(channels, frames);
+  for (SignalChain* const chain : {playing, rising}) {
+    if (chain != nullptr) chain->endBlock();
+  }
 }
 
 template void compressor::processBlock(float* const*, float* const*, int, int, int);
@@ -126,6 +129,7 @@ void compressor::moveChange() noexcept {
 }
 
 void compressor::endChange() noexcept {
+  if (playing != rising) playing->endBlock();
   playing = rising;
   rising = nullptr;
   playing->showOn(bandMeters);

@@ -30,6 +30,7 @@ std::array<double, kNumBands> SignalChain::listedWeights(
 }
 
 void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
+  buffers.borrow();
   if (!gliding) {
     movingBands = 0;
     jumpDue = true;

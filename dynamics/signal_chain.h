@@ -12,6 +12,7 @@
 #include "dynamics/delay_rings.h"
 #include "dynamics/engine_settings.h"
 #include "dynamics/gain_ramp.h"
+#include "dynamics/shared_buffers.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
@@ -36,7 +37,8 @@ struct ChainFilters {
 /// locks or allocates, or while nothing processes.
 class SignalChain {
  public:
-  static constexpr int kMostFrames = 512;  ///< of a slice; a multiple of the detectors' chunks
+  /// Of a slice; a multiple of the detectors' chunks.
+  static constexpr int kMostFrames = WorkBuffers::kFrames;
   using MeterSet = std::array<BandMeters, kNumBands>;
 
   /// `rate` in Hz. Throws std::bad_alloc.
@@ -87,7 +89,10 @@ class SignalChain {
   void runStages() noexcept;
   /// Mixes wet and dry into `work().wet`.
   void mix() noexcept;
-  [[nodiscard]] const WorkBuffers& work() const noexcept { return buffers; }
+  /// Between `beginBlock` and `endBlock`.
+  [[nodiscard]] const WorkBuffers& work() const noexcept { return *buffers; }
+  /// Ends a block of the host, and `work` with it.
+  void endBlock() noexcept { buffers.giveBack(); }
 
  private:
   /// Everything that is read once at the beginning of a slice.
@@ -187,7 +192,7 @@ class SignalChain {
   double sampleRate;
   EngineSettings settings;
   Block block;
-  WorkBuffers buffers{kMostFrames};
+  SharedBuffers buffers;
   GainRamp inputRamp{1.0};
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};
