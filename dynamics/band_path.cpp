@@ -100,7 +100,10 @@ bool SignalChain::isPassive(int band, const ListenState& listening) const noexce
 }
 
 void SignalChain::processBands(std::span<BandRun> runs, int alignTo) noexcept {
-  for (BandRun& run : runs) makeSidechain(run);
+  for (BandRun& run : runs) {
+    fetchBand(run, alignTo);
+    makeSidechain(run);
+  }
   detect(runs);
   for (const BandRun& run : runs) {
     if (!run.isXover) {
@@ -175,7 +178,8 @@ void SignalChain::detect(std::span<BandRun> runs) noexcept {
           run.side[c],        &meter.envPeak,
           &meter.dynPeak[c],  &meter.tranPeak[c],
           &meter.fastLamp,    &meter.slowLamp,
-          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr};
+          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr,
+          delays.isFixed()};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -260,6 +264,15 @@ void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage
   } else {  // both meters of a mid/side band show its mid
     apply<2>(first, run.side[0], {left, right}, block.frames);
     apply<0>(second, run.side[1], {}, block.frames);
+  }
+}
+
+/// Starts to load what a band keeps, while the filters before it run.
+void SignalChain::fetchBand(const BandRun& run, int alignTo) const noexcept {
+  detectorsOf(run.band).fetch(block.frames, block.channels);
+  for (int c = 0; c < block.channels; ++c) {
+    delays.fetch(DelayRings::kLook + c, run.band, block.frames, run.lookahead);
+    delays.fetch(DelayRings::kAlign + c, run.band, block.frames, alignTo - run.lookahead);
   }
 }
 

@@ -18,7 +18,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   played.store(true, std::memory_order_relaxed);
   analyser.beginBlock();
   for (SignalChain* const chain : {playing, rising}) {
-    if (chain != nullptr) chain->beginBlock(frames, channels, gliding);
+    if (chain != nullptr) chain->beginBlock(frames, channels, gliding, fixedDelays);
   }
   for (int done = 0; done < frames;) {
     const int most = std::min(frames - done, playing->mostFrames());

@@ -73,8 +73,10 @@ class SignalChain {
   void adoptLevels(const SignalChain& other) noexcept;
 
   /// Starts a block of the host, after its settings have come. `gliding`: settings that scale sound
-  /// move smoothly, otherwise they change between blocks.
-  void beginBlock(int frames, int channels, bool gliding) noexcept;
+  /// move smoothly, otherwise they change between blocks. `fixedDelays`: other lookaheads and
+  /// latencies come with another chain, so that no more of the past is kept than the present ones
+  /// ask for.
+  void beginBlock(int frames, int channels, bool gliding, bool fixedDelays) noexcept;
   /// The longest slice that may follow.
   [[nodiscard]] int mostFrames() const noexcept {
     return movingBands != 0 ? BandMotion::kMostFrames : kMostFrames;
@@ -180,6 +182,7 @@ class SignalChain {
   [[nodiscard]] bool isPassive(int band, const ListenState& listening) const noexcept;
   [[nodiscard]] std::array<double, kNumBands> listedWeights(
       const ListenState& listening) const noexcept;
+  void fetchBand(const BandRun& run, int alignTo) const noexcept;
   void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
   void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
   void scaleMovingBands(std::span<const BandRun> runs,

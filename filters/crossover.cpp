@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/index.h"
+#include "platform/prefetch.h"
 
 BlockedKernels::BlockedKernels(const double* const* kernels, int bandCount)
     : lineCount(std::clamp(bandCount, 1, CrossoverEngine::kBands) - 1),
@@ -53,13 +54,14 @@ void Crossover_WithLatency::process(const double* left, const double* right,
                                     double* const* bandLeft, double* const* bandRight,
                                     int bandCount, int frames) noexcept {
   const bool mono = right == nullptr;
+  fetchAhead(frames);
   for (int done = 0; done < frames;) {
     const int chunk = std::min(frames - done, kSpan - position % kSpan);
     takeInput(left + done, mono ? nullptr : right + done, chunk);
     emit(bandLeft, bandRight, bandCount, done, chunk, mono);
     position += chunk;
     done += chunk;
-    if (position % kSpan == 0) endOfSpan();
+    if (position % kSpan == 0) endOfSpan(frames - done);
   }
 }
 
@@ -100,20 +102,18 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
   if (!mono) emitChannel(bandRight, input[0].im + delayed, &PlanarSpan::im);
 }
 
-/// Starts to load what the next span outputs, which with many instances has left the near caches.
-void Crossover_WithLatency::fetchAhead() const noexcept {
-  constexpr int kCacheLine = 8;  // samples
+/// Starts to load what the next frames output, up to the end of the span.
+void Crossover_WithLatency::fetchAhead(int frames) const noexcept {
+  const int count = std::min(frames, kSpan - position % kSpan);
   for (int band = 0; band < counts[at(out)]; ++band) {
     const PlanarSpan line = lines[at(band)][out];
-    for (int i = position; i < position + kSpan; i += kCacheLine) {
-      __builtin_prefetch(line.re + i);
-      __builtin_prefetch(line.im + i);
-    }
+    prefetch(line.re + position, count);
+    prefetch(line.im + position, count);
   }
 }
 
-void Crossover_WithLatency::endOfSpan() noexcept {
-  if (position < kBlock) fetchAhead();
+void Crossover_WithLatency::endOfSpan(int framesLeft) noexcept {
+  if (position < kBlock) fetchAhead(framesLeft);
   // The first sample of this block completed the input block now being worked on.
   const int turn = position / kSpan - 1;
   if (turn == 0) {
@@ -198,6 +198,11 @@ void Crossover_WithLatency::carryOver(int band, PlanarSpan sum, PlanarSpan work)
 void Crossover_WithLatency::transformBand(int band) noexcept {
   // Overlap-add, not overlap-save: an input block stays with the kernels it met first.
   PlanarScratch<3, 2 * kBlock> work;
+  const Line& line = lines[at(band)];
+  for (const int part : {kTail, out ^ 1}) {
+    prefetch(line[part].re, kBlock);
+    prefetch(line[part].im, kBlock);
+  }
   const ConstPlanarSpan x = spectra[newest];
   const ConstPlanarSpan near = current->kernels->near(band);
   vectorKernels().multiplySpectra(&x, &near, 1, work[0], 2 * kBlock);
@@ -208,7 +213,6 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
   add(work[1].re, work[0].re, 2 * kBlock);
   add(work[1].im, work[0].im, 2 * kBlock);
   fft.backward(work[0], work[1], work[2]);
-  const Line& line = lines[at(band)];
   for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
     const double* const whole = work[1].*part;
     double* const samples = line[out ^ 1].*part;

@@ -127,8 +127,8 @@ class Crossover_WithLatency final
   void takeInput(const double* left, const double* right, int frames) noexcept;
   void emit(double* const* bandLeft, double* const* bandRight, int bandCount, int done, int frames,
             bool mono) noexcept;
-  void fetchAhead() const noexcept;
-  void endOfSpan() noexcept;
+  void fetchAhead(int frames) const noexcept;
+  void endOfSpan(int framesLeft) noexcept;
   void takeKernels() noexcept;
   void transformInput() noexcept;
   void transformBand(int band) noexcept;
