@@ -270,10 +270,12 @@ void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage
 /// Starts to load what a band keeps, while the filters before it run.
 void SignalChain::fetchBand(const BandRun& run, int alignTo) const noexcept {
   detectorsOf(run.band).fetch(block.frames, block.channels);
-  for (int c = 0; c < block.channels; ++c) {
-    delays.fetch(DelayRings::kLook + c, run.band, block.frames, run.lookahead);
-    delays.fetch(DelayRings::kAlign + c, run.band, block.frames, alignTo - run.lookahead);
-  }
+  fetchPair(DelayRings::kLook, run.band, run.lookahead);
+  fetchPair(DelayRings::kAlign, run.band, alignTo - run.lookahead);
+}
+
+void SignalChain::fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept {
+  for (int c = 0; c < block.channels; ++c) delays.fetch(ring + c, owner, block.frames, samples);
 }
 
 void SignalChain::delaySidechain(DelayRings::Ring ring, int owner, int samples) noexcept {

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "platform/index.h"
+#include "platform/prefetch.h"
 
 namespace {
 
@@ -84,6 +85,7 @@ template <typename Sample>
 void SignalChain::begin(const Sample* const* inputs, int frames, int mainChannels, int sideChannels,
                         int before, int whole) noexcept {
   block = {frames, mainChannels, before, whole, listenState()};
+  fetchParts();
   copySidechain(inputs + mainChannels, sideChannels, frames);
   takeGains();
   if (settings.highQuality != qualitySeen) setQuality(settings.highQuality);
@@ -197,6 +199,13 @@ void SignalChain::resetReturning() noexcept {
   }
 }
 
+/// Starts to load the objects of the bands, where what they keep is found.
+void SignalChain::fetchParts() const noexcept {
+  for (int place = 0; place < settings.plan.xoverLength(); ++place) {
+    prefetch(partsOf(settings.plan.xoverBand(place)), 1);
+  }
+}
+
 void SignalChain::runStages() noexcept {
   resetChangedBands();
   resetReturning();
@@ -243,9 +252,13 @@ void SignalChain::runCrossoverStage() noexcept {
   for (std::size_t place = 0; place < runs.size(); ++place) {
     bandRuns[place] = beginBand(settings.plan.xoverBand(static_cast<int>(place)), true, place);
   }
-  splitIntoBands(runs);
   constexpr int kOwner = DelayRings::kCrossover;
   const int splitDelay = filters.crossover.latency();
+  const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
+  fetchPair(DelayRings::kWetBefore, kOwner, splitDelay);
+  fetchPair(DelayRings::kDryBefore, kOwner, splitDelay);
+  fetchPair(DelayRings::kDryAfter, kOwner, bandDelay);
+  splitIntoBands(runs);
   delaySidechain(DelayRings::kExtBefore, kOwner, splitDelay);
   delayPair(buffers->wet, DelayRings::kWetBefore, kOwner, splitDelay);
   delayPair(buffers->dry, DelayRings::kDryBefore, kOwner, splitDelay);
@@ -255,7 +268,6 @@ void SignalChain::runCrossoverStage() noexcept {
     const auto channel = static_cast<std::size_t>(c);
     sumBands(buffers->band[channel], weights, runs.size(), buffers->wet[channel], block.frames);
   }
-  const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, bandDelay);
   delayPair(buffers->dry, DelayRings::kDryAfter, kOwner, bandDelay);
 }

@@ -182,6 +182,8 @@ class SignalChain {
   [[nodiscard]] bool isPassive(int band, const ListenState& listening) const noexcept;
   [[nodiscard]] std::array<double, kNumBands> listedWeights(
       const ListenState& listening) const noexcept;
+  void fetchParts() const noexcept;
+  void fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept;
   void fetchBand(const BandRun& run, int alignTo) const noexcept;
   void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
   void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
