@@ -55,6 +55,8 @@ TEST(DelayRingsTest, DelaysEachLineOnItsOwnAndForgetsWhatMissedABlock) {
 TEST(DelayRingsTest, SoundTheSameWhereDelaysAreFixed) {
   std::mt19937 random(1);
   std::array<compressor, 2> engines;
+  SidechainLinkage linkage;
+  linkage.setPosition(true, 50);
   for (compressor& engine : engines) {
     for (const int band : {0, 1, 2}) {
       engine.layout.moveBand(band, band == 2 ? kPreList : kXoverList, 300.0 * (1 + band));
@@ -62,6 +64,7 @@ TEST(DelayRingsTest, SoundTheSameWhereDelaysAreFixed) {
       dynamics.lookaheadMs = band == 1 ? 0.0F : 5.0F + static_cast<float>(band);
       engine.setDynamics(band, dynamics);
       engine.setBand(band, {.active = true});
+      engine.setSidechainLinkage(band, linkage);
     }
     engine.configureFilters(2, kBandPass, 1000.0F, 12.0F, 1.0F, 12.0F);
     engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
