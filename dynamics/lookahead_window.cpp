@@ -196,7 +196,8 @@ void LookaheadWindow::fetch(int frames) const noexcept {
   if (!window.averaging) return;
   const auto ring = [&part](const WindowLane::Ring& past, unsigned length) {
     part(past.entries, past.size, past.write);
-    part(past.entries, past.size, (past.write + past.size - length) % past.size);
+    part(past.entries, past.size,
+         past.write >= length ? past.write - length : past.write + past.size - length);
   };
   ring(window.maxima, window.length1);
   ring(window.means, window.length2);

@@ -199,10 +199,11 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
   // Overlap-add, not overlap-save: an input block stays with the kernels it met first.
   PlanarScratch<3, 2 * kBlock> work;
   const Line& line = lines[at(band)];
-  for (const int part : {kTail, out ^ 1}) {
+  const auto fetchPart = [&line](int part) {
     prefetch(line[part].re, kBlock);
     prefetch(line[part].im, kBlock);
-  }
+  };
+  fetchPart(kTail);
   const ConstPlanarSpan x = spectra[newest];
   const ConstPlanarSpan near = current->kernels->near(band);
   vectorKernels().multiplySpectra(&x, &near, 1, work[0], 2 * kBlock);
@@ -212,6 +213,7 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
   };
   add(work[1].re, work[0].re, 2 * kBlock);
   add(work[1].im, work[0].im, 2 * kBlock);
+  fetchPart(out ^ 1);
   fft.backward(work[0], work[1], work[2]);
   for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
     const double* const whole = work[1].*part;
