@@ -108,14 +108,13 @@ void SignalChain::processBands(std::span<BandRun> runs, int alignTo) noexcept {
   for (const BandRun& run : runs) {
     if (!run.isXover) {
       // The band itself is delayed as much by its oversampled product.
-      delayPair(buffers->rest, DelayRings::kAlign, run.band,
-                run.lookahead + settings.oversampleLatency);
+      delayPair(buffers->rest, DelayRings::kAlign, run.band, alignment(run, alignTo));
     }
     delayPair(run.signal, DelayRings::kLook, run.band, run.lookahead);
     applyGain(run);
     // All crossover bands are delayed as much as the one with the longest lookahead.
     if (run.isXover) {
-      delayPair(run.signal, DelayRings::kAlign, run.band, alignTo - run.lookahead);
+      delayPair(run.signal, DelayRings::kAlign, run.band, alignment(run, alignTo));
     }
   }
 }
@@ -267,11 +266,16 @@ void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage
   }
 }
 
+/// The delay of a crossover band after its gain, or of the signal outside a dynamic EQ band.
+int SignalChain::alignment(const BandRun& run, int alignTo) const noexcept {
+  return run.isXover ? alignTo - run.lookahead : run.lookahead + settings.oversampleLatency;
+}
+
 /// Starts to load what a band keeps, while the filters before it run.
 void SignalChain::fetchBand(const BandRun& run, int alignTo) const noexcept {
   detectorsOf(run.band).fetch(block.frames, block.channels);
   fetchPair(DelayRings::kLook, run.band, run.lookahead);
-  fetchPair(DelayRings::kAlign, run.band, alignTo - run.lookahead);
+  fetchPair(DelayRings::kAlign, run.band, alignment(run, alignTo));
 }
 
 void SignalChain::fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept {

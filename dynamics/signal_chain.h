@@ -184,6 +184,7 @@ class SignalChain {
       const ListenState& listening) const noexcept;
   void fetchParts() const noexcept;
   void fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept;
+  [[nodiscard]] int alignment(const BandRun& run, int alignTo) const noexcept;
   void fetchBand(const BandRun& run, int alignTo) const noexcept;
   void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
   void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
