@@ -33,4 +33,5 @@ WorkBuffers::WorkBuffers() : memory(new (kAlignment) double[kBuffers * (kFrames 
   ramp = take();
   upSignal = take(2);
   upGain = take(2);
+  reduction = {meterMemory[0].data(), meterMemory[1].data()};
 }

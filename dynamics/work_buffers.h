@@ -30,12 +30,12 @@ class WorkBuffers {
   double* upSignal = nullptr;  ///< 2 * `kFrames`: scratch of the oversampled product
   double* upGain = nullptr;    ///< the same size and use
   /// Linear gain of all bands together, for the meters.
-  std::array<float*, kChannels> reduction{meterMemory[0].data(), meterMemory[1].data()};
+  std::array<float*, kChannels> reduction{};
 
  private:
   static constexpr std::align_val_t kAlignment{64};  // a cache line
   struct Free {
-    void operator()(double* memory) const noexcept { ::operator delete[](memory, kAlignment); }
+    void operator()(double* block) const noexcept { ::operator delete[](block, kAlignment); }
   };
   std::unique_ptr<double[], Free> memory;
   std::array<std::array<float, kFrames>, kChannels> meterMemory;  // NOLINT: not initialised
