@@ -21,6 +21,7 @@ void Plug::process(Sample** inputs, Sample** outputs, std::int32_t frames) noexc
     const bool inTime = isRealtime.load(std::memory_order_relaxed);
     engine.setRealtime(inTime);
     engine.setGliding(inTime || handOver.isAlwaysLive());
+    engine.setFixedDelays(inTime && handOver.isSeamless());
     const int absent = outputs[kMainChannels - 1] == nullptr ? 1 : 0;
     engine.processBlock(inputs, outputs, frames, kMainChannels - absent,
                         kSidechainChannels - absent);

@@ -82,6 +82,9 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void takeLive(SignalChain& chain, const Replaced& published) noexcept override;
   /// Whether chains are faded in real time; if not, they change at once.
   void setSeamless(bool on) noexcept { seamless.store(on, std::memory_order_relaxed); }
+  [[nodiscard]] bool isSeamless() const noexcept {
+    return seamless.load(std::memory_order_relaxed);
+  }
   /// Whether values go to the chain on the audio thread whatever the pace.
   void setAlwaysLive(bool on) noexcept { alwaysLive.store(on, std::memory_order_relaxed); }
   [[nodiscard]] bool isAlwaysLive() const noexcept {

@@ -74,7 +74,7 @@ void BandDetector::process(double* signal, int frames, double& envPeak, double& 
 }
 
 void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcept {
-  window.beginBlock(frames, job.settings->lookahead);
+  window.beginBlock(frames, job.settings->lookahead, job.fixedLookahead);
   lane.settings = job.settings;
   lane.motion = job.motion;
   lane.window = &window.lane();

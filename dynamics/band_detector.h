@@ -38,6 +38,7 @@ class BandDetector {
     int lampFrames;  ///< by which the lamps decay first: those of a block that begins here, or 0
     /// Null if nothing moves; otherwise the block has at most `DetectorKernels::kChunk` frames.
     const DetectorMotion* motion = nullptr;
+    bool fixedLookahead = false;  ///< see `LookaheadWindow::beginBlock`
   };
 
   /// For lookaheads of up to `mostLookahead` samples. Throws std::bad_alloc.
@@ -65,6 +66,8 @@ class BandDetector {
   void adoptLevel(const BandDetector& other) noexcept { state = other.state; }
   /// Whether this detector makes its band's lamps decay; one per band does.
   void setOwnsLamps(bool on) noexcept { ownsLamps = on; }
+  /// Starts to load what a block of so many frames will use.
+  void fetch(int frames) const noexcept { window.fetch(frames); }
   void process(double* signal, int frames, double& envPeak, double& dynPeak, double& tranPeak,
                double& fastLamp, double& slowLamp) noexcept;
   /// Processes several detectors, at most 16, faster than one after another. 0 frames change

@@ -85,9 +85,10 @@ SignalChain::BandRun SignalChain::beginBand(int band, bool isXover, std::size_t 
     run.motion->beginSlice(own.detector, block.frames);
   }
   run.lookahead = own.detector.lookahead;
-  run.heardPlace = run.isXover ? own.route.bandIndex : -1;
-  run.signal = {buffers.band[0][place], buffers.band[1][place]};
-  run.side = {buffers.side[0][place], buffers.side[1][place]};
+  const int heard = own.route.bandIndex;
+  run.heardPlace = run.isXover && heard < settings.plan.xoverLength() ? heard : -1;
+  run.signal = {buffers->band[0][place], buffers->band[1][place]};
+  run.side = {buffers->side[0][place], buffers->side[1][place]};
   return run;
 }
 
@@ -99,37 +100,37 @@ bool SignalChain::isPassive(int band, const ListenState& listening) const noexce
 }
 
 void SignalChain::processBands(std::span<BandRun> runs, int alignTo) noexcept {
-  for (BandRun& run : runs) makeSidechain(run);
+  for (BandRun& run : runs) {
+    fetchBand(run, alignTo);
+    makeSidechain(run);
+  }
   detect(runs);
   for (const BandRun& run : runs) {
     if (!run.isXover) {
       // The band itself is delayed as much by its oversampled product.
-      delayPair(buffers.rest, DelayRings::kAlign, run.band,
-                run.lookahead + settings.oversampleLatency);
+      delayPair(buffers->rest, DelayRings::kAlign, run.band, alignment(run, alignTo));
     }
     delayPair(run.signal, DelayRings::kLook, run.band, run.lookahead);
     applyGain(run);
     // All crossover bands are delayed as much as the one with the longest lookahead.
     if (run.isXover) {
-      delayPair(run.signal, DelayRings::kAlign, run.band, alignTo - run.lookahead);
+      delayPair(run.signal, DelayRings::kAlign, run.band, alignment(run, alignTo));
     }
   }
 }
 
-/// Source of a channel of a band's sidechain; null for what is in its buffer already.
+/// Source of a channel of a band's sidechain.
 const double* SignalChain::sidechainSource(const BandRun& run, std::size_t channel) const noexcept {
   if (run.heardPlace >= 0) {
-    return buffers.bandCopy[channel][at(run.heardPlace)];
+    return buffers->bandCopy[channel][at(run.heardPlace)];
   }
   switch (run.settings->route.source) {
     case SidechainRoute::kWide:
-      return buffers.wet[channel];
-    case SidechainRoute::kBand:
-      return run.signal[channel];
+      return buffers->wet[channel];
     case SidechainRoute::kExternal:
-      return buffers.ext[channel];
+      return buffers->ext[channel];
     default:
-      return nullptr;
+      return run.signal[channel];
   }
 }
 
@@ -137,8 +138,7 @@ void SignalChain::makeSidechain(BandRun& run) noexcept {
   SidechainFilters& sidechain = filters.sidechains[at(run.band)];
   const auto channels = static_cast<std::size_t>(block.channels);
   for (std::size_t c = 0; c < channels; ++c) {
-    const double* const source = sidechainSource(run, c);
-    sidechain.process(c, source != nullptr ? source : run.side[c], run.side[c], block.frames);
+    sidechain.process(c, sidechainSource(run, c), run.side[c], block.frames);
   }
   if (run.motion != nullptr && run.motion->moves(BandMotion::kSidechain)) {
     for (std::size_t c = 0; c < channels; ++c) mixSidechain(run, c);
@@ -177,7 +177,8 @@ void SignalChain::detect(std::span<BandRun> runs) noexcept {
           run.side[c],        &meter.envPeak,
           &meter.dynPeak[c],  &meter.tranPeak[c],
           &meter.fastLamp,    &meter.slowLamp,
-          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr};
+          block.lampFrames(), moves ? run.motion->detectorMotion() : nullptr,
+          delays.isFixed()};
     }
   }
   BandDetector::processTogether({jobs.data(), count}, block.frames);
@@ -216,8 +217,8 @@ void SignalChain::applyGain(const BandRun& run) noexcept {
     double* const signal = run.signal[c];
     const double* const gain = run.side[c];
     if (settings.oversampleLatency > 0) {
-      (*productsOf(run.band))[c].process(signal, gain, block.frames, buffers.upSignal,
-                                         buffers.upGain, block.before);
+      (*productsOf(run.band))[c].process(signal, gain, block.frames, buffers->upSignal,
+                                         buffers->upGain, block.before);
     } else {
       for (int i = 0; i < block.frames; ++i) signal[i] *= gain[i];
     }
@@ -251,7 +252,7 @@ void SignalChain::finishGain(const BandRun& run) noexcept {
 
 template <typename Stage>
 void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage& second) noexcept {
-  const auto& [left, right] = buffers.reduction;
+  const auto& [left, right] = buffers->reduction;
   if (block.channels == 1) {
     apply<1>(first, run.side[0], {left}, block.frames);
   } else if (run.side[0] == run.side[1]) {
@@ -265,9 +266,25 @@ void SignalChain::finishGain(const BandRun& run, const Stage& first, const Stage
   }
 }
 
+/// The delay of a crossover band after its gain, or of the signal outside a dynamic EQ band.
+int SignalChain::alignment(const BandRun& run, int alignTo) const noexcept {
+  return run.isXover ? alignTo - run.lookahead : run.lookahead + settings.oversampleLatency;
+}
+
+/// Starts to load what a band keeps, while the filters before it run.
+void SignalChain::fetchBand(const BandRun& run, int alignTo) const noexcept {
+  detectorsOf(run.band).fetch(block.frames, block.channels);
+  fetchPair(DelayRings::kLook, run.band, run.lookahead);
+  fetchPair(DelayRings::kAlign, run.band, alignment(run, alignTo));
+}
+
+void SignalChain::fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept {
+  for (int c = 0; c < block.channels; ++c) delays.fetch(ring + c, owner, block.frames, samples);
+}
+
 void SignalChain::delaySidechain(DelayRings::Ring ring, int owner, int samples) noexcept {
   // Without a sidechain, the buffers and all their rings hold silence.
-  if (sidechainLeft > 0) delayPair(buffers.ext, ring, owner, samples);
+  if (sidechainLeft > 0) delayPair(buffers->ext, ring, owner, samples);
 }
 
 void SignalChain::delayPair(const WorkBuffers::Pair& pair, DelayRings::Ring ring, int owner,

@@ -17,7 +17,7 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   played.store(true, std::memory_order_relaxed);
   analyser.beginBlock();
   for (SignalChain* const chain : {playing, rising}) {
-    if (chain != nullptr) chain->beginBlock(frames, channels, gliding);
+    if (chain != nullptr) chain->beginBlock(frames, channels, gliding, fixedDelays);
   }
   for (int done = 0; done < frames;) {
     const int most = std::min(frames - done, playing->mostFrames());
@@ -30,6 +30,9 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
     done += slice.frames;
   }
   publishMeters(channels, frames);
+  for (SignalChain* const chain : {playing, rising}) {
+    if (chain != nullptr) chain->endBlock();
+  }
 }
 
 template void compressor::processBlock(float* const*, float* const*, int, int, int);
@@ -124,6 +127,7 @@ void compressor::moveChange() noexcept {
 }
 
 void compressor::endChange() noexcept {
+  if (playing != rising) playing->endBlock();
   playing = rising;
   rising = nullptr;
   playing->showOn(bandMeters);

@@ -29,7 +29,9 @@ std::array<double, kNumBands> SignalChain::listedWeights(
   return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listening);
 }
 
-void SignalChain::beginBlock(int frames, int channels, bool gliding) noexcept {
+void SignalChain::beginBlock(int frames, int channels, bool gliding, bool fixedDelays) noexcept {
+  buffers.borrow();
+  delays.setFixed(fixedDelays);
   if (!gliding) {
     movingBands = 0;
     jumpDue = true;

@@ -29,8 +29,9 @@
 ///
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
-/// without it. `processBlock`, `setRealtime` and `setGliding` on the audio thread, where nothing
-/// locks or allocates. `reset*` and `setSampleRate` while nothing processes. Getters on any thread.
+/// without it. `processBlock`, `setRealtime`, `setGliding` and `setFixedDelays` on the audio
+/// thread, where nothing locks or allocates. `reset*` and `setSampleRate` while nothing processes.
+/// Getters on any thread.
 ///
 /// Usually settings take effect in the middle of the chain's signal, as they come. After
 /// `startChange` they make a second chain instead, which is faded in when it is full.
@@ -107,6 +108,9 @@ class compressor {
   /// Whether settings that scale sound glide from one value to the next; off at first, when they
   /// change between blocks.
   void setGliding(bool on) noexcept { gliding = on; }
+  /// Whether lookaheads and latencies change with the chain alone, by `startChange`; off at first,
+  /// when a chain keeps enough of its past for longer ones.
+  void setFixedDelays(bool on) noexcept { fixedDelays = on; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
   /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
   /// null output is not written. 0 frames change nothing. `Sample` is float or double.
@@ -236,5 +240,6 @@ class compressor {
   BlockDecay meterDecay;
   bool realtime = false;
   bool gliding = false;
+  bool fixedDelays = false;
   LiveValues* live = nullptr;
 };

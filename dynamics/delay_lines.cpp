@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "platform/index.h"
+#include "platform/prefetch.h"
 
 namespace {
 
@@ -39,16 +40,39 @@ struct Ring {
     std::copy_n(entries + position, toEnd, to);
     if (toEnd < count) std::copy_n(entries, count - toEnd, to + toEnd);
   }
-  /// Prefetches the entries that the next block of this length will overwrite: with so many rings
-  /// they have left the near caches since they were written.
-  void fetchAhead(int position, int count) const noexcept {
-    constexpr int kStep = static_cast<int>(kLineOfCache);
-    int place = position;
-    for (int i = 0; i < std::min(count, kPiece); i += kStep) {
-      __builtin_prefetch(entries + place, 1, 2);
-      place += kStep;
-      if (place >= size) place -= size;
+  /// Delays by `lag`, up to the size, through a ring that keeps more; returns the new position.
+  int record(int position, double* buffer, int frames, int lag) const noexcept {
+    // A piece is written before it is read, since the delay may be shorter than the piece. It must
+    // not be so long that it overwrites entries still to be read.
+    const int longest = size - lag;
+    for (int done = 0; done < frames;) {
+      const int piece = std::min(longest, frames - done);
+      write(position, buffer + done, piece);
+      if (lag > 0) read(before(position, lag), buffer + done, piece);
+      position += piece;
+      if (position >= size) position -= size;
+      done += piece;
     }
+    return position;
+  }
+  /// Delays by the size; returns the new position.
+  int exchange(int position, double* buffer, int frames) const noexcept {
+    for (int done = 0; done < frames;) {
+      const int piece = std::min(size - position, frames - done);
+      std::swap_ranges(buffer + done, buffer + done + piece, entries + position);
+      position += piece;
+      if (position >= size) position -= size;
+      done += piece;
+    }
+    return position;
+  }
+  void fetch(int position, int count) const noexcept {
+    const int toEnd = std::min(count, size - position);
+    prefetch(entries + position, toEnd);
+    prefetch(entries, std::min(count - toEnd, position));
+  }
+  [[nodiscard]] int before(int position, int lag) const noexcept {
+    return position >= lag ? position - lag : position - lag + size;
   }
 };
 
@@ -80,33 +104,42 @@ std::size_t DelayLines::sizeNeeded() const noexcept {
 DelayLines::DelayLines(const Longest& delays, int place)
     : longest(delays), lines(linesOf(delays, place)), memory(sizeNeeded()) {}
 
-void DelayLines::delay(double* buffer, int line, int frames, int delay,
-                       std::uint64_t now) noexcept {
+void DelayLines::delay(double* buffer, int line, int frames, int delay, std::uint64_t now,
+                       bool fixed) noexcept {
   Line& own = lines[at(line)];
   assert(own.size > 0);
   if (own.size == 0) return;
-  const Ring ring{memory.data() + own.start, own.size};
-  if (own.end != now) own.known = 0;
   const int lag = std::clamp(delay, 0, longest[at(line / 2)]);
-  // A piece is written before it is read, since the delay may be shorter than the piece. It must
-  // not be so long that it overwrites entries still to be read.
-  const int longestPiece = own.size - lag;
-  int place = own.at;
-  for (int done = 0; done < frames;) {
-    const int piece = std::min(longestPiece, frames - done);
-    ring.write(place, buffer + done, piece);
-    const int source = place >= lag ? place - lag : place - lag + own.size;
-    if (lag > 0) ring.read(source, buffer + done, piece);
-    const int unknown = std::clamp(lag - own.known - done, 0, piece);
-    std::fill_n(buffer + done, unknown, 0.0);
-    place += piece;
-    if (place >= own.size) place -= own.size;
-    done += piece;
-  }
-  own.at = place;
-  own.known = std::min(own.known + std::min(frames, own.size), own.size);
+  if (fixed && lag == 0) return;
+  if (own.end != now) own.known = 0;
+  setLength(own, fixed ? lag : own.size);
+  const Ring ring{memory.data() + own.start, own.length};
+  own.at = fixed ? ring.exchange(own.at, buffer, frames) : ring.record(own.at, buffer, frames, lag);
+  std::fill_n(buffer, std::clamp(lag - own.known, 0, frames), 0.0);
+  own.known = std::min(own.known + std::min(frames, own.length), own.length);
   own.end = now + static_cast<std::uint64_t>(frames);
-  ring.fetchAhead(place, frames);
+}
+
+/// Keeps the last samples known, as many as fit.
+void DelayLines::setLength(Line& line, int length) noexcept {
+  if (line.length == length) return;
+  double* const entries = memory.data() + line.start;
+  const int kept = std::min(line.known, length);
+  if (kept > 0) {
+    std::rotate(entries, entries + line.at, entries + line.length);
+    std::copy_n(entries + line.length - kept, kept, entries);
+  }
+  line.known = kept;
+  line.at = kept % length;
+  line.length = length;
+}
+
+void DelayLines::fetch(int line, int frames, int delay, bool fixed) const noexcept {
+  const Line& own = lines[at(line)];
+  const Ring ring{memory.data() + own.start, own.length};
+  if (own.length == 0 || (fixed && delay == 0)) return;
+  ring.fetch(own.at, frames);
+  if (delay > 0 && delay < own.length) ring.fetch(ring.before(own.at, delay), frames);
 }
 
 void DelayLines::forget() noexcept {

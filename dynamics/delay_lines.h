@@ -23,8 +23,12 @@ class DelayLines {
   DelayLines(const Longest& delays, int place);
 
   /// Delays `frames` samples in place; once per block. `now`: the time at which they begin. `delay`
-  /// in samples, clamped to 0 and the longest of the path.
-  void delay(double* buffer, int line, int frames, int delay, std::uint64_t now) noexcept;
+  /// in samples, clamped to 0 and the longest of the path. A `fixed` delay lasts: the line keeps no
+  /// more than it, which with a delay of 0 is nothing.
+  void delay(double* buffer, int line, int frames, int delay, std::uint64_t now,
+             bool fixed = false) noexcept;
+  /// Starts to load what such a call will use.
+  void fetch(int line, int frames, int delay, bool fixed) const noexcept;
   void forget() noexcept;  ///< lets the lines start from silence
   /// Whether it was made for these delays.
   [[nodiscard]] bool holds(const Longest& delays) const noexcept { return delays == longest; }
@@ -33,11 +37,13 @@ class DelayLines {
   struct Line {
     std::size_t start = 0;  // in the memory
     int size = 0;           // 0 for a line that does not exist
+    int length = 0;         // of the part that is in use
     int at = 0;             // where it is written next
     int known = 0;          // valid samples before that; older ones count as silence
     std::uint64_t end = 0;  // time up to which it was fed
   };
   using Lines = std::array<Line, kLines>;
+  void setLength(Line& line, int length) noexcept;
   [[nodiscard]] static Lines linesOf(const Longest& delays, int place) noexcept;
   [[nodiscard]] std::size_t sizeNeeded() const noexcept;
 

@@ -35,7 +35,11 @@ void DelayRings::use(int owner, DelayLines* lines) noexcept {
 void DelayRings::delayLine(double* buffer, int ring, int owner, int frames, int delay) noexcept {
   DelayLines* const lines = owners[at(owner)];
   assert(lines != nullptr);
-  if (lines != nullptr) lines->delay(buffer, ring, frames, delay, now);
+  if (lines != nullptr) lines->delay(buffer, ring, frames, delay, now, fixed);
+}
+
+void DelayRings::fetch(int ring, int owner, int frames, int delay) const noexcept {
+  if (const DelayLines* const lines = owners[at(owner)]) lines->fetch(ring, frames, delay, fixed);
 }
 
 void DelayRings::forget(int band) noexcept {

@@ -8,9 +8,9 @@
 #include "dynamics/delay_lines.h"
 
 /// The delays that keep the engine's parallel paths aligned: one ring (line) for each path, channel
-/// and owner. Even a delay of 0 records, so that a later, longer delay finds the past signal. A
-/// line that was not fed in the previous block starts from silence: its old contents never come
-/// out.
+/// and owner. Even a delay of 0 records, so that a later, longer delay finds the past signal,
+/// unless delays are fixed. A line that was not fed in the previous block starts from silence: its
+/// old contents never come out.
 ///
 /// The lines of an owner exist while it is in use; whoever makes them keeps them that long.
 ///
@@ -47,6 +47,11 @@ class DelayRings {
   /// Delays `frames` samples in place through ring 0 to 13 of `owner`; once per block. `delay` in
   /// samples, clamped to 0 and the longest of the line.
   void delayLine(double* buffer, int ring, int owner, int frames, int delay) noexcept;
+  /// Starts to load what this call will use.
+  void fetch(int ring, int owner, int frames, int delay) const noexcept;
+  /// Whether delays last as long as the chain: see `DelayLines::delay`. Off at first.
+  void setFixed(bool on) noexcept { fixed = on; }
+  [[nodiscard]] bool isFixed() const noexcept { return fixed; }
   /// Moves the time past a block, after all paths have processed it.
   void advance(int frames) noexcept { now += static_cast<std::uint64_t>(frames); }
   /// Samples since `clear`, modulo 16384.
@@ -58,4 +63,5 @@ class DelayRings {
  private:
   std::array<DelayLines*, kNumBands + 1> owners{};
   std::uint64_t now = 0;  // samples since `clear`
+  bool fixed = false;
 };

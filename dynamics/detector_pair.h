@@ -45,6 +45,12 @@ class DetectorPair {
     detectors[1].adoptLevel(other.detectors[other.behind ? 0 : 1]);
   }
 
+  /// Starts to load what a block will most likely use.
+  void fetch(int frames, int channels) const noexcept {
+    detectors[0].fetch(frames);
+    if (channels == 2 && !behind) detectors[1].fetch(frames);
+  }
+
   /// Call before each block. `same`: both channels hear the same samples in it. Returns true if
   /// only the first detector is to run, with its result valid for both.
   [[nodiscard]] bool oneForBoth(bool same) noexcept {

@@ -22,7 +22,7 @@ struct BandSettings {
 
 /// Where a band's sidechain comes from.
 struct SidechainRoute {
-  enum Source : int { kWide, kBand, kExternal };  ///< other values keep the source before
+  enum Source : int { kWide, kBand, kExternal };  ///< other values mean the band
   int source = kBand;
   /// Index in the XOver list of the band that a crossover band hears instead of itself, or -1.
   int bandIndex = -1;

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "dynamics/detector_kernels.h"
+#include "platform/prefetch.h"
 
 namespace {
 
@@ -17,6 +18,12 @@ constexpr std::size_t kSlack = 8;  // vectors may read beyond the last ring's en
 // on, which no audio reaches, that error matters at normal levels.
 constexpr double kLoud = 1e6;
 
+/// The size of a ring that is read so many samples back: it holds a chunk more, and ends where a
+/// chunk does.
+constexpr unsigned ringOf(unsigned back) noexcept {
+  return std::max((back + kChunk - 1) / kChunk + 1, 2U) * kChunk;
+}
+
 }  // namespace
 
 int lookaheadSamples(float ms, double rate) noexcept {
@@ -26,14 +33,10 @@ int lookaheadSamples(float ms, double rate) noexcept {
 }
 
 LookaheadWindow::Sizes::Sizes(int most) noexcept {
-  // A ring holds a chunk more than it is read back, and ends where a chunk does.
-  const auto ring = [](unsigned back) {
-    return std::max((back + kChunk - 1) / kChunk + 1, 2U) * kChunk;
-  };
   const auto n = static_cast<unsigned>(most);
   tree = std::bit_ceil(std::max(n, 2U * WindowLane::kRecent));
   maxima = kMaxSamples + 1;
-  means = ring(n / 4);
+  means = ringOf(n / 4);
 }
 
 std::size_t LookaheadWindow::Sizes::total() const noexcept {
@@ -55,6 +58,7 @@ void LookaheadWindow::clear() noexcept {
   isClear = true;
   window.treePosition = 0;
   window.maxima.write = 0;
+  window.maxima.size = kMaxSamples + 1;
   window.means.write = 0;
   window.loudest = 0.0;
   loudSamples = 0;
@@ -75,6 +79,7 @@ void LookaheadWindow::copySignal(const LookaheadWindow& other) noexcept {
   own.means.entries = window.means.entries;
   window = own;
   activeSamples = other.activeSamples;
+  isFixed = other.isFixed;
   loudSamples = other.loudSamples;
   gap = other.gap;
   isClear = other.isClear;
@@ -101,7 +106,11 @@ void LookaheadWindow::forEachSmallLevel(Visit visit) noexcept {
   }
 }
 
-void LookaheadWindow::adopt(int samples) noexcept {
+void LookaheadWindow::adopt(int samples, bool fixed) noexcept {
+  if (samples == activeSamples && fixed == isFixed) return;
+  isFixed = fixed;
+  constexpr unsigned kMost = kMaxSamples + 1;
+  setMemory(fixed ? std::min(ringOf(static_cast<unsigned>(samples)), kMost) : kMost);
   if (samples == activeSamples) return;
   rollUp();
   activeSamples = samples;
@@ -125,6 +134,23 @@ void LookaheadWindow::passGap() noexcept {
   gap = 0;
 }
 
+/// Remembers so many maxima from now on, of which earlier ones are 0 where they are not known.
+void LookaheadWindow::setMemory(unsigned maxima) noexcept {
+  WindowLane::Ring& ring = window.maxima;
+  if (maxima == ring.size) return;
+  if (!isClear) {
+    double* const end = ring.entries + ring.size;
+    std::rotate(ring.entries, ring.entries + ring.write, end);
+    if (maxima < ring.size) {
+      std::copy(end - maxima, end, ring.entries);
+    } else {
+      std::fill_n(end, maxima - ring.size, 0.0);
+    }
+  }
+  ring.write = maxima < ring.size ? 0 : ring.size;
+  ring.size = maxima;
+}
+
 void LookaheadWindow::rebuildAverages() noexcept {
   const auto n = static_cast<unsigned>(activeSamples);
   WindowLane& w = window;
@@ -136,6 +162,8 @@ void LookaheadWindow::rebuildAverages() noexcept {
   w.length2 = n / 4;
   w.scale1 = 1.0 / w.length1;
   w.scale2 = 1.0 / w.length2;
+  w.means.size = ringOf(w.length2);
+  w.means.write = 0;
 
   w.sum1 = 0.0;
   for (unsigned j = 1; j <= w.length1; ++j) w.sum1 += ago(w.maxima, j);
@@ -149,8 +177,34 @@ void LookaheadWindow::rebuildAverages() noexcept {
   }
 }
 
-void LookaheadWindow::beginBlock(int frames, int samples) noexcept {
-  adopt(std::clamp(samples, 0, mostSamples));
+void LookaheadWindow::fetch(int frames) const noexcept {
+  const auto part = [frames](const double* entries, unsigned size, unsigned position) {
+    const int count = std::min(frames, static_cast<int>(size));
+    const int toEnd = std::min(count, static_cast<int>(size - position));
+    prefetch(entries + position, toEnd);
+    prefetch(entries, count - toEnd);
+  };
+  const unsigned small = std::min(window.levels, WindowLane::kUnrolled);
+  prefetch(window.recent, static_cast<int>(small) * WindowLane::kRecent);
+  for (unsigned level = small; level < window.levels; ++level) {
+    const unsigned size = 1U << level;
+    double* const ring = window.tree + (size - 1);
+    part(ring, size, window.treePosition & (size - 1));
+    if (level + 1 < window.levels || window.lastLag == size) continue;
+    part(ring, size, (window.treePosition - window.lastLag) & (size - 1));
+  }
+  if (!window.averaging) return;
+  const auto ring = [&part](const WindowLane::Ring& past, unsigned length) {
+    part(past.entries, past.size, past.write);
+    part(past.entries, past.size,
+         past.write >= length ? past.write - length : past.write + past.size - length);
+  };
+  ring(window.maxima, window.length1);
+  ring(window.means, window.length2);
+}
+
+void LookaheadWindow::beginBlock(int frames, int samples, bool fixed) noexcept {
+  adopt(std::clamp(samples, 0, mostSamples), fixed);
   isClear = false;
   if (!window.averaging) gap += static_cast<unsigned>(frames);
   if (window.loudest > kLoud) loudSamples = 2 * kMaxSamples;

@@ -28,8 +28,11 @@ class LookaheadWindow {
   /// Takes over the past signal of `other`, which is made for the same lookaheads.
   void copySignal(const LookaheadWindow& other) noexcept;
   /// Applies a lookahead of `samples`, at most that of the constructor; call it before each block
-  /// of `frames`.
-  void beginBlock(int frames, int samples) noexcept;
+  /// of `frames`. A `fixed` lookahead lasts until the next `clear`: then no more is remembered than
+  /// it needs.
+  void beginBlock(int frames, int samples, bool fixed = false) noexcept;
+  /// Starts to load what a block of so many frames will use.
+  void fetch(int frames) const noexcept;
   /// For the kernels of the detectors, which run many windows side by side: at most one comparison
   /// per doubling of the lookahead and sample.
   [[nodiscard]] WindowLane& lane() noexcept { return window; }
@@ -43,7 +46,8 @@ class LookaheadWindow {
   };
   LookaheadWindow(const Sizes& sizes, int most);
 
-  void adopt(int samples) noexcept;
+  void adopt(int samples, bool fixed) noexcept;
+  void setMemory(unsigned maxima) noexcept;
   void passGap() noexcept;
   void rebuildAverages() noexcept;
   // Move the tree's small levels from their form in use (`recent`) to rings, and back.
@@ -58,6 +62,7 @@ class LookaheadWindow {
   WindowLane window;
   int mostSamples;
   int activeSamples = 0;
+  bool isFixed = false;
   int loudSamples = 0;  // samples until a level too loud for the running sums has left the rings
   unsigned gap = 0;     // samples without averages; no more than a ring
   bool isClear = true;  // nothing has been written

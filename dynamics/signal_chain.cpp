@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "platform/index.h"
+#include "platform/prefetch.h"
 
 namespace {
 
@@ -61,7 +62,6 @@ void SignalChain::takeParts() noexcept {
 }
 
 void SignalChain::reset() noexcept {
-  buffers.clear();
   takeGains();
   jumpDue = true;
   for (GainRamp* ramp : {&inputRamp, &wetRamp, &dryRamp}) ramp->reset();
@@ -93,6 +93,7 @@ template <typename Sample>
 void SignalChain::begin(const Sample* const* inputs, int frames, int mainChannels, int sideChannels,
                         int before, int whole) noexcept {
   block = {frames, mainChannels, before, whole, listenState()};
+  fetchParts();
   copySidechain(inputs + mainChannels, sideChannels, frames);
   takeGains();
   if (settings.highQuality != qualitySeen) setQuality(settings.highQuality);
@@ -103,16 +104,16 @@ template void SignalChain::begin(const float* const*, int, int, int, int, int) n
 template void SignalChain::begin(const double* const*, int, int, int, int, int) noexcept;
 
 void SignalChain::mix() noexcept {
-  double* const gain = buffers.ramp;
+  double* const gain = buffers->ramp;
   wetRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers.wet[at(c)];
+    double* const wet = buffers->wet[at(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] *= gain[i];
   }
   dryRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers.wet[at(c)];
-    const double* const dry = buffers.dry[at(c)];
+    double* const wet = buffers->wet[at(c)];
+    const double* const dry = buffers->dry[at(c)];
     for (int i = 0; i < block.frames; ++i) wet[i] += gain[i] * dry[i];
   }
 }
@@ -123,7 +124,7 @@ void SignalChain::copySidechain(const Sample* const* side, int channels, int fra
   if (usable == 2 && side[1] == nullptr) usable = 1;
   if (usable >= 1 && side[0] == nullptr) usable = 0;
   for (int c = 0; c < WorkBuffers::kChannels; ++c) {
-    double* const ext = buffers.ext[at(c)];
+    double* const ext = buffers->ext[at(c)];
     if (c < usable) {
       std::copy_n(side[c], frames, ext);
     } else {
@@ -137,17 +138,17 @@ void SignalChain::copySidechain(const Sample* const* side, int channels, int fra
 
 template <typename Sample>
 void SignalChain::takeInput(const Sample* const* inputs) noexcept {
-  double* const gain = buffers.ramp;
+  double* const gain = buffers->ramp;
   inputRamp.fill(gain, block.frames);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    double* const wet = buffers.wet[channel];
+    double* const wet = buffers->wet[channel];
     if (const Sample* const input = inputs[c]) {
       for (int i = 0; i < block.frames; ++i) wet[i] = static_cast<double>(input[i]) * gain[i];
     } else {
       std::fill_n(wet, block.frames, 0.0);
     }
-    std::copy_n(wet, block.frames, buffers.dry[channel]);
+    std::copy_n(wet, block.frames, buffers->dry[channel]);
   }
 }
 
@@ -206,10 +207,17 @@ void SignalChain::resetReturning() noexcept {
   }
 }
 
+/// Starts to load the objects of the bands, where what they keep is found.
+void SignalChain::fetchParts() const noexcept {
+  for (int place = 0; place < settings.plan.xoverLength(); ++place) {
+    prefetch(partsOf(settings.plan.xoverBand(place)), 1);
+  }
+}
+
 void SignalChain::runStages() noexcept {
   resetChangedBands();
   resetReturning();
-  for (float* const reduction : buffers.reduction) std::fill_n(reduction, block.frames, 1.0F);
+  for (float* const reduction : buffers->reduction) std::fill_n(reduction, block.frames, 1.0F);
   settings.plan.forEachStage([this](int stage) {
     if (stage == StagePlan::kCrossoverStage) {
       runCrossoverStage();
@@ -226,22 +234,22 @@ void SignalChain::runStages() noexcept {
 void SignalChain::runBandStage(int band) noexcept {
   const SoloBand self{band, settings.bands[at(band)].path.solo};
   const StageWeights weights = dynamicEqWeights(self, block.listening);
-  const WorkBuffers::Pair lifted = {buffers.band[0][0], buffers.band[1][0]};
+  const WorkBuffers::Pair lifted = {buffers->band[0][0], buffers->band[1][0]};
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    std::copy_n(buffers.wet[channel], block.frames, lifted[channel]);
+    std::copy_n(buffers->wet[channel], block.frames, lifted[channel]);
   }
-  const int filterDelay = filters.subbands[at(band)].filter(lifted.data(), buffers.rest.data(),
+  const int filterDelay = filters.subbands[at(band)].filter(lifted.data(), buffers->rest.data(),
                                                             block.frames, block.channels);
   delaySidechain(DelayRings::kExtBefore, band, filterDelay);
-  delayPair(buffers.wet, DelayRings::kWetBefore, band, filterDelay);
-  delayPair(buffers.dry, DelayRings::kDryBefore, band, filterDelay);
+  delayPair(buffers->wet, DelayRings::kWetBefore, band, filterDelay);
+  delayPair(buffers->dry, DelayRings::kDryBefore, band, filterDelay);
   BandRun run = beginBand(band, false, 0);
   processBands({&run, 1}, 0);
   const int bandDelay = run.lookahead + settings.oversampleLatency;
   mixStage(run, weights);
   delaySidechain(DelayRings::kExtAfter, band, bandDelay);
-  delayPair(buffers.dry, DelayRings::kDryAfter, band, bandDelay);
+  delayPair(buffers->dry, DelayRings::kDryAfter, band, bandDelay);
 }
 
 void SignalChain::runCrossoverStage() noexcept {
@@ -252,21 +260,24 @@ void SignalChain::runCrossoverStage() noexcept {
   for (std::size_t place = 0; place < runs.size(); ++place) {
     bandRuns[place] = beginBand(settings.plan.xoverBand(static_cast<int>(place)), true, place);
   }
-  splitIntoBands(runs);
   constexpr int kOwner = DelayRings::kCrossover;
   const int splitDelay = filters.crossover.latency();
+  const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
+  fetchPair(DelayRings::kWetBefore, kOwner, splitDelay);
+  fetchPair(DelayRings::kDryBefore, kOwner, splitDelay);
+  fetchPair(DelayRings::kDryAfter, kOwner, bandDelay);
+  splitIntoBands(runs);
   delaySidechain(DelayRings::kExtBefore, kOwner, splitDelay);
-  delayPair(buffers.wet, DelayRings::kWetBefore, kOwner, splitDelay);
-  delayPair(buffers.dry, DelayRings::kDryBefore, kOwner, splitDelay);
+  delayPair(buffers->wet, DelayRings::kWetBefore, kOwner, splitDelay);
+  delayPair(buffers->dry, DelayRings::kDryBefore, kOwner, splitDelay);
   processBands(runs, settings.xoverMaxLookahead);
   scaleMovingBands(runs, weights);
   for (int c = 0; c < block.channels; ++c) {
     const auto channel = static_cast<std::size_t>(c);
-    sumBands(buffers.band[channel], weights, runs.size(), buffers.wet[channel], block.frames);
+    sumBands(buffers->band[channel], weights, runs.size(), buffers->wet[channel], block.frames);
   }
-  const int bandDelay = settings.xoverMaxLookahead + settings.oversampleLatency;
   delaySidechain(DelayRings::kExtAfter, kOwner, bandDelay);
-  delayPair(buffers.dry, DelayRings::kDryAfter, kOwner, bandDelay);
+  delayPair(buffers->dry, DelayRings::kDryAfter, kOwner, bandDelay);
 }
 
 /// Puts a dynamic EQ band and the rest of the signal together again.
@@ -280,8 +291,8 @@ void SignalChain::mixStage(const BandRun& run, const StageWeights& weights) noex
     run.motion->fill(BandMotion::kRest, restShares.data(), block.frames);
   }
   for (int c = 0; c < block.channels; ++c) {
-    double* const wet = buffers.wet[at(c)];
-    const double* const rest = buffers.rest[at(c)];
+    double* const wet = buffers->wet[at(c)];
+    const double* const rest = buffers->rest[at(c)];
     const double* const in = run.signal[at(c)];
     if (moves) {
       for (int i = 0; i < block.frames; ++i) {
@@ -295,24 +306,21 @@ void SignalChain::mixStage(const BandRun& run, const StageWeights& weights) noex
 
 void SignalChain::splitIntoBands(std::span<const BandRun> runs) noexcept {
   const bool stereo = block.channels == 2;
-  const double* const inputs[] = {buffers.wet[0], stereo ? buffers.wet[1] : nullptr};
-  filters.crossover.processBlock(inputs, buffers.band[0].data(), buffers.band[1].data(),
+  const double* const inputs[] = {buffers->wet[0], stereo ? buffers->wet[1] : nullptr};
+  filters.crossover.processBlock(inputs, buffers->band[0].data(), buffers->band[1].data(),
                                  static_cast<int>(runs.size()), block.frames);
   // Copies of the unprocessed bands, where another band listens to them.
   for (const BandRun& run : runs) {
     if (run.heardPlace < 0) continue;
     for (std::size_t c = 0; c < static_cast<std::size_t>(block.channels); ++c) {
       const auto place = static_cast<std::size_t>(run.heardPlace);
-      std::copy_n(buffers.band[c][place], block.frames, buffers.bandCopy[c][place]);
+      std::copy_n(buffers->band[c][place], block.frames, buffers->bandCopy[c][place]);
     }
   }
 }
 
 void SignalChain::resetBandState(int band) noexcept {
   const auto index = static_cast<std::size_t>(band);
-  for (WorkBuffers::BandSet* set : {&buffers.band, &buffers.bandCopy}) {
-    for (auto& channel : *set) std::fill_n(channel[index], buffers.capacity(), 0.0);
-  }
   (*meters)[index].reset();
   delays.forget(band);
   motions[index].jump();

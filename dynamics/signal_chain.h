@@ -12,6 +12,7 @@
 #include "dynamics/delay_rings.h"
 #include "dynamics/engine_settings.h"
 #include "dynamics/gain_ramp.h"
+#include "dynamics/shared_buffers.h"
 #include "dynamics/sidechain_filters.h"
 #include "dynamics/solo_weights.h"
 #include "dynamics/work_buffers.h"
@@ -36,7 +37,8 @@ struct ChainFilters {
 /// locks or allocates, or while nothing processes.
 class SignalChain {
  public:
-  static constexpr int kMostFrames = 512;  ///< of a slice; a multiple of the detectors' chunks
+  /// Of a slice; a multiple of the detectors' chunks.
+  static constexpr int kMostFrames = WorkBuffers::kFrames;
   using MeterSet = std::array<BandMeters, kNumBands>;
 
   /// `rate` in Hz. Throws std::bad_alloc.
@@ -72,8 +74,10 @@ class SignalChain {
   void adoptLevels(const SignalChain& other) noexcept;
 
   /// Starts a block of the host, after its settings have come. `gliding`: settings that scale sound
-  /// move smoothly, otherwise they change between blocks.
-  void beginBlock(int frames, int channels, bool gliding) noexcept;
+  /// move smoothly, otherwise they change between blocks. `fixedDelays`: other lookaheads and
+  /// latencies come with another chain, so that no more of the past is kept than the present ones
+  /// ask for.
+  void beginBlock(int frames, int channels, bool gliding, bool fixedDelays) noexcept;
   /// The longest slice that may follow.
   [[nodiscard]] int mostFrames() const noexcept {
     return movingBands != 0 ? BandMotion::kMostFrames : kMostFrames;
@@ -88,7 +92,10 @@ class SignalChain {
   void runStages() noexcept;
   /// Mixes wet and dry into `work().wet`.
   void mix() noexcept;
-  [[nodiscard]] const WorkBuffers& work() const noexcept { return buffers; }
+  /// Between `beginBlock` and `endBlock`.
+  [[nodiscard]] const WorkBuffers& work() const noexcept { return *buffers; }
+  /// Ends a block of the host, and `work` with it.
+  void endBlock() noexcept { buffers.giveBack(); }
 
  private:
   /// Everything that is read once at the beginning of a slice.
@@ -177,6 +184,10 @@ class SignalChain {
   [[nodiscard]] bool isPassive(int band, const ListenState& listening) const noexcept;
   [[nodiscard]] std::array<double, kNumBands> listedWeights(
       const ListenState& listening) const noexcept;
+  void fetchParts() const noexcept;
+  void fetchPair(DelayRings::Ring ring, int owner, int samples) const noexcept;
+  [[nodiscard]] int alignment(const BandRun& run, int alignTo) const noexcept;
+  void fetchBand(const BandRun& run, int alignTo) const noexcept;
   void mixSidechain(const BandRun& run, std::size_t channel) noexcept;
   void mixStage(const BandRun& run, const StageWeights& weights) noexcept;
   void scaleMovingBands(std::span<const BandRun> runs,
@@ -189,7 +200,7 @@ class SignalChain {
   double sampleRate;
   EngineSettings settings;
   Block block;
-  WorkBuffers buffers{kMostFrames};
+  SharedBuffers buffers;
   GainRamp inputRamp{1.0};
   GainRamp wetRamp{1.0};
   GainRamp dryRamp{0.0};

@@ -1,6 +1,5 @@
 #include "dynamics/work_buffers.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace {
@@ -16,14 +15,11 @@ constexpr int kApart = 72;  // samples
 
 }  // namespace
 
-WorkBuffers::WorkBuffers(int frames)
-    : maxFrames(frames),
-      memory(kBuffers * static_cast<std::size_t>(frames + kApart)),
-      meterMemory(kChannels * static_cast<std::size_t>(frames)) {
-  double* next = memory.data();
-  const auto take = [&next, frames](int times = 1) {
+WorkBuffers::WorkBuffers() : memory(new (kAlignment) double[kBuffers * (kFrames + kApart)]) {
+  double* next = memory.get();
+  const auto take = [&next](int times = 1) {
     double* const buffer = next;
-    next += static_cast<std::ptrdiff_t>(times) * frames + kApart;
+    next += static_cast<std::ptrdiff_t>(times) * kFrames + kApart;
     return buffer;
   };
   for (Pair* pair : {&wet, &dry, &rest, &ext}) {
@@ -37,7 +33,5 @@ WorkBuffers::WorkBuffers(int frames)
   ramp = take();
   upSignal = take(2);
   upGain = take(2);
-  reduction = {meterMemory.data(), meterMemory.data() + frames};
+  reduction = {meterMemory[0].data(), meterMemory[1].data()};
 }
-
-void WorkBuffers::clear() noexcept { std::fill(memory.begin(), memory.end(), 0.0); }

@@ -1,26 +1,23 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "dynamics/bands.h"
 
 /// A chain's buffers for a slice of a block, all of one length. There are always two channels; mono
-/// blocks do not touch the second.
+/// blocks do not touch the second. They hold anything at first: what a slice reads it has written.
 class WorkBuffers {
  public:
   static constexpr int kChannels = 2;
+  static constexpr int kFrames = 512;  ///< the longest slice
   using Pair = std::array<double*, kChannels>;
   using BandSet = std::array<std::array<double*, kNumBands>, kChannels>;
 
-  /// Makes cleared buffers for blocks of up to `frames`. Throws std::bad_alloc.
-  explicit WorkBuffers(int frames);
+  WorkBuffers();  ///< throws std::bad_alloc
   WorkBuffers(const WorkBuffers&) = delete;
   WorkBuffers& operator=(const WorkBuffers&) = delete;
-
-  void clear() noexcept;
-  [[nodiscard]] int capacity() const noexcept { return maxFrames; }  ///< frames
 
   Pair wet{};          ///< the running chain signal
   Pair dry{};          ///< the input after its trim, with the delay of the wet path
@@ -30,12 +27,16 @@ class WorkBuffers {
   BandSet bandCopy{};  ///< the crossover bands after the split, as sidechain sources
   BandSet side{};      ///< each band's sidechain, then its linear gain
   double* ramp = nullptr;
-  double* upSignal = nullptr;                 ///< 2 * capacity: scratch of the oversampled product
-  double* upGain = nullptr;                   ///< the same size and use
-  std::array<float*, kChannels> reduction{};  ///< linear gain of all bands together, for the meters
+  double* upSignal = nullptr;  ///< 2 * `kFrames`: scratch of the oversampled product
+  double* upGain = nullptr;    ///< the same size and use
+  /// Linear gain of all bands together, for the meters.
+  std::array<float*, kChannels> reduction{};
 
  private:
-  int maxFrames;
-  std::vector<double> memory;
-  std::vector<float> meterMemory;
+  static constexpr std::align_val_t kAlignment{64};  // a cache line
+  struct Free {
+    void operator()(double* block) const noexcept { ::operator delete[](block, kAlignment); }
+  };
+  std::unique_ptr<double[], Free> memory;
+  std::array<std::array<float, kFrames>, kChannels> meterMemory;  // NOLINT: not initialised
 };

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/index.h"
+#include "platform/prefetch.h"
 
 BlockedKernels::BlockedKernels(const double* const* kernels, int bandCount)
     : lineCount(std::clamp(bandCount, 1, CrossoverEngine::kBands) - 1),
@@ -40,7 +41,7 @@ void Crossover_WithLatency::reset() noexcept {
   spectra.clear();
   counts.fill(0);
   handover.giveBack(std::exchange(former, nullptr));
-  position = 0;
+  position = start = 0;
 }
 
 void Crossover_WithLatency::resetRight() noexcept {
@@ -53,25 +54,30 @@ void Crossover_WithLatency::process(const double* left, const double* right,
                                     double* const* bandLeft, double* const* bandRight,
                                     int bandCount, int frames) noexcept {
   const bool mono = right == nullptr;
+  fetchAhead(frames);
   for (int done = 0; done < frames;) {
     const int chunk = std::min(frames - done, kSpan - position % kSpan);
     takeInput(left + done, mono ? nullptr : right + done, chunk);
     emit(bandLeft, bandRight, bandCount, done, chunk, mono);
     position += chunk;
     done += chunk;
-    if (position % kSpan == 0) endOfSpan();
+    if (position % kSpan == 0) endOfSpan(frames - done);
   }
 }
 
 void Crossover_WithLatency::takeInput(const double* left, const double* right,
                                       int frames) noexcept {
-  const PlanarSpan present = input[0];
-  std::copy_n(left, frames, present.re + kDelay + position);
-  if (right == nullptr) {
-    std::fill_n(present.im + kDelay + position, frames, 0.0);
-  } else {
-    std::copy_n(right, frames, present.im + kDelay + position);
-  }
+  const int place = start + position;
+  const auto take = [place, frames](const double* from, double* ring) {
+    if (from == nullptr) {
+      std::fill_n(ring + place, frames, 0.0);
+    } else {
+      std::copy_n(from, frames, ring + place);
+    }
+    if (place == 0) ring[kRing] = ring[0];
+  };
+  take(left, input[0].re);
+  take(right, input[0].im);
 }
 
 void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRight, int bandCount,
@@ -91,24 +97,23 @@ void Crossover_WithLatency::emit(double* const* bandLeft, double* const* bandRig
     }
     for (int band = top + 1; band < bandCount; ++band) std::fill_n(bands[band] + done, frames, 0.0);
   };
-  emitChannel(bandLeft, input[0].re + position, &PlanarSpan::re);
-  if (!mono) emitChannel(bandRight, input[0].im + position, &PlanarSpan::im);
+  const int delayed = placeBefore(kDelay);
+  emitChannel(bandLeft, input[0].re + delayed, &PlanarSpan::re);
+  if (!mono) emitChannel(bandRight, input[0].im + delayed, &PlanarSpan::im);
 }
 
-/// Starts to load what the next span outputs, which with many instances has left the near caches.
-void Crossover_WithLatency::fetchAhead() const noexcept {
-  constexpr int kCacheLine = 8;  // samples
+/// Starts to load what the next frames output, up to the end of the span.
+void Crossover_WithLatency::fetchAhead(int frames) const noexcept {
+  const int count = std::min(frames, kSpan - position % kSpan);
   for (int band = 0; band < counts[at(out)]; ++band) {
     const PlanarSpan line = lines[at(band)][out];
-    for (int i = position; i < position + kSpan; i += kCacheLine) {
-      __builtin_prefetch(line.re + i);
-      __builtin_prefetch(line.im + i);
-    }
+    prefetch(line.re + position, count);
+    prefetch(line.im + position, count);
   }
 }
 
-void Crossover_WithLatency::endOfSpan() noexcept {
-  if (position < kBlock) fetchAhead();
+void Crossover_WithLatency::endOfSpan(int framesLeft) noexcept {
+  if (position < kBlock) fetchAhead(framesLeft);
   // The first sample of this block completed the input block now being worked on.
   const int turn = position / kSpan - 1;
   if (turn == 0) {
@@ -117,7 +122,10 @@ void Crossover_WithLatency::endOfSpan() noexcept {
   } else if (turn <= counts[at(out ^ 1)]) {
     transformBand(turn - 1);
   }
-  if (position == kBlock) endOfBlock();
+  if (position < kBlock) return;
+  position = 0;
+  start = (start + kBlock) % kRing;
+  out ^= 1;
 }
 
 void Crossover_WithLatency::takeKernels() noexcept {
@@ -130,11 +138,11 @@ void Crossover_WithLatency::takeKernels() noexcept {
 }
 
 void Crossover_WithLatency::transformInput() noexcept {
-  constexpr int kStart = kDelay + 1 - kBlock;
+  const int first = placeBefore(kBlock - 1 + kSpan);
   PlanarScratch<2, 2 * kBlock> work;
   const PlanarSpan padded = work[0];
-  std::copy_n(input[0].re + kStart, kBlock, padded.re);
-  std::copy_n(input[0].im + kStart, kBlock, padded.im);
+  std::copy_n(input[0].re + first, kBlock, padded.re);
+  std::copy_n(input[0].im + first, kBlock, padded.im);
   std::fill_n(padded.re + kBlock, kBlock, 0.0);
   std::fill_n(padded.im + kBlock, kBlock, 0.0);
   newest ^= 1;
@@ -190,6 +198,12 @@ void Crossover_WithLatency::carryOver(int band, PlanarSpan sum, PlanarSpan work)
 void Crossover_WithLatency::transformBand(int band) noexcept {
   // Overlap-add, not overlap-save: an input block stays with the kernels it met first.
   PlanarScratch<3, 2 * kBlock> work;
+  const Line& line = lines[at(band)];
+  const auto fetchPart = [&line](int part) {
+    prefetch(line[part].re, kBlock);
+    prefetch(line[part].im, kBlock);
+  };
+  fetchPart(kTail);
   const ConstPlanarSpan x = spectra[newest];
   const ConstPlanarSpan near = current->kernels->near(band);
   vectorKernels().multiplySpectra(&x, &near, 1, work[0], 2 * kBlock);
@@ -199,8 +213,8 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
   };
   add(work[1].re, work[0].re, 2 * kBlock);
   add(work[1].im, work[0].im, 2 * kBlock);
+  fetchPart(out ^ 1);
   fft.backward(work[0], work[1], work[2]);
-  const Line& line = lines[at(band)];
   for (double* PlanarSpan::*const part : {&PlanarSpan::re, &PlanarSpan::im}) {
     const double* const whole = work[1].*part;
     double* const samples = line[out ^ 1].*part;
@@ -208,12 +222,4 @@ void Crossover_WithLatency::transformBand(int band) noexcept {
     for (int i = 0; i < kBlock; ++i) samples[i] = whole[i] + tail[i];
     std::copy_n(whole + kBlock, kBlock, tail);
   }
-}
-
-void Crossover_WithLatency::endOfBlock() noexcept {
-  out ^= 1;
-  for (double* const channel : {input[0].re, input[0].im}) {
-    std::copy_n(channel + kBlock, kDelay, channel);
-  }
-  position = 0;
 }

@@ -112,6 +112,7 @@ class Crossover_WithLatency final
   static constexpr int kSpan = kBlock / kBands;  // samples per transform
   static constexpr int kLines = kBands - 1;      // bands that are convolved
   static constexpr int kDelay = kBlockDelay + kTaps / 2;
+  static constexpr int kRing = 4 * kBlock;        // samples; more than `kDelay` and a span
   static constexpr double kScale = 0.5 / kBlock;  // undoes the gain of both transforms
 
   struct Load {
@@ -126,21 +127,25 @@ class Crossover_WithLatency final
   void takeInput(const double* left, const double* right, int frames) noexcept;
   void emit(double* const* bandLeft, double* const* bandRight, int bandCount, int done, int frames,
             bool mono) noexcept;
-  void fetchAhead() const noexcept;
-  void endOfSpan() noexcept;
+  void fetchAhead(int frames) const noexcept;
+  void endOfSpan(int framesLeft) noexcept;
   void takeKernels() noexcept;
   void transformInput() noexcept;
   void transformBand(int band) noexcept;
   void carryOver(int band, PlanarSpan sum, PlanarSpan work) const noexcept;
   void addTails(int before, int count) noexcept;
-  void endOfBlock() noexcept;
+  /// Where the sample is that came so many before the present one, at most `kDelay`.
+  [[nodiscard]] int placeBefore(int samples) const noexcept {
+    return (start + position - samples) & (kRing - 1);
+  }
 
   KernelHandover<Load> handover;
   const PlanarFft& fft;
   // The control side makes a line before it publishes the first kernels that need it.
   std::array<Line, kLines> lines;
-  // The last `kDelay` samples, followed by those of the present block.
-  PlanarArrays input{1, kDelay + kBlock};
+  // A ring that starts with a block, and after it its first sample once more: the ways back are
+  // one sample short of whole spans.
+  PlanarArrays input{1, kRing + 1};
   PlanarArrays spectra{2, 2 * kBlock};  // of the block being worked on and of the one before
   Load* current = nullptr;              // whose kernels the block being worked on meets
   Load* former = nullptr;               // those that the block before met, if others
@@ -148,5 +153,6 @@ class Crossover_WithLatency final
   std::array<int, 2> counts{};          // lines of the block being output and the one worked on
   int out = 0;                          // index in `counts` and in lines of the block being output
   int newest = 0;                       // index in `spectra` of the block being worked on
-  int position = 0;                     // in the block being output
+  int start = 0;                        // of that block in `input`
+  int position = 0;                     // in that block
 };

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "dynamics/compressor.h"
 #include "dynamics/delay_rings.h"
 #include "dynamics/gain_ramp.h"
+#include "filters/band_shape.h"
 #include "tests/support/known_numbers.h"
 #include "tests/support/real_time.h"
 
@@ -46,6 +48,43 @@ TEST(DelayRingsTest, DelaysEachLineOnItsOwnAndForgetsWhatMissedABlock) {
     }
     known.expect(std::to_string(block), sums);
     rings.advance(frames);
+  }
+}
+
+// Bands with and without lookahead, of which the delays come to be fixed and cease to be.
+TEST(DelayRingsTest, SoundTheSameWhereDelaysAreFixed) {
+  std::mt19937 random(1);
+  std::array<compressor, 2> engines;
+  SidechainLinkage linkage;
+  linkage.setPosition(true, 50);
+  for (compressor& engine : engines) {
+    for (const int band : {0, 1, 2}) {
+      engine.layout.moveBand(band, band == 2 ? kPreList : kXoverList, 300.0 * (1 + band));
+      BandDynamics dynamics{.threshold = -30.0, .ratioAbove = 0.7};
+      dynamics.lookaheadMs = band == 1 ? 0.0F : 5.0F + static_cast<float>(band);
+      engine.setDynamics(band, dynamics);
+      engine.setBand(band, {.active = true});
+      engine.setSidechainLinkage(band, linkage);
+    }
+    engine.configureFilters(2, kBandPass, 1000.0F, 12.0F, 1.0F, 12.0F);
+    engine.setSplits({24, 24, 24, 24, 24, 24, 24, 24});
+    engine.rebuildKernels();
+    engine.makeStagePlan();
+    engine.setOversampling(Oversampling::kStandard);
+    engine.publish();
+  }
+  for (int block = 0; block < 400; ++block) {
+    engines[1].setFixedDelays(block / 50 % 2 == 1);
+    const auto frames = static_cast<std::size_t>(random() % (block % 7 == 0 ? 1500 : 100));
+    std::array<std::vector<double>, 2> sounds;
+    for (std::size_t i = 0; i < frames; ++i)
+      sounds[0].push_back(static_cast<double>(random()) * 1e-10);
+    sounds[1] = sounds[0];
+    for (const std::size_t i : {0U, 1U}) {
+      double* const pins[] = {sounds[i].data(), nullptr};
+      inRealTime([&] { engines[i].processBlock(pins, pins, static_cast<int>(frames), 2, 0); });
+    }
+    ASSERT_EQ(sounds[0], sounds[1]) << "block " << block;
   }
 }
 
