@@ -82,6 +82,8 @@ class Plug : public PlugBaseJSON {
   /// For a host whose values come with its blocks, on the audio thread: they glide whatever the
   /// pace of its calls.
   void playLive() noexcept { handOver.setAlwaysLive(true); }
+  /// On the audio thread: see `compressor::startHostBlock`.
+  void startHostBlock(int frames) noexcept { engine.startHostBlock(frames); }
   /// As the base; also tells the host, once each, of the parameters that a full document changed.
   std::int32_t setChunk(const void* data, std::int32_t byteSize, bool isPreset) override;
   void setDocument(const JsonNode* root, bool isPreset) override;

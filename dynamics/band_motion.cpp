@@ -21,13 +21,14 @@ void BandMotion::jump() noexcept {
   moving = 0;
 }
 
-void BandMotion::setTargets(const Targets& targets, int frames, double rate) noexcept {
-  bool differ = moving != 0;  // all compared, so that vectors can do it
+void BandMotion::setTargets(const Targets& targets, int frames, double rate,
+                            bool continues) noexcept {
+  bool differ = moving != 0 && !continues;  // all compared, so that vectors can do it
   for (std::size_t i = 0; i < kValues; ++i) differ |= targets[i] != goals[i];
   if (!differ) return;
   for (std::size_t i = 0; i < kValues; ++i) {
     const std::uint32_t bit = 1U << i;
-    if (targets[i] == goals[i] && (moving & bit) == 0) continue;
+    if (targets[i] == goals[i] && (continues || (moving & bit) == 0)) continue;
     goals[i] = targets[i];
     glides[i].setTarget(targets[i], frames, rate);
     moving = glides[i].isMoving() ? moving | bit : moving & ~bit;

@@ -43,8 +43,9 @@ class BandMotion {
   void jump(const Targets& targets) noexcept;  ///< takes them at once
   void jump() noexcept;                        ///< to the last targets
   /// Call it at the begin of each block of `frames` in which the targets are others or something
-  /// moves; `rate` in Hz.
-  void setTargets(const Targets& targets, int frames, double rate) noexcept;
+  /// moves; `rate` in Hz. `continues`: in the middle of a block, where targets that are as before
+  /// stay as they are.
+  void setTargets(const Targets& targets, int frames, double rate, bool continues) noexcept;
   [[nodiscard]] bool isMoving() const noexcept { return moving != 0; }
   [[nodiscard]] bool moves(Value value) const noexcept { return ((moving >> value) & 1U) != 0; }
   /// Whether any value does from `kGain` to `kPresence`.

@@ -16,8 +16,9 @@ void compressor::processBlock(Sample* const* inputs, Sample* const* outputs, int
   beginBlock();
   played.store(true, std::memory_order_relaxed);
   analyser.beginBlock();
+  const SignalChain::HostPart part = nextPart(frames);
   for (SignalChain* const chain : {playing, rising}) {
-    if (chain != nullptr) chain->beginBlock(frames, channels, gliding, fixedDelays);
+    if (chain != nullptr) chain->beginBlock(part, channels, rules);
   }
   for (int done = 0; done < frames;) {
     const int most = std::min(frames - done, playing->mostFrames());
@@ -50,6 +51,13 @@ void compressor::scrub(Sample* const* inputs, int channels, int frames) noexcept
     std::replace_if(
         samples, samples + frames, [](Sample x) { return x * Sample{0} != Sample{0}; }, Sample{0});
   }
+}
+
+SignalChain::HostPart compressor::nextPart(int frames) noexcept {
+  const SignalChain::HostPart part =
+      hostPart.left < frames ? SignalChain::HostPart{frames} : hostPart;
+  hostPart = {part.left - frames, true};
+  return part;
 }
 
 void compressor::beginBlock() noexcept {

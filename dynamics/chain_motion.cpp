@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "dynamics/signal_chain.h"
 #include "platform/index.h"
@@ -29,17 +30,19 @@ std::array<double, kNumBands> SignalChain::listedWeights(
   return crossoverWeights({listed.data(), static_cast<std::size_t>(length)}, listening);
 }
 
-void SignalChain::beginBlock(int frames, int channels, bool gliding, bool fixedDelays) noexcept {
+void SignalChain::beginBlock(const HostPart& part, int channels, const Rules& rules) noexcept {
   buffers.borrow();
-  delays.setFixed(fixedDelays);
-  if (!gliding) {
+  delays.setFixed(rules.fixedDelays);
+  if (!rules.gliding) {
     movingBands = 0;
     jumpDue = true;
     return;
   }
+  // Nothing glides to what another number of channels needs.
+  if (std::exchange(channelsAimed, channels) != channels) jumpDue = true;
   const bool due = targetsDue || jumpDue;
-  if (!due && movingBands == 0) return;
-  const Block now{frames, channels, 0, frames, listenState()};
+  if (!due && (movingBands == 0 || part.continues)) return;
+  const Block now{part.left, channels, 0, part.left, listenState()};
   const auto aim = [&](int band, const StageWeights& weights) {
     if (!due && motionOf(band) == nullptr) return;
     BandMotion& motion = motions[at(band)];
@@ -47,7 +50,7 @@ void SignalChain::beginBlock(int frames, int channels, bool gliding, bool fixedD
     if (jumpDue) {
       motion.jump(targets);
     } else {
-      motion.setTargets(targets, frames, sampleRate);
+      motion.setTargets(targets, part.left, sampleRate, part.continues);
     }
     movingBands &= ~stageBit(band);
     if (motion.isMoving()) movingBands |= stageBit(band);

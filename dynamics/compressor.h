@@ -107,10 +107,13 @@ class compressor {
   void setRealtime(bool on) noexcept { realtime = on; }
   /// Whether settings that scale sound glide from one value to the next; off at first, when they
   /// change between blocks.
-  void setGliding(bool on) noexcept { gliding = on; }
+  void setGliding(bool on) noexcept { rules.gliding = on; }
   /// Whether lookaheads and latencies change with the chain alone, by `startChange`; off at first,
   /// when a chain keeps enough of its past for longer ones.
-  void setFixedDelays(bool on) noexcept { fixedDelays = on; }
+  void setFixedDelays(bool on) noexcept { rules.fixedDelays = on; }
+  /// The calls that follow process `frames` together, which are one block of the host: settings
+  /// glide through it as one.
+  void startHostBlock(int frames) noexcept { hostPart = {frames, false}; }
   /// `inputs`: 1 or 2 main channels, then 0 to 2 sidechain channels; infinities and NaN in them are
   /// replaced by 0. `outputs`: one per main channel, may be the inputs. A null input is silence; a
   /// null output is not written. 0 frames change nothing. `Sample` is float or double.
@@ -186,6 +189,7 @@ class compressor {
   [[nodiscard]] int plannedLatency();
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
+  [[nodiscard]] SignalChain::HostPart nextPart(int frames) noexcept;
   void beginBlock() noexcept;
   LiveValues::Replaced takeSettings() noexcept;
   [[nodiscard]] const SignalChain& heard() const noexcept;
@@ -239,7 +243,7 @@ class compressor {
   ChainFade fade;
   BlockDecay meterDecay;
   bool realtime = false;
-  bool gliding = false;
-  bool fixedDelays = false;
+  SignalChain::Rules rules;
+  SignalChain::HostPart hostPart;  // the next
   LiveValues* live = nullptr;
 };

@@ -38,7 +38,14 @@ void Glide::setTarget(double newTarget, int frames, double rate) noexcept {
   if (newTarget != goal) {
     const double moved = newTarget - goal;
     const double slope = moved / (slopeBefore != 0.0 ? framesBefore : frames);
-    plan(newTarget, std::max(step, frames), slopeAtEnd(slopeBefore, slope));
+    const int wanted = std::max(step, frames);
+    // Stretched over a much longer way, the present slope would lead far beyond the target.
+    if (isUnderWay() && wanted > 2 * length) {
+      plan(newTarget, step, 0.0);
+    } else {
+      const double steepest = 2.0 * std::abs(newTarget - value()) / wanted;
+      plan(newTarget, wanted, std::clamp(slopeAtEnd(slopeBefore, slope), -steepest, steepest));
+    }
     slopeBefore = slope;
   } else {
     if (endSlope != 0.0) plan(goal, step, 0.0);

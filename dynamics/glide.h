@@ -6,8 +6,9 @@
 /// A step takes 5 ms, or the whole block if that is longer; values that go the same way in block
 /// after block become one curve through all of them, and steady ones a straight line. Each way is a
 /// quintic that goes on with the value, slope and curvature of the one before: T. Flash, N. Hogan,
-/// The coordination of arm movements, 1985, the path of least jerk. Where a ramp stops, the value
-/// may go beyond it by a fifth of what the ramp did in 5 ms.
+/// The coordination of arm movements, 1985, the path of least jerk. Where a ramp stops, or
+/// blocks become much longer or shorter, the value may go beyond it by a quarter of what was asked
+/// for in the last 5 ms.
 ///
 /// Threads: one at a time; nothing locks or allocates.
 class Glide {
@@ -30,6 +31,7 @@ class Glide {
 
  private:
   [[nodiscard]] int left() const noexcept { return length - position; }  // frames
+  [[nodiscard]] bool isUnderWay() const noexcept { return left() > 0 || endSlope != 0.0; }
   void plan(double newGoal, int frames, double newEndSlope) noexcept;
 
   double goal = 0.0;

@@ -73,11 +73,21 @@ class SignalChain {
   /// Takes over what the detectors of another chain know of the level, for bands in use in both.
   void adoptLevels(const SignalChain& other) noexcept;
 
-  /// Starts a block of the host, after its settings have come. `gliding`: settings that scale sound
-  /// move smoothly, otherwise they change between blocks. `fixedDelays`: other lookaheads and
-  /// latencies come with another chain, so that no more of the past is kept than the present ones
-  /// ask for.
-  void beginBlock(int frames, int channels, bool gliding, bool fixedDelays) noexcept;
+  /// How blocks are run.
+  struct Rules {
+    /// Settings that scale sound move smoothly; otherwise they change between blocks.
+    bool gliding = false;
+    /// Other lookaheads and latencies come with another chain, so that no more of the past is kept
+    /// than the present ones ask for.
+    bool fixedDelays = false;
+  };
+  /// What a block is to its host.
+  struct HostPart {
+    int left = 0;            ///< frames until the host's block ends, of which this may be a part
+    bool continues = false;  ///< it is not the first part
+  };
+  /// Starts a block, after its settings have come.
+  void beginBlock(const HostPart& part, int channels, const Rules& rules) noexcept;
   /// The longest slice that may follow.
   [[nodiscard]] int mostFrames() const noexcept {
     return movingBands != 0 ? BandMotion::kMostFrames : kMostFrames;
@@ -211,6 +221,7 @@ class SignalChain {
   std::uint32_t movingBands = 0;  // bits as in `stageBit`
   bool targetsDue = true;         // settings have come since the last block
   bool jumpDue = true;            // the next targets are taken at once
+  int channelsAimed = 0;          // what the targets were worked out for
 
   bool silent = true;
   int sidechainLeft = 0;  // samples until the last sidechain input has left the whole chain

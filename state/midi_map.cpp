@@ -85,8 +85,13 @@ void MIDIMap::learnLive(std::int32_t id, std::int32_t controller) noexcept {
   }
 }
 
+bool MIDIMap::takes(const std::uint8_t* message) const noexcept {
+  if ((message[0] & 0xF0) != kControlChange) return false;
+  return getLearnTarget() != -1 || parameterOf(message[1] & 0x7F) != -1;
+}
+
 std::optional<MIDIMap::Move> MIDIMap::process(const std::uint8_t* message) noexcept {
-  if ((message[0] & 0xF0) != kControlChange) return std::nullopt;
+  if (!takes(message)) return std::nullopt;
   const std::int32_t controller = message[1] & 0x7F;
   // If two audio threads receive a controller each, only one may learn.
   if (getLearnTarget() != -1) {

@@ -37,6 +37,8 @@ class MIDIMap {
   void learn(std::int32_t id, std::int32_t controller);
   void unlearn(std::int32_t id);
 
+  /// Whether `process` would do anything with a message; any thread.
+  [[nodiscard]] bool takes(const std::uint8_t* message) const noexcept;
   /// Takes one MIDI message of at least three bytes: learns its controller if a target is set, and
   /// returns the parameter to set. Ignores everything but controller messages, on any channel.
   [[nodiscard]] std::optional<Move> process(const std::uint8_t* message) noexcept;

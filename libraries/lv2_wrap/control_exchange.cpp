@@ -1,12 +1,21 @@
 #include "libraries/lv2_wrap/control_exchange.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <optional>
+#include <utility>
 
-#include "host/raised.h"
 #include "platform/index.h"
 
 namespace lv2 {
+
+namespace {
+
+/// Whether values that are played must not overtake this one.
+bool comesBeforePlaying(int id) noexcept { return id == kABBank || isLiveParameter(id); }
+
+}  // namespace
 
 ControlExchange::ControlExchange(Plug& whose) : effect(whose) {
   for (int id = 0; id < kNumParams; ++id) {
@@ -19,25 +28,27 @@ ControlExchange::ControlExchange(Plug& whose) : effect(whose) {
 void ControlExchange::offer(int id, float plain) noexcept {
   ports[at(id)].store(plain, std::memory_order_relaxed);
   offered.set(id);
+  if (comesBeforePlaying(id)) isOfferHeard.store(true, std::memory_order_release);
 }
 
 void ControlExchange::play(int id, float plain) noexcept {
   ports[at(id)].store(plain, std::memory_order_relaxed);
   held[at(id)].store(plain, std::memory_order_relaxed);
   const float normalised = normalisedOf(id, plain);
-  know(id, normalised);
   if (normalisedNow(id) != normalised) effect.parameterInput().setFromAudio(id, normalised);
+  know(id, normalised);  // last: else the message thread would see a change from inside
 }
 
-void ControlExchange::playAlone(int id) noexcept {
-  const float normalised = knownOf(id);
+void ControlExchange::playAlone(int id, float plain) noexcept {
+  const float normalised = normalisedOf(id, plain);
   if (normalisedNow(id) == normalised || effect.isLocked(id)) return;
   effect.parameterInput().putFromAudio(id, normalised);
 }
 
 bool ControlExchange::mayPlay() const noexcept {
-  // In this order: a delivery under way has taken its values after it was marked.
-  return !offered.any() && !isDelivering.load(std::memory_order_acquire);
+  // In this order: a delivery forgets what it has heard of after it is marked.
+  return !isOfferHeard.load(std::memory_order_acquire) &&
+         !isDelivering.load(std::memory_order_acquire);
 }
 
 float ControlExchange::knownOf(int id) const noexcept {
@@ -61,6 +72,7 @@ void ControlExchange::takeLoading() noexcept {
   const unsigned newest = loads.load(std::memory_order_acquire);
   offered.takeAll([](int /*id*/) {});
   confirmed.takeAll([](int /*id*/) {});
+  isOfferHeard.store(false, std::memory_order_relaxed);
   alone.store(true, std::memory_order_relaxed);
   takenLoads.store(newest, std::memory_order_release);
 }
@@ -103,10 +115,13 @@ void ControlExchange::deliverNews() {
   confirmed.takeAll(
       [this](int id) { held[at(id)].store(portValue(id), std::memory_order_relaxed); });
   if (!offered.any() && !effect.isUpdateMissing()) return;
-  const Raised busy(isDelivering);
+  std::optional<Raised> busy(std::in_place, isDelivering);
+  isOfferHeard.exchange(false, std::memory_order_acq_rel);
+  const News news = takeOffered();
+  if (!news.bank && std::ranges::none_of(news.others(), comesBeforePlaying)) busy.reset();
   {
     const UpdateHold together(effect.updates());
-    deliverOffered(alone.exchange(false, std::memory_order_relaxed));
+    deliverOffered(news, alone.exchange(false, std::memory_order_relaxed));
     // New filters at once: a moved port has already waited for its block.
     effect.updateDsp(true);
   }
@@ -114,16 +129,20 @@ void ControlExchange::deliverNews() {
   markInsideChanges();
 }
 
-void ControlExchange::deliverOffered(bool isAlone) {
+ControlExchange::News ControlExchange::takeOffered() noexcept {
+  News news;
+  news.bank = offered.take(kABBank);
+  offered.takeAll([&news](int id) { news.ids[news.count++] = id; });
+  return news;
+}
+
+void ControlExchange::deliverOffered(const News& news, bool isAlone) {
   // Switching banks replaces all other values, so it comes first.
-  if (offered.take(kABBank)) deliverOne(kABBank, isAlone);
-  std::array<int, kNumParams> news;
-  std::size_t count = 0;
-  offered.takeAll([&news, &count](int id) { news[count++] = id; });
-  for (std::size_t i = 0; i < count; ++i) deliverOne(news[i], isAlone);
+  if (news.bank) deliverOne(kABBank, isAlone);
+  for (const int id : news.others()) deliverOne(id, isAlone);
   // Again where links have replaced a port's value by that of another port.
-  for (std::size_t i = 0; i < count; ++i) {
-    if (normalisedNow(news[i]) != knownOf(news[i])) deliverOne(news[i], true);
+  for (const int id : news.others()) {
+    if (normalisedNow(id) != knownOf(id)) deliverOne(id, true);
   }
 }
 

@@ -2,9 +2,12 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <span>
 
 #include "core/plug.h"
+#include "host/raised.h"
 #include "libraries/lv2_wrap/parameter_marks.h"
 
 namespace lv2 {
@@ -20,13 +23,13 @@ class ControlExchange {
 
   // Audio thread.
   void offer(int id, float plain) noexcept;  ///< a port has a new value to deliver
-  /// A port has a new value that the effect takes with the next block: a live parameter, with
-  /// nothing else to deliver.
+  /// A live parameter's port has a new value, which the effect takes with the next block.
   void play(int id, float plain) noexcept;
-  /// Whether ports may be played: nothing waits for its delivery, which would come after them.
+  /// Whether live parameters may be played: no bank or value of one of them waits for its delivery,
+  /// which would come after them.
   [[nodiscard]] bool mayPlay() const noexcept;
   /// After all ports of a block: gives one that links have moved its own value again.
-  void playAlone(int id) noexcept;
+  void playAlone(int id, float plain) noexcept;
   /// A port has reached the value that the host was asked to set: nothing to deliver.
   void confirm(int id, float plain) noexcept;
   [[nodiscard]] bool hasNews() const noexcept { return offered.any(); }
@@ -50,7 +53,7 @@ class ControlExchange {
   [[nodiscard]] bool hasInsideChanges() const noexcept { return changedInside.any(); }
 
   // Other threads, and the audio thread when it is not in real time. These lock.
-  /// Delivers all offered values to the effect as one change, which is in force on return. Links
+  /// Delivers all offered values to the effect as one change. Links
   /// spread a value to bands whose ports offer none of their own. If memory runs out, the values
   /// are kept and the next call hands them to the engine again.
   void deliver();
@@ -70,6 +73,7 @@ class ControlExchange {
   template <typename Load>
   void aroundLoading(const Load& load) {
     const std::lock_guard guard(delivering);
+    const Raised busy(isDelivering);
     load();
     rememberAll();
     loads.fetch_add(1, std::memory_order_release);
@@ -88,7 +92,15 @@ class ControlExchange {
   [[nodiscard]] float knownOf(int id) const noexcept;
   void know(int id, float normalised) noexcept;
   void deliverNews();  // this and all below: under `delivering`
-  void deliverOffered(bool isAlone);
+  /// Offered values that have been taken.
+  struct News {
+    bool bank = false;
+    std::array<int, kNumParams> ids;  // of all others
+    std::size_t count = 0;
+    [[nodiscard]] std::span<const int> others() const noexcept { return {ids.data(), count}; }
+  };
+  [[nodiscard]] News takeOffered() noexcept;
+  void deliverOffered(const News& news, bool isAlone);
   void deliverOne(int id, bool isAlone);
   void markInsideChanges() noexcept;
   void rememberAll() noexcept;
@@ -102,6 +114,8 @@ class ControlExchange {
   ParameterMarks changedInside;
   ParameterMarks unlikePorts;  // since a load
   std::atomic<bool> alone{false};
+  // What the audio thread must wait for: values offered, and those being delivered or loaded.
+  std::atomic<bool> isOfferHeard{false};
   std::atomic<bool> isDelivering{false};
   std::atomic<unsigned> loads{0};
   std::atomic<unsigned> takenLoads{0};  // by the audio thread; stored after it has dropped values

@@ -29,13 +29,13 @@ class ParameterMarks {
   /// Clears a mark; returns whether it was set.
   [[nodiscard]] bool take(int id) noexcept {
     const std::uint32_t bit = std::uint32_t{1} << (id % kBits);
-    return (words[wordOf(id)].fetch_and(~bit, std::memory_order_acquire) & bit) != 0;
+    return (words[wordOf(id)].fetch_and(~bit, std::memory_order_acq_rel) & bit) != 0;
   }
   /// Clears all marks and calls `use` with each id that was marked, lowest first.
   template <typename Use>
   void takeAll(const Use& use) {
     for (std::size_t w = 0; w < words.size(); ++w) {
-      std::uint32_t bits = words[w].exchange(0, std::memory_order_acquire);
+      std::uint32_t bits = words[w].exchange(0, std::memory_order_acq_rel);
       for (; bits != 0; bits &= bits - 1) {
         use(static_cast<int>(w) * kBits + std::countr_zero(bits));
       }

@@ -156,16 +156,20 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
   if (newsCount > 0) takeNews(isLoaded);
 }
 
-/// Values that come together with one that must wait, or after it, wait with it.
+/// Values that come together with another bank or after it wait with it, as a whole state's do.
 void Plugin::takeNews(bool isLoaded) noexcept {
   const auto end = news.begin() + static_cast<std::ptrdiff_t>(newsCount);
-  const bool isLive =
-      !isLoaded && controls.mayPlay() && std::all_of(news.begin(), end, isLiveParameter);
-  std::for_each(news.begin(), end, [this, isLive](int id) {
+  const bool mayPlay =
+      !isLoaded && controls.mayPlay() && std::find(news.begin(), end, int{kABBank}) == end;
+  std::for_each(news.begin(), end, [this, mayPlay](int id) {
     const float plain = seen[at(id)];
-    isLive ? controls.play(id, plain) : controls.offer(id, plain);
+    mayPlay&& isLiveParameter(id) ? controls.play(id, plain) : controls.offer(id, plain);
   });
-  if (isLive) std::for_each(news.begin(), end, [this](int id) { controls.playAlone(id); });
+  if (mayPlay) {
+    std::for_each(news.begin(), end, [this](int id) {
+      if (isLiveParameter(id)) controls.playAlone(id, seen[at(id)]);
+    });
+  }
   newsCount = 0;
 }
 
@@ -212,16 +216,23 @@ void Plugin::onIdle() {
 
 void Plugin::playEvents(std::uint32_t frames) noexcept {
   processed = 0;
+  effect.startHostBlock(static_cast<int>(frames));
   if (controlPort != nullptr && controlPort->atom.type == features.urids.atomSequence &&
       features.map != nullptr) {
     LV2_ATOM_SEQUENCE_FOREACH(controlPort, event) {
-      if (event->body.type != features.urids.midiEvent) continue;
+      if (event->body.type != features.urids.midiEvent || !movesParameter(*event)) continue;
       const std::int64_t time = std::clamp<std::int64_t>(event->time.frames, 0, frames);
       processUpTo(static_cast<std::uint32_t>(time));
       playMidi(*event);
     }
   }
   processUpTo(frames);
+}
+
+/// Other events do not cut the block.
+bool Plugin::movesParameter(const LV2_Atom_Event& event) noexcept {
+  const auto* const message = reinterpret_cast<const std::uint8_t*>(&event + 1);
+  return event.body.size >= 3 && effect.machine().midiMap().takes(message);
 }
 
 void Plugin::playMidi(const LV2_Atom_Event& event) noexcept {

@@ -55,8 +55,9 @@ class Plugin final : private IdleClient {
                               std::intptr_t value, void* ptr, float opt);
 
   // Audio thread.
-  /// Runs a block in the parts between its MIDI events.
+  /// Runs a block in the parts between the MIDI events that move parameters.
   void playEvents(std::uint32_t frames) noexcept;
+  [[nodiscard]] bool movesParameter(const LV2_Atom_Event& event) noexcept;
   void playMidi(const LV2_Atom_Event& event) noexcept;
   void processUpTo(std::uint32_t end) noexcept;
   [[nodiscard]] int latencyAfter(std::uint32_t frames) noexcept;

@@ -93,4 +93,26 @@ TEST(GlideTest, DrawsALineThroughTheValuesOfARamp) {
   }
 }
 
+// Whatever the lengths of blocks, a value goes little further than what the host asks for.
+TEST(GlideTest, StaysNearWhatTheHostAsksFor) {
+  std::mt19937 random(5);
+  for (int walk = 0; walk < 300; ++walk) {
+    Glide glide(1.0);
+    std::vector<double> values;
+    double target = 1.0;
+    std::vector<double> asked = {target};
+    for (int block = 0; block < 12; ++block) {
+      const int frames = 1 + static_cast<int>(random() % (std::uint32_t{1} << random() % 14));
+      if (random() % 4 != 0) target += walk % 2 == 0 || random() % 2 == 0 ? 0.1 : -0.1;
+      asked.push_back(target);
+      play(glide, target, frames, values);
+    }
+    const auto [least, most] = std::ranges::minmax(asked);
+    const auto [low, high] = std::ranges::minmax(values);
+    const double beyond = 0.25 * (most - least) + 1e-12;
+    EXPECT_GT(low, least - beyond) << walk;
+    EXPECT_LT(high, most + beyond) << walk;
+  }
+}
+
 }  // namespace

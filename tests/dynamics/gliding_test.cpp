@@ -220,4 +220,45 @@ TEST(ChangeTest, GoesBackToTheChainBeforeWhenGivenUp) {
   EXPECT_NEAR(rig.output[0], 0.45 * std::sin(0.5), 1e-12);
 }
 
+// What a host ramps is the same line whether its blocks come whole or in parts.
+TEST(GlidingTest, PartsOfABlockSoundAsTheWhole) {
+  const auto ramp = [](const std::vector<int>& parts) {
+    Rig rig(true);
+    rig.publish();
+    rig.engine.resetEngine();
+    rig.engine.setGliding(true);
+    for (int block = 0; block < 40; ++block) {
+      rig.path[0].gain = 1.0 + 0.1 * block;
+      rig.publish();
+      rig.engine.startHostBlock(1024);
+      for (const int frames : parts) rig.play(frames);
+    }
+    return rig.output;
+  };
+  EXPECT_EQ(ramp({1024}), ramp({512, 256, 256}));
+}
+
+// The weights of one channel are others than those of two: nothing glides from them.
+TEST(GlidingTest, ForgetsTheWeightsOfAnotherNumberOfChannels) {
+  Rig rig(true);
+  rig.path[0].gain = 4.0;
+  rig.path[0].position = 1.0;
+  rig.publish();
+  rig.engine.resetEngine();
+  rig.engine.setGliding(true);
+  std::vector<double> mono(512, 0.0);
+  double* pin = mono.data();
+  rig.engine.processBlock(&pin, &pin, 512, 1, 0);
+  for (int block = 0; block < 100; ++block) rig.play();
+  const std::size_t before = rig.output.size();
+  rig.dynamics.threshold -= 1.0;
+  rig.publish();
+  for (int block = 0; block < 100; ++block) rig.play();
+  const auto loudest = [&rig](std::size_t from, std::size_t to) {
+    return std::ranges::max(std::vector(rig.output.begin() + std::ptrdiff_t(from),
+                                        rig.output.begin() + std::ptrdiff_t(to)));
+  };
+  EXPECT_NEAR(loudest(before, rig.output.size()), loudest(before - 1000, before), 1e-6);
+}
+
 }  // namespace
