@@ -200,6 +200,7 @@ void compressor::publish() noexcept {
   if (isNew) {
     built->take(wanted);
     for (SidechainFilters& sidechain : built->filters.sidechains) sidechain.settle();
+    built->warmUp(wanted.latency + SignalChain::kMostFrames);
     built->reset();
     // Release: the audio thread may find the chain before its settings are published.
     offered.store(built.get(), std::memory_order_release);

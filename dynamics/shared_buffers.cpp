@@ -3,19 +3,28 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <thread>
 
+#include "platform/of_process.h"
 #include "platform/plug_base_mutex.h"
-
-namespace {
+#include "platform/process.h"
 
 /// The sets of the process, each with a place of its own. Places stay where they are while anybody
 /// may look at them: row k holds 2^k.
-class Pool {
+class SharedBuffers::Pool {
  public:
   using Free = std::atomic<WorkBuffers*>;  // null while the set is borrowed
+
+  static Pool& ofProcess() {
+    // Never destroyed, since an effect may live longer than what is static.
+    static auto& all =
+        *new OfProcess<std::unique_ptr<Pool>>([] { return std::make_unique<Pool>(); });
+    return *all.get();
+  }
+  [[nodiscard]] bool isInherited() const noexcept { return process != processId(); }
 
   void add() {
     const PlugBaseMutex::Scope scope(lock);
@@ -26,6 +35,7 @@ class Pool {
     }
     Place& place = at(index);
     place.made = std::make_unique<WorkBuffers>();
+    if (index < kWarm) place.made->touch();
     place.free.store(place.made.get(), std::memory_order_release);
     // Release: hands over the row.
     if (index == count.load(std::memory_order_relaxed)) {
@@ -50,9 +60,9 @@ class Pool {
 
   /// A set that is free and where it goes when it is so again.
   WorkBuffers* borrow(Free*& from) noexcept {
-    // A thread finds its set again, as long as no other needs it.
-    const std::size_t home = std::hash<std::thread::id>{}(std::this_thread::get_id());
-    for (std::size_t i = home;; ++i) {
+    // A thread finds its set again, as long as no other needs it, among those that are in use.
+    const std::size_t thread = std::hash<std::thread::id>{}(std::this_thread::get_id());
+    for (std::size_t i = thread % kWarm;; ++i) {
       // Acquire: rows. Each time, since a set added now may be the only one that is free.
       Free& free = at(static_cast<unsigned>(i % count.load(std::memory_order_acquire))).free;
       if (free.load(std::memory_order_relaxed) == nullptr) continue;
@@ -74,6 +84,8 @@ class Pool {
   }
 
  private:
+  static constexpr unsigned kWarm = 8;  // sets, about what threads use at a time
+
   struct Place {
     Free free{nullptr};
     std::unique_ptr<WorkBuffers> made;
@@ -86,27 +98,22 @@ class Pool {
     return rows[row][index + 1 - (std::size_t{1} << row)];
   }
 
+  const std::int64_t process = processId();
   PlugBaseMutex lock;
   std::array<std::unique_ptr<Place[]>, 32> rows;
   std::atomic<unsigned> count{0};  // places up to the last one that has a set
 };
 
-Pool& pool() noexcept {
-  static Pool ofProcess;
-  return ofProcess;
-}
-
-}  // namespace
-
-SharedBuffers::SharedBuffers() { pool().add(); }
+SharedBuffers::SharedBuffers() : pool(Pool::ofProcess()) { pool.add(); }
 
 SharedBuffers::~SharedBuffers() {
   giveBack();
-  pool().remove();
+  // In a child process the lock may be held for ever.
+  if (!pool.isInherited()) pool.remove();
 }
 
 void SharedBuffers::borrow() noexcept {
-  if (borrowed == nullptr) borrowed = pool().borrow(place);
+  if (borrowed == nullptr) borrowed = pool.borrow(place);
 }
 
 void SharedBuffers::giveBack() noexcept {
@@ -116,4 +123,4 @@ void SharedBuffers::giveBack() noexcept {
   borrowed = nullptr;
 }
 
-unsigned SharedBuffers::count() noexcept { return pool().size(); }
+unsigned SharedBuffers::count() { return Pool::ofProcess().size(); }

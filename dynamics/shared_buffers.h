@@ -23,9 +23,12 @@ class SharedBuffers {
   [[nodiscard]] const WorkBuffers& operator*() const noexcept { return *borrowed; }
 
   /// Sets in the process; any thread but the audio thread.
-  [[nodiscard]] static unsigned count() noexcept;
+  [[nodiscard]] static unsigned count();
 
  private:
+  class Pool;
+
+  Pool& pool;
   WorkBuffers* borrowed = nullptr;
   std::atomic<WorkBuffers*>* place = nullptr;  // where it came from
 };

@@ -74,6 +74,17 @@ void SignalChain::reset() noexcept {
   for (int band = 0; band < kNumBands; ++band) resetPath(band);
 }
 
+void SignalChain::warmUp(int frames) noexcept {
+  const std::array<const float*, WorkBuffers::kChannels> silence{};
+  for (int left = frames; left > 0; left -= kMostFrames) {
+    beginBlock({kMostFrames}, WorkBuffers::kChannels, {.gliding = false, .fixedDelays = true});
+    begin(silence.data(), kMostFrames, WorkBuffers::kChannels, 0, 0, kMostFrames);
+    runStages();
+    mix();
+    endBlock();
+  }
+}
+
 void SignalChain::showOn(MeterSet& shown) noexcept {
   meters = &shown;
   for (int band = 0; band < kNumBands; ++band) {

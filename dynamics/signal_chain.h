@@ -69,6 +69,9 @@ class SignalChain {
   void showOnNothing() noexcept { meters = &ownMeters; }
   /// Forgets the past signal and takes the gains around the chain at once.
   void reset() noexcept;
+  /// Processes silence, at least `frames`, so that later the audio thread need not wait for memory
+  /// to be mapped. `reset` it then.
+  void warmUp(int frames) noexcept;
   void resetBandState(int band) noexcept;
   /// Takes over what the detectors of another chain know of the level, for bands in use in both.
   void adoptLevels(const SignalChain& other) noexcept;

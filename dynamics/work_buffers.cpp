@@ -1,5 +1,6 @@
 #include "dynamics/work_buffers.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace {
@@ -12,10 +13,11 @@ constexpr std::size_t kBuffers =
 
 // Buffers are used side by side: their starts must not share a cache set.
 constexpr int kApart = 72;  // samples
+constexpr std::size_t kSamples = kBuffers * (WorkBuffers::kFrames + kApart);
 
 }  // namespace
 
-WorkBuffers::WorkBuffers() : memory(new (kAlignment) double[kBuffers * (kFrames + kApart)]) {
+WorkBuffers::WorkBuffers() : memory(new (kAlignment) double[kSamples]) {
   double* next = memory.get();
   const auto take = [&next](int times = 1) {
     double* const buffer = next;
@@ -34,4 +36,9 @@ WorkBuffers::WorkBuffers() : memory(new (kAlignment) double[kBuffers * (kFrames 
   upSignal = take(2);
   upGain = take(2);
   reduction = {meterMemory[0].data(), meterMemory[1].data()};
+}
+
+void WorkBuffers::touch() noexcept {
+  std::fill_n(memory.get(), kSamples, 0.0);
+  for (auto& channel : meterMemory) channel.fill(0.0F);
 }
