@@ -73,7 +73,8 @@ void BandDetector::process(double* signal, int frames, double& envPeak, double& 
   processTogether({&job, 1}, frames);
 }
 
-void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcept {
+void BandDetector::begin(const Job& job, DetectorLane& lane, int frames,
+                         const LampDecays* neighbour) noexcept {
   window.beginBlock(frames, job.settings->lookahead, job.fixedLookahead);
   lane.settings = job.settings;
   lane.motion = job.motion;
@@ -84,11 +85,13 @@ void BandDetector::begin(const Job& job, DetectorLane& lane, int frames) noexcep
   lane.dynPeak = *job.dynPeak;
   lane.tranPeak = *job.tranPeak;
   if (!ownsLamps || job.lampFrames == 0) return;
-  const auto decay = [&job](double& lamp, BlockDecay& kept, double perSample) {
-    if (lamp != 0.0) lamp = flushed(lamp * kept.over(perSample, job.lampFrames));
+  const auto decay = [&](double& lamp, BlockDecay LampDecays::*kept, double perSample) {
+    const BlockDecay* const other = neighbour == nullptr ? nullptr : &(neighbour->*kept);
+    if (lamp != 0.0)
+      lamp = flushed(lamp * (lampDecays.*kept).over(perSample, job.lampFrames, other));
   };
-  decay(*job.fastLamp, fastDecay, lane.settings->times.relFastCoef);
-  decay(*job.slowLamp, slowDecay, lane.settings->times.relSlowCoef);
+  decay(*job.fastLamp, &LampDecays::fast, lane.settings->times.relFastCoef);
+  decay(*job.slowLamp, &LampDecays::slow, lane.settings->times.relSlowCoef);
 }
 
 void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexcept {
@@ -97,8 +100,11 @@ void BandDetector::processTogether(std::span<const Job> jobs, int frames) noexce
   if (frames <= 0) return;
   std::array<DetectorLane, kMost> lanes;
   std::array<DetectorLane*, kMost> pointers{};
+  const LampDecays* neighbour = nullptr;  // bands often have the same releases
   for (std::size_t i = 0; i < count; ++i) {
-    jobs[i].detector->begin(jobs[i], lanes[i], frames);
+    BandDetector& detector = *jobs[i].detector;
+    detector.begin(jobs[i], lanes[i], frames, neighbour);
+    if (detector.ownsLamps) neighbour = &detector.lampDecays;
     pointers[i] = &lanes[i];
   }
   for (int done = 0; done < frames; done += DetectorKernels::kChunk) {

@@ -75,7 +75,10 @@ class BandDetector {
   static void processTogether(std::span<const Job> jobs, int frames) noexcept;
 
  private:
-  void begin(const Job& job, DetectorLane& lane, int frames) noexcept;
+  struct LampDecays {
+    BlockDecay fast, slow;
+  };
+  void begin(const Job& job, DetectorLane& lane, int frames, const LampDecays* neighbour) noexcept;
 
   // Control side.
   double sampleRate = 44100.0;  // Hz
@@ -86,6 +89,5 @@ class BandDetector {
   LookaheadWindow window;
   BallisticsState state;
   bool ownsLamps = false;
-  BlockDecay fastDecay;
-  BlockDecay slowDecay;
+  LampDecays lampDecays;
 };

@@ -88,6 +88,7 @@ bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
   if (number == layout.enabled()) return connect(enabledPort, enabledByDefault);
   if (number == layout.freewheel()) return connect(freewheelPort, freewheelByDefault);
   if (number < layout.firstParameter()) return false;
+  arePortsNew = true;
   const int id = parameterInPlace(number - layout.firstParameter());
   return connect(id == kBypass ? bypassPort : parameterPorts[at(id)], defaults[at(id)]);
 }
@@ -143,17 +144,42 @@ void Plugin::lookAtPorts(bool isLoaded) noexcept {
     framesSinceLoad = 0;
   }
   bypassInForce = isOn(*bypassPort) || !isOn(*enabledPort) ? 1.0F : 0.0F;
-  // Most ports have not changed: find that out without a branch per port.
-  constexpr int kTogether = 32;
-  for (int first = 0; first < kNumParams; first += kTogether) {
-    const int end = std::min(first + kTogether, static_cast<int>(kNumParams));
-    unsigned changed = 0;
-    for (int id = first; id < end; ++id) {
-      changed |= static_cast<unsigned>(*parameterPorts[at(id)] != seen[at(id)]);
-    }
-    if (changed != 0) findNews(first, end);
+  if (arePortsNew) findRow();
+  const auto eachPort = [this](int id) { return *parameterPorts[at(id)]; };
+  lookAt(0, kB1State, eachPort);
+  lookAt(kBandOrder, kNumParams, eachPort);
+  if (bandPorts != nullptr) {
+    lookAt(kB1State, kBandOrder, [row = bandPorts](int id) { return row[id - kB1State]; });
+  } else {
+    lookAt(kB1State, kBandOrder, eachPort);
   }
   if (newsCount > 0) takeNews(isLoaded);
+}
+
+void Plugin::findRow() noexcept {
+  arePortsNew = false;
+  bandPorts = parameterPorts[kB1State];
+  for (int id = kB1State; id < kBandOrder; ++id) {
+    if (parameterPorts[at(id)] != bandPorts + (id - kB1State)) {
+      bandPorts = nullptr;
+      return;
+    }
+  }
+}
+
+/// Looks for new values of the parameters from `first` up to `end`.
+template <typename ValueOf>
+void Plugin::lookAt(int first, int end, const ValueOf& valueOf) noexcept {
+  // Most ports have not changed: find that out without a branch per port.
+  constexpr int kTogether = 32;
+  for (int id = first; id < end;) {
+    const int start = id;
+    unsigned changed = 0;
+    for (; id < std::min(start + kTogether, end); ++id) {
+      changed |= static_cast<unsigned>(valueOf(id) != seen[at(id)]);
+    }
+    if (changed != 0) findNews(start, id);
+  }
 }
 
 /// Values that come together with another bank or after it wait with it, as a whole state's do.

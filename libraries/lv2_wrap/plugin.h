@@ -63,6 +63,9 @@ class Plugin final : private IdleClient {
   [[nodiscard]] int latencyAfter(std::uint32_t frames) noexcept;
   void takeControls(std::uint32_t frames) noexcept;
   void lookAtPorts(bool isLoaded) noexcept;
+  void findRow() noexcept;
+  template <typename ValueOf>
+  void lookAt(int first, int end, const ValueOf& valueOf) noexcept;
   void findNews(int first, int end) noexcept;
   void takeNews(bool isLoaded) noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
@@ -83,6 +86,9 @@ class Plugin final : private IdleClient {
 
   // Ports; controls that are not connected point to the defaults below.
   std::array<const float*, kNumParams> parameterPorts;  // by parameter
+  // The first of all bands' ports if they lie side by side, as in most hosts; else null.
+  const float* bandPorts = nullptr;
+  bool arePortsNew = true;
   std::array<const float*, 2> mainPorts{};
   std::array<const float*, 2> sidePorts{};
   std::array<float*, 2> outputPorts{};
