@@ -15,7 +15,7 @@ class WorkBuffers {
   using Pair = std::array<double*, kChannels>;
   using BandSet = std::array<std::array<double*, kNumBands>, kChannels>;
 
-  WorkBuffers();  ///< throws std::bad_alloc
+  WorkBuffers();          ///< throws std::bad_alloc
   void touch() noexcept;  ///< so that the audio thread need not wait for memory to be mapped
   WorkBuffers(const WorkBuffers&) = delete;
   WorkBuffers& operator=(const WorkBuffers&) = delete;
