@@ -39,8 +39,6 @@ void compressor::resetEngine() noexcept {
   outputPeak.reset();
 }
 
-void compressor::resetBandState(int band) noexcept { built->resetBandState(band); }
-
 bool compressor::isChanging() noexcept {
   if (published.taken()) built->parts.taken();
   if (former == nullptr || preparing) return false;

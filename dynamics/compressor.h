@@ -30,8 +30,8 @@
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
 /// without it. `processBlock`, `setRealtime`, `setGliding` and `setFixedDelays` on the audio
-/// thread, where nothing locks or allocates. `reset*` and `setSampleRate` while nothing processes.
-/// Getters on any thread.
+/// thread, where nothing locks or allocates. `resetEngine` and `setSampleRate` while nothing
+/// processes. Getters on any thread.
 ///
 /// Usually settings take effect in the middle of the chain's signal, as they come. After
 /// `startChange` they make a second chain instead, which is faded in when it is full.
@@ -45,7 +45,6 @@ class compressor {
   // Set-up.
   void setSampleRate(double rate) noexcept;  ///< Hz
   void resetEngine() noexcept;
-  void resetBandState(int band) noexcept;
 
   // Control side.
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
