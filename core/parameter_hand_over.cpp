@@ -287,7 +287,9 @@ bool ParameterHandOver::startChange() {
 
 int ParameterHandOver::getLatency() {
   const PlugBaseMutex::Scope scope(lock);
-  return engine.getLatency();
+  // A change that is under way ends with the next block that is not in real time.
+  return pace.isRealtime.load(std::memory_order_relaxed) ? engine.getLatency()
+                                                         : engine.plannedLatency();
 }
 
 void ParameterHandOver::takeLive(SignalChain& chain, const Replaced& published) noexcept {

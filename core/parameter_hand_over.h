@@ -90,7 +90,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isAlwaysLive() const noexcept {
     return alwaysLive.load(std::memory_order_relaxed);
   }
-  /// See `compressor::getLatency`.
+  /// In samples, of the next block.
   [[nodiscard]] int getLatency();
 
   void addSamples(std::int32_t frames) noexcept { gate.addSamples(frames); }

@@ -79,8 +79,10 @@ class compressor {
   void rebuildKernels();
   /// Hands all present settings to the audio thread.
   void publish() noexcept;
-  /// Latency in samples with the present settings, once they are published; during a change that of
-  /// the chain that is heard.
+  /// Latency in samples with the present settings, once they are published and no change is under
+  /// way any more.
+  [[nodiscard]] int plannedLatency();
+  /// The same, but during a change that of the chain that is heard.
   [[nodiscard]] int getLatency();
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
@@ -182,7 +184,6 @@ class compressor {
   };
 
   void settleChange() noexcept;
-  [[nodiscard]] int plannedLatency();
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   void beginBlock() noexcept;

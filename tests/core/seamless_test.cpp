@@ -144,6 +144,17 @@ TEST(SeamlessTest, WithoutTheWishOrRealTimeAChangeIsThereAtOnce) {
   }
 }
 
+TEST(SeamlessTest, TheFirstOfflineBlockHasTheLatencyThatIsTold) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  render(rig.plug, tone(0.25, 1000.0, kBlock), kBlock);
+  rig.set(kB1Lookahead, 20.0);
+  rig.processLevel = kProcessLevelOffline;
+  const RealTimeCheck::Exception theSwitch;
+  render(rig.plug, tone(0.25, 1000.0, kBlock), kBlock);
+  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, rig.plug.getEngine().heardLatency());
+}
+
 TEST(SeamlessTest, AThousandChangesLeaveNothingAndStayInRealTime) {
   PlugRig rig(kChain);
   rig.processLevel = kProcessLevelRealtime;
