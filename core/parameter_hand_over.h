@@ -62,7 +62,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isHeld();
 
   /// Calls `set` with the engine, to change settings, and publishes them once it has returned, or
-  /// with an update that waits.
+  /// with an update to come.
   template <typename Set>
   auto withEngine(const Set& set) {
     const PlugBaseMutex::Scope scope(lock);
@@ -101,12 +101,13 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
  private:
-  /// Not while an update waits, which publishes in the end: the engine's values of parameters may
-  /// be older by then than those that the audio thread has taken, and it cannot take them again.
+  /// Not while the audio thread takes no values, for an update ends that and publishes: the engine's
+  /// values of parameters may be older than those that the audio thread has taken, and it could not
+  /// take them again.
   struct Publish {
     ParameterHandOver& owner;
     ~Publish() {
-      if (!owner.waiting.load(std::memory_order_relaxed)) owner.engine.publish();
+      if (!owner.frozen && !owner.replaced.load(std::memory_order_relaxed)) owner.engine.publish();
     }
   };
   /// The work still to be done, as bits: per band, and for the whole chain.

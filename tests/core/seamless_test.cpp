@@ -155,6 +155,19 @@ TEST(SeamlessTest, TheFirstOfflineBlockHasTheLatencyThatIsTold) {
   EXPECT_EQ(rig.plug.getAeffect()->initialDelay, rig.plug.getEngine().heardLatency());
 }
 
+TEST(SeamlessTest, SettingsOfTheMachineUnderAHoldBringNoOlderValuesBack) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  const auto last = [&rig] {
+    return render(rig.plug, tone(0.25, 1000.0, kFrames), kBlock).channels[0].back();
+  };
+  rig.plug.parameterInput().setFromAudio(kB1Gain, 1.0F);
+  const double live = last();
+  const UpdateHold hold(rig.plug.updates());
+  rig.plug.setMeterDecay(50.0);
+  EXPECT_NEAR(last(), live, 1e-9);
+}
+
 TEST(SeamlessTest, AThousandChangesLeaveNothingAndStayInRealTime) {
   PlugRig rig(kChain);
   rig.processLevel = kProcessLevelRealtime;
