@@ -130,16 +130,20 @@ void ParameterHandOver::everythingReplaced() noexcept {
 }
 
 void ParameterHandOver::collect() noexcept {
+  if (replaced.load(std::memory_order_relaxed)) {
+    setFrozen(true);  // before the mark goes
+    // Acquire: a switch that has ended has made due what it replaced.
+    replaced.exchange(false, std::memory_order_acq_rel);
+    due.replaced = true;
+  }
   for (std::size_t band = 0; band < kNumBands; ++band) {
     if (changedBands[band].load(std::memory_order_relaxed) == 0) continue;
     due.bands[band] |= changedBands[band].exchange(0, std::memory_order_acquire);
   }
   if (changedWhole.load(std::memory_order_relaxed) != 0)
     due.whole |= changedWhole.exchange(0, std::memory_order_acquire);
-  if (!replaced.load(std::memory_order_relaxed)) return;
-  setFrozen(true);  // before the mark goes; the audio thread may set it again meanwhile
-  replaced.store(false, std::memory_order_release);
-  due.replaced = true;
+  // Of a switch that has begun meanwhile some may be due; the mark stays for the rest.
+  if (replaced.load(std::memory_order_relaxed)) due.replaced = true;
 }
 
 void ParameterHandOver::update(bool force) {
