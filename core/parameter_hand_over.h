@@ -101,9 +101,9 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
  private:
-  /// Not while the audio thread takes no values, for an update ends that and publishes: the engine's
-  /// values of parameters may be older than those that the audio thread has taken, and it could not
-  /// take them again.
+  /// Not while the audio thread takes no values; the update that ends that publishes. Until then
+  /// the engine's values of parameters may be older than those that the audio thread has taken, and
+  /// it could not take them again.
   struct Publish {
     ParameterHandOver& owner;
     ~Publish() {
@@ -140,11 +140,17 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void setGains(Target& target) const noexcept;
   [[nodiscard]] BandDynamics dynamicsOf(int band) const noexcept;
   [[nodiscard]] SidechainLinkage linkageOf(int band) const noexcept;
+  [[nodiscard]] double trimOf(int band) const noexcept {
+    return static_cast<double>(plain(bandParameterId(band, kB1SCTrim)));
+  }
+  [[nodiscard]] bool playsLive() const noexcept {
+    return isAlwaysLive() || pace.isRealtime.load(std::memory_order_relaxed);
+  }
   void markReplaced(std::uint32_t bands) noexcept;
   [[nodiscard]] bool hasFrozenSince(unsigned before) noexcept;
   void takeLiveGains(SignalChain& chain, unsigned before) noexcept;
   void takeLiveBand(int band, SignalChain& chain, unsigned before) noexcept;
-  void readLive(int band, std::uint32_t what, SignalChain& chain,
+  void readLive(int band, std::uint32_t what, double rate,
                 EngineSettings::Band& fresh) const noexcept;
   void updateRoute(int band);
   [[nodiscard]] float plain(int id) const noexcept { return values.plain(id); }

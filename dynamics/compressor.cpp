@@ -135,6 +135,10 @@ void compressor::setSidechainLinkage(int band, const SidechainLinkage& linkage) 
   if (isBand(band)) wantedOf(band).linkage = linkage;
 }
 
+void compressor::setSidechainTrim(int band, double decibels) noexcept {
+  if (isBand(band)) wantedOf(band).setTrim(decibels);
+}
+
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
   if (isBand(band)) built->filters.sidechains[at(band)].set(settings);
 }

@@ -56,6 +56,7 @@ class compressor {
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
   void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
+  void setSidechainTrim(int band, double decibels) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
