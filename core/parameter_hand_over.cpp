@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr std::int64_t kStoppedMs = 1000;
+
 // Work that may be due for a band.
 enum : std::uint32_t {
   kPlace = 1,     // where it sits in the chain
@@ -227,8 +229,12 @@ void ParameterHandOver::handOverDue(bool asOne) {
   ifDue(kOrder, [this] { arrange(); });
   waiting.store(false, std::memory_order_relaxed);
   if (changesChain() && !startChange()) {
-    waiting.store(true, std::memory_order_relaxed);
-    return;
+    if (!hasStopped()) {
+      waiting.store(true, std::memory_order_relaxed);
+      return;
+    }
+    engine.endChangeAtOnce();
+    gate.force();
   }
   forDueBands(kFilter, [this](int band) { updateFilter(band); });
   ifDue(kSplits, [this] { updateSplits(); });
@@ -293,6 +299,14 @@ bool ParameterHandOver::startChange() {
   due.whole |= kSplits | kPlan;
   gate.force();
   return true;
+}
+
+/// Whether the host has given no samples for longer than any block lasts. Then nobody hears a
+/// change, and one that is under way may never end.
+bool ParameterHandOver::hasStopped() {
+  const std::int64_t now = clock();
+  if (hasRun.exchange(false, std::memory_order_relaxed)) lastRun = now;
+  return now - lastRun >= kStoppedMs;
 }
 
 int ParameterHandOver::getLatency() {

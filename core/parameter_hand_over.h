@@ -21,8 +21,9 @@
 /// publishes it as one; only filters are redesigned no more often than `UpdateGate` allows.
 ///
 /// While the host plays in real time, what changes the shape or the latency of the chain makes a
-/// new one, which is faded in; while one is under way, updates wait. Values that need no new filter
-/// go to the chain on the audio thread, at the next block, without an update.
+/// new one, which is faded in; while one is under way, updates wait, unless the host has stopped
+/// its calls. Values that need no new filter go to the chain on the audio thread, at the next
+/// block, without an update.
 ///
 /// If memory runs out, the engine keeps what it has, `isMissing` is true, and a later update
 /// finishes the work.
@@ -93,7 +94,10 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   /// In samples, of the next block.
   [[nodiscard]] int getLatency();
 
-  void addSamples(std::int32_t frames) noexcept { gate.addSamples(frames); }
+  void addSamples(std::int32_t frames) noexcept {
+    gate.addSamples(frames);
+    hasRun.store(true, std::memory_order_relaxed);
+  }
   /// Whether a redesign of filters waits for the gate, or a change for the end of another.
   [[nodiscard]] bool isOwed() const noexcept {
     return gate.isOwed() || waiting.load(std::memory_order_relaxed);
@@ -123,6 +127,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool changesStages();
   [[nodiscard]] bool changesBand(int band);
   [[nodiscard]] bool startChange();
+  [[nodiscard]] bool hasStopped();
   [[nodiscard]] Oversampling oversampling() const noexcept;
   void handOver(bool asOne);
   void handOverDue(bool asOne);
@@ -166,6 +171,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   std::atomic<bool> missing{false};
   std::atomic<bool> waiting{false};   // a change of the chain for the end of another
   std::atomic<bool> replaced{false};  // values of a whole state have come
+  std::atomic<bool> hasRun{false};    // since `hasStopped` was asked last
   std::atomic<bool> seamless{true};
   std::atomic<bool> alwaysLive{false};
 
@@ -180,6 +186,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   Due due;
   int holds = 0;
   bool frozen = false;
+  std::int64_t lastRun = 0;             // ms of the clock; as `hasStopped` knew
   std::array<int, kNumBands> shapes{};  // of the bands' filters, as last set
   UpdateGate gate;                      // apart from the calls it allows on other threads
 };

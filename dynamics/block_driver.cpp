@@ -54,7 +54,10 @@ void compressor::scrub(Sample* const* inputs, int channels, int frames) noexcept
 
 void compressor::beginBlock() noexcept {
   const LiveValues::Replaced replaced = takeSettings();
-  if (rising != nullptr && (!realtime || playing->isSilent())) endChange();
+  const auto mustEnd = [this] {
+    return !realtime || playing->isSilent() || rising->now().endsChange;
+  };
+  if (rising != nullptr && mustEnd()) endChange();
   SignalChain& latest = rising != nullptr ? *rising : *playing;
   if (live != nullptr) live->takeLive(latest, replaced);
 }

@@ -66,6 +66,7 @@ bool compressor::startChange() {
   }
   ++lastChain;
   wanted.chain = lastChain;
+  wanted.endsChange = false;
   preparing = true;
   return true;
 }
@@ -215,8 +216,9 @@ void compressor::publish() noexcept {
 }
 
 int compressor::getLatency() {
-  const bool isHeard = heardChain.load(std::memory_order_relaxed) == wanted.chain;
-  return isChanging() && !isHeard ? formerLatency : plannedLatency();
+  const bool comes =
+      heardChain.load(std::memory_order_relaxed) == wanted.chain || wanted.endsChange;
+  return isChanging() && !comes ? formerLatency : plannedLatency();
 }
 
 int compressor::plannedLatency() {

@@ -83,7 +83,7 @@ class compressor {
   /// Latency in samples with the present settings, once they are published and no change is under
   /// way any more.
   [[nodiscard]] int plannedLatency();
-  /// The same, but during a change that of the chain that is heard.
+  /// The same, but during a change that of the chain that is heard, unless it ends at once.
   [[nodiscard]] int getLatency();
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
@@ -94,6 +94,9 @@ class compressor {
   /// Makes an empty chain for the settings to come: set everything, filters included, then publish.
   /// False if the audio thread is in the middle of an earlier change. Throws std::bad_alloc.
   [[nodiscard]] bool startChange();
+  /// Instead, while an earlier change is under way: what is published next ends that at once, and
+  /// takes effect in the middle of the newer chain's signal.
+  void endChangeAtOnce() noexcept { wanted.endsChange = true; }
   /// Gives up a change that was started and not yet published: all settings go to the chain before,
   /// whose filters are as they were.
   void abandonChange() noexcept;

@@ -84,6 +84,7 @@ struct EngineSettings {
   void setOversampling(Oversampling mode) noexcept;
 
   std::uint32_t chain = 0;  ///< number of the chain that they are for
+  bool endsChange = false;  ///< to that chain, if one is under way
   int latency = 0;          ///< of that chain, samples
   std::array<Band, kNumBands> bands;
   StagePlan plan;

@@ -168,6 +168,22 @@ TEST(SeamlessTest, SettingsOfTheMachineUnderAHoldBringNoOlderValuesBack) {
   EXPECT_NEAR(last(), live, 1e-9);
 }
 
+TEST(SeamlessTest, ChangesAreMadeWhileTheHostCallsNoMoreInTheMiddleOfAChange) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  const Played played = play(rig, [&rig](int block) {
+    const int step = block - kChange / kBlock;
+    const compressor& engine = rig.plug.getEngine();
+    if (step == 0) rig.set(kB1Lookahead, 5);
+    EXPECT_TRUE(step != 2 || rig.plug.getAeffect()->initialDelay == engine.heardLatency());
+    if (step != 1) return;
+    rig.setText("B1Lookahead=20 B1Threshold=-30 B1Ratio=.5");
+    for (int i = 0; i < 300; ++i) rig.plug.onIdle();
+    EXPECT_LT(engine.getStaticCurve(0).gainAtDb(-10.0), -5.0);
+  });
+  expectAsNew(rig, played);
+}
+
 TEST(SeamlessTest, AThousandChangesLeaveNothingAndStayInRealTime) {
   PlugRig rig(kChain);
   rig.processLevel = kProcessLevelRealtime;
