@@ -78,7 +78,6 @@ BandDynamics bandDynamics(const ParameterStore& values, int band, double rangeMu
 SidechainFilterSettings bandSidechainFilters(const ParameterStore& values, int band) {
   const BandRows rows(values, band);
   SidechainFilterSettings s;
-  s.trimDb = rows.plain(kB1SCTrim);
   s.low = {rows.on(kB1SCLF),     rows.value(kB1SCLFF),     rows.value(kB1SCLFG),
            rows.value(kB1SCLFQ), rows.whole(kB1SCLFSlope), rows.on(kB1SCLFType)};
   s.mid = {rows.on(kB1SCMF),    rows.value(kB1SCMFF), rows.value(kB1SCMFG), rows.value(kB1SCMFQ), 0,

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr std::int64_t kStoppedMs = 1000;
+
 // Work that may be due for a band.
 enum : std::uint32_t {
   kPlace = 1,     // where it sits in the chain
@@ -18,8 +20,8 @@ enum : std::uint32_t {
   kPath = 8,      // gains, listening, position
   kLinkage = 16,  // how its sidechain's channels are linked
   kRoute = 32,    // where its sidechain comes from
-  kAllOfBand = 63,
-  kTrim = 64,  // of its sidechain; only for the audio thread
+  kTrim = 64,     // of its sidechain
+  kAllOfBand = 127,
   kLive = kDynamics | kPath | kLinkage | kTrim,
 };
 
@@ -59,6 +61,8 @@ constexpr std::uint32_t dependsOnRow(int row) noexcept {
     case kB1SCPos:
     case kB1SCLink:
       return kLinkage;
+    case kB1SCTrim:
+      return kTrim;
     default:
       // `redesign` sets the sidechain's filters, whenever the gate opens.
       return row < kB1SCSrc ? std::uint32_t{kDynamics} : 0U;
@@ -74,7 +78,6 @@ constexpr std::uint32_t dependsOnGlobal(int id) noexcept {
 bool isLiveParameter(int id) noexcept {
   if (isBandParameter(id)) {
     const int row = bandOneIdOf(id);
-    if (row == kB1SCTrim) return true;
     const std::uint32_t work = dependsOnRow(row);
     return row != kB1LR && row != kB1Lookahead && work != 0 && (work & ~kLive) == 0;
   }
@@ -105,7 +108,7 @@ void ParameterHandOver::parameterChanged(std::int32_t index) noexcept {
     const int row = bandOneIdOf(index);
     const std::uint32_t work = dependsOnRow(row);
     changedBands[at(bandOf(index))].fetch_or(work, std::memory_order_release);
-    const std::uint32_t live = row == kB1SCTrim ? kTrim : work & kLive;
+    const std::uint32_t live = work & kLive;
     if (live != 0) liveBands[at(bandOf(index))].fetch_or(live, std::memory_order_release);
     if (row == kB1State || row == kB1Type || row == kB1SubType) marks.kinds = true;
     if (row == kB1Slope) changedWhole.fetch_or(kSplits, std::memory_order_release);
@@ -130,16 +133,20 @@ void ParameterHandOver::everythingReplaced() noexcept {
 }
 
 void ParameterHandOver::collect() noexcept {
+  if (replaced.load(std::memory_order_relaxed)) {
+    setFrozen(true);  // before the mark goes
+    // Acquire: a switch that has ended has made due what it replaced.
+    replaced.exchange(false, std::memory_order_acq_rel);
+    due.replaced = true;
+  }
   for (std::size_t band = 0; band < kNumBands; ++band) {
     if (changedBands[band].load(std::memory_order_relaxed) == 0) continue;
     due.bands[band] |= changedBands[band].exchange(0, std::memory_order_acquire);
   }
   if (changedWhole.load(std::memory_order_relaxed) != 0)
     due.whole |= changedWhole.exchange(0, std::memory_order_acquire);
-  if (!replaced.load(std::memory_order_relaxed)) return;
-  setFrozen(true);  // before the mark goes; the audio thread may set it again meanwhile
-  replaced.store(false, std::memory_order_release);
-  due.replaced = true;
+  // Of a switch that has begun meanwhile some may be due; the mark stays for the rest.
+  if (replaced.load(std::memory_order_relaxed)) due.replaced = true;
 }
 
 void ParameterHandOver::update(bool force) {
@@ -222,14 +229,23 @@ void ParameterHandOver::handOverDue(bool asOne) {
   ifDue(kOrder, [this] { arrange(); });
   waiting.store(false, std::memory_order_relaxed);
   if (changesChain() && !startChange()) {
-    waiting.store(true, std::memory_order_relaxed);
-    return;
+    if (!hasStopped()) {
+      waiting.store(true, std::memory_order_relaxed);
+      return;
+    }
+    engine.endChangeAtOnce();
+    gate.force();
   }
   forDueBands(kFilter, [this](int band) { updateFilter(band); });
   ifDue(kSplits, [this] { updateSplits(); });
   // When the chain changes under a hold, the filters of a new band must come with it.
   if (asOne && (due.whole & kPlan) != 0 && engine.planIsDue()) gate.force();
-  if (gate.opens(clock(), pace.isOffline.load(std::memory_order_relaxed))) redesign();
+  const bool opens = gate.opens(clock(), pace.isOffline.load(std::memory_order_relaxed));
+  if (opens) redesign();
+  // With the filters, but never later than on the audio thread.
+  if (opens || playsLive()) {
+    forDueBands(kTrim, [this](int band) { engine.setSidechainTrim(band, trimOf(band)); });
+  }
   ifDue(kGlobals, [this] { updateGlobals(); });
   forDueBands(kDynamics, [this](int band) { engine.setDynamics(band, dynamicsOf(band)); });
   forDueBands(kPath, [this](int band) { engine.setBand(band, bandSettings(values, band)); });
@@ -285,16 +301,24 @@ bool ParameterHandOver::startChange() {
   return true;
 }
 
+/// Whether the host has given no samples for longer than any block lasts. Then nobody hears a
+/// change, and one that is under way may never end.
+bool ParameterHandOver::hasStopped() {
+  const std::int64_t now = clock();
+  if (hasRun.exchange(false, std::memory_order_relaxed)) lastRun = now;
+  return now - lastRun >= kStoppedMs;
+}
+
 int ParameterHandOver::getLatency() {
   const PlugBaseMutex::Scope scope(lock);
-  return engine.getLatency();
+  // A change that is under way ends with the next block that is not in real time.
+  return pace.isRealtime.load(std::memory_order_relaxed) ? engine.getLatency()
+                                                         : engine.plannedLatency();
 }
 
 void ParameterHandOver::takeLive(SignalChain& chain, const Replaced& published) noexcept {
   if (published.any) markReplaced(published.bands);
-  if (!pace.isRealtime.load(std::memory_order_relaxed) && !isAlwaysLive()) {
-    return;
-  }
+  if (!playsLive()) return;
   const unsigned before = freezes.load(std::memory_order_acquire);
   if (before % 2 != 0 || replaced.load(std::memory_order_acquire)) return;
   if (liveGains.load(std::memory_order_relaxed)) takeLiveGains(chain, before);
@@ -303,12 +327,11 @@ void ParameterHandOver::takeLive(SignalChain& chain, const Replaced& published) 
   }
 }
 
-/// Lets the audio thread set once more what published values have replaced. The sidechains' trims
-/// are not among the settings of bands; they may have been set with the filters.
+/// Lets the audio thread set once more what published values have replaced.
 void ParameterHandOver::markReplaced(std::uint32_t bands) noexcept {
   for (int band = 0; band < kNumBands; ++band) {
-    const std::uint32_t work = (bands & stageBit(band)) != 0 ? kLive : kTrim;
-    liveBands[at(band)].fetch_or(work, std::memory_order_relaxed);
+    if ((bands & stageBit(band)) == 0) continue;
+    liveBands[at(band)].fetch_or(kLive, std::memory_order_relaxed);
   }
   liveGains.store(true, std::memory_order_relaxed);
 }
@@ -336,7 +359,7 @@ void ParameterHandOver::takeLiveBand(int band, SignalChain& chain, unsigned befo
   const std::uint32_t what = liveBands[at(band)].exchange(0, std::memory_order_acquire);
   EngineSettings::Band& present = chain.live().bands[at(band)];
   EngineSettings::Band fresh = present;
-  readLive(band, what, chain, fresh);
+  readLive(band, what, chain.getSampleRate(), fresh);
   if (hasFrozenSince(before)) {
     liveBands[at(band)].fetch_or(what, std::memory_order_relaxed);
     return;
@@ -345,7 +368,7 @@ void ParameterHandOver::takeLiveBand(int band, SignalChain& chain, unsigned befo
 }
 
 /// Sets `fresh` to the present values of a band, but for those that change the chain.
-void ParameterHandOver::readLive(int band, std::uint32_t what, SignalChain& chain,
+void ParameterHandOver::readLive(int band, std::uint32_t what, double rate,
                                  EngineSettings::Band& fresh) const noexcept {
   if ((what & kPath) != 0) {
     BandSettings path = bandSettings(values, band);
@@ -354,16 +377,13 @@ void ParameterHandOver::readLive(int band, std::uint32_t what, SignalChain& chai
     fresh.path = path;
   }
   if ((what & kDynamics) != 0) {
-    DetectorSettings detector = designDetector(dynamicsOf(band), chain.getSampleRate());
+    DetectorSettings detector = designDetector(dynamicsOf(band), rate);
     detector.lookahead = fresh.detector.lookahead;
     detector.expandMode = fresh.detector.expandMode;
     fresh.detector = detector;
   }
   if ((what & kLinkage) != 0) fresh.linkage = linkageOf(band);
-  if ((what & kTrim) != 0) {
-    chain.filters.sidechains[at(band)].setTrim(
-        static_cast<double>(plain(bandParameterId(band, kB1SCTrim))));
-  }
+  if ((what & kTrim) != 0) fresh.setTrim(trimOf(band));
 }
 
 /// Sets a band's place in the chain.

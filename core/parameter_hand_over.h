@@ -21,8 +21,9 @@
 /// publishes it as one; only filters are redesigned no more often than `UpdateGate` allows.
 ///
 /// While the host plays in real time, what changes the shape or the latency of the chain makes a
-/// new one, which is faded in; while one is under way, updates wait. Values that need no new filter
-/// go to the chain on the audio thread, at the next block, without an update.
+/// new one, which is faded in; while one is under way, updates wait, unless the host has stopped
+/// its calls. Values that need no new filter go to the chain on the audio thread, at the next
+/// block, without an update.
 ///
 /// If memory runs out, the engine keeps what it has, `isMissing` is true, and a later update
 /// finishes the work.
@@ -62,7 +63,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isHeld();
 
   /// Calls `set` with the engine, to change settings, and publishes them once it has returned, or
-  /// with an update that waits.
+  /// with an update to come.
   template <typename Set>
   auto withEngine(const Set& set) {
     const PlugBaseMutex::Scope scope(lock);
@@ -90,10 +91,13 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isAlwaysLive() const noexcept {
     return alwaysLive.load(std::memory_order_relaxed);
   }
-  /// See `compressor::getLatency`.
+  /// In samples, of the next block.
   [[nodiscard]] int getLatency();
 
-  void addSamples(std::int32_t frames) noexcept { gate.addSamples(frames); }
+  void addSamples(std::int32_t frames) noexcept {
+    gate.addSamples(frames);
+    hasRun.store(true, std::memory_order_relaxed);
+  }
   /// Whether a redesign of filters waits for the gate, or a change for the end of another.
   [[nodiscard]] bool isOwed() const noexcept {
     return gate.isOwed() || waiting.load(std::memory_order_relaxed);
@@ -101,12 +105,13 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool isMissing() const noexcept { return missing.load(std::memory_order_relaxed); }
 
  private:
-  /// Not while an update waits, which publishes in the end: the engine's values of parameters may
-  /// be older by then than those that the audio thread has taken, and it cannot take them again.
+  /// Not while the audio thread takes no values; the update that ends that publishes. Until then
+  /// the engine's values of parameters may be older than those that the audio thread has taken, and
+  /// it could not take them again.
   struct Publish {
     ParameterHandOver& owner;
     ~Publish() {
-      if (!owner.waiting.load(std::memory_order_relaxed)) owner.engine.publish();
+      if (!owner.frozen && !owner.replaced.load(std::memory_order_relaxed)) owner.engine.publish();
     }
   };
   /// The work still to be done, as bits: per band, and for the whole chain.
@@ -122,6 +127,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   [[nodiscard]] bool changesStages();
   [[nodiscard]] bool changesBand(int band);
   [[nodiscard]] bool startChange();
+  [[nodiscard]] bool hasStopped();
   [[nodiscard]] Oversampling oversampling() const noexcept;
   void handOver(bool asOne);
   void handOverDue(bool asOne);
@@ -139,11 +145,17 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   void setGains(Target& target) const noexcept;
   [[nodiscard]] BandDynamics dynamicsOf(int band) const noexcept;
   [[nodiscard]] SidechainLinkage linkageOf(int band) const noexcept;
+  [[nodiscard]] double trimOf(int band) const noexcept {
+    return static_cast<double>(plain(bandParameterId(band, kB1SCTrim)));
+  }
+  [[nodiscard]] bool playsLive() const noexcept {
+    return isAlwaysLive() || pace.isRealtime.load(std::memory_order_relaxed);
+  }
   void markReplaced(std::uint32_t bands) noexcept;
   [[nodiscard]] bool hasFrozenSince(unsigned before) noexcept;
   void takeLiveGains(SignalChain& chain, unsigned before) noexcept;
   void takeLiveBand(int band, SignalChain& chain, unsigned before) noexcept;
-  void readLive(int band, std::uint32_t what, SignalChain& chain,
+  void readLive(int band, std::uint32_t what, double rate,
                 EngineSettings::Band& fresh) const noexcept;
   void updateRoute(int band);
   [[nodiscard]] float plain(int id) const noexcept { return values.plain(id); }
@@ -159,6 +171,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   std::atomic<bool> missing{false};
   std::atomic<bool> waiting{false};   // a change of the chain for the end of another
   std::atomic<bool> replaced{false};  // values of a whole state have come
+  std::atomic<bool> hasRun{false};    // since `hasStopped` was asked last
   std::atomic<bool> seamless{true};
   std::atomic<bool> alwaysLive{false};
 
@@ -173,6 +186,7 @@ class ParameterHandOver final : public EngineLink, public LiveValues {
   Due due;
   int holds = 0;
   bool frozen = false;
+  std::int64_t lastRun = 0;             // ms of the clock; as `hasStopped` knew
   std::array<int, kNumBands> shapes{};  // of the bands' filters, as last set
   UpdateGate gate;                      // apart from the calls it allows on other threads
 };

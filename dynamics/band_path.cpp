@@ -138,7 +138,7 @@ void SignalChain::makeSidechain(BandRun& run) noexcept {
   SidechainFilters& sidechain = filters.sidechains[at(run.band)];
   const auto channels = static_cast<std::size_t>(block.channels);
   for (std::size_t c = 0; c < channels; ++c) {
-    sidechain.process(c, sidechainSource(run, c), run.side[c], block.frames);
+    sidechain.process(c, run.settings->trim, sidechainSource(run, c), run.side[c], block.frames);
   }
   if (run.motion != nullptr && run.motion->moves(BandMotion::kSidechain)) {
     for (std::size_t c = 0; c < channels; ++c) mixSidechain(run, c);

@@ -62,7 +62,10 @@ SignalChain::HostPart compressor::nextPart(int frames) noexcept {
 
 void compressor::beginBlock() noexcept {
   const LiveValues::Replaced replaced = takeSettings();
-  if (rising != nullptr && (!realtime || playing->isSilent())) endChange();
+  const auto mustEnd = [this] {
+    return !realtime || playing->isSilent() || rising->now().endsChange;
+  };
+  if (rising != nullptr && mustEnd()) endChange();
   SignalChain& latest = rising != nullptr ? *rising : *playing;
   if (live != nullptr) live->takeLive(latest, replaced);
 }

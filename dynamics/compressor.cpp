@@ -39,8 +39,6 @@ void compressor::resetEngine() noexcept {
   outputPeak.reset();
 }
 
-void compressor::resetBandState(int band) noexcept { built->resetBandState(band); }
-
 bool compressor::isChanging() noexcept {
   if (published.taken()) built->parts.taken();
   if (former == nullptr || preparing) return false;
@@ -68,6 +66,7 @@ bool compressor::startChange() {
   }
   ++lastChain;
   wanted.chain = lastChain;
+  wanted.endsChange = false;
   preparing = true;
   return true;
 }
@@ -135,6 +134,10 @@ void compressor::setSidechainRoute(int band, const SidechainRoute& route) noexce
 
 void compressor::setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept {
   if (isBand(band)) wantedOf(band).linkage = linkage;
+}
+
+void compressor::setSidechainTrim(int band, double decibels) noexcept {
+  if (isBand(band)) wantedOf(band).setTrim(decibels);
 }
 
 void compressor::setSidechainFilters(int band, const SidechainFilterSettings& settings) {
@@ -214,8 +217,9 @@ void compressor::publish() noexcept {
 }
 
 int compressor::getLatency() {
-  const bool isHeard = heardChain.load(std::memory_order_relaxed) == wanted.chain;
-  return isChanging() && !isHeard ? formerLatency : plannedLatency();
+  const bool comes =
+      heardChain.load(std::memory_order_relaxed) == wanted.chain || wanted.endsChange;
+  return isChanging() && !comes ? formerLatency : plannedLatency();
 }
 
 int compressor::plannedLatency() {

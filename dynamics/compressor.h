@@ -30,8 +30,8 @@
 /// Threads: setters on one control thread at a time, at any moment. The audio thread takes what
 /// they set at the next `publish`, all at once; only filters, meters and measuring take effect
 /// without it. `processBlock`, `setRealtime`, `setGliding` and `setFixedDelays` on the audio
-/// thread, where nothing locks or allocates. `reset*` and `setSampleRate` while nothing processes.
-/// Getters on any thread.
+/// thread, where nothing locks or allocates. `resetEngine` and `setSampleRate` while nothing
+/// processes. Getters on any thread.
 ///
 /// Usually settings take effect in the middle of the chain's signal, as they come. After
 /// `startChange` they make a second chain instead, which is faded in when it is full.
@@ -45,7 +45,6 @@ class compressor {
   // Set-up.
   void setSampleRate(double rate) noexcept;  ///< Hz
   void resetEngine() noexcept;
-  void resetBandState(int band) noexcept;
 
   // Control side.
   /// `inDb`, `outDb` in decibels; `wetDry` 0..1.
@@ -57,6 +56,7 @@ class compressor {
   void setExpandMode(bool on) noexcept;  ///< of all detectors
   void setSidechainRoute(int band, const SidechainRoute& route) noexcept;
   void setSidechainLinkage(int band, const SidechainLinkage& linkage) noexcept;
+  void setSidechainTrim(int band, double decibels) noexcept;
   /// Designs the filters that have changed. Throws std::bad_alloc.
   void setSidechainFilters(int band, const SidechainFilterSettings& settings);
   void setOversampling(Oversampling mode);  ///< throws std::bad_alloc
@@ -80,8 +80,10 @@ class compressor {
   void rebuildKernels();
   /// Hands all present settings to the audio thread.
   void publish() noexcept;
-  /// Latency in samples with the present settings, once they are published; during a change that of
-  /// the chain that is heard.
+  /// Latency in samples with the present settings, once they are published and no change is under
+  /// way any more.
+  [[nodiscard]] int plannedLatency();
+  /// The same, but during a change that of the chain that is heard, unless it ends at once.
   [[nodiscard]] int getLatency();
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
@@ -92,6 +94,9 @@ class compressor {
   /// Makes an empty chain for the settings to come: set everything, filters included, then publish.
   /// False if the audio thread is in the middle of an earlier change. Throws std::bad_alloc.
   [[nodiscard]] bool startChange();
+  /// Instead, while an earlier change is under way: what is published next ends that at once, and
+  /// takes effect in the middle of the newer chain's signal.
+  void endChangeAtOnce() noexcept { wanted.endsChange = true; }
   /// Gives up a change that was started and not yet published: all settings go to the chain before,
   /// whose filters are as they were.
   void abandonChange() noexcept;
@@ -186,7 +191,6 @@ class compressor {
   };
 
   void settleChange() noexcept;
-  [[nodiscard]] int plannedLatency();
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   [[nodiscard]] SignalChain::HostPart nextPart(int frames) noexcept;

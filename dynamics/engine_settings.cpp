@@ -25,6 +25,8 @@ DetectorSettings designDetector(const BandDynamics& d, double sampleRate) noexce
   return settings;
 }
 
+void EngineSettings::Band::setTrim(double decibels) noexcept { trim = linearGain(decibels); }
+
 void EngineSettings::setGains(double inDb, double outDb, bool bypass, bool difference,
                               double wetDry) noexcept {
   analyserGain = linearGain(outDb);

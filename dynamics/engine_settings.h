@@ -58,15 +58,17 @@ enum class Oversampling { kOff, kStandard, kHighQuality };
 
 struct ChainParts;
 
-/// All settings that a block reads, except filters and the sidechains' trim, which take effect
-/// earlier. The audio thread sees it change as a whole, so that a band is never heard in one place
-/// of the chain with the settings for another.
+/// All settings that a block reads, except filters, which take effect earlier. The audio thread
+/// sees it change as a whole, so that a band is never heard in one place of the chain with the
+/// settings for another.
 struct EngineSettings {
   struct Band {
     BandSettings path;
     DetectorSettings detector;
     SidechainRoute route;
     SidechainLinkage linkage;
+    double trim = 1.0;  ///< of the sidechain before its filters, linear
+    void setTrim(double decibels) noexcept;
     bool operator==(const Band&) const = default;
   };
   /// The gains around the chain, linear.
@@ -82,6 +84,7 @@ struct EngineSettings {
   void setOversampling(Oversampling mode) noexcept;
 
   std::uint32_t chain = 0;  ///< number of the chain that they are for
+  bool endsChange = false;  ///< to that chain, if one is under way
   int latency = 0;          ///< of that chain, samples
   std::array<Band, kNumBands> bands;
   StagePlan plan;

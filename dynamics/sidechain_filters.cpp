@@ -82,12 +82,7 @@ void SidechainFilters::design(Place& place, bool on, const Set& set) const {
   place.inUse.store(place.made.get(), std::memory_order_release);
 }
 
-void SidechainFilters::setTrim(double decibels) noexcept {
-  trim.store(std::pow(10.0, decibels * 0.05), std::memory_order_relaxed);
-}
-
 void SidechainFilters::set(const SidechainFilterSettings& settings) {
-  setTrim(settings.trimDb);
   design(places[kLowFilter], settings.low.on, [&settings](LanthornEQ& filter) {
     setEnd(filter, settings.low, EQ::kHpf, EQ::kLowShelf);
   });
@@ -132,13 +127,12 @@ void SidechainFilters::resetRight() noexcept {
 void SidechainFilters::settle() noexcept {
   std::array<double, DF1Cascade::kRampLength> silence{};
   for (std::size_t c = 0; c < kChannels; ++c) {
-    process(c, silence.data(), silence.data(), DF1Cascade::kRampLength);
+    process(c, 1.0, silence.data(), silence.data(), DF1Cascade::kRampLength);
   }
 }
 
-void SidechainFilters::process(std::size_t channel, const double* in, double* out,
+void SidechainFilters::process(std::size_t channel, double gain, const double* in, double* out,
                                int frames) noexcept {
-  const double gain = trim.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) out[i] = in[i] * gain;
   for (const Place& place : places) {
     if (Pair* const filters = place.get()) (*filters)[channel].process(out, frames);

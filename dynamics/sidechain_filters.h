@@ -19,7 +19,6 @@ struct SidechainFilterSettings {
     /// The second of the filter's two types: a shelf for low and high, a band-pass for the middle.
     bool second = false;
   };
-  double trimDb = 0.0;
   Filter low, mid, high;
 };
 
@@ -41,8 +40,8 @@ struct SidechainLinkage {
 /// One of a sidechain's three filters, or all three in series.
 enum SidechainFilter : int { kLowFilter = 0, kMidFilter = 1, kHighFilter = 2, kAllFilters = 3 };
 
-/// The trim and the low, middle and high filters of each channel between a band's sidechain source
-/// and its detectors. A filter is made when it is first switched on.
+/// The low, middle and high filters of each channel between a band's sidechain source and its
+/// detectors. A filter is made when it is first switched on.
 ///
 /// Threads: `set` on one control thread at a time, at any moment; `process` and `reset*` on the
 /// audio thread; `setSampleRate` while nothing processes; `response` on any thread but the audio
@@ -54,15 +53,13 @@ class SidechainFilters {
   /// Throws std::bad_alloc; the next call designs the filters that this one did not reach.
   void set(const SidechainFilterSettings& settings);
 
-  /// In dB; any thread.
-  void setTrim(double decibels) noexcept;
   /// Clears the filters' past; present coefficients stay.
   void reset() noexcept;
   void resetRight() noexcept;  ///< the second channel only
   /// Lets the filters be at once what they were set to; while nothing processes.
   void settle() noexcept;
-  /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), without the trim, as last
-  /// designed; 1 for a filter that is off or unknown.
+  /// The analog magnitude of a `SidechainFilter` at `frequency` (Hz), as last designed; 1 for a
+  /// filter that is off or unknown.
   [[nodiscard]] double response(int filter, double frequency) const;
   /// A number that changes whenever the responses do, and that no other object of the process has
   /// had; 0 while all filters are off since the beginning. Any thread.
@@ -70,8 +67,9 @@ class SidechainFilters {
     return changes.load(std::memory_order_relaxed);
   }
 
-  /// One channel, 0 or 1, from `in` to `out`, which may be the same.
-  void process(std::size_t channel, const double* in, double* out, int frames) noexcept;
+  /// One channel, 0 or 1, from `in` to `out`, which may be the same; `gain` before the filters.
+  void process(std::size_t channel, double gain, const double* in, double* out,
+               int frames) noexcept;
 
  private:
   static constexpr std::size_t kChannels = 2;
@@ -90,8 +88,7 @@ class SidechainFilters {
   void design(Place& place, bool on, const Set& set) const;
 
   std::array<Place, kAllFilters> places;
-  float sampleRate = 44100.0F;    // Hz
-  std::atomic<double> trim{1.0};  // linear
+  float sampleRate = 44100.0F;  // Hz
   // Copies from which responses are drawn, under the lock.
   std::array<AnalogSections, kAllFilters> rows{kFlatSections, kFlatSections, kFlatSections};
   mutable PlugBaseMutex rowsLock;

@@ -144,6 +144,46 @@ TEST(SeamlessTest, WithoutTheWishOrRealTimeAChangeIsThereAtOnce) {
   }
 }
 
+TEST(SeamlessTest, TheFirstOfflineBlockHasTheLatencyThatIsTold) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  render(rig.plug, tone(0.25, 1000.0, kBlock), kBlock);
+  rig.set(kB1Lookahead, 20.0);
+  rig.processLevel = kProcessLevelOffline;
+  const RealTimeCheck::Exception theSwitch;
+  render(rig.plug, tone(0.25, 1000.0, kBlock), kBlock);
+  EXPECT_EQ(rig.plug.getAeffect()->initialDelay, rig.plug.getEngine().heardLatency());
+}
+
+TEST(SeamlessTest, SettingsOfTheMachineUnderAHoldBringNoOlderValuesBack) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  const auto last = [&rig] {
+    return render(rig.plug, tone(0.25, 1000.0, kFrames), kBlock).channels[0].back();
+  };
+  rig.plug.parameterInput().setFromAudio(kB1Gain, 1.0F);
+  const double live = last();
+  const UpdateHold hold(rig.plug.updates());
+  rig.plug.setMeterDecay(50.0);
+  EXPECT_NEAR(last(), live, 1e-9);
+}
+
+TEST(SeamlessTest, ChangesAreMadeWhileTheHostCallsNoMoreInTheMiddleOfAChange) {
+  PlugRig rig(kChain);
+  rig.processLevel = kProcessLevelRealtime;
+  const Played played = play(rig, [&rig](int block) {
+    const int step = block - kChange / kBlock;
+    const compressor& engine = rig.plug.getEngine();
+    if (step == 0) rig.set(kB1Lookahead, 5);
+    EXPECT_TRUE(step != 2 || rig.plug.getAeffect()->initialDelay == engine.heardLatency());
+    if (step != 1) return;
+    rig.setText("B1Lookahead=20 B1Threshold=-30 B1Ratio=.5");
+    for (int i = 0; i < 300; ++i) rig.plug.onIdle();
+    EXPECT_LT(engine.getStaticCurve(0).gainAtDb(-10.0), -5.0);
+  });
+  expectAsNew(rig, played);
+}
+
 TEST(SeamlessTest, AThousandChangesLeaveNothingAndStayInRealTime) {
   PlugRig rig(kChain);
   rig.processLevel = kProcessLevelRealtime;
