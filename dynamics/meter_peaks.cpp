@@ -151,7 +151,6 @@ void MeterPeaks::endBlock() noexcept {
 }
 
 GainReductionReader::GainReductionReader(const MeterPeaks& source) : slot(source.claim()) {
-  results.fill(1.0);
   for (auto& word : slot.words) word.store(kNothing, std::memory_order_relaxed);
   slot.state.store(MeterPeaks::Slot::kActive, std::memory_order_release);
 }
@@ -161,10 +160,14 @@ GainReductionReader::~GainReductionReader() {
 }
 
 double GainReductionReader::getGainReduction(int selector) noexcept {
-  if (selector < 0 || selector >= MeterPeaks::kSelectors) return 1.0;
+  return std::pow(10.0, getDecibels(selector) * 0.05);
+}
+
+double GainReductionReader::getDecibels(int selector) noexcept {
+  if (selector < 0 || selector >= MeterPeaks::kSelectors) return 0.0;
   double& result = results[at(selector)];
   const std::uint64_t word = slot.words[at(selector)].exchange(kNothing, std::memory_order_acquire);
-  if (word == kAnew) result = 1.0;
-  if ((word & kValue) != 0) result = std::pow(10.0, static_cast<double>(valueOf(word)) * 0.05);
+  if (word == kAnew) result = 0.0;
+  if ((word & kValue) != 0) result = static_cast<double>(valueOf(word));
   return result;
 }

@@ -62,8 +62,10 @@ class GainReductionReader {
   /// `selector` 0 to 3: gain reduction left, right, left, right; 4, 5: input; 6, 7: output; others
   /// give 1.
   [[nodiscard]] double getGainReduction(int selector) noexcept;
+  /// The same before it is converted; at first 0, and for unknown selectors.
+  [[nodiscard]] double getDecibels(int selector) noexcept;
 
  private:
   MeterPeaks::Slot& slot;
-  std::array<double, MeterPeaks::kSelectors> results;
+  std::array<double, MeterPeaks::kSelectors> results{};  // as they were written
 };

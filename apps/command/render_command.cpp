@@ -151,16 +151,35 @@ std::vector<RenderItem> RenderCommand::items() const {
   return result;
 }
 
-void RenderCommand::checkMatch(const RenderOptions& renderOptions) const {
+void RenderCommand::checkMatch(const Plug& plug, const RenderOptions& renderOptions) const {
   if (!matchLoudness) return;
-  HostedPlug plug(realtime);
-  applyState(plug, renderOptions.effect.state);
   if (plug.getPlainValue(kAutoGain) != 0.0F || renderOptions.automation.touches(kAutoGain)) {
     throw WrongArguments("--match-loudness and kAutoGain both set kOpTrim; use one of them");
   }
   if (renderOptions.automation.touches(kOpTrim)) {
     throw WrongArguments("--match-loudness sets kOpTrim; the automation cannot");
   }
+}
+
+/// Warns of bands that hear silence, and of a sidechain that none hears.
+void RenderCommand::checkSidechain(const Plug& plug, const RenderOptions& renderOptions,
+                                   std::vector<std::string>& warnings) const {
+  bool isHeard = false;
+  for (int band = 0; band < kNumBands; ++band) {
+    const int source = bandParameterId(band, kB1SCSrc);
+    const int isOn = bandParameterId(band, kB1State);
+    // What happens later in the file is not known here.
+    if (renderOptions.automation.touches(source) || renderOptions.automation.touches(isOn)) return;
+    if (plug.getPlainValue(isOn) == 0.0F) continue;
+    if (plug.getPlainValue(source) != static_cast<float>(SidechainRoute::kExternal)) continue;
+    isHeard = true;
+    if (!sidechain.empty()) continue;
+    warnings.push_back("band " + std::to_string(band + 1) +
+                       " listens to the external sidechain, which is silent without --sidechain");
+  }
+  if (isHeard || sidechain.empty()) return;
+  warnings.push_back(sidechain + ": no band listens to it; set the source of one, as in " +
+                     "--set kB1SCSrc=2");
 }
 
 int RenderCommand::jobCount() const {
@@ -190,7 +209,10 @@ RenderCommand::Plan RenderCommand::plan() const {
     const std::vector<std::string>& told = result.options.automation.warnings;
     result.warnings.insert(result.warnings.end(), told.begin(), told.end());
   }
-  checkMatch(result.options);
+  HostedPlug plug(realtime);
+  applyState(plug, result.options.effect.state);
+  checkMatch(plug, result.options);
+  checkSidechain(plug, result.options, result.warnings);
   return result;
 }
 

@@ -35,7 +35,9 @@ class RenderCommand {
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
   void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
              double elapsedSeconds) const;
-  void checkMatch(const RenderOptions& options) const;
+  void checkMatch(const Plug& plug, const RenderOptions& options) const;
+  void checkSidechain(const Plug& plug, const RenderOptions& options,
+                      std::vector<std::string>& warnings) const;
   [[nodiscard]] int jobCount() const;
 
   CLI::App& app;

@@ -93,7 +93,8 @@ constexpr LV2_Descriptor describe(const lv2::PortLayout& layout) {
 }
 
 constexpr std::array<LV2_Descriptor, lv2::kPlugins.size()> kDescriptors = {
-    describe(lv2::kPlugins[0]), describe(lv2::kPlugins[1]), describe(lv2::kPlugins[2])};
+    describe(lv2::kPlugins[0]), describe(lv2::kPlugins[1]), describe(lv2::kPlugins[2]),
+    describe(lv2::kPlugins[3])};
 
 }  // namespace
 

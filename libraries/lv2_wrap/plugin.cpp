@@ -75,7 +75,12 @@ void Plugin::connectPort(std::uint32_t port, void* data) noexcept {
   }
   if (number == layout.control()) controlPort = static_cast<const LV2_Atom_Sequence*>(data);
   if (number == layout.notify()) notifyPort = static_cast<LV2_Atom_Sequence*>(data);
-  if (number == layout.latency()) latencyPort = static_cast<float*>(data);
+  auto* const value = static_cast<float*>(data);
+  if (number == layout.latency()) latencyPort = value;
+  if (number == layout.chainGain()) chainGainPort = value;
+  for (int band = 0; band < kNumBands; ++band) {
+    if (number == layout.bandGain(band)) bandGainPorts[at(band)] = value;
+  }
 }
 
 bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
@@ -87,7 +92,7 @@ bool Plugin::connectControl(std::uint32_t port, const float* data) noexcept {
   if (port >= static_cast<std::uint32_t>(layout.count())) return false;
   if (number == layout.enabled()) return connect(enabledPort, enabledByDefault);
   if (number == layout.freewheel()) return connect(freewheelPort, freewheelByDefault);
-  if (number < layout.firstParameter()) return false;
+  if (number < layout.firstParameter() || number >= layout.chainGain()) return false;
   arePortsNew = true;
   const int id = parameterInPlace(number - layout.firstParameter());
   return connect(id == kBypass ? bypassPort : parameterPorts[at(id)], defaults[at(id)]);
@@ -105,6 +110,7 @@ void Plugin::run(std::uint32_t frames) noexcept {
   takeControls(frames);
   playEvents(frames);
   if (latencyPort != nullptr) *latencyPort = static_cast<float>(latencyAfter(frames));
+  writeMeters();
   // Of a state that was loaded the ports are told when the host has set them.
   const bool mayRequest = !controls.isLoaded();
   const bool stateHasChanged = mayRequest && controls.hasInsideChanges();
@@ -299,6 +305,25 @@ void Plugin::processPart(std::uint32_t from, std::uint32_t frames) noexcept {
     out[c] = outputPorts[c] != nullptr ? outputPorts[c] + from : inputs[c].data();
   }
   effect.processReplacing(in.data(), out.data(), static_cast<std::int32_t>(frames));
+}
+
+/// Gives out what has changed the gain most since the last block: in dB, below 0 where it was
+/// reduced.
+void Plugin::writeMeters() noexcept {
+  const auto further = [](double a, double b) {
+    return static_cast<float>(std::abs(b) > std::abs(a) ? b : a);
+  };
+  if (chainGainPort != nullptr) {
+    *chainGainPort = further(chainGain.getDecibels(0), chainGain.getDecibels(1));
+  }
+  compressor& engine = effect.getEngine();
+  constexpr int kDynamicAndTransient = 3;
+  for (int band = 0; band < kNumBands; ++band) {
+    float* const port = bandGainPorts[at(band)];
+    if (port == nullptr) continue;
+    *port = further(engine.getBandGain(band, kDynamicAndTransient, 0),
+                    engine.getBandGain(band, kDynamicAndTransient, 1));
+  }
 }
 
 void Plugin::requestChanges() noexcept {

@@ -70,6 +70,7 @@ class Plugin final : private IdleClient {
   void takeNews(bool isLoaded) noexcept;
   void askForDelivery(std::uint32_t frames) noexcept;
   void processPart(std::uint32_t from, std::uint32_t frames) noexcept;
+  void writeMeters() noexcept;
   void requestChanges() noexcept;
   void requestChange(int id, float plain) noexcept;
   void writeEvents(bool stateHasChanged) noexcept;
@@ -80,6 +81,7 @@ class Plugin final : private IdleClient {
   const HostFeatures features;
   Plug effect;
   ControlExchange controls{effect};
+  GainReductionReader chainGain{effect.getEngine().meterPeaks()};
   std::atomic<bool> offline{false};
   std::atomic<bool> workAsked{false};
   int idleTicks = 0;  // message thread: ticks for which the worker has left values undelivered
@@ -95,6 +97,8 @@ class Plugin final : private IdleClient {
   const LV2_Atom_Sequence* controlPort = nullptr;
   LV2_Atom_Sequence* notifyPort = nullptr;
   float* latencyPort = nullptr;
+  float* chainGainPort = nullptr;
+  std::array<float*, kNumBands> bandGainPorts{};
   const float* enabledPort;
   const float* freewheelPort;
   const float* bypassPort;  // `kBypass`, which is combined with `enabled`

@@ -23,7 +23,7 @@ inline constexpr int kEventPortBytes = 65536;
 
 /// The ports of a plug-in: audio first (main inputs, outputs, sidechain inputs), then `control` and
 /// `notify` (events in and out), `latency`, `enabled`, `freewheel`, then the parameters: globals,
-/// then bands 1 to 8.
+/// then bands 1 to 8; last the gain meters: of all bands together, then of each.
 struct PortLayout {
   const char* uri;       ///< of the plug-in
   const char* fileStem;  ///< of its Turtle file
@@ -43,15 +43,19 @@ struct PortLayout {
   [[nodiscard]] constexpr int freewheel() const noexcept { return control() + 4; }
   /// The port of `parameterInPlace(0)`; the others follow.
   [[nodiscard]] constexpr int firstParameter() const noexcept { return control() + 5; }
-  [[nodiscard]] constexpr int count() const noexcept { return firstParameter() + kNumParams; }
+  [[nodiscard]] constexpr int chainGain() const noexcept { return firstParameter() + kNumParams; }
+  [[nodiscard]] constexpr int bandGain(int band) const noexcept { return chainGain() + 1 + band; }
+  [[nodiscard]] constexpr int count() const noexcept { return bandGain(kNumBands); }
 };
 
 /// In the order in which the library returns its descriptors.
-inline constexpr std::array<PortLayout, 3> kPlugins = {{
+inline constexpr std::array<PortLayout, 4> kPlugins = {{
     {"https://halvekro.com/lv2/corvanthelis/sidechain", "sidechain", "Corvanthelis Sidechain", 2,
      2},
     {"https://halvekro.com/lv2/corvanthelis/stereo", "stereo", "Corvanthelis Stereo", 2, 0},
     {"https://halvekro.com/lv2/corvanthelis/mono", "mono", "Corvanthelis Mono", 1, 0},
+    {"https://halvekro.com/lv2/corvanthelis/mono-sidechain", "mono-sidechain",
+     "Corvanthelis Mono Sidechain", 1, 1},
 }};
 
 /// The parameter at `place` 0..421 in the order of ports, and the reverse.

@@ -165,10 +165,15 @@ class HostedLv2 final : public Hosted {
 
   explicit HostedLv2(const HostSetup& itsSetup)
       : Hosted(itsSetup),
-        rig(lv2::kPlugins[setup.channels == 1  ? 2
-                          : setup.hasSidechain ? 0
-                                               : 1],
+        rig(layoutOf(setup),
             setup.rate, Lv2Rig::kWorker, {}, library()->find) {}
+
+  static const lv2::PortLayout& layoutOf(const HostSetup& wanted) {
+    return *std::ranges::find_if(lv2::kPlugins, [&wanted](const lv2::PortLayout& plugin) {
+      return plugin.mainChannels == wanted.channels &&
+             (plugin.sideChannels > 0) == wanted.hasSidechain;
+    });
+  }
 
   void set(const Settings& settings) override {
     for (const auto& [id, plain] : settings) rig.parameter(id) = static_cast<float>(plain);

@@ -117,7 +117,9 @@ TEST_F(Turtle, PresetsSetPortsToWhatTheirFilesHold) {
   for (const lv2::PortLayout& layout : lv2::kPlugins) {
     LilvNodes* const related =
         lilv_plugin_get_related(plugin(layout.uri), uri("http://lv2plug.in/ns/ext/presets#Preset"));
-    EXPECT_EQ(lilv_nodes_size(related), files.size()) << layout.name;
+    // Three presets listen to a sidechain.
+    const unsigned unheard = layout.sideChannels == 0 ? 3 : 0;
+    EXPECT_EQ(lilv_nodes_size(related), files.size() - unheard) << layout.name;
     LILV_FOREACH(nodes, i, related) {
       if (&layout != lv2::kPlugins.begin()) break;  // the same for all
       const State preset = stateOf(lilv_nodes_get(related, i));

@@ -112,7 +112,7 @@ class Lv2Sessions : public testing::Test {
   }
   /// All ports to the next number, but for what is 0: a switch is on from there.
   void nudge() {
-    for (int port = kStereo.firstParameter(); port < kStereo.count(); ++port) {
+    for (int port = kStereo.firstParameter(); port < kStereo.chainGain(); ++port) {
       float& value = rig->control(port);
       if (value != 0.0F) value = std::nextafter(value, 100.0F);
     }
@@ -179,6 +179,10 @@ class Lv2Sessions : public testing::Test {
     if (name == "status") return std::to_string(status);
     if (name == "logged") return std::to_string(rig->errors);
     if (name == "latency") return std::to_string(rig->latency());
+    if (name.starts_with("reduction")) {
+      const int port = name == "reduction" ? kStereo.chainGain() : kStereo.bandGain(name.back() - '1');
+      return number(static_cast<double>(rig->control(port)));
+    }
     if (name == "level") {
       const auto gain = static_cast<double>(rig->out[0][frames - 1] / kLevel);
       return gain > 0.0 ? number(20.0 * std::log10(gain)) : "none";
@@ -253,7 +257,7 @@ TEST_F(Lv2Sessions, GoAsTold) {
 
 TEST(Lv2Plugin, SurvivesHostsThatBreakTheRules) {
   const LV2_Descriptor* const descriptor = lv2_descriptor(0);
-  EXPECT_EQ(lv2_descriptor(3), nullptr);
+  EXPECT_EQ(lv2_descriptor(lv2::kPlugins.size()), nullptr);
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
   for (const double rate : {0.0, -48000.0, 1.1e7, kInfinite, -kInfinite, std::nan("")}) {
     testing::internal::CaptureStderr();

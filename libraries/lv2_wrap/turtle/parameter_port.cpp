@@ -1,5 +1,6 @@
 #include "libraries/lv2_wrap/turtle/parameter_port.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -72,12 +73,27 @@ std::vector<float> ratioStops(int id) {
   return values;
 }
 
+/// The stops of the dial, and so many values between them that the label nearest to a value is
+/// close to its own.
+std::vector<float> ratios(int id) {
+  std::vector<float> values = ratioStops(id);
+  for (int hundredth = -100; hundredth < 95; hundredth += 5) {
+    values.push_back(static_cast<float>(hundredth) / 100.0F);
+  }
+  for (const float steep : {0.96F, 0.97F, 0.98F, 0.99F}) values.push_back(steep);
+  std::ranges::sort(values);
+  const auto repeated = std::ranges::unique(
+      values, [id](float a, float b) { return textOf(id, a) == textOf(id, b); });
+  values.erase(repeated.begin(), repeated.end());
+  return values;
+}
+
 std::vector<float> namedValues(int id) {
   if (isChoice(id)) return choices(recordOf(id));
   switch (rowOf(id)) {
     case kB1Ratio:
     case kB1RatioB:
-      return ratioStops(id);
+      return ratios(id);
     case kB1Position:
     case kB1SCPos:
     case kB1Target:
@@ -137,24 +153,22 @@ void addMarks(Statements& port, int row) {
   if (row == kBandOrder || row == kBypass) property("pprops:notOnGUI");
 }
 
-std::string groupUri(const PortLayout& plugin, std::string_view symbol) {
-  return turtleUri(std::string(plugin.uri) + '#' + std::string(symbol));
-}
-
-std::string bandSymbol(int band) { return "band" + std::to_string(band + 1); }
-
-constexpr std::string_view kGlobalSymbol = "global";
-
 std::string parameterGroup(const PortLayout& plugin, std::string_view symbol,
                            const std::string& name) {
   Statements group;
   group.add("a", "pg:Group");
   group.add("lv2:symbol", turtleString(symbol));
   group.add("lv2:name", turtleString(name));
-  return group.about(groupUri(plugin, symbol));
+  return group.about(parameterGroupUri(plugin, symbol));
 }
 
 }  // namespace
+
+std::string bandSymbol(int band) { return "band" + std::to_string(band + 1); }
+
+std::string parameterGroupUri(const PortLayout& plugin, std::string_view symbol) {
+  return turtleUri(std::string(plugin.uri) + '#' + std::string(symbol));
+}
 
 float roundPlain(int id, float plain, float normalised) {
   const ParameterRecord& record = recordOf(id);
@@ -200,8 +214,9 @@ Statements parameterPort(const PortLayout& plugin, int place) {
     description.add("rdf:value", turtleDecimal(point.value));
     port.add("lv2:scalePoint", description.blankNode());
   }
-  port.add("pg:group", groupUri(plugin, isBandParameter(id) ? bandSymbol(bandOf(id))
-                                                            : std::string(kGlobalSymbol)));
+  port.add("pg:group",
+           parameterGroupUri(plugin, isBandParameter(id) ? bandSymbol(bandOf(id))
+                                                         : std::string(kGlobalSymbol)));
   return port;
 }
 
@@ -214,7 +229,7 @@ std::string parameterDefinitions(const PortLayout& plugin) {
   unit.add("a", "units:Unit");
   unit.add("rdfs:label", turtleString("decibels per octave"));
   unit.add("units:symbol", turtleString("dB/oct"));
-  unit.add("units:render", turtleString("%d dB/oct"));
+  unit.add("units:render", turtleString("%.0f dB/oct"));
   return text + unit.about(decibelsPerOctave());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "libraries/lv2_wrap/port_layout.h"
@@ -25,6 +26,12 @@ struct ScalePoint {
 
 /// The statements about the port of the parameter at `place` 0..421.
 [[nodiscard]] Statements parameterPort(const PortLayout& plugin, int place);
+
+// Symbols of the groups of parameters.
+inline constexpr std::string_view kGlobalSymbol = "global";
+[[nodiscard]] std::string bandSymbol(int band);
+/// The group as an object of a port's statement.
+[[nodiscard]] std::string parameterGroupUri(const PortLayout& plugin, std::string_view symbol);
 
 /// Definitions that the ports of a file refer to: the groups of parameters and our own unit.
 [[nodiscard]] std::string parameterDefinitions(const PortLayout& plugin);

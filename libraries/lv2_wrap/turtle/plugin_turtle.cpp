@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view kMakerUri = "https://halvekro.com";
 constexpr std::string_view kLicenceUri = "https://halvekro.com/licence";
-constexpr int kMinorVersion = 2;  // odd numbers mark development versions
+constexpr int kMinorVersion = 4;  // odd numbers mark development versions
 constexpr int kMicroVersion = 0;
 
 // Frames, an upper bound at any rate: all bands in series with their longest lookahead.
@@ -120,6 +120,25 @@ void addLatencyPort(Statements& about, const PortLayout& plugin) {
   about.add("lv2:port", port.blankNode());
 }
 
+/// A meter that every host can show: the change of gain, below 0 where it is reduced. It may go
+/// beyond its ends.
+void addGainPort(Statements& about, const PortLayout& plugin, int index, const std::string& symbol,
+                 const std::string& name, std::string_view group) {
+  Statements port = portHead(index, true, "lv2:ControlPort", symbol, name);
+  port.add("lv2:default", "0.0").add("lv2:minimum", "-24.0").add("lv2:maximum", "24.0");
+  port.add("units:unit", "units:db").add("pg:group", parameterGroupUri(plugin, group));
+  about.add("lv2:port", port.blankNode());
+}
+
+void addGainPorts(Statements& about, const PortLayout& plugin) {
+  addGainPort(about, plugin, plugin.chainGain(), "gain_reduction", "Gain Reduction", kGlobalSymbol);
+  for (int band = 0; band < kNumBands; ++band) {
+    const std::string number = std::to_string(band + 1);
+    addGainPort(about, plugin, plugin.bandGain(band), "band" + number + "_gain_reduction",
+                "Band" + number + " Gain Reduction", bandSymbol(band));
+  }
+}
+
 /// A switch that the host operates, not the user.
 Statements hostSwitch(int index, const char* symbol, const char* name, const char* designation,
                       const char* byDefault) {
@@ -148,14 +167,17 @@ void addPorts(Statements& about, const PortLayout& plugin) {
   for (int place = 0; place < kNumParams; ++place) {
     about.add("lv2:port", parameterPort(plugin, place).blankNode());
   }
+  addGainPorts(about, plugin);
 }
 
 std::string commentOf(const PortLayout& plugin) {
   std::string text =
       "Eight bands of compression and expansion, above and below their thresholds, as crossover "
       "bands or as bands of a dynamic equaliser. ";
-  if (plugin.sideChannels > 0) return text + "Stereo, with an external stereo sidechain.";
-  return text + (plugin.mainChannels == 1 ? "Mono." : "Stereo.");
+  text += plugin.mainChannels == 1 ? "Mono" : "Stereo";
+  if (plugin.sideChannels == 0) return text + '.';
+  return text + ", with an external " + (plugin.sideChannels == 1 ? "mono" : "stereo") +
+         " sidechain.";
 }
 
 void addIdentity(Statements& about, const PortLayout& plugin) {

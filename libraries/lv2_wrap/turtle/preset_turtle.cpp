@@ -10,6 +10,7 @@
 
 #include "core/parameter_table.h"
 #include "core/plug.h"
+#include "dynamics/engine_settings.h"
 #include "libraries/lv2_wrap/port_layout.h"
 #include "libraries/lv2_wrap/turtle/parameter_port.h"
 #include "platform/clock.h"
@@ -86,6 +87,16 @@ std::string FactoryPreset::bankUri() const {
 
 std::string FactoryPreset::file() const { return stem + ".ttl"; }
 
+bool FactoryPreset::suits(const PortLayout& plugin) const {
+  constexpr auto kExternal = static_cast<float>(SidechainRoute::kExternal);
+  if (plugin.sideChannels > 0) return true;
+  for (int band = 0; band < kNumBands; ++band) {
+    const auto valueOf = [&](int row) { return values[at(bandParameterId(band, row))]; };
+    if (valueOf(kB1State) != 0.0F && valueOf(kB1SCSrc) == kExternal) return false;
+  }
+  return true;
+}
+
 std::string shownName(const std::string& name) {
   const auto isDigit = [&name](std::size_t i) {
     return std::isdigit(static_cast<unsigned char>(name[i])) != 0;
@@ -110,7 +121,9 @@ std::vector<FactoryPreset> readFactoryPresets(const std::string& folder) {
 Statements presetHead(const FactoryPreset& preset) {
   Statements about;
   about.add("a", "pset:Preset");
-  for (const PortLayout& plugin : kPlugins) about.add("lv2:appliesTo", turtleUri(plugin.uri));
+  for (const PortLayout& plugin : kPlugins) {
+    if (preset.suits(plugin)) about.add("lv2:appliesTo", turtleUri(plugin.uri));
+  }
   const std::string head = preset.folder.empty() ? "" : preset.folder + ": ";
   about.add("rdfs:label", turtleString(head + preset.name));
   if (!preset.folder.empty()) about.add("pset:bank", turtleUri(preset.bankUri()));

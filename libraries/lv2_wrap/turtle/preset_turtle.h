@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "editing/parameter_ids.h"
+#include "libraries/lv2_wrap/port_layout.h"
 #include "libraries/lv2_wrap/turtle/turtle_text.h"
 
 namespace lv2 {
@@ -20,6 +21,8 @@ struct FactoryPreset {
   [[nodiscard]] std::string uri() const;
   [[nodiscard]] std::string bankUri() const;  ///< URI of its folder
   [[nodiscard]] std::string file() const;     ///< path relative to the bundle
+  /// Whether the plug-in has what the preset hears: some listen to a sidechain.
+  [[nodiscard]] bool suits(const PortLayout& plugin) const;
 };
 
 /// Removes the two digits at the start of a name, which only give the order: "01 Bus Glue" becomes
