@@ -198,6 +198,7 @@ int RenderCommand::run() {
   catchStopRequests();
   const Plan work = plan();
   if (isBatch()) makeDirectory(outDirectory);
+  tidyFolders(work.items);
   const std::int64_t start = monotonicMilliseconds();
   std::vector<RenderOutcome> outcomes;
   {
