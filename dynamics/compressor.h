@@ -82,6 +82,9 @@ class compressor {
   /// Latency in samples with the present settings, once they are published; during a change that of
   /// the chain that is heard.
   [[nodiscard]] int getLatency();
+  /// Latency in samples from the input to where a band changes its gain, as planned: of a band that
+  /// is not in the chain, or `kNumBands`, that of the whole chain.
+  [[nodiscard]] int latencyUpTo(int band);
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
   /// A lookahead in ms as samples.
@@ -179,7 +182,8 @@ class compressor {
   };
 
   void settleChange() noexcept;
-  [[nodiscard]] int plannedLatency();
+  [[nodiscard]] int plannedLatency() { return latencyUpTo(kNumBands); }
+  [[nodiscard]] int latencyOf(int stage);
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   void beginBlock() noexcept;
