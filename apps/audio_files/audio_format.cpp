@@ -99,11 +99,11 @@ std::optional<SampleFormat> sampleFormatNamed(const std::string& text) {
 
 bool hasWritableEnding(const std::string& path) { return findContainer(path) != nullptr; }
 
-AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> wanted) {
+AudioFormat audioFormatFor(const std::string& path, const FormatWish& wish) {
   const Container& container = containerFor(path);
   const bool holdsFloats = canHold(container.code, SampleFormat::kFloat32);
   const SampleFormat sample =
-      wanted.value_or(holdsFloats ? SampleFormat::kFloat32 : SampleFormat::kInt24);
+      wish.sample.value_or(holdsFloats ? SampleFormat::kFloat32 : SampleFormat::kInt24);
   if (!canHold(container.code, sample)) {
     std::string holds;
     for (const SampleName& row : kSamples) {
@@ -114,7 +114,13 @@ AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> 
     throw WrongArguments(path + ": a " + std::string(container.ending) + " file cannot hold " +
                          std::string(rowOf(sample).name) + " samples, only " + holds);
   }
-  return {container.code | rowOf(sample).code, sample, container.largestBytes};
+  const bool isInteger = sample == SampleFormat::kInt24 || sample == SampleFormat::kInt16;
+  if (wish.dither.value_or(false) && !isInteger) {
+    throw WrongArguments(path + ": --dither is for s16 and s24 samples; " +
+                         std::string(rowOf(sample).name) + " samples are not rounded");
+  }
+  return {container.code | rowOf(sample).code, sample, container.largestBytes,
+          wish.dither.value_or(sample == SampleFormat::kInt16)};
 }
 
 void requireMemory(std::string_view reason) {

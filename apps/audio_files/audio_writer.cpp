@@ -131,6 +131,15 @@ void AudioWriter::write(const double* interleaved, int frames) {
   checkSize(framesWritten);
 }
 
+/// Noise of triangular density from -1 to 1 step. It makes the error of rounding independent of the
+/// sound, in mean and power. S. Lipshitz, R. Wannamaker, J. Vanderkooy: Quantization and Dither,
+/// 1992.
+double AudioWriter::dither() {
+  constexpr double kStep = 1.0 / 4294967296.0;
+  const double first = static_cast<double>(random()) * kStep;
+  return first - static_cast<double>(random()) * kStep;
+}
+
 sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, int bits) {
   // Not the library's conversion: it scales by one step less than its reading does, so that a file
   // would not come out as it went in.
@@ -138,9 +147,11 @@ sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, 
   const int shift = 32 - bits;
   integers.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
+    const auto clip = [scale](double steps) { return std::clamp(steps, -scale, scale - 1.0); };
     const double wanted = std::nearbyint(samples[i] * scale);
-    const double held = std::clamp(wanted, -scale, scale - 1.0);
-    if (held != wanted) ++clipped;
+    if (clip(wanted) != wanted) ++clipped;  // by itself, not by the noise
+    const double held =
+        clip(format.dither ? std::nearbyint(samples[i] * scale + dither()) : wanted);
     integers[i] = static_cast<int>(static_cast<unsigned>(static_cast<int>(held)) << shift);
   }
   return sf_write_int(file.get(), integers.data(), static_cast<sf_count_t>(count));

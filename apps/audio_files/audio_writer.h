@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <random>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -21,8 +22,8 @@ class AudioWriter {
   AudioWriter(const AudioWriter&) = delete;
   AudioWriter& operator=(const AudioWriter&) = delete;
 
-  /// Appends frames; full scale is 1.0. Integer formats round to the nearest step, without dither,
-  /// and clip beyond full scale.
+  /// Appends frames; full scale is 1.0. Integer formats round to the nearest step, after
+  /// dither if the format asks for it, and clip beyond full scale.
   void write(const double* interleaved, int frames);
   void commit();
 
@@ -42,6 +43,7 @@ class AudioWriter {
   static SF_VIRTUAL_IO callbacks() noexcept;
   void checkSize(std::int64_t frames) const;
   void checkFault() const;
+  [[nodiscard]] double dither();
   [[nodiscard]] sf_count_t writeIntegers(const double* samples, std::size_t count, int bits);
 
   std::string path;
@@ -50,6 +52,7 @@ class AudioWriter {
   Target target;  // outlives `file`, which writes its header to it when it closes
   std::unique_ptr<SNDFILE, Close> file;
   std::vector<int> integers;
+  std::mt19937 random;  // always from the same seed
   std::int64_t framesWritten = 0;
   std::int64_t clipped = 0;
 };

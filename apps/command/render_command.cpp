@@ -103,6 +103,8 @@ void RenderCommand::addFileOptions() {
             {.type = "N", .range = {{1, kMostJobs}}});
   addOption(app, "--format", format, "Samples of the output: f32, f64, s24 or s16 (f32; flac: s24)",
             {.type = "F", .choices = {"f32", "f64", "s24", "s16"}});
+  exclude(addFlag(app, "--dither", dither, "Add noise before rounding to integers (for s16)"),
+          addFlag(app, "--no-dither", noDither, "Only round to integers"));
 }
 
 void RenderCommand::addEffectOptions() {
@@ -131,7 +133,8 @@ RenderOptions RenderCommand::options(std::vector<std::string>& warnings) const {
   result.effect.doubles = doubles;
   result.effect.realtime = realtime;
   result.sidechain = sidechain;
-  result.format = sampleFormatNamed(format);
+  result.format.sample = sampleFormatNamed(format);
+  if (dither || noDither) result.format.dither = dither;
   result.keepLatency = keepLatency;
   result.matchLoudness = matchLoudness;
   result.measure = json || !quiet;

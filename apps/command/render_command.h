@@ -48,6 +48,8 @@ class RenderCommand {
   std::string format;
   int block = 1024;
   int jobs = 0;  // 0: one per core
+  bool dither = false;
+  bool noDither = false;
   bool doubles = false;
   bool realtime = false;
   bool keepLatency = false;

@@ -19,7 +19,7 @@ struct RenderOptions {
   EffectSetup effect;
   std::string sidechain;  ///< path; empty for none
   Automation automation;
-  std::optional<SampleFormat> format;
+  FormatWish format;
   bool keepLatency = false;
   bool matchLoudness = false;
   bool measure = true;  ///< loudness and peaks, for the report
