@@ -26,11 +26,12 @@ struct AudioFormat {
 struct FormatWish {
   std::optional<SampleFormat> sample;  ///< else 32-bit floats, or 24-bit integers without floats
   std::optional<bool> dither;          ///< else for 16-bit integers
+  std::string container;               ///< of the standard output, as an extension; else WAV
 };
 
-/// The format for a file called `path`, by its extension; a device without one gets WAV. Throws
-/// `WrongArguments` for an unknown extension or samples that the container does not support, or
-/// that need no dither.
+/// The format for a file called `path`, by its extension; a device or pipe without one gets WAV.
+/// Throws `WrongArguments` for an unknown extension or samples that the container does not support,
+/// or that need no dither.
 [[nodiscard]] AudioFormat audioFormatFor(const std::string& path, const FormatWish& wish);
 
 /// Throws std::bad_alloc if an error message of the audio library says that it had no memory.

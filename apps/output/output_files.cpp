@@ -8,6 +8,7 @@
 
 #include "apps/output/failure.h"
 #include "platform/atomic_file.h"
+#include "platform/byte_stream.h"
 #include "platform/paths.h"
 #include "platform/stop_request.h"
 #include "platform/whole_file.h"
@@ -37,7 +38,7 @@ void refuseOverwriting(std::span<const RenderItem> items,
     if (!isNew) {
       throw WrongArguments(other->second + " and " + item.output + " are one file");
     }
-    if (!isFile(item.output)) continue;
+    if (isStream(item.output) || !isFile(item.output)) continue;
     for (const std::string& name : read) {
       if (!isSameFile(item.output, name)) continue;
       throw WrongArguments(item.output + ": would overwrite " +

@@ -23,12 +23,13 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
                        ProgressBar& progressBar)
     : options(renderOptions),
       progress(progressBar),
-      outputName(outputPath),
+      outputName(outputPath == "-" ? "standard output" : outputPath),
       blockFrames(setup.blockFrames),
       reader(inputPath),
       sideReader(openSidechain(options.sidechain)),
       writer((checkFiles(), outputPath), audioFormatFor(outputPath, options.format),
-             reader.sampleRate(), reader.channels(), reader.frames()),
+             reader.sampleRate(), reader.channels(),
+             reader.lengthIsExact() ? std::optional(reader.frames()) : std::nullopt),
       runner(setup, reader.sampleRate(), reader.channels(),
              sideReader ? sideReader->channels() : 0),
       startTrim(static_cast<double>(runner.plainValue(kOpTrim))),
@@ -191,6 +192,11 @@ RenderReport RenderPass::report() const {
   if (badSamples > 0) {
     warnings.push_back(countOf(badSamples, "sample was", "samples were") +
                        " not a finite number and became 0");
+  }
+  constexpr std::int64_t kPadding = 7;
+  if (reader.bytesBehind() > kPadding) {
+    warnings.push_back(countOf(reader.bytesBehind(), "byte", "bytes") +
+                       " behind the audio of the stream were not read");
   }
   if (writer.clippedSamples() > 0) {
     warnings.push_back(countOf(writer.clippedSamples(), "sample", "samples") +
