@@ -76,6 +76,7 @@ void AudioReader::openFile() {
   if (!file) {
     throw Failure(path, "not an audio file that can be read (" + libraryReason(nullptr) + ")");
   }
+  ownTags = readTags(file.get());
 }
 
 void AudioReader::openStream(const std::string& source) {
@@ -86,6 +87,7 @@ void AudioReader::openStream(const std::string& source) {
   if (!file) {
     throw Failure(path, "not a stream that can be read (" + libraryReason(nullptr) + ")");
   }
+  ownTags = readTags(file.get());
   const int frameBytes = storedBytes(info.format) * info.channels;
   if (frameBytes == 0) throw Failure(path, "compressed audio cannot be read from a stream");
   file.reset(stream->open(info, frameBytes));

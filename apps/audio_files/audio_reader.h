@@ -7,6 +7,7 @@
 #include <string>
 
 #include "apps/audio_files/audio_stream.h"
+#include "apps/audio_files/audio_tags.h"
 
 /// Reads an audio file from its start, block by block. Every error is a `Failure` that names the
 /// file.
@@ -26,6 +27,7 @@ class AudioReader {
   /// Number of frames by the header; 0 if unknown, an estimate unless `lengthIsExact`.
   [[nodiscard]] std::int64_t frames() const noexcept;
   [[nodiscard]] bool lengthIsExact() const noexcept;
+  [[nodiscard]] const AudioTags& tags() const noexcept { return ownTags; }
   /// After the end: how many bytes of a stream follow its audio, unread.
   [[nodiscard]] std::int64_t bytesBehind() const noexcept { return behind; }
 
@@ -45,4 +47,5 @@ class AudioReader {
   std::unique_ptr<SNDFILE, Close> file;
   std::int64_t framesRead = 0;
   std::int64_t behind = 0;  // bytes
+  AudioTags ownTags;
 };

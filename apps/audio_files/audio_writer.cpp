@@ -76,23 +76,21 @@ void tellLength(std::string& head, std::optional<std::int64_t> bytes, std::int64
   }
 }
 
-void setUp(SNDFILE* file) {
-  // The peak chunk contains the time of writing, which would make every file different.
-  sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-}
-
 }  // namespace
 
 AudioWriter::AudioWriter(std::string filePath, const AudioFormat& fileFormat, int sampleRate,
-                         int channelCount, std::optional<std::int64_t> expectedFrames)
+                         int channelCount, std::optional<std::int64_t> expectedFrames,
+                         AudioTags ownTags)
     : path(std::move(filePath)),
       isStreamed(isStream(path)),
       format(fileFormat),
-      channels(channelCount) {
+      channels(channelCount),
+      tags(std::move(ownTags)) {
   SF_INFO info{};
   info.samplerate = sampleRate;
   info.channels = channels;
   info.format = format.code;
+  lostNames = lostTags(info, tags);
   if (isStreamed) {
     const std::int64_t frameBytes = std::int64_t{channels} * bytesPerSample(format.sample);
     if (expectedFrames && *expectedFrames > format.largestBytes / frameBytes)
@@ -104,6 +102,12 @@ AudioWriter::AudioWriter(std::string filePath, const AudioFormat& fileFormat, in
     checkSize(expectedFrames.value_or(0));
     openFile(info);
   }
+}
+
+void AudioWriter::setUp(SNDFILE* made) const {
+  // The peak chunk contains the time of writing, which would make every file different.
+  sf_command(made, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  writeTags(made, tags);
 }
 
 void AudioWriter::openFile(SF_INFO info) {

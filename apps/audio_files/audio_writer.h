@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "apps/audio_files/audio_format.h"
+#include "apps/audio_files/audio_tags.h"
 #include "platform/atomic_file.h"
 #include "platform/byte_stream.h"
 
@@ -20,9 +21,9 @@
 class AudioWriter {
  public:
   /// `expectedFrames`, if known, lets it refuse at once what the container cannot hold. A stream
-  /// must get as many.
+  /// must get as many. `tags` are written as far as the container holds them.
   AudioWriter(std::string path, const AudioFormat& format, int sampleRate, int channels,
-              std::optional<std::int64_t> expectedFrames);
+              std::optional<std::int64_t> expectedFrames, AudioTags tags = {});
   AudioWriter(const AudioWriter&) = delete;
   AudioWriter& operator=(const AudioWriter&) = delete;
 
@@ -32,6 +33,8 @@ class AudioWriter {
   void commit();
 
   [[nodiscard]] std::int64_t clippedSamples() const noexcept { return clipped; }
+  /// Names the tags that the container cannot hold.
+  [[nodiscard]] const std::vector<std::string>& lost() const noexcept { return lostNames; }
 
  private:
   struct Close {
@@ -47,6 +50,7 @@ class AudioWriter {
 
   static SF_VIRTUAL_IO callbacks() noexcept;
   static SF_VIRTUAL_IO streamCallbacks() noexcept;
+  void setUp(SNDFILE* made) const;
   void openFile(SF_INFO info);
   void openStream(SF_INFO info, std::optional<std::int64_t> bytes);
   [[nodiscard]] std::string headOf(SF_INFO info, std::optional<std::int64_t> bytes) const;
@@ -60,6 +64,8 @@ class AudioWriter {
   bool isPadded = false;  // at the end of a stream
   AudioFormat format;
   int channels;
+  AudioTags tags;
+  std::vector<std::string> lostNames;
   Target target;  // outlives `file`, which writes its header to it when it closes
   std::unique_ptr<SNDFILE, Close> file;
   std::vector<int> integers;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 #include "apps/output/failure.h"
 #include "apps/output/text.h"
@@ -27,16 +28,14 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
       blockFrames(setup.blockFrames),
       reader(inputPath),
       sideReader(openSidechain(options.sidechain)),
-      writer((checkFiles(), outputPath), audioFormatFor(outputPath, options.format),
-             reader.sampleRate(), reader.channels(),
-             reader.lengthIsExact() ? std::optional(reader.frames()) : std::nullopt),
-      runner(setup, reader.sampleRate(), reader.channels(),
+      runner((checkFiles(), setup), reader.sampleRate(), reader.channels(),
              sideReader ? sideReader->channels() : 0),
       startTrim(static_cast<double>(runner.plainValue(kOpTrim))),
       automation(options.automation, reader.sampleRate()) {
   applyAutomation();
   startLatency = runner.latency();
   startFaults = runner.chainFaults();
+  openWriter(outputPath);
   const auto block = static_cast<std::size_t>(blockFrames);
   const std::size_t samples = block * static_cast<std::size_t>(reader.channels());
   input.resize(samples);
@@ -47,6 +46,15 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
     after.emplace(reader.sampleRate(), reader.channels());
     finite.resize(samples);
   }
+}
+
+void RenderPass::openWriter(const std::string& path) {
+  AudioTags tags = reader.tags();
+  if (options.keepLatency) tags.beginEarlier(startLatency);
+  std::optional<std::int64_t> frames;
+  if (reader.lengthIsExact()) frames = reader.frames();
+  writer.emplace(path, audioFormatFor(path, options.format), reader.sampleRate(), reader.channels(),
+                 frames, std::move(tags));
 }
 
 void RenderPass::checkFiles() const {
@@ -163,13 +171,13 @@ void RenderPass::feed(const double* samples, const double* sideSamples, int fram
   const auto kept = static_cast<int>(std::min(frames - dropped, length - written));
   const double* const from = output.data() + dropped * reader.channels();
   if (after) after->add(from, kept);
-  writer.write(from, kept);
+  writer->write(from, kept);
   written += kept;
 }
 
 void RenderPass::commit() {
   checkStop();
-  writer.commit();
+  writer->commit();
 }
 
 RenderReport RenderPass::report() const {
@@ -193,13 +201,16 @@ RenderReport RenderPass::report() const {
     warnings.push_back(countOf(badSamples, "sample was", "samples were") +
                        " not a finite number and became 0");
   }
+  std::string lost;
+  for (const std::string& name : writer->lost()) lost += (lost.empty() ? "" : ", ") + name;
+  if (!lost.empty()) warnings.push_back("tags lost in the output: " + lost);
   constexpr std::int64_t kPadding = 7;
   if (reader.bytesBehind() > kPadding) {
     warnings.push_back(countOf(reader.bytesBehind(), "byte", "bytes") +
                        " behind the audio of the stream were not read");
   }
-  if (writer.clippedSamples() > 0) {
-    warnings.push_back(countOf(writer.clippedSamples(), "sample", "samples") +
+  if (writer->clippedSamples() > 0) {
+    warnings.push_back(countOf(writer->clippedSamples(), "sample", "samples") +
                        " of the output beyond full scale clipped");
   }
   if (const auto late = options.automation.countFrom(length, reader.sampleRate()); late > 0) {

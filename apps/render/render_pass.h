@@ -49,6 +49,7 @@ class RenderPass {
 
  private:
   void checkFiles() const;
+  void openWriter(const std::string& path);
   void applyAutomation();
   void readSidechain(int frames);
   void measureInput(int frames);
@@ -66,12 +67,12 @@ class RenderPass {
   const int blockFrames;
   AudioReader reader;
   std::optional<AudioReader> sideReader;
-  AudioWriter writer;
   EffectRunner runner;
   const double startTrim;  // dB
   AutomationCursor automation;
   std::int32_t startLatency = 0;  // samples
   std::vector<std::string> startFaults;
+  std::optional<AudioWriter> writer;  // always there once this is made
   std::optional<Loudness> before;
   std::optional<Loudness> after;
   std::vector<double> input;    // interleaved, one block
