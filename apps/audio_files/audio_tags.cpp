@@ -111,6 +111,7 @@ void findUnread(SNDFILE* file, AudioTags& tags) {
 
 /// The tags of an empty file that was written with `tags`.
 AudioTags heldOf(SF_INFO info, const AudioTags& tags) {
+  if (tags.texts.empty() && !tags.broadcast) return {};
   MemoryFile memory;
   SF_VIRTUAL_IO io = MemoryFile::callbacks();
   AudioFile file(sf_open_virtual(&io, SFM_WRITE, &info, &memory), &sf_close);
