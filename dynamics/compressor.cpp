@@ -222,17 +222,25 @@ int compressor::getLatency() {
   return isChanging() && !comes ? formerLatency : plannedLatency();
 }
 
-int compressor::plannedLatency() {
+int compressor::latencyUpTo(int band) {
   // Of the plan, since the layout may be ahead of it.
-  int samples = wanted.xoverMaxLookahead;
-  wanted.plan.forEachStage([this, &samples](int stage) {
-    samples += wanted.oversampleLatency;
-    samples +=
-        stage == StagePlan::kCrossoverStage
-            ? built->filters.crossover.latency()
-            : wantedOf(stage).detector.lookahead + built->filters.subbands[at(stage)].latency();
+  int samples = 0;
+  bool isReached = false;
+  wanted.plan.forEachStage([&](int stage) {
+    if (isReached) return;
+    samples += latencyOf(stage);
+    isReached =
+        stage == StagePlan::kCrossoverStage ? wanted.plan.isInCrossover(band) : stage == band;
+    if (isReached) samples -= wanted.oversampleLatency;  // delays the product of signal and gain
   });
   return samples;
+}
+
+int compressor::latencyOf(int stage) {
+  return wanted.oversampleLatency +
+         (stage == StagePlan::kCrossoverStage
+              ? wanted.xoverMaxLookahead + built->filters.crossover.latency()
+              : wantedOf(stage).detector.lookahead + built->filters.subbands[at(stage)].latency());
 }
 
 double compressor::getBandResponse(int band, double frequency) {

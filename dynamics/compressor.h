@@ -82,9 +82,12 @@ class compressor {
   void publish() noexcept;
   /// Latency in samples with the present settings, once they are published and no change is under
   /// way any more.
-  [[nodiscard]] int plannedLatency();
+  [[nodiscard]] int plannedLatency() { return latencyUpTo(kNumBands); }
   /// The same, but during a change that of the chain that is heard, unless it ends at once.
   [[nodiscard]] int getLatency();
+  /// Latency in samples from the input to where a band changes its gain, as planned: of a band that
+  /// is not in the chain, or `kNumBands`, that of the whole chain.
+  [[nodiscard]] int latencyUpTo(int band);
   /// As they will be published.
   [[nodiscard]] const EngineSettings& getSettings() const noexcept { return wanted; }
   /// A lookahead in ms as samples.
@@ -191,6 +194,7 @@ class compressor {
   };
 
   void settleChange() noexcept;
+  [[nodiscard]] int latencyOf(int stage);
   template <typename Sample>
   static void scrub(Sample* const* inputs, int channels, int frames) noexcept;
   [[nodiscard]] SignalChain::HostPart nextPart(int frames) noexcept;

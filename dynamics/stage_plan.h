@@ -27,6 +27,12 @@ struct StagePlan {
   [[nodiscard]] constexpr int xoverBand(int place) const noexcept {
     return static_cast<int>((xover >> (3 * place)) & 7U);
   }
+  [[nodiscard]] constexpr bool isInCrossover(int band) const noexcept {
+    for (int place = 0; place < xoverLength(); ++place) {
+      if (xoverBand(place) == band) return true;
+    }
+    return false;
+  }
   /// Decodes a slot: a stage, or -2 for an empty one; 13 ends the plan.
   [[nodiscard]] constexpr int stageInSlot(int slot) const noexcept {
     return static_cast<int>((stages >> (4 * slot)) & 15U) - 2;

@@ -7,6 +7,8 @@
 
 /// A file that gets its name only when it is complete: it is written next to its target and renamed
 /// on `commit`, so that an existing target stays whole until then. Without `commit` it is removed.
+/// While it is written it is locked, so that `removeDeadParts` can tell it from what a killed
+/// process has left.
 ///
 /// Symbolic links are followed. A character device (`/dev/null`) is written in place. Threads: one
 /// at a time.
@@ -42,6 +44,10 @@ class AtomicFile {
   int descriptor = -1;
   std::int64_t length = 0;
 };
+
+/// Removes from `folder` (empty for the current one) what processes that ended in the middle of
+/// writing an `AtomicFile` have left there. Where files cannot be locked, nothing is removed.
+void removeDeadParts(const std::string& folder);
 
 /// Whether `path` is a character device, which is written in place.
 [[nodiscard]] bool isCharacterDevice(const std::string& path);

@@ -11,3 +11,7 @@ void releaseStopRequests() noexcept;
 
 /// Whether the process was asked to stop since `catchStopRequests`. Any thread.
 [[nodiscard]] bool stopRequested() noexcept;
+
+/// The exit status by which shells know that a signal ended a process: 130 after Ctrl-C; 0 if none
+/// has asked to stop.
+[[nodiscard]] int stopStatus() noexcept;

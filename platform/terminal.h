@@ -1,7 +1,9 @@
 #pragma once
 
-/// Whether the standard error stream is a terminal.
+// Whether a standard stream is a terminal.
+[[nodiscard]] bool inputStreamIsTerminal() noexcept;
+[[nodiscard]] bool outputStreamIsTerminal() noexcept;
 [[nodiscard]] bool errorStreamIsTerminal() noexcept;
 
-/// Width of that terminal in characters; 80 if unknown.
+/// Width of the error stream's terminal in characters; 80 if unknown.
 [[nodiscard]] int errorStreamColumns() noexcept;

@@ -11,6 +11,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/text.h"
 #include "platform/atomic_file.h"
+#include "platform/byte_stream.h"
 #include "platform/paths.h"
 
 namespace {
@@ -62,20 +63,28 @@ std::string knownEndings() {
   return list;
 }
 
-/// The container for an extension; null if it is not supported.
-const Container* findContainer(const std::string& path) {
-  std::string ending = lowered(std::string(extensionOf(path)));
-  if (ending.empty() && isCharacterDevice(path)) return &kContainers.front();
+/// The container that is wanted, or that of the extension; null if it is not supported.
+const Container* findContainer(const std::string& path, const std::string& wanted = "") {
+  std::string ending = wanted.empty() ? lowered(extensionOf(path)) : "." + wanted;
+  if (ending.empty() && (isCharacterDevice(path) || isStream(path))) return &kContainers.front();
   if (!ending.empty()) ending.erase(0, 1);
   const auto found = std::find_if(kContainers.begin(), kContainers.end(),
                                   [&ending](const auto& row) { return row.ending == ending; });
   return found == kContainers.end() ? nullptr : &*found;
 }
 
-const Container& containerFor(const std::string& path) {
-  const Container* const found = findContainer(path);
+const Container& containerFor(const std::string& path, const std::string& wanted) {
+  if (!wanted.empty() && path != "-") {
+    throw WrongArguments(path +
+                         ": --container is for the standard output; a name's ending says it");
+  }
+  const Container* const found = findContainer(path, wanted);
   if (found == nullptr) {
     throw WrongArguments(path + ": the name's ending says how to write it: " + knownEndings());
+  }
+  const bool isStreamed = found->code == SF_FORMAT_WAV || found->code == SF_FORMAT_W64;
+  if (isStream(path) && !isStreamed) {
+    throw WrongArguments(path + ": only wav and w64 can be written to a stream");
   }
   return *found;
 }
@@ -99,11 +108,11 @@ std::optional<SampleFormat> sampleFormatNamed(const std::string& text) {
 
 bool hasWritableEnding(const std::string& path) { return findContainer(path) != nullptr; }
 
-AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> wanted) {
-  const Container& container = containerFor(path);
+AudioFormat audioFormatFor(const std::string& path, const FormatWish& wish) {
+  const Container& container = containerFor(path, wish.container);
   const bool holdsFloats = canHold(container.code, SampleFormat::kFloat32);
   const SampleFormat sample =
-      wanted.value_or(holdsFloats ? SampleFormat::kFloat32 : SampleFormat::kInt24);
+      wish.sample.value_or(holdsFloats ? SampleFormat::kFloat32 : SampleFormat::kInt24);
   if (!canHold(container.code, sample)) {
     std::string holds;
     for (const SampleName& row : kSamples) {
@@ -114,7 +123,13 @@ AudioFormat audioFormatFor(const std::string& path, std::optional<SampleFormat> 
     throw WrongArguments(path + ": a " + std::string(container.ending) + " file cannot hold " +
                          std::string(rowOf(sample).name) + " samples, only " + holds);
   }
-  return {container.code | rowOf(sample).code, sample, container.largestBytes};
+  const bool isInteger = sample == SampleFormat::kInt24 || sample == SampleFormat::kInt16;
+  if (wish.dither.value_or(false) && !isInteger) {
+    throw WrongArguments(path + ": --dither is for s16 and s24 samples; " +
+                         std::string(rowOf(sample).name) + " samples are not rounded");
+  }
+  return {container.code | rowOf(sample).code, sample, container.largestBytes,
+          wish.dither.value_or(sample == SampleFormat::kInt16)};
 }
 
 void requireMemory(std::string_view reason) {

@@ -11,6 +11,7 @@
 
 #include "apps/audio_files/audio_format.h"
 #include "apps/audio_files/audio_header.h"
+#include "apps/audio_files/memory_file.h"
 #include "apps/output/failure.h"
 #include "apps/output/text.h"
 
@@ -57,16 +58,40 @@ std::ifstream opened(const std::string& path) {
 }  // namespace
 
 AudioReader::AudioReader(std::string filePath) : path(std::move(filePath)) {
-  checkKind();
-  file.reset(sf_open(path.c_str(), SFM_READ, &info));
-  if (!file) {
-    throw Failure(path, "not an audio file that can be read (" + libraryReason(nullptr) + ")");
+  if (isStream(path)) {
+    openStream(std::exchange(path, path == "-" ? "standard input" : path));
+  } else {
+    openFile();
   }
   if (info.channels < 1 || info.channels > 2) {
     throw Failure(
         path, std::to_string(info.channels) + " channels; only mono and stereo can be processed");
   }
-  checkLength();
+  if (!stream) checkLength();
+}
+
+void AudioReader::openFile() {
+  checkKind();
+  file.reset(sf_open(path.c_str(), SFM_READ, &info));
+  if (!file) {
+    throw Failure(path, "not an audio file that can be read (" + libraryReason(nullptr) + ")");
+  }
+  ownTags = readTags(file.get());
+}
+
+void AudioReader::openStream(const std::string& source) {
+  stream = std::make_unique<AudioStream>(source, path);
+  MemoryFile head{stream->emptyFile()};
+  SF_VIRTUAL_IO io = MemoryFile::callbacks();
+  file.reset(sf_open_virtual(&io, SFM_READ, &info, &head));
+  if (!file) {
+    throw Failure(path, "not a stream that can be read (" + libraryReason(nullptr) + ")");
+  }
+  ownTags = readTags(file.get());
+  const int frameBytes = storedBytes(info.format) * info.channels;
+  if (frameBytes == 0) throw Failure(path, "compressed audio cannot be read from a stream");
+  file.reset(stream->open(info, frameBytes));
+  if (!file) throw Failure(path, libraryReason(nullptr));
 }
 
 void AudioReader::checkKind() const {
@@ -126,11 +151,13 @@ int AudioReader::read(double* interleaved, int count) {
   }
   const auto got = static_cast<int>(sf_readf_double(file.get(), interleaved, count));
   framesRead += got;
-  if (got == count) return got;
+  if (stream) stream->check();
+  if (got == count && got > 0) return got;
   if (lengthIsExact() && framesRead < info.frames) {
     throw Failure(path, "cut short: it ends after " + std::to_string(framesRead) + " of " +
                             std::to_string(info.frames) + " frames");
   }
   if (sf_error(file.get()) != SF_ERR_NO_ERROR) throw Failure(path, libraryReason(file.get()));
+  if (stream && got == 0) behind += stream->drain();
   return got;
 }

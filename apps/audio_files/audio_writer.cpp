@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/audio_files/audio_header.h"
+#include "apps/audio_files/memory_file.h"
 #include "apps/output/failure.h"
 
 namespace {
@@ -48,27 +50,105 @@ std::string withoutTimeStamp(const void* bytes, std::size_t count) {
   return header;
 }
 
+void putNumber(std::string& bytes, std::size_t offset, std::size_t count, std::int64_t number) {
+  for (std::size_t i = 0; i < count; ++i) {
+    bytes[offset + i] = static_cast<char>(number >> (8 * i) & 0xFF);
+  }
+}
+
+/// Writes the lengths into the head of a WAV or W64 stream; without `bytes` those by which readers
+/// know that only the end will tell.
+void tellLength(std::string& head, std::optional<std::int64_t> bytes, std::int64_t frames) {
+  const auto size = static_cast<std::int64_t>(head.size());
+  if (head.starts_with("RIFF")) {
+    constexpr std::int64_t kOpen = 0xFFFFFFFF;
+    putNumber(head, 4, 4, bytes ? size - 8 + *bytes + *bytes % 2 : kOpen);
+    putNumber(head, head.size() - 4, 4, bytes.value_or(kOpen));
+    const std::size_t fact = head.find(std::string_view("fact\4\0\0\0", 8));
+    if (fact != std::string::npos) putNumber(head, fact + 8, 4, frames);
+  } else {
+    constexpr std::int64_t kOwn = 24;  // identifier and size, which count
+    const std::int64_t told = bytes.value_or(kEndlessBytes);
+    putNumber(head, 16, 8, size + told);
+    putNumber(head, head.size() - 8, 8, kOwn + told);
+    const std::size_t fact = head.find(std::string_view("fact\xF3\xAC\xD3\x11", 8));
+    if (fact != std::string::npos) putNumber(head, fact + kOwn, 8, frames);
+  }
+}
+
 }  // namespace
 
 AudioWriter::AudioWriter(std::string filePath, const AudioFormat& fileFormat, int sampleRate,
-                         int channelCount, std::int64_t expectedFrames)
-    : path(std::move(filePath)), format(fileFormat), channels(channelCount) {
-  checkSize(expectedFrames);
-  if (const std::error_code fault = target.file.open(path)) throw cannotWrite(path, fault);
+                         int channelCount, std::optional<std::int64_t> expectedFrames,
+                         AudioTags ownTags)
+    : path(std::move(filePath)),
+      isStreamed(isStream(path)),
+      format(fileFormat),
+      channels(channelCount),
+      tags(std::move(ownTags)) {
   SF_INFO info{};
   info.samplerate = sampleRate;
   info.channels = channels;
   info.format = format.code;
+  lostNames = lostTags(info, tags);
+  if (isStreamed) {
+    const std::int64_t frameBytes = std::int64_t{channels} * bytesPerSample(format.sample);
+    if (expectedFrames && *expectedFrames > format.largestBytes / frameBytes)
+      expectedFrames.reset();
+    std::optional<std::int64_t> bytes;
+    if (expectedFrames) bytes = *expectedFrames * frameBytes;
+    openStream(info, bytes);
+  } else {
+    checkSize(expectedFrames.value_or(0));
+    openFile(info);
+  }
+}
+
+void AudioWriter::setUp(SNDFILE* made) const {
+  // The peak chunk contains the time of writing, which would make every file different.
+  sf_command(made, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  writeTags(made, tags);
+}
+
+void AudioWriter::openFile(SF_INFO info) {
+  if (const std::error_code fault = target.file.open(path)) throw cannotWrite(path, fault);
   SF_VIRTUAL_IO virtualIo = callbacks();
   file.reset(sf_open_virtual(&virtualIo, SFM_WRITE, &info, &target));
   checkFault();
   if (!file) throw cannotWrite(path, sf_strerror(nullptr));
-  // The peak chunk contains the time of writing, which would make every file different.
-  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  setUp(file.get());
   // The header written so far was longer and would remain after the end of a very short file.
   target.fault = target.file.clear();
   sf_command(file.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
   checkFault();
+}
+
+void AudioWriter::openStream(SF_INFO info, std::optional<std::int64_t> bytes) {
+  const std::string source = std::exchange(path, path == "-" ? "standard output" : path);
+  const std::string head = headOf(info, bytes);
+  target.fault = target.stream.openToWrite(source);
+  if (!target.fault) target.fault = target.stream.write(head.data(), head.size());
+  checkFault();
+  info.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | (info.format & SF_FORMAT_SUBMASK);
+  SF_VIRTUAL_IO virtualIo = streamCallbacks();
+  file.reset(sf_open_virtual(&virtualIo, SFM_WRITE, &info, &target));
+  if (!file) throw cannotWrite(path, sf_strerror(nullptr));
+  isPadded = head.starts_with("RIFF") && bytes.value_or(0) % 2 != 0;
+}
+
+/// The header of a stream, the same as that of a file of as many `bytes` of audio.
+std::string AudioWriter::headOf(SF_INFO info, std::optional<std::int64_t> bytes) const {
+  MemoryFile memory;
+  SF_VIRTUAL_IO virtualIo = MemoryFile::callbacks();
+  const std::unique_ptr<SNDFILE, Close> made(
+      sf_open_virtual(&virtualIo, SFM_WRITE, &info, &memory));
+  if (!made) throw cannotWrite(path, sf_strerror(nullptr));
+  setUp(made.get());
+  memory.bytes.clear();
+  memory.position = 0;
+  sf_command(made.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
+  tellLength(memory.bytes, bytes, bytes.value_or(0) / (channels * bytesPerSample(format.sample)));
+  return memory.bytes;
 }
 
 SF_VIRTUAL_IO AudioWriter::callbacks() noexcept {
@@ -101,6 +181,22 @@ SF_VIRTUAL_IO AudioWriter::callbacks() noexcept {
   return result;
 }
 
+SF_VIRTUAL_IO AudioWriter::streamCallbacks() noexcept {
+  SF_VIRTUAL_IO result = callbacks();
+  result.get_filelen = result.tell;
+  result.seek = [](sf_count_t, int, void* user) -> sf_count_t {
+    return static_cast<Target*>(user)->position;
+  };
+  result.write = [](const void* bytes, sf_count_t count, void* user) -> sf_count_t {
+    Target& self = *static_cast<Target*>(user);
+    if (!self.fault) self.fault = self.stream.write(bytes, static_cast<std::size_t>(count));
+    if (self.fault) return 0;
+    self.position += count;
+    return count;
+  };
+  return result;
+}
+
 void AudioWriter::checkSize(std::int64_t frames) const {
   const std::int64_t frameBytes = std::int64_t{channels} * bytesPerSample(format.sample);
   if (frames <= format.largestBytes / frameBytes) return;
@@ -128,7 +224,16 @@ void AudioWriter::write(const double* interleaved, int frames) {
     throw cannotWrite(path, sf_strerror(file.get()));
   }
   framesWritten += frames;
-  checkSize(framesWritten);
+  if (!isStreamed) checkSize(framesWritten);
+}
+
+/// Noise of triangular density from -1 to 1 step. It makes the error of rounding independent of the
+/// sound, in mean and power. S. Lipshitz, R. Wannamaker, J. Vanderkooy: Quantization and Dither,
+/// 1992.
+double AudioWriter::dither() {
+  constexpr double kStep = 1.0 / 4294967296.0;
+  const double first = static_cast<double>(random()) * kStep;
+  return first - static_cast<double>(random()) * kStep;
 }
 
 sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, int bits) {
@@ -138,9 +243,11 @@ sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, 
   const int shift = 32 - bits;
   integers.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
+    const auto clip = [scale](double steps) { return std::clamp(steps, -scale, scale - 1.0); };
     const double wanted = std::nearbyint(samples[i] * scale);
-    const double held = std::clamp(wanted, -scale, scale - 1.0);
-    if (held != wanted) ++clipped;
+    if (clip(wanted) != wanted) ++clipped;  // by itself, not by the noise
+    const double held =
+        clip(format.dither ? std::nearbyint(samples[i] * scale + dither()) : wanted);
     integers[i] = static_cast<int>(static_cast<unsigned>(static_cast<int>(held)) << shift);
   }
   return sf_write_int(file.get(), integers.data(), static_cast<sf_count_t>(count));
@@ -149,5 +256,10 @@ sf_count_t AudioWriter::writeIntegers(const double* samples, std::size_t count, 
 void AudioWriter::commit() {
   file.reset();
   checkFault();
+  if (isStreamed) {
+    if (isPadded) target.fault = target.stream.write("", 1);  // a zero
+    target.stream.close();
+    return checkFault();
+  }
   if (const std::error_code fault = target.file.commit()) throw cannotWrite(path, fault);
 }

@@ -1,10 +1,15 @@
 #include "apps/command/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "apps/output/failure.h"
+#include "apps/output/spelling.h"
+#include "apps/output/text.h"
 
 namespace {
+
+constexpr const char* kHelp = "help";
 
 /// A message of the parser, adapted to the style of our messages.
 std::string parserReason(const CLI::ParseError& fault) {
@@ -26,6 +31,32 @@ CLI::Option* formed(CLI::Option* option, const OptionForm& form) {
   return option;
 }
 
+[[noreturn]] void refuseCommand(const CLI::App& parent, const std::string& word) {
+  std::string message = "there is no command '" + shownName(word) + "'";
+  if (word.size() <= kLongestShown) {
+    const auto commands = parent.get_subcommands([](const CLI::App*) { return true; });
+    const auto nearest = std::ranges::min_element(commands, {}, [&word](const CLI::App* command) {
+      return editDistance(lowered(word), command->get_name());
+    });
+    message += "; the nearest is " + (*nearest)->get_name();
+  }
+  const bool isProgram = parent.get_parent() == nullptr;
+  throw WrongArguments(message + " (see help" + (isProgram ? ")" : " " + parent.get_name() + ")"));
+}
+
+/// Refuses a word where a command should stand.
+void checkCommands(const CLI::App& program, const std::vector<std::string>& words) {
+  const CLI::App* parent = &program;
+  for (const std::string& word : words) {
+    const auto commands = parent->get_subcommands([](const CLI::App*) { return true; });
+    if (commands.empty() || word.starts_with('-')) return;
+    const auto found =
+        std::ranges::find(commands, word, [](const CLI::App* it) { return it->get_name(); });
+    if (found == commands.end()) refuseCommand(*parent, word);
+    parent = *found;
+  }
+}
+
 template <typename Value>
 CLI::Option* addAny(CLI::App& command, const char* name, Value& value, const char* description,
                     const OptionForm& form) {
@@ -37,13 +68,20 @@ CLI::Option* addAny(CLI::App& command, const char* name, Value& value, const cha
 CommandLine::CommandLine(const char* description, const char* name, const char* version)
     : app(std::make_unique<CLI::App>(description, name)) {
   app->set_version_flag("--version", version, "Print the version");
+  app->add_subcommand(kHelp, "Explain a command: help COMMAND");
 }
 
 CommandLine::~CommandLine() = default;
 
 bool CommandLine::parse(int argc, char** argv) {
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  const bool isHelp = !words.empty() && words.front() == kHelp;
+  if (isHelp) words.erase(words.begin());
+  checkCommands(*app, words);
+  if (isHelp) words.emplace_back("--help");
+  std::ranges::reverse(words);  // as the parser takes them
   try {
-    app->parse(argc, argv);
+    app->parse(std::move(words));
     return true;
   } catch (const CLI::Success& answered) {  // --help, --version
     static_cast<void>(app->exit(answered));

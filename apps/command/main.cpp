@@ -16,11 +16,12 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "platform/standard_streams.h"
+#include "platform/stop_request.h"
 
 namespace {
 
 constexpr const char* kFooter =
-    "Exit status: 0 done, 1 the work failed, 2 wrong arguments.\n"
+    "Exit status: 0 done, 1 the work failed, 2 wrong arguments, 130 stopped by Ctrl-C.\n"
     "\n"
     "Examples:\n"
     "  corvanthelis render in.wav out.wav --set kB1Threshold=-20\n"
@@ -77,6 +78,11 @@ int runAndReport(int argc, char** argv) {
   }
 }
 
+/// What failed because it was to stop ends as if the signal had ended it.
+int orStopped(int status) noexcept {
+  return status == kFailed && stopRequested() ? stopStatus() : status;
+}
+
 /// Ends the program on an exception that nothing catches: before `main`, where the parser allocates
 /// its tables, and in libraries that do not expect exceptions.
 class OutOfMemoryEnd {
@@ -103,7 +109,7 @@ constexpr int kFirstOfAll = 101;
 int main(int argc, char** argv) {
   holdClosedStandardStreams();
   try {
-    return runAndReport(argc, argv);
+    return orStopped(runAndReport(argc, argv));
   } catch (const std::bad_alloc&) {
     // May come from anywhere, even from building another message.
     printOutOfMemory();

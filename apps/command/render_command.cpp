@@ -13,6 +13,7 @@
 #include "apps/output/text.h"
 #include "apps/render/render_job.h"
 #include "apps/render/report.h"
+#include "platform/byte_stream.h"
 #include "platform/clock.h"
 #include "platform/paths.h"
 #include "platform/stop_request.h"
@@ -30,6 +31,7 @@ constexpr const char* kExamples =
     "  corvanthelis render music.wav ducked.wav --sidechain voice.wav --set kB1SCSrc=2\n"
     "  corvanthelis render in.wav out.wav --automation moves.csv --json\n"
     "  corvanthelis render *.wav --out-dir done --jobs 4\n"
+    "  ffmpeg -i in.mp3 -f wav - | corvanthelis render - out.flac\n"
     "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
     "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
     "\n"
@@ -83,6 +85,15 @@ void printReportWarnings(const std::vector<RenderOutcome>& outcomes) {
   }
 }
 
+/// Where a report goes that may not come between the samples.
+std::ostream& reportStream(const std::vector<RenderItem>& items) {
+  constexpr const char* kOutput = "/dev/stdout";
+  const bool isTaken = std::any_of(items.begin(), items.end(), [](const RenderItem& item) {
+    return item.output == "-" || (isStream(item.output) && isSameFile(item.output, kOutput));
+  });
+  return isTaken ? std::cerr : std::cout;
+}
+
 }  // namespace
 
 RenderCommand::RenderCommand(CLI::App& program)
@@ -94,7 +105,7 @@ RenderCommand::RenderCommand(CLI::App& program)
 }
 
 void RenderCommand::addFileOptions() {
-  addOption(app, "FILES", files, "IN and OUT, whose ending names the container",
+  addOption(app, "FILES", files, "IN and OUT, whose ending names the container; - is a stream",
             {.isRequired = true});
   names.push_back(addOption(app, "--out-dir", outDirectory,
                             "Take all FILES as inputs, write them here under their names",
@@ -103,6 +114,10 @@ void RenderCommand::addFileOptions() {
             {.type = "N", .range = {{1, kMostJobs}}});
   addOption(app, "--format", format, "Samples of the output: f32, f64, s24 or s16 (f32; flac: s24)",
             {.type = "F", .choices = {"f32", "f64", "s24", "s16"}});
+  addOption(app, "--container", container, "Of OUT if that is -: wav or w64 (wav)",
+            {.type = "C", .choices = {"wav", "w64"}});
+  exclude(addFlag(app, "--dither", dither, "Add noise before rounding to integers (for s16)"),
+          addFlag(app, "--no-dither", noDither, "Only round to integers"));
 }
 
 void RenderCommand::addEffectOptions() {
@@ -131,7 +146,9 @@ RenderOptions RenderCommand::options(std::vector<std::string>& warnings) const {
   result.effect.doubles = doubles;
   result.effect.realtime = realtime;
   result.sidechain = sidechain;
-  result.format = sampleFormatNamed(format);
+  result.format.sample = sampleFormatNamed(format);
+  result.format.container = container;
+  if (dither || noDither) result.format.dither = dither;
   result.keepLatency = keepLatency;
   result.matchLoudness = matchLoudness;
   result.measure = json || !quiet;
@@ -149,6 +166,30 @@ std::vector<RenderItem> RenderCommand::items() const {
                                           : "more than one input needs --out-dir");
   }
   return result;
+}
+
+/// A stream is there once, and for one.
+void RenderCommand::checkStreams() const {
+  std::vector<std::string> streams = files;
+  streams.push_back(sidechain);
+  std::erase_if(streams, [](const std::string& name) { return !isStream(name); });
+  if (streams.empty()) return;
+  if (matchLoudness) {
+    throw WrongArguments("--match-loudness renders more than once, a stream is there only once");
+  }
+  if (isBatch() && std::ranges::count(files, "-") > 0) {
+    throw WrongArguments("--out-dir needs files with names, not -");
+  }
+  const bool readsInput = files.front() == "-" || sidechain == "-";
+  if (files.front() == "-" && sidechain == "-") {
+    throw WrongArguments("--sidechain: the standard input is IN already");
+  }
+  if (readsInput && inputStreamIsTerminal()) {
+    throw WrongArguments("standard input is a terminal; send a WAV or W64 stream to it");
+  }
+  if (files.back() == "-" && outputStreamIsTerminal()) {
+    throw WrongArguments("standard output is a terminal; send it to a program or a file");
+  }
 }
 
 void RenderCommand::checkMatch(const Plug& plug, const RenderOptions& renderOptions) const {
@@ -204,6 +245,7 @@ RenderCommand::Plan RenderCommand::plan() const {
   std::vector<std::string> alsoRead = {sidechain, automation};
   for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
   refuseOverwriting(result.items, alsoRead);
+  checkStreams();
   if (!automation.empty()) {
     result.options.automation = readAutomationFile(automation);
     const std::vector<std::string>& told = result.options.automation.warnings;
@@ -219,7 +261,9 @@ RenderCommand::Plan RenderCommand::plan() const {
 int RenderCommand::run() {
   catchStopRequests();
   const Plan work = plan();
+  std::ostream& answer = reportStream(work.items);
   if (isBatch()) makeDirectory(outDirectory);
+  tidyFolders(work.items);
   const std::int64_t start = monotonicMilliseconds();
   std::vector<RenderOutcome> outcomes;
   {
@@ -244,20 +288,20 @@ int RenderCommand::run() {
       std::vector<std::string>& told = outcome.report->warnings;
       told.insert(told.begin(), work.warnings.begin(), work.warnings.end());
     }
-    print(work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
+    print(answer, work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
   }
   return allDone ? kDone : kFailed;
 }
 
-void RenderCommand::print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
-                          double elapsedSeconds) const {
+void RenderCommand::print(std::ostream& answer, const Plan& work,
+                          const std::vector<RenderOutcome>& outcomes, double elapsedSeconds) const {
   if (json && isBatch()) {
     printReportsJson(work.items, outcomes);
   } else if (json) {
-    printJson(reportJson(*outcomes.front().report).get());
+    answer << jsonText(reportJson(*outcomes.front().report).get());
   } else if (!quiet && isBatch()) {
     printReports(outcomes, elapsedSeconds);
   } else if (!quiet) {
-    std::cout << reportText(*outcomes.front().report);
+    answer << reportText(*outcomes.front().report);
   }
 }

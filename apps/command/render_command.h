@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,9 @@ class RenderCommand {
   [[nodiscard]] std::vector<RenderItem> items() const;
   [[nodiscard]] Plan plan() const;
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
-  void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
+  void print(std::ostream& answer, const Plan& work, const std::vector<RenderOutcome>& outcomes,
              double elapsedSeconds) const;
+  void checkStreams() const;
   void checkMatch(const Plug& plug, const RenderOptions& options) const;
   void checkSidechain(const Plug& plug, const RenderOptions& options,
                       std::vector<std::string>& warnings) const;
@@ -48,8 +50,11 @@ class RenderCommand {
   std::string sidechain;
   std::string automation;
   std::string format;
+  std::string container;
   int block = 1024;
   int jobs = 0;  // 0: one per core
+  bool dither = false;
+  bool noDither = false;
   bool doubles = false;
   bool realtime = false;
   bool keepLatency = false;

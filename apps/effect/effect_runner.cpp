@@ -55,6 +55,13 @@ std::optional<std::string> chainFault(Plug& plug, int band) {
                 : "two crossover bands have the same frequency");
 }
 
+int placeOf(std::int32_t parameter) noexcept {
+  if (parameter == kIpTrim) return kInputPlace;
+  if (!isBandParameter(parameter)) return kOutputPlace;
+  const int row = bandOneIdOf(parameter);
+  return row == kB1State || row == kB1Type ? kOutputPlace : bandOf(parameter);
+}
+
 EffectRunner::EffectRunner(const EffectSetup& setup, int sampleRate, int mainChannels,
                            int sidechainChannels, const Plug::EditorFactory& makeEditor)
     : plug(setup.realtime, makeEditor),
@@ -91,6 +98,15 @@ void EffectRunner::automate(std::int32_t parameter, float plain) {
   // A live effect delays redesigns by the clock; here they must come at the same frame every time.
   if (realtime) plug.updateDsp(true);
   requireUpdate(plug);
+  plug.updateLatency();
+}
+
+EffectRunner::Delays EffectRunner::delays() {
+  Delays result{};
+  compressor& engine = plug.getEngine();
+  for (int band = 0; band < kNumBands; ++band) result[at(band)] = engine.latencyUpTo(band);
+  result[kOutputPlace] = latency();
+  return result;
 }
 
 void EffectRunner::process(const double* main, const double* side, int frames, double* out) {

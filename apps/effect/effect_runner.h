@@ -34,6 +34,11 @@ struct GainRange {
   double highest = 0.0;  ///< at least 0
 };
 
+/// Where in the effect a parameter acts: band 0..7, or one of these.
+enum EffectPlace : int { kInputPlace = kNumBands, kOutputPlace, kNumPlaces };
+/// What changes the chain, and so the delay itself, counts as acting at the output.
+[[nodiscard]] int placeOf(std::int32_t parameter) noexcept;
+
 /// Runs one instance of the effect on interleaved audio, block by block, with an idle call after
 /// each block: the output depends only on the input.
 class EffectRunner {
@@ -54,6 +59,9 @@ class EffectRunner {
   [[nodiscard]] std::int32_t latency() const noexcept {
     return plug.getInitialDelay();
   }  ///< samples
+  /// The part of the latency, in samples, that lies before each place.
+  using Delays = std::array<std::int32_t, kNumPlaces>;
+  [[nodiscard]] Delays delays();
   [[nodiscard]] float plainValue(std::int32_t parameter) const {
     return plug.getPlainValue(parameter);
   }

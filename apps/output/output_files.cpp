@@ -1,10 +1,14 @@
 #include "apps/output/output_files.h"
 
 #include <map>
+#include <set>
+#include <string>
 #include <system_error>
 #include <utility>
 
 #include "apps/output/failure.h"
+#include "platform/atomic_file.h"
+#include "platform/byte_stream.h"
 #include "platform/paths.h"
 #include "platform/stop_request.h"
 #include "platform/whole_file.h"
@@ -34,7 +38,7 @@ void refuseOverwriting(std::span<const RenderItem> items,
     if (!isNew) {
       throw WrongArguments(other->second + " and " + item.output + " are one file");
     }
-    if (!isFile(item.output)) continue;
+    if (isStream(item.output) || !isFile(item.output)) continue;
     for (const std::string& name : read) {
       if (!isSameFile(item.output, name)) continue;
       throw WrongArguments(item.output + ": would overwrite " +
@@ -56,4 +60,10 @@ void writeOutput(const std::string& path, const std::string& bytes) {
     if (error == std::errc::interrupted) throw Failure(path, "interrupted");
     throw Failure(path, "cannot be written (" + error.message() + ")");
   }
+}
+
+void tidyFolders(std::span<const RenderItem> items) {
+  std::set<std::string> folders;
+  for (const RenderItem& item : items) folders.insert(parentFolder(resolvedLinks(item.output)));
+  for (const std::string& folder : folders) removeDeadParts(folder);
 }

@@ -20,3 +20,6 @@ void writeOutput(const std::string& path, const std::string& bytes);
 
 /// Creates `directory` and its parents if missing. Throws `Failure`.
 void makeDirectory(const std::string& directory);
+
+/// Removes what killed processes have left in the folders of the outputs.
+void tidyFolders(std::span<const RenderItem> items);

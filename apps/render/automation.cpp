@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <istream>
+#include <limits>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -13,6 +14,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/text.h"
+#include "platform/index.h"
 #include "platform/stop_request.h"
 #include "platform/whole_file.h"
 
@@ -50,7 +52,19 @@ std::string_view content(std::string_view line, bool isFirst) {
   return trimmed(line.substr(0, line.find('#')));
 }
 
+double frameOf(const AutomationPoint& point, double sampleRate) noexcept {
+  // A time rounded to six decimal places must not fall just short of its frame.
+  constexpr double kRounding = 1e-6;  // frames
+  return std::floor(point.seconds * sampleRate + kRounding);
+}
+
 }  // namespace
+
+std::int64_t Automation::countFrom(std::int64_t frame, double sampleRate) const noexcept {
+  return std::count_if(points.begin(), points.end(), [=](const AutomationPoint& point) {
+    return frameOf(point, sampleRate) >= static_cast<double>(frame);
+  });
+}
 
 bool Automation::touches(std::int32_t parameter) const noexcept {
   return std::any_of(points.begin(), points.end(),
@@ -105,12 +119,36 @@ Automation readAutomationFile(const std::string& path) {
   return readAutomation(text, path);
 }
 
-const AutomationPoint* AutomationCursor::nextBefore(std::int64_t end) noexcept {
-  if (next == points.size()) return nullptr;
-  const AutomationPoint& point = points[next];
-  // A time rounded to six decimal places must not fall just short of its frame.
-  constexpr double kRounding = 1e-6;  // frames
-  if (std::floor(point.seconds * rate + kRounding) >= static_cast<double>(end)) return nullptr;
-  ++next;
-  return &point;
+AutomationCursor::AutomationCursor(const Automation& automation, double sampleRate)
+    : rate(sampleRate) {
+  for (const AutomationPoint& point : automation.points) {
+    lanes[at(placeOf(point.parameter))].points.push_back(&point);
+  }
+}
+
+double AutomationCursor::dueFrame(const Lane& lane, std::int32_t delay) const {
+  if (lane.next == lane.points.size()) return std::numeric_limits<double>::infinity();
+  const double frame = frameOf(*lane.points[lane.next], rate);
+  return frame == 0.0 ? 0.0 : frame + delay;
+}
+
+const AutomationPoint* AutomationCursor::next(std::int64_t position,
+                                              const EffectRunner::Delays& delays) {
+  Lane* first = nullptr;
+  for (std::size_t place = 0; place < lanes.size(); ++place) {
+    Lane& lane = lanes[place];
+    if (dueFrame(lane, delays[place]) > static_cast<double>(position)) continue;
+    // Points of one time come in the order of the file.
+    if (first == nullptr || lane.points[lane.next] < first->points[first->next]) first = &lane;
+  }
+  return first == nullptr ? nullptr : first->points[first->next++];
+}
+
+int AutomationCursor::framesUntilNext(std::int64_t position, int frames,
+                                      const EffectRunner::Delays& delays) const {
+  double until = frames;
+  for (std::size_t place = 0; place < lanes.size(); ++place) {
+    until = std::min(until, dueFrame(lanes[place], delays[place]) - static_cast<double>(position));
+  }
+  return static_cast<int>(until);
 }

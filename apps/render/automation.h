@@ -1,10 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <vector>
+
+#include "apps/effect/effect_runner.h"
 
 /// A change of one parameter at a point in time.
 struct AutomationPoint {
@@ -19,6 +22,8 @@ struct Automation {
   std::vector<std::string> warnings;
 
   [[nodiscard]] bool touches(std::int32_t parameter) const noexcept;
+  /// How many points lie in `frame` or a later one.
+  [[nodiscard]] std::int64_t countFrom(std::int64_t frame, double sampleRate) const noexcept;
 };
 
 /// Reads rows "seconds,ID,PLAIN". Blank lines, a heading in the first row and everything after a
@@ -27,18 +32,30 @@ struct Automation {
 [[nodiscard]] Automation readAutomation(std::istream& text, const std::string& name);
 [[nodiscard]] Automation readAutomationFile(const std::string& path);
 
-/// Returns the points of an automation block by block. The automation must outlive it.
+/// Gives out the points of an automation when the frame comes at which each is to be set: as much
+/// later than its time as the effect delays the sound on its way to where the parameter acts.
+/// Points of the first frame come before any. The automation must outlive it.
 class AutomationCursor {
  public:
-  AutomationCursor(const Automation& automation, double sampleRate) noexcept
-      : points(automation.points), rate(sampleRate) {}
+  AutomationCursor(const Automation& automation, double sampleRate);
 
-  /// The next point that lies in a frame before `end`; null if there is none.
-  [[nodiscard]] const AutomationPoint* nextBefore(std::int64_t end) noexcept;
-  [[nodiscard]] std::size_t remaining() const noexcept { return points.size() - next; }
+  /// The next point to be set before input frame `position`; null if there is none.
+  [[nodiscard]] const AutomationPoint* next(std::int64_t position,
+                                            const EffectRunner::Delays& delays);
+  /// How many of the next `frames` frames from `position` on pass before a point is to be set. Call
+  /// when `next` has none.
+  [[nodiscard]] int framesUntilNext(std::int64_t position, int frames,
+                                    const EffectRunner::Delays& delays) const;
 
  private:
-  const std::vector<AutomationPoint>& points;
+  /// The points of one place that are not set yet.
+  struct Lane {
+    std::vector<const AutomationPoint*> points;
+    std::size_t next = 0;
+  };
+
+  [[nodiscard]] double dueFrame(const Lane& lane, std::int32_t delay) const;
+
   double rate;
-  std::size_t next = 0;
+  std::array<Lane, kNumPlaces> lanes;
 };

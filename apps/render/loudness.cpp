@@ -1,13 +1,13 @@
 #include "apps/render/loudness.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <new>
 
 Loudness::Loudness(int sampleRate, int channels)
     : state(ebur128_init(static_cast<unsigned>(channels), static_cast<unsigned long>(sampleRate),
-                         EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK)) {
+                         EBUR128_MODE_I)),
+      truePeak(channels) {
   if (!state) throw std::bad_alloc();
 }
 
@@ -17,6 +17,7 @@ void Loudness::add(const double* interleaved, int frames) {
       EBUR128_SUCCESS) {
     throw std::bad_alloc();
   }
+  truePeak.add(interleaved, frames);
 }
 
 Loudness::Result Loudness::result() const {
@@ -25,12 +26,7 @@ Loudness::Result Loudness::result() const {
   if (ebur128_loudness_global(state.get(), &loudness) == EBUR128_SUCCESS) {
     found.integratedLufs = loudness;
   }
-  double peak = 0.0;
-  for (unsigned channel = 0; channel < state->channels; ++channel) {
-    double one = 0.0;
-    if (ebur128_true_peak(state.get(), channel, &one) == EBUR128_SUCCESS)
-      peak = std::max(peak, one);
-  }
+  const double peak = truePeak.peak();
   if (peak > 0.0) found.truePeakDb = 20.0 * std::log10(peak);
   return found;
 }

@@ -5,6 +5,8 @@
 #include <limits>
 #include <memory>
 
+#include "apps/render/true_peak.h"
+
 /// Integrated loudness (EBU R 128) and true peak of a signal of one or two channels.
 class Loudness {
  public:
@@ -31,4 +33,5 @@ class Loudness {
     void operator()(ebur128_state* meter) const noexcept { ebur128_destroy(&meter); }
   };
   std::unique_ptr<ebur128_state, Destroy> state;
+  TruePeak truePeak;  // the library's reads too low near half the rate, and not to the end
 };

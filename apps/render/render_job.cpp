@@ -9,6 +9,7 @@
 #include "apps/output/text.h"
 #include "apps/render/render_pass.h"
 #include "core/parameter_table.h"
+#include "platform/byte_stream.h"
 #include "platform/clock.h"
 
 namespace {
@@ -97,6 +98,7 @@ RenderReport renderFile(const std::string& input, const std::string& output,
 }
 
 std::int64_t expectedFrames(const std::string& input, const RenderOptions& options) {
+  if (isStream(input)) return 0;
   try {
     return AudioReader(input).frames() * (options.matchLoudness ? kUsualPasses : 1);
   } catch (const Failure&) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 #include "apps/output/failure.h"
 #include "apps/output/text.h"
@@ -23,19 +24,18 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
                        ProgressBar& progressBar)
     : options(renderOptions),
       progress(progressBar),
-      outputName(outputPath),
+      outputName(outputPath == "-" ? "standard output" : outputPath),
       blockFrames(setup.blockFrames),
       reader(inputPath),
       sideReader(openSidechain(options.sidechain)),
-      writer((checkFiles(), outputPath), audioFormatFor(outputPath, options.format),
-             reader.sampleRate(), reader.channels(), reader.frames()),
-      runner(setup, reader.sampleRate(), reader.channels(),
+      runner((checkFiles(), setup), reader.sampleRate(), reader.channels(),
              sideReader ? sideReader->channels() : 0),
       startTrim(static_cast<double>(runner.plainValue(kOpTrim))),
-      startLatency(runner.latency()),
-      startFaults(runner.chainFaults()),
-      aligner(options.keepLatency ? 0 : startLatency),
       automation(options.automation, reader.sampleRate()) {
+  applyAutomation();
+  startLatency = runner.latency();
+  startFaults = runner.chainFaults();
+  openWriter(outputPath);
   const auto block = static_cast<std::size_t>(blockFrames);
   const std::size_t samples = block * static_cast<std::size_t>(reader.channels());
   input.resize(samples);
@@ -46,6 +46,15 @@ RenderPass::RenderPass(const std::string& inputPath, const std::string& outputPa
     after.emplace(reader.sampleRate(), reader.channels());
     finite.resize(samples);
   }
+}
+
+void RenderPass::openWriter(const std::string& path) {
+  AudioTags tags = reader.tags();
+  if (options.keepLatency) tags.beginEarlier(startLatency);
+  std::optional<std::int64_t> frames;
+  if (reader.lengthIsExact()) frames = reader.frames();
+  writer.emplace(path, audioFormatFor(path, options.format), reader.sampleRate(), reader.channels(),
+                 frames, std::move(tags));
 }
 
 void RenderPass::checkFiles() const {
@@ -62,27 +71,22 @@ void RenderPass::checkFiles() const {
 
 void RenderPass::run() {
   while (const int frames = reader.read(input.data(), blockFrames)) {
-    applyAutomation(position + frames);
+    length += frames;
     measureInput(frames);
     step(frames);
-    position += frames;
     progress.advance(frames);
   }
-  flush();
+  std::fill(input.begin(), input.end(), 0.0);
+  while (written < length) step(blockFrames);
 }
 
 void RenderPass::checkStop() const {
   if (stopRequested()) throw Failure(reader.name(), "interrupted");
 }
 
-void RenderPass::flush() {
-  std::fill(input.begin(), input.end(), 0.0);
-  while (const int frames = aligner.nextFlush(blockFrames)) step(frames);
-}
-
-void RenderPass::applyAutomation(std::int64_t end) {
-  while (const AutomationPoint* const point = automation.nextBefore(end)) {
-    checkStop();  // a block may hold millions
+void RenderPass::applyAutomation() {
+  while (const AutomationPoint* const point = automation.next(position, runner.delays())) {
+    checkStop();  // there may be millions
     runner.automate(point->parameter, point->plain);
   }
 }
@@ -107,19 +111,73 @@ void RenderPass::readSidechain(int frames) {
   std::fill(side.begin() + std::ptrdiff_t{got} * sideReader->channels(), side.end(), 0.0);
 }
 
+/// Processes a block of `input` in pieces, so that every change comes at its frame.
 void RenderPass::step(int frames) {
-  checkStop();
   readSidechain(frames);
-  runner.process(input.data(), sideReader ? side.data() : nullptr, frames, output.data());
-  const int dropped = aligner.drop(frames);
-  const double* const kept = output.data() + std::ptrdiff_t{dropped} * reader.channels();
-  if (after) after->add(kept, frames - dropped);
-  writer.write(kept, frames - dropped);
+  for (int done = 0; done < frames;) {
+    checkStop();
+    applyAutomation();
+    const int piece = automation.framesUntilNext(position, frames - done, runner.delays());
+    process(input.data() + std::ptrdiff_t{done} * reader.channels(),
+            sideReader ? side.data() + std::ptrdiff_t{done} * sideReader->channels() : nullptr,
+            piece);
+    done += piece;
+  }
+}
+
+/// The place in the aligned output of what comes out next.
+std::int64_t RenderPass::placeOfOutput() const {
+  return position - (options.keepLatency ? 0 : runner.latency());
+}
+
+void RenderPass::process(const double* samples, const double* sideSamples, int frames) {
+  if (placeOfOutput() > written) replay();
+  remember(samples, sideSamples, frames);
+  feed(samples, sideSamples, frames);
+}
+
+void RenderPass::remember(const double* samples, const double* sideSamples, int frames) {
+  if (options.automation.points.empty() || options.keepLatency) return;
+  // What is on its way, as much again to fill the filters with, and time for the detectors.
+  const std::int64_t needed = 3 * std::int64_t{runner.latency()} + reader.sampleRate() / 5;
+  const auto keep = [&](std::vector<double>& kept, const double* from, int channels) {
+    kept.insert(kept.end(), from, from + std::ptrdiff_t{frames} * channels);
+    if (pastFrames > 2 * needed) {
+      kept.erase(kept.begin(), kept.begin() + (pastFrames - needed) * channels);
+    }
+  };
+  pastFrames += frames;
+  keep(past, samples, reader.channels());
+  if (sideReader) keep(pastSide, sideSamples, sideReader->channels());
+  if (pastFrames > 2 * needed) pastFrames = needed;
+}
+
+void RenderPass::replay() {
+  std::int64_t done = 0;
+  position -= pastFrames;
+  while (done < pastFrames) {
+    const auto frames = static_cast<int>(std::min<std::int64_t>(pastFrames - done, blockFrames));
+    feed(past.data() + done * reader.channels(),
+         sideReader ? pastSide.data() + done * sideReader->channels() : nullptr, frames);
+    done += frames;
+  }
+}
+
+void RenderPass::feed(const double* samples, const double* sideSamples, int frames) {
+  const std::int64_t place = placeOfOutput();
+  runner.process(samples, sideSamples, frames, output.data());
+  position += frames;
+  const std::int64_t dropped = std::clamp<std::int64_t>(written - place, 0, frames);
+  const auto kept = static_cast<int>(std::min(frames - dropped, length - written));
+  const double* const from = output.data() + dropped * reader.channels();
+  if (after) after->add(from, kept);
+  writer->write(from, kept);
+  written += kept;
 }
 
 void RenderPass::commit() {
   checkStop();
-  writer.commit();
+  writer->commit();
 }
 
 RenderReport RenderPass::report() const {
@@ -128,7 +186,7 @@ RenderReport RenderPass::report() const {
   result.output = outputName;
   result.sampleRate = reader.sampleRate();
   result.channels = reader.channels();
-  result.frames = position;
+  result.frames = length;
   result.latency = startLatency;
   result.latencyKept = options.keepLatency;
   if (before) result.before = before->result();
@@ -143,16 +201,23 @@ RenderReport RenderPass::report() const {
     warnings.push_back(countOf(badSamples, "sample was", "samples were") +
                        " not a finite number and became 0");
   }
-  if (writer.clippedSamples() > 0) {
-    warnings.push_back(countOf(writer.clippedSamples(), "sample", "samples") +
+  std::string lost;
+  for (const std::string& name : writer->lost()) lost += (lost.empty() ? "" : ", ") + name;
+  if (!lost.empty()) warnings.push_back("tags lost in the output: " + lost);
+  constexpr std::int64_t kPadding = 7;
+  if (reader.bytesBehind() > kPadding) {
+    warnings.push_back(countOf(reader.bytesBehind(), "byte", "bytes") +
+                       " behind the audio of the stream were not read");
+  }
+  if (writer->clippedSamples() > 0) {
+    warnings.push_back(countOf(writer->clippedSamples(), "sample", "samples") +
                        " of the output beyond full scale clipped");
   }
-  if (automation.remaining() > 0) {
-    warnings.push_back(countOf(static_cast<std::int64_t>(automation.remaining()),
-                               "automation row lies", "automation rows lie") +
+  if (const auto late = options.automation.countFrom(length, reader.sampleRate()); late > 0) {
+    warnings.push_back(countOf(late, "automation row lies", "automation rows lie") +
                        " past the end");
   }
-  if (runner.latency() != startLatency) {
+  if (options.keepLatency && runner.latency() != startLatency) {
     warnings.push_back("the latency changed from " + std::to_string(startLatency) + " to " +
                        std::to_string(runner.latency()) + " samples on the way");
   }

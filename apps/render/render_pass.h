@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,43 +19,19 @@ struct RenderOptions {
   EffectSetup effect;
   std::string sidechain;  ///< path; empty for none
   Automation automation;
-  std::optional<SampleFormat> format;
+  FormatWish format;
   bool keepLatency = false;
   bool matchLoudness = false;
   bool measure = true;  ///< loudness and peaks, for the report
 };
 
-/// Bookkeeping to remove the delay of a process from its output: the first `delay` output frames
-/// are dropped, and as many frames of silence are fed after the input to get the tail. The result
-/// is as long as the input and aligned with it.
-class LatencyAligner {
- public:
-  /// `delayFrames` below 0 counts as 0.
-  explicit LatencyAligner(std::int64_t delayFrames) noexcept
-      : left(std::max<std::int64_t>(delayFrames, 0)), silence(left) {}
-
-  /// How many of the next `frames` output frames to drop from their start.
-  [[nodiscard]] int drop(int frames) noexcept {
-    const auto dropped = static_cast<int>(std::min<std::int64_t>(frames, left));
-    left -= dropped;
-    return dropped;
-  }
-
-  /// After the end of the input: frames of the next block of silence to feed, at most `largest`; 0
-  /// when done.
-  [[nodiscard]] int nextFlush(int largest) noexcept {
-    const auto frames = static_cast<int>(std::min<std::int64_t>(largest, silence));
-    silence -= frames;
-    return frames;
-  }
-
- private:
-  std::int64_t left;     // frames still to be dropped
-  std::int64_t silence;  // frames still to be fed after the input
-};
-
 /// One pass over a file: reads, processes, writes and measures it. Needs memory for a few blocks
 /// only, however long the file. `options` and `progress` must outlive it.
+///
+/// Unless the latency is kept, the output is as long as the input and in step with it: what comes
+/// out first, before the input has passed through, is dropped, and silence follows the input. Where
+/// the latency changes on the way, the output stays in step: when it grows, what comes out twice is
+/// dropped; when it shrinks, what was on its way through the effect is fed to it once more.
 class RenderPass {
  public:
   /// Opens all files. `setup` is used instead of that in `options`.
@@ -70,15 +45,20 @@ class RenderPass {
 
   /// Valid after `run`; contains the fields that a single pass knows.
   [[nodiscard]] RenderReport report() const;
-  [[nodiscard]] std::int64_t framesRead() const noexcept { return position; }
+  [[nodiscard]] std::int64_t framesRead() const noexcept { return length; }
 
  private:
   void checkFiles() const;
-  void applyAutomation(std::int64_t end);
+  void openWriter(const std::string& path);
+  void applyAutomation();
   void readSidechain(int frames);
   void measureInput(int frames);
   void step(int frames);
-  void flush();
+  void process(const double* samples, const double* sideSamples, int frames);
+  void replay();
+  void remember(const double* samples, const double* sideSamples, int frames);
+  void feed(const double* samples, const double* sideSamples, int frames);
+  [[nodiscard]] std::int64_t placeOfOutput() const;
   void checkStop() const;  // throws if the process was asked to stop
 
   const RenderOptions& options;
@@ -87,19 +67,23 @@ class RenderPass {
   const int blockFrames;
   AudioReader reader;
   std::optional<AudioReader> sideReader;
-  AudioWriter writer;
   EffectRunner runner;
-  const double startTrim;           // dB
-  const std::int32_t startLatency;  // samples
-  const std::vector<std::string> startFaults;
-  LatencyAligner aligner;
+  const double startTrim;  // dB
   AutomationCursor automation;
+  std::int32_t startLatency = 0;  // samples
+  std::vector<std::string> startFaults;
+  std::optional<AudioWriter> writer;  // always there once this is made
   std::optional<Loudness> before;
   std::optional<Loudness> after;
-  std::vector<double> input;   // interleaved, one block
-  std::vector<double> side;    // interleaved, one block; empty without sidechain
-  std::vector<double> output;  // interleaved, one block
-  std::vector<double> finite;  // the input for measuring, without infinities and NaN
-  std::int64_t position = 0;   // frames of input processed so far
+  std::vector<double> input;    // interleaved, one block
+  std::vector<double> side;     // interleaved, one block; empty without sidechain
+  std::vector<double> output;   // interleaved, one block
+  std::vector<double> finite;   // the input for measuring, without infinities and NaN
+  std::int64_t position = 0;    // frames processed so far, silence after the input included
+  std::int64_t length = 0;      // frames of the input read so far
+  std::int64_t written = 0;     // frames
+  std::int64_t pastFrames = 0;  // of the next two
+  std::vector<double> past;  // interleaved: the input before `position`, as far as it may be needed
+  std::vector<double> pastSide;
   std::int64_t badSamples = 0;
 };

@@ -1,6 +1,7 @@
 #include "platform/atomic_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <charconv>
 #include <cstdio>
 #include <random>
+#include <string_view>
 #include <utility>
 
 #include "platform/linux/last_error.h"
@@ -17,6 +19,8 @@
 #include "platform/stop_request.h"
 
 namespace {
+
+constexpr std::string_view kPartEnding = ".corvanthelis-part";
 
 /// A unique name next to `target`, cut so that it is valid even if the target's name is long.
 std::string nameBeside(const std::string& target) {
@@ -26,7 +30,21 @@ std::string nameBeside(const std::string& target) {
   const auto end = std::to_chars(digits.begin(), digits.end(), random(), 36).ptr;
   const std::string name = target.substr(target.rfind('/') + 1, kKept);  // from 0 without a slash
   return joinedPath(parentFolder(target),
-                    "." + name + "." + std::string(digits.data(), end) + ".part");
+                    "." + name + "." + std::string(digits.data(), end) + std::string(kPartEnding));
+}
+
+bool isNamed(int descriptor, const std::string& path) noexcept {
+  struct stat held {};
+  struct stat named {};
+  return ::fstat(descriptor, &held) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+         held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
+/// Locks a new file. False if somebody else took it for a dead one before; file systems without
+/// locks have nobody who could.
+bool lockNew(int descriptor, const std::string& path) noexcept {
+  if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;
+  return isNamed(descriptor, path);
 }
 
 }  // namespace
@@ -61,13 +79,13 @@ std::error_code AtomicFile::openBeside() {
   for (int i = 0; i < kAttempts; ++i) {
     std::string name = nameBeside(finalPath);
     descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor >= 0) {
-      temporaryPath = std::move(name);  // nothing may fail between opening and this
-      return {};
-    }
-    if (errno != EEXIST) break;
+    if (descriptor < 0 && errno == EEXIST) continue;
+    if (descriptor < 0) return lastError();
+    temporaryPath = std::move(name);  // nothing may fail between opening and this
+    if (lockNew(descriptor, temporaryPath)) return {};
+    discard();
   }
-  return lastError();
+  return std::make_error_code(std::errc::file_exists);
 }
 
 std::error_code AtomicFile::write(const void* bytes, std::size_t count, std::int64_t offset) {
@@ -93,6 +111,8 @@ std::error_code AtomicFile::clear() {
 std::error_code AtomicFile::commit() {
   std::error_code error;
   if (!temporaryPath.empty() && ::fsync(descriptor) != 0) error = lastError();
+  // Holds the lock until the file has its name.
+  const int lock = temporaryPath.empty() ? -1 : ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
   if (const std::error_code closing = closeFile(); !error) error = closing;
   if (!error && stopRequested()) error = std::make_error_code(std::errc::interrupted);
   if (!error && !temporaryPath.empty() &&
@@ -101,6 +121,7 @@ std::error_code AtomicFile::commit() {
   }
   if (!error) temporaryPath.clear();
   discard();
+  if (lock >= 0) ::close(lock);
   return error;
 }
 
@@ -115,6 +136,18 @@ std::error_code AtomicFile::closeFile() noexcept {
   const int closing = std::exchange(descriptor, -1);
   if (closing >= 0 && ::close(closing) != 0) return lastError();
   return {};
+}
+
+void removeDeadParts(const std::string& folder) {
+  for (const FolderEntry& entry : listFolder(folder.empty() ? "." : folder)) {
+    if (!entry.isFile || entry.isLink || !entry.name.ends_with(kPartEnding)) continue;
+    const std::string path = joinedPath(folder, entry.name);
+    const int part = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (part < 0) continue;
+    // Its writer would hold the lock, and let it go only when the file has another name.
+    if (::flock(part, LOCK_EX | LOCK_NB) == 0 && isNamed(part, path)) ::unlink(path.c_str());
+    ::close(part);
+  }
 }
 
 bool isCharacterDevice(const std::string& path) {

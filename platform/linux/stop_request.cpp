@@ -7,10 +7,10 @@
 
 namespace {
 
-std::atomic<bool> requested{false};
-static_assert(std::atomic<bool>::is_always_lock_free);  // a signal handler may not lock
+std::atomic<int> requested{0};                         // the signal
+static_assert(std::atomic<int>::is_always_lock_free);  // a signal handler may not lock
 
-extern "C" void onStopSignal(int) { requested.store(true, std::memory_order_relaxed); }
+extern "C" void onStopSignal(int number) { requested.store(number, std::memory_order_relaxed); }
 
 constexpr std::initializer_list<int> kRequests = {SIGINT, SIGTERM, SIGHUP};
 
@@ -37,4 +37,10 @@ void catchStopRequests() noexcept {
 
 void releaseStopRequests() noexcept { handleRequests(SIG_DFL); }
 
-bool stopRequested() noexcept { return requested.load(std::memory_order_relaxed); }
+bool stopRequested() noexcept { return requested.load(std::memory_order_relaxed) != 0; }
+
+int stopStatus() noexcept {
+  constexpr int kBySignal = 128;
+  const int number = requested.load(std::memory_order_relaxed);
+  return number == 0 ? 0 : kBySignal + number;
+}

@@ -3,6 +3,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+bool inputStreamIsTerminal() noexcept { return ::isatty(STDIN_FILENO) == 1; }
+
+bool outputStreamIsTerminal() noexcept { return ::isatty(STDOUT_FILENO) == 1; }
+
 bool errorStreamIsTerminal() noexcept { return ::isatty(STDERR_FILENO) == 1; }
 
 int errorStreamColumns() noexcept {

@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "apps/audio_files/audio_format.h"
+#include "apps/audio_files/audio_reader.h"
 #include "apps/audio_files/audio_writer.h"
 #include "apps/effect/effect_runner.h"
 #include "apps/output/failure.h"
@@ -168,6 +171,47 @@ TEST(Text, numbersReadTheSameEverywhere) {
   EXPECT_EQ(durationText(3723.25), "1:02:03.250");
   EXPECT_EQ(padded("\xC3\xA4", 3), "\xC3\xA4  ");
   EXPECT_EQ(oneLine("a\nb"), "a?b");
+}
+
+TEST(AudioTags, areCarriedOverWhereTheContainerHoldsThemAndNamedWhereNot) {
+  const TestDirectory directory;
+  AudioTags tags;
+  tags.texts = {{SF_STR_TITLE, "Title"}, {SF_STR_ALBUM, "fact"}};
+  tags.broadcast.emplace();
+  std::strncpy(tags.broadcast->description, "Take 3", sizeof tags.broadcast->description);
+  tags.broadcast->version = 2;
+  tags.broadcast->loudness_value = -2300;
+  tags.broadcast->time_reference_high = 1;
+  tags.broadcast->time_reference_low = 5;
+  tags.beginEarlier(7);  // across the carry
+  const struct {
+    const char *ending, *lost;
+  } rows[] = {{"wav", ""},
+              {"rf64", ""},
+              {"flac", "BWF description, timecode, "},
+              {"aiff", "album, BWF description, timecode, "},
+              {"w64", "title, album, BWF description, timecode, "}};
+  for (const auto& [ending, lost] : rows) {
+    SCOPED_TRACE(ending);
+    const std::string path = directory.path(std::string("tagged.") + ending);
+    AudioWriter writer(path, audioFormatFor(path, {}), 48000, 1, 1, tags);
+    writer.write(std::array{0.5}.data(), 1);
+    writer.commit();
+    std::string named;
+    for (const std::string& name : writer.lost()) named += name + ", ";
+    EXPECT_EQ(named, lost);
+    const AudioTags read = AudioReader(path).tags();
+    EXPECT_EQ(read.texts.size(), named.starts_with("title") ? 0U
+                                 : named.starts_with("a")   ? 1U
+                                                            : 2U);
+    EXPECT_TRUE(read.texts.empty() || read.texts.front() == tags.texts.front());
+    if (!named.empty()) continue;
+    ASSERT_TRUE(read.broadcast);
+    EXPECT_STREQ(read.broadcast->description, "Take 3");
+    EXPECT_EQ(read.broadcast->time_reference_high, 0U);
+    EXPECT_EQ(read.broadcast->time_reference_low, 0xFFFFFFFEU);
+    EXPECT_EQ(read.broadcast->loudness_value, 0x7FFF) << "of other samples";
+  }
 }
 
 // What is longer than a container can tell is refused before a byte of it is written.

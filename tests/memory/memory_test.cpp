@@ -385,7 +385,7 @@ Attempt running(const TestDirectory& home, const std::string& words) {
     const bool isRefused = WIFEXITED(status) && WEXITSTATUS(status) == 1 && isTold &&
                            (isMade || readBytes(home.path("made.wav")) == "old");
     for (const std::string& name : home.names()) {
-      if (name.ends_with(".part")) return name + " is left behind";
+      if (name.ends_with("-part")) return name + " is left behind";
     }
     return isDone || isRefused ? "" : std::to_string(status) + ' ' + reason;
   };

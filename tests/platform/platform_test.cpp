@@ -111,6 +111,26 @@ TEST(Files, TakeTheirNamesWhenTheyAreWhole) {
   EXPECT_EQ(folder.names(), names);
 }
 
+TEST(Files, AreRemovedWhenTheirWriterWasKilled) {
+  const TestDirectory folder;
+  // Neither a part of somebody else's, nor what is none.
+  writeBytes(folder.path(".file.x.part"), "");
+  fs::create_directory(folder.path(".x.corvanthelis-part"));
+  AtomicFile file;
+  ASSERT_FALSE(file.open(folder.path("file")));
+  const std::vector<std::string> living = folder.names();
+  const auto beKilled = [&folder] {
+    AtomicFile lost;
+    if (!lost.open(folder.path("file"))) raise(SIGKILL);
+  };
+  EXPECT_EXIT(beKilled(), testing::KilledBySignal(SIGKILL), "");
+  EXPECT_EQ(folder.names().size(), living.size() + 1);
+  removeDeadParts(folder.path(""));
+  EXPECT_EQ(folder.names(), living);
+  EXPECT_FALSE(file.commit());
+  EXPECT_TRUE(isFile(folder.path("file")));
+}
+
 TEST(Files, AreNamedByTheirPaths) {
   const struct {
     const char *path, *parent, *extension;
