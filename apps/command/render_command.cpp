@@ -109,7 +109,7 @@ void RenderCommand::addEffectOptions() {
   names.push_back(addOption(app, "--sidechain", sidechain,
                             "One or two channels for the sidechain inputs", {.type = "FILE"}));
   names.push_back(
-      addOption(app, "--automation", automation, "CSV rows seconds,ID,PLAIN", {.type = "FILE"}));
+      addOption(app, "--automation", automation, "CSV rows seconds,ID,VALUE", {.type = "FILE"}));
   addOption(app, "--block", block, "Frames per block",
             {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});
   addFlag(app, "--double", doubles, "Use the effect's 64-bit entry");
@@ -186,7 +186,9 @@ RenderCommand::Plan RenderCommand::plan() const {
   for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
   refuseOverwriting(result.items, alsoRead);
   if (!automation.empty()) {
-    result.options.automation = readAutomationFile(automation);
+    HostedPlug plug(realtime);
+    applyState(plug, result.options.effect.state);
+    result.options.automation = readAutomationFile(automation, plug);
     const std::vector<std::string>& told = result.options.automation.warnings;
     result.warnings.insert(result.warnings.end(), told.begin(), told.end());
   }

@@ -1,7 +1,9 @@
 #include "apps/command/state_options.h"
 
+#include <array>
 #include <cstddef>
 
+#include "apps/effect/effect_runner.h"
 #include "apps/output/failure.h"
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
@@ -32,22 +34,27 @@ CLI::Option* addRepeatable(CLI::App& command, const char* name, const char* valu
 
 SettingOptions::SettingOptions(CLI::App& command)
     : app(command),
-      plain(addRepeatable(command, "--set", "ID=PLAIN",
-                          "Set a parameter in its own unit; repeatable")),
+      plain(addRepeatable(command, "--set", "ID=VALUE",
+                          "Set a parameter, as in kB1Ratio=4:1; repeatable")),
       normalised(addRepeatable(command, "--setn", "ID=NORMALISED",
                                "Set a parameter by its position, 0 to 1; repeatable")) {}
 
-std::vector<Setting> SettingOptions::parse(std::vector<std::string>& warnings) const {
+std::vector<Setting> SettingOptions::parse(Plug& plug, std::vector<std::string>& warnings) const {
+  const UpdateHold hold(plug.updates());
   std::vector<Setting> settings;
   std::size_t nextPlain = 0;
   std::size_t nextNormalised = 0;
   // The list contains an option once for each time it was given.
   for (const CLI::Option* const option : optionsInOrder(app)) {
     if (option == plain) {
-      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, warnings));
+      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, plug, warnings));
     } else if (option == normalised) {
-      settings.push_back(parseSetting(valuesOf(normalised).at(nextNormalised++), true, warnings));
+      settings.push_back(
+          parseSetting(valuesOf(normalised).at(nextNormalised++), true, plug, warnings));
+    } else {
+      continue;
     }
+    applySettings(plug, std::array{settings.back()});
   }
   return settings;
 }
@@ -71,7 +78,6 @@ StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(comman
 EffectState StateOptions::read(std::vector<std::string>& warnings) const {
   refuseEmptyNames(options);
   EffectState result;
-  result.settings = settings.parse(warnings);
   if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);
   if (!bank.empty()) addFile(bank, StateFile::Role::kBank, 0, result, warnings);
   if (!preset.empty()) {
@@ -79,6 +85,11 @@ EffectState StateOptions::read(std::vector<std::string>& warnings) const {
     addFile(path, StateFile::Role::kPreset, 0, result, warnings);
   }
   for (const std::string& text : bands) addBand(text, result, warnings);
+  if (settings.isGiven()) {
+    HostedPlug plug(false);
+    applyState(plug, result);
+    result.settings = settings.parse(plug, warnings);
+  }
   return result;
 }
 

@@ -110,12 +110,13 @@ FormatCommand::FormatCommand(CLI::App& program)
   setFooter(app,
             "Examples:\n"
             "  corvanthelis format kB1Threshold 0 0.5 1\n"
-            "  corvanthelis format --note kB1Frequency 0.5\n"
+            "  corvanthelis format --note kB1Frequency 0.5 '1.5 kHz'\n"
             "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
             "  corvanthelis format --preset Vocals/Soft kB1Position 0");
   addFlag(app, "--note", note, "Show frequencies as musical notes");
   addOption(app, "ID", identifier, "The parameter", {.isRequired = true});
-  addOption(app, "NORMALISED", values, "Positions; what is beyond 0 to 1 counts as the end",
+  addOption(app, "VALUE", values,
+            "Positions from 0 to 1, beyond which the ends count; or texts such as 4:1",
             {.isRequired = true});
 }
 
@@ -123,14 +124,16 @@ int FormatCommand::run() const {
   std::vector<std::string> warnings;
   const EffectState wanted = state.read(warnings);
   const std::int32_t parameter = parameterNumber(identifier);
-  std::vector<float> positions;
-  for (const std::string& text : values) {
-    const auto value = finiteNumber(text);
-    if (!value) throw WrongArguments("'" + text + "' is not a finite number");
-    positions.push_back(static_cast<float>(std::clamp(*value, 0.0, 1.0)));
-  }
   HostedPlug plug(false);
   applyState(plug, wanted);
+  std::vector<float> positions;
+  for (const std::string& text : values) {
+    const auto number = finiteNumber(text);
+    positions.push_back(
+        number ? static_cast<float>(std::clamp(*number, 0.0, 1.0))
+               : plug.plainToNormalised(
+                     parameter, readPlain(parameter, text, plug.textContext(parameter), warnings)));
+  }
   printWarnings(warnings);
   for (const float position : positions) {
     std::array<char, Plug::kParameterTextCapacity> text{};
