@@ -7,6 +7,7 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/output_files.h"
+#include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
 #include "apps/state/state_report.h"
 
@@ -40,10 +41,12 @@ StateCommand::StateCommand(CLI::App& program)
 
 CLI::App& StateCommand::addShow() {
   CLI::App& command = addCommand(app, "show", "Print a file's document as JSON");
-  addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
+  addFile(command, "FILE", first,
+          "A state, preset, bank or band file, packed or plain; or a preset's name");
   setFooter(command,
             "Examples:\n"
             "  corvanthelis state show my.CorvanthelisPreset\n"
+            "  corvanthelis state show De-esser\n"
             "  corvanthelis state show my.CorvanthelisBank >my.json");
   return command;
 }
@@ -65,7 +68,8 @@ CLI::App& StateCommand::addPack() {
 
 CLI::App& StateCommand::addCheck() {
   CLI::App& command = addCommand(app, "check", "Tell what a file is and whether it is sound");
-  addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
+  addFile(command, "FILE", first,
+          "A state, preset, bank or band file, packed or plain; or a preset's name");
   setFooter(
       command,
       "Exit status 0 for a document, with or without findings; 1 for what is none or damaged.\n"
@@ -77,7 +81,7 @@ CLI::App& StateCommand::addCheck() {
 
 CLI::App& StateCommand::addDiff() {
   CLI::App& command = addCommand(app, "diff", "Print which parameters of two files differ");
-  addFile(command, "A", first, "A state, preset or bank; or a band file");
+  addFile(command, "A", first, "A state, preset or bank, or a preset's name; or a band file");
   addFile(command, "B", second, "What it is compared with");
   addOption(command, "--bank", bank, "Compare a bank, A to H, and not the program",
             {.type = "X", .choices = {"A", "B", "C", "D", "E", "F", "G", "H"}});
@@ -96,20 +100,21 @@ int StateCommand::run() const {
     orElse("nothing was written", [this] { writePacked(); });
     return kDone;
   }
-  const StateDocument document = readStateDocument(first);
+  const StateDocument document = readStateDocument(presetFile(first));
   if (isChosen(show)) {
     std::cout << printedText(document) << '\n';
   } else if (isChosen(check)) {
     std::cout << stateReport(document);
   } else if (isChosen(diff)) {
-    std::cout << stateDifference(document, readStateDocument(second), bankNumber(bank));
+    std::cout << stateDifference(document, readStateDocument(presetFile(second)), bankNumber(bank));
   }
   return kDone;
 }
 
 void StateCommand::writePacked() const {
-  refuseOverwriting(std::array{RenderItem{first, second}}, {});
-  const StateDocument document = readStateDocument(first);
+  const std::string input = presetFile(first);
+  refuseOverwriting(std::array{RenderItem{input, second}}, {});
+  const StateDocument document = readStateDocument(input);
   const std::string bytes = stateBytes(printedText(document), document.kind != StateKind::kBand);
   printWarnings(documentFaults(document));
   writeOutput(second, bytes);

@@ -7,7 +7,6 @@
 #include "apps/output/failure.h"
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
-#include "state/machine.h"
 
 namespace {
 
@@ -81,8 +80,7 @@ EffectState StateOptions::read(std::vector<std::string>& warnings) const {
   if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);
   if (!bank.empty()) addFile(bank, StateFile::Role::kBank, 0, result, warnings);
   if (!preset.empty()) {
-    const std::string path = findPreset(preset, walkPresets(Machine::ofProcess().folders()));
-    addFile(path, StateFile::Role::kPreset, 0, result, warnings);
+    addFile(presetFile(preset), StateFile::Role::kPreset, 0, result, warnings);
   }
   for (const std::string& text : bands) addBand(text, result, warnings);
   if (settings.isGiven()) {
