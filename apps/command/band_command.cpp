@@ -1,7 +1,6 @@
 #include "apps/command/band_command.h"
 
 #include <array>
-#include <cstdint>
 
 #include "apps/effect/effect_runner.h"
 #include "apps/effect/effect_state.h"
@@ -125,9 +124,5 @@ void BandCommand::loadBand() const {
   const bool isPreset = isPresetForm(document);
   const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
   plug.setLoadingFlags(hasEditor ? -1 : 0);
-  plug.setCompressionLevel(0);
-  void* data = nullptr;
-  const std::int32_t size = plug.getChunk(&data, isPreset);
-  if (size == 0) throw Failure(output, "not enough memory");
-  writeOutput(output, stateBytes(static_cast<const char*>(data), document.isPacked));
+  writeOutput(output, stateBytes(storedText(plug, isPreset), document.isPacked));
 }

@@ -13,6 +13,7 @@
 #include "apps/output/text.h"
 #include "apps/render/render_job.h"
 #include "apps/render/report.h"
+#include "apps/state/state_document.h"
 #include "platform/clock.h"
 #include "platform/paths.h"
 #include "platform/stop_request.h"
@@ -31,6 +32,7 @@ constexpr const char* kExamples =
     "  corvanthelis render in.wav out.wav --automation moves.csv --json\n"
     "  corvanthelis render *.wav --out-dir done --jobs 4\n"
     "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
+    "  corvanthelis render in.wav out.wav --set kB1Ratio=4:1 --save-preset my.CorvanthelisPreset\n"
     "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
     "\n"
     "Files set the effect first: a state or bank, then a preset, then bands; then --set and "
@@ -110,6 +112,10 @@ void RenderCommand::addEffectOptions() {
                             "One or two channels for the sidechain inputs", {.type = "FILE"}));
   names.push_back(
       addOption(app, "--automation", automation, "CSV rows seconds,ID,VALUE", {.type = "FILE"}));
+  names.push_back(addOption(app, "--save-preset", savedPreset,
+                            "Write the settings of the start as a preset, with the trim that "
+                            "--match-loudness finds for a single file",
+                            {.type = "FILE"}));
   addOption(app, "--block", block, "Frames per block",
             {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});
   addFlag(app, "--double", doubles, "Use the effect's 64-bit entry");
@@ -168,6 +174,28 @@ int RenderCommand::jobCount() const {
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
 }
 
+/// All that is written, with the preset as another output.
+std::vector<RenderItem> RenderCommand::outputs(std::vector<RenderItem> items) const {
+  if (savedPreset.empty()) return items;
+  const std::string folder = parentFolder(savedPreset);
+  if (isFolder(savedPreset)) throw Failure(savedPreset, "is a directory");
+  if (!folder.empty() && !isFolder(folder)) throw Failure(folder, "is no directory");
+  items.push_back({items.front().input, savedPreset});
+  return items;
+}
+
+void RenderCommand::savePreset(EffectState settings, const RenderReport& report) const {
+  if (matchLoudness && !isBatch()) {
+    settings.settings.push_back({kOpTrim, false, static_cast<float>(report.trimAfter)});
+  }
+  HostedPlug plug(realtime);
+  applyState(plug, settings);
+  plug.setLoadingFlags(0);  // without the editor's part
+  const std::string name = savedPreset.substr(savedPreset.rfind('/') + 1);
+  plug.setProgramName(name.substr(0, name.size() - extensionOf(name).size()).c_str());
+  writeOutput(savedPreset, stateBytes(storedText(plug, true), true));
+}
+
 RenderCommand::Plan RenderCommand::plan() const {
   refuseEmptyNames(names);
   if (std::find(files.begin(), files.end(), "") != files.end()) {
@@ -184,7 +212,7 @@ RenderCommand::Plan RenderCommand::plan() const {
   }
   std::vector<std::string> alsoRead = {sidechain, automation};
   for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
-  refuseOverwriting(result.items, alsoRead);
+  refuseOverwriting(outputs(result.items), alsoRead);
   if (!automation.empty()) {
     HostedPlug plug(realtime);
     applyState(plug, result.options.effect.state);
@@ -225,6 +253,9 @@ int RenderCommand::run() {
       told.insert(told.begin(), work.warnings.begin(), work.warnings.end());
     }
     print(work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
+  }
+  if (allDone && !savedPreset.empty()) {
+    savePreset(work.options.effect.state, *outcomes.front().report);
   }
   return allDone ? kDone : kFailed;
 }

@@ -35,6 +35,8 @@ class RenderCommand {
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
   void print(const Plan& work, const std::vector<RenderOutcome>& outcomes,
              double elapsedSeconds) const;
+  [[nodiscard]] std::vector<RenderItem> outputs(std::vector<RenderItem> items) const;
+  void savePreset(EffectState settings, const RenderReport& report) const;
   void checkMatch(const RenderOptions& options) const;
   [[nodiscard]] int jobCount() const;
 
@@ -45,6 +47,7 @@ class RenderCommand {
   std::string outDirectory;
   std::string sidechain;
   std::string automation;
+  std::string savedPreset;
   std::string format;
   int block = 1024;
   int jobs = 0;  // 0: one per core
