@@ -10,6 +10,7 @@
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
 #include "apps/state/state_report.h"
+#include "apps/state/state_texts.h"
 
 namespace {
 
@@ -43,11 +44,16 @@ CLI::App& StateCommand::addShow() {
   CLI::App& command = addCommand(app, "show", "Print a file's document as JSON");
   addFile(command, "FILE", first,
           "A state, preset, bank or band file, packed or plain; or a preset's name");
-  setFooter(command,
-            "Examples:\n"
-            "  corvanthelis state show my.CorvanthelisPreset\n"
-            "  corvanthelis state show De-esser\n"
-            "  corvanthelis state show my.CorvanthelisBank >my.json");
+  addFlag(command, "--texts", asTexts, "Print values as they are shown, as in \"4.00:1\"");
+  setFooter(
+      command,
+      "Values are positions from 0 to 1, of band files plain numbers. All commands that read\n"
+      "documents also accept texts in their place, as for --set.\n"
+      "\n"
+      "Examples:\n"
+      "  corvanthelis state show my.CorvanthelisPreset\n"
+      "  corvanthelis state show De-esser --texts\n"
+      "  corvanthelis state show my.CorvanthelisBank >my.json");
   return command;
 }
 
@@ -100,8 +106,9 @@ int StateCommand::run() const {
     orElse("nothing was written", [this] { writePacked(); });
     return kDone;
   }
-  const StateDocument document = readStateDocument(presetFile(first));
+  StateDocument document = readStateDocument(presetFile(first));
   if (isChosen(show)) {
+    if (asTexts) showValueTexts(document);
     std::cout << printedText(document) << '\n';
   } else if (isChosen(check)) {
     std::cout << stateReport(document);
