@@ -113,8 +113,7 @@ void RenderCommand::addEffectOptions() {
   names.push_back(
       addOption(app, "--automation", automation, "CSV rows seconds,ID,VALUE", {.type = "FILE"}));
   names.push_back(addOption(app, "--save-preset", savedPreset,
-                            "Write the settings of the start as a preset, with the trim that "
-                            "--match-loudness finds for a single file",
+                            "Write the settings of the start, and a matched kOpTrim, as a preset",
                             {.type = "FILE"}));
   addOption(app, "--block", block, "Frames per block",
             {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});

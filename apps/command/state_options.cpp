@@ -33,8 +33,9 @@ CLI::Option* addRepeatable(CLI::App& command, const char* name, const char* valu
 
 SettingOptions::SettingOptions(CLI::App& command)
     : app(command),
-      plain(addRepeatable(command, "--set", "ID=VALUE",
-                          "Set a parameter, as in kB1Ratio=4:1; repeatable")),
+      plain(
+          addRepeatable(command, "--set", "ID=VALUE",
+                        "Set a parameter to a value (see params), as in kB1Ratio=4:1; repeatable")),
       normalised(addRepeatable(command, "--setn", "ID=NORMALISED",
                                "Set a parameter by its position, 0 to 1; repeatable")) {}
 
@@ -67,7 +68,7 @@ StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(comman
   exclude(bankOption, stateOption);
   CLI::Option* const presetOption = addOption(
       command, "--preset", preset,
-      "Load a preset: a file, or a name or Folder/Name of presets list", {.type = "FILE"});
+      "Load a preset: a file, or a name of presets list, as in De-esser", {.type = "FILE"});
   CLI::Option* const bandOption = addOption(
       command, isBandFree ? "--band,--band-file" : "--band-file", bands,
       "Load a band file into band N, 1 to 8; repeatable", {.type = "N=FILE", .isRepeatable = true});

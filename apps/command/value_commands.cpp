@@ -133,7 +133,7 @@ FormatCommand::FormatCommand(CLI::App& program)
   addFlag(app, "--note", note, "Show frequencies as musical notes");
   addOption(app, "ID", identifier, "The parameter", {.isRequired = true});
   addOption(app, "VALUE", values,
-            "Positions from 0 to 1, beyond which the ends count; or texts such as 4:1",
+            "Positions, 0 to 1, beyond which the ends count; or texts such as 4:1",
             {.isRequired = true});
 }
 
