@@ -133,8 +133,14 @@ bool Plug::getVendorString(char* text) {
 }
 
 std::string Plug::parameterText(std::int32_t index, float normalised, bool showNote) const {
-  return valueText(values, index, normalised, simpleNumbers.load(std::memory_order_relaxed),
+  return valueText(index, values.toPlain(index, normalised), values.info(index), textContext(index),
                    showNote);
+}
+
+ValueTextContext Plug::textContext(std::int32_t index) const {
+  ValueTextContext context = valueTextContext(values, index);
+  context.simpleNumbers = simpleNumbers.load(std::memory_order_relaxed);
+  return context;
 }
 
 std::int32_t Plug::setChunk(const void* data, std::int32_t byteSize, bool isPreset) {

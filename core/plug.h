@@ -105,6 +105,9 @@ class Plug : public PlugBaseJSON {
   [[nodiscard]] std::int32_t getLoadingFlags() { return loadingFlags.get(); }
   void setLoadingFlags(std::int32_t flags);
 
+  /// What texts of parameter `index` depend on at present; `index` must be in range. Any thread.
+  [[nodiscard]] ValueTextContext textContext(std::int32_t index) const;
+
   // Edits; see `editing/`.
   [[nodiscard]] PlugEdits& edits() noexcept { return parameterEdits; }
   int addBand(int list, double frequency) { return edits().bands.addBand(list, frequency); }

@@ -230,22 +230,19 @@ std::string ownText(int row, double p, const ParameterRecord& record,
 
 }  // namespace
 
-std::string valueText(const ParameterStore& values, int index, float normalised, bool simpleNumbers,
-                      bool showNote) {
+ValueTextContext valueTextContext(const ParameterStore& values, int index) {
   const auto isOn = [&values](int id) { return values.plain(id) != 0.0F; };
   ValueTextContext context;
   context.extendedRanges = values.plain(kExtendedRanges);
   context.extendedRatios = isOn(kExtendedRatios);
-  context.simpleNumbers = simpleNumbers;
-  if (isBandParameter(index)) {
-    const int band = bandOf(index);
-    context.ratioAbove = values.plain(bandParameterId(band, kB1Ratio));
-    context.ratioBelow = values.plain(bandParameterId(band, kB1RatioB));
-    context.dynamicEq = isOn(bandParameterId(band, kB1Type));
-    context.leftRight = isOn(bandParameterId(band, kB1LR));
-    context.scLeftRight = isOn(bandParameterId(band, kB1SCLR));
-  }
-  return valueText(index, values.toPlain(index, normalised), values.info(index), context, showNote);
+  if (!isBandParameter(index)) return context;
+  const int band = bandOf(index);
+  context.ratioAbove = values.plain(bandParameterId(band, kB1Ratio));
+  context.ratioBelow = values.plain(bandParameterId(band, kB1RatioB));
+  context.dynamicEq = isOn(bandParameterId(band, kB1Type));
+  context.leftRight = isOn(bandParameterId(band, kB1LR));
+  context.scLeftRight = isOn(bandParameterId(band, kB1SCLR));
+  return context;
 }
 
 int rangeMultiplier(float extendedRanges) noexcept {

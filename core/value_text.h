@@ -25,10 +25,8 @@ struct ValueTextContext {
 [[nodiscard]] std::string valueText(int index, float plain, const ParameterRecord& record,
                                     const ValueTextContext& context, bool showNote);
 
-/// As above, for a normalised value; the context is read from `values`. `index` must be in range.
-/// Any thread.
-[[nodiscard]] std::string valueText(const ParameterStore& values, int index, float normalised,
-                                    bool simpleNumbers, bool showNote);
+/// The context of parameter `index` with the present `values`. Any thread.
+[[nodiscard]] ValueTextContext valueTextContext(const ParameterStore& values, int index);
 
 /// The multiplier of `kB1Ceiling` and `kB1Floor`: 1, 2 or 4 for `kExtendedRanges` 0, 1 or 2.
 [[nodiscard]] int rangeMultiplier(float extendedRanges) noexcept;

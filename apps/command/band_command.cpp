@@ -1,13 +1,13 @@
 #include "apps/command/band_command.h"
 
 #include <array>
-#include <cstdint>
 
 #include "apps/effect/effect_runner.h"
 #include "apps/effect/effect_state.h"
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/output_files.h"
+#include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
 
 namespace {
@@ -51,7 +51,8 @@ BandCommand::BandCommand(CLI::App& program)
 
 CLI::App& BandCommand::addSave() {
   CLI::App& command = addCommand(app, "save", "Write a band to a band file");
-  addOption(command, "FILE N OUT", words, "State, preset or bank; band, 1 to 8; the band file",
+  addOption(command, "FILE N OUT", words,
+            "State, preset or its name, or bank; band, 1 to 8; the band file",
             {.isRequired = true});
   addFlag(command, "--default", isDefault, "Write a new band's settings; OUT alone is given");
   setFooter(command,
@@ -59,6 +60,7 @@ CLI::App& BandCommand::addSave() {
             "\n"
             "Examples:\n"
             "  corvanthelis band save my.CorvanthelisPreset 3 deesser.cvb\n"
+            "  corvanthelis band save De-esser 1 deesser.cvb\n"
             "  corvanthelis band save --default plain.cvb");
   return command;
 }
@@ -68,7 +70,7 @@ CLI::App& BandCommand::addLoad() {
   const auto add = [&command](const char* name, std::string& path, const char* description) {
     addOption(command, name, path, description, {.isRequired = true});
   };
-  add("FILE", file, "State, preset or bank");
+  add("FILE", file, "State, preset or its name, or bank");
   addOption(command, "N", band, "The band, 1 to 8",
             {.isRequired = true, .range = {{1, kNumBands}}});
   add("BANDFILE", bandFile, "The band file");
@@ -101,8 +103,9 @@ void BandCommand::saveBand() const {
   int number = 1;
   if (!isDefault) {
     number = parsedBand(words[1]);
-    refuseOverwriting(std::array{RenderItem{words.front(), words.back()}}, {});
-    loadDocument(plug, readFor(words.front(), false));
+    const std::string input = presetFile(words.front());
+    refuseOverwriting(std::array{RenderItem{input, words.back()}}, {});
+    loadDocument(plug, readFor(input, false));
   }
   std::string text;
   plug.saveBand(text, number - 1);
@@ -110,8 +113,9 @@ void BandCommand::saveBand() const {
 }
 
 void BandCommand::loadBand() const {
-  refuseOverwriting(std::array{RenderItem{file, output}}, {bandFile});
-  const StateDocument document = readFor(file, false);
+  const std::string input = presetFile(file);
+  refuseOverwriting(std::array{RenderItem{input, output}}, {bandFile});
+  const StateDocument document = readFor(input, false);
   StateDocument bandDocument = readFor(bandFile, true);
   HostedPlug plug(false);
   loadDocument(plug, document);
@@ -120,9 +124,5 @@ void BandCommand::loadBand() const {
   const bool isPreset = isPresetForm(document);
   const bool hasEditor = jsonGetObjectItem(document.root.get(), documentKey::kSettings) != nullptr;
   plug.setLoadingFlags(hasEditor ? -1 : 0);
-  plug.setCompressionLevel(0);
-  void* data = nullptr;
-  const std::int32_t size = plug.getChunk(&data, isPreset);
-  if (size == 0) throw Failure(output, "not enough memory");
-  writeOutput(output, stateBytes(static_cast<const char*>(data), document.isPacked));
+  writeOutput(output, stateBytes(storedText(plug, isPreset), document.isPacked));
 }

@@ -13,6 +13,7 @@
 #include "apps/output/text.h"
 #include "apps/render/render_job.h"
 #include "apps/render/report.h"
+#include "apps/state/state_document.h"
 #include "platform/byte_stream.h"
 #include "platform/clock.h"
 #include "platform/paths.h"
@@ -33,6 +34,7 @@ constexpr const char* kExamples =
     "  corvanthelis render *.wav --out-dir done --jobs 4\n"
     "  ffmpeg -i in.mp3 -f wav - | corvanthelis render - out.flac\n"
     "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
+    "  corvanthelis render in.wav out.wav --set kB1Ratio=4:1 --save-preset my.CorvanthelisPreset\n"
     "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
     "\n"
     "Files set the effect first: a state or bank, then a preset, then bands; then --set and "
@@ -124,7 +126,10 @@ void RenderCommand::addEffectOptions() {
   names.push_back(addOption(app, "--sidechain", sidechain,
                             "One or two channels for the sidechain inputs", {.type = "FILE"}));
   names.push_back(
-      addOption(app, "--automation", automation, "CSV rows seconds,ID,PLAIN", {.type = "FILE"}));
+      addOption(app, "--automation", automation, "CSV rows seconds,ID,VALUE", {.type = "FILE"}));
+  names.push_back(addOption(app, "--save-preset", savedPreset,
+                            "Write the settings of the start, and a matched kOpTrim, as a preset",
+                            {.type = "FILE"}));
   addOption(app, "--block", block, "Frames per block",
             {.type = "N", .showsDefault = true, .range = {{1, kLargestBlock}}});
   addFlag(app, "--double", doubles, "Use the effect's 64-bit entry");
@@ -228,6 +233,28 @@ int RenderCommand::jobCount() const {
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
 }
 
+/// All that is written, with the preset as another output.
+std::vector<RenderItem> RenderCommand::outputs(std::vector<RenderItem> items) const {
+  if (savedPreset.empty()) return items;
+  const std::string folder = parentFolder(savedPreset);
+  if (isFolder(savedPreset)) throw Failure(savedPreset, "is a directory");
+  if (!folder.empty() && !isFolder(folder)) throw Failure(folder, "is no directory");
+  items.push_back({items.front().input, savedPreset});
+  return items;
+}
+
+void RenderCommand::savePreset(EffectState settings, const RenderReport& report) const {
+  if (matchLoudness && !isBatch()) {
+    settings.settings.push_back({kOpTrim, false, static_cast<float>(report.trimAfter)});
+  }
+  HostedPlug plug(realtime);
+  applyState(plug, settings);
+  plug.setLoadingFlags(0);  // without the editor's part
+  const std::string name = savedPreset.substr(savedPreset.rfind('/') + 1);
+  plug.setProgramName(name.substr(0, name.size() - extensionOf(name).size()).c_str());
+  writeOutput(savedPreset, stateBytes(storedText(plug, true), true));
+}
+
 RenderCommand::Plan RenderCommand::plan() const {
   refuseEmptyNames(names);
   if (std::find(files.begin(), files.end(), "") != files.end()) {
@@ -244,10 +271,12 @@ RenderCommand::Plan RenderCommand::plan() const {
   }
   std::vector<std::string> alsoRead = {sidechain, automation};
   for (const StateFile& file : result.options.effect.state.files) alsoRead.push_back(file.name);
-  refuseOverwriting(result.items, alsoRead);
+  refuseOverwriting(outputs(result.items), alsoRead);
   checkStreams();
   if (!automation.empty()) {
-    result.options.automation = readAutomationFile(automation);
+    HostedPlug plug(realtime);
+    applyState(plug, result.options.effect.state);
+    result.options.automation = readAutomationFile(automation, plug);
     const std::vector<std::string>& told = result.options.automation.warnings;
     result.warnings.insert(result.warnings.end(), told.begin(), told.end());
   }
@@ -289,6 +318,9 @@ int RenderCommand::run() {
       told.insert(told.begin(), work.warnings.begin(), work.warnings.end());
     }
     print(answer, work, outcomes, static_cast<double>(monotonicMilliseconds() - start) * 0.001);
+  }
+  if (allDone && !savedPreset.empty()) {
+    savePreset(work.options.effect.state, *outcomes.front().report);
   }
   return allDone ? kDone : kFailed;
 }

@@ -36,6 +36,8 @@ class RenderCommand {
   [[nodiscard]] bool isBatch() const noexcept { return !outDirectory.empty(); }
   void print(std::ostream& answer, const Plan& work, const std::vector<RenderOutcome>& outcomes,
              double elapsedSeconds) const;
+  [[nodiscard]] std::vector<RenderItem> outputs(std::vector<RenderItem> items) const;
+  void savePreset(EffectState settings, const RenderReport& report) const;
   void checkStreams() const;
   void checkMatch(const Plug& plug, const RenderOptions& options) const;
   void checkSidechain(const Plug& plug, const RenderOptions& options,
@@ -49,6 +51,7 @@ class RenderCommand {
   std::string outDirectory;
   std::string sidechain;
   std::string automation;
+  std::string savedPreset;
   std::string format;
   std::string container;
   int block = 1024;

@@ -7,8 +7,10 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/output_files.h"
+#include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
 #include "apps/state/state_report.h"
+#include "apps/state/state_texts.h"
 
 namespace {
 
@@ -40,11 +42,18 @@ StateCommand::StateCommand(CLI::App& program)
 
 CLI::App& StateCommand::addShow() {
   CLI::App& command = addCommand(app, "show", "Print a file's document as JSON");
-  addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
-  setFooter(command,
-            "Examples:\n"
-            "  corvanthelis state show my.CorvanthelisPreset\n"
-            "  corvanthelis state show my.CorvanthelisBank >my.json");
+  addFile(command, "FILE", first,
+          "A state, preset, bank or band file, packed or plain; or a preset's name");
+  addFlag(command, "--texts", asTexts, "Print values as they are shown, as in \"4.00:1\"");
+  setFooter(
+      command,
+      "Values are positions from 0 to 1, of band files plain numbers. All commands that read\n"
+      "documents also accept texts in their place, as for --set.\n"
+      "\n"
+      "Examples:\n"
+      "  corvanthelis state show my.CorvanthelisPreset\n"
+      "  corvanthelis state show De-esser --texts\n"
+      "  corvanthelis state show my.CorvanthelisBank >my.json");
   return command;
 }
 
@@ -65,7 +74,8 @@ CLI::App& StateCommand::addPack() {
 
 CLI::App& StateCommand::addCheck() {
   CLI::App& command = addCommand(app, "check", "Tell what a file is and whether it is sound");
-  addFile(command, "FILE", first, "A state, preset, bank or band file, packed or plain");
+  addFile(command, "FILE", first,
+          "A state, preset, bank or band file, packed or plain; or a preset's name");
   setFooter(
       command,
       "Exit status 0 for a document, with or without findings; 1 for what is none or damaged.\n"
@@ -77,7 +87,7 @@ CLI::App& StateCommand::addCheck() {
 
 CLI::App& StateCommand::addDiff() {
   CLI::App& command = addCommand(app, "diff", "Print which parameters of two files differ");
-  addFile(command, "A", first, "A state, preset or bank; or a band file");
+  addFile(command, "A", first, "A state, preset or bank, or a preset's name; or a band file");
   addFile(command, "B", second, "What it is compared with");
   addOption(command, "--bank", bank, "Compare a bank, A to H, and not the program",
             {.type = "X", .choices = {"A", "B", "C", "D", "E", "F", "G", "H"}});
@@ -96,20 +106,22 @@ int StateCommand::run() const {
     orElse("nothing was written", [this] { writePacked(); });
     return kDone;
   }
-  const StateDocument document = readStateDocument(first);
+  StateDocument document = readStateDocument(presetFile(first));
   if (isChosen(show)) {
+    if (asTexts) showValueTexts(document);
     std::cout << printedText(document) << '\n';
   } else if (isChosen(check)) {
     std::cout << stateReport(document);
   } else if (isChosen(diff)) {
-    std::cout << stateDifference(document, readStateDocument(second), bankNumber(bank));
+    std::cout << stateDifference(document, readStateDocument(presetFile(second)), bankNumber(bank));
   }
   return kDone;
 }
 
 void StateCommand::writePacked() const {
-  refuseOverwriting(std::array{RenderItem{first, second}}, {});
-  const StateDocument document = readStateDocument(first);
+  const std::string input = presetFile(first);
+  refuseOverwriting(std::array{RenderItem{input, second}}, {});
+  const StateDocument document = readStateDocument(input);
   const std::string bytes = stateBytes(printedText(document), document.kind != StateKind::kBand);
   printWarnings(documentFaults(document));
   writeOutput(second, bytes);

@@ -22,6 +22,7 @@ class StateCommand {
   CLI::App& app;
   std::string first;
   std::string second;
+  bool asTexts = false;
   std::string bank;  // letter; empty for the program
   const CLI::App& show;
   const CLI::App& pack;

@@ -1,11 +1,12 @@
 #include "apps/command/state_options.h"
 
+#include <array>
 #include <cstddef>
 
+#include "apps/effect/effect_runner.h"
 #include "apps/output/failure.h"
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
-#include "state/machine.h"
 
 namespace {
 
@@ -32,22 +33,28 @@ CLI::Option* addRepeatable(CLI::App& command, const char* name, const char* valu
 
 SettingOptions::SettingOptions(CLI::App& command)
     : app(command),
-      plain(addRepeatable(command, "--set", "ID=PLAIN",
-                          "Set a parameter in its own unit; repeatable")),
+      plain(
+          addRepeatable(command, "--set", "ID=VALUE",
+                        "Set a parameter to a value (see params), as in kB1Ratio=4:1; repeatable")),
       normalised(addRepeatable(command, "--setn", "ID=NORMALISED",
                                "Set a parameter by its position, 0 to 1; repeatable")) {}
 
-std::vector<Setting> SettingOptions::parse(std::vector<std::string>& warnings) const {
+std::vector<Setting> SettingOptions::parse(Plug& plug, std::vector<std::string>& warnings) const {
+  const UpdateHold hold(plug.updates());
   std::vector<Setting> settings;
   std::size_t nextPlain = 0;
   std::size_t nextNormalised = 0;
   // The list contains an option once for each time it was given.
   for (const CLI::Option* const option : optionsInOrder(app)) {
     if (option == plain) {
-      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, warnings));
+      settings.push_back(parseSetting(valuesOf(plain).at(nextPlain++), false, plug, warnings));
     } else if (option == normalised) {
-      settings.push_back(parseSetting(valuesOf(normalised).at(nextNormalised++), true, warnings));
+      settings.push_back(
+          parseSetting(valuesOf(normalised).at(nextNormalised++), true, plug, warnings));
+    } else {
+      continue;
     }
+    applySettings(plug, std::array{settings.back()});
   }
   return settings;
 }
@@ -61,7 +68,7 @@ StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(comman
   exclude(bankOption, stateOption);
   CLI::Option* const presetOption = addOption(
       command, "--preset", preset,
-      "Load a preset: a file, or a name or Folder/Name of presets list", {.type = "FILE"});
+      "Load a preset: a file, or a name of presets list, as in De-esser", {.type = "FILE"});
   CLI::Option* const bandOption = addOption(
       command, isBandFree ? "--band,--band-file" : "--band-file", bands,
       "Load a band file into band N, 1 to 8; repeatable", {.type = "N=FILE", .isRepeatable = true});
@@ -71,14 +78,17 @@ StateOptions::StateOptions(CLI::App& command, bool isBandFree) : settings(comman
 EffectState StateOptions::read(std::vector<std::string>& warnings) const {
   refuseEmptyNames(options);
   EffectState result;
-  result.settings = settings.parse(warnings);
   if (!state.empty()) addFile(state, StateFile::Role::kState, 0, result, warnings);
   if (!bank.empty()) addFile(bank, StateFile::Role::kBank, 0, result, warnings);
   if (!preset.empty()) {
-    const std::string path = findPreset(preset, walkPresets(Machine::ofProcess().folders()));
-    addFile(path, StateFile::Role::kPreset, 0, result, warnings);
+    addFile(presetFile(preset), StateFile::Role::kPreset, 0, result, warnings);
   }
   for (const std::string& text : bands) addBand(text, result, warnings);
+  if (settings.isGiven()) {
+    HostedPlug plug(false);
+    applyState(plug, result);
+    result.settings = settings.parse(plug, warnings);
+  }
   return result;
 }
 

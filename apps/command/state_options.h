@@ -12,9 +12,14 @@ class SettingOptions {
  public:
   explicit SettingOptions(CLI::App& command);
 
-  /// Call after parsing. Returns the settings of both options in the order of the command line.
-  /// Throws `WrongArguments`; corrections are added to `warnings`.
-  [[nodiscard]] std::vector<Setting> parse(std::vector<std::string>& warnings) const;
+  // Call after parsing.
+  [[nodiscard]] bool isGiven() const {
+    return !valuesOf(plain).empty() || !valuesOf(normalised).empty();
+  }
+  /// Applies the settings of both options to `plug` in the order of the command line, each read by
+  /// what was set before it, and returns them. Throws `WrongArguments`; corrections are added to
+  /// `warnings`.
+  [[nodiscard]] std::vector<Setting> parse(Plug& plug, std::vector<std::string>& warnings) const;
 
  private:
   const CLI::App& app;

@@ -14,6 +14,7 @@
 #include "apps/output/text.h"
 #include "apps/render/loudness.h"
 #include "core/parameter_table.h"
+#include "core/value_reading.h"
 #include "platform/index.h"
 #include "state/json_document.h"
 
@@ -40,10 +41,18 @@ JsonTree parameterJson(std::int32_t number, const ParameterRecord& record) {
   add("max", decimalJson(record.max));
   add("curve", jsonCreateNumber(record.curve));
   add("group", jsonCreateNumber(groupOf(number)));
+  add("values", jsonCreateString(valueRange(number, record, {}).c_str()));
+  const std::vector<std::string> words = valueWords(number, record, {});
+  if (words.empty()) return entry;
+  JsonTree choices(jsonCreateArray());
+  for (const std::string& word : words) {
+    jsonAddItemToArray(choices.get(), jsonCreateString(word.c_str()));
+  }
+  add("choices", choices.release());
   return entry;
 }
 
-using Columns = std::array<std::string, 9>;
+using Columns = std::array<std::string, 10>;
 
 Columns parameterColumns(std::int32_t number, const ParameterRecord& record) {
   return {std::to_string(number),
@@ -54,16 +63,17 @@ Columns parameterColumns(std::int32_t number, const ParameterRecord& record) {
           shortestText(record.min),
           shortestText(record.max),
           std::to_string(record.curve),
-          std::to_string(groupOf(number))};
+          std::to_string(groupOf(number)),
+          valueRange(number, record, {})};
 }
 
 void printTable(const std::vector<Columns>& rows) {
   // Texts are left-aligned, numbers right-aligned.
-  constexpr std::array<bool, 9> kIsText = {false, true,  true,  true, false,
-                                           false, false, false, false};
-  std::array<std::size_t, 9> widths{};
+  constexpr std::array<bool, 10> kIsText = {false, true,  true,  true,  false,
+                                            false, false, false, false, true};
+  std::array<std::size_t, 10> widths{};
   for (const Columns& row : rows) {
-    for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
+    for (std::size_t c = 0; c + 1 < row.size(); ++c) widths[c] = std::max(widths[c], row[c].size());
   }
   for (const Columns& row : rows) {
     std::string line;
@@ -79,10 +89,17 @@ void printTable(const std::vector<Columns>& rows) {
 
 ParamsCommand::ParamsCommand(CLI::App& program)
     : app(addCommand(program, "params", "List the parameters")) {
-  setFooter(app,
-            "Examples:\n"
-            "  corvanthelis params\n"
-            "  corvanthelis params --json");
+  setFooter(
+      app,
+      "The last column has the texts of values, which --set takes as well as plain numbers:\n"
+      "the words of a choice from min on, or the ends of a range. A ratio of 0.8 is 5:1, as 1\n"
+      "minus 1/5. The texts of limits, ratios and positions change with kExtendedRanges,\n"
+      "kExtendedRatios and the band's LR and SCLR; see format.\n"
+      "\n"
+      "Examples:\n"
+      "  corvanthelis params\n"
+      "  corvanthelis params | grep kB1\n"
+      "  corvanthelis params --json");
   addFlag(app, "--json", json, "Print the list as JSON");
 }
 
@@ -96,7 +113,7 @@ int ParamsCommand::run() const {
     return kDone;
   }
   std::vector<Columns> rows = {
-      {"number", "id", "name", "label", "default", "min", "max", "curve", "group"}};
+      {"number", "id", "name", "label", "default", "min", "max", "curve", "group", "values"}};
   for (std::int32_t i = 0; i < kNumParams; ++i) {
     rows.push_back(parameterColumns(i, kParameterTable[at(i)]));
   }
@@ -110,12 +127,13 @@ FormatCommand::FormatCommand(CLI::App& program)
   setFooter(app,
             "Examples:\n"
             "  corvanthelis format kB1Threshold 0 0.5 1\n"
-            "  corvanthelis format --note kB1Frequency 0.5\n"
+            "  corvanthelis format --note kB1Frequency 0.5 '1.5 kHz'\n"
             "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
             "  corvanthelis format --preset Vocals/Soft kB1Position 0");
   addFlag(app, "--note", note, "Show frequencies as musical notes");
   addOption(app, "ID", identifier, "The parameter", {.isRequired = true});
-  addOption(app, "NORMALISED", values, "Positions; what is beyond 0 to 1 counts as the end",
+  addOption(app, "VALUE", values,
+            "Positions, 0 to 1, beyond which the ends count; or texts such as 4:1",
             {.isRequired = true});
 }
 
@@ -123,14 +141,16 @@ int FormatCommand::run() const {
   std::vector<std::string> warnings;
   const EffectState wanted = state.read(warnings);
   const std::int32_t parameter = parameterNumber(identifier);
-  std::vector<float> positions;
-  for (const std::string& text : values) {
-    const auto value = finiteNumber(text);
-    if (!value) throw WrongArguments("'" + text + "' is not a finite number");
-    positions.push_back(static_cast<float>(std::clamp(*value, 0.0, 1.0)));
-  }
   HostedPlug plug(false);
   applyState(plug, wanted);
+  std::vector<float> positions;
+  for (const std::string& text : values) {
+    const auto number = finiteNumber(text);
+    positions.push_back(
+        number ? static_cast<float>(std::clamp(*number, 0.0, 1.0))
+               : plug.plainToNormalised(
+                     parameter, readPlain(parameter, text, plug.textContext(parameter), warnings)));
+  }
   printWarnings(warnings);
   for (const float position : positions) {
     std::array<char, Plug::kParameterTextCapacity> text{};

@@ -46,6 +46,13 @@ void loadStateFile(Plug& plug, const StateFile& file) {
   requireUpdate(plug);
 }
 
+std::string storedText(Plug& plug, bool isPreset) {
+  plug.setCompressionLevel(0);
+  void* data = nullptr;
+  if (plug.getChunk(&data, isPreset) == 0) throw std::bad_alloc();
+  return static_cast<const char*>(data);
+}
+
 void applyState(Plug& plug, const EffectState& state) {
   for (const StateFile& file : state.files) loadStateFile(plug, file);
   plug.setLockWords(kNoFlags);

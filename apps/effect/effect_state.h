@@ -35,6 +35,10 @@ void applySettings(Plug& plug, std::span<const Setting> settings);
 /// are restored afterwards.
 void loadStateFile(Plug& plug, const StateFile& file);
 
+/// The document of the present settings: a preset, or a state with all banks. Leaves compression
+/// off. Throws std::bad_alloc.
+[[nodiscard]] std::string storedText(Plug& plug, bool isPreset);
+
 /// Applies `state` to a new `plug`. Locks and links of its files are cleared, so that settings and
 /// automation change exactly the parameters that they name.
 void applyState(Plug& plug, const EffectState& state);

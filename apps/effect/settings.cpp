@@ -13,16 +13,14 @@ namespace {
 
 constexpr std::size_t kNamed = 3;  // identifiers suggested for an unknown one
 
-float clampWithWarning(std::int32_t parameter, double value, float min, float max,
-                       std::vector<std::string>& warnings) {
-  const double clamped = std::clamp(value, static_cast<double>(min), static_cast<double>(max));
-  const auto result = static_cast<float>(clamped);
+/// A position within 0 to 1.
+float positionOf(std::int32_t parameter, double value, std::vector<std::string>& warnings) {
+  const double clamped = std::clamp(value, 0.0, 1.0);
   if (clamped != value) {
     warnings.push_back(parameterIdentifier(parameter) + ": " + shortestText(value) +
-                       " is out of range, " + shortestText(result) + " is used (" +
-                       shortestText(min) + " to " + shortestText(max) + ")");
+                       " is out of range, " + shortestText(clamped) + " is used (0 to 1)");
   }
-  return result;
+  return static_cast<float>(clamped);
 }
 
 }  // namespace
@@ -65,24 +63,39 @@ std::vector<std::string> nearestIdentifiers(std::string_view text) {
   return names;
 }
 
-float plainInRange(std::int32_t parameter, double plain, std::vector<std::string>& warnings) {
+float readPlain(std::int32_t parameter, std::string_view text, const ValueTextContext& context,
+                std::vector<std::string>& warnings) {
   const ParameterRecord& record = kParameterTable[at(parameter)];
-  return clampWithWarning(parameter, plain, record.min, record.max, warnings);
+  const auto read = readValue(parameter, text, record, context);
+  const bool isFine = read && !read->isOutside;
+  if (isFine) return read->plain;
+  const std::string id = parameterIdentifier(parameter);
+  const std::string range = " (" + valueRange(parameter, record, context) + ")";
+  const std::string given = shownName(trimmed(text));
+  if (!read) throw WrongArguments(id + ": '" + given + "' is none of its values" + range);
+  std::string warning = id + ": " + given + " is out of range, " +
+                        valueText(parameter, read->plain, record, context, false) + " is used" +
+                        range;
+  if (isRatio(parameter) && finiteNumber(text)) warning += "; write " + given + ":1 for a ratio";
+  warnings.push_back(warning);
+  return read->plain;
 }
 
-Setting parseSetting(std::string_view text, bool isNormalised, std::vector<std::string>& warnings) {
+Setting parseSetting(std::string_view text, bool isNormalised, const Plug& plug,
+                     std::vector<std::string>& warnings) {
   const std::size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
     throw WrongArguments("'" + shownName(text) + "' should read ID=VALUE");
   }
   const std::int32_t parameter = parameterNumber(trimmed(text.substr(0, equals)));
-  const std::string_view valueText = text.substr(equals + 1);
-  const auto value = finiteNumber(valueText);
-  if (!value) {
-    throw WrongArguments(parameterIdentifier(parameter) + ": '" + shownName(valueText) +
+  const std::string_view value = text.substr(equals + 1);
+  if (!isNormalised) {
+    return {parameter, false, readPlain(parameter, value, plug.textContext(parameter), warnings)};
+  }
+  const auto position = finiteNumber(value);
+  if (!position) {
+    throw WrongArguments(parameterIdentifier(parameter) + ": '" + shownName(value) +
                          "' is not a finite number");
   }
-  const float inRange = isNormalised ? clampWithWarning(parameter, *value, 0.0F, 1.0F, warnings)
-                                     : plainInRange(parameter, *value, warnings);
-  return {parameter, isNormalised, inRange};
+  return {parameter, true, positionOf(parameter, *position, warnings)};
 }

@@ -5,6 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "core/plug.h"
+#include "core/value_reading.h"
+
 /// A value for a parameter, normalised or plain as the user gave it.
 struct Setting {
   std::int32_t parameter;  ///< 0..421
@@ -26,11 +29,14 @@ struct Setting {
 /// Up to three known identifiers, nearest first, by case-insensitive edit distance.
 [[nodiscard]] std::vector<std::string> nearestIdentifiers(std::string_view text);
 
-/// Clamps `plain` (finite) to the range of `parameter`; a change adds a sentence to `warnings`.
-[[nodiscard]] float plainInRange(std::int32_t parameter, double plain,
-                                 std::vector<std::string>& warnings);
+/// The plain value of `parameter` that `text` stands for (see `readValue`). Throws
+/// `WrongArguments`, with the texts that there are, if it stands for none. A value out of range is
+/// clamped, with a sentence in `warnings`.
+[[nodiscard]] float readPlain(std::int32_t parameter, std::string_view text,
+                              const ValueTextContext& context, std::vector<std::string>& warnings);
 
-/// Reads "ID=VALUE". Throws `WrongArguments` for an unknown ID or a value that is no finite number.
-/// A value out of range is clamped, with a sentence in `warnings`.
-[[nodiscard]] Setting parseSetting(std::string_view text, bool isNormalised,
+/// Reads "ID=VALUE" with a value as for `readPlain`, by the present settings of `plug`, or a number
+/// from 0 to 1. Throws `WrongArguments` for an unknown ID or value. A value out of range is
+/// clamped, with a sentence in `warnings`.
+[[nodiscard]] Setting parseSetting(std::string_view text, bool isNormalised, const Plug& plug,
                                    std::vector<std::string>& warnings);

@@ -1,7 +1,13 @@
 #include "apps/presets/preset_lookup.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 #include "apps/output/failure.h"
+#include "apps/output/text.h"
 #include "platform/paths.h"
+#include "state/machine.h"
 
 namespace {
 
@@ -31,6 +37,58 @@ std::string namesOf(const std::vector<Preset>& presets) {
   return names;
 }
 
+/// A name without the number by which folders are sorted, as in "01 De-esser".
+std::string_view withoutNumber(std::string_view name) {
+  const std::size_t end = name.find_first_not_of("0123456789");
+  const bool isNumbered = end != 0 && end != name.npos && name[end] == ' ';
+  return isNumbered ? trimmed(name.substr(end)) : name;
+}
+
+/// In lower case, each part without its number.
+std::string plainName(std::string_view name) {
+  std::string result;
+  while (true) {
+    const std::size_t end = std::min(name.find('/'), name.size());
+    result += lowered(withoutNumber(name.substr(0, end)));
+    if (end == name.size()) return result;
+    result += '/';
+    name.remove_prefix(end + 1);
+  }
+}
+
+bool isSame(const std::string& name, const std::string& wanted) {
+  return name == wanted || name.ends_with("/" + wanted);
+}
+
+/// The presets whose name ends in `wanted`; those that are so called first of all.
+std::vector<Preset> presetsNamed(const std::string& wanted, const std::vector<Preset>& all) {
+  std::vector<Preset> found;
+  const auto take = [&](const auto& isMeant) {
+    if (found.empty()) std::ranges::copy_if(all, std::back_inserter(found), isMeant);
+  };
+  take([&](const Preset& preset) { return preset.name == wanted; });
+  take([&](const Preset& preset) { return isSame(preset.name, wanted); });
+  take([&](const Preset& preset) { return isSame(lowered(preset.name), lowered(wanted)); });
+  take([&](const Preset& preset) { return isSame(plainName(preset.name), plainName(wanted)); });
+  return found;
+}
+
+/// The file of the preset called `name` in `trees`.
+std::string findPreset(const std::string& name, const PresetTrees& trees) {
+  std::string wanted = name;
+  if (wanted.ends_with(extension())) wanted.resize(wanted.size() - extension().size());
+  std::vector<Preset> all;
+  addPresets(trees.user, "User/", all);
+  addPresets(trees.factory, "Factory/", all);
+  const std::vector<Preset> found = presetsNamed(wanted, all);
+  if (found.size() == 1) return found.front().path;
+  if (found.empty() && isThere(name)) return name;  // a folder: reading it gives the error message
+  if (found.empty()) {
+    throw Failure(name, "no such file, nor a preset of that name (see presets list)");
+  }
+  throw Failure(name, std::to_string(found.size()) + " presets have that name: " + namesOf(found));
+}
+
 }  // namespace
 
 PresetTrees walkPresets(const InstallFolders& folders) {
@@ -43,23 +101,8 @@ PresetTrees walkPresets(const InstallFolders& folders) {
   return trees;
 }
 
-std::string findPreset(const std::string& name, const PresetTrees& trees) {
-  const bool exists = isThere(name);
-  if (exists && !isFolder(name)) return name;
-  std::string wanted = name;
-  if (wanted.ends_with(extension())) wanted.resize(wanted.size() - extension().size());
-  std::vector<Preset> all;
-  addPresets(trees.user, "User/", all);
-  addPresets(trees.factory, "Factory/", all);
-  std::vector<Preset> found;
-  for (const Preset& preset : all) {
-    if (preset.name == wanted) return preset.path;
-    if (preset.name.ends_with("/" + wanted)) found.push_back(preset);
-  }
-  if (found.size() == 1) return found.front().path;
-  if (found.empty() && exists) return name;  // a folder: reading it gives the error message
-  if (found.empty()) {
-    throw Failure(name, "no such file, nor a preset of that name (see presets list)");
-  }
-  throw Failure(name, std::to_string(found.size()) + " presets have that name: " + namesOf(found));
+std::string presetFile(const std::string& name) {
+  if (name.empty()) throw WrongArguments("the name of a file is empty");
+  if (isThere(name) && !isFolder(name)) return name;
+  return findPreset(name, walkPresets(Machine::ofProcess().folders()));
 }

@@ -14,8 +14,8 @@ struct PresetTrees {
 
 [[nodiscard]] PresetTrees walkPresets(const InstallFolders& folders);
 
-/// Finds the file that a user means by `name`: a file of that name, otherwise a preset in the
-/// trees. The full name of a preset is "User/Folder/Name" or "Factory/Folder/Name"; leading parts
-/// and the extension may be omitted. Throws `Failure` if there is none or, listing them, if there
-/// are several.
-[[nodiscard]] std::string findPreset(const std::string& name, const PresetTrees& trees);
+/// The file that a user means by `name`: a file of that name, otherwise a preset of this machine.
+/// The full name of a preset is "User/Folder/Name" or "Factory/Folder/Name"; leading parts, the
+/// numbers before names and the extension may be left out, and case matters only between presets
+/// that it tells apart. Throws `Failure` if there is none or, listing them, if there are several.
+[[nodiscard]] std::string presetFile(const std::string& name);

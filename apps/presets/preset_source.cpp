@@ -89,7 +89,7 @@ class ObjectReader {
     try {
       const std::int32_t parameter = parameterNumber(key);
       std::vector<std::string> warnings;
-      const float plain = plainInRange(parameter, member.valueDouble, warnings);
+      const float plain = readPlain(parameter, shortestText(member.valueDouble), {}, warnings);
       if (!warnings.empty()) fail(warnings.front());
       return {parameter, false, plain};
     } catch (const WrongArguments& unknown) {

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <istream>
 #include <limits>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -24,7 +22,7 @@ using Fields = std::array<std::string_view, 3>;
 
 Fields splitRow(std::string_view row) {
   if (std::count(row.begin(), row.end(), ',') != 2) {
-    throw WrongArguments("a row should read seconds,ID,PLAIN");
+    throw WrongArguments("a row should read seconds,ID,VALUE");
   }
   const std::size_t first = row.find(',');
   const std::size_t second = row.find(',', first + 1);
@@ -34,22 +32,58 @@ Fields splitRow(std::string_view row) {
 
 bool isHeading(std::string_view row) { return lowered(row).starts_with("seconds,id,"); }
 
-AutomationPoint parseRow(std::string_view row, std::vector<std::string>& warnings) {
+/// A row whose value is not read yet; what it means may depend on earlier ones.
+struct Row {
+  double seconds;
+  std::int32_t parameter;
+  int line;
+  std::string_view value;
+};
+
+Row parseRow(std::string_view row, int line) {
   const Fields fields = splitRow(row);
   const auto seconds = finiteNumber(fields[0]);
   if (!seconds || *seconds < 0.0) {
     throw WrongArguments("'" + shownName(fields[0]) + "' is not a time in seconds");
   }
-  const std::int32_t parameter = parameterNumber(fields[1]);
-  const auto plain = finiteNumber(fields[2]);
-  if (!plain) throw WrongArguments("'" + shownName(fields[2]) + "' is not a finite number");
-  return {*seconds, parameter, plainInRange(parameter, *plain, warnings)};
+  return {*seconds, parameterNumber(fields[1]), line, fields[2]};
 }
 
-/// `line` without a comment and the blanks around it.
+/// `line` without a comment and the blanks around it. The sharp of a note begins no comment.
 std::string_view content(std::string_view line, bool isFirst) {
   if (isFirst && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
-  return trimmed(line.substr(0, line.find('#')));
+  std::size_t end = line.find('#');
+  const auto isSharp = [line](std::size_t mark) {
+    return mark > 0 && mark < line.size() &&
+           std::string_view("acdfgACDFG").find(line[mark - 1]) != std::string_view::npos;
+  };
+  while (isSharp(end)) end = line.find('#', end + 1);
+  return trimmed(line.substr(0, end));
+}
+
+std::string placeOf(const std::string& name, int line) { return name + ":" + std::to_string(line); }
+
+/// The rows of a file, by time.
+std::vector<Row> sortedRows(std::string_view text, const std::string& name) {
+  std::vector<Row> rows;
+  bool headingAllowed = true;
+  for (int line = 1; !text.empty(); ++line) {
+    if (stopRequested()) throw Failure(name, "interrupted");
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view row = content(text.substr(0, end), line == 1);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (row.empty()) continue;
+    if (!std::exchange(headingAllowed, false) || !isHeading(row)) {
+      try {
+        rows.push_back(parseRow(row, line));
+      } catch (const WrongArguments& fault) {
+        throw Failure(placeOf(name, line), fault.what());
+      }
+    }
+  }
+  std::stable_sort(rows.begin(), rows.end(),
+                   [](const Row& a, const Row& b) { return a.seconds < b.seconds; });
+  return rows;
 }
 
 double frameOf(const AutomationPoint& point, double sampleRate) noexcept {
@@ -71,24 +105,19 @@ bool Automation::touches(std::int32_t parameter) const noexcept {
                      [parameter](const auto& point) { return point.parameter == parameter; });
 }
 
-Automation readAutomation(std::istream& text, const std::string& name) {
+Automation readAutomation(std::string_view text, const std::string& name, Plug& plug) {
   Automation result;
-  bool headingAllowed = true;
-  std::string line;
   std::size_t untold = 0;
-  for (int number = 1; std::getline(text, line); ++number) {
+  const UpdateHold hold(plug.updates());
+  for (const Row& row : sortedRows(text, name)) {
     if (stopRequested()) throw Failure(name, "interrupted");
-    const std::string_view row = content(line, number == 1);
-    if (row.empty()) continue;
-    if (headingAllowed && isHeading(row)) {
-      headingAllowed = false;
-      continue;
-    }
-    headingAllowed = false;
-    const std::string place = name + ":" + std::to_string(number);
+    const std::string place = placeOf(name, row.line);
     std::vector<std::string> told;
     try {
-      result.points.push_back(parseRow(row, told));
+      const ValueTextContext context = plug.textContext(row.parameter);
+      const float plain = readPlain(row.parameter, row.value, context, told);
+      result.points.push_back({row.seconds, row.parameter, plain});
+      plug.setParameter(row.parameter, plug.plainToNormalised(row.parameter, plain));
     } catch (const WrongArguments& fault) {
       throw Failure(place, fault.what());
     }
@@ -100,14 +129,11 @@ Automation readAutomation(std::istream& text, const std::string& name) {
       }
     }
   }
-  if (text.bad()) throw Failure(name, "cannot be read");
   addCountOfMore(result.warnings, untold);
-  std::stable_sort(result.points.begin(), result.points.end(),
-                   [](const auto& a, const auto& b) { return a.seconds < b.seconds; });
   return result;
 }
 
-Automation readAutomationFile(const std::string& path) {
+Automation readAutomationFile(const std::string& path, Plug& plug) {
   constexpr std::size_t kMostBytes = std::size_t{64} << 20;
   std::string bytes;
   if (const std::error_code error = readWholeFile(path, bytes, kMostBytes)) {
@@ -115,8 +141,7 @@ Automation readAutomationFile(const std::string& path) {
     throw Failure(
         path, isTooLarge ? "is larger than 64 MiB" : "cannot be read (" + error.message() + ")");
   }
-  std::istringstream text(std::move(bytes));
-  return readAutomation(text, path);
+  return readAutomation(bytes, path, plug);
 }
 
 AutomationCursor::AutomationCursor(const Automation& automation, double sampleRate)

@@ -3,11 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "apps/effect/effect_runner.h"
+#include "core/plug.h"
 
 /// A change of one parameter at a point in time.
 struct AutomationPoint {
@@ -26,11 +27,12 @@ struct Automation {
   [[nodiscard]] std::int64_t countFrom(std::int64_t frame, double sampleRate) const noexcept;
 };
 
-/// Reads rows "seconds,ID,PLAIN". Blank lines, a heading in the first row and everything after a
-/// '#' are skipped. Throws `Failure` with `name`, the line and the reason. Values out of range are
-/// clamped, with a warning.
-[[nodiscard]] Automation readAutomation(std::istream& text, const std::string& name);
-[[nodiscard]] Automation readAutomationFile(const std::string& path);
+/// Reads rows "seconds,ID,VALUE", with values as for `readPlain`. Blank lines, a heading in the
+/// first row and everything after a '#' are skipped. `plug` has the settings of the start, by which
+/// values are read; it is left with those of the end. Throws `Failure` with `name`, the line and
+/// the reason. Values out of range are clamped, with a warning.
+[[nodiscard]] Automation readAutomation(std::string_view text, const std::string& name, Plug& plug);
+[[nodiscard]] Automation readAutomationFile(const std::string& path, Plug& plug);
 
 /// Gives out the points of an automation when the frame comes at which each is to be set: as much
 /// later than its time as the effect delays the sound on its way to where the parameter acts.

@@ -13,8 +13,10 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/text.h"
+#include "apps/state/state_texts.h"
 #include "core/parameter_table.h"
 #include "core/plug.h"
+#include "core/value_reading.h"
 #include "editing/band_files.h"
 #include "host/curves.h"
 #include "platform/index.h"
@@ -128,6 +130,11 @@ std::optional<float> valueOf(const JsonNode& entry, float min, float max, Stored
   return std::clamp(value, min, max);
 }
 
+std::string rangeOf(std::string_view key) {
+  const std::int32_t number = parameterKeyTable().find(key);
+  return valueRange(number, kParameterTable[at(number)], {});
+}
+
 std::string sentenceOf(const StoredFault& fault) {
   const std::string key = shownName(fault.key);
   switch (fault.kind) {
@@ -136,7 +143,7 @@ std::string sentenceOf(const StoredFault& fault) {
     case StoredFault::Kind::kNoPlace:
       return key + " has no place in a band file";
     case StoredFault::Kind::kNoNumber:
-      return key + " is no number and counts as 0";
+      return key + " is none of its values (" + rangeOf(fault.key) + ") and counts as 0";
     case StoredFault::Kind::kBoundless:
       return key + " is beyond all bounds and is passed over";
     case StoredFault::Kind::kOutOfRange:
@@ -173,6 +180,7 @@ StateDocument readStateDocument(const std::string& path) {
   document.text = contentOf(path, document.isPacked ? unpacked(path, bytes) : std::move(bytes));
   document.root = parsedWhole(path, document.text);
   document.kind = kindOf(path, document.root.get());
+  readValueTexts(document);
   return document;
 }
 
@@ -270,11 +278,13 @@ std::vector<std::string> documentFaults(const StateDocument& document) {
       }
     }
   }
-  std::vector<std::string> faults;
+  const std::size_t count = document.textFaults.size() + found.size();
+  std::vector<std::string> faults = document.textFaults;
+  faults.resize(std::min(faults.size(), kMostTold));
   for (const auto& [fault, inSets] : found) {
     if (faults.size() == kMostTold) break;
     faults.push_back(inSets + ": " + sentenceOf(fault));
   }
-  addCountOfMore(faults, found.size() - faults.size());
+  addCountOfMore(faults, count - faults.size());
   return faults;
 }

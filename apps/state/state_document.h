@@ -24,8 +24,9 @@ struct StateDocument {
   StateKind kind = StateKind::kPreset;
   bool isPacked = false;
   std::size_t fileBytes = 0;
-  std::string text;  ///< unpacked, without byte order mark and final zero
-  JsonTree root;     ///< an object
+  std::string text;                     ///< unpacked, without byte order mark and final zero
+  JsonTree root;                        ///< an object
+  std::vector<std::string> textFaults;  ///< values that were given as texts and are out of range
 
   [[nodiscard]] bool hasVersionMark() const {
     return jsonGetObjectItem(root.get(), documentKey::kVersionMark);
@@ -33,7 +34,8 @@ struct StateDocument {
 };
 
 /// Reads a file. Throws `Failure` if it cannot be read, is damaged or contains no document; with
-/// line and column ("file:3:14: ...") if its text is no JSON.
+/// line and column ("file:3:14: ...") if its text is no JSON. Values may be texts; see
+/// `readValueTexts`.
 [[nodiscard]] StateDocument readStateDocument(const std::string& path);
 
 /// The document as formatted text, without a line end. Throws `Failure` if it contains a number

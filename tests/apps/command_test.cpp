@@ -67,7 +67,7 @@ class StateFiles : public ProgramTest {
   static void set(Plug& plug, const std::vector<std::string>& texts) {
     std::vector<std::string> warnings;
     for (const std::string& text : texts) {
-      applySettings(plug, std::array{parseSetting(text, false, warnings)});
+      applySettings(plug, std::array{parseSetting(text, false, plug, warnings)});
     }
   }
   void store(const char* name, Plug& plug, bool isPreset, int compression) const {

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/value_text.h"
+#include "core/value_reading.h"
 #include "host/curves.h"
 #include "tests/core/plug_rig.h"
 #include "tests/support/data_rows.h"
@@ -53,6 +53,59 @@ TEST(ValueText, ShowsEachParameterInItsWords) {
         const string text = valueText(index, plain, record, context, isNote);
         std::setlocale(LC_NUMERIC, before.c_str());
         EXPECT_EQ(text, cell.substr(equals + 1)) << row[0];
+      }
+    }
+  }
+}
+
+/// What people write: "text=plain", "text=plain!" out of range, or what is refused without a "=".
+TEST(ValueText, ReadsWhatPeopleWrite) {
+  for (const DataRow& row : dataRows(TEST_DATA "/readings.txt", 24)) {
+    const int index = parameterKeyTable().find("k" + row[0]);
+    ASSERT_GE(index, 0) << row[0];
+    ValueTextContext context;
+    for (const string& cell : row) take(cell, context);
+    for (std::size_t i = 2; i < row.size() && !row[i].empty(); ++i) {
+      const auto equals = std::min(row[i].find('='), row[i].size());
+      const auto read = readValue(index, row[i].substr(0, equals),
+                                  kParameterTable[static_cast<std::size_t>(index)], context);
+      std::ostringstream shown;
+      shown << row[i].substr(0, equals);
+      if (read) shown << '=' << read->plain << (read->isOutside ? "!" : "");
+      EXPECT_EQ(shown.str(), row[i]) << row[0];
+    }
+  }
+}
+
+/// What each parameter shows, in 12 settings of what its texts depend on, reads back as a value
+/// that is shown by the same text once the effect has taken it.
+TEST(ValueText, ReadsWhatItShows) {
+  constexpr int kPositions = 53;
+  for (int setting = 0; setting < 12 * kNumParams; ++setting) {
+    const int index = setting % kNumParams;
+    const int kind = setting / kNumParams;
+    ValueTextContext context;
+    context.extendedRanges = static_cast<float>(kind % 3);
+    context.extendedRatios = kind % 2 == 0;
+    if (kind < 6) take("above", context);
+    context.simpleNumbers = kind % 4 == 0;
+    context.dynamicEq = context.leftRight = kind < 6;
+    const ParameterRecord& record = kParameterTable[static_cast<std::size_t>(index)];
+    const auto shownAt = [&](float position, bool isNote) {
+      const float plain = normalisedToPlain(position, record.min, record.max, record.curve);
+      return valueText(index, plain, record, context, isNote);
+    };
+    for (int i = -2; i <= kPositions; ++i) {
+      // Beside the ends, too, and at other places each time.
+      const float inside =
+          (static_cast<float>(i) + 0.001F * static_cast<float>(setting % 997)) / kPositions;
+      const float position = i == -2 ? 1e-5F : i == -1 ? 1.0F - 1e-5F : std::min(inside, 1.0F);
+      for (const bool isNote : {false, true}) {
+        const string shown = shownAt(position, isNote);
+        const auto read = readValue(index, shown, record, context);
+        ASSERT_TRUE(read && !read->isOutside) << record.name << ' ' << shown;
+        const float taken = plainToNormalised(read->plain, record.min, record.max, record.curve);
+        ASSERT_EQ(shownAt(taken, isNote), shown) << record.name << " at " << position;
       }
     }
   }

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "apps/state/state_document.h"
+
+// Values of stored documents as people write them: texts as for `readPlain`, read by the other
+// values of the same program, bank or band.
+
+/// Replaces texts by the numbers that they stand for. Values out of range are clamped, with a
+/// sentence in `textFaults`; what is no value of its parameter stays. Throws `Failure` as
+/// `printedText`.
+void readValueTexts(StateDocument& document);
+
+/// Replaces numbers by the texts with which they are shown, for printing.
+void showValueTexts(StateDocument& document);
