@@ -117,7 +117,7 @@ CurveCommand::CurveCommand(CLI::App& program)
             "  corvanthelis curve --band 2 --set kB2State=1 --set kB2Type=1 --set kB2SubType=3\n"
             "  corvanthelis curve --band 1 --set kB1Type=1 --measured --rate 96000 --points 2000\n"
             "  corvanthelis curve --band 1 --set kB1Type=1 --measured --impulse\n"
-            "  corvanthelis curve --band 2 --preset Vocals/Soft");
+            "  corvanthelis curve --band 1 --preset De-esser");
   addOption(app, "--band", band, "The band, 1 to 8",
             {.type = "N", .isRequired = true, .range = {{1, kNumBands}}});
   addOption(app, "--points", points, "Frequencies from 10 to 24000 Hz",

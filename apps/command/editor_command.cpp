@@ -62,7 +62,7 @@ PictureCommand::PictureCommand(CLI::App& program, Kind what)
                   "\n"
                   "  corvanthelis " +
                   name +
-                  " --mode advanced --zoom 1.5 --preset Vocals/Soft\n"
+                  " --mode advanced --zoom 1.5 --preset De-esser\n"
                   "  corvanthelis " +
                   name + " --in song.wav --seconds 2 --events clicks.txt")
                      .c_str());
@@ -129,7 +129,7 @@ GuiCommand::GuiCommand(CLI::App& program)
   setFooter(app,
             "Examples:\n"
             "  corvanthelis gui\n"
-            "  corvanthelis gui --preset Vocals/Soft");
+            "  corvanthelis gui --preset De-esser");
 }
 
 int GuiCommand::run() const {

@@ -24,8 +24,8 @@ constexpr const char* kFooter =
     "Exit status: 0 done, 1 the work failed, 2 wrong arguments, 130 stopped by Ctrl-C.\n"
     "\n"
     "Examples:\n"
-    "  corvanthelis render in.wav out.wav --set kB1Threshold=-20\n"
-    "  corvanthelis render in.wav out.wav --preset Vocals/Soft\n"
+    "  corvanthelis render in.wav out.wav --set kB1Threshold=-30 --set kB1Ratio=4:1\n"
+    "  corvanthelis render in.wav out.wav --preset 'Bus Glue'\n"
     "  corvanthelis params\n"
     "  corvanthelis render --help";
 

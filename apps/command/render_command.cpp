@@ -27,13 +27,14 @@ constexpr int kMostJobs = 256;
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  corvanthelis render in.wav out.wav --set kB1Threshold=-20 --set kB1Ratio=0.5\n"
+    "  corvanthelis render in.wav out.wav --set kB1Threshold=-30 --set kB1Ratio=4:1\n"
     "  corvanthelis render in.wav out.flac --match-loudness\n"
-    "  corvanthelis render music.wav ducked.wav --sidechain voice.wav --set kB1SCSrc=2\n"
+    "  corvanthelis render music.wav ducked.wav --sidechain voice.wav --set kB1SCSrc=Ext "
+    "--set kB1Threshold=-30 --set kB1Ratio=4:1\n"
     "  corvanthelis render in.wav out.wav --automation moves.csv --json\n"
     "  corvanthelis render *.wav --out-dir done --jobs 4\n"
     "  ffmpeg -i in.mp3 -f wav - | corvanthelis render - out.flac\n"
-    "  corvanthelis render in.wav out.wav --preset Vocals/Soft --set kOpTrim=-1\n"
+    "  corvanthelis render in.wav out.wav --preset 'Lead Vocal Leveller' --set kOpTrim=-1\n"
     "  corvanthelis render in.wav out.wav --set kB1Ratio=4:1 --save-preset my.CorvanthelisPreset\n"
     "  corvanthelis render in.wav out.wav --state session.json --band 3=deesser.cvb\n"
     "\n"
@@ -225,7 +226,7 @@ void RenderCommand::checkSidechain(const Plug& plug, const RenderOptions& render
   }
   if (isHeard || sidechain.empty()) return;
   warnings.push_back(sidechain + ": no band listens to it; set the source of one, as in " +
-                     "--set kB1SCSrc=2");
+                     "--set kB1SCSrc=Ext");
 }
 
 int RenderCommand::jobCount() const {

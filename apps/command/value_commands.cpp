@@ -129,7 +129,7 @@ FormatCommand::FormatCommand(CLI::App& program)
             "  corvanthelis format kB1Threshold 0 0.5 1\n"
             "  corvanthelis format --note kB1Frequency 0.5 '1.5 kHz'\n"
             "  corvanthelis format --set kExtendedRatios=1 kB1Ratio 0.25\n"
-            "  corvanthelis format --preset Vocals/Soft kB1Position 0");
+            "  corvanthelis format --preset De-esser kB1Frequency 0.5");
   addFlag(app, "--note", note, "Show frequencies as musical notes");
   addOption(app, "ID", identifier, "The parameter", {.isRequired = true});
   addOption(app, "VALUE", values,

@@ -164,9 +164,7 @@ class HostedLv2 final : public Hosted {
   static std::optional<Lv2Library>& library() { return loaded<Lv2Library>(CORVANTHELIS_LV2); }
 
   explicit HostedLv2(const HostSetup& itsSetup)
-      : Hosted(itsSetup),
-        rig(layoutOf(setup),
-            setup.rate, Lv2Rig::kWorker, {}, library()->find) {}
+      : Hosted(itsSetup), rig(layoutOf(setup), setup.rate, Lv2Rig::kWorker, {}, library()->find) {}
 
   static const lv2::PortLayout& layoutOf(const HostSetup& wanted) {
     return *std::ranges::find_if(lv2::kPlugins, [&wanted](const lv2::PortLayout& plugin) {

@@ -180,7 +180,8 @@ class Lv2Sessions : public testing::Test {
     if (name == "logged") return std::to_string(rig->errors);
     if (name == "latency") return std::to_string(rig->latency());
     if (name.starts_with("reduction")) {
-      const int port = name == "reduction" ? kStereo.chainGain() : kStereo.bandGain(name.back() - '1');
+      const int port =
+          name == "reduction" ? kStereo.chainGain() : kStereo.bandGain(name.back() - '1');
       return number(static_cast<double>(rig->control(port)));
     }
     if (name == "level") {

@@ -214,9 +214,8 @@ Statements parameterPort(const PortLayout& plugin, int place) {
     description.add("rdf:value", turtleDecimal(point.value));
     port.add("lv2:scalePoint", description.blankNode());
   }
-  port.add("pg:group",
-           parameterGroupUri(plugin, isBandParameter(id) ? bandSymbol(bandOf(id))
-                                                         : std::string(kGlobalSymbol)));
+  port.add("pg:group", parameterGroupUri(plugin, isBandParameter(id) ? bandSymbol(bandOf(id))
+                                                                     : std::string(kGlobalSymbol)));
   return port;
 }
 
