@@ -19,9 +19,7 @@ class SharedBuffers::Pool {
   using Free = std::atomic<WorkBuffers*>;  // null while the set is borrowed
 
   static Pool& ofProcess() {
-    // Never destroyed, since an effect may live longer than what is static.
-    static auto& all =
-        *new OfProcess<std::unique_ptr<Pool>>([] { return std::make_unique<Pool>(); });
+    static OfProcess<std::unique_ptr<Pool>> all([] { return std::make_unique<Pool>(); });
     return *all.get();
   }
   [[nodiscard]] bool isInherited() const noexcept { return process != processId(); }
@@ -113,13 +111,13 @@ SharedBuffers::~SharedBuffers() {
 }
 
 void SharedBuffers::borrow() noexcept {
-  if (borrowed == nullptr) borrowed = pool.borrow(place);
+  if (borrowed == nullptr) borrowed = pool.borrow(origin);
 }
 
 void SharedBuffers::giveBack() noexcept {
   if (borrowed == nullptr) return;
   // Release: the next thread writes what this one has read.
-  place->store(borrowed, std::memory_order_release);
+  origin->store(borrowed, std::memory_order_release);
   borrowed = nullptr;
 }
 

@@ -30,5 +30,5 @@ class SharedBuffers {
 
   Pool& pool;
   WorkBuffers* borrowed = nullptr;
-  std::atomic<WorkBuffers*>* place = nullptr;  // where it came from
+  std::atomic<WorkBuffers*>* origin = nullptr;  // where it came from
 };

@@ -9,11 +9,12 @@
 #include "apps/output/output_files.h"
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
+#include "apps/state/state_texts.h"
 
 namespace {
 
 StateDocument readFor(const std::string& path, bool isBand) {
-  StateDocument document = readStateDocument(path);
+  StateDocument document = readDocument(path);
   if ((document.kind == StateKind::kBand) != isBand) {
     throw Failure(path, isBand ? "is no band file: \"params\" is missing"
                                : "holds a single band, and is no state or preset");

@@ -106,14 +106,14 @@ int StateCommand::run() const {
     orElse("nothing was written", [this] { writePacked(); });
     return kDone;
   }
-  StateDocument document = readStateDocument(presetFile(first));
+  StateDocument document = readDocument(presetFile(first));
   if (isChosen(show)) {
     if (asTexts) showValueTexts(document);
     std::cout << printedText(document) << '\n';
   } else if (isChosen(check)) {
     std::cout << stateReport(document);
   } else if (isChosen(diff)) {
-    std::cout << stateDifference(document, readStateDocument(presetFile(second)), bankNumber(bank));
+    std::cout << stateDifference(document, readDocument(presetFile(second)), bankNumber(bank));
   }
   return kDone;
 }
@@ -121,7 +121,7 @@ int StateCommand::run() const {
 void StateCommand::writePacked() const {
   const std::string input = presetFile(first);
   refuseOverwriting(std::array{RenderItem{input, second}}, {});
-  const StateDocument document = readStateDocument(input);
+  const StateDocument document = readDocument(input);
   const std::string bytes = stateBytes(printedText(document), document.kind != StateKind::kBand);
   printWarnings(documentFaults(document));
   writeOutput(second, bytes);

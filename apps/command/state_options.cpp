@@ -7,6 +7,7 @@
 #include "apps/output/failure.h"
 #include "apps/presets/preset_lookup.h"
 #include "apps/state/state_document.h"
+#include "apps/state/state_texts.h"
 
 namespace {
 
@@ -105,7 +106,7 @@ void StateOptions::addBand(const std::string& text, EffectState& result,
 
 void StateOptions::addFile(const std::string& path, StateFile::Role role, int band,
                            EffectState& result, std::vector<std::string>& warnings) const {
-  StateDocument document = readStateDocument(path);
+  StateDocument document = readDocument(path);
   checkRole(document, role);
   for (const std::string& fault : documentFaults(document)) {
     warnings.push_back(path + ": " + fault);

@@ -13,7 +13,6 @@
 #include "apps/output/failure.h"
 #include "apps/output/messages.h"
 #include "apps/output/text.h"
-#include "apps/state/state_texts.h"
 #include "core/parameter_table.h"
 #include "core/plug.h"
 #include "core/value_reading.h"
@@ -180,7 +179,6 @@ StateDocument readStateDocument(const std::string& path) {
   document.text = contentOf(path, document.isPacked ? unpacked(path, bytes) : std::move(bytes));
   document.root = parsedWhole(path, document.text);
   document.kind = kindOf(path, document.root.get());
-  readValueTexts(document);
   return document;
 }
 

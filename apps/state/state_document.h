@@ -33,9 +33,8 @@ struct StateDocument {
   }
 };
 
-/// Reads a file. Throws `Failure` if it cannot be read, is damaged or contains no document; with
-/// line and column ("file:3:14: ...") if its text is no JSON. Values may be texts; see
-/// `readValueTexts`.
+/// Reads a file, whose values may be texts. Throws `Failure` if it cannot be read, is damaged or
+/// contains no document; with line and column ("file:3:14: ...") if its text is no JSON.
 [[nodiscard]] StateDocument readStateDocument(const std::string& path);
 
 /// The document as formatted text, without a line end. Throws `Failure` if it contains a number

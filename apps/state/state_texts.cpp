@@ -91,13 +91,15 @@ class TextSet {
 
 }  // namespace
 
-void readValueTexts(StateDocument& document) {
+StateDocument readDocument(const std::string& path) {
+  StateDocument document = readStateDocument(path);
   bool isChanged = false;
   for (const StoredSet& set : storedSets(document)) {
     TextSet texts(set, document.kind == StateKind::kBand);
     isChanged = texts.readTexts(document.textFaults) || isChanged;
   }
   if (isChanged) document.text = printedText(document);
+  return document;
 }
 
 void showValueTexts(StateDocument& document) {

@@ -81,10 +81,9 @@ std::vector<float> ratios(int id) {
     values.push_back(static_cast<float>(hundredth) / 100.0F);
   }
   for (const float steep : {0.96F, 0.97F, 0.98F, 0.99F}) values.push_back(steep);
-  std::ranges::sort(values);
-  const auto repeated = std::ranges::unique(
-      values, [id](float a, float b) { return textOf(id, a) == textOf(id, b); });
-  values.erase(repeated.begin(), repeated.end());
+  std::sort(values.begin(), values.end());
+  const auto isSameText = [id](float a, float b) { return textOf(id, a) == textOf(id, b); };
+  values.erase(std::unique(values.begin(), values.end(), isSameText), values.end());
   return values;
 }
 
