@@ -182,7 +182,7 @@ class Lv2Sessions : public testing::Test {
     return name == "latency" ? std::to_string(rig->latency()) : "";
   }
   std::string showOne(const std::string& name) {
-    if (const std::string count = showCount(name); !count.empty()) return count;
+    if (const std::string whole = showCount(name); !whole.empty()) return whole;
     if (name.starts_with("reduction")) {
       const int port =
           name == "reduction" ? kStereo.chainGain() : kStereo.bandGain(name.back() - '1');
